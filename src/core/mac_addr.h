@@ -1,0 +1,37 @@
+// A MAC address as a value: compare, hash, print.
+#pragma once
+
+#include <array>
+#include <compare>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+
+struct MacAddr {
+    std::array<uint8_t, 6> b{};
+
+    MacAddr() = default;
+    constexpr MacAddr(uint8_t b0, uint8_t b1, uint8_t b2, uint8_t b3, uint8_t b4, uint8_t b5)
+        : b{b0, b1, b2, b3, b4, b5} {}
+    // Copies 6 bytes in wire order.
+    explicit MacAddr(const uint8_t* bytes) { std::memcpy(b.data(), bytes, b.size()); }
+
+    auto operator<=>(const MacAddr&) const = default;
+    bool isZero() const { return *this == MacAddr{}; }
+    const uint8_t* data() const { return b.data(); }
+    // Writes 6 bytes in wire order.
+    void copyTo(uint8_t* out) const { std::memcpy(out, b.data(), b.size()); }
+};
+
+template <>
+struct std::hash<MacAddr> {
+    size_t operator()(const MacAddr& mac) const noexcept {
+        uint64_t v = 0;
+        std::memcpy(&v, mac.data(), 6);
+        return std::hash<uint64_t>{}(v);
+    }
+};
+
+// printf pieces: a format and the matching arguments.
+#define MAC_FMT "%.2x:%.2x:%.2x:%.2x:%.2x:%.2x"
+#define MAC_ARGS(m) (m).b[0], (m).b[1], (m).b[2], (m).b[3], (m).b[4], (m).b[5]

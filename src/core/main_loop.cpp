@@ -1,0 +1,85 @@
+#include "core/main_loop.h"
+
+#include "controller/controller_loop.h"
+#include "core/alarm.h"
+#include "core/clock.h"
+#include "core/control_files.h"
+#include "core/log.h"
+#include "core/requests.h"
+#include "core/result.h"
+#include "core/sys_ctrl.h"
+#include "datamodel/json_data_model.h"
+#include "platform/lifecycle.h"
+#include "service/service_monitor.h"
+#include "topology/neighbor_aging.h"
+#include "topology/topology_flow.h"
+#include "transport/frame.h"
+#include "transport/message_monitor.h"
+#include "transport/transmitter.h"
+#include "vendor/query_tracking.h"
+
+namespace {
+
+constexpr Seconds kNetCtrlPeriod = 5;
+constexpr unsigned kYieldMicroseconds = 100;
+
+int sendTopolQuery(const MacAddr& alMac) {
+    return requestSend1905UcastMsg(alMac, kMsgTopolQuery, {});
+}
+
+int runPlatform(Seconds time) {
+    SysCtrl& sys = getSysCtrl();
+    if (time - sys.lastNetCtrlRun < kNetCtrlPeriod) return kOk;
+    if (runNetCtrl() != 0) {
+        LOG_PUTS(1, "failed to run network controller\r");
+        return kFailure;
+    }
+    sys.lastNetCtrlRun = time;
+    return kOk;
+}
+
+int runPass() {
+    (void)checkScriptCmd();
+    (void)checkAlarms();
+    (void)checkIntfNbrIntfTimeOut();
+    (void)checkNbrDevTableTimeOut();
+    (void)checkDataModelStatus();
+    (void)checkUnsentTopolNtfMsg();
+    (void)checkVendRespMsgReceived();
+    if (runMessageMonitor() != kOk) return kFailure;
+    if (runServiceMonitor() != kOk) return kFailure;
+    const Seconds time = now();
+    if (runPlatform(time) != kOk) return kFailure;
+    MessageTransmitterLoop(time, 0);
+    sleepMicroseconds(kYieldMicroseconds);
+    return kOk;
+}
+
+}  // namespace
+
+void installRequestHandlers() {
+    requestHandlers() = {.writeJsonDataModel = writeJsonDataModel,
+                         .requestSendTopolNtfMsg = requestSendTopolNtfMsg,
+                         .sendTopolQuery = sendTopolQuery,
+                         .reinitIntfPorts = reinitIntfPorts,
+                         .setMessageTransmitterCheckFlag = nullptr};
+}
+
+int runStateMachine() {
+    setSysState(kStarting);
+    if (startNetCtrl() != 0) {
+        LOG_PUTS(1, "failed to start network controller\r");
+        return kFailure;
+    }
+    if (startMessageMonitor() != kOk || startServiceMonitor() != kOk) return kFailure;
+    setSysState(kRunning);
+    return runMainLoop() == kOk ? kOk : kFailure;
+}
+
+int runMainLoop() {
+    while (getSysState() != kStopped) {
+        if (getSysState() != kRunning) continue;
+        if (runPass() != kOk) return kFailure;
+    }
+    return kOk;
+}

@@ -1,0 +1,42 @@
+// A text buffer of fixed capacity, NUL-terminated; what does not fit is cut.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstring>
+#include <string_view>
+
+template <size_t N>  // N bytes, the terminator included
+class Text {
+  public:
+    Text() = default;
+    Text(std::string_view text) { assign(text); }
+    Text& operator=(std::string_view text) {
+        assign(text);
+        return *this;
+    }
+
+    // Takes the text up to its first NUL, cut to the capacity. The text may be part of this one.
+    void assign(std::string_view text) {
+        const size_t n =
+            std::min(text.find('\0') == text.npos ? text.size() : text.find('\0'), N - 1);
+        std::memmove(buf_.data(), text.data(), n);
+        std::fill(buf_.begin() + static_cast<std::ptrdiff_t>(n), buf_.end(), '\0');
+    }
+
+    const char* c_str() const { return buf_.data(); }
+    std::string_view view() const { return buf_.data(); }
+    operator std::string_view() const { return view(); }
+    bool empty() const { return buf_[0] == '\0'; }
+    static constexpr size_t capacity() { return N; }
+    // For functions that fill a buffer of this size; follow with terminate().
+    char* data() { return buf_.data(); }
+    void terminate() { buf_[N - 1] = '\0'; }
+
+    friend bool operator==(const Text& a, const Text& b) { return a.view() == b.view(); }
+    friend bool operator==(const Text& a, std::string_view b) { return a.view() == b; }
+
+  private:
+    std::array<char, N> buf_{};
+};
