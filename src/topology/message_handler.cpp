@@ -1,0 +1,125 @@
+#include "topology/message_handler.h"
+
+#include "core/log.h"
+#include "core/requests.h"
+#include "core/result.h"
+#include "topology/data_manager.h"
+#include "topology/device_table.h"
+#include "topology/listing.h"
+#include "topology/neighbor_aging.h"
+#include "transport/frame.h"
+#include "transport/transmitter.h"
+#include "vendor/vend_disc.h"
+
+namespace {
+
+void listTables() {
+    if (DEBUGLEVEL < 4) return;
+    showportinfo();
+    showtopolTable();
+}
+
+}  // namespace
+
+int handleLldpDiscMsg(const MacAddr& localMac, uint32_t mediaType, const MacAddr& nbrAlMac,
+                      const MacAddr& nbrIntfMac, uint16_t ttl) {
+    (void)updateLldpDiscInfo(localMac, mediaType, nbrAlMac, nbrIntfMac, ttl);
+    return kOk;
+}
+
+int handleTopolDiscMsg(std::string_view localName, const MacAddr& localMac, uint32_t mediaType,
+                       const MacAddr& srcMac, const MacAddr& alMac, const MacAddr& intfMac) {
+    (void)addIntfNbrIntf(localName, localMac, mediaType, {intfMac});
+    if (getNetTopolCap() != 1) return kTopolDisabled;
+    (void)updateTopolInfo(kNbrDiscovery, localMac, mediaType, alMac, srcMac);
+    listTables();
+    if (updateNbrDevTable(kNbrDiscovery, alMac) == kNewNbrDev) {
+        (void)sendVendDiscMsg(&srcMac);
+        (void)requestSend1905UcastMsg(srcMac, kMsgTopolQuery, {});
+    }
+    return kOk;
+}
+
+int handleTopolNtfMsg(std::string_view localName, const MacAddr& localMac, uint32_t mediaType,
+                      const MacAddr& srcMac, const MacAddr& alMac) {
+    (void)addIntfNbrIntf(localName, localMac, mediaType, {srcMac});
+    if (getNetTopolCap() != 1) return kTopolDisabled;
+    (void)updateTopolInfo(kNbrNotification, localMac, mediaType, alMac, srcMac);
+    listTables();
+    (void)updateNbrDevTable(kNbrNotification, alMac);
+    (void)requestSend1905UcastMsg(srcMac, kMsgTopolQuery, {});
+    return kOk;
+}
+
+int handleTopolQueryMsg(const Port& /*port*/, const MacAddr& srcMac, uint16_t msgId) {
+    if (getNetTopolCap() != 1) return kTopolDisabled;
+    if (requestSend1905UcastRespMsg(srcMac, kMsgTopolResp, msgId, {}) != kOk) {
+        LOG_PUTS(2, "failed to send topolofy response message\r");
+        return kFailure;
+    }
+    return kOk;
+}
+
+int handleTopolRespMsg(const MacAddr& localMac, uint32_t mediaType, const MacAddr& /*srcMac*/,
+                       Ieee1905DevTable&& dev) {
+    if (getNetTopolCap() != 1) {
+        LOG_PUTS(3, "the capability of network topology is disable\r");
+        return kTopolDisabled;
+    }
+    const MacAddr alMac = dev.alMac;
+    (void)updateNbrDevTable(kNbrResponse, alMac);
+    if (updateIeee1905DevTable(localMac, mediaType, std::move(dev)) != kOk) return kFailure;
+    if (DEBUGLEVEL >= 4) showportinfo();
+    (void)requestCheckFlag(alMac, "flag_deviceinfo", 0);
+    (void)requestCheckFlag(alMac, "flag_powerstate", 0);
+    return kOk;
+}
+
+int handleMetricQueryMsg(const Port& /*port*/, const MacAddr& srcMac, uint16_t msgId,
+                         const MetricQuery& query) {
+    if (requestSend1905UcastRespMsg(srcMac, kMsgMetricResp, msgId, &query) != kOk) {
+        LOG_PUTS(2, "failed to send link metric response message\r");
+        return kFailure;
+    }
+    return kOk;
+}
+
+int handleMetricRespMsg() {
+    return kOk;
+}
+
+int handleApAutoConfSrchMsg(const ApAutoConfSrch& msg) {
+    if (notifyApAutoConfSrchMsgReceived(&msg) == 0) return kOk;
+    LOG_PUTS(1, "fail to handle the 1905.1 AP-autoconfiguration search message\r");
+    return kFailure;
+}
+
+int handleApAutoConfRespMsg(const ApAutoConfInfo& msg) {
+    if (notifyApAutoConfRespMsgReceived(&msg) == 0) return kOk;
+    LOG_PUTS(1, "fail to handle the 1905.1 AP-autoconfiguration response message\r");
+    return kFailure;
+}
+
+int handleApAutoConfWscMsg(const ApAutoConfWsc& msg) {
+    if (notifyApAutoConfWscMsgReceived(&msg) == 0) return kOk;
+    LOG_PUTS(1, "fail to handle the 1905.1 AP-autoconfiguration WSC message\r");
+    return kFailure;
+}
+
+int handleApAutoConfRenewMsg(const ApAutoConfInfo& msg) {
+    if (notifyApAutoConfRenewMsgReceived(&msg) == 0) return kOk;
+    LOG_PUTS(1, "fail to handle the 1905.1 AP-autoconfiguration renew message\r");
+    return kFailure;
+}
+
+int handlePBEventNtfMsg(const PbEvent& msg) {
+    if (notifyPBEventMsgReceived(&msg) == 0) return kOk;
+    LOG_PUTS(1, "fail to handle the 1905.1 push button event notification message\r");
+    return kFailure;
+}
+
+int handlePBJoinNtfMsg(const PbJoin& msg) {
+    if (notifyPBJoinMsgReceived(&msg) == 0) return kOk;
+    LOG_PUTS(1, "fail to handle the 1905.1 push button join notification message\r");
+    return kFailure;
+}

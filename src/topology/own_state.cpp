@@ -1,0 +1,102 @@
+// What the platform tells about this device itself: firmware, LED, Wi-Fi configuration.
+#include <cstdio>
+
+#include "core/requests.h"
+#include "core/result.h"
+#include "platform/autoconfig.h"
+#include "platform/device.h"
+#include "topology/data_manager.h"
+
+namespace {
+
+constexpr std::array<uint8_t, 4> kWpsBands{0, 1, 32, 33};
+
+void writeAndNotify() {
+    (void)requestWriteDataModel();
+    (void)requestUpdateDataModel(1);
+}
+
+// Stores value; true when it differed.
+template <typename Field, typename Value>
+bool replace(Field& field, const Value& value) {
+    if (field == value) return false;
+    field = value;
+    return true;
+}
+
+bool mirrorSyncList(AlTable& al, uint8_t selector) {
+    WpsSyncRecord record{};
+    record.selector = selector;
+    if (getWPSSyncListByBand(&record) != 0) return false;
+    const MacAddr mac(record.mac);
+    char text[18];
+    snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", MAC_ARGS(mac));
+    return replace(al.wifiSyncMac[selector], std::string_view(mac.isZero() ? "" : text));
+}
+
+void mirrorDeviceSync(Ieee1905DevTable& dev) {
+    WpsSyncRecord record{};
+    dev.alMac.copyTo(record.mac);
+    if (getWPSSyncListByMac(&record) == 0) dev.wifiSync = {record.value[0], record.value[1]};
+}
+
+}  // namespace
+
+int updateFWNewfirmware(uint32_t result) {
+    AlTable* al = getAlTable();
+    if (al == nullptr) return kOk;
+    al->newFirmwareFlag = static_cast<uint8_t>(result);
+    if (result == 1) {
+        al->fwUpgradeStatus = 1;
+        (void)getNewFWversion(al->newFirmwareVersion.data());
+        al->newFirmwareVersion.terminate();
+        (void)getNewFWdate(al->newFirmwareDate.data());
+        al->newFirmwareDate.terminate();
+    }
+    writeAndNotify();
+    return kOk;
+}
+
+int updateNewFWUpgradeStatus(uint32_t status) {
+    AlTable* al = getAlTable();
+    if (al != nullptr && replace(al->fwUpgradeStatus, static_cast<uint8_t>(status))) {
+        writeAndNotify();
+    }
+    return kOk;
+}
+
+int updateLEDStatus(std::string_view text) {
+    AlTable* al = getAlTable();
+    if (al == nullptr) return kOk;
+    const Text<32> cut(text);
+    if (replace(al->info.ledStatus, cut)) writeAndNotify();
+    return kOk;
+}
+
+int updateWPSConfig() {
+    AlTable* al = getAlTable();
+    if (al == nullptr) return kFailure;
+    bool differs = false;
+
+    if (uint8_t setting = 0; getAPautoconfig(&setting) == 0) {
+        differs |= replace(al->apAutoConfig, setting);
+    }
+    if (WpsConfig config{}; getWPSConfig(&config) == 0) {
+        differs |= replace(
+            al->wpsConfig,
+            std::array<uint8_t, 3>{config.deviceType, config.sendSearch, config.sendResponse});
+    }
+    if (uint8_t reload = 0; getWiFiReload(&reload) == 0) differs |= replace(al->wifiReload, reload);
+
+    for (size_t i = 0; i < kWpsBands.size(); i++) {
+        if (WpsBandConfig band{}; getWPSConfByBand(kWpsBands[i], &band) == 0) {
+            differs |= replace(al->wpsBandConfig[i],
+                               std::array<uint8_t, 2>{band.sendSearch, band.sendResponse});
+        }
+    }
+    for (uint8_t selector = 0; selector < 2; selector++) differs |= mirrorSyncList(*al, selector);
+    for (auto& dev : al->topol.devs) mirrorDeviceSync(dev);
+
+    if (differs) writeAndNotify();
+    return kOk;
+}

@@ -1,0 +1,75 @@
+#include "topology/topology_flow.h"
+
+#include "core/alarm.h"
+#include "core/clock.h"
+#include "core/log.h"
+#include "core/result.h"
+#include "datamodel/json_data_model.h"
+#include "platform/lifecycle.h"
+#include "topology/data_manager.h"
+#include "topology/net_status.h"
+#include "transport/frame.h"
+#include "transport/transmitter.h"
+#include "vendor/vend_disc.h"
+
+namespace {
+
+constexpr uint16_t kFirstAlarm = 6;  // seconds after start-up; sends nothing
+constexpr uint16_t kSecondAlarm = 54;
+constexpr uint16_t kAlarmPeriod = 60;
+constexpr Seconds kNotificationDelay = 1;
+
+struct {
+    bool ntfPending = false;
+    Seconds ntfRequestTime = 0;
+} module;
+
+int discAlarmHandler() {
+    if (getNetTopolCap() != 1) {
+        LOG_PUTS(4, "The capability of network topology is disable\r");
+        return setDiscMsgTransAlarm(kAlarmPeriod);
+    }
+    if (getNetTopolStatus() == 0) {
+        (void)setNetTopolStatus(1);
+        return setDiscMsgTransAlarm(kSecondAlarm);
+    }
+    (void)sendDiscoveries();
+    (void)writeJsonDataModel();
+    return setDiscMsgTransAlarm(kAlarmPeriod);
+}
+
+}  // namespace
+
+int initMessageHandler() {
+    int result = kOk;
+    if (getNetTopolCap() == 1) {
+        (void)sendDiscoveries();
+    } else {
+        LOG_PUTS(3, "the capability of network topology is disable\r");
+        result = kTopolDisabled;
+    }
+    (void)setDiscMsgTransAlarmHandler(discAlarmHandler);
+    (void)setDiscMsgTransAlarm(kFirstAlarm);
+    (void)setNetStatusEventCallbackFunc(netStatusEventCallback);
+    return result;
+}
+
+int requestSendTopolNtfMsg() {
+    if (module.ntfPending) return kOk;
+    module.ntfPending = true;
+    module.ntfRequestTime = now();
+    return kOk;
+}
+
+int checkUnsentTopolNtfMsg() {
+    if (!module.ntfPending || now() - module.ntfRequestTime <= kNotificationDelay) return kOk;
+    if (getNetTopolCap() == 1) (void)requestSend1905McastMsg(kMsgTopolNtf, {});
+    module.ntfPending = false;
+    return kOk;
+}
+
+int sendDiscoveries() {
+    (void)requestSend1905McastMsg(kMsgTopolDisc, {});
+    (void)requestSendLldpMsg();
+    return sendVendDiscMsg(nullptr);
+}
