@@ -1,0 +1,108 @@
+#include "transport/message_monitor.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "core/log.h"
+#include "core/options.h"
+#include "core/result.h"
+#include "topology/data_manager.h"
+#include "topology/topology_flow.h"
+#include "transport/ports.h"
+#include "transport/raw_socket.h"
+#include "transport/receiver.h"
+#include "transport/transmitter.h"
+#include "vendor/vend_handlers.h"
+
+namespace {
+
+constexpr int kWaitSeconds = 1;
+
+uint32_t state = kUninit;
+
+}  // namespace
+
+int initMessageMonitor() {
+    if (initIntfPorts() != kOk) return kFailure;
+    state = kInit;
+    return kOk;
+}
+
+int startMessageMonitor() {
+    if (state != kInit) {
+        LOG(1, "invalid operational state (%d) should be (%d/INIT)\r\n", static_cast<int>(state),
+            kInit);
+        return kFailure;
+    }
+    state = kStart;
+    (void)(getEnableNetTopolOption() == 1 ? enableNetTopol() : disableNetTopol());
+    if (initMessageTransmitter() != kOk) {
+        LOG_PUTS(1, "failed to initialize message transmitter\r");
+        return kFailure;
+    }
+    if (initMessageReceiver() != kOk) {
+        LOG_PUTS(1, "failed to initialize message receiver\r");
+        return kFailure;
+    }
+    if (initMessageHandler() == kFailure) {
+        LOG_PUTS(1, "failed to initialize message handler\r");
+        return kFailure;
+    }
+    return initVendMessageHandler();
+}
+
+int runMessageMonitor() {
+    if (state != kStart) {
+        LOG(1, "invalid operational state (%d) should be (%d/START)\r\n", static_cast<int>(state),
+            kStart);
+        return kFailure;
+    }
+    closeRetiredPorts();
+    fd_set readable;
+    FD_ZERO(&readable);
+    int limit = 0;
+    for (const auto& port : getIntfPorts()) {
+        const int fd = port.ieee1905Sock.get();
+        if (fd >= FD_SETSIZE) continue;
+        FD_SET(fd, &readable);
+        limit = std::max(limit, fd + 1);
+    }
+    if (waitReadable(limit, readable, kWaitSeconds) <= 0) return kOk;
+
+    // A handler may rebuild the port list, so the ports to be read are noted first.
+    std::vector<int> ready;
+    for (const auto& port : getIntfPorts()) {
+        const int fd = port.ieee1905Sock.get();
+        if (fd < FD_SETSIZE && FD_ISSET(fd, &readable)) ready.push_back(fd);
+    }
+    for (const int fd : ready) {
+        auto& ports = getIntfPorts();
+        const auto port = std::find_if(ports.begin(), ports.end(), [&](const Port& candidate) {
+            return candidate.ieee1905Sock.get() == fd;
+        });
+        if (port != ports.end()) (void)recv1905Msg(*port);
+    }
+    return kOk;
+}
+
+int destroyMessageMonitor() {
+    if (state == kUninit) {
+        LOG(1,
+            "invalid operation: current state is (%d)(0:UNINIT, 1:INIT, 2:START, 3:IDLE, "
+            "4:STOP)\r\n",
+            static_cast<int>(state));
+        return kInvalidState;
+    }
+    if (destroyIntfPorts() != kOk) {
+        LOG_PUTS(1, "destroyIntfPorts() failed\r");
+        return kFailure;
+    }
+    closeRetiredPorts();
+    destroyFragCmdus();
+    state = kUninit;
+    return kOk;
+}
+
+uint32_t getMessageMonitorState() {
+    return state;
+}

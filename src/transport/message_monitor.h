@@ -1,0 +1,18 @@
+// Waits for frames on all ports and hands each one to the receiver. Paces the main loop.
+#pragma once
+
+#include <cstdint>
+
+enum MonitorState : uint32_t { kUninit = 0, kInit = 1, kStart = 2, kIdle = 3, kStop = 4 };
+
+// Builds the ports. kOk or kFailure.
+int initMessageMonitor();
+// Starts transmitter, receiver and handlers. kOk or kFailure.
+int startMessageMonitor();
+// Waits at most one second and receives at most one frame a port. kOk, or kFailure when the
+// monitor was not started.
+int runMessageMonitor();
+// Closes the ports. kOk, kInvalidState when there is nothing to destroy, or kFailure.
+int destroyMessageMonitor();
+
+uint32_t getMessageMonitorState();

@@ -1,0 +1,182 @@
+#include "transport/ports.h"
+
+#include <net/if.h>
+
+#include "core/log.h"
+#include "core/result.h"
+#include "platform/descriptions.h"
+#include "topology/data_manager.h"
+#include "transport/frame.h"
+#include "transport/raw_socket.h"
+
+namespace {
+
+constexpr unsigned kLastIfIndex = 253;
+
+struct {
+    std::list<Port> ports;
+    // Ports that are gone, while a caller may still be at work with one of them.
+    std::list<Port> retired;
+    FrameBuffer txBuffer;
+    FrameBuffer rxBuffer;
+} module;
+
+bool setupSockets(Port& port) {
+    if (setupLldpSocket(port) != kOk) {
+        LOG(1, "failed to setup LLDP socket of interface (%s)\r\n", port.name.c_str());
+        return false;
+    }
+    if (setupIeee1905Socket(port) != kOk) {
+        LOG(1, "failed to setup IEEE 1905.1 socket of interface (%s)\r\n", port.name.c_str());
+        return false;
+    }
+    return true;
+}
+
+bool isUp(short flags) {
+    return (flags & IFF_UP) != 0;
+}
+
+}  // namespace
+
+int initIntfPorts() {
+    for (unsigned ifIndex = 1; ifIndex <= kLastIfIndex; ifIndex++) {
+        const std::string name = interfaceName(ifIndex);
+        if (name.empty() || getDeviceSendMsgEnable(name.c_str()) != 0) continue;
+        if (getIntfTable().empty()) {
+            LOG_PUTS(1, "interface table isn't ready or the number of interface is 0\r");
+            return kFailure;
+        }
+        const IntfTable* intf = getIntfTableByName(name);
+        if (intf == nullptr) continue;
+        LOG(4, "init port name = [%s]\n", name.c_str());
+        Port port;
+        port.ifIndex = static_cast<uint8_t>(ifIndex);
+        port.mac = intf->mac;
+        port.name = name;
+        port.mediaType = intf->mediaType;
+        if (setupSockets(port)) module.ports.push_back(std::move(port));
+    }
+    return kOk;
+}
+
+int reinitIntfPorts() {
+    (void)destroyIntfPorts();
+    return initIntfPorts();
+}
+
+int destroyIntfPorts() {
+    module.retired.splice(module.retired.end(), module.ports);
+    return kOk;
+}
+
+void closeRetiredPorts() {
+    module.retired.clear();
+}
+
+int rebindIntfPorts() {
+    for (auto& port : module.ports) {
+        if (isBridgePort(port.ifIndex) == port.onBridge) continue;
+        port.onBridge = !port.onBridge;
+        if (!bindRawSocket(port.ieee1905Sock.get(), port.ifIndex, kEtherType1905)) {
+            LOG(2, "failed to name a (IEEE 1905.1) socket (bind()) for interface (%s)\r\n",
+                port.name.c_str());
+        }
+    }
+    return kOk;
+}
+
+std::list<Port>& getIntfPorts() {
+    return module.ports;
+}
+FrameBuffer& getTxBuffer() {
+    return module.txBuffer;
+}
+FrameBuffer& getRxBuffer() {
+    return module.rxBuffer;
+}
+
+int refreshIntfPort(Port& port) {
+    if (port.name.empty()) {
+        LOG_PUTS(2, "invalid interface name\r");
+        return kIntfError;
+    }
+    // Meant: when the query fails, the index in place of the flags decides, so that an odd one
+    // counts as up.
+    short flags = port.ifIndex;
+    if (!interfaceFlags(port.lldpSock.get(), port.name.c_str(), flags)) {
+        LOG(2, "failed to call ioctl(SIOCGIFFLAGS) of interface (%s)\r\n", port.name.c_str());
+    }
+    port.isDown = !isUp(flags);
+    if (port.isDown) {
+        LOG(4, "- port (%s) status: DOWN\r\n", port.name.c_str());
+    } else {
+        LOG(4, "- port (%s) status: UP\r\n", port.name.c_str());
+    }
+    return kOk;
+}
+
+bool portIsUsable(Port& port) {
+    return refreshIntfPort(port) == kOk && !port.isDown &&
+           getDeviceSendMsgEnable(port.name.c_str()) == 0;
+}
+
+int setupLldpSocket(Port& port) {
+    port.lldpSock = Fd(openRawSocket());
+    const int fd = port.lldpSock.get();
+    if (fd < 0) {
+        LOG(2, "failed to create (LLDP) raw socket for interface (%s)\r\n", port.name.c_str());
+        return kIntfError;
+    }
+    LOG(5, "- protocol: 0x%.4x\r\n", kEtherTypeLldp);
+    if (!bindRawSocket(fd, port.ifIndex, kEtherTypeLldp)) {
+        LOG(2, "failed to name a (LLDP) socket (bind()) for interface (%s)\r\n", port.name.c_str());
+        return kIntfError;
+    }
+    if (port.name.empty()) {
+        LOG_PUTS(2, "invalid interface name\r");
+        return kIntfError;
+    }
+    // LLDP is spoken, never heard.
+    stopReceiving(fd);
+    short flags = 0;
+    (void)interfaceFlags(fd, port.name.c_str(), flags);
+    port.isDown = !isUp(flags);
+    acceptAllMulticasts(fd, port.name.c_str());
+    const int mtu = interfaceMtu(fd, port.name.c_str());
+    if (mtu < 0) {
+        LOG(2, "failed to call ioctl(SIOCGIFMTU) of interface (%s)\r\n", port.name.c_str());
+        return kFailure;
+    }
+    port.mtu = static_cast<uint32_t>(mtu);
+    LOG(5, "create a LLDP socket (%d) for interafce (%s, %02x:%02x:%02x:%02x:%02x:%02x):\r\n", fd,
+        port.name.c_str(), MAC_ARGS(port.mac));
+    return kOk;
+}
+
+int setupIeee1905Socket(Port& port) {
+    port.ieee1905Sock = Fd(openRawSocket());
+    const int fd = port.ieee1905Sock.get();
+    if (fd < 0) {
+        LOG(2, "failed to create (IEEE 1905.1) raw socket for interface (%s)\r\n",
+            port.name.c_str());
+        return kIntfError;
+    }
+    growReceiveBuffer(fd);
+    LOG(5, "- protocol: 0x%.4x\r\n", kEtherType1905);
+    port.onBridge = isBridgePort(port.ifIndex);
+    if (!bindRawSocket(fd, port.ifIndex, kEtherType1905)) {
+        LOG(2, "failed to name a (IEEE 1905.1) socket (bind()) for interface (%s)\r\n",
+            port.name.c_str());
+        return kIntfError;
+    }
+    if (port.name.empty()) {
+        LOG_PUTS(2, "invalid interface name\r");
+        return kIntfError;
+    }
+    acceptAllMulticasts(fd, port.name.c_str());
+    LOG(5,
+        "create a IEEE 1905.1 socket (%d) for interafce (%s, %02x:%02x:%02x:%02x:%02x:%02x):\r\n",
+        fd, port.name.c_str(), MAC_ARGS(port.mac));
+    return kOk;
+}

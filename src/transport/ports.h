@@ -1,0 +1,58 @@
+// The ports: local interfaces with their LLDP and IEEE 1905.1 sockets, and the two frame buffers
+// that all of them share.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <list>
+
+#include "core/fd.h"
+#include "core/mac_addr.h"
+#include "core/text.h"
+
+inline constexpr size_t kMaxFrameLen = 1500;  // destination MAC first
+
+struct FrameBuffer {
+    uint32_t length = 0;
+    std::array<uint8_t, kMaxFrameLen> frame{};
+};
+
+struct Port {
+    Fd lldpSock;
+    Fd ieee1905Sock;
+    uint8_t ifIndex = 0;
+    Text<16> name;
+    uint32_t mediaType = 0;
+    uint32_t mtu = 0;
+    MacAddr mac;
+    bool isDown = false;
+    bool onBridge = false;  // how the sockets are bound
+};
+
+// Builds the port list from the kernel's interfaces 1 to 253 and the interface table. kOk, or
+// kFailure when the interface table is empty.
+int initIntfPorts();
+// Builds the list anew; the result of initIntfPorts.
+int reinitIntfPorts();
+// Takes all ports off the list. They stay open until closeRetiredPorts, because a port's handler
+// may be what asked for this. kOk.
+int destroyIntfPorts();
+void closeRetiredPorts();
+
+// Binds anew the sockets of ports that joined or left a kernel bridge. kOk.
+int rebindIntfPorts();
+
+std::list<Port>& getIntfPorts();
+FrameBuffer& getTxBuffer();
+FrameBuffer& getRxBuffer();
+
+// Asks the kernel whether the port is up. kOk, or kIntfError when the port has no name.
+int refreshIntfPort(Port& port);
+
+// True when the port may send now: refreshed, up, and not excluded by the platform.
+bool portIsUsable(Port& port);
+
+// Open and bind one socket of a port. kOk, kFailure when the MTU cannot be read, kIntfError on
+// socket, bind or name failure.
+int setupLldpSocket(Port& port);
+int setupIeee1905Socket(Port& port);

@@ -1,0 +1,28 @@
+// Receives frames: validates, reassembles, drops echoes and duplicates, and dispatches to the
+// message handlers. Relays what is to be relayed.
+#pragma once
+
+#include <cstdint>
+
+#include "core/bytes.h"
+#include "transport/fragment_store.h"
+#include "transport/ports.h"
+
+// kOk; nothing is to be prepared.
+int initMessageReceiver();
+
+// Reads and handles one frame of a port. kOk, or kFailure when it was dropped.
+int recv1905Msg(Port& port);
+
+// Handles the TLV area of an unfragmented message. The result of its handler; kFailure when it
+// was dropped, kDuplicate when it was generated or received before.
+int parse1905Msg(Port& port, const FrameHdr& hdr, Bytes area);
+
+// Handles a message of which all fragments have arrived. Results as above.
+int parse1905FragMsg(Port& port, const FragCmdu& cmdu);
+
+// kOk for a new message, which is remembered, kDuplicate for one seen within 5 seconds.
+int checkMcastMsgReceived(const MacAddr& alMac, uint16_t msgType, uint16_t msgId);
+
+// A filter for repeated messages of one source. kOk to accept, kFailure for a repeat.
+int checkparse1905MsgRepeat(const MacAddr& srcMac, uint16_t msgType, uint16_t msgId);

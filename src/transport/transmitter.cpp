@@ -1,0 +1,354 @@
+#include "transport/transmitter.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "core/log.h"
+#include "core/result.h"
+#include "platform/descriptions.h"
+#include "topology/data_manager.h"
+#include "topology/neighbor_aging.h"
+#include "transport/frame.h"
+#include "transport/message_memory.h"
+
+namespace {
+
+constexpr size_t kFrameBudget = 1498;  // a frame stays below this
+constexpr size_t kMaxTlvSize = 1400;   // flattened
+constexpr size_t kEndOfMsgLen = 3;
+constexpr Seconds kGenRecvLifetime = 5;
+constexpr uint16_t kMsgIdModulus = 65535;  // meant: 65535 itself is never used
+
+struct {
+    uint16_t msgId = 0;
+    MessageMemory genRecvMsgs;
+    MessageMemory queriedMsgs;
+} module;
+
+// The identifier was used: tells it and moves on.
+void takeMsgId(uint16_t* used) {
+    if (used != nullptr) *used = module.msgId;
+    module.msgId = static_cast<uint16_t>((module.msgId + 1) % kMsgIdModulus);
+}
+
+// One message on its way out of one port. Without a destination it is a multicast.
+struct Outgoing {
+    const Port& port;
+    const MacAddr* dstMac;
+    uint16_t msgType;
+    uint16_t msgId;
+    bool relay;
+};
+
+// Sends what stands in the transmit buffer up to length, headers to be filled in.
+int sendFragment(const Outgoing& out, uint8_t fragId, bool last, size_t length) {
+    FrameBuffer& tx = getTxBuffer();
+    const std::span<uint8_t> frame(tx.frame);
+    if (gen1905CmduHdr(out.msgType, out.msgId, fragId, last ? 1 : 0, out.relay ? 1 : 0,
+                       frame.subspan(kEtherHdrLen)) != kOk) {
+        LOG_PUTS(1, "failed to generate the CMDU header\r");
+        return kFailure;
+    }
+    if ((out.dstMac != nullptr ? gen1905UcastEtherHdr(out.port.mac, *out.dstMac, frame)
+                               : gen1905McastEtherHdr(out.port.mac, frame)) != kOk) {
+        LOG_PUTS(1, "failed to generate the ethernet header\r");
+        return kFailure;
+    }
+    tx.length = static_cast<uint32_t>(std::max(length, kMinFrameLen));
+    const ssize_t sent = write(out.port.ieee1905Sock.get(), tx.frame.data(), tx.length);
+    if (sent <= 0) {
+        LOG(1, "failed to send message (type = %d, id = %d)\r\n", out.msgType, out.msgId);
+        return kFailure;
+    }
+    if (out.dstMac != nullptr) {
+        LOG(3,
+            "send message (port = %s, macDa (" MAC_FMT
+            "), type = %d, id = %d) successfully (size = %d/%d)\r\n",
+            out.port.name.c_str(), MAC_ARGS(*out.dstMac), out.msgType, out.msgId,
+            static_cast<int>(sent), static_cast<int>(tx.length));
+    } else {
+        LOG(3, "send message (port = %s, type = %d, id = %d) successfully (size = %d/%d)\r\n",
+            out.port.name.c_str(), out.msgType, out.msgId, static_cast<int>(sent),
+            static_cast<int>(tx.length));
+    }
+    return kOk;
+}
+
+// Splits the message between TLVs; a TLV is never split.
+int sendFragments(const Outgoing& out, const TlvList& tlvs) {
+    FrameBuffer& tx = getTxBuffer();
+    tx.frame.fill(0);
+    size_t position = kHeadersLen;
+    uint8_t fragId = 0;
+    if (tlvs.empty()) return sendFragment(out, fragId, true, kMinFrameLen);
+
+    for (auto tlv = tlvs.begin(); tlv != tlvs.end(); ++tlv) {
+        const size_t size = tlv->flatSize1905();
+        if (size > kMaxTlvSize) {
+            LOG(1, "failed to send message size = (%d) > 1400 \r\n", static_cast<int>(size));
+            return kFailure;
+        }
+        (void)flatten1905Tlv(*tlv, std::span(tx.frame).subspan(position));
+        position += size;
+        const auto next = std::next(tlv);
+        const bool last = next == tlvs.end();
+        if (!last && position + next->flatSize1905() + kEndOfMsgLen < kFrameBudget) continue;
+        // The end-of-message TLV is the zeros behind.
+        if (const int result = sendFragment(out, fragId, last, position + kEndOfMsgLen);
+            result != kOk) {
+            return result;
+        }
+        fragId++;
+        position = kHeadersLen;
+        tx.frame.fill(0);
+    }
+    return kOk;
+}
+
+IntfTable* intfOf(const Port& port) {
+    return getIntfTableById(port.mac, port.mediaType);
+}
+
+// Types 0 and 1 name the sending port and go to the MAC by every port.
+bool sendByEveryPort(const MacAddr& dstMac, uint16_t msgType, const MsgBody& body, bool& built) {
+    bool left = false;
+    for (auto& port : getIntfPorts()) {
+        if (intfOf(port) == nullptr) continue;
+        MsgTraits traits;
+        const TlvList tlvs = gen1905Msg(port, msgType, body, traits);
+        if (tlvs.empty()) {
+            LOG(2, "failed to generate IEEE 1905.1 message (msgType = %d)\r\n", msgType);
+            built = false;
+            return left;
+        }
+        if (!portIsUsable(port)) continue;
+        if (send1905UcastMsg(port, dstMac, msgType, module.msgId, traits.expectsResponse, tlvs) ==
+            kOk) {
+            left = true;
+        } else {
+            LOG(2, "failed to send message (port = %s, msgType = %d, msgId = %d)\r\n",
+                port.name.c_str(), msgType, module.msgId);
+        }
+    }
+    return left;
+}
+
+// Sends to every interface of the device by the port on which it is heard.
+bool sendToNeighbour(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId, const MsgBody& body,
+                     bool isResponse, bool& built) {
+    bool left = false;
+    const bool perPort = isBuiltPerPort(msgType, body);
+    TlvList tlvs;
+    MsgTraits traits;
+    for (auto& port : getIntfPorts()) {
+        if (perPort || tlvs.empty()) tlvs = gen1905Msg(port, msgType, body, traits);
+        if (tlvs.empty() && msgType != kMsgTopolQuery) {
+            LOG(2, "failed to generate IEEE 1905.1 message (msgType = %d)\r\n", msgType);
+            built = false;
+            return left;
+        }
+        IntfTable* intf = intfOf(port);
+        if (intf == nullptr) continue;
+        for (const auto& nbr : intf->nbrs) {
+            if (nbr.nbrAlMac != dstMac && nbr.nbrIntfMac != dstMac) continue;
+            if (!portIsUsable(port)) continue;
+            if (send1905UcastMsg(port, nbr.nbrIntfMac, msgType, msgId,
+                                 traits.expectsResponse && !isResponse, tlvs) == kOk) {
+                left = true;
+            } else {
+                LOG(2, "failed to send message (port = %s, msgType = %d, msgId = %d)\r\n",
+                    port.name.c_str(), msgType, msgId);
+            }
+        }
+    }
+    return left;
+}
+
+int reportUnsent(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId) {
+    LOG(2, "failed to send message (macDa = " MAC_FMT ", msgType = %x, msgId = %d)\r\n",
+        MAC_ARGS(dstMac), msgType, msgId);
+    return kFailure;
+}
+
+// The AL MAC of the neighbour that this MAC belongs to, else the MAC itself.
+MacAddr alMacOf(const MacAddr& mac) {
+    for (const auto& intf : getIntfTable()) {
+        for (const auto& nbr : intf.nbrs) {
+            if (nbr.nbrAlMac == mac || nbr.nbrIntfMac == mac) return nbr.nbrAlMac;
+        }
+    }
+    return mac;
+}
+
+}  // namespace
+
+int initMessageTransmitter() {
+    module.genRecvMsgs.clear();
+    module.queriedMsgs.clear();
+    return kOk;
+}
+
+int requestSend1905UcastMsg(const MacAddr& dstMac, uint16_t msgType, const MsgBody& body,
+                            uint16_t* msgId) {
+    bool built = true;
+    bool left = false;
+    if (msgType >= kMsgTypeNum) {
+        LOG(4, "message type (%de) isn't supported\r\n", msgType);
+    } else if (msgType == kMsgTopolDisc || msgType == kMsgTopolNtf) {
+        left = sendByEveryPort(dstMac, msgType, body, built);
+    } else {
+        left = sendToNeighbour(dstMac, msgType, module.msgId, body, false, built);
+    }
+    if (!built) return kFailure;
+    if (!left) return reportUnsent(dstMac, msgType, module.msgId);
+    takeMsgId(msgId);
+    return kOk;
+}
+
+int requestSend1905UcastRespMsg(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
+                                const MsgBody& body) {
+    if (msgType >= kMsgTypeNum) {
+        LOG(4, "message type (%de) isn't supported\r\n", msgType);
+        return reportUnsent(dstMac, msgType, msgId);
+    }
+    bool built = true;
+    const bool left = sendToNeighbour(dstMac, msgType, msgId, body, true, built);
+    if (!built) return kFailure;
+    return left ? kOk : reportUnsent(dstMac, msgType, msgId);
+}
+
+int requestSend1905McastMsg(uint16_t msgType, const MsgBody& body, uint16_t* msgId) {
+    const bool perPort = isBuiltPerPort(msgType, body);
+    const bool ownIdPerPort = msgType == kMsgTopolDisc;
+    TlvList tlvs;
+    MsgTraits traits;
+    for (auto& port : getIntfPorts()) {
+        if (refreshIntfPort(port) != kOk) continue;
+        if (checkIntfIsBrdg(port.name) == 0 || getDeviceSendMsgEnable(port.name.c_str()) != 0) {
+            LOG(4, "Do not used port->name = %s send McastMsg\r\n", port.name.c_str());
+            continue;
+        }
+        if (port.isDown) continue;
+        if (perPort || tlvs.empty()) tlvs = gen1905Msg(port, msgType, body, traits);
+        if (tlvs.empty() && msgType != kMsgTopolQuery) {
+            LOG(2, "failed to generate IEEE 1905.1 message (msgType = %d)\r\n", msgType);
+            return kFailure;
+        }
+        if (send1905McastMsg(port, msgType, module.msgId, traits.relay, traits.expectsResponse,
+                             tlvs) != kOk) {
+            LOG(2, "failed to send message (type = %d, id = %d) from port (%s)\r\n", msgType,
+                module.msgId, port.name.c_str());
+        } else if (ownIdPerPort) {
+            takeMsgId(msgId);
+        }
+    }
+    if (!ownIdPerPort) takeMsgId(msgId);
+    return kOk;
+}
+
+int requestRelayMcastMsg(const Port& incoming) {
+    FrameBuffer& rx = getRxBuffer();
+    for (auto& port : getIntfPorts()) {
+        if (port.ieee1905Sock.get() == incoming.ieee1905Sock.get()) continue;
+        if (refreshIntfPort(port) != kOk || port.isDown) continue;
+        port.mac.copyTo(rx.frame.data() + kSrcMacOffset);
+        if (write(port.ieee1905Sock.get(), rx.frame.data(), rx.length) <= 0) {
+            LOG(1, "failed to relay IEEE 1905.1 multicast message from port (%s)\r\n",
+                port.name.c_str());
+            return kFailure;
+        }
+        LOG(4, "relay IEEE 1905.1 multicast message from port (%s) successfully\r\n",
+            port.name.c_str());
+    }
+    return kOk;
+}
+
+int requestSendLldpMsg() {
+    FrameBuffer& tx = getTxBuffer();
+    for (auto& port : getIntfPorts()) {
+        if (refreshIntfPort(port) != kOk || port.isDown) continue;
+        const TlvList tlvs = genLldpMsg(port);
+        tx.frame.fill(0);
+        if (tlvs.empty() || genLldpEtherHdr(port.mac, tx.frame) != kOk) {
+            LOG_PUTS(1, "failed to generate LLDP message\r");
+            return kFailure;
+        }
+        size_t position = kEtherHdrLen;
+        for (const auto& tlv : tlvs) {
+            position += flattenLldpTlv(tlv, std::span(tx.frame).subspan(position));
+        }
+        tx.length = static_cast<uint32_t>(std::max(position, kMinFrameLen));
+        if (write(port.lldpSock.get(), tx.frame.data(), tx.length) <= 0) {
+            LOG(1, "failed to send LLDP message (port = %s)\r\n", port.name.c_str());
+            continue;
+        }
+        LOG(3, "send LLDP message successfully (port = %s, size = %d)\r\n", port.name.c_str(),
+            static_cast<int>(tx.length));
+    }
+    return kOk;
+}
+
+int send1905UcastMsg(const Port& port, const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
+                     bool registerQuery, const TlvList& tlvs) {
+    LOG(4, "port = %s, macDa (" MAC_FMT "), message (type = %d, id = %d)\r\n", port.name.c_str(),
+        MAC_ARGS(dstMac), msgType, msgId);
+    if (tlvs.empty() && msgType != kMsgTopolQuery) return kFailure;
+    if (const int result = sendFragments({port, &dstMac, msgType, msgId, false}, tlvs);
+        result != kOk) {
+        return result;
+    }
+    if (registerQuery) (void)registerQueriedMsg(dstMac, msgType, msgId);
+    return kOk;
+}
+
+int send1905McastMsg(const Port& port, uint16_t msgType, uint16_t msgId, bool relay,
+                     bool registerQuery, const TlvList& tlvs) {
+    LOG(4, "port = %s, message (type = %d, id = %d)\r\n", port.name.c_str(), msgType, msgId);
+    if (tlvs.empty() || getAlMac() == nullptr) return kFailure;
+    if (const int result = sendFragments({port, nullptr, msgType, msgId, relay}, tlvs);
+        result != kOk) {
+        return result;
+    }
+    // So that it is recognised when a neighbour relays it back.
+    registerGenRecvMsg(*getAlMac(), msgType, msgId);
+    if (registerQuery) (void)registerQueriedMsg(*getAlMac(), msgType, msgId);
+    return kOk;
+}
+
+void registerGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId) {
+    LOG(4, "alMac = " MAC_FMT ", msgType = %d, msgId = %d\r\n", MAC_ARGS(alMac), msgType, msgId);
+    module.genRecvMsgs.store(alMac, msgType, msgId);
+}
+
+bool lookupGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId) {
+    const Seconds time = now();
+    return module.genRecvMsgs.find([&](const auto& entry) {
+        return entry.alMac == alMac && entry.msgType == msgType && entry.msgId == msgId &&
+               time - entry.time <= kGenRecvLifetime;
+    }) != nullptr;
+}
+
+int registerQueriedMsg(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId) {
+    if (getAlTable() == nullptr) return kFailure;
+    const MacAddr alMac = alMacOf(dstMac);
+    LOG(4, "alMac = " MAC_FMT ", macDa = " MAC_FMT ", type = %d, id = %d\r\n", MAC_ARGS(alMac),
+        MAC_ARGS(dstMac), msgType, msgId);
+    module.queriedMsgs.store(alMac, msgType, msgId);
+    return kOk;
+}
+
+int checkMatchQueryRespPair(const MacAddr& srcMac, uint16_t respType, uint16_t respId) {
+    if (getAlTable() == nullptr) return kFailure;
+    const MacAddr alMac = alMacOf(srcMac);
+    LOG(4, "alMac = " MAC_FMT ", macSa = " MAC_FMT ", type = %d, id = %d\r\n", MAC_ARGS(alMac),
+        MAC_ARGS(srcMac), respType, respId);
+    // Meant: any sender will do unless the query went to the all-zero address.
+    auto* entry = module.queriedMsgs.find([&](const auto& query) {
+        return query.msgType + 1 == respType && query.msgId == respId &&
+               (query.alMac == alMac || !query.alMac.isZero());
+    });
+    if (entry == nullptr) return 0;
+    entry->msgId = MessageMemory::kFree;
+    return 1;
+}
