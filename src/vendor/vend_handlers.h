@@ -1,0 +1,20 @@
+// Decoding and dispatch of received vendor messages.
+#pragma once
+
+#include "core/bytes.h"
+#include "transport/ports.h"
+#include "vendor/vend_msg.h"
+
+// Where a vendor message came from.
+enum VendPath : int { kVendPathCommand = 25, kVendPathNetwork = 255 };
+
+// kOk; the pending vendor queries are forgotten.
+int initVendMessageHandler();
+
+// Decodes the TLV area of a vendor-specific message and handles it. The handler's result, or
+// kFailure when it does not decode.
+int parseVendSpecTlvs(const Port& port, const MacAddr& srcMac, uint16_t msgId, Bytes area);
+
+// Handles a vendor message; senderAlMac receives the AL MAC of its header. kOk or kFailure.
+int handleVendSpecMsg(const Port& port, const MacAddr& srcMac, MacAddr& senderAlMac, uint16_t msgId,
+                      VendMsg& msg, int path);
