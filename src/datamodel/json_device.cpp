@@ -1,0 +1,213 @@
+#include "datamodel/json_device.h"
+
+#include <algorithm>
+
+#include "core/result.h"
+#include "datamodel/device_info.h"
+#include "datamodel/labels.h"
+#include "platform/autoconfig.h"
+
+namespace {
+
+constexpr uint32_t kNoMediaType = UINT32_MAX;
+
+// One end of a link, as far as it is known.
+struct LocalIntf {
+    std::string reference;
+    uint32_t mediaType = kNoMediaType;
+};
+struct NbrIntf {
+    MacAddr mac;
+    uint32_t mediaType = kNoMediaType;
+};
+
+// An empty reference when the device lists neighbours on an interface that it does not list.
+LocalIntf findLocalIntf(const Ieee1905DevTable& dev, const MacAddr& mac) {
+    size_t number = 0;
+    for (const auto& intf : dev.intfs) {
+        number++;
+        if (intf.mac == mac) return {"Interface." + std::to_string(number), intf.mediaType};
+    }
+    return {};
+}
+
+std::vector<NbrIntf> intfsHearing(const AlTable& al, const MacAddr& alMac) {
+    std::vector<NbrIntf> found;
+    for (const auto& intf : al.intfs) {
+        const bool hears = std::any_of(intf.nbrs.begin(), intf.nbrs.end(), [&](const auto& nbr) {
+            return nbr.is1905 && nbr.nbrAlMac == alMac;
+        });
+        if (hears) found.push_back({intf.mac, intf.mediaType});
+    }
+    return found;
+}
+
+std::vector<NbrIntf> intfsHearing(const Ieee1905DevTable& dev, const MacAddr& alMac) {
+    std::vector<NbrIntf> found;
+    for (const auto& list : dev.ieee1905Lists) {
+        const bool hears = std::any_of(list.nbrs.begin(), list.nbrs.end(),
+                                       [&](const auto& nbr) { return nbr.alMac == alMac; });
+        if (hears) {
+            found.push_back({list.localIntfMac, findLocalIntf(dev, list.localIntfMac).mediaType});
+        }
+    }
+    return found;
+}
+
+// A topology response names a 1905 neighbour by its AL MAC alone. Its interface is the one on which
+// it hears the device in turn, as its own record says (or, when the neighbour is this daemon, the
+// own tables); of several the one of the link's medium. A neighbour that is not known, or does not
+// hear the device yet, has a zero MAC and no medium.
+NbrIntf findNbrIntf(const DataModel& model, const Ieee1905DevTable& dev, const MacAddr& nbrAlMac,
+                    uint32_t linkMediaType) {
+    std::vector<NbrIntf> found;
+    if (nbrAlMac == model.al.alMac) {
+        found = intfsHearing(model.al, dev.alMac);
+    } else if (const auto nbr = model.devs.find(nbrAlMac); nbr != model.devs.end()) {
+        found = intfsHearing(*nbr->second, dev.alMac);
+    }
+    for (const auto& intf : found) {
+        if (intf.mediaType == linkMediaType) return intf;
+    }
+    return found.empty() ? NbrIntf{} : found.front();
+}
+
+void writeWifiLink(JsonWriter& out, const WifiClient& client) {
+    out.number("RATE", client.rate);
+    out.number("RSSI", client.rssi);
+    out.number("SignalLevel", client.signalLevel);
+    out.text("Tx", client.tx);
+    out.text("Rx", client.rx);
+    out.text("ConnType", client.connType);
+}
+
+void writeIeee1905Nbr(JsonWriter& out, size_t number, std::string_view localIntf,
+                      const Ieee1905Nbr& nbr, const NbrIntf& nbrIntf, const WifiClient* client) {
+    out.beginObject("IEEE1905Neighbor.", number);
+    out.text("LocalInterface", localIntf);
+    out.mac("NeighborDeviceId", nbr.alMac);
+    out.mac("NeighborInterfaceId", nbrIntf.mac);
+    out.text("MediaType", ieee1905NbrMediaLabel(nbrIntf.mediaType,
+                                                client != nullptr ? client->connType.view() : ""));
+    if (client != nullptr) writeWifiLink(out, *client);
+    out.boolean("IEEE802dot1Bridge", nbr.bridgeFlag != 0);
+    out.end();
+}
+
+void writeIeee1905Nbrs(JsonWriter& out, const DataModel& model, const Ieee1905DevTable& dev) {
+    size_t number = 0;
+    for (const auto& list : dev.ieee1905Lists) {
+        const LocalIntf local = findLocalIntf(dev, list.localIntfMac);
+        for (const auto& nbr : list.nbrs) {
+            if (checkIeee1905NbrIsWIFI(out, dev, nbr, number, local.reference) > 0) continue;
+            writeIeee1905Nbr(out, ++number, local.reference, nbr,
+                             findNbrIntf(model, dev, nbr.alMac, local.mediaType), nullptr);
+        }
+    }
+}
+
+void writeNon1905Nbrs(JsonWriter& out, const Ieee1905DevTable& dev) {
+    size_t number = 0;
+    for (const auto& list : dev.non1905Lists) {
+        const LocalIntf local = findLocalIntf(dev, list.localIntfMac);
+        for (const auto& mac : list.nbrs) {
+            const WifiClient* client = nullptr;
+            (void)checkIntfMacMediaType(dev, mac, client);
+            out.beginObject("NonIEEE1905Neighbor.", ++number);
+            out.text("LocalInterface", local.reference);
+            out.mac("NeighborInterfaceId", mac);
+            if (client != nullptr) {
+                out.text("MediaType", non1905NbrMediaLabel(client->mediaType, client->connType));
+                writeWifiLink(out, *client);
+            } else {
+                // What hangs on an interface and is no station has that interface's medium.
+                out.text("MediaType", non1905NbrMediaLabel(local.mediaType, ""));
+            }
+            out.end();
+        }
+    }
+}
+
+void writeIntfs(JsonWriter& out, const Ieee1905DevTable& dev) {
+    size_t number = 0;
+    for (const auto& intf : dev.intfs) {
+        out.beginObject("Interface.", ++number);
+        out.text("InterfaceName", intf.name.empty() ? "Unknown" : intf.name.view());
+        out.mac("InterfaceId", intf.mac);
+        out.text("MediaType", intfMediaLabel(intf.mediaType, intf.name));
+        out.text("PowerState", pwrStateLabel(intf.pwrState));
+        out.end();
+    }
+}
+
+void writeBrdgTuples(JsonWriter& out, const Ieee1905DevTable& dev) {
+    size_t number = 0;
+    for (const auto& tuple : dev.brdgTuples) {
+        out.beginObject("BridgingTuple.", ++number);
+        out.key("InterfaceList");
+        out.append("[ ");
+        std::string_view separator;
+        for (const auto& mac : tuple.macs) {
+            out.append(separator).append(mac);
+            separator = ", ";
+        }
+        out.append(" ]");
+        out.end();
+    }
+}
+
+}  // namespace
+
+int checkIntfMacMediaType(const Ieee1905DevTable& dev, const MacAddr& mac,
+                          const WifiClient*& client) {
+    for (const auto& candidate : dev.wifiClients) {
+        if (candidate.mac != mac) continue;
+        client = &candidate;
+        break;
+    }
+    return kOk;
+}
+
+int checkIeee1905NbrIsWIFI(JsonWriter& out, const Ieee1905DevTable& dev, const Ieee1905Nbr& nbr,
+                           size_t& number, std::string_view localIntf) {
+    int written = 0;
+    // A zero owner marks a station that is no 1905 device.
+    if (nbr.alMac.isZero()) return written;
+    for (const auto& client : dev.wifiClients) {
+        if (client.ownerAlMac != nbr.alMac) continue;
+        writeIeee1905Nbr(out, ++number, localIntf, nbr, {client.mac, client.mediaType}, &client);
+        written++;
+    }
+    return written;
+}
+
+void writeIeee1905Device(JsonWriter& out, const DataModel& model, const Ieee1905DevTable& dev,
+                         size_t number) {
+    out.beginObject("IEEE1905Device.", number);
+    out.mac("IEEE1905Id", dev.alMac);
+    out.number("InterfaceNumberOfEntries", static_cast<int64_t>(dev.intfs.size()));
+    out.number("NonIEEE1905NeighborNumberOfEntries", static_cast<int64_t>(dev.non1905NbrNum()));
+    out.number("IEEE1905NeighborNumberOfEntries", static_cast<int64_t>(dev.ieee1905NbrNum()));
+    out.number("BridgingTupleNumberOfEntries", static_cast<int64_t>(dev.brdgTuples.size()));
+    out.text("FirmwareState", firmwareStateLabel(dev.firmwareState));
+    out.text("FirmwareVersion", dev.firmwareVersion);
+    out.text("Hostname", dev.hostname);
+    out.text("DeviceIP", dev.deviceIP);
+    out.text("DeviceLANMac", dev.deviceLanMac);
+    out.text("DeviceMode", dev.deviceMode);
+    writeReleaseAndLed(out, dev.releaseVersion, dev.releaseVersionGit, dev.info);
+    out.text("DeviceType", roleLabel(dev.role));
+    out.text("DaisychainOption", dev.info.daisychainOption);
+    writeSettings(out, dev.buildNumber, dev.info);
+    if (model.al.role() == 0) {
+        out.quotedNumber("Authorized", checkMACisApprove(dev.alMac.data(), dev.hostname.c_str()));
+    }
+    writeChannels(out, dev.info);
+    out.text("DeviceUptime", dev.deviceUptime);
+    writeAddressesAndVersions(out, dev.info);
+    writeIntfs(out, dev);
+    writeNon1905Nbrs(out, dev);
+    writeIeee1905Nbrs(out, model, dev);
+    writeBrdgTuples(out, dev);
+    out.end();
+}

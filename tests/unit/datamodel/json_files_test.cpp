@@ -1,0 +1,216 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "core/options.h"
+#include "core/result.h"
+#include "datamodel/json_autoconfig.h"
+#include "datamodel/json_change_log.h"
+#include "datamodel/json_data_model.h"
+#include "support/fake_platform.h"
+#include "support/log_capture.h"
+#include "support/test_clock.h"
+#include "topology/data_manager.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kOwnState = R"(	"Main24G":            [0, 0],
+	"Main5G":             [0, 0],
+	"Guest24G":           [0, 0],
+	"Guest4G":            [3, 4],
+	"Main24G_time":       "main",
+	"Main5G_time":        "",
+	"Guest24G_time":      "",
+	"Guest5G_time":       "",
+	"Visitor24G_time":    "",
+	"Visitor5G_time":     "",
+	"Backhaul24GAP_time": "ap",
+	"Backhaul24GST_time": "st",
+	"Backhaul5GAP_time":  "",
+	"Backhaul5GST_time":  "",
+	"Backhaul5G2AP_time": "",
+	"Backhaul5G2ST_time": "",
+)";
+
+std::string deviceState(const std::string& sync) {
+    return sync + R"(			"AP-autoconfig_Main24G": [1, 2],
+			"AP-autoconfig_Main5G": [0, 0],
+			"AP-autoconfig_Guest24G": [0, 0],
+			"AP-autoconfig_Guest5G": [7, 8],
+			"Main24G_time":       "",
+			"Main5G_time":        "",
+			"Guest24G_time":      "",
+			"Guest5G_time":       "",
+			"Visitor24G_time":    "",
+			"Visitor5G_time":     "",
+			"Backhaul24GST_time": "",
+			"Backhaul24GAP_time": "ap24",
+			"Backhaul5GST_time":  "",
+			"Backhaul5GAP_time":  "",
+			"Backhaul5G2ST_time": "st52",
+			"Backhaul5G2AP_time": ""
+		})";
+}
+
+TEST(JsonAPautoconfig, IsWrittenToTheByte) {
+    AlTable al;
+    al.alMac = {2, 0, 0, 0, 0, 1};
+    al.wpsConfig[0] = 1;
+    al.wpsBandConfig[3] = {3, 4};
+    al.apAutoConfTimes[0] = "main";
+    al.apAutoConfTimes[6] = "ap";
+    al.apAutoConfTimes[7] = "st";
+    const std::string own =
+        "{\n\t\"IEEE1905Id\": \"02:00:00:00:00:01\",\n"
+        "\t\"DeviceType\": \"Enrollee\",\n" +
+        std::string(kOwnState);
+    const std::string none =
+        own + "\t\"NetworkTopology\": {\n\t\t\"IEEE1905DeviceNumberOfEntries\": 0\n\t}\n}\n";
+    EXPECT_EQ(renderJsonAPautoconfig(&al, nullptr), none);
+    EXPECT_EQ(renderJsonAPautoconfig(&al, &al.topol), none);
+    EXPECT_EQ(renderJsonAPautoconfig(nullptr, nullptr), "");
+
+    Ieee1905DevTable dev;
+    dev.alMac = {2, 0, 0, 0, 0, 2};
+    dev.role = 0;
+    dev.apAutoConf.counters = {{{1, 2}, {}, {}, {7, 8}}};
+    dev.apAutoConf.syncFlags = {1, 0, 2, 3};
+    dev.apAutoConf.times[6] = "ap24";
+    dev.apAutoConf.times[11] = "st52";
+    al.topol.devs = {dev, dev};
+    al.topol.devs.back().role = 1;
+    EXPECT_EQ(renderJsonAPautoconfig(&al, &al.topol),
+              own +
+                  "\t\"NetworkTopology\": {\n\t\t\"IEEE1905DeviceNumberOfEntries\": 2,\n"
+                  "\t\t\"IEEE1905Device.1\": {\n\t\t\t\"IEEE1905Id\": \"02:00:00:00:00:02\",\n"
+                  "\t\t\t\"DeviceType\": \"Registrar\",\n" +
+                  deviceState("") +
+                  ",\n"
+                  "\t\t\"IEEE1905Device.2\": {\n\t\t\t\"IEEE1905Id\": \"02:00:00:00:00:02\",\n"
+                  "\t\t\t\"DeviceType\": \"Enrollee\",\n" +
+                  deviceState("\t\t\t\"AP-autoconfig_Sync\": [1, 0, 2, 3],\n") + "\n\t}\n}\n");
+
+    uint8_t flag = 9;
+    EXPECT_EQ(getAPautoconfigFlag(dev, 2, flag), kFailure);
+    EXPECT_EQ(flag, 9);
+    EXPECT_EQ(getAPautoconfigFlag(dev, 33, flag), kOk);
+    EXPECT_EQ(flag, 3);
+}
+
+TEST(JsonChangeLog, IsWrittenToTheByte) {
+    setTestTime(1770091600);
+    setenv("TZ", "EST5", 1);
+    tzset();
+    TopolTable topol;
+    topol.maxChangeLogEntries = 3;
+    EXPECT_EQ(renderJsonvm1905log(nullptr), "{\n}\n");
+    EXPECT_EQ(renderJsonvm1905log(&topol),
+              "{\n\t\"MaxChangeLogEntries\": 3,\n\t\"LastChange\": \"ChangeLog.0\",\n"
+              "\t\"IEEE1905DeviceNumberOfEntries\": 0,\n\t\"ChangeLogNumberOfEntries\": 0\n}\n");
+
+    topol.devs.resize(1);
+    topol.changeLogNum = 2;
+    topol.changeLogNext = 2;
+    // 2026-02-03 04:05:06 UTC.
+    topol.changeLog[0] = {1770091506,         1, {2, 0, 0, 0, 0, 1},
+                          {2, 0, 0, 0, 0, 2}, 0, {2, 0, 0, 0, 0, 3}};
+    topol.changeLog[1] = {1770091506, 2, {}, {}, 2, {}};
+    EXPECT_EQ(renderJsonvm1905log(&topol), R"({
+	"MaxChangeLogEntries": 3,
+	"LastChange": "ChangeLog.2",
+	"IEEE1905DeviceNumberOfEntries": 1,
+	"ChangeLogNumberOfEntries": 2,
+	"ChangeLog.1": {
+		"TimeStamp": "2026-02-02T23:05:06",
+		"EventType": "LostNeighbor",
+		"ReporterDeviceId": "02:00:00:00:00:01",
+		"ReporterInterfaceId": "02:00:00:00:00:02",
+		"NeighborType": "IEEE1905",
+		"NeighborId": "02:00:00:00:00:03"
+	},
+	"ChangeLog.2": {
+		"TimeStamp": "2026-02-02T23:05:06",
+		"EventType": "",
+		"ReporterDeviceId": "00:00:00:00:00:00",
+		"ReporterInterfaceId": "00:00:00:00:00:00",
+		"NeighborType": "Unknown",
+		"NeighborId": "00:00:00:00:00:00"
+	}
+}
+)");
+    topol.changeLogNum = 0xFFFF;
+    EXPECT_EQ(occurrences(renderJsonvm1905log(&topol), "\"NeighborId\""), 256u);
+    unsetenv("TZ");
+    tzset();
+    useSystemClock();
+}
+
+class DataModelFiles : public testing::Test {
+  protected:
+    void SetUp() override {
+        fakePlatform().reset();
+        setTestTime(1000);
+        char folder[] = "/tmp/datamodelXXXXXX";
+        ASSERT_NE(mkdtemp(folder), nullptr);
+        folder_ = folder;
+        (void)setDataModelFolderOption(folder);
+        ASSERT_EQ(initDataManager(), kOk);
+    }
+    void TearDown() override {
+        (void)destroyDataManager();
+        (void)setDataModelFolderOption("/tmp");
+        fs::remove_all(folder_);
+        useSystemClock();
+    }
+    std::string read(const char* name) const {
+        std::ifstream file(folder_ / name);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    fs::path folder_;
+};
+
+TEST_F(DataModelFiles, AreOverwrittenWhole) {
+    for (const char* name : {"vm1905.json", "vm1905_APautoconfig.json", "vm1905_log.json"}) {
+        std::ofstream(folder_ / name) << std::string(100000, 'x');
+    }
+    EXPECT_EQ(writeJsonDataModel(), kOk);
+    EXPECT_EQ(writeJsonvm1905log(), kOk);
+    EXPECT_EQ(read("vm1905.json"),
+              renderJsonDataModel(getAlTable(), getNetTopolTable(), getSecurityTable()));
+    EXPECT_EQ(read("vm1905_APautoconfig.json"),
+              renderJsonAPautoconfig(getAlTable(), getNetTopolTable()));
+    EXPECT_EQ(read("vm1905_log.json"), renderJsonvm1905log(getNetTopolTable()));
+
+    (void)destroyDataManager();
+    EXPECT_EQ(writeJsonDataModel(), kOk);
+    EXPECT_EQ(read("vm1905.json"), "{\n\t\"Device\": {\n\t\t\"X_5E1F09_IEEE1905\": {\n");
+    EXPECT_EQ(read("vm1905_APautoconfig.json"), "");
+}
+
+TEST_F(DataModelFiles, OneThatCannotBeOpenedIsPassedOver) {
+    fs::create_directory(folder_ / "vm1905.json");
+    LogCapture log(3);
+    EXPECT_EQ(writeJsonDataModel(), kOk);
+    EXPECT_EQ(log.text(), "");
+    DEBUGLEVEL = 4;
+    EXPECT_EQ(writeJsonDataModel(), kOk);
+    EXPECT_NE(log.text().find("(file = " + (folder_ / "vm1905.json").string() + ")\n"),
+              std::string::npos);
+    EXPECT_NE(read("vm1905_APautoconfig.json"), "");
+}
+
+TEST_F(DataModelFiles, AFullDiskIsReported) {
+    fs::create_symlink("/dev/full", folder_ / "vm1905.json");
+    LogCapture log(1);
+    EXPECT_EQ(writeJsonDataModel(), kOk);
+    EXPECT_EQ(occurrences(log.finish(), "failed to write"), 1u);
+}
+
+}  // namespace
