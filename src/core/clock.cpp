@@ -16,7 +16,9 @@ int64_t nanoseconds(clockid_t clock) {
 }
 
 // How far the wall clock is ahead of the time since boot.
-int64_t wallClockLead() { return nanoseconds(CLOCK_REALTIME) - nanoseconds(CLOCK_BOOTTIME); }
+int64_t wallClockLead() {
+    return nanoseconds(CLOCK_REALTIME) - nanoseconds(CLOCK_BOOTTIME);
+}
 
 int64_t leadAtStart() {
     static const int64_t lead = wallClockLead();
@@ -31,7 +33,9 @@ Seconds now() {
     return (nanoseconds(CLOCK_BOOTTIME) + lead) / kNanoseconds;
 }
 
-Seconds wallClock() { return testSource != nullptr ? testSource() : time(nullptr); }
+Seconds wallClock() {
+    return testSource != nullptr ? testSource() : time(nullptr);
+}
 
 Seconds toWallClock(Seconds stamp) {
     if (testSource != nullptr) return stamp;
@@ -40,6 +44,10 @@ Seconds toWallClock(Seconds stamp) {
     return stamp + (stepped + half) / kNanoseconds;
 }
 
-void sleepMicroseconds(unsigned microseconds) { usleep(microseconds); }
+void sleepMicroseconds(unsigned microseconds) {
+    usleep(microseconds);
+}
 
-void setClockSource(ClockSource source) { testSource = source; }
+void setClockSource(ClockSource source) {
+    testSource = source;
+}

@@ -1,11 +1,11 @@
 #include "core/control_files.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
-#include <cstdio>
 #include <cstdlib>
-#include <memory>
 
+#include "core/fd.h"
 #include "core/log.h"
 #include "core/options.h"
 #include "core/result.h"
@@ -30,13 +30,14 @@ void cleanUp() {
 }
 
 int readDebugLevel() {
-    const std::unique_ptr<FILE, decltype(&fclose)> file(fopen(kDebugFile, "re"), fclose);
-    if (!file) {
+    // Not to be held up by a FIFO of that name.
+    Fd fd(open(kDebugFile, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    if (!fd) {
         LOG(2, "can't open file: %s\r\n", kDebugFile);
         return kFailure;
     }
     char text[2] = {};
-    if (fgets(text, sizeof text, file.get()) != nullptr) {
+    if (read(fd.get(), text, 1) == 1) {
         const auto level = static_cast<uint8_t>(atoi(text));
         LOG(4, "set debug level to %d from the script cmd\r\n", level);
         (void)setDebugLevelOption(level);

@@ -94,6 +94,7 @@ int main(int argc, char** argv) {
         printUsage(argv[0]);
         return EXIT_SUCCESS;
     }
+    installRequestHandlers();
     setDeviceModelType(line.modelName);
     setConfFolder(line.confFolder);
     if (initSysConfig() != kOk) {
@@ -103,7 +104,6 @@ int main(int argc, char** argv) {
     }
     applyOptions(line);
 
-    installRequestHandlers();
     for (const Init& init : kInits) {
         if (init.run() == kOk) continue;
         LOG(1, "%s\n", init.failure);

@@ -38,8 +38,28 @@ int runPlatform(Seconds time) {
     return kOk;
 }
 
+}  // namespace
+
+void installRequestHandlers() {
+    requestHandlers() = {.writeJsonDataModel = writeJsonDataModel,
+                         .requestSendTopolNtfMsg = requestSendTopolNtfMsg,
+                         .sendTopolQuery = sendTopolQuery,
+                         .reinitIntfPorts = reinitIntfPorts,
+                         .setMessageTransmitterCheckFlag = nullptr};
+}
+
+int startControllers() {
+    setSysState(kStarting);
+    if (startNetCtrl() != 0) {
+        LOG_PUTS(1, "failed to start network controller\r");
+        return kFailure;
+    }
+    if (startMessageMonitor() != kOk || startServiceMonitor() != kOk) return kFailure;
+    setSysState(kRunning);
+    return kOk;
+}
+
 int runPass() {
-    (void)checkScriptCmd();
     (void)checkAlarms();
     (void)checkIntfNbrIntfTimeOut();
     (void)checkNbrDevTableTimeOut();
@@ -51,35 +71,20 @@ int runPass() {
     const Seconds time = now();
     if (runPlatform(time) != kOk) return kFailure;
     MessageTransmitterLoop(time, 0);
-    sleepMicroseconds(kYieldMicroseconds);
     return kOk;
 }
 
-}  // namespace
-
-void installRequestHandlers() {
-    requestHandlers() = {.writeJsonDataModel = writeJsonDataModel,
-                         .requestSendTopolNtfMsg = requestSendTopolNtfMsg,
-                         .sendTopolQuery = sendTopolQuery,
-                         .reinitIntfPorts = reinitIntfPorts,
-                         .setMessageTransmitterCheckFlag = nullptr};
-}
-
 int runStateMachine() {
-    setSysState(kStarting);
-    if (startNetCtrl() != 0) {
-        LOG_PUTS(1, "failed to start network controller\r");
-        return kFailure;
-    }
-    if (startMessageMonitor() != kOk || startServiceMonitor() != kOk) return kFailure;
-    setSysState(kRunning);
+    if (startControllers() != kOk) return kFailure;
     return runMainLoop() == kOk ? kOk : kFailure;
 }
 
 int runMainLoop() {
     while (getSysState() != kStopped) {
         if (getSysState() != kRunning) continue;
+        (void)checkScriptCmd();
         if (runPass() != kOk) return kFailure;
+        sleepMicroseconds(kYieldMicroseconds);
     }
     return kOk;
 }

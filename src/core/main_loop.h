@@ -4,7 +4,14 @@
 // Installs what low modules may ask of higher ones.
 void installRequestHandlers();
 
-// Starts platform and monitors and runs the main loop until it ends. kOk or kFailure.
+// Starts platform and monitors. kOk or kFailure.
+int startControllers();
+
+// One pass of the main loop but for its control files and its pause. kOk, or kFailure when a
+// monitor or the platform fails.
+int runPass();
+
+// Starts the controllers and runs the main loop until it ends. kOk or kFailure.
 int runStateMachine();
 
 // Polls until the system state is stopped. kOk, or kFailure when a monitor or the platform fails.

@@ -42,7 +42,7 @@ int number(const char* value, int fallback) {
 
 void storeDebugLevel(const char* value) {
     config().debugLevel = static_cast<uint8_t>(number(value, 3));
-    if (value != nullptr) (void)setDebugLevel(config().debugLevel);
+    (void)setDebugLevel(config().debugLevel);
 }
 
 template <auto Member, int Default>

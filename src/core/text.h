@@ -21,7 +21,7 @@ class Text {
     void assign(std::string_view text) {
         const size_t n =
             std::min(text.find('\0') == text.npos ? text.size() : text.find('\0'), N - 1);
-        std::memmove(buf_.data(), text.data(), n);
+        if (n != 0) std::memmove(buf_.data(), text.data(), n);
         std::fill(buf_.begin() + static_cast<std::ptrdiff_t>(n), buf_.end(), '\0');
     }
 

@@ -10,15 +10,16 @@
 extern "C" {
 #endif
 
-/* Prepare the library. The first call the daemon makes; 0 on success, else the daemon exits. */
+/* Prepare the library. Only identity, log and debug level are asked for earlier. 0 on success, else
+ * the daemon exits. */
 int initNetCtrl(void);
 
 /* Begin to work; the daemon's records and ports exist by now. 0 on success. */
 int startNetCtrl(void);
 
 /* Called from the daemon's main loop, at most every 5 seconds. Must return promptly: nothing
- * else runs meanwhile. Callbacks are made from inside this call. A non-zero result stops the
- * daemon. */
+ * else runs meanwhile. Callbacks are made from inside this and the other calls that the daemon
+ * makes, never from another thread. A non-zero result stops the daemon. */
 int runNetCtrl(void);
 
 /* Release everything. 0 on success. */

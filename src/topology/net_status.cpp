@@ -62,7 +62,13 @@ int mediaTypeChanged(const IntfMediaTypeEvent& event) {
     if (event.mediaInfo != nullptr) {
         info.assign(event.mediaInfo, event.mediaInfo + event.mediaInfoLen);
     }
-    return updateIntfMediaType(MacAddr(event.mac), event.oldMediaType, event.newMediaType, info);
+    const int result =
+        updateIntfMediaType(MacAddr(event.mac), event.oldMediaType, event.newMediaType, info);
+    // Ports are found by their media type.
+    if (result == kChanged) {
+        updatePortMediaType(MacAddr(event.mac), event.oldMediaType, event.newMediaType);
+    }
+    return result;
 }
 
 int nbrsAdded(const IntfNbrEvent& event) {

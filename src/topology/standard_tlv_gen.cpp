@@ -46,12 +46,16 @@ std::span<const T> countable(const std::vector<T>& list) {
 std::optional<Tlv> makeNbrTlv(uint8_t type, unsigned index, bool is1905) {
     const IntfTable* intf = getIntfTableByIndex(index);
     if (intf == nullptr) return std::nullopt;
-    const size_t num = is1905 ? intf->nbr1905Num() : intf->nbrNon1905Num();
+    const size_t entrySize = is1905 ? 7 : 6;
+    size_t num = is1905 ? intf->nbr1905Num() : intf->nbrNon1905Num();
     if (num == 0) return std::nullopt;
-    return makeTlv(type, 6 + (is1905 ? 7 : 6) * num, [&](ByteWriter& out) {
+    // Who does not fit is left out: a longer TLV could not be sent, nor the message that it is in.
+    num = std::min(num, (kMaxSentTlvLength - 6) / entrySize);
+    return makeTlv(type, 6 + entrySize * num, [&](ByteWriter& out) {
         out.mac(intf->mac);
         for (const auto& nbr : intf->nbrs) {
             if (nbr.is1905 != is1905) continue;
+            if (num-- == 0) break;
             if (is1905) {
                 out.mac(nbr.nbrAlMac).u8(nbr.bridgeFlag == 1 ? kBridgeFlag : 0);
             } else {

@@ -236,7 +236,6 @@ size_t parseDevBrdgCapTlv(Ieee1905DevTable& dev, Bytes tlv) {
     makeRoom(dev.brdgTuples, std::min<size_t>(num, reader.left()));
     for (unsigned i = 0; i < num && reader.ok(); i++) {
         const size_t macNum = reader.u8();
-        reader.demand(macNum * 6 <= reader.left());
         if (!reader.ok()) break;
         if (macNum == 0) LOG_PUTS(3, "the number of MAC address in this bridging tuple is 0\r");
         BrdgTuple& tuple = dev.brdgTuples.emplace_back();

@@ -25,6 +25,7 @@ struct {
 } module;
 
 int discAlarmHandler() {
+    (void)rebindIntfPorts();  // a platform need not report that a port joined a bridge
     if (getNetTopolCap() != 1) {
         LOG_PUTS(4, "The capability of network topology is disable\r");
         return setDiscMsgTransAlarm(kAlarmPeriod);

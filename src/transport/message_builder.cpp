@@ -1,5 +1,7 @@
 #include "transport/message_builder.h"
 
+#include <algorithm>
+
 #include "core/log.h"
 #include "topology/data_manager.h"
 #include "topology/link_metrics.h"
@@ -49,21 +51,24 @@ void addMetrics(Builder& builder, const LinkMetricInfo& info, uint8_t metrics) {
     if (metrics == 1 || metrics == 2) builder.must(genRxMetricTlv(info));
 }
 
+bool isNbrDev(const MacAddr& alMac) {
+    const auto& devs = getNbrDevTable();
+    return std::any_of(devs.begin(), devs.end(),
+                       [&](const NbrDev& dev) { return dev.alMac == alMac; });
+}
+
 TlvList genMetricResp(const MetricQuery* query) {
-    if (query == nullptr) return {};
+    if (query == nullptr || query->nbrSelector > 1) return {};
     Builder builder;
+    if (query->nbrSelector == 1 && !isNbrDev(query->nbrAlMac)) {
+        return builder.must(genMetricResCodeTlv()).take();
+    }
     const auto infos = getLinkMetricInfo();
     if (!infos) return {};
-    if (query->nbrSelector == 0) {
-        for (const auto& info : *infos) addMetrics(builder, info, query->metrics);
-    } else if (query->nbrSelector == 1) {
-        bool known = false;
-        for (const auto& info : *infos) {
-            if (info.alMac != query->nbrAlMac) continue;
-            known = true;
+    for (const auto& info : *infos) {
+        if (query->nbrSelector == 0 || info.alMac == query->nbrAlMac) {
             addMetrics(builder, info, query->metrics);
         }
-        if (!known) builder.must(genMetricResCodeTlv());
     }
     return builder.take();
 }

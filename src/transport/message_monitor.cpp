@@ -1,7 +1,6 @@
 #include "transport/message_monitor.h"
 
 #include <algorithm>
-#include <vector>
 
 #include "core/log.h"
 #include "core/options.h"
@@ -57,7 +56,6 @@ int runMessageMonitor() {
             kStart);
         return kFailure;
     }
-    closeRetiredPorts();
     fd_set readable;
     FD_ZERO(&readable);
     int limit = 0;
@@ -69,18 +67,10 @@ int runMessageMonitor() {
     }
     if (waitReadable(limit, readable, kWaitSeconds) <= 0) return kOk;
 
-    // A handler may rebuild the port list, so the ports to be read are noted first.
-    std::vector<int> ready;
-    for (const auto& port : getIntfPorts()) {
+    const PortsInUse guard;
+    for (auto& port : getIntfPorts()) {
         const int fd = port.ieee1905Sock.get();
-        if (fd < FD_SETSIZE && FD_ISSET(fd, &readable)) ready.push_back(fd);
-    }
-    for (const int fd : ready) {
-        auto& ports = getIntfPorts();
-        const auto port = std::find_if(ports.begin(), ports.end(), [&](const Port& candidate) {
-            return candidate.ieee1905Sock.get() == fd;
-        });
-        if (port != ports.end()) (void)recv1905Msg(*port);
+        if (fd < FD_SETSIZE && FD_ISSET(fd, &readable)) (void)recv1905Msg(port);
     }
     return kOk;
 }
@@ -97,7 +87,6 @@ int destroyMessageMonitor() {
         LOG_PUTS(1, "destroyIntfPorts() failed\r");
         return kFailure;
     }
-    closeRetiredPorts();
     destroyFragCmdus();
     state = kUninit;
     return kOk;

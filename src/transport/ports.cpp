@@ -15,8 +15,8 @@ constexpr unsigned kLastIfIndex = 253;
 
 struct {
     std::list<Port> ports;
-    // Ports that are gone, while a caller may still be at work with one of them.
-    std::list<Port> retired;
+    unsigned users = 0;         // of the list
+    bool reinitWanted = false;  // once the last of them is done
     FrameBuffer txBuffer;
     FrameBuffer rxBuffer;
 } module;
@@ -40,11 +40,14 @@ bool isUp(short flags) {
 }  // namespace
 
 int initIntfPorts() {
+    // Apart, because the platform may ask for the same while it is asked about an interface.
+    std::list<Port> ports;
     for (unsigned ifIndex = 1; ifIndex <= kLastIfIndex; ifIndex++) {
         const std::string name = interfaceName(ifIndex);
         if (name.empty() || getDeviceSendMsgEnable(name.c_str()) != 0) continue;
         if (getIntfTable().empty()) {
             LOG_PUTS(1, "interface table isn't ready or the number of interface is 0\r");
+            module.ports = std::move(ports);
             return kFailure;
         }
         const IntfTable* intf = getIntfTableByName(name);
@@ -55,35 +58,54 @@ int initIntfPorts() {
         port.mac = intf->mac;
         port.name = name;
         port.mediaType = intf->mediaType;
-        if (setupSockets(port)) module.ports.push_back(std::move(port));
+        if (setupSockets(port)) ports.push_back(std::move(port));
     }
+    module.ports = std::move(ports);
     return kOk;
 }
 
 int reinitIntfPorts() {
+    if (module.users > 0) {
+        module.reinitWanted = true;
+        return kOk;
+    }
     (void)destroyIntfPorts();
     return initIntfPorts();
 }
 
 int destroyIntfPorts() {
-    module.retired.splice(module.retired.end(), module.ports);
+    module.ports.clear();
     return kOk;
 }
 
-void closeRetiredPorts() {
-    module.retired.clear();
+PortsInUse::PortsInUse() {
+    module.users++;
+}
+
+PortsInUse::~PortsInUse() {
+    if (--module.users > 0 || !module.reinitWanted) return;
+    module.reinitWanted = false;
+    (void)reinitIntfPorts();
 }
 
 int rebindIntfPorts() {
     for (auto& port : module.ports) {
-        if (isBridgePort(port.ifIndex) == port.onBridge) continue;
-        port.onBridge = !port.onBridge;
-        if (!bindRawSocket(port.ieee1905Sock.get(), port.ifIndex, kEtherType1905)) {
+        const bool onBridge = isBridgePort(port.ifIndex);
+        if (onBridge == port.onBridge) continue;
+        if (bindRawSocket(port.ieee1905Sock.get(), port.ifIndex, kEtherType1905, onBridge)) {
+            port.onBridge = onBridge;
+        } else {
             LOG(2, "failed to name a (IEEE 1905.1) socket (bind()) for interface (%s)\r\n",
                 port.name.c_str());
         }
     }
     return kOk;
+}
+
+void updatePortMediaType(const MacAddr& mac, uint32_t oldMediaType, uint32_t newMediaType) {
+    for (auto& port : module.ports) {
+        if (port.mac == mac && port.mediaType == oldMediaType) port.mediaType = newMediaType;
+    }
 }
 
 std::list<Port>& getIntfPorts() {
@@ -129,7 +151,7 @@ int setupLldpSocket(Port& port) {
         return kIntfError;
     }
     LOG(5, "- protocol: 0x%.4x\r\n", kEtherTypeLldp);
-    if (!bindRawSocket(fd, port.ifIndex, kEtherTypeLldp)) {
+    if (!bindRawSocket(fd, port.ifIndex, kEtherTypeLldp, false)) {
         LOG(2, "failed to name a (LLDP) socket (bind()) for interface (%s)\r\n", port.name.c_str());
         return kIntfError;
     }
@@ -165,7 +187,7 @@ int setupIeee1905Socket(Port& port) {
     growReceiveBuffer(fd);
     LOG(5, "- protocol: 0x%.4x\r\n", kEtherType1905);
     port.onBridge = isBridgePort(port.ifIndex);
-    if (!bindRawSocket(fd, port.ifIndex, kEtherType1905)) {
+    if (!bindRawSocket(fd, port.ifIndex, kEtherType1905, port.onBridge)) {
         LOG(2, "failed to name a (IEEE 1905.1) socket (bind()) for interface (%s)\r\n",
             port.name.c_str());
         return kIntfError;

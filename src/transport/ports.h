@@ -32,15 +32,27 @@ struct Port {
 // Builds the port list from the kernel's interfaces 1 to 253 and the interface table. kOk, or
 // kFailure when the interface table is empty.
 int initIntfPorts();
-// Builds the list anew; the result of initIntfPorts.
+// Closes all ports and builds the list again; the result of initIntfPorts. While somebody goes
+// through the ports this is put off until they are done, and kOk is returned.
 int reinitIntfPorts();
-// Takes all ports off the list. They stay open until closeRetiredPorts, because a port's handler
-// may be what asked for this. kOk.
+// Closes all ports. kOk.
 int destroyIntfPorts();
-void closeRetiredPorts();
 
-// Binds anew the sockets of ports that joined or left a kernel bridge. kOk.
+// Held by whoever goes through the ports or works with one of them: a handler or the platform
+// library may ask meanwhile for the ports to be built anew.
+class PortsInUse {
+  public:
+    PortsInUse();
+    ~PortsInUse();
+    PortsInUse(const PortsInUse&) = delete;
+    PortsInUse& operator=(const PortsInUse&) = delete;
+};
+
+// Binds anew the IEEE 1905.1 sockets of ports that joined or left a kernel bridge. kOk.
 int rebindIntfPorts();
+
+// The platform reports another media type of an interface.
+void updatePortMediaType(const MacAddr& mac, uint32_t oldMediaType, uint32_t newMediaType);
 
 std::list<Port>& getIntfPorts();
 FrameBuffer& getTxBuffer();

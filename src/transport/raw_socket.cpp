@@ -15,6 +15,7 @@
 namespace {
 
 constexpr int kReceiveBuffer = 4 << 20;
+constexpr int kSendTimeoutMicroseconds = 100'000;
 constexpr uint16_t kAllProtocols = 0x0003;
 
 ifreq requestFor(const char* name) {
@@ -23,20 +24,23 @@ ifreq requestFor(const char* name) {
     return request;
 }
 
-void attachFilter(int fd, sock_filter* code, size_t length) {
+bool attachFilter(int fd, sock_filter* code, size_t length) {
     const sock_fprog program{static_cast<unsigned short>(length), code};
-    (void)setsockopt(fd, SOL_SOCKET, SO_ATTACH_FILTER, &program, sizeof program);
+    return setsockopt(fd, SOL_SOCKET, SO_ATTACH_FILTER, &program, sizeof program) == 0;
 }
 
-// Passes incoming frames of one EtherType.
-void filterEtherType(int fd, uint16_t etherType) {
-    std::array<sock_filter, 4> code{{
+// Passes frames of one EtherType, but not those that leave.
+bool filterEtherType(int fd, uint16_t etherType) {
+    constexpr uint32_t kPacketType = static_cast<uint32_t>(SKF_AD_OFF + SKF_AD_PKTTYPE);
+    std::array<sock_filter, 6> code{{
+        {BPF_LD | BPF_W | BPF_ABS, 0, 0, kPacketType},
+        {BPF_JMP | BPF_JEQ | BPF_K, 3, 0, PACKET_OUTGOING},
         {BPF_LD | BPF_H | BPF_ABS, 0, 0, 12},
         {BPF_JMP | BPF_JEQ | BPF_K, 0, 1, etherType},
         {BPF_RET | BPF_K, 0, 0, 0xFFFF},
         {BPF_RET | BPF_K, 0, 0, 0},
     }};
-    attachFilter(fd, code.data(), code.size());
+    return attachFilter(fd, code.data(), code.size());
 }
 
 }  // namespace
@@ -48,7 +52,11 @@ std::string interfaceName(unsigned ifIndex) {
 
 int openRawSocket() {
     // Protocol 0 hears nothing until it is bound: no frame of another interface slips in.
-    return socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0);
+    const int fd = socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0);
+    // A driver whose queue is full must not hold up everything else.
+    const timeval limit{0, kSendTimeoutMicroseconds};
+    if (fd >= 0) (void)setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
+    return fd;
 }
 
 bool isBridgePort(unsigned ifIndex) {
@@ -57,25 +65,24 @@ bool isBridgePort(unsigned ifIndex) {
     return !name.empty() && stat(("/sys/class/net/" + name + "/brport").c_str(), &info) == 0;
 }
 
-bool bindRawSocket(int fd, unsigned ifIndex, uint16_t etherType) {
-    uint16_t protocol = etherType;
-    if (isBridgePort(ifIndex)) {
-        // The bridge takes a port's frames before a socket bound to an EtherType sees them.
-        protocol = kAllProtocols;
+bool bindRawSocket(int fd, unsigned ifIndex, uint16_t etherType, bool onBridge) {
+    if (!filterEtherType(fd, etherType)) return false;
+    if (onBridge) {
+        // Saves the filter the frames that leave, where the kernel knows how.
         const int on = 1;
         (void)setsockopt(fd, SOL_PACKET, PACKET_IGNORE_OUTGOING, &on, sizeof on);
     }
-    filterEtherType(fd, etherType);
     sockaddr_ll address{};
     address.sll_family = AF_PACKET;
-    address.sll_protocol = htons(protocol);
+    // A bridge takes its ports' frames before a socket bound to an EtherType sees them.
+    address.sll_protocol = htons(onBridge ? kAllProtocols : etherType);
     address.sll_ifindex = static_cast<int>(ifIndex);
     return bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
 }
 
 void stopReceiving(int fd) {
     std::array<sock_filter, 1> code{{{BPF_RET | BPF_K, 0, 0, 0}}};
-    attachFilter(fd, code.data(), code.size());
+    (void)attachFilter(fd, code.data(), code.size());
 }
 
 void growReceiveBuffer(int fd) {

@@ -16,9 +16,9 @@ std::string interfaceName(unsigned ifIndex);
 int openRawSocket();
 
 // Binds the socket to the interface so that it hears frames of the EtherType (host byte order)
-// that come in, also when the interface is a port of a kernel bridge. May be repeated after the
-// interface joined or left a bridge. False on failure.
-bool bindRawSocket(int fd, unsigned ifIndex, uint16_t etherType);
+// that come in; onBridge makes it hear them on a port of a kernel bridge too. May be repeated after
+// the interface joined or left a bridge. False on failure.
+bool bindRawSocket(int fd, unsigned ifIndex, uint16_t etherType, bool onBridge);
 
 // True when the interface is a port of a kernel bridge.
 bool isBridgePort(unsigned ifIndex);

@@ -24,14 +24,18 @@ struct Repeat {
 
 std::list<Repeat> ParseListHsad;
 
+void reportUnread(const Port& port, ssize_t size) {
+    LOG(2, "failed to read IEEE 1905.1 frame from port (%s): size (%d)\r\n", port.name.c_str(),
+        static_cast<int>(size));
+}
+
 bool readFrame(const Port& port) {
     FrameBuffer& rx = getRxBuffer();
     rx.frame.fill(0);
     const ssize_t size = recvfrom(port.ieee1905Sock.get(), rx.frame.data(), rx.frame.size(),
                                   MSG_DONTWAIT, nullptr, nullptr);
     if (size <= 0) {
-        LOG(2, "failed to read IEEE 1905.1 frame from port (%s): size (%d)\r\n", port.name.c_str(),
-            static_cast<int>(size));
+        reportUnread(port, size);
         return false;
     }
     rx.length = static_cast<uint32_t>(size);
@@ -93,6 +97,11 @@ int recv1905Msg(Port& port) {
     const FrameBuffer& rx = getRxBuffer();
     const FrameHdr hdr = parseFrameHdr(rx.frame);
     if (!acceptHeaders(port, hdr)) return kFailure;
+    if (rx.length < kHeadersLen) {
+        // The fields that did not arrive would read as those of a first fragment.
+        reportUnread(port, rx.length);
+        return kFailure;
+    }
     LOG(3,
         "receive a message: (port = %s, size = %d, macSa = " MAC_FMT
         ", version = 0x%.2x, type = %d, id = %d, fragId = %d, lastFragInd = %d, relayInd = %d)\r\n",

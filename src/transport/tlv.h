@@ -10,6 +10,8 @@
 inline constexpr size_t k1905TlvHeaderLen = 3;  // type, big-endian length
 inline constexpr size_t kLldpTlvHeaderLen = 2;  // 7 bits type, 9 bits length
 inline constexpr size_t kMaxTlvLength = 0xFFFF;
+inline constexpr size_t kMaxSentTlvSize = 1400;  // header included; a TLV is never split
+inline constexpr size_t kMaxSentTlvLength = kMaxSentTlvSize - k1905TlvHeaderLen;
 
 struct Tlv {
     uint8_t type = 0;

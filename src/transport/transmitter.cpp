@@ -15,7 +15,6 @@
 namespace {
 
 constexpr size_t kFrameBudget = 1498;  // a frame stays below this
-constexpr size_t kMaxTlvSize = 1400;   // flattened
 constexpr size_t kEndOfMsgLen = 3;
 constexpr Seconds kGenRecvLifetime = 5;
 constexpr uint16_t kMsgIdModulus = 65535;  // meant: 65535 itself is never used
@@ -85,7 +84,7 @@ int sendFragments(const Outgoing& out, const TlvList& tlvs) {
 
     for (auto tlv = tlvs.begin(); tlv != tlvs.end(); ++tlv) {
         const size_t size = tlv->flatSize1905();
-        if (size > kMaxTlvSize) {
+        if (size > kMaxSentTlvSize) {
             LOG(1, "failed to send message size = (%d) > 1400 \r\n", static_cast<int>(size));
             return kFailure;
         }
@@ -110,59 +109,95 @@ IntfTable* intfOf(const Port& port) {
     return getIntfTableById(port.mac, port.mediaType);
 }
 
+// The TLVs of a message: built anew for every port that it names, else once.
+class Message {
+  public:
+    Message(uint16_t msgType, const MsgBody& body)
+        : msgType_(msgType), body_(body), perPort_(isBuiltPerPort(msgType, body)) {
+        if (!perPort_) build({});
+    }
+
+    // True when the message cannot be built at all. A topology query may be empty.
+    bool failed() const { return failed_; }
+    const MsgTraits& traits() const { return traits_; }
+    const TlvList& forPort(const Port& port) {
+        if (perPort_) build(port);
+        return tlvs_;
+    }
+
+  private:
+    void build(const Port& port) {
+        tlvs_ = gen1905Msg(port, msgType_, body_, traits_);
+        if (!tlvs_.empty() || msgType_ == kMsgTopolQuery) return;
+        LOG(2, "failed to generate IEEE 1905.1 message (msgType = %d)\r\n", msgType_);
+        failed_ = true;
+    }
+
+    uint16_t msgType_;
+    const MsgBody& body_;
+    bool perPort_;
+    bool failed_ = false;
+    TlvList tlvs_;
+    MsgTraits traits_;
+};
+
+// What became of a unicast on all ports.
+struct Outcome {
+    bool built = true;
+    bool left = false;  // at least one frame
+};
+
+void sendOn(const Port& port, const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
+            bool registerQuery, const TlvList& tlvs, Outcome& outcome) {
+    if (send1905UcastMsg(port, dstMac, msgType, msgId, registerQuery, tlvs) == kOk) {
+        outcome.left = true;
+    } else {
+        LOG(2, "failed to send message (port = %s, msgType = %d, msgId = %d)\r\n",
+            port.name.c_str(), msgType, msgId);
+    }
+}
+
 // Types 0 and 1 name the sending port and go to the MAC by every port.
-bool sendByEveryPort(const MacAddr& dstMac, uint16_t msgType, const MsgBody& body, bool& built) {
-    bool left = false;
+Outcome sendByEveryPort(const MacAddr& dstMac, uint16_t msgType, const MsgBody& body) {
+    const PortsInUse guard;
+    Message message(msgType, body);
+    Outcome outcome;
     for (auto& port : getIntfPorts()) {
         if (intfOf(port) == nullptr) continue;
-        MsgTraits traits;
-        const TlvList tlvs = gen1905Msg(port, msgType, body, traits);
-        if (tlvs.empty()) {
-            LOG(2, "failed to generate IEEE 1905.1 message (msgType = %d)\r\n", msgType);
-            built = false;
-            return left;
-        }
+        const TlvList& tlvs = message.forPort(port);
+        if (message.failed()) return {.built = false, .left = outcome.left};
         if (!portIsUsable(port)) continue;
-        if (send1905UcastMsg(port, dstMac, msgType, module.msgId, traits.expectsResponse, tlvs) ==
-            kOk) {
-            left = true;
-        } else {
-            LOG(2, "failed to send message (port = %s, msgType = %d, msgId = %d)\r\n",
-                port.name.c_str(), msgType, module.msgId);
-        }
+        sendOn(port, dstMac, msgType, module.msgId, message.traits().expectsResponse, tlvs,
+               outcome);
     }
-    return left;
+    return outcome;
+}
+
+// True for a neighbour interface of the device, or with the interface MAC, that dstMac names. An AL
+// MAC that is not known yet is zero and names nobody.
+bool isNamedBy(const IntfNbrDev& nbr, const MacAddr& dstMac) {
+    return nbr.nbrIntfMac == dstMac || (nbr.nbrAlMac == dstMac && !dstMac.isZero());
 }
 
 // Sends to every interface of the device by the port on which it is heard.
-bool sendToNeighbour(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId, const MsgBody& body,
-                     bool isResponse, bool& built) {
-    bool left = false;
-    const bool perPort = isBuiltPerPort(msgType, body);
-    TlvList tlvs;
-    MsgTraits traits;
+Outcome sendToNeighbour(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
+                        const MsgBody& body, bool isResponse) {
+    const PortsInUse guard;
+    Message message(msgType, body);
+    Outcome outcome{.built = !message.failed()};
+    if (message.failed()) return outcome;
     for (auto& port : getIntfPorts()) {
-        if (perPort || tlvs.empty()) tlvs = gen1905Msg(port, msgType, body, traits);
-        if (tlvs.empty() && msgType != kMsgTopolQuery) {
-            LOG(2, "failed to generate IEEE 1905.1 message (msgType = %d)\r\n", msgType);
-            built = false;
-            return left;
-        }
-        IntfTable* intf = intfOf(port);
+        const IntfTable* intf = intfOf(port);
         if (intf == nullptr) continue;
+        const TlvList& tlvs = message.forPort(port);
+        if (message.failed()) return {.built = false, .left = outcome.left};
         for (const auto& nbr : intf->nbrs) {
-            if (nbr.nbrAlMac != dstMac && nbr.nbrIntfMac != dstMac) continue;
-            if (!portIsUsable(port)) continue;
-            if (send1905UcastMsg(port, nbr.nbrIntfMac, msgType, msgId,
-                                 traits.expectsResponse && !isResponse, tlvs) == kOk) {
-                left = true;
-            } else {
-                LOG(2, "failed to send message (port = %s, msgType = %d, msgId = %d)\r\n",
-                    port.name.c_str(), msgType, msgId);
-            }
+            if (!isNamedBy(nbr, dstMac) || !portIsUsable(port)) continue;
+            sendOn(port, nbr.nbrIntfMac, msgType, msgId,
+                   message.traits().expectsResponse && !isResponse, tlvs, outcome);
         }
     }
-    return left;
+    return outcome;
 }
 
 int reportUnsent(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId) {
@@ -175,7 +210,7 @@ int reportUnsent(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId) {
 MacAddr alMacOf(const MacAddr& mac) {
     for (const auto& intf : getIntfTable()) {
         for (const auto& nbr : intf.nbrs) {
-            if (nbr.nbrAlMac == mac || nbr.nbrIntfMac == mac) return nbr.nbrAlMac;
+            if (isNamedBy(nbr, mac)) return nbr.nbrAlMac.isZero() ? mac : nbr.nbrAlMac;
         }
     }
     return mac;
@@ -191,17 +226,16 @@ int initMessageTransmitter() {
 
 int requestSend1905UcastMsg(const MacAddr& dstMac, uint16_t msgType, const MsgBody& body,
                             uint16_t* msgId) {
-    bool built = true;
-    bool left = false;
+    Outcome outcome;
     if (msgType >= kMsgTypeNum) {
         LOG(4, "message type (%de) isn't supported\r\n", msgType);
     } else if (msgType == kMsgTopolDisc || msgType == kMsgTopolNtf) {
-        left = sendByEveryPort(dstMac, msgType, body, built);
+        outcome = sendByEveryPort(dstMac, msgType, body);
     } else {
-        left = sendToNeighbour(dstMac, msgType, module.msgId, body, false, built);
+        outcome = sendToNeighbour(dstMac, msgType, module.msgId, body, false);
     }
-    if (!built) return kFailure;
-    if (!left) return reportUnsent(dstMac, msgType, module.msgId);
+    if (!outcome.built) return kFailure;
+    if (!outcome.left) return reportUnsent(dstMac, msgType, module.msgId);
     takeMsgId(msgId);
     return kOk;
 }
@@ -212,17 +246,16 @@ int requestSend1905UcastRespMsg(const MacAddr& dstMac, uint16_t msgType, uint16_
         LOG(4, "message type (%de) isn't supported\r\n", msgType);
         return reportUnsent(dstMac, msgType, msgId);
     }
-    bool built = true;
-    const bool left = sendToNeighbour(dstMac, msgType, msgId, body, true, built);
-    if (!built) return kFailure;
-    return left ? kOk : reportUnsent(dstMac, msgType, msgId);
+    const Outcome outcome = sendToNeighbour(dstMac, msgType, msgId, body, true);
+    if (!outcome.built) return kFailure;
+    return outcome.left ? kOk : reportUnsent(dstMac, msgType, msgId);
 }
 
 int requestSend1905McastMsg(uint16_t msgType, const MsgBody& body, uint16_t* msgId) {
-    const bool perPort = isBuiltPerPort(msgType, body);
+    const PortsInUse guard;
     const bool ownIdPerPort = msgType == kMsgTopolDisc;
-    TlvList tlvs;
-    MsgTraits traits;
+    Message message(msgType, body);
+    if (message.failed()) return kFailure;
     for (auto& port : getIntfPorts()) {
         if (refreshIntfPort(port) != kOk) continue;
         if (checkIntfIsBrdg(port.name) == 0 || getDeviceSendMsgEnable(port.name.c_str()) != 0) {
@@ -230,13 +263,10 @@ int requestSend1905McastMsg(uint16_t msgType, const MsgBody& body, uint16_t* msg
             continue;
         }
         if (port.isDown) continue;
-        if (perPort || tlvs.empty()) tlvs = gen1905Msg(port, msgType, body, traits);
-        if (tlvs.empty() && msgType != kMsgTopolQuery) {
-            LOG(2, "failed to generate IEEE 1905.1 message (msgType = %d)\r\n", msgType);
-            return kFailure;
-        }
-        if (send1905McastMsg(port, msgType, module.msgId, traits.relay, traits.expectsResponse,
-                             tlvs) != kOk) {
+        const TlvList& tlvs = message.forPort(port);
+        if (message.failed()) return kFailure;
+        if (send1905McastMsg(port, msgType, module.msgId, message.traits().relay,
+                             message.traits().expectsResponse, tlvs) != kOk) {
             LOG(2, "failed to send message (type = %d, id = %d) from port (%s)\r\n", msgType,
                 module.msgId, port.name.c_str());
         } else if (ownIdPerPort) {
@@ -248,6 +278,7 @@ int requestSend1905McastMsg(uint16_t msgType, const MsgBody& body, uint16_t* msg
 }
 
 int requestRelayMcastMsg(const Port& incoming) {
+    const PortsInUse guard;
     FrameBuffer& rx = getRxBuffer();
     for (auto& port : getIntfPorts()) {
         if (port.ieee1905Sock.get() == incoming.ieee1905Sock.get()) continue;
@@ -265,6 +296,7 @@ int requestRelayMcastMsg(const Port& incoming) {
 }
 
 int requestSendLldpMsg() {
+    const PortsInUse guard;
     FrameBuffer& tx = getTxBuffer();
     for (auto& port : getIntfPorts()) {
         if (refreshIntfPort(port) != kOk || port.isDown) continue;
@@ -322,6 +354,7 @@ void registerGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId) 
 }
 
 bool lookupGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId) {
+    // An old entry does not hide a fresh one: a device that restarted uses its identifiers again.
     const Seconds time = now();
     return module.genRecvMsgs.find([&](const auto& entry) {
         return entry.alMac == alMac && entry.msgType == msgType && entry.msgId == msgId &&

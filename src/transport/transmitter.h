@@ -27,7 +27,7 @@ int requestSend1905McastMsg(uint16_t msgType, const MsgBody& body, uint16_t* msg
 // kOk, or kFailure at the first failed write.
 int requestRelayMcastMsg(const Port& incoming);
 
-// Sends an LLDP frame by every usable port. kOk, or kFailure when it cannot be built.
+// Sends an LLDP frame by every port that is up. kOk, or kFailure when it cannot be built.
 int requestSendLldpMsg();
 
 // Send the TLVs of one message by one port, in as many frames as it takes. With registerQuery the
