@@ -175,16 +175,18 @@ int checkNbrDevTableTimeOut() {
     return kOk;
 }
 
+bool isInBrdgTuple(std::string_view name) {
+    const AlTable* al = getAlTable();
+    const IntfTable* intf = getIntfTableByName(name);
+    if (al == nullptr || intf == nullptr) return false;
+    return std::any_of(al->brdgTuples.begin(), al->brdgTuples.end(), [&](const BrdgTuple& tuple) {
+        return std::find(tuple.macs.begin(), tuple.macs.end(), intf->mac) != tuple.macs.end();
+    });
+}
+
 int checkIntfIsBrdg(std::string_view name) {
     const AlTable* al = getAlTable();
     if (al == nullptr) return 0;
-    if (al->brdgTuples.empty()) return 1;  // a host without a bridge still speaks
-    const IntfTable* intf = getIntfTableByName(name);
-    if (intf == nullptr) return 0;
-    for (const auto& tuple : al->brdgTuples) {
-        if (std::find(tuple.macs.begin(), tuple.macs.end(), intf->mac) != tuple.macs.end()) {
-            return 1;
-        }
-    }
-    return 0;
+    // A host without a bridge still speaks.
+    return al->brdgTuples.empty() || isInBrdgTuple(name) ? 1 : 0;
 }

@@ -26,6 +26,9 @@ int updateNbrDevTable(int msgType, const MacAddr& alMac);
 // one, and repeats unanswered topology queries. kOk. Called on every pass of the main loop.
 int checkNbrDevTableTimeOut();
 
+// True when the interface is in a bridging tuple.
+bool isInBrdgTuple(std::string_view name);
+
 // Non-zero when the interface may carry multicasts: it is in a bridging tuple, or the device has
 // no bridging tuple at all.
 int checkIntfIsBrdg(std::string_view name);

@@ -6,6 +6,7 @@
 #include "core/result.h"
 #include "platform/descriptions.h"
 #include "topology/data_manager.h"
+#include "topology/neighbor_aging.h"
 #include "transport/frame.h"
 #include "transport/raw_socket.h"
 
@@ -31,6 +32,11 @@ bool setupSockets(Port& port) {
         return false;
     }
     return true;
+}
+
+// The platform and the kernel are both asked: one may know of bridges that the other does not.
+bool isOnBridge(const Port& port) {
+    return isInBrdgTuple(port.name) || isBridgePort(port.ifIndex);
 }
 
 bool isUp(short flags) {
@@ -90,7 +96,7 @@ PortsInUse::~PortsInUse() {
 
 int rebindIntfPorts() {
     for (auto& port : module.ports) {
-        const bool onBridge = isBridgePort(port.ifIndex);
+        const bool onBridge = isOnBridge(port);
         if (onBridge == port.onBridge) continue;
         if (bindRawSocket(port.ieee1905Sock.get(), port.ifIndex, kEtherType1905, onBridge)) {
             port.onBridge = onBridge;
@@ -186,7 +192,7 @@ int setupIeee1905Socket(Port& port) {
     }
     growReceiveBuffer(fd);
     LOG(5, "- protocol: 0x%.4x\r\n", kEtherType1905);
-    port.onBridge = isBridgePort(port.ifIndex);
+    port.onBridge = isOnBridge(port);
     if (!bindRawSocket(fd, port.ifIndex, kEtherType1905, port.onBridge)) {
         LOG(2, "failed to name a (IEEE 1905.1) socket (bind()) for interface (%s)\r\n",
             port.name.c_str());

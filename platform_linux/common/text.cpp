@@ -1,0 +1,86 @@
+#include "common/text.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <cstring>
+
+namespace plat {
+
+std::string macText(const uint8_t* mac) {
+    const MacAddr m = mac != nullptr ? MacAddr(mac) : MacAddr{};
+    char text[18];
+    (void)std::snprintf(text, sizeof text, MAC_FMT, MAC_ARGS(m));
+    return text;
+}
+
+std::optional<MacAddr> parseMac(std::string_view text) {
+    if (text.size() != 17) return std::nullopt;
+    MacAddr mac;
+    for (size_t i = 0; i < mac.b.size(); ++i) {
+        const char* digits = text.data() + 3 * i;
+        if (i > 0 && digits[-1] != ':' && digits[-1] != '-') return std::nullopt;
+        if (std::from_chars(digits, digits + 2, mac.b[i], 16).ptr != digits + 2)
+            return std::nullopt;
+    }
+    return mac;
+}
+
+std::string hexText(std::span<const uint8_t> bytes) {
+    static constexpr char kDigits[] = "0123456789abcdef";
+    std::string text;
+    text.reserve(2 * bytes.size());
+    for (const uint8_t byte : bytes) {
+        text += kDigits[byte >> 4];
+        text += kDigits[byte & 15];
+    }
+    return text;
+}
+
+std::optional<std::vector<uint8_t>> parseHex(std::string_view text) {
+    std::string digits;
+    for (const char c : text)
+        if (std::strchr(" \t\r\n", c) == nullptr) digits += c;
+    if (digits.size() % 2 != 0) return std::nullopt;
+    std::vector<uint8_t> bytes(digits.size() / 2);
+    for (size_t i = 0; i < bytes.size(); ++i) {
+        const char* pair = digits.data() + 2 * i;
+        if (std::from_chars(pair, pair + 2, bytes[i], 16).ptr != pair + 2) return std::nullopt;
+    }
+    return bytes;
+}
+
+std::optional<uint32_t> parseNumber(std::string_view text) {
+    const bool hex = text.starts_with("0x") || text.starts_with("0X");
+    if (hex) text.remove_prefix(2);
+    const char* end = text.data() + text.size();
+    uint32_t value = 0;
+    const auto [ptr, error] = std::from_chars(text.data(), end, value, hex ? 16 : 10);
+    if (error != std::errc{} || ptr != end) return std::nullopt;
+    return value;
+}
+
+std::string_view trim(std::string_view text) {
+    constexpr std::string_view kBlanks = " \t\r\n";
+    const size_t first = text.find_first_not_of(kBlanks);
+    if (first == text.npos) return {};
+    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+std::string_view lineOf(std::string_view text, size_t n) {
+    for (;;) {
+        const size_t end = text.find('\n');
+        if (n-- == 0) return trim(text.substr(0, end));
+        if (end == text.npos) return {};
+        text.remove_prefix(end + 1);
+    }
+}
+
+void copyText(char* buffer, size_t size, std::string_view text) {
+    if (buffer == nullptr || size == 0) return;
+    const size_t n = std::min(text.size(), size - 1);
+    if (n > 0) std::memcpy(buffer, text.data(), n);
+    std::memset(buffer + n, 0, size - n);
+}
+
+}  // namespace plat

@@ -1,0 +1,202 @@
+// Actions that only the product can carry out: each is a hook. docs/platform.md has their names,
+// arguments and results.
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "api.h"
+#include "common/command.h"
+#include "common/text.h"
+#include "netctrl/notices.h"
+
+namespace plat {
+namespace {
+
+std::string number(int64_t value) {
+    return std::to_string(value);
+}
+
+// Text fields of records may fill their buffer whole.
+template <size_t N>
+std::string fieldText(const char (&field)[N]) {
+    return {field, ::strnlen(field, N)};
+}
+
+// Runs a hook whose output is the answer; 16 when it prints nothing.
+int runForText(const char* hook, const std::vector<std::string>& args, char* text, size_t size) {
+    if (text == nullptr) return kFailure;
+    std::string output;
+    const int result = runHook(hook, args, &output);
+    copyText(text, size, result == 0 ? trim(output) : "");
+    return result == 0 && text[0] == '\0' ? kFailure : result;
+}
+
+}  // namespace
+}  // namespace plat
+
+using namespace plat;
+
+int resetToDefault(void) {
+    return runHook("reset-to-default");
+}
+
+int setLEDvalue(uint8_t ledOption) {
+    std::string output;
+    const int result = runHook("led", {number(ledOption)}, &output);
+    const std::string_view status = lineOf(output, 0);
+    if (result == 0 && !status.empty()) noteLedStatus(std::string(status));
+    return result;
+}
+
+int setSystemvalue(uint8_t systemOption) {
+    return runHook("system", {number(systemOption)});
+}
+
+int setNetworkCtrl(uint16_t networkOption, const char* command) {
+    return runHook("network", {number(networkOption), orEmpty(command)});
+}
+
+int setWIFICountryCode(const char* countryCode) {
+    return runHook("wifi-country-code", {orEmpty(countryCode)});
+}
+
+int FWCtrl(const FwCtrl* ctrl) {
+    if (ctrl == nullptr) return kFailure;
+    return runHook("firmware", {number(ctrl->fwOption), number(ctrl->fwTopoOption),
+                                fieldText(ctrl->url), fieldText(ctrl->fileName)});
+}
+
+int getNewFWversion(char text[PLATFORM_FW_TEXT_LEN]) {
+    return runForText("new-firmware-version", {}, text, PLATFORM_FW_TEXT_LEN);
+}
+
+int getNewFWdate(char text[PLATFORM_FW_TEXT_LEN]) {
+    return runForText("new-firmware-date", {}, text, PLATFORM_FW_TEXT_LEN);
+}
+
+int getNewFWVersionByPlatform(const char* ownHostname, const char* hostname,
+                              char version[PLATFORM_FW_TEXT_LEN]) {
+    return runForText("extender-firmware-version", {orEmpty(ownHostname), orEmpty(hostname)},
+                      version, PLATFORM_FW_TEXT_LEN);
+}
+
+int getDownloanURL(const char* ownHostname, const char* hostname, char url[PLATFORM_FW_URL_LEN],
+                   char fileName[PLATFORM_FW_FILE_NAME_LEN]) {
+    if (url == nullptr || fileName == nullptr) return kFailure;
+    std::string output;
+    const int result =
+        runHook("extender-firmware-url", {orEmpty(ownHostname), orEmpty(hostname)}, &output);
+    if (result != 0) output.clear();
+    copyText(url, PLATFORM_FW_URL_LEN, lineOf(output, 0));
+    copyText(fileName, PLATFORM_FW_FILE_NAME_LEN, lineOf(output, 1));
+    return result == 0 && url[0] == '\0' ? kFailure : result;
+}
+
+int set_vsftpd_StartStop(int32_t start) {
+    return runHook("ftp-server", {number(start)});
+}
+
+int getWIFIStateSync(char data[PLATFORM_SYNC_DATA_LEN]) {
+    return runForText("wifi-state-get", {}, data, PLATFORM_SYNC_DATA_LEN);
+}
+
+int getWIFIChannelSync(char data[PLATFORM_SYNC_DATA_LEN]) {
+    return runForText("wifi-channel-get", {}, data, PLATFORM_SYNC_DATA_LEN);
+}
+
+int parseWIFIStateSyncdata(const uint8_t* alMac, const char* data) {
+    return runHook("wifi-state-set", {macText(alMac), orEmpty(data)});
+}
+
+int parseWIFIChannelSyncData(const uint8_t* alMac, const char* data) {
+    return runHook("wifi-channel-set", {macText(alMac), orEmpty(data)});
+}
+
+int setWIFIStateSyncList(const uint8_t* alMac, const char* result) {
+    return runHook("wifi-state-result", {macText(alMac), orEmpty(result)});
+}
+
+int setWIFIChannelSyncList(const uint8_t* alMac, const char* result) {
+    return runHook("wifi-channel-result", {macText(alMac), orEmpty(result)});
+}
+
+int SecurityCtrl_parseM1(const uint8_t* alMac, uint16_t len, const uint8_t* data) {
+    if (data == nullptr && len != 0) return kFailure;
+    return runHook("security-m1", {macText(alMac), hexText({data, len})});
+}
+
+int SecurityCtrl_parseM2(const uint8_t* alMac, uint16_t len, const uint8_t* data) {
+    if (data == nullptr && len != 0) return kFailure;
+    return runHook("security-m2", {macText(alMac), hexText({data, len})});
+}
+
+// The exchanges are the hooks'; nothing of them is kept here.
+int SecurityCtrl_cleanDataToList(void) {
+    return kOk;
+}
+
+int getResponseLogFile(const uint8_t* alMac, LogFileRef* file) {
+    if (file == nullptr) return kFailure;
+    std::string output;
+    const int result = runHook("log-file-publish", {macText(alMac)}, &output);
+    if (result != 0) output.clear();
+    copyText(file->fileName, sizeof file->fileName, lineOf(output, 0));
+    copyText(file->ftpUrl, sizeof file->ftpUrl, lineOf(output, 1));
+    return result == 0 && file->fileName[0] == '\0' ? kFailure : result;
+}
+
+int DownloadLogFile(const char* fileName, const char* ftpUrl) {
+    return runHook("log-file-fetch", {orEmpty(fileName), orEmpty(ftpUrl)});
+}
+
+int getAckDownloadLogFile(const uint8_t* alMac, int32_t result) {
+    return runHook("log-file-fetched", {macText(alMac), number(result)});
+}
+
+int setAPSteering(int32_t option) {
+    return runHook("ap-steering", {number(option)});
+}
+
+int sendBcnRptReq(const BcnRptReq* req) {
+    if (req == nullptr) return kFailure;
+    return runHook(
+        "beacon-report-request",
+        {macText(req->staMac), macText(req->bssid), number(req->operatingClass),
+         number(req->channel), number(req->mode), number(req->duration), fieldText(req->ssid)});
+}
+
+int getBcnRptReq(BcnRpt* report) {
+    if (report == nullptr) return kFailure;
+    report->len = 0;
+    std::string output;
+    const int result = runHook("beacon-report-get", {macText(report->staMac)}, &output);
+    if (result != 0) return result;
+    const auto bytes = parseHex(output);
+    if (!bytes || bytes->size() > sizeof report->data) return kFailure;
+    std::copy(bytes->begin(), bytes->end(), report->data);
+    report->len = static_cast<uint16_t>(bytes->size());
+    return kOk;
+}
+
+int sendBTMReq(const BtmReq* req) {
+    if (req == nullptr) return kFailure;
+    return runHook("btm-request", {macText(req->staMac), macText(req->bssid),
+                                   number(req->operatingClass), number(req->channel),
+                                   number(req->disassocImminent), number(req->disassocTimer)});
+}
+
+int addToBlacklist(const uint8_t* staMac) {
+    return runHook("blacklist-add", {macText(staMac)});
+}
+
+int delFromBlacklist(const uint8_t* staMac) {
+    return runHook("blacklist-remove", {macText(staMac)});
+}
+
+// No stations are known: nobody here asks the radios for them.
+int getWIFIConfig(WifiStationList* list) {
+    if (list == nullptr) return kFailure;
+    *list = {};
+    return kOk;
+}

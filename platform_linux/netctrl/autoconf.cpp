@@ -1,0 +1,150 @@
+// AP auto-configuration and push button: the standard messages that go out, and what comes in.
+//
+// The daemon carries the messages; what they mean for the radios is up to the product's hooks. A
+// hook that wants to answer with a WSC frame prints it as hexadecimal digits.
+#include <algorithm>
+#include <vector>
+
+#include "common/command.h"
+#include "common/log.h"
+#include "common/text.h"
+#include "netctrl/notices.h"
+#include "netctrl/watch.h"
+
+namespace plat {
+namespace {
+
+enum : uint8_t { kRegistrar = 0 };
+
+void fillOwnAlMac(uint8_t* mac) {
+    toldAlMac().value_or(MacAddr{}).copyTo(mac);
+}
+
+int sendWscFrame(const uint8_t* dstMac, const std::vector<uint8_t>& frame) {
+    ApAutoConfWscReq request{};
+    std::copy_n(dstMac, PLATFORM_MAC_LEN, request.dstMac);
+    request.frameLen = static_cast<uint16_t>(frame.size());
+    request.frame = frame.data();
+    return requestService(SERV_REQ_AP_AUTOCONF_WSC, &request);
+}
+
+// Runs a hook and sends what it answers to the device that caused it.
+int runAutoConfHook(const std::string& name, const std::vector<std::string>& args,
+                    const uint8_t* replyTo) {
+    std::string output;
+    const int result = runHook(name, args, &output);
+    if (result != 0 || trim(output).empty()) return result;
+    const auto frame = parseHex(output);
+    if (!frame) {
+        PLAT_LOG(1, "hook %s printed something else than hexadecimal digits", name.c_str());
+        return kFailure;
+    }
+    return sendWscFrame(replyTo, *frame);
+}
+
+std::string number(uint32_t value) {
+    return std::to_string(value);
+}
+
+int sendRenew(uint8_t band) {
+    ApAutoConfRenewReq request{};
+    request.supportedRole = kRegistrar;
+    request.freqBand = band;
+    return requestService(SERV_REQ_AP_AUTOCONF_RENEW, &request);
+}
+
+int notifyRoleMessage(const char* hook, const ApAutoConfInfo* msg) {
+    if (msg == nullptr) return kFailure;
+    return runAutoConfHook(hook,
+                           {macText(msg->alMac), number(msg->supportedRole), number(msg->freqBand),
+                            number(msg->msgId)},
+                           msg->alMac);
+}
+
+}  // namespace
+}  // namespace plat
+
+using namespace plat;
+
+// A Registrar that is set to answer on that band does so; whoever is not searched for keeps quiet.
+int notifyApAutoConfSrchMsgReceived(const ApAutoConfSrch* msg) {
+    if (msg == nullptr) return kFailure;
+    WpsConfig config{};
+    WpsBandConfig band{};
+    (void)getWPSConfig(&config);
+    if (config.deviceType != kRegistrar || msg->searchedRole != kRegistrar) return kOk;
+    const uint8_t answers =
+        getWPSConfByBand(msg->freqBand, &band) == kOk ? band.sendResponse : config.sendResponse;
+    if (answers == 0) return kOk;
+
+    ApAutoConfRespReq request{};
+    std::copy_n(msg->alMac, PLATFORM_MAC_LEN, request.dstMac);
+    std::copy_n(msg->alMac, PLATFORM_MAC_LEN, request.dstAlMac);
+    request.msgId = msg->msgId;
+    request.supportedRole = kRegistrar;
+    request.freqBand = msg->freqBand;
+    return requestService(SERV_REQ_AP_AUTOCONF_RESP, &request);
+}
+
+int notifyApAutoConfRespMsgReceived(const ApAutoConfInfo* msg) {
+    return notifyRoleMessage("autoconf-response", msg);
+}
+
+int notifyApAutoConfRenewMsgReceived(const ApAutoConfInfo* msg) {
+    return notifyRoleMessage("autoconf-renew", msg);
+}
+
+int notifyApAutoConfWscMsgReceived(const ApAutoConfWsc* msg) {
+    if (msg == nullptr || (msg->frame == nullptr && msg->frameLen != 0)) return kFailure;
+    return runAutoConfHook("autoconf-wsc",
+                           {macText(msg->alMac), macText(msg->srcMac),
+                            hexText({msg->frame, msg->frameLen}), msg->updateTime},
+                           msg->srcMac);
+}
+
+int notifyPBEventMsgReceived(const PbEvent* msg) {
+    if (msg == nullptr || (msg->mediaTypes == nullptr && msg->mediaTypeNum != 0)) return kFailure;
+    std::vector<std::string> args{macText(msg->alMac), number(msg->msgId)};
+    for (uint8_t i = 0; i < msg->mediaTypeNum; ++i)
+        args.push_back(number(msg->mediaTypes[i].mediaType));
+    return runHook("push-button", args);
+}
+
+int notifyPBJoinMsgReceived(const PbJoin* msg) {
+    if (msg == nullptr) return kFailure;
+    return runHook("push-button-join", {macText(msg->alMac), number(msg->msgId),
+                                        macText(msg->txIntfMac), macText(msg->newDevIntfMac)});
+}
+
+int sendWPSSearch(uint8_t band) {
+    ApAutoConfSrch request{};
+    request.searchedRole = kRegistrar;
+    request.freqBand = band;
+    fillOwnAlMac(request.alMac);
+    return requestService(SERV_REQ_AP_AUTOCONF_SEARCH, &request);
+}
+
+int sendWPSRenew(uint8_t band) {
+    return sendRenew(band);
+}
+
+int vmNetCtrl_WPS_sendRenewMsg(uint8_t band) {
+    return sendRenew(band);
+}
+
+// The event names the media types whose interfaces the button may add a device to: the radios.
+int sendPBEvent(void) {
+    std::vector<PbMediaType> types;
+    for (const Intf& intf : told().intfs) {
+        if ((intf.mediaType & 0xff00) != 0x0100) continue;
+        const auto type = static_cast<uint16_t>(intf.mediaType);
+        const auto same = [type](const PbMediaType& t) { return t.mediaType == type; };
+        if (std::none_of(types.begin(), types.end(), same))
+            types.push_back(
+                {type, static_cast<uint8_t>(intf.mediaInfo.size()), intf.mediaInfo.data()});
+    }
+    PbEventReq request{};
+    request.mediaTypeNum = static_cast<uint8_t>(types.size());
+    request.mediaTypes = types.data();
+    return requestService(SERV_REQ_PB_EVENT, &request);
+}

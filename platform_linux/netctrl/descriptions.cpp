@@ -1,0 +1,257 @@
+// Descriptions of the abstraction layer, the interfaces, the bridges, the security setting and the
+// links.
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <utility>
+#include <vector>
+
+#include "api.h"
+#include "common/conf.h"
+#include "common/log.h"
+#include "common/text.h"
+#include "netctrl/ethtool.h"
+#include "netctrl/links.h"
+#include "netctrl/records.h"
+#include "netctrl/watch.h"
+
+namespace plat {
+namespace {
+
+// A copy of bytes for the caller to keep, null for none or without memory.
+uint8_t* copyOf(const void* bytes, size_t size) {
+    if (bytes == nullptr || size == 0) return nullptr;
+    auto* copy = static_cast<uint8_t*>(std::malloc(size));
+    if (copy != nullptr) std::memcpy(copy, bytes, size);
+    return copy;
+}
+
+// Builds the list that a platform function hands over; until then it owns what it holds.
+template <class Entry>
+class ListBuilder {
+  public:
+    using FreeEntry = void (*)(Entry*);
+    explicit ListBuilder(FreeEntry freeEntry) : freeEntry_(freeEntry) {}
+    ~ListBuilder() {
+        while (head_ != nullptr) {
+            Entry* next = head_->next;
+            freeEntry_(head_);
+            head_ = next;
+        }
+    }
+    ListBuilder(const ListBuilder&) = delete;
+    ListBuilder& operator=(const ListBuilder&) = delete;
+
+    // A zeroed entry at the end of the list, null without memory.
+    Entry* append() {
+        auto* entry = static_cast<Entry*>(std::calloc(1, sizeof(Entry)));
+        if (entry == nullptr) return nullptr;
+        *tail_ = entry;
+        tail_ = &entry->next;
+        return entry;
+    }
+    Entry* release() {
+        tail_ = &head_;
+        return std::exchange(head_, nullptr);
+    }
+
+  private:
+    FreeEntry freeEntry_;
+    Entry* head_ = nullptr;
+    Entry** tail_ = &head_;
+};
+
+void freeIntfDesc(IntfDesc* desc) {
+    std::free(desc->mediaInfo);
+    std::free(desc->nbrMacs);
+    std::free(desc);
+}
+
+void freeBrdgDesc(BrdgDesc* desc) {
+    std::free(desc->macs);
+    std::free(desc);
+}
+
+// Turns a description that leads into our own memory into one of the caller's.
+bool makeOwn(IntfDesc* desc) {
+    desc->mediaInfo = copyOf(desc->mediaInfo, desc->mediaInfoLen);
+    desc->nbrMacs = copyOf(desc->nbrMacs, size_t{desc->nbrNum} * PLATFORM_MAC_LEN);
+    return (desc->mediaInfo != nullptr || desc->mediaInfoLen == 0) &&
+           (desc->nbrMacs != nullptr || desc->nbrNum == 0);
+}
+
+// Load of a link since it was asked for the last time.
+struct Load {
+    std::chrono::steady_clock::time_point when;
+    uint64_t bytes;
+};
+
+struct Loads {
+    std::map<int, Load> byIndex;
+};
+Loads loads;
+
+// Percent of the time that the link is idle: what the busier direction leaves of the capacity since
+// the last question; 100 while nothing can be said.
+uint16_t availabilityOf(int index, const LinkCounters& counters, uint32_t speed) {
+    std::erase_if(loads.byIndex,
+                  [](const auto& load) { return told().byIndex(load.first) == nullptr; });
+    const auto now = std::chrono::steady_clock::now();
+    // Full duplex: the sum would make a half-used link look busy.
+    const uint64_t bytes = std::max(counters.txBytes, counters.rxBytes);
+    const auto [entry, isNew] = loads.byIndex.try_emplace(index, Load{now, bytes});
+    const Load before = std::exchange(entry->second, Load{now, bytes});
+    const std::chrono::duration<double> elapsed = now - before.when;
+    if (isNew || speed == 0 || bytes < before.bytes || elapsed.count() <= 0) return 100;
+    const double capacity = elapsed.count() * speed * 1e6 / 8;
+    const double busy = static_cast<double>(bytes - before.bytes) / capacity;
+    return static_cast<uint16_t>(100 - std::min(100.0, 100 * busy));
+}
+
+bool isWireless(uint32_t mediaType) {
+    return (mediaType & 0xff00) == 0x0100;
+}
+
+uint16_t clamp16(uint32_t value) {
+    return static_cast<uint16_t>(std::min(value, 0xffffu));
+}
+
+// A wired link whose driver names no speed counts with the nominal speed of its media type. The
+// rates of a radio belong to its stations and are not known here: 0.
+uint32_t speedOf(const Intf& intf) {
+    if (isWireless(intf.mediaType)) return 0;
+    if (const auto speed = linkSpeed(intf.name.c_str())) return *speed;
+    return intf.mediaType == 0 ? 100 : 1000;
+}
+
+}  // namespace
+
+void copyName(char (&field)[PLATFORM_INTF_NAME_LEN], const Intf& intf) {
+    copyText(field, sizeof field, intf.name);
+}
+
+IntfDesc describe(const Intf& intf) {
+    IntfDesc desc{};
+    copyName(desc.name, intf);
+    intf.mac.copyTo(desc.mac);
+    desc.pwrState = intf.pwrState;
+    desc.operStatus = intf.operStatus;
+    desc.mediaType = intf.mediaType;
+    desc.mediaInfoLen = static_cast<uint8_t>(intf.mediaInfo.size());
+    if (!intf.mediaInfo.empty()) desc.mediaInfo = const_cast<uint8_t*>(intf.mediaInfo.data());
+    desc.nbrNum = static_cast<uint16_t>(intf.neighbours.size());
+    desc.nbrMacs = const_cast<uint8_t*>(packed(intf.neighbours));
+    return desc;
+}
+
+}  // namespace plat
+
+using namespace plat;
+
+int getAlDesc(AlDesc* desc) {
+    const std::optional<MacAddr> alMac = toldAlMac();
+    if (desc == nullptr || !alMac) {
+        PLAT_LOG(1,
+                 "no interface takes part, so there is no AL MAC address; see AL_MAC, EXCLUDE "
+                 "and INCLUDE in platform.conf");
+        return kFailure;
+    }
+    *desc = {};
+    alMac->copyTo(desc->alMac);
+    return kOk;
+}
+
+int getIntfDesc(IntfDescList* list) {
+    if (list == nullptr || !tellAnew()) return kFailure;
+    *list = {};
+    ListBuilder<IntfDesc> built(freeIntfDesc);
+    for (const Intf& intf : told().intfs) {
+        IntfDesc* desc = built.append();
+        if (desc == nullptr) return kFailure;
+        *desc = describe(intf);
+        if (!makeOwn(desc)) return kFailure;
+    }
+    list->intfNum = static_cast<uint8_t>(told().intfs.size());
+    list->head = built.release();
+    return kOk;
+}
+
+int getIntfmatchNum(uint8_t* num) {
+    if (num == nullptr) return kFailure;
+    *num = static_cast<uint8_t>(told().intfs.size());
+    return kOk;
+}
+
+int getBrdgCapability(BrdgDescList* list) {
+    if (list == nullptr) return kFailure;
+    *list = {};
+    ListBuilder<BrdgDesc> built(freeBrdgDesc);
+    uint8_t tuples = 0;
+    for (const Bridge& bridge : told().bridges) {
+        std::vector<MacAddr> macs;
+        for (const Intf& intf : told().intfs)
+            if (intf.bridge == bridge.index) macs.push_back(intf.mac);
+        if (macs.empty()) continue;
+        BrdgDesc* desc = built.append();
+        if (desc == nullptr) return kFailure;
+        desc->macNum = static_cast<uint32_t>(macs.size());
+        desc->macs = copyOf(macs.data(), macs.size() * PLATFORM_MAC_LEN);
+        if (desc->macs == nullptr) return kFailure;
+        ++tuples;
+    }
+    list->tupleNum = tuples;
+    list->head = built.release();
+    return kOk;
+}
+
+int getSecurityConfig(SecurityDesc* desc) {
+    if (desc == nullptr) return kFailure;
+    *desc = {};
+    const std::string_view key = conf().value("SECURITY_KEY");
+    desc->mode = parseNumber(conf().value("SECURITY_MODE")).value_or(0);
+    desc->value = copyOf(key.data(), key.size());
+    if (desc->value == nullptr && !key.empty()) return kFailure;
+    desc->len = static_cast<uint16_t>(key.size());
+    return kOk;
+}
+
+int getLinkMetricList(const uint8_t* intfMac, uint32_t mediaType, LinkDescList* list) {
+    if (intfMac == nullptr || list == nullptr) return kFailure;
+    *list = {};
+    const auto& intfs = told().intfs;
+    const auto intf = std::find_if(intfs.begin(), intfs.end(), [&](const Intf& i) {
+        return i.mac == MacAddr(intfMac) && i.mediaType == mediaType;
+    });
+    if (intf == intfs.end()) return kNoIntf;
+    LinkCounters counters{};
+    if (!readLinkCounters(intf->index, &counters)) return kFailure;
+    const uint32_t speed = speedOf(*intf);
+    const uint16_t availability = availabilityOf(intf->index, counters, speed);
+
+    ListBuilder<LinkDesc> built([](LinkDesc* desc) { std::free(desc); });
+    uint16_t links = 0;
+    for (const MacAddr& neighbour : intf->neighbours) {
+        LinkDesc* desc = built.append();
+        if (desc == nullptr) return kFailure;
+        neighbour.copyTo(desc->nbrIntfMac);
+        // The kernel counts per interface, not per neighbour: with several neighbours on it each
+        // link shows the figures of all.
+        desc->txErrors = static_cast<uint32_t>(counters.txErrors);
+        desc->txPackets = static_cast<uint32_t>(counters.txPackets);
+        desc->rxErrors = static_cast<uint32_t>(counters.rxErrors);
+        desc->rxPackets = static_cast<uint32_t>(counters.rxPackets);
+        desc->throughput = clamp16(speed);
+        desc->availability = availability;
+        desc->phyRate = clamp16(speed);
+        ++links;
+    }
+    list->linkNum = links;
+    list->head = built.release();
+    return kOk;
+}
+
+int getDeviceSendMsgEnable(const char* intfName) {
+    return intfName != nullptr && told().byName(intfName) != nullptr ? kOk : kFailure;
+}

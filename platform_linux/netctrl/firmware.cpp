@@ -1,0 +1,50 @@
+// State of the own firmware upgrade, as management processes tell it.
+#include <array>
+#include <string_view>
+
+#include "api.h"
+#include "common/text.h"
+#include "netctrl/notices.h"
+
+namespace plat {
+namespace {
+
+constexpr std::array<std::string_view, 6> kLabels = {"Failed",  "Idle",       "Busy",
+                                                     "Upgrade", "Upgrade_EX", "Reboot"};
+static_assert(kLabels[PLATFORM_FW_REBOOT] == "Reboot");
+
+struct Firmware {
+    uint32_t state = PLATFORM_FW_IDLE;
+};
+Firmware firmware;
+
+std::optional<uint32_t> stateOf(std::string_view text) {
+    for (uint32_t state = 0; state < kLabels.size(); ++state)
+        if (kLabels[state] == text) return state;
+    const auto value = parseNumber(text);
+    return value && *value < kLabels.size() ? value : std::nullopt;
+}
+
+}  // namespace
+}  // namespace plat
+
+using namespace plat;
+
+int getfirmwareStatus(int32_t, int32_t, uint32_t* status) {
+    if (status == nullptr) return kFailure;
+    *status = firmware.state;
+    return kOk;
+}
+
+int setFWState(const char* state) {
+    const auto value = stateOf(trim(orEmpty(state)));
+    if (!value) return kFailure;
+    if (*value != firmware.state) noteFirmwareState(*value);
+    firmware.state = *value;
+    return kOk;
+}
+
+int setFWresult(int32_t result) {
+    noteNewFirmware(static_cast<uint32_t>(result));
+    return kOk;
+}

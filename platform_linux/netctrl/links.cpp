@@ -1,0 +1,139 @@
+#include "netctrl/links.h"
+
+#include <linux/if.h>
+#include <linux/if_arp.h>
+#include <linux/if_link.h>
+#include <linux/rtnetlink.h>
+
+#include <algorithm>
+#include <array>
+
+#include "api.h"
+#include "common/conf.h"
+#include "netctrl/netlink.h"
+
+namespace plat {
+namespace {
+
+using LinkMessage = NlMessage<ifinfomsg, IFLA_MAX>;
+
+// Kinds of virtual interfaces that carry a cable's, a switch port's or a radio's frames.
+constexpr std::array<std::string_view, 5> kKinds = {"", "veth", "vlan", "dsa", "bond"};
+
+Link linkOf(const LinkMessage& message) {
+    Link link;
+    link.index = message.header().ifi_index;
+    link.name = message.text(IFLA_IFNAME);
+    link.flags = message.header().ifi_flags;
+    link.ethernet = message.header().ifi_type == ARPHRD_ETHER;
+    link.mac = message.mac(IFLA_ADDRESS).value_or(MacAddr{});
+    link.operState = message.u8(IFLA_OPERSTATE).value_or(IF_OPER_UNKNOWN);
+    link.master = static_cast<int>(message.u32(IFLA_MASTER).value_or(0));
+    link.lower = static_cast<int>(message.u32(IFLA_LINK).value_or(0));
+    if (nlattr* info = message.attr(IFLA_LINKINFO)) {
+        std::array<nlattr*, IFLA_INFO_MAX + 1> nested{};
+        if (nla_parse_nested(nested.data(), IFLA_INFO_MAX, info, nullptr) >= 0)
+            link.kind = LinkMessage::textOf(nested[IFLA_INFO_KIND]);
+    }
+    return link;
+}
+
+}  // namespace
+
+bool readLinks(std::vector<Link>* links) {
+    struct {
+        ifinfomsg header;
+        rtattr attr;
+        uint32_t mask;
+    } ask{};
+    ask.header.ifi_family = AF_UNSPEC;
+    ask.attr.rta_type = IFLA_EXT_MASK;
+    ask.attr.rta_len = RTA_LENGTH(sizeof ask.mask);
+    ask.mask = RTEXT_FILTER_SKIP_STATS;
+
+    links->clear();
+    auto socket = NetlinkSocket::open(NETLINK_ROUTE);
+    const bool done = socket && socket->request(RTM_GETLINK, NLM_F_DUMP, bytesOf(ask),
+                                                [links](nlmsghdr* message) {
+                                                    const LinkMessage link(message);
+                                                    if (link.ok()) links->push_back(linkOf(link));
+                                                });
+    std::sort(links->begin(), links->end(),
+              [](const Link& a, const Link& b) { return a.index < b.index; });
+    return done;
+}
+
+const Link* linkByIndex(const std::vector<Link>& links, int index) {
+    const auto found = std::find_if(links.begin(), links.end(),
+                                    [index](const Link& link) { return link.index == index; });
+    return found != links.end() ? &*found : nullptr;
+}
+
+bool takesPart(const Link& link, const std::vector<Link>& all) {
+    if (!link.ethernet || (link.flags & IFF_LOOPBACK) != 0 || link.kind == "bridge" ||
+        link.mac.isZero() || conf().matches("EXCLUDE", link.name.c_str()))
+        return false;
+    if (conf().matches("INCLUDE", link.name.c_str())) return true;
+    if (std::find(kKinds.begin(), kKinds.end(), link.kind) == kKinds.end()) return false;
+
+    const Link* master = linkByIndex(all, link.master);
+    if (master != nullptr && (master->kind == "bond" || master->kind == "team")) return false;
+    return std::none_of(all.begin(), all.end(), [&link](const Link& port) {
+        return port.kind == "dsa" && port.lower == link.index;
+    });
+}
+
+uint32_t pwrStateOf(const Link& link) {
+    return (link.flags & IFF_UP) != 0 ? PLATFORM_PWR_ON : PLATFORM_PWR_OFF;
+}
+
+uint32_t operStatusOf(const Link& link) {
+    switch (link.operState) {
+        case IF_OPER_UP:
+            return PLATFORM_OPER_UP;
+        case IF_OPER_DORMANT:
+            return PLATFORM_OPER_DORMANT;
+        case IF_OPER_NOTPRESENT:
+            return PLATFORM_OPER_NOT_PRESENT;
+        case IF_OPER_LOWERLAYERDOWN:
+            return PLATFORM_OPER_LOWER_LAYER_DOWN;
+        case IF_OPER_TESTING:
+            return PLATFORM_OPER_ERROR;
+        // Drivers that do not keep the state leave it unknown; the carrier tells then.
+        case IF_OPER_UNKNOWN:
+            return (link.flags & IFF_LOWER_UP) != 0 ? PLATFORM_OPER_UP : PLATFORM_OPER_DOWN;
+        default:
+            return PLATFORM_OPER_DOWN;
+    }
+}
+
+bool readLinkCounters(int index, LinkCounters* counters) {
+    ifinfomsg ask{};
+    ask.ifi_index = index;
+    auto socket = NetlinkSocket::open(NETLINK_ROUTE);
+    bool found = false;
+    const auto take = [&](nlmsghdr* message) {
+        const LinkMessage link(message);
+        const nlattr* stats = link.ok() ? link.attr(IFLA_STATS64) : nullptr;
+        rtnl_link_stats64 figures{};
+        if (stats == nullptr) return;
+        // Newer kernels append fields.
+        std::memcpy(&figures, nla_data(stats),
+                    std::min(sizeof figures, static_cast<size_t>(nla_len(stats))));
+        *counters = {figures.tx_errors, figures.tx_packets, figures.tx_bytes,
+                     figures.rx_errors, figures.rx_packets, figures.rx_bytes};
+        found = true;
+    };
+    return socket && socket->request(RTM_GETLINK, 0, bytesOf(ask), take) && found;
+}
+
+bool setLinkUp(int index, bool up) {
+    ifinfomsg order{};
+    order.ifi_index = index;
+    order.ifi_change = IFF_UP;
+    if (up) order.ifi_flags = IFF_UP;
+    auto socket = NetlinkSocket::open(NETLINK_ROUTE);
+    return socket && socket->order(RTM_NEWLINK, bytesOf(order));
+}
+
+}  // namespace plat

@@ -1,0 +1,48 @@
+// The kernel's network interfaces, and which of them take part in IEEE 1905.1 traffic.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "core/mac_addr.h"
+
+namespace plat {
+
+// One interface as rtnetlink describes it.
+struct Link {
+    int index = 0;
+    std::string name;
+    std::string kind;  // "bridge", "veth", ...; empty for hardware
+    bool ethernet = false;
+    MacAddr mac;
+    uint32_t flags = 0;     // IFF_...
+    uint8_t operState = 0;  // IF_OPER_...
+    int master = 0;         // index of the bridge, bond or other interface that owns it, else 0
+    int lower = 0;          // index of the interface it is built on, else 0
+};
+
+// All interfaces in the order of their index; false when the kernel does not answer in full.
+bool readLinks(std::vector<Link>* links);
+
+// Every Ethernet or Wi-Fi interface takes part but loopbacks, bridges, tunnels and the like, the
+// members of a bond (the bond does), a switch's conduit (its ports do), and what platform.conf
+// EXCLUDEs. INCLUDE admits interfaces of a kind that is left out otherwise.
+bool takesPart(const Link& link, const std::vector<Link>& all);
+
+const Link* linkByIndex(const std::vector<Link>& links, int index);
+
+// PLATFORM_PWR_... and PLATFORM_OPER_... of an interface.
+uint32_t pwrStateOf(const Link& link);
+uint32_t operStatusOf(const Link& link);
+
+// Packet counters of one interface.
+struct LinkCounters {
+    uint64_t txErrors, txPackets, txBytes, rxErrors, rxPackets, rxBytes;
+};
+bool readLinkCounters(int index, LinkCounters* counters);
+
+// Sets an interface up or down.
+bool setLinkUp(int index, bool up);
+
+}  // namespace plat

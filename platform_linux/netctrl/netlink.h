@@ -1,0 +1,100 @@
+// Requests to the kernel over netlink, and the watch on its notifications.
+#pragma once
+
+#include <netlink/attr.h>
+#include <netlink/msg.h>
+#include <netlink/netlink.h>
+#include <netlink/socket.h>
+
+#include <array>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string_view>
+
+#include "core/mac_addr.h"
+
+namespace plat {
+
+// One received message: its fixed header of type Header and its attributes up to number Max.
+template <class Header, int Max>
+class NlMessage {
+  public:
+    explicit NlMessage(nlmsghdr* message) {
+        ok_ = nlmsg_valid_hdr(message, sizeof(Header)) != 0 &&
+              nlmsg_parse(message, sizeof(Header), attrs_.data(), Max, nullptr) >= 0;
+        if (ok_) header_ = static_cast<const Header*>(nlmsg_data(message));
+    }
+    bool ok() const { return ok_; }
+    const Header& header() const { return *header_; }
+    nlattr* attr(int type) const { return attrs_[static_cast<size_t>(type)]; }
+
+    std::optional<uint32_t> u32(int type) const { return number<uint32_t>(type); }
+    std::optional<uint8_t> u8(int type) const { return number<uint8_t>(type); }
+    // A MAC address, none when the attribute is absent or of another length.
+    std::optional<MacAddr> mac(int type) const {
+        const nlattr* a = attr(type);
+        if (a == nullptr || nla_len(a) != 6) return std::nullopt;
+        return MacAddr(static_cast<const uint8_t*>(nla_data(a)));
+    }
+    std::string_view text(int type) const { return textOf(attr(type)); }
+    static std::string_view textOf(const nlattr* a) {
+        if (a == nullptr || nla_len(a) <= 0) return {};
+        const std::string_view all(static_cast<const char*>(nla_data(a)),
+                                   static_cast<size_t>(nla_len(a)));
+        return all.substr(0, all.find('\0'));
+    }
+
+  private:
+    template <class T>
+    std::optional<T> number(int type) const {
+        const nlattr* a = attr(type);
+        if (a == nullptr || nla_len(a) < static_cast<int>(sizeof(T))) return std::nullopt;
+        T value;
+        std::memcpy(&value, nla_data(a), sizeof value);
+        return value;
+    }
+
+    std::array<nlattr*, static_cast<size_t>(Max) + 1> attrs_{};
+    const Header* header_ = nullptr;
+    bool ok_ = false;
+};
+
+// A netlink socket. Requests block for at most a second, and a socket whose request failed is not
+// to be used again: late answers could still arrive on it.
+class NetlinkSocket {
+  public:
+    using OnMessage = std::function<void(nlmsghdr*)>;
+
+    // A socket for requests of this protocol (NETLINK_ROUTE, NETLINK_GENERIC).
+    static std::optional<NetlinkSocket> open(int protocol);
+    // A non-blocking socket that receives the notifications about links and neighbours.
+    static std::optional<NetlinkSocket> openEvents();
+
+    // Sends a request whose payload starts with a fixed header and hands every answer to the
+    // function. False on failure, also when the kernel's table changed under a dump.
+    bool request(int type, int flags, std::span<const uint8_t> payload, const OnMessage& take);
+    // The same for an order; true when the kernel did it.
+    bool order(int type, std::span<const uint8_t> payload);
+
+    // Hands over what has arrived. False when notifications were lost.
+    bool drain(const OnMessage& take);
+
+  private:
+    struct Free {
+        void operator()(nl_sock* sock) const { nl_socket_free(sock); }
+    };
+    explicit NetlinkSocket(nl_sock* sock) : sock_(sock) {}
+
+    int receive(const OnMessage& take);
+
+    std::unique_ptr<nl_sock, Free> sock_;
+};
+
+template <class T>
+std::span<const uint8_t> bytesOf(const T& record) {
+    return {reinterpret_cast<const uint8_t*>(&record), sizeof record};
+}
+
+}  // namespace plat

@@ -1,0 +1,307 @@
+#include "netctrl/watch.h"
+
+#include <linux/neighbour.h>
+#include <linux/rtnetlink.h>
+
+#include <algorithm>
+#include <chrono>
+#include <iterator>
+#include <map>
+
+#include "common/conf.h"
+#include "common/log.h"
+#include "common/text.h"
+#include "netctrl/netlink.h"
+#include "netctrl/records.h"
+
+namespace plat {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// How often in a row listening may fail before it counts as lost: with the daemon's call every 5
+// seconds, a minute.
+constexpr int kMaxFailures = 12;
+// The kernel tells of no change of a radio's channel, so radios are asked from time to time.
+constexpr std::chrono::seconds kRadioPeriod{60};
+
+struct Watch {
+    std::optional<NetlinkSocket> events;
+    int failures = 0;
+    bool linksChanged = false;
+    bool neighboursChanged = false;
+    Clock::time_point pictureTaken{};
+    bool reporting = false;
+
+    Picture told;
+    std::optional<MacAddr> alMac;
+};
+Watch watch;
+
+void noteNotification(nlmsghdr* message) {
+    switch (message->nlmsg_type) {
+        case RTM_NEWLINK:
+        case RTM_DELLINK:
+            watch.linksChanged = true;
+            break;
+        case RTM_NEWNEIGH:
+        case RTM_DELNEIGH:
+            watch.neighboursChanged = true;
+            break;
+        default:
+            break;
+    }
+}
+
+// Listens again after a failure; what happened meanwhile is found by a fresh picture.
+bool listen() {
+    if (watch.events && !watch.events->drain(noteNotification)) {
+        PLAT_LOG(4, "notifications of the kernel were lost; looking afresh");
+        watch.events.reset();
+    }
+    if (watch.events) return true;
+    watch.linksChanged = true;
+    watch.events = NetlinkSocket::openEvents();
+    return watch.events.has_value();
+}
+
+bool bears(const Picture& picture, const MacAddr& mac) {
+    const auto& macs = picture.ownMacs;
+    return std::find(macs.begin(), macs.end(), mac) != macs.end();
+}
+
+std::optional<MacAddr> chooseAlMac(const Picture& picture) {
+    if (const auto given = parseMac(conf().value("AL_MAC"))) return given;
+    if (watch.alMac && bears(picture, *watch.alMac)) return watch.alMac;
+    return alMacOf(picture);
+}
+
+// Members by bridge, of the interfaces that take part.
+std::map<int, std::vector<int>> tuplesOf(const Picture& picture) {
+    std::map<int, std::vector<int>> tuples;
+    for (const Intf& intf : picture.intfs)
+        if (intf.bridge != 0) tuples[intf.bridge].push_back(intf.index);
+    return tuples;
+}
+
+std::vector<MacAddr> difference(const std::vector<MacAddr>& a, const std::vector<MacAddr>& b) {
+    std::vector<MacAddr> only;
+    std::set_difference(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(only));
+    return only;
+}
+
+// The same interface, perhaps changed. One that was made anew under an old name is another.
+const Intf* sameIn(const Picture& picture, const Intf& intf) {
+    const Intf* other = picture.byIndex(intf.index);
+    return other != nullptr && other->name == intf.name ? other : nullptr;
+}
+
+// The events, in an order in which the daemon understands each one: who is gone, who came, then
+// what is new about whom. Each is put into `told` before it is reported, because the daemon asks
+// back from inside the callback.
+class Reporter {
+  public:
+    Reporter(NetStatusEventCallback callback, const Picture& now)
+        : callback_(callback), now_(now) {}
+
+    void reportAll() {
+        const auto oldTuples = tuplesOf(watch.told);
+        reportRemoved();
+        reportAdded();
+        watch.told.bridges = now_.bridges;
+        watch.told.ownMacs = now_.ownMacs;
+        for (const Intf& intf : now_.intfs) {
+            reportMac(intf);
+            reportMedia(intf);
+            toldOf(intf).bridge = intf.bridge;
+        }
+        if (tuplesOf(now_) != oldTuples) report(NET_STATUS_BRDG_CAP, now_);
+        for (const Intf& intf : now_.intfs) {
+            reportState(NET_STATUS_INTF_PWR_STATE, &Intf::pwrState, intf);
+            reportState(NET_STATUS_INTF_OPER_STATUS, &Intf::operStatus, intf);
+            reportNeighbours(intf);
+        }
+        reportAlMac();
+    }
+
+  private:
+    template <class Record>
+    void report(uint32_t eventId, const Record& record) {
+        uint32_t result = 0;
+        callback_(eventId, &record, &result);
+        if (result != 0) PLAT_LOG(2, "network status event %u was refused: %u", eventId, result);
+    }
+
+    static Intf& toldOf(const Intf& intf) {
+        return *std::find_if(watch.told.intfs.begin(), watch.told.intfs.end(),
+                             [&intf](const Intf& i) { return i.index == intf.index; });
+    }
+
+    void reportList(uint32_t eventId, const std::vector<Intf>& intfs) {
+        if (intfs.empty()) return;
+        std::vector<IntfDesc> descs;
+        descs.reserve(intfs.size());
+        for (const Intf& intf : intfs) descs.push_back(describe(intf));
+        for (size_t i = 1; i < descs.size(); ++i) descs[i - 1].next = &descs[i];
+        report(eventId, IntfListEvent{static_cast<uint8_t>(descs.size()), descs.data()});
+    }
+
+    void reportRemoved() {
+        std::vector<Intf> gone;
+        std::erase_if(watch.told.intfs, [&](const Intf& intf) {
+            if (sameIn(now_, intf) != nullptr) return false;
+            gone.push_back(intf);
+            return true;
+        });
+        reportList(NET_STATUS_INTF_REMOVED, gone);
+    }
+
+    void reportAdded() {
+        std::vector<Intf> added;
+        for (const Intf& intf : now_.intfs)
+            if (sameIn(watch.told, intf) == nullptr) added.push_back(intf);
+        auto& intfs = watch.told.intfs;
+        intfs.insert(intfs.end(), added.begin(), added.end());
+        std::sort(intfs.begin(), intfs.end(),
+                  [](const Intf& a, const Intf& b) { return a.index < b.index; });
+        reportList(NET_STATUS_INTF_ADDED, added);
+    }
+
+    void reportMac(const Intf& intf) {
+        Intf& old = toldOf(intf);
+        if (old.mac == intf.mac) return;
+        IntfMacEvent event{};
+        copyName(event.name, old);
+        old.mac.copyTo(event.mac);
+        event.mediaType = old.mediaType;
+        intf.mac.copyTo(event.newMac);
+        old.mac = intf.mac;
+        report(NET_STATUS_INTF_MAC, event);
+    }
+
+    void reportMedia(const Intf& intf) {
+        Intf& old = toldOf(intf);
+        if (old.mediaType == intf.mediaType && old.mediaInfo == intf.mediaInfo) return;
+        IntfMediaTypeEvent event{};
+        intf.mac.copyTo(event.mac);
+        event.oldMediaType = old.mediaType;
+        event.newMediaType = intf.mediaType;
+        event.mediaInfoLen = static_cast<uint8_t>(intf.mediaInfo.size());
+        event.mediaInfo = intf.mediaInfo.empty() ? nullptr : intf.mediaInfo.data();
+        old.mediaType = intf.mediaType;
+        old.mediaInfo = intf.mediaInfo;
+        report(NET_STATUS_INTF_MEDIA_TYPE, event);
+    }
+
+    void reportState(uint32_t eventId, uint32_t Intf::*state, const Intf& intf) {
+        Intf& old = toldOf(intf);
+        if (old.*state == intf.*state) return;
+        IntfStateEvent event{};
+        copyName(event.name, intf);
+        intf.mac.copyTo(event.mac);
+        event.mediaType = intf.mediaType;
+        event.newState = old.*state = intf.*state;
+        report(eventId, event);
+    }
+
+    void reportNeighbourList(uint32_t eventId, const Intf& intf, const std::vector<MacAddr>& macs) {
+        if (macs.empty()) return;
+        IntfNbrEvent event{};
+        copyName(event.name, intf);
+        intf.mac.copyTo(event.mac);
+        event.mediaType = intf.mediaType;
+        event.macNum = static_cast<uint16_t>(macs.size());
+        event.macs = packed(macs);
+        report(eventId, event);
+    }
+
+    void reportNeighbours(const Intf& intf) {
+        const std::vector<MacAddr> before = std::exchange(toldOf(intf).neighbours, intf.neighbours);
+        reportNeighbourList(NET_STATUS_INTF_NBR_REMOVED, intf, difference(before, intf.neighbours));
+        // One at a time: the daemon's own test for repeats is sound for the first of a list only.
+        for (const MacAddr& mac : difference(intf.neighbours, before))
+            reportNeighbourList(NET_STATUS_INTF_NBR_ADDED, intf, {mac});
+    }
+
+    void reportAlMac() {
+        const std::optional<MacAddr> alMac = chooseAlMac(now_);
+        if (!alMac || alMac == watch.alMac) return;
+        AlMacEvent event{};
+        watch.alMac.value_or(MacAddr{}).copyTo(event.oldMac);
+        alMac->copyTo(event.newMac);
+        watch.alMac = alMac;
+        report(NET_STATUS_AL_MAC, event);
+    }
+
+    NetStatusEventCallback callback_;
+    const Picture& now_;
+};
+
+bool radiosAreDue() {
+    const auto isRadio = [](const Intf& intf) { return !intf.mediaInfo.empty(); };
+    return std::any_of(watch.told.intfs.begin(), watch.told.intfs.end(), isRadio) &&
+           Clock::now() - watch.pictureTaken >= kRadioPeriod;
+}
+
+// A picture of the present; what went unchanged is not asked for again.
+bool takePresent(Picture* now) {
+    if (watch.linksChanged || radiosAreDue()) {
+        if (!takePicture(watch.told, now)) return false;
+        watch.pictureTaken = Clock::now();
+        return true;
+    }
+    *now = watch.told;
+    return takeNeighbours(now);
+}
+
+}  // namespace
+
+bool openWatch() {
+    closeWatch();
+    watch.events = NetlinkSocket::openEvents();
+    return watch.events && tellAnew();
+}
+
+void closeWatch() {
+    watch = {};
+}
+
+bool tellAnew() {
+    // What is told while reports are being made is exactly what they have told so far.
+    if (watch.reporting) return true;
+    Picture now;
+    if (!takePicture(watch.told, &now)) return false;
+    watch.pictureTaken = Clock::now();
+    watch.alMac = chooseAlMac(now);
+    watch.told = std::move(now);
+    return true;
+}
+
+const Picture& told() {
+    return watch.told;
+}
+
+std::optional<MacAddr> toldAlMac() {
+    return watch.alMac;
+}
+
+int runWatch(NetStatusEventCallback callback) {
+    if (!listen()) {
+        PLAT_LOG(1, "can't listen to the kernel (%d)", ++watch.failures);
+        return watch.failures < kMaxFailures ? kOk : kFailure;
+    }
+    watch.failures = 0;
+    if (callback == nullptr) return kOk;
+    if (!watch.linksChanged && !watch.neighboursChanged && !radiosAreDue()) return kOk;
+
+    Picture now;
+    // Tried again at the next call: the kernel's tables may just be changing.
+    if (!takePresent(&now)) return kOk;
+    watch.linksChanged = watch.neighboursChanged = false;
+    watch.reporting = true;
+    Reporter(callback, now).reportAll();
+    watch.reporting = false;
+    return kOk;
+}
+
+}  // namespace plat

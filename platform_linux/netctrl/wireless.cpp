@@ -1,0 +1,115 @@
+#include "netctrl/wireless.h"
+
+#include <linux/genetlink.h>
+#include <linux/nl80211.h>
+
+#include <vector>
+
+namespace plat {
+namespace {
+
+enum : uint32_t { k80211n24 = 0x0103, k80211ac = 0x0105, k80211ad = 0x0106 };
+
+// A generic netlink request with one attribute.
+std::vector<uint8_t> genlRequest(uint8_t command, int attribute, std::span<const uint8_t> value) {
+    genlmsghdr header{};
+    header.cmd = command;
+    header.version = 1;
+    nlattr attr{};
+    attr.nla_type = static_cast<uint16_t>(attribute);
+    attr.nla_len = static_cast<uint16_t>(NLA_HDRLEN + value.size());
+    std::vector<uint8_t> bytes(sizeof header + static_cast<size_t>(NLA_ALIGN(attr.nla_len)));
+    std::memcpy(bytes.data(), &header, sizeof header);
+    std::memcpy(bytes.data() + sizeof header, &attr, sizeof attr);
+    std::memcpy(bytes.data() + sizeof header + NLA_HDRLEN, value.data(), value.size());
+    return bytes;
+}
+
+// Which standard the radio speaks cannot be told from its channel alone: the usual one of its band
+// is named. MEDIA_TYPE.<interface> in platform.conf says otherwise.
+uint32_t mediaTypeOf(uint32_t frequency) {
+    if (frequency >= 57000) return k80211ad;
+    return frequency >= 4900 ? k80211ac : k80211n24;
+}
+
+// The role as IEEE 1905.1 codes it, in the upper four bits.
+uint8_t roleOf(uint32_t type) {
+    switch (type) {
+        case NL80211_IFTYPE_STATION:
+            return 0x40;
+        case NL80211_IFTYPE_P2P_CLIENT:
+            return 0x80;
+        case NL80211_IFTYPE_P2P_GO:
+            return 0x90;
+        default:
+            return 0x00;
+    }
+}
+
+uint8_t bandwidthOf(uint32_t width) {
+    switch (width) {
+        case NL80211_CHAN_WIDTH_40:
+            return 1;
+        case NL80211_CHAN_WIDTH_80:
+            return 2;
+        case NL80211_CHAN_WIDTH_160:
+            return 3;
+        case NL80211_CHAN_WIDTH_80P80:
+            return 4;
+        default:
+            return 0;
+    }
+}
+
+uint8_t channelIndexOf(uint32_t frequency) {
+    if (frequency < 2407) return 0;
+    return static_cast<uint8_t>((frequency - (frequency < 5000 ? 2407 : 5000)) / 5);
+}
+
+}  // namespace
+
+std::optional<WifiInfo> parseWifiInterface(nlmsghdr* message) {
+    const NlMessage<genlmsghdr, NL80211_ATTR_MAX> answer(message);
+    if (!answer.ok() || !answer.u32(NL80211_ATTR_IFINDEX)) return std::nullopt;
+    const uint32_t frequency = answer.u32(NL80211_ATTR_WIPHY_FREQ).value_or(0);
+    const uint32_t type = answer.u32(NL80211_ATTR_IFTYPE).value_or(0);
+
+    WifiInfo wifi{frequency != 0, mediaTypeOf(frequency), {}};
+    // An access point's own address is the BSSID. The BSSID of a station's access point would
+    // need a scan result; it stays zero.
+    const std::optional<MacAddr> mac = answer.mac(NL80211_ATTR_MAC);
+    if (mac && (type == NL80211_IFTYPE_AP || type == NL80211_IFTYPE_P2P_GO))
+        mac->copyTo(wifi.info.data());
+    wifi.info[6] = roleOf(type);
+    wifi.info[7] = bandwidthOf(answer.u32(NL80211_ATTR_CHANNEL_WIDTH).value_or(0));
+    wifi.info[8] = channelIndexOf(answer.u32(NL80211_ATTR_CENTER_FREQ1).value_or(frequency));
+    wifi.info[9] = channelIndexOf(answer.u32(NL80211_ATTR_CENTER_FREQ2).value_or(0));
+    return wifi;
+}
+
+Nl80211::Nl80211() {
+    auto socket = NetlinkSocket::open(NETLINK_GENERIC);
+    if (!socket) return;
+    static constexpr char kName[] = "nl80211";
+    const auto bytes = genlRequest(CTRL_CMD_GETFAMILY, CTRL_ATTR_FAMILY_NAME,
+                                   {reinterpret_cast<const uint8_t*>(kName), sizeof kName});
+    (void)socket->request(GENL_ID_CTRL, 0, bytes, [this](nlmsghdr* message) {
+        const NlMessage<genlmsghdr, CTRL_ATTR_MAX> answer(message);
+        const nlattr* id = answer.ok() ? answer.attr(CTRL_ATTR_FAMILY_ID) : nullptr;
+        if (id != nullptr && nla_len(id) >= 2) family_ = nla_get_u16(id);
+    });
+}
+
+std::optional<WifiInfo> Nl80211::query(int ifindex) {
+    if (!family_) return std::nullopt;
+    auto socket = NetlinkSocket::open(NETLINK_GENERIC);
+    if (!socket) return std::nullopt;
+    const uint32_t index = static_cast<uint32_t>(ifindex);
+    std::optional<WifiInfo> wifi;
+    (void)socket->request(
+        *family_, 0, genlRequest(NL80211_CMD_GET_INTERFACE, NL80211_ATTR_IFINDEX, bytesOf(index)),
+        [&](nlmsghdr* message) { wifi = parseWifiInterface(message); });
+    return wifi;
+}
+
+}  // namespace plat

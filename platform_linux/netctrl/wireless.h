@@ -1,0 +1,32 @@
+// What nl80211 says about a wireless interface.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+
+#include "netctrl/netlink.h"
+
+namespace plat {
+
+struct WifiInfo {
+    bool onChannel;                // false while the radio is off: then the media type is a guess
+    uint32_t mediaType;            // IEEE 1905.1 media-type code
+    std::array<uint8_t, 10> info;  // its media-specific information
+};
+
+// Reads the answer to NL80211_CMD_GET_INTERFACE; none when it describes no wireless interface.
+std::optional<WifiInfo> parseWifiInterface(nlmsghdr* message);
+
+class Nl80211 {
+  public:
+    // Finds the kernel's nl80211; without it no interface is wireless.
+    Nl80211();
+    // None when the interface is not wireless or cannot be asked.
+    std::optional<WifiInfo> query(int ifindex);
+
+  private:
+    std::optional<uint16_t> family_;
+};
+
+}  // namespace plat

@@ -1,0 +1,203 @@
+// WPS and auto-configuration settings: plain state that the management processes set and the daemon
+// mirrors.
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstring>
+#include <optional>
+
+#include "common/conf.h"
+#include "common/log.h"
+#include "common/text.h"
+#include "netctrl/notices.h"
+
+namespace plat {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// A renew that nobody ended counts as over after this time.
+constexpr std::chrono::seconds kRenewLimit{120};
+
+struct Band {
+    uint8_t code;
+    WpsBandConfig config;
+};
+
+// New values of the device mode, to be confirmed in time.
+struct Trial {
+    WpsConfig before;
+    Clock::time_point until;
+};
+
+struct Wps {
+    WpsConfig config{};
+    std::array<Band, 4> bands{{{0, {}}, {1, {}}, {32, {}}, {33, {}}}};
+    uint8_t reload = 0;
+    uint8_t autoconfig = 0;
+    bool approveAll = false;
+    std::optional<Clock::time_point> renewUntil;
+    std::optional<Trial> trial;
+};
+Wps wps;
+
+uint8_t low8(int32_t value) {
+    return static_cast<uint8_t>(value);
+}
+
+// Stores a value; the daemon is told at the next opportunity when it is another one.
+template <class Value>
+void store(Value* place, const Value& value) {
+    if (std::memcmp(place, &value, sizeof value) == 0) return;
+    *place = value;
+    noteWpsChange();
+}
+
+Band* bandOf(uint32_t code) {
+    const auto found = std::find_if(wps.bands.begin(), wps.bands.end(),
+                                    [code](const Band& band) { return band.code == code; });
+    return found != wps.bands.end() ? &*found : nullptr;
+}
+
+}  // namespace
+}  // namespace plat
+
+using namespace plat;
+
+int setWPSConfig(int32_t deviceType, int32_t sendSearch, int32_t sendResponse) {
+    if (deviceType != 0 && deviceType != 1) return kFailure;
+    wps.trial.reset();
+    store(&wps.config, WpsConfig{low8(deviceType), low8(sendSearch), low8(sendResponse)});
+    return kOk;
+}
+
+int getWPSConfig(WpsConfig* config) {
+    if (config == nullptr) return kFailure;
+    *config = wps.config;
+    return kOk;
+}
+
+int setWPSConfigChangetimeout(int32_t deviceType, int32_t sendSearch, int32_t sendResponse,
+                              int32_t timeout) {
+    // A trial within a trial still falls back to what was in force before the first.
+    const WpsConfig before = wps.trial ? wps.trial->before : wps.config;
+    const int result = timeout < 0 ? kFailure : setWPSConfig(deviceType, sendSearch, sendResponse);
+    if (result == kOk && timeout > 0)
+        wps.trial = Trial{before, Clock::now() + std::chrono::seconds(timeout)};
+    return result;
+}
+
+int getChangetomeout_flag(void) {
+    return wps.trial.has_value() ? 1 : 0;
+}
+
+int check_ChangeDeviceMode_timeout(void) {
+    if (!wps.trial || Clock::now() < wps.trial->until) return kOk;
+    PLAT_LOG(2, "the new device mode was not confirmed in time; the former one is back");
+    store(&wps.config, wps.trial->before);
+    wps.trial.reset();
+    return kOk;
+}
+
+int setWPSConfByBand(const char* band, int32_t sendSearch, int32_t sendResponse) {
+    if (band == nullptr) return kFailure;
+    const WpsBandConfig config{low8(sendSearch), low8(sendResponse)};
+    if (std::strcmp(band, "All") == 0) {
+        for (Band& each : wps.bands) store(&each.config, config);
+        return kOk;
+    }
+    const auto code = parseNumber(band);
+    Band* found = code ? bandOf(*code) : nullptr;
+    if (found == nullptr) return kFailure;
+    store(&found->config, config);
+    return kOk;
+}
+
+int getWPSConfByBand(uint8_t band, WpsBandConfig* config) {
+    const Band* found = bandOf(band);
+    if (found == nullptr || config == nullptr) return kFailure;
+    *config = found->config;
+    return kOk;
+}
+
+int setWiFiReloadFlag(int32_t deviceType, int32_t reload) {
+    if (deviceType != 0 && deviceType != 1) return kFailure;
+    store(&wps.reload, low8(reload));
+    return kOk;
+}
+
+int getWiFiReload(uint8_t* reload) {
+    if (reload == nullptr) return kFailure;
+    *reload = wps.reload;
+    return kOk;
+}
+
+int setAPautoconfig(uint8_t setting) {
+    store(&wps.autoconfig, setting);
+    return kOk;
+}
+
+int getAPautoconfig(uint8_t* setting) {
+    if (setting == nullptr) return kFailure;
+    *setting = wps.autoconfig;
+    return kOk;
+}
+
+// The Wi-Fi sync list names the devices that a renew still waits for. Nothing here configures the
+// Wi-Fi of other devices, so it is empty: no device is in it, and none can be taken off.
+int getWPSSyncListByMac(WpsSyncRecord*) {
+    return kFailure;
+}
+
+int getWPSSyncListByBand(WpsSyncRecord* record) {
+    if (record == nullptr || record->selector > 1) return kFailure;
+    *record = {record->selector, {}, {}};
+    return kOk;
+}
+
+int setAPautoconfigFlag(const uint8_t* alMac, uint8_t band) {
+    PLAT_LOG(3, "%s acknowledged band %d, but no renew waits for it", macText(alMac).c_str(), band);
+    return kFailure;
+}
+
+int reSendRenewbySynclist(void) {
+    return kOk;
+}
+
+int start_and_stop_Renew(int32_t start) {
+    wps.renewUntil.reset();
+    if (start != 0) wps.renewUntil = Clock::now() + kRenewLimit;
+    return kOk;
+}
+
+int getSendRenew_flag(void) {
+    return wps.renewUntil.has_value() ? 1 : 0;
+}
+
+int check_Renew_timeout(void) {
+    if (wps.renewUntil && Clock::now() >= *wps.renewUntil) wps.renewUntil.reset();
+    return kOk;
+}
+
+int wifi_flag_init(void) {
+    return start_and_stop_Renew(0);
+}
+
+int setApproveFlag_flag(int32_t approve) {
+    if (approve != 0 && approve != 1) return kFailure;
+    wps.approveAll = approve == 1;
+    return kOk;
+}
+
+int checkMACisApprove(const uint8_t* alMac, const char* hostname) {
+    if (alMac == nullptr) return kFailure;
+    if (wps.approveAll || !conf().has("APPROVED")) return kOk;
+    bool listed = false;
+    forEachWord(conf().value("APPROVED"), [&](std::string_view word) {
+        listed = listed || parseMac(word) == MacAddr(alMac);
+    });
+    if (!listed)
+        PLAT_LOG(3, "device %s is not in APPROVED of platform.conf", macText(alMac).c_str());
+    (void)hostname;  // a name is easily borrowed, so it admits nobody
+    return listed ? kOk : kFailure;
+}

@@ -1,0 +1,78 @@
+// platform.conf: what it understands, and that no file harms.
+#include <random>
+
+#include "support.h"
+
+using plat::Conf;
+
+TEST(PlatformConf, TakesKeysValuesAndComments) {
+    Conf conf;
+    conf.parse(
+        "# a comment\n"
+        "HOSTNAME=attic\r\n"
+        "  DEVICE_MODE =  bridge mode # not this\n"
+        "SECURITY_KEY = \"pass # phrase \"\n"
+        "BUILD_NUMBER = 1\n"
+        "BUILD_NUMBER = a#2\n"
+        "LAN_MAC =\n"
+        "MEDIA_TYPE.wlan0 = 0x0105\n"
+        "EXCLUDE = eth9, wlan?-guest\n"
+        "UNKNOWN = 1\n"
+        "no key at all\n"
+        "FIRMWARE_VERSION = last line without an end");
+    EXPECT_EQ(conf.value("HOSTNAME"), "attic");
+    EXPECT_EQ(conf.value("DEVICE_MODE"), "bridge mode");
+    EXPECT_EQ(conf.value("SECURITY_KEY"), "pass # phrase ");
+    EXPECT_EQ(conf.value("BUILD_NUMBER"), "a#2");
+    EXPECT_TRUE(conf.has("LAN_MAC"));
+    EXPECT_EQ(conf.value("LAN_MAC"), "");
+    EXPECT_FALSE(conf.has("AL_MAC"));
+    EXPECT_FALSE(conf.has("UNKNOWN"));
+    EXPECT_EQ(conf.value("MEDIA_TYPE.wlan0"), "0x0105");
+    EXPECT_EQ(conf.value("FIRMWARE_VERSION"), "last line without an end");
+    EXPECT_TRUE(conf.matches("EXCLUDE", "eth9"));
+    EXPECT_TRUE(conf.matches("EXCLUDE", "wlan1-guest"));
+    EXPECT_FALSE(conf.matches("EXCLUDE", "eth91"));
+    EXPECT_FALSE(conf.matches("INCLUDE", "eth9"));
+}
+
+TEST(PlatformConf, NamesUnknownKeysButDoesNotFloodTheLog) {
+    std::string text = "COLOUR = red\n";
+    std::mt19937 random(1);
+    for (int i = 0; i < 60000; ++i) text += static_cast<char>(random());
+    testing::internal::CaptureStdout();
+    Conf().parse(text);
+    const std::string log = testing::internal::GetCapturedStdout();
+    EXPECT_NE(log.find("[vmNetCtrl] platform.conf: unknown key COLOUR\r\n"), log.npos);
+    EXPECT_LE(std::count(log.begin(), log.end(), '\n'), 9);
+}
+
+TEST(PlatformConf, ReadsAnyFile) {
+    const ScratchFolder folder;
+    folder.platformConf("");
+    EXPECT_FALSE(plat::conf().has("HOSTNAME"));
+    folder.platformConf(std::string("HOSTNAME = early\n") + std::string(10 << 20, 'x'));
+    EXPECT_EQ(plat::conf().value("HOSTNAME"), "early");
+    folder.platformConf(std::string("HOSTNAME = a\0b\nDEVICE_MODE = on\n", 32));
+    EXPECT_FALSE(plat::conf().has("HOSTNAME"));
+    EXPECT_EQ(plat::conf().value("DEVICE_MODE"), "on");
+    for (const char* path : {"/nonexistent/platform.conf", "/tmp"}) {
+        ::setenv("VM1905_PLATFORM_CONF", path, 1);
+        plat::reloadConf();
+        EXPECT_FALSE(plat::conf().has("DEVICE_MODE"));
+    }
+}
+
+TEST(PlatformText, AddressesNumbersAndHexDigits) {
+    EXPECT_EQ(plat::parseMac("02:00:5e:AA:bb:0c"), MacAddr(2, 0, 0x5e, 0xaa, 0xbb, 0x0c));
+    for (const char* bad : {"", "02:00:5e:aa:bb", "02:00:5e:aa:bb:0g",
+                            "02:00:5e:aa:bb:0c:", "02.00.5e.aa.bb.0c", "02:00:5e:aa:bb: c"})
+        EXPECT_FALSE(plat::parseMac(bad)) << bad;
+    EXPECT_EQ(plat::parseNumber("0x0105"), 0x105u);
+    EXPECT_EQ(plat::parseNumber("4294967295"), 0xffffffffu);
+    for (const char* bad : {"", "0x", "4294967296", "-1", "1 ", "one"})
+        EXPECT_FALSE(plat::parseNumber(bad)) << bad;
+    EXPECT_EQ(plat::parseHex(" 00ff\n1A "), (std::vector<uint8_t>{0, 0xff, 0x1a}));
+    EXPECT_FALSE(plat::parseHex("0ff"));
+    EXPECT_FALSE(plat::parseHex("zz"));
+}

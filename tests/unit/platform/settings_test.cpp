@@ -1,0 +1,221 @@
+// Settings that are plain state, reports that wait for runNetCtrl, and the messages of the
+// auto-configuration.
+#include <dlfcn.h>
+
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+#include "support.h"
+
+using Events = std::vector<std::string>;
+
+namespace {
+
+// The standard messages that the library asked the daemon to send, as text.
+Events sent;
+
+void sendMessage(uint32_t servId, void* info, uint32_t* retCode) {
+    std::ostringstream text;
+    text << servId;
+    if (servId == SERV_REQ_AP_AUTOCONF_SEARCH)
+        text << " band " << int{static_cast<ApAutoConfSrch*>(info)->freqBand};
+    if (servId == SERV_REQ_AP_AUTOCONF_RESP) {
+        const auto& r = *static_cast<ApAutoConfRespReq*>(info);
+        text << " to " << plat::macText(r.dstMac) << " id " << r.msgId << " band "
+             << int{r.freqBand};
+    }
+    if (servId == SERV_REQ_AP_AUTOCONF_WSC) {
+        const auto& r = *static_cast<ApAutoConfWscReq*>(info);
+        text << " to " << plat::macText(r.dstMac) << " frame "
+             << plat::hexText({r.frame, r.frameLen});
+    }
+    if (servId == SERV_REQ_AP_AUTOCONF_RENEW) {
+        const auto& r = *static_cast<ApAutoConfRenewReq*>(info);
+        text << " band " << int{r.freqBand} << " unicast " << r.unicast;
+    }
+    sent.push_back(text.str());
+    *retCode = servId == SERV_REQ_PB_EVENT ? 19 : 0;
+}
+
+Events takeSent() {
+    return std::exchange(sent, {});
+}
+
+// A declaration begins a line with its result type; the name stands before the first parenthesis.
+std::string declaredIn(const std::string& line) {
+    const size_t end = line.find('(');
+    if (end == line.npos || line[0] < 'a' || line[0] > 'z' || line.starts_with("typedef"))
+        return "";
+    const size_t start = line.find_last_of(" *", end) + 1;
+    return line.substr(start, end - start);
+}
+
+}  // namespace
+
+TEST(PlatformHeaders, EveryDeclaredFunctionIsThere) {
+    int functions = 0;
+    for (const char* group : {"lifecycle", "descriptions", "autoconfig", "device"}) {
+        std::ifstream header(std::string(PLATFORM_HEADERS) + "/" + group + ".h");
+        for (std::string line; std::getline(header, line);) {
+            const std::string name = declaredIn(line);
+            if (name.empty()) continue;
+            ++functions;
+            EXPECT_NE(::dlsym(RTLD_DEFAULT, name.c_str()), nullptr) << name;
+        }
+    }
+    EXPECT_GT(functions, 90);
+}
+
+TEST(Settings, AreReturnedAndChangesReportedOnce) {
+    inOwnNetwork([] {
+        Told told;
+        WpsConfig config{};
+        EXPECT_EQ(setWPSConfig(1, 300, -1), 0);
+        EXPECT_EQ(getWPSConfig(&config), 0);
+        EXPECT_EQ(config.deviceType, 1);
+        EXPECT_EQ(config.sendSearch, 300 & 0xff);
+        EXPECT_EQ(config.sendResponse, 0xff);
+        EXPECT_EQ(setWPSConfig(2, 0, 0), 16);
+        EXPECT_EQ(told.next(), Events{"wps"});
+        EXPECT_EQ(setWPSConfig(1, 300, -1), 0);
+        EXPECT_EQ(told.next(), Events{});
+
+        WpsBandConfig band{};
+        EXPECT_EQ(setWPSConfByBand("All", 1, 2), 0);
+        EXPECT_EQ(setWPSConfByBand("33", 3, 4), 0);
+        EXPECT_EQ(getWPSConfByBand(1, &band), 0);
+        EXPECT_EQ(band.sendResponse, 2);
+        EXPECT_EQ(getWPSConfByBand(33, &band), 0);
+        EXPECT_EQ(band.sendSearch, 3);
+        for (const char* bad : {"2", "all", "", "0 "}) EXPECT_EQ(setWPSConfByBand(bad, 0, 0), 16);
+        EXPECT_EQ(getWPSConfByBand(2, &band), 16);
+
+        uint8_t value = 0;
+        EXPECT_EQ(setAPautoconfig(5), 0);
+        EXPECT_EQ(getAPautoconfig(&value), 0);
+        EXPECT_EQ(value, 5);
+        EXPECT_EQ(setWiFiReloadFlag(0, 1), 0);
+        EXPECT_EQ(getWiFiReload(&value), 0);
+        EXPECT_EQ(value, 1);
+        EXPECT_EQ(told.next(), Events{"wps"});
+
+        WpsSyncRecord record{0, {1, 2, 3, 4, 5, 6}, {7, 8}};
+        EXPECT_EQ(getWPSSyncListByMac(&record), 16);
+        EXPECT_EQ(getWPSSyncListByBand(&record), 0);
+        EXPECT_EQ(plat::macText(record.mac), "00:00:00:00:00:00");
+    });
+}
+
+TEST(Settings, ADeviceModeOnTrialComesBackUnlessConfirmed) {
+    inOwnNetwork([] {
+        WpsConfig config{};
+        EXPECT_EQ(setWPSConfig(0, 0, 0), 0);
+        EXPECT_EQ(setWPSConfigChangetimeout(1, 0, 0, 1000), 0);
+        EXPECT_EQ(getChangetomeout_flag(), 1);
+        EXPECT_EQ(check_ChangeDeviceMode_timeout(), 0);
+        EXPECT_EQ(getWPSConfig(&config), 0);
+        EXPECT_EQ(config.deviceType, 1);
+        EXPECT_EQ(setWPSConfig(1, 0, 0), 0);
+        EXPECT_EQ(getChangetomeout_flag(), 0);
+    });
+}
+
+TEST(Settings, AdmissionFollowsTheListUnlessAllAreApproved) {
+    const ScratchFolder folder;
+    const uint8_t known[] = {2, 0, 0, 0, 0, 1};
+    const uint8_t stranger[] = {2, 0, 0, 0, 0, 2};
+    folder.platformConf("");
+    EXPECT_EQ(checkMACisApprove(stranger, "attic"), 0);
+    folder.platformConf("APPROVED = 02:00:00:00:00:09 02:00:00:00:00:01\n");
+    EXPECT_EQ(checkMACisApprove(known, ""), 0);
+    EXPECT_EQ(checkMACisApprove(stranger, "attic"), 16);
+    EXPECT_EQ(setApproveFlag_flag(1), 0);
+    EXPECT_EQ(checkMACisApprove(stranger, "attic"), 0);
+    EXPECT_EQ(setApproveFlag_flag(2), 16);
+    EXPECT_EQ(setApproveFlag_flag(0), 0);
+    EXPECT_EQ(checkMACisApprove(stranger, "attic"), 16);
+}
+
+TEST(Settings, FirmwareAndLedAreReported) {
+    inOwnNetwork([] {
+        const ScratchFolder folder;
+        Told told;
+        uint32_t status = 0;
+        EXPECT_EQ(getfirmwareStatus(0, 0, &status), 0);
+        EXPECT_EQ(status, uint32_t{PLATFORM_FW_IDLE});
+        EXPECT_EQ(setFWState("Upgrade_EX\r\n"), 0);
+        EXPECT_EQ(getfirmwareStatus(0, 0, &status), 0);
+        EXPECT_EQ(status, uint32_t{PLATFORM_FW_UPGRADE_EX});
+        EXPECT_EQ(setFWState("6"), 16);
+        EXPECT_EQ(setFWState(nullptr), 16);
+        EXPECT_EQ(setFWresult(1), 0);
+        folder.hook("led", "echo dimmed to $1 percent of what it can do at most");
+        EXPECT_EQ(setLEDvalue(40), 0);
+        EXPECT_EQ(told.next(),
+                  (Events{"firmware 1", "upgrade 4", "led dimmed to 40 percent of what it "}));
+        EXPECT_EQ(setFWState("4"), 0);
+        EXPECT_EQ(told.next(), Events{});
+    });
+}
+
+TEST(AutoConfiguration, SendsThroughTheDaemon) {
+    inOwnNetwork([] {
+        const ScratchFolder folder;
+        Told told;
+        EXPECT_EQ(sendWPSSearch(1), 16);  // nobody there to send it
+        EXPECT_EQ(setServReqCallbackFunc(sendMessage), 0);
+        EXPECT_EQ(sendWPSSearch(1), 0);
+        EXPECT_EQ(sendWPSRenew(32), 0);
+        EXPECT_EQ(sendPBEvent(), 19);  // the daemon's own result
+        EXPECT_EQ(takeSent(), (Events{"0 band 1", "3 band 32 unicast 0", "4"}));
+
+        // Only a Registrar that is set to answers a search.
+        const ApAutoConfSrch search{0, 1, {2, 0, 0, 0, 0, 7}, 99};
+        EXPECT_EQ(notifyApAutoConfSrchMsgReceived(&search), 0);
+        EXPECT_EQ(setWPSConfByBand("1", 0, 1), 0);
+        EXPECT_EQ(notifyApAutoConfSrchMsgReceived(&search), 0);
+        EXPECT_EQ(setWPSConfig(1, 1, 1), 0);
+        EXPECT_EQ(notifyApAutoConfSrchMsgReceived(&search), 0);
+        EXPECT_EQ(takeSent(), Events{"1 to 02:00:00:00:00:07 id 99 band 1"});
+
+        // What the hook prints goes back to where the frame came from.
+        const uint8_t frame[] = {0x10, 0x4a, 0x00};
+        const ApAutoConfWsc wsc{{2, 0, 0, 0, 0, 7}, {2, 0, 0, 0, 0, 8}, 3, frame, "12"};
+        EXPECT_EQ(notifyApAutoConfWscMsgReceived(&wsc), 16);
+        folder.hook("autoconf-wsc", "[ \"$3$4\" = 104a0012 ] && echo beef");
+        EXPECT_EQ(notifyApAutoConfWscMsgReceived(&wsc), 0);
+        EXPECT_EQ(takeSent(), Events{"2 to 02:00:00:00:00:08 frame beef"});
+        folder.hook("autoconf-wsc", "echo no frame");
+        EXPECT_EQ(notifyApAutoConfWscMsgReceived(&wsc), 16);
+        folder.hook("autoconf-wsc", "exit 0");
+        EXPECT_EQ(notifyApAutoConfWscMsgReceived(&wsc), 0);
+        EXPECT_EQ(takeSent(), Events{});
+    });
+}
+
+TEST(SpeedTest, RunsWhenTheHookSaysSo) {
+    const ScratchFolder folder;
+    folder.hook("speed-test", "[ \"$3\" = http://host/ ]");
+    SpeedTestCtrl ctrl{1, 0, "http://host/", 0, 30, {}};
+    EXPECT_EQ(getSpeedTestState(), 16);
+    EXPECT_EQ(setSpeedTestStartStop(&ctrl), 0);
+    EXPECT_EQ(getSpeedTestState(), 0);
+    EXPECT_EQ(getSpeedTestTimeout(), 30);
+    std::strcpy(ctrl.url, "elsewhere");
+    EXPECT_NE(setSpeedTestStartStop(&ctrl), 0);
+    EXPECT_EQ(getSpeedTestState(), 0);
+    EXPECT_EQ(setSpeedTestState(0), 0);
+    EXPECT_EQ(getSpeedTestState(), 16);
+}
+
+TEST(Log, WritesToTheNamedFileAndKeepsLinesWhole) {
+    const ScratchFolder folder;
+    folder.platformConf("LOG_FILE = " + folder.path("log") + "\n");
+    EXPECT_EQ(outputlogData("first\r\n"), 0);
+    EXPECT_EQ(outputlogData("second\nforged \x1b[31m"), 0);
+    EXPECT_EQ(outputlogData(nullptr), 16);
+    const std::string log = folder.read("log");
+    EXPECT_NE(log.find(" first\n"), log.npos) << log;
+    EXPECT_NE(log.find(" second?forged ?[31m\n"), log.npos) << log;
+}

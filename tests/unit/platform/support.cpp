@@ -1,0 +1,225 @@
+#include "support.h"
+
+#include <fcntl.h>
+#include <net/if.h>
+#include <poll.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "platform/exports.h"
+
+uint8_t DEBUGLEVEL = 2;
+
+namespace {
+
+Told* listener = nullptr;
+
+void writeFile(const std::string& path, const std::string& text) {
+    std::ofstream(path) << text;
+}
+
+// Root of a user namespace of its own; the real root does without.
+bool enterOwnNetwork() {
+    const std::string uid = std::to_string(::geteuid());
+    const std::string gid = std::to_string(::getegid());
+    if (::unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0) return ::unshare(CLONE_NEWNET) == 0;
+    writeFile("/proc/self/setgroups", "deny");
+    writeFile("/proc/self/uid_map", "0 " + uid + " 1");
+    writeFile("/proc/self/gid_map", "0 " + gid + " 1");
+    return true;
+}
+
+std::vector<std::string> words(const std::string& text) {
+    std::istringstream in(text);
+    return {std::istream_iterator<std::string>(in), {}};
+}
+
+}  // namespace
+
+ScratchFolder::ScratchFolder() {
+    char name[] = "/tmp/platform_test.XXXXXX";
+    path_ = ::mkdtemp(name);
+}
+
+ScratchFolder::~ScratchFolder() {
+    std::filesystem::remove_all(path_);
+}
+
+void ScratchFolder::write(const std::string& name, const std::string& text, int mode) const {
+    writeFile(path(name), text);
+    ::chmod(path(name).c_str(), static_cast<mode_t>(mode));
+}
+
+std::string ScratchFolder::read(const std::string& name) const {
+    std::ostringstream text;
+    text << std::ifstream(path(name)).rdbuf();
+    return text.str();
+}
+
+void ScratchFolder::hook(const std::string& name, const std::string& body) const {
+    write(name, "#!/bin/sh\n" + body + "\n", 0755);
+    ::setenv("VM1905_HOOKS", path_.c_str(), 1);
+}
+
+void ScratchFolder::platformConf(const std::string& text) const {
+    write("platform.conf", text);
+    ::setenv("VM1905_PLATFORM_CONF", path("platform.conf").c_str(), 1);
+    plat::reloadConf();
+}
+
+void inOwnNetwork(const std::function<void()>& body) {
+    std::fflush(stdout);
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        if (!enterOwnNetwork()) {
+            ADD_FAILURE() << "the kernel allows no user namespaces, and we are not root";
+        } else {
+            ::setenv("VM1905_PLATFORM_CONF", "/nonexistent", 0);
+            body();
+        }
+        std::fflush(stdout);
+        ::_exit(testing::Test::HasFailure() ? 1 : 0);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0) << "failed in the child process, see above";
+}
+
+void run(const std::string& commandLine) {
+    std::vector<std::string> argv = words(commandLine);
+    argv[0] = plat::findProgram(argv[0]);
+    EXPECT_EQ(plat::runCommand(argv, {.limit = std::chrono::seconds(10)}), 0) << commandLine;
+}
+
+std::string macOf(const std::string& ifname) {
+    const int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
+    ifreq request{};
+    plat::copyText(request.ifr_name, sizeof request.ifr_name, ifname);
+    EXPECT_EQ(::ioctl(fd, SIOCGIFHWADDR, &request), 0) << ifname;
+    ::close(fd);
+    return plat::macText(reinterpret_cast<const uint8_t*>(request.ifr_hwaddr.sa_data));
+}
+
+Told::Told() {
+    EXPECT_EQ(initNetCtrl(), 0);
+    IntfDescList list{};
+    EXPECT_EQ(getIntfDesc(&list), 0);
+    intfNum = list.intfNum;
+    while (list.head != nullptr) {
+        IntfDesc* next = list.head->next;
+        statuses[list.head->name] = list.head->operStatus;
+        std::free(list.head->mediaInfo);
+        std::free(list.head->nbrMacs);
+        std::free(list.head);
+        list.head = next;
+    }
+    EXPECT_EQ(startNetCtrl(), 0);
+    listener = this;
+    EXPECT_EQ(setNetStatusEventCallbackFunc(callback), 0);
+}
+
+Told::~Told() {
+    EXPECT_EQ(destroyNetCtrl(), 0);
+    listener = nullptr;
+}
+
+std::vector<std::string> Told::next() {
+    events.clear();
+    EXPECT_EQ(runNetCtrl(), 0);
+    return events;
+}
+
+bool Told::statusBecomes(const std::string& ifname, uint32_t status) {
+    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(3);
+    events.clear();
+    while (statuses[ifname] != status) {
+        if (std::chrono::steady_clock::now() > until) return false;
+        ::poll(nullptr, 0, 5);
+        EXPECT_EQ(runNetCtrl(), 0);
+    }
+    return true;
+}
+
+void Told::callback(uint32_t eventId, const void* info, uint32_t* result) {
+    auto& events = listener->events;
+    const auto number = [info] { return std::to_string(*static_cast<const uint32_t*>(info)); };
+    switch (eventId) {
+        case NET_STATUS_INTF_ADDED:
+        case NET_STATUS_INTF_REMOVED: {
+            const auto& e = *static_cast<const IntfListEvent*>(info);
+            const bool added = eventId == NET_STATUS_INTF_ADDED;
+            listener->intfNum += added ? e.intfNum : -e.intfNum;
+            int count = 0;
+            for (const IntfDesc* d = e.head; d != nullptr; d = d->next, ++count) {
+                events.push_back((added ? "added " : "removed ") + std::string(d->name));
+                // Ports are opened right after an addition.
+                EXPECT_EQ(getDeviceSendMsgEnable(d->name) == 0, added) << d->name;
+                if (added) listener->statuses[d->name] = d->operStatus;
+            }
+            EXPECT_EQ(count, e.intfNum);
+            break;
+        }
+        case NET_STATUS_INTF_MAC: {
+            const auto& e = *static_cast<const IntfMacEvent*>(info);
+            events.push_back(std::string("mac ") + e.name + " " + plat::macText(e.mac) + " " +
+                             plat::macText(e.newMac));
+            break;
+        }
+        case NET_STATUS_INTF_PWR_STATE: {
+            const auto& e = *static_cast<const IntfStateEvent*>(info);
+            events.push_back(std::string("power ") + e.name + " " + std::to_string(e.newState));
+            break;
+        }
+        case NET_STATUS_INTF_OPER_STATUS: {
+            const auto& e = *static_cast<const IntfStateEvent*>(info);
+            EXPECT_NE(listener->statuses[e.name], e.newState) << "no change";
+            listener->statuses[e.name] = e.newState;
+            break;
+        }
+        case NET_STATUS_INTF_NBR_ADDED:
+        case NET_STATUS_INTF_NBR_REMOVED: {
+            const auto& e = *static_cast<const IntfNbrEvent*>(info);
+            for (size_t i = 0; i < e.macNum; ++i)
+                events.push_back((eventId == NET_STATUS_INTF_NBR_ADDED ? "heard " : "lost ") +
+                                 std::string(e.name) + " " + plat::macText(e.macs + 6 * i));
+            break;
+        }
+        case NET_STATUS_AL_MAC:
+            events.push_back("al " + plat::macText(static_cast<const AlMacEvent*>(info)->newMac));
+            break;
+        case NET_STATUS_BRDG_CAP:
+            events.push_back("bridges");
+            break;
+        case NET_STATUS_WPS_CONFIG:
+            events.push_back("wps");
+            break;
+        case NET_STATUS_NEW_FIRMWARE:
+            events.push_back("firmware " + number());
+            break;
+        case NET_STATUS_FW_UPGRADE:
+            events.push_back("upgrade " + number());
+            break;
+        case NET_STATUS_LED:
+            events.push_back(std::string("led ") + static_cast<const char*>(info));
+            break;
+        default:
+            events.push_back("event " + std::to_string(eventId));
+            break;
+    }
+    uint8_t num = 0;
+    EXPECT_EQ(getIntfmatchNum(&num), 0);
+    EXPECT_EQ(num, listener->intfNum);
+    *result = 0;
+}
