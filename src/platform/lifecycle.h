@@ -18,8 +18,8 @@ int initNetCtrl(void);
 int startNetCtrl(void);
 
 /* Called from the daemon's main loop, at most every 5 seconds. Must return promptly: nothing
- * else runs meanwhile. Callbacks are made from inside this and the other calls that the daemon
- * makes, never from another thread. A non-zero result stops the daemon. */
+ * else runs meanwhile. Network-status events are reported from inside this call. A non-zero
+ * result stops the daemon. */
 int runNetCtrl(void);
 
 /* Release everything. 0 on success. */
@@ -91,7 +91,9 @@ typedef struct IntfNbrEvent {
     const uint8_t* macs; /* macNum packed MACs */
 } IntfNbrEvent;
 
-/* result receives 0, or 16 when info is NULL. */
+/* result receives 0, or 16 when info is NULL. Called on the daemon's thread from inside runNetCtrl
+ * or an action (device.h, autoconfig.h), never from inside a question (descriptions.h): the daemon
+ * is then at work with what the event would change. */
 typedef void (*NetStatusEventCallback)(uint32_t eventId, const void* info, uint32_t* result);
 int setNetStatusEventCallbackFunc(NetStatusEventCallback callback);
 

@@ -5,7 +5,8 @@
 #include "topology/data_manager.h"
 
 int updateChangeLogTable(uint32_t eventType, const MacAddr& reporterAlMac,
-                         const MacAddr& reporterIntfMac, uint32_t nbrType, const MacAddr& nbrMac) {
+                         const MacAddr& reporterIntfMac, uint32_t nbrType, const MacAddr& nbrMac,
+                         bool notify) {
     TopolTable* topol = getNetTopolTable();
     if (topol == nullptr) return kOk;
     const size_t maximum =
@@ -15,7 +16,7 @@ int updateChangeLogTable(uint32_t eventType, const MacAddr& reporterAlMac,
     if (topol->changeLogNum < maximum) topol->changeLogNum++;
     topol->changeLogNext++;
     if (topol->changeLogNext >= maximum) topol->changeLogNext = 0;
-    return requestUpdateDataModel(1);
+    return requestUpdateDataModel(notify ? 1 : 0);
 }
 
 int setChangeLogMaxEntries(uint16_t maximum) {

@@ -289,6 +289,7 @@ int disableNetTopol() {
 
 int setNetTopolStatus(uint32_t status) {
     LOG(4, "status = %d\r\n", static_cast<int>(status));
-    if (al_table) al_table->topol.status = status;
-    return kOk;
+    if (!al_table || al_table->topol.status == status) return kOk;
+    al_table->topol.status = status;
+    return requestUpdateDataModel(0);
 }

@@ -91,5 +91,5 @@ int updateNewFWUpgradeStatus(uint32_t status);
 // The LED status text; writes the data model when it changed. kOk.
 int updateLEDStatus(std::string_view text);
 // Mirrors the platform's Wi-Fi configuration into the tables; writes the data model when
-// something differed. kOk.
+// something differed. kOk, or kFailure without a database.
 int updateWPSConfig();

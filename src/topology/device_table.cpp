@@ -41,9 +41,11 @@ struct Reporter {
     MacAddr intfMac;
 };
 
+// What a response tells of others is no reason to notify everybody: all would query, and their
+// answers tell it again.
 void logChange(ChangeEvent event, const Reporter& reporter, ChangeNbrType type,
                const MacAddr& nbr) {
-    (void)updateChangeLogTable(event, reporter.alMac, reporter.intfMac, type, nbr);
+    (void)updateChangeLogTable(event, reporter.alMac, reporter.intfMac, type, nbr, false);
 }
 
 void logNon1905Changes(const Ieee1905DevTable& old, const Ieee1905DevTable& next,
@@ -124,7 +126,8 @@ int updateIeee1905DevTable(const MacAddr& intfMac, uint32_t mediaType, Ieee1905D
             return kFailure;
         }
         devs.push_back(std::move(dev));
-        logChange(kNewNeighbor, self, kIeee1905Nbr, devs.back().alMac);
+        (void)updateChangeLogTable(kNewNeighbor, self.alMac, self.intfMac, kIeee1905Nbr,
+                                   devs.back().alMac);
     }
     return requestUpdateDataModel(0);
 }
@@ -141,7 +144,7 @@ int removeIeee1905DevTable(const MacAddr& alMac) {
     // alMac may stand in the record that goes.
     const MacAddr lost = alMac;
     devs.erase(it);
-    logChange(kLostNeighbor, {*getAlMac(), *getAlMac()}, kIeee1905Nbr, lost);
+    (void)updateChangeLogTable(kLostNeighbor, *getAlMac(), *getAlMac(), kIeee1905Nbr, lost);
     (void)requestUpdateDataModel(1);
     return kOk;
 }

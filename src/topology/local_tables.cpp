@@ -49,8 +49,9 @@ IntfTable makeIntf(const IntfDesc& desc) {
     intf.operStatus = desc.operStatus;
     intf.lastChange = now();
     intf.mediaType = desc.mediaType;
+    intf.mediaInfo.resize(desc.mediaInfoLen);
     if (desc.mediaInfo != nullptr) {
-        intf.mediaInfo.assign(desc.mediaInfo, desc.mediaInfo + desc.mediaInfoLen);
+        std::copy_n(desc.mediaInfo, desc.mediaInfoLen, intf.mediaInfo.begin());
     }
     std::copy_n(desc.oui, intf.oui.size(), intf.oui.begin());
     if (desc.vendInfo != nullptr) {
@@ -74,6 +75,19 @@ int changed() {
 }
 
 }  // namespace
+
+bool makeNbrRoom(IntfTable& intf, const MacAddr& newcomer) {
+    if (intf.nbrs.size() < kMaxIntfNbrs) return true;
+    const auto oldest = std::find_if(intf.nbrs.begin(), intf.nbrs.end(),
+                                     [](const IntfNbrDev& nbr) { return !nbr.is1905; });
+    if (oldest == intf.nbrs.end()) {
+        LOG(2, "too many neighbor interfaces, refuse (" MAC_FMT ")\r\n", MAC_ARGS(newcomer));
+        return false;
+    }
+    LOG(2, "too many neighbor interfaces, drop (" MAC_FMT ")\r\n", MAC_ARGS(oldest->nbrIntfMac));
+    intf.nbrs.erase(oldest);
+    return true;
+}
 
 int retrieveIntfTable(AlTable& al) {
     IntfDescList list{};
@@ -231,10 +245,7 @@ int addIntfNbrIntf(std::string_view name, const MacAddr& mac, uint32_t mediaType
                 MAC_ARGS(macs[2 * i]), mediaType);
             continue;
         }
-        if (intf->nbrs.size() >= kMaxIntfNbrs) {
-            LOG(2, "too many neighbor interfaces, refuse (" MAC_FMT ")\r\n", MAC_ARGS(macs[i]));
-            continue;
-        }
+        if (!makeNbrRoom(*intf, macs[i])) continue;
         intf->nbrs.push_back({.nbrIntfMac = macs[i]});
         added = true;
         LOG(3, "add a new neighbor interface (" MAC_FMT ", mediaType = %x)\r\n", MAC_ARGS(macs[i]),

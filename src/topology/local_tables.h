@@ -1,5 +1,5 @@
-// Filling of the local tables from the platform's descriptions. The updaters that this module
-// implements stand in data_manager.h.
+// The local tables: filling them from the platform's descriptions, room for neighbours. The
+// updaters that this module implements stand in data_manager.h.
 #pragma once
 
 #include "topology/records.h"
@@ -7,3 +7,8 @@
 // kOk, or the platform's failure code.
 int retrieveIntfTable(AlTable& al);
 int retrieveBrdgTupleTable(AlTable& al);
+
+// Makes room for one more neighbour. When the table is full the oldest neighbour that is no 1905
+// device gives way: those never age, and frames with made-up addresses bring them. False when
+// there is none.
+bool makeNbrRoom(IntfTable& intf, const MacAddr& newcomer);

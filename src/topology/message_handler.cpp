@@ -67,7 +67,8 @@ int handleTopolRespMsg(const MacAddr& localMac, uint32_t mediaType, const MacAdd
         return kTopolDisabled;
     }
     const MacAddr alMac = dev.alMac;
-    (void)updateNbrDevTable(kNbrResponse, alMac);
+    // A device that cannot age must not be stored.
+    if (updateNbrDevTable(kNbrResponse, alMac) == kFailure) return kFailure;
     if (updateIeee1905DevTable(localMac, mediaType, std::move(dev)) != kOk) return kFailure;
     if (DEBUGLEVEL >= 4) showportinfo();
     (void)requestCheckFlag(alMac, "flag_deviceinfo", 0);

@@ -5,6 +5,7 @@
 #include "core/result.h"
 #include "topology/data_manager.h"
 #include "topology/device_table.h"
+#include "topology/local_tables.h"
 
 namespace {
 
@@ -35,10 +36,7 @@ int report(bool changed) {
 }
 
 int addTopolNbr(IntfTable& intf, const MacAddr& alMac, const MacAddr& intfMac) {
-    if (intf.nbrs.size() >= kMaxIntfNbrs) {
-        LOG(2, "too many neighbor interfaces, refuse (" MAC_FMT ")\r\n", MAC_ARGS(intfMac));
-        return kNothingChanged;
-    }
+    if (!makeNbrRoom(intf, intfMac)) return kNothingChanged;
     LOG(3, "add a new neighbor (" MAC_FMT ")\r\n", MAC_ARGS(alMac));
     intf.nbrs.push_back(
         {.nbrAlMac = alMac, .nbrIntfMac = intfMac, .is1905 = true, .last1905Time = now()});
@@ -48,7 +46,8 @@ int addTopolNbr(IntfTable& intf, const MacAddr& alMac, const MacAddr& intfMac) {
 bool noteDiscovery(IntfNbrDev& nbr, const MacAddr& localMac, const MacAddr& alMac) {
     const Seconds time = now();
     bool changed = false;
-    if (!nbr.is1905) {
+    // A known neighbour may have got another AL MAC.
+    if (!nbr.is1905 || nbr.nbrAlMac != alMac) {
         nbr.nbrAlMac = alMac;
         nbr.is1905 = true;
         changed = true;

@@ -37,6 +37,7 @@ bool mirrorSyncList(AlTable& al, uint8_t selector) {
 void mirrorDeviceSync(Ieee1905DevTable& dev) {
     WpsSyncRecord record{};
     dev.alMac.copyTo(record.mac);
+    dev.wifiSync = {};
     if (getWPSSyncListByMac(&record) == 0) dev.wifiSync = {record.value[0], record.value[1]};
 }
 

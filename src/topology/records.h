@@ -16,6 +16,8 @@
 // Tables that strangers can fill stop here, far above any real home.
 inline constexpr size_t kMaxIntfNbrs = 4096;
 inline constexpr size_t kMaxNbrDevs = 4096;
+inline constexpr size_t kMaxDevEntries = 255;  // interfaces, tuples and lists of a remote device
+inline constexpr size_t kMaxDevNbrs = 4096;    // neighbours of a remote device, of each kind
 
 enum NbrMsgType : int { kNbrDiscovery = 0, kNbrNotification = 1, kNbrResponse = 3 };
 
@@ -29,7 +31,7 @@ struct IntfNbrDev {
     MacAddr nbrAlMac{};
     MacAddr nbrIntfMac{};
     bool is1905 = false;
-    Seconds last1905Time = 0;  // last topology discovery or notification
+    Seconds last1905Time = 0;  // last topology discovery, or the notification that made the entry
     bool lldpSeen = false;
     Seconds lldpTime = 0;
     uint16_t lldpTtl = 0;    // seconds

@@ -5,8 +5,9 @@
 //
 // A parser takes the bytes from the TLV's header to the end of what arrived and returns how many
 // of them it consumed, header included, or 0 when it rejects the TLV; it logs why at level 2.
-// Counts inside a TLV are followed as far as bytes arrived, not as far as the TLV's length says,
-// unless a description below says otherwise. What was decoded before a rejection may stay in the
+// A TLV whose length does not even cover its fixed part is rejected; counts inside a TLV are
+// followed as far as bytes arrived, not as far as the TLV's length says, unless a description below
+// says otherwise. What was decoded before a rejection may stay in the
 // destination. The two end markers return kOk or kFailure instead.
 #pragma once
 
@@ -136,5 +137,5 @@ size_t parseWscTlv(Wsc& wsc, Bytes tlv);
 size_t parseWscUpdatetimeTlv(Text<32>& updateTime, Bytes tlv);
 size_t parsePBEventNtfTlv(PBEventNtf& event, Bytes tlv);
 size_t parsePBJoinNtfTlv(PBJoinNtf& join, Bytes tlv);
-// Skips a TLV of any other type by its length.
+// Skips a TLV of any other type by its length; rejects without a line what is cut off.
 size_t parseUnsupportedTlv(Bytes tlv);

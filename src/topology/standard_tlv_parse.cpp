@@ -205,6 +205,7 @@ size_t parseDevInfoTlv(Ieee1905DevTable& dev, uint16_t receiverId, Bytes tlv) {
     reader.demandAtLeast(kTlvDevInfo, 7);
     const MacAddr alMac = reader.mac();
     const uint8_t num = reader.u8();
+    reader.demand(dev.intfs.size() + num <= kMaxDevEntries);
     if (reader.ok()) {
         dev.alMac = alMac;
         dev.receiverId = receiverId;
@@ -233,6 +234,7 @@ size_t parseDevBrdgCapTlv(Ieee1905DevTable& dev, Bytes tlv) {
     TlvReader reader(tlv);
     reader.demandAtLeast(kTlvDevBrdgCap, 1);
     const uint8_t num = reader.u8();
+    reader.demand(dev.brdgTuples.size() + num <= kMaxDevEntries);
     makeRoom(dev.brdgTuples, std::min<size_t>(num, reader.left()));
     for (unsigned i = 0; i < num && reader.ok(); i++) {
         const size_t macNum = reader.u8();
@@ -254,6 +256,8 @@ size_t parseNon1905NbrDevTlv(Ieee1905DevTable& dev, Bytes tlv) {
     TlvReader reader(tlv);
     MacAddr localIntfMac;
     const uint8_t num = readNbrListHead(reader, kTlvNon1905Nbr, 6, localIntfMac);
+    reader.demand(dev.non1905Lists.size() < kMaxDevEntries &&
+                  dev.non1905NbrNum() + num <= kMaxDevNbrs);
     if (!reader.ok()) {
         LOG(2, "TLV (type=%d/len=%d): invalid non-1905 neighbor device list TLV\r\n", reader.type,
             reader.length);
@@ -268,6 +272,8 @@ size_t parse1905NbrDevTlv(Ieee1905DevTable& dev, Bytes tlv) {
     TlvReader reader(tlv);
     MacAddr localIntfMac;
     const uint8_t num = readNbrListHead(reader, kTlv1905Nbr, 7, localIntfMac);
+    reader.demand(dev.ieee1905Lists.size() < kMaxDevEntries &&
+                  dev.ieee1905NbrNum() + num <= kMaxDevNbrs);
     if (!reader.ok()) {
         LOG(2, "TLV (type=%d/len=%d): invalid 1905.1 neighbor device list TLV\r\n", reader.type,
             reader.length);

@@ -34,8 +34,9 @@ int discAlarmHandler() {
         (void)setNetTopolStatus(1);
         return setDiscMsgTransAlarm(kSecondAlarm);
     }
-    (void)sendDiscoveries();
+    (void)sendTopolDisc();
     (void)writeJsonDataModel();
+    (void)sendVendDiscMsg(nullptr);
     return setDiscMsgTransAlarm(kAlarmPeriod);
 }
 
@@ -44,7 +45,8 @@ int discAlarmHandler() {
 int initMessageHandler() {
     int result = kOk;
     if (getNetTopolCap() == 1) {
-        (void)sendDiscoveries();
+        (void)sendTopolDisc();
+        (void)sendVendDiscMsg(nullptr);
     } else {
         LOG_PUTS(3, "the capability of network topology is disable\r");
         result = kTopolDisabled;
@@ -69,8 +71,7 @@ int checkUnsentTopolNtfMsg() {
     return kOk;
 }
 
-int sendDiscoveries() {
-    (void)requestSend1905McastMsg(kMsgTopolDisc, {});
+int sendTopolDisc() {
     (void)requestSendLldpMsg();
-    return sendVendDiscMsg(nullptr);
+    return requestSend1905McastMsg(kMsgTopolDisc, {});
 }

@@ -12,5 +12,5 @@ int requestSendTopolNtfMsg();
 // Sends the pending notification when it is due. Called on every pass of the main loop. kOk.
 int checkUnsentTopolNtfMsg();
 
-// Multicasts topology and vendor discoveries and LLDP frames now. kOk.
-int sendDiscoveries();
+// Multicasts a topology discovery, and LLDP frames with it. kOk or kFailure.
+int sendTopolDisc();

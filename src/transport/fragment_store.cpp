@@ -13,9 +13,10 @@ std::list<FragCmdu> frag_cmdus;  // in order of first arrival
 
 }  // namespace
 
-FragCmdu* findFragCmdu(const FrameHdr& hdr) {
+FragCmdu* findFragCmdu(const Port& port, const FrameHdr& hdr) {
     for (auto& cmdu : frag_cmdus) {
-        if (cmdu.srcMac == hdr.srcMac && cmdu.msgType == hdr.msgType && cmdu.msgId == hdr.msgId) {
+        if (cmdu.srcMac == hdr.srcMac && cmdu.msgType == hdr.msgType && cmdu.msgId == hdr.msgId &&
+            cmdu.portMac == port.mac) {
             return &cmdu;
         }
     }
@@ -23,7 +24,7 @@ FragCmdu* findFragCmdu(const FrameHdr& hdr) {
 }
 
 int storeFragment(const Port& port, const FrameHdr& hdr, Bytes area) {
-    FragCmdu* cmdu = findFragCmdu(hdr);
+    FragCmdu* cmdu = findFragCmdu(port, hdr);
     if (cmdu == nullptr) {
         if (frag_cmdus.size() >= kMaxFragCmdus) {
             LOG(2, "too many unfinished messages, drop the oldest (macSa = " MAC_FMT ")\r\n",

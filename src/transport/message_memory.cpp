@@ -1,6 +1,6 @@
 #include "transport/message_memory.h"
 
-void MessageMemory::store(const MacAddr& alMac, uint16_t msgType, uint16_t msgId) {
+Seconds MessageMemory::store(const MacAddr& alMac, uint16_t msgType, uint16_t msgId) {
     const Seconds time = now();
     Entry* slot = nullptr;
     Seconds greatestAge = 0;
@@ -14,5 +14,7 @@ void MessageMemory::store(const MacAddr& alMac, uint16_t msgType, uint16_t msgId
             greatestAge = time - entry.time;
         }
     }
+    const Seconds displacedAge = slot->msgId == kFree ? kNoAge : time - slot->time;
     *slot = {alMac, msgType, msgId, time};
+    return displacedAge;
 }

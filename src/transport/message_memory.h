@@ -16,10 +16,12 @@ class MessageMemory {
         Seconds time = 0;
     };
     static constexpr int32_t kFree = -1;
+    static constexpr Seconds kNoAge = INT64_MAX;
 
     void clear() { entries_ = {}; }
-    // Into the first free entry, else over the oldest; of equally old ones the first.
-    void store(const MacAddr& alMac, uint16_t msgType, uint16_t msgId);
+    // Into the first free entry, else over the oldest; of equally old ones the first. Returns the
+    // age of the entry that gave way in seconds, kNoAge when none did.
+    Seconds store(const MacAddr& alMac, uint16_t msgType, uint16_t msgId);
     // The first entry in use for which matches(entry) is true, nullptr when there is none.
     template <typename Matches>
     Entry* find(Matches matches) {

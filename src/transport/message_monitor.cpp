@@ -56,6 +56,7 @@ int runMessageMonitor() {
             kStart);
         return kFailure;
     }
+    checkFragmessageTimeout();
     fd_set readable;
     FD_ZERO(&readable);
     int limit = 0;

@@ -40,9 +40,18 @@ size_t parseForeignAlMac(MacAddr& alMac, Bytes tlv) {
     return consumed != 0 && isOwnAlMac(alMac) ? 0 : consumed;
 }
 
-// Meant: a message is relayed whatever its handler answered.
-int relayed(const Received& msg, int result) {
-    (void)requestRelayMcastMsg(msg.port);
+// Handles a multicast unless it was seen before. relay is for the types that are relayed.
+template <typename Handle>
+int handleOnce(const Received& msg, const MacAddr& alMac, uint16_t seenAs, bool relay,
+               Handle&& handle) {
+    bool mayRelay = true;
+    if (const int seen = checkMcastMsgReceived(alMac, seenAs, msg.hdr.msgId, mayRelay);
+        seen != kOk) {
+        return seen;
+    }
+    const int result = handle();
+    // Meant: a message is relayed whatever its handler answered.
+    if (relay && mayRelay) (void)requestRelayMcastMsg(msg.port);
     return result;
 }
 
@@ -52,39 +61,39 @@ struct TopolAnnouncement {
     MacAddr intfMac;
 };
 
-int parseTopolAnnouncement(const Received& msg, TopolAnnouncement& info) {
-    bool seen = false;
+bool parseTopolAnnouncement(const Received& msg, TopolAnnouncement& info) {
     info.intfMac = msg.hdr.srcMac;
-    if (!walkArea(msg.area, [&](uint8_t type, Bytes tlv) {
-            switch (type) {
-                case kTlvAlMac:
-                    seen = true;
-                    return parseForeignAlMac(info.alMac, tlv);
-                case kTlvMac:
-                    return parseMacTlv(info.intfMac, tlv);
-                default:
-                    return parseUnsupportedTlv(tlv);
-            }
-        })) {
-        return kFailure;
-    }
-    if (!seen) return kFailure;
-    // Meant: notifications are remembered as discoveries are.
-    return checkMcastMsgReceived(info.alMac, kMsgTopolDisc, msg.hdr.msgId);
+    return walkArea(msg.area,
+                    [&](uint8_t type, Bytes tlv) {
+                        switch (type) {
+                            case kTlvAlMac:
+                                return parseForeignAlMac(info.alMac, tlv);
+                            case kTlvMac:
+                                return parseMacTlv(info.intfMac, tlv);
+                            default:
+                                return parseUnsupportedTlv(tlv);
+                        }
+                    }) &&
+           !info.alMac.isZero();
 }
 
 int parseTopolDisc(const Received& msg) {
     TopolAnnouncement info;
-    if (const int result = parseTopolAnnouncement(msg, info); result != kOk) return result;
-    return handleTopolDiscMsg(msg.port.name, msg.port.mac, msg.port.mediaType, msg.hdr.srcMac,
-                              info.alMac, info.intfMac);
+    if (!parseTopolAnnouncement(msg, info)) return kFailure;
+    return handleOnce(msg, info.alMac, kMsgTopolDisc, false, [&] {
+        return handleTopolDiscMsg(msg.port.name, msg.port.mac, msg.port.mediaType, msg.hdr.srcMac,
+                                  info.alMac, info.intfMac);
+    });
 }
 
 int parseTopolNtf(const Received& msg) {
     TopolAnnouncement info;
-    if (const int result = parseTopolAnnouncement(msg, info); result != kOk) return result;
-    return relayed(msg, handleTopolNtfMsg(msg.port.name, msg.port.mac, msg.port.mediaType,
-                                          msg.hdr.srcMac, info.alMac));
+    if (!parseTopolAnnouncement(msg, info)) return kFailure;
+    // Meant: notifications are remembered as discoveries are.
+    return handleOnce(msg, info.alMac, kMsgTopolDisc, true, [&] {
+        return handleTopolNtfMsg(msg.port.name, msg.port.mac, msg.port.mediaType, msg.hdr.srcMac,
+                                 info.alMac);
+    });
 }
 
 int parseTopolQuery(const Received& msg) {
@@ -202,13 +211,10 @@ int parseApAutoConfSrch(const Received& msg) {
         })) {
         return kFailure;
     }
-    if (const int seen = checkMcastMsgReceived(alMac, kMsgApAutoConfSrch, msg.hdr.msgId);
-        seen != kOk) {
-        return seen;
-    }
     alMac.copyTo(srch.alMac);
     srch.msgId = msg.hdr.msgId;
-    return relayed(msg, handleApAutoConfSrchMsg(srch));
+    return handleOnce(msg, alMac, kMsgApAutoConfSrch, true,
+                      [&] { return handleApAutoConfSrchMsg(srch); });
 }
 
 // Response and renew: AL MAC, supported role and band.
@@ -244,11 +250,8 @@ int parseApAutoConfRenew(const Received& msg) {
     MacAddr alMac;
     ApAutoConfInfo info{};
     if (!parseApAutoConfInfo(msg, false, alMac, info)) return kFailure;
-    if (const int seen = checkMcastMsgReceived(alMac, kMsgApAutoConfRenew, msg.hdr.msgId);
-        seen != kOk) {
-        return seen;
-    }
-    return relayed(msg, handleApAutoConfRenewMsg(info));
+    return handleOnce(msg, alMac, kMsgApAutoConfRenew, true,
+                      [&] { return handleApAutoConfRenewMsg(info); });
 }
 
 int parseApAutoConfWsc(const Received& msg) {
@@ -292,9 +295,6 @@ int parsePBEventNtf(const Received& msg) {
         })) {
         return kFailure;
     }
-    if (const int seen = checkMcastMsgReceived(alMac, kMsgPBEventNtf, msg.hdr.msgId); seen != kOk) {
-        return seen;
-    }
     std::vector<PbMediaType> mediaTypes;
     for (const auto& entry : event.mediaTypes) {
         mediaTypes.push_back(
@@ -305,7 +305,8 @@ int parsePBEventNtf(const Received& msg) {
     record.msgId = msg.hdr.msgId;
     record.mediaTypeNum = static_cast<uint8_t>(mediaTypes.size());
     record.mediaTypes = mediaTypes.data();
-    return relayed(msg, handlePBEventNtfMsg(record));
+    return handleOnce(msg, alMac, kMsgPBEventNtf, true,
+                      [&] { return handlePBEventNtfMsg(record); });
 }
 
 int parsePBJoinNtf(const Received& msg) {
@@ -323,15 +324,12 @@ int parsePBJoinNtf(const Received& msg) {
         })) {
         return kFailure;
     }
-    if (const int seen = checkMcastMsgReceived(alMac, kMsgPBJoinNtf, msg.hdr.msgId); seen != kOk) {
-        return seen;
-    }
     PbJoin record{};
     join.alMac.copyTo(record.alMac);
     record.msgId = join.msgId;
     join.txIntfMac.copyTo(record.txIntfMac);
     join.newDevIntfMac.copyTo(record.newDevIntfMac);
-    return relayed(msg, handlePBJoinNtfMsg(record));
+    return handleOnce(msg, alMac, kMsgPBJoinNtf, true, [&] { return handlePBJoinNtfMsg(record); });
 }
 
 using Parser = int (*)(const Received&);

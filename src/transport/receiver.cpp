@@ -75,14 +75,14 @@ int reported(int result, const FrameHdr& hdr) {
 }
 
 int handleLastFragment(Port& port, const FrameHdr& hdr, Bytes area) {
-    FragCmdu* cmdu = findFragCmdu(hdr);
+    FragCmdu* cmdu = findFragCmdu(port, hdr);
     if (cmdu == nullptr) {
         LOG_PUTS(2, "Should have at least one fragmented frame has reieved, but not found\r");
         return kFailure;
     }
     int result = storeFragment(port, hdr, area);
     if (result == kOk) result = parse1905FragMsg(port, *cmdu);
-    removeFragCmdu(cmdu);
+    removeFragCmdu(cmdu);  // also when it did not parse: nothing can complete it any more
     return reported(result, hdr);
 }
 
@@ -114,7 +114,7 @@ int recv1905Msg(Port& port) {
     return reported(parse1905Msg(port, hdr, area), hdr);
 }
 
-int checkMcastMsgReceived(const MacAddr& alMac, uint16_t msgType, uint16_t msgId) {
+int checkMcastMsgReceived(const MacAddr& alMac, uint16_t msgType, uint16_t msgId, bool& mayRelay) {
     if (lookupGenRecvMsg(alMac, msgType, msgId)) {
         LOG(3,
             "the message (AL MAC = " MAC_FMT
@@ -122,7 +122,7 @@ int checkMcastMsgReceived(const MacAddr& alMac, uint16_t msgType, uint16_t msgId
             MAC_ARGS(alMac), msgType, msgId);
         return kDuplicate;
     }
-    registerGenRecvMsg(alMac, msgType, msgId);
+    mayRelay = registerGenRecvMsg(alMac, msgType, msgId);
     return kOk;
 }
 

@@ -37,8 +37,9 @@ int send1905UcastMsg(const Port& port, const MacAddr& dstMac, uint16_t msgType, 
 int send1905McastMsg(const Port& port, uint16_t msgType, uint16_t msgId, bool relay,
                      bool registerQuery, const TlvList& tlvs);
 
-// The memory of generated and received multicasts. An entry counts for 5 seconds.
-void registerGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId);
+// The memory of generated and received multicasts. An entry counts for 5 seconds. Registering
+// returns false when it displaced an entry that still counted.
+bool registerGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId);
 bool lookupGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId);
 
 // The memory of queries. dstMac and srcMac are AL MACs or interface MACs of neighbours. kOk, or

@@ -21,6 +21,7 @@ struct VendContext {
 
 int handleVendDiscMsg(const VendContext& context) {
     const auto& disc = static_cast<const VendDisc&>(*context.msg.payload);
+    if (disc.alMac.isZero()) return kFailure;
     const Port& port = context.port;
     const int result = handleTopolDiscMsg(port.name, port.mac, port.mediaType, context.srcMac,
                                           disc.alMac, disc.intfMac);
