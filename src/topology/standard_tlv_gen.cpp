@@ -43,24 +43,24 @@ std::span<const T> countable(const std::vector<T>& list) {
     return std::span(list).first(std::min<size_t>(list.size(), 0xFF));
 }
 
-std::optional<Tlv> makeNbrTlv(uint8_t type, unsigned index, bool is1905) {
+// The neighbours of one kind on an interface.
+template <uint8_t kType>
+std::optional<Tlv> makeNbrTlv(unsigned index) {
+    constexpr bool k1905 = kType == kTlv1905Nbr;
+    constexpr size_t kEntrySize = k1905 ? 7 : 6;
+    constexpr size_t kMaxNum = (kMaxSentTlvLength - 6) / kEntrySize;
     const IntfTable* intf = getIntfTableByIndex(index);
     if (intf == nullptr) return std::nullopt;
-    const size_t entrySize = is1905 ? 7 : 6;
-    size_t num = is1905 ? intf->nbr1905Num() : intf->nbrNon1905Num();
+    const size_t num = k1905 ? intf->nbr1905Num() : intf->nbrNon1905Num();
     if (num == 0) return std::nullopt;
     // Who does not fit is left out: a longer TLV could not be sent, nor the message that it is in.
-    num = std::min(num, (kMaxSentTlvLength - 6) / entrySize);
-    return makeTlv(type, 6 + entrySize * num, [&](ByteWriter& out) {
+    return makeTlv(kType, 6 + kEntrySize * std::min(num, kMaxNum), [&](ByteWriter& out) {
         out.mac(intf->mac);
         for (const auto& nbr : intf->nbrs) {
-            if (nbr.is1905 != is1905) continue;
-            if (num-- == 0) break;
-            if (is1905) {
-                out.mac(nbr.nbrAlMac).u8(nbr.bridgeFlag == 1 ? kBridgeFlag : 0);
-            } else {
-                out.mac(nbr.nbrIntfMac);
-            }
+            if (nbr.is1905 != k1905) continue;
+            out.mac(k1905 ? nbr.nbrAlMac : nbr.nbrIntfMac);
+            if (k1905) out.u8(nbr.bridgeFlag == 1 ? kBridgeFlag : 0);
+            if (!out.ok()) break;
         }
     });
 }
@@ -144,11 +144,11 @@ std::optional<Tlv> genDevBrdgCapTlv() {
 }
 
 std::optional<Tlv> genNon1905NbrDevTlv(unsigned index) {
-    return makeNbrTlv(kTlvNon1905Nbr, index, false);
+    return makeNbrTlv<kTlvNon1905Nbr>(index);
 }
 
 std::optional<Tlv> gen1905NbrDevTlv(unsigned index) {
-    return makeNbrTlv(kTlv1905Nbr, index, true);
+    return makeNbrTlv<kTlv1905Nbr>(index);
 }
 
 std::optional<Tlv> genMetricQueryTlv(const MetricQuery& query) {

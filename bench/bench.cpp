@@ -1,0 +1,134 @@
+// What the hot paths cost: the topology response, a frame on its way to its handler, the data
+// model file.
+#include <benchmark/benchmark.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdlib>
+#include <string>
+
+#include "core/options.h"
+#include "core/result.h"
+#include "datamodel/json_data_model.h"
+#include "device.h"
+#include "support/fake_raw_socket.h"
+#include "support/frames.h"
+#include "topology/data_manager.h"
+#include "topology/neighbor_aging.h"
+#include "topology/standard_tlv.h"
+#include "transport/ports.h"
+#include "transport/receiver.h"
+
+namespace {
+
+using Area = std::array<uint8_t, 16384>;
+
+// 0 interfaces stands for the reference device.
+void startSized(benchmark::State& state) {
+    if (state.range(0) == 0) {
+        startReferenceDevice();
+    } else {
+        startDevice(static_cast<unsigned>(state.range(0)));
+    }
+}
+
+void encode(benchmark::State& state) {
+    startSized(state);
+    Area area;
+    size_t size = 0;
+    for (auto _ : state) {
+        size = encodeTopolResp(area);
+        benchmark::DoNotOptimize(area);
+    }
+    state.counters["bytes"] = static_cast<double>(size);
+    stopDevice();
+}
+BENCHMARK(encode)->Name("topology_response/encode")->Arg(0)->Arg(4)->Arg(16)->Arg(64);
+
+void decode(benchmark::State& state) {
+    startSized(state);
+    Area area;
+    const Bytes response(area.data(), encodeTopolResp(area));
+    for (auto _ : state) {
+        Ieee1905DevTable dev;
+        if (!decodeTopolResp(response, dev)) state.SkipWithError("rejected");
+        benchmark::DoNotOptimize(dev);
+    }
+    state.counters["bytes"] = static_cast<double>(response.size());
+    stopDevice();
+}
+BENCHMARK(decode)->Name("topology_response/decode")->Arg(0)->Arg(4)->Arg(16)->Arg(64);
+
+constexpr unsigned kBatch = 64;
+
+// A frame from its socket to the end of its handler; injecting and draining are not measured.
+void receiveFrames(benchmark::State& state, unsigned type, const Frame& tlvs) {
+    startReferenceDevice();
+    Port& port = getIntfPorts().front();
+    const std::string name(port.name.view());
+    uint16_t id = 0;
+    for (auto _ : state) {
+        state.PauseTiming();
+        (void)fakeNet().captureFrames(name);
+        for (unsigned i = 0; i < kBatch; i++) {
+            // Ids differ, or the memory of received messages drops the frame.
+            if (!fakeNet().inject(name, frame1905(k1905Multicast, nbrIntfMac(2), type, id++, tlvs) +
+                                            Frame(18, 0))) {
+                state.SkipWithError("the socket is full");
+            }
+        }
+        state.ResumeTiming();
+        for (unsigned i = 0; i < kBatch; i++) {
+            if (recv1905Msg(port) != kOk) state.SkipWithError("dropped");
+        }
+    }
+    state.counters["frame"] =
+        benchmark::Counter(static_cast<double>(state.iterations() * kBatch),
+                           benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+    stopDevice();
+}
+
+// A discovery of a neighbour that is known by now.
+void receiveDiscovery(benchmark::State& state) {
+    receiveFrames(state, kMsgTopolDisc,
+                  macTlv(kTlvAlMac, nbrAlMac(2)) + macTlv(kTlvMac, nbrIntfMac(2)) + endOfMsg());
+}
+BENCHMARK(receiveDiscovery)->Name("receive/topology_discovery");
+
+// With the response built and sent.
+void receiveQuery(benchmark::State& state) {
+    receiveFrames(state, kMsgTopolQuery, macTlv(kTlvAlMac, nbrAlMac(2)) + endOfMsg());
+}
+BENCHMARK(receiveQuery)->Name("receive/topology_query");
+
+// Writes the file for a mesh of this many remote devices.
+void writeJson(benchmark::State& state) {
+    startReferenceDevice();
+    std::string folder = "/tmp/vm1905-XXXXXX";
+    if (mkdtemp(folder.data()) == nullptr) abort();
+    (void)setDataModelFolderOption(folder.c_str());
+    Area area;
+    const Bytes response(area.data(), encodeTopolResp(area));
+    for (unsigned n = 0; n < static_cast<unsigned>(state.range(0)); n++) {
+        Ieee1905DevTable dev;
+        if (!decodeTopolResp(response, dev)) abort();
+        dev.alMac = nbrAlMac(1000 + n);
+        getNetTopolTable()->devs.push_back(std::move(dev));
+    }
+    for (auto _ : state) (void)writeJsonDataModel();
+
+    struct stat file {};
+    const std::string path = folder + "/vm1905.json";
+    if (stat(path.c_str(), &file) != 0) state.SkipWithError("no file");
+    state.counters["bytes"] = static_cast<double>(file.st_size);
+    (void)unlink(path.c_str());
+    (void)unlink((folder + "/vm1905_APautoconfig.json").c_str());
+    (void)rmdir(folder.c_str());
+    stopDevice();
+}
+BENCHMARK(writeJson)->Name("write_json")->Arg(1)->Arg(16)->Arg(64)->Arg(250);
+
+}  // namespace
+
+BENCHMARK_MAIN();

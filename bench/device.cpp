@@ -1,0 +1,119 @@
+#include "device.h"
+
+#include <cstdlib>
+
+#include "core/log.h"
+#include "core/main_loop.h"
+#include "core/result.h"
+#include "support/fake_platform.h"
+#include "support/fake_raw_socket.h"
+#include "support/test_clock.h"
+#include "topology/data_manager.h"
+#include "topology/standard_tlv.h"
+#include "transport/frame.h"
+#include "transport/message_builder.h"
+#include "transport/message_monitor.h"
+
+namespace {
+
+constexpr Seconds kStart = 1'700'000'000;
+
+MacAddr macOf(uint8_t kind, unsigned n) {
+    return {0x02, kind, 0, 0, static_cast<uint8_t>(n >> 8), static_cast<uint8_t>(n)};
+}
+
+void addIntf(unsigned n) {
+    FakeIntf intf;
+    intf.name = "eth" + std::to_string(n);
+    intf.mac = macOf(0x10, n);
+    fakePlatform().intfs.push_back(intf);
+}
+
+// The first of the interface's neighbours are non-1905, the others 1905 devices.
+void start(unsigned nbrsPerIntf, unsigned non1905PerIntf, unsigned intfsWithNbrs) {
+    DEBUGLEVEL = 0;
+    setTestTime(kStart);
+    FakePlatform& platform = fakePlatform();
+    platform.brdgTuples.emplace_back();
+    unsigned n = 0;
+    for (unsigned i = 0; i < platform.intfs.size(); i++) {
+        platform.brdgTuples[0].push_back(platform.intfs[i].mac);
+        for (unsigned k = 0; i < intfsWithNbrs && k < nbrsPerIntf; k++) {
+            platform.intfs[i].nbrs.push_back(nbrIntfMac(n++));
+        }
+    }
+    fakeNet().reset();
+    fakeNet().addPlatformIntfs();
+    installRequestHandlers();
+    if (initDataManager() != kOk || initMessageMonitor() != kOk) abort();
+    n = 0;
+    for (auto& intf : getIntfTable()) {
+        for (size_t k = 0; k < intf.nbrs.size(); k++, n++) {
+            intf.nbrs[k].is1905 = k >= non1905PerIntf;
+            intf.nbrs[k].nbrAlMac = nbrAlMac(n);
+            intf.nbrs[k].last1905Time = kStart;
+        }
+    }
+    if (startMessageMonitor() != kOk) abort();
+}
+
+}  // namespace
+
+MacAddr nbrAlMac(unsigned n) {
+    return macOf(0x20, n);
+}
+
+MacAddr nbrIntfMac(unsigned n) {
+    return macOf(0x30, n);
+}
+
+void startReferenceDevice() {
+    fakePlatform().reset();
+    fakePlatform().intfs.clear();
+    for (unsigned i = 0; i < 3; i++) addIntf(i);
+    fakePlatform().intfs[2].mediaType = 0x0105;
+    fakePlatform().intfs[2].mediaInfo = std::vector<uint8_t>(10, 0x5A);
+    start(4, 2, 2);
+}
+
+void startDevice(unsigned intfNum) {
+    fakePlatform().reset();
+    fakePlatform().intfs.clear();
+    for (unsigned i = 0; i < intfNum; i++) addIntf(i);
+    start(2, 1, intfNum);
+}
+
+void stopDevice() {
+    (void)destroyMessageMonitor();
+    (void)destroyDataManager();
+}
+
+size_t encodeTopolResp(std::span<uint8_t> out) {
+    MsgTraits traits;
+    size_t size = 0;
+    for (const auto& tlv : gen1905Msg(getIntfPorts().front(), kMsgTopolResp, {}, traits)) {
+        size += flatten1905Tlv(tlv, out.subspan(size));
+    }
+    return size + flatten1905Tlv(Tlv{}, out.subspan(size));
+}
+
+bool decodeTopolResp(Bytes area, Ieee1905DevTable& dev) {
+    return walkTlvs(area,
+                    [&](Bytes tlv) {
+                        switch (tlv[0]) {
+                            case kTlvAlMac:
+                                return parseAlMacTlv(dev.alMac, tlv);
+                            case kTlvDevInfo:
+                                return parseDevInfoTlv(dev, 0, tlv);
+                            case kTlvDevBrdgCap:
+                                return parseDevBrdgCapTlv(dev, tlv);
+                            case kTlvNon1905Nbr:
+                                return parseNon1905NbrDevTlv(dev, tlv);
+                            case kTlv1905Nbr:
+                                return parse1905NbrDevTlv(dev, tlv);
+                            default:
+                                return parseUnsupportedTlv(tlv);
+                        }
+                    }) &&
+           parseEndOfMsgTlv(area) == kOk;
+}

@@ -1,0 +1,220 @@
+// Frames from the wire into recv1905Msg, with a whole device behind it: database, ageing, JSON
+// files. An input is a byte of switches followed by steps:
+//   options (1), seconds that pass (1), length of the frame (2, big-endian), frame
+// Every input meets the device in the same state.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "core/alarm.h"
+#include "core/bytes.h"
+#include "core/log.h"
+#include "core/main_loop.h"
+#include "core/options.h"
+#include "core/requests.h"
+#include "core/result.h"
+#include "datamodel/json_data_model.h"
+#include "support/fake_platform.h"
+#include "support/fake_raw_socket.h"
+#include "support/frames.h"
+#include "support/test_clock.h"
+#include "topology/data_manager.h"
+#include "topology/neighbor_aging.h"
+#include "topology/standard_tlv.h"
+#include "topology/topology_flow.h"
+#include "transport/fragment_store.h"
+#include "transport/frame.h"
+#include "transport/message_builder.h"
+#include "transport/message_monitor.h"
+#include "transport/ports.h"
+#include "transport/receiver.h"
+#include "transport/transmitter.h"
+#include "vendor/query_tracking.h"
+
+// What a message may bring the daemon to do must not happen to the machine of the fuzzer.
+extern "C" int reboot(int) noexcept {
+    return 0;
+}
+extern "C" int system(const char*) {
+    return 0;
+}
+
+namespace {
+
+constexpr Seconds kStart = 1'700'000'000;
+constexpr Seconds kLifetime = 131;  // after which everybody has been silent for too long
+constexpr unsigned kMaxSteps = 64;
+constexpr size_t kMsgIdOffset = 18;
+
+// Switches of an input.
+constexpr uint8_t kVerbose = 0x01;    // all log lines are formatted
+constexpr uint8_t kNoBridges = 0x02;  // no bridging tuple
+constexpr uint8_t kTopolOff = 0x04;   // the topology capability is disabled
+constexpr uint8_t kRefusing = 0x08;   // the platform refuses every message it is handed
+
+// Options of a step.
+constexpr uint8_t kSecondPort = 0x01;
+constexpr uint8_t kAnswers = 0x02;   // the frame gets the id of the last query of its kind
+constexpr uint8_t kPass = 0x04;      // a pass of the periodic checks follows
+constexpr uint8_t kPortDown = 0x08;  // the other port goes down, else it comes up
+constexpr uint8_t kAsk = 0x10;       // queries that only the platform or a client causes are sent
+
+// The data model is written to a folder of its own that goes away with the process.
+class Folder {
+  public:
+    Folder() {
+        if (mkdtemp(path_.data()) == nullptr) abort();
+        (void)setDataModelFolderOption(path_.c_str());
+    }
+    ~Folder() {
+        for (const char* name : {"vm1905.json", "vm1905_APautoconfig.json", "vm1905_log.json"}) {
+            (void)unlink((path_ + "/" + name).c_str());
+        }
+        (void)rmdir(path_.c_str());
+    }
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+
+  private:
+    std::string path_ =
+        access("/dev/shm", W_OK) == 0 ? "/dev/shm/vm1905-XXXXXX" : "/tmp/vm1905-XXXXXX";
+};
+
+void scriptPlatform(uint8_t switches) {
+    FakePlatform& platform = fakePlatform();
+    platform.reset();
+    platform.intfs[0].mediaType = 0x0105;
+    platform.intfs[0].mediaInfo = std::vector<uint8_t>(10, 0x5A);
+    platform.intfs[0].nbrs = {{0x02, 0xEE, 0, 0, 0, 1}, {0x02, 0xEE, 0, 0, 0, 2}};
+    LinkDesc link{};
+    MacAddr{0x02, 0xEE, 0, 0, 0, 1}.copyTo(link.nbrIntfMac);
+    platform.intfs[0].links = {link};
+    if ((switches & kNoBridges) == 0) {
+        platform.brdgTuples = {{platform.intfs[0].mac, platform.intfs[1].mac}};
+    }
+    if ((switches & kRefusing) != 0) {
+        platform.fail = {"notifyApAutoConfSrchMsgReceived", "notifyApAutoConfRespMsgReceived",
+                         "notifyApAutoConfWscMsgReceived",  "notifyApAutoConfRenewMsgReceived",
+                         "notifyPBEventMsgReceived",        "notifyPBJoinMsgReceived"};
+    }
+}
+
+void start(uint8_t switches) {
+    DEBUGLEVEL = (switches & kVerbose) != 0 ? 5 : 0;
+    setTestTime(kStart);
+    scriptPlatform(switches);
+    fakeNet().reset();
+    fakeNet().addPlatformIntfs();
+    (void)setEnableNetTopolOption((switches & kTopolOff) != 0 ? 0 : 1);
+    installRequestHandlers();
+    if (initDataManager() != kOk || initMessageMonitor() != kOk) abort();
+    (void)startMessageMonitor();
+}
+
+void runChecks() {
+    (void)checkAlarms();
+    (void)checkIntfNbrIntfTimeOut();
+    (void)checkNbrDevTableTimeOut();
+    (void)checkDataModelStatus();
+    (void)checkUnsentTopolNtfMsg();
+    (void)checkVendRespMsgReceived();
+    checkFragmessageTimeout();
+}
+
+// Everything has timed out and nothing is pending any more.
+void stop() {
+    (void)writeJsonDataModel();
+    advance(kLifetime);
+    for (int i = 0; i < 3; i++) {
+        runChecks();
+        advance(5);
+    }
+    (void)destroyMessageMonitor();
+    (void)destroyDataManager();
+}
+
+// What this device builds itself must be well-formed, whatever it has heard before.
+void checkSent(const FrameHdr& hdr, const Frame& frame) {
+    if (hdr.msgType != kMsgTopolDisc && hdr.msgType != kMsgTopolQuery &&
+        hdr.msgType != kMsgTopolResp && hdr.msgType != kMsgMetricResp) {
+        return;
+    }
+    Bytes area = Bytes(frame).subspan(kHeadersLen);
+    if (!walkTlvs(area, parseUnsupportedTlv) || parseEndOfMsgTlv(area) != kOk) abort();
+}
+
+// The id of the last message of each type that was sent.
+using SentIds = std::array<uint16_t, kMsgTypeNum>;
+
+void takeSent(SentIds& sent) {
+    for (const auto& intf : fakePlatform().intfs) {
+        (void)fakeNet().captureFrames(intf.name, kEtherTypeLldp);
+        for (const auto& frame : fakeNet().captureFrames(intf.name)) {
+            const FrameHdr hdr = parseFrameHdr(frame);
+            checkSent(hdr, frame);
+            if (hdr.msgType < sent.size()) sent[hdr.msgType] = hdr.msgId;
+        }
+    }
+}
+
+void ask() {
+    static const MetricQuery query{1, {0x02, 0xAA, 0, 0, 0, 1}, 2};
+    static const RoleBand search{0, 1};
+    (void)requestSend1905UcastMsg(MacAddr{0x02, 0xAA, 0, 0, 0, 0x10}, kMsgMetricQuery, &query);
+    (void)requestSend1905McastMsg(kMsgApAutoConfSrch, &search);
+}
+
+void receive(Frame frame, uint8_t options, const SentIds& sent) {
+    const auto& intfs = fakePlatform().intfs;
+    const bool second = (options & kSecondPort) != 0;
+    fakeNet().find(intfs[second ? 0 : 1].name)->up = (options & kPortDown) == 0;
+    const uint16_t queryType = static_cast<uint16_t>(parseFrameHdr(frame).msgType - 1);
+    if ((options & kAnswers) != 0 && queryType < sent.size()) {
+        (void)ByteWriter(frame).skip(kMsgIdOffset).u16(sent[queryType]);
+    }
+    if (frame.empty() || !fakeNet().inject(intfs[second ? 1 : 0].name, frame)) return;
+    for (auto& port : getIntfPorts()) {
+        if (port.name == intfs[second ? 1 : 0].name) {
+            (void)recv1905Msg(port);
+            break;
+        }
+    }
+}
+
+void runInput(Bytes input) {
+    ByteReader reader(input);
+    start(reader.u8());
+    SentIds sent{};
+    for (unsigned step = 0; step < kMaxSteps && reader.left() > 0; step++) {
+        const uint8_t options = reader.u8();
+        advance(reader.u8());
+        const uint16_t length = reader.u16();
+        if (!reader.ok()) break;
+        const Bytes frame = reader.take(std::min<size_t>(length, reader.left()));
+        if ((options & kAsk) != 0) ask();
+        takeSent(sent);
+        receive({frame.begin(), frame.end()}, options, sent);
+        if ((options & kPass) != 0) runChecks();
+    }
+    takeSent(sent);
+    stop();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    static const Folder folder;
+    runInput({data, size});
+    return 0;
+}
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    // The daemon's log is formatted and thrown away.
+    if (freopen("/dev/null", "w", stdout) == nullptr) abort();
+    return 0;
+}

@@ -1,0 +1,193 @@
+#!/usr/bin/env python3
+"""Writes inputs for frame_fuzzer into corpus/frame.
+
+  make_seeds.py                     well-formed messages of all types, and some that are not
+  make_seeds.py CAPTURE.pcap        what each device of a capture (lab/mesh capture) has heard
+
+An input is a byte of switches, then steps of {options, seconds, length, frame}; see
+frame_fuzzer.cpp. Written without the daemon's own code, so that it does not share its mistakes.
+"""
+import pathlib
+import struct
+import sys
+
+MULTICAST = bytes.fromhex("0180c2000013")
+OWN_AL = bytes.fromhex("021905000001")
+OWN_MAC = bytes.fromhex("021905000100")
+PEER_AL = bytes.fromhex("02aa00000001")
+PEER_MAC = bytes.fromhex("02aa00000010")
+OTHER_AL = bytes.fromhex("02bb00000001")
+OTHER_MAC = bytes.fromhex("02bb00000010")
+
+SECOND_PORT, ANSWERS, PASS, PORT_DOWN, ASK = 1, 2, 4, 8, 16
+VERBOSE, NO_BRIDGES, TOPOL_OFF, REFUSING = 1, 2, 4, 8
+LAST, RELAY = 0x80, 0x40
+
+
+def tlv(kind, value=b"", length=None):
+    return struct.pack(">BH", kind, len(value) if length is None else length) + value
+
+
+END = tlv(0)
+AL = tlv(1, PEER_AL)
+
+
+def frame(kind, tlvs, msg_id=1, flags=LAST, dst=MULTICAST, src=PEER_MAC, frag=0, version=0xA0):
+    header = dst + src + struct.pack(">HBBHHBB", 0x893A, version, 0, kind, msg_id, frag, flags)
+    return (header + tlvs).ljust(64, b"\0")
+
+
+def step(data, options=0, seconds=0):
+    return struct.pack(">BBH", options, seconds, len(data)) + data
+
+
+def case(*steps, switches=0):
+    return bytes([switches]) + b"".join(steps)
+
+
+def intf(mac, media, info=b""):
+    return mac + struct.pack(">HB", media, len(info)) + info
+
+
+def device(al, intfs):
+    return tlv(3, al + bytes([len(intfs)]) + b"".join(intfs))
+
+
+def response(al=PEER_AL, mac=PEER_MAC, intfs=3):
+    macs = [mac[:5] + bytes([0x10 + i]) for i in range(intfs)]
+    tlvs = device(al, [intf(m, 0x105 if i else 1, b"\xaa" * (10 if i else 0))
+                       for i, m in enumerate(macs)])
+    tlvs += tlv(4, bytes([1, len(macs)]) + b"".join(macs))
+    for m in macs[:2]:
+        tlvs += tlv(6, m + bytes.fromhex("02ee00000001") + bytes.fromhex("02ee00000002"))
+        tlvs += tlv(7, m + OWN_AL + b"\x00" + OTHER_AL + b"\x80")
+    return tlvs + tlv(1, al) + END
+
+
+def seeds():
+    disc = AL + tlv(2, PEER_MAC) + END
+    metric_head = OWN_AL + PEER_AL
+    tx = tlv(9, metric_head + PEER_MAC + OWN_MAC + struct.pack(">HBIIHHH", 1, 0, 1, 2, 3, 4, 5))
+    rx = tlv(10, metric_head + PEER_MAC + OWN_MAC + struct.pack(">HIIB", 1, 1, 2, 3))
+    vendor = bytes.fromhex("0a3c71") + PEER_AL + b"\0\1" + struct.pack(">HH", 45, 12)
+    bodies = {
+        "topology_discovery": (0, disc, LAST),
+        "topology_notification": (1, disc, LAST | RELAY),
+        "topology_query": (2, AL + END, LAST),
+        "topology_response": (3, response(), LAST),
+        "vendor_discovery": (4, tlv(11, vendor + PEER_AL + PEER_MAC) + END, LAST | RELAY),
+        "metric_query_all": (5, tlv(8, b"\0" * 7 + b"\2") + END, LAST),
+        "metric_query_one": (5, tlv(8, b"\1" + PEER_AL + b"\2") + END, LAST),
+        "metric_response": (6, tx + rx + tlv(12, b"\0") + END, LAST),
+        "autoconf_search": (7, AL + tlv(13, b"\0") + tlv(14, b"\1") + END, LAST | RELAY),
+        "autoconf_response": (8, AL + tlv(15, b"\0") + tlv(16, b"\1") + END, LAST),
+        "autoconf_wsc": (9, AL + tlv(17, b"\x10" * 80) + tlv(80, b"2024010203") + END, LAST),
+        "autoconf_renew": (10, AL + tlv(15, b"\0") + tlv(16, b"\1") + END, LAST | RELAY),
+        "push_button_event":
+            (11, AL + tlv(18, b"\2" + b"\1\5\3\xaa\xbb\xcc" + b"\0\1\0") + END, LAST | RELAY),
+        "push_button_join":
+            (12, AL + tlv(19, PEER_AL + b"\0\7" + PEER_MAC + OTHER_MAC) + END, LAST | RELAY),
+        "unsupported_tlvs": (2, tlv(5, b"\1\2") + AL + tlv(200, b"") + END, LAST),
+        "unsupported_type": (13, END, LAST),
+    }
+    hello = step(frame(0, disc))
+    for name, (kind, tlvs, flags) in bodies.items():
+        yield name, case(step(frame(kind, tlvs, 9, flags)))
+        answers = step(frame(kind, tlvs, 9, flags), ASK | ANSWERS | PASS, 3)
+        yield "known_" + name, case(hello, answers, switches=VERBOSE)
+    yield "refused", case(*(step(frame(k, t, 9, f)) for k, t, f in bodies.values()),
+                          switches=REFUSING | NO_BRIDGES)
+    yield "topology_off", case(*(step(frame(k, t, 9, f), PASS) for k, t, f in bodies.values()),
+                               switches=TOPOL_OFF)
+
+    own = dict(dst=OWN_MAC)
+    answer = step(frame(3, response(), 0, **own), ANSWERS | PASS, 1)
+    yield "exchange", case(hello, answer, step(frame(2, AL + END, 2, **own), PASS, 3))
+    other = tlv(1, OTHER_AL) + tlv(2, OTHER_MAC) + END
+    yield "two_neighbours", case(
+        hello, answer, step(frame(0, other, src=OTHER_MAC), SECOND_PORT),
+        step(frame(3, response(OTHER_AL, OTHER_MAC), 0, src=OTHER_MAC, **own),
+             SECOND_PORT | ANSWERS | PASS, 2),
+        step(frame(1, disc, 5, LAST | RELAY), PASS, 4),
+        step(frame(1, disc, 5, LAST | RELAY), PASS | PORT_DOWN, 200))
+    changed = device(PEER_AL, [intf(PEER_MAC, 1)])
+    changed += tlv(6, PEER_MAC + bytes.fromhex("02ee00000009")) + tlv(7, PEER_MAC + OTHER_AL + b"\0")
+    yield "changed_neighbours", case(
+        hello, answer, step(frame(1, disc, 5, LAST | RELAY), PASS, 4),
+        step(frame(3, changed + AL + END, 0, **own), ANSWERS | PASS, 1))
+    yield "behind_bridge", case(
+        step(frame(0, disc, src=OTHER_MAC)), step(frame(1, disc, 2, LAST | RELAY, src=OTHER_MAC)),
+        step(frame(0, AL + tlv(2, OTHER_MAC) + END, 3, src=OTHER_MAC), PASS, 60),
+        step(frame(0, disc, 4), PASS, 60), step(frame(2, AL + END, 5, **own), PASS, 60))
+    for parts in (2, 5):
+        pieces = [device(PEER_AL, [intf(PEER_MAC, 1)]) + END] + [
+            tlv(7, PEER_MAC + OTHER_AL + b"\0") + END for _ in range(parts - 2)] + [AL + END]
+        yield f"fragments_{parts}", case(hello, *(
+            step(frame(3, piece, 0, LAST if i == parts - 1 else 0, frag=i, **own), ANSWERS)
+            for i, piece in enumerate(pieces)))
+        yield f"metric_fragments_{parts}", case(hello, *(
+            step(frame(6, tx + END, 7, LAST if i == parts - 1 else 0, frag=i),
+                 ANSWERS | (0 if i else ASK), 1)
+            for i in range(parts)))
+    yield "lone_last_fragment", case(step(frame(3, AL + END, 3, frag=2)))
+    yield "unfinished_fragments", case(*(step(frame(3, AL + END, i, 0), 0, 1) for i in range(20)))
+    yield "cut_header", case(step(frame(0, disc)[:20]), step(frame(0, disc)[:14]))
+    yield "no_end", case(step(frame(0, AL + tlv(2, PEER_MAC))[:22 + 18]))
+    yield "zero_length", case(hello, *(step(frame(3, tlv(k) + END, 0), ANSWERS | PASS, 6)
+                                       for k in range(1, 21)))
+    yield "endless_length", case(hello, *(
+        step(frame(3, tlv(k, b"\xff" * 40, 0xFFFF), 0), ANSWERS | PASS, 6) for k in range(1, 21)))
+    yield "count_beyond", case(hello, step(
+        frame(3, tlv(3, PEER_AL + b"\xff" + intf(PEER_MAC, 1)) + AL + END, 0), ANSWERS))
+    yield "full_frame", case(hello, step(
+        frame(3, response(intfs=60) + tlv(11, b"\0" * 60), 0)[:1500], ANSWERS))
+    yield "other_version", case(step(frame(0, disc, version=0)))
+    yield "own_source", case(step(frame(0, disc, src=OWN_MAC)))
+    yield "own_al", case(step(frame(0, tlv(1, OWN_AL) + tlv(2, PEER_MAC) + END)))
+    yield "elsewhere", case(step(frame(2, AL + END, dst=OTHER_MAC)))
+
+
+def packets(capture):
+    data = pathlib.Path(capture).read_bytes()
+    fraction = {0xA1B23C4D: 10**9, 0xA1B2C3D4: 10**6}.get(struct.unpack_from("<I", data)[0])
+    if fraction is None:
+        sys.exit(f"{capture}: no little-endian pcap file")
+    at = 24
+    while at < len(data):
+        seconds, rest, size = struct.unpack_from("<III", data, at)
+        yield seconds + rest / fraction, data[at + 16:at + 16 + size]
+        at += 16 + size
+
+
+def heard(capture):
+    """One input per device that told its AL MAC, with that device as the one under test."""
+    frames = [(t, f) for t, f in packets(capture) if f[12:14] == b"\x89\x3a"]
+    # Both begin with a TLV that holds the sender's AL MAC, and nobody relays them.
+    devices = {f[6:12]: f[25:31] for _, f in frames if f[17] in (0, 3)}
+    for mac, al in devices.items():
+        steps, last = [], frames[0][0]
+        for time, data in frames:
+            if data[6:12] == mac:
+                continue
+            answers = ANSWERS if data[17] in (3, 6, 8) else 0
+            data = data.replace(al, OWN_AL).replace(mac, OWN_MAC)
+            steps.append(step(data, answers | PASS, min(255, int(time) - int(last))))
+            last = time
+        yield case(*steps[:64])
+
+
+def main():
+    folder = pathlib.Path(__file__).parent / "corpus" / "frame"
+    folder.mkdir(parents=True, exist_ok=True)
+    if len(sys.argv) > 1:
+        name = pathlib.Path(sys.argv[1]).stem
+        inputs = [(f"{name}_{i}", data) for i, data in enumerate(heard(sys.argv[1]))]
+    else:
+        inputs = list(seeds())
+    for name, data in inputs:
+        (folder / name).write_bytes(data)
+    print(f"{len(inputs)} inputs in {folder}")
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,31 @@
+// Runs a fuzz target over every file of the given folders, without libFuzzer.
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <vector>
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
+extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);
+
+int main(int argc, char** argv) {
+    (void)LLVMFuzzerInitialize(&argc, &argv);
+    std::vector<std::filesystem::path> files;
+    for (int i = 1; i < argc; i++) {
+        for (const auto& entry : std::filesystem::directory_iterator(argv[i])) {
+            if (entry.is_regular_file()) files.push_back(entry.path());
+        }
+    }
+    std::sort(files.begin(), files.end());
+    for (const auto& path : files) {
+        fprintf(stderr, "%s\n", path.c_str());  // the last one is that which crashed
+        std::ifstream file(path, std::ios::binary);
+        const std::vector<char> text{std::istreambuf_iterator<char>(file), {}};
+        const std::vector<uint8_t> input(text.begin(), text.end());
+        (void)LLVMFuzzerTestOneInput(input.data(), input.size());
+    }
+    fprintf(stderr, "%zu inputs\n", files.size());
+    return files.empty() ? 1 : 0;
+}

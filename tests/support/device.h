@@ -1,0 +1,162 @@
+// A whole device between a scripted platform and cables of the test's making, started as the
+// daemon starts it; and the neighbours that talk to it.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "core/log.h"
+#include "core/main_loop.h"
+#include "core/options.h"
+#include "core/requests.h"
+#include "core/result.h"
+#include "support/fake_platform.h"
+#include "support/fake_raw_socket.h"
+#include "support/frames.h"
+#include "support/test_clock.h"
+#include "topology/data_manager.h"
+#include "topology/topology_flow.h"
+#include "transport/message_monitor.h"
+#include "transport/ports.h"
+#include "transport/receiver.h"
+
+inline const MacAddr kOwnAl = FakePlatform{}.alMac;
+inline const MacAddr kEth0 = FakePlatform{}.intfs[0].mac;
+inline const MacAddr kEth1 = FakePlatform{}.intfs[1].mac;
+inline const MacAddr kEth2{0x02, 0x19, 0x05, 0, 1, 2};
+inline constexpr uint32_t kMedia = 1;  // of all of them
+
+// Another device and the interface by which it is heard.
+struct Peer {
+    MacAddr al, intf;
+};
+inline Peer peer(unsigned n) {
+    const auto high = static_cast<uint8_t>(n >> 8);
+    const auto low = static_cast<uint8_t>(n);
+    return {{0x02, 0xEE, 0, 0, high, low}, {0x02, 0xEE, 0, 1, high, low}};
+}
+
+inline Frame discovery(const Peer& from, unsigned id, unsigned type = kMsgTopolDisc) {
+    return frame1905(k1905Multicast, from.intf, type, id,
+                     macTlv(1, from.al) + macTlv(2, from.intf) + endOfMsg());
+}
+inline Frame notification(const Peer& from, unsigned id) {
+    return discovery(from, id, kMsgTopolNtf);
+}
+inline Frame devInfoTlv(const Peer& of) {
+    return tlvBytes(3, bytesOf(of.al) + Frame{1} + bytesOf(of.intf) + be16(kMedia) + Frame{0});
+}
+inline Frame response(const Peer& from, unsigned id) {
+    return frame1905(kEth0, from.intf, kMsgTopolResp, id,
+                     devInfoTlv(from) + macTlv(1, from.al) + endOfMsg());
+}
+
+// A frame that the device has sent.
+struct Sent {
+    MacAddr dst, src;
+    unsigned type = 0, id = 0, fragId = 0, flags = 0;
+    std::string tlvs;  // their types in decimal: "1 2"
+    Frame frame;
+};
+inline Sent decode(const Frame& frame) {
+    Sent sent{MacAddr(&frame.at(0)), MacAddr(&frame.at(6)), 0, 0, 0, 0, {}, frame};
+    sent.type = frame.at(16) * 256U + frame.at(17);
+    sent.id = frame.at(18) * 256U + frame.at(19);
+    sent.fragId = frame.at(20);
+    sent.flags = frame.at(21);
+    for (size_t at = 22; frame.at(at) != 0; at += 3U + frame.at(at + 1) * 256U + frame.at(at + 2)) {
+        sent.tlvs += (at > 22 ? " " : "") + std::to_string(frame.at(at));
+    }
+    return sent;
+}
+
+class Device : public testing::Test {
+  protected:
+    void SetUp() override {
+        DEBUGLEVEL = 0;
+        setTestTime(4'000'000'000);
+        dropPending();
+        setTestTime(1'700'000'000);
+        fakePlatform().reset();
+        fakeNet().reset();
+        (void)setDefSysConfig();
+        ASSERT_NE(mkdtemp(folder_.data()), nullptr);
+        (void)setDataModelFolderOption(folder_.c_str());
+    }
+    void TearDown() override {
+        (void)destroyMessageMonitor();
+        (void)destroyIntfPorts();  // of a test that made only those
+        advance(60);
+        dropPending();
+        (void)destroyDataManager();
+        std::filesystem::remove_all(folder_);
+        useSystemClock();
+    }
+
+    // Brings the device up on the interfaces of the scripted platform. What it sends at start-up
+    // is taken off the cables.
+    void start() {
+        fakeNet().addPlatformIntfs();
+        installRequestHandlers();
+        ASSERT_EQ(initDataManager(), kOk);
+        ASSERT_EQ(initMessageMonitor(), kOk);
+        ASSERT_EQ(startMessageMonitor(), kOk);
+        fakePlatform().calls.clear();
+        drop();
+    }
+    static void addEth2() { fakePlatform().intfs.push_back({"eth2", kEth2}); }
+
+    static Port& port(const std::string& name) {
+        auto& ports = getIntfPorts();
+        const auto it = std::find_if(ports.begin(), ports.end(), [&](const Port& p) {
+            return p.name == std::string_view(name);
+        });
+        if (it == ports.end()) abort();
+        return *it;
+    }
+    // The result of recv1905Msg.
+    static int receive(const std::string& name, const Frame& frame) {
+        EXPECT_TRUE(fakeNet().inject(name, frame));
+        const PortsInUse guard;
+        return recv1905Msg(port(name));
+    }
+    // What was sent on the interface since the last look.
+    static std::vector<Sent> sent(const std::string& name) {
+        std::vector<Sent> all;
+        for (const auto& frame : fakeNet().captureFrames(name)) all.push_back(decode(frame));
+        return all;
+    }
+    static void drop() {
+        for (const auto& intf : fakePlatform().intfs) (void)sent(intf.name);
+    }
+    // The types of these frames: "4 2 ".
+    static std::string types(const std::string& name) {
+        std::string all;
+        for (const auto& s : sent(name)) all += std::to_string(s.type) + " ";
+        return all;
+    }
+    static IntfTable& eth0() { return getIntfTable().front(); }
+    // A neighbour is discovered on eth0, is asked, and answers.
+    static void meet(const Peer& who, unsigned id) {
+        (void)receive("eth0", discovery(who, id));
+        const auto asked = sent("eth0");
+        ASSERT_FALSE(asked.empty());
+        EXPECT_EQ(receive("eth0", response(who, asked.back().id)), kOk);
+    }
+    const std::string& folder() const { return folder_; }
+
+  private:
+    // Requests are lost that would come due in the next test.
+    static void dropPending() {
+        requestHandlers() = {};
+        (void)checkDataModelStatus();
+        (void)checkUnsentTopolNtfMsg();
+    }
+
+    std::string folder_ = "/tmp/vm1905-XXXXXX";
+};

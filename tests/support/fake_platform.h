@@ -1,0 +1,111 @@
+// A platform library that answers what a test scripted and remembers what it was told to do.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "core/mac_addr.h"
+#include "platform/autoconfig.h"
+#include "platform/descriptions.h"
+#include "platform/device.h"
+#include "platform/lifecycle.h"
+
+struct FakeIntf {
+    std::string name;
+    MacAddr mac;
+    uint32_t mediaType = 1;
+    std::vector<uint8_t> mediaInfo{};
+    std::vector<MacAddr> nbrs{};
+    uint32_t pwrState = PLATFORM_PWR_ON;
+    uint32_t operStatus = PLATFORM_OPER_UP;
+    std::array<uint8_t, 3> oui{};
+    std::vector<uint8_t> vendInfo{};
+    std::vector<LinkDesc> links{};  // next is not read
+};
+
+struct FakePlatform {
+    MacAddr alMac{0x02, 0x19, 0x05, 0x00, 0x00, 0x01};
+    std::vector<uint8_t> vendInfo;
+    std::vector<FakeIntf> intfs{{"eth0", {0x02, 0x19, 0x05, 0x00, 0x01, 0x00}},
+                                {"eth1", {0x02, 0x19, 0x05, 0x00, 0x01, 0x01}}};
+    std::vector<std::vector<MacAddr>> brdgTuples;
+    uint32_t securityMode = 0;
+    std::vector<uint8_t> security;
+    std::set<std::string> excludedIntfs;
+    unsigned linkMetricCalls = 0;
+
+    std::string firmwareVersion = "1.0.0";
+    std::string hostname = "test-device";
+    std::string buildNumber = "42";
+    std::string deviceMode = "router";
+    MacAddr lanMac{0x02, 0x19, 0x05, 0x00, 0x00, 0xAA};
+
+    WpsConfig wps{};
+    std::map<uint8_t, WpsBandConfig> wpsBands{{0, {}}, {1, {}}, {32, {}}, {33, {}}};
+    std::map<MacAddr, std::array<uint8_t, 2>> wpsSyncList;
+    std::array<MacAddr, 2> wpsSyncMac;  // by band
+    uint8_t apAutoconfig = 0;
+    uint8_t wifiReload = 0;
+    std::set<MacAddr> notApproved;
+    int sendRenewFlag = 0;
+    int changeTimeoutFlag = 0;
+
+    uint32_t fwStatus = PLATFORM_FW_IDLE;
+    std::string newFwVersion = "2.0.0";
+    std::string newFwDate = "2024-01-01";
+    std::string fwUrl = "ftp://192.0.2.1/";
+    std::string fwFileName = "fw.bin";
+    std::vector<WifiStation> stations;  // next is not read
+    std::string wifiStateSync;
+    std::string wifiChannelSync;
+    bool speedTestRunning = false;
+    int speedTestTimeout = 60;
+    int speedTestCtrlFlag = 1;
+    std::string logFileName = "log.tgz";
+    std::string logFtpUrl = "ftp://192.0.2.1/";
+    std::map<MacAddr, std::vector<uint8_t>> beaconReports;
+
+    // Functions that fail, with kFailure or with the code given here.
+    std::set<std::string> fail;
+    std::map<std::string, int> results;
+    // Every action in order: "setIntfPwrStateById 02:19:05:00:01:00 1 2". Plain questions are not
+    // recorded.
+    std::vector<std::string> calls;
+    std::function<int()> onRun;      // inside runNetCtrl; its result is returned
+    std::function<void()> onAction;  // inside every action, after it was recorded
+
+    NetStatusEventCallback netStatusCallback = nullptr;
+    ServReqCallback servReqCallback = nullptr;
+
+    // Back to the above.
+    void reset() { *this = FakePlatform{}; }
+    // Reports an event through the registered callback and returns its result; 0xFFFF when there
+    // is no callback.
+    uint32_t raiseNetStatus(uint32_t eventId, const void* info) const;
+    uint32_t raiseServReq(uint32_t servId, void* info) const;
+    // True when an action with this beginning was recorded.
+    bool called(const std::string& beginning) const;
+};
+
+FakePlatform& fakePlatform();
+
+// Descriptions as an event carries them; owns them.
+class FakeIntfDescs {
+  public:
+    explicit FakeIntfDescs(const std::vector<FakeIntf>& intfs);
+    ~FakeIntfDescs();
+    FakeIntfDescs(const FakeIntfDescs&) = delete;
+    FakeIntfDescs& operator=(const FakeIntfDescs&) = delete;
+
+    IntfDesc* head() const { return head_; }
+    IntfListEvent event() const { return {num_, head_}; }
+
+  private:
+    IntfDesc* head_ = nullptr;
+    uint8_t num_ = 0;
+};

@@ -1,0 +1,67 @@
+// Bytes on the wire, written by hand: independent of the daemon's own builders.
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+#include <string_view>
+#include <vector>
+
+#include "core/mac_addr.h"
+#include "transport/frame.h"
+
+using Frame = std::vector<uint8_t>;
+
+// "01 a0 ff" or "01a0ff"; anything but hexadecimal digits separates.
+inline Frame hex(std::string_view text) {
+    Frame out;
+    int high = -1;
+    for (const char c : text) {
+        const int digit = c >= '0' && c <= '9'   ? c - '0'
+                          : c >= 'a' && c <= 'f' ? c - 'a' + 10
+                          : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                                                 : -1;
+        if (digit >= 0 && high >= 0) {
+            out.push_back(static_cast<uint8_t>(high * 16 + digit));
+            high = -1;
+        } else {
+            high = digit;
+        }
+    }
+    return out;
+}
+
+inline Frame operator+(Frame left, const Frame& right) {
+    left.insert(left.end(), right.begin(), right.end());
+    return left;
+}
+inline Frame bytesOf(const MacAddr& mac) {
+    return {mac.b.begin(), mac.b.end()};
+}
+
+inline Frame be16(unsigned value) {
+    return {static_cast<uint8_t>(value >> 8), static_cast<uint8_t>(value)};
+}
+
+// A TLV with a length of its own choice, by default the true one.
+inline Frame tlvBytes(uint8_t type, const Frame& value, int length = -1) {
+    return Frame{type} +
+           be16(length < 0 ? static_cast<unsigned>(value.size()) : static_cast<unsigned>(length)) +
+           value;
+}
+inline Frame macTlv(uint8_t type, const MacAddr& mac) {
+    return tlvBytes(type, bytesOf(mac));
+}
+inline Frame endOfMsg() {
+    return {0, 0, 0};
+}
+
+inline constexpr uint8_t kLastFragment = 0x80;
+inline constexpr uint8_t kRelay = 0x40;
+
+// An IEEE 1905.1 frame; tlvs is everything after the CMDU header.
+inline Frame frame1905(const MacAddr& dst, const MacAddr& src, unsigned type, unsigned id,
+                       const Frame& tlvs, uint8_t flags = kLastFragment, uint8_t fragId = 0,
+                       uint8_t version = kCmduVersion) {
+    return bytesOf(dst) + bytesOf(src) + be16(kEtherType1905) + Frame{version, 0} + be16(type) +
+           be16(id) + Frame{fragId, flags} + tlvs;
+}

@@ -1,0 +1,130 @@
+"""A lab for the length of a test, and what is asked of it again and again."""
+
+import contextlib
+import itertools
+import json
+import os
+import pathlib
+import signal
+import subprocess
+import tempfile
+import time
+
+ROOT = pathlib.Path(__file__).resolve().parents[3]
+MESH = str(ROOT / "lab" / "mesh")
+COMMAND_LIMIT = 90  # seconds for one command of the lab
+
+_numbers = itertools.count(1)
+
+
+def al_mac(number):
+    return f"02:00:00:00:{number:02x}:ff"
+
+
+def port_mac(number, port):
+    return f"02:00:00:00:{number:02x}:{port:02x}"
+
+
+def wait_until(condition, seconds, what, pause=0.1):
+    """The first true value of condition(); fails the test after so many seconds."""
+    limit = time.monotonic() + seconds
+    while True:
+        value = condition()
+        if value:
+            return value
+        assert time.monotonic() < limit, f"not within {seconds} s: {what}"
+        time.sleep(pause)
+
+
+class Lab:
+    def __init__(self, *up):
+        self.environment = dict(os.environ, VM1905_LAB=f"test-{os.getpid()}-{next(_numbers)}")
+        self.arguments = [*up, "--until-exit-of", str(os.getpid())]
+
+    def __enter__(self):
+        self.up()
+        return self
+
+    def __exit__(self, *_):
+        self("down")
+
+    def up(self):
+        self("up", *self.arguments)
+
+    @property
+    def folder(self):
+        base = os.environ.get("XDG_RUNTIME_DIR") or "/tmp"
+        return pathlib.Path(base) / f"vm1905-lab-{os.getuid()}-{self.environment['VM1905_LAB']}"
+
+    def attempt(self, *arguments, **options):
+        options = {"text": True, **options}
+        return subprocess.run([MESH, *arguments], env=self.environment, check=False,
+                              capture_output=True, timeout=COMMAND_LIMIT, **options)
+
+    def __call__(self, *arguments, **options):
+        done = self.attempt(*arguments, **options)
+        assert done.returncode == 0, f"lab/mesh {' '.join(arguments)}: {done.stdout}{done.stderr}"
+        return done.stdout
+
+    def start(self, *arguments):
+        """A command that runs on; the caller ends it."""
+        return subprocess.Popen([MESH, *arguments], env=self.environment, text=True,
+                                stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+
+    def run(self, device, *command, **options):
+        return self("exec", device, "--", *command, **options)
+
+    def shell(self, device, script):
+        return self.run(device, "sh", "-ec", script)
+
+    def status(self):
+        status = json.loads(self("status", "--json"))
+        status["devices"] = {device["name"]: device for device in status["devices"]}
+        return status
+
+    def device(self, name):
+        return self.status()["devices"][name]
+
+    def log(self, device):
+        # As bytes, since the ends of its lines are part of the texts.
+        return (self.folder / f"{device}.log").read_bytes().decode(errors="replace")
+
+    def model_text(self, device):
+        """The device's data model as it stands in the file; empty while there is none."""
+        done = self.attempt("exec", device, "--", "cat", "/tmp/vm1905.json")
+        return done.stdout if done.returncode == 0 else ""
+
+    def model(self, device):
+        """The parsed data model; empty while there is none or it is being written."""
+        try:
+            return json.loads(self.model_text(device))
+        except ValueError:
+            return {}
+
+    def restart(self, device, *, meanwhile=""):
+        """Power off and on, with changes to its files between, and a daemon that starts fresh."""
+        if meanwhile:
+            self.shell(device, meanwhile)
+        self("kill", device)
+        self("start", device)
+
+    @contextlib.contextmanager
+    def capture(self, first, second):
+        """Records a cable; what is yielded has the frames as .data after the block."""
+        with tempfile.TemporaryFile() as file:
+            recorder = subprocess.Popen([MESH, "capture", first, second, "-"], stdout=file,
+                                        stderr=subprocess.PIPE, text=True, env=self.environment)
+            recording = Recording()
+            try:
+                line = recorder.stderr.readline()
+                assert line.startswith("capturing"), line + recorder.stderr.read()
+                yield recording
+            finally:
+                recorder.send_signal(signal.SIGTERM)
+                recorder.communicate(timeout=10)
+                file.seek(0)
+                recording.data = file.read()
+
+
+class Recording:
+    data = b""
