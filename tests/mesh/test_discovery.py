@@ -1,0 +1,220 @@
+"""Three devices in a line, from the moment they are switched on: what they say to each other, as
+tshark reads it, and what each of them then knows."""
+
+import json
+import re
+import time
+import types
+
+import pytest
+from frames import (DISCOVERY, MULTICAST, NEAREST_BRIDGE, NOTIFICATION, QUERY, RESPONSE, decode)
+from lab import Lab, al_mac, port_mac
+from model import al, numbered, remotes
+
+NAMES = ("dev1", "dev2", "dev3")
+MACS = [al_mac(number) for number in (1, 2, 3)]
+PORTS = {MACS[0]: [port_mac(1, 0)], MACS[1]: [port_mac(2, 0), port_mac(2, 1)],
+         MACS[2]: [port_mac(3, 0)]}
+OWNER = {port: mac for mac, ports in PORTS.items() for port in ports}
+# Under which of its interfaces each device hears the others.
+HEARD = {MACS[0]: {port_mac(1, 0): {MACS[1], MACS[2]}},
+         MACS[1]: {port_mac(2, 0): {MACS[0]}, port_mac(2, 1): {MACS[2]}},
+         MACS[2]: {port_mac(3, 0): {MACS[0], MACS[1]}}}
+
+AL_KEYS = """IEEE1905Id Status LastChange LowerLayers InterfaceNumberOfEntries EnableReboot
+EnableInterfacePowerControl DeviceMode FirmwareState ReleaseVersion LEDstatus LEDBrightness
+DeviceType DaisychainOption AP-autoconfig_WiFiReload NetworkState_dnsmasq NetworkState_IntfInBridge
+Configure BuildNumber SSHState TelnetState CountryCode WIFICountryCode Approveflag WIFI24GChannel
+WIFI5GChannel WIFI5G2Channel IPv6IP EthernetPortState Backhaultype AppVersion Interface
+NetworkTopology Security""".split()
+DEVICE_KEYS = """IEEE1905Id InterfaceNumberOfEntries NonIEEE1905NeighborNumberOfEntries
+IEEE1905NeighborNumberOfEntries BridgingTupleNumberOfEntries FirmwareState FirmwareVersion Hostname
+DeviceIP DeviceLANMac DeviceMode ReleaseVersion LEDstatus LEDBrightness DeviceType DaisychainOption
+NetworkState_dnsmasq NetworkState_IntfInBridge Configure BuildNumber SSHState TelnetState
+CountryCode WIFICountryCode Authorized WIFI24GChannel WIFI5GChannel WIFI5G2Channel DeviceUptime
+IPv6IP EthernetPortState Backhaultype AppVersion Interface NonIEEE1905Neighbor IEEE1905Neighbor
+BridgingTuple""".split()
+NUMBERED = {"Interface", "NonIEEE1905Neighbor", "IEEE1905Neighbor", "BridgingTuple",
+            "IEEE1905Device"}
+
+
+def neighbors(device):
+    """Interface MAC -> AL MACs heard there, as the data model has it of a remote device."""
+    macs = {f"Interface.{n}": entry["InterfaceId"]
+            for n, entry in enumerate(numbered(device, "Interface"), 1)}
+    found = {}
+    for entry in numbered(device, "IEEE1905Neighbor"):
+        found.setdefault(macs[entry["LocalInterface"]], set()).add(entry["NeighborDeviceId"])
+    return found
+
+
+def complete(model, own):
+    return {mac: neighbors(device) for mac, device in remotes(model).items()} == {
+        mac: HEARD[mac] for mac in MACS if mac != own}
+
+
+@pytest.fixture(scope="module")
+def start():
+    """The first quarter of a minute, on both cables."""
+    with Lab("line", "3") as lab:
+        lab("kill", *NAMES)
+        with lab.capture("dev1", "dev2") as first, lab.capture("dev2", "dev3") as second:
+            lab("start", *NAMES)
+            begin = time.monotonic()
+            taken = {}
+            while len(taken) < len(NAMES) and time.monotonic() < begin + 12:
+                for name, own in zip(NAMES, MACS):
+                    if name not in taken and complete(lab.model(name), own):
+                        taken[name] = time.monotonic() - begin
+            time.sleep(max(0.0, begin + 14 - time.monotonic()))
+        yield types.SimpleNamespace(
+            lab=lab, taken=taken, cables=(decode(first.data), decode(second.data)),
+            models={own: lab.model(name) for name, own in zip(NAMES, MACS)})
+
+
+def messages(start, *kinds):
+    return [frame for cable in start.cables for frame in cable
+            if frame.kind == "ieee1905" and frame.type in kinds]
+
+
+def test_each_knows_the_others_within_10_seconds(start):
+    for name, own in zip(NAMES, MACS):
+        known = {mac: neighbors(device) for mac, device in remotes(start.models[own]).items()}
+        assert start.taken.get(name, 99) < 10, known
+
+
+def test_the_data_model_tells_what_is_there(start):
+    for own, model in start.models.items():
+        assert al(model)["IEEE1905Id"] == own
+        assert al(model)["DeviceType"] == ("Registrar" if own == MACS[0] else "Enrollee")
+        assert [(entry["InterfaceName"], entry["InterfaceId"], entry["PowerState"])
+                for entry in numbered(al(model), "Interface")] == [
+                    (f"eth{n}", mac, "On") for n, mac in enumerate(PORTS[own])]
+        topology = al(model)["NetworkTopology"]
+        assert topology["Status"] == "Available" and topology["Enable"] is True
+        assert topology["IEEE1905DeviceNumberOfEntries"] == 2
+        for mac, device in remotes(model).items():
+            assert [entry["InterfaceId"] for entry in numbered(device, "Interface")] == PORTS[mac]
+            assert {entry["MediaType"] for entry in numbered(device, "Interface")} <= {
+                "IEEE 802.3u(IEEE 802.3u Fast Ethernet)",
+                "IEEE 802.3ab(IEEE 802.3ab Gigabit Ethernet)"}
+            # A tuple is worth telling with two ports or more, and is none with one.
+            tuples = [entry["InterfaceList"] for entry in numbered(device, "BridgingTuple")]
+            assert PORTS[mac] in tuples
+            for kind in ("Interface", "NonIEEE1905Neighbor", "IEEE1905Neighbor", "BridgingTuple"):
+                assert device[kind + "NumberOfEntries"] == len(numbered(device, kind))
+            # Nobody is behind a bridge who speaks LLDP on the same cable.
+            assert not any(entry["IEEE802dot1Bridge"] for entry in
+                           numbered(device, "IEEE1905Neighbor"))
+
+
+def test_the_keys_of_the_data_model_stand_in_order(start):
+    def order(pairs):
+        """Keys in the order of the file, those of one numbered list once."""
+        keys = []
+        for key, _ in pairs:
+            prefix, _, number = key.partition(".")
+            if number and prefix in NUMBERED:
+                key = prefix
+            if key not in keys[-1:]:
+                keys.append(key)
+        return keys
+
+    def expected(keys, *, registrar, present):
+        left_out = ({"AP-autoconfig_WiFiReload"} if registrar else {"Authorized"}) | (
+            NUMBERED - present)
+        return [key for key in keys if key not in left_out]
+
+    for name, own in zip(NAMES, MACS):
+        pairs = json.loads(start.lab.model_text(name), object_pairs_hook=list)
+        (device_key, ((root_key, ((al_key, members),)),)), = pairs
+        assert (device_key, root_key, al_key) == ("Device", "X_5E1F09_IEEE1905", "AL")
+        registrar = own == MACS[0]
+        assert order(members) == expected(AL_KEYS, registrar=registrar, present={"Interface"})
+        topology = dict(members)["NetworkTopology"]
+        assert order(topology) == ["Enable", "Status", "IEEE1905DeviceNumberOfEntries",
+                                   "IEEE1905Device"]
+        for key, device in topology:
+            if key.startswith("IEEE1905Device."):
+                present = {entry.partition(".")[0] for entry, _ in device}
+                assert order(device) == expected(DEVICE_KEYS, registrar=registrar, present=present)
+
+
+def test_every_frame_is_well_formed_and_comes_from_a_port(start):
+    assert start.cables[0] and start.cables[1]
+    for frame in (frame for cable in start.cables for frame in cable):
+        assert frame.kind in ("ieee1905", "lldp") and not frame.malformed, frame
+        assert 64 <= frame.size <= 1500 and frame.source in OWNER, frame
+        if frame.kind == "ieee1905":
+            assert frame.version == 0xA0 and frame.types()[-1] == 0, frame
+            assert frame.types().count(0) == 1, frame
+
+
+def test_discoveries_carry_the_port_they_leave_by(start):
+    for cable, ends in zip(start.cables, ((port_mac(1, 0), port_mac(2, 0)),
+                                          (port_mac(2, 1), port_mac(3, 0)))):
+        heard = [frame for frame in cable if frame.kind == "ieee1905" and frame.type == DISCOVERY]
+        assert set(ends) <= {frame.source for frame in heard}
+        for frame in heard:
+            assert frame.destination == MULTICAST and not frame.relayed
+            assert frame.types() == [1, 2, 0]
+            assert frame.tlv(2).get("ieee1905.mac_addr") == frame.source
+            assert frame.sender() == OWNER[frame.source]
+
+
+def test_queries_are_answered_with_the_whole_picture(start):
+    queries = messages(start, QUERY)
+    responses = messages(start, RESPONSE)
+    assert {OWNER[frame.source] for frame in queries} == set(MACS)
+    assert all(frame.types() == [1, 0] and frame.sender() == OWNER[frame.source]
+               for frame in queries)
+    for response in responses:
+        assert any((query.id, query.source, query.destination) ==
+                   (response.id, response.destination, response.source) for query in queries)
+        assert re.fullmatch(r"3 (4 )?(6 )*(7 )*1 0", " ".join(map(str, response.types())))
+        own = response.sender()
+        information = response.tlv(3)
+        assert own == OWNER[response.source] == information.get("ieee1905.1905_al_mac_addr")
+        assert information.all("ieee1905.mac_addr") == PORTS[own]
+    for own in MACS:
+        last = [frame for frame in responses if frame.sender() == own][-1]
+        assert {port: set(others) for port, others in last.neighbors().items()} == HEARD[own]
+        if own == MACS[1]:
+            assert last.tlv(4).all("ieee1905.bridging_info.mac_address") == PORTS[own]
+
+
+def test_lldp_names_device_and_port_and_stays_on_its_cable(start):
+    for cable, ends in zip(start.cables, ((port_mac(1, 0), port_mac(2, 0)),
+                                          (port_mac(2, 1), port_mac(3, 0)))):
+        heard = [frame for frame in cable if frame.kind == "lldp"]
+        assert {frame.source for frame in heard} == set(ends)
+        for frame in heard:
+            assert frame.destination == NEAREST_BRIDGE
+            assert frame.get("lldp.chassis.id.mac") == OWNER[frame.source]
+            assert frame.get("lldp.port.id.mac") == frame.source
+            assert frame.get("lldp.time_to_live") == "180"
+
+
+def test_nothing_bounces_back(start):
+    """A multicast passes a cable once as sent, carried on by the bridge of the middle device, and
+    if it is to be relayed once more as that device relays it; and never returns."""
+    sides = ({MACS[0]}, {MACS[2]})
+    for cable, outer in zip(start.cables, sides):
+        copies = {}
+        for frame in cable:
+            if frame.kind == "ieee1905" and frame.type in (DISCOVERY, NOTIFICATION):
+                key = (frame.sender(), frame.type, frame.id)
+                copies.setdefault(key, []).append(OWNER[frame.source])
+        assert any(kind == NOTIFICATION for _, kind, _ in copies)
+        for (sender, kind, _), sources in copies.items():
+            allowed = [sender]
+            if kind == NOTIFICATION and sender not in outer | {MACS[1]}:
+                allowed.append(MACS[1])
+            assert sorted(sources) == sorted(allowed), (sender, kind, sources)
+
+
+def test_a_settled_mesh_is_quiet(start):
+    # Everything up to the next periodic discovery, a minute after the start.
+    with start.lab.capture("dev1", "dev2") as cable:
+        time.sleep(15)
+    assert len(decode(cable.data)) <= 10

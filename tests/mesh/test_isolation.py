@@ -1,0 +1,80 @@
+"""With the hops isolated a device hears nobody but its neighbours, and only relaying carries a
+multicast further."""
+
+import time
+
+import pytest
+from frames import DISCOVERY, NOTIFICATION, decode
+from lab import Lab, al_mac, port_mac, wait_until
+from model import numbered, remotes
+
+
+@pytest.fixture(scope="module")
+def start():
+    with Lab("line", "3", "--isolate") as lab:
+        lab("kill", "dev1", "dev2", "dev3")
+        with lab.capture("dev1", "dev2") as first, lab.capture("dev2", "dev3") as second:
+            lab("start", "dev1", "dev2", "dev3")
+            time.sleep(12)
+            end = time.time()
+            time.sleep(1)  # what is sent up to the end is to pass both cables
+        yield lab, *([frame for frame in decode(cable.data)
+                      if frame.time < end or frame.source == middle]
+                     for cable, middle in ((first, port_mac(2, 0)), (second, port_mac(2, 1))))
+
+
+def test_each_knows_its_direct_neighbors_only(start):
+    lab, _, _ = start
+    for name, others in (("dev1", {al_mac(2)}), ("dev2", {al_mac(1), al_mac(3)}),
+                         ("dev3", {al_mac(2)})):
+        assert set(remotes(lab.model(name))) == others
+        middle = remotes(lab.model(name)).get(al_mac(2))
+        if middle:
+            assert {entry["NeighborDeviceId"] for entry in numbered(middle, "IEEE1905Neighbor")} \
+                == {al_mac(1), al_mac(3)}
+
+
+def test_a_notification_passes_the_middle_with_the_mac_of_each_hop(start):
+    lab, first, second = start
+    for cable, origin, other_cable, hop in (
+            (first, 1, second, port_mac(2, 1)), (second, 3, first, port_mac(2, 0))):
+        sent = [frame for frame in cable if frame.kind == "ieee1905" and
+                frame.type == NOTIFICATION and frame.source == port_mac(origin, 0)]
+        passed = [frame for frame in other_cable if frame.kind == "ieee1905" and
+                  frame.sender() == al_mac(origin)]
+        assert sent and {frame.sender() for frame in sent} == {al_mac(origin)}
+        assert {(frame.type, frame.source, frame.relayed) for frame in passed} == {
+            (NOTIFICATION, hop, True)}
+        # Each once; the last may have been sent after the end.
+        assert [frame.id for frame in passed][:len(sent)] == [frame.id for frame in sent]
+        end = f"dev{4 - origin}"
+        assert f"macSa = {hop}, version = 0xa0, type = 1, id = {sent[0].id}" in lab.log(end)
+
+
+def test_the_bridge_carries_no_1905_frame_on(start):
+    _, first, second = start
+    for cable, others in ((first, {port_mac(3, 0), port_mac(2, 1)}),
+                          (second, {port_mac(1, 0), port_mac(2, 0)})):
+        assert any(frame.kind == "ieee1905" and frame.type == DISCOVERY for frame in cable)
+        assert not [frame for frame in cable if frame.source in others]
+
+
+def test_a_settled_mesh_is_quiet(start):
+    lab, _, _ = start
+    with lab.capture("dev1", "dev2") as cable:
+        time.sleep(10)
+    assert len(decode(cable.data)) <= 10
+
+
+def test_the_rule_goes_with_the_daemon_and_other_traffic_passes(start):
+    lab, _, _ = start
+    with lab.capture("dev2", "dev3") as cable:
+        lab.run("dev1", "python3", "-c", "import socket\n"
+                "s = socket.socket(socket.AF_PACKET, socket.SOCK_RAW)\n"
+                "s.bind(('br-lan', 0))\n"
+                "s.send(b'\\xff' * 6 + bytes.fromhex('0200000001ff88b5') + b'other' * 12)")
+        time.sleep(0.5)
+    assert b"other" * 12 in cable.data
+    lab.shell("dev2", "touch /tmp/vm1905_stop")
+    wait_until(lambda: not lab.device("dev2")["daemons"], 10, "the daemon ends")
+    assert "893a" not in lab.run("dev2", "nft", "list", "ruleset").lower()

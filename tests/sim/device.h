@@ -1,0 +1,61 @@
+// One device of a simulated mesh: the daemon's core on a scripted platform, in a process of its own
+// that is a fork of the test. It does nothing but what the test commands, one command at a time.
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "core/clock.h"
+#include "core/mac_addr.h"
+
+namespace sim {
+
+struct DeviceOptions {
+    std::vector<std::string> intfs{"eth0"};
+    std::vector<std::string> spare{};  // interfaces that Mesh::plugIn can bring later
+    bool forwards = false;             // its kernel bridge forwards between the interfaces
+    uint8_t debugLevel = 3;
+    std::function<void()> prepare{};  // runs in the device, before its daemon starts
+};
+
+// Runs in the device, between two passes of its daemon. What it returns, or throws, goes back to
+// the test. A device being a fork, functions have the same address here and there.
+using Command = std::string (*)(const std::string& argument);
+
+struct SiteIntf {
+    std::string name;
+    MacAddr mac;
+    unsigned ifIndex = 0;
+    int cable = -1;  // the device's end
+    bool present = true;
+};
+
+// Where a device finds itself.
+struct Site {
+    std::string name;
+    std::string folder;  // its configuration, data-model files and log
+    MacAddr alMac;
+    std::vector<SiteIntf> intfs{};
+    int control = -1;
+    const std::atomic<Seconds>* clock = nullptr;
+};
+
+// Carries out the commands that come by the control socket until it is closed; never returns.
+[[noreturn]] void runDevice(const DeviceOptions& options, const Site& site);
+
+// Passes of the daemon until one finds no frame to receive.
+std::string step(const std::string& unused);
+// The kernel has or loses an interface; the platform library reports it on its next run.
+std::string plugIn(const std::string& intf);
+std::string plugOut(const std::string& intf);
+// The platform library reports a new text of the LED.
+std::string changeLed(const std::string& text);
+// Write a file now that else comes later or for somebody who asks.
+std::string writeDataModel(const std::string& unused);
+std::string writeChangeLog(const std::string& unused);
+// The sizes of all tables that the neighbours can make grow.
+std::string tableSizes(const std::string& unused);
+
+}  // namespace sim

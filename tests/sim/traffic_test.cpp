@@ -1,0 +1,78 @@
+#include <gtest/gtest.h>
+
+#include <ostream>
+
+#include "sim/mesh.h"
+#include "sim/picture.h"
+
+namespace sim {
+namespace {
+
+struct Quiet {
+    size_t devices;
+    Seconds spacing;  // between their starts
+    Seconds minutes;
+};
+
+void PrintTo(const Quiet& quiet, std::ostream* out) {
+    *out << quiet.devices << " devices, " << quiet.spacing << " s apart";
+}
+
+class QuietMesh : public testing::TestWithParam<Quiet> {};
+
+// On one shared segment, each minute: every device multicasts its two discoveries. To a neighbour
+// that it did not hear of within 5 seconds each device answers with a vendor discovery and a query,
+// and is answered; its vendor discovery may be such news to the first, so that both ask: 6 frames.
+// 3 seconds after any such news a device multicasts a notification, to which every other device
+// asks a query that is answered: 2 frames. When all discoveries fall into one second, so do the
+// news; else there may be news at each device's turn.
+TEST_P(QuietMesh, SendsNoMoreThanItsPeriodsAskFor) {
+    const auto [n, spacing, minutes] = GetParam();
+    Mesh mesh;
+    std::vector<Device> devices;
+    const Segment segment = mesh.segment({});
+    for (size_t i = 0; i < n; i++) {
+        devices.push_back(mesh.addDevice("d" + std::to_string(i), {.debugLevel = 2}));
+        mesh.attach(segment, {devices.back(), "eth0"});
+        mesh.run(spacing);
+    }
+    mesh.run(130);
+    std::vector<std::string> sizes;
+    for (const Device device : devices) sizes.push_back(mesh.command(device, tableSizes));
+
+    const size_t before = mesh.framesSent();
+    mesh.run(60 * minutes);
+    const size_t perMinute = (mesh.framesSent() - before) / static_cast<size_t>(minutes);
+    const size_t notifications = spacing == 0 ? 1 : n;
+    EXPECT_LE(perMinute, n * (2 + notifications + (n - 1) * (6 + 2 * notifications)));
+    EXPECT_GE(perMinute, n * 2 + n * (n - 1) * 3) << "the mesh is asleep";
+
+    for (size_t i = 0; i < n; i++) EXPECT_EQ(mesh.command(devices[i], tableSizes), sizes[i]) << i;
+    EXPECT_EQ(remotes(mesh.json(devices[0])).size(), n - 1);
+}
+INSTANTIATE_TEST_SUITE_P(Of, QuietMesh,
+                         testing::Values(Quiet{5, 0, 60}, Quiet{5, 11, 10}, Quiet{20, 0, 2}),
+                         [](const auto& test) {
+                             return std::to_string(test.param.devices) + "DevicesStarted" +
+                                    std::to_string(test.param.spacing) + "SecondsApart";
+                         });
+
+// Neighbours on two interfaces are no news each time that they are told. On both cables, each
+// minute: 8 discoveries, 6 frames for each pair of neighbours; a notification of each device and
+// one more where a device further off comes and goes by its notifications alone, each of them 2
+// frames and 2 queries that are answered.
+TEST(QuietLine, IsQuiet) {
+    Mesh mesh;
+    const Device a = mesh.addDevice("a");
+    const Device b = mesh.addDevice("b", {.intfs = {"eth0", "eth1"}});
+    const Device c = mesh.addDevice("c");
+    mesh.cable(a, "eth0", b, "eth0");
+    mesh.cable(b, "eth1", c, "eth0");
+    mesh.run(130);
+    const size_t before = mesh.framesSent();
+    mesh.run(600);
+    EXPECT_LE((mesh.framesSent() - before) / 10, 8U + 2 * 6 + 3 * 2 * 6);
+}
+
+}  // namespace
+}  // namespace sim

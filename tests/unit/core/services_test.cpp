@@ -1,0 +1,81 @@
+// The command line, the discovery alarm, and the coalesced rewrite of the data model.
+#include <iterator>
+#include <sstream>
+
+#include "core/alarm.h"
+#include "core/command_line.h"
+#include "core/sys_ctrl.h"
+#include "support/device.h"
+#include "support/log_capture.h"
+
+namespace {
+
+// "usage" or the values.
+std::string parsed(const std::string& args) {
+    std::istringstream in("vm1905 " + args);
+    std::vector<std::string> words{std::istream_iterator<std::string>(in), {}};
+    std::vector<char*> argv;
+    for (auto& word : words) argv.push_back(word.data());
+    CommandLine c;
+    if (!parseCommandLine(static_cast<int>(argv.size()), argv.data(), c)) return "usage";
+    std::string all = c.confFolder + " '" + c.modelName + "'";
+    for (const int value : {c.debugLevel, c.topolCap, c.reboot, c.powerCtrl, c.enableLog})
+        all += " " + std::to_string(value);
+    for (const int value : {c.deviceType, c.sendSearch, c.sendResponse, c.wifiReload, c.approve})
+        all += " " + std::to_string(value);
+    return all;
+}
+
+TEST(CommandLine, IsReadLikeThis) {
+    const std::string none = "/etc/vm1905 '' -1 -1 -1 -1 -1 0 0 0 0 0";
+    EXPECT_EQ(parsed("-c /c -d 4 -t 0 -r 1 -p 2 -l x -m M -x 1 -y 7 -z 8 -w 1 -a 1"),
+              "/c 'M' 4 0 1 2 0 1 7 8 1 1");
+    EXPECT_EQ(parsed("-d 1 -dxyz 5"), "/etc/vm1905 '' 5 -1 -1 -1 -1 0 0 0 0 0")
+        << "the last counts";
+    for (const char* args : {"", "foo - restart", "-d", "-c"})
+        EXPECT_EQ(parsed(args), none) << args;
+    for (const char* args : {"-h", "-Q", "-1", "--help", "-b 1"}) EXPECT_EQ(parsed(args), "usage");
+    // A value is looked at as an option too.
+    EXPECT_EQ(parsed("-d -1"), "usage");
+    EXPECT_EQ(parsed("-c -t 1"), "-t '' -1 1 -1 -1 -1 0 0 0 0 0");
+}
+
+int fired, written, notified;
+
+using Services = Device;
+
+TEST_F(Services, AlarmFiresOnceWhenDue) {
+    getSysCtrl().discAlarmHandler = nullptr;
+    LogCapture log(1);
+    EXPECT_EQ(setDiscMsgTransAlarmHandler(nullptr), kFailure);
+    (void)setDiscMsgTransAlarm(0);
+    EXPECT_EQ(checkAlarms(), kFailure);
+    EXPECT_EQ(checkAlarms(), kOk) << "disarmed all the same";
+    EXPECT_EQ(occurrences(log.text(), "transmission alarm handler is NULL\r\n"), 1U);
+    EXPECT_EQ(setDiscMsgTransAlarmHandler([] { return ++fired; }), kOk);
+    for (const auto& [earlier, last] : {std::pair{60, 0}, {6, 60}, {60, 6}, {0, 40'000}}) {
+        fired = 0;
+        (void)setDiscMsgTransAlarm(static_cast<uint16_t>(earlier));
+        (void)setDiscMsgTransAlarm(static_cast<uint16_t>(last));
+        for (int second = 0; second <= last + 60; second++) {
+            EXPECT_EQ(fired, second > last ? 1 : 0);
+            EXPECT_EQ(checkAlarms(), kOk);
+            advance(1);
+        }
+    }
+}
+
+TEST_F(Services, BurstOfChangesGivesOneRewrite) {
+    requestHandlers().writeJsonDataModel = [] { return ++written; };
+    requestHandlers().requestSendTopolNtfMsg = [] { return ++notified; };
+    for (const auto& [flag, writtenThen] :
+         {std::pair{0, 0}, {1, 0}, {2, 1}, {2, 1}, {2, 1}, {2, 2}}) {
+        (void)requestUpdateDataModel(flag);
+        EXPECT_EQ(checkDataModelStatus(), kOk);
+        EXPECT_EQ(written, writtenThen) << "two seconds after the first request";
+        advance(1);
+    }
+    EXPECT_EQ(notified, 1) << "for flag 1 alone";
+}
+
+}  // namespace

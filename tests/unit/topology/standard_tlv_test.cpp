@@ -1,0 +1,352 @@
+#include "topology/standard_tlv.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "core/result.h"
+#include "support/fake_platform.h"
+#include "support/frames.h"
+#include "support/log_capture.h"
+#include "topology/data_manager.h"
+#include "topology/media_type.h"
+
+namespace {
+
+const MacAddr kMac{1, 2, 3, 4, 5, 6};
+const MacAddr kPeer{0x0a, 0x0b, 0x0c, 0x0d, 0x0e, 0x0f};
+const std::string kOwnAl = "021905000001";
+
+// Two links, all fields different.
+const LinkMetricInfo kLinks{kPeer,
+                            {{kMac, kPeer, 0x0105, 1, 0x11121314, 0x21222324, 0x31323334,
+                              0x41424344, 0x5152, 0x6162, 0x7172, 0x81},
+                             {kMac, {7, 7, 7, 7, 7, 7}, 1, 0, 1, 2, 3, 4, 5, 6, 7, 8}}};
+const std::string kTxHex =
+    "090046 0a0b0c0d0e0f 0a0b0c0d0e0f"
+    "010203040506 0a0b0c0d0e0f 0105 01 11121314 21222324 5152 6162 7172"
+    "010203040506 070707070707 0001 00 00000001 00000002 0005 0006 0007";
+const std::string kRxHex =
+    "0a003a 0a0b0c0d0e0f 0a0b0c0d0e0f"
+    "010203040506 0a0b0c0d0e0f 0105 31323334 41424344 81"
+    "010203040506 070707070707 0001 00000003 00000004 08";
+const std::string kEventHex = "12000a 02 0105 03 aabbcc 0001 00";
+
+class StandardTlv : public testing::Test {
+  protected:
+    void SetUp() override {
+        fakePlatform().reset();
+        auto& intfs = fakePlatform().intfs;
+        intfs[0].mediaType = 0x0105;
+        intfs[0].mediaInfo = {0xAA, 0xBB};
+        intfs[0].nbrs = {kMac, kPeer, {7, 7, 7, 7, 7, 7}, {8, 8, 8, 8, 8, 8}};
+        fakePlatform().brdgTuples = {{intfs[0].mac, intfs[1].mac}, {}};
+        ASSERT_EQ(initDataManager(), kOk);
+        auto& nbrs = getIntfTable().front().nbrs;
+        nbrs[1].is1905 = nbrs[3].is1905 = true;
+        nbrs[1].nbrAlMac = kPeer;
+        nbrs[1].bridgeFlag = 1;
+        nbrs[3].nbrAlMac = kMac;
+    }
+    void TearDown() override { (void)destroyDataManager(); }
+};
+
+Frame flat(const std::optional<Tlv>& tlv) {
+    return tlv ? tlvBytes(tlv->type, tlv->value) : Frame{};
+}
+
+TEST_F(StandardTlv, GeneratorsWriteTheseBytes) {
+    const Wsc wsc{{1, 2, 3}, {}};
+    const PBEventNtf event{{{0x0105, {0xAA, 0xBB, 0xCC}}, {1, {}}}};
+    const PBJoinNtf join{kMac, 0x1234, kPeer, kMac};
+    const std::pair<std::optional<Tlv>, std::string> cases[] = {
+        {genChassisIdTlv(), "010007 04" + kOwnAl},
+        {genPortIdTlv(kMac), "020007 03 010203040506"},
+        {genTtlTlv(), "030002 00b4"},
+        {genEndOfLldpduTlv(), "000000"},
+        {genEndOfMsgTlv(), "000000"},
+        {genAlMacTlv(), "010006" + kOwnAl},
+        {genMacTlv(kMac), "020006 010203040506"},
+        {genDevInfoTlv(), "03001b" + kOwnAl + "02 021905000100 0105 02aabb 021905000101 0001 00"},
+        {genDevBrdgCapTlv(), "04000f 02 02 021905000100 021905000101 00"},
+        {genNon1905NbrDevTlv(0), "060012 021905000100 010203040506 070707070707"},
+        {gen1905NbrDevTlv(0), "070014 021905000100 0a0b0c0d0e0f80 01020304050600"},
+        {genNon1905NbrDevTlv(1), ""},  // no neighbours
+        {gen1905NbrDevTlv(1), ""},
+        {genNon1905NbrDevTlv(2), ""},  // no interface
+        {genMetricQueryTlv({1, kMac, 2}), "080008 01 010203040506 02"},
+        {genMetricQueryTlv({0, kMac, 1}), "080008 00 000000000000 01"},
+        {genTxMetricTlv(kLinks), kTxHex},
+        {genRxMetricTlv(kLinks), kRxHex},
+        {genTxMetricTlv({kMac, {}}), "09000c 010203040506 010203040506"},
+        {genMetricResCodeTlv(), "0c0001 00"},
+        {genSearchRoleTlv(0x1FE), "0d0001 fe"},
+        {genAutoConfFreqBandTlv(1), "0e0001 01"},
+        {genSupportedRoleTlv(2), "0f0001 02"},
+        {genSupportedFreqBandTlv(3), "100001 03"},
+        {genWscTlv(wsc), "110003 010203"},
+        {genWscTlv({}), "110000"},
+        {genWscUpdatetimeTlv("2024010203"), "50000a 32303234303130323033"},
+        {genPBEventNtfTlv(event), kEventHex},
+        {genPBJoinNtfTlv(join), "130014 010203040506 1234 0a0b0c0d0e0f 010203040506"},
+    };
+    for (const auto& [tlv, bytes] : cases) EXPECT_EQ(flat(tlv), hex(bytes)) << bytes;
+}
+
+TEST_F(StandardTlv, NothingIsGeneratedFromNothing) {
+    fakePlatform().intfs.resize(3);  // the platform is ahead of the table
+    LogCapture log(4);
+    EXPECT_FALSE(genDevInfoTlv());
+    EXPECT_NE(log.finish().find("intfTable == NULL \r\n"), std::string::npos);
+    fakePlatform().brdgTuples.clear();
+    (void)requestUpdateBrdgCap();
+    EXPECT_FALSE(genDevBrdgCapTlv());
+    EXPECT_TRUE(genWscTlv({std::vector<uint8_t>(0xFFFF), {}}));
+    EXPECT_FALSE(genWscTlv({std::vector<uint8_t>(0x10000), {}}));  // more than a length can say
+    EXPECT_FALSE(genTxMetricTlv({kMac, std::vector<LinkMetric>(2260)}));
+    (void)destroyDataManager();
+    for (const auto& tlv : {genChassisIdTlv(), genAlMacTlv(), genDevInfoTlv(), genDevBrdgCapTlv(),
+                            genNon1905NbrDevTlv(0), gen1905NbrDevTlv(0)}) {
+        EXPECT_FALSE(tlv);
+    }
+}
+
+// Every parser with a TLV that it accepts, which is encoded again from what was decoded.
+struct ParserCase {
+    std::string bytes;
+    std::function<size_t(Bytes)> parse;
+    std::string rejection;
+};
+
+Ieee1905DevTable dev;
+LinkMetricInfo metrics;
+MetricQuery query;
+PBEventNtf event;
+PBJoinNtf join;
+Wsc wsc;
+Text<32> updateTime;
+MacAddr mac;
+uint16_t ttl;
+uint8_t byte;
+
+void clearDestinations() {
+    dev = {};
+    metrics = {};
+    query = {};
+    event = {};
+    join = {};
+    wsc = {};
+    updateTime = "";
+}
+
+const std::vector<ParserCase> kParsers{
+    {"0207 04 010203040506", [](Bytes b) { return parseChassisIdTlv(mac, b); },
+     "incorrect LLDP chassis ID TLV (tlvType = "},
+    {"0407 03 010203040506", [](Bytes b) { return parsePortIdTlv(mac, b); },
+     "incorrect LLDP port ID TLV (tlvType = "},
+    {"0602 00b4", [](Bytes b) { return parseTtlTlv(ttl, b); },
+     "incorrect LLDP time to live TLV\r\n"},
+    {"010006 010203040506", [](Bytes b) { return parseAlMacTlv(mac, b); },
+     "invalid 1905.1 AL MAC address TLV\r\n"},
+    {"020006 010203040506", [](Bytes b) { return parseMacTlv(mac, b); },
+     "invalid 1905.1 MAC address TLV\r\n"},
+    {"03001b 021905000001 02 021905000100 0105 02aabb 021905000101 0001 00",
+     [](Bytes b) { return parseDevInfoTlv(dev, 7, b); },
+     "invalid 1905.1 device information type TLV\r\n"},
+    {"04000f 02 00 02 010203040506 0a0b0c0d0e0f",
+     [](Bytes b) { return parseDevBrdgCapTlv(dev, b); },
+     "invalid device bridging capability TLV\r\n"},
+    {"060012 021905000100 010203040506 070707070707",
+     [](Bytes b) { return parseNon1905NbrDevTlv(dev, b); },
+     "invalid non-1905 neighbor device list TLV\r\n"},
+    {"070014 021905000100 0a0b0c0d0e0f80 0102030405067f",
+     [](Bytes b) { return parse1905NbrDevTlv(dev, b); },
+     "invalid 1905.1 neighbor device list TLV\r\n"},
+    {"080008 01 010203040506 02", [](Bytes b) { return parseMetricQueryTlv(query, b); },
+     "invalid link metric query TLV\r\n"},
+    {kTxHex, [](Bytes b) { return parseTxMetricTlv(metrics, b); },
+     "invalid 1905.1 transmitter link metric TLV\r\n"},
+    {kRxHex, [](Bytes b) { return parseRxMetricTlv(metrics, b); },
+     "invalid 1905.1 receiver link metric TLV\r\n"},
+    {"0c0001 05", [](Bytes b) { return parseMetricResCodeTlv(byte, b); },
+     "invalid link metric result code TLV\r\n"},
+    {"0d0001 05", [](Bytes b) { return parseSrchRoleTlv(byte, b); },
+     "invalid link searchRole TLV\r\n"},
+    {"0e0001 05", [](Bytes b) { return parseAutoConfFreqBandTlv(byte, b); },
+     "invalid AutoconfigFreqBand TLV\r\n"},
+    {"0f0001 05", [](Bytes b) { return parseSupportedRoleTlv(byte, b); },
+     "invalid link SupportedRole TLV\r\n"},
+    {"100001 05", [](Bytes b) { return parseSupportedFreqBandTlv(byte, b); },
+     "invalid SupportedFreqBand TLV\r\n"},
+    {"110003 010203", [](Bytes b) { return parseWscTlv(wsc, b); },
+     "invalid SupportedFreqBand TLV\r\n"},  // meant
+    {"500002 3233", [](Bytes b) { return parseWscUpdatetimeTlv(updateTime, b); },
+     "invalid SupportedFreqBand TLV\r\n"},  // meant
+    {kEventHex, [](Bytes b) { return parsePBEventNtfTlv(event, b); },
+     "invalid Push_Button_Event notification TLV\r\n"},
+    {"130014 010203040506 1234 0a0b0c0d0e0f 010203040506",
+     [](Bytes b) { return parsePBJoinNtfTlv(join, b); },
+     "invalid Push_Button_JOIN notification TLV\r\n"},
+};
+
+// Each buffer has exactly the bytes that arrived, so that a sanitizer sees any read beyond.
+TEST(StandardTlvParsers, AcceptWholeTlvsAndRejectCutAndForeignOnes) {
+    for (const auto& c : kParsers) {
+        SCOPED_TRACE(c.bytes);
+        const Frame valid = hex(c.bytes);
+        LogCapture log(2);
+        clearDestinations();
+        EXPECT_EQ(c.parse(valid), valid.size());
+        EXPECT_EQ(c.parse(valid + hex("deadbeef")), valid.size());
+        EXPECT_EQ(log.text(), "");
+        for (size_t size = 0; size < valid.size(); size++) {
+            EXPECT_EQ(c.parse(Frame(valid.begin(), valid.begin() + static_cast<long>(size))), 0U);
+        }
+        Frame foreign = valid;
+        foreign[0] ^= 0x80;
+        EXPECT_EQ(c.parse(foreign), 0U);
+        EXPECT_EQ(occurrences(log.finish(), c.rejection), valid.size() + 1);
+    }
+}
+
+TEST(StandardTlvParsers, SurviveEveryLengthAndByte) {
+    LogCapture log(0);
+    for (const auto& c : kParsers) {
+        SCOPED_TRACE(c.bytes);
+        clearDestinations();
+        const Frame valid = hex(c.bytes);
+        for (const int length : {0, 1, 5, 6, 11, 12, 0x7F, 0xFF, 0x100, 0x7FFF, 0xFFFF}) {
+            Frame odd = valid;
+            odd[1] = static_cast<uint8_t>(length >> 8);
+            odd[2] = static_cast<uint8_t>(length);
+            EXPECT_LE(c.parse(odd), odd.size());
+            EXPECT_LE(parseUnsupportedTlv(odd), odd.size());
+        }
+        for (size_t at = 3; at < valid.size(); at++) {
+            Frame odd = valid;
+            odd[at] = 0xFF;  // also every count
+            EXPECT_LE(c.parse(odd), odd.size());
+        }
+    }
+}
+
+TEST_F(StandardTlv, DecodedContentIsWhatWasEncoded) {
+    const Frame info = flat(genDevInfoTlv());
+    clearDestinations();
+    ASSERT_EQ(parseDevInfoTlv(dev, 7, info), info.size());
+    EXPECT_EQ(dev.alMac, *getAlMac());
+    EXPECT_EQ(dev.receiverId, 7);
+    ASSERT_EQ(dev.intfs.size(), 2U);
+    EXPECT_EQ(dev.intfs[0].mac, fakePlatform().intfs[0].mac);
+    EXPECT_EQ(dev.intfs[0].mediaType, 0x0105);
+    EXPECT_EQ(dev.intfs[0].mediaInfo, (MediaInfo{0xAA, 0xBB}));
+    EXPECT_EQ(dev.intfs[0].pwrState, 255);
+    EXPECT_TRUE(dev.intfs[1].mediaInfo.empty());
+
+    (void)parseDevBrdgCapTlv(dev, flat(genDevBrdgCapTlv()));
+    (void)parseDevBrdgCapTlv(dev, flat(genDevBrdgCapTlv()));  // repeated: appended
+    ASSERT_EQ(dev.brdgTuples.size(), 4U);
+    EXPECT_EQ(dev.brdgTuples[2].macs, fakePlatform().brdgTuples[0]);
+    (void)parseNon1905NbrDevTlv(dev, flat(genNon1905NbrDevTlv(0)));
+    ASSERT_EQ(dev.non1905Lists.size(), 1U);
+    EXPECT_EQ(dev.non1905Lists[0].localIntfMac, dev.intfs[0].mac);
+    EXPECT_EQ(dev.non1905Lists[0].nbrs, (std::vector<MacAddr>{kMac, {7, 7, 7, 7, 7, 7}}));
+    (void)parse1905NbrDevTlv(dev, flat(gen1905NbrDevTlv(0)));
+    ASSERT_EQ(dev.ieee1905NbrNum(), 2U);
+    EXPECT_EQ(dev.ieee1905Lists[0].nbrs[0].alMac, kPeer);
+    EXPECT_EQ(dev.ieee1905Lists[0].nbrs[0].bridgeFlag, 1);
+    EXPECT_EQ(dev.ieee1905Lists[0].nbrs[1].bridgeFlag, 0);
+
+    (void)parsePBEventNtfTlv(event, hex(kEventHex));
+    EXPECT_EQ(flat(genPBEventNtfTlv(event)), hex(kEventHex));
+    const Frame joined = flat(genPBJoinNtfTlv({kMac, 0x1234, kPeer, {7, 7, 7, 7, 7, 7}}));
+    (void)parsePBJoinNtfTlv(join, joined);
+    EXPECT_EQ(flat(genPBJoinNtfTlv(join)), joined);
+    (void)parseWscTlv(wsc, hex("110003 010203"));
+    EXPECT_EQ(wsc.frame, hex("010203"));
+    (void)parseWscUpdatetimeTlv(updateTime, tlvBytes(kTlvWscUpdateTime, Frame(40, '7')));
+    EXPECT_EQ(updateTime, std::string(31, '7'));  // cut
+    EXPECT_EQ(parseSupportedFreqBandTlv(byte, hex("100001 2a")), 4U);
+    EXPECT_EQ(byte, 0x2a);
+}
+
+TEST(StandardTlvParsers, LinkMetricsMergeByInterfacePair) {
+    LinkMetricInfo info;
+    (void)parseTxMetricTlv(info, hex(kTxHex));
+    (void)parseRxMetricTlv(info, hex(kRxHex));
+    ASSERT_EQ(info.links.size(), 2U);
+    EXPECT_EQ(flat(genTxMetricTlv(info)), hex(kTxHex));
+    EXPECT_EQ(flat(genRxMetricTlv(info)), hex(kRxHex));
+    // Two different AL MACs: the second stays, which is meant.
+    EXPECT_EQ(parseTxMetricTlv(info, hex("09000c 070707070707 010203040506")), 15U);
+    EXPECT_EQ(info.alMac, kMac);
+}
+
+TEST(StandardTlvParsers, OddFormsThatAreMeant) {
+    MetricQuery q;
+    EXPECT_EQ(parseMetricQueryTlv(q, hex("080002 01 010203040506 02")), 11U);
+    EXPECT_EQ(q.nbrAlMac, kMac);
+    EXPECT_EQ(q.metrics, 2);
+    EXPECT_EQ(parseMetricQueryTlv(q, hex("080008 00 01 0203040506 02")), 5U);
+    EXPECT_EQ(q.metrics, 1);
+    EXPECT_EQ(parseMetricQueryTlv(q, hex("080003 00 01 02")), 0U);
+
+    Ieee1905DevTable d;
+    EXPECT_EQ(parseNon1905NbrDevTlv(d, hex("060006 010203040506")), 9U);
+    EXPECT_EQ(parseNon1905NbrDevTlv(d, hex("06000b 010203040506 0102030405")), 9U);
+    EXPECT_EQ(parse1905NbrDevTlv(d, hex("07000c 010203040506 010203040506")), 9U);
+    ASSERT_EQ(d.non1905Lists.size(), 2U);
+    EXPECT_EQ(d.non1905NbrNum(), 0U);
+    // 258 neighbours count as 2.
+    EXPECT_EQ(parseNon1905NbrDevTlv(d, tlvBytes(kTlvNon1905Nbr, Frame(6 + 6 * 258, 1))), 21U);
+    EXPECT_EQ(d.non1905NbrNum(), 2U);
+
+    uint16_t seconds = 0;
+    EXPECT_EQ(parseTtlTlv(seconds, hex("0602 0078")), 0U);  // 120
+    MacAddr id;
+    EXPECT_EQ(parseChassisIdTlv(id, hex("0207 07 010203040506")), 0U);
+    EXPECT_EQ(parseChassisIdTlv(id, hex("0208 04 010203040506 00")), 0U);
+    EXPECT_TRUE(id.isZero());
+}
+
+TEST(StandardTlvParsers, TooShortForTheirFixedPart) {
+    const Frame rest(0x4000, 0);  // so that a negative count would find its entries
+    for (const auto& [header, index] : {std::pair{"030006", 5},
+                                        {"040000", 6},
+                                        {"060005", 7},
+                                        {"070005", 8},
+                                        {"09000b", 10},
+                                        {"0a0000", 11},
+                                        {"120000", 19}}) {
+        EXPECT_EQ(kParsers.at(static_cast<size_t>(index)).parse(hex(header) + rest), 0U) << header;
+    }
+}
+
+TEST(StandardTlvParsers, MarkersAndOtherTypes) {
+    EXPECT_EQ(parseEndOfMsgTlv(hex("000000")), kOk);
+    EXPECT_EQ(parseEndOfLldpduTlv(hex("0000")), kOk);
+    LogCapture log(4);
+    for (const char* bad : {"", "00", "0000", "000001", "010000"}) {
+        EXPECT_EQ(parseEndOfMsgTlv(hex(bad)), kFailure) << bad;
+    }
+    for (const char* bad : {"", "00", "0001", "0200"}) {
+        EXPECT_EQ(parseEndOfLldpduTlv(hex(bad)), kFailure) << bad;
+    }
+    EXPECT_NE(log.text().find("TLV (type=0/len=1): invalid end of message TLV\r\n"),
+              std::string::npos);
+    EXPECT_EQ(parseUnsupportedTlv(hex("140002 0102 01")), 5U);
+    EXPECT_NE(log.text().find("discard unsupported TLV (type = 20)\r\n"), std::string::npos);
+    EXPECT_EQ(parseUnsupportedTlv(hex("140002 01")), 0U);
+    EXPECT_EQ(parseDevBrdgCapTlv(dev, hex("040002 01 00")), 5U);
+    EXPECT_NE(log.finish().find("the number of MAC address in this bridging tuple is 0\r\n"),
+              std::string::npos);
+}
+
+TEST(MediaType, LabelsOfKnownCodesOnly) {
+    EXPECT_STREQ(mediaTypeLabel(0x0107), "IEEE 802.11af (IEEE 802.11af)");
+    for (const uint32_t code : {0x0002U, 0x0108U, 0x0302U, 0xFFFFU, 0x10000U}) {
+        EXPECT_STREQ(mediaTypeLabel(code), "Unknown");
+    }
+}
+
+}  // namespace
