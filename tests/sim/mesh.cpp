@@ -1,6 +1,5 @@
 #include "sim/mesh.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
@@ -8,13 +7,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <new>
 #include <stdexcept>
 #include <system_error>
@@ -26,7 +26,7 @@ namespace fs = std::filesystem;
 
 constexpr Seconds kBeginning = 1'700'000'000;
 constexpr time_t kPatience = 20;         // real seconds for an answer
-constexpr size_t kBatch = 32;            // frames an interface, few enough for every buffer
+constexpr size_t kBatch = 32;            // frames an interface and round; every buffer holds them
 constexpr size_t kLogTail = 3000;        // shown of a failed device
 constexpr unsigned kMaxHops = 64;        // through forwarding devices
 constexpr size_t kMaxFolder = 31;        // of the daemon's options

@@ -57,22 +57,29 @@ INSTANTIATE_TEST_SUITE_P(Of, QuietMesh,
                                     std::to_string(test.param.spacing) + "SecondsApart";
                          });
 
-// Neighbours on two interfaces are no news each time that they are told. On both cables, each
-// minute: 8 discoveries, 6 frames for each pair of neighbours; a notification of each device and
-// one more where a device further off comes and goes by its notifications alone, each of them 2
+class QuietLine : public testing::TestWithParam<bool> {};
+
+// That the device in the middle has neighbours on two interfaces is no news each time it is told.
+// On both cables, each minute: 8 discoveries; 6 frames for each pair of neighbours, of which there
+// are 2, and 3 when the hop forwards; a notification of each device, without forwarding one more
+// because of devices further off, which come and go by their notifications alone; each of them is 2
 // frames and 2 queries that are answered.
-TEST(QuietLine, IsQuiet) {
+TEST_P(QuietLine, IsQuiet) {
+    const bool forwards = GetParam();
     Mesh mesh;
     const Device a = mesh.addDevice("a");
-    const Device b = mesh.addDevice("b", {.intfs = {"eth0", "eth1"}});
+    const Device b = mesh.addDevice("b", {.intfs = {"eth0", "eth1"}, .forwards = forwards});
     const Device c = mesh.addDevice("c");
     mesh.cable(a, "eth0", b, "eth0");
     mesh.cable(b, "eth1", c, "eth0");
     mesh.run(130);
     const size_t before = mesh.framesSent();
     mesh.run(600);
-    EXPECT_LE((mesh.framesSent() - before) / 10, 8U + 2 * 6 + 3 * 2 * 6);
+    EXPECT_LE((mesh.framesSent() - before) / 10, 8U + (forwards ? 3 * 6 + 3 * 6 : 2 * 6 + 6 * 6));
 }
+INSTANTIATE_TEST_SUITE_P(With, QuietLine, testing::Bool(), [](const auto& test) {
+    return test.param ? "ForwardingHop" : "IsolatedHops";
+});
 
 }  // namespace
 }  // namespace sim

@@ -194,6 +194,8 @@ TEST_F(Transmitter, ResponsesArePairedOnce) {
     (void)requestSend1905UcastMsg(peer(1).al, kMsgTopolQuery, {}, &query);
     (void)requestSend1905McastMsg(kMsgTopolNtf, {}, &ntf);
     (void)requestSend1905McastMsg(kMsgApAutoConfSrch, &body, &search);
+    (void)requestSend1905UcastRespMsg(peer(1).al, kMsgTopolQuery, 4321, {});
+    EXPECT_EQ(checkMatchQueryRespPair(peer(1).intf, 3, 4321), 0) << "no query of ours";
     EXPECT_EQ(checkMatchQueryRespPair(peer(1).intf, 3, query), 1);
     EXPECT_EQ(checkMatchQueryRespPair(kOwnAl, 8, search), 1);
     EXPECT_EQ(checkMatchQueryRespPair(kOwnAl, 2, ntf), 0);
