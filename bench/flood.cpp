@@ -19,8 +19,8 @@
 namespace {
 
 constexpr uint16_t kEtherType = 0x893a;
-constexpr unsigned kSenders = 4;   // a handful of neighbours, as in a home
-constexpr unsigned kBatch = 32;    // frames of one system call
+constexpr unsigned kSenders = 4;  // a handful of neighbours, as in a home
+constexpr unsigned kBatch = 32;   // frames of one system call
 constexpr size_t kFrameSize = 64;
 constexpr auto kTick = std::chrono::milliseconds(1);
 
@@ -33,8 +33,8 @@ Frame discovery(unsigned long number) {
     const auto id = static_cast<uint16_t>(number / kSenders);
     const std::array<uint8_t, 6> alMac = {0x02, 0xf1, 0, 0, sender, 0xff};
     const std::array<uint8_t, 6> intfMac = {0x02, 0xf1, 0, 0, sender, 0x00};
-    const std::array<uint8_t, 8> head = {0xa0, 0, 0, 0, static_cast<uint8_t>(id >> 8),
-                                         static_cast<uint8_t>(id), 0, 0x80};
+    const std::array<uint8_t, 8> head = {
+        0xa0, 0, 0, 0, static_cast<uint8_t>(id >> 8), static_cast<uint8_t>(id), 0, 0x80};
     const std::array<uint8_t, 6> group = {0x01, 0x80, 0xc2, 0, 0, 0x13};
     const std::array<uint8_t, 2> type = {kEtherType >> 8, kEtherType & 0xff};
     const std::array<uint8_t, 3> alMacTlv = {1, 0, 6};

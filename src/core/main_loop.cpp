@@ -1,5 +1,7 @@
 #include "core/main_loop.h"
 
+#include <sched.h>
+
 #include "controller/controller_loop.h"
 #include "core/alarm.h"
 #include "core/clock.h"
@@ -80,11 +82,21 @@ int runStateMachine() {
 }
 
 int runMainLoop() {
+    Seconds lastLook = 0;
     while (getSysState() != kStopped) {
         if (getSysState() != kRunning) continue;
-        (void)checkScriptCmd();
+        // Once a second, which is how often the loop passes when nothing happens: to look costs
+        // more than to handle a frame.
+        const Seconds time = now();
+        if (time != lastLook) (void)checkScriptCmd();
+        lastLook = time;
         if (runPass() != kOk) return kFailure;
-        sleepMicroseconds(kYieldMicroseconds);
+        // A timer costs more than a frame, too: the pause is for passes that nothing has paced.
+        if (messageMonitorIsPaced()) {
+            (void)sched_yield();
+        } else {
+            sleepMicroseconds(kYieldMicroseconds);
+        }
     }
     return kOk;
 }

@@ -18,6 +18,7 @@ namespace {
 constexpr int kWaitSeconds = 1;
 
 uint32_t state = kUninit;
+bool paced = false;
 
 }  // namespace
 
@@ -66,14 +67,22 @@ int runMessageMonitor() {
         FD_SET(fd, &readable);
         limit = std::max(limit, fd + 1);
     }
-    if (waitReadable(limit, readable, kWaitSeconds) <= 0) return kOk;
+    const int ready = waitReadable(limit, readable, kWaitSeconds);
+    paced = ready == 0;
+    if (ready <= 0) return kOk;
 
     const PortsInUse guard;
     for (auto& port : getIntfPorts()) {
         const int fd = port.ieee1905Sock.get();
-        if (fd < FD_SETSIZE && FD_ISSET(fd, &readable)) (void)recv1905Msg(port);
+        if (fd >= FD_SETSIZE || !FD_ISSET(fd, &readable)) continue;
+        (void)recv1905Msg(port);
+        paced |= getRxBuffer().length > 0;
     }
     return kOk;
+}
+
+bool messageMonitorIsPaced() {
+    return paced;
 }
 
 int destroyMessageMonitor() {

@@ -12,6 +12,9 @@ int startMessageMonitor();
 // Waits at most one second and receives at most one frame a port. kOk, or kFailure when the
 // monitor was not started.
 int runMessageMonitor();
+// True when the last pass waited its time or read a frame. One that did neither would come again at
+// once, without end.
+bool messageMonitorIsPaced();
 // Closes the ports. kOk, kInvalidState when there is nothing to destroy, or kFailure.
 int destroyMessageMonitor();
 

@@ -32,6 +32,7 @@ void reportUnread(const Port& port, ssize_t size) {
 bool readFrame(const Port& port) {
     FrameBuffer& rx = getRxBuffer();
     rx.frame.fill(0);
+    rx.length = 0;
     const ssize_t size = recvfrom(port.ieee1905Sock.get(), rx.frame.data(), rx.frame.size(),
                                   MSG_DONTWAIT, nullptr, nullptr);
     if (size <= 0) {

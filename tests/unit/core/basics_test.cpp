@@ -7,7 +7,6 @@
 
 #include "core/bytes.h"
 #include "core/clock.h"
-#include "core/text.h"
 #include "support/frames.h"
 #include "support/test_clock.h"
 
@@ -75,15 +74,6 @@ TEST(Bytes, NothingOutsideTheBufferIsTouched) {
     EXPECT_FALSE(reader.ok());
     Frame out(4);
     EXPECT_FALSE(ByteWriter(out).u8(1).skip(SIZE_MAX).ok());
-}
-
-TEST(Text, IsCutToItsCapacity) {
-    Text<4> text("abcdef");
-    EXPECT_EQ(text.view(), "abc");
-    text = text.view().substr(1);
-    EXPECT_EQ(text.view(), "bc") << "from itself";
-    text = std::string_view("x\0yz", 4);
-    EXPECT_EQ(std::string_view(text.data(), 4), std::string_view("x\0\0\0", 4));
 }
 
 }  // namespace

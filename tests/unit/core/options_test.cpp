@@ -125,6 +125,7 @@ TEST_F(Options, IdentityVersionsAndRunningLevel) {
 std::string calls;  // of the hooks
 
 TEST_F(Options, SettersTellWhatChanged) {
+    calls.clear();
     optionHooks() = {
         [] { return calls += "on ", 0; }, [] { return calls += "off ", 0; },
         [](int key, int, const void*) { return calls += "key" + std::to_string(key) + " ", 0; },
@@ -143,7 +144,7 @@ TEST_F(Options, SettersTellWhatChanged) {
     EXPECT_EQ(changed * 10 + unchanged, 55);
     // Meant: stored with a limit, passed on and compared without.
     for (int i = 0; i < 2; i++) EXPECT_EQ(setMaxChangeLogEntriesOption(300), kOk);
-    for (const uint32_t enable : {1, 0, 2}) EXPECT_EQ(setEnableNetTopolOption(enable), kOk);
+    for (const uint32_t enable : {1U, 0U, 2U}) EXPECT_EQ(setEnableNetTopolOption(enable), kOk);
     EXPECT_EQ(setEnableNetTopolOption(2), kUnchanged);
     EXPECT_EQ(setDataModelFolderOption(nullptr) + setLogFolderOption(nullptr), 2 * kFailure);
     EXPECT_EQ(setDataModelFolderOption("/data") + setLogFolderOption("/log"), kOk);

@@ -66,6 +66,7 @@ TEST_F(Services, AlarmFiresOnceWhenDue) {
 }
 
 TEST_F(Services, BurstOfChangesGivesOneRewrite) {
+    written = notified = 0;
     requestHandlers().writeJsonDataModel = [] { return ++written; };
     requestHandlers().requestSendTopolNtfMsg = [] { return ++notified; };
     for (const auto& [flag, writtenThen] :

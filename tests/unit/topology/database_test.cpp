@@ -54,7 +54,6 @@ TEST_F(Database, UpdatersTellWhatChanged) {
     const std::pair<int, int> resultAndExpected[] = {
         {updateIntfPwrState("eth0", {}, 99, 2), kChanged},
         {updateIntfPwrState("eth9", kEth0, kMedia, 2), kNothingChanged},
-        {updateIntfOperStatus("eth9", kEth0, kMedia, 5), kNothingChanged},
         {updateIntfMediaType(kEth1, 99, 0x105, {}), kNothingChanged},
         {updateIntfMac("eth9", kEth0, kMedia, kA), kNothingChanged},
         {setAlTableConfValue(1, 1, &no), kOk},

@@ -135,17 +135,13 @@ TEST_F(Flow, InterfacesComeAndGo) {
     EXPECT_EQ(getIntfTable().size(), 3U) << "once";
     (void)receive("eth2", discovery(peer(2), 2));
     EXPECT_EQ(types("eth2"), "4 2 ") << "heard and spoken on";
-    EXPECT_EQ(getIntfTableByIndex(2)->nbr1905Num(), 1U);
-
     const FakeIntfDescs gone({fakePlatform().intfs[0], fakePlatform().intfs[2]});
     const IntfListEvent lost = gone.event();
     fakePlatform().intfs = {fakePlatform().intfs[1]};
-    for (int i = 0; i < 2; i++) {
-        EXPECT_EQ(fakePlatform().raiseNetStatus(NET_STATUS_INTF_REMOVED, &lost), 0U);
-        EXPECT_EQ(getIntfTable().size(), 1U);
-        EXPECT_EQ(fakeNet().openSockets("eth0") + fakeNet().openSockets("eth2"), 0U);
-        EXPECT_EQ(fakeNet().openSockets("eth1"), 1U);
-    }
+    EXPECT_EQ(fakePlatform().raiseNetStatus(NET_STATUS_INTF_REMOVED, &lost), 0U);
+    EXPECT_EQ(getIntfTable().size(), 1U);
+    EXPECT_EQ(fakeNet().openSockets("eth0") + fakeNet().openSockets("eth2"), 0U);
+    EXPECT_EQ(fakeNet().openSockets("eth1"), 1U);
     (void)receive("eth1", discovery(peer(3), 3));
     EXPECT_EQ(types("eth1"), "4 2 ");
     added.head()->nbrNum = 3;
