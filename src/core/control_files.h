@@ -2,7 +2,7 @@
 #pragma once
 
 // Looks for the files and acts on those that exist. kOk, or kFailure when the debug file cannot be
-// opened. Called on every pass of the main loop.
+// opened. Called by the main loop once a second.
 int checkScriptCmd();
 
 // True once a restart was asked for.
