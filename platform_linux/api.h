@@ -7,6 +7,7 @@
 #include "platform/descriptions.h"
 #include "platform/device.h"
 #include "platform/lifecycle.h"
+#include "platform/state.h"
 #pragma GCC visibility pop
 
 // What libvm_common_util offers to libvmNetCtrl beyond the platform functions.

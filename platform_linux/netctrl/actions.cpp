@@ -9,6 +9,7 @@
 #include "common/command.h"
 #include "common/text.h"
 #include "netctrl/notices.h"
+#include "netctrl/state.h"
 
 namespace plat {
 namespace {
@@ -45,7 +46,9 @@ int setLEDvalue(uint8_t ledOption) {
     std::string output;
     const int result = runHook("led", {number(ledOption)}, &output);
     const std::string_view status = lineOf(output, 0);
-    if (result == 0 && !status.empty()) noteLedStatus(std::string(status));
+    if (result != 0 || trim(output).empty()) return result;
+    keepLedState(status, lineOf(output, 1));
+    if (!status.empty()) noteLedStatus(std::string(status));
     return result;
 }
 
@@ -58,7 +61,9 @@ int setNetworkCtrl(uint16_t networkOption, const char* command) {
 }
 
 int setWIFICountryCode(const char* countryCode) {
-    return runHook("wifi-country-code", {orEmpty(countryCode)});
+    const int result = runHook("wifi-country-code", {orEmpty(countryCode)});
+    if (result == 0) keepWifiCountryCode(orEmpty(countryCode));
+    return result;
 }
 
 int FWCtrl(const FwCtrl* ctrl) {

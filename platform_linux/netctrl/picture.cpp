@@ -30,6 +30,7 @@ void describeMedia(const Picture& previous, Nl80211* wifi, Intf* intf) {
     if (const auto info = wifi->query(intf->index)) {
         intf->mediaType = info->onChannel || known == nullptr ? info->mediaType : known->mediaType;
         intf->mediaInfo.assign(info->info.begin(), info->info.end());
+        intf->frequency = info->frequency;
     } else {
         intf->mediaType =
             known != nullptr ? known->mediaType : ethernetMediaType(intf->name.c_str());

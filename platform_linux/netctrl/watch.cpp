@@ -114,6 +114,7 @@ class Reporter {
             reportMac(intf);
             reportMedia(intf);
             toldOf(intf).bridge = intf.bridge;
+            toldOf(intf).frequency = intf.frequency;
         }
         if (tuplesOf(now_) != oldTuples) report(NET_STATUS_BRDG_CAP, now_);
         for (const Intf& intf : now_.intfs) {

@@ -3,7 +3,11 @@
 #include <linux/genetlink.h>
 #include <linux/nl80211.h>
 
+#include <algorithm>
+#include <string>
 #include <vector>
+
+#include "common/text.h"
 
 namespace plat {
 namespace {
@@ -74,7 +78,7 @@ std::optional<WifiInfo> parseWifiInterface(nlmsghdr* message) {
     const uint32_t frequency = answer.u32(NL80211_ATTR_WIPHY_FREQ).value_or(0);
     const uint32_t type = answer.u32(NL80211_ATTR_IFTYPE).value_or(0);
 
-    WifiInfo wifi{frequency != 0, mediaTypeOf(frequency), {}};
+    WifiInfo wifi{frequency != 0, mediaTypeOf(frequency), {}, frequency};
     // An access point's own address is the BSSID. The BSSID of a station's access point would
     // need a scan result; it stays zero.
     const std::optional<MacAddr> mac = answer.mac(NL80211_ATTR_MAC);
@@ -85,6 +89,27 @@ std::optional<WifiInfo> parseWifiInterface(nlmsghdr* message) {
     wifi.info[8] = channelIndexOf(answer.u32(NL80211_ATTR_CENTER_FREQ1).value_or(frequency));
     wifi.info[9] = channelIndexOf(answer.u32(NL80211_ATTR_CENTER_FREQ2).value_or(0));
     return wifi;
+}
+
+WifiChannels channelsOf(std::vector<uint32_t> frequencies) {
+    std::sort(frequencies.begin(), frequencies.end());
+    WifiChannels channels{};
+    for (const uint32_t frequency : frequencies) {
+        const bool is24 = frequency >= 2412 && frequency <= 2484;
+        if (!is24 && (frequency < 5150 || frequency > 5895)) continue;
+        // Channel 14 stands apart from the others.
+        const std::string number =
+            frequency == 2484 ? "14" : std::to_string(channelIndexOf(frequency));
+        if (is24) {
+            if (channels.band24[0] == '\0')
+                copyText(channels.band24, sizeof channels.band24, number);
+        } else if (channels.band5[0] == '\0') {
+            copyText(channels.band5, sizeof channels.band5, number);
+        } else if (number != channels.band5) {
+            copyText(channels.band5High, sizeof channels.band5High, number);
+        }
+    }
+    return channels;
 }
 
 Nl80211::Nl80211() {

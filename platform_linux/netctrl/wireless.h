@@ -4,7 +4,9 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <vector>
 
+#include "api.h"
 #include "netctrl/netlink.h"
 
 namespace plat {
@@ -13,10 +15,16 @@ struct WifiInfo {
     bool onChannel;                // false while the radio is off: then the media type is a guess
     uint32_t mediaType;            // IEEE 1905.1 media-type code
     std::array<uint8_t, 10> info;  // its media-specific information
+    uint32_t frequency;            // MHz of its primary channel, 0 while the radio is off
 };
 
 // Reads the answer to NL80211_CMD_GET_INTERFACE; none when it describes no wireless interface.
 std::optional<WifiInfo> parseWifiInterface(nlmsghdr* message);
+
+// The channel numbers at these frequencies (MHz, 0 for none). The interfaces of one radio share a
+// channel; of two 5 GHz channels the lower is band5, and of more than two the highest band5High.
+// 6 and 60 GHz have no field.
+WifiChannels channelsOf(std::vector<uint32_t> frequencies);
 
 class Nl80211 {
   public:

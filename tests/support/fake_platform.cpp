@@ -118,6 +118,23 @@ int fillText(const char* function, char* out, size_t size, const std::string& te
     return kOk;
 }
 
+template <typename T>
+int fill(const char* function, T* out, const T& value) {
+    if (const int result = resultOf(function)) return result;
+    *out = value;
+    return kOk;
+}
+
+// Questions that are answered with a field as it stands.
+#define ANSWERS_TEXT(function, size, field)                           \
+    int function(char text[size]) {                                   \
+        return fillText(#function, text, size, fakePlatform().field); \
+    }
+#define ANSWERS(function, type, field)                     \
+    int function(type* out) {                              \
+        return fill(#function, out, fakePlatform().field); \
+    }
+
 }  // namespace
 
 FakePlatform& fakePlatform() {
@@ -256,18 +273,10 @@ int getDeviceSendMsgEnable(const char* intfName) {
     return fakePlatform().excludedIntfs.contains(intfName) ? 1 : resultOf("getDeviceSendMsgEnable");
 }
 
-int getFirmwareVersion(char text[128]) {
-    return fillText("getFirmwareVersion", text, 128, fakePlatform().firmwareVersion);
-}
-int getHostname(char text[128]) {
-    return fillText("getHostname", text, 128, fakePlatform().hostname);
-}
-int getBuildNumber(char text[32]) {
-    return fillText("getBuildNumber", text, 32, fakePlatform().buildNumber);
-}
-int getDeviceMode(char text[32]) {
-    return fillText("getDeviceMode", text, 32, fakePlatform().deviceMode);
-}
+ANSWERS_TEXT(getFirmwareVersion, 128, firmwareVersion)
+ANSWERS_TEXT(getHostname, 128, hostname)
+ANSWERS_TEXT(getBuildNumber, 32, buildNumber)
+ANSWERS_TEXT(getDeviceMode, 32, deviceMode)
 int getDeviceLANMac(uint8_t mac[PLATFORM_MAC_LEN]) {
     if (const int result = resultOf("getDeviceLANMac")) return result;
     fakePlatform().lanMac.copyTo(mac);
@@ -313,11 +322,7 @@ int setWPSConfig(int32_t deviceType, int32_t sendSearch, int32_t sendResponse) {
     }
     return result;
 }
-int getWPSConfig(WpsConfig* config) {
-    if (const int result = resultOf("getWPSConfig")) return result;
-    *config = fakePlatform().wps;
-    return kOk;
-}
+ANSWERS(getWPSConfig, WpsConfig, wps)
 int setWPSConfByBand(const char* band, int32_t sendSearch, int32_t sendResponse) {
     const int result = act("setWPSConfByBand", band, sendSearch, sendResponse);
     if (result != kOk) return result;
@@ -348,11 +353,7 @@ int getWPSSyncListByBand(WpsSyncRecord* record) {
     copyMac(record->mac, fakePlatform().wpsSyncMac.at(record->selector));
     return kOk;
 }
-int getAPautoconfig(uint8_t* setting) {
-    if (const int result = resultOf("getAPautoconfig")) return result;
-    *setting = fakePlatform().apAutoconfig;
-    return kOk;
-}
+ANSWERS(getAPautoconfig, uint8_t, apAutoconfig)
 int setAPautoconfig(uint8_t setting) {
     const int result = act("setAPautoconfig", setting);
     if (result == kOk) fakePlatform().apAutoconfig = setting;
@@ -366,11 +367,7 @@ int setWiFiReloadFlag(int32_t deviceType, int32_t reload) {
     if (result == kOk) fakePlatform().wifiReload = static_cast<uint8_t>(reload);
     return result;
 }
-int getWiFiReload(uint8_t* reload) {
-    if (const int result = resultOf("getWiFiReload")) return result;
-    *reload = fakePlatform().wifiReload;
-    return kOk;
-}
+ANSWERS(getWiFiReload, uint8_t, wifiReload)
 int setApproveFlag_flag(int32_t approve) {
     return act("setApproveFlag_flag", approve);
 }
@@ -433,7 +430,9 @@ int setNetworkCtrl(uint16_t networkOption, const char* command) {
     return act("setNetworkCtrl", networkOption, command);
 }
 int setWIFICountryCode(const char* countryCode) {
-    return act("setWIFICountryCode", countryCode);
+    const int result = act("setWIFICountryCode", countryCode);
+    if (result == kOk) fakePlatform().wifiCountryCode = countryCode;
+    return result;
 }
 
 int FWCtrl(const FwCtrl* ctrl) {
@@ -450,12 +449,8 @@ int setFWState(const char* state) {
 int setFWresult(int32_t value) {
     return act("setFWresult", value);
 }
-int getNewFWversion(char text[PLATFORM_FW_TEXT_LEN]) {
-    return fillText("getNewFWversion", text, PLATFORM_FW_TEXT_LEN, fakePlatform().newFwVersion);
-}
-int getNewFWdate(char text[PLATFORM_FW_TEXT_LEN]) {
-    return fillText("getNewFWdate", text, PLATFORM_FW_TEXT_LEN, fakePlatform().newFwDate);
-}
+ANSWERS_TEXT(getNewFWversion, PLATFORM_FW_TEXT_LEN, newFwVersion)
+ANSWERS_TEXT(getNewFWdate, PLATFORM_FW_TEXT_LEN, newFwDate)
 int getNewFWVersionByPlatform(const char*, const char*, char version[PLATFORM_FW_TEXT_LEN]) {
     return fillText("getNewFWVersionByPlatform", version, PLATFORM_FW_TEXT_LEN,
                     fakePlatform().newFwVersion);
@@ -485,13 +480,8 @@ int getWIFIConfig(WifiStationList* list) {
     return kOk;
 }
 
-int getWIFIStateSync(char data[PLATFORM_SYNC_DATA_LEN]) {
-    return fillText("getWIFIStateSync", data, PLATFORM_SYNC_DATA_LEN, fakePlatform().wifiStateSync);
-}
-int getWIFIChannelSync(char data[PLATFORM_SYNC_DATA_LEN]) {
-    return fillText("getWIFIChannelSync", data, PLATFORM_SYNC_DATA_LEN,
-                    fakePlatform().wifiChannelSync);
-}
+ANSWERS_TEXT(getWIFIStateSync, PLATFORM_SYNC_DATA_LEN, wifiStateSync)
+ANSWERS_TEXT(getWIFIChannelSync, PLATFORM_SYNC_DATA_LEN, wifiChannelSync)
 int parseWIFIStateSyncdata(const uint8_t* alMac, const char* data) {
     return act("parseWIFIStateSyncdata", MacAddr(alMac), data);
 }
@@ -584,4 +574,25 @@ int addToBlacklist(const uint8_t* staMac) {
 }
 int delFromBlacklist(const uint8_t* staMac) {
     return act("delFromBlacklist", MacAddr(staMac));
+}
+
+// State.
+
+ANSWERS_TEXT(getDeviceIP, 32, deviceIP)
+ANSWERS_TEXT(getDeviceUptime, 32, deviceUptime)
+ANSWERS_TEXT(getDaisychainOption, 32, daisychainOption)
+ANSWERS_TEXT(getCountryCode, 16, countryCode)
+ANSWERS_TEXT(getWIFICountryCode, 16, wifiCountryCode)
+ANSWERS_TEXT(getEthernetPortState, 128, ethernetPortState)
+ANSWERS_TEXT(getBackhaulType, 32, backhaulType)
+ANSWERS(getIPv6Info, IPv6Info, ipv6)
+ANSWERS(getLEDState, LedState, led)
+ANSWERS(getSecurityState, SecurityState, securityState)
+ANSWERS(getNetworkState, NetworkState, networkState)
+ANSWERS(getWIFIChannelInfo, WifiChannels, wifiChannels)
+ANSWERS(getAPautoconfigTimes, AutoConfTimes, apAutoconfigTimes)
+
+int getConfigureState(uint8_t* configure) {
+    if (fakePlatform().configure == 0) return kFailure;
+    return fill("getConfigureState", configure, fakePlatform().configure);
 }

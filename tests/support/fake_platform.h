@@ -14,6 +14,7 @@
 #include "platform/descriptions.h"
 #include "platform/device.h"
 #include "platform/lifecycle.h"
+#include "platform/state.h"
 
 struct FakeIntf {
     std::string name;
@@ -69,6 +70,21 @@ struct FakePlatform {
     std::string logFileName = "log.tgz";
     std::string logFtpUrl = "ftp://192.0.2.1/";
     std::map<MacAddr, std::vector<uint8_t>> beaconReports;
+
+    std::string deviceIP;
+    IPv6Info ipv6{};
+    std::string deviceUptime;
+    LedState led{};
+    SecurityState securityState{};
+    uint8_t configure = 0;  // 0: unknown, the question fails
+    std::string daisychainOption;
+    NetworkState networkState{};
+    std::string ethernetPortState;
+    std::string backhaulType;
+    std::string countryCode;
+    std::string wifiCountryCode;
+    WifiChannels wifiChannels{};
+    AutoConfTimes apAutoconfigTimes{};
 
     // Functions that fail, with kFailure or with the code given here.
     std::set<std::string> fail;

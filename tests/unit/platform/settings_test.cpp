@@ -55,7 +55,7 @@ std::string declaredIn(const std::string& line) {
 
 TEST(PlatformHeaders, EveryDeclaredFunctionIsThere) {
     int functions = 0;
-    for (const char* group : {"lifecycle", "descriptions", "autoconfig", "device"}) {
+    for (const char* group : {"lifecycle", "descriptions", "autoconfig", "device", "state"}) {
         std::ifstream header(std::string(PLATFORM_HEADERS) + "/" + group + ".h");
         for (std::string line; std::getline(header, line);) {
             const std::string name = declaredIn(line);

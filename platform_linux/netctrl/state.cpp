@@ -1,0 +1,332 @@
+// What this device shows of itself. The network is the one that the daemon has been told of.
+#include "netctrl/state.h"
+
+#include <arpa/inet.h>
+#include <linux/if_addr.h>
+#include <linux/rtnetlink.h>
+#include <time.h>
+
+#include <algorithm>
+#include <charconv>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "api.h"
+#include "common/conf.h"
+#include "common/text.h"
+#include "netctrl/ethtool.h"
+#include "netctrl/netlink.h"
+#include "netctrl/watch.h"
+#include "netctrl/wireless.h"
+
+namespace plat {
+namespace {
+
+using AddressMessage = NlMessage<ifaddrmsg, IFA_MAX>;
+
+// Facts about the device, not about a run of the library: they outlive destroyNetCtrl.
+struct Kept {
+    LedState led{};
+    std::optional<std::string> wifiCountryCode;
+};
+Kept kept;
+
+int answer(char* text, size_t size, std::string_view value) {
+    if (text == nullptr) return kFailure;
+    copyText(text, size, value);
+    return kOk;
+}
+
+// ---- Addresses ---------------------------------------------------------------------------------
+
+struct Address {
+    int index = 0;  // of its interface
+    bool global = false;
+    std::string text;
+};
+
+std::optional<Address> addressOf(nlmsghdr* message, uint8_t family) {
+    const AddressMessage entry(message);
+    if (!entry.ok() || entry.header().ifa_family != family) return std::nullopt;
+    // Not in use: whether the address is taken is still being asked, or it is.
+    if ((entry.header().ifa_flags & (IFA_F_TENTATIVE | IFA_F_DADFAILED)) != 0) return std::nullopt;
+    // On a point-to-point link the other attribute is the peer.
+    const nlattr* own =
+        entry.attr(IFA_LOCAL) != nullptr ? entry.attr(IFA_LOCAL) : entry.attr(IFA_ADDRESS);
+    if (own == nullptr || nla_len(own) < (family == AF_INET6 ? 16 : 4)) return std::nullopt;
+    char text[PLATFORM_IPV6_LEN];
+    if (::inet_ntop(family, nla_data(own), text, sizeof text) == nullptr) return std::nullopt;
+    return Address{static_cast<int>(entry.header().ifa_index),
+                   entry.header().ifa_scope < RT_SCOPE_LINK, text};
+}
+
+// All addresses of that family, link-local ones last; none when the kernel does not answer in full.
+std::optional<std::vector<Address>> readAddresses(uint8_t family) {
+    std::vector<Address> addresses;
+    ifaddrmsg ask{};
+    ask.ifa_family = family;
+    auto socket = NetlinkSocket::open(NETLINK_ROUTE);
+    const auto take = [&](nlmsghdr* message) {
+        if (auto address = addressOf(message, family)) addresses.push_back(std::move(*address));
+    };
+    if (!socket || !socket->request(RTM_GETADDR, NLM_F_DUMP, bytesOf(ask), take))
+        return std::nullopt;
+    std::stable_partition(addresses.begin(), addresses.end(),
+                          [](const Address& address) { return address.global; });
+    return addresses;
+}
+
+bool hasPorts(const Bridge& bridge) {
+    const auto& intfs = told().intfs;
+    return std::any_of(intfs.begin(), intfs.end(),
+                       [&bridge](const Intf& intf) { return intf.bridge == bridge.index; });
+}
+
+// None on a device without a bridge. The AL MAC may be given, or have been a bridge's earlier: then
+// it is the bridge that would be asked for one.
+std::optional<int> lanBridge() {
+    const auto& bridges = told().bridges;
+    const auto alMac = toldAlMac();
+    auto found = std::find_if(bridges.begin(), bridges.end(),
+                              [&alMac](const Bridge& bridge) { return bridge.mac == alMac; });
+    if (found == bridges.end()) found = std::find_if(bridges.begin(), bridges.end(), hasPorts);
+    if (found == bridges.end()) return std::nullopt;
+    return found->index;
+}
+
+std::vector<int> participants() {
+    std::vector<int> indexes;
+    for (const Intf& intf : told().intfs) indexes.push_back(intf.index);
+    return indexes;
+}
+
+// ---- System ------------------------------------------------------------------------------------
+
+// None when the processes cannot be listed.
+std::optional<bool> runs(std::string_view process) {
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry("/proc", error), end; !error && entry != end;
+         entry.increment(error)) {
+        const std::string name = entry->path().filename();
+        if (name[0] < '0' || name[0] > '9') continue;
+        std::ifstream file(entry->path() / "comm");
+        std::string comm;
+        if (std::getline(file, comm) && comm == process) return true;
+    }
+    if (error) return std::nullopt;
+    return false;
+}
+
+// The local port of a line of /proc/net/tcp, none unless it listens:
+// "  0: 00000000:0016 00000000:0000 0A ..."
+std::optional<uint16_t> listeningPort(const std::string& line) {
+    constexpr std::string_view kListen = "0A";
+    std::vector<std::string_view> words;
+    forEachWord(line, [&words](std::string_view word) { words.push_back(word); });
+    if (words.size() < 4 || words[3] != kListen) return std::nullopt;
+    const size_t colon = words[1].find(':');
+    if (colon == words[1].npos) return std::nullopt;
+    const std::string_view digits = words[1].substr(colon + 1);
+    uint16_t port = 0;
+    const auto parsed = std::from_chars(digits.data(), digits.data() + digits.size(), port, 16);
+    if (parsed.ec != std::errc{}) return std::nullopt;
+    return port;
+}
+
+struct Listeners {
+    bool known = false;
+    bool ssh = false, telnet = false;
+};
+
+Listeners readListeners() {
+    Listeners listeners;
+    // Without IPv6 the second is missing.
+    for (const char* path : {"/proc/net/tcp", "/proc/net/tcp6"}) {
+        std::ifstream file(path);
+        for (std::string line; std::getline(file, line);) {
+            listeners.known = true;
+            const auto port = listeningPort(line);
+            listeners.ssh = listeners.ssh || port == 22;
+            listeners.telnet = listeners.telnet || port == 23;
+        }
+    }
+    return listeners;
+}
+
+// ---- Network -----------------------------------------------------------------------------------
+
+enum class Medium { kEthernet, kWifi, kOther };
+
+Medium mediumOf(const Intf& intf) {
+    switch (intf.mediaType >> 8) {
+        case 0:
+            return Medium::kEthernet;
+        case 1:
+            return Medium::kWifi;
+        default:
+            return Medium::kOther;
+    }
+}
+
+bool isUp(const Intf& intf) {
+    return intf.operStatus == PLATFORM_OPER_UP;
+}
+
+// The kernel allows nearly every byte in a name; none must end the JSON string.
+std::string jsonName(std::string name) {
+    std::replace_if(
+        name.begin(), name.end(),
+        [](char c) { return c <= ' ' || c > '~' || c == '"' || c == '\\'; }, '?');
+    return name;
+}
+
+std::string portItem(const Intf& intf) {
+    std::string state = "down";
+    if (isUp(intf)) {
+        const auto speed = linkSpeed(intf.name.c_str());
+        state = speed ? std::to_string(*speed) : "up";
+    }
+    return '"' + jsonName(intf.name) + ':' + state + '"';
+}
+
+// A fact as long as no other kind of link is up; which of two carries the mesh is not for us to
+// tell.
+std::string_view onlyMediumUp() {
+    bool ethernet = false, wifi = false, other = false;
+    for (const Intf& intf : told().intfs) {
+        if (!isUp(intf)) continue;
+        ethernet = ethernet || mediumOf(intf) == Medium::kEthernet;
+        wifi = wifi || mediumOf(intf) == Medium::kWifi;
+        other = other || mediumOf(intf) == Medium::kOther;
+    }
+    if (other || ethernet == wifi) return {};
+    return ethernet ? "Ethernet" : "WiFi";
+}
+
+}  // namespace
+
+void keepLedState(std::string_view status, std::string_view brightness) {
+    copyText(kept.led.status, sizeof kept.led.status, status);
+    copyText(kept.led.brightness, sizeof kept.led.brightness, brightness);
+}
+
+void keepWifiCountryCode(std::string_view code) {
+    kept.wifiCountryCode = code;
+}
+
+}  // namespace plat
+
+using namespace plat;
+
+int getDeviceIP(char text[32]) {
+    if (text == nullptr) return kFailure;
+    const auto addresses = readAddresses(AF_INET);
+    if (!addresses) return kFailure;
+    std::vector<int> candidates = participants();
+    if (const auto bridge = lanBridge()) candidates.insert(candidates.begin(), *bridge);
+    for (const int index : candidates)
+        for (const Address& address : *addresses)
+            if (address.index == index) return answer(text, 32, address.text);
+    return answer(text, 32, {});
+}
+
+int getIPv6Info(IPv6Info* info) {
+    if (info == nullptr) return kFailure;
+    const auto addresses = readAddresses(AF_INET6);
+    if (!addresses) return kFailure;
+    const auto bridge = lanBridge();
+    const std::vector<int> bearers = bridge ? std::vector<int>{*bridge} : participants();
+    *info = {};
+    for (const Address& address : *addresses) {
+        if (std::find(bearers.begin(), bearers.end(), address.index) == bearers.end()) continue;
+        if (info->num == PLATFORM_IPV6_MAX) break;
+        copyText(info->address[info->num++], PLATFORM_IPV6_LEN, address.text);
+    }
+    return kOk;
+}
+
+int getDeviceUptime(char text[32]) {
+    timespec sinceBoot{};
+    if (::clock_gettime(CLOCK_BOOTTIME, &sinceBoot) != 0) return kFailure;
+    return answer(text, 32, std::to_string(sinceBoot.tv_sec));
+}
+
+int getLEDState(LedState* state) {
+    if (state == nullptr) return kFailure;
+    *state = kept.led;
+    return kOk;
+}
+
+int getSecurityState(SecurityState* state) {
+    if (state == nullptr) return kFailure;
+    const Listeners listeners = readListeners();
+    if (!listeners.known) return kFailure;
+    copyText(state->ssh, sizeof state->ssh, listeners.ssh ? "on" : "off");
+    copyText(state->telnet, sizeof state->telnet, listeners.telnet ? "on" : "off");
+    return kOk;
+}
+
+int getConfigureState(uint8_t* configure) {
+    const std::string_view value = conf().value("CONFIGURED");
+    if (configure == nullptr || (value != "yes" && value != "no")) return kFailure;
+    *configure = value == "yes" ? 1 : 2;
+    return kOk;
+}
+
+int getDaisychainOption(char text[32]) {
+    return answer(text, 32, conf().value("DAISYCHAIN"));
+}
+
+int getNetworkState(NetworkState* state) {
+    const auto dnsmasq = runs("dnsmasq");
+    if (state == nullptr || !dnsmasq) return kFailure;
+    const auto& intfs = told().intfs;
+    const auto ports = std::count_if(intfs.begin(), intfs.end(),
+                                     [](const Intf& intf) { return intf.bridge != 0; });
+    *state = {*dnsmasq ? 1 : 0, static_cast<int32_t>(ports)};
+    return kOk;
+}
+
+int getEthernetPortState(char text[128]) {
+    std::string list;
+    for (const Intf& intf : told().intfs) {
+        if (mediumOf(intf) != Medium::kEthernet) continue;
+        const std::string item = (list.empty() ? "" : ",") + portItem(intf);
+        // A cut item would leave a JSON string open.
+        if (list.size() + item.size() >= 128) break;
+        list += item;
+    }
+    return answer(text, 128, list);
+}
+
+int getBackhaulType(char text[32]) {
+    const std::string_view given = conf().value("BACKHAUL");
+    return answer(text, 32, given.empty() ? onlyMediumUp() : given);
+}
+
+int getCountryCode(char text[16]) {
+    return answer(text, 16, conf().value("COUNTRY_CODE"));
+}
+
+int getWIFICountryCode(char text[16]) {
+    if (kept.wifiCountryCode) return answer(text, 16, *kept.wifiCountryCode);
+    return answer(text, 16, conf().value("WIFI_COUNTRY_CODE"));
+}
+
+int getWIFIChannelInfo(WifiChannels* channels) {
+    if (channels == nullptr) return kFailure;
+    std::vector<uint32_t> frequencies;
+    for (const Intf& intf : told().intfs) frequencies.push_back(intf.frequency);
+    *channels = channelsOf(std::move(frequencies));
+    return kOk;
+}
+
+// What a WSC frame does to which network is the hooks' knowledge; nothing of it is kept here.
+int getAPautoconfigTimes(AutoConfTimes* times) {
+    if (times == nullptr) return kFailure;
+    *times = {};
+    return kOk;
+}

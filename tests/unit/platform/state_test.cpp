@@ -1,0 +1,144 @@
+// What the device shows of itself, from the kernel, platform.conf and what the hooks have said.
+#include <netinet/in.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "netctrl/wireless.h"
+#include "support.h"
+
+namespace {
+
+template <size_t N>
+std::string textOf(int (*question)(char*)) {
+    char text[N];
+    EXPECT_EQ(question(text), 0);
+    return text;
+}
+
+std::string security() {
+    SecurityState state{};
+    EXPECT_EQ(getSecurityState(&state), 0);
+    return std::string(state.ssh) + " " + state.telnet;
+}
+
+int boundSocket(int family, uint16_t port) {
+    const int fd = ::socket(family, SOCK_STREAM, 0);
+    sockaddr_in6 address{};
+    address.sin6_family = static_cast<sa_family_t>(family);
+    address.sin6_port = htons(port);  // where IPv4 has it, too
+    const socklen_t size = family == AF_INET ? sizeof(sockaddr_in) : sizeof address;
+    EXPECT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&address), size), 0);
+    return fd;
+}
+
+// Whether dnsmasq counts as running while this process bears the name.
+int dnsmasqAs(const char* name) {
+    EXPECT_EQ(::prctl(PR_SET_NAME, name), 0);
+    NetworkState state{};
+    EXPECT_EQ(getNetworkState(&state), 0);
+    return state.dnsmasq;
+}
+
+}  // namespace
+
+TEST(State, OfTheNetworkComesFromTheKernel) {
+    const ScratchFolder folder;
+    folder.platformConf("EXCLUDE = far-*\n");
+    inOwnNetwork([] {
+        ip("link add plain type veth peer name far-plain");
+        ip("link add port type veth peer name far-port");
+        for (const char* name : {"plain", "far-plain", "port"})
+            ip(std::string("link set ") + name + " up");
+        ip("addr add 192.0.2.7/24 dev plain");
+        ip("addr add 2001:db8::7/64 dev plain nodad");
+        IPv6Info ipv6{};
+        NetworkState network{};
+        Told told;
+        EXPECT_TRUE(told.statusBecomes("plain", PLATFORM_OPER_UP));
+        EXPECT_EQ(textOf<32>(getDeviceIP), "192.0.2.7");
+        EXPECT_EQ(textOf<128>(getEthernetPortState), R"("plain:10000","port:down")");
+        EXPECT_EQ(textOf<32>(getBackhaulType), "Ethernet");
+        EXPECT_EQ(getIPv6Info(&ipv6), 0);
+        EXPECT_STREQ(ipv6.address[0], "2001:db8::7");
+
+        ip("link add br0 type bridge");
+        ip("link set port master br0");
+        ip("link set br0 up");
+        ip("link set far-port up");
+        EXPECT_TRUE(told.statusBecomes("port", PLATFORM_OPER_UP));
+        EXPECT_EQ(textOf<32>(getDeviceIP), "192.0.2.7");  // the bridge has none yet
+        ip("addr add fe80::5/64 dev br0 nodad");
+        ip("addr add fd00::1/64 dev br0 nodad");
+        ip("addr add 192.0.2.1/24 dev br0");
+        EXPECT_EQ(textOf<32>(getDeviceIP), "192.0.2.1");
+        EXPECT_EQ(getNetworkState(&network), 0);
+        EXPECT_EQ(network.intfInBridge, 1);
+        EXPECT_EQ(getIPv6Info(&ipv6), 0);
+        ASSERT_GE(ipv6.num, 2);
+        EXPECT_STREQ(ipv6.address[0], "fd00::1");
+        EXPECT_EQ(std::string(ipv6.address[ipv6.num - 1]).substr(0, 4), "fe80");
+
+        // No name may break the JSON list, and no item is cut.
+        for (const char* digit : {"0", "1", "2", "3", "4", "5"})
+            ip(std::string("link add quo\"te\\port") + digit + " type veth peer name far-" + digit);
+        (void)told.next();
+        const std::string ports = textOf<128>(getEthernetPortState);
+        EXPECT_TRUE(ports.ends_with(R"(,"quo?te?port4:down")")) << ports;
+
+        EXPECT_EQ(security(), "off off");
+        const int telnet = boundSocket(AF_INET, 23);
+        const int ssh = boundSocket(AF_INET6, 22);
+        EXPECT_EQ(::listen(ssh, 1), 0);
+        EXPECT_EQ(security(), "on off");  // bound is not yet listening
+        ::close(ssh);
+        EXPECT_EQ(::listen(telnet, 1), 0);
+        EXPECT_EQ(security(), "off on");
+
+        // The machine of the test may run one itself.
+        const int before = dnsmasqAs("dnsmasq-not");
+        EXPECT_EQ(dnsmasqAs("dnsmasq"), 1);
+        EXPECT_EQ(dnsmasqAs("not-dnsmasq"), before);
+    });
+}
+
+TEST(State, OfTheProductComesFromItsOwnerAndItsHooks) {
+    inOwnNetwork([] {
+        const ScratchFolder folder;
+        uint8_t configure = 9;
+        LedState led{};
+        EXPECT_EQ(getConfigureState(&configure), 16);
+        EXPECT_EQ(configure, 9);
+        folder.platformConf(
+            "DAISYCHAIN = 2\nCONFIGURED = no\nCOUNTRY_CODE = an-over-long-country-code\n"
+            "WIFI_COUNTRY_CODE = SE\nBACKHAUL = G.hn\n");
+        EXPECT_EQ(textOf<32>(getDaisychainOption), "2");
+        EXPECT_EQ(textOf<16>(getCountryCode), "an-over-long-co");
+        EXPECT_EQ(textOf<32>(getBackhaulType), "G.hn");
+        EXPECT_EQ(getConfigureState(&configure), 0);
+        EXPECT_EQ(configure, 2);
+
+        EXPECT_EQ(textOf<16>(getWIFICountryCode), "SE");
+        folder.hook("wifi-country-code", "[ $1 = NO ]");
+        EXPECT_EQ(setWIFICountryCode("NO"), 0);
+        EXPECT_EQ(setWIFICountryCode("XX"), 1);
+        EXPECT_EQ(textOf<16>(getWIFICountryCode), "NO");
+
+        folder.hook("led", "printf 'dimmed\\n'$1'0\\n'; [ $1 = 4 ]");
+        EXPECT_EQ(setLEDvalue(4), 0);
+        EXPECT_EQ(setLEDvalue(3), 1);
+        EXPECT_EQ(getLEDState(&led), 0);
+        EXPECT_STREQ(led.status, "dimmed");
+        EXPECT_STREQ(led.brightness, "40");
+    });
+}
+
+TEST(Radios, ShowTheirChannels) {
+    const auto shown = [](const std::vector<uint32_t>& frequencies) {
+        const WifiChannels channels = plat::channelsOf(frequencies);
+        return std::string(channels.band24) + "/" + channels.band5 + "/" + channels.band5High;
+    };
+    EXPECT_EQ(shown({0, 2437, 5745, 5180, 5180}), "6/36/149");
+    EXPECT_EQ(shown({5500, 5500, 2484}), "14/100/");
+    EXPECT_EQ(shown({5955, 60480, 0}), "//");
+}
