@@ -51,7 +51,7 @@ void decode(benchmark::State& state) {
     Area area;
     const Bytes response(area.data(), encodeTopolResp(area));
     for (auto _ : state) {
-        Ieee1905DevTable dev;
+        DevTopol dev;
         if (!decodeTopolResp(response, dev)) state.SkipWithError("rejected");
         benchmark::DoNotOptimize(dev);
     }
@@ -111,10 +111,10 @@ void writeJson(benchmark::State& state) {
     Area area;
     const Bytes response(area.data(), encodeTopolResp(area));
     for (unsigned n = 0; n < static_cast<unsigned>(state.range(0)); n++) {
-        Ieee1905DevTable dev;
+        DevTopol dev;
         if (!decodeTopolResp(response, dev)) abort();
         dev.alMac = nbrAlMac(1000 + n);
-        getNetTopolTable()->devs.push_back(std::move(dev));
+        getNetTopolTable()->devs.push_back({std::move(dev), {}});
     }
     for (auto _ : state) (void)writeJsonDataModel();
 

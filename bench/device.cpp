@@ -97,7 +97,7 @@ size_t encodeTopolResp(std::span<uint8_t> out) {
     return size + flatten1905Tlv(Tlv{}, out.subspan(size));
 }
 
-bool decodeTopolResp(Bytes area, Ieee1905DevTable& dev) {
+bool decodeTopolResp(Bytes area, DevTopol& dev) {
     return walkTlvs(area,
                     [&](Bytes tlv) {
                         switch (tlv[0]) {

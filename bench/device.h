@@ -25,4 +25,4 @@ void stopDevice();
 // out. Its size in bytes.
 size_t encodeTopolResp(std::span<uint8_t> out);
 // Decodes one. False when it is rejected.
-bool decodeTopolResp(Bytes area, Ieee1905DevTable& dev);
+bool decodeTopolResp(Bytes area, DevTopol& dev);

@@ -1,4 +1,249 @@
 #include "controller/controller_loop.h"
 
-// Nothing is scheduled yet.
-void MessageTransmitterLoop(Seconds /*time*/, int /*force*/) {}
+#include <iterator>
+
+#include "controller/control_lists.h"
+#include "controller/features/device_settings.h"
+#include "controller/features/ethernet_port_state.h"
+#include "controller/features/ipv6_info.h"
+#include "controller/features/led_state.h"
+#include "controller/features/network_state.h"
+#include "controller/features/security_state.h"
+#include "controller/features/wifi_channel_info.h"
+#include "controller/features/wifi_country_code.h"
+#include "controller/root_ap.h"
+#include "controller/settings.h"
+#include "core/device_model.h"
+#include "core/log.h"
+#include "core/result.h"
+#include "platform/autoconfig.h"
+#include "platform/device.h"
+#include "topology/data_manager.h"
+#include "topology/device_table.h"
+#include "vendor/query_tracking.h"
+
+namespace {
+
+using S = ScheduleSettings;
+
+bool isDefaultModel() {
+    return getDeviceModelType() == 0;
+}
+
+// Every pass looks after renews and device-mode changes that are under way.
+int checkRenewals() {
+    if (getSendRenew_flag() == 1) (void)check_Renew_timeout();
+    if (getChangetomeout_flag() == 1) (void)check_ChangeDeviceMode_timeout();
+    return kOk;
+}
+
+struct Check {
+    const char* name;
+    int32_t S::*period;  // nullptr: every pass
+    CheckId stamp;
+    bool (*condition)();  // nullptr: none
+    int (*run)();
+};
+
+// To add a check: a row here, its stamp in CheckId, its period in ScheduleSettings.
+constexpr Check kChecks[] = {
+    {"reSendRenewbySynclist", &S::Time_RESENDRENEWBYSYNCLIST, kCheckRenewBySynclist, nullptr,
+     reSendRenewbySynclist},
+    {"checkRenewals", nullptr, kCheckRenewals, nullptr, checkRenewals},
+    {"checkWIFIChannelInfo", &S::Time_CHECKWIFICHANNELINFO, kCheckWIFIChannelInfo, nullptr,
+     checkWIFIChannelInfo},
+    {"checkLEDstate", &S::Time_CHECKLEDSTATE, kCheckLEDState, nullptr, checkLEDstate},
+    {"checkLEDCtrlList", &S::Time_CHECKLEDCTRL, kCheckLEDCtrl, nullptr, checkLEDCtrlList},
+    {"checkSystemCtrlList", &S::Time_CHECKSYSTEMCTRL, kCheckSystemCtrl, nullptr,
+     checkSystemCtrlList},
+    {"checkResetToDefaultCtrlList", &S::Time_CHECKRESETTODEFAULTCTRL, kCheckResetToDefaultCtrl,
+     nullptr, checkResetToDefaultCtrlList},
+    {"checkRebootCtrlList", &S::Time_CHECKREBOOTCTRL, kCheckRebootCtrl, nullptr,
+     checkRebootCtrlList},
+    {"updateNetworkState", &S::Time_UPDATENETWORKSTATE, kCheckNetworkState, nullptr,
+     updateNetworkState},
+    {"CheckNetworkCtrlList", &S::Time_CHECKNETWORKCTRL, kCheckNetworkCtrl, nullptr,
+     CheckNetworkCtrlList},
+    {"checkIPv6Info", &S::Time_CHECKIPv6Info, kCheckIPv6Info, nullptr, checkIPv6Info},
+    {"SecurityCtrl_cleanDataToList", &S::Time_CHECKSECURITYCTRLLIST, kCheckSecurityCtrlList,
+     isDefaultModel, SecurityCtrl_cleanDataToList},
+    {"checkSecurityStatet", &S::Time_CHECKSECURITYSTATE, kCheckSecurityState, nullptr,
+     checkSecurityStatet},
+    {"checkWIFICountryCode", &S::Time_CHECKWIFICOUNTRYCODE, kCheckWIFICountryCode, nullptr,
+     checkWIFICountryCode},
+    {"checkEthernetPortState", &S::Time_EthernetPortState, kCheckEthernetPortState, nullptr,
+     checkEthernetPortState},
+    {"checkDeviceSettings", &S::Time_CHECKDEVICESETTINGS, kCheckDeviceSettings, nullptr,
+     checkDeviceSettings},
+};
+
+consteval bool checksAreInOrder() {
+    for (size_t i = 0; i < std::size(kChecks); i++) {
+        if (kChecks[i].stamp != i) return false;
+    }
+    return std::size(kChecks) == kCheckNum;
+}
+static_assert(checksAreInOrder());
+
+// What is not asked for by force waits until more than these have passed.
+constexpr Seconds kQueryPause = 2;
+constexpr Seconds kRootApPause = 10;
+
+struct {
+    Seconds lastPass = 0;
+    Seconds lastQueries = 0;
+    Seconds lastMeshMacs = 0;
+    Seconds lastIp = 0;
+} loop;
+
+void runChecks(Seconds time) {
+    for (const Check& check : kChecks) {
+        if (check.period != nullptr &&
+            time - checkTimeStamp(check.stamp) < scheduleSettings().*check.period) {
+            continue;
+        }
+        if (check.condition != nullptr && !check.condition()) continue;
+        // A check that fails waits for its next period, too.
+        checkTimeStamp(check.stamp) = time;
+        LOG(5, "%s\n", check.name);
+        (void)check.run();
+    }
+}
+
+// True, with the stamp set to time, by force or after a pause.
+bool comesDue(Seconds& stamp, Seconds time, int force, Seconds pause) {
+    if (force != 1 && time - stamp <= pause) return false;
+    stamp = time;
+    return true;
+}
+
+// True, with the stamps set to time, when the device is to be asked.
+bool comesDue(MsgCheckConfig& record, Seconds time, int32_t period, int32_t timeout) {
+    const bool again = time - record.checkTime >= period;
+    const bool unanswered = record.checkFlag == 0 && time - record.timeout >= timeout;
+    if (!again && !unanswered) return false;
+    record.checkTime = time;
+    record.timeout = time;
+    return true;
+}
+
+void queryDevices(Seconds time) {
+    TopolTable* topol = getNetTopolTable();
+    if (topol == nullptr) return;
+    struct Query {
+        MacAddr alMac;
+        bool conf, pwrState;
+    };
+    // All records are done with before anything is sent.
+    std::vector<Query> queries;
+    const S& settings = scheduleSettings();
+    for (auto& dev : topol->devs) {
+        // Meant: the record named after the power state is that of the configuration queries, and
+        // the one named after the device information that of the power-state query.
+        const bool conf = comesDue(dev.flagPowerstate, time, settings.Time_POWERSTATE,
+                                   settings.Timeout_POWERSTATE);
+        const bool pwrState = comesDue(dev.flagDeviceinfo, time, settings.Time_DEVICEINFO,
+                                       settings.Timeout_DEVICEINFO);
+        if (conf || pwrState) queries.push_back({dev.alMac, conf, pwrState});
+    }
+    for (const auto& query : queries) {
+        if (query.conf) {
+            (void)requestSendConfQueryMsg(query.alMac, 0);
+            (void)requestSendConfQueryMsg2(query.alMac, 0);
+        }
+        if (query.pwrState) (void)requestSendIntfPwrStateQueryMsg(query.alMac, 0);
+    }
+}
+
+MsgCheckConfig* recordByName(Ieee1905DevTable& dev, std::string_view flagName) {
+    if (flagName == "flag_powerstate") return &dev.flagPowerstate;
+    if (flagName == "flag_deviceinfo") return &dev.flagDeviceinfo;
+    return nullptr;
+}
+
+MsgCheckConfig* findRecord(const MacAddr& alMac, const char* flagName) {
+    LOG(4, "alMac = " MAC_FMT "  \n", MAC_ARGS(alMac));
+    LOG(4, "flagName = %s\n", flagName);
+    Ieee1905DevTable* dev = getIeee1905DevTableById(alMac);
+    if (dev == nullptr) {
+        LOG(4, "Not find alMac = " MAC_FMT "\n", MAC_ARGS(alMac));
+        return nullptr;
+    }
+    MsgCheckConfig* record = recordByName(*dev, flagName);
+    if (record == nullptr) LOG(4, "Not find flagName = \"%s\"\n", flagName);
+    return record;
+}
+
+void logRecord(const MsgCheckConfig& record) {
+    LOG(4, "msgCheckConfig->checkFlag = %d\n", record.checkFlag);
+    LOG(4, "msgCheckConfig->checkTime = %d\n", static_cast<int>(record.checkTime));
+    LOG(4, "msgCheckConfig->timeout   = %d\n", static_cast<int>(record.timeout));
+}
+
+}  // namespace
+
+void initMessageTransmitterLoop() {
+    loop = {};
+    clearCheckTimeStamps();
+    initCtrlLists();
+    initRootAp();
+}
+
+void MessageTransmitterLoop(Seconds time, int force) {
+    // All periods and pauses are whole seconds: within the second of the last pass nothing comes
+    // due by itself.
+    if (force != 1 && time == loop.lastPass) {
+        (void)checkRenewals();
+        return;
+    }
+    loop.lastPass = time;
+    runChecks(time);
+    if (comesDue(loop.lastQueries, time, force, kQueryPause)) queryDevices(time);
+    if (!rootApMeshMacsPublished() && comesDue(loop.lastMeshMacs, time, force, kRootApPause)) {
+        publishRootApMeshMacs();
+    }
+    if (comesDue(loop.lastIp, time, force, kRootApPause)) publishRootApIp();
+}
+
+int getMessageTransmitterCheck(const MacAddr& alMac, const char* flagName, MsgCheckConfig* record) {
+    if (flagName == nullptr || record == nullptr) {
+        LOG_PUTS(4, "Error !");
+        return kFailure;
+    }
+    const MsgCheckConfig* found = findRecord(alMac, flagName);
+    if (found == nullptr) return kFailure;
+    *record = *found;
+    logRecord(*record);
+    return kOk;
+}
+
+int setMessageTransmitterCheck(const MacAddr& alMac, const char* flagName,
+                               const MsgCheckConfig* record) {
+    if (flagName == nullptr || record == nullptr) {
+        LOG_PUTS(4, "Error !");
+        return kFailure;
+    }
+    MsgCheckConfig* found = findRecord(alMac, flagName);
+    if (found == nullptr) return kFailure;
+    *found = *record;
+    logRecord(*record);
+    return kOk;
+}
+
+int setMessageTransmitterCheckFlag(const MacAddr& alMac, const char* flagName, int flag) {
+    if (flagName == nullptr) {
+        LOG_PUTS(4, "flagName NULL Error !");
+        return kFailure;
+    }
+    if (flag != 0 && flag != 1) {
+        LOG(4, "flag(%d) Error !\n", flag);
+        return kFailure;
+    }
+    MsgCheckConfig* record = findRecord(alMac, flagName);
+    if (record == nullptr) return kFailure;
+    record->checkFlag = flag;
+    record->timeout = flag == 1 ? now() : 0;
+    logRecord(*record);
+    if (flag == 0) MessageTransmitterLoop(now(), 1);
+    return kOk;
+}

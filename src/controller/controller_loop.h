@@ -1,7 +1,24 @@
-// The periodic controller loop: everything that happens in the mesh on a schedule.
+// The periodic controller loop: everything that happens in the mesh on a schedule. The periods
+// stand in controller/settings.h.
 #pragma once
 
 #include "core/clock.h"
+#include "topology/records.h"
 
-// One pass; force runs the per-device queries at once. Called on every pass of the main loop.
+// Forgets what was scheduled, entered into the control lists and published.
+void initMessageTransmitterLoop();
+
+// One pass at the time now(): runs the checks that are due, asks the devices that are due for their
+// configuration and power states, and publishes the root AP's addresses. force 1 does the latter
+// two at once. Called on every pass of the main loop.
 void MessageTransmitterLoop(Seconds time, int force);
+
+// Read and write a device's record of this name, "flag_powerstate" or "flag_deviceinfo". kOk, or
+// kFailure for an unknown device, an unknown or missing name or a missing record.
+int getMessageTransmitterCheck(const MacAddr& alMac, const char* flagName, MsgCheckConfig* record);
+int setMessageTransmitterCheck(const MacAddr& alMac, const char* flagName,
+                               const MsgCheckConfig* record);
+
+// Tells that a device has answered (flag 1), or that it was learnt and is to be asked (flag 0),
+// which a forced pass does at once. kOk or kFailure.
+int setMessageTransmitterCheckFlag(const MacAddr& alMac, const char* flagName, int flag);

@@ -38,6 +38,8 @@ class ByteReader {
         return part;
     }
     void skip(size_t n) { (void)take(n); }
+    // For what is there but cannot be: nothing more is read.
+    void fail() { ok_ = false; }
 
   private:
     uint32_t number(size_t width) {

@@ -47,11 +47,12 @@ void installRequestHandlers() {
                          .requestSendTopolNtfMsg = requestSendTopolNtfMsg,
                          .sendTopolQuery = sendTopolQuery,
                          .reinitIntfPorts = reinitIntfPorts,
-                         .setMessageTransmitterCheckFlag = nullptr};
+                         .setMessageTransmitterCheckFlag = setMessageTransmitterCheckFlag};
 }
 
 int startControllers() {
     setSysState(kStarting);
+    initMessageTransmitterLoop();
     if (startNetCtrl() != 0) {
         LOG_PUTS(1, "failed to start network controller\r");
         return kFailure;

@@ -14,3 +14,14 @@ int runShell(const char* format, ...) {
     if (length < 0 || static_cast<size_t>(length) >= sizeof command) return -1;
     return system(command);
 }
+
+std::optional<std::string> escapeForEcho(std::string_view text) {
+    if (text.starts_with('-')) return std::nullopt;
+    std::string escaped;
+    for (const char c : text) {
+        if (c == '\\' || c == '\0') return std::nullopt;
+        if (c == '"' || c == '$' || c == '`') escaped += '\\';
+        escaped += c;
+    }
+    return escaped;
+}

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstring>
+#include <string>
 #include <string_view>
 
 template <size_t N>  // N bytes, the terminator included
@@ -40,3 +41,11 @@ class Text {
   private:
     std::array<char, N> buf_{};
 };
+
+// Text of another device or of the platform, fit to stand between quotes in the data model, which
+// writes texts as they are stored: up to its first NUL, without control characters, quotes,
+// backslashes and what is no UTF-8.
+std::string plainText(std::string_view text);
+
+// True for a comma-separated list of JSON strings and numbers, also for an empty one.
+bool isJsonItems(std::string_view text);

@@ -48,7 +48,7 @@ void logChange(ChangeEvent event, const Reporter& reporter, ChangeNbrType type,
     (void)updateChangeLogTable(event, reporter.alMac, reporter.intfMac, type, nbr, false);
 }
 
-void logNon1905Changes(const Ieee1905DevTable& old, const Ieee1905DevTable& next,
+void logNon1905Changes(const DevTopol& old, const DevTopol& next,
                        const Reporter& self) {
     for (const auto& list : next.non1905Lists) {
         const auto before = findList(old.non1905Lists, list.localIntfMac);
@@ -66,7 +66,7 @@ void logNon1905Changes(const Ieee1905DevTable& old, const Ieee1905DevTable& next
     }
 }
 
-void log1905Changes(const Ieee1905DevTable& old, const Ieee1905DevTable& next,
+void log1905Changes(const DevTopol& old, const DevTopol& next,
                     const Reporter& self) {
     for (const auto& list : next.ieee1905Lists) {
         if (old.ieee1905Lists.empty()) {
@@ -87,9 +87,8 @@ void log1905Changes(const Ieee1905DevTable& old, const Ieee1905DevTable& next,
     }
 }
 
-// Names and power states of interfaces come by vendor messages, as do the VendItems.
-void takeOverVendItems(Ieee1905DevTable& old, Ieee1905DevTable& next) {
-    static_cast<VendItems&>(next) = std::move(static_cast<VendItems&>(old));
+// Names and power states of interfaces come by vendor messages.
+void takeOverIntfState(const DevTopol& old, DevTopol& next) {
     for (auto& intf : next.intfs) {
         for (const auto& before : old.intfs) {
             if (before.mac != intf.mac) continue;
@@ -101,7 +100,7 @@ void takeOverVendItems(Ieee1905DevTable& old, Ieee1905DevTable& next) {
 
 }  // namespace
 
-int updateIeee1905DevTable(const MacAddr& intfMac, uint32_t mediaType, Ieee1905DevTable&& dev) {
+int updateIeee1905DevTable(const MacAddr& intfMac, uint32_t mediaType, DevTopol&& dev) {
     LOG(5, "alMac = " MAC_FMT ", intfNum = %d\r\n", MAC_ARGS(dev.alMac),
         static_cast<int>(dev.intfs.size()));
     for (const auto& intf : dev.intfs) {
@@ -109,27 +108,32 @@ int updateIeee1905DevTable(const MacAddr& intfMac, uint32_t mediaType, Ieee1905D
     }
     if (getIntfTableById(intfMac, mediaType) == nullptr) return kFailure;
 
-    WpsSyncRecord record{};
-    dev.alMac.copyTo(record.mac);
-    if (getWPSSyncListByMac(&record) == 0) dev.wifiSync = {record.value[0], record.value[1]};
-
     const Reporter self{*getAlMac(), intfMac};
-    if (Ieee1905DevTable* old = getIeee1905DevTableById(dev.alMac)) {
-        logNon1905Changes(*old, dev, self);
-        log1905Changes(*old, dev, self);
-        takeOverVendItems(*old, dev);
-        *old = std::move(dev);
+    Ieee1905DevTable* stored = getIeee1905DevTableById(dev.alMac);
+    if (stored != nullptr) {
+        logNon1905Changes(*stored, dev, self);
+        log1905Changes(*stored, dev, self);
+        takeOverIntfState(*stored, dev);
+        static_cast<DevTopol&>(*stored) = std::move(dev);
     } else {
         auto& devs = devTable();
         if (devs.size() >= kMaxNbrDevs) {
             LOG(2, "too many devices, refuse (" MAC_FMT ")\r\n", MAC_ARGS(dev.alMac));
             return kFailure;
         }
-        devs.push_back(std::move(dev));
+        stored = &devs.emplace_back(Ieee1905DevTable{std::move(dev), {}});
         (void)updateChangeLogTable(kNewNeighbor, self.alMac, self.intfMac, kIeee1905Nbr,
-                                   devs.back().alMac);
+                                   stored->alMac);
     }
+    updateWifiSync(*stored);
     return requestUpdateDataModel(0);
+}
+
+void updateWifiSync(Ieee1905DevTable& dev) {
+    WpsSyncRecord record{};
+    dev.alMac.copyTo(record.mac);
+    dev.wifiSync = {};
+    if (getWPSSyncListByMac(&record) == 0) dev.wifiSync = {record.value[0], record.value[1]};
 }
 
 int removeIeee1905DevTable(const MacAddr& alMac) {

@@ -3,11 +3,14 @@
 
 #include "topology/records.h"
 
-// Stores the record of a freshly parsed topology response, heard on the interface with this MAC
-// and media type, and logs who came and went. What a topology response does not carry is taken
-// over from an older record of the same device. kOk, or kFailure when the interface is unknown
-// or the table is full.
-int updateIeee1905DevTable(const MacAddr& intfMac, uint32_t mediaType, Ieee1905DevTable&& dev);
+// Stores what a freshly parsed topology response tells, heard on the interface with this MAC and
+// media type, and logs who came and went. What a topology response does not carry stays in an
+// older record of the same device. kOk, or kFailure when the interface is unknown or the table is
+// full.
+int updateIeee1905DevTable(const MacAddr& intfMac, uint32_t mediaType, DevTopol&& dev);
+
+// Fetches the device's two values from the platform's Wi-Fi sync list, zero when it is not there.
+void updateWifiSync(Ieee1905DevTable& dev);
 
 // Removes a device and logs its loss. kOk, or kFailure when it is absent.
 int removeIeee1905DevTable(const MacAddr& alMac);

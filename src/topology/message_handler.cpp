@@ -61,7 +61,7 @@ int handleTopolQueryMsg(const Port& /*port*/, const MacAddr& srcMac, uint16_t ms
 }
 
 int handleTopolRespMsg(const MacAddr& localMac, uint32_t mediaType, const MacAddr& /*srcMac*/,
-                       Ieee1905DevTable&& dev) {
+                       DevTopol&& dev) {
     if (getNetTopolCap() != 1) {
         LOG_PUTS(3, "the capability of network topology is disable\r");
         return kTopolDisabled;

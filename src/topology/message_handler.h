@@ -21,7 +21,7 @@ int handleTopolNtfMsg(std::string_view localName, const MacAddr& localMac, uint3
                       const MacAddr& srcMac, const MacAddr& alMac);
 int handleTopolQueryMsg(const Port& port, const MacAddr& srcMac, uint16_t msgId);
 int handleTopolRespMsg(const MacAddr& localMac, uint32_t mediaType, const MacAddr& srcMac,
-                       Ieee1905DevTable&& dev);
+                       DevTopol&& dev);
 int handleMetricQueryMsg(const Port& port, const MacAddr& srcMac, uint16_t msgId,
                          const MetricQuery& query);
 // Link metric responses are ignored. kOk.

@@ -6,6 +6,7 @@
 #include "platform/autoconfig.h"
 #include "platform/device.h"
 #include "topology/data_manager.h"
+#include "topology/device_table.h"
 
 namespace {
 
@@ -32,13 +33,6 @@ bool mirrorSyncList(AlTable& al, uint8_t selector) {
     char text[18];
     snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", MAC_ARGS(mac));
     return replace(al.wifiSyncMac[selector], std::string_view(mac.isZero() ? "" : text));
-}
-
-void mirrorDeviceSync(Ieee1905DevTable& dev) {
-    WpsSyncRecord record{};
-    dev.alMac.copyTo(record.mac);
-    dev.wifiSync = {};
-    if (getWPSSyncListByMac(&record) == 0) dev.wifiSync = {record.value[0], record.value[1]};
 }
 
 }  // namespace
@@ -96,7 +90,7 @@ int updateWPSConfig() {
         }
     }
     for (uint8_t selector = 0; selector < 2; selector++) differs |= mirrorSyncList(*al, selector);
-    for (auto& dev : al->topol.devs) mirrorDeviceSync(dev);
+    for (auto& dev : al->topol.devs) updateWifiSync(dev);
 
     if (differs) writeAndNotify();
     return kOk;

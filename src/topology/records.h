@@ -180,6 +180,7 @@ struct WifiClient {
     Text<32> tx;
     Text<38> rx;
     Text<32> connType;
+    Seconds lastHeard = 0;
 };
 
 // When the controller last asked a device, and whether it answered.
@@ -212,13 +213,13 @@ struct Ieee1905NbrList {
     std::vector<Ieee1905Nbr> nbrs;
 };
 
-// What only the vendor protocol tells of a remote device. A topology response does not carry it,
-// so it is taken over when a response replaces the device's record.
+// What only the vendor protocol tells of a remote device; a topology response leaves it alone.
 struct VendItems {
     uint8_t enableReboot = 255;
     uint8_t enableIntfPwrCtrl = 255;
     uint8_t role = 255;  // 0 Registrar, 1 Enrollee
     uint8_t firmwareState = 255;
+    uint16_t maxChangeLogEntries = 0;
     Text<128> firmwareVersion;
     Text<128> hostname;
     Text<32> deviceIP;
@@ -235,16 +236,14 @@ struct VendItems {
     MsgCheckConfig flagDeviceinfo;
 };
 
-// A remote device, as its topology responses and vendor messages describe it.
-struct Ieee1905DevTable : VendItems {
+// What a topology response tells of a device.
+struct DevTopol {
     MacAddr alMac;
     uint16_t receiverId = 0;  // stored by parseDevInfoTlv
-    uint8_t status = 0;
     std::vector<DevIntf> intfs;
     std::vector<Non1905NbrList> non1905Lists;
     std::vector<Ieee1905NbrList> ieee1905Lists;
     std::vector<BrdgTuple> brdgTuples;
-    std::array<uint8_t, 2> wifiSync{};  // from the Wi-Fi sync list
 
     size_t non1905NbrNum() const {
         size_t n = 0;
@@ -256,6 +255,12 @@ struct Ieee1905DevTable : VendItems {
         for (const auto& list : ieee1905Lists) n += list.nbrs.size();
         return n;
     }
+};
+
+// A remote device, as its topology responses and vendor messages describe it.
+struct Ieee1905DevTable : DevTopol, VendItems {
+    uint8_t status = 0;
+    std::array<uint8_t, 2> wifiSync{};  // from the Wi-Fi sync list
 };
 
 struct ChangeLogEntry {

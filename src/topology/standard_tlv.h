@@ -117,11 +117,11 @@ int parseEndOfMsgTlv(Bytes tlv);
 size_t parseAlMacTlv(MacAddr& mac, Bytes tlv);
 size_t parseMacTlv(MacAddr& mac, Bytes tlv);
 // receiverId is stored in the record and means what the caller wants.
-size_t parseDevInfoTlv(Ieee1905DevTable& dev, uint16_t receiverId, Bytes tlv);
-size_t parseDevBrdgCapTlv(Ieee1905DevTable& dev, Bytes tlv);
+size_t parseDevInfoTlv(DevTopol& dev, uint16_t receiverId, Bytes tlv);
+size_t parseDevBrdgCapTlv(DevTopol& dev, Bytes tlv);
 // The number of neighbours comes from the TLV's length.
-size_t parseNon1905NbrDevTlv(Ieee1905DevTable& dev, Bytes tlv);
-size_t parse1905NbrDevTlv(Ieee1905DevTable& dev, Bytes tlv);
+size_t parseNon1905NbrDevTlv(DevTopol& dev, Bytes tlv);
+size_t parse1905NbrDevTlv(DevTopol& dev, Bytes tlv);
 // The selector, not the length, picks the layout.
 size_t parseMetricQueryTlv(MetricQuery& query, Bytes tlv);
 // Both merge into one entry per pair of interfaces; the number of links comes from the length.

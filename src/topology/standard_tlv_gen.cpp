@@ -19,7 +19,7 @@ std::optional<Tlv> makeTlv(uint8_t type, size_t size, Write&& write) {
     if (size > kMaxTlvLength) return tlv;
     tlv.emplace();
     tlv->type = type;
-    tlv->value = std::vector<uint8_t>(size);
+    tlv->value = TlvValue(size);
     ByteWriter out(tlv->value);
     write(out);
     return tlv;

@@ -18,7 +18,7 @@ class TlvReader : public ByteReader {
     explicit TlvReader(Bytes tlv) : ByteReader(tlv), type(u8()), length(u16()) {}
 
     void demand(bool holds) {
-        if (!holds) skip(SIZE_MAX);
+        if (!holds) fail();
     }
     void demand(uint8_t type_, uint16_t length_) { demand(type == type_ && length == length_); }
     void demandAtLeast(uint8_t type_, uint16_t length_) {
@@ -83,7 +83,7 @@ void makeRoom(std::vector<T>& list, size_t more) {
 
 // A message has a neighbour list for each interface at most, unless it is a strange one.
 template <typename List>
-List& appendNbrList(std::vector<List>& lists, const Ieee1905DevTable& dev, const MacAddr& intfMac,
+List& appendNbrList(std::vector<List>& lists, const DevTopol& dev, const MacAddr& intfMac,
                     uint8_t num) {
     if (lists.empty()) lists.reserve(std::max<size_t>(dev.intfs.size(), 1));
     List& list = lists.emplace_back();
@@ -200,7 +200,7 @@ size_t parseMacTlv(MacAddr& mac, Bytes tlv) {
     return reader.position();
 }
 
-size_t parseDevInfoTlv(Ieee1905DevTable& dev, uint16_t receiverId, Bytes tlv) {
+size_t parseDevInfoTlv(DevTopol& dev, uint16_t receiverId, Bytes tlv) {
     TlvReader reader(tlv);
     reader.demandAtLeast(kTlvDevInfo, 7);
     const MacAddr alMac = reader.mac();
@@ -230,7 +230,7 @@ size_t parseDevInfoTlv(Ieee1905DevTable& dev, uint16_t receiverId, Bytes tlv) {
     return reader.position();
 }
 
-size_t parseDevBrdgCapTlv(Ieee1905DevTable& dev, Bytes tlv) {
+size_t parseDevBrdgCapTlv(DevTopol& dev, Bytes tlv) {
     TlvReader reader(tlv);
     reader.demandAtLeast(kTlvDevBrdgCap, 1);
     const uint8_t num = reader.u8();
@@ -252,7 +252,7 @@ size_t parseDevBrdgCapTlv(Ieee1905DevTable& dev, Bytes tlv) {
     return reader.position();
 }
 
-size_t parseNon1905NbrDevTlv(Ieee1905DevTable& dev, Bytes tlv) {
+size_t parseNon1905NbrDevTlv(DevTopol& dev, Bytes tlv) {
     TlvReader reader(tlv);
     MacAddr localIntfMac;
     const uint8_t num = readNbrListHead(reader, kTlvNon1905Nbr, 6, localIntfMac);
@@ -268,7 +268,7 @@ size_t parseNon1905NbrDevTlv(Ieee1905DevTable& dev, Bytes tlv) {
     return reader.position();
 }
 
-size_t parse1905NbrDevTlv(Ieee1905DevTable& dev, Bytes tlv) {
+size_t parse1905NbrDevTlv(DevTopol& dev, Bytes tlv) {
     TlvReader reader(tlv);
     MacAddr localIntfMac;
     const uint8_t num = readNbrListHead(reader, kTlv1905Nbr, 7, localIntfMac);

@@ -15,7 +15,7 @@ constexpr std::string_view kNoUpdateTime = "0000000000";
 // Collects TLVs; a mandatory one that is missing spoils the list.
 class Builder {
   public:
-    Builder() { list_.reserve(8); }
+    Builder() { list_.reserve(12); }
     Builder& must(std::optional<Tlv>&& tlv) {
         if (!tlv) spoilt_ = true;
         return may(std::move(tlv));

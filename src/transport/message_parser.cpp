@@ -107,7 +107,7 @@ int parseTopolQuery(const Received& msg) {
 }
 
 // Adds the TLVs of one area of a topology response to the record.
-bool parseTopolRespArea(const Port& port, Bytes area, Ieee1905DevTable& dev) {
+bool parseTopolRespArea(const Port& port, Bytes area, DevTopol& dev) {
     return walkArea(area, [&](uint8_t type, Bytes tlv) {
         switch (type) {
             case kTlvAlMac:
@@ -126,7 +126,7 @@ bool parseTopolRespArea(const Port& port, Bytes area, Ieee1905DevTable& dev) {
     });
 }
 
-int finishTopolResp(const Port& port, const MacAddr& srcMac, Ieee1905DevTable&& dev) {
+int finishTopolResp(const Port& port, const MacAddr& srcMac, DevTopol&& dev) {
     if (dev.alMac.isZero()) {
         LOG_PUTS(2, "topology response without AL MAC\r");
         return kFailure;
@@ -136,14 +136,14 @@ int finishTopolResp(const Port& port, const MacAddr& srcMac, Ieee1905DevTable&& 
 }
 
 int parseTopolResp(const Received& msg) {
-    Ieee1905DevTable dev;
+    DevTopol dev;
     if (!parseTopolRespArea(msg.port, msg.area, dev)) return kFailure;
     return finishTopolResp(msg.port, msg.hdr.srcMac, std::move(dev));
 }
 
 int parseTopolRespFragTlvs(const Port& port, const FragCmdu& cmdu) {
     LOG(4, "fragemented CMDU message (type = %d, id = %d)\r\n", cmdu.msgType, cmdu.msgId);
-    Ieee1905DevTable dev;
+    DevTopol dev;
     for (const auto& fragment : cmdu.fragments) {
         if (!parseTopolRespArea(port, fragment, dev)) return kFailure;
     }

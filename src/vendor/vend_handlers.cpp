@@ -1,45 +1,11 @@
 #include "vendor/vend_handlers.h"
 
-#include <algorithm>
-
 #include "core/log.h"
 #include "core/result.h"
-#include "topology/message_handler.h"
 #include "topology/standard_tlv.h"
+#include "vendor/catalogue.h"
 #include "vendor/query_tracking.h"
 #include "vendor/vend_tlv.h"
-
-namespace {
-
-struct VendContext {
-    const Port& port;
-    const MacAddr& srcMac;
-    uint16_t msgId;
-    VendMsg& msg;
-    int path;
-};
-
-int handleVendDiscMsg(const VendContext& context) {
-    const auto& disc = static_cast<const VendDisc&>(*context.msg.payload);
-    if (disc.alMac.isZero()) return kFailure;
-    const Port& port = context.port;
-    const int result = handleTopolDiscMsg(port.name, port.mac, port.mediaType, context.srcMac,
-                                          disc.alMac, disc.intfMac);
-    return result == kOk ? kOk : kFailure;
-}
-
-struct VendHandler {
-    uint16_t vendMsgType;
-    const char* label;
-    int logLevel;
-    int (*handle)(const VendContext& context);
-};
-
-constexpr std::array kHandlers{
-    VendHandler{VEND_MSG_TYPE_VEND_DISC, "VEND_MSG_TYPE_VEND_DISC", 3, handleVendDiscMsg},
-};
-
-}  // namespace
 
 int initVendMessageHandler() {
     return initVendQueries();
@@ -63,13 +29,12 @@ int parseVendSpecTlvs(const Port& port, const MacAddr& srcMac, uint16_t msgId, B
 int handleVendSpecMsg(const Port& port, const MacAddr& srcMac, MacAddr& senderAlMac, uint16_t msgId,
                       VendMsg& msg, int path) {
     senderAlMac = msg.alMac;
-    const auto it = std::find_if(kHandlers.begin(), kHandlers.end(), [&](const auto& handler) {
-        return handler.vendMsgType == msg.vendMsgType;
-    });
-    if (it == kHandlers.end()) {
+    const VendType* type = findVendType(msg.vendMsgType);
+    if (type == nullptr || type->label == nullptr) {
         LOG(3, "vendor specific message type (%d) is unsoppourted\r\n", msg.vendMsgType);
         return kFailure;
     }
-    LOG(it->logLevel, "vendor specific message type is (%d)[%s]\r\n", msg.vendMsgType, it->label);
-    return it->handle({port, srcMac, msgId, msg, path});
+    LOG(type->logLevel, "vendor specific message type is (%d)[%s]\r\n", msg.vendMsgType,
+        type->label);
+    return type->handle({port, srcMac, msgId, msg, path});
 }

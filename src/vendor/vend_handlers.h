@@ -1,4 +1,4 @@
-// Decoding and dispatch of received vendor messages.
+// Decoding and dispatch of received vendor messages, and what their handlers share.
 #pragma once
 
 #include "core/bytes.h"
@@ -7,6 +7,21 @@
 
 // Where a vendor message came from.
 enum VendPath : int { kVendPathCommand = 25, kVendPathNetwork = 255 };
+
+// A vendor message on its way to its handler.
+struct VendContext {
+    const Port& port;
+    const MacAddr& srcMac;  // of the frame
+    uint16_t msgId;
+    VendMsg& msg;
+    int path;  // VendPath
+
+    // The decoded form; the catalogue pairs it with the handler.
+    template <typename Payload>
+    const Payload& as() const {
+        return static_cast<const Payload&>(*msg.payload);
+    }
+};
 
 // kOk; the pending vendor queries are forgotten.
 int initVendMessageHandler();

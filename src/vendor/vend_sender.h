@@ -1,4 +1,4 @@
-// Making of vendor messages of this device.
+// Making and sending of vendor messages of this device.
 #pragma once
 
 #include <memory>
@@ -8,3 +8,13 @@
 
 // A message of this type with the own OUI and AL MAC; nothing without a database.
 std::optional<VendMsg> makeVendMsg(VendMsgType type, std::unique_ptr<VendPayload> payload);
+
+// Send a vendor message to one device (AL MAC or interface MAC), to all, or as an answer under the
+// identifier of the message that is answered. msgId receives the identifier used. The result of
+// the send; kFailure without a database.
+int sendVendMsg(const MacAddr& dstMac, VendMsgType type, std::unique_ptr<VendPayload> payload,
+                uint16_t* msgId = nullptr);
+int sendVendMcastMsg(VendMsgType type, std::unique_ptr<VendPayload> payload,
+                     uint16_t* msgId = nullptr);
+int sendVendRespMsg(const MacAddr& dstMac, uint16_t msgId, VendMsgType type,
+                    std::unique_ptr<VendPayload> payload);

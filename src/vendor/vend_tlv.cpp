@@ -5,34 +5,40 @@
 #include "core/log.h"
 #include "topology/data_manager.h"
 #include "topology/standard_tlv.h"
-#include "vendor/payload_codec.h"
+#include "vendor/catalogue.h"
 
 namespace {
 
 // OUI, AL MAC, two header bytes, message type, payload length.
 constexpr size_t kVendHdrLen = 15;
 
-const PayloadCodec* codecOf(uint16_t vendMsgType) {
-    const PayloadCodec* codec = findPayloadCodec(vendMsgType);
-    if (codec == nullptr) {
+const VendType* knownType(uint16_t vendMsgType) {
+    const VendType* type = findVendType(vendMsgType);
+    if (type == nullptr) {
         LOG(3, "the vendor specific message type (%d) is unsoppourted\r\n", vendMsgType);
     }
-    return codec;
+    return type;
+}
+
+// Header and payload; false when they cannot be encoded.
+bool encode(const VendMsg& msg, const MacAddr& portMac, std::vector<uint8_t>& out) {
+    const VendType* type = knownType(msg.vendMsgType);
+    if (type == nullptr || msg.payload == nullptr) return false;
+    out.reserve(kMaxSentTlvLength);
+    out.resize(kVendHdrLen);
+    if (!type->encode(*msg.payload, {portMac}, out) || out.size() > kMaxTlvLength) return false;
+    ByteWriter writer(out);
+    writer.bytes(msg.oui).mac(msg.alMac).u8(msg.headerA).u8(msg.headerB);
+    writer.u16(msg.vendMsgType).u16(static_cast<uint32_t>(out.size() - kVendHdrLen));
+    return true;
 }
 
 }  // namespace
 
 std::optional<Tlv> genVendSpecTlv(const VendMsg& msg, const MacAddr& portMac) {
     LOG(4, "vendor specific message type is (%d)\r\n", msg.vendMsgType);
-    const PayloadCodec* codec = codecOf(msg.vendMsgType);
-    if (codec != nullptr && msg.payload != nullptr) {
-        const size_t payloadLen = codec->size(*msg.payload);
-        Tlv tlv{kTlvVendSpec, std::vector<uint8_t>(kVendHdrLen + payloadLen)};
-        ByteWriter writer(tlv.value);
-        writer.bytes(msg.oui).mac(msg.alMac).u8(msg.headerA).u8(msg.headerB);
-        writer.u16(msg.vendMsgType).u16(static_cast<uint32_t>(payloadLen));
-        if (codec->encode(*msg.payload, portMac, writer) && writer.ok()) return tlv;
-    }
+    std::vector<uint8_t> value;
+    if (encode(msg, portMac, value)) return Tlv{kTlvVendSpec, TlvValue(value)};
     LOG_PUTS(2, "failed to generate vender specific TLV\r");
     return std::nullopt;
 }
@@ -57,11 +63,12 @@ size_t parseVendSpecTlv(Bytes tlv, VendMsg& msg) {
     msg.headerA = reader.u8();
     msg.headerB = reader.u8();
     msg.vendMsgType = reader.u16();
-    reader.skip(2);  // meant: a parser reads its own counts, the payload length is not compared
+    // Meant: a parser reads its own counts, what it consumes is not compared with the length.
+    const uint16_t payloadLen = reader.u16();
     LOG(4, "the vendor specific message type is (%d)\r\n", msg.vendMsgType);
-    const PayloadCodec* codec = codecOf(msg.vendMsgType);
-    if (codec == nullptr) return 0;
-    msg.payload = codec->parse(reader);
+    const VendType* vendType = knownType(msg.vendMsgType);
+    if (vendType == nullptr) return 0;
+    msg.payload = vendType->parse(reader, payloadLen);
     if (msg.payload == nullptr || !reader.ok()) {
         LOG_PUTS(1, "failed to parse the vendor specific TLV\r");
         return 0;

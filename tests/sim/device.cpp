@@ -117,6 +117,9 @@ void preparePlatform(const DeviceOptions& options) {
 void startDaemon(const DeviceOptions& options) {
     std::ofstream(here->folder + "/vm1905.conf")
         << "DATA_MODEL_FOLDER=" << here->folder << "\nLOG_FOLDER=" << here->folder << "\n";
+    if (!options.versions.empty()) {
+        std::ofstream(here->folder + "/vm1905_Version") << options.versions;
+    }
     setConfFolder(here->folder);
     if (initSysConfig() != kOk) die("the configuration cannot be read");
     (void)setDebugLevel(options.debugLevel);

@@ -406,6 +406,10 @@ Json Mesh::changeLog(Device device) {
     return Json::parse(readFile(node(device).site.folder + "/vm1905_log.json"));
 }
 
+Json Mesh::autoconfig(Device device) const {
+    return Json::parse(readFile(node(device).site.folder + "/vm1905_APautoconfig.json"));
+}
+
 std::string Mesh::log(Device device) const {
     return readFile(node(device).site.folder + "/log");
 }

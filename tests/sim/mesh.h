@@ -97,6 +97,8 @@ class Mesh {
     // The same and the change log, written on demand.
     Json jsonNow(Device device);
     Json changeLog(Device device);
+    // What stands in "vm1905_APautoconfig.json".
+    Json autoconfig(Device device) const;
     std::string log(Device device) const;
 
     // Records what the segment carries from now on.

@@ -8,6 +8,7 @@
 
 #include "core/mac_addr.h"
 #include "transport/frame.h"
+#include "transport/tlv.h"
 
 using Frame = std::vector<uint8_t>;
 
@@ -38,6 +39,9 @@ inline Frame bytesOf(const MacAddr& mac) {
     return {mac.b.begin(), mac.b.end()};
 }
 
+inline Frame bytesOf(const TlvValue& value) {
+    return {value.data(), value.data() + value.size()};
+}
 inline Frame be16(unsigned value) {
     return {static_cast<uint8_t>(value >> 8), static_cast<uint8_t>(value)};
 }

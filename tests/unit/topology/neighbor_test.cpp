@@ -24,7 +24,7 @@ class Neighbors : public Device {
         return updateTopolInfo(kind, kEth0, kMedia, who.al, who.intf);
     }
     static int note(int type, const Peer& who = kPeer) { return updateNbrDevTable(type, who.al); }
-    static int store(Ieee1905DevTable dev) {
+    static int store(DevTopol dev) {
         return updateIeee1905DevTable(kEth0, kMedia, std::move(dev));
     }
     // Who came (+) and went (-) since the last look, n for a non-1905 neighbour, @ for the
@@ -204,9 +204,9 @@ TEST_F(Neighbors, AResponseKeepsWhatItDoesNotCarry) {
     fakePlatform().wpsSyncList[kPeer.al] = {7, 8};
     auto first = record({}, {});
     first.intfs = {{peer(3).intf, 1, {}, 0, Text<16>("wlan0")}};
-    first.hostname = "extender";
-    first.wifiClients.resize(2);
     (void)store(first);
+    getIeee1905DevTableByIndex(0)->hostname = "extender";
+    getIeee1905DevTableByIndex(0)->wifiClients.resize(2);
     (void)store({});
     auto next = record({}, {{3, {4}}});
     next.intfs = {{peer(5).intf, 1, {}, 255, {}}, {peer(3).intf, 2, {}, 255, {}}};

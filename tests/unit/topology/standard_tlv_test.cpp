@@ -52,7 +52,7 @@ class StandardTlv : public testing::Test {
 };
 
 Frame flat(const std::optional<Tlv>& tlv) {
-    return tlv ? tlvBytes(tlv->type, tlv->value) : Frame{};
+    return tlv ? tlvBytes(tlv->type, bytesOf(tlv->value)) : Frame{};
 }
 
 TEST_F(StandardTlv, GeneratorsWriteTheseBytes) {

@@ -19,12 +19,12 @@ TEST(Frame, HeadersAndTlvsAreTheseBytes) {
               2U);
 
     Frame out(520);
-    EXPECT_EQ(flatten1905Tlv({5, Frame(300, 1)}, out), 303U);
+    EXPECT_EQ(flatten1905Tlv({5, TlvValue(Frame(300, 1))}, out), 303U);
     EXPECT_EQ(Frame(&out[0], &out[4]), hex("05 012c 01"));
-    EXPECT_EQ(flatten1905Tlv({5, Frame(518, 1)}, out), 0U) << "no room";
-    EXPECT_EQ(flattenLldpTlv({3, Frame(300, 2)}, out), 302U);
+    EXPECT_EQ(flatten1905Tlv({5, TlvValue(Frame(518, 1))}, out), 0U) << "no room";
+    EXPECT_EQ(flattenLldpTlv({3, TlvValue(Frame(300, 2))}, out), 302U);
     EXPECT_EQ(Frame(&out[0], &out[3]), hex("072c 02"));
-    EXPECT_EQ(flattenLldpTlv({3, Frame(512, 2)}, out), 0U) << "9 bits of length";
+    EXPECT_EQ(flattenLldpTlv({3, TlvValue(Frame(512, 2))}, out), 0U) << "9 bits of length";
 }
 
 class Builder : public Device {
@@ -69,7 +69,7 @@ TEST_F(Builder, MessagesCarryTheseTlvs) {
               "12: 1 19 r\n13: \n");
     EXPECT_EQ(occurrences(log.text(), "message type (13) isn't supported\r\n"), 1U);
     (void)build(0, {});
-    EXPECT_EQ(list_[1].value, bytesOf(kEth1)) << "the MAC of the sending port";
+    EXPECT_EQ(bytesOf(list_[1].value), bytesOf(kEth1)) << "the MAC of the sending port";
     getAlTable()->brdgTuples = {{{kEth0, kEth1}}};
     EXPECT_EQ(build(3, {}), "3 4 6 6 7 1 ");
     fakePlatform().intfs.push_back({"untold", kEth2});

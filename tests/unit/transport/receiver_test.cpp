@@ -60,6 +60,8 @@ class Receiver : public Device {
     void SetUp() override {
         Device::SetUp();
         start();
+        // The controller would ask whoever is heard of.
+        requestHandlers().setMessageTransmitterCheckFlag = nullptr;
     }
     static bool isStored(unsigned id, unsigned type = 3) {
         const Frame frame = fragment(id, 0, false, type);
@@ -185,11 +187,12 @@ TEST_F(Receiver, OwnMessagesAndDuplicatesAreDropped) {
         LogCapture log(4);
         // An AL MAC of our own fails these types; the others do not look at it.
         const bool checked = message.type <= 3 || message.type == 8 || message.type == 9;
+        const bool failing = checked || message.type == 4 || message.type == 5;
         Frame own = frameOf(message);
         for (size_t i = 22; i + 6 < own.size(); i++) {
             if (MacAddr(&own[i]) == kPeer.al) kOwnAl.copyTo(&own[i]);
         }
-        EXPECT_EQ(receive("eth0", own), checked || message.type == 5 ? kFailure : kOk);
+        EXPECT_EQ(receive("eth0", own), failing ? kFailure : kOk);
         EXPECT_EQ(occurrences(log.text(), "loop alMac = 02:19:05:00:00:01 , return FAILURE\n"),
                   checked)
             << message.type;

@@ -25,7 +25,7 @@ class Transmitter : public Device {
     static int sendTlvs(const TlvList& tlvs, uint16_t type = kMsgTopolResp) {
         return send1905UcastMsg(port("eth0"), peer(1).intf, type, 7, false, tlvs);
     }
-    static Tlv tlv(size_t flatSize) { return {0x55, Frame(flatSize - 3, 0xAA)}; }
+    static Tlv tlv(size_t flatSize) { return {0x55, TlvValue(Frame(flatSize - 3, 0xAA))}; }
     // Where frames went: "port:last byte of the MAC".
     static std::string destinations() {
         std::string all;
@@ -56,7 +56,7 @@ TEST_F(Transmitter, FragmentsEndBetweenTlvs) {
             EXPECT_EQ(all[i].flags, i + 1 == all.size() ? kLastFragment : 0);
             carried = carried + Frame(all[i].frame.begin() + 22, all[i].frame.end() - 3);
         }
-        for (const auto& t : tlvs) wanted = wanted + tlvBytes(t.type, t.value);
+        for (const auto& t : tlvs) wanted = wanted + tlvBytes(t.type, bytesOf(t.value));
         wanted.resize(sizes[0] == 64 ? 64 - 25 : wanted.size());
         EXPECT_EQ(carried, wanted);
     }

@@ -1,0 +1,40 @@
+// The orders that wait for their answers: reboot, reset to default, LED, system and network
+// control. Whoever first sends an order enters it here with flag 1; the handler of its answer
+// clears it with flag 0; the controller loop repeats the rest, each list with its own period and
+// up to its own limit (controller/settings.h).
+//
+// Unless told otherwise: kOk, or kFailure for a missing address or a full list.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "core/mac_addr.h"
+
+// Empties all lists.
+void initCtrlLists();
+
+// flag 1 enters an order that was sent under the identifier msgId (0 when no client waits for the
+// answer). flag 0 ends the first order to the device and answers its client with result 0; without
+// such an order it leaves an entry that is never repeated.
+int setRebootCtrlList(const MacAddr* almac, uint16_t msgId, int flag);
+int setResetToDefaultCtrlList(const MacAddr* almac, uint16_t msgId, int flag);
+
+// Enter an order with its value (flag 1) or its answer (flag 0) for the device, or for every device
+// of the topology table when the address is all zero. A device has one entry: the newest.
+int setLEDCtrlList(const MacAddr* almac, int32_t value, int flag);
+int setSystemCtrlList(const MacAddr* almac, int32_t value, int flag);
+// NetworkOption and command text. Only an answer to the same option ends an order.
+int setNetworkCtrlList(const MacAddr* almac, uint16_t option, std::string_view command, int flag);
+
+// One device of the above. Whether the list is at work stays as it is: set... starts it.
+int addLEDCtrlList(const MacAddr& almac, int32_t value, int flag);
+int addSystemCtrlList(const MacAddr& almac, int32_t value, int flag);
+int addNetworkCtrlList(const MacAddr& almac, uint16_t option, std::string_view command, int flag);
+
+// One pass over a list: repeats what was not answered. kOk.
+int checkRebootCtrlList();
+int checkResetToDefaultCtrlList();
+int checkLEDCtrlList();
+int checkSystemCtrlList();
+int CheckNetworkCtrlList();

@@ -1,0 +1,12 @@
+#include "controller/features/led_state.h"
+
+#include "controller/features/own_record.h"
+#include "platform/state.h"
+
+int checkLEDstate() {
+    return refreshOwnRecord(getLEDState, [](AlTable& al, const LedState& led) {
+        const bool status = storeText(al.info.ledStatus, textOf(led.status));
+        const bool brightness = storeText(al.info.ledBrightness, textOf(led.brightness));
+        return status || brightness;
+    });
+}

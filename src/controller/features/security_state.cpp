@@ -1,0 +1,12 @@
+#include "controller/features/security_state.h"
+
+#include "controller/features/own_record.h"
+#include "platform/state.h"
+
+int checkSecurityStatet() {
+    return refreshOwnRecord(getSecurityState, [](AlTable& al, const SecurityState& security) {
+        const bool ssh = storeText(al.info.sshState, textOf(security.ssh));
+        const bool telnet = storeText(al.info.telnetState, textOf(security.telnet));
+        return ssh || telnet;
+    });
+}

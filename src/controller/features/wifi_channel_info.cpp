@@ -1,0 +1,13 @@
+#include "controller/features/wifi_channel_info.h"
+
+#include "controller/features/own_record.h"
+#include "platform/state.h"
+
+int checkWIFIChannelInfo() {
+    return refreshOwnRecord(getWIFIChannelInfo, [](AlTable& al, const WifiChannels& channels) {
+        const bool band24 = storeText(al.info.wifi24GChannel, textOf(channels.band24));
+        const bool band5 = storeText(al.info.wifi5GChannel, textOf(channels.band5));
+        const bool band5High = storeText(al.info.wifi5G2Channel, textOf(channels.band5High));
+        return band24 || band5 || band5High;
+    });
+}

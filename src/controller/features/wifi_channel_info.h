@@ -1,0 +1,5 @@
+// The channels of the own radios.
+#pragma once
+
+// kOk, or kFailure when the platform does not tell.
+int checkWIFIChannelInfo();

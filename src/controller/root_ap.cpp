@@ -1,0 +1,95 @@
+#include "controller/root_ap.h"
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <fstream>
+#include <string>
+
+#include "core/shell.h"
+#include "topology/data_manager.h"
+
+namespace {
+
+constexpr uint8_t kRegistrar = 0;
+constexpr uint8_t kEnrollee = 1;
+
+struct MeshRow {
+    std::string_view intfName;
+    Text<32> mac{"00:00:00:00:00:00"};
+    bool found = false;
+};
+
+struct RootAp {
+    std::array<MeshRow, 3> rows{{{"wlan0-msh0"}, {"wlan1-msh0"}, {"wlan2-msh0"}}};
+    int flag_rootap_mesh_mac = 0;  // 1: the file was written
+    Text<32> ip;                   // last published
+    std::string folder = "/tmp";
+};
+
+RootAp rootAp;
+
+bool isRootAp(const Ieee1905DevTable& dev) {
+    return !dev.intfs.empty() && dev.role == kRegistrar;
+}
+
+void noteMeshMac(const DevIntf& intf) {
+    for (auto& row : rootAp.rows) {
+        if (row.found || intf.name != row.intfName) continue;
+        char text[18];
+        snprintf(text, sizeof text, MAC_FMT, MAC_ARGS(intf.mac));
+        row.mac = std::string_view(text);
+        row.found = true;
+        return;
+    }
+}
+
+// It comes from another device and goes to the shell.
+bool isIpAddress(const Text<32>& text) {
+    in6_addr address{};
+    return inet_pton(AF_INET, text.c_str(), &address) == 1 ||
+           inet_pton(AF_INET6, text.c_str(), &address) == 1;
+}
+
+}  // namespace
+
+void initRootAp() {
+    rootAp = {};
+}
+
+void setRootApFolder(std::string_view folder) {
+    rootAp.folder = folder;
+}
+
+bool rootApMeshMacsPublished() {
+    return rootAp.flag_rootap_mesh_mac != 0;
+}
+
+void publishRootApMeshMacs() {
+    const TopolTable* topol = getNetTopolTable();
+    if (topol == nullptr) return;
+    for (const auto& dev : topol->devs) {
+        if (!isRootAp(dev)) continue;
+        for (const auto& intf : dev.intfs) noteMeshMac(intf);
+    }
+    if (!std::all_of(rootAp.rows.begin(), rootAp.rows.end(),
+                     [](const MeshRow& row) { return row.found; })) {
+        return;
+    }
+    // Meant: a file that cannot be written is not tried again.
+    rootAp.flag_rootap_mesh_mac = 1;
+    std::ofstream file(rootAp.folder + "/ROOTAP_MESH_MAC");
+    for (const auto& row : rootAp.rows) file << row.intfName << '=' << row.mac.view() << '\n';
+}
+
+void publishRootApIp() {
+    const AlTable* al = getAlTable();
+    if (al == nullptr || al->role() != kEnrollee) return;
+    for (const auto& dev : al->topol.devs) {
+        if (!isRootAp(dev) || dev.deviceIP == rootAp.ip || !isIpAddress(dev.deviceIP)) continue;
+        rootAp.ip = dev.deviceIP;
+        (void)runShell("echo %s >%s", rootAp.ip.c_str(), (rootAp.folder + "/rootap_ip").c_str());
+    }
+}

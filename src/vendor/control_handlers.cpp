@@ -1,0 +1,130 @@
+#include "vendor/control_handlers.h"
+
+#include "controller/control_lists.h"
+#include "controller/fw_upgrade_list.h"
+#include "core/log.h"
+#include "core/options.h"
+#include "core/reboot.h"
+#include "core/requests.h"
+#include "core/result.h"
+#include "platform/device.h"
+#include "service/answer_writers.h"
+#include "topology/data_manager.h"
+#include "topology/device_table.h"
+#include "vendor/control_request.h"
+#include "vendor/message_log.h"
+#include "vendor/payloads.h"
+
+namespace {
+
+// The requester learns the outcome before the device goes down, and without an answer on its way
+// nothing is done.
+template <typename Act>
+int answerThenAct(const VendContext& context, VendMsgType respType, int retCode, const char* doing,
+                  const char* refusal, Act&& act) {
+    const int answered = answerRequest(context, respType, retCode);
+    if (retCode != kOk || answered != kOk) {
+        LOG(2, "%s\n", refusal);
+        return answered;
+    }
+    LOG(3, "%s\n", doing);
+    writeVendMsgLog(context.msg, context.srcMac);
+    return act() == kOk ? kOk : kFailure;
+}
+
+int addressResult(const VendContext& context) {
+    return isOwnAlMac(context.as<AlMacPayload>().almac) ? kOk : kNotAddressed;
+}
+
+int setLED(const VendContext& context) {
+    const uint8_t option = context.as<OptionPayload>().option;
+    Outputlog("[LEDCtrl] get LED (%d) from (%02x:%02x:%02x:%02x:%02x:%02x)", option,
+              MAC_ARGS(context.msg.alMac));
+    return answerRequest(context, VEND_MSG_TYPE_LED_CTRL_RESP, setLEDvalue(option));
+}
+
+int setSystem(const VendContext& context) {
+    const uint8_t option = context.as<OptionPayload>().option;
+    Outputlog("[SystemCtrl] get System (%d) from (%02x:%02x:%02x:%02x:%02x:%02x)", option,
+              MAC_ARGS(context.msg.alMac));
+    return answerRequest(context, VEND_MSG_TYPE_SYSTEM_CTRL_RESP, setSystemvalue(option));
+}
+
+}  // namespace
+
+int handleRebootReqMsg(const VendContext& context) {
+    int retCode = addressResult(context);
+    if (retCode == kOk && getEnableRebootFromNbrOption() != 1) retCode = kFailure;
+    return answerThenAct(context, VEND_MSG_TYPE_REBOOT_RESP, retCode, "reboot...\r",
+                         "failed to reboot\r", rebootSystem);
+}
+
+int handleRebootRespMsg(const VendContext& context) {
+    const MacAddr* owner = getalMacOfIeee1905DevTableByintfMac(context.srcMac);
+    if (owner == nullptr) return kFailure;
+    const MacAddr alMac = *owner;
+    const uint8_t retCode = context.as<RetCodePayload>().retCode;
+    // The retry list tells its client of success; of a refusal the client hears here.
+    if (retCode != kOk) (void)respNbrRebootServReq(context.msgId, retCode);
+    if (findFWupgradelist(alMac) != nullptr)
+        (void)addFWupgradelist(alMac, kFWupgradeSetState, kFWupgradeFinished);
+    return setRebootCtrlList(&alMac, context.msgId, 0);
+}
+
+int handleResetToDefaultReqMsg(const VendContext& context) {
+    return answerThenAct(context, VEND_MSG_TYPE_RESETTODEFAULT_RESP, addressResult(context),
+                         "reset to default...\r", "failed to reset to default\r", resetToDefault);
+}
+
+int handleResetToDefaultRespMsg(const VendContext& context) {
+    const uint8_t retCode = context.as<RetCodePayload>().retCode;
+    if (retCode != kOk) (void)respNbrResetToDefaultServReq(context.msgId, retCode);
+    return setResetToDefaultCtrlList(&context.msg.alMac, context.msgId, 0);
+}
+
+int handleLEDCtrlReqMsg(const VendContext& context) {
+    return setLED(context);
+}
+
+int handleLEDCtrlMCASTReqMsg(const VendContext& context) {
+    return setLED(context);
+}
+
+int handleLEDCtrlRespMsg(const VendContext& context) {
+    (void)setLEDCtrlList(&context.msg.alMac, 0, 0);
+    return respNbrLEDCtrlServReq(context.msgId, context.as<RetCodePayload>().retCode);
+}
+
+int handleSystemCtrlReqMsg(const VendContext& context) {
+    return setSystem(context);
+}
+
+int handleSystemCtrlMCASTReqMsg(const VendContext& context) {
+    return setSystem(context);
+}
+
+int handleSystemCtrlRespMsg(const VendContext& context) {
+    (void)setSystemCtrlList(&context.msg.alMac, 0, 0);
+    return respNbrSystemCtrlServReq(context.msgId, context.as<RetCodePayload>().retCode);
+}
+
+int handleNetworkCtrlReqMsg(const VendContext& context) {
+    const auto& request = context.as<NetworkCtrlReq>();
+    Outputlog("[NetworkCtrl] get Network control (%d,\"%s\") from (%02x:%02x:%02x:%02x:%02x:%02x)",
+              request.networkOption, request.command.c_str(), MAC_ARGS(context.msg.alMac));
+    const int retCode = setNetworkCtrl(request.networkOption, request.command.c_str());
+    auto answer = std::make_unique<NetworkCtrlResp>();
+    answer->networkOption = request.networkOption;
+    answer->retCode = static_cast<uint8_t>(retCode);
+    return answerRequest(context, VEND_MSG_TYPE_NETWORKCTRL_RESP, std::move(answer), retCode);
+}
+
+int handleNetworkCtrlRespMsg(const VendContext& context) {
+    return addNetworkCtrlList(context.msg.alMac, context.as<NetworkCtrlResp>().networkOption, "",
+                              0);
+}
+
+int handleUpdateExtenderconifgReqMsg(const VendContext& /*context*/) {
+    if (updateWPSConfig() != kOk) return kFailure;
+    return requestUpdateDataModel(0);
+}

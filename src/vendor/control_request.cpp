@@ -1,0 +1,49 @@
+#include "vendor/control_request.h"
+
+#include "core/log.h"
+#include "core/result.h"
+#include "platform/autoconfig.h"
+#include "topology/data_manager.h"
+#include "vendor/payloads.h"
+#include "vendor/remote_command.h"
+#include "vendor/vend_sender.h"
+
+namespace {
+
+constexpr uint8_t kRegistrar = 0;
+constexpr uint8_t kEnrollee = 1;
+
+bool hasRole(uint8_t role) {
+    WpsConfig config{};
+    return getWPSConfig(&config) == 0 && config.deviceType == role;
+}
+
+}  // namespace
+
+bool isOwnAlMac(const MacAddr& almac) {
+    const MacAddr* own = getAlMac();
+    return own != nullptr && almac == *own;
+}
+
+bool isRegistrar() {
+    if (hasRole(kRegistrar)) return true;
+    LOG_PUTS(2, "Device is not Registrar\r");
+    return false;
+}
+
+bool isEnrollee() {
+    if (hasRole(kEnrollee)) return true;
+    LOG_PUTS(2, "Device is not Enrollee\r");
+    return false;
+}
+
+int answerRequest(const VendContext& context, VendMsgType respType, int retCode) {
+    return answerRequest(context, respType, std::make_unique<RetCodePayload>(retCode), retCode);
+}
+
+int answerRequest(const VendContext& context, VendMsgType respType,
+                  std::unique_ptr<VendPayload> payload, int retCode) {
+    if (context.path == kVendPathCommand) return requestCommandresult(context, retCode);
+    const int result = sendVendRespMsg(context.srcMac, context.msgId, respType, std::move(payload));
+    return result == kOk ? kOk : kFailure;
+}

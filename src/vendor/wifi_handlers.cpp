@@ -1,0 +1,181 @@
+#include "vendor/wifi_handlers.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "core/log.h"
+#include "core/requests.h"
+#include "core/result.h"
+#include "core/shell.h"
+#include "platform/autoconfig.h"
+#include "platform/device.h"
+#include "service/answer_writers.h"
+#include "topology/data_manager.h"
+#include "topology/device_table.h"
+#include "vendor/control_request.h"
+#include "vendor/payloads.h"
+#include "vendor/vend_sender.h"
+#include "vendor/wifi_clients.h"
+
+namespace {
+
+constexpr size_t kMaxStateEntries = 100;  // more do not fit into a message
+constexpr uint8_t kWpsAutoConfig = 0x01;
+constexpr uint8_t kWpsSendSearch = 0x02;
+constexpr uint8_t kWpsSendResponse = 0x04;
+
+const char* resultText(int result) {
+    return result == 0 ? "success" : "fail";
+}
+
+using SyncData = char[PLATFORM_SYNC_DATA_LEN];
+
+// Answers with a text of this device's: its setting, or the result of taking one over.
+int answerText(const VendContext& context, VendMsgType type, std::string_view text) {
+    return sendVendRespMsg(context.srcMac, context.msgId, type,
+                           std::make_unique<TextPayload>(*getAlMac(), std::string(text)));
+}
+
+// Leaves the result text of a device for whoever shows it.
+int writeResultFile(const VendContext& context, const char* name) {
+    const auto text = escapeForEcho(context.as<TextPayload>().data);
+    if (!text) {
+        LOG(2, "refuse the result text of " MAC_FMT "\n", MAC_ARGS(context.msg.alMac));
+        return kFailure;
+    }
+    (void)runShell("mkdir -p /tmp/vm1905");
+    const int status = runShell("echo \"%s\" > /tmp/vm1905/%s_%02x%02x%02x%02x%02x%02x",
+                                text->c_str(), name, MAC_ARGS(context.msg.alMac));
+    return status == 0 ? kOk : kFailure;
+}
+
+}  // namespace
+
+int handleWIFIStateQueryMsg(const VendContext& context) {
+    WifiStationList list{};
+    if (getWIFIConfig(&list) != 0) return kFailure;
+    auto answer = std::make_unique<WifiStateResp>();
+    while (list.head != nullptr) {
+        const std::unique_ptr<WifiStation, decltype(&free)> station(list.head, free);
+        list.head = station->next;
+        if (answer->entries.size() == kMaxStateEntries) continue;
+        answer->entries.push_back({MacAddr(station->mac), static_cast<uint16_t>(station->mediaType),
+                                   station->rate, station->rssi,
+                                   static_cast<uint8_t>(station->signalLevel)});
+    }
+    return sendVendRespMsg(context.srcMac, context.msgId, VEND_MSG_TYPE_WIFI_STATE_RESP,
+                           std::move(answer));
+}
+
+int handleWIFIStateRespMsg(const VendContext& context) {
+    Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
+    if (dev == nullptr) return kFailure;
+    for (const auto& entry : context.as<WifiStateResp>().entries) {
+        WifiClient& client = touchWifiClient(*dev, entry.mac);
+        client.mediaType = entry.mediaType;
+        client.rate = entry.rate;
+        client.rssi = entry.rssi;
+        client.signalLevel = entry.signalLevel;
+    }
+    dropSilentWifiClients(*dev);
+    return requestUpdateDataModel(0);
+}
+
+int handleWIFIClientmcastMsg(const VendContext& context) {
+    Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
+    if (dev == nullptr) return kFailure;
+    const bool understood = storeWifiClients(*dev, context.as<TextPayload>().data);
+    dropSilentWifiClients(*dev);
+    (void)requestUpdateDataModel(0);
+    return understood ? kOk : kFailure;
+}
+
+int handleWIFIStateSearchMsg(const VendContext& context) {
+    if (!isRegistrar()) return kFailure;
+    SyncData data{};
+    if (getWIFIStateSync(data) != 0) {
+        LOG_PUTS(2, "get WIFIState Data error\r");
+        return kFailure;
+    }
+    return answerText(context, VEND_MSG_TYPE_WIFISTATERENEW, {data, strnlen(data, sizeof data)});
+}
+
+int handleWIFIStateRenewMsg(const VendContext& context) {
+    if (!isEnrollee()) return kFailure;
+    const uint8_t* sender = context.msg.alMac.data();
+    const char* result =
+        resultText(parseWIFIStateSyncdata(sender, context.as<TextPayload>().data.c_str()));
+    (void)setWIFIStateSyncList(sender, result);
+    return answerText(context, VEND_MSG_TYPE_WIFISTATEACK, result);
+}
+
+int handleWIFIStateAckMsg(const VendContext& context) {
+    (void)setWIFIStateSyncList(context.msg.alMac.data(), context.as<TextPayload>().data.c_str());
+    return writeResultFile(context, "vm1905WIFIState");
+}
+
+int handleWIFIChannelSearchMsg(const VendContext& context) {
+    const MacAddr& sender = context.msg.alMac;
+    const Ieee1905DevTable* dev = getIeee1905DevTableById(sender);
+    if (checkMACisApprove(sender.data(), dev != nullptr ? dev->hostname.c_str() : "") != 0) {
+        LOG(2, "Decvice(%02x:%02x:%02x:%02x:%02x:%02x) is not allow\r\n", MAC_ARGS(sender));
+        return kFailure;
+    }
+    SyncData data{};
+    if (getWIFIChannelSync(data) != 0) return kFailure;
+    return answerText(context, VEND_MSG_TYPE_WIFICHANNELRENEW, {data, strnlen(data, sizeof data)});
+}
+
+int handleWIFIChannelRenewMsg(const VendContext& context) {
+    if (!isEnrollee()) return kFailure;
+    const char* result = resultText(
+        parseWIFIChannelSyncData(context.msg.alMac.data(), context.as<TextPayload>().data.c_str()));
+    return answerText(context, VEND_MSG_TYPE_WIFICHANNELACK, result);
+}
+
+int handleWIFIChannelAckMsg(const VendContext& context) {
+    (void)setWIFIChannelSyncList(context.msg.alMac.data(), context.as<TextPayload>().data.c_str());
+    return writeResultFile(context, "vm1905WIFIChannel");
+}
+
+int handleWIFICountryCodeCtrlReqMsg(const VendContext& context) {
+    const auto& code = context.as<CountryCodeReq>().countryCode;
+    LOG(4, "WIFICountryCode(%d) = %s\n", static_cast<int>(code.size()), code.c_str());
+    return answerRequest(context, VEND_MSG_TYPE_WIFICOUNTRYCODE_RESP,
+                         setWIFICountryCode(code.c_str()));
+}
+
+int handleWIFICountryCodeCtrlRespMsg(const VendContext& context) {
+    LOG(4, "retCode = %d\n", context.as<RetCodePayload>().retCode);
+    return kOk;
+}
+
+int handleAPautoconfigAckMsg(const VendContext& context) {
+    constexpr std::array<uint8_t, 4> kBands{0, 1, 32, 33};
+    const uint8_t band = context.as<OptionPayload>().option;
+    const int result = setAPautoconfigFlag(context.msg.alMac.data(), band);
+    const auto at = std::find(kBands.begin(), kBands.end(), band);
+    Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
+    if (dev != nullptr && at != kBands.end()) {
+        dev->apAutoConf.syncFlags[static_cast<size_t>(at - kBands.begin())] = 1;
+        (void)requestUpdateDataModel(0);
+    }
+    return result == 0 ? kOk : kFailure;
+}
+
+int handleWPSCrtlReqMsg(const VendContext& context) {
+    const uint8_t option = context.as<OptionPayload>().option;
+    WpsConfig config{};
+    int retCode = getWPSConfig(&config);
+    if (retCode == kOk) {
+        retCode = setWPSConfig(config.deviceType, (option & kWpsSendSearch) != 0,
+                               (option & kWpsSendResponse) != 0);
+    }
+    if (retCode == kOk) retCode = setAPautoconfig(option & kWpsAutoConfig);
+    return answerRequest(context, VEND_MSG_TYPE_WPS_CTRL_RESP, retCode);
+}
+
+int handleWPSCrtlRespMsg(const VendContext& context) {
+    return respWPSCrtlServReq(context.msgId, context.as<RetCodePayload>().retCode);
+}

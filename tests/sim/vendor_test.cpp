@@ -1,0 +1,115 @@
+// What one device's platform tells, in the other device's data model.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <set>
+
+#include "sim/mesh.h"
+#include "support/fake_platform.h"
+#include "topology/data_manager.h"
+
+namespace {
+
+using namespace sim;
+
+// Something to tell about everything.
+void tellAll() {
+    FakePlatform& platform = fakePlatform();
+    platform.intfs.at(0).pwrState = PLATFORM_PWR_SAVE;
+    platform.wps.deviceType = 1;
+    platform.wpsBands = {{0, {0, 1}}, {1, {1, 0}}, {32, {1, 1}}, {33, {0, 0}}};
+    platform.fwStatus = PLATFORM_FW_BUSY;
+    platform.deviceIP = "192.0.2.7";
+    platform.deviceUptime = "4711";
+    platform.led = {"blue", "70"};
+    platform.securityState = {"on", "off"};
+    platform.configure = 1;
+    platform.daisychainOption = "chain";
+    platform.networkState = {1, 3};
+    platform.ethernetPortState = "\"eth0:1000\"";
+    platform.backhaulType = "Ethernet";
+    platform.countryCode = "DE";
+    platform.wifiCountryCode = "AT";
+    platform.wifiChannels = {"6", "36", "100"};
+    platform.ipv6 = {2, {"fd00::7", "fe80::7"}};
+    for (size_t i = 0; i < PLATFORM_AUTOCONF_TIMES; i++) {
+        snprintf(platform.apAutoconfigTimes.time[i], PLATFORM_AUTOCONF_TIME_LEN, "t%zu", i);
+    }
+}
+
+std::string takeOverRole(const std::string&) {
+    (void)updateWPSConfig();
+    return {};
+}
+
+// The device that stands in the other's data model.
+Json remote(const Json& model) {
+    return model["Device"]["X_5E1F09_IEEE1905"]["AL"]["NetworkTopology"]["IEEE1905Device.1"];
+}
+
+TEST(VendorMesh, EveryMemberReachesTheOtherDevice) {
+    Mesh mesh;
+    const Device registrar = mesh.addDevice("registrar");
+    const Device enrollee = mesh.addDevice(
+        "enrollee", {.versions = "AppVersion=1.5\nL2DeviveCtrl=1\nWiFiAutoCfg=2\nWiFiOnOff=3\n"
+                                 "FwUpgrade=1502\nLEDOnOff=5\nDSI=6\nvm1905Version=7\n",
+                     .prepare = tellAll});
+    mesh.cable(registrar, "eth0", enrollee, "eth0");
+    mesh.run();
+    (void)mesh.command(enrollee, takeOverRole);
+    mesh.run(75);
+    const Json dev = remote(mesh.jsonNow(registrar));
+    const std::map<std::string, std::string> wanted{
+        {"FirmwareState", "Busy"},
+        {"FirmwareVersion", "1.0.0"},
+        {"Hostname", "enrollee"},
+        {"DeviceIP", "192.0.2.7"},
+        {"DeviceLANMac", "02:19:05:00:00:aa"},
+        {"DeviceMode", "router"},
+        {"ReleaseVersion", "WIFISYS_RTK_9.2"},
+        {"LEDstatus", "blue"},
+        {"LEDBrightness", "70"},
+        {"DeviceType", "Enrollee"},
+        {"DaisychainOption", "chain"},
+        {"NetworkState_dnsmasq", "1"},
+        {"NetworkState_IntfInBridge", "3"},
+        {"Configure", "Configure"},
+        {"BuildNumber", "42"},
+        {"SSHState", "on"},
+        {"TelnetState", "off"},
+        {"CountryCode", "DE"},
+        {"WIFICountryCode", "AT"},
+        {"WIFI24GChannel", "6"},
+        {"WIFI5GChannel", "36"},
+        {"WIFI5G2Channel", "100"},
+        {"DeviceUptime", "4711"},
+        {"Backhaultype", "Ethernet"},
+    };
+    for (const auto& [key, value] : wanted) EXPECT_EQ(dev[key], value) << key;
+    EXPECT_EQ(dev["IPv6IP"], Json({"fd00::7", "fe80::7"}));
+    EXPECT_EQ(dev["EthernetPortState"], Json({"eth0:1000"}));
+    EXPECT_EQ(dev["AppVersion"], Json({{"Version", "1.5"},
+                                       {"L2DeviceCtrl", 1},
+                                       {"WiFiAutoCfg", 2},
+                                       {"WiFiOnOff", 3},
+                                       {"FwUpgrade", 1502},
+                                       {"LEDOnOff", 5},
+                                       {"vm1905Version", 7}}));
+    EXPECT_EQ(dev["Interface.1"]["InterfaceName"], "eth0");
+    EXPECT_EQ(dev["Interface.1"]["PowerState"], "Power_Save");
+
+    const Json state = mesh.autoconfig(registrar)["NetworkTopology"]["IEEE1905Device.1"];
+    EXPECT_EQ(state["AP-autoconfig_Main24G"], Json({0, 1}));
+    EXPECT_EQ(state["AP-autoconfig_Main5G"], Json({1, 0}));
+    EXPECT_EQ(state["AP-autoconfig_Guest24G"], Json({1, 1}));
+    EXPECT_EQ(state["AP-autoconfig_Guest5G"], Json({0, 0}));
+    std::set<std::string> times;
+    for (const auto& [key, value] : state.items()) {
+        if (key.ends_with("_time")) times.insert(value);
+    }
+    EXPECT_EQ(times.size(), 12U) << "each its own";
+    EXPECT_EQ(state["Main24G_time"], "t0");
+    EXPECT_EQ(state["Backhaul5G2ST_time"], "t11");
+}
+
+}  // namespace

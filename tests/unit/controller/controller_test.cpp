@@ -1,0 +1,355 @@
+#include <fstream>
+#include <sstream>
+
+#include "controller/control_lists.h"
+#include "controller/controller_loop.h"
+#include "controller/fw_upgrade_list.h"
+#include "controller/root_ap.h"
+#include "controller/settings.h"
+#include "core/device_model.h"
+#include "service/pending_requests.h"
+#include "support/device.h"
+#include "support/fake_system.h"
+#include "support/log_capture.h"
+#include "topology/device_table.h"
+
+namespace {
+
+const Peer kPeer = peer(1);
+const Peer kOther = peer(2);
+
+class Controller : public Device {
+  protected:
+    void SetUp() override {
+        Device::SetUp();
+        initMessageTransmitterLoop();
+        start();
+    }
+
+    // The types of the vendor messages sent since the last look: "0 51 ".
+    static std::string asked() {
+        std::string all;
+        for (const auto& s : sent("eth0")) {
+            if (s.type == kMsgVendSpec) all += std::to_string(s.frame.at(37)) + " ";
+        }
+        return all;
+    }
+    // Passes once a second; what was sent, with the second: "2: 4 5: 4 ".
+    static std::string run(int from, int to) {
+        std::string all;
+        for (int second = from; second < to; second++) {
+            MessageTransmitterLoop(now(), 0);
+            if (const auto types = asked(); !types.empty()) {
+                all += std::to_string(second) + ": " + types;
+            }
+            advance(1);
+        }
+        return all;
+    }
+    // A neighbour that is not asked for anything.
+    static void meetSilently(const Peer& who, unsigned id) {
+        meet(who, id);
+        drop();
+        const MsgCheckConfig record{1, now() + 1000, now()};
+        (void)setMessageTransmitterCheck(who.al, "flag_powerstate", &record);
+        (void)setMessageTransmitterCheck(who.al, "flag_deviceinfo", &record);
+        EXPECT_EQ(run(0, 1), "");
+    }
+};
+
+TEST_F(Controller, DevicesAreAskedAtOnceAgainAndEveryHalfMinute) {
+    EXPECT_EQ(run(0, 10), "");
+    meet(kPeer, 1);
+    EXPECT_EQ(asked(), "0 51 2 0 51 ") << "each of the two flags forces a pass";
+    EXPECT_EQ(run(0, 8), "3: 0 51 2 6: 0 51 2 ") << "unanswered";
+    (void)setMessageTransmitterCheckFlag(kPeer.al, "flag_powerstate", 1);
+    EXPECT_EQ(run(8, 13), "9: 2 12: 2 ") << "the configuration was answered";
+    (void)setMessageTransmitterCheckFlag(kPeer.al, "flag_deviceinfo", 1);
+    EXPECT_EQ(run(13, 75), "36: 0 51 42: 2 66: 0 51 72: 2 ");
+    scheduleSettings().Time_DEVICEINFO = 5;
+    EXPECT_EQ(run(75, 87), "78: 2 84: 2 ") << "looked at every 3 seconds";
+    scheduleSettings() = {};
+    (void)removeIeee1905DevTable(kPeer.al);
+    MessageTransmitterLoop(now(), 1);
+    EXPECT_EQ(asked(), "");
+}
+
+TEST_F(Controller, CheckFlagsAreSetByName) {
+    meet(kPeer, 1);
+    const std::tuple<MacAddr, const char*, int, int, const char*> nameFlagResultLog[] = {
+        {kPeer.al, "flag_powerstate", 1, kOk, "msgCheckConfig->checkFlag = 1\n"},
+        {kPeer.al, "flag_deviceinfo", 0, kOk, "msgCheckConfig->timeout   = 0\n"},
+        {kPeer.al, "flag_powerstate", 2, kFailure, "flag(2) Error !\n"},
+        {kPeer.al, "flag", 1, kFailure, "Not find flagName = \"flag\"\n"},
+        {kPeer.al, nullptr, 1, kFailure, "flagName NULL Error !"},
+        {kOther.al, "flag_powerstate", 1, kFailure, "Not find alMac = 02:ee:00:00:00:02\n"},
+    };
+    for (const auto& [alMac, name, flag, result, line] : nameFlagResultLog) {
+        LogCapture log(4);
+        EXPECT_EQ(setMessageTransmitterCheckFlag(alMac, name, flag), result) << line;
+        EXPECT_NE(log.finish().find(line), std::string::npos) << line;
+    }
+    MsgCheckConfig record;
+    EXPECT_EQ(getMessageTransmitterCheck(kPeer.al, "flag_powerstate", &record), kOk);
+    EXPECT_EQ(record.timeout, now());
+    EXPECT_EQ(getMessageTransmitterCheck(kPeer.al, "flag_powerstate", nullptr), kFailure);
+    EXPECT_EQ(setMessageTransmitterCheck(kPeer.al, nullptr, &record), kFailure);
+}
+
+TEST_F(Controller, ChecksKeepTheirPeriods) {
+    const auto callsIn13Seconds = [] {
+        fakePlatform().calls.clear();
+        for (int i = 0; i < 26; i++) {
+            MessageTransmitterLoop(now(), 0);
+            advance(i % 2);
+        }
+        std::map<std::string, int> calls;
+        for (const auto& call : fakePlatform().calls) calls[call]++;
+        return calls;
+    };
+    using Calls = std::map<std::string, int>;
+    fakePlatform().sendRenewFlag = 1;
+    EXPECT_EQ(callsIn13Seconds(), (Calls{{"reSendRenewbySynclist", 13},
+                                         {"check_Renew_timeout", 26},
+                                         {"SecurityCtrl_cleanDataToList", 5}}));
+    fakePlatform().fail.insert("reSendRenewbySynclist");
+    fakePlatform().sendRenewFlag = 0;
+    fakePlatform().changeTimeoutFlag = 1;
+    setDeviceModelType("other");
+    EXPECT_EQ(callsIn13Seconds(),
+              (Calls{{"reSendRenewbySynclist", 13}, {"check_ChangeDeviceMode_timeout", 26}}));
+    setDeviceModelType("");
+}
+
+// What the device shows of itself follows the platform, and only a change is written.
+TEST_F(Controller, OwnRecordFollowsThePlatform) {
+    FakePlatform& platform = fakePlatform();
+    platform.led = {"on\"\\\n", "80"};
+    platform.networkState = {1, 3};
+    platform.ipv6 = {2, {"2001:db8::1", "fe80::1"}};
+    platform.securityState = {"on", "off"};
+    platform.countryCode = "DE";
+    platform.wifiCountryCode = "FR";
+    platform.ethernetPortState = "\"eth0:1000\",\"eth1:down\"";
+    platform.wifiChannels = {"6", "36", "149"};
+    platform.daisychainOption = "chain";
+    platform.configure = 2;
+    platform.backhaulType = "WiFi";
+    snprintf(platform.apAutoconfigTimes.time[11], PLATFORM_AUTOCONF_TIME_LEN, "noon");
+
+    const auto written = [&](Seconds after) {
+        std::filesystem::remove(folder() + "/vm1905.json");
+        advance(after);
+        MessageTransmitterLoop(now(), 0);
+        advance(2);
+        (void)checkDataModelStatus();
+        return std::filesystem::exists(folder() + "/vm1905.json");
+    };
+    const auto shown = [] {
+        const DeviceInfo& i = getAlTable()->info;
+        std::string all = std::to_string(i.netStateDnsmasq) +
+                          std::to_string(i.netStateIntfInBridge) + std::to_string(i.configure) +
+                          std::to_string(i.ipv6.size()) + i.ipv6[1];
+        for (const std::string_view text :
+             {i.ledStatus.view(), i.ledBrightness.view(), i.sshState.view(), i.telnetState.view(),
+              i.countryCode.view(), i.wifiCountryCode.view(), i.ethernetPortState.view(),
+              i.wifi24GChannel.view(), i.wifi5GChannel.view(), i.wifi5G2Channel.view(),
+              i.daisychainOption.view(), i.backhaulType.view(),
+              getAlTable()->apAutoConfTimes[11].view()}) {
+            all += ' ' + std::string(text);
+        }
+        return all;
+    };
+    const std::string expected =
+        "1322fe80::1 on 80 on off DE FR \"eth0:1000\",\"eth1:down\" 6 36 149 chain WiFi noon";
+    EXPECT_TRUE(written(0));
+    EXPECT_EQ(shown(), expected);
+    EXPECT_FALSE(written(60)) << "unchanged";
+
+    platform.led = {};
+    platform.ethernetPortState = "], [";
+    platform.configure = 0;
+    platform.fail = {"getLEDState",         "getNetworkState",     "getIPv6Info",
+                     "getSecurityState",    "getCountryCode",      "getWIFICountryCode",
+                     "getWIFIChannelInfo",  "getDaisychainOption", "getBackhaulType",
+                     "getAPautoconfigTimes"};
+    EXPECT_FALSE(written(60)) << "failures";
+    EXPECT_EQ(shown(), expected);
+    platform.fail.clear();
+    EXPECT_FALSE(written(15)) << "the LED is looked at every 20 seconds";
+    EXPECT_TRUE(written(5));
+}
+
+TEST_F(Controller, RootApIsPublished) {
+    setRootApFolder(folder());
+    const std::string macs = folder() + "/ROOTAP_MESH_MAC";
+    // What stands in the file, which then goes.
+    const auto published = [&] {
+        std::ostringstream text;
+        text << std::ifstream(macs).rdbuf();
+        std::filesystem::remove(macs);
+        return text.str();
+    };
+    auto& commands = fakeSystem().commands;
+    commands.clear();
+    const auto pass = [] {
+        advance(11);
+        MessageTransmitterLoop(now(), 0);
+    };
+    meet(kPeer, 1);
+    Ieee1905DevTable& dev = getNetTopolTable()->devs.front();
+    dev.intfs.clear();
+    for (const auto* name : {"wlan2-msh0", "wlan0-msh0", "wlan0-msh0", "eth0"}) {
+        DevIntf& intf = dev.intfs.emplace_back();
+        intf.name = std::string_view(name);
+        intf.mac = {2, 0, 0, 0, 0, static_cast<uint8_t>(dev.intfs.size())};
+    }
+    dev.role = 0;
+    dev.deviceIP = "192.0.2.1";
+    pass();
+    EXPECT_EQ(published(), "") << "one is missing";
+    EXPECT_EQ(commands.size(), 0U) << "this is no Enrollee";
+    dev.intfs[3].name = "wlan1-msh0";
+    dev.role = 1;
+    pass();
+    EXPECT_EQ(published(), "") << "not the Registrar";
+    dev.role = 0;
+    pass();
+    EXPECT_EQ(published(),
+              "wlan0-msh0=02:00:00:00:00:02\nwlan1-msh0=02:00:00:00:00:04\n"
+              "wlan2-msh0=02:00:00:00:00:01\n");
+    pass();
+    EXPECT_EQ(published(), "") << "once only";
+
+    getAlTable()->wpsConfig[0] = 1;
+    for (const auto* told :
+         {"192.0.2.1", "192.0.2.1", "192.0.2.1; echo 1", "$(id)", "", "2001:db8::1"}) {
+        dev.deviceIP = std::string_view(told);
+        pass();
+    }
+    dev.deviceIP = "192.0.2.2";
+    MessageTransmitterLoop(now(), 1);
+    const std::string file = folder() + "/rootap_ip";
+    EXPECT_EQ(commands,
+              (std::vector<std::string>{"echo 192.0.2.1 >" + file, "echo 2001:db8::1 >" + file,
+                                        "echo 192.0.2.2 >" + file}));
+}
+
+TEST_F(Controller, OrdersAreRepeatedUntilAnswered) {
+    constexpr uint16_t kMsgId = 7;
+    constexpr int32_t kPid = 77;
+    meetSilently(kPeer, 1);
+    initPendingRequests();
+    const struct {
+        int (*set)(const MacAddr*, uint16_t, int);
+        uint16_t answerId;
+        std::string repeats;
+        int freedAfter;
+    } lists[] = {
+        {setRebootCtrlList, 135, "2: 4 4: 4 6: 4 8: 4 ", 10},
+        {setResetToDefaultCtrlList, 150,
+         "2: 22 4: 22 6: 22 8: 22 10: 22 12: 22 14: 22 16: 22 18: 22 20: 22 ", 22},
+    };
+    for (const auto& list : lists) {
+        SCOPED_TRACE(list.answerId);
+        const auto waits = [&] { return searchServReqRespPid(list.answerId, kMsgId) == kPid; };
+        const auto order = [&] {
+            (void)registerServReq(kPid, list.answerId - 1U, kMsgId);
+            EXPECT_EQ(list.set(&kPeer.al, kMsgId, 1), kOk);
+        };
+        order();
+        EXPECT_EQ(run(0, list.freedAfter), list.repeats);
+        EXPECT_EQ(list.set(&kPeer.al, 1, 0), kOk);
+        EXPECT_FALSE(waits()) << "a late answer still reaches the client";
+
+        order();
+        EXPECT_EQ(run(0, list.freedAfter + 1), list.repeats);
+        EXPECT_EQ(list.set(&kPeer.al, 1, 0), kOk);
+        EXPECT_TRUE(waits()) << "the order is forgotten";
+        EXPECT_EQ(run(0, 5), "") << "an answer to nothing is never sent";
+
+        order();
+        (void)run(0, 5);
+        EXPECT_EQ(list.set(&kPeer.al, 1, 0), kOk);
+        EXPECT_FALSE(waits());
+        EXPECT_EQ(run(5, 15), "");
+        EXPECT_EQ(list.set(nullptr, kMsgId, 1), kFailure);
+    }
+}
+
+TEST_F(Controller, TheNewestValueIsRepeated) {
+    meetSilently(kPeer, 1);
+    meetSilently(kOther, 2);
+    using Payloads = std::vector<Frame>;
+    const auto payloads = [](int seconds) {
+        Payloads all;
+        for (int i = 0; i < seconds; i++) {
+            MessageTransmitterLoop(now(), 0);
+            for (const auto& s : sent("eth0")) {
+                const auto payload = s.frame.begin() + 40;
+                all.emplace_back(payload, payload + s.frame.at(39));
+            }
+            advance(1);
+        }
+        return all;
+    };
+    const auto order = [](const Peer& to, uint8_t value) { return bytesOf(to.al) + Frame{value}; };
+    const MacAddr all{};
+    for (const auto set : {setLEDCtrlList, setSystemCtrlList}) {
+        EXPECT_EQ(set(&all, 3, 1), kOk);
+        EXPECT_EQ(payloads(6), (Payloads{order(kPeer, 3), order(kOther, 3)}));
+        EXPECT_EQ(set(&kPeer.al, 4, 1), kOk);
+        EXPECT_EQ(payloads(6), (Payloads{order(kPeer, 4), order(kOther, 3)}));
+        EXPECT_EQ(set(&kPeer.al, 0, 0), kOk);
+        EXPECT_EQ(payloads(6), (Payloads{order(kOther, 3)}));
+        EXPECT_EQ(set(&kOther.al, 0, 0), kOk);
+        EXPECT_EQ(payloads(12).size(), 0U);
+    }
+    const Payloads network{bytesOf(kPeer.al) + hex("0102 0003 72756e")};
+    EXPECT_EQ(setNetworkCtrlList(&kPeer.al, 0x102, "run", 1), kOk);
+    EXPECT_EQ(payloads(16), network);
+    EXPECT_EQ(setNetworkCtrlList(&kPeer.al, 0x101, "", 0), kOk) << "the answer to another";
+    EXPECT_EQ(payloads(16), network);
+    EXPECT_EQ(setNetworkCtrlList(&kPeer.al, 0x102, "", 0), kOk);
+    EXPECT_EQ(payloads(31).size(), 0U);
+}
+
+TEST_F(Controller, ListsAreBounded) {
+    for (unsigned n = 0; n < 4096; n++) {
+        const MacAddr alMac = peer(n).al;
+        ASSERT_EQ(setRebootCtrlList(&alMac, 1, 1), kOk);
+        ASSERT_EQ(addFWupgradelist(alMac, 0, 0), kOk);
+    }
+    const MacAddr more = peer(4096).al;
+    EXPECT_EQ(setRebootCtrlList(&more, 1, 1), kFailure);
+    EXPECT_EQ(addFWupgradelist(more, 0, 0), kFailure);
+    (void)removeallFWupgradelist();
+    EXPECT_EQ(findFWupgradelist(peer(0).al), nullptr);
+}
+
+TEST_F(Controller, UpgradesAreKeptByDevice) {
+    const Seconds start = now();
+    const auto kept = [&](const Peer& of) -> std::string {
+        const FWupgradeEntry* entry = findFWupgradelist(of.al);
+        if (entry == nullptr) return "none";
+        return std::to_string(entry->state) + " " + std::to_string(entry->sent) + " " +
+               std::to_string(entry->time == 0 ? -1 : entry->time - start);
+    };
+    // Option and value, a second apart: state, sent, time.
+    const std::tuple<Peer, int, long, const char*> steps[] = {
+        {kPeer, 1, 7, "1 0 0"}, {kPeer, 1, 7, "1 7 0"},   {kPeer, 2, start + 9, "1 7 9"},
+        {kPeer, 0, 0, "0 7 9"}, {kPeer, 0, 1, "1 7 4"},   {kPeer, 0, 2, "2 7 4"},
+        {kPeer, 0, 0, "2 7 4"}, {kOther, 2, 5, "0 0 -1"}, {peer(3), 0, 1, "1 0 8"},
+    };
+    for (const auto& [who, option, value, expected] : steps) {
+        (void)addFWupgradelist(who.al, option, value);
+        EXPECT_EQ(kept(who), expected) << option << " " << value;
+        advance(1);
+    }
+    (void)removeFWupgradelist(findFWupgradelist(kOther.al)->alMac);
+    EXPECT_EQ(kept(kOther), "none");
+    EXPECT_EQ(kept(peer(3)), "1 0 8");
+    (void)removeallFWupgradelist();
+}
+
+}  // namespace
