@@ -1,5 +1,5 @@
-// Frames from the wire into recv1905Msg, with a whole device behind it: database, ageing, JSON
-// files. An input is a byte of switches followed by steps:
+// Frames from the wire into recv1905Msg, with a whole device behind it: database, ageing, vendor
+// messages, controller, JSON files. An input is a byte of switches followed by steps:
 //   options (1), seconds that pass (1), length of the frame (2, big-endian), frame
 // Every input meets the device in the same state.
 #include <fcntl.h>
@@ -11,8 +11,11 @@
 #include <cstdlib>
 #include <string>
 
+#include "controller/controller_loop.h"
+#include "controller/root_ap.h"
 #include "core/alarm.h"
 #include "core/bytes.h"
+#include "core/clock.h"
 #include "core/log.h"
 #include "core/main_loop.h"
 #include "core/options.h"
@@ -35,6 +38,8 @@
 #include "transport/receiver.h"
 #include "transport/transmitter.h"
 #include "vendor/query_tracking.h"
+#include "vendor/vend_msg.h"
+#include "vendor/vend_tlv.h"
 
 // What a message may bring the daemon to do must not happen to the machine of the fuzzer.
 extern "C" int reboot(int) noexcept {
@@ -56,6 +61,7 @@ constexpr uint8_t kVerbose = 0x01;    // all log lines are formatted
 constexpr uint8_t kNoBridges = 0x02;  // no bridging tuple
 constexpr uint8_t kTopolOff = 0x04;   // the topology capability is disabled
 constexpr uint8_t kRefusing = 0x08;   // the platform refuses every message it is handed
+constexpr uint8_t kEnrollee = 0x10;   // the device is an Enrollee, else the Registrar
 
 // Options of a step.
 constexpr uint8_t kSecondPort = 0x01;
@@ -72,7 +78,8 @@ class Folder {
         (void)setDataModelFolderOption(path_.c_str());
     }
     ~Folder() {
-        for (const char* name : {"vm1905.json", "vm1905_APautoconfig.json", "vm1905_log.json"}) {
+        for (const char* name :
+             {"vm1905.json", "vm1905_APautoconfig.json", "vm1905_log.json", "ROOTAP_MESH_MAC"}) {
             (void)unlink((path_ + "/" + name).c_str());
         }
         (void)rmdir(path_.c_str());
@@ -97,6 +104,10 @@ void scriptPlatform(uint8_t switches) {
     if ((switches & kNoBridges) == 0) {
         platform.brdgTuples = {{platform.intfs[0].mac, platform.intfs[1].mac}};
     }
+    platform.wps.deviceType = (switches & kEnrollee) != 0 ? 1 : 0;
+    platform.stations.resize(2);
+    platform.wifiStateSync = platform.wifiChannelSync = "a text for the others";
+    platform.beaconReports[{0x02, 0x57, 0xA0, 0, 0, 1}] = std::vector<uint8_t>(600, 0x5A);
     if ((switches & kRefusing) != 0) {
         platform.fail = {"notifyApAutoConfSrchMsgReceived", "notifyApAutoConfRespMsgReceived",
                          "notifyApAutoConfWscMsgReceived",  "notifyApAutoConfRenewMsgReceived",
@@ -111,7 +122,11 @@ void start(uint8_t switches) {
     fakeNet().reset();
     fakeNet().addPlatformIntfs();
     (void)setEnableNetTopolOption((switches & kTopolOff) != 0 ? 0 : 1);
+    (void)setEnableLogOption(1);
+    (void)setLogIndexOption(1);
     installRequestHandlers();
+    initMessageTransmitterLoop();
+    setRootApFolder(getDataModelFolderOption());
     if (initDataManager() != kOk || initMessageMonitor() != kOk) abort();
     (void)startMessageMonitor();
 }
@@ -124,6 +139,7 @@ void runChecks() {
     (void)checkUnsentTopolNtfMsg();
     (void)checkVendRespMsgReceived();
     checkFragmessageTimeout();
+    MessageTransmitterLoop(now(), 0);
 }
 
 // Everything has timed out and nothing is pending any more.
@@ -138,13 +154,24 @@ void stop() {
     (void)destroyDataManager();
 }
 
+// A vendor message must be one that this device would take itself, of the length that it declares.
+size_t parseOwnVendorTlv(Bytes area) {
+    VendMsg msg;
+    const size_t consumed = parseVendSpecTlv(area, msg);
+    return consumed == parseUnsupportedTlv(area) ? consumed : 0;
+}
+
 // What this device builds itself must be well-formed, whatever it has heard before.
 void checkSent(const FrameHdr& hdr, const Frame& frame) {
+    Bytes area = Bytes(frame).subspan(kHeadersLen);
+    if (hdr.msgType == kMsgVendSpec && hdr.dstMac != k1905Multicast) {  // else it may be relayed
+        if (!walkTlvs(area, parseOwnVendorTlv)) abort();
+        return;
+    }
     if (hdr.msgType != kMsgTopolDisc && hdr.msgType != kMsgTopolQuery &&
         hdr.msgType != kMsgTopolResp && hdr.msgType != kMsgMetricResp) {
         return;
     }
-    Bytes area = Bytes(frame).subspan(kHeadersLen);
     if (!walkTlvs(area, parseUnsupportedTlv) || parseEndOfMsgTlv(area) != kOk) abort();
 }
 
@@ -173,7 +200,8 @@ void receive(Frame frame, uint8_t options, const SentIds& sent) {
     const auto& intfs = fakePlatform().intfs;
     const bool second = (options & kSecondPort) != 0;
     fakeNet().find(intfs[second ? 0 : 1].name)->up = (options & kPortDown) == 0;
-    const uint16_t queryType = static_cast<uint16_t>(parseFrameHdr(frame).msgType - 1);
+    const uint16_t type = parseFrameHdr(frame).msgType;
+    const uint16_t queryType = type == kMsgVendSpec ? type : static_cast<uint16_t>(type - 1);
     if ((options & kAnswers) != 0 && queryType < sent.size()) {
         (void)ByteWriter(frame).skip(kMsgIdOffset).u16(sent[queryType]);
     }

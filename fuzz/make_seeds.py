@@ -18,9 +18,10 @@ PEER_AL = bytes.fromhex("02aa00000001")
 PEER_MAC = bytes.fromhex("02aa00000010")
 OTHER_AL = bytes.fromhex("02bb00000001")
 OTHER_MAC = bytes.fromhex("02bb00000010")
+STATION = bytes.fromhex("0257a0000001")
 
 SECOND_PORT, ANSWERS, PASS, PORT_DOWN, ASK = 1, 2, 4, 8, 16
-VERBOSE, NO_BRIDGES, TOPOL_OFF, REFUSING = 1, 2, 4, 8
+VERBOSE, NO_BRIDGES, TOPOL_OFF, REFUSING, ENROLLEE = 1, 2, 4, 8, 16
 LAST, RELAY = 0x80, 0x40
 
 
@@ -147,6 +148,121 @@ def seeds():
     yield "elsewhere", case(step(frame(2, AL + END, dst=OTHER_MAC)))
 
 
+def vendor_tlv(kind, payload, length=None, al=PEER_AL, oui=bytes.fromhex("0a3c71")):
+    declared = len(payload) if length is None else length
+    return tlv(11, oui + al + b"\0\1" + struct.pack(">HH", kind, declared) + payload)
+
+
+def text(value):
+    return struct.pack(">H", len(value)) + value
+
+
+def entries(*rows):
+    return bytes([len(rows)]) + b"".join(rows)
+
+
+def item(kind, value):
+    return bytes([kind]) + text(value)
+
+
+def client(mac, tx=b"t"):
+    record = b"{0=%s,1=0105,2=866,3=40,4=55,5=%s,6=r,7=Main_5GH,8=02:aa:00:00:00:01}" % (
+        mac.hex(":").encode(), tx)
+    return b"%03d" % len(record) + record
+
+
+def vendor_payloads():
+    """Name of the input -> {type, payload}, by layout."""
+    own, wired = OWN_AL, struct.pack(">H", 1)
+    conf = [item(n, b"1") for n in (0, 1, 4, 9)] + [item(2, b"1.2.3\n"), item(3, b"\x01\x00")]
+    conf += [item(n, b"text %d" % n) for n in (5, 6, 7, 8, 10, *range(13, 17), *range(19, 26), 42)]
+    conf += [item(11, b"02:aa:00:00:00:ff"), item(12, b"192.0.2.7"), item(17, b"1,2"),
+             item(18, b"2"), item(26, b'"eth0:1000","eth1:0"'), item(36, b"1,2;3,4;5,6;7,8")]
+    conf += [item(n, b"12") for n in (*range(27, 36), *range(37, 52))]
+    addresses = [item(n, b"2001:db8::%d" % n) for n in range(101, 110)]
+    report = STATION + STATION + b"\x51\x06\x01\0\x64"
+    macs = own.hex(":").encode()
+    lines = [b"2 " + macs, b"3 %s %s 0001 0" % (macs, OWN_MAC.hex(":").encode()),
+             b"7 %s 7" % macs, b"8 %s 1" % macs, b"9 %s 6 1 ftp://192.0.2.1/fw" % macs,
+             b"10 " + macs, b"5 " + macs, b"3 " + macs, b"", b"2"]
+    return {
+        "queries": [(n, own) for n in (0, 2, 4, 8, 13, 22, 28, 37, 39, 42, 51)],
+        "conf": [(1, PEER_AL + entries(*conf)), (52, PEER_AL + entries(*addresses)),
+                 (1, PEER_AL + entries(item(2, b""))), (52, PEER_AL + entries())],
+        "power": [(3, PEER_AL + entries(PEER_MAC + wired + b"\2", STATION + wired + b"\0")),
+                  (6, own + entries(OWN_MAC + wired, STATION + wired) + b"\2"),
+                  (6, own + entries(b"\0" * 6 + wired, STATION + wired) + b"\0"),
+                  (6, PEER_AL + entries(OWN_MAC + wired) + b"\3"),
+                  (7, entries(PEER_MAC + wired + b"\x10")),
+                  (27, PEER_AL + entries(PEER_MAC + text(b"wlan0-msh0"), STATION + text(b"")))],
+        "results": [(n, bytes([code])) for n in (5, 17, 19, 21, 23, 32, 35, 54, 69, 76)
+                    for code in (0, 16)],
+        "wifi_state": [(9, entries(*[STATION + b"\1\5\3\x62\0\x28\x37"] * 2)),
+                       (9, entries(*[STATION + b"\1\5\x62\x28\x37"] * 2)), (9, entries()),
+                       (36, PEER_AL + text(client(STATION) + client(OTHER_MAC, b"x,6=y"))),
+                       (36, PEER_AL + text(b"999{0=")), (36, PEER_AL + text(b""))],
+        "speed_test": [(10, b"\1\2" + text(b"http://x") + b"\x66\0\0\0\0\0\0\x3c" + STATION),
+                       (12, b"\0\2" + text(b"") + b"\0" * 8 + STATION),
+                       (11, PEER_AL + text(b"866 Mb/s")), (26, PEER_AL + b"\0")],
+        "texts": [(n, PEER_AL + text(b"it's \"$(x)\" `y`")) for n in (14, 15, 40, 41, 43, 56)],
+        "options": [(n, own + bytes([value])) for n in (16, 18, 26, 30, 31, 33, 34, 38, 47, 48, 55,
+                                                       74, 75) for value in (1, 33)],
+        "firmware": [(20, b"\6" + struct.pack(">HB", 5, 1) + b"url!"), (20, b"\6\0\0"),
+                     (46, entries(item(0, b"\6"), item(1, b"\1"), item(2, b"url"),
+                                  item(3, b"file"))),
+                     (46, entries()), (37, PEER_AL), (38, PEER_AL + b"\3"), (5, b"\0")],
+        "commands": [(25, struct.pack(">H", n) + text(line)) for n, line in enumerate(lines)],
+        "log_file": [(28, own), (29, PEER_AL + text(b"log.tgz") + text(b"ftp://192.0.2.1/")),
+                     (29, PEER_AL + text(b"") + text(b"")), (30, PEER_AL + b"\0")],
+        "security": [(44, PEER_AL + struct.pack(">HB", 3, n) + b"abc") for n in (1, 2, 3)],
+        "network": [(49, own + b"\1\2" + text(b"command")), (50, b"\1\2\0"),
+                    (53, own + text(b"DE"))],
+        "hello": [(45, PEER_AL + PEER_MAC), (45, OTHER_AL + OTHER_MAC), (45, b"\0" * 12)],
+        "steering": [(64, own + report + text(b"ssid")), (66, own + report + text(b"")),
+                     (65, b"\0\0" + STATION + text(b"")), (67, b"\1\0" + STATION + text(b"abc")),
+                     (68, own + report)] +
+                    [(n, own + bytes([n & 1]) + STATION) for n in (70, 72)] +
+                    [(n, b"\1\x10") for n in (71, 73)],
+    }
+
+
+def vendor_seeds():
+    known = [step(frame(0, AL + tlv(2, PEER_MAC) + END)),
+             step(frame(3, response(), 0, dst=OWN_MAC), ANSWERS | PASS, 3)]
+
+    def told(tlvs, switches=VERBOSE):
+        """Each in a message of its own, from a device that is known."""
+        return case(*known, *(step(frame(4, one + END, 100 + i, dst=OWN_MAC), ANSWERS | PASS, 1)
+                              for i, one in enumerate(tlvs)), switches=switches)
+
+    groups = vendor_payloads()
+    for name, payloads in groups.items():
+        roles = {"texts": ENROLLEE, "firmware": ENROLLEE}
+        yield "vendor_" + name, told([vendor_tlv(*one) for one in payloads],
+                                     VERBOSE | roles.get(name, 0))
+    some = {kind: payload for payloads in groups.values() for kind, payload in payloads}
+    some = list(some.items())
+    for n in (0, 1):  # half of the types each, as an input has room for 64 steps
+        yield f"vendor_cut_{n}", told([vendor_tlv(kind, payload[:-1] if payload else b"")
+                                       for kind, payload in some[n::2]], 0)
+    yield "vendor_counts", told([vendor_tlv(kind, payload) for kind, payload in (
+        (1, PEER_AL + b"\xff" + item(7, b"x")), (3, PEER_AL + b"\x1f" + b"\0" * 279),
+        (6, OWN_AL + b"\xff"), (7, b"\x1f" + b"\0" * 279), (9, b"\xff" + b"\0" * 13),
+        (1, PEER_AL + entries(item(7, b"x" * 129))), (46, b"\xff" + item(2, b"u" * 1024)),
+        (20, b"\1\xff\xff\1url"), (25, b"\0\0\xff\xff"), (44, PEER_AL + b"\xff\xff\1"),
+        (49, OWN_AL + b"\0\1" + text(b"c" * 129)), (53, OWN_AL + text(b"C" * 17)),
+        (15, PEER_AL + b"\xff\xff"), (27, PEER_AL + b"\1" + PEER_MAC + b"\xff\xff"))])
+    yield "vendor_headers", told([
+        vendor_tlv(4, b""), vendor_tlv(4, OWN_AL, length=0xFFFF),
+        vendor_tlv(9, b"\1" + b"\0" * 13, 0),
+        vendor_tlv(4, OWN_AL, oui=b"\x50\x6f\x9a"), vendor_tlv(4, OWN_AL, al=OWN_AL),
+        vendor_tlv(4, OWN_AL, al=OTHER_AL), vendor_tlv(24, b"x"), vendor_tlv(63, b"x"),
+        vendor_tlv(77, b"x"), vendor_tlv(0xFFFF, b"x"), tlv(11, bytes.fromhex("0a3c71")), b"",
+        vendor_tlv(4, OWN_AL) + vendor_tlv(0, OWN_AL), tlv(200, b"x") + vendor_tlv(2, OWN_AL)])
+    yield "vendor_silence", case(*known, *(step(frame(0, AL + tlv(2, PEER_MAC) + END, 50 + i), PASS,
+                                                6) for i in range(8)), switches=VERBOSE | ENROLLEE)
+
+
 def packets(capture):
     data = pathlib.Path(capture).read_bytes()
     fraction = {0xA1B23C4D: 10**9, 0xA1B2C3D4: 10**6}.get(struct.unpack_from("<I", data)[0])
@@ -183,7 +299,7 @@ def main():
         name = pathlib.Path(sys.argv[1]).stem
         inputs = [(f"{name}_{i}", data) for i, data in enumerate(heard(sys.argv[1]))]
     else:
-        inputs = list(seeds())
+        inputs = [*seeds(), *vendor_seeds()]
     for name, data in inputs:
         (folder / name).write_bytes(data)
     print(f"{len(inputs)} inputs in {folder}")

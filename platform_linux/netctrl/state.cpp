@@ -3,11 +3,13 @@
 
 #include <arpa/inet.h>
 #include <linux/if_addr.h>
+#include <linux/inet_diag.h>
 #include <linux/rtnetlink.h>
+#include <linux/sock_diag.h>
+#include <netinet/tcp.h>
 #include <time.h>
 
 #include <algorithm>
-#include <charconv>
 #include <filesystem>
 #include <fstream>
 #include <optional>
@@ -105,54 +107,76 @@ std::vector<int> participants() {
 
 // ---- System ------------------------------------------------------------------------------------
 
-// None when the processes cannot be listed.
-std::optional<bool> runs(std::string_view process) {
-    std::error_code error;
-    for (std::filesystem::directory_iterator entry("/proc", error), end; !error && entry != end;
-         entry.increment(error)) {
-        const std::string name = entry->path().filename();
-        if (name[0] < '0' || name[0] > '9') continue;
-        std::ifstream file(entry->path() / "comm");
-        std::string comm;
-        if (std::getline(file, comm) && comm == process) return true;
-    }
-    if (error) return std::nullopt;
-    return false;
+bool isNamed(const std::string& pid, std::string_view process) {
+    std::ifstream file("/proc/" + pid + "/comm");
+    std::string comm;
+    return std::getline(file, comm) && comm == process;
 }
 
-// The local port of a line of /proc/net/tcp, none unless it listens:
-// "  0: 00000000:0016 00000000:0000 0A ..."
-std::optional<uint16_t> listeningPort(const std::string& line) {
-    constexpr std::string_view kListen = "0A";
-    std::vector<std::string_view> words;
-    forEachWord(line, [&words](std::string_view word) { words.push_back(word); });
-    if (words.size() < 4 || words[3] != kListen) return std::nullopt;
-    const size_t colon = words[1].find(':');
-    if (colon == words[1].npos) return std::nullopt;
-    const std::string_view digits = words[1].substr(colon + 1);
-    uint16_t port = 0;
-    const auto parsed = std::from_chars(digits.data(), digits.data() + digits.size(), port, 16);
-    if (parsed.ec != std::errc{}) return std::nullopt;
-    return port;
-}
+// Whether a process runs. To look through all of them is dear: it is done once a minute, and in
+// between only when the one that was found has gone.
+class ProcessWatch {
+  public:
+    explicit ProcessWatch(std::string_view name) : name_(name) {}
+
+    // None when the processes cannot be listed.
+    std::optional<bool> runs() {
+        if (!pid_.empty() && isNamed(pid_, name_)) return true;
+        timespec now{};
+        ::clock_gettime(CLOCK_MONOTONIC, &now);
+        const bool due = pid_.empty() ? now.tv_sec >= nextScan_ : true;
+        if (!due) return false;
+        nextScan_ = now.tv_sec + 60;
+        return scan();
+    }
+
+  private:
+    std::optional<bool> scan() {
+        pid_.clear();
+        std::error_code error;
+        for (std::filesystem::directory_iterator entry("/proc", error), end; !error && entry != end;
+             entry.increment(error)) {
+            const std::string pid = entry->path().filename();
+            if (pid[0] < '0' || pid[0] > '9' || !isNamed(pid, name_)) continue;
+            pid_ = pid;
+            return true;
+        }
+        if (error) return std::nullopt;
+        return false;
+    }
+
+    std::string_view name_;
+    std::string pid_;
+    time_t nextScan_ = 0;
+};
+ProcessWatch dnsmasq("dnsmasq");
 
 struct Listeners {
-    bool known = false;
     bool ssh = false, telnet = false;
 };
 
-Listeners readListeners() {
+// Asks for the listening sockets alone: /proc/net/tcp would take the kernel milliseconds.
+bool addListeners(uint8_t family, Listeners& listeners) {
+    constexpr uint32_t kListen = 1U << TCP_LISTEN;
+    inet_diag_req_v2 ask{};
+    ask.sdiag_family = family;
+    ask.sdiag_protocol = IPPROTO_TCP;
+    ask.idiag_states = kListen;
+    const auto take = [&](nlmsghdr* message) {
+        if (nlmsg_valid_hdr(message, sizeof(inet_diag_msg)) == 0) return;
+        const auto* found = static_cast<const inet_diag_msg*>(nlmsg_data(message));
+        const uint16_t port = ntohs(found->id.idiag_sport);
+        listeners.ssh = listeners.ssh || port == 22;
+        listeners.telnet = listeners.telnet || port == 23;
+    };
+    auto socket = NetlinkSocket::open(NETLINK_SOCK_DIAG);
+    return socket && socket->request(SOCK_DIAG_BY_FAMILY, NLM_F_DUMP, bytesOf(ask), take);
+}
+
+std::optional<Listeners> readListeners() {
     Listeners listeners;
-    // Without IPv6 the second is missing.
-    for (const char* path : {"/proc/net/tcp", "/proc/net/tcp6"}) {
-        std::ifstream file(path);
-        for (std::string line; std::getline(file, line);) {
-            listeners.known = true;
-            const auto port = listeningPort(line);
-            listeners.ssh = listeners.ssh || port == 22;
-            listeners.telnet = listeners.telnet || port == 23;
-        }
-    }
+    if (!addListeners(AF_INET, listeners)) return std::nullopt;
+    (void)addListeners(AF_INET6, listeners);  // a kernel without IPv6 refuses
     return listeners;
 }
 
@@ -262,10 +286,10 @@ int getLEDState(LedState* state) {
 
 int getSecurityState(SecurityState* state) {
     if (state == nullptr) return kFailure;
-    const Listeners listeners = readListeners();
-    if (!listeners.known) return kFailure;
-    copyText(state->ssh, sizeof state->ssh, listeners.ssh ? "on" : "off");
-    copyText(state->telnet, sizeof state->telnet, listeners.telnet ? "on" : "off");
+    const auto listeners = readListeners();
+    if (!listeners) return kFailure;
+    copyText(state->ssh, sizeof state->ssh, listeners->ssh ? "on" : "off");
+    copyText(state->telnet, sizeof state->telnet, listeners->telnet ? "on" : "off");
     return kOk;
 }
 
@@ -281,12 +305,12 @@ int getDaisychainOption(char text[32]) {
 }
 
 int getNetworkState(NetworkState* state) {
-    const auto dnsmasq = runs("dnsmasq");
-    if (state == nullptr || !dnsmasq) return kFailure;
+    const auto running = dnsmasq.runs();
+    if (state == nullptr || !running) return kFailure;
     const auto& intfs = told().intfs;
     const auto ports = std::count_if(intfs.begin(), intfs.end(),
                                      [](const Intf& intf) { return intf.bridge != 0; });
-    *state = {*dnsmasq ? 1 : 0, static_cast<int32_t>(ports)};
+    *state = {*running ? 1 : 0, static_cast<int32_t>(ports)};
     return kOk;
 }
 

@@ -189,6 +189,12 @@ int setApproveFlag_flag(int32_t approve) {
     return kOk;
 }
 
+int getApproveFlag(int32_t* approve) {
+    if (approve == nullptr) return kFailure;
+    *approve = wps.approveAll ? 1 : 0;
+    return kOk;
+}
+
 int checkMACisApprove(const uint8_t* alMac, const char* hostname) {
     if (alMac == nullptr) return kFailure;
     if (wps.approveAll || !conf().has("APPROVED")) return kOk;

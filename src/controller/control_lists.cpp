@@ -24,7 +24,9 @@ struct RebootKind {
         (void)sendVendMsg(entry.almac, VEND_MSG_TYPE_REBOOT_REQ,
                           std::make_unique<AlMacPayload>(entry.almac));
     }
-    static void answer(uint16_t msgId) { (void)respNbrRebootServReq(msgId, kOk); }
+    static void answer(uint16_t msgId, int result) {
+        (void)respNbrRebootServReq(msgId, static_cast<uint8_t>(result));
+    }
 };
 
 struct ResetToDefaultKind {
@@ -38,7 +40,9 @@ struct ResetToDefaultKind {
         (void)sendVendMsg(entry.almac, VEND_MSG_TYPE_RESETTODEFAULT_REQ,
                           std::make_unique<AlMacPayload>(entry.almac));
     }
-    static void answer(uint16_t msgId) { (void)respNbrResetToDefaultServReq(msgId, kOk); }
+    static void answer(uint16_t msgId, int result) {
+        (void)respNbrResetToDefaultServReq(msgId, static_cast<uint8_t>(result));
+    }
 };
 
 struct LEDKind {
@@ -106,13 +110,14 @@ bool isMissing(const MacAddr* almac) {
 }
 
 template <typename Kind>
-int setAnsweredList(RetryList<Kind>& list, const MacAddr* almac, uint16_t msgId, int flag) {
+int setAnsweredList(RetryList<Kind>& list, const MacAddr* almac, uint16_t msgId, int flag,
+                    int result) {
     if (isMissing(almac)) return kFailure;
     LOG(4, "almac = " MAC_FMT ", msgId = %d, flag = %d\n", MAC_ARGS(*almac), msgId, flag);
     if (flag == 0) {
         if (auto* entry = list.find(*almac)) {
             entry->flag = 0;
-            if (entry->msgId != 0) Kind::answer(entry->msgId);
+            if (entry->msgId != 0) Kind::answer(entry->msgId, result);
             return kOk;
         }
     }
@@ -148,12 +153,26 @@ void initCtrlLists() {
     lists.network.clear();
 }
 
-int setRebootCtrlList(const MacAddr* almac, uint16_t msgId, int flag) {
-    return setAnsweredList(lists.reboot, almac, msgId, flag);
+int setRebootCtrlList(const MacAddr* almac, uint16_t msgId, int flag, int result) {
+    return setAnsweredList(lists.reboot, almac, msgId, flag, result);
 }
 
-int setResetToDefaultCtrlList(const MacAddr* almac, uint16_t msgId, int flag) {
-    return setAnsweredList(lists.resetToDefault, almac, msgId, flag);
+int setResetToDefaultCtrlList(const MacAddr* almac, uint16_t msgId, int flag, int result) {
+    return setAnsweredList(lists.resetToDefault, almac, msgId, flag, result);
+}
+
+void clearLEDCtrlList(const MacAddr& almac) {
+    lists.led.answered(almac);
+}
+
+void clearSystemCtrlList(const MacAddr& almac) {
+    lists.system.answered(almac);
+}
+
+void clearNetworkCtrlList(const MacAddr& almac, uint16_t option) {
+    const auto* entry = lists.network.find(almac);
+    // The answer to an earlier order does not end a later one.
+    if (entry != nullptr && entry->value.option == option) lists.network.answered(almac);
 }
 
 int addLEDCtrlList(const MacAddr& almac, int32_t value, int flag) {
@@ -175,9 +194,6 @@ int setSystemCtrlList(const MacAddr* almac, int32_t value, int flag) {
 }
 
 int addNetworkCtrlList(const MacAddr& almac, uint16_t option, std::string_view command, int flag) {
-    const auto* entry = lists.network.find(almac);
-    // The answer to an earlier order does not end a later one.
-    if (flag == 0 && entry != nullptr && entry->value.option != option) return kOk;
     return lists.network.replace({almac, 0, {option, std::string(command)}, flag, 0});
 }
 

@@ -1,7 +1,7 @@
 // The orders that wait for their answers: reboot, reset to default, LED, system and network
 // control. Whoever first sends an order enters it here with flag 1; the handler of its answer
-// clears it with flag 0; the controller loop repeats the rest, each list with its own period and
-// up to its own limit (controller/settings.h).
+// clears it; the controller loop repeats the rest, each list with its own period and up
+// to its own limit (controller/settings.h).
 //
 // Unless told otherwise: kOk, or kFailure for a missing address or a full list.
 #pragma once
@@ -15,17 +15,22 @@
 void initCtrlLists();
 
 // flag 1 enters an order that was sent under the identifier msgId (0 when no client waits for the
-// answer). flag 0 ends the first order to the device and answers its client with result 0; without
-// such an order it leaves an entry that is never repeated.
-int setRebootCtrlList(const MacAddr* almac, uint16_t msgId, int flag);
-int setResetToDefaultCtrlList(const MacAddr* almac, uint16_t msgId, int flag);
+// answer). flag 0 ends the order to the device and answers its client with the result; without such
+// an order it leaves an entry that is never repeated.
+int setRebootCtrlList(const MacAddr* almac, uint16_t msgId, int flag, int result = 0);
+int setResetToDefaultCtrlList(const MacAddr* almac, uint16_t msgId, int flag, int result = 0);
 
-// Enter an order with its value (flag 1) or its answer (flag 0) for the device, or for every device
-// of the topology table when the address is all zero. A device has one entry: the newest.
+// Enter an order with its value (flag 1) for the device, or for every device of the topology table
+// when the address is all zero. A device has one entry: the newest.
 int setLEDCtrlList(const MacAddr* almac, int32_t value, int flag);
 int setSystemCtrlList(const MacAddr* almac, int32_t value, int flag);
-// NetworkOption and command text. Only an answer to the same option ends an order.
+// NetworkOption and command text.
 int setNetworkCtrlList(const MacAddr* almac, uint16_t option, std::string_view command, int flag);
+
+// The device has answered. A network order is ended by the answer to its own option only.
+void clearLEDCtrlList(const MacAddr& almac);
+void clearSystemCtrlList(const MacAddr& almac);
+void clearNetworkCtrlList(const MacAddr& almac, uint16_t option);
 
 // One device of the above. Whether the list is at work stays as it is: set... starts it.
 int addLEDCtrlList(const MacAddr& almac, int32_t value, int flag);

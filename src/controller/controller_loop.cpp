@@ -202,7 +202,7 @@ void MessageTransmitterLoop(Seconds time, int force) {
     if (!rootApMeshMacsPublished() && comesDue(loop.lastMeshMacs, time, force, kRootApPause)) {
         publishRootApMeshMacs();
     }
-    if (comesDue(loop.lastIp, time, force, kRootApPause)) publishRootApIp();
+    if (isRootApIpWanted() && comesDue(loop.lastIp, time, force, kRootApPause)) publishRootApIp();
 }
 
 int getMessageTransmitterCheck(const MacAddr& alMac, const char* flagName, MsgCheckConfig* record) {

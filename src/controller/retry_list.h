@@ -2,7 +2,6 @@
 // are not acknowledged otherwise.
 #pragma once
 
-#include <algorithm>
 #include <list>
 
 #include "controller/settings.h"
@@ -31,11 +30,20 @@ class RetryList {
     using Value = typename Kind::Value;
     using Entry = RetryEntry<Value>;
 
-    // The first entry of the device, nullptr when there is none.
+    // The entry of the device, of several the first that waits; nullptr when there is none.
     Entry* find(const MacAddr& almac) {
-        const auto it = std::find_if(entries_.begin(), entries_.end(),
-                                     [&](const Entry& entry) { return entry.almac == almac; });
-        return it != entries_.end() ? &*it : nullptr;
+        Entry* found = nullptr;
+        for (Entry& entry : entries_) {
+            if (entry.almac != almac) continue;
+            if (entry.flag == 1) return &entry;
+            if (found == nullptr) found = &entry;
+        }
+        return found;
+    }
+
+    // The device has answered: its order is not repeated any more.
+    void answered(const MacAddr& almac) {
+        if (Entry* entry = find(almac)) entry->flag = 0;
     }
 
     // kOk, or kFailure when the list is full.

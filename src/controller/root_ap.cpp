@@ -84,10 +84,15 @@ void publishRootApMeshMacs() {
     for (const auto& row : rootAp.rows) file << row.intfName << '=' << row.mac.view() << '\n';
 }
 
-void publishRootApIp() {
+bool isRootApIpWanted() {
     const AlTable* al = getAlTable();
-    if (al == nullptr || al->role() != kEnrollee) return;
-    for (const auto& dev : al->topol.devs) {
+    return al != nullptr && al->role() == kEnrollee;
+}
+
+void publishRootApIp() {
+    const TopolTable* topol = getNetTopolTable();
+    if (topol == nullptr) return;
+    for (const auto& dev : topol->devs) {
         if (!isRootAp(dev) || dev.deviceIP == rootAp.ip || !isIpAddress(dev.deviceIP)) continue;
         rootAp.ip = dev.deviceIP;
         (void)runShell("echo %s >%s", rootAp.ip.c_str(), (rootAp.folder + "/rootap_ip").c_str());

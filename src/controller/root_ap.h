@@ -14,5 +14,6 @@ void setRootApFolder(std::string_view folder);
 void publishRootApMeshMacs();
 bool rootApMeshMacsPublished();
 
-// On an Enrollee: writes the Registrar's IP address into rootap_ip whenever it changes.
+// Writes the Registrar's IP address into rootap_ip whenever it changes. For Enrollees only.
 void publishRootApIp();
+bool isRootApIpWanted();

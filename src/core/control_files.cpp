@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <cstdlib>
+#include <ctime>
 
 #include "core/fd.h"
 #include "core/log.h"
@@ -15,13 +16,36 @@
 
 namespace {
 
+constexpr const char* kFolder = "/tmp";
 constexpr const char* kDebugFile = "/tmp/vm1905_debug";
+constexpr time_t kSettled = 2;  // seconds after which a change gets a later time stamp
 
 int g_restart_flag = 0;
 
+// When the folder had last changed when it was found without a control file; zero when that cannot
+// be told. To look for five files costs more than all else that an idle daemon does.
+timespec emptySince{};
+
+bool found = false;  // a control file, in the present look
+
 bool exists(const char* path) {
     struct stat info {};
-    return stat(path, &info) == 0;
+    const bool exists = stat(path, &info) == 0;
+    found = found || exists;
+    return exists;
+}
+
+// When the folder last changed, zero when it was just now: a further change may bear the same time.
+timespec lastChange() {
+    struct stat info {};
+    const bool settled =
+        stat(kFolder, &info) == 0 && time(nullptr) - info.st_mtim.tv_sec >= kSettled;
+    return settled ? info.st_mtim : timespec{};
+}
+
+bool isStillEmpty(const timespec& change) {
+    return change.tv_sec != 0 && change.tv_sec == emptySince.tv_sec &&
+           change.tv_nsec == emptySince.tv_nsec;
 }
 
 void cleanUp() {
@@ -46,13 +70,7 @@ int readDebugLevel() {
     return kOk;
 }
 
-}  // namespace
-
-bool restartRequested() {
-    return g_restart_flag == 1;
-}
-
-int checkScriptCmd() {
+int obeyControlFiles() {
     if (exists("/tmp/vm1905_stop")) {
         cleanUp();
         setSysState(kStopped);
@@ -78,4 +96,19 @@ int checkScriptCmd() {
         cleanUp();
     }
     return kOk;
+}
+
+}  // namespace
+
+bool restartRequested() {
+    return g_restart_flag == 1;
+}
+
+int checkScriptCmd() {
+    const timespec change = lastChange();
+    if (isStillEmpty(change)) return kOk;
+    found = false;
+    const int result = obeyControlFiles();
+    emptySince = found ? timespec{} : change;
+    return result;
 }

@@ -16,7 +16,9 @@ int runShell(const char* format, ...) {
 }
 
 std::optional<std::string> escapeForEcho(std::string_view text) {
-    if (text.starts_with('-')) return std::nullopt;
+    const bool isOption =
+        text.size() > 1 && text[0] == '-' && text.find_first_not_of("neE", 1) == text.npos;
+    if (isOption) return std::nullopt;
     std::string escaped;
     for (const char c : text) {
         if (c == '\\' || c == '\0') return std::nullopt;

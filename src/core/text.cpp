@@ -40,10 +40,11 @@ size_t jsonItemLength(std::string_view text) {
 
 }  // namespace
 
-std::string plainText(std::string_view text) {
+std::string plainText(std::string_view text, size_t maxBytes) {
     std::string plain;
     while (!text.empty() && text[0] != '\0') {
         const size_t length = utf8Length(text);
+        if (length > maxBytes - plain.size()) break;
         if (length > 1 || (length == 1 && isPlain(text[0]))) plain += text.substr(0, length);
         text.remove_prefix(std::max<size_t>(length, 1));
     }

@@ -45,7 +45,12 @@ class Text {
 // Text of another device or of the platform, fit to stand between quotes in the data model, which
 // writes texts as they are stored: up to its first NUL, without control characters, quotes,
 // backslashes and what is no UTF-8.
-std::string plainText(std::string_view text);
+// Of a longer text the first maxBytes at most, in whole characters.
+std::string plainText(std::string_view text, size_t maxBytes = std::string::npos);
+template <size_t N>
+void storePlain(Text<N>& field, std::string_view text) {
+    field = plainText(text, N - 1);
+}
 
 // True for a comma-separated list of JSON strings and numbers, also for an empty one.
 bool isJsonItems(std::string_view text);

@@ -1,6 +1,7 @@
 #include "datamodel/json_device.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 #include "core/result.h"
 #include "datamodel/device_info.h"
@@ -96,10 +97,16 @@ void writeIeee1905Nbr(JsonWriter& out, size_t number, std::string_view localIntf
 
 void writeIeee1905Nbrs(JsonWriter& out, const DataModel& model, const Ieee1905DevTable& dev) {
     size_t number = 0;
+    // A neighbour that is listed again is reached by something else than the Wi-Fi links that were
+    // written with its first entry.
+    std::unordered_set<MacAddr> written;
     for (const auto& list : dev.ieee1905Lists) {
         const LocalIntf local = findLocalIntf(dev, list.localIntfMac);
         for (const auto& nbr : list.nbrs) {
-            if (checkIeee1905NbrIsWIFI(out, dev, nbr, number, local.reference) > 0) continue;
+            if (written.insert(nbr.alMac).second &&
+                checkIeee1905NbrIsWIFI(out, dev, nbr, number, local.reference) > 0) {
+                continue;
+            }
             writeIeee1905Nbr(out, ++number, local.reference, nbr,
                              findNbrIntf(model, dev, nbr.alMac, local.mediaType), nullptr);
         }
@@ -170,8 +177,8 @@ int checkIntfMacMediaType(const Ieee1905DevTable& dev, const MacAddr& mac,
 
 int checkIeee1905NbrIsWIFI(JsonWriter& out, const Ieee1905DevTable& dev, const Ieee1905Nbr& nbr,
                            size_t& number, std::string_view localIntf) {
-    int written = 0;
     // A zero owner marks a station that is no 1905 device.
+    int written = 0;
     if (nbr.alMac.isZero()) return written;
     for (const auto& client : dev.wifiClients) {
         if (client.ownerAlMac != nbr.alMac) continue;

@@ -113,6 +113,7 @@ int getWiFiReload(uint8_t* reload);
 
 /* Mesh admission. */
 int setApproveFlag_flag(int32_t approve);
+int getApproveFlag(int32_t* approve);
 /* 0 when the device is admitted. hostname may be empty. */
 int checkMACisApprove(const uint8_t* alMac, const char* hostname);
 

@@ -48,8 +48,7 @@ void logChange(ChangeEvent event, const Reporter& reporter, ChangeNbrType type,
     (void)updateChangeLogTable(event, reporter.alMac, reporter.intfMac, type, nbr, false);
 }
 
-void logNon1905Changes(const DevTopol& old, const DevTopol& next,
-                       const Reporter& self) {
+void logNon1905Changes(const DevTopol& old, const DevTopol& next, const Reporter& self) {
     for (const auto& list : next.non1905Lists) {
         const auto before = findList(old.non1905Lists, list.localIntfMac);
         if (before == old.non1905Lists.end()) {
@@ -66,8 +65,7 @@ void logNon1905Changes(const DevTopol& old, const DevTopol& next,
     }
 }
 
-void log1905Changes(const DevTopol& old, const DevTopol& next,
-                    const Reporter& self) {
+void log1905Changes(const DevTopol& old, const DevTopol& next, const Reporter& self) {
     for (const auto& list : next.ieee1905Lists) {
         if (old.ieee1905Lists.empty()) {
             for (const auto& nbr : list.nbrs) {
@@ -98,6 +96,16 @@ void takeOverIntfState(const DevTopol& old, DevTopol& next) {
     }
 }
 
+// True when the neighbours that this response tells are too many beside those of all others. Each
+// becomes an object of the data model.
+bool isTooMuch(const DevTopol& dev) {
+    size_t total = dev.non1905NbrNum() + dev.ieee1905NbrNum();
+    for (const auto& other : devTable()) {
+        if (other.alMac != dev.alMac) total += other.non1905NbrNum() + other.ieee1905NbrNum();
+    }
+    return total > kMaxMeshNbrs;
+}
+
 }  // namespace
 
 int updateIeee1905DevTable(const MacAddr& intfMac, uint32_t mediaType, DevTopol&& dev) {
@@ -108,6 +116,10 @@ int updateIeee1905DevTable(const MacAddr& intfMac, uint32_t mediaType, DevTopol&
     }
     if (getIntfTableById(intfMac, mediaType) == nullptr) return kFailure;
 
+    if (isTooMuch(dev)) {
+        LOG(2, "too many neighbors, refuse those of (" MAC_FMT ")\r\n", MAC_ARGS(dev.alMac));
+        return kFailure;
+    }
     const Reporter self{*getAlMac(), intfMac};
     Ieee1905DevTable* stored = getIeee1905DevTableById(dev.alMac);
     if (stored != nullptr) {

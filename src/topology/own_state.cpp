@@ -63,8 +63,8 @@ int updateNewFWUpgradeStatus(uint32_t status) {
 int updateLEDStatus(std::string_view text) {
     AlTable* al = getAlTable();
     if (al == nullptr) return kOk;
-    const Text<32> cut(text);
-    if (replace(al->info.ledStatus, cut)) writeAndNotify();
+    const Text<32> plain(plainText(text, 31));
+    if (replace(al->info.ledStatus, plain)) writeAndNotify();
     return kOk;
 }
 

@@ -18,6 +18,7 @@ inline constexpr size_t kMaxIntfNbrs = 4096;
 inline constexpr size_t kMaxNbrDevs = 4096;
 inline constexpr size_t kMaxDevEntries = 255;  // interfaces, tuples and lists of a remote device
 inline constexpr size_t kMaxDevNbrs = 4096;    // neighbours of a remote device, of each kind
+inline constexpr size_t kMaxMeshNbrs = 65536;  // neighbours of all remote devices, of both kinds
 
 enum NbrMsgType : int { kNbrDiscovery = 0, kNbrNotification = 1, kNbrResponse = 3 };
 
@@ -177,9 +178,9 @@ struct WifiClient {
     uint16_t rate = 0;
     uint16_t rssi = 0;
     uint16_t signalLevel = 0;
-    Text<32> tx;
-    Text<38> rx;
-    Text<32> connType;
+    Text<33> tx;  // 32 characters
+    Text<39> rx;
+    Text<33> connType;
     Seconds lastHeard = 0;
 };
 

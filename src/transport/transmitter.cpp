@@ -179,13 +179,22 @@ bool isNamedBy(const IntfNbrDev& nbr, const MacAddr& dstMac) {
     return nbr.nbrIntfMac == dstMac || (nbr.nbrAlMac == dstMac && !dstMac.isZero());
 }
 
-// Sends to every interface of the device by the port on which it is heard.
+bool isKnownAlMac(const MacAddr& mac) {
+    return std::ranges::any_of(getIntfTable(), [&](const IntfTable& intf) {
+        return std::ranges::any_of(
+            intf.nbrs, [&](const IntfNbrDev& nbr) { return nbr.nbrAlMac == mac && !mac.isZero(); });
+    });
+}
+
+// Sends to every interface of the device by the port on which it is heard. A bridge learns the AL
+// MAC of a device that has it on its own bridge, too: that entry is no other interface of it.
 Outcome sendToNeighbour(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
                         const MsgBody& body, bool isResponse) {
     const PortsInUse guard;
     Message message(msgType, body);
     Outcome outcome{.built = !message.failed()};
     if (message.failed()) return outcome;
+    const bool byAlMac = isKnownAlMac(dstMac);
     for (auto& port : getIntfPorts()) {
         const IntfTable* intf = intfOf(port);
         if (intf == nullptr) continue;
@@ -193,6 +202,7 @@ Outcome sendToNeighbour(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
         if (message.failed()) return {.built = false, .left = outcome.left};
         for (const auto& nbr : intf->nbrs) {
             if (!isNamedBy(nbr, dstMac) || !portIsUsable(port)) continue;
+            if (byAlMac && nbr.nbrAlMac.isZero()) continue;
             sendOn(port, nbr.nbrIntfMac, msgType, msgId,
                    message.traits().expectsResponse && !isResponse, tlvs, outcome);
         }

@@ -15,7 +15,6 @@
 
 namespace {
 
-// The three uses of a layout's description.
 template <typename Payload>
 bool encode(const VendPayload& payload, const SendContext& context, std::vector<uint8_t>& out) {
     const auto* source = dynamic_cast<const Payload*>(&payload);
@@ -33,23 +32,17 @@ std::unique_ptr<VendPayload> parse(ByteReader& reader, size_t payloadLen) {
     return payload;
 }
 
-template <typename Payload>
-void print(FieldPrinter& printer) {
-    const Payload payload{};
-    Payload::describe(printer, payload);
-}
-
-#define VEND_ROW(number, label, level, Payload, handler, meaning)                                 \
-    VendType {                                                                                    \
-        number, label, level, meaning, #Payload, encode<Payload>, parse<Payload>, print<Payload>, \
-            handler                                                                               \
+#define VEND_ROW(number, label, level, Payload, handler, meaning)                         \
+    VendType {                                                                            \
+        number, label, level, meaning, #Payload, encode<Payload>, parse<Payload>, handler \
     }
 #define VEND_TYPE(number, name, level, Payload, handler, meaning) \
     VEND_ROW(number, "VEND_MSG_TYPE_" #name, level, Payload, handler, meaning)
 // Encoded and parsed, but refused on arrival.
 #define UNUSED_TYPE(number, Payload) VEND_ROW(number, nullptr, 3, Payload, nullptr, "not used")
 
-// clang-format off: a row a line
+// A row a line.
+// clang-format off
 constexpr VendType kTypes[] = {
     VEND_TYPE(0, CONF_QUERY, 3, AlMacPayload, handleConfQueryMsg, "asks a device for its configuration"),
     VEND_TYPE(1, CONF_RESP, 3, ConfResp, handleConfRespMsg, "configuration of the sender"),

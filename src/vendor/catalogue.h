@@ -26,7 +26,6 @@ struct VendType {
     // Reads the payload of this declared length; the reader fails when it is cut off or has no
     // room in the decoded form.
     std::unique_ptr<VendPayload> (*parse)(ByteReader& reader, size_t payloadLen);
-    void (*print)(FieldPrinter& printer);
     int (*handle)(const VendContext& context);
 };
 

@@ -10,6 +10,7 @@
 #include "vendor/firmware_handlers.h"
 #include "vendor/query_tracking.h"
 #include "vendor/vend_sender.h"
+#include "vendor/wifi_clients.h"
 
 namespace {
 
@@ -30,11 +31,12 @@ int handleConfRespMsg(const VendContext& context) {
     const MacAddr sender = context.msg.alMac;
     ReportVendRespMsg(sender, context.msgId, VEND_MSG_TYPE_CONF_QUERY);
     Ieee1905DevTable* dev = getIeee1905DevTableById(sender);
-    if (dev == nullptr) return kFailure;
+    if (dev == nullptr) return kOk;
     storeConfItems(*dev, context.as<ConfResp>().items);
     LOG(4, "vm1905Version git = %s\n", dev->firmwareVersion.c_str());
     noteFirmwareState(*dev);
-    (void)checkMACisApprove(sender.data(), dev->hostname.c_str());
+    if (!dev->hostname.empty()) (void)checkMACisApprove(sender.data(), dev->hostname.c_str());
+    dropSilentWifiClients(*dev);
     (void)requestSendWIFIstateQueryMsg(sender, 0);
     (void)requestCheckFlag(sender, "flag_deviceinfo", 1);
     return requestUpdateDataModel(0);
@@ -48,7 +50,7 @@ int handleConfRespMsg2(const VendContext& context) {
     const MacAddr& sender = context.msg.alMac;
     ReportVendRespMsg(sender, context.msgId, VEND_MSG_TYPE_CONF_QUERY2);
     Ieee1905DevTable* dev = getIeee1905DevTableById(sender);
-    if (dev == nullptr) return kFailure;
+    if (dev == nullptr) return kOk;
     storeIPv6Items(*dev, context.as<ConfResp>().items);
     return requestUpdateDataModel(0);
 }

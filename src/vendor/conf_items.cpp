@@ -92,7 +92,8 @@ void storeWpsBands(Ieee1905DevTable& dev, std::string_view value) {
 
 // The list goes into the data model as it is: what is none is not stored.
 void storePortState(Ieee1905DevTable& dev, std::string_view value) {
-    dev.info.ethernetPortState = isJsonItems(value) ? value : std::string_view();
+    const decltype(dev.info.ethernetPortState) cut(value);
+    dev.info.ethernetPortState = isJsonItems(cut) ? cut.view() : std::string_view();
 }
 
 // Out of line, once for all items.
@@ -102,7 +103,7 @@ void storePortState(Ieee1905DevTable& dev, std::string_view value) {
 
 template <size_t N>
 [[gnu::noinline]] void storeText(Text<N>& field, std::string_view value) {
-    field = plainText(value);
+    storePlain(field, value);
 }
 
 // A text of the AlTable, one of its DeviceInfo, one that the platform is asked for, and the time

@@ -64,11 +64,9 @@ int handleRebootRespMsg(const VendContext& context) {
     if (owner == nullptr) return kFailure;
     const MacAddr alMac = *owner;
     const uint8_t retCode = context.as<RetCodePayload>().retCode;
-    // The retry list tells its client of success; of a refusal the client hears here.
-    if (retCode != kOk) (void)respNbrRebootServReq(context.msgId, retCode);
     if (findFWupgradelist(alMac) != nullptr)
         (void)addFWupgradelist(alMac, kFWupgradeSetState, kFWupgradeFinished);
-    return setRebootCtrlList(&alMac, context.msgId, 0);
+    return setRebootCtrlList(&alMac, context.msgId, 0, retCode);
 }
 
 int handleResetToDefaultReqMsg(const VendContext& context) {
@@ -77,9 +75,8 @@ int handleResetToDefaultReqMsg(const VendContext& context) {
 }
 
 int handleResetToDefaultRespMsg(const VendContext& context) {
-    const uint8_t retCode = context.as<RetCodePayload>().retCode;
-    if (retCode != kOk) (void)respNbrResetToDefaultServReq(context.msgId, retCode);
-    return setResetToDefaultCtrlList(&context.msg.alMac, context.msgId, 0);
+    return setResetToDefaultCtrlList(&context.msg.alMac, context.msgId, 0,
+                                     context.as<RetCodePayload>().retCode);
 }
 
 int handleLEDCtrlReqMsg(const VendContext& context) {
@@ -91,7 +88,7 @@ int handleLEDCtrlMCASTReqMsg(const VendContext& context) {
 }
 
 int handleLEDCtrlRespMsg(const VendContext& context) {
-    (void)setLEDCtrlList(&context.msg.alMac, 0, 0);
+    clearLEDCtrlList(context.msg.alMac);
     return respNbrLEDCtrlServReq(context.msgId, context.as<RetCodePayload>().retCode);
 }
 
@@ -104,24 +101,25 @@ int handleSystemCtrlMCASTReqMsg(const VendContext& context) {
 }
 
 int handleSystemCtrlRespMsg(const VendContext& context) {
-    (void)setSystemCtrlList(&context.msg.alMac, 0, 0);
+    clearSystemCtrlList(context.msg.alMac);
     return respNbrSystemCtrlServReq(context.msgId, context.as<RetCodePayload>().retCode);
 }
 
 int handleNetworkCtrlReqMsg(const VendContext& context) {
     const auto& request = context.as<NetworkCtrlReq>();
     Outputlog("[NetworkCtrl] get Network control (%d,\"%s\") from (%02x:%02x:%02x:%02x:%02x:%02x)",
-              request.networkOption, request.command.c_str(), MAC_ARGS(context.msg.alMac));
+              request.networkOption, plainText(request.command).c_str(),
+              MAC_ARGS(context.msg.alMac));
     const int retCode = setNetworkCtrl(request.networkOption, request.command.c_str());
     auto answer = std::make_unique<NetworkCtrlResp>();
     answer->networkOption = request.networkOption;
-    answer->retCode = static_cast<uint8_t>(retCode);
+    answer->retCode = resultByte(retCode);
     return answerRequest(context, VEND_MSG_TYPE_NETWORKCTRL_RESP, std::move(answer), retCode);
 }
 
 int handleNetworkCtrlRespMsg(const VendContext& context) {
-    return addNetworkCtrlList(context.msg.alMac, context.as<NetworkCtrlResp>().networkOption, "",
-                              0);
+    clearNetworkCtrlList(context.msg.alMac, context.as<NetworkCtrlResp>().networkOption);
+    return kOk;
 }
 
 int handleUpdateExtenderconifgReqMsg(const VendContext& /*context*/) {

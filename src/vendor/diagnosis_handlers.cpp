@@ -22,9 +22,8 @@ int resultOf(int platformResult) {
 }
 
 int acknowledge(const VendContext& context, VendMsgType type, int retCode) {
-    return sendVendRespMsg(
-        context.srcMac, context.msgId, type,
-        std::make_unique<OptionPayload>(*getAlMac(), static_cast<uint8_t>(retCode)));
+    return sendVendRespMsg(context.srcMac, context.msgId, type,
+                           std::make_unique<OptionPayload>(*getAlMac(), resultByte(retCode)));
 }
 
 }  // namespace
@@ -32,8 +31,8 @@ int acknowledge(const VendContext& context, VendMsgType type, int retCode) {
 int handleSpeedTestStartStopMsg(const VendContext& context) {
     const auto& request = context.as<SpeedTestCtrlReq>();
     LOG(4, "Enable = %d, Action = %d, URLcount = %d, URL = %s, StartTime = %u, runtime = %u\n",
-        request.enable, request.action, static_cast<int>(request.url.size()), request.url.c_str(),
-        request.startTime, request.runtime);
+        request.enable, request.action, static_cast<int>(request.url.size()),
+        plainText(request.url).c_str(), request.startTime, request.runtime);
     SpeedTestCtrl ctrl{};
     ctrl.enable = request.enable;
     ctrl.action = request.action;
@@ -68,8 +67,8 @@ int handleRequestLogFileReqMsg(const VendContext& context) {
 int handleResponseLogFileReqMsg(const VendContext& context) {
     const auto& file = context.as<LogFileResp>();
     LOG(4, "Filenamecount = %d, Filename = %s, FTPURLcount = %d, FTPURL = %s\n",
-        static_cast<int>(file.fileName.size()), file.fileName.c_str(),
-        static_cast<int>(file.ftpUrl.size()), file.ftpUrl.c_str());
+        static_cast<int>(file.fileName.size()), plainText(file.fileName).c_str(),
+        static_cast<int>(file.ftpUrl.size()), plainText(file.ftpUrl).c_str());
     return acknowledge(context, VEND_MSG_TYPE_REQUESTLOGFILE_ACK,
                        DownloadLogFile(file.fileName.c_str(), file.ftpUrl.c_str()));
 }

@@ -36,7 +36,8 @@ int handleFWCrtlReqMsg(const VendContext& context) {
     if (!isEnrollee()) return kFailure;
     const auto& request = context.as<FwCtrlReq>();
     LOG(4, "FWOption = %d, FWTopoOption = %d, FWURLcount = %d, FWURL = %s\n", request.fwOption,
-        request.fwTopoOption, static_cast<int>(request.fwUrl.size()), request.fwUrl.c_str());
+        request.fwTopoOption, static_cast<int>(request.fwUrl.size()),
+        plainText(request.fwUrl).c_str());
     FwCtrl ctrl{};
     ctrl.fwOption = request.fwOption;
     ctrl.fwTopoOption = request.fwTopoOption;
@@ -55,8 +56,8 @@ int handleFWCrtl2ReqMsg(const VendContext& context) {
         if (item.type == kFwUrl) copyText(ctrl.url, text);
         if (item.type == kFwFileName) copyText(ctrl.fileName, text);
     }
-    LOG(4, "FWURL = %s, FWFileNamecount = %d, FWFileName = %s\n", ctrl.url,
-        static_cast<int>(strlen(ctrl.fileName)), ctrl.fileName);
+    LOG(4, "FWURL = %s, FWFileNamecount = %d, FWFileName = %s\n", plainText(ctrl.url).c_str(),
+        static_cast<int>(strlen(ctrl.fileName)), plainText(ctrl.fileName).c_str());
     return control(context, ctrl);
 }
 
@@ -74,7 +75,7 @@ int handleFWStateChangeRequestMsg(const VendContext& context) {
 
 int handleFWStateChangeResponseMsg(const VendContext& context) {
     Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
-    if (dev == nullptr) return kFailure;
+    if (dev == nullptr) return kOk;
     dev->firmwareState = context.as<OptionPayload>().option;
     noteFirmwareState(*dev);
     return requestUpdateDataModel(0);

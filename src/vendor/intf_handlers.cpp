@@ -29,11 +29,24 @@ int sendIntfNames(const VendContext& context) {
                            std::move(names));
 }
 
-DevIntf* findIntf(Ieee1905DevTable& dev, const MacAddr& mac) {
-    const auto it = std::find_if(dev.intfs.begin(), dev.intfs.end(),
-                                 [&](const DevIntf& intf) { return intf.mac == mac; });
-    return it != dev.intfs.end() ? &*it : nullptr;
-}
+// Finds the interfaces of a device by their MACs, each once: ports of a switch may share one.
+class IntfFinder {
+  public:
+    explicit IntfFinder(Ieee1905DevTable& dev) : intfs_(dev.intfs), taken_(dev.intfs.size()) {}
+
+    DevIntf* take(const MacAddr& mac) {
+        for (size_t i = 0; i < intfs_.size(); i++) {
+            if (taken_[i] || intfs_[i].mac != mac) continue;
+            taken_[i] = true;
+            return &intfs_[i];
+        }
+        return nullptr;
+    }
+
+  private:
+    std::vector<DevIntf>& intfs_;
+    std::vector<bool> taken_;
+};
 
 bool isLocalIntf(const MacAddr& mac, uint16_t mediaType) {
     const auto& intfs = getIntfTable();
@@ -58,7 +71,7 @@ uint8_t changePwrState(const VendContext& context, const IntfPwrCtrlReq::Entry& 
     LOG(3, "change power state (%d)\r\n", state);
     const int result = setIntfPwrStateByMac(intf.mac, intf.mediaType, state);
     writeVendMsgLog(context.msg, context.srcMac);
-    return static_cast<uint8_t>(result);
+    return resultByte(result);
 }
 
 // The results, by entry of the request; what was not come to stays all zero.
@@ -69,7 +82,7 @@ std::vector<IntfValue> changePwrStates(const VendContext& context, const IntfPwr
         const bool wildcard = intf.mac.isZero();
         const int result = wildcard ? setIntfPwrStateByMediaType(intf.mediaType, request.pwrState)
                                     : changePwrState(context, intf, request.pwrState);
-        results[i] = {intf.mac, intf.mediaType, static_cast<uint8_t>(result)};
+        results[i] = {intf.mac, intf.mediaType, resultByte(result)};
         if (wildcard) break;  // meant: the rest of the list is ignored
     }
     return results;
@@ -102,9 +115,10 @@ int handleIntfPwrStateRespMsg(const VendContext& context) {
     const MacAddr& sender = context.msg.alMac;
     ReportVendRespMsg(sender, context.msgId, VEND_MSG_TYPE_INTF_PWR_STATE_QUERY);
     Ieee1905DevTable* dev = getIeee1905DevTableById(sender);
-    if (dev == nullptr) return kFailure;
+    if (dev == nullptr) return kOk;
+    IntfFinder finder(*dev);
     for (const auto& state : context.as<IntfPwrStateResp>().intfs) {
-        if (DevIntf* intf = findIntf(*dev, state.mac)) intf->pwrState = state.value;
+        if (DevIntf* intf = finder.take(state.mac)) intf->pwrState = state.value;
     }
     (void)requestCheckFlag(sender, "flag_powerstate", 1);
     return requestUpdateDataModel(0);
@@ -134,9 +148,10 @@ int handleIntfPwrCrtlRespMsg(const VendContext& context) {
 
 int handleIntfNameRespMsg(const VendContext& context) {
     Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
-    if (dev == nullptr) return kFailure;
+    if (dev == nullptr) return kOk;
+    IntfFinder finder(*dev);
     for (const auto& named : context.as<IntfNameResp>().intfs) {
-        if (DevIntf* intf = findIntf(*dev, named.mac)) intf->name = plainText(named.name);
+        if (DevIntf* intf = finder.take(named.mac)) storePlain(intf->name, named.name);
     }
     return requestUpdateDataModel(0);
 }

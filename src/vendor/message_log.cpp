@@ -8,14 +8,14 @@
 
 namespace {
 
-constexpr uint8_t kLines = 20;
-constexpr uint8_t kLinesPerFile = 10;
+constexpr int kLines = 20;
+constexpr int kLinesPerFile = 10;
 
 }  // namespace
 
 void writeVendMsgLog(const VendMsg& msg, const MacAddr& srcMac) {
     if (getEnableLogOption() == 0) return;
-    uint8_t line = getLogIndexOption();
+    int line = getLogIndexOption();
     const time_t seconds = wallClock();
     tm local{};
     localtime_r(&seconds, &local);
@@ -27,5 +27,5 @@ void writeVendMsgLog(const VendMsg& msg, const MacAddr& srcMac) {
                    local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
                    local.tm_min, local.tm_sec, redirection, line > kLinesPerFile ? 1 : 0);
     line++;
-    (void)setLogIndexOption(line > kLines ? 1 : line);
+    (void)setLogIndexOption(static_cast<uint8_t>(line > kLines ? 1 : line));
 }

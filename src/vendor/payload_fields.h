@@ -3,9 +3,9 @@
 //     template <class Fields, class Self>
 //     static void describe(Fields& fields, Self& self);
 //
-// that names its fields in wire order. The same description writes the payload, reads it, and
-// prints it for people. Numbers are big-endian; texts and data carry their length in front and no
-// terminator.
+// that names its fields in wire order. The same description writes the payload and reads it, and
+// documents it: hence the names. Numbers are big-endian; texts and data carry their length in front
+// and no terminator.
 #pragma once
 
 #include <string>
@@ -109,49 +109,4 @@ class FieldReader {
     ByteReader& in_;
     size_t payloadLen_;
     bool narrow_ = false;
-};
-
-// Prints a layout as the rows of a table.
-class FieldPrinter {
-  public:
-    struct Row {
-        std::string name, width, note;
-    };
-    const std::vector<Row>& rows() const { return rows_; }
-
-    void u8(const char* name, uint32_t) { add(name, "1"); }
-    void u16(const char* name, uint32_t) { add(name, "2"); }
-    void u32(const char* name, uint32_t) { add(name, "4"); }
-    void mac(const char* name, const MacAddr&) { add(name, "6"); }
-    void portMac(const char* name, const MacAddr&) {
-        add(name, "6", "MAC address of the port by which the message leaves");
-    }
-    void text(const char* countName, const char* name, const std::string&, size_t capacity);
-    template <typename Between>
-    void data(const char* countName, const char* name, const std::vector<uint8_t>&, size_t capacity,
-              Between&& between) {
-        add(countName, "2");
-        between();
-        addBytes(name, countName, capacity);
-    }
-    template <typename List, typename Entry>
-    void list(const char* countName, const List&, size_t capacity, Entry&& describeEntry) {
-        beginList(countName, capacity);
-        const typename List::value_type entry{};
-        describeEntry(*this, entry);
-        endList();
-    }
-    void wide(const char* name, uint32_t) { add(name, "2", "1 in entries of old senders"); }
-    void tellWidth(size_t head, size_t wideEntry);
-    void optionAndText(const char* countName, const char* optionName, const char* name, uint8_t,
-                       const std::string&, size_t capacity);
-
-  private:
-    void add(const char* name, const char* width, const char* note = "");
-    void addBytes(const char* name, const char* countName, size_t capacity);
-    void beginList(const char* countName, size_t capacity);
-    void endList();
-
-    std::vector<Row> rows_;
-    std::string prefix_;
 };

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "core/mac_addr.h"
+#include "core/result.h"
 #include "vendor/vend_msg.h"
 
 inline constexpr size_t kMaxIntfEntries = 30;
@@ -15,13 +16,18 @@ inline constexpr size_t kMaxItemValue = 128;
 inline constexpr size_t kMaxUrl = 1023;  // with its terminator it fills the platform's 1,024 bytes
 inline constexpr size_t kMaxFileName = 511;
 inline constexpr size_t kMaxLogFileName = 255;
-inline constexpr size_t kMaxSyncText = 1399;
+inline constexpr size_t kMaxSyncText = 1374;  // a longer TLV could not be sent
 inline constexpr size_t kMaxCommand = 2048;
 inline constexpr size_t kMaxNetworkCommand = 128;
 inline constexpr size_t kMaxCountryCode = 16;
 inline constexpr size_t kMaxSecurityData = 1400;
 inline constexpr size_t kMaxBcnRpt = 600;
 inline constexpr size_t kMaxSsid = 32;
+
+// A result of the platform or the daemon as it travels: what does not fit is a general failure.
+constexpr uint8_t resultByte(int result) {
+    return static_cast<uint8_t>(result >= 0 && result <= 0xFF ? result : kFailure);
+}
 
 // A bare AL MAC: of the addressed device in queries and orders, of the sender in searches.
 //   0 almac (6)
@@ -43,7 +49,7 @@ struct RetCodePayload : VendPayload {
     uint8_t retCode = 0;
 
     RetCodePayload() = default;
-    explicit RetCodePayload(int code) : retCode(static_cast<uint8_t>(code)) {}
+    explicit RetCodePayload(int result) : retCode(resultByte(result)) {}
 
     template <class Fields, class Self>
     static void describe(Fields& f, Self& p) {

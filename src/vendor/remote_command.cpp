@@ -136,7 +136,7 @@ int handleSendCommandReqMsg(const VendContext& context) {
     const auto& command = context.as<SendCommandReq>();
     LOG(4, "CommandDatacount = %d \n", command.commandDataCount);
     LOG(4, "CommandURLcount  = %d \n", static_cast<int>(command.commandUrl.size()));
-    LOG(4, "CommandURL       = %s \n", command.commandUrl.c_str());
+    LOG(4, "CommandURL       = %s \n", plainText(command.commandUrl).c_str());
     CommandTokens tokens = split(command.commandUrl);
     if (parseCommand(tokens.size(), tokens, context.msg) != kOk) return kFailure;
     MacAddr senderAlMac;

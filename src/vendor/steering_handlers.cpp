@@ -18,7 +18,7 @@ int answerBcnRpt(const VendContext& context, VendMsgType type, BcnRptKind kind, 
                  std::vector<uint8_t>&& report) {
     auto answer = std::make_unique<BcnRptResp>();
     answer->kind = kind;
-    answer->retCode = static_cast<uint8_t>(retCode);
+    answer->retCode = resultByte(retCode);
     answer->staMac = context.as<BcnRptReqPayload>().staMac;
     answer->report = std::move(report);
     return answerRequest(context, type, std::move(answer), retCode);
@@ -88,7 +88,7 @@ int handleBlacklistReqMsg(const VendContext& context) {
                                                     : static_cast<int>(kFailure);
     auto answer = std::make_unique<BlacklistResp>();
     answer->option = request.option;
-    answer->retCode = static_cast<uint8_t>(retCode);
+    answer->retCode = resultByte(retCode);
     return answerRequest(context, VEND_MSG_TYPE_ADDBLACKLIST_RESP, std::move(answer), retCode);
 }
 

@@ -23,5 +23,5 @@ int handleVendDiscMsg(const VendContext& context) {
     const Port& port = context.port;
     const int result = handleTopolDiscMsg(port.name, port.mac, port.mediaType, context.srcMac,
                                           disc.alMac, disc.intfMac);
-    return result == kOk ? kOk : kFailure;
+    return result == kOk || result == kTopolDisabled ? kOk : kFailure;
 }

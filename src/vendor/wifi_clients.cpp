@@ -57,9 +57,9 @@ bool storeRecord(Ieee1905DevTable& dev, std::string_view record) {
     client.rate = number(items[2]);
     client.rssi = number(items[3]);
     client.signalLevel = number(items[4]);
-    client.tx = plainText(items[5]);
-    client.rx = plainText(items[6]);
-    client.connType = plainText(items[7]);
+    storePlain(client.tx, items[5]);
+    storePlain(client.rx, items[6]);
+    storePlain(client.connType, items[7]);
     return true;
 }
 
@@ -81,8 +81,9 @@ WifiClient& touchWifiClient(Ieee1905DevTable& dev, const MacAddr& mac) {
     auto it = std::ranges::find_if(clients, [&](const auto& client) { return client.mac == mac; });
     if (it == clients.end()) {
         if (clients.size() >= kMaxClients) {
-            LOG(2, "too many stations, the oldest gives way (" MAC_FMT ")\r\n", MAC_ARGS(mac));
-            clients.erase(clients.begin());
+            LOG(2, "too many stations, the longest silent one gives way (" MAC_FMT ")\r\n",
+                MAC_ARGS(mac));
+            clients.erase(std::ranges::min_element(clients, {}, &WifiClient::lastHeard));
         }
         it = clients.emplace(clients.end());
         it->mac = mac;

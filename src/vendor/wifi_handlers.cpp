@@ -70,7 +70,7 @@ int handleWIFIStateQueryMsg(const VendContext& context) {
 
 int handleWIFIStateRespMsg(const VendContext& context) {
     Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
-    if (dev == nullptr) return kFailure;
+    if (dev == nullptr) return kOk;
     for (const auto& entry : context.as<WifiStateResp>().entries) {
         WifiClient& client = touchWifiClient(*dev, entry.mac);
         client.mediaType = entry.mediaType;
@@ -84,7 +84,7 @@ int handleWIFIStateRespMsg(const VendContext& context) {
 
 int handleWIFIClientmcastMsg(const VendContext& context) {
     Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
-    if (dev == nullptr) return kFailure;
+    if (dev == nullptr) return kOk;
     const bool understood = storeWifiClients(*dev, context.as<TextPayload>().data);
     dropSilentWifiClients(*dev);
     (void)requestUpdateDataModel(0);
@@ -141,7 +141,7 @@ int handleWIFIChannelAckMsg(const VendContext& context) {
 
 int handleWIFICountryCodeCtrlReqMsg(const VendContext& context) {
     const auto& code = context.as<CountryCodeReq>().countryCode;
-    LOG(4, "WIFICountryCode(%d) = %s\n", static_cast<int>(code.size()), code.c_str());
+    LOG(4, "WIFICountryCode(%d) = %s\n", static_cast<int>(code.size()), plainText(code).c_str());
     return answerRequest(context, VEND_MSG_TYPE_WIFICOUNTRYCODE_RESP,
                          setWIFICountryCode(code.c_str()));
 }

@@ -369,8 +369,10 @@ int setWiFiReloadFlag(int32_t deviceType, int32_t reload) {
 }
 ANSWERS(getWiFiReload, uint8_t, wifiReload)
 int setApproveFlag_flag(int32_t approve) {
+    fakePlatform().approveFlag = approve;
     return act("setApproveFlag_flag", approve);
 }
+ANSWERS(getApproveFlag, int32_t, approveFlag)
 int checkMACisApprove(const uint8_t* alMac, const char*) {
     return fakePlatform().notApproved.contains(MacAddr(alMac)) ? kFailure
                                                                : resultOf("checkMACisApprove");

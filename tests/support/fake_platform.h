@@ -53,6 +53,7 @@ struct FakePlatform {
     uint8_t apAutoconfig = 0;
     uint8_t wifiReload = 0;
     std::set<MacAddr> notApproved;
+    int32_t approveFlag = 0;
     int sendRenewFlag = 0;
     int changeTimeoutFlag = 0;
 

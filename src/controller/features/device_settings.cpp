@@ -1,6 +1,7 @@
 #include "controller/features/device_settings.h"
 
 #include "controller/features/own_record.h"
+#include "platform/autoconfig.h"
 #include "platform/state.h"
 
 namespace {
@@ -24,6 +25,9 @@ int checkDeviceSettings() {
         refreshOwnRecord(
             getConfigureState,
             [](AlTable& al, uint8_t configure) { return store(al.info.configure, configure); }),
+        refreshOwnRecord(
+            getApproveFlag,
+            [](AlTable& al, int32_t approve) { return store(al.approveFlag, approve); }),
         refreshOwnRecord(getAPautoconfigTimes, storeTimes),
     };
     const bool all = std::all_of(std::begin(results), std::end(results),

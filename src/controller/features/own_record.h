@@ -24,7 +24,7 @@ bool store(Value& field, const Value& value) {
 }
 template <size_t N>
 bool storeText(Text<N>& field, std::string_view text) {
-    return store(field, Text<N>(plainText(text)));
+    return store(field, Text<N>(plainText(text, N - 1)));
 }
 
 // Asks the platform by get, which returns 0 on success, and hands the answer to

@@ -77,8 +77,9 @@ class Frame:
                 f"TLVs {self.types()}>")
 
 
-def decode(pcap):
-    done = subprocess.run(["tshark", "-n", "-r", "-", "-T", "pdml"], input=pcap, check=False,
-                          capture_output=True, timeout=60)
+def decode(pcap, *options):
+    done = subprocess.run(["tshark", *options, "-n", "-r", "-", "-T", "pdml"], input=pcap,
+                          check=False, capture_output=True, timeout=60)
     assert done.returncode == 0, done.stderr.decode()
+    assert b"Lua Error" not in done.stdout + done.stderr
     return [Frame(packet) for packet in xml.fromstring(done.stdout).findall("packet")]

@@ -114,7 +114,7 @@ class Lab:
         with tempfile.TemporaryFile() as file:
             recorder = subprocess.Popen([MESH, "capture", first, second, "-"], stdout=file,
                                         stderr=subprocess.PIPE, text=True, env=self.environment)
-            recording = Recording()
+            recording = Recording(file)
             try:
                 line = recorder.stderr.readline()
                 assert line.startswith("capturing"), line + recorder.stderr.read()
@@ -128,3 +128,10 @@ class Lab:
 
 class Recording:
     data = b""
+
+    def __init__(self, file):
+        self.file = file
+
+    def so_far(self):
+        """What has been recorded, while it goes on."""
+        return os.pread(self.file.fileno(), os.fstat(self.file.fileno()).st_size, 0)

@@ -241,7 +241,7 @@ TEST_F(Controller, OrdersAreRepeatedUntilAnswered) {
     meetSilently(kPeer, 1);
     initPendingRequests();
     const struct {
-        int (*set)(const MacAddr*, uint16_t, int);
+        int (*set)(const MacAddr*, uint16_t, int, int);
         uint16_t answerId;
         std::string repeats;
         int freedAfter;
@@ -255,25 +255,25 @@ TEST_F(Controller, OrdersAreRepeatedUntilAnswered) {
         const auto waits = [&] { return searchServReqRespPid(list.answerId, kMsgId) == kPid; };
         const auto order = [&] {
             (void)registerServReq(kPid, list.answerId - 1U, kMsgId);
-            EXPECT_EQ(list.set(&kPeer.al, kMsgId, 1), kOk);
+            EXPECT_EQ(list.set(&kPeer.al, kMsgId, 1, 0), kOk);
         };
         order();
         EXPECT_EQ(run(0, list.freedAfter), list.repeats);
-        EXPECT_EQ(list.set(&kPeer.al, 1, 0), kOk);
+        EXPECT_EQ(list.set(&kPeer.al, 1, 0, 0), kOk);
         EXPECT_FALSE(waits()) << "a late answer still reaches the client";
 
         order();
         EXPECT_EQ(run(0, list.freedAfter + 1), list.repeats);
-        EXPECT_EQ(list.set(&kPeer.al, 1, 0), kOk);
+        EXPECT_EQ(list.set(&kPeer.al, 1, 0, 0), kOk);
         EXPECT_TRUE(waits()) << "the order is forgotten";
         EXPECT_EQ(run(0, 5), "") << "an answer to nothing is never sent";
 
         order();
         (void)run(0, 5);
-        EXPECT_EQ(list.set(&kPeer.al, 1, 0), kOk);
+        EXPECT_EQ(list.set(&kPeer.al, 1, 0, 0), kOk);
         EXPECT_FALSE(waits());
         EXPECT_EQ(run(5, 15), "");
-        EXPECT_EQ(list.set(nullptr, kMsgId, 1), kFailure);
+        EXPECT_EQ(list.set(nullptr, kMsgId, 1, 0), kFailure);
     }
 }
 
@@ -295,22 +295,25 @@ TEST_F(Controller, TheNewestValueIsRepeated) {
     };
     const auto order = [](const Peer& to, uint8_t value) { return bytesOf(to.al) + Frame{value}; };
     const MacAddr all{};
-    for (const auto set : {setLEDCtrlList, setSystemCtrlList}) {
+    for (const auto& [set, clear] :
+         {std::pair{&setLEDCtrlList, &clearLEDCtrlList}, {&setSystemCtrlList, &clearSystemCtrlList}}) {
         EXPECT_EQ(set(&all, 3, 1), kOk);
         EXPECT_EQ(payloads(6), (Payloads{order(kPeer, 3), order(kOther, 3)}));
         EXPECT_EQ(set(&kPeer.al, 4, 1), kOk);
         EXPECT_EQ(payloads(6), (Payloads{order(kPeer, 4), order(kOther, 3)}));
-        EXPECT_EQ(set(&kPeer.al, 0, 0), kOk);
+        clear(kPeer.al);
+        clear(all);
+        clear(peer(9).al);
         EXPECT_EQ(payloads(6), (Payloads{order(kOther, 3)}));
-        EXPECT_EQ(set(&kOther.al, 0, 0), kOk);
+        clear(kOther.al);
         EXPECT_EQ(payloads(12).size(), 0U);
     }
     const Payloads network{bytesOf(kPeer.al) + hex("0102 0003 72756e")};
     EXPECT_EQ(setNetworkCtrlList(&kPeer.al, 0x102, "run", 1), kOk);
     EXPECT_EQ(payloads(16), network);
-    EXPECT_EQ(setNetworkCtrlList(&kPeer.al, 0x101, "", 0), kOk) << "the answer to another";
-    EXPECT_EQ(payloads(16), network);
-    EXPECT_EQ(setNetworkCtrlList(&kPeer.al, 0x102, "", 0), kOk);
+    clearNetworkCtrlList(kPeer.al, 0x101);
+    EXPECT_EQ(payloads(16), network) << "the answer to another";
+    clearNetworkCtrlList(kPeer.al, 0x102);
     EXPECT_EQ(payloads(31).size(), 0U);
 }
 

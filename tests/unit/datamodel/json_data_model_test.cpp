@@ -29,7 +29,7 @@ MacAddr hostMac(uint8_t host) {
 
 WifiClient station(const MacAddr& owner, const MacAddr& mac, uint32_t mediaType,
                    std::string_view connType) {
-    return {owner, mac, mediaType, 300, 40, 3, Text<32>("1M"), Text<38>("2M"), Text<32>(connType)};
+    return {owner, mac, mediaType, 300, 40, 3, Text<33>("1M"), Text<39>("2M"), Text<33>(connType)};
 }
 
 Ieee1905DevTable device(uint8_t number) {
@@ -133,8 +133,8 @@ Ieee1905DevTable fullDevice() {
                          {intfMac(2, 1), {{alMac(3), 1}}},
                          {intfMac(2, 9), {{alMac(4), 0}}}};
     dev.wifiClients = {station({}, hostMac(2), 260, "Main_5GH"),
-                       {alMac(3), intfMac(3, 1), 261, 866, 50, 4, Text<32>("3M"), Text<38>("4M"),
-                        Text<32>("Mesh_5G")}};
+                       {alMac(3), intfMac(3, 1), 261, 866, 50, 4, Text<33>("3M"), Text<39>("4M"),
+                        Text<33>("Mesh_5G")}};
     dev.brdgTuples = {{{intfMac(2, 0), intfMac(2, 1)}}};
     return dev;
 }

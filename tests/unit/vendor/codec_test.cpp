@@ -80,7 +80,7 @@ TEST_F(Codec, CapacitiesAreKept) {
         {3, al + times(30, Frame(9)), al + times(31, Frame(9))},
         {6, al + times(30, Frame(8)) + hex("00"), al + times(31, Frame(8)) + hex("00")},
         {7, times(30, Frame(9)), times(31, Frame(9))},
-        {14, al + text(1399), al + text(1400)},
+        {14, al + text(1374), al + text(1375)},
         {20, hex("06") + be16(1024) + Frame(1024, 'x'), hex("06") + be16(1025) + Frame(1025, 'x')},
         {25, hex("0000") + text(2048), hex("0000") + text(2049)},
         {27, al + hex("01") + al + text(15), al + hex("01") + al + text(16)},

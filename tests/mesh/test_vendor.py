@@ -1,0 +1,224 @@
+"""The vendor protocol: what devices tell each other by it, and what they do for a stranger who
+speaks it, byte by byte. The stranger sits on the last cable of a line of three."""
+
+import pathlib
+import re
+import struct
+import time
+
+import pytest
+from frames import VENDOR, decode
+from lab import ROOT, Lab, al_mac, port_mac, wait_until
+from model import remotes
+from neighbor import GIGABIT, Neighbor, raw, text
+
+DEVICES = ("dev1", "dev2", "dev3")
+TARGET, TARGET_AL = port_mac(2, 1), al_mac(2)  # the device that the stranger talks to
+OTHER = raw(al_mac(3))
+DONE, UNSUPPORTED, NOT_ADDRESSED, REFUSED = b"\0", b"\2", b"\7", b"\x10"
+ON, OFF = b"\0", b"\2"
+(CONF_QUERY, REBOOT_REQ, REBOOT_RESP, PWR_CTRL_REQ, PWR_CTRL_RESP, WIFI_STATE_ACK, LED_REQ,
+ LED_RESP) = 0, 4, 5, 6, 7, 15, 33, 35
+DISSECTOR = ROOT / "docs" / "wireshark" / "vm1905.lua"
+VERSIONS = {"AppVersion": "1.5", "L2DeviveCtrl": "2", "WiFiAutoCfg": "3", "WiFiOnOff": "4",
+            "FwUpgrade": "5", "LEDOnOff": "6", "vm1905Version": "8"}
+SEEN = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 15, 27, 33, 35, 45, 51, 52}
+
+
+def setup(number):
+    """The files of a device, and its addresses, which outlive its reboots."""
+    versions = "".join(f"{key} = {value}\\n" for key, value in VERSIONS.items())
+    return f"""
+        printf '{versions}' > /etc/vm1905/vm1905_Version
+        printf 'FIRMWARE_VERSION = 7.{number}\\n' >> /etc/vm1905/platform.conf
+        printf '\\nENABLE_LOG = 1\\nLOG_INDEX = 1\\n' >> /etc/vm1905/vm1905.conf
+        mkdir /etc/vm1905/hooks
+        printf '#!/bin/sh\\necho "LED $1"; echo 70\\n' > /etc/vm1905/hooks/led
+        chmod +x /etc/vm1905/hooks/led
+        ip address add 192.0.2.{number}/24 dev br-lan
+        echo 0 > /proc/sys/net/ipv6/conf/br-lan/disable_ipv6
+        ip address add 2001:db8::{number}/64 dev br-lan nodad"""
+
+
+@pytest.fixture(scope="module")
+def lab():
+    with Lab("line", "3") as made:
+        for number, name in enumerate(DEVICES, 1):
+            made.shell(name, setup(number))
+        made("kill", *DEVICES)
+        with made.capture("dev2", "dev3") as made.cable:
+            made("start", *DEVICES)
+            made.begin = time.monotonic()
+            yield made
+
+
+@pytest.fixture(scope="module")
+def stranger(lab):
+    with Neighbor(lab, "dev3", "eth0") as made:
+        made.hello(TARGET)
+        yield made
+
+
+def told(device):
+    """What a device has told of itself, for the data model of another."""
+    return (device["Hostname"], device["FirmwareVersion"], device["DeviceType"],
+            device["DeviceIP"], device["IPv6IP"][:1], device["AppVersion"])
+
+
+def test_each_device_knows_what_the_others_tell(lab):
+    versions = {"Version": "1.5", "L2DeviceCtrl": 2, "WiFiAutoCfg": 3, "WiFiOnOff": 4,
+                "FwUpgrade": 5, "LEDOnOff": 6, "vm1905Version": 8}
+    expected = {al_mac(n): (f"dev{n}", f"7.{n}", "Enrollee" if n > 1 else "Registrar",
+                            f"192.0.2.{n}", [f"2001:db8::{n}"], versions) for n in (1, 2, 3)}
+    for number, name in enumerate(DEVICES, 1):
+        others = {mac: it for mac, it in expected.items() if mac != al_mac(number)}
+
+        def knows_all():
+            found = remotes(lab.model(name))
+            return {mac: told(device) for mac, device in found.items()} == others and all(
+                int(device["DeviceUptime"] or 0) > 0 for device in found.values())
+
+        wait_until(knows_all, max(1.0, lab.begin + 15 - time.monotonic()),
+                   f"{name} knows the others")
+
+
+def test_an_led_order_changes_what_the_registrar_shows(lab, stranger):
+    assert stranger.ask(TARGET, LED_REQ, raw(TARGET_AL) + b"\x21") == (LED_RESP, DONE)
+    wait_until(lambda: remotes(lab.model("dev1")).get(TARGET_AL, {}).get("LEDstatus") == "LED 33",
+               15, "the LED text at the Registrar")
+
+
+def pwr_ctrl(target, state, *interfaces):
+    """Each interface is the bytes of its MAC and its media type."""
+    return raw(target) + bytes([len(interfaces)]) + b"".join(interfaces) + state
+
+
+def results(*entries):
+    return PWR_CTRL_RESP, bytes([len(entries)]) + b"".join(entries)
+
+
+def intf(mac, media=GIGABIT):
+    return raw(mac) + struct.pack(">H", media)
+
+
+PORT, UNKNOWN, ANY = intf(port_mac(2, 0)), intf("02:57:a0:00:00:01"), intf("00:00:00:00:00:00")
+ANY_WIFI = intf("00:00:00:00:00:00", 0x0105)
+
+
+def test_power_states_have_a_result_for_each_interface(lab, stranger):
+    def is_up():
+        return "UP" in lab.run("dev2", "ip", "-o", "link", "show", "eth0").partition("<")[2] \
+            .partition(">")[0].split(",")
+
+    for order, answer in (
+            (pwr_ctrl(al_mac(3), OFF, PORT, UNKNOWN), (PORT + NOT_ADDRESSED,
+                                                       UNKNOWN + NOT_ADDRESSED)),
+            (pwr_ctrl(TARGET_AL, b"\3", PORT, UNKNOWN), (PORT + UNSUPPORTED, UNKNOWN + DONE)),
+            (pwr_ctrl(TARGET_AL, OFF, UNKNOWN, intf(port_mac(2, 0), 0x0105)),
+             (UNKNOWN + DONE, intf(port_mac(2, 0), 0x0105) + DONE)),
+            (pwr_ctrl(TARGET_AL, OFF, ANY_WIFI, PORT), (ANY_WIFI + b"\1", bytes(9))),
+            (pwr_ctrl(TARGET_AL, OFF), ())):
+        assert stranger.ask(TARGET, PWR_CTRL_REQ, order) == results(*answer)
+        assert is_up()
+    assert stranger.ask(TARGET, PWR_CTRL_REQ, pwr_ctrl(TARGET_AL, OFF, UNKNOWN, PORT)) == \
+        results(UNKNOWN + DONE, PORT + DONE)
+    assert not is_up()
+    assert stranger.ask(TARGET, PWR_CTRL_REQ, pwr_ctrl(TARGET_AL, ON, ANY, UNKNOWN)) == \
+        results(ANY + DONE, bytes(9))
+    assert is_up()
+
+
+def test_a_result_text_is_written_as_it_is(lab, stranger):
+    result = """it's "$(touch /tmp/pwned)" and `touch /tmp/pwned`; touch /tmp/pwned & $HOME > *"""
+    stranger.tell(TARGET, WIFI_STATE_ACK, raw(stranger.al) + text(result))
+    path = f"/tmp/vm1905/vm1905WIFIState_{stranger.al.replace(':', '')}"
+    wait_until(lambda: lab.attempt("exec", "dev2", "--", "cat", path).stdout == result + "\n", 5,
+               "the result text")
+    assert "pwned" not in lab.shell("dev2", "ls /tmp /tmp/vm1905 /")
+    assert not pathlib.Path("/tmp/pwned").exists()
+
+
+def test_silence_is_met_with_two_more_queries(lab, stranger):
+    """The loop goes on asking whoever is silent, so a query is followed by its ids."""
+    mac = re.escape(stranger.al)
+    resend = re.compile(rf"resend vendor query message: alMac = {mac}, msgId = (\d+), "
+                        r"vendMsgType = 0, retry = (\d)")
+    sent = re.compile(rf"alMac = {mac}, msgId = (\d+), vendMsgType = 0\r")
+
+    def chain():
+        """The ids of the first query and of what it was sent again as."""
+        log = lab.log("dev2")
+        ids = sent.findall(log)[:1]
+        for retry in ("0", "1", "2"):
+            again = next((found for found in resend.finditer(log)
+                          if ids and found.groups() == (ids[-1], retry)), None)
+            if not again:
+                return ids
+            ids.append(sent.search(log, again.end()).group(1))
+        return ids
+
+    ids = [int(number) for number in wait_until(lambda: len(chain()) > 2 and chain(), 25,
+                                                "the query is sent twice more")]
+    arrivals = {frame.id: frame.time for frame in list(stranger.heard)
+                if frame.source == TARGET and frame.vendor == CONF_QUERY}
+    times = [arrivals[number] for number in ids]
+    assert min(later - earlier for earlier, later in zip(times, times[1:])) > 5
+    time.sleep(max(0.0, times[-1] + 7 - time.monotonic()))
+    assert len(chain()) == 3, "no third resend"
+
+
+@pytest.fixture
+def forbidding(lab, stranger):
+    """The device with the options off that allow orders."""
+    lab.restart("dev2", meanwhile="cd /etc/vm1905; cp vm1905.conf kept; printf "
+                "'ENABLE_REBOOT_FROM_NBR=0\\nENABLE_INTF_PWR_CTRL_FROM_NBR=0\\n' >> vm1905.conf")
+    stranger.hello(TARGET)
+    yield
+    lab.restart("dev2", meanwhile="mv /etc/vm1905/kept /etc/vm1905/vm1905.conf")
+    stranger.hello(TARGET)
+
+
+def test_options_forbid_reboots_and_power_states(lab, stranger, forbidding):
+    boots = lab.device("dev2")["boots"]
+    assert stranger.ask(TARGET, PWR_CTRL_REQ, pwr_ctrl(TARGET_AL, OFF, PORT, UNKNOWN)) == \
+        results(PORT + REFUSED, UNKNOWN + REFUSED)
+    assert stranger.ask(TARGET, REBOOT_REQ, raw(TARGET_AL)) == (REBOOT_RESP, REFUSED)
+    assert stranger.ask(TARGET, REBOOT_REQ, OTHER) == (REBOOT_RESP, NOT_ADDRESSED)
+    assert lab.device("dev2")["boots"] == boots
+
+
+def test_a_reboot_is_answered_before_the_device_goes(lab, stranger):
+    before = {name: device["boots"] for name, device in lab.status()["devices"].items()}
+    assert stranger.ask(TARGET, REBOOT_REQ, OTHER) == (REBOOT_RESP, NOT_ADDRESSED)
+    assert "reboot...\r" not in lab.log("dev2") and lab.device("dev2")["boots"] == before["dev2"]
+    assert stranger.ask(TARGET, REBOOT_REQ, raw(TARGET_AL)) == (REBOOT_RESP, DONE)
+    wait_until(lambda: lab.device("dev2")["boots"] == before["dev2"] + 1, 10, "it comes back")
+    assert re.search(r"reboot\.\.\.\r.*rebooted.*powered on", lab.log("dev2"), re.DOTALL)
+    assert lab.device("dev2")["daemons"]
+    after = {name: device["boots"] for name, device in lab.status()["devices"].items()}
+    assert after == {**before, "dev2": before["dev2"] + 1}
+    # What it has done for a neighbour stands in a file that outlives the reboot.
+    lines = lab.run("dev2", "cat", "/etc/vm1905/vm1905.log0").splitlines()
+    assert any(f"type=0x0004, from: {stranger.al}/{stranger.mac} time: " in line for line in lines)
+    # The wire is where it was, and the device answers on it.
+    stranger.hello(TARGET)
+
+
+def test_the_dissector_knows_all_that_was_said(lab, stranger):
+    found = set()
+    for frame in decode(lab.cable.so_far(), "-X", f"lua_script:{DISSECTOR}"):
+        if frame.kind != "ieee1905" or frame.type != VENDOR:
+            continue
+        kind = int(frame.get("vm1905.type"))
+        assert not frame.malformed, frame
+        assert frame.get("vm1905.label").startswith("VEND_MSG_TYPE_"), frame
+        assert frame.get("vm1905.oui") == "0x0a3c71"
+        found.add(kind)
+        if kind == REBOOT_RESP:
+            assert frame.get("vm1905.retcode", "showname").partition(": ")[2] in (
+                "done (0)", "not addressed to the device (7)", "refused or failed (16)")
+        if kind == 1 and frame.get("vm1905.al_mac") == TARGET_AL:
+            names = [field.get("show") for field in frame.packet.iter("field")
+                     if field.get("name") == "vm1905.item.name"]
+            assert {"Hostname", "DeviceIP", "DeviceType"} <= set(names), names
+    assert found >= SEEN, SEEN - found

@@ -1,0 +1,125 @@
+"""A neighbour made of nothing but frames: it says hello, tells its topology to whoever asks, and is
+silent otherwise. Its messages are written byte by byte, from docs/vendor-protocol.md."""
+
+import struct
+import subprocess
+import threading
+import time
+
+from lab import MESH, wait_until
+
+MULTICAST = "01:80:c2:00:00:13"
+DISCOVERY, QUERY, RESPONSE, VENDOR = 0, 2, 3, 4
+GIGABIT = 1  # media type
+
+# Runs in a device: frames in hexadecimal from standard input onto a port, and from the port to
+# standard output. A socket for one EtherType sees nothing on the port of a bridge.
+WIRE = """
+import select, socket, sys
+wire = socket.socket(socket.AF_PACKET, socket.SOCK_RAW, socket.htons(3))
+wire.bind((sys.argv[1], 3))
+print("ready", flush=True)
+while True:
+    for ready in select.select([wire, sys.stdin], [], [])[0]:
+        if ready is wire:
+            frame, address = wire.recvfrom(2000)
+            if address[2] != socket.PACKET_OUTGOING and frame[12:14] == bytes.fromhex("893a"):
+                print(frame.hex(), flush=True)
+        else:
+            line = sys.stdin.readline()
+            if not line:
+                sys.exit()
+            wire.send(bytes.fromhex(line))
+"""
+
+
+def raw(mac):
+    return bytes.fromhex(mac.replace(":", ""))
+
+
+def tlv(kind, value=b""):
+    return struct.pack(">BH", kind, len(value)) + value
+
+
+def vendor_tlv(al, kind, payload):
+    return tlv(11, bytes.fromhex("0a3c71") + raw(al) + b"\0\1"
+               + struct.pack(">HH", kind, len(payload)) + payload)
+
+
+def text(value):
+    """A text in a payload: its length, then its bytes."""
+    return struct.pack(">H", len(value)) + value.encode()
+
+
+class Heard:
+    """A frame that reached the neighbour; vendor and payload are None without a vendor TLV."""
+
+    def __init__(self, frame):
+        self.time = time.monotonic()
+        self.destination, self.source = frame[:6].hex(":"), frame[6:12].hex(":")
+        self.type, self.id = struct.unpack(">HH", frame[16:20])
+        self.vendor = self.payload = None
+        if self.type == VENDOR and frame[22] == 11 and frame[25:28] == bytes.fromhex("0a3c71"):
+            self.vendor, length = struct.unpack(">HH", frame[36:40])
+            self.payload = frame[40:40 + length]
+
+
+class Neighbor:
+    """On a port of a device. Its addresses are its own, so that nobody takes it for the device."""
+
+    def __init__(self, lab, device, port, mac="02:57:a0:00:00:00", al="02:57:a0:00:00:ff"):
+        self.mac, self.al, self.heard, self.id = mac, al, [], 0x1000
+        self.sending = threading.Lock()
+        self.wire = subprocess.Popen(
+            [MESH, "exec", device, "--", "python3", "-c", WIRE, port], env=lab.environment,
+            text=True, stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+        assert self.wire.stdout.readline() == "ready\n"
+        threading.Thread(target=self.listen, daemon=True).start()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.wire.stdin.close()
+        self.wire.wait(10)
+
+    def listen(self):
+        for line in self.wire.stdout:
+            frame = Heard(bytes.fromhex(line))
+            if frame.destination not in (self.mac, MULTICAST):
+                continue
+            self.heard.append(frame)
+            if frame.type == QUERY:
+                port = raw(self.mac) + struct.pack(">HB", GIGABIT, 0)
+                self.send(frame.source, RESPONSE, tlv(3, raw(self.al) + b"\1" + port)
+                          + tlv(1, raw(self.al)), frame.id)
+
+    def send(self, destination, kind, tlvs, message_id=None):
+        with self.sending:
+            if message_id is None:
+                self.id += 1
+                message_id = self.id
+            header = raw(destination) + raw(self.mac) + struct.pack(
+                ">HBBHHBB", 0x893A, 0xA0, 0, kind, message_id, 0, 0x80)
+            self.wire.stdin.write((header + tlvs + tlv(0)).ljust(60, b"\0").hex() + "\n")
+            self.wire.stdin.flush()
+            return message_id
+
+    def hello(self, device):
+        """Is known to the device when this returns."""
+        since = time.monotonic()
+        self.send(MULTICAST, DISCOVERY, tlv(1, raw(self.al)) + tlv(2, raw(self.mac)))
+        wait_until(lambda: any(frame.type == QUERY and frame.source == device and
+                               frame.time > since for frame in list(self.heard)), 10,
+                   "a topology query for the neighbor")
+
+    def tell(self, device, kind, payload):
+        return self.send(device, VENDOR, vendor_tlv(self.al, kind, payload))
+
+    def ask(self, device, kind, payload):
+        """The type and the payload of the answer."""
+        asked = self.tell(device, kind, payload)
+        answer = wait_until(lambda: [frame for frame in list(self.heard)
+                                     if frame.id == asked and frame.source == device and
+                                     frame.vendor is not None], 5, f"an answer to {kind}")
+        return answer[0].vendor, answer[0].payload
