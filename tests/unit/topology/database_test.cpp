@@ -27,28 +27,6 @@ class Database : public Device {
     }
 };
 
-TEST_F(Database, LookupsEndAtTheirBounds) {
-    LogCapture log(2);
-    EXPECT_EQ(getIntf1905NbrDevByIndex(eth0(), 0)->nbrIntfMac, kB);
-    EXPECT_EQ(getIntfNon1905NbrDevByIndex(eth0(), 1)->nbrIntfMac, kC);
-    EXPECT_EQ(getIntf1905NbrDevByIndex(eth0(), 1), nullptr);
-    EXPECT_EQ(getIntfNon1905NbrDevByIndex(eth0(), 2), nullptr);
-    EXPECT_EQ(getIntfTableByIndex(2), nullptr);
-    EXPECT_EQ(getBrdgTupleByIndex(2), nullptr);
-    const std::string text = log.text();
-    EXPECT_EQ(occurrences(text, "invalid index (1/1)\r\n"), 1U);
-    EXPECT_EQ(occurrences(text, "invalid index (2/2)\r\n"), 3U);
-    getNbrDevTable().resize(256);
-    EXPECT_EQ(getNbrDevNum(), 0) << "meant: 8 bits";
-    EXPECT_EQ(getNbrDevTableByIndex(257), &getNbrDevTable()[1]);
-    for (const char* call :
-         {"getAlDesc", "getIntfDesc", "getBrdgCapability", "getSecurityConfig"}) {
-        fakePlatform().results = {{call, 5}};
-        EXPECT_EQ(initDataManager(), 5) << call;
-        EXPECT_EQ(getAlTable(), nullptr);
-    }
-}
-
 TEST_F(Database, UpdatersTellWhatChanged) {
     const uint8_t no = 0;
     const std::pair<int, int> resultAndExpected[] = {

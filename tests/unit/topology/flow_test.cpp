@@ -124,28 +124,4 @@ TEST_F(Flow, NetworkStatusEventsAreApplied) {
     EXPECT_EQ(occurrences(log.text(), "network status event (ID = 14) isn't supported\r\n"), 1U);
 }
 
-TEST_F(Flow, InterfacesComeAndGo) {
-    start();
-    meet(kPeer, 1);
-    addEth2();
-    fakeNet().addIntf("eth2", 9);
-    const FakeIntfDescs added({fakePlatform().intfs[2], fakePlatform().intfs[2]});
-    const IntfListEvent event = added.event();
-    EXPECT_EQ(fakePlatform().raiseNetStatus(NET_STATUS_INTF_ADDED, &event), 0U);
-    EXPECT_EQ(getIntfTable().size(), 3U) << "once";
-    (void)receive("eth2", discovery(peer(2), 2));
-    EXPECT_EQ(types("eth2"), "4 2 ") << "heard and spoken on";
-    const FakeIntfDescs gone({fakePlatform().intfs[0], fakePlatform().intfs[2]});
-    const IntfListEvent lost = gone.event();
-    fakePlatform().intfs = {fakePlatform().intfs[1]};
-    EXPECT_EQ(fakePlatform().raiseNetStatus(NET_STATUS_INTF_REMOVED, &lost), 0U);
-    EXPECT_EQ(getIntfTable().size(), 1U);
-    EXPECT_EQ(fakeNet().openSockets("eth0") + fakeNet().openSockets("eth2"), 0U);
-    EXPECT_EQ(fakeNet().openSockets("eth1"), 1U);
-    (void)receive("eth1", discovery(peer(3), 3));
-    EXPECT_EQ(types("eth1"), "4 2 ");
-    added.head()->nbrNum = 3;
-    EXPECT_EQ(addIntf(added.head()), kFailure) << "a count without its MACs";
-}
-
 }  // namespace

@@ -203,22 +203,4 @@ TEST_F(Transmitter, ResponsesArePairedOnce) {
     EXPECT_FALSE(lookupGenRecvMsg(kOwnAl, kMsgTopolQuery, query));
 }
 
-TEST_F(Transmitter, RelaysOnAllOtherPorts) {
-    fakePlatform().brdgTuples = {{kEth0}};  // no matter here
-    start();
-    fakePlatform().excludedIntfs = {"eth1"};  // neither is this
-    Frame frame = notification(peer(1), 9);
-    getRxBuffer().length = static_cast<uint32_t>(frame.size());
-    std::copy(frame.begin(), frame.end(), getRxBuffer().frame.begin());
-    EXPECT_EQ(requestRelayMcastMsg(port("eth0")), kOk);
-    EXPECT_EQ(fakeNet().captureFrames("eth0").size(), 0U);
-    for (const auto& [name, mac] : {std::pair{"eth1", kEth1}, {"eth2", kEth2}}) {
-        mac.copyTo(&frame[6]);
-        EXPECT_EQ(fakeNet().captureFrames(name), std::vector<Frame>{frame});
-    }
-    port("eth1").ieee1905Sock = broken();
-    EXPECT_EQ(requestRelayMcastMsg(port("eth0")), kFailure);
-    EXPECT_EQ(destinations(), "") << "stops at the first failure";
-}
-
 }  // namespace
