@@ -9,6 +9,7 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <nlohmann/json.hpp>
 #include <string>
 
 #include "controller/controller_loop.h"
@@ -21,6 +22,7 @@
 #include "core/options.h"
 #include "core/requests.h"
 #include "core/result.h"
+#include "datamodel/json_autoconfig.h"
 #include "datamodel/json_data_model.h"
 #include "support/fake_platform.h"
 #include "support/fake_raw_socket.h"
@@ -142,9 +144,18 @@ void runChecks() {
     MessageTransmitterLoop(now(), 0);
 }
 
+// Whatever others have said, a parser must take what is published of it.
+void checkPublished() {
+    const std::string model =
+        renderJsonDataModel(getAlTable(), getNetTopolTable(), getSecurityTable());
+    const std::string autoconfig = renderJsonAPautoconfig(getAlTable(), getNetTopolTable());
+    if (!nlohmann::json::accept(model) || !nlohmann::json::accept(autoconfig)) abort();
+}
+
 // Everything has timed out and nothing is pending any more.
 void stop() {
     (void)writeJsonDataModel();
+    checkPublished();
     advance(kLifetime);
     for (int i = 0; i < 3; i++) {
         runChecks();
