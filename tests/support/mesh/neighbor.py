@@ -117,9 +117,19 @@ class Neighbor:
         return self.send(device, VENDOR, vendor_tlv(self.al, kind, payload))
 
     def ask(self, device, kind, payload):
-        """The type and the payload of the answer."""
-        asked = self.tell(device, kind, payload)
-        answer = wait_until(lambda: [frame for frame in list(self.heard)
-                                     if frame.id == asked and frame.source == device and
-                                     frame.vendor is not None], 5, f"an answer to {kind}")
-        return answer[0].vendor, answer[0].payload
+        """The type and the payload of the answer. A request may be lost while a device reopens its
+        ports, and is then made again."""
+        asked = set()
+
+        def answers():
+            return [frame for frame in list(self.heard) if frame.id in asked and
+                    frame.source == device and frame.vendor is not None]
+
+        for _ in range(2):
+            asked.add(self.tell(device, kind, payload))
+            limit = time.monotonic() + 5
+            while time.monotonic() < limit:
+                if found := answers():
+                    return found[0].vendor, found[0].payload
+                time.sleep(0.02)
+        raise AssertionError(f"no answer to {kind}")
