@@ -64,6 +64,14 @@ class Heard:
             self.payload = frame[40:40 + length]
 
 
+def wait_for(condition, seconds):
+    """The first true value of condition(), a false one when there is none within these seconds."""
+    limit = time.monotonic() + seconds
+    while not (value := condition()) and time.monotonic() < limit:
+        time.sleep(0.02)
+    return value
+
+
 class Neighbor:
     """On a port of a device. Its addresses are its own, so that nobody takes it for the device."""
 
@@ -106,12 +114,15 @@ class Neighbor:
             return message_id
 
     def hello(self, device):
-        """Is known to the device when this returns."""
+        """Is known to the device when this returns. Nobody hears the first call while it starts."""
         since = time.monotonic()
-        self.send(MULTICAST, DISCOVERY, tlv(1, raw(self.al)) + tlv(2, raw(self.mac)))
-        wait_until(lambda: any(frame.type == QUERY and frame.source == device and
-                               frame.time > since for frame in list(self.heard)), 10,
-                   "a topology query for the neighbor")
+
+        def asked():
+            self.send(MULTICAST, DISCOVERY, tlv(1, raw(self.al)) + tlv(2, raw(self.mac)))
+            return wait_for(lambda: any(frame.type == QUERY and frame.source == device and
+                                        frame.time > since for frame in list(self.heard)), 1)
+
+        wait_until(asked, 15, "a topology query for the neighbor")
 
     def tell(self, device, kind, payload):
         return self.send(device, VENDOR, vendor_tlv(self.al, kind, payload))
@@ -127,9 +138,6 @@ class Neighbor:
 
         for _ in range(2):
             asked.add(self.tell(device, kind, payload))
-            limit = time.monotonic() + 5
-            while time.monotonic() < limit:
-                if found := answers():
-                    return found[0].vendor, found[0].payload
-                time.sleep(0.02)
+            if found := wait_for(answers, 5):
+                return found[0].vendor, found[0].payload
         raise AssertionError(f"no answer to {kind}")
