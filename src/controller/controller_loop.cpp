@@ -13,6 +13,7 @@
 #include "controller/features/wifi_country_code.h"
 #include "controller/root_ap.h"
 #include "controller/settings.h"
+#include "controller/wifi_client_report.h"
 #include "core/device_model.h"
 #include "core/log.h"
 #include "core/result.h"
@@ -28,6 +29,10 @@ using S = ScheduleSettings;
 
 bool isDefaultModel() {
     return getDeviceModelType() == 0;
+}
+
+bool isClientReportWanted() {
+    return getSendWIFIClientInfo_flag() == 1;
 }
 
 // Every pass looks after renews and device-mode changes that are under way.
@@ -47,6 +52,8 @@ struct Check {
 
 // To add a check: a row here, its stamp in CheckId, its period in ScheduleSettings.
 constexpr Check kChecks[] = {
+    {"sendWIFIClientInfo", &S::Time_SENDWIFICLIENTINFO, kCheckWIFIClientInfo, isClientReportWanted,
+     sendWIFIClientInfo},
     {"reSendRenewbySynclist", &S::Time_RESENDRENEWBYSYNCLIST, kCheckRenewBySynclist, nullptr,
      reSendRenewbySynclist},
     {"checkRenewals", nullptr, kCheckRenewals, nullptr, checkRenewals},

@@ -54,6 +54,7 @@ ScheduleSettings& scheduleSettings();
 
 // The periodic checks, in the order of a pass.
 enum CheckId : uint8_t {
+    kCheckWIFIClientInfo,
     kCheckRenewBySynclist,
     kCheckRenewals,
     kCheckWIFIChannelInfo,

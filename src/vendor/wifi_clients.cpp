@@ -76,6 +76,17 @@ std::string_view takeRecord(std::string_view& chunk) {
 
 }  // namespace
 
+std::string wifiClientRecord(const WifiClient& client) {
+    char record[256];
+    const int length = snprintf(
+        record, sizeof record, "{0=" MAC_FMT ",1=%04x,2=%d,3=%d,4=%d,5=%s,6=%s,7=%s,8=" MAC_FMT "}",
+        MAC_ARGS(client.mac), client.mediaType, client.rate, client.rssi, client.signalLevel,
+        client.tx.c_str(), client.rx.c_str(), client.connType.c_str(), MAC_ARGS(client.ownerAlMac));
+    char head[8];
+    snprintf(head, sizeof head, "%.3d", length);
+    return std::string(head) + record;
+}
+
 WifiClient& touchWifiClient(Ieee1905DevTable& dev, const MacAddr& mac) {
     auto& clients = dev.wifiClients;
     auto it = std::ranges::find_if(clients, [&](const auto& client) { return client.mac == mac; });

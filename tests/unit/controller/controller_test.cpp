@@ -1,3 +1,4 @@
+#include <cstring>
 #include <fstream>
 #include <sstream>
 
@@ -6,12 +7,14 @@
 #include "controller/fw_upgrade_list.h"
 #include "controller/root_ap.h"
 #include "controller/settings.h"
+#include "controller/wifi_client_report.h"
 #include "core/device_model.h"
 #include "service/pending_requests.h"
 #include "support/device.h"
 #include "support/fake_system.h"
 #include "support/log_capture.h"
 #include "topology/device_table.h"
+#include "vendor/wifi_clients.h"
 
 namespace {
 
@@ -295,8 +298,8 @@ TEST_F(Controller, TheNewestValueIsRepeated) {
     };
     const auto order = [](const Peer& to, uint8_t value) { return bytesOf(to.al) + Frame{value}; };
     const MacAddr all{};
-    for (const auto& [set, clear] :
-         {std::pair{&setLEDCtrlList, &clearLEDCtrlList}, {&setSystemCtrlList, &clearSystemCtrlList}}) {
+    for (const auto& [set, clear] : {std::pair{&setLEDCtrlList, &clearLEDCtrlList},
+                                     {&setSystemCtrlList, &clearSystemCtrlList}}) {
         EXPECT_EQ(set(&all, 3, 1), kOk);
         EXPECT_EQ(payloads(6), (Payloads{order(kPeer, 3), order(kOther, 3)}));
         EXPECT_EQ(set(&kPeer.al, 4, 1), kOk);
@@ -353,6 +356,44 @@ TEST_F(Controller, UpgradesAreKeptByDevice) {
     EXPECT_EQ(kept(kOther), "none");
     EXPECT_EQ(kept(peer(3)), "1 0 8");
     (void)removeallFWupgradelist();
+}
+
+// 30 stations of about 100 characters each, and one that is too long: three messages.
+TEST_F(Controller, StationsAreReportedInChunks) {
+    EXPECT_EQ(sendWIFIClientInfo(), kFailure) << "no station";
+    meetSilently(kPeer, 1);
+    fakePlatform().stations.resize(31);
+    for (unsigned i = 0; i < 31; i++) {
+        WifiStation& station = fakePlatform().stations[i];
+        (i == 7 ? kPeer.intf : MacAddr{0x02, 0x57, 0xA0, 0, 0, static_cast<uint8_t>(i)})
+            .copyTo(station.mac);
+        station.mediaType = 0x0105;
+        station.rate = 866;
+        // Texts that fill their fields whole make a record of 151 characters or more.
+        std::memset(station.tx, 'T', i == 3 ? sizeof station.tx : 12);
+        std::memset(station.rx, 'R', i == 3 ? sizeof station.rx : 8);
+        std::memset(station.connType, 'C', i == 3 ? sizeof station.connType : 9);
+    }
+    (void)sent("eth0");
+    EXPECT_EQ(sendWIFIClientInfo(), kOk);
+    std::vector<std::string> chunks;
+    for (const auto& s : sent("eth0")) {
+        ASSERT_EQ(s.dst, k1905Multicast);
+        chunks.emplace_back(s.frame.begin() + 48, s.frame.end() - 3);
+        EXPECT_LT(chunks.back().size(), 1300U);
+    }
+    ASSERT_EQ(chunks.size(), 3U);
+    EXPECT_EQ(chunks[0].substr(0, 103),
+              "100{0=02:57:a0:00:00:00,1=0105,2=866,3=0,4=0,5=TTTTTTTTTTTT,6=RRRRRRRR,7=CCCCCCCCC,"
+              "8=00:00:00:00:00:00}");
+    // What is sent is understood.
+    Ieee1905DevTable dev;
+    for (const auto& chunk : chunks) EXPECT_TRUE(storeWifiClients(dev, chunk));
+    ASSERT_EQ(dev.wifiClients.size(), 30U);
+    EXPECT_EQ(dev.wifiClients[6].ownerAlMac, kPeer.al) << "an interface of a known device";
+    setSendWIFIClientInfo_flag(0);
+    EXPECT_EQ(sendWIFIClientInfo(), kFailure);
+    setSendWIFIClientInfo_flag(1);
 }
 
 }  // namespace
