@@ -59,6 +59,13 @@ FWupgradeEntry* findFWupgradelist(const MacAddr& alMac) {
     return it != FWupgradelistHead.end() ? &*it : nullptr;
 }
 
+size_t countFWupgradelist(Seconds maxAge) {
+    return static_cast<size_t>(
+        std::ranges::count_if(FWupgradelistHead, [&](const FWupgradeEntry& e) {
+            return e.state == kFWupgradeOrdered && now() - e.time <= maxAge;
+        }));
+}
+
 int removeFWupgradelist(const MacAddr& alMac) {
     // alMac may stand in the entry that goes.
     const MacAddr gone = alMac;

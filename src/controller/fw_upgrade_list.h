@@ -1,6 +1,7 @@
 // Where the firmware upgrades of the remote devices stand.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "core/clock.h"
@@ -27,6 +28,8 @@ struct FWupgradeEntry {
 int addFWupgradelist(const MacAddr& alMac, int option, long value);
 // nullptr when the device has no entry. Valid until the entry is removed.
 FWupgradeEntry* findFWupgradelist(const MacAddr& alMac);
+// How many devices are at an upgrade that was ordered at most so many seconds ago.
+size_t countFWupgradelist(Seconds maxAge);
 // Remove the entries of a device, or all. kOk.
 int removeFWupgradelist(const MacAddr& alMac);
 int removeallFWupgradelist();

@@ -1,0 +1,129 @@
+// The firmware upgrade of the extenders, by what is sent to them.
+#include "controller/control_lists.h"
+#include "controller/controller_loop.h"
+#include "controller/fw_upgrade.h"
+#include "controller/fw_upgrade_list.h"
+#include "platform/exports.h"
+#include "support/device.h"
+#include "support/log_capture.h"
+#include "topology/device_table.h"
+
+namespace {
+
+class Upgrade : public Device {
+  protected:
+    void SetUp() override {
+        Device::SetUp();
+        start();
+        (void)removeallFWupgradelist();
+        initMessageTransmitterLoop();
+        meet(peer(1), 1);
+        fakePlatform().fwUrl = "ftp://u\nrest";
+        fakePlatform().fwFileName = "f";
+        drop();
+    }
+    static Ieee1905DevTable& dev() { return *getIeee1905DevTableById(peer(1).al); }
+    // The vendor messages sent since the last look, type and payload.
+    static std::string orders() {
+        std::string all;
+        for (const auto& s : sent("eth0")) {
+            all += std::to_string(s.frame.at(37)) + ":";
+            for (size_t i = 0; i < s.frame.at(39); i++) {
+                const auto c = s.frame.at(40 + i);
+                all += c > ' ' && c < 127 ? std::string(1, static_cast<char>(c))
+                                          : std::to_string(c) + ".";
+            }
+            all += " ";
+        }
+        return all;
+    }
+    static std::string phaseOne(int mode) {
+        const int result = checkEXdeviceFWVersion(mode);
+        const std::string all = orders();
+        EXPECT_EQ(result == kOk, all.starts_with("20:6.") || all.starts_with("46:")) << all;
+        return all;
+    }
+};
+
+constexpr const char* kOrder = "20:6.0.13.1.ftp://u10.rest ";
+
+TEST_F(Upgrade, OrdersFollowStateVersionAndAge) {
+    const struct {
+        uint8_t state;
+        bool isNew;
+        int mode;
+        std::string sent;
+    } cases[] = {
+        {PLATFORM_FW_IDLE, true, 1, kOrder},
+        {PLATFORM_FW_IDLE, false, 1, ""},
+        {PLATFORM_FW_FAILED, true, 4, kOrder},
+        {PLATFORM_FW_FAILED, false, 4, ""},
+        {PLATFORM_FW_FAILED, false, 2, "20:0.0.0. "},
+        {PLATFORM_FW_FAILED, true, 3, ""},
+        {PLATFORM_FW_UPGRADE, true, 1, kOrder},
+        {PLATFORM_FW_BUSY, true, 1, ""},
+        {PLATFORM_FW_REBOOT, true, 1, ""},
+    };
+    for (const auto& c : cases) {
+        (void)removeallFWupgradelist();
+        dev().firmwareState = c.state;
+        dev().firmwareVersion = c.isNew ? "1.0" : "2.0.0";
+        EXPECT_EQ(phaseOne(c.mode), c.sent) << int(c.state) << c.isNew << c.mode;
+    }
+    // Only one version of the component takes the form with the file name.
+    dev().firmwareState = PLATFORM_FW_IDLE;
+    dev().firmwareVersion = "1.0";
+    for (const auto& [version, order] : {std::pair{"1501", kOrder},
+                                         {"1502", "46:4.0.0.1.6.1.0.1.1.2.0.7.ftp://u3.0.1.f "},
+                                         {"1503", kOrder}}) {
+        (void)removeallFWupgradelist();
+        dev().info.fwUpgradeVersion = std::string_view(version);
+        EXPECT_EQ(phaseOne(1), order) << version;
+    }
+    // Not again too soon; a device that upgrades is left alone for four minutes.
+    LogCapture log(4);
+    for (const auto& [second, sent] :
+         {std::pair{5, ""}, {9, ""}, {10, ""}, {30, ""}, {31, kOrder}}) {
+        (void)removeallFWupgradelist();
+        (void)phaseOne(1);
+        advance(second);
+        EXPECT_EQ(phaseOne(1), sent) << second;
+    }
+    EXPECT_EQ(occurrences(log.text(), "Not to do FW upgrade, retry to fast\n"), 2U);
+    dev().firmwareState = PLATFORM_FW_UPGRADE;
+    advance(240);
+    EXPECT_EQ(phaseOne(1), "");
+    advance(1);
+    EXPECT_EQ(phaseOne(1), kOrder);
+    fakePlatform().notApproved = {peer(1).al};
+    advance(300);
+    EXPECT_EQ(phaseOne(1), "");
+}
+
+TEST_F(Upgrade, RebootsAreOrderedWhenAllAreReady) {
+    const std::string question = "37:2.25.5.0.0.1. ";
+    const std::string reboot = "4:2.238.0.0.0.1. ";
+    const auto phaseTwo = [](const std::string& expected) {
+        const int result = checkEXdeviceFWStateIsReady();
+        EXPECT_EQ(orders(), expected);
+        return result;
+    };
+    dev().firmwareState = PLATFORM_FW_IDLE;
+    EXPECT_EQ(phaseTwo(""), kOk) << "nothing to do";
+    dev().firmwareVersion = "1.0";
+    (void)phaseOne(1);
+    dev().firmwareState = PLATFORM_FW_UPGRADE;
+    EXPECT_EQ(phaseTwo(question), kFailure);
+    dev().firmwareState = PLATFORM_FW_REBOOT;
+    advance(79);
+    EXPECT_EQ(phaseTwo(""), kFailure) << "ordered a short while ago";
+    (void)addFWupgradelist(peer(1).al, 0, 0);
+    EXPECT_EQ(phaseTwo(reboot), kFailure) << "not finished before it answers";
+    (void)addFWupgradelist(peer(1).al, 0, 2);
+    EXPECT_EQ(phaseTwo(""), kOk);
+    fakePlatform().fail = {"getDownloanURL"};
+    EXPECT_EQ(sendEXdeviceFWCtrl(peer(2).al, "0", "a", "b"), kFailure);
+    EXPECT_EQ(findFWupgradelist(peer(2).al), nullptr);
+}
+
+}  // namespace
