@@ -2,9 +2,12 @@
 
 #include "core/result.h"
 #include "service/pending_requests.h"
+#include "service/slots.h"
 #include "vendor/payloads.h"
 
 namespace {
+
+using namespace slots;
 
 enum AnswerId : uint8_t {
     kAnswerReboot = 135,
@@ -23,63 +26,80 @@ enum AnswerId : uint8_t {
     kAnswerSystemCtrl = 215,
 };
 
-// While the channel to the clients is not there, none can have registered.
-int forgetClient(AnswerId servId, uint16_t msgId) {
-    (void)searchServReqRespPid(servId, msgId);
-    return kOk;
+int answerResult(AnswerId servId, uint16_t msgId, uint8_t result) {
+    const int32_t pid = searchServReqRespPid(servId, msgId);
+    if (pid == kNoClient) return kOk;
+    return ServResp(pid, servId).number(resp::kResult, result).post();
 }
 
 }  // namespace
 
-int respNbrRebootServReq(uint16_t msgId, uint8_t /*result*/) {
-    return forgetClient(kAnswerReboot, msgId);
+int respNbrRebootServReq(uint16_t msgId, uint8_t result) {
+    return answerResult(kAnswerReboot, msgId, result);
 }
 
-int respWPSCrtlServReq(uint16_t msgId, uint8_t /*result*/) {
-    return forgetClient(kAnswerWPSCtrl, msgId);
+int respWPSCrtlServReq(uint16_t msgId, uint8_t result) {
+    return answerResult(kAnswerWPSCtrl, msgId, result);
 }
 
-int respAPSteeringServReq(uint16_t msgId, uint8_t /*result*/) {
-    return forgetClient(kAnswerAPSteering, msgId);
+int respAPSteeringServReq(uint16_t msgId, uint8_t result) {
+    return answerResult(kAnswerAPSteering, msgId, result);
 }
 
-int respFWCrtlServReq(uint16_t msgId, uint8_t /*result*/) {
-    return forgetClient(kAnswerFWCtrl, msgId);
+int respFWCrtlServReq(uint16_t msgId, uint8_t result) {
+    return answerResult(kAnswerFWCtrl, msgId, result);
 }
 
-int respNbrResetToDefaultServReq(uint16_t msgId, uint8_t /*result*/) {
-    return forgetClient(kAnswerResetToDefault, msgId);
+int respNbrResetToDefaultServReq(uint16_t msgId, uint8_t result) {
+    return answerResult(kAnswerResetToDefault, msgId, result);
 }
 
-int respSendCommandServReq(uint16_t msgId, uint8_t /*result*/) {
-    return forgetClient(kAnswerSendCommand, msgId);
+int respSendCommandServReq(uint16_t msgId, uint8_t result) {
+    return answerResult(kAnswerSendCommand, msgId, result);
 }
 
-int respNbrLEDCtrlServReq(uint16_t msgId, uint8_t /*result*/) {
-    return forgetClient(kAnswerLEDCtrl, msgId);
+int respNbrLEDCtrlServReq(uint16_t msgId, uint8_t result) {
+    return answerResult(kAnswerLEDCtrl, msgId, result);
 }
 
-int respNbrSystemCtrlServReq(uint16_t msgId, uint8_t /*result*/) {
-    return forgetClient(kAnswerSystemCtrl, msgId);
+int respNbrSystemCtrlServReq(uint16_t msgId, uint8_t result) {
+    return answerResult(kAnswerSystemCtrl, msgId, result);
 }
 
-int respSendBcnRptServReq(uint16_t msgId, uint8_t /*result*/) {
-    return forgetClient(kAnswerSendBcnRpt, msgId);
+int respSendBcnRptServReq(uint16_t msgId, uint8_t result) {
+    return answerResult(kAnswerSendBcnRpt, msgId, result);
 }
 
-int respBTMServReq(uint16_t msgId, uint8_t /*result*/) {
-    return forgetClient(kAnswerBTM, msgId);
+int respBTMServReq(uint16_t msgId, uint8_t result) {
+    return answerResult(kAnswerBTM, msgId, result);
 }
 
-int respNbrIntfPwrCtrlServReq(uint16_t msgId, const IntfPwrCtrlResp& /*resp*/) {
-    return forgetClient(kAnswerIntfPwrCtrl, msgId);
+int respNbrIntfPwrCtrlServReq(uint16_t msgId, const IntfPwrCtrlResp& answer) {
+    const int32_t pid = searchServReqRespPid(kAnswerIntfPwrCtrl, msgId);
+    if (pid == kNoClient) return kOk;
+    ServResp out(pid, kAnswerIntfPwrCtrl);
+    out.number(resp::kPwrIntfNum, static_cast<uint32_t>(answer.intfs.size()));
+    size_t at = resp::kPwrEntries;
+    for (const IntfValue& intf : answer.intfs) {
+        out.bytes(at, intf.mac.b).number({at + 6, 2}, intf.mediaType).number({at + 8, 1}, intf.value);
+        at += resp::kPwrEntryLen;
+    }
+    return out.post();
 }
 
-int respGetBcnRptServReq(uint16_t msgId, const BcnRptResp& /*resp*/) {
-    return forgetClient(kAnswerGetBcnRpt, msgId);
+int respGetBcnRptServReq(uint16_t msgId, const BcnRptResp& answer) {
+    const int32_t pid = searchServReqRespPid(kAnswerGetBcnRpt, msgId);
+    if (pid == kNoClient) return kOk;
+    return ServResp(pid, kAnswerGetBcnRpt)
+        .number(resp::kBcnRetCode, answer.retCode)
+        .mac(resp::kBcnStation, answer.staMac)
+        .number(resp::kBcnLen, static_cast<uint32_t>(answer.report.size()))
+        .bytes(resp::kBcnReport, answer.report)
+        .post();
 }
 
-int respBlacklistServReq(uint16_t msgId, const BlacklistResp& resp) {
+int respBlacklistServReq(uint16_t msgId, const BlacklistResp& answer) {
     constexpr uint8_t kAdd = 0;
-    return forgetClient(resp.option == kAdd ? kAnswerAddBlacklist : kAnswerDelBlacklist, msgId);
+    return answerResult(answer.option == kAdd ? kAnswerAddBlacklist : kAnswerDelBlacklist, msgId,
+                        answer.retCode);
 }

@@ -21,7 +21,7 @@ int respNbrSystemCtrlServReq(uint16_t msgId, uint8_t result);
 int respSendBcnRptServReq(uint16_t msgId, uint8_t result);
 int respBTMServReq(uint16_t msgId, uint8_t result);
 
-int respNbrIntfPwrCtrlServReq(uint16_t msgId, const IntfPwrCtrlResp& resp);
-int respGetBcnRptServReq(uint16_t msgId, const BcnRptResp& resp);
-// The answer to adding a station or to removing one, as resp.option tells.
-int respBlacklistServReq(uint16_t msgId, const BlacklistResp& resp);
+int respNbrIntfPwrCtrlServReq(uint16_t msgId, const IntfPwrCtrlResp& answer);
+int respGetBcnRptServReq(uint16_t msgId, const BcnRptResp& answer);
+// The answer to adding a station or to removing one, as answer.option tells.
+int respBlacklistServReq(uint16_t msgId, const BlacklistResp& answer);

@@ -1,17 +1,89 @@
 #include "service/service_monitor.h"
 
+#include "core/log.h"
 #include "core/result.h"
+#include "platform/lifecycle.h"
+#include "service/pending_requests.h"
+#include "service/service_callback.h"
+#include "service/service_catalogue.h"
+#include "service/slots.h"
+#include "service/wake_fifo.h"
+#include "transport/message_monitor.h"
 
-// There is no service channel yet: nothing to prepare, nothing to serve.
+namespace {
+
+uint32_t state = kUninit;
+
+int invalidOperation() {
+    LOG(1, "invalid operation: current state is (%d)(0:UNINIT, 1:INIT, 2:START, 3:IDLE, 4:STOP)\r\n",
+        static_cast<int>(state));
+    return kInvalidState;
+}
+
+// Meant: "INIT", whatever the state should be.
+int invalidState(MonitorState expected) {
+    LOG(1, "invalid operational state (%d) should be (%d/INIT)\r\n", static_cast<int>(state),
+        expected);
+    return kFailure;
+}
+
+}  // namespace
+
+int initServiceHandler() {
+    initPendingRequests();
+    (void)setServReqCallbackFunc(servReqCallback);
+    return kOk;
+}
+
 int initServiceMonitor() {
+    if (state != kUninit) return invalidOperation();
+    LOG_PUTS(4, "initialize shared memory\r");
+    if (initServReqShm() != kOk || initServRespShm() != kOk) {
+        // Meant: the same words for either segment, and when they are destroyed.
+        LOG_PUTS(1, "initSerReqShm() failed\r");
+        (void)destroyServReqShm();
+        (void)destroyServRespShm();
+        return kFailure;
+    }
+    openWakeFifo();
+    state = kInit;
     return kOk;
 }
+
 int startServiceMonitor() {
+    if (state != kInit) return invalidState(kInit);
+    if (initServiceHandler() != kOk) {
+        LOG_PUTS(1, "failed to initialize service handler\r");
+        return kFailure;
+    }
+    state = kStart;
     return kOk;
 }
+
 int runServiceMonitor() {
+    if (state != kStart) return invalidState(kStart);
+    drainWakeFifo();
+    if (!requestIsWaiting()) return kOk;
+    const int result = requestHandleService(ServReq(getServReqShm()));
+    markRequestIdle();
+    if (result != kOk) LOG(2, "failed to handle service request (retCode = %d)\r\n", result);
     return kOk;
 }
+
 int destroyServiceMonitor() {
+    if (state == kUninit) return invalidOperation();
+    closeWakeFifo();
+    initPendingRequests();
+    const int request = destroyServReqShm();
+    const int response = destroyServRespShm();
+    if (request != kOk || response != kOk) {
+        LOG_PUTS(1, "initSerReqShm() failed\r");
+        return kFailure;
+    }
+    state = kUninit;
     return kOk;
+}
+
+uint32_t getServiceMonitorState() {
+    return state;
 }

@@ -1,10 +1,19 @@
-// The monitor of the service channel for local processes.
+// The monitor of the service channel for local processes: owns both slots and hands each request
+// to its handler.
 //
 // kOk, kFailure, or kInvalidState when the monitor is not in the state that the call asks for.
 #pragma once
+
+#include <cstdint>
 
 int initServiceMonitor();
 int startServiceMonitor();
 // Handles at most one request. Called on every pass of the main loop.
 int runServiceMonitor();
 int destroyServiceMonitor();
+
+// A MonitorState (transport/message_monitor.h).
+uint32_t getServiceMonitorState();
+
+// Forgets the clients that wait and takes the requests of the platform library. kOk.
+int initServiceHandler();

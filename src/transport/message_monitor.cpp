@@ -19,6 +19,7 @@ constexpr int kWaitSeconds = 1;
 
 uint32_t state = kUninit;
 bool paced = false;
+int extraReadFd = -1;
 
 }  // namespace
 
@@ -67,6 +68,10 @@ int runMessageMonitor() {
         FD_SET(fd, &readable);
         limit = std::max(limit, fd + 1);
     }
+    if (extraReadFd >= 0 && extraReadFd < FD_SETSIZE) {
+        FD_SET(extraReadFd, &readable);
+        limit = std::max(limit, extraReadFd + 1);
+    }
     const int ready = waitReadable(limit, readable, kWaitSeconds);
     paced = ready == 0;
     if (ready <= 0) return kOk;
@@ -83,6 +88,10 @@ int runMessageMonitor() {
 
 bool messageMonitorIsPaced() {
     return paced;
+}
+
+void setExtraReadFd(int fd) {
+    extraReadFd = fd;
 }
 
 int destroyMessageMonitor() {

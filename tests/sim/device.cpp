@@ -20,6 +20,8 @@
 #include "datamodel/json_change_log.h"
 #include "datamodel/json_data_model.h"
 #include "service/service_monitor.h"
+#include "service/slots.h"
+#include "service/wake_fifo.h"
 #include "support/fake_platform.h"
 #include "support/fake_raw_socket.h"
 #include "topology/data_manager.h"
@@ -124,6 +126,8 @@ void startDaemon(const DeviceOptions& options) {
     if (initSysConfig() != kOk) die("the configuration cannot be read");
     (void)setDebugLevel(options.debugLevel);
     installRequestHandlers();
+    usePrivateSlots();
+    setWakeFifoPath(nullptr);
     if (initNetCtrl() != kOk || initDataManager() != kOk || initMessageMonitor() != kOk ||
         initServiceMonitor() != kOk) {
         die("the daemon cannot be initialized");

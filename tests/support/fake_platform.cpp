@@ -323,6 +323,10 @@ int setWPSConfig(int32_t deviceType, int32_t sendSearch, int32_t sendResponse) {
     return result;
 }
 ANSWERS(getWPSConfig, WpsConfig, wps)
+int setWPSConfigChangetimeout(int32_t deviceType, int32_t sendSearch, int32_t sendResponse,
+                              int32_t timeout) {
+    return act("setWPSConfigChangetimeout", deviceType, sendSearch, sendResponse, timeout);
+}
 int setWPSConfByBand(const char* band, int32_t sendSearch, int32_t sendResponse) {
     const int result = act("setWPSConfByBand", band, sendSearch, sendResponse);
     if (result != kOk) return result;

@@ -1,0 +1,342 @@
+#include "service/read_handlers.h"
+
+#include <signal.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "core/clock.h"
+#include "core/log.h"
+#include "core/options.h"
+#include "core/result.h"
+#include "service/slots.h"
+#include "topology/data_manager.h"
+#include "topology/device_table.h"
+#include "topology/link_metrics.h"
+
+namespace {
+
+using namespace slots;
+
+constexpr int kUnknownItem = 32;
+
+int refuse(const ServReq& request, int code) {
+    return respRetCode(request.pid(), request.servId(), code);
+}
+
+ServResp answerTo(const ServReq& request, uint16_t answer) {
+    return {request.pid(), answer};
+}
+
+// What keeps a client from the record with this index in a table of so many: kOk when nothing does.
+int checkIndex(size_t index, size_t count) {
+    if (count == 0) return kTableEmpty;
+    return index < count ? kOk : kIndexOutOfRange;
+}
+
+uint32_t ageOf(Seconds stamp) {
+    return static_cast<uint32_t>(now() - stamp);
+}
+
+// An own interface that the request names. When there is none, code tells why.
+IntfTable* findIntf(const ServReq& request, int& code) {
+    code = kNoTable;
+    if (getAlTable() == nullptr) return nullptr;
+    code = kIntfNotFound;
+    return getIntfTableById(request.mac(req::kIntfMac), request.number(req::kMediaType));
+}
+
+IntfTable* findLinks(const ServReq& request, int& code) {
+    code = kNoTable;
+    if (getAlTable() == nullptr) return nullptr;
+    code = kIntfNotFound;
+    return getIntfLinkMetricsById(request.mac(req::kIntfMac), request.number(req::kMediaType));
+}
+
+Ieee1905DevTable* findDev(const ServReq& request, int& code) {
+    code = kNoTable;
+    if (getNetTopolTable() == nullptr) return nullptr;
+    code = kDevNotFound;
+    return getIeee1905DevTableById(request.mac(req::kDevAlMac));
+}
+
+// A part of another device: one element of a list of its record. answerWith tells about it.
+template <typename List, typename AnswerWith>
+int answerPart(const ServReq& request, List Ieee1905DevTable::*list, AnswerWith&& answerWith) {
+    int code = kOk;
+    Ieee1905DevTable* const dev = findDev(request, code);
+    if (dev == nullptr) return refuse(request, code);
+    const List& all = dev->*list;
+    const size_t index = request.number(req::kDevIndex);
+    code = checkIndex(index, all.size());
+    return code == kOk ? answerWith(all[index]) : refuse(request, code);
+}
+
+bool clientExists(int32_t pid) {
+    return pid > 0 && (kill(pid, 0) == 0 || errno != ESRCH);
+}
+
+// False when the client has gone meanwhile.
+bool waitForIdleRequest(int32_t pid) {
+    for (int look = 1; requestIsWaiting(); look++) {
+        if (!clientExists(pid)) return false;
+        sleepMicroseconds(kSlotWait);
+        if (look == kSlotLooks) markResponseFree();
+    }
+    return true;
+}
+
+// As many entries as the slot holds.
+template <typename List>
+size_t fitting(const List& list, size_t begin, size_t entryLen) {
+    return std::min<size_t>({list.size(), (kRespSize - begin) / entryLen, 255});
+}
+
+}  // namespace
+
+int respGet1905DevServReq(const ServReq& request, uint16_t answer) {
+    const AlTable* al = getAlTable();
+    if (al == nullptr) return refuse(request, kNoTable);
+    return answerTo(request, answer)
+        .mac(resp::kAlMac, al->alMac)
+        .number(resp::kAlStatus, al->operStatus)
+        .number(resp::kAlAge, ageOf(al->lastChange))
+        .number(resp::kAlIntfNum, static_cast<uint32_t>(al->intfs.size()))
+        .answer();
+}
+
+int respGetIntfServReq(const ServReq& request, uint16_t answer) {
+    // Meant: not the response slot is waited for but the request slot, which is in use until this
+    // has returned, unless a client marks it idle.
+    if (!waitForIdleRequest(request.pid())) {
+        LOG(2, "the client (%d) has gone\r\n", request.pid());
+        return kFailure;
+    }
+    const auto& intfs = getIntfTable();
+    const size_t index = request.number(req::kIndex);
+    if (index >= intfs.size()) {
+        // Meant: one code, whatever the cause.
+        return ServResp(request.pid(), kServIdRetCode)
+            .number(resp::kReqId, request.servId())
+            .number(resp::kRetCode, kFailure)
+            .put();
+    }
+    const IntfTable& intf = *std::next(intfs.begin(), static_cast<std::ptrdiff_t>(index));
+    return answerTo(request, answer)
+        .mac(resp::kIntfMac, intf.mac)
+        .number(resp::kIntfStatus, intf.operStatus)
+        .number(resp::kIntfAge, ageOf(intf.lastChange))
+        .number(resp::kIntfMediaType, intf.mediaType)
+        .number(resp::kIntfPwrState, intf.pwrState)
+        .put();
+}
+
+int respGetIntfVendPropServReq(const ServReq& request, uint16_t answer) {
+    int code = kOk;
+    const IntfTable* intf = findIntf(request, code);
+    if (intf == nullptr) return refuse(request, code);
+    const size_t length = std::min(intf->vendInfo.size(), resp::kMaxVendProp);
+    return answerTo(request, answer)
+        .bytes(resp::kOui.at, intf->oui)
+        .bytes(resp::kVendProp, Bytes(intf->vendInfo).first(length))
+        .answer();
+}
+
+int respGetIntfPwrStateServReq(const ServReq& request, uint16_t answer) {
+    int code = kOk;
+    const IntfTable* intf = findIntf(request, code);
+    if (intf == nullptr) return refuse(request, code);
+    return answerTo(request, answer).number(resp::kPwrState, intf->pwrState).answer();
+}
+
+int respGetIntfLinkNumServReq(const ServReq& request, uint16_t answer) {
+    int code = kOk;
+    const IntfTable* intf = findLinks(request, code);
+    if (intf == nullptr) return refuse(request, code);
+    return answerTo(request, answer)
+        .number(resp::kLinkNum, static_cast<uint32_t>(intf->links.size()))
+        .answer();
+}
+
+int respGetIntfLinkMetricServReq(const ServReq& request, uint16_t answer) {
+    int code = kOk;
+    const IntfTable* intf = findLinks(request, code);
+    if (intf == nullptr) return refuse(request, code);
+    const size_t index = request.number(req::kLinkIndex);
+    code = checkIndex(index, intf->links.size());
+    if (code != kOk) return refuse(request, code);
+    const LinkTableEntry& link = intf->links[index];
+    return answerTo(request, answer)
+        .mac(resp::kLinkNbrMac, link.nbrIntfMac)
+        .mac(resp::kLinkLocalMac, intf->mac)
+        .number(resp::kLinkBridge, link.bridgeFlag)
+        .number(resp::kLinkTxErrors, link.txErrors)
+        .number(resp::kLinkTxPackets, link.txPackets)
+        .number(resp::kLinkRxErrors, link.rxErrors)
+        .number(resp::kLinkRxPackets, link.rxPackets)
+        .number(resp::kLinkThroughput, link.throughput)
+        .number(resp::kLinkAvailability, link.availability)
+        .number(resp::kLinkPhyRate, link.phyRate)
+        .number(resp::kLinkRssi, link.rssi)
+        .answer();
+}
+
+int respGetFwdRuleNumServReq(const ServReq& request, uint16_t /*answer*/) {
+    const AlTable* al = getAlTable();
+    if (al == nullptr) return refuse(request, kNoTable);
+    // Meant: the number stands where a return code does.
+    return refuse(request, static_cast<int>(al->fwdRules.size()));
+}
+
+int respGetFwdRuleServReq(const ServReq& request, uint16_t answer) {
+    const AlTable* al = getAlTable();
+    if (al == nullptr) return refuse(request, kNoTable);
+    const size_t index = request.number(req::kIndex);
+    const int code = checkIndex(index, al->fwdRules.size());
+    if (code != kOk) return refuse(request, code);
+    return answerTo(request, answer).number(resp::kRuleId, al->fwdRules[index].ruleId).answer();
+}
+
+int respGetTopolServReq(const ServReq& request, uint16_t answer) {
+    const TopolTable* topol = getNetTopolTable();
+    if (topol == nullptr) return refuse(request, kNoTable);
+    return answerTo(request, answer)
+        .number(resp::kTopolEnable, topol->enable)
+        .number(resp::kTopolStatus, topol->status)
+        .number(resp::kTopolLogMax, topol->maxChangeLogEntries)
+        .number(resp::kTopolDevNum, topol->ieee1905DevNum())
+        .number(resp::kTopolLogNum, topol->changeLogNum)
+        .answer();
+}
+
+int respGetTopolLogServReq(const ServReq& request, uint16_t answer) {
+    const TopolTable* topol = getNetTopolTable();
+    if (topol == nullptr) return refuse(request, kNoTable);
+    const size_t index = request.number(req::kIndex);
+    const int code =
+        checkIndex(index, std::min<size_t>(topol->changeLogNum, topol->changeLog.size()));
+    if (code != kOk) return refuse(request, code);
+    const ChangeLogEntry& entry = topol->changeLog[index];
+    return answerTo(request, answer)
+        .number(resp::kLogTime, static_cast<uint32_t>(toWallClock(entry.timeStamp)))
+        .number(resp::kLogEvent, entry.eventType)
+        .mac(resp::kLogAlMac, entry.reporterAlMac)
+        .mac(resp::kLogIntfMac, entry.reporterIntfMac)
+        .number(resp::kLogNbrType, entry.nbrType)
+        .mac(resp::kLogNbrMac, entry.nbrMac)
+        .answer();
+}
+
+int respGetTopol1905DevServReq(const ServReq& request, uint16_t answer) {
+    const TopolTable* topol = getNetTopolTable();
+    if (topol == nullptr) return refuse(request, kNoTable);
+    const size_t index = request.number(req::kIndex);
+    const int code = checkIndex(index, topol->devs.size());
+    if (code != kOk) return refuse(request, code);
+    const auto& dev = *std::next(topol->devs.begin(), static_cast<std::ptrdiff_t>(index));
+    return answerTo(request, answer)
+        .mac(resp::kDevAlMac, dev.alMac)
+        .number(resp::kDevStatus, dev.status)
+        .number(resp::kDevIntfNum, static_cast<uint32_t>(dev.intfs.size()))
+        .number(resp::kDevNon1905Num, static_cast<uint32_t>(dev.non1905NbrNum()))
+        .number(resp::kDev1905Num, static_cast<uint32_t>(dev.ieee1905NbrNum()))
+        .number(resp::kDevTupleNum, static_cast<uint32_t>(dev.brdgTuples.size()))
+        .answer();
+}
+
+int respGetTopolIntfServReq(const ServReq& request, uint16_t answer) {
+    return answerPart<std::vector<DevIntf>>(
+        request, &Ieee1905DevTable::intfs, [&](const DevIntf& intf) {
+            return answerTo(request, answer)
+                .mac(resp::kDevIntfMac, intf.mac)
+                .number(resp::kDevMediaType, intf.mediaType)
+                .number(resp::kDevMediaLen, static_cast<uint32_t>(intf.mediaInfo.size()))
+                .bytes(resp::kDevMediaInfo, intf.mediaInfo)
+                .number(resp::kDevPwrState, intf.pwrState)
+                .answer();
+        });
+}
+
+int respGetTopolNon1905NbrServReq(const ServReq& request, uint16_t answer) {
+    return answerPart<std::vector<Non1905NbrList>>(
+        request, &Ieee1905DevTable::non1905Lists, [&](const Non1905NbrList& list) {
+            const size_t num = fitting(list.nbrs, resp::kNbrs, resp::kNon1905Len);
+            ServResp out = answerTo(request, answer);
+            out.mac(resp::kNbrLocalMac, list.localIntfMac)
+                .number(resp::kNbrNum, static_cast<uint32_t>(num));
+            for (size_t i = 0; i < num; i++) {
+                out.bytes(resp::kNbrs + i * resp::kNon1905Len, list.nbrs[i].b);
+            }
+            return out.answer();
+        });
+}
+
+int respGetTopol1905NbrServReq(const ServReq& request, uint16_t answer) {
+    return answerPart<std::vector<Ieee1905NbrList>>(
+        request, &Ieee1905DevTable::ieee1905Lists, [&](const Ieee1905NbrList& list) {
+            const size_t num = fitting(list.nbrs, resp::kNbrs, resp::k1905Len);
+            ServResp out = answerTo(request, answer);
+            out.mac(resp::kNbrLocalMac, list.localIntfMac)
+                .number(resp::kNbrNum, static_cast<uint32_t>(num));
+            for (size_t i = 0; i < num; i++) {
+                const size_t at = resp::kNbrs + i * resp::k1905Len;
+                out.bytes(at, list.nbrs[i].alMac.b).number({at + 6, 1}, list.nbrs[i].bridgeFlag);
+            }
+            return out.answer();
+        });
+}
+
+int respGetTopolBrdgTupleServReq(const ServReq& request, uint16_t answer) {
+    return answerPart<std::vector<BrdgTuple>>(
+        request, &Ieee1905DevTable::brdgTuples, [&](const BrdgTuple& tuple) {
+            const size_t num = fitting(tuple.macs, resp::kTupleMacs, resp::kMacLen);
+            ServResp out = answerTo(request, answer);
+            out.number(resp::kTupleNum, static_cast<uint32_t>(num));
+            for (size_t i = 0; i < num; i++) {
+                out.bytes(resp::kTupleMacs + i * resp::kMacLen, tuple.macs[i].b);
+            }
+            return out.answer();
+        });
+}
+
+int respGetSecServReq(const ServReq& request, uint16_t answer) {
+    const SecurityTable* security = getSecurityTable();
+    if (security == nullptr) return refuse(request, kNoTable);
+    const size_t length = std::min(security->value.size(), kRespSize - resp::kSecValue);
+    return answerTo(request, answer)
+        .number(resp::kSecMode, security->mode)
+        .number(resp::kSecLen, static_cast<uint32_t>(length))
+        .bytes(resp::kSecValue, Bytes(security->value).first(length))
+        .answer();
+}
+
+int respGetConfServReq(const ServReq& request, uint16_t answer) {
+    switch (request.number(req::kItem)) {
+        case 0:
+            return answerTo(request, answer)
+                .number(resp::kItemValue, getEnableRebootFromNbrOption())
+                .answer();
+        case 1:
+            return answerTo(request, answer)
+                .number(resp::kItemValue, getEnableIntfPwrCtrlFromNbrOption())
+                .answer();
+        default:
+            return refuse(request, kUnknownItem);
+    }
+}
+
+int respGetNbrConfServReq(const ServReq& request, uint16_t answer) {
+    int code = kOk;
+    const Ieee1905DevTable* dev = findDev(request, code);
+    if (dev == nullptr) return refuse(request, code);
+    switch (request.number(req::kDevItem)) {
+        case 0:
+            return answerTo(request, answer).number(resp::kItemValue, dev->enableReboot).answer();
+        case 1:
+            return answerTo(request, answer)
+                .number(resp::kItemValue, dev->enableIntfPwrCtrl)
+                .answer();
+        default:
+            return refuse(request, kUnknownItem);
+    }
+}

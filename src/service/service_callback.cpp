@@ -1,0 +1,98 @@
+#include "service/service_callback.h"
+
+#include <cstddef>
+#include <string_view>
+
+#include "core/log.h"
+#include "core/result.h"
+#include "platform/autoconfig.h"
+#include "platform/lifecycle.h"
+#include "transport/frame.h"
+#include "transport/transmitter.h"
+
+// The layout that the platform library relies on.
+static_assert(offsetof(ApAutoConfRespReq, dstAlMac) == 6 && offsetof(ApAutoConfRespReq, msgId) == 12);
+static_assert(offsetof(ApAutoConfRenewReq, dstMac) == 6 &&
+              offsetof(ApAutoConfRenewReq, unicast) == 16);
+static_assert(offsetof(PbEventReq, msgId) == 0);
+
+namespace {
+
+MediaInfo mediaInfoOf(const PbMediaType& type) {
+    if (type.info == nullptr) return {};
+    return {type.info, type.info + type.infoLen};
+}
+
+int sendSearch(const ApAutoConfSrch& info) {
+    const RoleBand body{info.searchedRole, info.freqBand};
+    return requestSend1905McastMsg(kMsgApAutoConfSrch, &body);
+}
+
+int sendResponse(const ApAutoConfRespReq& info) {
+    const RoleBand body{info.supportedRole, info.freqBand};
+    return requestSend1905UcastRespMsg(MacAddr(info.dstMac), kMsgApAutoConfResp, info.msgId, &body);
+}
+
+int sendWsc(const ApAutoConfWscReq& info) {
+    Wsc body;
+    if (info.frame != nullptr) body.frame.assign(info.frame, info.frame + info.frameLen);
+    body.updateTime = std::string_view(info.updateTime, sizeof info.updateTime);
+    return requestSend1905UcastMsg(MacAddr(info.dstMac), kMsgApAutoConfWsc, &body);
+}
+
+int sendRenew(const ApAutoConfRenewReq& info) {
+    (void)start_and_stop_Renew(1);
+    const RoleBand body{info.supportedRole, info.freqBand};
+    if (info.unicast == 0) return requestSend1905McastMsg(kMsgApAutoConfRenew, &body);
+    return requestSend1905UcastMsg(MacAddr(info.dstMac), kMsgApAutoConfRenew, &body);
+}
+
+int sendEvent(PbEventReq& info) {
+    PBEventNtf body;
+    for (size_t i = 0; info.mediaTypes != nullptr && i < info.mediaTypeNum; i++) {
+        body.mediaTypes.push_back({info.mediaTypes[i].mediaType, mediaInfoOf(info.mediaTypes[i])});
+    }
+    return requestSend1905McastMsg(kMsgPBEventNtf, &body, &info.msgId);
+}
+
+int sendJoin(const PbJoinReq& info) {
+    const PBJoinNtf body{MacAddr(info.alMac), info.msgId, MacAddr(info.txIntfMac),
+                         MacAddr(info.newDevIntfMac)};
+    return requestSend1905McastMsg(kMsgPBJoinNtf, &body);
+}
+
+int send(uint32_t servId, void* info) {
+    switch (servId) {
+        case SERV_REQ_AP_AUTOCONF_SEARCH:
+            return sendSearch(*static_cast<const ApAutoConfSrch*>(info));
+        case SERV_REQ_AP_AUTOCONF_RESP:
+            return sendResponse(*static_cast<const ApAutoConfRespReq*>(info));
+        case SERV_REQ_AP_AUTOCONF_WSC:
+            return sendWsc(*static_cast<const ApAutoConfWscReq*>(info));
+        case SERV_REQ_AP_AUTOCONF_RENEW:
+            return sendRenew(*static_cast<const ApAutoConfRenewReq*>(info));
+        case SERV_REQ_PB_EVENT:
+            return sendEvent(*static_cast<PbEventReq*>(info));
+        case SERV_REQ_PB_JOIN:
+            return sendJoin(*static_cast<const PbJoinReq*>(info));
+        default:
+            LOG(2, "Service request (ID = %d) isn't supported\r\n", static_cast<int>(servId));
+            return kFailure;
+    }
+}
+
+}  // namespace
+
+void servReqCallback(uint32_t servId, void* info, uint32_t* retCode) {
+    LOG(4, "servId = %d\r\n", static_cast<int>(servId));
+    int result = kFailure;
+    if (info == nullptr) {
+        LOG_PUTS(2, "info is NULL\r");
+    } else {
+        result = send(servId, info);
+        if (result != kOk) {
+            LOG(2, "failed to handle the service request (ID = %d)\r\n", static_cast<int>(servId));
+        }
+    }
+    if (retCode != nullptr) *retCode = static_cast<uint32_t>(result);
+}

@@ -1,0 +1,13 @@
+// The FIFO by which a client that has posted a request ends the daemon's wait for frames.
+#pragma once
+
+// Makes it and has the message monitor listen to it. Without one, clients are served all the same,
+// only up to a second later.
+void openWakeFifo();
+// Empties it: called on every pass.
+void drainWakeFifo();
+// Removes it.
+void closeWakeFifo();
+
+// For tests: another place for it, nullptr for none. Counts from the next openWakeFifo.
+void setWakeFifoPath(const char* path);
