@@ -81,7 +81,9 @@ int respNbrIntfPwrCtrlServReq(uint16_t msgId, const IntfPwrCtrlResp& answer) {
     out.number(resp::kPwrIntfNum, static_cast<uint32_t>(answer.intfs.size()));
     size_t at = resp::kPwrEntries;
     for (const IntfValue& intf : answer.intfs) {
-        out.bytes(at, intf.mac.b).number({at + 6, 2}, intf.mediaType).number({at + 8, 1}, intf.value);
+        out.bytes(at, intf.mac.b)
+            .number({at + 6, 2}, intf.mediaType)
+            .number({at + 8, 1}, intf.value);
         at += resp::kPwrEntryLen;
     }
     return out.post();

@@ -11,7 +11,8 @@
 #include "transport/transmitter.h"
 
 // The layout that the platform library relies on.
-static_assert(offsetof(ApAutoConfRespReq, dstAlMac) == 6 && offsetof(ApAutoConfRespReq, msgId) == 12);
+static_assert(offsetof(ApAutoConfRespReq, dstAlMac) == 6 &&
+              offsetof(ApAutoConfRespReq, msgId) == 12);
 static_assert(offsetof(ApAutoConfRenewReq, dstMac) == 6 &&
               offsetof(ApAutoConfRenewReq, unicast) == 16);
 static_assert(offsetof(PbEventReq, msgId) == 0);

@@ -15,7 +15,8 @@ namespace {
 uint32_t state = kUninit;
 
 int invalidOperation() {
-    LOG(1, "invalid operation: current state is (%d)(0:UNINIT, 1:INIT, 2:START, 3:IDLE, 4:STOP)\r\n",
+    LOG(1,
+        "invalid operation: current state is (%d)(0:UNINIT, 1:INIT, 2:START, 3:IDLE, 4:STOP)\r\n",
         static_cast<int>(state));
     return kInvalidState;
 }

@@ -62,7 +62,7 @@ inline constexpr Field kBandResponse{28, 4};
 inline constexpr Field kStateText{16, 240};  // 177
 // Orders to another device; where that is said, the all-zero address means all of them.
 inline constexpr Field kTarget{7, 6};
-inline constexpr Field kCtrlValue{16, 4};  // 143, 145, 161, 214
+inline constexpr Field kCtrlValue{16, 4};   // 143, 145, 161, 214
 inline constexpr Field kPwrIntfNum{13, 1};  // 136
 inline constexpr size_t kPwrEntries = 14;   // MAC (6), media type (2) each
 inline constexpr size_t kPwrEntryLen = 8;
@@ -71,8 +71,8 @@ inline constexpr Field kPwrCtrl{254, 1};
 inline constexpr Field kFwOption{13, 1};  // 147
 inline constexpr Field kFwTopoOption{14, 1};
 inline constexpr Field kFwUrl{16, 240};
-inline constexpr Field kCommand{16, 240};      // 159
-inline constexpr Field kSpeedEnable{13, 1};    // 179: 1 start, 0 stop
+inline constexpr Field kCommand{16, 240};    // 159
+inline constexpr Field kSpeedEnable{13, 1};  // 179: 1 start, 0 stop
 inline constexpr Field kSpeedAction{14, 1};
 inline constexpr Field kSpeedStart{16, 4};    // seconds since the epoch
 inline constexpr Field kSpeedRuntime{20, 4};  // seconds

@@ -15,8 +15,8 @@ int runMessageMonitor();
 // True when the last pass waited its time or read a frame. One that did neither would come again at
 // once, without end.
 bool messageMonitorIsPaced();
-// One more descriptor that ends the wait when it is readable, -1 for none. It stays the caller's, who
-// reads from it on every pass.
+// One more descriptor that ends the wait when it is readable, -1 for none. It stays the caller's,
+// who reads from it on every pass.
 void setExtraReadFd(int fd);
 // Closes the ports. kOk, kInvalidState when there is nothing to destroy, or kFailure.
 int destroyMessageMonitor();

@@ -20,7 +20,6 @@
 namespace {
 
 const Peer kPeer = peer(1);
-const MacAddr kAll{};
 
 // A number as a client on this machine writes it.
 template <typename T>
@@ -160,7 +159,8 @@ TEST_F(Service, Records) {
         {20, {1}, answer(21, zeros(1) + num16(8))},
         {20, {2}, code(20, 80)},
         {28, {}, answer(29, zeros(1) + num32(1) + Frame{1, 100, 1, 1})},
-        {30, {0},
+        {30,
+         {0},
          answer(31, zeros(1) + num32(1'700'000'000) + Frame{1} + al + bytesOf(kEth1) + Frame{1} +
                         nobody)},
         {30, {1}, code(30, 80)},
@@ -271,6 +271,219 @@ TEST_F(Service, APokeEndsTheWait) {
     EXPECT_EQ(fakeNet().lastReady, 0) << "one poke, one pass";
     ASSERT_EQ(destroyServiceMonitor(), kOk);
     EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST_F(Service, Actions) {
+    start();
+    // What the platform is told, and its result in the answer when it fails.
+    const struct {
+        unsigned servId;
+        Frame payload;
+        std::string answer, calls;
+    } cases[] = {
+        {8, bytesOf(kEth1) + zeros(1) + num16(1) + Frame{2}, answer(9, {}),
+         "setIntfPwrStateById 02:19:05:00:01:01 1 2; "},
+        {22, {}, code(22, 16), ""},
+        {26, zeros(1) + num16(7), answer(27, {}), ""},
+        {26, zeros(1) + num16(7), answer(27, {16}), ""},
+        {32, {0}, answer(33, {34}), ""},
+        {32, {50}, answer(33, {}), ""},
+        {130, {2, 1}, answer(131, {32}), ""},
+        {130, {0, 200}, answer(131, {}), ""},
+        {128, {0}, answer(129, {200}), ""},
+        {138, zeros(1) + num32(1) + num32(0) + num32(1), code(139, 0), "setWPSConfig 1 0 1; "},
+        {163, zeros(1) + num32(60), code(164, 0), "setWPSConfigChangetimeout 1 0 1 60; "},
+        {140, {}, "", ""},
+        {141, zeros(6) + Frame{33}, code(142, 0), "sendWPSRenew 33; "},
+        {169, zeros(6) + Frame{1}, code(170, 0), "sendWPSSearch 1; "},
+        {151, zeros(1) + num32(1), code(152, 0), "setFWresult 1; "},
+        {153, {}, code(154, 0), "sendPBEvent; "},
+        {155, {}, code(156, 0), ""},
+        {157, {}, code(158, 0), ""},
+        {165, zeros(1) + num32(1), code(166, 0), "setApproveFlag_flag 1; "},
+        {171, zeros(1) + num32(1) + num32(1), code(172, 0), "setWiFiReloadFlag 1 1; "},
+        {177, zeros(9) + hex("42757379"), code(178, 0), "setFWState Busy; "},
+        {189, hex("416c6c") + zeros(14) + num32(1) + num32(0), code(190, 0),
+         "setWPSConfByBand All 1 0; "},
+        {191, {}, code(192, 16), ""},
+    };
+    (void)getAlTable()->fwdRules.emplace_back(FwdRule{7});
+    for (const auto& c : cases) {
+        EXPECT_EQ(ask(c.servId, c.payload), c.answer) << c.servId;
+        EXPECT_EQ(calls(), c.calls) << c.servId;
+    }
+    EXPECT_TRUE(std::filesystem::exists(folder() + "/vm1905_log.json"));
+    fakePlatform().fail = {"sendWPSRenew", "sendPBEvent"};
+    EXPECT_EQ(ask(141), code(142, 16));
+    EXPECT_EQ(ask(153), code(154, 0)) << "always";
+
+    EXPECT_EQ(ask(167, zeros(1) + num32(2)), code(168, 0));
+    EXPECT_EQ(DEBUGLEVEL, 2);
+    LogCapture shown(2);
+    EXPECT_EQ(ask(167, zeros(1) + num32(6)), code(168, 0));
+    EXPECT_NE(shown.finish().find("ports:"), std::string::npos);
+    EXPECT_EQ(DEBUGLEVEL, 2);
+}
+
+TEST_F(Service, OrdersToOtherDevices) {
+    start();
+    meet(kPeer, 1);
+    drop();
+    calls();
+    const Frame al = bytesOf(kPeer.al);
+    const std::string to = print(al);
+    const Frame station = bytesOf(kStation) + bytesOf(kEth0) + hex("51 06 01") + num16(100);
+    const std::string stationOut = to + "0257a0000001" + print(bytesOf(kEth0)) + "5106010064";
+    const struct {
+        unsigned servId;
+        Frame payload;      // behind the address
+        std::string order;  // that leaves
+        Frame response;     // to it: message type and payload
+        std::string answer;
+    } cases[] = {
+        {134, {}, "4:" + to, hex("05 07"), answer(135, {7})},
+        {136, hex("01") + bytesOf(kEth0) + num16(0x0105) + zeros(232) + Frame{2},
+         "6:" + to + "01" + print(bytesOf(kEth0)) + "010502", hex("07 01 021905000100 0105 10"),
+         answer(137, Frame{1} + bytesOf(kEth0) + num16(0x0105) + Frame{16})},
+        {143, zeros(3) + num32(5), "16:" + to + "05", hex("11 03"), answer(144, {3})},
+        {145, zeros(3) + num32(5), "18:" + to + "05", hex("13 03"), answer(146, {3})},
+        {147, hex("06 01 00 752f"), "20:06000301752f", hex("15 03"), answer(148, {3})},
+        {149, {}, "22:" + to, hex("17 03"), answer(150, {3})},
+        {159, hex("000000 3220"), "25:000200023220", hex("20 03"), answer(160, {3})},
+        {161, zeros(3) + num32(5), "33:" + to + "05", hex("23 03"), answer(162, {3})},
+        {202, station + hex("41"), "64:" + stationOut + "000141", hex("41 00 03 000000000000 0000"),
+         answer(203, {3})},
+        {204, station, "66:" + stationOut + "0000", hex("43 01 00 0257a0000001 0002 0a0b"),
+         answer(205, Frame{0} + bytesOf(kStation) + num16(2) + hex("0a0b"))},
+        {206, station, "68:" + stationOut, hex("45 03"), answer(207, {3})},
+        {208, bytesOf(kStation), "70:" + to + "000257a0000001", hex("47 00 03"), answer(209, {3})},
+        {210, bytesOf(kStation), "70:" + to + "010257a0000001", hex("47 01 03"), answer(211, {3})},
+        {214, zeros(3) + num32(5), "74:" + to + "05", hex("4c 03"), answer(215, {3})},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.servId);
+        const auto id = static_cast<uint8_t>(c.servId);
+        getNetTopolTable()->status = 0;
+        EXPECT_EQ(ask(c.servId, al + c.payload), code(id, 98));
+        getNetTopolTable()->status = 1;
+        EXPECT_EQ(ask(c.servId, bytesOf(kStation) + c.payload), code(id == 136 ? 137 : id, 7));
+        EXPECT_EQ(orders(), "");
+
+        EXPECT_EQ(ask(c.servId, al + c.payload), "");
+        const auto frames = sent("eth0");
+        ASSERT_EQ(frames.size(), 1U);
+        const auto& frame = frames[0].frame;
+        EXPECT_EQ(std::to_string(frame.at(37)) + ":" +
+                      print({frame.begin() + 40, frame.begin() + 40 + frame.at(39)}),
+                  c.order);
+        const Frame payload(c.response.begin() + 1, c.response.end());
+        (void)receive("eth0",
+                      vendFrame(kEth0, kPeer.intf, kPeer.al, frames[0].id, c.response[0], payload));
+        EXPECT_EQ(take(), c.answer);
+    }
+    LogCapture log(2);
+    EXPECT_EQ(ask(136, al + Frame(249 - 6, 0xFF)), "");
+    EXPECT_NE(log.finish().find("intfNum(255) > MAX_INTF_NUM(30)"), std::string::npos);
+    EXPECT_EQ(orders().substr(0, 16), "6:" + to + "1e");
+}
+
+TEST_F(Service, MessagesToOneOrAll) {
+    start();
+    meet(kPeer, 1);
+    drop();
+    calls();
+    fakePlatform().wifiStateSync = "sync";
+    const Frame al = bytesOf(kPeer.al);
+    const std::string to = print(al), own = print(bytesOf(kOwnAl));
+    const struct {
+        unsigned servId;
+        Frame payload;
+        std::string answer, sent, calls;
+    } cases[] = {
+        {161, zeros(9) + num32(0x102), "", "34:00000000000002 ",
+         "outputlogData [LEDCtrl] send LED (258) to multicast; "},
+        {214, zeros(9) + num32(3), "", "75:00000000000003 ",
+         "outputlogData [SystemCtrl] send System (3) to multicast; "},
+        {179, al + hex("0102 00") + num32(1) + num32(60) + bytesOf(kStation) + hex("75"),
+         code(180, 0),
+         "10:01020001750000000100"
+         "00003c0257a0000001 ",
+         "setSpeedTestSendCtrlflag 0; "},
+        {179, zeros(6), code(180, 0), "12:000000000000000000000000000000000000 ",
+         "setSpeedTestSendCtrlflag 0; "},
+        {181, al, code(182, 0), "13:" + own + " ", ""},
+        {183, {}, code(184, 0), "14:" + own + "000473796e63 ", ""},
+        {187, al, code(188, 0), "28:" + to + " ", ""},
+        {187, bytesOf(kStation), code(188, 16), "", ""},
+        {197, zeros(7) + num16(0x0102) + hex("6c73"), code(198, 0), "49:" + to + "010200026c73 ",
+         ""},
+        {185, {}, code(186, 0), "45:" + own + print(bytesOf(kEth0)) + " ", ""},
+        {216, {}, code(217, 0), "56:" + own + "0000 ", ""},
+        {212,
+         {},
+         code(213, 0),
+         "",
+         "wifi_flag_init; vmNetCtrl_WPS_sendRenewMsg 0; vmNetCtrl_WPS_sendRenewMsg 1; "
+         "vmNetCtrl_WPS_sendRenewMsg 32; vmNetCtrl_WPS_sendRenewMsg 33; "},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(ask(c.servId, c.payload), c.answer) << c.servId;
+        EXPECT_EQ(orders(), c.sent) << c.servId;
+        EXPECT_EQ(calls(), c.calls) << c.servId;
+    }
+}
+
+// Messages of the clients' and of the platform library's making.
+TEST_F(Service, StandardMessages) {
+    start();
+    meet(kPeer, 1);
+    drop();
+    const auto raw = [](unsigned type, const Frame& tlvs) {
+        return ask(200, bytesOf(kPeer.al) + zeros(1) + num16(type) + tlvs);
+    };
+    const struct {
+        unsigned type;
+        Frame tlvs;
+        uint8_t result;
+        std::string sent;  // its TLVs
+    } cases[] = {
+        {0, {}, 0, "1 2"},
+        {2, {}, 0, "1"},
+        {4, vendTlv(kOwnAl, 13, bytesOf(kOwnAl)), 0, "11"},
+        {4, {}, 16, ""},
+        {5, tlvBytes(8, {0, 0, 0, 0, 0, 0, 0, 2}), 0, "8"},
+        {7, tlvBytes(13, {0}) + tlvBytes(14, {1}), 0, "1 13 14"},
+        {10, hex("0d ffff"), 16, ""},
+        {3, {}, 64, ""},
+        {13, {}, 64, ""},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(raw(c.type, c.tlvs), code(200, c.result)) << c.type;
+        const auto frames = sent("eth0");
+        ASSERT_EQ(frames.size(), c.result == 0 ? 1U : 0U) << c.type;
+        if (c.result != 0) continue;
+        EXPECT_EQ(frames[0].type, c.type);
+        EXPECT_EQ(frames[0].tlvs, c.sent);
+    }
+
+    ApAutoConfRenewReq renew{};
+    EXPECT_EQ(fakePlatform().raiseServReq(SERV_REQ_AP_AUTOCONF_RENEW, &renew), 0U);
+    EXPECT_EQ(sent("eth0").at(0).dst, k1905Multicast);
+    EXPECT_TRUE(fakePlatform().called("start_and_stop_Renew 1"));
+    renew.unicast = 1;
+    kPeer.al.copyTo(renew.dstMac);
+    EXPECT_EQ(fakePlatform().raiseServReq(SERV_REQ_AP_AUTOCONF_RENEW, &renew), 0U);
+    EXPECT_EQ(sent("eth0").at(0).dst, kPeer.intf);
+    ApAutoConfRespReq resp{};
+    resp.msgId = 0x1234;
+    kPeer.al.copyTo(resp.dstMac);
+    EXPECT_EQ(fakePlatform().raiseServReq(SERV_REQ_AP_AUTOCONF_RESP, &resp), 0U);
+    EXPECT_EQ(sent("eth0").at(0).id, 0x1234U);
+    PbEventReq event{};
+    EXPECT_EQ(fakePlatform().raiseServReq(SERV_REQ_PB_EVENT, &event), 0U);
+    EXPECT_EQ(sent("eth0").at(0).id, event.msgId);
+    EXPECT_EQ(fakePlatform().raiseServReq(SERV_REQ_PB_JOIN, nullptr), 16U);
+    EXPECT_EQ(fakePlatform().raiseServReq(6, &event), 16U);
 }
 
 }  // namespace

@@ -1,0 +1,198 @@
+#include "service/action_handlers.h"
+
+#include <array>
+#include <string>
+
+#include "core/log.h"
+#include "core/options.h"
+#include "core/result.h"
+#include "datamodel/json_change_log.h"
+#include "platform/autoconfig.h"
+#include "platform/device.h"
+#include "service/slots.h"
+#include "topology/data_manager.h"
+#include "topology/listing.h"
+#include "transport/ports.h"
+
+namespace {
+
+using namespace slots;
+
+constexpr int kUnknownItem = 32;
+constexpr int kZeroLogMax = 34;
+constexpr uint32_t kShowTables = 6;  // in place of a debug level
+
+int32_t signedNumber(const ServReq& request, Field field) {
+    return static_cast<int32_t>(request.number(field));
+}
+
+// Most requests name their answer in a return-code answer, the others themselves.
+int answerCode(const ServReq& request, uint16_t answer, int code) {
+    return respRetCode(request.pid(), answer, code);
+}
+
+int answerResult(const ServReq& request, uint16_t answer, int result) {
+    return ServResp(request.pid(), answer)
+        .number(resp::kResult, static_cast<uint32_t>(result))
+        .answer();
+}
+
+// The tables follow what the platform has just been told.
+int answerWpsCode(const ServReq& request, uint16_t answer, int code) {
+    (void)updateWPSConfig();
+    return answerCode(request, answer, code);
+}
+
+}  // namespace
+
+int respSetIntfPwrStateServReq(const ServReq& request, uint16_t answer) {
+    return answerResult(
+        request, answer,
+        setIntfPwrStateByMac(request.mac(req::kIntfMac), request.number(req::kMediaType),
+                             request.number(req::kPwrState)));
+}
+
+int respAddFwdRuleServReq(const ServReq& request, uint16_t answer) {
+    return answerCode(request, answer, kFailure);
+}
+
+int respMdfyFwdRuleServReq(const ServReq& request, uint16_t answer) {
+    return answerResult(request, answer, kFailure);
+}
+
+int respRmFwdRuleServReq(const ServReq& request, uint16_t answer) {
+    AlTable* al = getAlTable();
+    const auto ruleId = static_cast<uint16_t>(request.number(req::kRuleId));
+    const auto isMeant = [&](const FwdRule& rule) { return rule.ruleId == ruleId; };
+    const bool removed = al != nullptr && std::erase_if(al->fwdRules, isMeant) > 0;
+    return answerResult(request, answer, removed ? kOk : kFailure);
+}
+
+int respSetTopolLogMaxServReq(const ServReq& request, uint16_t answer) {
+    const auto maximum = static_cast<uint16_t>(request.number(req::kLogMax));
+    return answerResult(request, answer,
+                        maximum == 0 ? kZeroLogMax : setMaxChangeLogEntriesOption(maximum));
+}
+
+int respSetSecServReq(const ServReq& request, uint16_t answer) {
+    return answerResult(request, answer, kFailure);
+}
+
+int respSetConfServReq(const ServReq& request, uint16_t answer) {
+    // Meant: the value is passed on unchecked.
+    const uint32_t value = request.number(req::kItemValue);
+    switch (request.number(req::kItem)) {
+        case 0:
+            return answerResult(request, answer, setEnableRebootFromNbrOption(value));
+        case 1:
+            return answerResult(request, answer, setEnableIntfPwrCtrlFromNbrOption(value));
+        default:
+            return answerResult(request, answer, kUnknownItem);
+    }
+}
+
+int handleWPSSetConfigReq(const ServReq& request, uint16_t answer) {
+    return answerWpsCode(
+        request, answer,
+        setWPSConfig(signedNumber(request, req::kValue1), signedNumber(request, req::kValue2),
+                     signedNumber(request, req::kValue3)));
+}
+
+int handleWPSGetConfigReq(const ServReq& /*request*/, uint16_t /*answer*/) {
+    markRequestIdle();
+    return kOk;
+}
+
+int handleWPSSendRenewReq(const ServReq& request, uint16_t answer) {
+    return answerCode(request, answer,
+                      sendWPSRenew(static_cast<uint8_t>(request.number(req::kBand))));
+}
+
+int handleWPSSetConfigChangetimeoutReq(const ServReq& request, uint16_t answer) {
+    WpsConfig config{};
+    int code = getWPSConfig(&config);
+    if (code == kOk) {
+        code = setWPSConfigChangetimeout(config.deviceType, config.sendSearch, config.sendResponse,
+                                         signedNumber(request, req::kValue1));
+    }
+    return answerWpsCode(request, answer, code);
+}
+
+int handleWPSSetApproveflagReq(const ServReq& request, uint16_t answer) {
+    return answerCode(request, answer, setApproveFlag_flag(signedNumber(request, req::kValue1)));
+}
+
+int handleWPSSendSearchReq(const ServReq& request, uint16_t answer) {
+    return answerCode(request, answer,
+                      sendWPSSearch(static_cast<uint8_t>(request.number(req::kBand))));
+}
+
+int handleWPSWifiReloadReq(const ServReq& request, uint16_t answer) {
+    return answerCode(request, answer,
+                      setWiFiReloadFlag(signedNumber(request, req::kValue1),
+                                        signedNumber(request, req::kValue2)));
+}
+
+int handleWPSSetConfigByBandReq(const ServReq& request, uint16_t answer) {
+    const std::string band(request.text(req::kBandText));
+    return answerWpsCode(request, answer,
+                         setWPSConfByBand(band.c_str(), signedNumber(request, req::kBandSearch),
+                                          signedNumber(request, req::kBandResponse)));
+}
+
+int handleFWStateReq(const ServReq& request, uint16_t answer) {
+    const std::string state(request.text(req::kStateText));
+    return answerCode(request, answer, setFWState(state.c_str()));
+}
+
+int handleWIFIStateActionReq(const ServReq& request, uint16_t answer) {
+    return answerCode(request, answer, kFailure);
+}
+
+int handleSendWIFISyncAllReq(const ServReq& request, uint16_t answer) {
+    const AlTable* al = getAlTable();
+    if (al == nullptr) return answerCode(request, answer, kFailure);
+    char data[PLATFORM_SYNC_DATA_LEN];
+    int code = wifi_flag_init();
+    if (code == kOk) code = getWIFIStateSync(data);
+    constexpr std::array<uint8_t, 4> kBands{0, 1, 32, 33};
+    const bool isRegistrar = al->role() == 0;
+    for (const uint8_t band : kBands) {
+        if (code != kOk) break;
+        code = isRegistrar ? vmNetCtrl_WPS_sendRenewMsg(band) : sendWPSSearch(band);
+    }
+    return answerCode(request, answer, code);
+}
+
+int handlesetFWresultServReq(const ServReq& request, uint16_t answer) {
+    const int result = setFWresult(signedNumber(request, req::kValue1));
+    (void)answerCode(request, answer, kOk);
+    return result;
+}
+
+int handlesetPBEServReq(const ServReq& request, uint16_t answer) {
+    const int result = sendPBEvent();
+    (void)answerCode(request, answer, kOk);
+    return result;
+}
+
+int handlesetSocketReinitServReq(const ServReq& request, uint16_t answer) {
+    const int result = reinitIntfPorts();
+    (void)answerCode(request, answer, kOk);
+    return result;
+}
+
+int handleprintfvm1905logServReq(const ServReq& request, uint16_t answer) {
+    const int result = writeJsonvm1905log();
+    (void)answerCode(request, answer, kOk);
+    return result;
+}
+
+int handleSetDebugLevelReq(const ServReq& request, uint16_t answer) {
+    const uint32_t level = request.number(req::kValue1);
+    (void)answerCode(request, answer, kOk);
+    if (level != kShowTables) return setDebugLevel(static_cast<uint8_t>(level));
+    showportinfo();
+    showtopolTable();
+    return kOk;
+}

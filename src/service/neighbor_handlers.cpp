@@ -1,0 +1,312 @@
+#include "service/neighbor_handlers.h"
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <string>
+
+#include "controller/control_lists.h"
+#include "core/log.h"
+#include "core/result.h"
+#include "platform/device.h"
+#include "service/pending_requests.h"
+#include "service/slots.h"
+#include "topology/data_manager.h"
+#include "topology/topology_flow.h"
+#include "vendor/payloads.h"
+#include "vendor/vend_disc.h"
+#include "vendor/vend_sender.h"
+
+namespace {
+
+using namespace slots;
+
+constexpr uint32_t kTopolAvailable = 1;
+
+uint8_t byteOf(const ServReq& request, Field field) {
+    return static_cast<uint8_t>(request.number(field));
+}
+
+uint16_t halfOf(const ServReq& request, Field field) {
+    return static_cast<uint16_t>(request.number(field));
+}
+
+// kOk when an order may go to the device, else what its client is told.
+int checkTarget(const MacAddr& target) {
+    const TopolTable* topol = getNetTopolTable();
+    if (topol == nullptr || topol->status != kTopolAvailable) {
+        LOG_PUTS(2, "network topology is incompleted\r");
+        return kTopolIncomplete;
+    }
+    for (unsigned i = 0, num = getNbrDevNum(); i < num; i++) {
+        const NbrDev* dev = getNbrDevTableByIndex(i);
+        if (dev != nullptr && dev->alMac == target) return kOk;
+    }
+    LOG(2, "AL MAC (" MAC_FMT ") can't found: unmatched\r\n", MAC_ARGS(target));
+    return kNotAddressed;
+}
+
+struct Order {
+    VendMsgType type;
+    std::unique_ptr<VendPayload> payload;
+    std::function<void()> announce{};             // its line in the message log
+    std::function<void(uint16_t msgId)> enter{};  // into the list of orders that are repeated
+};
+
+int sendOrder(const ServReq& request, Order order) {
+    markRequestIdle();
+    if (order.announce) order.announce();
+    const MacAddr target = request.mac(req::kTarget);
+    uint16_t msgId = 0;
+    if (sendVendMsg(target, order.type, std::move(order.payload), &msgId) != kOk) return kFailure;
+    if (order.enter) order.enter(msgId);
+    return registerServReq(request.pid(), request.servId(), msgId);
+}
+
+// notFound is what the client is told to be refused when there is no such device.
+int giveOrder(const ServReq& request, uint16_t notFound, Order order) {
+    const int code = checkTarget(request.mac(req::kTarget));
+    if (code == kOk) return sendOrder(request, std::move(order));
+    return respRetCode(request.pid(), code == kNotAddressed ? notFound : request.servId(), code);
+}
+
+int giveOrder(const ServReq& request, Order order) {
+    return giveOrder(request, request.servId(), std::move(order));
+}
+
+// The orders that one number makes.
+int giveOption(const ServReq& request, VendMsgType type) {
+    return giveOrder(request,
+                     {type, std::make_unique<OptionPayload>(request.mac(req::kTarget),
+                                                            byteOf(request, req::kCtrlValue))});
+}
+
+// An order that goes to one device or to all.
+struct Control {
+    VendMsgType one, all;
+    const char* name;    // in the message log
+    const char* object;  // likewise
+    int (*enter)(const MacAddr* almac, int32_t value, int flag);
+};
+
+int giveControl(const ServReq& request, const Control& control) {
+    const MacAddr target = request.mac(req::kTarget);
+    const auto value = static_cast<int32_t>(request.number(req::kCtrlValue));
+    auto payload = std::make_unique<OptionPayload>(target, static_cast<uint8_t>(value));
+    if (!target.isZero()) {
+        return giveOrder(request, {control.one, std::move(payload),
+                                   [&] {
+                                       Outputlog("[%s] send %s (%d) to (" MAC_FMT ")", control.name,
+                                                 control.object, value, MAC_ARGS(target));
+                                   },
+                                   [&](uint16_t) { (void)control.enter(&target, value, 1); }});
+    }
+    markRequestIdle();
+    Outputlog("[%s] send %s (%d) to multicast", control.name, control.object, value);
+    const int result = sendVendMcastMsg(control.all, std::move(payload));
+    (void)control.enter(&target, value, 1);
+    return result;
+}
+
+// To the device that the request names, to all when it names none.
+int sendToTarget(const ServReq& request, VendMsgType type, std::unique_ptr<VendPayload> payload) {
+    const MacAddr target = request.mac(req::kTarget);
+    return target.isZero() ? sendVendMcastMsg(type, std::move(payload))
+                           : sendVendMsg(target, type, std::move(payload));
+}
+
+std::unique_ptr<BcnRptReqPayload> beaconRequest(const ServReq& request) {
+    auto payload = std::make_unique<BcnRptReqPayload>();
+    payload->almac = request.mac(req::kTarget);
+    payload->staMac = request.mac(req::kStation);
+    payload->bssid = request.mac(req::kBssid);
+    payload->operatingClass = byteOf(request, req::kOperatingClass);
+    payload->channel = byteOf(request, req::kChannel);
+    payload->mode = byteOf(request, req::kMode);
+    payload->duration = halfOf(request, req::kDuration);
+    payload->ssid = request.text(req::kSsid);
+    return payload;
+}
+
+int sendNetworkCtrl(const MacAddr& target, uint16_t option, std::string_view command) {
+    auto payload = std::make_unique<NetworkCtrlReq>();
+    payload->almac = target;
+    payload->networkOption = option;
+    payload->command = command;
+    return sendVendMsg(target, VEND_MSG_TYPE_NETWORKCTRL_REQ, std::move(payload));
+}
+
+}  // namespace
+
+int handleRebootNbrServReq(const ServReq& request, uint16_t /*answer*/) {
+    const MacAddr target = request.mac(req::kTarget);
+    return giveOrder(request,
+                     {VEND_MSG_TYPE_REBOOT_REQ, std::make_unique<AlMacPayload>(target),
+                      [&] { Outputlog("[Reboot] send Reboot to (" MAC_FMT ")", MAC_ARGS(target)); },
+                      [&](uint16_t msgId) { (void)setRebootCtrlList(&target, msgId, 1); }});
+}
+
+int handleresetToDefaultServReq(const ServReq& request, uint16_t /*answer*/) {
+    const MacAddr target = request.mac(req::kTarget);
+    return giveOrder(request,
+                     {VEND_MSG_TYPE_RESETTODEFAULT_REQ, std::make_unique<AlMacPayload>(target),
+                      [&] {
+                          Outputlog("[ResetToDefault] send reset to default to (" MAC_FMT ")",
+                                    MAC_ARGS(target));
+                      },
+                      [&](uint16_t msgId) { (void)setResetToDefaultCtrlList(&target, msgId, 1); }});
+}
+
+int handleLEDCtrlServReq(const ServReq& request, uint16_t /*answer*/) {
+    return giveControl(request, {VEND_MSG_TYPE_LED_CTRL_REQ, VEND_MSG_TYPE_LED_CTRL_MCAST_REQ,
+                                 "LEDCtrl", "LED", setLEDCtrlList});
+}
+
+int handleSystemCtrlReq(const ServReq& request, uint16_t /*answer*/) {
+    return giveControl(request, {VEND_MSG_TYPE_SYSTEM_CTRL_REQ, VEND_MSG_TYPE_SYSTEM_CTRL_MCAST_REQ,
+                                 "SystemCtrl", "System", setSystemCtrlList});
+}
+
+int handleCtrlNbrIntfPwrServReq(const ServReq& request, uint16_t answer) {
+    auto payload = std::make_unique<IntfPwrCtrlReq>();
+    payload->almac = request.mac(req::kTarget);
+    size_t num = request.number(req::kPwrIntfNum);
+    if (num > req::kMaxPwrIntfNum) {
+        LOG(2, "intfNum(%d) > MAX_INTF_NUM(%d)\r\n", static_cast<int>(num),
+            static_cast<int>(req::kMaxPwrIntfNum));
+        num = req::kMaxPwrIntfNum;
+    }
+    for (size_t i = 0; i < num; i++) {
+        const size_t at = req::kPwrEntries + i * req::kPwrEntryLen;
+        payload->intfs.push_back({request.macAt(at), halfOf(request, {at + 6, 2})});
+    }
+    payload->pwrState = byteOf(request, req::kPwrCtrl);
+    // Meant: this request alone is told by its answer's number that there is no such device.
+    return giveOrder(request, answer, {VEND_MSG_TYPE_INTF_PWR_CTRL_REQ, std::move(payload)});
+}
+
+int handleWPSSETCONFNBRServReq(const ServReq& request, uint16_t /*answer*/) {
+    return giveOption(request, VEND_MSG_TYPE_WPS_CTRL_REQ);
+}
+
+int handleAPSteeringServReq(const ServReq& request, uint16_t /*answer*/) {
+    return giveOption(request, VEND_MSG_TYPE_APSteering_REQ);
+}
+
+int handleFWCTRLNBRServReq(const ServReq& request, uint16_t /*answer*/) {
+    auto payload = std::make_unique<FwCtrlReq>();
+    payload->fwOption = byteOf(request, req::kFwOption);
+    payload->fwTopoOption = byteOf(request, req::kFwTopoOption);
+    payload->fwUrl = request.text(req::kFwUrl);
+    return giveOrder(request, {VEND_MSG_TYPE_FW_CTRL_REQ, std::move(payload)});
+}
+
+int handleSendCommandServReq(const ServReq& request, uint16_t /*answer*/) {
+    auto payload = std::make_unique<SendCommandReq>();
+    payload->commandUrl = request.text(req::kCommand);
+    payload->commandDataCount = static_cast<uint16_t>(payload->commandUrl.size());
+    return giveOrder(request, {VEND_MSG_TYPE_SENDCOMMAND_REQ, std::move(payload)});
+}
+
+int handleSendBcnRptServReq(const ServReq& request, uint16_t /*answer*/) {
+    return giveOrder(request, {VEND_MSG_TYPE_SENDBCNRPT_REQ, beaconRequest(request)});
+}
+
+int handleGetBcnRptServReq(const ServReq& request, uint16_t /*answer*/) {
+    return giveOrder(request, {VEND_MSG_TYPE_GETBCNRPT_REQ, beaconRequest(request)});
+}
+
+int handleSendBTMServReq(const ServReq& request, uint16_t /*answer*/) {
+    auto payload = std::make_unique<BtmReqPayload>();
+    payload->almac = request.mac(req::kTarget);
+    payload->staMac = request.mac(req::kStation);
+    payload->bssid = request.mac(req::kBssid);
+    payload->operatingClass = byteOf(request, req::kOperatingClass);
+    payload->channel = byteOf(request, req::kChannel);
+    payload->disassocImminent = byteOf(request, req::kDisassocImminent);
+    payload->disassocTimer = halfOf(request, req::kDisassocTimer);
+    return giveOrder(request, {VEND_MSG_TYPE_SENDBTM_REQ, std::move(payload)});
+}
+
+int handleBlacklistServReq(const ServReq& request, uint16_t /*answer*/) {
+    constexpr uint16_t kAddService = 208;
+    auto payload = std::make_unique<BlacklistReq>();
+    payload->almac = request.mac(req::kTarget);
+    payload->option = request.servId() == kAddService ? 0 : 1;
+    payload->staMac = request.mac(req::kStation);
+    return giveOrder(request, {VEND_MSG_TYPE_ADDBLACKLIST_REQ, std::move(payload)});
+}
+
+int handleSpeedTestReq(const ServReq& request, uint16_t answer) {
+    constexpr int kOneWaits = 0;  // an order waits for its acknowledgement
+    auto payload = std::make_unique<SpeedTestCtrlReq>();
+    payload->enable = byteOf(request, req::kSpeedEnable);
+    payload->action = byteOf(request, req::kSpeedAction);
+    payload->url = request.text(req::kSpeedUrl);
+    payload->startTime = request.number(req::kSpeedStart);
+    payload->runtime = request.number(req::kSpeedRuntime);
+    payload->lanMac = request.mac(req::kSpeedLanMac);
+    const VendMsgType type =
+        payload->enable != 0 ? VEND_MSG_TYPE_SPEEDTEST_START : VEND_MSG_TYPE_SPEEDTEST_STOP;
+    const int code = sendToTarget(request, type, std::move(payload));
+    if (code == kOk) (void)setSpeedTestSendCtrlflag(kOneWaits);
+    return respRetCode(request.pid(), answer, code);
+}
+
+int handleWIFIStateSearchReq(const ServReq& request, uint16_t answer) {
+    const MacAddr* own = getAlMac();
+    const int code = own == nullptr ? kFailure
+                                    : sendToTarget(request, VEND_MSG_TYPE_WIFISTATESEARCH,
+                                                   std::make_unique<AlMacPayload>(*own));
+    return respRetCode(request.pid(), answer, code);
+}
+
+int handleWIFIStateRenewReq(const ServReq& request, uint16_t answer) {
+    const MacAddr* own = getAlMac();
+    char data[PLATFORM_SYNC_DATA_LEN] = {};
+    int code = own == nullptr ? kFailure : getWIFIStateSync(data);
+    if (code == kOk) {
+        code = sendToTarget(
+            request, VEND_MSG_TYPE_WIFISTATERENEW,
+            std::make_unique<TextPayload>(*own, std::string(data, strnlen(data, sizeof data))));
+    }
+    return respRetCode(request.pid(), answer, code);
+}
+
+int handleRequestLogFileReq(const ServReq& request, uint16_t answer) {
+    return respRetCode(request.pid(), answer,
+                       sendToTarget(request, VEND_MSG_TYPE_REQUESTLOGFILE_REQ,
+                                    std::make_unique<AlMacPayload>(request.mac(req::kTarget))));
+}
+
+int handleNetworkCtrlReq(const ServReq& request, uint16_t answer) {
+    const MacAddr target = request.mac(req::kTarget);
+    const uint16_t option = halfOf(request, req::kNetOption);
+    const std::string_view command = request.text(req::kNetCommand);
+    int code = kOk;
+    if (!target.isZero()) {
+        code = sendNetworkCtrl(target, option, command);
+    } else if (const TopolTable* topol = getNetTopolTable()) {
+        for (const auto& dev : topol->devs) {
+            if (sendNetworkCtrl(dev.alMac, option, command) != kOk) code = kFailure;
+        }
+    }
+    if (code == kOk || target.isZero()) (void)setNetworkCtrlList(&target, option, command, 1);
+    return respRetCode(request.pid(), answer, code);
+}
+
+int handleSendDiscoveryReq(const ServReq& request, uint16_t answer) {
+    const int topol = sendTopolDisc();
+    const int vend = sendVendDiscMsg(nullptr);
+    (void)respRetCode(request.pid(), answer, kOk);
+    return topol != kOk ? topol : vend;
+}
+
+int handleUpdateExtenderConifgReq(const ServReq& request, uint16_t answer) {
+    // Meant: answered before anything is done.
+    (void)respRetCode(request.pid(), answer, kOk);
+    const MacAddr* own = getAlMac();
+    if (own == nullptr) return kFailure;
+    return sendVendMcastMsg(VEND_MSG_TYPE_UPDATEEXTENDCONF_REQ,
+                            std::make_unique<TextPayload>(*own, ""));
+}
