@@ -49,8 +49,10 @@ IntfTable* findIntf(const ServReq& request, int& code) {
 IntfTable* findLinks(const ServReq& request, int& code) {
     code = kNoTable;
     if (getAlTable() == nullptr) return nullptr;
-    code = kIntfNotFound;
-    return getIntfLinkMetricsById(request.mac(req::kIntfMac), request.number(req::kMediaType));
+    const MacAddr mac = request.mac(req::kIntfMac);
+    const uint32_t mediaType = request.number(req::kMediaType);
+    code = getIntfTableById(mac, mediaType) != nullptr ? kFailure : kIntfNotFound;
+    return getIntfLinkMetricsById(mac, mediaType);
 }
 
 Ieee1905DevTable* findDev(const ServReq& request, int& code) {

@@ -8,7 +8,7 @@
 #include <fstream>
 #include <thread>
 
-#include "service/pending_requests.h"
+#include "controller/control_lists.h"
 #include "service/service_monitor.h"
 #include "service/slots.h"
 #include "service/wake_fifo.h"
@@ -146,21 +146,19 @@ TEST_F(Service, Records) {
         Frame payload;
         std::string answer;
     } cases[] = {
+        // clang-format off
         {0, {}, answer(1, bytesOf(kOwnAl) + zeros(3) + num32(5) + Frame{2})},
         {4, own0, answer(5, hex("aabbcc") + Frame(626, 0x77))},
         {4, nobody, code(4, 82)},
         {6, own0, answer(7, {})},
         {10, own0, answer(11, zeros(1) + num16(1))},
-        {12, own0,
-         answer(13, bytesOf(kPeer.intf) + bytesOf(kEth0) + zeros(1) + num32(1) + num32(2) +
-                        num32(3) + num32(4) + num16(1000) + num16(90) + num16(800) + Frame{7})},
+        {12, own0, answer(13, bytesOf(kPeer.intf) + bytesOf(kEth0) + zeros(1) + num32(1) + num32(2) + num32(3) + num32(4) + num16(1000) + num16(90) + num16(800) + Frame{7})},
         {12, own0 + Frame{1}, code(12, 80)},
         {18, {}, code(18, 2)},
         {20, {1}, answer(21, zeros(1) + num16(8))},
         {20, {2}, code(20, 80)},
         {28, {}, answer(29, zeros(1) + num32(1) + Frame{1, 100, 1, 1})},
-        {30,
-         {0},
+        {30, {0},
          answer(31, zeros(1) + num32(1'700'000'000) + Frame{1} + al + bytesOf(kEth1) + Frame{1} +
                         nobody)},
         {30, {1}, code(30, 80)},
@@ -181,6 +179,7 @@ TEST_F(Service, Records) {
         {1, {}, ""},
         {217, {}, ""},
         {65535, {}, ""},
+        // clang-format on
     };
     for (const auto& c : cases) EXPECT_EQ(ask(c.servId, c.payload), c.answer) << c.servId;
 
@@ -273,45 +272,66 @@ TEST_F(Service, APokeEndsTheWait) {
     EXPECT_FALSE(std::filesystem::exists(path));
 }
 
-TEST_F(Service, Actions) {
+TEST_F(Service, ActionsAndMessages) {
     start();
-    // What the platform is told, and its result in the answer when it fails.
+    meet(kPeer, 1);
+    drop();
+    calls();
+    fakePlatform().wifiStateSync = "sync";
+    initCtrlLists();
+    const Frame al = bytesOf(kPeer.al);
+    const std::string to = print(al), own = print(bytesOf(kOwnAl));
     const struct {
         unsigned servId;
         Frame payload;
-        std::string answer, calls;
+        std::string answer, sent, calls;  // what leaves, and what the platform is told
     } cases[] = {
-        {8, bytesOf(kEth1) + zeros(1) + num16(1) + Frame{2}, answer(9, {}),
-         "setIntfPwrStateById 02:19:05:00:01:01 1 2; "},
-        {22, {}, code(22, 16), ""},
-        {26, zeros(1) + num16(7), answer(27, {}), ""},
-        {26, zeros(1) + num16(7), answer(27, {16}), ""},
-        {32, {0}, answer(33, {34}), ""},
-        {32, {50}, answer(33, {}), ""},
-        {130, {2, 1}, answer(131, {32}), ""},
-        {130, {0, 200}, answer(131, {}), ""},
-        {128, {0}, answer(129, {200}), ""},
-        {138, zeros(1) + num32(1) + num32(0) + num32(1), code(139, 0), "setWPSConfig 1 0 1; "},
-        {163, zeros(1) + num32(60), code(164, 0), "setWPSConfigChangetimeout 1 0 1 60; "},
-        {140, {}, "", ""},
-        {141, zeros(6) + Frame{33}, code(142, 0), "sendWPSRenew 33; "},
-        {169, zeros(6) + Frame{1}, code(170, 0), "sendWPSSearch 1; "},
-        {151, zeros(1) + num32(1), code(152, 0), "setFWresult 1; "},
-        {153, {}, code(154, 0), "sendPBEvent; "},
-        {155, {}, code(156, 0), ""},
-        {157, {}, code(158, 0), ""},
-        {165, zeros(1) + num32(1), code(166, 0), "setApproveFlag_flag 1; "},
-        {171, zeros(1) + num32(1) + num32(1), code(172, 0), "setWiFiReloadFlag 1 1; "},
-        {177, zeros(9) + hex("42757379"), code(178, 0), "setFWState Busy; "},
-        {189, hex("416c6c") + zeros(14) + num32(1) + num32(0), code(190, 0),
-         "setWPSConfByBand All 1 0; "},
-        {191, {}, code(192, 16), ""},
+        // clang-format off
+        {8, bytesOf(kEth1) + zeros(1) + num16(1) + Frame{2}, answer(9, {}), "", "setIntfPwrStateById 02:19:05:00:01:01 1 2; "},
+        {22, {}, code(22, 16), "", ""},
+        {26, zeros(1) + num16(7), answer(27, {}), "", ""},
+        {26, zeros(1) + num16(7), answer(27, {16}), "", ""},
+        {32, {0}, answer(33, {34}), "", ""},
+        {32, {50}, answer(33, {}), "", ""},
+        {130, {2, 1}, answer(131, {32}), "", ""},
+        {130, {0, 200}, answer(131, {}), "", ""},
+        {128, {0}, answer(129, {200}), "", ""},
+        {138, zeros(1) + num32(1) + num32(0) + num32(1), code(139, 0), "", "setWPSConfig 1 0 1; "},
+        {163, zeros(1) + num32(60), code(164, 0), "", "setWPSConfigChangetimeout 1 0 1 60; "},
+        {140, {}, "", "", ""},
+        {141, zeros(6) + Frame{33}, code(142, 0), "", "sendWPSRenew 33; "},
+        {169, zeros(6) + Frame{1}, code(170, 0), "", "sendWPSSearch 1; "},
+        {151, zeros(1) + num32(1), code(152, 0), "", "setFWresult 1; "},
+        {153, {}, code(154, 0), "", "sendPBEvent; "},
+        {155, {}, code(156, 0), "", ""},
+        {157, {}, code(158, 0), "", ""},
+        {165, zeros(1) + num32(1), code(166, 0), "", "setApproveFlag_flag 1; "},
+        {171, zeros(1) + num32(1) + num32(1), code(172, 0), "", "setWiFiReloadFlag 1 1; "},
+        {177, zeros(9) + hex("42757379"), code(178, 0), "", "setFWState Busy; "},
+        {189, hex("416c6c") + zeros(14) + num32(1) + num32(0), code(190, 0), "", "setWPSConfByBand All 1 0; "},
+        {191, {}, code(192, 16), "", ""},
+        {161, zeros(9) + num32(0x102), "", "34:00000000000002 ", "outputlogData [LEDCtrl] send LED (258) to multicast; "},
+        {214, zeros(9) + num32(3), "", "75:00000000000003 ", "outputlogData [SystemCtrl] send System (3) to multicast; "},
+        {179, al + hex("0102 00") + num32(1) + num32(60) + bytesOf(kStation) + hex("75"), code(180, 0), "10:0102000175000000010000003c0257a0000001 ", "setSpeedTestSendCtrlflag 0; "},
+        {179, zeros(6), code(180, 0), "12:000000000000000000000000000000000000 ", "setSpeedTestSendCtrlflag 0; "},
+        {181, al, code(182, 0), "13:" + own + " ", ""},
+        {183, {}, code(184, 0), "14:" + own + "000473796e63 ", ""},
+        {187, al, code(188, 0), "28:" + to + " ", ""},
+        {187, bytesOf(kStation), code(188, 16), "", ""},
+        {197, zeros(7) + num16(0x0102) + hex("6c73"), code(198, 0), "49:" + to + "010200026c73 ", ""},
+        {185, {}, code(186, 0), "45:" + own + print(bytesOf(kEth0)) + " ", ""},
+        {216, {}, code(217, 0), "56:" + own + "0000 ", ""},
+        {212, {}, code(213, 0), "", "wifi_flag_init; sendWPSSearch 0; sendWPSSearch 1; sendWPSSearch 32; sendWPSSearch 33; "},
+        // clang-format on
     };
     (void)getAlTable()->fwdRules.emplace_back(FwdRule{7});
     for (const auto& c : cases) {
         EXPECT_EQ(ask(c.servId, c.payload), c.answer) << c.servId;
+        EXPECT_EQ(orders(), c.sent) << c.servId;
         EXPECT_EQ(calls(), c.calls) << c.servId;
     }
+    (void)checkLEDCtrlList();
+    EXPECT_EQ(orders(), "33:" + to + "02 ") << "to be repeated";
     EXPECT_TRUE(std::filesystem::exists(folder() + "/vm1905_log.json"));
     fakePlatform().fail = {"sendWPSRenew", "sendPBEvent"};
     EXPECT_EQ(ask(141), code(142, 16));
@@ -341,6 +361,7 @@ TEST_F(Service, OrdersToOtherDevices) {
         Frame response;     // to it: message type and payload
         std::string answer;
     } cases[] = {
+        // clang-format off
         {134, {}, "4:" + to, hex("05 07"), answer(135, {7})},
         {136, hex("01") + bytesOf(kEth0) + num16(0x0105) + zeros(232) + Frame{2},
          "6:" + to + "01" + print(bytesOf(kEth0)) + "010502", hex("07 01 021905000100 0105 10"),
@@ -351,14 +372,13 @@ TEST_F(Service, OrdersToOtherDevices) {
         {149, {}, "22:" + to, hex("17 03"), answer(150, {3})},
         {159, hex("000000 3220"), "25:000200023220", hex("20 03"), answer(160, {3})},
         {161, zeros(3) + num32(5), "33:" + to + "05", hex("23 03"), answer(162, {3})},
-        {202, station + hex("41"), "64:" + stationOut + "000141", hex("41 00 03 000000000000 0000"),
-         answer(203, {3})},
-        {204, station, "66:" + stationOut + "0000", hex("43 01 00 0257a0000001 0002 0a0b"),
-         answer(205, Frame{0} + bytesOf(kStation) + num16(2) + hex("0a0b"))},
+        {202, station + hex("41"), "64:" + stationOut + "000141", hex("41 00 03 000000000000 0000"), answer(203, {3})},
+        {204, station, "66:" + stationOut + "0000", hex("43 01 00 0257a0000001 0002 0a0b"), answer(205, Frame{0} + bytesOf(kStation) + num16(2) + hex("0a0b"))},
         {206, station, "68:" + stationOut, hex("45 03"), answer(207, {3})},
         {208, bytesOf(kStation), "70:" + to + "000257a0000001", hex("47 00 03"), answer(209, {3})},
         {210, bytesOf(kStation), "70:" + to + "010257a0000001", hex("47 01 03"), answer(211, {3})},
         {214, zeros(3) + num32(5), "74:" + to + "05", hex("4c 03"), answer(215, {3})},
+        // clang-format on
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.servId);
@@ -381,56 +401,15 @@ TEST_F(Service, OrdersToOtherDevices) {
                       vendFrame(kEth0, kPeer.intf, kPeer.al, frames[0].id, c.response[0], payload));
         EXPECT_EQ(take(), c.answer);
     }
+    initCtrlLists();
+    EXPECT_EQ(ask(134, al), "");
+    drop();
+    (void)checkRebootCtrlList();
+    EXPECT_EQ(orders(), "4:" + to + " ") << "to be repeated";
     LogCapture log(2);
     EXPECT_EQ(ask(136, al + Frame(249 - 6, 0xFF)), "");
     EXPECT_NE(log.finish().find("intfNum(255) > MAX_INTF_NUM(30)"), std::string::npos);
     EXPECT_EQ(orders().substr(0, 16), "6:" + to + "1e");
-}
-
-TEST_F(Service, MessagesToOneOrAll) {
-    start();
-    meet(kPeer, 1);
-    drop();
-    calls();
-    fakePlatform().wifiStateSync = "sync";
-    const Frame al = bytesOf(kPeer.al);
-    const std::string to = print(al), own = print(bytesOf(kOwnAl));
-    const struct {
-        unsigned servId;
-        Frame payload;
-        std::string answer, sent, calls;
-    } cases[] = {
-        {161, zeros(9) + num32(0x102), "", "34:00000000000002 ",
-         "outputlogData [LEDCtrl] send LED (258) to multicast; "},
-        {214, zeros(9) + num32(3), "", "75:00000000000003 ",
-         "outputlogData [SystemCtrl] send System (3) to multicast; "},
-        {179, al + hex("0102 00") + num32(1) + num32(60) + bytesOf(kStation) + hex("75"),
-         code(180, 0),
-         "10:01020001750000000100"
-         "00003c0257a0000001 ",
-         "setSpeedTestSendCtrlflag 0; "},
-        {179, zeros(6), code(180, 0), "12:000000000000000000000000000000000000 ",
-         "setSpeedTestSendCtrlflag 0; "},
-        {181, al, code(182, 0), "13:" + own + " ", ""},
-        {183, {}, code(184, 0), "14:" + own + "000473796e63 ", ""},
-        {187, al, code(188, 0), "28:" + to + " ", ""},
-        {187, bytesOf(kStation), code(188, 16), "", ""},
-        {197, zeros(7) + num16(0x0102) + hex("6c73"), code(198, 0), "49:" + to + "010200026c73 ",
-         ""},
-        {185, {}, code(186, 0), "45:" + own + print(bytesOf(kEth0)) + " ", ""},
-        {216, {}, code(217, 0), "56:" + own + "0000 ", ""},
-        {212,
-         {},
-         code(213, 0),
-         "",
-         "wifi_flag_init; vmNetCtrl_WPS_sendRenewMsg 0; vmNetCtrl_WPS_sendRenewMsg 1; "
-         "vmNetCtrl_WPS_sendRenewMsg 32; vmNetCtrl_WPS_sendRenewMsg 33; "},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(ask(c.servId, c.payload), c.answer) << c.servId;
-        EXPECT_EQ(orders(), c.sent) << c.servId;
-        EXPECT_EQ(calls(), c.calls) << c.servId;
-    }
 }
 
 // Messages of the clients' and of the platform library's making.
@@ -447,6 +426,7 @@ TEST_F(Service, StandardMessages) {
         uint8_t result;
         std::string sent;  // its TLVs
     } cases[] = {
+        // clang-format off
         {0, {}, 0, "1 2"},
         {2, {}, 0, "1"},
         {4, vendTlv(kOwnAl, 13, bytesOf(kOwnAl)), 0, "11"},
@@ -456,6 +436,7 @@ TEST_F(Service, StandardMessages) {
         {10, hex("0d ffff"), 16, ""},
         {3, {}, 64, ""},
         {13, {}, 64, ""},
+        // clang-format on
     };
     for (const auto& c : cases) {
         EXPECT_EQ(raw(c.type, c.tlvs), code(200, c.result)) << c.type;
