@@ -1,8 +1,8 @@
 #include "service/neighbor_handlers.h"
 
-#include <algorithm>
 #include <cstring>
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "controller/control_lists.h"
@@ -63,15 +63,10 @@ int sendOrder(const ServReq& request, Order order) {
     return registerServReq(request.pid(), request.servId(), msgId);
 }
 
-// notFound is what the client is told to be refused when there is no such device.
-int giveOrder(const ServReq& request, uint16_t notFound, Order order) {
-    const int code = checkTarget(request.mac(req::kTarget));
-    if (code == kOk) return sendOrder(request, std::move(order));
-    return respRetCode(request.pid(), code == kNotAddressed ? notFound : request.servId(), code);
-}
-
 int giveOrder(const ServReq& request, Order order) {
-    return giveOrder(request, request.servId(), std::move(order));
+    const int code = checkTarget(request.mac(req::kTarget));
+    return code == kOk ? sendOrder(request, std::move(order))
+                       : respRetCode(request.pid(), request.servId(), code);
 }
 
 // The orders that one number makes.
@@ -170,6 +165,10 @@ int handleSystemCtrlReq(const ServReq& request, uint16_t /*answer*/) {
 int handleCtrlNbrIntfPwrServReq(const ServReq& request, uint16_t answer) {
     auto payload = std::make_unique<IntfPwrCtrlReq>();
     payload->almac = request.mac(req::kTarget);
+    if (const int code = checkTarget(payload->almac); code != kOk) {
+        // Meant: this request alone is told by its answer's number that there is no such device.
+        return respRetCode(request.pid(), code == kNotAddressed ? answer : request.servId(), code);
+    }
     size_t num = request.number(req::kPwrIntfNum);
     if (num > req::kMaxPwrIntfNum) {
         LOG(2, "intfNum(%d) > MAX_INTF_NUM(%d)\r\n", static_cast<int>(num),
@@ -181,8 +180,7 @@ int handleCtrlNbrIntfPwrServReq(const ServReq& request, uint16_t answer) {
         payload->intfs.push_back({request.macAt(at), halfOf(request, {at + 6, 2})});
     }
     payload->pwrState = byteOf(request, req::kPwrCtrl);
-    // Meant: this request alone is told by its answer's number that there is no such device.
-    return giveOrder(request, answer, {VEND_MSG_TYPE_INTF_PWR_CTRL_REQ, std::move(payload)});
+    return sendOrder(request, {VEND_MSG_TYPE_INTF_PWR_CTRL_REQ, std::move(payload)});
 }
 
 int handleWPSSETCONFNBRServReq(const ServReq& request, uint16_t /*answer*/) {

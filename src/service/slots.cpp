@@ -63,7 +63,7 @@ int initSegment(Segment& segment) {
         return kFailure;
     }
     segment.memory = static_cast<uint8_t*>(memory);
-    // What nobody else can find goes with its last process, however that ends.
+    // One that nobody else can find goes with its process, however that ends.
     if (segment.key == IPC_PRIVATE) (void)shmctl(segment.id, IPC_RMID, nullptr);
     std::memset(segment.memory, 0, segment.size);
     putNumber(segment.memory + slots::kServId.at, slots::kServId.width, slots::kServIdNone);
@@ -74,8 +74,8 @@ int initSegment(Segment& segment) {
 int destroySegment(Segment& segment) {
     const bool detached = segment.memory != nullptr && shmdt(segment.memory) == 0;
     segment.memory = nullptr;
-    const bool removed = segment.id >= 0 &&
-                         (segment.key == IPC_PRIVATE || shmctl(segment.id, IPC_RMID, nullptr) == 0);
+    const bool removed = segment.key == IPC_PRIVATE ||
+                         (segment.id >= 0 && shmctl(segment.id, IPC_RMID, nullptr) == 0);
     segment.id = -1;
     return detached && removed ? kOk : kFailure;
 }
@@ -123,6 +123,10 @@ uint32_t ServReq::number(slots::Field field) const {
         default:
             return raw.empty() ? 0 : raw[0];
     }
+}
+
+MacAddr ServReq::macAt(size_t at) const {
+    return ByteReader(bytes(at, 6)).mac();
 }
 
 std::string_view ServReq::text(slots::Field field) const {

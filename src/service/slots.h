@@ -35,7 +35,7 @@ class ServReq {
     // A field of 1, 2 or 4 bytes.
     uint32_t number(slots::Field field) const;
     MacAddr mac(slots::Field field) const { return macAt(field.at); }
-    MacAddr macAt(size_t at) const { return MacAddr(bytes(at, 6).data()); }
+    MacAddr macAt(size_t at) const;
     // A text of at most the field's width, up to its first zero byte.
     std::string_view text(slots::Field field) const;
     // width bytes, or what is left of the slot.

@@ -1,58 +1,21 @@
 // The service channel through its real slots: a client posts a request, the monitor runs, the
 // client reads what came of it.
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <atomic>
 #include <fstream>
+#include <limits>
 #include <thread>
 
 #include "controller/control_lists.h"
 #include "service/service_monitor.h"
-#include "service/slots.h"
 #include "service/wake_fifo.h"
 #include "support/device.h"
 #include "support/log_capture.h"
+#include "support/slot_client.h"
 #include "support/vendor.h"
 #include "topology/change_log.h"
 
 namespace {
 
 const Peer kPeer = peer(1);
-
-// A number as a client on this machine writes it.
-template <typename T>
-Frame host(T value) {
-    const auto* bytes = reinterpret_cast<const uint8_t*>(&value);
-    return {bytes, bytes + sizeof value};
-}
-Frame num16(unsigned value) {
-    return host(static_cast<uint16_t>(value));
-}
-Frame num32(unsigned value) {
-    return host(static_cast<uint32_t>(value));
-}
-Frame zeros(size_t n) {
-    return Frame(n, 0);
-}
-std::string print(const Frame& bytes) {
-    std::string out;
-    char digits[4];
-    for (const uint8_t byte : bytes) {
-        snprintf(digits, sizeof digits, "%02x", byte);
-        out += digits;
-    }
-    return out;
-}
-// An answer as it is printed below: without the zeros at its end.
-std::string answer(unsigned servId, Frame payload) {
-    while (!payload.empty() && payload.back() == 0) payload.pop_back();
-    return std::to_string(servId) + ":" + print(payload);
-}
-std::string code(uint8_t of, uint8_t value) {
-    return answer(254, {of, value});
-}
 
 class Service : public Device {
   protected:
@@ -68,40 +31,21 @@ class Service : public Device {
         Device::TearDown();
     }
 
-    static std::atomic_ref<uint8_t> flag(uint8_t* slot) { return std::atomic_ref(slot[6]); }
-    // What the client finds in the response slot, which it empties; "" when there is nothing.
-    static std::string take() {
-        uint8_t* const slot = getServRespShm();
-        if (flag(slot) != 0) return "";
-        EXPECT_EQ(Frame(slot, slot + 4), num32(static_cast<unsigned>(getpid())));
-        flag(slot) = 1;
-        unsigned servId = 0;
-        while (Frame(slot + 4, slot + 6) != num16(servId)) servId++;
-        return answer(servId, Frame(slot + 7, slot + 636));
-    }
-    static void post(unsigned servId, const Frame& payload) {
-        uint8_t* const slot = getServReqShm();
-        std::fill(slot, slot + 6, uint8_t{0});
-        std::fill(slot + 7, slot + 256, uint8_t{0});
-        const Frame head = num32(static_cast<unsigned>(getpid())) + num16(servId);
-        std::copy(head.begin(), head.end(), slot);
-        std::copy(payload.begin(), payload.end(), slot + 7);
-        flag(slot) = 0;
-    }
     static std::string ask(unsigned servId, const Frame& payload = {}) {
-        post(servId, payload);
+        postRequest(servId, payload);
         EXPECT_EQ(runServiceMonitor(), kOk);
-        EXPECT_EQ(flag(getServReqShm()), 1);
-        return take();
+        EXPECT_EQ(flagOf(getServReqShm()), 1);
+        return takeAnswer();
     }
-    // Payloads of the vendor messages that left by eth0: "4:payload ".
+    // A vendor message: "4:payload ".
+    static std::string order(const Sent& s) {
+        const auto at = s.frame.begin() + 40;
+        return std::to_string(s.frame.at(37)) + ":" + print({at, at + s.frame.at(39)}) + " ";
+    }
+    // Those that left by eth0.
     static std::string orders() {
         std::string all;
-        for (const auto& s : sent("eth0")) {
-            if (s.type != kMsgVendSpec) continue;
-            const auto at = s.frame.begin() + 40;
-            all += std::to_string(s.frame.at(37)) + ":" + print({at, at + s.frame.at(39)}) + " ";
-        }
+        for (const auto& s : sent("eth0")) all += s.type == kMsgVendSpec ? order(s) : "";
         return all;
     }
     static std::string calls() {
@@ -110,16 +54,33 @@ class Service : public Device {
         fakePlatform().calls.clear();
         return all;
     }
+    void startWithPeer() {
+        start();
+        meet(kPeer, 1);
+        drop();
+        (void)calls();
+    }
+
+    struct Case {
+        unsigned servId;
+        Frame payload;
+        std::string answer, sent{}, calls{};  // what leaves, and what the platform is told
+    };
+    static void check(const std::vector<Case>& cases) {
+        for (const auto& c : cases) {
+            EXPECT_EQ(ask(c.servId, c.payload), c.answer) << c.servId;
+            EXPECT_EQ(orders(), c.sent) << c.servId;
+            EXPECT_EQ(calls(), c.calls) << c.servId;
+        }
+    }
 };
 
 TEST_F(Service, Records) {
     const Frame al = bytesOf(kPeer.al);
     fakePlatform().intfs[0].oui = {0xAA, 0xBB, 0xCC};
     fakePlatform().intfs[0].vendInfo.assign(700, 0x77);
-    LinkDesc link{};
+    LinkDesc link{nullptr, {}, 1, 2, 3, 4, 1000, 90, 800, 7};
     kPeer.intf.copyTo(link.nbrIntfMac);
-    link.txErrors = 1, link.txPackets = 2, link.rxErrors = 3, link.rxPackets = 4;
-    link.throughput = 1000, link.availability = 90, link.phyRate = 800, link.rssi = 7;
     fakePlatform().intfs[0].links = {link};
     fakePlatform().security = {1, 2, 3};
     fakePlatform().securityMode = 1;
@@ -141,96 +102,65 @@ TEST_F(Service, Records) {
 
     const Frame own0 = bytesOf(kEth0) + zeros(1) + num16(1);
     const Frame nobody = bytesOf(kStation);
-    const struct {
-        unsigned servId;
-        Frame payload;
-        std::string answer;
-    } cases[] = {
+    check({
         // clang-format off
         {0, {}, answer(1, bytesOf(kOwnAl) + zeros(3) + num32(5) + Frame{2})},
-        {4, own0, answer(5, hex("aabbcc") + Frame(626, 0x77))},
-        {4, nobody, code(4, 82)},
-        {6, own0, answer(7, {})},
-        {10, own0, answer(11, zeros(1) + num16(1))},
+        {4, own0, answer(5, hex("aabbcc") + Frame(626, 0x77))}, {4, nobody, code(4, 82)},
+        {6, own0, answer(7, {})}, {10, own0, answer(11, zeros(1) + num16(1))},
         {12, own0, answer(13, bytesOf(kPeer.intf) + bytesOf(kEth0) + zeros(1) + num32(1) + num32(2) + num32(3) + num32(4) + num16(1000) + num16(90) + num16(800) + Frame{7})},
-        {12, own0 + Frame{1}, code(12, 80)},
-        {18, {}, code(18, 2)},
-        {20, {1}, answer(21, zeros(1) + num16(8))},
-        {20, {2}, code(20, 80)},
+        {12, own0 + Frame{1}, code(12, 80)}, {18, {}, code(18, 2)}, {20, {1}, answer(21, zeros(1) + num16(8))}, {20, {2}, code(20, 80)},
         {28, {}, answer(29, zeros(1) + num32(1) + Frame{1, 100, 1, 1})},
-        {30, {0},
-         answer(31, zeros(1) + num32(1'700'000'000) + Frame{1} + al + bytesOf(kEth1) + Frame{1} +
-                        nobody)},
-        {30, {1}, code(30, 80)},
-        {34, {0}, answer(35, al + Frame{9, 2, 2, 1, 1})},
-        {34, {255}, code(34, 80)},
-        {36, al + Frame{1},
-         answer(37, bytesOf(kEth1) + Frame{5, 2, 5, 6} + zeros(630 - 17) + Frame{2})},
-        {36, al + Frame{2}, code(36, 80)},
-        {36, nobody, code(36, 87)},
+        {30, {0}, answer(31, zeros(1) + num32(1'700'000'000) + Frame{1} + al + bytesOf(kEth1) + Frame{1} + nobody)},
+        {30, {1}, code(30, 80)}, {34, {0}, answer(35, al + Frame{9, 2, 2, 1, 1})},
+        {34, {255}, code(34, 80)}, {36, nobody, code(36, 87)}, {36, al + Frame{2}, code(36, 80)},
+        {36, al + Frame{1}, answer(37, bytesOf(kEth1) + Frame{5, 2, 5, 6} + zeros(630 - 17) + Frame{2})},
         {38, al, answer(39, bytesOf(kEth1) + Frame{2} + nobody + bytesOf(kEth0))},
         {40, al, answer(41, bytesOf(kEth1) + Frame{1} + bytesOf(kOwnAl) + Frame{1})},
         {42, al, answer(43, Frame{2} + bytesOf(kEth0) + bytesOf(kEth1))},
-        {44, {}, answer(45, Frame{1} + num16(3) + Frame{1, 2, 3})},
-        {128, {1}, answer(129, {1})},
-        {128, {2}, code(128, 32)},
-        {132, al, answer(133, {1})},
-        {132, al + Frame{9}, code(132, 32)},
-        {1, {}, ""},
-        {217, {}, ""},
-        {65535, {}, ""},
+        {44, {}, answer(45, Frame{1} + num16(3) + Frame{1, 2, 3})}, {128, {1}, answer(129, {1})},
+        {128, {2}, code(128, 32)}, {132, al, answer(133, {1})}, {132, al + Frame{9}, code(132, 32)},
+        {1, {}, ""}, {217, {}, ""}, {65535, {}, ""},
         // clang-format on
-    };
-    for (const auto& c : cases) EXPECT_EQ(ask(c.servId, c.payload), c.answer) << c.servId;
+    });
 
     // Far more than fits: the entries that do.
     dev.non1905Lists[0].nbrs.assign(1000, kStation);
-    const std::string cut = ask(38, al);
-    EXPECT_EQ(cut.size(), 3 + 2 * (7 + 103 * 6));
-    EXPECT_EQ(cut.substr(15, 2), "67");
+    EXPECT_EQ(ask(38, al).substr(15, 4), "6702");
 
     topol.devs.clear();
     topol.changeLogNum = 0;
-    EXPECT_EQ(ask(34), code(34, 81));
-    EXPECT_EQ(ask(30), code(30, 81));
+    check({{34, {}, code(34, 81)}, {30, {}, code(30, 81)}});
     (void)destroyDataManager();
-    for (const uint8_t servId : hex("00 04 0a 1c 1e 22 24 2c")) {
-        EXPECT_EQ(ask(servId), code(servId, 17));
-    }
+    for (const uint8_t id : hex("00 04 0a 1c 1e 22 24 2c")) EXPECT_EQ(ask(id), code(id, 17));
 }
 
 TEST_F(Service, AnInterfaceIsToldOnceTheRequestIsIdle) {
     start();
     const auto askIdling = [](uint8_t index, bool unread) {
-        post(2, {index});
-        flag(getServRespShm()) = unread ? 0 : 1;
+        postRequest(2, {index});
+        flagOf(getServRespShm()) = unread ? 0 : 1;
         std::thread client([] {
-            while (flag(getServRespShm()) == 0) std::this_thread::yield();
-            flag(getServReqShm()) = 1;
+            while (flagOf(getServRespShm()) == 0) std::this_thread::yield();
+            flagOf(getServReqShm()) = 1;
         });
         EXPECT_EQ(runServiceMonitor(), kOk);
         client.join();
-        return take();
+        return takeAnswer();
     };
     EXPECT_EQ(askIdling(1, false), answer(3, bytesOf(kEth1) + zeros(7) + num16(1)));
     EXPECT_EQ(askIdling(2, true), code(2, 16)) << "what was not read is given up";
 
-    const pid_t gone = fork();
-    if (gone == 0) _exit(0);
-    (void)waitpid(gone, nullptr, 0);
-    post(2, {0});
-    const Frame pid = num32(static_cast<unsigned>(gone));
-    std::copy(pid.begin(), pid.end(), getServReqShm());
+    postRequest(2, {0}, std::numeric_limits<int>::max());
     EXPECT_EQ(runServiceMonitor(), kOk);
-    EXPECT_EQ(take(), "");
+    EXPECT_EQ(takeAnswer(), "") << "there is no such process";
 }
 
 TEST_F(Service, SlotsAndStates) {
-    post(28, {});
-    flag(getServReqShm()) = 1;
+    postRequest(28, {});
+    flagOf(getServReqShm()) = 1;
     EXPECT_EQ(runServiceMonitor(), kOk);
-    EXPECT_EQ(take(), "") << "an idle slot holds no request";
-    post(28, {});
+    EXPECT_EQ(takeAnswer(), "") << "an idle slot holds no request";
+    postRequest(28, {});
     EXPECT_EQ(runServiceMonitor(), kOk);
     EXPECT_EQ(ask(30), code(30, 17)) << "an answer that nobody reads gives way";
 
@@ -241,7 +171,6 @@ TEST_F(Service, SlotsAndStates) {
     EXPECT_EQ(destroyServiceMonitor(), kOk);
     EXPECT_EQ(destroyServiceMonitor(), kInvalidState);
     EXPECT_EQ(runServiceMonitor(), kFailure);
-    EXPECT_EQ(getServReqShm(), nullptr);
     const std::string logged = log.finish();
     EXPECT_NE(logged.find("invalid operational state (2) should be (1/INIT)"), std::string::npos);
     EXPECT_NE(logged.find("invalid operational state (0) should be (2/INIT)"), std::string::npos);
@@ -273,71 +202,48 @@ TEST_F(Service, APokeEndsTheWait) {
 }
 
 TEST_F(Service, ActionsAndMessages) {
-    start();
-    meet(kPeer, 1);
-    drop();
-    calls();
+    startWithPeer();
     fakePlatform().wifiStateSync = "sync";
     initCtrlLists();
     const Frame al = bytesOf(kPeer.al);
     const std::string to = print(al), own = print(bytesOf(kOwnAl));
-    const struct {
-        unsigned servId;
-        Frame payload;
-        std::string answer, sent, calls;  // what leaves, and what the platform is told
-    } cases[] = {
+    (void)getAlTable()->fwdRules.emplace_back(FwdRule{7});
+    check({
         // clang-format off
         {8, bytesOf(kEth1) + zeros(1) + num16(1) + Frame{2}, answer(9, {}), "", "setIntfPwrStateById 02:19:05:00:01:01 1 2; "},
-        {22, {}, code(22, 16), "", ""},
-        {26, zeros(1) + num16(7), answer(27, {}), "", ""},
-        {26, zeros(1) + num16(7), answer(27, {16}), "", ""},
-        {32, {0}, answer(33, {34}), "", ""},
-        {32, {50}, answer(33, {}), "", ""},
-        {130, {2, 1}, answer(131, {32}), "", ""},
-        {130, {0, 200}, answer(131, {}), "", ""},
-        {128, {0}, answer(129, {200}), "", ""},
+        {22, {}, code(22, 16)}, {26, zeros(1) + num16(7), answer(27, {})},
+        {26, zeros(1) + num16(7), answer(27, {16})}, {32, {0}, answer(33, {34})},
+        {32, {50}, answer(33, {})}, {130, {2, 1}, answer(131, {32})}, {130, {0, 200}, answer(131, {})}, {128, {0}, answer(129, {200})},
         {138, zeros(1) + num32(1) + num32(0) + num32(1), code(139, 0), "", "setWPSConfig 1 0 1; "},
-        {163, zeros(1) + num32(60), code(164, 0), "", "setWPSConfigChangetimeout 1 0 1 60; "},
-        {140, {}, "", "", ""},
+        {163, zeros(1) + num32(60), code(164, 0), "", "setWPSConfigChangetimeout 1 0 1 60; "}, {140, {}, ""},
         {141, zeros(6) + Frame{33}, code(142, 0), "", "sendWPSRenew 33; "},
         {169, zeros(6) + Frame{1}, code(170, 0), "", "sendWPSSearch 1; "},
         {151, zeros(1) + num32(1), code(152, 0), "", "setFWresult 1; "},
-        {153, {}, code(154, 0), "", "sendPBEvent; "},
-        {155, {}, code(156, 0), "", ""},
-        {157, {}, code(158, 0), "", ""},
+        {153, {}, code(154, 0), "", "sendPBEvent; "}, {155, {}, code(156, 0)}, {157, {}, code(158, 0)},
         {165, zeros(1) + num32(1), code(166, 0), "", "setApproveFlag_flag 1; "},
         {171, zeros(1) + num32(1) + num32(1), code(172, 0), "", "setWiFiReloadFlag 1 1; "},
         {177, zeros(9) + hex("42757379"), code(178, 0), "", "setFWState Busy; "},
         {189, hex("416c6c") + zeros(14) + num32(1) + num32(0), code(190, 0), "", "setWPSConfByBand All 1 0; "},
-        {191, {}, code(192, 16), "", ""},
+        {191, {}, code(192, 16)},
         {161, zeros(9) + num32(0x102), "", "34:00000000000002 ", "outputlogData [LEDCtrl] send LED (258) to multicast; "},
         {214, zeros(9) + num32(3), "", "75:00000000000003 ", "outputlogData [SystemCtrl] send System (3) to multicast; "},
         {179, al + hex("0102 00") + num32(1) + num32(60) + bytesOf(kStation) + hex("75"), code(180, 0), "10:0102000175000000010000003c0257a0000001 ", "setSpeedTestSendCtrlflag 0; "},
         {179, zeros(6), code(180, 0), "12:000000000000000000000000000000000000 ", "setSpeedTestSendCtrlflag 0; "},
-        {181, al, code(182, 0), "13:" + own + " ", ""},
-        {183, {}, code(184, 0), "14:" + own + "000473796e63 ", ""},
-        {187, al, code(188, 0), "28:" + to + " ", ""},
-        {187, bytesOf(kStation), code(188, 16), "", ""},
+        {181, al, code(182, 0), "13:" + own + " ", ""}, {183, {}, code(184, 0), "14:" + own + "000473796e63 ", ""},
+        {187, al, code(188, 0), "28:" + to + " ", ""}, {187, bytesOf(kStation), code(188, 16)},
         {197, zeros(7) + num16(0x0102) + hex("6c73"), code(198, 0), "49:" + to + "010200026c73 ", ""},
-        {185, {}, code(186, 0), "45:" + own + print(bytesOf(kEth0)) + " ", ""},
-        {216, {}, code(217, 0), "56:" + own + "0000 ", ""},
+        {185, {}, code(186, 0), "45:" + own + print(bytesOf(kEth0)) + " ", ""}, {216, {}, code(217, 0), "56:" + own + "0000 ", ""},
         {212, {}, code(213, 0), "", "wifi_flag_init; sendWPSSearch 0; sendWPSSearch 1; sendWPSSearch 32; sendWPSSearch 33; "},
         // clang-format on
-    };
-    (void)getAlTable()->fwdRules.emplace_back(FwdRule{7});
-    for (const auto& c : cases) {
-        EXPECT_EQ(ask(c.servId, c.payload), c.answer) << c.servId;
-        EXPECT_EQ(orders(), c.sent) << c.servId;
-        EXPECT_EQ(calls(), c.calls) << c.servId;
-    }
+    });
     (void)checkLEDCtrlList();
     EXPECT_EQ(orders(), "33:" + to + "02 ") << "to be repeated";
+    (void)calls();
     EXPECT_TRUE(std::filesystem::exists(folder() + "/vm1905_log.json"));
     fakePlatform().fail = {"sendWPSRenew", "sendPBEvent"};
-    EXPECT_EQ(ask(141), code(142, 16));
-    EXPECT_EQ(ask(153), code(154, 0)) << "always";
-
-    EXPECT_EQ(ask(167, zeros(1) + num32(2)), code(168, 0));
+    check({{141, {}, code(142, 16), "", "sendWPSRenew 0; "},
+           {153, {}, code(154, 0), "", "sendPBEvent; "},
+           {167, zeros(1) + num32(2), code(168, 0), "", "setNetCtrlDebugLevel 2; "}});
     EXPECT_EQ(DEBUGLEVEL, 2);
     LogCapture shown(2);
     EXPECT_EQ(ask(167, zeros(1) + num32(6)), code(168, 0));
@@ -346,12 +252,10 @@ TEST_F(Service, ActionsAndMessages) {
 }
 
 TEST_F(Service, OrdersToOtherDevices) {
-    start();
-    meet(kPeer, 1);
-    drop();
-    calls();
+    startWithPeer();
     const Frame al = bytesOf(kPeer.al);
     const std::string to = print(al);
+    const Frame five = zeros(3) + num32(5);
     const Frame station = bytesOf(kStation) + bytesOf(kEth0) + hex("51 06 01") + num16(100);
     const std::string stationOut = to + "0257a0000001" + print(bytesOf(kEth0)) + "5106010064";
     const struct {
@@ -363,21 +267,18 @@ TEST_F(Service, OrdersToOtherDevices) {
     } cases[] = {
         // clang-format off
         {134, {}, "4:" + to, hex("05 07"), answer(135, {7})},
-        {136, hex("01") + bytesOf(kEth0) + num16(0x0105) + zeros(232) + Frame{2},
-         "6:" + to + "01" + print(bytesOf(kEth0)) + "010502", hex("07 01 021905000100 0105 10"),
-         answer(137, Frame{1} + bytesOf(kEth0) + num16(0x0105) + Frame{16})},
-        {143, zeros(3) + num32(5), "16:" + to + "05", hex("11 03"), answer(144, {3})},
-        {145, zeros(3) + num32(5), "18:" + to + "05", hex("13 03"), answer(146, {3})},
+        {136, hex("01") + bytesOf(kEth0) + num16(0x0105) + zeros(232) + Frame{2}, "6:" + to + "01" + print(bytesOf(kEth0)) + "010502", hex("07 01 021905000100 0105 10"), answer(137, Frame{1} + bytesOf(kEth0) + num16(0x0105) + Frame{16})},
+        {143, five, "16:" + to + "05", hex("11 03"), answer(144, {3})}, {145, five, "18:" + to + "05", hex("13 03"), answer(146, {3})},
         {147, hex("06 01 00 752f"), "20:06000301752f", hex("15 03"), answer(148, {3})},
         {149, {}, "22:" + to, hex("17 03"), answer(150, {3})},
         {159, hex("000000 3220"), "25:000200023220", hex("20 03"), answer(160, {3})},
-        {161, zeros(3) + num32(5), "33:" + to + "05", hex("23 03"), answer(162, {3})},
+        {161, five, "33:" + to + "05", hex("23 03"), answer(162, {3})},
         {202, station + hex("41"), "64:" + stationOut + "000141", hex("41 00 03 000000000000 0000"), answer(203, {3})},
         {204, station, "66:" + stationOut + "0000", hex("43 01 00 0257a0000001 0002 0a0b"), answer(205, Frame{0} + bytesOf(kStation) + num16(2) + hex("0a0b"))},
         {206, station, "68:" + stationOut, hex("45 03"), answer(207, {3})},
         {208, bytesOf(kStation), "70:" + to + "000257a0000001", hex("47 00 03"), answer(209, {3})},
         {210, bytesOf(kStation), "70:" + to + "010257a0000001", hex("47 01 03"), answer(211, {3})},
-        {214, zeros(3) + num32(5), "74:" + to + "05", hex("4c 03"), answer(215, {3})},
+        {214, five, "74:" + to + "05", hex("4c 03"), answer(215, {3})},
         // clang-format on
     };
     for (const auto& c : cases) {
@@ -390,16 +291,11 @@ TEST_F(Service, OrdersToOtherDevices) {
         EXPECT_EQ(orders(), "");
 
         EXPECT_EQ(ask(c.servId, al + c.payload), "");
-        const auto frames = sent("eth0");
-        ASSERT_EQ(frames.size(), 1U);
-        const auto& frame = frames[0].frame;
-        EXPECT_EQ(std::to_string(frame.at(37)) + ":" +
-                      print({frame.begin() + 40, frame.begin() + 40 + frame.at(39)}),
-                  c.order);
-        const Frame payload(c.response.begin() + 1, c.response.end());
-        (void)receive("eth0",
-                      vendFrame(kEth0, kPeer.intf, kPeer.al, frames[0].id, c.response[0], payload));
-        EXPECT_EQ(take(), c.answer);
+        const Sent given = sent("eth0").at(0);
+        EXPECT_EQ(order(given), c.order + " ");
+        (void)receive("eth0", vendFrame(kEth0, kPeer.intf, kPeer.al, given.id, c.response[0],
+                                        {c.response.begin() + 1, c.response.end()}));
+        EXPECT_EQ(takeAnswer(), c.answer);
     }
     initCtrlLists();
     EXPECT_EQ(ask(134, al), "");
@@ -414,55 +310,39 @@ TEST_F(Service, OrdersToOtherDevices) {
 
 // Messages of the clients' and of the platform library's making.
 TEST_F(Service, StandardMessages) {
-    start();
-    meet(kPeer, 1);
-    drop();
+    startWithPeer();
     const auto raw = [](unsigned type, const Frame& tlvs) {
-        return ask(200, bytesOf(kPeer.al) + zeros(1) + num16(type) + tlvs);
+        std::string all = ask(200, bytesOf(kPeer.al) + zeros(1) + num16(type) + tlvs);
+        for (const auto& s : sent("eth0")) all += " " + std::to_string(s.type) + ": " + s.tlvs;
+        return all;
     };
-    const struct {
-        unsigned type;
-        Frame tlvs;
-        uint8_t result;
-        std::string sent;  // its TLVs
-    } cases[] = {
-        // clang-format off
-        {0, {}, 0, "1 2"},
-        {2, {}, 0, "1"},
-        {4, vendTlv(kOwnAl, 13, bytesOf(kOwnAl)), 0, "11"},
-        {4, {}, 16, ""},
-        {5, tlvBytes(8, {0, 0, 0, 0, 0, 0, 0, 2}), 0, "8"},
-        {7, tlvBytes(13, {0}) + tlvBytes(14, {1}), 0, "1 13 14"},
-        {10, hex("0d ffff"), 16, ""},
-        {3, {}, 64, ""},
-        {13, {}, 64, ""},
-        // clang-format on
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(raw(c.type, c.tlvs), code(200, c.result)) << c.type;
-        const auto frames = sent("eth0");
-        ASSERT_EQ(frames.size(), c.result == 0 ? 1U : 0U) << c.type;
-        if (c.result != 0) continue;
-        EXPECT_EQ(frames[0].type, c.type);
-        EXPECT_EQ(frames[0].tlvs, c.sent);
-    }
+    const std::string done = code(200, 0);
+    EXPECT_EQ(raw(0, {}), done + " 0: 1 2");
+    EXPECT_EQ(raw(2, {}), done + " 2: 1");
+    EXPECT_EQ(raw(4, vendTlv(kOwnAl, 13, bytesOf(kOwnAl))), done + " 4: 11");
+    EXPECT_EQ(raw(5, tlvBytes(8, {0, 0, 0, 0, 0, 0, 0, 2})), done + " 5: 8");
+    EXPECT_EQ(raw(7, tlvBytes(13, {0}) + tlvBytes(14, {1})), done + " 7: 1 13 14");
+    EXPECT_EQ(raw(4, {}), code(200, 16));
+    EXPECT_EQ(raw(10, hex("0d ffff")), code(200, 16));
+    EXPECT_EQ(raw(3, {}), code(200, 64));
+    EXPECT_EQ(raw(13, {}), code(200, 64));
 
+    const auto raise = [](uint32_t servId, void* info) {
+        EXPECT_EQ(fakePlatform().raiseServReq(servId, info), 0U);
+        return sent("eth0").at(0);
+    };
     ApAutoConfRenewReq renew{};
-    EXPECT_EQ(fakePlatform().raiseServReq(SERV_REQ_AP_AUTOCONF_RENEW, &renew), 0U);
-    EXPECT_EQ(sent("eth0").at(0).dst, k1905Multicast);
+    kPeer.al.copyTo(renew.dstMac);
+    EXPECT_EQ(raise(SERV_REQ_AP_AUTOCONF_RENEW, &renew).dst, k1905Multicast);
     EXPECT_TRUE(fakePlatform().called("start_and_stop_Renew 1"));
     renew.unicast = 1;
-    kPeer.al.copyTo(renew.dstMac);
-    EXPECT_EQ(fakePlatform().raiseServReq(SERV_REQ_AP_AUTOCONF_RENEW, &renew), 0U);
-    EXPECT_EQ(sent("eth0").at(0).dst, kPeer.intf);
-    ApAutoConfRespReq resp{};
-    resp.msgId = 0x1234;
+    EXPECT_EQ(raise(SERV_REQ_AP_AUTOCONF_RENEW, &renew).dst, kPeer.intf);
+    ApAutoConfRespReq resp{{}, {}, 0x1234, 0, 0};
     kPeer.al.copyTo(resp.dstMac);
-    EXPECT_EQ(fakePlatform().raiseServReq(SERV_REQ_AP_AUTOCONF_RESP, &resp), 0U);
-    EXPECT_EQ(sent("eth0").at(0).id, 0x1234U);
+    EXPECT_EQ(raise(SERV_REQ_AP_AUTOCONF_RESP, &resp).id, 0x1234U);
     PbEventReq event{};
-    EXPECT_EQ(fakePlatform().raiseServReq(SERV_REQ_PB_EVENT, &event), 0U);
-    EXPECT_EQ(sent("eth0").at(0).id, event.msgId);
+    const unsigned eventId = raise(SERV_REQ_PB_EVENT, &event).id;
+    EXPECT_EQ(eventId, event.msgId);
     EXPECT_EQ(fakePlatform().raiseServReq(SERV_REQ_PB_JOIN, nullptr), 16U);
     EXPECT_EQ(fakePlatform().raiseServReq(6, &event), 16U);
 }

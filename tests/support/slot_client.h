@@ -1,0 +1,67 @@
+// A client of the service channel in the process of the daemon: fills the request slot, empties the
+// response slot, and prints what was there.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <string>
+
+#include "service/slots.h"
+#include "support/frames.h"
+
+// Numbers as a client on this machine writes them.
+template <typename T>
+Frame hostBytes(T value) {
+    const auto* bytes = reinterpret_cast<const uint8_t*>(&value);
+    return {bytes, bytes + sizeof value};
+}
+inline Frame num16(unsigned value) {
+    return hostBytes(static_cast<uint16_t>(value));
+}
+inline Frame num32(unsigned value) {
+    return hostBytes(static_cast<uint32_t>(value));
+}
+inline Frame zeros(size_t n) {
+    return Frame(n, 0);
+}
+
+inline std::string print(const Frame& bytes) {
+    std::string out;
+    for (const uint8_t byte : bytes) {
+        for (const int digit : {byte >> 4, byte & 15}) out += "0123456789abcdef"[digit];
+    }
+    return out;
+}
+// An answer as takeAnswer prints it: without the zeros at its end.
+inline std::string answer(unsigned servId, Frame payload) {
+    while (!payload.empty() && payload.back() == 0) payload.pop_back();
+    return std::to_string(servId) + ":" + print(payload);
+}
+inline std::string code(uint8_t of, uint8_t value) {
+    return answer(254, {of, value});
+}
+
+inline std::atomic_ref<uint8_t> flagOf(uint8_t* slot) {
+    return std::atomic_ref(slot[6]);
+}
+inline void postRequest(unsigned servId, const Frame& payload, int pid = getpid()) {
+    uint8_t* const slot = getServReqShm();
+    const Frame head = num32(static_cast<unsigned>(pid)) + num16(servId);
+    std::copy(head.begin(), head.end(), slot);
+    std::fill(slot + 7, slot + 256, uint8_t{0});
+    std::copy(payload.begin(), payload.end(), slot + 7);
+    flagOf(slot) = 0;
+}
+// What stands in the response slot for this process, which empties it; "" when there is nothing.
+inline std::string takeAnswer() {
+    uint8_t* const slot = getServRespShm();
+    if (flagOf(slot) != 0) return "";
+    EXPECT_EQ(Frame(slot, slot + 4), num32(static_cast<unsigned>(getpid())));
+    flagOf(slot) = 1;
+    unsigned servId = 0;
+    while (Frame(slot + 4, slot + 6) != num16(servId)) servId++;
+    return answer(servId, Frame(slot + 7, slot + 636));
+}
