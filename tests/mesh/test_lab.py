@@ -52,9 +52,9 @@ def line():
 
 
 def test_a_device_is_separate_from_the_host_and_from_the_others(line):
-    line.shell("dev1", "echo mine > /tmp/x; echo mine > /etc/vm1905/x; ipcmk -M 64 > /tmp/ipc")
+    line.shell("dev1", "echo mine > /tmp/x; echo mine > /etc/vm1905/x; ipcmk -M 47110 > /tmp/ipc")
     seen = line.shell("dev2", "hostname; ls /sys/class/net; ls -A /tmp /etc/vm1905; ipcs -m; ps ax")
-    assert "mine" not in seen and " x\n" not in seen and "0x" not in seen
+    assert "mine" not in seen and " x\n" not in seen and "47110" not in seen
     assert "dev2\nbr-lan\neth0\neth1\nlo\n" in seen
     # Its own processes only, and not as number one, which could neither be stopped nor crash.
     assert line.shell("dev2", "cat /proc/[0-9]*/comm").count("vm1905") == 1
@@ -67,13 +67,13 @@ def test_a_device_is_separate_from_the_host_and_from_the_others(line):
 
 
 def test_a_reboot_and_a_pulled_plug_empty_tmp_and_keep_the_configuration(line):
-    line.shell("dev1", "echo kept > /etc/vm1905/kept; echo lost > /tmp/lost; ipcmk -M 64")
+    line.shell("dev1", "echo kept > /etc/vm1905/kept; echo lost > /tmp/lost; ipcmk -M 47110")
     boots = line.device("dev1")["boots"]
     line.attempt("exec", "dev1", "--", *REBOOT)
     wait_until(lambda: line.device("dev1")["boots"] == boots + 1, 10, "the device starts again")
     for _ in range(2):
         seen = line.shell("dev1", "cat /etc/vm1905/kept; ls /tmp; ipcs -m")
-        assert "kept" in seen and "lost" not in seen and "0x" not in seen
+        assert "kept" in seen and "lost" not in seen and "47110" not in seen
         assert line.device("dev1")["daemons"]
         assert links(line, "dev2")["eth0"]
         line.shell("dev1", "echo lost > /tmp/lost")
