@@ -102,9 +102,9 @@ std::vector<uint8_t> textItem(const char* text) {
 // The order with its values as items.
 std::unique_ptr<VendPayload> itemForm(const char* url, const char* fileName) {
     auto request = std::make_unique<FwCtrl2Req>();
-    request->items = {{0, {kDownloadOption}}, {1, {kTopoOption}}};
-    if (*url != '\0') request->items.push_back({2, textItem(url)});
-    if (*fileName != '\0') request->items.push_back({3, textItem(fileName)});
+    request->items = {{kFwOption, {kDownloadOption}}, {kFwTopoOption, {kTopoOption}}};
+    if (*url != '\0') request->items.push_back({kFwUrl, textItem(url)});
+    if (*fileName != '\0') request->items.push_back({kFwFileName, textItem(fileName)});
     return request;
 }
 

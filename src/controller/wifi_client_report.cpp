@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "controller/features/own_record.h"
 #include "controller/settings.h"
 #include "core/log.h"
 #include "core/result.h"
@@ -19,13 +20,6 @@ namespace {
 // Meant: longer records are left out, so that a chunk always holds several.
 constexpr size_t kRecordLimit = 151;
 constexpr size_t kChunkLimit = 1300;
-
-// Texts may fill their field whole.
-template <size_t N>
-std::string_view textOf(const char (&field)[N]) {
-    const std::string_view all(field, N);
-    return all.substr(0, all.find('\0'));
-}
 
 WifiClient clientOf(const WifiStation& station) {
     WifiClient client;

@@ -7,11 +7,11 @@
 #include "datamodel/json_writer.h"
 #include "datamodel/labels.h"
 #include "topology/data_manager.h"
+#include "topology/wifi_bands.h"
 
 namespace {
 
 constexpr size_t kColumn = 19;
-constexpr std::array<uint8_t, 4> kBands{0, 1, 32, 33};
 
 // In the order of ApAutoConfTimes.
 constexpr std::array<const char*, kApAutoConfTimes> kTimeKeys{
@@ -33,9 +33,9 @@ void writeDeviceState(JsonWriter& out, const Ieee1905DevTable& dev, size_t numbe
     out.mac("IEEE1905Id", dev.alMac);
     out.text("DeviceType", roleLabel(dev.role));
     if (dev.role != 0) {
-        std::array<uint8_t, kBands.size()> flags{};
-        for (size_t i = 0; i < kBands.size(); i++) {
-            (void)getAPautoconfigFlag(dev, kBands[i], flags[i]);
+        std::array<uint8_t, kWifiBands.size()> flags{};
+        for (size_t i = 0; i < kWifiBands.size(); i++) {
+            (void)getAPautoconfigFlag(dev, kWifiBands[i], flags[i]);
         }
         out.numbers("AP-autoconfig_Sync", flags);
     }
@@ -53,9 +53,9 @@ void writeDeviceState(JsonWriter& out, const Ieee1905DevTable& dev, size_t numbe
 }  // namespace
 
 int getAPautoconfigFlag(const Ieee1905DevTable& dev, uint8_t band, uint8_t& flag) {
-    const auto at = std::find(kBands.begin(), kBands.end(), band);
-    if (at == kBands.end()) return kFailure;
-    flag = dev.apAutoConf.syncFlags[static_cast<size_t>(at - kBands.begin())];
+    const auto at = std::find(kWifiBands.begin(), kWifiBands.end(), band);
+    if (at == kWifiBands.end()) return kFailure;
+    flag = dev.apAutoConf.syncFlags[static_cast<size_t>(at - kWifiBands.begin())];
     return kOk;
 }
 

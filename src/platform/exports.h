@@ -14,8 +14,8 @@ extern uint8_t DEBUGLEVEL;
 /* Upgrade of the other devices, to be called by the library's upgrade logic on the daemon's thread.
  *
  * First phase: sends every admitted device whose firmware differs from the one that
- * getNewFWVersionByPlatform tells the order to fetch it, and starts the FTP service. Mode 1, 2 or 4:
- * in 1 and 2 a device whose last upgrade failed and for which there is nothing new is told so. 0
+ * getNewFWVersionByPlatform tells the order to fetch it, and starts the FTP service. Mode 1, 2 or
+ * 4: in 1 and 2 a device whose last upgrade failed and for which there is nothing new is told so. 0
  * when at least one order was sent, else 16; to be called again until the devices have followed. */
 int checkEXdeviceFWVersion(int32_t mode);
 

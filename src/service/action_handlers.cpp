@@ -1,6 +1,5 @@
 #include "service/action_handlers.h"
 
-#include <array>
 #include <string>
 
 #include "core/log.h"
@@ -12,6 +11,7 @@
 #include "service/slots.h"
 #include "topology/data_manager.h"
 #include "topology/listing.h"
+#include "topology/wifi_bands.h"
 #include "transport/ports.h"
 
 namespace {
@@ -155,9 +155,8 @@ int handleSendWIFISyncAllReq(const ServReq& request, uint16_t answer) {
     char data[PLATFORM_SYNC_DATA_LEN];
     int code = wifi_flag_init();
     if (code == kOk) code = getWIFIStateSync(data);
-    constexpr std::array<uint8_t, 4> kBands{0, 1, 32, 33};
     const bool isRegistrar = al->role() == 0;
-    for (const uint8_t band : kBands) {
+    for (const uint8_t band : kWifiBands) {
         if (code != kOk) break;
         code = isRegistrar ? vmNetCtrl_WPS_sendRenewMsg(band) : sendWPSSearch(band);
     }

@@ -101,7 +101,6 @@ int respGetBcnRptServReq(uint16_t msgId, const BcnRptResp& answer) {
 }
 
 int respBlacklistServReq(uint16_t msgId, const BlacklistResp& answer) {
-    constexpr uint8_t kAdd = 0;
-    return answerResult(answer.option == kAdd ? kAnswerAddBlacklist : kAnswerDelBlacklist, msgId,
-                        answer.retCode);
+    return answerResult(answer.option == kBlacklistAdd ? kAnswerAddBlacklist : kAnswerDelBlacklist,
+                        msgId, answer.retCode);
 }

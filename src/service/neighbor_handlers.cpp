@@ -230,7 +230,7 @@ int handleBlacklistServReq(const ServReq& request, uint16_t /*answer*/) {
     constexpr uint16_t kAddService = 208;
     auto payload = std::make_unique<BlacklistReq>();
     payload->almac = request.mac(req::kTarget);
-    payload->option = request.servId() == kAddService ? 0 : 1;
+    payload->option = request.servId() == kAddService ? kBlacklistAdd : kBlacklistRemove;
     payload->staMac = request.mac(req::kStation);
     return giveOrder(request, {VEND_MSG_TYPE_ADDBLACKLIST_REQ, std::move(payload)});
 }

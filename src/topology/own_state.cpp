@@ -7,10 +7,9 @@
 #include "platform/device.h"
 #include "topology/data_manager.h"
 #include "topology/device_table.h"
+#include "topology/wifi_bands.h"
 
 namespace {
-
-constexpr std::array<uint8_t, 4> kWpsBands{0, 1, 32, 33};
 
 void writeAndNotify() {
     (void)requestWriteDataModel();
@@ -83,8 +82,8 @@ int updateWPSConfig() {
     }
     if (uint8_t reload = 0; getWiFiReload(&reload) == 0) differs |= replace(al->wifiReload, reload);
 
-    for (size_t i = 0; i < kWpsBands.size(); i++) {
-        if (WpsBandConfig band{}; getWPSConfByBand(kWpsBands[i], &band) == 0) {
+    for (size_t i = 0; i < kWifiBands.size(); i++) {
+        if (WpsBandConfig band{}; getWPSConfByBand(kWifiBands[i], &band) == 0) {
             differs |= replace(al->wpsBandConfig[i],
                                std::array<uint8_t, 2>{band.sendSearch, band.sendResponse});
         }

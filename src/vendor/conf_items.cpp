@@ -7,13 +7,13 @@
 #include "core/log.h"
 #include "platform/autoconfig.h"
 #include "platform/state.h"
+#include "topology/wifi_bands.h"
 #include "transport/tlv.h"
 
 namespace {
 
 constexpr uint8_t kFirstIPv6Item = 101;
 constexpr size_t kIPv6Items = 8;
-constexpr std::array<uint8_t, 4> kBands{0, 1, 32, 33};
 
 // What a payload may take: the TLV and its header are not split over frames.
 constexpr size_t kMaxPayload = kMaxSentTlvLength - 15;
@@ -74,7 +74,7 @@ void storeConfigure(Ieee1905DevTable& dev, std::string_view value) {
 // "search,response" of the four networks, separated by semicolons.
 std::string wpsBands(const AlTable& /*al*/) {
     std::string text;
-    for (const uint8_t band : kBands) {
+    for (const uint8_t band : kWifiBands) {
         WpsBandConfig config{};
         (void)getWPSConfByBand(band, &config);
         text += (text.empty() ? "" : ";") + std::to_string(config.sendSearch) + "," +

@@ -16,9 +16,6 @@
 
 namespace {
 
-// Items of the second form.
-enum FwItem : uint8_t { kFwOption, kFwTopoOption, kFwUrl, kFwFileName };
-
 template <size_t N>
 void copyText(char (&field)[N], std::string_view text) {
     snprintf(field, N, "%.*s", static_cast<int>(text.size()), text.data());

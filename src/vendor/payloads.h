@@ -241,7 +241,10 @@ struct FwCtrlReq : VendPayload {
     }
 };
 
-// The same with a file name, as items: 0 FWOption, 1 FWTopoOption, 2 FWURL, 3 FWFileName.
+// Items of the second form of a firmware order.
+enum FwItem : uint8_t { kFwOption = 0, kFwTopoOption = 1, kFwUrl = 2, kFwFileName = 3 };
+
+// The same with a file name, as items (FwItem).
 //   0 itemnum (1), 1 items
 struct FwCtrl2Req : VendPayload {
     std::vector<Item> items;
@@ -434,8 +437,10 @@ struct BtmReqPayload : VendPayload {
     }
 };
 
+enum BlacklistOption : uint8_t { kBlacklistAdd = 0, kBlacklistRemove = 1 };
+
 // A station for the blacklist.
-//   0 almac (6), 6 option (1): 0 add, 1 remove; 7 staMac (6)
+//   0 almac (6), 6 option (1): BlacklistOption; 7 staMac (6)
 struct BlacklistReq : VendPayload {
     MacAddr almac;
     uint8_t option = 0;

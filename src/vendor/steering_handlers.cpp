@@ -12,7 +12,6 @@
 namespace {
 
 enum BcnRptKind : uint8_t { kRequestSent = 0, kReport = 1 };
-enum BlacklistOption : uint8_t { kAdd = 0, kRemove = 1 };
 
 int answerBcnRpt(const VendContext& context, VendMsgType type, BcnRptKind kind, int retCode,
                  std::vector<uint8_t>&& report) {
@@ -83,9 +82,9 @@ int handleBTMRespMsg(const VendContext& context) {
 int handleBlacklistReqMsg(const VendContext& context) {
     const auto& request = context.as<BlacklistReq>();
     const uint8_t* staMac = request.staMac.data();
-    const int retCode = request.option == kAdd      ? addToBlacklist(staMac)
-                        : request.option == kRemove ? delFromBlacklist(staMac)
-                                                    : static_cast<int>(kFailure);
+    const int retCode = request.option == kBlacklistAdd      ? addToBlacklist(staMac)
+                        : request.option == kBlacklistRemove ? delFromBlacklist(staMac)
+                                                             : static_cast<int>(kFailure);
     auto answer = std::make_unique<BlacklistResp>();
     answer->option = request.option;
     answer->retCode = resultByte(retCode);

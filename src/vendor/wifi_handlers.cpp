@@ -13,6 +13,7 @@
 #include "service/answer_writers.h"
 #include "topology/data_manager.h"
 #include "topology/device_table.h"
+#include "topology/wifi_bands.h"
 #include "vendor/control_request.h"
 #include "vendor/payloads.h"
 #include "vendor/vend_sender.h"
@@ -152,13 +153,12 @@ int handleWIFICountryCodeCtrlRespMsg(const VendContext& context) {
 }
 
 int handleAPautoconfigAckMsg(const VendContext& context) {
-    constexpr std::array<uint8_t, 4> kBands{0, 1, 32, 33};
     const uint8_t band = context.as<OptionPayload>().option;
     const int result = setAPautoconfigFlag(context.msg.alMac.data(), band);
-    const auto at = std::find(kBands.begin(), kBands.end(), band);
+    const auto at = std::find(kWifiBands.begin(), kWifiBands.end(), band);
     Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
-    if (dev != nullptr && at != kBands.end()) {
-        dev->apAutoConf.syncFlags[static_cast<size_t>(at - kBands.begin())] = 1;
+    if (dev != nullptr && at != kWifiBands.end()) {
+        dev->apAutoConf.syncFlags[static_cast<size_t>(at - kWifiBands.begin())] = 1;
         (void)requestUpdateDataModel(0);
     }
     return result == 0 ? kOk : kFailure;

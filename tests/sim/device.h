@@ -17,7 +17,7 @@ struct DeviceOptions {
     std::vector<std::string> spare{};  // interfaces that Mesh::plugIn can bring later
     bool forwards = false;             // its kernel bridge forwards between the interfaces
     uint8_t debugLevel = 3;
-    std::string versions{};            // of its components, as "vm1905_Version" holds them
+    std::string versions{};           // of its components, as "vm1905_Version" holds them
     std::function<void()> prepare{};  // runs in the device, before its daemon starts
 };
 

@@ -24,9 +24,7 @@ class Neighbors : public Device {
         return updateTopolInfo(kind, kEth0, kMedia, who.al, who.intf);
     }
     static int note(int type, const Peer& who = kPeer) { return updateNbrDevTable(type, who.al); }
-    static int store(DevTopol dev) {
-        return updateIeee1905DevTable(kEth0, kMedia, std::move(dev));
-    }
+    static int store(DevTopol dev) { return updateIeee1905DevTable(kEth0, kMedia, std::move(dev)); }
     // Who came (+) and went (-) since the last look, n for a non-1905 neighbour, @ for the
     // interface of the device that reports it, if it is not this one.
     static std::string changes() {
