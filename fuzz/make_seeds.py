@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
-"""Writes inputs for frame_fuzzer into corpus/frame.
+"""Writes inputs for the fuzzers into corpus/frame and corpus/slot.
 
-  make_seeds.py                     well-formed messages of all types, and some that are not
+  make_seeds.py                     well-formed messages of all types, and some that are not;
+                                    requests of all kinds
   make_seeds.py CAPTURE.pcap        what each device of a capture (lab/mesh capture) has heard
 
-An input is a byte of switches, then steps of {options, seconds, length, frame}; see
-frame_fuzzer.cpp. Written without the daemon's own code, so that it does not share its mistakes.
+An input is a byte of switches, then steps of {options, seconds, length, bytes}; see
+fuzz_device.h and slot_fuzzer.cpp. Written without the daemon's own code, so that it does not share its mistakes.
 """
 import pathlib
 import struct
@@ -21,6 +22,7 @@ OTHER_MAC = bytes.fromhex("02bb00000010")
 STATION = bytes.fromhex("0257a0000001")
 
 SECOND_PORT, ANSWERS, PASS, PORT_DOWN, ASK = 1, 2, 4, 8, 16
+FRAME, OWN_PID, MARKS_IDLE, LEAVES = 32, 1, 2, 8  # of the steps of slot_fuzzer
 VERBOSE, NO_BRIDGES, TOPOL_OFF, REFUSING, ENROLLEE = 1, 2, 4, 8, 16
 LAST, RELAY = 0x80, 0x40
 
@@ -263,6 +265,52 @@ def vendor_seeds():
                                                 6) for i in range(8)), switches=VERBOSE | ENROLLEE)
 
 
+def request(service, payload=b"", options=OWN_PID | PASS, seconds=0):
+    return step(struct.pack("=iHB", 1, service, 0) + payload, options, seconds)
+
+
+def slot_seeds():
+    index, word, item = bytes([1]), struct.pack("=I", 1), bytes([0, 1])
+    wired = OWN_MAC + b"\0" + struct.pack("=H", 1) + b"\1"
+    known = [step(frame(0, AL + tlv(2, PEER_MAC) + END), FRAME),
+             step(frame(3, response(), 0, dst=OWN_MAC), FRAME | ANSWERS | PASS, 3)]
+    report = STATION + STATION + b"\x51\x06\1" + struct.pack("=H", 100) + b"ssid"
+    local = {n: wired for n in (4, 6, 8, 10, 12)}
+    local |= {n: index for n in (0, 20, 24, 26, 28, 30, 32, 34, 44, 46)}
+    local |= {n: PEER_AL + b"\0" for n in (36, 38, 40, 42, 132)} | {n: item for n in (128, 130)}
+    local |= {n: b"\0" + word * 3 for n in (18, 22, *range(138, 143), *range(151, 159),
+                                           *range(163, 173), 181, 183, 185, 191, 212, 216)}
+    local |= {177: b"\0" * 9 + b"Busy", 189: b"All".ljust(17, b"\0") + word * 2,
+              200: PEER_MAC + b"\0" + struct.pack("=H", 2) + AL + END}
+    orders = {n: PEER_AL + b"\0" * 3 + word for n in (134, 143, 145, 149, 161, 214)}
+    orders |= {136: PEER_AL + (b"\1" + wired[:6] + wired[7:9]).ljust(241, b"\0") + b"\2",
+               147: PEER_AL + b"\6\1\0ftp://192.0.2.1/fw", 159: PEER_AL + b"\0\0\x002 x",
+               179: PEER_AL + b"\1\2\0" + word * 2 + STATION + b"http://x",
+               187: PEER_AL, 197: PEER_AL + b"\0\1\0command"}
+    orders |= {n: PEER_AL + report for n in (202, 204, 206, 208, 210)}
+    yield "own_records", case(*(request(n, p) for n, p in local.items()), switches=VERBOSE)
+    yield "other_devices", case(*known, *(request(n, p) for n, p in local.items()))
+    yield "orders", case(*known, *(request(n, p, seconds=1) for n, p in orders.items()),
+                         switches=VERBOSE)
+    yield "orders_to_strangers", case(*(request(n, OTHER_AL + p[6:]) for n, p in orders.items()))
+    yield "orders_to_all", case(*known, *(request(n, b"\0" * 6 + p[6:])
+                                          for n, p in orders.items()))
+    results = {134: 5, 136: 7, 143: 17, 145: 19, 147: 21, 149: 23, 159: 32, 161: 35, 202: 65,
+               204: 67, 206: 69, 208: 71, 214: 76}
+    heard = {7: b"\1" + OWN_MAC + b"\1\5\0", 65: b"\0\0" + STATION + b"\0\0",
+             67: b"\1\0" + STATION + b"\0\3abc", 71: b"\0\0"}
+    yield "answered", case(*known, *(
+        one for n, kind in results.items() for one in (
+            request(n, orders[n]),
+            step(frame(4, vendor_tlv(kind, heard.get(kind, b"\0")) + END, 0, dst=OWN_MAC),
+                 FRAME | ANSWERS | PASS))))
+    yield "cut", case(*known, *(request(n, p[:len(p) // 2]) for n, p in (local | orders).items()))
+    yield "unknown", case(*(request(n) for n in (1, 3, 217, 254, 255, 0xFFFF)))
+    yield "interfaces", case(*(request(2, bytes([n]), options, 1) for n in (0, 1, 2, 255)
+                               for options in (OWN_PID, OWN_PID | MARKS_IDLE, 0, MARKS_IDLE)))
+    yield "uncollected", case(*(request(0, b"", OWN_PID | LEAVES) for _ in range(4)))
+
+
 def packets(capture):
     data = pathlib.Path(capture).read_bytes()
     fraction = {0xA1B23C4D: 10**9, 0xA1B2C3D4: 10**6}.get(struct.unpack_from("<I", data)[0])
@@ -292,17 +340,21 @@ def heard(capture):
         yield case(*steps[:64])
 
 
-def main():
-    folder = pathlib.Path(__file__).parent / "corpus" / "frame"
+def write(folder, inputs):
+    folder = pathlib.Path(__file__).parent / "corpus" / folder
     folder.mkdir(parents=True, exist_ok=True)
-    if len(sys.argv) > 1:
-        name = pathlib.Path(sys.argv[1]).stem
-        inputs = [(f"{name}_{i}", data) for i, data in enumerate(heard(sys.argv[1]))]
-    else:
-        inputs = [*seeds(), *vendor_seeds()]
     for name, data in inputs:
         (folder / name).write_bytes(data)
     print(f"{len(inputs)} inputs in {folder}")
+
+
+def main():
+    if len(sys.argv) > 1:
+        name = pathlib.Path(sys.argv[1]).stem
+        write("frame", [(f"{name}_{i}", data) for i, data in enumerate(heard(sys.argv[1]))])
+        return
+    write("frame", [*seeds(), *vendor_seeds()])
+    write("slot", list(slot_seeds()))
 
 
 if __name__ == "__main__":

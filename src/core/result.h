@@ -25,3 +25,8 @@ enum Result : int {
     kTopolDisabled = 97,    // the topology capability is disabled
     kTopolIncomplete = 98,  // the topology is not available yet
 };
+
+// A result of the platform or the daemon as it travels: what does not fit is a general failure.
+constexpr unsigned char resultByte(int result) {
+    return static_cast<unsigned char>(result >= 0 && result <= 0xFF ? result : kFailure);
+}

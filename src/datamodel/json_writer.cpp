@@ -1,6 +1,7 @@
 #include "datamodel/json_writer.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -119,8 +120,11 @@ void writeDataModelFile(const char* name, std::string_view text) {
     char path[64];
     snprintf(path, sizeof path, "%s/%s", getDataModelFolderOption(), name);
     LOG(4, "(file = %s)\n", path);
-    const Fd file(open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
-    if (!file) return;
+    // Anybody may have put something of this name into the folder: only a file of ours is written.
+    const Fd file(open(path, O_WRONLY | O_CREAT | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC, 0666));
+    struct stat status {};
+    if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return;
+    if (ftruncate(file.get(), 0) != 0) return;
     while (!text.empty()) {
         const ssize_t written = write(file.get(), text.data(), text.size());
         if (written > 0) {

@@ -32,15 +32,14 @@ int answerCode(const ServReq& request, uint16_t answer, int code) {
 }
 
 int answerResult(const ServReq& request, uint16_t answer, int result) {
-    return ServResp(request.pid(), answer)
-        .number(resp::kResult, static_cast<uint32_t>(result))
-        .answer();
+    return ServResp(request.pid(), answer).number(resp::kResult, resultByte(result)).answer();
 }
 
-// The tables follow what the platform has just been told.
+// The tables follow what the platform has taken.
 int answerWpsCode(const ServReq& request, uint16_t answer, int code) {
-    (void)updateWPSConfig();
-    return answerCode(request, answer, code);
+    (void)answerCode(request, answer, code);
+    if (code == kOk) (void)updateWPSConfig();
+    return kOk;
 }
 
 }  // namespace
@@ -153,12 +152,13 @@ int handleSendWIFISyncAllReq(const ServReq& request, uint16_t answer) {
     const AlTable* al = getAlTable();
     if (al == nullptr) return answerCode(request, answer, kFailure);
     char data[PLATFORM_SYNC_DATA_LEN];
+    // One band that fails keeps none of the others; the first failure is answered.
     int code = wifi_flag_init();
-    if (code == kOk) code = getWIFIStateSync(data);
+    const auto keepFirst = [&code](int result) { code = code != kOk ? code : result; };
+    keepFirst(getWIFIStateSync(data));
     const bool isRegistrar = al->role() == 0;
     for (const uint8_t band : kWifiBands) {
-        if (code != kOk) break;
-        code = isRegistrar ? vmNetCtrl_WPS_sendRenewMsg(band) : sendWPSSearch(band);
+        keepFirst(isRegistrar ? vmNetCtrl_WPS_sendRenewMsg(band) : sendWPSSearch(band));
     }
     return answerCode(request, answer, code);
 }

@@ -36,6 +36,6 @@ int handleSendDiscoveryReq(const ServReq& request, uint16_t answer);
 // The client is told success before anything is sent; the result of the send.
 int handleUpdateExtenderConifgReq(const ServReq& request, uint16_t answer);
 
-// Sends a standard message of the client's making. Its TLVs tell the content; those that every such
-// message carries are the daemon's own. kOk.
+// Sends a standard message with the TLVs that the client has built, as they are. Answers 64 for a
+// type that is not allowed, 16 when the TLVs are not well-formed or it cannot be sent. kOk.
 int handleRawSendReq(const ServReq& request, uint16_t answer);

@@ -52,7 +52,8 @@ int32_t searchServReqRespPid(uint32_t servId, uint16_t msgId) {
     LOG(4, "servId = %d, msgId = %d\r\n", static_cast<int>(servId), msgId);
     // Meant: a request that has expired is still answered while nobody has taken its place.
     for (auto& entry : serv_req) {
-        if (entry.servId + 1U != (servId & 0xFFU) || entry.msgId != msgId) continue;
+        if (entry.msgId == kFree || entry.msgId != msgId) continue;
+        if (entry.servId + 1U != (servId & 0xFFU)) continue;
         entry.msgId = kFree;
         return entry.pid;
     }

@@ -1,84 +1,43 @@
 #include "core/result.h"
 #include "service/neighbor_handlers.h"
 #include "service/slots.h"
-#include "topology/standard_tlv.h"
 #include "transport/frame.h"
 #include "transport/transmitter.h"
-#include "vendor/vend_tlv.h"
 
 namespace {
 
 constexpr int kTypeNotAllowed = 64;
 
-struct RawContent {
-    RoleBand roleBand;
-    MetricQuery query;
-    VendMsg vend;
-    Wsc wsc;
-    PBEventNtf event;
-    PBJoinNtf join;
-};
-
-size_t parseRawTlv(RawContent& content, Bytes tlv) {
-    switch (tlv[0]) {
-        case kTlvSearchRole:
-            return parseSrchRoleTlv(content.roleBand.role, tlv);
-        case kTlvAutoConfFreqBand:
-            return parseAutoConfFreqBandTlv(content.roleBand.band, tlv);
-        case kTlvSupportedRole:
-            return parseSupportedRoleTlv(content.roleBand.role, tlv);
-        case kTlvSupportedFreqBand:
-            return parseSupportedFreqBandTlv(content.roleBand.band, tlv);
-        case kTlvMetricQuery:
-            return parseMetricQueryTlv(content.query, tlv);
-        case kTlvVendSpec:
-            return parseVendSpecTlv(tlv, content.vend);
-        case kTlvWsc:
-            return parseWscTlv(content.wsc, tlv);
-        case kTlvWscUpdateTime:
-            return parseWscUpdatetimeTlv(content.wsc.updateTime, tlv);
-        case kTlvPBEventNtf:
-            return parsePBEventNtfTlv(content.event, tlv);
-        case kTlvPBJoinNtf:
-            return parsePBJoinNtfTlv(content.join, tlv);
-        default:
-            return parseUnsupportedTlv(tlv);
-    }
+size_t takeTlv(TlvList& tlvs, Bytes area) {
+    ByteReader reader(area);
+    const uint8_t type = reader.u8();
+    const Bytes value = reader.take(reader.u16());
+    if (!reader.ok()) return 0;
+    tlvs.push_back({type, TlvValue(value)});
+    return k1905TlvHeaderLen + value.size();
 }
 
 int sendRaw(const ServReq& request) {
     const auto type = static_cast<uint16_t>(request.number(slots::req::kRawType));
-    const MacAddr target = request.mac(slots::req::kTarget);
-    RawContent content;
+    TlvList tlvs;
     Bytes area = request.bytes(slots::req::kRawTlvs, slots::kReqSize);
-    const bool understood = walkTlvs(area, [&](Bytes tlv) { return parseRawTlv(content, tlv); });
-    const auto toAll = [&](const MsgBody& body) {
-        return understood ? requestSend1905McastMsg(type, body) : kFailure;
-    };
-    const auto toOne = [&](const MsgBody& body) {
-        return understood ? requestSend1905UcastMsg(target, type, body) : kFailure;
-    };
+    const bool wellFormed = walkTlvs(area, [&](Bytes rest) { return takeTlv(tlvs, rest); });
     switch (type) {
         case kMsgTopolDisc:
         case kMsgTopolNtf:
-            return toAll({});
-        case kMsgTopolQuery:
-            return toOne({});
-        case kMsgVendSpec:
-            return content.vend.payload != nullptr ? toOne(&content.vend) : kFailure;
-        case kMsgMetricQuery:
-            return toOne(&content.query);
         case kMsgApAutoConfSrch:
         case kMsgApAutoConfRenew:
-            return toAll(&content.roleBand);
-        case kMsgApAutoConfResp:
-            return toOne(&content.roleBand);
-        case kMsgApAutoConfWsc:
-            return toOne(&content.wsc);
         case kMsgPBEventNtf:
-            return toAll(&content.event);
         case kMsgPBJoinNtf:
-            return toAll(&content.join);
+            return wellFormed ? requestSend1905McastMsg(type, &tlvs) : kFailure;
+        case kMsgTopolQuery:
+        case kMsgVendSpec:
+        case kMsgMetricQuery:
+        case kMsgApAutoConfResp:
+        case kMsgApAutoConfWsc:
+            return wellFormed
+                       ? requestSend1905UcastMsg(request.mac(slots::req::kTarget), type, &tlvs)
+                       : kFailure;
         default:
             return kTypeNotAllowed;
     }

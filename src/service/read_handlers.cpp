@@ -78,10 +78,14 @@ bool clientExists(int32_t pid) {
     return pid > 0 && (kill(pid, 0) == 0 || errno != ESRCH);
 }
 
-// False when the client has gone meanwhile.
+// Meant: the wait for a client that never comes back ends, too. One that knows of it is back within
+// milliseconds, and nobody may stop the daemon.
+constexpr int kMostLooks = 20;  // 100 ms
+
+// False when the client has gone meanwhile, or leaves us waiting.
 bool waitForIdleRequest(int32_t pid) {
     for (int look = 1; requestIsWaiting(); look++) {
-        if (!clientExists(pid)) return false;
+        if (look > kMostLooks || !clientExists(pid)) return false;
         sleepMicroseconds(kSlotWait);
         if (look == kSlotLooks) markResponseFree();
     }
@@ -101,7 +105,7 @@ int respGet1905DevServReq(const ServReq& request, uint16_t answer) {
     if (al == nullptr) return refuse(request, kNoTable);
     return answerTo(request, answer)
         .mac(resp::kAlMac, al->alMac)
-        .number(resp::kAlStatus, al->operStatus)
+        .number(resp::kAlStatus, al->alStatus)
         .number(resp::kAlAge, ageOf(al->lastChange))
         .number(resp::kAlIntfNum, static_cast<uint32_t>(al->intfs.size()))
         .answer();
@@ -111,7 +115,7 @@ int respGetIntfServReq(const ServReq& request, uint16_t answer) {
     // Meant: not the response slot is waited for but the request slot, which is in use until this
     // has returned, unless a client marks it idle.
     if (!waitForIdleRequest(request.pid())) {
-        LOG(2, "the client (%d) has gone\r\n", request.pid());
+        LOG(2, "the client (%d) has gone or does not mark its request idle\r\n", request.pid());
         return kFailure;
     }
     const auto& intfs = getIntfTable();

@@ -7,7 +7,8 @@
 class ServReq;
 
 int respGet1905DevServReq(const ServReq& request, uint16_t answer);
-// Waits until somebody marks the request slot idle. kFailure when the client has gone meanwhile.
+// Waits until somebody marks the request slot idle, for 100 ms at most. kFailure when nobody does
+// or the client has gone meanwhile.
 int respGetIntfServReq(const ServReq& request, uint16_t answer);
 int respGetIntfVendPropServReq(const ServReq& request, uint16_t answer);
 int respGetIntfPwrStateServReq(const ServReq& request, uint16_t answer);

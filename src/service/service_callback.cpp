@@ -29,6 +29,7 @@ int sendSearch(const ApAutoConfSrch& info) {
     return requestSend1905McastMsg(kMsgApAutoConfSrch, &body);
 }
 
+// Both addresses are the receiver's, and either leads to it.
 int sendResponse(const ApAutoConfRespReq& info) {
     const RoleBand body{info.supportedRole, info.freqBand};
     return requestSend1905UcastRespMsg(MacAddr(info.dstMac), kMsgApAutoConfResp, info.msgId, &body);

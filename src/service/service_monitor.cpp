@@ -41,9 +41,8 @@ int initServiceMonitor() {
     LOG_PUTS(4, "initialize shared memory\r");
     if (initServReqShm() != kOk || initServRespShm() != kOk) {
         // Meant: the same words for either segment, and when they are destroyed.
+        // Neither is removed: it may be that of a daemon that is running.
         LOG_PUTS(1, "initSerReqShm() failed\r");
-        (void)destroyServReqShm();
-        (void)destroyServRespShm();
         return kFailure;
     }
     openWakeFifo();

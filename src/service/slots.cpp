@@ -72,12 +72,11 @@ int initSegment(Segment& segment) {
 }
 
 int destroySegment(Segment& segment) {
-    const bool detached = segment.memory != nullptr && shmdt(segment.memory) == 0;
+    if (segment.memory == nullptr || shmdt(segment.memory) != 0) return kFailure;
     segment.memory = nullptr;
-    const bool removed = segment.key == IPC_PRIVATE ||
-                         (segment.id >= 0 && shmctl(segment.id, IPC_RMID, nullptr) == 0);
+    if (segment.key != IPC_PRIVATE && shmctl(segment.id, IPC_RMID, nullptr) != 0) return kFailure;
     segment.id = -1;
-    return detached && removed ? kOk : kFailure;
+    return kOk;
 }
 
 }  // namespace
@@ -165,7 +164,9 @@ ServResp& ServResp::number(slots::Field field, uint32_t value) {
 
 ServResp& ServResp::bytes(size_t at, Bytes value) {
     if (at < bytes_.size()) {
-        std::copy_n(value.begin(), std::min(value.size(), bytes_.size() - at), bytes_.data() + at);
+        const size_t size = std::min(value.size(), bytes_.size() - at);
+        std::copy_n(value.begin(), size, bytes_.data() + at);
+        end_ = std::max(end_, at + size);
     }
     return *this;
 }
@@ -174,8 +175,7 @@ int ServResp::put() {
     uint8_t* const slot = state.response.memory;
     if (slot == nullptr) return kOk;
     std::memcpy(slot, bytes_.data(), slots::kFlag.at);
-    std::memcpy(slot + slots::kPayload, bytes_.data() + slots::kPayload,
-                bytes_.size() - slots::kPayload);
+    std::memcpy(slot + slots::kPayload, bytes_.data() + slots::kPayload, end_ - slots::kPayload);
     setFlag(slot, slots::kFull);
     return kOk;
 }
@@ -199,6 +199,6 @@ int ServResp::answer() {
 int respRetCode(int32_t pid, uint16_t servId, int retCode) {
     return ServResp(pid, slots::kServIdRetCode)
         .number(slots::resp::kReqId, servId)
-        .number(slots::resp::kRetCode, static_cast<uint32_t>(retCode))
+        .number(slots::resp::kRetCode, resultByte(retCode))
         .answer();
 }

@@ -76,6 +76,7 @@ class ServResp {
     // Meant: four bytes more than the segment was asked for. The longest vendor properties reach
     // there; the kernel maps whole pages, to the clients as to us.
     std::array<uint8_t, slots::resp::kVendProp + slots::resp::kMaxVendProp> bytes_{};
+    size_t end_ = slots::kRespSize;  // of what is written
 };
 
 // Writes an answer that is only a return code, and marks the request slot idle. kOk.

@@ -171,6 +171,7 @@ TlvList genLldpMsg(const Port& port) {
 TlvList gen1905Msg(const Port& port, uint16_t msgType, const MsgBody& body, MsgTraits& traits) {
     LOG(4, "msgType = %d\r\n", msgType);
     traits = traitsOf(msgType);
+    if (const auto* ready = bodyAs<TlvList>(body)) return *ready;
     return genBody(port, msgType, body);
 }
 

@@ -15,9 +15,10 @@ struct RoleBand {
     uint8_t band = 0;
 };
 
-// The body of a message; types 0 to 3 have none. Not owned.
+// The body of a message; types 0 to 3 have none. A list of TLVs is a message as somebody else has
+// built it. Not owned.
 using MsgBody = std::variant<std::monostate, const VendMsg*, const MetricQuery*, const RoleBand*,
-                             const Wsc*, const PBEventNtf*, const PBJoinNtf*>;
+                             const Wsc*, const PBEventNtf*, const PBJoinNtf*, const TlvList*>;
 
 // How a message travels.
 struct MsgTraits {

@@ -24,11 +24,6 @@ inline constexpr size_t kMaxSecurityData = 1400;
 inline constexpr size_t kMaxBcnRpt = 600;
 inline constexpr size_t kMaxSsid = 32;
 
-// A result of the platform or the daemon as it travels: what does not fit is a general failure.
-constexpr uint8_t resultByte(int result) {
-    return static_cast<uint8_t>(result >= 0 && result <= 0xFF ? result : kFailure);
-}
-
 // A bare AL MAC: of the addressed device in queries and orders, of the sender in searches.
 //   0 almac (6)
 struct AlMacPayload : VendPayload {

@@ -63,5 +63,6 @@ inline std::string takeAnswer() {
     flagOf(slot) = 1;
     unsigned servId = 0;
     while (Frame(slot + 4, slot + 6) != num16(servId)) servId++;
-    return answer(servId, Frame(slot + 7, slot + 636));
+    // Vendor properties reach beyond the slot.
+    return answer(servId, Frame(slot + 7, slot + (servId == 5 ? 636 : 632)));
 }

@@ -1,11 +1,16 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 
+#include "core/fd.h"
 #include "core/options.h"
 #include "core/result.h"
 #include "datamodel/json_autoconfig.h"
@@ -207,10 +212,27 @@ TEST_F(DataModelFiles, OneThatCannotBeOpenedIsPassedOver) {
 }
 
 TEST_F(DataModelFiles, AFullDiskIsReported) {
-    fs::create_symlink("/dev/full", folder_ / "vm1905.json");
     LogCapture log(1);
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit full{100, before.rlim_max};
+    const auto handler = signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &full);
     EXPECT_EQ(writeJsonDataModel(), kOk);
+    setrlimit(RLIMIT_FSIZE, &before);
+    signal(SIGXFSZ, handler);
     EXPECT_EQ(occurrences(log.finish(), "failed to write"), 1u);
+}
+
+// Others may write into the folder, too.
+TEST_F(DataModelFiles, WhatIsPlantedIsLeftAlone) {
+    std::ofstream(folder_ / "precious") << "kept";
+    fs::create_symlink(folder_ / "precious", folder_ / "vm1905.json");
+    ASSERT_EQ(mkfifo((folder_ / "vm1905_log.json").c_str(), 0666), 0);
+    const Fd reader(open((folder_ / "vm1905_log.json").c_str(), O_RDONLY | O_NONBLOCK));
+    EXPECT_EQ(writeJsonDataModel(), kOk);
+    EXPECT_EQ(writeJsonvm1905log(), kOk);
+    EXPECT_EQ(fs::file_size(folder_ / "precious"), 4U);
 }
 
 }  // namespace

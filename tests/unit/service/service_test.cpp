@@ -2,6 +2,7 @@
 // client reads what came of it.
 #include <fstream>
 #include <limits>
+#include <random>
 #include <thread>
 
 #include "controller/control_lists.h"
@@ -317,12 +318,12 @@ TEST_F(Service, StandardMessages) {
         return all;
     };
     const std::string done = code(200, 0);
-    EXPECT_EQ(raw(0, {}), done + " 0: 1 2");
-    EXPECT_EQ(raw(2, {}), done + " 2: 1");
+    EXPECT_EQ(raw(0, macTlv(1, kStation) + macTlv(2, kStation)), done + " 0: 1 2");
+    EXPECT_EQ(raw(2, {}), done + " 2: ");
     EXPECT_EQ(raw(4, vendTlv(kOwnAl, 13, bytesOf(kOwnAl))), done + " 4: 11");
     EXPECT_EQ(raw(5, tlvBytes(8, {0, 0, 0, 0, 0, 0, 0, 2})), done + " 5: 8");
-    EXPECT_EQ(raw(7, tlvBytes(13, {0}) + tlvBytes(14, {1})), done + " 7: 1 13 14");
-    EXPECT_EQ(raw(4, {}), code(200, 16));
+    EXPECT_EQ(raw(7, tlvBytes(200, {9}) + tlvBytes(14, {1})), done + " 7: 200 14");
+    EXPECT_EQ(raw(4, {}), code(200, 16)) << "nothing to send";
     EXPECT_EQ(raw(10, hex("0d ffff")), code(200, 16));
     EXPECT_EQ(raw(3, {}), code(200, 64));
     EXPECT_EQ(raw(13, {}), code(200, 64));
@@ -345,6 +346,34 @@ TEST_F(Service, StandardMessages) {
     EXPECT_EQ(eventId, event.msgId);
     EXPECT_EQ(fakePlatform().raiseServReq(SERV_REQ_PB_JOIN, nullptr), 16U);
     EXPECT_EQ(fakePlatform().raiseServReq(6, &event), 16U);
+}
+
+// The slots are open to every process of the device.
+TEST_F(Service, AnyIdAndAnyBytes) {
+    startWithPeer();
+    LogCapture quiet(0);
+    std::mt19937 random(1905);
+    const auto byte = [&random] { return static_cast<uint8_t>(random()); };
+    const auto post = [](unsigned servId, const Frame& payload, int pid) {
+        postRequest(servId, payload, pid);
+        ASSERT_EQ(runServiceMonitor(), kOk);
+        ASSERT_EQ(flagOf(getServReqShm()), 1) << servId;
+        flagOf(getServRespShm()) = 1;
+        drop();
+    };
+    for (unsigned servId = 0; servId < 65536; servId++) post(servId, {}, 0);
+    for (int i = 0; i < 100'000; i++) {
+        Frame payload(random() % 250);
+        std::generate(payload.begin(), payload.end(), byte);
+        // Every other one means a device that is there.
+        if (i % 2 == 0) payload = bytesOf(kPeer.al) + payload;
+        payload.resize(std::min<size_t>(payload.size(), 249));
+        post(static_cast<unsigned>(random() % 220), payload,
+             static_cast<int>(random() | 0x80000000));
+        if (i % 1000 == 0) {
+            EXPECT_EQ(ask(0).substr(0, 2), "1:");
+        }
+    }
 }
 
 }  // namespace

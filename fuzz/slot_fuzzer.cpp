@@ -1,0 +1,89 @@
+// Requests of local processes into runServiceMonitor: a step is a request slot, or with kFrame a
+// frame, so that there are neighbours to give orders to and answers of theirs.
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+
+#include "fuzz_device.h"
+#include "service/service_monitor.h"
+#include "service/slots.h"
+#include "service/wake_fifo.h"
+
+namespace {
+
+constexpr uint8_t kFrame = 0x20;
+// Options of a request.
+constexpr uint8_t kOwnPid = 0x01;     // from a process that exists
+constexpr uint8_t kMarksIdle = 0x02;  // the client ends the wait of the daemon
+constexpr uint8_t kLeaves = 0x08;     // and does not collect its answer
+
+constexpr uint8_t kRawSend = 200;
+
+bool marksIdle = false;
+
+void putHead(uint32_t pid, uint16_t servId) {
+    uint8_t* const slot = getServReqShm();
+    std::copy_n(reinterpret_cast<const uint8_t*>(&pid), slots::kPid.width, slot + slots::kPid.at);
+    std::copy_n(reinterpret_cast<const uint8_t*>(&servId), slots::kServId.width,
+                slot + slots::kServId.at);
+}
+
+uint8_t takeFlag(uint8_t* slot, uint8_t next) {
+    return std::atomic_ref(slot[slots::kFlag.at]).exchange(next);
+}
+
+void start() {
+    usePrivateSlots();
+    setWakeFifoPath(nullptr);
+    if (initServiceMonitor() != 0 || startServiceMonitor() != 0) abort();
+}
+
+void post(Bytes bytes, uint8_t options) {
+    uint8_t* const slot = getServReqShm();
+    std::fill_n(slot, slots::kReqSize, uint8_t{0});
+    std::copy_n(bytes.begin(), std::min(bytes.size(), slots::kReqSize), slot);
+    if ((options & kOwnPid) != 0) {
+        const auto pid = static_cast<uint32_t>(getpid());
+        std::copy_n(reinterpret_cast<const uint8_t*>(&pid), sizeof pid, slot);
+    }
+    marksIdle = (options & kMarksIdle) != 0;
+    slot[slots::kFlag.at] = slots::kFull;
+    takeSent(true);
+    if (runServiceMonitor() != 0 || slot[slots::kFlag.at] != slots::kIdle) abort();
+    // What a client has built itself is sent as it is.
+    takeSent(slot[slots::kServId.at] != kRawSend);
+    if ((options & kLeaves) == 0) (void)takeFlag(getServRespShm(), slots::kIdle);
+}
+
+void step(Bytes bytes, uint8_t options) {
+    (options & kFrame) != 0 ? receiveFrame(bytes, options) : post(bytes, options);
+}
+
+// Whatever was asked before, the next client is served.
+void stop() {
+    const auto pid = static_cast<uint32_t>(getpid());
+    putHead(pid, 0);
+    getServReqShm()[slots::kFlag.at] = slots::kFull;
+    (void)runServiceMonitor();
+    const uint8_t* const answer = getServRespShm();
+    if (answer[slots::kFlag.at] != slots::kFull || answer[slots::kServId.at] != 1 ||
+        !std::equal(answer, answer + sizeof pid, reinterpret_cast<const uint8_t*>(&pid))) {
+        abort();
+    }
+    (void)destroyServiceMonitor();
+}
+
+}  // namespace
+
+// The daemon sleeps only while it waits for a client.
+extern "C" int usleep(useconds_t) {
+    if (marksIdle) markRequestIdle();
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    fuzzDevice({data, size}, {start, step, stop});
+    return 0;
+}
