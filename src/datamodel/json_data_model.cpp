@@ -57,8 +57,7 @@ void writeOwnIntfs(JsonWriter& out, const AlTable& al) {
 }
 
 void writeTopology(JsonWriter& out, const AlTable& al, const TopolTable& topol) {
-    DataModel model{al, {}};
-    for (const auto& dev : topol.devs) model.devs.emplace(dev.alMac, &dev);
+    const DataModel model{al, {al, topol}};
 
     out.beginObject("NetworkTopology");
     out.boolean("Enable", topol.enable == 1);

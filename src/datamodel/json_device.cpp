@@ -1,6 +1,7 @@
 #include "datamodel/json_device.h"
 
 #include <algorithm>
+#include <tuple>
 #include <unordered_set>
 
 #include "core/result.h"
@@ -10,16 +11,10 @@
 
 namespace {
 
-constexpr uint32_t kNoMediaType = UINT32_MAX;
-
 // One end of a link, as far as it is known.
 struct LocalIntf {
     std::string reference;
-    uint32_t mediaType = kNoMediaType;
-};
-struct NbrIntf {
-    MacAddr mac;
-    uint32_t mediaType = kNoMediaType;
+    uint32_t mediaType = NbrIntf::kNoMediaType;
 };
 
 // An empty reference when the device lists neighbours on an interface that it does not list.
@@ -30,47 +25,6 @@ LocalIntf findLocalIntf(const Ieee1905DevTable& dev, const MacAddr& mac) {
         if (intf.mac == mac) return {"Interface." + std::to_string(number), intf.mediaType};
     }
     return {};
-}
-
-std::vector<NbrIntf> intfsHearing(const AlTable& al, const MacAddr& alMac) {
-    std::vector<NbrIntf> found;
-    for (const auto& intf : al.intfs) {
-        const bool hears = std::any_of(intf.nbrs.begin(), intf.nbrs.end(), [&](const auto& nbr) {
-            return nbr.is1905 && nbr.nbrAlMac == alMac;
-        });
-        if (hears) found.push_back({intf.mac, intf.mediaType});
-    }
-    return found;
-}
-
-std::vector<NbrIntf> intfsHearing(const Ieee1905DevTable& dev, const MacAddr& alMac) {
-    std::vector<NbrIntf> found;
-    for (const auto& list : dev.ieee1905Lists) {
-        const bool hears = std::any_of(list.nbrs.begin(), list.nbrs.end(),
-                                       [&](const auto& nbr) { return nbr.alMac == alMac; });
-        if (hears) {
-            found.push_back({list.localIntfMac, findLocalIntf(dev, list.localIntfMac).mediaType});
-        }
-    }
-    return found;
-}
-
-// A topology response names a 1905 neighbour by its AL MAC alone. Its interface is the one on which
-// it hears the device in turn, as its own record says (or, when the neighbour is this daemon, the
-// own tables); of several the one of the link's medium. A neighbour that is not known, or does not
-// hear the device yet, has a zero MAC and no medium.
-NbrIntf findNbrIntf(const DataModel& model, const Ieee1905DevTable& dev, const MacAddr& nbrAlMac,
-                    uint32_t linkMediaType) {
-    std::vector<NbrIntf> found;
-    if (nbrAlMac == model.al.alMac) {
-        found = intfsHearing(model.al, dev.alMac);
-    } else if (const auto nbr = model.devs.find(nbrAlMac); nbr != model.devs.end()) {
-        found = intfsHearing(*nbr->second, dev.alMac);
-    }
-    for (const auto& intf : found) {
-        if (intf.mediaType == linkMediaType) return intf;
-    }
-    return found.empty() ? NbrIntf{} : found.front();
 }
 
 void writeWifiLink(JsonWriter& out, const WifiClient& client) {
@@ -108,7 +62,7 @@ void writeIeee1905Nbrs(JsonWriter& out, const DataModel& model, const Ieee1905De
                 continue;
             }
             writeIeee1905Nbr(out, ++number, local.reference, nbr,
-                             findNbrIntf(model, dev, nbr.alMac, local.mediaType), nullptr);
+                             model.hearings.intfOf(nbr.alMac, dev.alMac, local.mediaType), nullptr);
         }
     }
 }
@@ -163,7 +117,37 @@ void writeBrdgTuples(JsonWriter& out, const Ieee1905DevTable& dev) {
     }
 }
 
+bool isBefore(const Hearing& left, const Hearing& right) {
+    return std::tie(left.by, left.heard) < std::tie(right.by, right.heard);
+}
+
 }  // namespace
+
+Hearings::Hearings(const AlTable& al, const TopolTable& topol) {
+    for (const auto& intf : al.intfs) {
+        for (const auto& nbr : intf.nbrs) {
+            if (!nbr.is1905) continue;
+            all_.push_back({al.alMac, nbr.nbrAlMac, {intf.mac, intf.mediaType}});
+        }
+    }
+    for (const auto& dev : topol.devs) {
+        for (const auto& list : dev.ieee1905Lists) {
+            const NbrIntf intf{list.localIntfMac, findLocalIntf(dev, list.localIntfMac).mediaType};
+            for (const auto& nbr : list.nbrs) all_.push_back({dev.alMac, nbr.alMac, intf});
+        }
+    }
+    std::stable_sort(all_.begin(), all_.end(), isBefore);
+}
+
+NbrIntf Hearings::intfOf(const MacAddr& by, const MacAddr& heard, uint32_t mediaType) const {
+    const auto [begin, end] =
+        std::equal_range(all_.begin(), all_.end(), Hearing{by, heard, {}}, isBefore);
+    const auto same = std::find_if(begin, end, [mediaType](const Hearing& hearing) {
+        return hearing.intf.mediaType == mediaType;
+    });
+    if (same != end) return same->intf;
+    return begin != end ? begin->intf : NbrIntf{};
+}
 
 int checkIntfMacMediaType(const Ieee1905DevTable& dev, const MacAddr& mac,
                           const WifiClient*& client) {

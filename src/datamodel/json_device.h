@@ -2,15 +2,42 @@
 #pragma once
 
 #include <string_view>
-#include <unordered_map>
+#include <vector>
 
 #include "datamodel/json_writer.h"
 #include "topology/records.h"
 
-// The database while it is being written out, remote devices found by their AL MAC.
+// The interface at the far end of a link, as far as it is known.
+struct NbrIntf {
+    static constexpr uint32_t kNoMediaType = UINT32_MAX;
+
+    MacAddr mac;
+    uint32_t mediaType = kNoMediaType;
+};
+
+// A device hears another on this interface of its own.
+struct Hearing {
+    MacAddr by, heard;
+    NbrIntf intf;
+};
+
+// Who hears whom in the whole database. A topology response names a 1905 neighbour by its AL MAC
+// alone; its interface is the one on which it hears the device in turn.
+class Hearings {
+  public:
+    Hearings(const AlTable& al, const TopolTable& topol);
+    // Of several interfaces the one of this medium. A device that is not known, or does not hear
+    // the other yet, has a zero MAC and no medium.
+    NbrIntf intfOf(const MacAddr& by, const MacAddr& heard, uint32_t mediaType) const;
+
+  private:
+    std::vector<Hearing> all_;  // ordered, for all devices may hear all
+};
+
+// The database while it is being written out.
 struct DataModel {
     const AlTable& al;
-    std::unordered_map<MacAddr, const Ieee1905DevTable*> devs;
+    Hearings hearings;
 };
 
 void writeIeee1905Device(JsonWriter& out, const DataModel& model, const Ieee1905DevTable& dev,
