@@ -435,7 +435,7 @@ VM1905_API int vm1905_set_wps(vm1905_client* client, int32_t device_type, int32_
 VM1905_API int vm1905_get_wps(vm1905_client* client);
 /* The present values on trial for so many seconds. (163) */
 VM1905_API int vm1905_set_wps_timeout(vm1905_client* client, int32_t seconds);
-/* band: "All", or "0", "1", "32", "33"; up to 15 bytes. (189) */
+/* band: "All", or "0", "1", "32", "33"; up to 16 bytes. (189) */
 VM1905_API int vm1905_set_wps_by_band(vm1905_client* client, const char* band, int32_t send_search,
                                       int32_t send_response);
 /* band: 0, 1, 32, 33. (141, 169) */

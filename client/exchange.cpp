@@ -1,0 +1,296 @@
+#include "exchange.h"
+
+#include <signal.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <mutex>
+#include <optional>
+
+#include "services.h"
+#include "turn.h"
+
+namespace {
+
+using Stage = vm1905_client::Stage;
+
+// How long a daemon needs that nobody wakes.
+constexpr unsigned kUnheardMs = 1500;
+// How long after the daemon has taken a request an answer of its own can still be on the way.
+constexpr unsigned kLostMs = 100;
+// The daemon gives up an answer that nobody collects after 15 ms.
+constexpr unsigned kUncollectedMs = 25;
+
+// The handles of this process, linked: an answer names no more than the process.
+std::mutex exchangeLock;
+vm1905_client* firstClient = nullptr;
+
+uint32_t ownPid() {
+    return static_cast<uint32_t>(getpid());
+}
+
+bool isRunning(uint32_t pid) {
+    const auto number = static_cast<int32_t>(pid);
+    return number > 0 && (kill(number, 0) == 0 || errno == EPERM);
+}
+
+bool answers(const SlotCopy& record, uint16_t service) {
+    const uint16_t id = headOf(record.data()).servId;
+    if (id != slots::kServIdRetCode) return id == service + 1U;
+    // Either number of the pair stands there: that is different from service to service.
+    const uint8_t number = record[slots::resp::kReqId.at];
+    return number == static_cast<uint8_t>(service) || number == static_cast<uint8_t>(service + 1U);
+}
+
+// What the response slot holds; nothing while it is free or being written.
+std::optional<SlotCopy> copyResponse(const Segment& response) {
+    SlotCopy first, second;
+    if (response.flag() != slots::kFull) return {};
+    std::memcpy(first.data(), response.memory(), first.size());
+    if (response.flag() != slots::kFull) return {};
+    std::memcpy(second.data(), response.memory(), second.size());
+    std::atomic_thread_fence(std::memory_order_acquire);
+    if (response.flag() != slots::kFull || first != second) return {};
+    return first;
+}
+
+// Hands the record to the request that it answers. False: it has to stay in the slot.
+bool deliver(const SlotCopy& record) {
+    const SlotHead head = headOf(record.data());
+    if (head.servId == slots::kServIdNone) return false;  // a decoy, see askForIntf
+    for (vm1905_client* client = firstClient; client != nullptr; client = client->next) {
+        if (!answers(record, client->service)) continue;
+        if (client->stage == Stage::kPosted) return false;
+        if (client->stage != Stage::kTaken) continue;
+        client->answer.id = head.servId;
+        std::copy(record.begin() + slots::kPayload, record.end(), client->answer.payload);
+        client->stage = Stage::kAnswered;
+        break;
+    }
+    return true;
+}
+
+// Empties the response slot of what is for this process, or for one that has ended.
+void collect(const Segment& response) {
+    const std::lock_guard guard(exchangeLock);
+    const auto record = copyResponse(response);
+    if (!record) return;
+    const uint32_t pid = headOf(record->data()).pid;
+    const bool done = pid == ownPid() ? deliver(*record) : !isRunning(pid);
+    if (done) response.setFlag(slots::kIdle);
+}
+
+Stage stageOf(const vm1905_client& client) {
+    const std::lock_guard guard(exchangeLock);
+    return client.stage;
+}
+
+void setStage(vm1905_client& client, Stage stage) {
+    const std::lock_guard guard(exchangeLock);
+    client.stage = stage;
+}
+
+// False while another handle of this process asks for the same service.
+bool enter(vm1905_client& client, uint16_t service) {
+    const std::lock_guard guard(exchangeLock);
+    for (const vm1905_client* other = firstClient; other != nullptr; other = other->next) {
+        if (other->stage != Stage::kNone && other->service == service) return false;
+    }
+    client.service = service;
+    client.stage = Stage::kTurn;
+    return true;
+}
+
+// Whether the daemon that has the request is still the one that was asked.
+bool daemonIsSame(const vm1905_client& client) {
+    if (!client.request.isAlive()) return false;
+    return client.request.flag() != slots::kIdle || client.request.head() != kInitialHead;
+}
+
+// One request through the request slot, whose turn it is.
+class Posting {
+  public:
+    Posting(vm1905_client& client, Payload payload, Wait& wait)
+        : client_(client),
+          request_(client.request),
+          response_(client.response),
+          payload_(payload),
+          wait_(wait),
+          head_{ownPid(), client.service} {}
+
+    // Until the daemon has taken it. 0 or an error.
+    int run() {
+        int stop = waitForSlot();
+        if (stop == 0 && head_.servId == kIntfService) stop = putDecoy();
+        if (stop != 0) return stop;
+        collect(response_);
+        write();
+        noteEar(pokeDaemon());
+        stop = head_.servId == kIntfService ? letDecoyGo() : waitUntilTaken();
+        if (stop != 0) {
+            withdraw();
+            return stop;
+        }
+        if (!daemonIsSame(client_)) return VM1905_RESTARTED;
+        setStage(client_, Stage::kTaken);
+        collect(response_);
+        return 0;
+    }
+
+  private:
+    // Without anybody at the FIFO there is hardly a daemon, but its FIFO may also be out of sight.
+    void noteEar(Poke poke) {
+        if (poke != Poke::kNobody || isUnheard_) return;
+        isUnheard_ = true;
+        wait_.limit(kUnheardMs);
+    }
+
+    int reason(int stop, int timeout) const {
+        if (stop != VM1905_TIMEOUT) return stop;
+        return isUnheard_ ? VM1905_NO_DAEMON : timeout;
+    }
+
+    int waitForSlot() {
+        // Of a client that was killed, or of one that knows nothing of taking turns.
+        if (request_.flag() != slots::kIdle) noteEar(pokeDaemon());
+        while (request_.flag() != slots::kIdle) {
+            collect(response_);
+            if (!request_.isAlive()) return VM1905_RESTARTED;
+            if (const int stop = wait_.pause()) return reason(stop, VM1905_BUSY);
+        }
+        return 0;
+    }
+
+    void write() {
+        std::array<uint8_t, slots::kReqSize> record{};
+        putHead(record.data(), head_);
+        std::ranges::copy(payload_, record.begin() + slots::kPayload);
+        setStage(client_, Stage::kPosted);
+        std::memcpy(request_.memory(), record.data(), slots::kFlag.at);
+        std::memcpy(request_.memory() + slots::kPayload, record.data() + slots::kPayload,
+                    record.size() - slots::kPayload);
+        request_.setFlag(slots::kFull);
+    }
+
+    int waitUntilTaken() {
+        while (request_.flag() != slots::kIdle) {
+            collect(response_);
+            if (!request_.isAlive()) return VM1905_RESTARTED;
+            if (const int stop = wait_.pause()) return reason(stop, VM1905_TIMEOUT);
+        }
+        return 0;
+    }
+
+    // The one request that the daemon answers only after somebody else has marked the request slot
+    // idle, and not before it has looked. What tells that it looks is the response slot: the daemon
+    // frees it while it waits. So it is filled with something that nobody collects.
+    int putDecoy() {
+        Wait free(std::min(kUncollectedMs, wait_.left()), {});
+        while (response_.flag() != slots::kIdle && free.pause() == 0) collect(response_);
+        putHead(response_.memory(), decoy_);
+        response_.setFlag(slots::kFull);
+        return 0;
+    }
+
+    bool decoyIsThere() const {
+        return response_.flag() == slots::kFull && response_.head() == decoy_;
+    }
+
+    // Somebody else's answer may take the decoy's place. The request is then withdrawn too soon,
+    // and made again when no answer comes.
+    int letDecoyGo() {
+        while (decoyIsThere()) {
+            if (!request_.isAlive()) return VM1905_RESTARTED;
+            if (const int stop = wait_.pause()) return reason(stop, VM1905_TIMEOUT);
+        }
+        if (request_.flag() == slots::kFull) request_.setFlag(slots::kIdle);
+        return 0;
+    }
+
+    // The daemon must not find it later, nor wait for us.
+    void withdraw() {
+        if (request_.flag() == slots::kFull && request_.head() == head_) {
+            request_.setFlag(slots::kIdle);
+        }
+        if (decoyIsThere()) response_.setFlag(slots::kIdle);
+    }
+
+    vm1905_client& client_;
+    const Segment& request_;
+    const Segment& response_;
+    const Payload payload_;
+    Wait& wait_;
+    const SlotHead head_;
+    const SlotHead decoy_{ownPid(), slots::kServIdNone};
+    bool isUnheard_ = false;
+};
+
+int waitForAnswer(vm1905_client& client, Wait& wait) {
+    for (;;) {
+        collect(client.response);
+        if (stageOf(client) == Stage::kAnswered) return 0;
+        if (!daemonIsSame(client)) return VM1905_RESTARTED;
+        if (const int stop = wait.pause()) return stop;
+    }
+}
+
+int postInTurn(vm1905_client& client, Payload payload, Wait& wait) {
+    Turn turn;
+    if (const int stop = turn.take(wait)) return stop;
+    // Only now: the daemon may have come or gone meanwhile.
+    for (Segment* segment : {&client.request, &client.response}) {
+        if (const int stop = segment->attach()) return stop;
+    }
+    for (;;) {
+        if (const int stop = Posting(client, payload, wait).run()) return stop;
+        // What the daemon answers itself is there by now, unless it was lost: to a neighbor's
+        // answer while we did not come to run, or with a decoy. Reading it once more does no harm.
+        if (!isRead(client.service)) return 0;
+        Wait lost(std::min(kLostMs, wait.left()), {});
+        const int stop = waitForAnswer(client, lost);
+        if (stop != VM1905_TIMEOUT) return stop;
+        if (const int end = wait.pause()) return end;
+    }
+}
+
+}  // namespace
+
+int postRequest(vm1905_client& client, uint16_t service, Payload payload, Wait& wait) {
+    giveUp(client);
+    while (!enter(client, service)) {
+        if (const int stop = wait.pause()) return stop == VM1905_TIMEOUT ? VM1905_BUSY : stop;
+    }
+    client.isAnswered = isAnswered(service, payload);
+    const int result = postInTurn(client, payload, wait);
+    if (result != 0) giveUp(client);
+    return result;
+}
+
+int awaitAnswer(vm1905_client& client, Wait& wait, vm1905_answer& answer) {
+    if (stageOf(client) == Stage::kNone) return VM1905_BAD_ARGUMENT;
+    const int result = client.isAnswered ? waitForAnswer(client, wait) : 0;
+    if (result == VM1905_TIMEOUT) return result;
+    if (result == 0) answer = client.isAnswered ? client.answer : vm1905_answer{};
+    giveUp(client);
+    return result;
+}
+
+void giveUp(vm1905_client& client) {
+    setStage(client, Stage::kNone);
+}
+
+vm1905_client::vm1905_client() {
+    const std::lock_guard guard(exchangeLock);
+    next = firstClient;
+    firstClient = this;
+}
+
+vm1905_client::~vm1905_client() {
+    const std::lock_guard guard(exchangeLock);
+    vm1905_client** link = &firstClient;
+    while (*link != this) link = &(*link)->next;
+    *link = next;
+}
