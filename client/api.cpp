@@ -22,9 +22,9 @@ int vm1905_open(vm1905_client** client) {
     *client = nullptr;
     auto* const made = new (std::nothrow) vm1905_client;
     if (made == nullptr) return VM1905_SYSTEM;
-    int result = made->request.attach();
-    if (result == 0) result = made->response.attach();
+    const int result = attach(*made);
     if (result == 0) {
+        giveUp(*made);
         *client = made;
     } else {
         delete made;

@@ -241,9 +241,7 @@ int postInTurn(vm1905_client& client, Payload payload, Wait& wait) {
     Turn turn;
     if (const int stop = turn.take(wait)) return stop;
     // Only now: the daemon may have come or gone meanwhile.
-    for (Segment* segment : {&client.request, &client.response}) {
-        if (const int stop = segment->attach()) return stop;
-    }
+    if (const int stop = attach(client)) return stop;
     for (;;) {
         if (const int stop = Posting(client, payload, wait).run()) return stop;
         // What the daemon answers itself is there by now, unless it was lost: to a neighbor's
@@ -280,6 +278,13 @@ int awaitAnswer(vm1905_client& client, Wait& wait, vm1905_answer& answer) {
 
 void giveUp(vm1905_client& client) {
     setStage(client, Stage::kNone);
+    client.request.detach();
+    client.response.detach();
+}
+
+int attach(vm1905_client& client) {
+    const int result = client.request.attach();
+    return result == 0 ? client.response.attach() : result;
 }
 
 vm1905_client::vm1905_client() {

@@ -18,6 +18,7 @@ struct vm1905_client {
     vm1905_client& operator=(const vm1905_client&) = delete;
     ~vm1905_client();
 
+    // Attached from a request to its answer: whoever else is attached then is the daemon, or waits.
     Segment request{slots::kReqKey, slots::kReqSize};
     Segment response{slots::kRespKey, slots::kRespSize};
     unsigned localMs = 3000;
@@ -38,3 +39,6 @@ using Payload = std::span<const uint8_t>;
 int postRequest(vm1905_client& client, uint16_t service, Payload payload, Wait& wait);
 int awaitAnswer(vm1905_client& client, Wait& wait, vm1905_answer& answer);
 void giveUp(vm1905_client& client);
+
+// Both segments. 0, VM1905_NO_DAEMON, VM1905_SYSTEM.
+int attach(vm1905_client& client);

@@ -41,15 +41,15 @@ class Segment {
     // Whether the daemon still holds it.
     bool isAlive() const;
 
-    // After a successful attach only.
+    void detach();
+
+    // While it is attached only.
     uint8_t* memory() const { return memory_; }
     uint8_t flag() const;
     void setFlag(uint8_t flag) const;
     SlotHead head() const { return headOf(memory_); }
 
   private:
-    void detach();
-
     key_t key_;
     size_t size_;
     int id_ = -1;

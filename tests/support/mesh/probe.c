@@ -1,8 +1,8 @@
-/* Asks the daemon by the client library, and prints what came of it:
- *   probe SERVICE PAYLOAD TIMEOUT_MS [SERVICE PAYLOAD TIMEOUT_MS ...]
- * PAYLOAD is hexadecimal, or "" for none. A line for each, as soon as it is there: result, id of the
- * answer, and its payload without the zeros at its end; a line "taken" before it for a time-out that
- * begins with a plus sign, which counts from there. */
+/* Asks the daemon by the client library, and prints what came of it. Reads lines
+ *   SERVICE PAYLOAD TIMEOUT_MS
+ * PAYLOAD is hexadecimal, or "-" for none. A line for each, as soon as it is there: result, id of the
+ * answer, and its payload without the zeros at its end. A time-out with a plus sign counts from when
+ * the daemon has taken the request, which a line "taken" tells. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -28,28 +28,30 @@ static void print(int result, const vm1905_answer* answer) {
     fflush(stdout);
 }
 
-int main(int argc, char** argv) {
+static int ask(vm1905_client* client, const char* service, const char* text, const char* timeout,
+               vm1905_answer* answer) {
+    unsigned char payload[VM1905_MAX_PAYLOAD];
+    const unsigned short id = (unsigned short)atoi(service);
+    const size_t length = strcmp(text, "-") == 0 ? 0 : parse(text, payload, sizeof payload);
+    const unsigned ms = (unsigned)atoi(timeout);
+    int result;
+    if (timeout[0] != '+') return vm1905_call(client, id, payload, length, ms, answer);
+    result = vm1905_post(client, id, payload, length, 3000);
+    if (result != 0) return result;
+    printf("taken\n");
+    fflush(stdout);
+    return vm1905_wait(client, ms, answer);
+}
+
+int main(void) {
     vm1905_client* client = NULL;
-    int result = vm1905_open(&client), i;
-    if (result != 0) {
-        printf("%d 0 \n", result);
-        return 0;
-    }
-    for (i = 1; i + 2 < argc; i += 3) {
-        unsigned char payload[VM1905_MAX_PAYLOAD];
+    const int opened = vm1905_open(&client);
+    char line[600], service[8], payload[512], timeout[16];
+    while (fgets(line, sizeof line, stdin) != NULL) {
         vm1905_answer answer;
-        const unsigned short service = (unsigned short)atoi(argv[i]);
-        const size_t length = parse(argv[i + 1], payload, sizeof payload);
-        const unsigned timeout = (unsigned)atoi(argv[i + 2]);
+        if (sscanf(line, "%7s %511s %15s", service, payload, timeout) != 3) return 2;
         memset(&answer, 0, sizeof answer);
-        if (argv[i + 2][0] != '+') {
-            result = vm1905_call(client, service, payload, length, timeout, &answer);
-        } else if ((result = vm1905_post(client, service, payload, length, 3000)) == 0) {
-            printf("taken\n");
-            fflush(stdout);
-            result = vm1905_wait(client, timeout, &answer);
-        }
-        print(result, &answer);
+        print(opened != 0 ? opened : ask(client, service, payload, timeout, &answer), &answer);
     }
     vm1905_close(client);
     return 0;
