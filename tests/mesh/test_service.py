@@ -343,6 +343,20 @@ def test_answers_of_the_past_harm_nobody(lab, client, stranger):
         assert probe.hear() == (0, 135, "07")
 
 
+def test_the_documented_client_compiles_and_works(lab, tmp_path):
+    build = pathlib.Path(lab.environment["VM1905_BUILD"])
+    code = re.search("```c\n(.*?)```", (ROOT / "docs" / "service-channel.md").read_text(),
+                     re.DOTALL).group(1)
+    (tmp_path / "devices.c").write_text(code)
+    sanitized = "VM1905_SANITIZE:BOOL=ON" in (build / "CMakeCache.txt").read_text()
+    subprocess.run(
+        ["cc", "-std=c99", "-pedantic", "-Wall", "-Wextra", "-Werror", "-I", ROOT / "client",
+         *(["-fsanitize=address,undefined"] if sanitized else []), tmp_path / "devices.c",
+         "-o", build / "documented_client", "-L", build, "-lvm1905client", f"-Wl,-rpath,{build}"],
+        check=True)
+    assert f"{al_mac(2)} has 2 interfaces\n" in lab.run(DEVICE, str(build / "documented_client"))
+
+
 def start_daemon(lab):
     daemon = lab.environment["VM1905_BUILD"] + "/vm1905"
     lab.shell(DEVICE, f"rm -f /tmp/vm1905_stop; cd /; setsid {daemon} -d 4 -x 0 > /tmp/vm1905.out 2>&1 < /dev/null &")
