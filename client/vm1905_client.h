@@ -17,8 +17,8 @@
  * A handle is for one thread at a time. A process may have several: their requests go one after the
  * other, but while one waits for a neighbor the others go on. Only a second request for the same
  * service waits until the first is done, since answers name nothing but process and service. A
- * handle does not survive a fork. The client must see the daemon's process ids: it lives in the same
- * PID and IPC namespaces.
+ * handle does not survive a fork. The client must see the daemon's process ids: it lives in the
+ * same PID and IPC namespaces.
  *
  * Nothing waits without end: see vm1905_set_timeouts. */
 #ifndef VM1905_CLIENT_H
@@ -50,22 +50,22 @@ enum vm1905_error {
 
 enum vm1905_code {
     VM1905_OK = 0,
-    VM1905_NO_INTF = 1,         /* the device has no such interface */
-    VM1905_NO_PWR_STATE = 2,    /* the interface does not know that power state */
-    VM1905_NO_NEIGHBOR = 7,     /* the device is no neighbor, or the order was not meant for it */
-    VM1905_FAILED = 16,         /* refused or failed */
-    VM1905_NO_TABLE = 17,       /* the daemon has no such table */
-    VM1905_WRONG_STATE = 18,    /* not now */
-    VM1905_NO_ITEM = 32,        /* no option of this number */
-    VM1905_OUT_OF_RANGE = 33,   /* a value that the option does not take */
-    VM1905_UNCHANGED = 34,      /* the value is set already; or 0 as the length of the change log */
-    VM1905_NO_SERVICE = 48,     /* no service of this number */
-    VM1905_BAD_TYPE = 64,       /* a message type that is not sent for clients */
-    VM1905_BAD_INDEX = 80,      /* past the end of the table */
-    VM1905_EMPTY = 81,          /* the table is empty */
-    VM1905_NO_OWN_INTF = 82,    /* no own interface with this MAC and media type */
-    VM1905_NO_DEVICE = 87,      /* no device with this AL MAC */
-    VM1905_NO_TOPOLOGY = 98     /* the daemon has not seen the network yet */
+    VM1905_NO_INTF = 1,       /* the device has no such interface */
+    VM1905_NO_PWR_STATE = 2,  /* the interface does not know that power state */
+    VM1905_NO_NEIGHBOR = 7,   /* the device is no neighbor, or the order was not meant for it */
+    VM1905_FAILED = 16,       /* refused or failed */
+    VM1905_NO_TABLE = 17,     /* the daemon has no such table */
+    VM1905_WRONG_STATE = 18,  /* not now */
+    VM1905_NO_ITEM = 32,      /* no option of this number */
+    VM1905_OUT_OF_RANGE = 33, /* a value that the option does not take */
+    VM1905_UNCHANGED = 34,    /* the value is set already; or 0 as the length of the change log */
+    VM1905_NO_SERVICE = 48,   /* no service of this number */
+    VM1905_BAD_TYPE = 64,     /* a message type that is not sent for clients */
+    VM1905_BAD_INDEX = 80,    /* past the end of the table */
+    VM1905_EMPTY = 81,        /* the table is empty */
+    VM1905_NO_OWN_INTF = 82,  /* no own interface with this MAC and media type */
+    VM1905_NO_DEVICE = 87,    /* no device with this AL MAC */
+    VM1905_NO_TOPOLOGY = 98   /* the daemon has not seen the network yet */
 };
 
 /* ---- The channel ----------------------------------------------------------------------------- */
@@ -73,8 +73,8 @@ enum vm1905_code {
 typedef struct vm1905_client vm1905_client;
 
 /* Makes a handle on the daemon's channel; the channel itself is the daemon's to make. *client is
- * NULL unless the result is 0. VM1905_NO_DAEMON, VM1905_SYSTEM. A daemon that restarts later is found
- * again by the next request of its own accord. */
+ * NULL unless the result is 0. VM1905_NO_DAEMON, VM1905_SYSTEM. A daemon that restarts later is
+ * found again by the next request of its own accord. */
 VM1905_API int vm1905_open(vm1905_client** client);
 
 /* Gives up what is under way and frees the handle; NULL is fine. */
@@ -115,8 +115,8 @@ typedef struct vm1905_answer {
 /* Asks for a service with these bytes as its payload (length up to VM1905_MAX_PAYLOAD, the rest is
  * zero; NULL with a length of 0) and hands back the answer as it came. 0: an answer came, whatever
  * it says. Services that never answer (140; 161 and 214 to the all-zero address) are done when the
- * daemon has taken the request, with the id 0 in *answer. An unknown service is not answered either,
- * but ends in VM1905_TIMEOUT. timeout_ms bounds the whole call.
+ * daemon has taken the request, with the id 0 in *answer. An unknown service is not answered
+ * either, but ends in VM1905_TIMEOUT. timeout_ms bounds the whole call.
  *
  * Any negative result. */
 VM1905_API int vm1905_call(vm1905_client* client, uint16_t service, const void* payload,
@@ -124,8 +124,8 @@ VM1905_API int vm1905_call(vm1905_client* client, uint16_t service, const void* 
 
 /* The same in two steps. vm1905_post returns 0 when the daemon has taken the request, at most
  * timeout_ms later. vm1905_wait hands over the answer; after VM1905_TIMEOUT it may be called again,
- * as often as the caller likes (with 0 ms: a look). The next request by this handle gives up the one
- * that was posted, and so does any other result of vm1905_wait.
+ * as often as the caller likes (with 0 ms: a look). The next request by this handle gives up the
+ * one that was posted, and so does any other result of vm1905_wait.
  *
  * An answer that comes after its request was given up is dropped. But the same service, asked for
  * again, may find the late answer of the first time: a neighbor may be that late for about 6 s. */
@@ -310,15 +310,15 @@ VM1905_API int vm1905_get_dev_option(vm1905_client* client, const vm1905_mac* al
 /* Sends a topology and a vendor discovery at once. (185) */
 VM1905_API int vm1905_send_discovery(vm1905_client* client);
 /* Sends a standard message: the TLVs as they are, up to 240 bytes, which the daemon decodes. To
- * target for the types 2, 4, 5, 8, 9; to all (target may be NULL) for 0, 1, 7, 10, 11, 12; 64 for any
- * other. (200) */
+ * target for the types 2, 4, 5, 8, 9; to all (target may be NULL) for 0, 1, 7, 10, 11, 12; 64 for
+ * any other. (200) */
 VM1905_API int vm1905_send_raw(vm1905_client* client, uint16_t type, const vm1905_mac* target,
                                const void* tlvs, size_t length);
 
 /* ---- Orders for a neighbor, and its answer --------------------------------------------------- */
 
-/* All of these: 7 and 98, what the neighbor answers, VM1905_TIMEOUT when it is silent. target is its
- * AL MAC. */
+/* All of these: 7 and 98, what the neighbor answers, VM1905_TIMEOUT when it is silent. target is
+ * its AL MAC. */
 
 VM1905_API int vm1905_reboot(vm1905_client* client, const vm1905_mac* target);           /* 134 */
 VM1905_API int vm1905_reset_to_default(vm1905_client* client, const vm1905_mac* target); /* 149 */
@@ -415,11 +415,10 @@ typedef struct vm1905_speed_test {
 } vm1905_speed_test;
 
 VM1905_API int vm1905_speed_test_ctrl(vm1905_client* client, const vm1905_mac* target,
-                                      const vm1905_speed_test* test); /* 179 */
-VM1905_API int vm1905_wifi_state_search(vm1905_client* client,
-                                        const vm1905_mac* target); /* 181 */
-VM1905_API int vm1905_wifi_state_renew(vm1905_client* client, const vm1905_mac* target); /* 183 */
-VM1905_API int vm1905_request_log_file(vm1905_client* client, const vm1905_mac* target); /* 187 */
+                                      const vm1905_speed_test* test);                     /* 179 */
+VM1905_API int vm1905_wifi_state_search(vm1905_client* client, const vm1905_mac* target); /* 181 */
+VM1905_API int vm1905_wifi_state_renew(vm1905_client* client, const vm1905_mac* target);  /* 183 */
+VM1905_API int vm1905_request_log_file(vm1905_client* client, const vm1905_mac* target);  /* 187 */
 /* command: up to 128 bytes. (197) */
 VM1905_API int vm1905_network_ctrl(vm1905_client* client, const vm1905_mac* target, uint16_t option,
                                    const char* command);

@@ -285,7 +285,7 @@ class Probe:
         assert self.ask(service, payload, f"+{timeout}") == "taken"
 
 
-NO_DAEMON, RESTARTED, TIMEOUT = -1, -2, -3
+NO_DAEMON, RESTARTED, TIMEOUT, BUSY = -1, -2, -3, -4
 DONE = (0, LED + 1, "")
 
 
@@ -331,8 +331,14 @@ def test_answers_of_the_past_harm_nobody(lab, client, stranger):
     with Probe(lab) as probe:
         answering.answer(order, LED_RESP, "00")
         wait_until(lambda: client.look()[1:3] == (LED + 1, FULL), 5, "its answer is there")
-        assert probe.ask(0)[:2] == (0, 1)
+        assert probe.ask(LED, led(stranger), 300)[0] == TIMEOUT
+        assert client.look()[1:3] == (LED + 1, IDLE), "the dead need no answer"
 
+        assert client.post(0) is not None
+        assert probe.ask(LED, led(stranger), 300)[0] == TIMEOUT
+        assert client.take(0)[0] == 1, "the living do"
+
+        answering.forget()
         assert probe.ask(LED, led(stranger), 300)[0] == TIMEOUT
         late = answering.order(LED_REQ)
         probe.post(134, raw(stranger.al).hex(), 8000)
@@ -341,6 +347,21 @@ def test_answers_of_the_past_harm_nobody(lab, client, stranger):
         wait_until(lambda: client.look()[1:3] == (LED + 1, IDLE), 5, "it is dropped")
         answering.answer(order, 5, "07")
         assert probe.hear() == (0, 135, "07")
+
+
+def test_turns_and_the_fifo(lab):
+    with Probe(lab) as probe:
+        assert probe.ask(0)[:2] == (0, 1)
+        holder = lab.start("exec", DEVICE, "--", "flock", "/tmp/vm1905_client.lock", "-c",
+                           "echo held; sleep 1")
+        assert holder.stdout.readline() == "held\n"
+        assert probe.ask(0, "", 200)[0] == BUSY
+        assert probe.ask(0)[:2] == (0, 1)
+        assert holder.wait(10) == 0
+        # Without the FIFO the daemon comes by itself; whatever has its name is left alone.
+        lab.shell(DEVICE, "mv /tmp/vm1905_wake /tmp/kept; touch /tmp/vm1905_wake")
+        assert probe.ask(0)[:2] == (0, 1)
+        lab.shell(DEVICE, "test ! -s /tmp/vm1905_wake; mv /tmp/kept /tmp/vm1905_wake")
 
 
 def test_the_documented_client_compiles_and_works(lab, tmp_path):

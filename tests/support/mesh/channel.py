@@ -67,13 +67,14 @@ class Client:
     def take(self, seconds=3):
         """The answer for this process: its id and its payload; None without one."""
         limit = time.monotonic() + seconds
-        while self.response.wait_for(FULL, limit - time.monotonic()):
-            if self.look()[0] == os.getpid():
-                _, service, _, payload = self.look()
+        while True:
+            pid, service, flag, payload = self.look()
+            if (pid, flag) == (os.getpid(), FULL):
                 self.response.bytes[FLAG] = IDLE
                 return service, payload
+            if time.monotonic() > limit:
+                return None
             time.sleep(0.0002)
-        return None
 
     def ask(self, service, payload="", seconds=3):
         if self.post(service, payload) is None and service == 2:
