@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "api.h"
-#include "common/command.h"
+#include "common/hook.h"
 #include "common/text.h"
 #include "netctrl/notices.h"
 #include "netctrl/state.h"
@@ -28,7 +28,7 @@ std::string fieldText(const char (&field)[N]) {
 int runForText(const char* hook, const std::vector<std::string>& args, char* text, size_t size) {
     if (text == nullptr) return kFailure;
     std::string output;
-    const int result = runHook(hook, args, &output);
+    const int result = askHook(hook, args, &output);
     copyText(text, size, result == 0 ? trim(output) : "");
     return result == 0 && text[0] == '\0' ? kFailure : result;
 }
@@ -43,13 +43,12 @@ int resetToDefault(void) {
 }
 
 int setLEDvalue(uint8_t ledOption) {
-    std::string output;
-    const int result = runHook("led", {number(ledOption)}, &output);
-    const std::string_view status = lineOf(output, 0);
-    if (result != 0 || trim(output).empty()) return result;
-    keepLedState(status, lineOf(output, 1));
-    if (!status.empty()) noteLedStatus(std::string(status));
-    return result;
+    return runHook("led", {number(ledOption)}, [](int result, const std::string& output) {
+        if (result != 0 || trim(output).empty()) return;
+        const std::string_view status = lineOf(output, 0);
+        keepLedState(status, lineOf(output, 1));
+        if (!status.empty()) noteLedStatus(std::string(status));
+    });
 }
 
 int setSystemvalue(uint8_t systemOption) {
@@ -61,9 +60,10 @@ int setNetworkCtrl(uint16_t networkOption, const char* command) {
 }
 
 int setWIFICountryCode(const char* countryCode) {
-    const int result = runHook("wifi-country-code", {orEmpty(countryCode)});
-    if (result == 0) keepWifiCountryCode(orEmpty(countryCode));
-    return result;
+    const std::string code = orEmpty(countryCode);
+    return runHook("wifi-country-code", {code}, [code](int result, const std::string&) {
+        if (result == 0) keepWifiCountryCode(code);
+    });
 }
 
 int FWCtrl(const FwCtrl* ctrl) {
@@ -91,7 +91,7 @@ int getDownloanURL(const char* ownHostname, const char* hostname, char url[PLATF
     if (url == nullptr || fileName == nullptr) return kFailure;
     std::string output;
     const int result =
-        runHook("extender-firmware-url", {orEmpty(ownHostname), orEmpty(hostname)}, &output);
+        askHook("extender-firmware-url", {orEmpty(ownHostname), orEmpty(hostname)}, &output);
     if (result != 0) output.clear();
     copyText(url, PLATFORM_FW_URL_LEN, lineOf(output, 0));
     copyText(fileName, PLATFORM_FW_FILE_NAME_LEN, lineOf(output, 1));
@@ -144,7 +144,7 @@ int SecurityCtrl_cleanDataToList(void) {
 int getResponseLogFile(const uint8_t* alMac, LogFileRef* file) {
     if (file == nullptr) return kFailure;
     std::string output;
-    const int result = runHook("log-file-publish", {macText(alMac)}, &output);
+    const int result = askHook("log-file-publish", {macText(alMac)}, &output);
     if (result != 0) output.clear();
     copyText(file->fileName, sizeof file->fileName, lineOf(output, 0));
     copyText(file->ftpUrl, sizeof file->ftpUrl, lineOf(output, 1));
@@ -175,7 +175,7 @@ int getBcnRptReq(BcnRpt* report) {
     if (report == nullptr) return kFailure;
     report->len = 0;
     std::string output;
-    const int result = runHook("beacon-report-get", {macText(report->staMac)}, &output);
+    const int result = askHook("beacon-report-get", {macText(report->staMac)}, &output);
     if (result != 0) return result;
     const auto bytes = parseHex(output);
     if (!bytes || bytes->size() > sizeof report->data) return kFailure;

@@ -3,9 +3,10 @@
 // The daemon carries the messages; what they mean for the radios is up to the product's hooks. A
 // hook that wants to answer with a WSC frame prints it as hexadecimal digits.
 #include <algorithm>
+#include <memory>
 #include <vector>
 
-#include "common/command.h"
+#include "common/hook.h"
 #include "common/log.h"
 #include "common/text.h"
 #include "netctrl/notices.h"
@@ -20,9 +21,9 @@ void fillOwnAlMac(uint8_t* mac) {
     toldAlMac().value_or(MacAddr{}).copyTo(mac);
 }
 
-int sendWscFrame(const uint8_t* dstMac, const std::vector<uint8_t>& frame) {
+int sendWscFrame(const MacAddr& dstMac, const std::vector<uint8_t>& frame) {
     ApAutoConfWscReq request{};
-    std::copy_n(dstMac, PLATFORM_MAC_LEN, request.dstMac);
+    dstMac.copyTo(request.dstMac);
     request.frameLen = static_cast<uint16_t>(frame.size());
     request.frame = frame.data();
     return requestService(SERV_REQ_AP_AUTOCONF_WSC, &request);
@@ -31,15 +32,17 @@ int sendWscFrame(const uint8_t* dstMac, const std::vector<uint8_t>& frame) {
 // Runs a hook and sends what it answers to the device that caused it.
 int runAutoConfHook(const std::string& name, const std::vector<std::string>& args,
                     const uint8_t* replyTo) {
-    std::string output;
-    const int result = runHook(name, args, &output);
-    if (result != 0 || trim(output).empty()) return result;
-    const auto frame = parseHex(output);
-    if (!frame) {
-        PLAT_LOG(1, "hook %s printed something else than hexadecimal digits", name.c_str());
-        return kFailure;
-    }
-    return sendWscFrame(replyTo, *frame);
+    // It may come after this function is gone.
+    const auto sent = std::make_shared<int>(kOk);
+    const auto answer = [name, sent, to = MacAddr(replyTo)](int result, const std::string& output) {
+        if (result != 0 || trim(output).empty()) return;
+        const auto frame = parseHex(output);
+        if (!frame)
+            PLAT_LOG(1, "hook %s printed something else than hexadecimal digits", name.c_str());
+        *sent = frame ? sendWscFrame(to, *frame) : kFailure;
+    };
+    const int result = runHook(name, args, answer);
+    return result != 0 ? result : *sent;
 }
 
 std::string number(uint32_t value) {

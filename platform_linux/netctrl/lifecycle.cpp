@@ -1,5 +1,6 @@
 // Lifecycle of the library and the callbacks it reports through.
 #include "common/conf.h"
+#include "common/hook.h"
 #include "common/log.h"
 #include "netctrl/isolate.h"
 #include "netctrl/notices.h"
@@ -41,6 +42,7 @@ int startNetCtrl(void) {
 }
 
 int runNetCtrl(void) {
+    collectJobs();
     const int result = runWatch(callbacks.netStatus);
     reportNotices(callbacks.netStatus);
     return result;
@@ -50,6 +52,8 @@ int destroyNetCtrl(void) {
     removeIsolation();
     closeWatch();
     dropNotices();
+    endAllJobs();
+    forgetHooks();
     callbacks = {};
     return kOk;
 }

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "api.h"
-#include "common/command.h"
+#include "common/hook.h"
 #include "common/text.h"
 
 namespace plat {
@@ -26,15 +26,16 @@ using namespace plat;
 int setSpeedTestStartStop(const SpeedTestCtrl* ctrl) {
     if (ctrl == nullptr) return kFailure;
     const std::string url(ctrl->url, ::strnlen(ctrl->url, sizeof ctrl->url));
-    const int result =
-        runHook("speed-test", {std::to_string(ctrl->enable), std::to_string(ctrl->action), url,
-                               std::to_string(ctrl->startTime), std::to_string(ctrl->runtime),
-                               macText(ctrl->lanMac)});
-    if (result != 0) return result;
-    speedTest.running = ctrl->enable != 0;
+    const bool start = ctrl->enable != 0;
     constexpr uint32_t kMost = std::numeric_limits<int>::max();
-    speedTest.timeout = static_cast<int>(std::min(ctrl->runtime, kMost));
-    return kOk;
+    const auto timeout = static_cast<int>(std::min(ctrl->runtime, kMost));
+    return runHook(
+        "speed-test",
+        {std::to_string(ctrl->enable), std::to_string(ctrl->action), url,
+         std::to_string(ctrl->startTime), std::to_string(ctrl->runtime), macText(ctrl->lanMac)},
+        [start, timeout](int result, const std::string&) {
+            if (result == 0) speedTest = {start, timeout, speedTest.sendCtrlFlag};
+        });
 }
 
 int outputSpeedTestData(const uint8_t* alMac, const char* data) {

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "common/conf.h"
+#include "common/job.h"
 #include "common/log.h"
 #include "common/text.h"
 #include "netctrl/notices.h"
@@ -160,7 +161,9 @@ int setAPautoconfigFlag(const uint8_t* alMac, uint8_t band) {
     return kFailure;
 }
 
+// Once a second: there are hooks to collect, and no renew of ours is ever repeated.
 int reSendRenewbySynclist(void) {
+    collectJobs();
     return kOk;
 }
 

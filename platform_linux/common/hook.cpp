@@ -1,0 +1,124 @@
+#include "common/hook.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <list>
+
+#include "common/log.h"
+
+namespace plat {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// With the start of the program the daemon is to be held up for less than 100 ms.
+constexpr std::chrono::milliseconds kWait{75};
+// How long an answer that came late waits for the question to be asked again.
+constexpr std::chrono::seconds kLateLimit{60};
+constexpr size_t kMaxAnswers = 64;
+
+struct Answer {
+    std::string name;
+    std::vector<std::string> args;
+    int status = kFailure;
+    std::string output;
+    bool read = false;
+    Clock::time_point at{};
+};
+
+// Newest question last.
+std::list<Answer> answers;
+
+std::string hookFile(const std::string& name) {
+    const char* folder = ::secure_getenv("VM1905_HOOKS");
+    return std::string(folder != nullptr ? folder : "/etc/vm1905/hooks") + "/" + name;
+}
+
+Answer* findAnswer(const std::string& name, const std::vector<std::string>& args) {
+    for (Answer& answer : answers)
+        if (answer.name == name && answer.args == args) return &answer;
+    return nullptr;
+}
+
+void keepAnswer(const std::string& name, const std::vector<std::string>& args, int status,
+                const std::string& output) {
+    Answer* answer = findAnswer(name, args);
+    if (answer == nullptr) {
+        if (answers.size() >= kMaxAnswers) answers.pop_front();
+        answer = &answers.emplace_back();
+        answer->name = name;
+        answer->args = args;
+    }
+    answer->status = status;
+    answer->output = output;
+    answer->read = false;
+    answer->at = Clock::now();
+}
+
+int give(Answer& answer, std::string* output) {
+    answer.read = true;
+    *output = answer.output;
+    return answer.status;
+}
+
+}  // namespace
+
+bool hasHook(const std::string& name) {
+    const std::string file = hookFile(name);
+    struct stat info {};
+    return ::stat(file.c_str(), &info) == 0 && S_ISREG(info.st_mode) &&
+           ::access(file.c_str(), X_OK) == 0;
+}
+
+JobId startHook(const std::string& name, const std::vector<std::string>& args,
+                std::chrono::milliseconds limit, JobDone done) {
+    collectJobs();
+    const std::string label = "hook " + name;
+    if (!hasHook(name)) {
+        PLAT_LOG(2, "no hook for this action: provide an executable %s", hookFile(name).c_str());
+        return 0;
+    }
+    if (isJobAtWork(label)) {
+        PLAT_LOG(2, "hook %s is still at work, refuse to run it again", name.c_str());
+        return 0;
+    }
+    std::vector<std::string> argv{hookFile(name)};
+    argv.insert(argv.end(), args.begin(), args.end());
+    return startJob(argv, {.limit = limit, .name = label},
+                    [label, done = std::move(done)](int status, const std::string& output) {
+                        PLAT_LOG(status == 0 ? 3 : 2, "%s: %d", label.c_str(), status);
+                        if (done) done(status, output);
+                    });
+}
+
+int runHook(const std::string& name, const std::vector<std::string>& args, JobDone done,
+            std::chrono::milliseconds limit) {
+    const JobId id = startHook(name, args, limit, std::move(done));
+    if (id == 0) return kFailure;
+    // Still at work counts as accepted: whoever asked cannot be kept waiting.
+    return waitJob(id, kWait).value_or(kOk);
+}
+
+int askHook(const std::string& name, const std::vector<std::string>& args, std::string* output) {
+    output->clear();
+    collectJobs();
+    Answer* last = findAnswer(name, args);
+    const bool fresh = last != nullptr && !last->read && Clock::now() - last->at < kLateLimit;
+    if (fresh || (last != nullptr && isJobAtWork("hook " + name))) return give(*last, output);
+    const JobId id =
+        startHook(name, args, kHookLimit, [name, args](int status, const std::string& text) {
+            keepAnswer(name, args, status, text);
+        });
+    if (id == 0) return kFailure;
+    (void)waitJob(id, kWait);
+    last = findAnswer(name, args);
+    return last != nullptr ? give(*last, output) : kFailure;
+}
+
+void forgetHooks() {
+    answers.clear();
+}
+
+}  // namespace plat

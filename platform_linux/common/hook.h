@@ -1,0 +1,39 @@
+// The product's hooks (docs/platform.md): executables by name, none of which holds up the daemon.
+//
+// A hook is waited for 75 ms and otherwise left at work, for as long as its limit allows. While one
+// of a name is at work, another start of that name is refused with 16.
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include "common/job.h"
+
+namespace plat {
+
+inline constexpr std::chrono::milliseconds kHookLimit{2000};
+
+// An action. Returns the hook's exit status; 0, accepted, while it is still at work; 16 when there
+// is no such hook, it is at work already or cannot be started. done, which may be empty, is told
+// its end in every case but the last, before this returns or later.
+PLAT_API int runHook(const std::string& name, const std::vector<std::string>& args = {},
+                     JobDone done = {}, std::chrono::milliseconds limit = kHookLimit);
+
+// A question: *output takes what the hook printed. Returns its exit status. A hook that is still at
+// work is answered for by the last answer to the same call (name and arguments) if there was one,
+// else by 16; the next call then finds the new one.
+PLAT_API int askHook(const std::string& name, const std::vector<std::string>& args,
+                     std::string* output);
+
+// Starts a hook without waiting for it at all. Its job, or 0 as for the 16 of runHook.
+PLAT_API JobId startHook(const std::string& name, const std::vector<std::string>& args,
+                         std::chrono::milliseconds limit, JobDone done);
+
+// Whether there is an executable of this name.
+PLAT_API bool hasHook(const std::string& name);
+
+// Forgets the answers.
+PLAT_API void forgetHooks();
+
+}  // namespace plat
