@@ -1,6 +1,7 @@
 // Actions that only the product can carry out: each is a hook. docs/platform.md has their names,
 // arguments and results.
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -13,6 +14,10 @@
 
 namespace plat {
 namespace {
+
+// Settings that a radio or a network takes its time to follow; files that come over the network.
+constexpr std::chrono::seconds kSlowLimit{30};
+constexpr std::chrono::seconds kTransferLimit{300};
 
 std::string number(int64_t value) {
     return std::to_string(value);
@@ -33,13 +38,18 @@ int runForText(const char* hook, const std::vector<std::string>& args, char* tex
     return result == 0 && text[0] == '\0' ? kFailure : result;
 }
 
+// The same for what is asked on a schedule: without the hook there is nothing to complain of.
+int runIfThere(const char* hook, const std::vector<std::string>& args, char* text, size_t size) {
+    return hasHook(hook) ? runForText(hook, args, text, size) : kFailure;
+}
+
 }  // namespace
 }  // namespace plat
 
 using namespace plat;
 
 int resetToDefault(void) {
-    return runHook("reset-to-default");
+    return runHook("reset-to-default", {}, {}, kSlowLimit);
 }
 
 int setLEDvalue(uint8_t ledOption) {
@@ -52,11 +62,11 @@ int setLEDvalue(uint8_t ledOption) {
 }
 
 int setSystemvalue(uint8_t systemOption) {
-    return runHook("system", {number(systemOption)});
+    return runHook("system", {number(systemOption)}, {}, kSlowLimit);
 }
 
 int setNetworkCtrl(uint16_t networkOption, const char* command) {
-    return runHook("network", {number(networkOption), orEmpty(command)});
+    return runHook("network", {number(networkOption), orEmpty(command)}, {}, kSlowLimit);
 }
 
 int setWIFICountryCode(const char* countryCode) {
@@ -103,19 +113,27 @@ int set_vsftpd_StartStop(int32_t start) {
 }
 
 int getWIFIStateSync(char data[PLATFORM_SYNC_DATA_LEN]) {
-    return runForText("wifi-state-get", {}, data, PLATFORM_SYNC_DATA_LEN);
+    return runIfThere("wifi-state-get", {}, data, PLATFORM_SYNC_DATA_LEN);
 }
 
 int getWIFIChannelSync(char data[PLATFORM_SYNC_DATA_LEN]) {
-    return runForText("wifi-channel-get", {}, data, PLATFORM_SYNC_DATA_LEN);
+    return runIfThere("wifi-channel-get", {}, data, PLATFORM_SYNC_DATA_LEN);
 }
 
 int parseWIFIStateSyncdata(const uint8_t* alMac, const char* data) {
-    return runHook("wifi-state-set", {macText(alMac), orEmpty(data)});
+    return runHook("wifi-state-set", {macText(alMac), orEmpty(data)}, {}, kSlowLimit);
 }
 
 int parseWIFIChannelSyncData(const uint8_t* alMac, const char* data) {
-    return runHook("wifi-channel-set", {macText(alMac), orEmpty(data)});
+    return runHook("wifi-channel-set", {macText(alMac), orEmpty(data)}, {}, kSlowLimit);
+}
+
+int getExtenderConfig(char data[PLATFORM_SYNC_DATA_LEN]) {
+    return runIfThere("extender-config-get", {}, data, PLATFORM_SYNC_DATA_LEN);
+}
+
+int setExtenderConfig(const uint8_t* alMac, const char* data) {
+    return runHook("extender-config", {macText(alMac), orEmpty(data)}, {}, kSlowLimit);
 }
 
 int setWIFIStateSyncList(const uint8_t* alMac, const char* result) {
@@ -152,7 +170,7 @@ int getResponseLogFile(const uint8_t* alMac, LogFileRef* file) {
 }
 
 int DownloadLogFile(const char* fileName, const char* ftpUrl) {
-    return runHook("log-file-fetch", {orEmpty(fileName), orEmpty(ftpUrl)});
+    return runHook("log-file-fetch", {orEmpty(fileName), orEmpty(ftpUrl)}, {}, kTransferLimit);
 }
 
 int getAckDownloadLogFile(const uint8_t* alMac, int32_t result) {

@@ -1,6 +1,7 @@
 // The speed test: a hook measures, the daemon carries orders and figures.
 #include <algorithm>
 #include <cstring>
+#include <ctime>
 #include <limits>
 #include <string>
 
@@ -14,6 +15,7 @@ namespace {
 struct SpeedTest {
     bool running = false;
     int timeout = 0;
+    uint32_t startTime = 0;  // seconds since the epoch
     int32_t sendCtrlFlag = 1;
 };
 SpeedTest speedTest;
@@ -33,13 +35,24 @@ int setSpeedTestStartStop(const SpeedTestCtrl* ctrl) {
         "speed-test",
         {std::to_string(ctrl->enable), std::to_string(ctrl->action), url,
          std::to_string(ctrl->startTime), std::to_string(ctrl->runtime), macText(ctrl->lanMac)},
-        [start, timeout](int result, const std::string&) {
-            if (result == 0) speedTest = {start, timeout, speedTest.sendCtrlFlag};
+        [start, timeout, startTime = ctrl->startTime](int result, const std::string&) {
+            if (result == 0) speedTest = {start, timeout, startTime, speedTest.sendCtrlFlag};
         });
 }
 
 int outputSpeedTestData(const uint8_t* alMac, const char* data) {
-    return runHook("speed-test-result", {macText(alMac), orEmpty(data)});
+    if (hasHook("speed-test-result"))
+        return runHook("speed-test-result", {macText(alMac), orEmpty(data)});
+    // Whoever has no hook for the figures finds them in the log.
+    return outputlogData(("[SpeedTest] " + macText(alMac) + ": " + orEmpty(data)).c_str());
+}
+
+int getSpeedTestData(char data[PLATFORM_SYNC_DATA_LEN]) {
+    if (data == nullptr || !hasHook("speed-test-data")) return kFailure;
+    std::string output;
+    const int result = askHook("speed-test-data", {}, &output);
+    copyText(data, PLATFORM_SYNC_DATA_LEN, result == 0 ? trim(output) : "");
+    return result == 0 && data[0] == '\0' ? kFailure : result;
 }
 
 int initSpeedTestData(void) {
@@ -49,7 +62,8 @@ int initSpeedTestData(void) {
 }
 
 int getSpeedTestState(void) {
-    return speedTest.running ? kOk : kFailure;
+    const bool begun = std::time(nullptr) >= static_cast<time_t>(speedTest.startTime);
+    return speedTest.running && begun ? kOk : kFailure;
 }
 
 int setSpeedTestState(int32_t running) {

@@ -7,10 +7,13 @@
 #include "controller/features/ethernet_port_state.h"
 #include "controller/features/ipv6_info.h"
 #include "controller/features/led_state.h"
+#include "controller/features/local_firmware.h"
 #include "controller/features/network_state.h"
 #include "controller/features/security_state.h"
+#include "controller/features/speed_test.h"
 #include "controller/features/wifi_channel_info.h"
 #include "controller/features/wifi_country_code.h"
+#include "controller/features/wifi_sync.h"
 #include "controller/root_ap.h"
 #include "controller/settings.h"
 #include "controller/wifi_client_report.h"
@@ -29,6 +32,10 @@ using S = ScheduleSettings;
 
 bool isDefaultModel() {
     return getDeviceModelType() == 0;
+}
+
+bool isLocalFWWanted() {
+    return isDefaultModel() && scheduleSettings().Time_CHECKLOCALFWEXIST != 0;
 }
 
 bool isClientReportWanted() {
@@ -59,6 +66,15 @@ constexpr Check kChecks[] = {
     {"checkRenewals", nullptr, kCheckRenewals, nullptr, checkRenewals},
     {"checkWIFIChannelInfo", &S::Time_CHECKWIFICHANNELINFO, kCheckWIFIChannelInfo, nullptr,
      checkWIFIChannelInfo},
+    {"checkWIFIChannelSync", &S::Time_CHECKWIFICHANNELSYNC, kCheckWIFIChannelSync, isDefaultModel,
+     checkWIFIChannelSync},
+    {"checkWIFIStateSync", &S::Time_CHECKWIFISTATESYNC, kCheckWIFIStateSync, isDefaultModel,
+     checkWIFIStateSync},
+    // The stamp follows the period, also when no order waits.
+    {"checkSpeedTestCtrl", &S::Time_CHECKSPEEDTESTCTRLSTATE, kCheckSpeedTestCtrl, nullptr,
+     runSpeedTestCtrl},
+    {"sendSpeedTestData", &S::Time_SENDSPEEDTESTDATA, kCheckSpeedTestData, nullptr,
+     paceSpeedTestData},
     {"checkLEDstate", &S::Time_CHECKLEDSTATE, kCheckLEDState, nullptr, checkLEDstate},
     {"checkLEDCtrlList", &S::Time_CHECKLEDCTRL, kCheckLEDCtrl, nullptr, checkLEDCtrlList},
     {"checkSystemCtrlList", &S::Time_CHECKSYSTEMCTRL, kCheckSystemCtrl, nullptr,
@@ -78,6 +94,8 @@ constexpr Check kChecks[] = {
      checkSecurityStatet},
     {"checkWIFICountryCode", &S::Time_CHECKWIFICOUNTRYCODE, kCheckWIFICountryCode, nullptr,
      checkWIFICountryCode},
+    {"checkLocalFWExist", &S::Time_CHECKLOCALFWEXIST, kCheckLocalFW, isLocalFWWanted,
+     checkLocalFWExist},
     {"checkEthernetPortState", &S::Time_EthernetPortState, kCheckEthernetPortState, nullptr,
      checkEthernetPortState},
     {"checkDeviceSettings", &S::Time_CHECKDEVICESETTINGS, kCheckDeviceSettings, nullptr,
@@ -193,6 +211,8 @@ void initMessageTransmitterLoop() {
     loop = {};
     clearCheckTimeStamps();
     initCtrlLists();
+    initSpeedTest();
+    initWifiSync();
     initRootAp();
 }
 

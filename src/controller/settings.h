@@ -12,7 +12,11 @@ struct ScheduleSettings {
     int32_t Time_RESENDRENEWBYSYNCLIST = 1;
     int32_t Time_CHECKWIFICHANNELINFO = 5;
     int32_t Time_CHECKWIFICHANNELSYNC = 30;
+    int32_t Time_CHECKWIFISTATESYNC = 30;
+    int32_t WIFISync_LoopCount = 4;  // as for a system order
     int32_t Time_CHECKSPEEDTESTCTRLSTATE = 1;
+    int32_t SpeedTestCtrl_LoopCount = 10;
+    int32_t Time_SENDSPEEDTESTDATA = 1;
     int32_t Time_CHECKLEDSTATE = 20;
     int32_t Time_CHECKLEDCTRL = 5;
     int32_t LEDCtrl_LoopCount = 12;
@@ -58,6 +62,10 @@ enum CheckId : uint8_t {
     kCheckRenewBySynclist,
     kCheckRenewals,
     kCheckWIFIChannelInfo,
+    kCheckWIFIChannelSync,
+    kCheckWIFIStateSync,
+    kCheckSpeedTestCtrl,
+    kCheckSpeedTestData,
     kCheckLEDState,
     kCheckLEDCtrl,
     kCheckSystemCtrl,
@@ -69,6 +77,7 @@ enum CheckId : uint8_t {
     kCheckSecurityCtrlList,
     kCheckSecurityState,
     kCheckWIFICountryCode,
+    kCheckLocalFW,
     kCheckEthernetPortState,
     kCheckDeviceSettings,
     kCheckNum

@@ -3,7 +3,8 @@
  *
  * Unless told otherwise a function returns 0 on success and a failure code otherwise: 1 no such
  * interface, 2 unsupported power state, 16 the action failed or this device cannot do it. Each
- * call returns within a few seconds; work that takes longer goes on after the call. MAC addresses
+ * call returns within 100 ms; work that takes longer goes on after the call, which then tells 0 for
+ * accepted. MAC addresses
  * are 6 bytes in wire order, numbers are in host byte order, texts are NUL-terminated, never NULL
  * inside a record, and come unchecked from other devices: the library treats them as data. */
 #ifndef VM1905_PLATFORM_DEVICE_H
@@ -94,6 +95,10 @@ int getNewFWVersionByPlatform(const char* ownHostname, const char* hostname,
 int getDownloanURL(const char* ownHostname, const char* hostname, char url[PLATFORM_FW_URL_LEN],
                    char fileName[PLATFORM_FW_FILE_NAME_LEN]);
 
+/* Called every 20 seconds: looks whether a firmware file has been left where this device takes one
+ * up, and takes it up. 0 when there was one, 16 when there is none. */
+int checkLocalFW(void);
+
 /* Starts (1) or stops (0) the FTP service from which the devices fetch their firmware. */
 int set_vsftpd_StartStop(int32_t start);
 
@@ -142,6 +147,15 @@ int parseWIFIChannelSyncData(const uint8_t* alMac, const char* data);
 int setWIFIStateSyncList(const uint8_t* alMac, const char* result);
 int setWIFIChannelSyncList(const uint8_t* alMac, const char* result);
 
+/* ---- Configuration of the extenders ---------------------------------------------------------- */
+
+/* The configuration that this device hands to the extenders; 16 when it has none for them. The
+ * content is the platform's and opaque to the daemon. */
+int getExtenderConfig(char data[PLATFORM_SYNC_DATA_LEN]);
+
+/* Takes over the one that the device with this AL MAC sent. */
+int setExtenderConfig(const uint8_t* alMac, const char* data);
+
 /* ---- Security exchange --------------------------------------------------------------------- */
 
 /* First and second message of the exchange, len bytes of data from the device with this AL MAC. */
@@ -164,6 +178,10 @@ typedef struct SpeedTestCtrl {
 
 /* Starts or stops the test on this device. While one runs, getSpeedTestState() is 0. */
 int setSpeedTestStartStop(const SpeedTestCtrl* ctrl);
+
+/* What the test on this device has to tell since the last call, one line: asked once a second while
+ * it runs, and sent to the device that started it. 16 when there is nothing to tell. */
+int getSpeedTestData(char data[PLATFORM_SYNC_DATA_LEN]);
 
 /* One line of result text of the device with this AL MAC, for whoever shows it. */
 int outputSpeedTestData(const uint8_t* alMac, const char* data);

@@ -6,6 +6,8 @@
 #include <string>
 
 #include "controller/control_lists.h"
+#include "controller/features/speed_test.h"
+#include "controller/features/wifi_sync.h"
 #include "core/log.h"
 #include "core/result.h"
 #include "platform/device.h"
@@ -104,10 +106,11 @@ int giveControl(const ServReq& request, const Control& control) {
 }
 
 // To the device that the request names, to all when it names none.
-int sendToTarget(const ServReq& request, VendMsgType type, std::unique_ptr<VendPayload> payload) {
+int sendToTarget(const ServReq& request, VendMsgType type, std::unique_ptr<VendPayload> payload,
+                 uint16_t* msgId = nullptr) {
     const MacAddr target = request.mac(req::kTarget);
-    return target.isZero() ? sendVendMcastMsg(type, std::move(payload))
-                           : sendVendMsg(target, type, std::move(payload));
+    return target.isZero() ? sendVendMcastMsg(type, std::move(payload), msgId)
+                           : sendVendMsg(target, type, std::move(payload), msgId);
 }
 
 std::unique_ptr<BcnRptReqPayload> beaconRequest(const ServReq& request) {
@@ -236,7 +239,6 @@ int handleBlacklistServReq(const ServReq& request, uint16_t /*answer*/) {
 }
 
 int handleSpeedTestReq(const ServReq& request, uint16_t answer) {
-    constexpr int kOneWaits = 0;  // an order waits for its acknowledgement
     auto payload = std::make_unique<SpeedTestCtrlReq>();
     payload->enable = byteOf(request, req::kSpeedEnable);
     payload->action = byteOf(request, req::kSpeedAction);
@@ -246,8 +248,9 @@ int handleSpeedTestReq(const ServReq& request, uint16_t answer) {
     payload->lanMac = request.mac(req::kSpeedLanMac);
     const VendMsgType type =
         payload->enable != 0 ? VEND_MSG_TYPE_SPEEDTEST_START : VEND_MSG_TYPE_SPEEDTEST_STOP;
+    const SpeedTestCtrlReq order = *payload;
     const int code = sendToTarget(request, type, std::move(payload));
-    if (code == kOk) (void)setSpeedTestSendCtrlflag(kOneWaits);
+    if (code == kOk) (void)noteSpeedTestOrder(request.mac(req::kTarget), order);
     return respRetCode(request.pid(), answer, code);
 }
 
@@ -264,9 +267,11 @@ int handleWIFIStateRenewReq(const ServReq& request, uint16_t answer) {
     char data[PLATFORM_SYNC_DATA_LEN] = {};
     int code = own == nullptr ? kFailure : getWIFIStateSync(data);
     if (code == kOk) {
-        code = sendToTarget(
-            request, VEND_MSG_TYPE_WIFISTATERENEW,
-            std::make_unique<TextPayload>(*own, std::string(data, strnlen(data, sizeof data))));
+        const std::string text(data, strnlen(data, sizeof data));
+        uint16_t msgId = 0;
+        code = sendToTarget(request, VEND_MSG_TYPE_WIFISTATERENEW,
+                            std::make_unique<TextPayload>(*own, text), &msgId);
+        if (code == kOk) noteWifiSyncSent(kWifiStateSync, request.mac(req::kTarget), msgId, text);
     }
     return respRetCode(request.pid(), answer, code);
 }
@@ -305,6 +310,10 @@ int handleUpdateExtenderConifgReq(const ServReq& request, uint16_t answer) {
     (void)respRetCode(request.pid(), answer, kOk);
     const MacAddr* own = getAlMac();
     if (own == nullptr) return kFailure;
+    // Without a configuration of ours the extenders only look at their own again.
+    char data[PLATFORM_SYNC_DATA_LEN] = {};
+    const bool given = getExtenderConfig(data) == 0;
     return sendVendMcastMsg(VEND_MSG_TYPE_UPDATEEXTENDCONF_REQ,
-                            std::make_unique<TextPayload>(*own, ""));
+                            std::make_unique<TextPayload>(
+                                *own, std::string(data, given ? strnlen(data, sizeof data) : 0)));
 }

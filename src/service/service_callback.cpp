@@ -1,12 +1,17 @@
 #include "service/service_callback.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <string_view>
 
 #include "core/log.h"
+#include "core/requests.h"
 #include "core/result.h"
 #include "platform/autoconfig.h"
 #include "platform/lifecycle.h"
+#include "topology/data_manager.h"
+#include "topology/device_table.h"
+#include "topology/wifi_bands.h"
 #include "transport/frame.h"
 #include "transport/transmitter.h"
 
@@ -42,8 +47,24 @@ int sendWsc(const ApAutoConfWscReq& info) {
     return requestSend1905UcastMsg(MacAddr(info.dstMac), kMsgApAutoConfWsc, &body);
 }
 
+// What a device has acknowledged of an earlier renew says nothing of this one.
+void forgetAcknowledgements(const ApAutoConfRenewReq& info) {
+    TopolTable* topol = getNetTopolTable();
+    const auto at = std::find(kWifiBands.begin(), kWifiBands.end(), info.freqBand);
+    if (topol == nullptr || at == kWifiBands.end()) return;
+    const MacAddr dst(info.dstMac);
+    const MacAddr* owner = getalMacOfIeee1905DevTableByintfMac(dst);
+    const MacAddr& meant = owner != nullptr ? *owner : dst;
+    for (auto& dev : topol->devs) {
+        if (info.unicast != 0 && dev.alMac != meant) continue;
+        dev.apAutoConf.syncFlags[static_cast<size_t>(at - kWifiBands.begin())] = 0;
+    }
+    (void)requestUpdateDataModel(0);
+}
+
 int sendRenew(const ApAutoConfRenewReq& info) {
     (void)start_and_stop_Renew(1);
+    forgetAcknowledgements(info);
     const RoleBand body{info.supportedRole, info.freqBand};
     if (info.unicast == 0) return requestSend1905McastMsg(kMsgApAutoConfRenew, &body);
     return requestSend1905UcastMsg(MacAddr(info.dstMac), kMsgApAutoConfRenew, &body);

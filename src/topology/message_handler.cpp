@@ -1,5 +1,7 @@
 #include "topology/message_handler.h"
 
+#include <memory>
+
 #include "core/log.h"
 #include "core/requests.h"
 #include "core/result.h"
@@ -9,7 +11,9 @@
 #include "topology/neighbor_aging.h"
 #include "transport/frame.h"
 #include "transport/transmitter.h"
+#include "vendor/payloads.h"
 #include "vendor/vend_disc.h"
+#include "vendor/vend_sender.h"
 
 namespace {
 
@@ -17,6 +21,18 @@ void listTables() {
     if (DEBUGLEVEL < 4) return;
     showportinfo();
     showtopolTable();
+}
+
+// An Enrollee tells its Registrar that it has taken up the configuration of the band. Whether that
+// can be sent is nothing to the renew.
+int acknowledgeRenew(const ApAutoConfInfo& msg) {
+    constexpr uint8_t kEnrollee = 1;
+    const AlTable* al = getAlTable();
+    if (al != nullptr && al->role() == kEnrollee) {
+        (void)sendVendMsg(MacAddr(msg.alMac), VEND_MSG_TYPE_APAUTOCONFIG_ACK,
+                          std::make_unique<OptionPayload>(al->alMac, msg.freqBand));
+    }
+    return kOk;
 }
 
 }  // namespace
@@ -108,7 +124,7 @@ int handleApAutoConfWscMsg(const ApAutoConfWsc& msg) {
 }
 
 int handleApAutoConfRenewMsg(const ApAutoConfInfo& msg) {
-    if (notifyApAutoConfRenewMsgReceived(&msg) == 0) return kOk;
+    if (notifyApAutoConfRenewMsgReceived(&msg) == 0) return acknowledgeRenew(msg);
     LOG_PUTS(1, "fail to handle the 1905.1 AP-autoconfiguration renew message\r");
     return kFailure;
 }

@@ -118,11 +118,19 @@ int handleNetworkCtrlReqMsg(const VendContext& context) {
 }
 
 int handleNetworkCtrlRespMsg(const VendContext& context) {
-    clearNetworkCtrlList(context.msg.alMac, context.as<NetworkCtrlResp>().networkOption);
+    const auto& answer = context.as<NetworkCtrlResp>();
+    Outputlog("[NetworkCtrl] get result (%d) of (%d) from (" MAC_FMT ")", answer.retCode,
+              answer.networkOption, MAC_ARGS(context.msg.alMac));
+    clearNetworkCtrlList(context.msg.alMac, answer.networkOption);
     return kOk;
 }
 
-int handleUpdateExtenderconifgReqMsg(const VendContext& /*context*/) {
-    if (updateWPSConfig() != kOk) return kFailure;
-    return requestUpdateDataModel(0);
+int handleUpdateExtenderconifgReqMsg(const VendContext& context) {
+    const std::string& config = context.as<TextPayload>().data;
+    int result = kOk;
+    if (!config.empty()) result = setExtenderConfig(context.msg.alMac.data(), config.c_str());
+    if (result != 0) LOG(2, "extender configuration is refused: %d\n", result);
+    if (updateWPSConfig() != kOk) result = kFailure;
+    (void)requestUpdateDataModel(0);
+    return result == 0 ? kOk : kFailure;
 }

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "controller/features/speed_test.h"
 #include "core/log.h"
 #include "core/result.h"
 #include "platform/device.h"
@@ -15,7 +16,6 @@ namespace {
 
 constexpr uint8_t kM1 = 1;
 constexpr uint8_t kM2 = 2;
-constexpr int kNoneWaits = 1;  // no order waits for its acknowledgement
 
 int resultOf(int platformResult) {
     return platformResult == 0 ? kOk : kFailure;
@@ -40,6 +40,7 @@ int handleSpeedTestStartStopMsg(const VendContext& context) {
     ctrl.startTime = request.startTime;
     ctrl.runtime = request.runtime;
     request.lanMac.copyTo(ctrl.lanMac);
+    noteSpeedTestClient(context.msg.alMac);
     return acknowledge(context, VEND_MSG_TYPE_SPEEDTEST_ACK, setSpeedTestStartStop(&ctrl));
 }
 
@@ -48,9 +49,12 @@ int handleSpeedTestDataMsg(const VendContext& context) {
         outputSpeedTestData(context.msg.alMac.data(), context.as<TextPayload>().data.c_str()));
 }
 
-int handleSpeedTestAckMsg(const VendContext& /*context*/) {
-    (void)initSpeedTestData();
-    return resultOf(setSpeedTestSendCtrlflag(kNoneWaits));
+int handleSpeedTestAckMsg(const VendContext& context) {
+    const uint8_t result = context.as<OptionPayload>().option;
+    if (result != 0)
+        LOG(2, "speed test order is refused by (" MAC_FMT "): %d\n", MAC_ARGS(context.msg.alMac),
+            result);
+    return noteSpeedTestAck(context.msg.alMac);
 }
 
 int handleRequestLogFileReqMsg(const VendContext& context) {

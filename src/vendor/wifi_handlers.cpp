@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "controller/features/wifi_sync.h"
 #include "core/log.h"
 #include "core/requests.h"
 #include "core/result.h"
@@ -36,6 +37,18 @@ using SyncData = char[PLATFORM_SYNC_DATA_LEN];
 int answerText(const VendContext& context, VendMsgType type, std::string_view text) {
     return sendVendRespMsg(context.srcMac, context.msgId, type,
                            std::make_unique<TextPayload>(*getAlMac(), std::string(text)));
+}
+
+// Hands this device's setting to the one that searches for it.
+int answerSearch(const VendContext& context, VendMsgType type, WifiSyncKind kind,
+                 const SyncData& data) {
+    const std::string_view text(data, strnlen(data, sizeof data));
+    noteWifiSyncSent(kind, context.msg.alMac, context.msgId, text);
+    return answerText(context, type, text);
+}
+
+void noteAck(const VendContext& context, WifiSyncKind kind) {
+    noteWifiSyncAck(kind, context.msg.alMac, context.msgId, context.as<TextPayload>().data);
 }
 
 // Leaves the result text of a device for whoever shows it.
@@ -99,7 +112,7 @@ int handleWIFIStateSearchMsg(const VendContext& context) {
         LOG_PUTS(2, "get WIFIState Data error\r");
         return kFailure;
     }
-    return answerText(context, VEND_MSG_TYPE_WIFISTATERENEW, {data, strnlen(data, sizeof data)});
+    return answerSearch(context, VEND_MSG_TYPE_WIFISTATERENEW, kWifiStateSync, data);
 }
 
 int handleWIFIStateRenewMsg(const VendContext& context) {
@@ -112,6 +125,7 @@ int handleWIFIStateRenewMsg(const VendContext& context) {
 }
 
 int handleWIFIStateAckMsg(const VendContext& context) {
+    noteAck(context, kWifiStateSync);
     (void)setWIFIStateSyncList(context.msg.alMac.data(), context.as<TextPayload>().data.c_str());
     return writeResultFile(context, "vm1905WIFIState");
 }
@@ -125,7 +139,7 @@ int handleWIFIChannelSearchMsg(const VendContext& context) {
     }
     SyncData data{};
     if (getWIFIChannelSync(data) != 0) return kFailure;
-    return answerText(context, VEND_MSG_TYPE_WIFICHANNELRENEW, {data, strnlen(data, sizeof data)});
+    return answerSearch(context, VEND_MSG_TYPE_WIFICHANNELRENEW, kWifiChannelSync, data);
 }
 
 int handleWIFIChannelRenewMsg(const VendContext& context) {
@@ -136,6 +150,7 @@ int handleWIFIChannelRenewMsg(const VendContext& context) {
 }
 
 int handleWIFIChannelAckMsg(const VendContext& context) {
+    noteAck(context, kWifiChannelSync);
     (void)setWIFIChannelSyncList(context.msg.alMac.data(), context.as<TextPayload>().data.c_str());
     return writeResultFile(context, "vm1905WIFIChannel");
 }

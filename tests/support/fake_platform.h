@@ -65,6 +65,8 @@ struct FakePlatform {
     std::vector<WifiStation> stations;  // next is not read
     std::string wifiStateSync;
     std::string wifiChannelSync;
+    std::string extenderConfig;
+    std::string speedTestData;
     bool speedTestRunning = false;
     int speedTestTimeout = 60;
     int speedTestCtrlFlag = 1;

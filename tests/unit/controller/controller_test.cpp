@@ -114,7 +114,13 @@ TEST_F(Controller, ChecksKeepTheirPeriods) {
     fakePlatform().sendRenewFlag = 1;
     EXPECT_EQ(callsIn13Seconds(), (Calls{{"reSendRenewbySynclist", 13},
                                          {"check_Renew_timeout", 26},
-                                         {"SecurityCtrl_cleanDataToList", 5}}));
+                                         {"SecurityCtrl_cleanDataToList", 5},
+                                         {"checkLocalFW", 1}}));
+    scheduleSettings().Time_CHECKLOCALFWEXIST = 0;
+    fakePlatform().sendRenewFlag = 0;
+    EXPECT_EQ(callsIn13Seconds(),
+              (Calls{{"reSendRenewbySynclist", 13}, {"SecurityCtrl_cleanDataToList", 4}}));
+    scheduleSettings() = {};
     fakePlatform().fail.insert("reSendRenewbySynclist");
     fakePlatform().sendRenewFlag = 0;
     fakePlatform().changeTimeoutFlag = 1;

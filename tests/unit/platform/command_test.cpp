@@ -132,8 +132,8 @@ TEST(Hooks, ThatTakeLongAreLeftAtWork) {
     EXPECT_EQ(prompt([] { return setLEDvalue(2); }), 16) << "one at a time";
     folder.hook("wifi-country-code", slow + "exit 3");
     EXPECT_EQ(prompt([] { return setWIFICountryCode("DE"); }), 0);
-    folder.hook("network", "sleep 1000 & echo $! >\"$0.pid\"; sleep 1000");
-    EXPECT_EQ(prompt([] { return setNetworkCtrl(1, ""); }), 0);
+    folder.hook("ap-steering", "sleep 1000 & echo $! >\"$0.pid\"; sleep 1000");
+    EXPECT_EQ(prompt([] { return setAPSteering(1); }), 0);
     folder.hook("system", slow + "head -c 1000000 /dev/zero | tr '\\0' v");
     std::string output;
     EXPECT_EQ(prompt([&] { return plat::askHook("system", {}, &output); }), 16);
@@ -143,7 +143,7 @@ TEST(Hooks, ThatTakeLongAreLeftAtWork) {
     EXPECT_TRUE(collected());
     const std::string log = testing::internal::GetCapturedStdout();
     for (const char* line : {"hook led is still at work", "hook wifi-country-code: 3",
-                             "hook network took longer than 2000 ms"})
+                             "hook ap-steering took longer than 2000 ms"})
         EXPECT_NE(log.find(line), log.npos) << log;
     LedState led{};
     EXPECT_EQ(getLEDState(&led), 0);
@@ -152,7 +152,7 @@ TEST(Hooks, ThatTakeLongAreLeftAtWork) {
     char code[16];
     EXPECT_EQ(getWIFICountryCode(code), 0);
     EXPECT_STREQ(code, "");
-    EXPECT_TRUE(ends(folder.read("network.pid")));
+    EXPECT_TRUE(ends(folder.read("ap-steering.pid")));
     EXPECT_EQ(prompt([&] { return plat::askHook("system", {}, &output); }), 0);
     EXPECT_EQ(output, std::string(8192, 'v'));
     EXPECT_EQ(openFds(), fds);

@@ -1,0 +1,151 @@
+// What the mesh does together: settings handed out by a Registrar, and the speed test.
+#include "controller/controller_loop.h"
+#include "controller/features/speed_test.h"
+#include "controller/features/wifi_sync.h"
+#include "platform/lifecycle.h"
+#include "service/service_callback.h"
+#include "support/device.h"
+#include "support/vendor.h"
+#include "topology/device_table.h"
+
+namespace {
+
+const Peer kPeer = peer(1);
+const Peer kOther = peer(2);
+constexpr unsigned kStart = 10, kData = 11, kAck = 26, kRenewAck = 31, kRenew = 40,
+                   kRenewResult = 41;
+
+class Features : public Device {
+  protected:
+    void SetUp() override {
+        Device::SetUp();
+        initMessageTransmitterLoop();
+        start();
+        for (const auto& [who, id] : {std::pair{kPeer, 1U}, {kOther, 2U}}) {
+            meet(who, id);
+            getIeee1905DevTableById(who.al)->role = 1;
+        }
+        drop();
+    }
+    // Passes once a second; the vendor messages of this type with the second and the last byte of
+    // whom they went to: "0>1 0>2 30>1 ". The identifier of the last one is kept.
+    std::string run(int seconds, unsigned type) {
+        std::string all;
+        for (int second = 0; second < seconds; second++) {
+            MessageTransmitterLoop(now(), 0);
+            for (const auto& s : sent("eth0")) {
+                if (s.type != kMsgVendSpec || s.frame.at(36) * 256U + s.frame.at(37) != type)
+                    continue;
+                all += std::to_string(second) + ">" + std::to_string(s.dst.b[5]) + " ";
+                lastId_ = s.id;
+            }
+            advance(1);
+        }
+        return all;
+    }
+    static void tell(const Peer& from, unsigned id, unsigned type, const Frame& payload) {
+        (void)receive("eth0", vendFrame(kEth0, from.intf, from.al, id, type, payload));
+    }
+    void acknowledge(const Peer& from, std::string_view result, unsigned id) {
+        tell(from, id, kRenewResult, bytesOf(from.al) + textBytes(result));
+    }
+    unsigned lastId_ = 0;
+};
+
+TEST_F(Features, SettingsAreHandedOutUntilAcknowledged) {
+    EXPECT_EQ(run(31, kRenew), "") << "nothing to hand out";
+    fakePlatform().wifiChannelSync = "6 36";
+    fakePlatform().notApproved.insert(kOther.al);
+    EXPECT_EQ(run(30, kRenew), "29>1 ");
+    acknowledge(kPeer, "fail", lastId_);
+    EXPECT_EQ(run(30, kRenew), "29>1 ");
+    acknowledge(kPeer, "success", lastId_ + 1);
+    EXPECT_EQ(run(30, kRenew), "29>1 ") << "another message was acknowledged";
+    acknowledge(kPeer, "success", lastId_);
+    EXPECT_EQ(run(60, kRenew), "");
+
+    fakePlatform().wifiChannelSync = "11 36";
+    fakePlatform().notApproved.clear();
+    EXPECT_EQ(run(200, kRenew), "29>1 29>2 59>1 59>2 89>1 89>2 119>1 119>2 149>1 149>2 ");
+    (void)removeIeee1905DevTable(kOther.al);
+    EXPECT_EQ(run(30, kRenew), "");
+    meet(kOther, 3);
+    getIeee1905DevTableById(kOther.al)->role = 1;
+    EXPECT_EQ(run(30, kRenew), "9>2 ") << "it may have forgotten";
+    getAlTable()->wpsConfig[0] = 1;
+    EXPECT_EQ(run(90, kRenew), "") << "an Enrollee hands out nothing";
+}
+
+TEST_F(Features, SpeedTestOrdersAreRepeatedUntilAcknowledged) {
+    SpeedTestCtrlReq order;
+    order.enable = 1;
+    const MacAddr all{};
+    (void)run(1, kStart);
+    EXPECT_EQ(noteSpeedTestOrder(all, order), kOk);
+    EXPECT_EQ(run(2, kStart), "0>1 0>2 1>1 1>2 ");
+    tell(kOther, 9, kAck, bytesOf(kOther.al) + Frame{0});
+    EXPECT_EQ(run(1, kStart), "0>1 ");
+    EXPECT_EQ(getSpeedTestSendCtrlflag(), 0);
+    tell(kPeer, 9, kAck, bytesOf(kPeer.al) + Frame{16});
+    EXPECT_EQ(run(5, kStart), "");
+    EXPECT_EQ(getSpeedTestSendCtrlflag(), 1);
+    EXPECT_EQ(noteSpeedTestOrder(kPeer.al, order), kOk);
+    EXPECT_EQ(run(20, kStart), "0>1 1>1 2>1 3>1 4>1 5>1 6>1 7>1 8>1 9>1 ") << "it is given up";
+    EXPECT_EQ(getSpeedTestSendCtrlflag(), 1);
+}
+
+TEST_F(Features, FiguresGoToWhoeverStartedTheTestUntilItsTimeIsOver) {
+    FakePlatform& platform = fakePlatform();
+    platform.speedTestTimeout = 4;
+    platform.speedTestData = "94 Mb/s";
+    tell(kOther, 9, kStart, hex("01 00") + textBytes("") + Frame(8) + bytesOf(kStation));
+    EXPECT_EQ(run(10, kData), "1>2 2>2 3>2 4>2 5>2 ");
+    EXPECT_TRUE(platform.called("setSpeedTestState 0"));
+    platform.speedTestRunning = true;
+    platform.fail.insert("getSpeedTestData");
+    EXPECT_EQ(run(10, kData), "") << "nothing to tell";
+    EXPECT_FALSE(platform.speedTestRunning);
+}
+
+TEST_F(Features, ARenewIsAcknowledgedAnew) {
+    const auto& flags = getIeee1905DevTableById(kPeer.al)->apAutoConf.syncFlags;
+    const auto& others = getIeee1905DevTableById(kOther.al)->apAutoConf.syncFlags;
+    for (const Peer& who : {kPeer, kOther})
+        for (const uint8_t band : Frame{1, 33})
+            tell(who, band, kRenewAck, bytesOf(who.al) + Frame{band});
+    using Flags = std::array<uint8_t, 4>;
+    EXPECT_EQ(flags, (Flags{0, 1, 0, 1}));
+    ApAutoConfRenewReq renew{};
+    renew.freqBand = 33;
+    uint32_t result = 1;
+    servReqCallback(SERV_REQ_AP_AUTOCONF_RENEW, &renew, &result);
+    EXPECT_EQ(result, 0U);
+    EXPECT_EQ(flags, (Flags{0, 1, 0, 0}));
+    EXPECT_EQ(others, (Flags{0, 1, 0, 0}));
+    renew.freqBand = 1;
+    renew.unicast = 1;
+    kOther.intf.copyTo(renew.dstMac);
+    servReqCallback(SERV_REQ_AP_AUTOCONF_RENEW, &renew, &result);
+    EXPECT_EQ(flags, (Flags{0, 1, 0, 0}));
+    EXPECT_EQ(others, (Flags{0, 0, 0, 0}));
+
+    // The other side of it.
+    const auto receiveRenew = [&](unsigned id) {
+        drop();
+        (void)receive("eth0", frame1905(k1905Multicast, kPeer.intf, kMsgApAutoConfRenew, id,
+                                        macTlv(1, kPeer.al) + tlvBytes(15, {0}) +
+                                            tlvBytes(16, {33}) + endOfMsg()));
+        std::string acks;
+        for (const auto& s : sent("eth0"))
+            if (s.type == kMsgVendSpec && s.frame.at(37) == kRenewAck)
+                acks += std::to_string(s.frame.at(46)) + ">" + std::to_string(s.dst.b[5]);
+        return acks;
+    };
+    EXPECT_EQ(receiveRenew(91), "") << "a Registrar";
+    getAlTable()->wpsConfig[0] = 1;
+    EXPECT_EQ(receiveRenew(92), "33>1");
+    fakePlatform().fail.insert("notifyApAutoConfRenewMsgReceived");
+    EXPECT_EQ(receiveRenew(93), "") << "not taken up";
+}
+
+}  // namespace
