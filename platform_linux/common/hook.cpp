@@ -63,6 +63,28 @@ int give(Answer& answer, std::string* output) {
     return answer.status;
 }
 
+// okLevel is that of the line about a success.
+JobId start(const std::string& name, const std::vector<std::string>& args, JobOptions options,
+            uint8_t okLevel, JobDone done) {
+    collectJobs();
+    options.name = "hook " + name;
+    if (!hasHook(name)) {
+        PLAT_LOG(2, "no hook for this action: provide an executable %s", hookFile(name).c_str());
+        return 0;
+    }
+    if (isJobAtWork(options.name)) {
+        PLAT_LOG(2, "hook %s is still at work, refuse to run it again", name.c_str());
+        return 0;
+    }
+    std::vector<std::string> argv{hookFile(name)};
+    argv.insert(argv.end(), args.begin(), args.end());
+    return startJob(argv, options,
+                    [name, okLevel, done = std::move(done)](int status, const std::string& output) {
+                        PLAT_LOG(status == 0 ? okLevel : 2, "hook %s: %d", name.c_str(), status);
+                        if (done) done(status, output);
+                    });
+}
+
 }  // namespace
 
 bool hasHook(const std::string& name) {
@@ -74,23 +96,7 @@ bool hasHook(const std::string& name) {
 
 JobId startHook(const std::string& name, const std::vector<std::string>& args,
                 std::chrono::milliseconds limit, JobDone done) {
-    collectJobs();
-    const std::string label = "hook " + name;
-    if (!hasHook(name)) {
-        PLAT_LOG(2, "no hook for this action: provide an executable %s", hookFile(name).c_str());
-        return 0;
-    }
-    if (isJobAtWork(label)) {
-        PLAT_LOG(2, "hook %s is still at work, refuse to run it again", name.c_str());
-        return 0;
-    }
-    std::vector<std::string> argv{hookFile(name)};
-    argv.insert(argv.end(), args.begin(), args.end());
-    return startJob(argv, {.limit = limit, .name = label},
-                    [label, done = std::move(done)](int status, const std::string& output) {
-                        PLAT_LOG(status == 0 ? 3 : 2, "%s: %d", label.c_str(), status);
-                        if (done) done(status, output);
-                    });
+    return start(name, args, {.limit = limit}, 3, std::move(done));
 }
 
 int runHook(const std::string& name, const std::vector<std::string>& args, JobDone done,
@@ -101,16 +107,18 @@ int runHook(const std::string& name, const std::vector<std::string>& args, JobDo
     return waitJob(id, kWait).value_or(kOk);
 }
 
-int askHook(const std::string& name, const std::vector<std::string>& args, std::string* output) {
+int askHook(const std::string& name, const std::vector<std::string>& args, std::string* output,
+            size_t maxOutput) {
     output->clear();
     collectJobs();
     Answer* last = findAnswer(name, args);
     const bool fresh = last != nullptr && !last->read && Clock::now() - last->at < kLateLimit;
     if (fresh || (last != nullptr && isJobAtWork("hook " + name))) return give(*last, output);
-    const JobId id =
-        startHook(name, args, kHookLimit, [name, args](int status, const std::string& text) {
-            keepAnswer(name, args, status, text);
-        });
+    // What is asked every few seconds is worth a line only when it goes wrong.
+    const JobId id = start(name, args, {.limit = kHookLimit, .maxOutput = maxOutput}, 4,
+                           [name, args](int status, const std::string& text) {
+                               keepAnswer(name, args, status, text);
+                           });
     if (id == 0) return kFailure;
     (void)waitJob(id, kWait);
     last = findAnswer(name, args);

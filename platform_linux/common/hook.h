@@ -24,7 +24,7 @@ PLAT_API int runHook(const std::string& name, const std::vector<std::string>& ar
 // work is answered for by the last answer to the same call (name and arguments) if there was one,
 // else by 16; the next call then finds the new one.
 PLAT_API int askHook(const std::string& name, const std::vector<std::string>& args,
-                     std::string* output);
+                     std::string* output, size_t maxOutput = JobOptions{}.maxOutput);
 
 // Starts a hook without waiting for it at all. Its job, or 0 as for the 16 of runHook.
 PLAT_API JobId startHook(const std::string& name, const std::vector<std::string>& args,

@@ -216,10 +216,3 @@ int addToBlacklist(const uint8_t* staMac) {
 int delFromBlacklist(const uint8_t* staMac) {
     return runHook("blacklist-remove", {macText(staMac)});
 }
-
-// No stations are known: nobody here asks the radios for them.
-int getWIFIConfig(WifiStationList* list) {
-    if (list == nullptr) return kFailure;
-    *list = {};
-    return kOk;
-}

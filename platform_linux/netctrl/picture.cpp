@@ -31,6 +31,8 @@ void describeMedia(const Picture& previous, Nl80211* wifi, Intf* intf) {
         intf->mediaType = info->onChannel || known == nullptr ? info->mediaType : known->mediaType;
         intf->mediaInfo.assign(info->info.begin(), info->info.end());
         intf->frequency = info->frequency;
+        intf->hasStations = info->hasStations;
+        intf->meshPoint = info->meshPoint;
     } else {
         intf->mediaType =
             known != nullptr ? known->mediaType : ethernetMediaType(intf->name.c_str());

@@ -21,6 +21,8 @@ struct Intf {
     uint32_t mediaType = 0;
     std::vector<uint8_t> mediaInfo;
     uint32_t frequency = 0;           // MHz, of a radio that is on a channel, else 0
+    bool hasStations = false;         // a radio that others join
+    bool meshPoint = false;           // one of these that is no access point
     int bridge = 0;                   // index of the bridge it is a port of, else 0
     std::vector<MacAddr> neighbours;  // sorted, without repeats
 };

@@ -115,6 +115,8 @@ class Reporter {
             reportMedia(intf);
             toldOf(intf).bridge = intf.bridge;
             toldOf(intf).frequency = intf.frequency;
+            toldOf(intf).hasStations = intf.hasStations;
+            toldOf(intf).meshPoint = intf.meshPoint;
         }
         if (tuplesOf(now_) != oldTuples) report(NET_STATUS_BRDG_CAP, now_);
         for (const Intf& intf : now_.intfs) {

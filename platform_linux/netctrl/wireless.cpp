@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "common/conf.h"
 #include "common/text.h"
 
 namespace plat {
@@ -67,7 +68,44 @@ uint8_t bandwidthOf(uint32_t width) {
 
 uint8_t channelIndexOf(uint32_t frequency) {
     if (frequency < 2407) return 0;
+    // Channel 14 stands apart from the others of its band.
+    if (frequency == 2484) return 14;
     return static_cast<uint8_t>((frequency - (frequency < 5000 ? 2407 : 5000)) / 5);
+}
+
+bool isMeshPoint(uint32_t type) {
+    return type == NL80211_IFTYPE_MESH_POINT;
+}
+
+bool hasStations(uint32_t type) {
+    return type == NL80211_IFTYPE_AP || type == NL80211_IFTYPE_AP_VLAN ||
+           type == NL80211_IFTYPE_P2P_GO || isMeshPoint(type);
+}
+
+// In units of 100 kb/s, as the kernel counts; 0 when it is not told.
+uint32_t bitRateOf(nlattr* nested) {
+    std::array<nlattr*, NL80211_RATE_INFO_MAX + 1> attrs{};
+    if (nested == nullptr ||
+        nla_parse_nested(attrs.data(), NL80211_RATE_INFO_MAX, nested, nullptr) < 0)
+        return 0;
+    if (const nlattr* wide = attrs[NL80211_RATE_INFO_BITRATE32]; wide && nla_len(wide) >= 4)
+        return nla_get_u32(wide);
+    const nlattr* narrow = attrs[NL80211_RATE_INFO_BITRATE];
+    return narrow != nullptr && nla_len(narrow) >= 2 ? nla_get_u16(narrow) : 0;
+}
+
+std::string rateText(uint32_t rate) {
+    if (rate == 0) return {};
+    return std::to_string(rate / 10) + "." + std::to_string(rate % 10) + " Mb/s";
+}
+
+// Strength by the kernel's dBm, or none of both when the driver does not tell.
+void setStrength(nlattr* signal, WifiStation* station) {
+    constexpr int kNoiseFloor = -95;  // dBm
+    if (signal == nullptr || nla_len(signal) < 1) return;
+    const int dbm = static_cast<int8_t>(nla_get_u8(signal));
+    station->rssi = static_cast<uint16_t>(std::max(dbm - kNoiseFloor, 0));
+    station->signalLevel = static_cast<uint16_t>(std::clamp(2 * (dbm + 100), 0, 100));
 }
 
 }  // namespace
@@ -78,7 +116,8 @@ std::optional<WifiInfo> parseWifiInterface(nlmsghdr* message) {
     const uint32_t frequency = answer.u32(NL80211_ATTR_WIPHY_FREQ).value_or(0);
     const uint32_t type = answer.u32(NL80211_ATTR_IFTYPE).value_or(0);
 
-    WifiInfo wifi{frequency != 0, mediaTypeOf(frequency), {}, frequency};
+    WifiInfo wifi{frequency != 0, mediaTypeOf(frequency), {},
+                  frequency,      hasStations(type),      isMeshPoint(type)};
     // An access point's own address is the BSSID. The BSSID of a station's access point would
     // need a scan result; it stays zero.
     const std::optional<MacAddr> mac = answer.mac(NL80211_ATTR_MAC);
@@ -91,15 +130,43 @@ std::optional<WifiInfo> parseWifiInterface(nlmsghdr* message) {
     return wifi;
 }
 
+std::optional<WifiStation> parseWifiStation(nlmsghdr* message) {
+    const NlMessage<genlmsghdr, NL80211_ATTR_MAX> answer(message);
+    if (!answer.ok()) return std::nullopt;
+    const auto mac = answer.mac(NL80211_ATTR_MAC);
+    nlattr* nested = answer.attr(NL80211_ATTR_STA_INFO);
+    std::array<nlattr*, NL80211_STA_INFO_MAX + 1> info{};
+    if (!mac || nested == nullptr ||
+        nla_parse_nested(info.data(), NL80211_STA_INFO_MAX, nested, nullptr) < 0)
+        return std::nullopt;
+    const uint32_t tx = bitRateOf(info[NL80211_STA_INFO_TX_BITRATE]);
+    WifiStation station{};
+    mac->copyTo(station.mac);
+    station.rate = static_cast<uint16_t>(std::min<uint32_t>(tx / 10, 0xffff));
+    nlattr* average = info[NL80211_STA_INFO_SIGNAL_AVG];
+    setStrength(average != nullptr ? average : info[NL80211_STA_INFO_SIGNAL], &station);
+    copyText(station.tx, sizeof station.tx, rateText(tx));
+    copyText(station.rx, sizeof station.rx, rateText(bitRateOf(info[NL80211_STA_INFO_RX_BITRATE])));
+    return station;
+}
+
+std::string connTypeOf(const std::string& ifname, uint32_t frequency, bool meshPoint) {
+    const std::string_view given = conf().value("WIFI_ROLE." + ifname);
+    if (!given.empty()) return std::string(given);
+    const char* band = "2G";
+    if (frequency >= 4900) band = "5G";
+    if (frequency >= 5945) band = "6G";
+    if (frequency >= 57000) band = "60G";
+    return std::string(meshPoint ? "Mesh_" : "Main_") + band;
+}
+
 WifiChannels channelsOf(std::vector<uint32_t> frequencies) {
     std::sort(frequencies.begin(), frequencies.end());
     WifiChannels channels{};
     for (const uint32_t frequency : frequencies) {
         const bool is24 = frequency >= 2412 && frequency <= 2484;
         if (!is24 && (frequency < 5150 || frequency > 5895)) continue;
-        // Channel 14 stands apart from the others.
-        const std::string number =
-            frequency == 2484 ? "14" : std::to_string(channelIndexOf(frequency));
+        const std::string number = std::to_string(channelIndexOf(frequency));
         if (is24) {
             if (channels.band24[0] == '\0')
                 copyText(channels.band24, sizeof channels.band24, number);
@@ -135,6 +202,20 @@ std::optional<WifiInfo> Nl80211::query(int ifindex) {
         *family_, 0, genlRequest(NL80211_CMD_GET_INTERFACE, NL80211_ATTR_IFINDEX, bytesOf(index)),
         [&](nlmsghdr* message) { wifi = parseWifiInterface(message); });
     return wifi;
+}
+
+std::vector<WifiStation> Nl80211::stations(int ifindex) {
+    std::vector<WifiStation> stations;
+    auto socket = family_ ? NetlinkSocket::open(NETLINK_GENERIC) : std::nullopt;
+    if (!socket) return stations;
+    const uint32_t index = static_cast<uint32_t>(ifindex);
+    (void)socket->request(
+        *family_, NLM_F_DUMP,
+        genlRequest(NL80211_CMD_GET_STATION, NL80211_ATTR_IFINDEX, bytesOf(index)),
+        [&](nlmsghdr* message) {
+            if (const auto station = parseWifiStation(message)) stations.push_back(*station);
+        });
+    return stations;
 }
 
 }  // namespace plat

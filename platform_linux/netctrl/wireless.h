@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "api.h"
@@ -16,10 +17,20 @@ struct WifiInfo {
     uint32_t mediaType;            // IEEE 1905.1 media-type code
     std::array<uint8_t, 10> info;  // its media-specific information
     uint32_t frequency;            // MHz of its primary channel, 0 while the radio is off
+    bool hasStations;              // an access point or mesh point
+    bool meshPoint;
 };
 
 // Reads the answer to NL80211_CMD_GET_INTERFACE; none when it describes no wireless interface.
 std::optional<WifiInfo> parseWifiInterface(nlmsghdr* message);
+
+// Reads one station of the answer to NL80211_CMD_GET_STATION, but for what its radio tells (media
+// type, connection type); none when it describes none.
+std::optional<WifiStation> parseWifiStation(nlmsghdr* message);
+
+// The name of the network that the stations of a radio are in: as platform.conf names it, else made
+// of what the radio is and the band of its frequency (MHz), such as "Main_5G".
+std::string connTypeOf(const std::string& ifname, uint32_t frequency, bool meshPoint);
 
 // The channel numbers at these frequencies (MHz, 0 for none). The interfaces of one radio share a
 // channel; of two 5 GHz channels the lower is band5, and of more than two the highest band5High.
@@ -32,6 +43,8 @@ class Nl80211 {
     Nl80211();
     // None when the interface is not wireless or cannot be asked.
     std::optional<WifiInfo> query(int ifindex);
+    // The stations of a wireless interface; none when it cannot be asked.
+    std::vector<WifiStation> stations(int ifindex);
 
   private:
     std::optional<uint16_t> family_;

@@ -111,10 +111,10 @@ enum { PLATFORM_WIFI_TX_LEN = 32, PLATFORM_WIFI_RX_LEN = 38, PLATFORM_WIFI_CONN_
 typedef struct WifiStation {
     struct WifiStation* next;
     uint8_t mac[PLATFORM_MAC_LEN];
-    uint32_t mediaType; /* IEEE 1905.1 media-type code */
-    uint16_t rate;      /* Mb/s */
-    uint16_t rssi;
-    uint16_t signalLevel;
+    uint32_t mediaType;   /* IEEE 1905.1 media-type code */
+    uint16_t rate;        /* Mb/s */
+    uint16_t rssi;        /* dB above a noise floor of -95 dBm */
+    uint16_t signalLevel; /* percent: 0 at -100 dBm, 100 at -50 dBm */
     char tx[PLATFORM_WIFI_TX_LEN];
     char rx[PLATFORM_WIFI_RX_LEN];
     char connType[PLATFORM_WIFI_CONN_TYPE_LEN]; /* "Main_5GH", "Guest_5GH", "Mesh_5G", ... */

@@ -3,6 +3,7 @@
 #include <linux/nl80211.h>
 #include <net/if.h>
 
+#include <cstdlib>
 #include <cstring>
 
 #include "netctrl/links.h"
@@ -48,31 +49,51 @@ TEST(Links, TakePartByTheirKind) {
 
 namespace {
 
+// An answer of nl80211, attribute by attribute.
+class WifiMessage {
+  public:
+    WifiMessage() { message_.resize(NLMSG_HDRLEN + GENL_HDRLEN); }
+    nlmsghdr* header() {
+        auto* made = reinterpret_cast<nlmsghdr*>(message_.data());
+        made->nlmsg_len = static_cast<uint32_t>(message_.size());
+        return made;
+    }
+    template <class Value>
+    void add(uint16_t type, const Value& value) {
+        const size_t at = open(type);
+        message_.resize(at + NLA_HDRLEN + NLA_ALIGN(sizeof value));
+        std::memcpy(message_.data() + at + NLA_HDRLEN, &value, sizeof value);
+        const uint16_t length = NLA_HDRLEN + sizeof value;
+        std::memcpy(message_.data() + at, &length, sizeof length);
+    }
+    // An attribute that holds what is added before it is closed.
+    size_t open(uint16_t type) {
+        const size_t at = message_.size();
+        const nlattr attr{NLA_HDRLEN, type};
+        message_.resize(at + NLA_HDRLEN);
+        std::memcpy(message_.data() + at, &attr, sizeof attr);
+        return at;
+    }
+    void close(size_t at) {
+        const auto length = static_cast<uint16_t>(message_.size() - at);
+        std::memcpy(message_.data() + at, &length, sizeof length);
+    }
+
+  private:
+    std::vector<uint8_t> message_;
+};
+
 // An answer to NL80211_CMD_GET_INTERFACE.
-class WifiAnswer {
+class WifiAnswer : public WifiMessage {
   public:
     WifiAnswer(uint32_t type, uint32_t frequency, uint32_t width, uint32_t center) {
-        message_.resize(NLMSG_HDRLEN + GENL_HDRLEN);
         add(NL80211_ATTR_IFINDEX, uint32_t{7});
         add(NL80211_ATTR_IFTYPE, type);
         add(NL80211_ATTR_MAC, MacAddr(2, 0, 0, 0, 0, 9).b);
         if (frequency != 0) add(NL80211_ATTR_WIPHY_FREQ, frequency);
         if (frequency != 0) add(NL80211_ATTR_CHANNEL_WIDTH, width);
         if (frequency != 0) add(NL80211_ATTR_CENTER_FREQ1, center);
-        header()->nlmsg_len = static_cast<uint32_t>(message_.size());
     }
-    nlmsghdr* header() { return reinterpret_cast<nlmsghdr*>(message_.data()); }
-
-  private:
-    template <class Value>
-    void add(uint16_t type, const Value& value) {
-        const nlattr attr{static_cast<uint16_t>(NLA_HDRLEN + sizeof value), type};
-        const size_t at = message_.size();
-        message_.resize(at + NLA_HDRLEN + NLA_ALIGN(sizeof value));
-        std::memcpy(message_.data() + at, &attr, sizeof attr);
-        std::memcpy(message_.data() + at + NLA_HDRLEN, &value, sizeof value);
-    }
-    std::vector<uint8_t> message_;
 };
 
 }  // namespace
@@ -97,6 +118,12 @@ TEST(Radios, AreDescribedByTheirChannel) {
          "00"
          "06"
          "00"},
+        {NL80211_IFTYPE_AP, 2484, NL80211_CHAN_WIDTH_20, 2484, true, 0x0103,
+         "020000000009"
+         "00"
+         "00"
+         "0e"
+         "00"},
         {NL80211_IFTYPE_STATION, 5500, NL80211_CHAN_WIDTH_40, 5510, true, 0x0105,
          "000000000000"
          "40"
@@ -119,6 +146,69 @@ TEST(Radios, AreDescribedByTheirChannel) {
         EXPECT_EQ(plat::hexText(wifi->info), c.info);
     }
     WifiAnswer cut(NL80211_IFTYPE_AP, 5180, 0, 5210);
-    cut.header()->nlmsg_len = NLMSG_HDRLEN + 2;
-    EXPECT_FALSE(plat::parseWifiInterface(cut.header()));
+    nlmsghdr* const header = cut.header();
+    header->nlmsg_len = NLMSG_HDRLEN + 2;
+    EXPECT_FALSE(plat::parseWifiInterface(header));
+}
+
+TEST(Radios, TellTheirStations) {
+    WifiMessage answer;
+    answer.add(NL80211_ATTR_IFINDEX, uint32_t{7});
+    answer.add(NL80211_ATTR_MAC, MacAddr(2, 0x57, 0xa0, 0, 0, 1).b);
+    EXPECT_FALSE(plat::parseWifiStation(answer.header())) << "nothing is told of it";
+    const size_t info = answer.open(NL80211_ATTR_STA_INFO | NLA_F_NESTED);
+    answer.add(NL80211_STA_INFO_SIGNAL, int8_t{-40});
+    answer.add(NL80211_STA_INFO_SIGNAL_AVG, int8_t{-55});
+    const size_t tx = answer.open(NL80211_STA_INFO_TX_BITRATE | NLA_F_NESTED);
+    answer.add(NL80211_RATE_INFO_BITRATE, uint16_t{8667});
+    answer.add(NL80211_RATE_INFO_BITRATE32, uint32_t{866'70});
+    answer.close(tx);
+    const size_t rx = answer.open(NL80211_STA_INFO_RX_BITRATE | NLA_F_NESTED);
+    answer.add(NL80211_RATE_INFO_BITRATE, uint16_t{7805});
+    answer.close(rx);
+    answer.close(info);
+    const auto station = plat::parseWifiStation(answer.header());
+    ASSERT_TRUE(station);
+    EXPECT_EQ(plat::macText(station->mac), "02:57:a0:00:00:01");
+    EXPECT_EQ(station->rate, 8667);
+    EXPECT_EQ(station->rssi, 40);
+    EXPECT_EQ(station->signalLevel, 90);
+    EXPECT_STREQ(station->tx, "8667.0 Mb/s");
+    EXPECT_STREQ(station->rx, "780.5 Mb/s");
+
+    const ScratchFolder folder;
+    folder.platformConf("WIFI_ROLE.wlan1 = Guest_5GH\n");
+    EXPECT_EQ(plat::connTypeOf("wlan1", 5500, false), "Guest_5GH");
+    EXPECT_EQ(plat::connTypeOf("wlan0", 5500, false), "Main_5G");
+    EXPECT_EQ(plat::connTypeOf("wlan0", 2437, true), "Mesh_2G");
+}
+
+TEST(Stations, AreTheLinesOfAHook) {
+    const ScratchFolder folder;
+    folder.hook("stations",
+                "echo '02:57:a0:00:00:01, 0x0105, 866, 40, 90, 866.7 Mb/s, , Main_5GH'\n"
+                "echo '02:57:a0:00:00:02, 0x0105, 866, 40, 90, tx, rx'\n"
+                "echo '02:57:a0:00:00, 0x0105, 866, 40, 90, tx, rx, Main_5GH'\n"
+                "echo '02:57:a0:00:00:04, 0x0105, 66000, 40, 90, tx, rx, Main_5GH'\n"
+                "echo '02:57:a0:00:00:05,259,72,0,0,a tx of more than thirty-one bytes,rx,x,y'\n"
+                "printf '\\n02:57:a0:00:00:06,259,72,0,0,a tx of more than thirty-one bytes,rx,x'");
+    WifiStationList list{};
+    ASSERT_EQ(getWIFIConfig(&list), 0);
+    std::vector<std::string> shown;
+    while (list.head != nullptr) {
+        WifiStation* const station = list.head;
+        list.head = station->next;
+        shown.push_back(plat::macText(station->mac) + " " + std::to_string(station->mediaType) +
+                        " " + std::to_string(station->rate) + " " + std::to_string(station->rssi) +
+                        " " + std::to_string(station->signalLevel) + "|" + station->tx + "|" +
+                        station->rx + "|" + station->connType);
+        std::free(station);
+    }
+    EXPECT_EQ(list.count, 2);
+    EXPECT_EQ(shown, (std::vector<std::string>{
+                         "02:57:a0:00:00:01 261 866 40 90|866.7 Mb/s||Main_5GH",
+                         "02:57:a0:00:00:06 259 72 0 0|a tx of more than thirty-one by|rx|x"}));
+    folder.hook("stations", "exit 3");
+    EXPECT_EQ(getWIFIConfig(&list), 3);
+    EXPECT_EQ(list.head, nullptr);
 }

@@ -1,0 +1,124 @@
+// The Wi-Fi stations of this device: of a hook where there is one, else of the kernel's radios.
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <limits>
+#include <string>
+
+#include "api.h"
+#include "common/hook.h"
+#include "common/log.h"
+#include "common/text.h"
+#include "netctrl/watch.h"
+#include "netctrl/wireless.h"
+
+namespace plat {
+namespace {
+
+constexpr char kHook[] = "stations";
+constexpr size_t kMaxOutput = size_t{64} * 1024;
+constexpr size_t kMaxStations = 1024;
+
+// MAC address, media type, rate, RSSI, signal level, Tx, Rx, connection type.
+using Fields = std::array<std::string_view, 8>;
+
+// False when there are not just as many.
+bool splitLine(std::string_view line, Fields* fields) {
+    for (size_t i = 0; i < fields->size(); ++i) {
+        const size_t end = line.find(',');
+        if ((end == line.npos) != (i + 1 == fields->size())) return false;
+        (*fields)[i] = trim(line.substr(0, end));
+        line.remove_prefix(std::min(end, line.size() - 1) + 1);
+    }
+    return true;
+}
+
+std::optional<uint16_t> figure(std::string_view text) {
+    const auto value = parseNumber(text);
+    if (!value || *value > std::numeric_limits<uint16_t>::max()) return {};
+    return static_cast<uint16_t>(*value);
+}
+
+std::optional<WifiStation> stationIn(std::string_view line) {
+    Fields fields;
+    if (!splitLine(line, &fields)) return {};
+    const auto mac = parseMac(fields[0]);
+    const auto mediaType = parseNumber(fields[1]);
+    const auto rate = figure(fields[2]), rssi = figure(fields[3]), level = figure(fields[4]);
+    if (!mac || !mediaType || !rate || !rssi || !level) return {};
+    WifiStation station{};
+    mac->copyTo(station.mac);
+    station.mediaType = *mediaType;
+    station.rate = *rate;
+    station.rssi = *rssi;
+    station.signalLevel = *level;
+    copyText(station.tx, sizeof station.tx, fields[5]);
+    copyText(station.rx, sizeof station.rx, fields[6]);
+    copyText(station.connType, sizeof station.connType, fields[7]);
+    return station;
+}
+
+// What is no such line is left out.
+std::vector<WifiStation> parseStations(std::string_view lines) {
+    std::vector<WifiStation> stations;
+    while (!lines.empty() && stations.size() < kMaxStations) {
+        const size_t end = std::min(lines.find('\n'), lines.size());
+        const std::string_view line = trim(lines.substr(0, end));
+        if (const auto station = stationIn(line))
+            stations.push_back(*station);
+        else if (!line.empty())
+            PLAT_LOG(3, "hook %s: a line is not 8 fields with commas between", kHook);
+        lines.remove_prefix(std::min(end + 1, lines.size()));
+    }
+    return stations;
+}
+
+int askForStations(std::vector<WifiStation>* stations) {
+    std::string output;
+    const int result = askHook(kHook, {}, &output, kMaxOutput);
+    if (result == 0) *stations = parseStations(output);
+    return result;
+}
+
+// The stations of radios that others join: access points and mesh points.
+std::vector<WifiStation> stationsOfRadios() {
+    std::vector<WifiStation> stations;
+    std::optional<Nl80211> kernel;
+    for (const Intf& intf : told().intfs) {
+        if (!intf.hasStations) continue;
+        if (!kernel) kernel.emplace();
+        const std::string connType = connTypeOf(intf.name, intf.frequency, intf.meshPoint);
+        for (WifiStation& station : kernel->stations(intf.index)) {
+            station.mediaType = intf.mediaType;
+            copyText(station.connType, sizeof station.connType, connType);
+            if (stations.size() < kMaxStations) stations.push_back(station);
+        }
+    }
+    return stations;
+}
+
+}  // namespace
+}  // namespace plat
+
+using namespace plat;
+
+int getWIFIConfig(WifiStationList* list) {
+    if (list == nullptr) return kFailure;
+    *list = {};
+    std::vector<WifiStation> stations;
+    if (hasHook(kHook)) {
+        if (const int result = askForStations(&stations)) return result;
+    } else {
+        stations = stationsOfRadios();
+    }
+    WifiStation** tail = &list->head;
+    for (const WifiStation& station : stations) {
+        *tail = static_cast<WifiStation*>(std::malloc(sizeof station));
+        if (*tail == nullptr) break;
+        **tail = station;
+        (*tail)->next = nullptr;
+        tail = &(*tail)->next;
+        ++list->count;
+    }
+    return kOk;
+}
