@@ -15,6 +15,10 @@ using Clock = std::chrono::steady_clock;
 
 // With the start of the program the daemon is to be held up for less than 100 ms.
 constexpr std::chrono::milliseconds kWait{75};
+// Also by several hooks that are run one after the other: after one that took too long the next
+// ones get less.
+constexpr std::chrono::milliseconds kShortWait{5};
+constexpr std::chrono::milliseconds kCareful{250};
 // How long an answer that came late waits for the question to be asked again.
 constexpr std::chrono::seconds kLateLimit{60};
 constexpr size_t kMaxAnswers = 64;
@@ -28,8 +32,19 @@ struct Answer {
     Clock::time_point at{};
 };
 
-// Newest question last.
-std::list<Answer> answers;
+struct Hooks {
+    std::list<Answer> answers;  // newest question last
+    Clock::time_point lastSlow{};
+};
+Hooks hooks;
+
+// The status of a hook that ends in the time that the daemon has for it.
+std::optional<int> waitForHook(JobId id) {
+    const bool careful = Clock::now() - hooks.lastSlow < kCareful;
+    const auto status = waitJob(id, careful ? kShortWait : kWait);
+    if (!status) hooks.lastSlow = Clock::now();
+    return status;
+}
 
 std::string hookFile(const std::string& name) {
     const char* folder = ::secure_getenv("VM1905_HOOKS");
@@ -37,7 +52,7 @@ std::string hookFile(const std::string& name) {
 }
 
 Answer* findAnswer(const std::string& name, const std::vector<std::string>& args) {
-    for (Answer& answer : answers)
+    for (Answer& answer : hooks.answers)
         if (answer.name == name && answer.args == args) return &answer;
     return nullptr;
 }
@@ -46,8 +61,8 @@ void keepAnswer(const std::string& name, const std::vector<std::string>& args, i
                 const std::string& output) {
     Answer* answer = findAnswer(name, args);
     if (answer == nullptr) {
-        if (answers.size() >= kMaxAnswers) answers.pop_front();
-        answer = &answers.emplace_back();
+        if (hooks.answers.size() >= kMaxAnswers) hooks.answers.pop_front();
+        answer = &hooks.answers.emplace_back();
         answer->name = name;
         answer->args = args;
     }
@@ -104,7 +119,7 @@ int runHook(const std::string& name, const std::vector<std::string>& args, JobDo
     const JobId id = startHook(name, args, limit, std::move(done));
     if (id == 0) return kFailure;
     // Still at work counts as accepted: whoever asked cannot be kept waiting.
-    return waitJob(id, kWait).value_or(kOk);
+    return waitForHook(id).value_or(kOk);
 }
 
 int askHook(const std::string& name, const std::vector<std::string>& args, std::string* output,
@@ -120,13 +135,13 @@ int askHook(const std::string& name, const std::vector<std::string>& args, std::
                                keepAnswer(name, args, status, text);
                            });
     if (id == 0) return kFailure;
-    (void)waitJob(id, kWait);
+    (void)waitForHook(id);
     last = findAnswer(name, args);
     return last != nullptr ? give(*last, output) : kFailure;
 }
 
 void forgetHooks() {
-    answers.clear();
+    hooks = {};
 }
 
 }  // namespace plat

@@ -1,7 +1,8 @@
 // The product's hooks (docs/platform.md): executables by name, none of which holds up the daemon.
 //
-// A hook is waited for 75 ms and otherwise left at work, for as long as its limit allows. While one
-// of a name is at work, another start of that name is refused with 16.
+// A hook is waited for 75 ms (less right after one that took longer) and otherwise left at work,
+// for as long as its limit allows. While one of a name is at work, another start of that name is
+// refused with 16.
 #pragma once
 
 #include <chrono>

@@ -99,7 +99,7 @@ constexpr VendType kTypes[] = {
     VEND_TYPE(53, WIFICOUNTRYCODE_REQ, 4, CountryCodeReq, handleWIFICountryCodeCtrlReqMsg, "orders a Wi-Fi country code"),
     VEND_TYPE(54, WIFICOUNTRYCODE_RESP, 4, RetCodePayload, handleWIFICountryCodeCtrlRespMsg, "result"),
     UNUSED_TYPE(55, OptionPayload),
-    VEND_TYPE(56, UPDATEEXTENDCONF_REQ, 3, TextPayload, handleUpdateExtenderconifgReqMsg, "an Enrollee shall take over its configuration anew"),
+    VEND_TYPE(56, UPDATEEXTENDCONF_REQ, 3, TextPayload, handleUpdateExtenderconifgReqMsg, "configuration for the extenders; an empty one: they look at their own anew"),
     VEND_TYPE(64, SENDBCNRPT_REQ, 3, BcnRptReqPayload, handleSendBcnRptReqMsg, "a station shall be asked for a beacon report"),
     VEND_TYPE(65, GETBCNRPT_RESP, 3, BcnRptResp, handleGetBcnRptRespMsg, "result of 64"),
     VEND_TYPE(66, GETBCNRPT_REQ, 3, BcnRptReqPayload, handleGetBcnRptReqMsg, "asks for the last beacon report of a station"),
