@@ -157,6 +157,7 @@ int getWPSSyncListByBand(WpsSyncRecord* record) {
 }
 
 int setAPautoconfigFlag(const uint8_t* alMac, uint8_t band) {
+    if (wps.renewUntil) return kOk;
     PLAT_LOG(3, "%s acknowledged band %d, but no renew waits for it", macText(alMac).c_str(), band);
     return kFailure;
 }

@@ -96,12 +96,25 @@ struct NetworkKind {
     }
 };
 
+struct LogFileKind {
+    using Value = NoValue;
+    static constexpr CheckId kCheck = kCheckLogFile;
+    static constexpr auto kLimit = &ScheduleSettings::LogFile_LoopCount;
+    static constexpr const char* kRetryLine = "retry to ask for the log file";
+
+    static void send(const RetryEntry<Value>& entry) {
+        (void)sendVendMsg(entry.almac, VEND_MSG_TYPE_REQUESTLOGFILE_REQ,
+                          std::make_unique<AlMacPayload>(entry.almac));
+    }
+};
+
 struct {
     RetryList<RebootKind> reboot;
     RetryList<ResetToDefaultKind> resetToDefault;
     RetryList<LEDKind> led;
     RetryList<SystemKind> system;
     RetryList<NetworkKind> network;
+    RetryList<LogFileKind> logFile;
 } lists;
 
 bool isMissing(const MacAddr* almac) {
@@ -151,6 +164,7 @@ void initCtrlLists() {
     lists.led.clear();
     lists.system.clear();
     lists.network.clear();
+    lists.logFile.clear();
 }
 
 int setRebootCtrlList(const MacAddr* almac, uint16_t msgId, int flag, int result) {
@@ -167,6 +181,10 @@ void clearLEDCtrlList(const MacAddr& almac) {
 
 void clearSystemCtrlList(const MacAddr& almac) {
     lists.system.answered(almac);
+}
+
+void clearLogFileList(const MacAddr& almac) {
+    lists.logFile.answered(almac);
 }
 
 void clearNetworkCtrlList(const MacAddr& almac, uint16_t option) {
@@ -203,6 +221,12 @@ int setNetworkCtrlList(const MacAddr* almac, uint16_t option, std::string_view c
     });
 }
 
+int setLogFileList(const MacAddr* almac) {
+    return enterDevices(lists.logFile, almac, [](const MacAddr& dev) {
+        return lists.logFile.replace({dev, 0, {}, 1, 0});
+    });
+}
+
 int checkRebootCtrlList() {
     lists.reboot.repeat();
     return kOk;
@@ -225,5 +249,10 @@ int checkSystemCtrlList() {
 
 int CheckNetworkCtrlList() {
     lists.network.repeat();
+    return kOk;
+}
+
+int checkLogFileList() {
+    lists.logFile.repeat();
     return kOk;
 }

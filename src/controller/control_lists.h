@@ -1,7 +1,8 @@
 // The orders that wait for their answers: reboot, reset to default, LED, system and network
-// control. Whoever first sends an order enters it here with flag 1; the handler of its answer
-// clears it; the controller loop repeats the rest, each list with its own period and up
-// to its own limit (controller/settings.h).
+// control, and the request for a log file, which may take the other device a while to make. Whoever
+// first sends an order enters it here with flag 1; the handler of its answer clears it; the
+// controller loop repeats the rest, each list with its own period and up to its own limit
+// (controller/settings.h).
 //
 // Unless told otherwise: kOk, or kFailure for a missing address or a full list.
 #pragma once
@@ -27,10 +28,14 @@ int setSystemCtrlList(const MacAddr* almac, int32_t value, int flag);
 // NetworkOption and command text.
 int setNetworkCtrlList(const MacAddr* almac, uint16_t option, std::string_view command, int flag);
 
+// The same for the request of a log file.
+int setLogFileList(const MacAddr* almac);
+
 // The device has answered. A network order is ended by the answer to its own option only.
 void clearLEDCtrlList(const MacAddr& almac);
 void clearSystemCtrlList(const MacAddr& almac);
 void clearNetworkCtrlList(const MacAddr& almac, uint16_t option);
+void clearLogFileList(const MacAddr& almac);
 
 // One device of the above. Whether the list is at work stays as it is: set... starts it.
 int addLEDCtrlList(const MacAddr& almac, int32_t value, int flag);
@@ -43,3 +48,4 @@ int checkResetToDefaultCtrlList();
 int checkLEDCtrlList();
 int checkSystemCtrlList();
 int CheckNetworkCtrlList();
+int checkLogFileList();

@@ -87,6 +87,7 @@ constexpr Check kChecks[] = {
      updateNetworkState},
     {"CheckNetworkCtrlList", &S::Time_CHECKNETWORKCTRL, kCheckNetworkCtrl, nullptr,
      CheckNetworkCtrlList},
+    {"checkLogFileList", &S::Time_CHECKLOGFILE, kCheckLogFile, nullptr, checkLogFileList},
     {"checkIPv6Info", &S::Time_CHECKIPv6Info, kCheckIPv6Info, nullptr, checkIPv6Info},
     {"SecurityCtrl_cleanDataToList", &S::Time_CHECKSECURITYCTRLLIST, kCheckSecurityCtrlList,
      isDefaultModel, SecurityCtrl_cleanDataToList},

@@ -31,6 +31,8 @@ struct ScheduleSettings {
     int32_t Time_UPDATENETWORKSTATE = 10;
     int32_t Time_CHECKNETWORKCTRL = 15;
     int32_t NetworkCtrl_LoopCount = 4;  // as for a system order
+    int32_t Time_CHECKLOGFILE = 5;
+    int32_t LogFile_LoopCount = 4;  // as for a system order
     int32_t Time_CHECKIPv6Info = 60;
     int32_t Time_CHECKSECURITYCTRLLIST = 3;
     int32_t Time_CHECKSECURITYSTATE = 60;
@@ -73,6 +75,7 @@ enum CheckId : uint8_t {
     kCheckRebootCtrl,
     kCheckNetworkState,
     kCheckNetworkCtrl,
+    kCheckLogFile,
     kCheckIPv6Info,
     kCheckSecurityCtrlList,
     kCheckSecurityState,

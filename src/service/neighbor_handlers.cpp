@@ -277,9 +277,11 @@ int handleWIFIStateRenewReq(const ServReq& request, uint16_t answer) {
 }
 
 int handleRequestLogFileReq(const ServReq& request, uint16_t answer) {
-    return respRetCode(request.pid(), answer,
-                       sendToTarget(request, VEND_MSG_TYPE_REQUESTLOGFILE_REQ,
-                                    std::make_unique<AlMacPayload>(request.mac(req::kTarget))));
+    const MacAddr target = request.mac(req::kTarget);
+    const int code = sendToTarget(request, VEND_MSG_TYPE_REQUESTLOGFILE_REQ,
+                                  std::make_unique<AlMacPayload>(target));
+    if (code == kOk) (void)setLogFileList(&target);
+    return respRetCode(request.pid(), answer, code);
 }
 
 int handleNetworkCtrlReq(const ServReq& request, uint16_t answer) {

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "controller/control_lists.h"
 #include "controller/features/speed_test.h"
 #include "core/log.h"
 #include "core/result.h"
@@ -70,6 +71,7 @@ int handleRequestLogFileReqMsg(const VendContext& context) {
 
 int handleResponseLogFileReqMsg(const VendContext& context) {
     const auto& file = context.as<LogFileResp>();
+    clearLogFileList(context.msg.alMac);
     LOG(4, "Filenamecount = %d, Filename = %s, FTPURLcount = %d, FTPURL = %s\n",
         static_cast<int>(file.fileName.size()), plainText(file.fileName).c_str(),
         static_cast<int>(file.ftpUrl.size()), plainText(file.ftpUrl).c_str());

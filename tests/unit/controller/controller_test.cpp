@@ -317,6 +317,10 @@ TEST_F(Controller, TheNewestValueIsRepeated) {
         clear(kOther.al);
         EXPECT_EQ(payloads(12).size(), 0U);
     }
+    EXPECT_EQ(setLogFileList(&kPeer.al), kOk);
+    EXPECT_EQ(payloads(11), (Payloads{bytesOf(kPeer.al), bytesOf(kPeer.al)}));
+    clearLogFileList(kPeer.al);
+    EXPECT_EQ(payloads(12).size(), 0U);
     const Payloads network{bytesOf(kPeer.al) + hex("0102 0003 72756e")};
     EXPECT_EQ(setNetworkCtrlList(&kPeer.al, 0x102, "run", 1), kOk);
     EXPECT_EQ(payloads(16), network);

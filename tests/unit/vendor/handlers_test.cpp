@@ -151,6 +151,8 @@ TEST_F(Vendor, RequestsReachThePlatformAndTheirResultIsAnswered) {
         {49, kOwn + hex("0007") + textBytes("do it"), 0, "50:000700",
          "outputlogData [NetworkCtrl] get Network control (7,\"do it\") from (02:ee:00:00:00:01); "
          "setNetworkCtrl 7 do it"},
+        {56, mac + textBytes("conf"), 0, "", "setExtenderConfig 02:ee:00:00:00:01 conf"},
+        {56, mac + textBytes(""), 0, "", ""},
         {53, kOwn + textBytes("DE"), 0, "54:00", "setWIFICountryCode DE"},
         {64, kOwn + mac + mac + hex("51 06 01 0064") + textBytes(""), 0,
          "65:0000"
