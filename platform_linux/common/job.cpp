@@ -4,6 +4,7 @@
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 
 #include <algorithm>
@@ -167,6 +168,12 @@ JobId startJob(const std::vector<std::string>& argv, const JobOptions& options, 
     if (job.pid < 0) {
         PLAT_LOG(2, "can't run %s: %m", argv[0].c_str());
         return 0;
+    }
+    if (options.maxFile > 0) {
+        // Set while it begins to run, long before it can have written so much.
+        const rlimit most{options.maxFile, options.maxFile};
+        if (::prlimit(job.pid, RLIMIT_FSIZE, &most, nullptr) != 0)
+            PLAT_LOG(2, "can't limit the files of %s: %m", argv[0].c_str());
     }
     job.id = ++jobs.last;
     job.options = options;

@@ -19,6 +19,7 @@ struct JobOptions {
     std::chrono::milliseconds limit{2000};
     size_t maxOutput = 8192;  // so many bytes of standard output are kept, the rest is read away
     bool quiet = false;       // standard error goes nowhere instead of to ours
+    uint64_t maxFile = 0;     // no file that it writes grows beyond so many bytes; 0: no limit
     std::string name{};       // in log lines; without it the program's path
 };
 

@@ -6,6 +6,7 @@
 
 #include "core/clock.h"
 #include "core/mac_addr.h"
+#include "platform/exports.h"
 
 enum FWupgradeState : int32_t {
     kFWupgradeNone = 0,
@@ -30,9 +31,8 @@ int addFWupgradelist(const MacAddr& alMac, int option, long value);
 FWupgradeEntry* findFWupgradelist(const MacAddr& alMac);
 // How many devices are at an upgrade that was ordered at most so many seconds ago.
 size_t countFWupgradelist(Seconds maxAge);
-// Remove the entries of a device, or all. kOk.
+// Removes the entries of a device; removeallFWupgradelist (platform/exports.h) those of all. kOk.
 int removeFWupgradelist(const MacAddr& alMac);
-int removeallFWupgradelist();
 
 // Told of every decision about a device: 1 an order was sent, 0 none was needed. An extension
 // point: nothing is kept.

@@ -1,6 +1,4 @@
-// The restart of the device.
+// The restart of the device: rebootSystem, which the platform library may call as well.
 #pragma once
 
-// Restarts the device at once, after the file systems were written out. kFailure when the kernel
-// refuses; else it does not return, but in a PID namespace, whose processes the kernel ends.
-int rebootSystem();
+#include "platform/exports.h"

@@ -23,6 +23,14 @@ int checkEXdeviceFWVersion(int32_t mode);
  * answered that, else 16; to be called again until then. */
 int checkEXdeviceFWStateIsReady(void);
 
+/* Forgets where the upgrades stand, so that the devices that have followed one can be ordered to
+ * the next: to be called before the first phase. 0. */
+int removeallFWupgradelist(void);
+
+/* Restarts this device at once, after the file systems were written out. 16 when the kernel
+ * refuses; else it does not return, but in a PID namespace, whose processes the kernel ends. */
+int rebootSystem(void);
+
 #ifdef __cplusplus
 }
 #endif
