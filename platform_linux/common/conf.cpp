@@ -20,11 +20,12 @@ constexpr size_t kMaxFile = size_t{64} * 1024;
 // Complaints about single lines; a file that is none of ours must not flood the log.
 constexpr int kMaxComplaints = 8;
 
-constexpr std::array<std::string_view, 20> kKeys = {
-    "AL_MAC",       "APPROVED",     "BACKHAUL",      "BUILD_NUMBER",      "CONFIGURED",
-    "COUNTRY_CODE", "DAISYCHAIN",   "DEVICE_MODE",   "EXCLUDE",           "FIRMWARE_VERSION",
-    "FORWARD_1905", "HOSTNAME",     "INCLUDE",       "LAN_MAC",           "LOG_FILE",
-    "MEDIA_TYPE.",  "SECURITY_KEY", "SECURITY_MODE", "WIFI_COUNTRY_CODE", "WIFI_ROLE."};
+constexpr std::array<std::string_view, 23> kKeys = {
+    "AL_MAC",          "APPROVED",          "BACKHAUL",         "BUILD_NUMBER", "CONFIGURED",
+    "COUNTRY_CODE",    "DAISYCHAIN",        "DEVICE_MODE",      "EXCLUDE",      "FIRMWARE_DOWNLOAD",
+    "FIRMWARE_FOLDER", "FIRMWARE_URL",      "FIRMWARE_VERSION", "FORWARD_1905", "HOSTNAME",
+    "INCLUDE",         "LAN_MAC",           "LOG_FILE",         "MEDIA_TYPE.",  "SECURITY_KEY",
+    "SECURITY_MODE",   "WIFI_COUNTRY_CODE", "WIFI_ROLE."};
 
 bool isKnown(std::string_view key) {
     return std::any_of(kKeys.begin(), kKeys.end(), [key](std::string_view known) {

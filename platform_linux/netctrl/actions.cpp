@@ -76,40 +76,12 @@ int setWIFICountryCode(const char* countryCode) {
     });
 }
 
-int FWCtrl(const FwCtrl* ctrl) {
-    if (ctrl == nullptr) return kFailure;
-    return runHook("firmware", {number(ctrl->fwOption), number(ctrl->fwTopoOption),
-                                fieldText(ctrl->url), fieldText(ctrl->fileName)});
-}
-
 int getNewFWversion(char text[PLATFORM_FW_TEXT_LEN]) {
     return runForText("new-firmware-version", {}, text, PLATFORM_FW_TEXT_LEN);
 }
 
 int getNewFWdate(char text[PLATFORM_FW_TEXT_LEN]) {
     return runForText("new-firmware-date", {}, text, PLATFORM_FW_TEXT_LEN);
-}
-
-int getNewFWVersionByPlatform(const char* ownHostname, const char* hostname,
-                              char version[PLATFORM_FW_TEXT_LEN]) {
-    return runForText("extender-firmware-version", {orEmpty(ownHostname), orEmpty(hostname)},
-                      version, PLATFORM_FW_TEXT_LEN);
-}
-
-int getDownloanURL(const char* ownHostname, const char* hostname, char url[PLATFORM_FW_URL_LEN],
-                   char fileName[PLATFORM_FW_FILE_NAME_LEN]) {
-    if (url == nullptr || fileName == nullptr) return kFailure;
-    std::string output;
-    const int result =
-        askHook("extender-firmware-url", {orEmpty(ownHostname), orEmpty(hostname)}, &output);
-    if (result != 0) output.clear();
-    copyText(url, PLATFORM_FW_URL_LEN, lineOf(output, 0));
-    copyText(fileName, PLATFORM_FW_FILE_NAME_LEN, lineOf(output, 1));
-    return result == 0 && url[0] == '\0' ? kFailure : result;
-}
-
-int set_vsftpd_StartStop(int32_t start) {
-    return runHook("ftp-server", {number(start)});
 }
 
 int getWIFIStateSync(char data[PLATFORM_SYNC_DATA_LEN]) {

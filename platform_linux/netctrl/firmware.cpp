@@ -1,10 +1,11 @@
-// State of the own firmware upgrade, as management processes tell it.
+// State of the own firmware upgrade, as the installation or management processes tell it.
 #include <array>
 #include <string_view>
 
 #include "api.h"
 #include "common/text.h"
 #include "netctrl/notices.h"
+#include "netctrl/upgrade.h"
 
 namespace plat {
 namespace {
@@ -26,6 +27,16 @@ std::optional<uint32_t> stateOf(std::string_view text) {
 }
 
 }  // namespace
+
+void setFirmwareState(uint32_t state) {
+    if (state != firmware.state) noteFirmwareState(state);
+    firmware.state = state;
+}
+
+uint32_t firmwareState() {
+    return firmware.state;
+}
+
 }  // namespace plat
 
 using namespace plat;
@@ -39,8 +50,7 @@ int getfirmwareStatus(int32_t, int32_t, uint32_t* status) {
 int setFWState(const char* state) {
     const auto value = stateOf(trim(orEmpty(state)));
     if (!value) return kFailure;
-    if (*value != firmware.state) noteFirmwareState(*value);
-    firmware.state = *value;
+    setFirmwareState(*value);
     return kOk;
 }
 

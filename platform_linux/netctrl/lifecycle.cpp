@@ -4,6 +4,7 @@
 #include "common/log.h"
 #include "netctrl/isolate.h"
 #include "netctrl/notices.h"
+#include "netctrl/upgrade.h"
 #include "netctrl/watch.h"
 
 namespace plat {
@@ -45,6 +46,7 @@ int runNetCtrl(void) {
     collectJobs();
     const int result = runWatch(callbacks.netStatus);
     reportNotices(callbacks.netStatus);
+    if (callbacks.netStatus != nullptr) directUpgrade();
     return result;
 }
 
@@ -52,6 +54,7 @@ int destroyNetCtrl(void) {
     removeIsolation();
     closeWatch();
     dropNotices();
+    dropUpgrade();
     endAllJobs();
     forgetHooks();
     callbacks = {};

@@ -11,6 +11,7 @@
 #include "common/log.h"
 #include "common/text.h"
 #include "netctrl/notices.h"
+#include "netctrl/upgrade.h"
 
 namespace plat {
 namespace {
@@ -162,9 +163,11 @@ int setAPautoconfigFlag(const uint8_t* alMac, uint8_t band) {
     return kFailure;
 }
 
-// Once a second: there are hooks to collect, and no renew of ours is ever repeated.
+// Once a second: there are hooks to collect and images to verify, and no renew of ours is ever
+// repeated.
 int reSendRenewbySynclist(void) {
     collectJobs();
+    workOnUpgrade();
     return kOk;
 }
 

@@ -90,7 +90,7 @@ TEST(Hooks, MissingOnesFailHonestly) {
     EXPECT_NE(log.find(folder.path("system")), log.npos) << log;
     EXPECT_EQ(resetToDefault(), 16);
     EXPECT_EQ(setAPSteering(1), 16);
-    FwCtrl order{};
+    const FwCtrl order{6, 1, "http://host/fw", ""};
     EXPECT_EQ(FWCtrl(&order), 16);
     EXPECT_EQ(FWCtrl(nullptr), 16);
 }

@@ -1,0 +1,235 @@
+// The firmware upgrade: manifests, the order of the rounds, and images that go over a real server.
+#include "netctrl/upgrade_image.h"
+
+#include <poll.h>
+
+#include <filesystem>
+
+#include "common/job.h"
+#include "netctrl/upgrade_rounds.h"
+#include "platform/exports.h"
+#include "support.h"
+
+using std::chrono::seconds;
+
+namespace {
+
+// What the daemon answers, and what it was asked.
+int phaseOne = 16, phaseTwo = 16;
+std::string calls;
+
+constexpr const char* kImage = "the new firmware";
+constexpr const char* kDigest = "fbff883c50bcc50dda2957efa038c9953d8e691058191a4dc66fb0942e84206e";
+
+}  // namespace
+
+int checkEXdeviceFWVersion(int32_t mode) {
+    calls += "v" + std::to_string(mode);
+    return phaseOne;
+}
+int checkEXdeviceFWStateIsReady(void) {
+    calls += "r";
+    return phaseTwo;
+}
+int removeallFWupgradelist(void) {
+    calls += "f";
+    return 0;
+}
+int rebootSystem(void) {
+    calls += "b";
+    return 16;
+}
+
+TEST(Manifest, IsTakenOnlyWithAVersionAndADigest) {
+    const std::string digest(64, 'a');
+    const std::string version = "VERSION = 2.0 beta\r\n";
+    const auto good = plat::parseManifest("# new\nSHA256=" + std::string(64, 'A') +
+                                          "\nwhat is this\n" + version + "HOSTS = attic* cellar");
+    ASSERT_TRUE(good);
+    EXPECT_EQ(good->version, "2.0 beta");
+    EXPECT_EQ(good->sha256, digest);
+    EXPECT_TRUE(isFor(*good, "attic-2") && isFor(*good, "cellar") && !isFor(*good, "porch"));
+    EXPECT_TRUE(plat::isFor({"2", digest, ""}, "porch"));
+
+    for (const std::string& bad :
+         {std::string(), version, "SHA256 = " + digest, version + "SHA256 = " + digest + "0",
+          version + "SHA256 = " + digest.substr(2), version + "SHA256 = " + digest.substr(1) + "g",
+          "VERSION = \nSHA256 = " + digest, "VERSION = a\"b\nSHA256 = " + digest,
+          "VERSION = a\x1b[1m\nSHA256 = " + digest,
+          "VERSION = " + std::string(128, '9') + "\nSHA256 = " + digest, std::string(5, '\0'),
+          std::string("<html>moved</html>")})
+        EXPECT_FALSE(plat::parseManifest(bad)) << bad;
+    for (const char* name : {"", ".", "..", "-o", "a/b", "a b", ".hidden", "a%2f", "a?b"})
+        EXPECT_FALSE(plat::isPlainName(name)) << name;
+    EXPECT_TRUE(plat::isPlainName("fw-2.0_x86+1.bin"));
+}
+
+TEST(UpgradeRounds, OrderUntilNobodyNeedsItThenRebootThenThisDevice) {
+    plat::UpgradeRounds rounds;
+    plat::UpgradeRounds::Time now{seconds(1000)};
+    // What is called within so many seconds; "!" where this device itself is the next.
+    const auto go = [&](int length) {
+        calls.clear();
+        for (int i = 0; i < length; i += 5, now += seconds(5))
+            if (rounds.advance(now)) calls += "!";
+        return std::exchange(calls, {});
+    };
+    // Nothing to order: this device after a while, which others may need to be heard.
+    phaseOne = phaseTwo = 16;
+    EXPECT_EQ(go(30), "fv1v4v4");
+    EXPECT_EQ(go(15), "v4v4!");
+    EXPECT_FALSE(rounds.isServing());
+    EXPECT_EQ(go(60), "");
+    EXPECT_EQ(go(20), "fv1v4");
+
+    rounds.restart();
+    phaseOne = 0;
+    EXPECT_EQ(go(20), "fv1v4");
+    EXPECT_TRUE(rounds.isServing());
+    // A device that fails is ordered again within half a minute, so for as long none is rebooted.
+    phaseOne = 16;
+    EXPECT_EQ(go(30), "v4v4v4");
+    EXPECT_EQ(go(20), "v4rrr");
+    phaseTwo = 0;
+    EXPECT_EQ(go(5), "r!");
+    EXPECT_FALSE(rounds.isServing());
+    EXPECT_EQ(go(3500), "");
+
+    // Devices that never come to an end neither hold up the others for ever nor are ordered for
+    // ever; and this device stays as it is.
+    rounds.restart();
+    phaseOne = 0;
+    phaseTwo = 16;
+    const std::string days = go(3 * 86400);
+    EXPECT_EQ(std::count(days.begin(), days.end(), 'f'), 3);
+    EXPECT_EQ(std::count(days.begin(), days.end(), '!'), 0);
+    EXPECT_EQ(std::count(days.begin(), days.end(), 'r'), 3 * 120);
+}
+
+namespace {
+
+// A device that serves an image to itself, and records what is installed.
+class Upgraded {
+  public:
+    Upgraded() {
+        ip("link add v0 type veth peer name v1");
+        ip("address add 192.0.2.1/24 dev v0");
+        ip("link set lo up");
+        ip("link set v0 up");
+        ip("link set v1 up");
+        folder.platformConf("FIRMWARE_FOLDER = " + folder.path() + "\nFIRMWARE_DOWNLOAD = " +
+                            folder.path("downloads") + "\nINCLUDE = v0\n");
+        std::filesystem::create_directory(folder.path("downloads"));
+        folder.hook("firmware-install", "cat \"$1\" >\"$0.got\"; echo \" $2\" >>\"$0.got\"");
+        told = std::make_unique<Told>();
+    }
+    // Announces an image, whatever its digest.
+    void announce(const std::string& image, const std::string& digest) {
+        folder.write("fw.bin", image);
+        folder.write("fw.bin.manifest", "VERSION = 2.0\nSHA256 = " + digest + "\nHOSTS = attic\n");
+    }
+    bool becomes(const std::function<bool()>& condition) {
+        for (int i = 0; i < 500 && !condition(); ++i) {
+            EXPECT_EQ(reSendRenewbySynclist(), 0);
+            events = told->next();
+            ::poll(nullptr, 0, 20);
+        }
+        return condition();
+    }
+    // The state in which an order for the image ends.
+    uint32_t fetched(const std::string& url) {
+        FwCtrl order{6, 1, {}, {}};
+        plat::copyText(order.url, sizeof order.url, url);
+        EXPECT_EQ(FWCtrl(&order), 0);
+        EXPECT_EQ(state(), uint32_t{PLATFORM_FW_UPGRADE});
+        EXPECT_EQ(FWCtrl(&order), 0) << "the same order again";
+        EXPECT_TRUE(becomes([] { return state() != PLATFORM_FW_UPGRADE; }));
+        EXPECT_TRUE(
+            becomes([this] { return std::filesystem::is_empty(folder.path("downloads")); }));
+        return state();
+    }
+    static uint32_t state() {
+        uint32_t state = 99;
+        EXPECT_EQ(getfirmwareStatus(0, 0, &state), 0);
+        return state;
+    }
+
+    const ScratchFolder folder;
+    std::unique_ptr<Told> told;
+    std::vector<std::string> events;
+};
+
+}  // namespace
+
+TEST(Upgrade, AnImageIsInstalledOnlyAsItWasAnnounced) {
+    inOwnNetwork([] {
+        Upgraded device;
+        char version[PLATFORM_FW_TEXT_LEN], url[PLATFORM_FW_URL_LEN];
+        char file[PLATFORM_FW_FILE_NAME_LEN];
+        const auto offered = [&] { return getNewFWVersionByPlatform("", "attic", version) == 0; };
+
+        device.announce(kImage, std::string(64, '0'));
+        calls.clear();
+        for (int i = 0; i < 10; ++i) device.becomes([i, n = 0]() mutable { return n++ > i; });
+        EXPECT_FALSE(offered()) << "it does not match its manifest";
+        EXPECT_EQ(calls, "");
+        device.announce(kImage, kDigest);
+        ASSERT_TRUE(device.becomes(offered));
+        EXPECT_STREQ(version, "2.0");
+        EXPECT_EQ(getNewFWVersionByPlatform("", "porch", version), 16);
+        ASSERT_EQ(getDownloanURL("", "attic", url, file), 0);
+        EXPECT_STREQ(url, "http://192.0.2.1:8905/fw.bin");
+        EXPECT_STREQ(file, "fw.bin");
+        ASSERT_EQ(set_vsftpd_StartStop(1), 0);
+        ::poll(nullptr, 0, 300);
+
+        EXPECT_EQ(device.fetched(url), uint32_t{PLATFORM_FW_REBOOT});
+        EXPECT_EQ(device.folder.read("firmware-install.got"), "the new firmware 2.0\n");
+
+        // Corrupted, truncated, and without a manifest: refused, and the last image stays.
+        device.folder.hook("firmware-install", "echo must not run >\"$0.got\"");
+        for (const char* image : {"the nEw firmware", "the new firm", ""}) {
+            device.folder.write("fw.bin", image);
+            EXPECT_EQ(device.fetched(url), uint32_t{PLATFORM_FW_FAILED}) << image;
+        }
+        EXPECT_EQ(device.fetched("http://192.0.2.1:8905/platform.conf"),
+                  uint32_t{PLATFORM_FW_FAILED});
+        EXPECT_EQ(device.folder.read("firmware-install.got"), "the new firmware 2.0\n");
+        const FwCtrl forget{};
+        EXPECT_EQ(FWCtrl(&forget), 0);
+        EXPECT_EQ(Upgraded::state(), uint32_t{PLATFORM_FW_IDLE});
+
+        // An installation that fails.
+        device.announce(kImage, kDigest);
+        device.folder.hook("firmware-install", "exit 1");
+        EXPECT_EQ(device.fetched(url), uint32_t{PLATFORM_FW_FAILED});
+        EXPECT_EQ(set_vsftpd_StartStop(0), 0);
+    });
+}
+
+TEST(Jobs, WriteNoMoreThanTheyMay) {
+    const ScratchFolder folder;
+    int ended = -1;
+    const plat::JobId job = plat::startJob(
+        {"/bin/sh", "-c", "sleep 0.2; exec head -c 100000 /dev/zero >\"$0\"", folder.path("big")},
+        {.limit = seconds(10), .maxFile = 1000},
+        [&](int status, const std::string&) { ended = status; });
+    EXPECT_EQ(plat::waitJob(job, seconds(10)), 16);
+    EXPECT_EQ(ended, 16);
+    EXPECT_EQ(folder.read("big").size(), 1000U);
+}
+
+TEST(Upgrade, OrdersThatCannotBeCarriedOutAreRefused) {
+    const ScratchFolder folder;
+    folder.hook("firmware-install", "exit 0");
+    FwCtrl order{6, 1, {}, {}};
+    for (const char* url : {"", "file:///etc/shadow", "http://", "-o/etc/passwd", "HTTP://h/x y",
+                            "http://h/a\nb", "gopher://h/x", "/etc/shadow"}) {
+        plat::copyText(order.url, sizeof order.url, url);
+        EXPECT_EQ(FWCtrl(&order), 16) << url;
+    }
+    order.fwOption = 5;
+    EXPECT_EQ(FWCtrl(&order), 16);
+    folder.hook("firmware", "[ \"$1\" = 5 ]");
+    EXPECT_EQ(FWCtrl(&order), 0);
+}
