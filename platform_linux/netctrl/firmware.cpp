@@ -54,11 +54,6 @@ int setFWState(const char* state) {
     return kOk;
 }
 
-// No place is looked into yet.
-int checkLocalFW(void) {
-    return kFailure;
-}
-
 int setFWresult(int32_t result) {
     noteNewFirmware(static_cast<uint32_t>(result));
     return kOk;

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "api.h"
@@ -53,7 +54,8 @@ struct Offers {
     UpgradeRounds rounds;
     JobId server = 0;
     Own own = Own::kNothing;
-    std::string tried;  // digest of what could not be installed here
+    std::string tried;   // digest of what could not be installed here
+    bool taken = false;  // an image has been verified that checkLocalFW has not told of
 };
 Offers offers;
 
@@ -249,6 +251,7 @@ void verifyOffers() {
     offers.digest.reset();
     const bool good = *digest == offer->manifest.sha256;
     offer->check = good ? Check::kGood : Check::kBad;
+    offers.taken = offers.taken || good;
     PLAT_LOG(good ? 3 : 1, "firmware: %s, version %s, %s", offer->file.c_str(),
              offer->manifest.version.c_str(),
              good ? "is announced" : "does not match its manifest and is left alone");
@@ -321,6 +324,11 @@ int getDownloanURL(const char* ownHostname, const char* hostname, char url[PLATF
     copyText(url, PLATFORM_FW_URL_LEN, lineOf(text, 0));
     copyText(fileName, PLATFORM_FW_FILE_NAME_LEN, lineOf(text, 1));
     return result == 0 && url[0] == '\0' ? kFailure : result;
+}
+
+// The folder is looked into more often than this asks.
+int checkLocalFW(void) {
+    return std::exchange(offers.taken, false) ? kOk : kFailure;
 }
 
 int set_vsftpd_StartStop(int32_t start) {

@@ -75,7 +75,8 @@ def test_a_corrupted_image_is_refused(mesh):
               "#!/bin/sh\necho http://192.0.2.1:8905/bad.bin\n", "755")
         lab("kill", *DEVICES[:2])
         lab("start", *DEVICES[:2])
-        wait_until(lambda: told(lab, "dev1") == {al_mac(2): ("1.0", "Failed")}, 60, "dev2 has failed")
+        failed = {al_mac(2): ("1.0", "Failed")}
+        wait_until(lambda: told(lab, "dev1") == failed, 60, "dev2 has failed")
         assert "bad.bin, version 2.0, does not match its manifest" in lab.log("dev1")
         assert "does not match its manifest and is not installed" in lab.log("dev2")
         assert lab.attempt("exec", "dev2", "--", "cat", "/etc/vm1905/installed").returncode != 0
@@ -87,9 +88,10 @@ def test_a_mesh_is_upgraded(mesh):
     new = {al_mac(n): ("2.0", "Idle") for n in (1, 2, 3)}
 
     def everybody_runs_it():
-        return all(told(mesh, device) == {mac: it for mac, it in new.items() if mac != al_mac(n)}
+        others = [{mac: it for mac, it in new.items() if mac != al_mac(n)} for n in (1, 2, 3)]
+        return all(told(mesh, device) == expected
                    and al(mesh.model(device)).get("FirmwareState") == "Idle"
-                   for n, device in enumerate(DEVICES, 1))
+                   for device, expected in zip(DEVICES, others))
 
     wait_until(everybody_runs_it, 140, "all run version 2.0", 1)
     for device in DEVICES:

@@ -176,6 +176,8 @@ TEST(Upgrade, AnImageIsInstalledOnlyAsItWasAnnounced) {
         device.announce(kImage, kDigest);
         ASSERT_TRUE(device.becomes(offered));
         EXPECT_STREQ(version, "2.0");
+        EXPECT_EQ(checkLocalFW(), 0);
+        EXPECT_EQ(checkLocalFW(), 16) << "told once";
         EXPECT_EQ(getNewFWVersionByPlatform("", "porch", version), 16);
         ASSERT_EQ(getDownloanURL("", "attic", url, file), 0);
         EXPECT_STREQ(url, "http://192.0.2.1:8905/fw.bin");
