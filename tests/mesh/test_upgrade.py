@@ -1,5 +1,6 @@
-"""A mesh follows its Registrar to the next firmware, over its own network; a corrupted image changes
-nothing. The daemon's own times rule: between the last order and the first reboot lies half a minute.
+"""A mesh follows its Registrar to the next firmware, over its own network; a corrupted image
+changes nothing. The daemon's own times rule: half a minute lies between the last order and the
+first reboot.
 """
 
 import hashlib
