@@ -103,7 +103,8 @@ std::string rateText(uint32_t rate) {
 void setStrength(nlattr* signal, WifiStation* station) {
     constexpr int kNoiseFloor = -95;  // dBm
     if (signal == nullptr || nla_len(signal) < 1) return;
-    const int dbm = static_cast<int8_t>(nla_get_u8(signal));
+    const int byte = nla_get_u8(signal);
+    const int dbm = byte < 128 ? byte : byte - 256;
     station->rssi = static_cast<uint16_t>(std::max(dbm - kNoiseFloor, 0));
     station->signalLevel = static_cast<uint16_t>(std::clamp(2 * (dbm + 100), 0, 100));
 }

@@ -1,5 +1,6 @@
 #include "controller/features/wifi_sync.h"
 
+#include <array>
 #include <cstring>
 #include <map>
 #include <memory>
@@ -32,9 +33,7 @@ struct Sync {
     std::map<MacAddr, Standing> devices;
 };
 
-struct {
-    Sync kinds[kWifiSyncNum];
-} syncs;
+std::array<Sync, kWifiSyncNum> syncs;
 
 struct Kind {
     const char* name;
@@ -48,7 +47,7 @@ constexpr Kind kKinds[kWifiSyncNum] = {
 
 // Another text makes everybody's standing void.
 Sync& syncOf(WifiSyncKind kind, std::string_view text) {
-    Sync& sync = syncs.kinds[kind];
+    Sync& sync = syncs.at(kind);
     if (sync.text != text) sync = {std::string(text), {}};
     return sync;
 }
@@ -111,7 +110,7 @@ void noteWifiSyncSent(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
 
 void noteWifiSyncAck(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
                      std::string_view result) {
-    auto& devices = syncs.kinds[kind].devices;
+    auto& devices = syncs.at(kind).devices;
     const auto it = devices.find(almac);
     // The answer to an earlier sending says nothing of the present text.
     if (it == devices.end() || it->second.msgId != msgId) return;
