@@ -19,8 +19,14 @@ using Stage = vm1905_client::Stage;
 
 // How long a daemon needs that nobody wakes.
 constexpr unsigned kUnheardMs = 1500;
-// How long after the daemon has taken a request an answer of its own can still be on the way.
+// How long after the daemon has taken a request an answer of its own can still be on the way; of
+// kIntfService the daemon only looks every 5 ms, and must find the request slot still idle.
 constexpr unsigned kLostMs = 100;
+constexpr unsigned kLostIntfMs = 1000;
+constexpr unsigned kWithdrawnMs = 50;
+// How long the daemon works on after it has marked the request slot idle: it marks it once more at
+// the end, and a request that is there by then is lost.
+constexpr unsigned kSettleMs = 5;
 // The daemon gives up an answer that nobody collects after 15 ms.
 constexpr unsigned kUncollectedMs = 25;
 
@@ -137,10 +143,18 @@ class Posting {
         if (!daemonIsSame(client_)) return VM1905_RESTARTED;
         setStage(client_, Stage::kTaken);
         collect(response_);
+        if (isTakenEarly(head_.servId)) rest(kSettleMs);
         return 0;
     }
 
   private:
+    // Keeps the others waiting.
+    static void rest(unsigned ms) {
+        Wait wait(ms, {});
+        while (wait.pause() == 0) {
+        }
+    }
+
     // Without anybody at the FIFO there is hardly a daemon, but its FIFO may also be out of sight.
     void noteEar(Poke poke) {
         if (poke != Poke::kNobody || isUnheard_) return;
@@ -204,18 +218,25 @@ class Posting {
     int letDecoyGo() {
         while (decoyIsThere()) {
             if (!request_.isAlive()) return VM1905_RESTARTED;
+            // The daemon was not yet done with the request before this one, see kSettleMs.
+            if (request_.flag() == slots::kIdle && request_.head() == head_) {
+                write();
+                (void)pokeDaemon();
+            }
             if (const int stop = wait_.pause()) return reason(stop, VM1905_TIMEOUT);
         }
         if (request_.flag() == slots::kFull) request_.setFlag(slots::kIdle);
         return 0;
     }
 
-    // The daemon must not find it later, nor wait for us.
+    // The daemon must not find it later, nor wait for us. Where it may do so already it has to see
+    // this before somebody else's request is there.
     void withdraw() {
         if (request_.flag() == slots::kFull && request_.head() == head_) {
             request_.setFlag(slots::kIdle);
         }
         if (decoyIsThere()) response_.setFlag(slots::kIdle);
+        rest(head_.servId == kIntfService ? kWithdrawnMs : kSettleMs);
     }
 
     vm1905_client& client_;
@@ -247,7 +268,8 @@ int postInTurn(vm1905_client& client, Payload payload, Wait& wait) {
         // What the daemon answers itself is there by now, unless it was lost: to a neighbor's
         // answer while we did not come to run, or with a decoy. Reading it once more does no harm.
         if (!isRead(client.service)) return 0;
-        Wait lost(std::min(kLostMs, wait.left()), {});
+        const unsigned lostMs = client.service == kIntfService ? kLostIntfMs : kLostMs;
+        Wait lost(std::min(lostMs, wait.left()), {});
         const int stop = waitForAnswer(client, lost);
         if (stop != VM1905_TIMEOUT) return stop;
         if (const int end = wait.pause()) return end;

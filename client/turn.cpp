@@ -15,7 +15,7 @@ namespace {
 
 constexpr const char* kLockFile = "/tmp/vm1905_client.lock";
 // Not through a link, and not held up by a FIFO of that name.
-constexpr int kOpenFlags = O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC;
+constexpr int kOpenFlags = O_RDWR | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC;
 
 int openLockFile() {
     const int found = open(kLockFile, kOpenFlags);
@@ -32,6 +32,14 @@ int openLockFile() {
 bool isStillThere(int fd) {
     struct stat info {};
     return fstat(fd, &info) == 0 && info.st_nlink > 0;
+}
+
+bool lockLine(int fd, short type) {
+    struct flock line {};
+    line.l_type = type;
+    line.l_whence = SEEK_SET;
+    line.l_len = 1;
+    return fcntl(fd, F_OFD_SETLK, &line) == 0;
 }
 
 bool isFifo(int fd) {
@@ -60,15 +68,21 @@ Turn::~Turn() {
     if (fd_ >= 0) close(fd_);
 }
 
+// The turn is the flock. Who wants it stands in line for a byte of the file first, so that whoever
+// gives the turn back cannot take it again before the one that waits.
 int Turn::take(Wait& wait) {
+    bool isNext = false;
     for (;;) {
         if (fd_ < 0) fd_ = openLockFile();
         if (fd_ < 0) return VM1905_SYSTEM;
-        if (flock(fd_, LOCK_EX | LOCK_NB) == 0) {
+        if (!isNext) isNext = lockLine(fd_, F_WRLCK);
+        if (isNext && flock(fd_, LOCK_EX | LOCK_NB) == 0) {
+            (void)lockLine(fd_, F_UNLCK);
             if (isStillThere(fd_)) return 0;
             close(fd_);
             fd_ = -1;
-        } else if (errno != EWOULDBLOCK && errno != EINTR) {
+            isNext = false;
+        } else if (errno != EWOULDBLOCK && errno != EACCES && errno != EINTR) {
             return VM1905_SYSTEM;
         }
         if (const int stop = wait.pause()) return stop == VM1905_TIMEOUT ? VM1905_BUSY : stop;
