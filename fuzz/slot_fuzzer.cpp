@@ -79,7 +79,7 @@ void stop() {
 
 // The daemon sleeps only while it waits for a client.
 extern "C" int usleep(useconds_t) {
-    if (marksIdle) markRequestIdle();
+    if (marksIdle) (void)takeFlag(getServReqShm(), slots::kIdle);
     return 0;
 }
 

@@ -83,12 +83,13 @@ bool clientExists(int32_t pid) {
 constexpr int kMostLooks = 20;  // 100 ms
 
 // False when the client has gone meanwhile, or leaves us waiting.
-bool waitForIdleRequest(int32_t pid) {
-    for (int look = 1; requestIsWaiting(); look++) {
-        if (look > kMostLooks || !clientExists(pid)) return false;
+bool waitForIdleRequest(const ServReq& request) {
+    for (int look = 1; requestIsHeld(request); look++) {
+        if (look > kMostLooks || !clientExists(request.pid())) return false;
         sleepMicroseconds(kSlotWait);
         if (look == kSlotLooks) markResponseFree();
     }
+    forgetRequest();
     return true;
 }
 
@@ -114,7 +115,7 @@ int respGet1905DevServReq(const ServReq& request, uint16_t answer) {
 int respGetIntfServReq(const ServReq& request, uint16_t answer) {
     // Meant: not the response slot is waited for but the request slot, which is in use until this
     // has returned, unless a client marks it idle.
-    if (!waitForIdleRequest(request.pid())) {
+    if (!waitForIdleRequest(request)) {
         LOG(2, "the client (%d) has gone or does not mark its request idle\r\n", request.pid());
         return kFailure;
     }

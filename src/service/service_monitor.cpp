@@ -64,7 +64,7 @@ int runServiceMonitor() {
     if (state != kStart) return invalidState(kStart);
     drainWakeFifo();
     if (!requestIsWaiting()) return kOk;
-    const int result = requestHandleService(ServReq(getServReqShm()));
+    const int result = requestHandleService(takeRequest());
     markRequestIdle();
     if (result != kOk) LOG(2, "failed to handle service request (retCode = %d)\r\n", result);
     return kOk;

@@ -23,6 +23,7 @@ struct Segment {
 struct State {
     Segment request{slots::kReqKey, slots::kReqSize};
     Segment response{slots::kRespKey, slots::kRespSize};
+    bool taken = false;  // a request, and not yet marked idle
 } state;
 
 // Host byte order, whatever the alignment.
@@ -143,8 +144,24 @@ bool requestIsWaiting() {
     return state.request.memory != nullptr && flagOf(state.request.memory) == slots::kFull;
 }
 
+ServReq takeRequest() {
+    state.taken = true;
+    return ServReq(state.request.memory);
+}
+
+bool requestIsHeld(const ServReq& request) {
+    return requestIsWaiting() && ServReq(state.request.memory) == request;
+}
+
 void markRequestIdle() {
-    if (state.request.memory != nullptr) setFlag(state.request.memory, slots::kIdle);
+    if (state.taken && state.request.memory != nullptr) {
+        setFlag(state.request.memory, slots::kIdle);
+    }
+    state.taken = false;
+}
+
+void forgetRequest() {
+    state.taken = false;
 }
 
 void markResponseFree() {

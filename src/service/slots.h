@@ -40,6 +40,7 @@ class ServReq {
     std::string_view text(slots::Field field) const;
     // width bytes, or what is left of the slot.
     Bytes bytes(size_t at, size_t width) const;
+    bool operator==(const ServReq&) const = default;
 
   private:
     std::array<uint8_t, slots::kReqSize> bytes_;
@@ -47,8 +48,15 @@ class ServReq {
 
 // Whether a request waits in the request slot; false without a slot.
 bool requestIsWaiting();
-// Clients may write the next one.
+// The request that waits.
+ServReq takeRequest();
+// Whether the request that was taken still occupies the slot.
+bool requestIsHeld(const ServReq& request);
+// Clients may write the next one. Once for each request that was taken: the next one may be there
+// already when this is called again.
 void markRequestIdle();
+// For a request that its client has marked idle.
+void forgetRequest();
 // What the response slot holds is given up.
 void markResponseFree();
 
