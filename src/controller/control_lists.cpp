@@ -175,40 +175,42 @@ int setResetToDefaultCtrlList(const MacAddr* almac, uint16_t msgId, int flag, in
     return setAnsweredList(lists.resetToDefault, almac, msgId, flag, result);
 }
 
-void clearLEDCtrlList(const MacAddr& almac) {
-    lists.led.answered(almac);
+uint16_t clearLEDCtrlList(const MacAddr& almac) {
+    return lists.led.answered(almac);
 }
 
-void clearSystemCtrlList(const MacAddr& almac) {
-    lists.system.answered(almac);
+uint16_t clearSystemCtrlList(const MacAddr& almac) {
+    return lists.system.answered(almac);
 }
 
 void clearLogFileList(const MacAddr& almac) {
-    lists.logFile.answered(almac);
+    (void)lists.logFile.answered(almac);
 }
 
 void clearNetworkCtrlList(const MacAddr& almac, uint16_t option) {
     const auto* entry = lists.network.find(almac);
     // The answer to an earlier order does not end a later one.
-    if (entry != nullptr && entry->value.option == option) lists.network.answered(almac);
+    if (entry != nullptr && entry->value.option == option) (void)lists.network.answered(almac);
 }
 
-int addLEDCtrlList(const MacAddr& almac, int32_t value, int flag) {
-    return lists.led.replace({almac, 0, value, flag, 0});
+int addLEDCtrlList(const MacAddr& almac, int32_t value, int flag, uint16_t msgId) {
+    return lists.led.replace({almac, msgId, value, flag, 0});
 }
 
-int addSystemCtrlList(const MacAddr& almac, int32_t value, int flag) {
-    return lists.system.replace({almac, 0, value, flag, 0});
+int addSystemCtrlList(const MacAddr& almac, int32_t value, int flag, uint16_t msgId) {
+    return lists.system.replace({almac, msgId, value, flag, 0});
 }
 
-int setLEDCtrlList(const MacAddr* almac, int32_t value, int flag) {
-    return enterDevices(lists.led, almac,
-                        [&](const MacAddr& dev) { return addLEDCtrlList(dev, value, flag); });
+int setLEDCtrlList(const MacAddr* almac, int32_t value, int flag, uint16_t msgId) {
+    return enterDevices(lists.led, almac, [&](const MacAddr& dev) {
+        return addLEDCtrlList(dev, value, flag, msgId);
+    });
 }
 
-int setSystemCtrlList(const MacAddr* almac, int32_t value, int flag) {
-    return enterDevices(lists.system, almac,
-                        [&](const MacAddr& dev) { return addSystemCtrlList(dev, value, flag); });
+int setSystemCtrlList(const MacAddr* almac, int32_t value, int flag, uint16_t msgId) {
+    return enterDevices(lists.system, almac, [&](const MacAddr& dev) {
+        return addSystemCtrlList(dev, value, flag, msgId);
+    });
 }
 
 int addNetworkCtrlList(const MacAddr& almac, uint16_t option, std::string_view command, int flag) {

@@ -22,24 +22,25 @@ int setRebootCtrlList(const MacAddr* almac, uint16_t msgId, int flag, int result
 int setResetToDefaultCtrlList(const MacAddr* almac, uint16_t msgId, int flag, int result = 0);
 
 // Enter an order with its value (flag 1) for the device, or for every device of the topology table
-// when the address is all zero. A device has one entry: the newest.
-int setLEDCtrlList(const MacAddr* almac, int32_t value, int flag);
-int setSystemCtrlList(const MacAddr* almac, int32_t value, int flag);
+// when the address is all zero. A device has one entry: the newest. msgId as above.
+int setLEDCtrlList(const MacAddr* almac, int32_t value, int flag, uint16_t msgId = 0);
+int setSystemCtrlList(const MacAddr* almac, int32_t value, int flag, uint16_t msgId = 0);
 // NetworkOption and command text.
 int setNetworkCtrlList(const MacAddr* almac, uint16_t option, std::string_view command, int flag);
 
 // The same for the request of a log file.
 int setLogFileList(const MacAddr* almac);
 
-// The device has answered. A network order is ended by the answer to its own option only.
-void clearLEDCtrlList(const MacAddr& almac);
-void clearSystemCtrlList(const MacAddr& almac);
+// The device has answered. LED and system control: the identifier under which the client of the
+// order waits, 0 when none does. A network order is ended by the answer to its own option only.
+uint16_t clearLEDCtrlList(const MacAddr& almac);
+uint16_t clearSystemCtrlList(const MacAddr& almac);
 void clearNetworkCtrlList(const MacAddr& almac, uint16_t option);
 void clearLogFileList(const MacAddr& almac);
 
 // One device of the above. Whether the list is at work stays as it is: set... starts it.
-int addLEDCtrlList(const MacAddr& almac, int32_t value, int flag);
-int addSystemCtrlList(const MacAddr& almac, int32_t value, int flag);
+int addLEDCtrlList(const MacAddr& almac, int32_t value, int flag, uint16_t msgId = 0);
+int addSystemCtrlList(const MacAddr& almac, int32_t value, int flag, uint16_t msgId = 0);
 int addNetworkCtrlList(const MacAddr& almac, uint16_t option, std::string_view command, int flag);
 
 // One pass over a list: repeats what was not answered. kOk.

@@ -87,7 +87,8 @@ bool isReady(const Ieee1905DevTable& dev) {
     if (dev.firmwareState == PLATFORM_FW_REBOOT) return true;
     if (dev.firmwareState == PLATFORM_FW_IDLE || dev.firmwareState == PLATFORM_FW_FAILED) {
         const FWupgradeEntry* entry = findFWupgradelist(dev.alMac);
-        return entry == nullptr || entry->state != kFWupgradeOrdered;
+        return entry == nullptr || entry->state == kFWupgradeNone ||
+               entry->state == kFWupgradeFinished;
     }
     (void)sendFWStatechangeRequest(dev.alMac);
     return false;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <list>
+#include <utility>
 
 #include "controller/settings.h"
 #include "core/log.h"
@@ -41,9 +42,13 @@ class RetryList {
         return found;
     }
 
-    // The device has answered: its order is not repeated any more.
-    void answered(const MacAddr& almac) {
-        if (Entry* entry = find(almac)) entry->flag = 0;
+    // The device has answered: its order is not repeated any more. The identifier under which the
+    // client of the order waits, 0 when none does.
+    uint16_t answered(const MacAddr& almac) {
+        Entry* entry = find(almac);
+        if (entry == nullptr) return 0;
+        entry->flag = 0;
+        return std::exchange(entry->msgId, uint16_t{0});
     }
 
     // kOk, or kFailure when the list is full.

@@ -50,8 +50,8 @@ int sendWIFIClientInfo() {
         return kFailure;
     }
     std::vector<WifiClient> clients;
-    if (getWIFIConfdata(clients) != kOk) return kFailure;
-    if (clients.empty()) {
+    // A platform that tells none has none.
+    if (getWIFIConfdata(clients) != kOk || clients.empty()) {
         LOG_PUTS(4, "No WIFI client.");
         return kFailure;
     }

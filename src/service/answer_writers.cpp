@@ -26,8 +26,9 @@ enum AnswerId : uint8_t {
     kAnswerSystemCtrl = 215,
 };
 
-int answerResult(AnswerId servId, uint16_t msgId, uint8_t result) {
-    const int32_t pid = searchServReqRespPid(servId, msgId);
+int answerResult(AnswerId servId, uint16_t msgId, uint8_t result, uint16_t firstMsgId = 0) {
+    int32_t pid = searchServReqRespPid(servId, msgId);
+    if (pid == kNoClient && firstMsgId != 0) pid = searchServReqRespPid(servId, firstMsgId);
     if (pid == kNoClient) return kOk;
     return ServResp(pid, servId).number(resp::kResult, result).post();
 }
@@ -58,12 +59,12 @@ int respSendCommandServReq(uint16_t msgId, uint8_t result) {
     return answerResult(kAnswerSendCommand, msgId, result);
 }
 
-int respNbrLEDCtrlServReq(uint16_t msgId, uint8_t result) {
-    return answerResult(kAnswerLEDCtrl, msgId, result);
+int respNbrLEDCtrlServReq(uint16_t msgId, uint8_t result, uint16_t firstMsgId) {
+    return answerResult(kAnswerLEDCtrl, msgId, result, firstMsgId);
 }
 
-int respNbrSystemCtrlServReq(uint16_t msgId, uint8_t result) {
-    return answerResult(kAnswerSystemCtrl, msgId, result);
+int respNbrSystemCtrlServReq(uint16_t msgId, uint8_t result, uint16_t firstMsgId) {
+    return answerResult(kAnswerSystemCtrl, msgId, result, firstMsgId);
 }
 
 int respSendBcnRptServReq(uint16_t msgId, uint8_t result) {

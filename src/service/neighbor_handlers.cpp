@@ -6,6 +6,7 @@
 #include <string>
 
 #include "controller/control_lists.h"
+#include "controller/features/extender_config.h"
 #include "controller/features/speed_test.h"
 #include "controller/features/wifi_sync.h"
 #include "core/log.h"
@@ -83,7 +84,7 @@ struct Control {
     VendMsgType one, all;
     const char* name;    // in the message log
     const char* object;  // likewise
-    int (*enter)(const MacAddr* almac, int32_t value, int flag);
+    int (*enter)(const MacAddr* almac, int32_t value, int flag, uint16_t msgId);
 };
 
 int giveControl(const ServReq& request, const Control& control) {
@@ -91,17 +92,18 @@ int giveControl(const ServReq& request, const Control& control) {
     const auto value = static_cast<int32_t>(request.number(req::kCtrlValue));
     auto payload = std::make_unique<OptionPayload>(target, static_cast<uint8_t>(value));
     if (!target.isZero()) {
-        return giveOrder(request, {control.one, std::move(payload),
-                                   [&] {
-                                       Outputlog("[%s] send %s (%d) to (" MAC_FMT ")", control.name,
-                                                 control.object, value, MAC_ARGS(target));
-                                   },
-                                   [&](uint16_t) { (void)control.enter(&target, value, 1); }});
+        return giveOrder(request,
+                         {control.one, std::move(payload),
+                          [&] {
+                              Outputlog("[%s] send %s (%d) to (" MAC_FMT ")", control.name,
+                                        control.object, value, MAC_ARGS(target));
+                          },
+                          [&](uint16_t msgId) { (void)control.enter(&target, value, 1, msgId); }});
     }
     markRequestIdle();
     Outputlog("[%s] send %s (%d) to multicast", control.name, control.object, value);
     const int result = sendVendMcastMsg(control.all, std::move(payload));
-    (void)control.enter(&target, value, 1);
+    (void)control.enter(&target, value, 1, 0);
     return result;
 }
 
@@ -310,12 +312,5 @@ int handleSendDiscoveryReq(const ServReq& request, uint16_t answer) {
 int handleUpdateExtenderConifgReq(const ServReq& request, uint16_t answer) {
     // Meant: answered before anything is done.
     (void)respRetCode(request.pid(), answer, kOk);
-    const MacAddr* own = getAlMac();
-    if (own == nullptr) return kFailure;
-    // Without a configuration of ours the extenders only look at their own again.
-    char data[PLATFORM_SYNC_DATA_LEN] = {};
-    const bool given = getExtenderConfig(data) == 0;
-    return sendVendMcastMsg(VEND_MSG_TYPE_UPDATEEXTENDCONF_REQ,
-                            std::make_unique<TextPayload>(
-                                *own, std::string(data, given ? strnlen(data, sizeof data) : 0)));
+    return sendUpdateConifgCtrlToExtender();
 }

@@ -78,9 +78,9 @@ bool clientExists(int32_t pid) {
     return pid > 0 && (kill(pid, 0) == 0 || errno != ESRCH);
 }
 
-// Meant: the wait for a client that never comes back ends, too. One that knows of it is back within
-// milliseconds, and nobody may stop the daemon.
-constexpr int kMostLooks = 20;  // 100 ms
+// Meant: the wait for a client that never comes back ends, too. Nobody may stop the daemon for
+// good.
+constexpr int kMostLooks = 200;  // a second
 
 // False when the client has gone meanwhile, or leaves us waiting.
 bool waitForIdleRequest(const ServReq& request) {

@@ -7,7 +7,7 @@
 class ServReq;
 
 int respGet1905DevServReq(const ServReq& request, uint16_t answer);
-// Waits until somebody marks the request slot idle, for 100 ms at most. kFailure when nobody does
+// Waits until somebody marks the request slot idle, for a second at most. kFailure when nobody does
 // or the client has gone meanwhile.
 int respGetIntfServReq(const ServReq& request, uint16_t answer);
 int respGetIntfVendPropServReq(const ServReq& request, uint16_t answer);

@@ -88,8 +88,8 @@ int handleLEDCtrlMCASTReqMsg(const VendContext& context) {
 }
 
 int handleLEDCtrlRespMsg(const VendContext& context) {
-    clearLEDCtrlList(context.msg.alMac);
-    return respNbrLEDCtrlServReq(context.msgId, context.as<RetCodePayload>().retCode);
+    const uint16_t first = clearLEDCtrlList(context.msg.alMac);
+    return respNbrLEDCtrlServReq(context.msgId, context.as<RetCodePayload>().retCode, first);
 }
 
 int handleSystemCtrlReqMsg(const VendContext& context) {
@@ -101,8 +101,8 @@ int handleSystemCtrlMCASTReqMsg(const VendContext& context) {
 }
 
 int handleSystemCtrlRespMsg(const VendContext& context) {
-    clearSystemCtrlList(context.msg.alMac);
-    return respNbrSystemCtrlServReq(context.msgId, context.as<RetCodePayload>().retCode);
+    const uint16_t first = clearSystemCtrlList(context.msg.alMac);
+    return respNbrSystemCtrlServReq(context.msgId, context.as<RetCodePayload>().retCode, first);
 }
 
 int handleNetworkCtrlReqMsg(const VendContext& context) {

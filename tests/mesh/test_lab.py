@@ -52,14 +52,14 @@ def line():
 
 
 def test_a_device_is_separate_from_the_host_and_from_the_others(line):
-    line.shell("dev1", "echo mine > /tmp/x; echo mine > /etc/vm1905/x; ipcmk -M 47110 > /tmp/ipc")
+    line.shell("dev1", "echo mine > /tmp/vm1905-lab-x; echo mine > /etc/vm1905/x; ipcmk -M 47110 > /tmp/ipc")
     seen = line.shell("dev2", "hostname; ls /sys/class/net; ls -A /tmp /etc/vm1905; ipcs -m; ps ax")
-    assert "mine" not in seen and " x\n" not in seen and "47110" not in seen
+    assert "mine" not in seen and "lab-x\n" not in seen and "47110" not in seen
     assert "dev2\nbr-lan\neth0\neth1\nlo\n" in seen
     # Its own processes only, and not as number one, which could neither be stopped nor crash.
     assert line.shell("dev2", "cat /proc/[0-9]*/comm").count("vm1905") == 1
     assert line.run("dev2", "cat", "/proc/1/comm").strip() != "vm1905"
-    assert not os.path.exists("/tmp/x")
+    assert not os.path.exists("/tmp/vm1905-lab-x")
     assert f"{line.status()['build']}/vm1905\0-d\0004\0-x\0001" in line.shell(
         "dev2", "cat /proc/[2-9]*/cmdline || true")
     assert line.run("dev1", "readlink", "-f", "/usr/sbin/vm1905").startswith(

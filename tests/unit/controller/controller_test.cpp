@@ -306,11 +306,11 @@ TEST_F(Controller, TheNewestValueIsRepeated) {
     const MacAddr all{};
     for (const auto& [set, clear] : {std::pair{&setLEDCtrlList, &clearLEDCtrlList},
                                      {&setSystemCtrlList, &clearSystemCtrlList}}) {
-        EXPECT_EQ(set(&all, 3, 1), kOk);
+        EXPECT_EQ(set(&all, 3, 1, 0), kOk);
         EXPECT_EQ(payloads(6), (Payloads{order(kPeer, 3), order(kOther, 3)}));
-        EXPECT_EQ(set(&kPeer.al, 4, 1), kOk);
+        EXPECT_EQ(set(&kPeer.al, 4, 1, 7), kOk);
         EXPECT_EQ(payloads(6), (Payloads{order(kPeer, 4), order(kOther, 3)}));
-        clear(kPeer.al);
+        EXPECT_EQ(clear(kPeer.al), 7U) << "its client waits under the first identifier";
         clear(all);
         clear(peer(9).al);
         EXPECT_EQ(payloads(6), (Payloads{order(kOther, 3)}));
