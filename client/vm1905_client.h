@@ -309,9 +309,9 @@ VM1905_API int vm1905_get_dev_option(vm1905_client* client, const vm1905_mac* al
                                      uint8_t* value);
 /* Sends a topology and a vendor discovery at once. (185) */
 VM1905_API int vm1905_send_discovery(vm1905_client* client);
-/* Sends a standard message: the TLVs as they are, up to 240 bytes, which the daemon decodes. To
- * target for the types 2, 4, 5, 8, 9; to all (target may be NULL) for 0, 1, 7, 10, 11, 12; 64 for
- * any other. (200) */
+/* Sends a standard message with these TLVs, up to 240 bytes, as they are; 16 when they are not
+ * well-formed or there are none. To target for the types 2, 4, 5, 8, 9; to all (target may be NULL)
+ * for 0, 1, 7, 10, 11, 12; 64 for any other. (200) */
 VM1905_API int vm1905_send_raw(vm1905_client* client, uint16_t type, const vm1905_mac* target,
                                const void* tlvs, size_t length);
 

@@ -1,0 +1,220 @@
+#include "data_model.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <thread>
+
+namespace {
+
+constexpr size_t kMaxSize = 64UL << 20;
+constexpr int kAttempts = 4;  // the file may be caught while it is written
+constexpr auto kPause = std::chrono::milliseconds(25);
+
+bool isBlank(char c) {
+    return c == ' ' || c == '\t';
+}
+
+// A text as a JSON string. Bytes that are no ASCII go through as characters of their number when
+// the whole is no UTF-8.
+void appendString(std::string& out, std::string_view text) {
+    std::string encoded;
+    try {
+        encoded = Json(text).dump();
+    } catch (const Json::exception&) {
+        std::string wide;
+        for (const char c : text) {
+            const auto byte = static_cast<uint8_t>(c);
+            if (byte < 0x80) {
+                wide += c;
+            } else {
+                wide += static_cast<char>(0xc0 | byte >> 6);
+                wide += static_cast<char>(0x80 | (byte & 0x3f));
+            }
+        }
+        encoded = Json(wide).dump();
+    }
+    out += encoded;
+}
+
+// The daemon writes texts as they are, without escaping, one member a line. What another device
+// calls itself must not hide the rest of the mesh, so each text is taken for what stands between
+// the quotes that its line begins and ends with. A text with a line break goes on to the next line.
+std::string withTextsEscaped(std::string_view text) {
+    std::string out;
+    out.reserve(text.size() + text.size() / 8);
+    while (!text.empty()) {
+        size_t end = std::min(text.find('\n'), text.size());
+        std::string_view line = text.substr(0, end);
+        const size_t key = line.find_first_not_of("\t ");
+        const size_t colon = line.find("\":");
+        size_t value =
+            colon == std::string_view::npos ? colon : line.find_first_not_of(' ', colon + 2);
+        const bool isText = key != std::string_view::npos && line[key] == '"' &&
+                            value != std::string_view::npos && line[value] == '"';
+        if (!isText) {
+            out += line;
+        } else {
+            const auto isWhole = [&] {
+                std::string_view rest = line.substr(value + 1);
+                if (rest.ends_with(',')) rest.remove_suffix(1);
+                return rest.ends_with('"');
+            };
+            while (!isWhole() && end < text.size()) {
+                end = std::min(text.find('\n', end + 1), text.size());
+                line = text.substr(0, end);
+            }
+            const bool hasComma = line.ends_with(',');
+            std::string_view content = line.substr(value + 1);
+            if (hasComma) content.remove_suffix(1);
+            if (content.ends_with('"')) content.remove_suffix(1);
+            out += line.substr(0, value);
+            appendString(out, content);
+            if (hasComma) out += ',';
+        }
+        out += '\n';
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return out;
+}
+
+std::string textAt(const Json& object, const char* member) {
+    const auto found = object.find(member);
+    if (found == object.end()) return {};
+    if (found->is_string()) return found->get<std::string>();
+    return found->is_primitive() && !found->is_null() ? found->dump() : std::string();
+}
+
+Mac macAt(const Json& object, const char* member) {
+    return parseMac(textAt(object, member)).value_or(Mac{});
+}
+
+int64_t numberAt(const Json& object, const char* member) {
+    const auto found = object.find(member);
+    return found != object.end() && found->is_number_integer() ? found->get<int64_t>() : 0;
+}
+
+// "IEEE 802.3ab(IEEE 802.3ab Gigabit Ethernet)" without what stands in parentheses.
+std::string mediaAt(const Json& object) {
+    std::string label = textAt(object, "MediaType");
+    label.erase(std::min(label.find('('), label.size()));
+    label.erase(label.find_last_not_of(' ') + 1);
+    return label == "Unknown" ? "" : label;
+}
+
+// The objects "Prefix.1", "Prefix.2" ... of a parent, which the file holds in this order.
+std::vector<const Json*> numbered(const Json& parent, std::string_view prefix) {
+    std::vector<const Json*> found;
+    if (!parent.is_object()) return found;
+    for (const auto& [key, value] : parent.items()) {
+        if (key.starts_with(prefix) && value.is_object()) found.push_back(&value);
+    }
+    return found;
+}
+
+std::optional<WifiLink> wifiOf(const Json& neighbor) {
+    if (!neighbor.contains("RATE")) return {};
+    return WifiLink{
+        numberAt(neighbor, "RATE"), numberAt(neighbor, "RSSI"), numberAt(neighbor, "SignalLevel"),
+        textAt(neighbor, "Tx"),     textAt(neighbor, "Rx"),     textAt(neighbor, "ConnType")};
+}
+
+ModelDevice deviceOf(const Json& object) {
+    ModelDevice device{macAt(object, "IEEE1905Id"), object, {}, {}};
+    for (const Json* intf : numbered(object, "Interface.")) {
+        std::string name = textAt(*intf, "InterfaceName");
+        if (name == "Unknown") name.clear();
+        device.interfaces.push_back({name, mediaAt(*intf), macAt(*intf, "InterfaceId")});
+    }
+    const auto add = [&](const Json& neighbor, const Mac& alMac) {
+        Mac local;
+        const std::string reference = textAt(neighbor, "LocalInterface");
+        constexpr std::string_view kPrefix = "Interface.";
+        if (reference.starts_with(kPrefix)) {
+            const size_t number = std::strtoul(reference.c_str() + kPrefix.size(), nullptr, 10);
+            if (number >= 1 && number <= device.interfaces.size()) {
+                local = device.interfaces[number - 1].mac;
+            }
+        }
+        device.neighbors.push_back({local, alMac, macAt(neighbor, "NeighborInterfaceId"),
+                                    mediaAt(neighbor), wifiOf(neighbor)});
+    };
+    for (const Json* neighbor : numbered(object, "IEEE1905Neighbor.")) {
+        add(*neighbor, macAt(*neighbor, "NeighborDeviceId"));
+    }
+    for (const Json* neighbor : numbered(object, "NonIEEE1905Neighbor.")) add(*neighbor, {});
+    return device;
+}
+
+}  // namespace
+
+std::string ModelDevice::text(const char* member) const {
+    std::string text = members.is_object() ? textAt(members, member) : "";
+    return text == "Unknown" ? "" : text;
+}
+
+const ModelDevice* DataModel::find(const Mac& alMac) const {
+    if (own.alMac == alMac && !alMac.isZero()) return &own;
+    const auto found = std::ranges::find(devices, alMac, &ModelDevice::alMac);
+    return found == devices.end() ? nullptr : &*found;
+}
+
+std::string dataModelPath(const std::string& configuration) {
+    std::string folder = "/tmp";
+    std::ifstream file(configuration);
+    for (std::string line; std::getline(file, line);) {
+        const size_t begin = line.find_first_not_of(" \t");
+        constexpr std::string_view kKey = "DATA_MODEL_FOLDER";
+        if (begin == std::string::npos || line.compare(begin, kKey.size(), kKey) != 0) continue;
+        size_t value = begin + kKey.size();
+        if (value < line.size() && !isBlank(line[value]) && line[value] != '=') continue;
+        value = line.find_first_not_of(" \t=", value);
+        if (value == std::string::npos) continue;
+        folder = line.substr(value, line.find_first_of(" \t;\r", value) - value);
+    }
+    return folder + "/vm1905.json";
+}
+
+DataModel parseDataModel(std::string_view text) {
+    DataModel model;
+    const Json whole = Json::parse(withTextsEscaped(text), nullptr, false);
+    const Json* level = &whole;
+    for (const char* member : {"Device", "X_5E1F09_IEEE1905", "AL"}) {
+        if (!level->is_object() || !level->contains(member)) {
+            model.trouble = whole.is_discarded() ? "is no JSON" : "is no data model";
+            return model;
+        }
+        level = &(*level)[member];
+    }
+    model.own = deviceOf(*level);
+    if (const auto network = level->find("NetworkTopology"); network != level->end()) {
+        for (const Json* device : numbered(*network, "IEEE1905Device.")) {
+            model.devices.push_back(deviceOf(*device));
+        }
+    }
+    return model;
+}
+
+DataModel readDataModel(const std::string& path) {
+    DataModel model;
+    for (int attempt = 0; attempt < kAttempts; attempt++) {
+        if (attempt > 0) std::this_thread::sleep_for(kPause);
+        std::ifstream file(path, std::ios::binary);
+        if (!file) {
+            model.trouble = path + ": " + std::strerror(errno);
+            return model;
+        }
+        std::string text;
+        for (char chunk[65536]; text.size() < kMaxSize && (file.read(chunk, sizeof chunk), true);) {
+            text.append(chunk, static_cast<size_t>(file.gcount()));
+            if (!file) break;
+        }
+        model = parseDataModel(text);
+        if (model.trouble.empty()) return model;
+        model.trouble = path + " " + model.trouble;
+    }
+    return model;
+}

@@ -1,0 +1,269 @@
+#include "mesh.h"
+
+#include <algorithm>
+
+#include "failure.h"
+
+namespace {
+
+constexpr unsigned kMaxIndex = 256;
+
+bool isEnd(int result) {
+    // A device may go while it is asked about; then what is left of it is all there is.
+    return result == VM1905_BAD_INDEX || result == VM1905_EMPTY || result == VM1905_NO_DEVICE ||
+           result == VM1905_NO_OWN_INTF || result == VM1905_NO_TABLE;
+}
+
+// Calls ask(index) and then take() until the table ends.
+template <typename Ask, typename Take>
+void walk(const std::string& what, Ask&& ask, Take&& take) {
+    for (unsigned index = 0; index < kMaxIndex; index++) {
+        const int result = ask(static_cast<uint8_t>(index));
+        if (isEnd(result)) return;
+        check(result, what);
+        take();
+    }
+}
+
+// An answer carries the low byte of the media type alone. What follows it tells the kind apart.
+uint16_t fullMediaType(const vm1905_dev_intf& intf) {
+    constexpr uint8_t kWifiInfo = 10, kPowerLineInfo = 7;
+    const uint16_t kind = intf.media_length == kWifiInfo        ? 0x0100
+                          : intf.media_length == kPowerLineInfo ? 0x0200
+                                                                : 0;
+    return static_cast<uint16_t>(kind | intf.media_type);
+}
+
+bool isAccessPoint(const vm1905_dev_intf& intf) {
+    constexpr uint8_t kWifiInfo = 10, kRoleAt = 6;
+    // Behind the BSSID the upper half of a byte: 0 access point, 4 station, ...
+    return intf.media_length == kWifiInfo && intf.media_info[kRoleAt] >> 4 == 0;
+}
+
+const ModelInterface* modelInterface(const ModelDevice* device, const Mac& mac) {
+    if (device == nullptr) return nullptr;
+    const auto found = std::ranges::find(device->interfaces, mac, &ModelInterface::mac);
+    return found == device->interfaces.end() ? nullptr : &*found;
+}
+
+Interface interfaceOf(const ModelDevice* model, const Mac& mac, uint16_t mediaType) {
+    Interface intf;
+    intf.mac = mac;
+    intf.mediaType = mediaType;
+    const ModelInterface* const known = modelInterface(model, mac);
+    if (known != nullptr) intf.name = known->name;
+    intf.media = known != nullptr && !known->media.empty() ? known->media : mediaName(mediaType);
+    return intf;
+}
+
+void readInterfaces(vm1905_client* client, Device& device) {
+    const vm1905_mac alMac = device.alMac;
+    vm1905_dev_intf answer;
+    walk(
+        "interfaces of a device",
+        [&](uint8_t index) { return vm1905_get_dev_intf(client, &alMac, index, &answer); },
+        [&] {
+            Interface intf = interfaceOf(device.model, answer.mac, fullMediaType(answer));
+            intf.isAccessPoint = isAccessPoint(answer);
+            if (answer.pwr_state != 255) intf.power = answer.pwr_state;
+            device.interfaces.push_back(std::move(intf));
+        });
+}
+
+// What vm1905.json adds to a neighbour that the channel told.
+void enrich(Heard& heard, const ModelDevice* model) {
+    if (model == nullptr) return;
+    for (const ModelNeighbor& neighbor : model->neighbors) {
+        const bool isSame = heard.isDevice ? neighbor.alMac == heard.mac
+                                           : neighbor.alMac.isZero() && neighbor.intf == heard.mac;
+        if (!isSame || (neighbor.localIntf != heard.localIntf && !neighbor.localIntf.isZero())) {
+            continue;
+        }
+        heard.intf = neighbor.intf;
+        heard.media = neighbor.media;
+        heard.wifi = neighbor.wifi;
+        return;
+    }
+}
+
+void readNeighbors(vm1905_client* client, Device& device) {
+    const vm1905_mac alMac = device.alMac;
+    const auto add = [&](Heard heard) {
+        enrich(heard, device.model);
+        device.heard.push_back(std::move(heard));
+    };
+    vm1905_1905_nbrs answer;
+    walk(
+        "neighbors of a device",
+        [&](uint8_t index) { return vm1905_get_dev_1905_nbrs(client, &alMac, index, &answer); },
+        [&] {
+            for (size_t i = 0; i < answer.num; i++) {
+                Heard heard{answer.local_mac, answer.nbrs[i].al_mac, true, {}, {}, {}, {}, {}};
+                heard.bridge = answer.nbrs[i].bridge != 0;
+                add(std::move(heard));
+            }
+        });
+    vm1905_non1905_nbrs hosts;
+    walk(
+        "hosts of a device",
+        [&](uint8_t index) { return vm1905_get_dev_non1905_nbrs(client, &alMac, index, &hosts); },
+        [&] {
+            for (size_t i = 0; i < hosts.num; i++) {
+                add({hosts.local_mac, hosts.macs[i], false, {}, {}, {}, {}, {}});
+            }
+        });
+    vm1905_tuple tuple;
+    walk(
+        "bridges of a device",
+        [&](uint8_t index) { return vm1905_get_dev_tuple(client, &alMac, index, &tuple); },
+        [&] { device.bridges.emplace_back(tuple.macs, tuple.macs + tuple.num); });
+}
+
+// What this device hears. The channel has no table of it, but link metrics; and vm1905.json names
+// the own interface by which another device hears this one.
+void readOwnLinks(vm1905_client* client, Mesh& mesh) {
+    Device& own = mesh.devices.front();
+    for (const Interface& intf : own.interfaces) {
+        const vm1905_mac mac = intf.mac;
+        uint16_t num = 0;
+        const int result = vm1905_get_link_num(client, &mac, intf.mediaType, &num);
+        if (result == VM1905_FAILED || isEnd(result)) continue;  // no metrics of this one
+        check(result, "links of " + portName(own, intf.mac));
+        vm1905_link link;
+        walk(
+            "links of " + portName(own, intf.mac),
+            [&](uint8_t index) {
+                return index < num ? vm1905_get_link(client, &mac, intf.mediaType, index, &link)
+                                   : VM1905_BAD_INDEX;
+            },
+            [&] {
+                const auto owner = mesh.ownerOf(link.neighbor_mac);
+                Heard heard{intf.mac,
+                            owner.value_or(link.neighbor_mac),
+                            owner.has_value(),
+                            {},
+                            link.neighbor_mac,
+                            {},
+                            {},
+                            link};
+                heard.bridge = link.bridge != 0;
+                own.heard.push_back(std::move(heard));
+            });
+    }
+    for (const Device& device : mesh.devices) {
+        if (device.model == nullptr || device.isOwn) continue;
+        for (const ModelNeighbor& neighbor : device.model->neighbors) {
+            if (neighbor.alMac != own.alMac || own.intf(neighbor.intf) == nullptr) continue;
+            const bool isKnown = std::ranges::any_of(own.heard, [&](const Heard& heard) {
+                return heard.mac == device.alMac && heard.localIntf == neighbor.intf;
+            });
+            if (isKnown) continue;
+            own.heard.push_back(
+                {neighbor.intf, device.alMac, true, {}, neighbor.localIntf, {}, neighbor.wifi, {}});
+        }
+    }
+}
+
+}  // namespace
+
+const Interface* Device::intf(const Mac& mac) const {
+    const auto found = std::ranges::find(interfaces, mac, &Interface::mac);
+    return found == interfaces.end() ? nullptr : &*found;
+}
+
+const Device* Mesh::find(const Mac& alMac) const {
+    const auto found = std::ranges::find(devices, alMac, &Device::alMac);
+    return found == devices.end() ? nullptr : &*found;
+}
+
+std::optional<Mac> Mesh::ownerOf(const Mac& intf) const {
+    for (const Device& device : devices) {
+        if (device.alMac == intf || device.intf(intf) != nullptr) return device.alMac;
+    }
+    return {};
+}
+
+std::string portName(const Device& device, const Mac& intf) {
+    if (intf.isZero()) return {};
+    const Interface* const known = device.intf(intf);
+    return known == nullptr || known->name.empty() ? intf.text() : known->name;
+}
+
+std::string mediaName(uint16_t mediaType) {
+    switch (mediaType) {
+        case 0x0000:
+            return "IEEE 802.3u";
+        case 0x0001:
+            return "IEEE 802.3ab";
+        case 0x0100:
+            return "IEEE 802.11b";
+        case 0x0101:
+            return "IEEE 802.11g";
+        case 0x0102:
+            return "IEEE 802.11a";
+        case 0x0103:
+            return "IEEE 802.11n 2.4";
+        case 0x0104:
+            return "IEEE 802.11n 5.0";
+        case 0x0105:
+            return "IEEE 802.11ac";
+        case 0x0106:
+            return "IEEE 802.11ad";
+        case 0x0107:
+            return "IEEE 802.11af";
+        case 0x0200:
+            return "IEEE 1901 Wavelet";
+        case 0x0201:
+            return "IEEE 1901 FFT";
+        case 0x0300:
+            return "MoCAv1.1";
+        default:
+            return "";
+    }
+}
+
+Device readOwnDevice(vm1905_client* client, const DataModel& model, const vm1905_al& al,
+                     const std::string& ownName) {
+    Device own;
+    own.alMac = al.al_mac;
+    own.isOwn = true;
+    own.name = ownName;
+    own.model = model.own.alMac == own.alMac ? &model.own : nullptr;
+    vm1905_intf answer;
+    for (unsigned index = 0; index < al.intf_num; index++) {
+        const int result = vm1905_get_intf(client, static_cast<uint8_t>(index), &answer);
+        if (result == VM1905_FAILED) break;  // the only code there is, also past the end
+        check(result, "interfaces of this device");
+        Interface intf = interfaceOf(own.model, answer.mac, answer.media_type);
+        intf.power = answer.pwr_state;
+        intf.status = answer.status;
+        intf.age = answer.age;
+        own.interfaces.push_back(std::move(intf));
+    }
+    return own;
+}
+
+Mesh readMesh(vm1905_client* client, const DataModel& model, const std::string& ownName) {
+    Mesh mesh;
+    check(vm1905_get_al(client, &mesh.al), "this device");
+    check(vm1905_get_topology(client, &mesh.topology), "the topology");
+    mesh.devices.push_back(readOwnDevice(client, model, mesh.al, ownName));
+    vm1905_dev answer;
+    walk(
+        "devices", [&](uint8_t index) { return vm1905_get_dev(client, index, &answer); },
+        [&] {
+            if (mesh.find(answer.al_mac) != nullptr) return;  // moved while it was asked
+            Device device;
+            device.alMac = answer.al_mac;
+            device.model = model.find(device.alMac);
+            if (device.model != nullptr) device.name = device.model->text("Hostname");
+            mesh.devices.push_back(std::move(device));
+        });
+    for (Device& device : mesh.devices) {
+        if (device.isOwn) continue;
+        readInterfaces(client, device);
+        readNeighbors(client, device);
+    }
+    readOwnLinks(client, mesh);
+    return mesh;
+}

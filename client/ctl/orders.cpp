@@ -1,0 +1,452 @@
+#include <algorithm>
+
+#include "order.h"
+#include "words.h"
+
+namespace {
+
+struct Target {
+    std::string device;
+};
+struct Numbered {
+    std::string device;
+    int value = 0;
+};
+
+Report reboot(Session& session, const Target& target) {
+    const Mac mac = session.device(target.device);
+    confirm(session, "reboot " + session.called(mac) + "?");
+    return giveOrder(session, "reboot", mac, vm1905_reboot);
+}
+
+Report reset(Session& session, const Target& target) {
+    const Mac mac = session.device(target.device);
+    confirm(session, "reset " + session.called(mac) + " to its factory settings?");
+    return giveOrder(session, "reset", mac, vm1905_reset_to_default);
+}
+
+// ---- Power of interfaces
+
+struct Power {
+    std::string device;
+    uint8_t state = 0;
+    std::vector<std::string> interfaces;
+};
+
+std::vector<Interface> chosenInterfaces(const Device& device, const Power& power) {
+    if (power.interfaces.empty()) return device.interfaces;
+    std::vector<Interface> chosen;
+    for (const std::string& given : power.interfaces) {
+        const auto mac = parseMac(given);
+        const auto found = std::ranges::find_if(device.interfaces, [&](const Interface& intf) {
+            return mac ? intf.mac == *mac : intf.name == given;
+        });
+        if (found == device.interfaces.end()) {
+            throw Failure{kUsage, device.called() + " has no interface " + given,
+                          "see which there are: vm1905ctl device " + device.alMac.text()};
+        }
+        chosen.push_back(*found);
+    }
+    return chosen;
+}
+
+struct PowerResult {
+    std::string interface;
+    int code;
+};
+
+constexpr Column<PowerResult> kPowerResults[] = {
+    {"interface", "INTERFACE", [](const PowerResult& r) { return Json(r.interface); }},
+    {"result", "CODE", [](const PowerResult& r) { return Json(r.code); }},
+    {"meaning", "RESULT", [](const PowerResult& r) { return Json(vm1905_strerror(r.code)); }},
+};
+
+Report setPower(Session& session, const Power& power) {
+    const Mac target = session.device(power.device);
+    const Mesh mesh = session.mesh();
+    const Device* const device = mesh.find(target);
+    if (device == nullptr) check(VM1905_NO_NEIGHBOR, "power of " + target.text());
+    const auto chosen = chosenInterfaces(*device, power);
+    std::vector<PowerResult> results;
+    if (device->isOwn) {
+        for (const Interface& intf : chosen) {
+            const vm1905_mac mac = intf.mac;
+            const int code =
+                vm1905_set_intf_pwr(session.client(), &mac, intf.mediaType, power.state);
+            if (code < 0) check(code, "power of " + portName(*device, intf.mac));
+            results.push_back({portName(*device, intf.mac), code});
+        }
+    } else {
+        std::vector<vm1905_pwr_intf> wanted;
+        for (const Interface& intf : chosen) wanted.push_back({intf.mac, intf.mediaType});
+        if (wanted.size() > VM1905_MAX_PWR_INTFS) {
+            throw Failure{kUsage, "more than 30 interfaces", "name some of them"};
+        }
+        vm1905_pwr_results answer{};
+        (void)giveOrder(session, "power", target, [&](auto* client, auto* mac) {
+            return vm1905_set_dev_intf_pwr(client, mac, wanted.data(), wanted.size(), power.state,
+                                           &answer);
+        });
+        for (size_t i = 0; i < answer.num; i++) {
+            results.push_back({portName(*device, answer.results[i].mac), answer.results[i].code});
+        }
+    }
+    const auto refused = std::ranges::find_if(results, [](const auto& r) { return r.code != 0; });
+    if (refused != results.end()) check(refused->code, "power of " + refused->interface);
+    return {{listOf("interfaces", "", kPowerResults, results, "no interfaces")}};
+}
+
+// ---- Orders with a number
+
+Report led(Session& session, const Numbered& order) {
+    return giveOrder(
+        session, "led", session.deviceOrAll(order.device),
+        [&](auto* client, auto* mac) { return vm1905_led_ctrl(client, mac, order.value); });
+}
+
+Report systemControl(Session& session, const Numbered& order) {
+    return giveOrder(
+        session, "system", session.deviceOrAll(order.device),
+        [&](auto* client, auto* mac) { return vm1905_system_ctrl(client, mac, order.value); });
+}
+
+Report wpsControl(Session& session, const Numbered& order) {
+    return giveOrder(session, "wps control", session.device(order.device),
+                     [&](auto* client, auto* mac) {
+                         return vm1905_wps_ctrl(client, mac, static_cast<uint8_t>(order.value));
+                     });
+}
+
+Report steer(Session& session, const Numbered& order) {
+    return giveOrder(session, "steer", session.device(order.device), [&](auto* client, auto* mac) {
+        return vm1905_ap_steering(client, mac, static_cast<uint8_t>(order.value));
+    });
+}
+
+// ---- Firmware, commands, network
+
+struct Firmware {
+    std::string device;
+    int option = 0, topologyOption = 0;
+    std::string url;
+};
+
+Report firmware(Session& session, const Firmware& order) {
+    return giveOrder(
+        session, "firmware", session.device(order.device), [&](auto* client, auto* mac) {
+            return vm1905_fw_ctrl(client, mac, static_cast<uint8_t>(order.option),
+                                  static_cast<uint8_t>(order.topologyOption), order.url.c_str());
+        });
+}
+
+struct Text {
+    std::string device;
+    std::vector<std::string> words;
+    int option = 0;
+
+    std::string text() const {
+        std::string out;
+        for (const std::string& word : words) out += (out.empty() ? "" : " ") + word;
+        return out;
+    }
+};
+
+Report command(Session& session, const Text& order) {
+    const std::string text = order.text();
+    return giveOrder(
+        session, "command", session.device(order.device),
+        [&](auto* client, auto* mac) { return vm1905_send_command(client, mac, text.c_str()); });
+}
+
+Report network(Session& session, const Text& order) {
+    const std::string text = order.text();
+    return giveOrder(session, "network", session.deviceOrAll(order.device),
+                     [&](auto* client, auto* mac) {
+                         return vm1905_network_ctrl(
+                             client, mac, static_cast<uint16_t>(order.option), text.c_str());
+                     });
+}
+
+// ---- Stations
+
+struct Station {
+    std::string device, station, bssid, mode = "passive", ssid;
+    int operatingClass = 0, channel = 0, duration = 0, timer = 0;
+    bool isImminent = false;
+};
+
+vm1905_beacon_request beaconRequest(const Station& order) {
+    if (order.ssid.size() > 32) throw Failure{kUsage, "an SSID has at most 32 bytes"};
+    const std::map<std::string, uint8_t> modes{{"passive", 0}, {"active", 1}, {"table", 2}};
+    vm1905_beacon_request request{};
+    request.station = macArgument(order.station, "station");
+    if (!order.bssid.empty()) request.bssid = macArgument(order.bssid, "BSSID");
+    request.operating_class = static_cast<uint8_t>(order.operatingClass);
+    request.channel = static_cast<uint8_t>(order.channel);
+    request.mode = modes.at(order.mode);
+    request.duration = static_cast<uint16_t>(order.duration);
+    order.ssid.copy(request.ssid, 32);
+    return request;
+}
+
+Report requestBeacon(Session& session, const Station& order) {
+    const auto request = beaconRequest(order);
+    return giveOrder(
+        session, "beacon-report request", session.device(order.device),
+        [&](auto* client, auto* mac) { return vm1905_request_beacon(client, mac, &request); });
+}
+
+constexpr Column<vm1905_beacon_report> kBeaconReport[] = {
+    {"station", "Station",
+     [](const vm1905_beacon_report& r) { return Json(Mac(r.station).text()); }},
+    {"length", "Length", [](const vm1905_beacon_report& r) { return Json(r.length); }},
+    {"report", "Report",
+     [](const vm1905_beacon_report& r) { return Json(hexOf(r.data, r.length)); }},
+};
+
+Report getBeacon(Session& session, const Station& order) {
+    const auto request = beaconRequest(order);
+    vm1905_beacon_report report{};
+    (void)giveOrder(
+        session, "beacon-report get", session.device(order.device),
+        [&](auto* client, auto* mac) { return vm1905_get_beacon(client, mac, &request, &report); });
+    return {{recordOf("", "", kBeaconReport, report)}};
+}
+
+Report btm(Session& session, const Station& order) {
+    vm1905_btm request{};
+    request.station = macArgument(order.station, "station");
+    request.bssid = macArgument(order.bssid, "BSSID");
+    request.operating_class = static_cast<uint8_t>(order.operatingClass);
+    request.channel = static_cast<uint8_t>(order.channel);
+    request.disassoc_imminent = order.isImminent;
+    request.disassoc_timer = static_cast<uint16_t>(order.timer);
+    return giveOrder(session, "btm", session.device(order.device), [&](auto* client, auto* mac) {
+        return vm1905_send_btm(client, mac, &request);
+    });
+}
+
+template <int (*Call)(vm1905_client*, const vm1905_mac*, const vm1905_mac*)>
+Report blacklist(Session& session, const Station& order) {
+    const vm1905_mac station = macArgument(order.station, "station");
+    return giveOrder(session, "blacklist", session.device(order.device),
+                     [&](auto* client, auto* mac) { return Call(client, mac, &station); });
+}
+
+// ---- What is answered when it is sent
+
+struct SpeedTest {
+    std::string device, url, lanMac;
+    int action = 0;
+    unsigned start = 0, runtime = 0;
+};
+
+template <bool IsStart>
+Report speedTest(Session& session, const SpeedTest& order) {
+    if (order.url.size() > 226) throw Failure{kUsage, "the URL has more than 226 bytes"};
+    vm1905_speed_test test{};
+    test.enable = IsStart;
+    test.action = static_cast<uint8_t>(order.action);
+    test.start = order.start;
+    test.runtime = order.runtime;
+    if (!order.lanMac.empty()) test.lan_mac = macArgument(order.lanMac, "LAN MAC");
+    order.url.copy(test.url, sizeof test.url - 1);
+    return giveOrder(
+        session, "speed-test", session.deviceOrAll(order.device),
+        [&](auto* client, auto* mac) { return vm1905_speed_test_ctrl(client, mac, &test); });
+}
+
+Report requestLogFile(Session& session, const Target& target) {
+    return giveOrder(session, "log-file request", session.deviceOrAll(target.device),
+                     vm1905_request_log_file);
+}
+
+Report wifiSearch(Session& session, const Target& target) {
+    return giveOrder(session, "wifi-sync search", session.deviceOrAll(target.device),
+                     vm1905_wifi_state_search);
+}
+
+Report wifiRenew(Session& session, const Target& target) {
+    return giveOrder(session, "wifi-sync renew", session.deviceOrAll(target.device),
+                     vm1905_wifi_state_renew);
+}
+
+struct Raw {
+    std::string device, hex;
+    int type = 0;
+};
+
+Report sendRaw(Session& session, const Raw& order) {
+    const std::string bytes = hexArgument(order.hex);
+    const bool hasTarget = !order.device.empty();
+    const Mac target = hasTarget ? session.device(order.device) : Mac{};
+    return giveOrder(session, "send", target, [&](auto* client, auto* mac) {
+        return vm1905_send_raw(client, static_cast<uint16_t>(order.type), mac, bytes.data(),
+                               bytes.size());
+    });
+}
+
+void addNumber(CLI::App& command, int& value, const char* name, const char* text, int max) {
+    command.add_option(name, value, text)
+        ->required()
+        ->check(CLI::Range(0, max).description(""))
+        ->type_name("N");
+}
+
+void addStation(CLI::App& command, Station& order) {
+    addDevice(command, order.device);
+    command.add_option("STATION", order.station, "MAC of the Wi-Fi station")
+        ->required()
+        ->type_name("MAC");
+}
+
+void addChannel(CLI::App& command, Station& order) {
+    command.add_option("--class", order.operatingClass, "operating class")
+        ->check(CLI::Range(0, 255).description(""))
+        ->type_name("N");
+    command.add_option("--channel", order.channel, "channel")
+        ->check(CLI::Range(0, 255).description(""))
+        ->type_name("N");
+}
+
+void addStationOrders(CLI::App& app, Choice& choice) {
+    CLI::App& beacon = addGroup(app, "beacon-report", "what a Wi-Fi station hears");
+    for (const bool isRequest : {true, false}) {
+        const auto [command, order] = addCommand<Station>(
+            beacon, choice, isRequest ? "request" : "get",
+            isRequest ? "have a station of the device measure" : "fetch its last report",
+            isRequest ? requestBeacon : getBeacon);
+        addStation(*command, *order);
+        command->add_option("--bssid", order->bssid, "only this BSS")->type_name("MAC");
+        addChannel(*command, *order);
+        command->add_option("--mode", order->mode, "how it measures: passive, active or table")
+            ->check(CLI::IsMember({"passive", "active", "table"}))
+            ->type_name("MODE");
+        command->add_option("--duration", order->duration, "time units")
+            ->check(CLI::Range(0, 65535).description(""))
+            ->type_name("N");
+        command->add_option("--ssid", order->ssid, "only this network")->type_name("TEXT");
+    }
+    {
+        const auto [command, order] =
+            addCommand<Station>(app, choice, "btm", "have a station move to another BSS", btm);
+        addStation(*command, *order);
+        command->add_option("BSSID", order->bssid, "where it is to go")
+            ->required()
+            ->type_name("MAC");
+        addChannel(*command, *order);
+        command->add_flag("--imminent", order->isImminent, "it will be disassociated");
+        command->add_option("--timer", order->timer, "beacon intervals until then")
+            ->check(CLI::Range(0, 65535).description(""))
+            ->type_name("N");
+    }
+    CLI::App& list = addGroup(app, "blacklist", "Wi-Fi stations that a device keeps out");
+    const auto [add, added] = addCommand<Station>(list, choice, "add", "keep a station out",
+                                                  blacklist<vm1905_add_blacklist>);
+    addStation(*add, *added);
+    const auto [remove, removed] = addCommand<Station>(list, choice, "remove", "let it in again",
+                                                       blacklist<vm1905_remove_blacklist>);
+    addStation(*remove, *removed);
+}
+
+void addSentOrders(CLI::App& app, Choice& choice) {
+    CLI::App& speed = addGroup(app, "speed-test", "speed tests of devices");
+    for (const bool isStart : {true, false}) {
+        const auto [command, order] = addCommand<SpeedTest>(
+            speed, choice, isStart ? "start" : "stop", isStart ? "start one" : "end it",
+            isStart ? speedTest<true> : speedTest<false>);
+        addDeviceOrAll(*command, order->device);
+        command->add_option("--action", order->action, "what is measured, in the product's numbers")
+            ->check(CLI::Range(0, 255).description(""))
+            ->type_name("N");
+        command->add_option("--url", order->url, "what against")->type_name("URL");
+        command->add_option("--start", order->start, "seconds since the epoch")->type_name("N");
+        command->add_option("--runtime", order->runtime, "seconds")->type_name("N");
+        command->add_option("--lan-mac", order->lanMac, "of the host that asks")->type_name("MAC");
+    }
+    {
+        const auto [command, order] = addCommand<Text>(
+            app, choice, "network", "network control, by option and command text", network);
+        addDeviceOrAll(*command, order->device);
+        addNumber(*command, order->option, "OPTION", "in the product's numbers", 65535);
+        command->add_option("TEXT", order->words, "command, up to 128 bytes")->type_name("TEXT");
+    }
+    {
+        const auto [command, order] =
+            addCommand<Raw>(app, choice, "send", "send a standard IEEE 1905.1 message", sendRaw);
+        addNumber(*command, order->type, "TYPE", "0, 1, 2, 4, 5, 7 to 12", 65535);
+        command->add_option("HEX", order->hex, "its TLVs, up to 240 bytes")->type_name("HEX");
+        command->add_option("--to", order->device, "to whom, of the types that go to one device")
+            ->type_name(kDeviceArgument);
+    }
+}
+
+}  // namespace
+
+void addOrders(CLI::App& app, Choice& choice) {
+    for (const auto& [name, text, act] :
+         {std::tuple{"reboot", "reboot a device; asks first", &reboot},
+          std::tuple{"reset", "reset a device to its factory settings; asks first", &reset}}) {
+        const auto [command, order] = addCommand<Target>(app, choice, name, text, act);
+        addDevice(*command, order->device);
+    }
+    {
+        const auto [command, order] = addCommand<Power>(
+            app, choice, "power", "switch interfaces of a device, or of this one (self)", setPower);
+        addDevice(*command, order->device);
+        command->add_option("STATE", order->state, "on, save or off")
+            ->required()
+            ->transform(CLI::CheckedTransformer(
+                std::map<std::string, int>{{"on", 0}, {"save", 1}, {"off", 2}}))
+            ->type_name("STATE");
+        command->add_option("INTERFACE", order->interfaces, "names or MACs; none: all")
+            ->type_name("INTERFACE");
+    }
+    for (const auto& [name, text, act] : {std::tuple{"led", "LED control", &led},
+                                          std::tuple{"system", "system control", &systemControl}}) {
+        const auto [command, order] = addCommand<Numbered>(app, choice, name, text, act);
+        addDeviceOrAll(*command, order->device);
+        addNumber(*command, order->value, "VALUE", "in the product's numbers", 255);
+    }
+    {
+        const auto [command, order] =
+            addCommand<Numbered>(app, choice, "steer", "AP steering of a device", steer);
+        addDevice(*command, order->device);
+        addNumber(*command, order->value, "OPTION", "in the product's numbers", 255);
+    }
+    {
+        const auto [command, order] =
+            addCommand<Firmware>(app, choice, "firmware", "firmware order to a device", firmware);
+        addDevice(*command, order->device);
+        addNumber(*command, order->option, "OPTION", "in the product's numbers", 255);
+        command->add_option("--topology-option", order->topologyOption, "likewise")
+            ->check(CLI::Range(0, 255).description(""))
+            ->type_name("N");
+        command->add_option("--url", order->url, "up to 240 bytes")->type_name("URL");
+    }
+    {
+        const auto [cmd, order] = addCommand<Text>(app, choice, "command",
+                                                   "order to a device as a line of text", command);
+        addDevice(*cmd, order->device);
+        cmd->add_option("TEXT", order->words, "up to 240 bytes")->required()->type_name("TEXT");
+    }
+    addStationOrders(app, choice);
+    addSentOrders(app, choice);
+    CLI::App* const wps = app.get_subcommand("wps");
+    const auto [control, order] =
+        addCommand<Numbered>(*wps, choice, "control", "WPS control of a device", wpsControl);
+    addDevice(*control, order->device);
+    addNumber(*control, order->value, "OPTION",
+              "bits: 1 AP auto-configuration, 2 send search, 4 send response", 255);
+    CLI::App* const sync = app.get_subcommand("wifi-sync");
+    for (const auto& [name, text, act] :
+         {std::tuple{"search", "ask a Registrar for its Wi-Fi state", &wifiSearch},
+          std::tuple{"renew", "hand this device's Wi-Fi state out", &wifiRenew}}) {
+        const auto [command, target] = addCommand<Target>(*sync, choice, name, text, act);
+        addDeviceOrAll(*command, target->device);
+    }
+    const auto [logFile, asked] =
+        addCommand<Target>(*app.get_subcommand("log-file"), choice, "request",
+                           "ask a device for its log file", requestLogFile);
+    addDeviceOrAll(*logFile, asked->device);
+}

@@ -1,0 +1,115 @@
+#include "session.h"
+
+#include <strings.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+
+#include "failure.h"
+
+namespace {
+
+struct Named {
+    std::string name;
+    Mac alMac;
+};
+
+int onProgress(void* progress, unsigned milliseconds) {
+    static_cast<Progress*>(progress)->show(milliseconds);
+    return 0;
+}
+
+}  // namespace
+
+Session::~Session() {
+    progress_.end();
+    vm1905_close(client_);
+}
+
+vm1905_client* Session::client() {
+    if (client_ != nullptr) return client_;
+    check(vm1905_open(&client_), "");
+    if (options_.timeout) {
+        const auto milliseconds = static_cast<unsigned>(*options_.timeout * 1000);
+        vm1905_set_timeouts(client_, milliseconds, milliseconds);
+    }
+    vm1905_set_progress(client_, onProgress, &progress_);
+    return client_;
+}
+
+const DataModel& Session::model() {
+    if (model_) return *model_;
+    model_ = readDataModel(options_.dataModel.empty() ? dataModelPath() : options_.dataModel);
+    if (!model_->trouble.empty() && model_->trouble != toldTrouble_) {
+        std::fprintf(stderr, "vm1905ctl: note: %s; MAC addresses are shown instead of names\n",
+                     escaped(model_->trouble).c_str());
+    }
+    toldTrouble_ = model_->trouble;
+    return *model_;
+}
+
+std::string Session::ownName() const {
+    char name[256] = "";
+    return gethostname(name, sizeof name - 1) == 0 ? name : "";
+}
+
+Mesh Session::mesh() {
+    vm1905_client* const channel = client();
+    return readMesh(channel, model(), ownName());
+}
+
+Mac Session::device(const std::string& given) {
+    if (const auto mac = parseMac(given)) return *mac;
+    const auto own = [&] {
+        vm1905_al al;
+        check(vm1905_get_al(client(), &al), "this device");
+        return Mac(al.al_mac);
+    };
+    if (given == "self") return own();
+    std::vector<Named> known;
+    for (const ModelDevice& device : model().devices) {
+        if (std::string name = device.text("Hostname"); !name.empty()) {
+            known.push_back({name, device.alMac});
+        }
+    }
+    known.push_back({ownName(), {}});
+    const auto matching = [&](auto&& isMeant) {
+        std::vector<Named> found;
+        std::ranges::copy_if(known, std::back_inserter(found), isMeant);
+        return found;
+    };
+    auto found = matching([&](const Named& named) { return named.name == given; });
+    if (found.empty()) {
+        found = matching(
+            [&](const Named& named) { return strcasecmp(named.name.c_str(), given.c_str()) == 0; });
+    }
+    if (found.size() == 1) return found[0].alMac.isZero() ? own() : found[0].alMac;
+    std::string list;
+    for (const Named& named : found.empty() ? known : found) {
+        list += (list.empty() ? "" : ", ") + (named.alMac.isZero()
+                                                  ? named.name + " (this device: self)"
+                                                  : named.name + " (" + named.alMac.text() + ")");
+    }
+    if (found.empty()) {
+        throw Failure{kUsage, "no device is called " + given, "names are known of: " + list};
+    }
+    throw Failure{kUsage, std::to_string(found.size()) + " devices are called " + given,
+                  "give the AL MAC of one of them: " + list};
+}
+
+Mac Session::deviceOrAll(const std::string& given) {
+    return given == "all" ? Mac{} : device(given);
+}
+
+std::string Session::called(const Mac& alMac) {
+    if (alMac.isZero()) return "all devices";
+    const ModelDevice* const device = model().find(alMac);
+    const bool isOwn = device == &model().own;
+    const std::string name = device == nullptr ? "" : isOwn ? ownName() : device->text("Hostname");
+    return name.empty() ? alMac.text() : name;
+}
+
+void Session::expect(const std::string& what) {
+    progress_.begin(what);
+}

@@ -1,0 +1,274 @@
+#include "tree.h"
+
+#include <algorithm>
+#include <bitset>
+#include <deque>
+#include <map>
+
+namespace {
+
+constexpr size_t kMaxDevices = 256;  // what the channel can number, and this one
+using Set = std::bitset<kMaxDevices>;
+
+struct Port {
+    Mac mac;
+    bool isAccessPoint = false;
+    Set heard{};
+};
+
+class Network {
+  public:
+    explicit Network(const Mesh& mesh) : ports_(mesh.devices.size()), heard_(mesh.devices.size()) {
+        std::map<Mac, size_t> numbers;
+        for (size_t i = 0; i < mesh.devices.size(); i++) numbers[mesh.devices[i].alMac] = i;
+        for (size_t i = 0; i < mesh.devices.size(); i++) {
+            for (const Heard& heard : mesh.devices[i].heard) {
+                const auto other = numbers.find(heard.mac);
+                if (!heard.isDevice || other == numbers.end() || other->second == i) continue;
+                portOf(i, mesh.devices[i], heard.localIntf).heard.set(other->second);
+                heard_[i].set(other->second);
+            }
+        }
+    }
+
+    struct Link {
+        bool exists = false;
+        Mac a, b;  // the ports; zero: not known
+    };
+
+    bool isHeard(size_t a, size_t b) const { return heard_[a].test(b) || heard_[b].test(a); }
+
+    // The direct link between two devices. A bridged ring may blur a pair of ports, so one without
+    // anybody in between is enough.
+    Link directLink(size_t a, size_t b) const {
+        if (!isHeard(a, b)) return {};
+        for (const Port& left : portsTo(a, b)) {
+            for (const Port& right : portsTo(b, a)) {
+                Set between = left.heard & right.heard;
+                between.reset(a).reset(b);
+                bool isFree = true;
+                for (size_t y = 0; y < ports_.size() && isFree; y++) {
+                    isFree = !between.test(y) || !separates(y, a, b);
+                }
+                if (isFree) return {true, left.mac, right.mac};
+            }
+        }
+        return {};
+    }
+
+    // Whether a host that these devices hear hangs on the port of one of them itself.
+    bool isNext(size_t device, const Mac& port, const std::map<size_t, Mac>& hearers) const {
+        for (const Port& own : ports_[device]) {
+            if (own.mac != port) continue;
+            return std::ranges::none_of(hearers, [&](const auto& other) {
+                if (other.first == device || !own.heard.test(other.first)) return false;
+                // It hears the host elsewhere than the device, so it stands between them.
+                return std::ranges::none_of(ports_[other.first], [&](const Port& theirs) {
+                    return theirs.mac == other.second && theirs.heard.test(device);
+                });
+            });
+        }
+        return true;
+    }
+
+  private:
+    Port& portOf(size_t device, const Device& record, const Mac& mac) {
+        auto& ports = ports_[device];
+        const auto found = std::ranges::find(ports, mac, &Port::mac);
+        if (found != ports.end()) return *found;
+        const Interface* const intf = record.intf(mac);
+        ports.push_back({mac, intf != nullptr && intf->isAccessPoint});
+        return ports.back();
+    }
+
+    std::vector<Port> portsTo(size_t device, size_t other) const {
+        std::vector<Port> found;
+        for (const Port& port : ports_[device]) {
+            if (port.heard.test(other)) found.push_back(port);
+        }
+        // A device that tells nothing of this link may hear anybody on it.
+        if (found.empty()) found.push_back({{}, false, Set().set()});
+        return found;
+    }
+
+    // Whether y, that both hear, is between them: it hears them on different ports, or both as
+    // stations of its access point.
+    bool separates(size_t y, size_t a, size_t b) const {
+        if (!heard_[y].test(a) || !heard_[y].test(b)) return false;
+        return std::ranges::any_of(ports_[y], [&](const Port& port) {
+            const bool hearsA = port.heard.test(a), hearsB = port.heard.test(b);
+            return hearsA != hearsB || (hearsA && port.isAccessPoint);
+        });
+    }
+
+    std::vector<std::vector<Port>> ports_;
+    std::vector<Set> heard_;
+};
+
+const Heard* recordOf(const Device& device, const Mac& other, const Mac& port) {
+    const Heard* best = nullptr;
+    for (const Heard& heard : device.heard) {
+        if (heard.mac != other || (!port.isZero() && heard.localIntf != port)) continue;
+        if (best == nullptr || heard.wifi || heard.metric) best = &heard;
+    }
+    return best;
+}
+
+class Planter {
+  public:
+    Planter(const Mesh& mesh, const Device& root)
+        : mesh_(mesh), network_(mesh), placed_(mesh.devices.size(), -1) {
+        put(static_cast<size_t>(&root - mesh.devices.data()), -1, {}, true);
+        grow();
+        while (attachBlurred()) grow();
+        for (size_t i = 0; i < mesh.devices.size(); i++) {
+            if (placed_[i] < 0) {
+                put(i, -1, {}, false);
+                places_.back().depth = 1;
+            }
+        }
+        addRingLinks();
+    }
+
+    void addHosts() {
+        std::map<Mac, std::map<size_t, Mac>> hosts;  // host -> by which device, on which port
+        for (size_t i = 0; i < mesh_.devices.size(); i++) {
+            for (const Heard& heard : mesh_.devices[i].heard) {
+                if (!heard.isDevice && !mesh_.ownerOf(heard.mac)) {
+                    hosts[heard.mac].emplace(i, heard.localIntf);
+                }
+            }
+        }
+        for (const auto& [mac, hearers] : hosts) {
+            auto chosen = std::ranges::find_if(hearers, [&](const auto& hearer) {
+                return network_.isNext(hearer.first, hearer.second, hearers);
+            });
+            const bool isCertain = chosen != hearers.end();
+            if (!isCertain) chosen = hearers.begin();
+            const Device& device = mesh_.devices[chosen->first];
+            const int parent = placed_[chosen->first];
+            Place place;
+            place.device = &device;
+            place.isHost = true;
+            place.mac = mac;
+            place.parent = parent;
+            place.depth = places_[static_cast<size_t>(parent)].depth + 1;
+            place.isCertain = isCertain;
+            place.parentPort = chosen->second;
+            place.fromParent = recordOf(device, mac, chosen->second);
+            places_.push_back(place);
+        }
+    }
+
+    // Each place before those that hang off it.
+    std::vector<Place> inDrawingOrder() const {
+        std::vector<Place> out;
+        for (size_t i = 0; i < places_.size(); i++) {
+            if (places_[i].parent < 0) draw(i, -1, out);
+        }
+        return out;
+    }
+
+  private:
+    void put(size_t device, int parent, const Network::Link& link, bool isCertain) {
+        Place place;
+        place.device = &mesh_.devices[device];
+        place.mac = place.device->alMac;
+        place.parent = parent;
+        place.isCertain = isCertain;
+        if (parent >= 0) {
+            const Place& above = places_[static_cast<size_t>(parent)];
+            place.depth = above.depth + 1;
+            place.fromParent = recordOf(*above.device, place.mac, link.a);
+            place.fromChild = recordOf(*place.device, above.mac, link.b);
+            place.parentPort = link.a;
+            place.port = link.b;
+            if (link.a.isZero() && place.fromParent) place.parentPort = place.fromParent->localIntf;
+            if (link.b.isZero() && place.fromChild) place.port = place.fromChild->localIntf;
+        }
+        placed_[device] = static_cast<int>(places_.size());
+        places_.push_back(place);
+        waiting_.push_back(device);
+    }
+
+    // Breadth first, so that everybody is as near to the root as can be.
+    void grow() {
+        while (!waiting_.empty()) {
+            const size_t device = waiting_.front();
+            waiting_.pop_front();
+            for (size_t other = 0; other < placed_.size(); other++) {
+                if (placed_[other] >= 0) continue;
+                const auto link = network_.directLink(device, other);
+                if (link.exists) put(other, placed_[device], link, true);
+            }
+        }
+    }
+
+    bool attachBlurred() {
+        for (size_t other = 0; other < placed_.size(); other++) {
+            for (size_t device = 0; placed_[other] < 0 && device < placed_.size(); device++) {
+                if (placed_[device] < 0 || !network_.isHeard(device, other)) continue;
+                put(other, placed_[device], {}, false);
+                return true;
+            }
+        }
+        return false;
+    }
+
+    void addRingLinks() {
+        for (size_t i = 0; i < placed_.size(); i++) {
+            for (size_t j = 0; j < placed_.size(); j++) {
+                if (placed_[i] <= placed_[j]) continue;
+                Place& place = places_[static_cast<size_t>(placed_[i])];
+                if (place.parent == placed_[j] || !network_.directLink(i, j).exists) continue;
+                // Neighbors under one parent share a switch or a radio rather than a cable.
+                const bool areSiblings =
+                    place.parent == places_[static_cast<size_t>(placed_[j])].parent;
+                if (!areSiblings) place.alsoLinked.push_back(&mesh_.devices[j]);
+            }
+        }
+    }
+
+    void draw(size_t index, int parent, std::vector<Place>& out) const {
+        Place place = places_[index];
+        place.parent = parent;
+        const auto number = static_cast<int>(out.size());
+        out.push_back(place);
+        for (size_t i = 0; i < places_.size(); i++) {
+            if (places_[i].parent == static_cast<int>(index)) draw(i, number, out);
+        }
+    }
+
+    const Mesh& mesh_;
+    Network network_;
+    std::vector<int> placed_;  // device -> its place; -1: none yet
+    std::vector<Place> places_;
+    std::deque<size_t> waiting_;
+};
+
+}  // namespace
+
+std::vector<Place> placeMesh(const Mesh& mesh, const Device& root, bool withHosts) {
+    Planter planter(mesh, root);
+    if (withHosts) planter.addHosts();
+    return planter.inDrawingOrder();
+}
+
+std::vector<std::string> branchesOf(const std::vector<Place>& places, bool hasUnicode) {
+    const char* const kLast = hasUnicode ? "└── " : "`-- ";
+    const char* const kOther = hasUnicode ? "├── " : "|-- ";
+    const char* const kPassing = hasUnicode ? "│   " : "|   ";
+    std::vector<std::string> out(places.size());
+    std::vector<bool> goesOn;  // by depth: whether a later place stands there, under the same one
+    for (size_t i = places.size(); i-- > 0;) {
+        const size_t depth = places[i].depth;
+        const bool hasLater = depth < goesOn.size() && goesOn[depth];
+        for (size_t level = 1; level < depth; level++) {
+            out[i] += level < goesOn.size() && goesOn[level] ? kPassing : "    ";
+        }
+        if (depth > 0) out[i] += hasLater ? kOther : kLast;
+        goesOn.resize(depth + 1, false);
+        goesOn[depth] = true;
+    }
+    return out;
+}

@@ -1,0 +1,145 @@
+#include <algorithm>
+
+#include "failure.h"
+#include "tree.h"
+#include "views.h"
+#include "words.h"
+
+namespace {
+
+struct Row {
+    Place place;
+    const Device* parent = nullptr;  // nullptr: none
+
+    const WifiLink* wifi() const {
+        if (place.fromParent != nullptr && place.fromParent->wifi) return &*place.fromParent->wifi;
+        if (place.fromChild != nullptr && place.fromChild->wifi) return &*place.fromChild->wifi;
+        return nullptr;
+    }
+    const vm1905_link* metric() const {
+        if (place.fromParent != nullptr && place.fromParent->metric) {
+            return &*place.fromParent->metric;
+        }
+        return place.fromChild != nullptr && place.fromChild->metric ? &*place.fromChild->metric
+                                                                     : nullptr;
+    }
+    const Interface* parentIntf() const {
+        return parent == nullptr ? nullptr : parent->intf(place.parentPort);
+    }
+    bool isWifi() const {
+        const Interface* const intf = parentIntf();
+        return wifi() != nullptr || (intf != nullptr && intf->mediaType >> 8 == 1);
+    }
+};
+
+Json nameOf(const Row& row) {
+    return row.place.isHost ? row.place.mac.text() : row.place.device->called();
+}
+
+Json ports(const Row& row) {
+    if (row.parent == nullptr) return {};
+    const auto text = [](const std::string& name) { return name.empty() ? "?" : name; };
+    const std::string from = text(portName(*row.parent, row.place.parentPort));
+    if (row.place.isHost) return from;
+    return from + " - " + text(portName(*row.place.device, row.place.port));
+}
+
+Json media(const Row& row) {
+    for (const Heard* heard : {row.place.fromParent, row.place.fromChild}) {
+        if (heard != nullptr && heard->wifi && !heard->media.empty()) return heard->media;
+    }
+    if (const Interface* const intf = row.parentIntf(); intf && !intf->media.empty()) {
+        return intf->media;
+    }
+    const Interface* const own =
+        row.place.isHost ? nullptr : row.place.device->intf(row.place.port);
+    return own != nullptr && row.parent != nullptr ? known(own->media) : Json();
+}
+
+Json note(const Row& row) {
+    std::string out;
+    const auto add = [&](const std::string& text) { out += (out.empty() ? "" : "; ") + text; };
+    if (row.place.device->isOwn && !row.place.isHost) add("this device");
+    if (row.place.isHost) add("host");
+    if (row.parent == nullptr && row.place.depth > 0) add("nobody tells where");
+    if (row.parent != nullptr && !row.place.isCertain) add("somewhere behind it");
+    for (const Device* device : row.place.alsoLinked) add("also linked to " + device->called());
+    return known(out);
+}
+
+template <typename Figure>
+Json wifiOr(const Row& row, Figure WifiLink::*figure, Json (*metric)(const vm1905_link&)) {
+    if (row.wifi() != nullptr) return (*row.wifi()).*figure;
+    return row.metric() != nullptr ? metric(*row.metric()) : Json();
+}
+
+constexpr Column<Row> kRows[] = {
+    {"name", "DEVICE", nameOf},
+    {"mac", "AL MAC", [](const Row& r) { return Json(r.place.mac.text()); }},
+    {"kind", "", [](const Row& r) { return Json(r.place.isHost ? "host" : "device"); }, Unit::kNone,
+     kHidden},
+    {"role", "ROLE",
+     [](const Row& r) { return r.place.isHost ? Json() : roleOf(r.place.device->model); }},
+    {"parent", "", [](const Row& r) { return r.parent ? Json(r.parent->alMac.text()) : Json(); },
+     Unit::kNone, kHidden},
+    {"depth", "", [](const Row& r) { return Json(r.place.depth); }, Unit::kNone, kHidden},
+    {"certain", "", [](const Row& r) { return Json(r.place.isCertain); }, Unit::kNone, kHidden},
+    {"ports", "PORTS", ports},
+    {"parent_port", "",
+     [](const Row& r) {
+         return r.parent == nullptr ? Json() : known(portName(*r.parent, r.place.parentPort));
+     },
+     Unit::kNone, kHidden},
+    {"port", "",
+     [](const Row& r) {
+         return r.place.isHost ? Json() : known(portName(*r.place.device, r.place.port));
+     },
+     Unit::kNone, kHidden},
+    {"media", "MEDIUM", media},
+    {"rate", "RATE",
+     [](const Row& r) {
+         return wifiOr(r, &WifiLink::rate, [](const vm1905_link& l) { return Json(l.phy_rate); });
+     },
+     Unit::kMbps},
+    {"availability", "FREE",
+     [](const Row& r) { return r.metric() ? Json(r.metric()->availability) : Json(); },
+     Unit::kPercent, kRestless},
+    {"rssi", "RSSI",
+     [](const Row& r) {
+         return r.isWifi()
+                    ? wifiOr(r, &WifiLink::rssi, [](const vm1905_link& l) { return Json(l.rssi); })
+                    : Json();
+     },
+     Unit::kDecibel, kRestless},
+    {"signal", "SIGNAL", [](const Row& r) { return r.wifi() ? Json(r.wifi()->signal) : Json(); },
+     Unit::kNone, kRestless},
+    {"connection", "CONNECTION",
+     [](const Row& r) { return r.wifi() ? known(r.wifi()->connType) : Json(); }},
+    {"also_linked", "",
+     [](const Row& r) {
+         Json out = Json::array();
+         for (const Device* device : r.place.alsoLinked) out.push_back(device->alMac.text());
+         return out;
+     },
+     Unit::kNone, kHidden},
+    {"note", "", note},
+};
+
+}  // namespace
+
+Report showTopology(Session& session, const std::string& root, bool withHosts) {
+    const Mac top = root.empty() ? Mac{} : session.device(root);
+    const Mesh mesh = session.mesh();
+    const Device* const device = root.empty() ? &mesh.devices.front() : mesh.find(top);
+    if (device == nullptr) check(VM1905_NO_DEVICE, top.text());
+    const std::vector<Place> places = placeMesh(mesh, *device, withHosts);
+    std::vector<Row> rows;
+    for (const Place& place : places) {
+        const Device* const parent =
+            place.parent < 0 ? nullptr : places[static_cast<size_t>(place.parent)].device;
+        rows.push_back({place, parent});
+    }
+    Section section = listOf("topology", "", kRows, rows, "no devices");
+    section.branches = branchesOf(places, hasUnicode());
+    return {{section}};
+}

@@ -1,0 +1,10 @@
+# Completion of vm1905ctl for bash. The program itself knows what may come next.
+_vm1905ctl() {
+  local line
+  COMPREPLY=()
+  # Not compgen -W: it would evaluate what other devices call themselves.
+  while IFS= read -r line; do
+    COMPREPLY+=("$line")
+  done < <("${COMP_WORDS[0]}" --complete "${COMP_WORDS[@]:1:COMP_CWORD}" 2> /dev/null)
+}
+complete -F _vm1905ctl vm1905ctl

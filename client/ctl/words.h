@@ -1,0 +1,32 @@
+// The words for what the records hold as numbers. Null for a number without a word.
+#pragma once
+
+#include <optional>
+
+#include "mesh.h"
+#include "report.h"
+
+inline Json wordOf(std::initializer_list<const char*> words, size_t number) {
+    const char* const word = number < words.size() ? *(words.begin() + number) : nullptr;
+    return word == nullptr ? Json(number) : Json(word);
+}
+
+inline Json known(const std::string& text) {
+    return text.empty() ? Json() : Json(text);
+}
+
+inline Json powerWord(const std::optional<uint8_t>& state) {
+    return state ? wordOf({"on", "power save", "off", "unsupported"}, *state) : Json();
+}
+
+// Of this device and its interfaces.
+inline Json statusWord(uint8_t status) {
+    return wordOf({"up", "down", nullptr, "dormant", "not present", "lower layer down", "error"},
+                  status);
+}
+inline Json topologyWord(uint8_t status) {
+    return wordOf({"incomplete", "available", "misconfigured"}, status);
+}
+inline Json roleOf(const ModelDevice* device) {
+    return device == nullptr ? Json() : known(device->text("DeviceType"));
+}
