@@ -17,6 +17,14 @@ Exit status:
   3  no daemon runs here, or it ended meanwhile
   4  no answer in time)";
 
+// The argument's name says what it is; the type behind it is for completion.
+class Help : public CLI::Formatter {
+    std::string make_option_opts(const CLI::Option* option) const override {
+        if (!option->get_positional()) return CLI::Formatter::make_option_opts(option);
+        return option->get_required() ? "" : " (optional)";
+    }
+};
+
 constexpr double kMaxTimeout = 3600;  // seconds
 
 CLI::App* addRead(CLI::App& app, Choice& choice, const char* name, const char* text,
@@ -143,6 +151,7 @@ std::unique_ptr<CLI::App> makeCommandLine(Choice& choice) {
     auto app = std::make_unique<CLI::App>("Shows and manages an IEEE 1905.1 mesh.", "vm1905ctl");
     app->require_subcommand(1);
     app->footer(kFooter);
+    app->formatter(std::make_shared<Help>());
     app->get_formatter()->column_width(34);
     app->set_help_all_flag("--help-all", "all commands with their options");
     addOptions(*app, choice);
@@ -150,6 +159,7 @@ std::unique_ptr<CLI::App> makeCommandLine(Choice& choice) {
     CLI::App* const watch = app->add_subcommand(
         "watch", "repeat a reading command (default: topology) as the mesh changes");
     watch->prefix_command();
+    watch->footer("\nThe command, with its arguments, stands last.");
     addInterval(*watch, choice);
     watch->callback([&choice, watch] {
         choice.isWatch = true;

@@ -107,10 +107,10 @@ constexpr Item kItems[] = {
      }},
 };
 
-std::string settings() {
+std::string settings(const char* separator) {
     std::string out;
     for (const Item& item : kItems) {
-        out += std::string(out.empty() ? "" : "; ") + item.name + " " + item.arguments;
+        out += std::string(out.empty() ? "" : separator) + item.name + " " + item.arguments;
     }
     return out;
 }
@@ -124,7 +124,7 @@ Report set(Session& session, const Setting& setting) {
         return doHere(session, setting.item,
                       [&](vm1905_client* client) { return item.set(client, setting.values); });
     }
-    throw Failure{kUsage, "there is nothing to set called " + setting.item, settings()};
+    throw Failure{kUsage, "there is nothing to set called " + setting.item, settings("; ")};
 }
 
 // ---- Others
@@ -191,7 +191,7 @@ void addLocalOrders(CLI::App& app, Choice& choice) {
     {
         const auto [command, setting] =
             addCommand<Setting>(app, choice, "set", "set a value of this device", set);
-        command->footer("\nItems and their values: " + settings());
+        command->footer("\nItems and their values:\n  " + settings("\n  "));
         command->add_option("ITEM", setting->item, "which")->required()->type_name("ITEM");
         command->add_option("VALUE", setting->values, "its value or values")
             ->required()

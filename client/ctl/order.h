@@ -22,6 +22,8 @@ std::pair<CLI::App*, Held<Arguments>> addCommand(CLI::App& parent, Choice& choic
                                                  Report (*act)(Session&, const Arguments&)) {
     auto held = std::make_shared<Arguments>();
     CLI::App* const command = parent.add_subcommand(name, text)->fallthrough();
+    // It would inherit the heading of its group.
+    if (parent.get_parent() != nullptr) command->group("Subcommands");
     command->callback([&choice, held, act] {
         choice.act = [held, act](Session& session) { return act(session, *held); };
     });

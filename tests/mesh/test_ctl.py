@@ -1,0 +1,227 @@
+"""vm1905ctl in a mesh of real daemons: what it shows, what it orders, and how it ends."""
+
+import json
+import os
+import pty
+import re
+import subprocess
+import time
+
+import pytest
+from lab import MESH, Lab, al_mac, port_mac, wait_until
+
+DONE, REFUSED, USAGE, NO_DAEMON, TIMED_OUT = range(5)
+HOOK = """mkdir -p /etc/vm1905/hooks
+printf '#!/bin/sh\\n[ "$1" != 9 ] || exit 5\\necho blue\\necho "$1"\\n' > /etc/vm1905/hooks/led
+chmod +x /etc/vm1905/hooks/led
+"""
+
+
+@pytest.fixture(scope="module")
+def lab():
+    with Lab("line", "3") as made:
+        made.shell("dev2", HOOK)
+        made("wait")
+        wait_until(lambda: len(show(made, "topology")["topology"]) == 3, 30, "all are known")
+        wait_until(lambda: "dev3" in made.model_text("dev1"), 30, "names are known")
+        yield made
+
+
+def ctl(lab, *arguments, device="dev1"):
+    return lab.attempt("exec", device, "--", "env", "LC_ALL=C", "vm1905ctl", *arguments)
+
+
+def show(lab, *arguments, **options):
+    done = ctl(lab, "--json", *arguments, **options)
+    assert done.returncode == DONE, done.stderr
+    return json.loads(done.stdout)
+
+
+def on_terminal(lab, *arguments, typed=""):
+    """What it prints on a terminal, and its exit status."""
+    ours, theirs = pty.openpty()
+    process = subprocess.Popen([MESH, "exec", "dev1", "--", "vm1905ctl", *arguments], stdin=theirs,
+                               stdout=theirs, stderr=theirs, env=lab.environment,
+                               start_new_session=True)
+    os.close(theirs)
+    os.write(ours, typed.encode())
+    text = b""
+    try:
+        while chunk := os.read(ours, 4096):
+            text += chunk
+    except OSError:
+        pass  # the other end is closed
+    os.close(ours)
+    return text.decode(), process.wait(20)
+
+
+def test_every_device_sees_the_cables_of_the_lab(lab):
+    # Per device on top: who hangs off whom, with the ports of both.
+    chains = {"dev1": [("dev2", "dev1", "eth0", "eth0"), ("dev3", "dev2", "eth1", "eth0")],
+              "dev2": [("dev1", "dev2", "eth0", "eth0"), ("dev3", "dev2", "eth1", "eth0")],
+              "dev3": [("dev2", "dev3", "eth0", "eth1"), ("dev1", "dev2", "eth0", "eth0")]}
+    macs = {al_mac(number): f"dev{number}" for number in (1, 2, 3)}
+    for root, chain in chains.items():
+        for asked in {"dev1", root}:
+            wait_until(lambda: sorted(
+                (row["name"], macs[row["parent"]], row["parent_port"], row["port"])
+                for row in show(lab, "topology", "--root", root, device=asked)["topology"]
+                if row["parent"]) == sorted(chain), 20, f"{asked} sees {root} on top")
+    drawn = ctl(lab, "topology").stdout.splitlines()
+    assert [line.split()[:2] for line in drawn[1:]] == [
+        ["dev1", al_mac(1)], ["`--", "dev2"], ["`--", "dev3"]]
+    begin = time.monotonic()
+    ctl(lab, "topology")
+    assert time.monotonic() - begin < 2, "though it is an engineer's machine that runs it"
+
+
+def test_records_are_those_of_the_lab(lab):
+    status = show(lab, "status")
+    assert (status["al_mac"], status["role"], status["devices"]) == (al_mac(1), "Registrar", 2)
+    assert [(d["name"], d["al_mac"], d["role"]) for d in show(lab, "devices")["devices"]] == [
+        ("dev1", al_mac(1), "Registrar"), ("dev2", al_mac(2), "Enrollee"),
+        ("dev3", al_mac(3), "Enrollee")]
+    assert [(i["name"], i["mac"], i["power"]) for i in show(lab, "interfaces")["interfaces"]] == [
+        ("eth0", port_mac(1, 0), "on")]
+    links = {(link["device"], link["port"], link["neighbor"]) for link in show(lab, "links")["links"]}
+    assert {("dev1", "eth0", "dev2"), ("dev2", "eth1", "dev3"), ("dev3", "eth0", "dev2")} <= links
+    assert ("new", "dev2") in {(c["event"], c["neighbor"]) for c in show(lab, "changes")["changes"]}
+    device = show(lab, "device", "02-00-00-00-02-FF")
+    assert (device["name"], device["role"], len(device["interfaces"])) == ("dev2", "Enrollee", 2)
+    lines = ctl(lab, "device", "dev2", "--keyvalue").stdout.splitlines()
+    assert "name=dev2" in lines and f"interfaces.1.mac={port_mac(2, 1)}" in lines
+    assert all(re.match(r"[a-z0-9_.]+=", line) for line in lines)
+    assert show(lab, "forwarding-rules") == {"forwarding_rules": []}
+    assert show(lab, "security")["mode"] == "pass phrase"
+
+
+def test_an_order_is_answered_by_the_device(lab):
+    assert ctl(lab, "led", "dev2", "7").stdout == "done: led, dev2\n"
+    wait_until(lambda: show(lab, "device", al_mac(2))["led_status"] == "blue", 10, "it tells its LED")
+    failed = ctl(lab, "--json", "led", "DEV2", "9")
+    assert failed.returncode == REFUSED and json.loads(failed.stdout)["result"] == 5
+    assert "nobody answers" in ctl(lab, "led", "all", "3").stdout
+    assert ctl(lab, "power", "dev2", "on", "eth1").stdout.split()[-3:] == ["eth1", "0", "done"]
+
+
+def test_options_are_set_and_read(lab):
+    assert ctl(lab, "set", "allow-power", "0").returncode == DONE
+    assert ctl(lab, "get", "allow-power").stdout == "0\n"
+    again = ctl(lab, "set", "allow-power", "0")
+    assert again.returncode == REFUSED and "code 34" in again.stderr
+    wait_until(lambda: show(lab, "get", "allow-power", "dev1", device="dev2")["allow-power"] == 0, 80,
+               "the others are told")
+
+
+@pytest.mark.parametrize("arguments, status, said", [
+    (("led", "02:00:00:00:09:ff", "1"), REFUSED, "no neighbor .* \\(code 7\\)\n .*vm1905ctl devices"),
+    (("device", "02:00:00:00:09:ff"), REFUSED, "code 87"),
+    (("send", "3"), REFUSED, "code 64"),
+    (("steer", "dev3", "1"), REFUSED, "code 16"),  # it has no hook
+    (("led", "attic", "1"), USAGE, "no device is called attic\n.*dev2"),
+    (("led", "dev2", "300"), USAGE, "0 to 255"),
+    (("rebot", "dev2"), USAGE, "no command rebot"),
+    (("set", "colour", "1"), USAGE, "allow-reboot"),
+    (("send", "2", "0x"), USAGE, "hexadecimal"),
+    (("power", "dev2", "off", "wlan7"), USAGE, "no interface wlan7"),
+    (("watch", "reboot", "dev2"), USAGE, "only commands that read"),
+])
+def test_refusals_say_why(lab, arguments, status, said):
+    done = ctl(lab, *arguments)
+    assert (done.returncode, done.stdout) == (status, "")
+    assert re.search(said, done.stderr), done.stderr
+
+
+def test_dangerous_orders_want_a_yes(lab):
+    boots = lab.device("dev3")["boots"]
+    done = ctl(lab, "reboot", "dev3")
+    assert done.returncode == USAGE and "--yes" in done.stderr
+    text, status = on_terminal(lab, "reboot", "dev3", typed="n\n")
+    assert status == REFUSED and "reboot dev3? [y/N]" in text and "nothing was done" in text
+    assert lab.device("dev3")["boots"] == boots
+    text, status = on_terminal(lab, "reboot", "dev3", typed="yes\n")
+    assert status == DONE and "done: reboot, dev3" in text
+    wait_until(lambda: lab.device("dev3")["boots"] > boots, 20, "it reboots")
+    lab("wait")
+
+
+def test_names_of_others_drive_no_terminal(lab):
+    evil = r"\033]0;owned\007\342\200\256\"q\\$(reboot)\n"
+    lab.shell("dev1", f"sed 's/dev3/@@/' /tmp/vm1905.json > /tmp/evil.json; name=$(printf '{evil}');"
+              "printf '%s' \"$name\" > /tmp/name; python3 - <<'E'\n"
+              "text = open('/tmp/evil.json').read()\n"
+              "name = open('/tmp/name', encoding='utf-8', newline='').read()\n"
+              "open('/tmp/evil.json', 'w', newline='').write(text.replace('@@', name))\nE")
+    for form in ("--yes", "--keyvalue", "--json"):
+        out = ctl(lab, "devices", "--data-model", "/tmp/evil.json", form).stdout
+        assert "owned" in out and al_mac(3) in out and "dev2" in out
+        assert not re.search("[\x00-\x09\x0b-\x1f\x7f-\x9f\u202e]", out)
+
+
+def test_without_a_data_model_addresses_stand_for_names(lab):
+    lab.shell("dev1", "printf '{ \"Device\": ' > /tmp/broken.json")
+    for path in ("/tmp/no.json", "/tmp/broken.json"):
+        done = ctl(lab, "topology", "--json", "--data-model", path)
+        assert done.returncode == DONE and f"note: {path}" in done.stderr
+        assert {row["mac"] for row in json.loads(done.stdout)["topology"]} == {
+            al_mac(number) for number in (1, 2, 3)}
+        assert ctl(lab, "led", al_mac(2), "1", "--data-model", path).returncode == DONE
+    text, status = on_terminal(lab, "status")
+    assert status == DONE and "\x1b[1m" in text
+
+
+def test_watch_prints_what_changes_and_ends(lab):
+    watching = lab.start("exec", "dev1", "--", "vm1905ctl", "watch", "--interval", "0.3",
+                         "get", "allow-reboot")
+    assert watching.stdout.readline() == "1\n"
+    assert watching.stdout.readline() == "\n"
+    time.sleep(1)  # several looks that find nothing new
+    assert ctl(lab, "set", "allow-reboot", "0").returncode == DONE
+    assert watching.stdout.readline() == "0\n"
+    lab.shell("dev1", "kill -INT $(pidof vm1905ctl)")
+    assert watching.wait(10) == DONE
+    assert watching.stdout.read() == "\n"
+
+
+def test_completion_knows_commands_options_and_devices(lab):
+    for words, expected in ((("reb",), {"reboot"}), (("led", ""), {"self", "all", "dev2", "dev3"}),
+                            (("reboot", "d"), {"dev2", "dev3"}), (("blacklist", ""), {"add", "remove"}),
+                            (("watch", "topology", "--ro"), {"--root"})):
+        script = (f"COMP_WORDS=(vm1905ctl {' '.join(w or repr('') for w in words)}); "
+                  f"COMP_CWORD={len(words)}; _vm1905ctl; printf '%s\\n' \"${{COMPREPLY[@]}}\"")
+        source = os.path.join(os.path.dirname(MESH), os.pardir, "client", "ctl", "vm1905ctl.bash")
+        done = lab.run("dev1", "bash", "-c", f"source {source}; {script}")
+        found = {word for word in done.split() if not word.startswith("02-")}
+        assert found == expected, words
+
+
+def test_help_and_man_page_name_the_same(lab):
+    page = open(os.path.join(os.path.dirname(MESH), os.pardir, "man", "vm1905ctl.1"),
+                encoding="utf-8").read().replace("\\-", "-")
+    help_text = ctl(lab, "--help-all").stdout
+    commands = set(re.findall(r"^([a-z][a-z-]+)$", help_text, re.M))
+    for group in commands & {"beacon-report", "blacklist", "speed-test", "wps", "log-file", "wifi-sync"}:
+        text = ctl(lab, group, "--help").stdout
+        for name in re.findall(r"^  ([a-z][a-z-]+) ", text.partition("Subcommands:")[2], re.M):
+            commands.add(f"{group} {name}")
+            help_text += ctl(lab, group, name, "--help").stdout
+    help_text += ctl(lab, "set", "--help").stdout + ctl(lab, "get", "--help").stdout
+    words = set(re.findall(r"--[a-z-]+|^  [a-z]+-[a-z-]+", help_text, re.M)) | commands
+    assert len(words) > 70
+    assert not {word for word in words if word.strip() not in page}
+
+
+def test_a_silent_device_and_a_killed_daemon(lab):
+    lab.shell("dev2", "kill -STOP $(pidof vm1905)")
+    try:
+        text, status = on_terminal(lab, "led", "dev2", "1", "--timeout", "1.5")
+        assert status == TIMED_OUT and "\rwaiting for the answer of dev2, 1." in text
+    finally:
+        lab.shell("dev2", "kill -CONT $(pidof vm1905)")
+    lab.shell("dev1", "kill -STOP $(pidof vm1905)")
+    assert ctl(lab, "status", "--timeout", "1").returncode == TIMED_OUT
+    dying = lab.attempt("exec", "dev1", "--", "sh", "-c",
+                        "(sleep 0.5; kill -KILL $(pidof vm1905)) & exec vm1905ctl status")
+    assert dying.returncode == NO_DAEMON and dying.stderr.startswith("vm1905ctl: ")
+    gone = ctl(lab, "topology", "--json")
+    assert gone.returncode == NO_DAEMON and json.loads(gone.stdout)["result"] == -1
