@@ -21,7 +21,7 @@ constexpr int kMaxReadsPerDrain = 1000;
 
 }  // namespace
 
-std::optional<NetlinkSocket> NetlinkSocket::open(int protocol) {
+std::optional<NetlinkSocket> NetlinkSocket::open(int protocol, std::chrono::milliseconds most) {
     NetlinkSocket socket(nl_socket_alloc());
     if (socket.sock_ == nullptr) return std::nullopt;
     const int error = nl_connect(socket.sock_.get(), protocol);
@@ -29,7 +29,8 @@ std::optional<NetlinkSocket> NetlinkSocket::open(int protocol) {
         PLAT_LOG(1, "can't open a netlink socket: %s", nl_geterror(error));
         return std::nullopt;
     }
-    const timeval limit{1, 0};
+    const auto whole = std::chrono::floor<std::chrono::seconds>(most);
+    const timeval limit{whole.count(), std::chrono::microseconds(most - whole).count()};
     (void)::setsockopt(nl_socket_get_fd(socket.sock_.get()), SOL_SOCKET, SO_RCVTIMEO, &limit,
                        sizeof limit);
     return socket;
@@ -56,12 +57,15 @@ int NetlinkSocket::receive(const OnMessage& take) {
 
 bool NetlinkSocket::request(int type, int flags, std::span<const uint8_t> payload,
                             const OnMessage& take) {
+    // An acknowledgement after the answer would be taken for the answer to the next request.
+    nl_socket_disable_auto_ack(sock_.get());
     const int sent = nl_send_simple(sock_.get(), type, flags, const_cast<uint8_t*>(payload.data()),
                                     payload.size());
     return sent >= 0 && receive(take) >= 0;
 }
 
 bool NetlinkSocket::order(int type, std::span<const uint8_t> payload) {
+    nl_socket_enable_auto_ack(sock_.get());
     const int sent =
         nl_send_simple(sock_.get(), type, 0, const_cast<uint8_t*>(payload.data()), payload.size());
     return sent >= 0 && nl_wait_for_ack(sock_.get()) >= 0;

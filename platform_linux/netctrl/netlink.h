@@ -7,6 +7,7 @@
 #include <netlink/socket.h>
 
 #include <array>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -61,14 +62,15 @@ class NlMessage {
     bool ok_ = false;
 };
 
-// A netlink socket. Requests block for at most a second, and a socket whose request failed is not
-// to be used again: late answers could still arrive on it.
+// A netlink socket. Requests block for a second or the limit given, and a socket whose request
+// failed is not to be used again: late answers could still arrive on it.
 class NetlinkSocket {
   public:
     using OnMessage = std::function<void(nlmsghdr*)>;
 
     // A socket for requests of this protocol (NETLINK_ROUTE, NETLINK_GENERIC).
-    static std::optional<NetlinkSocket> open(int protocol);
+    static std::optional<NetlinkSocket> open(
+        int protocol, std::chrono::milliseconds limit = std::chrono::seconds(1));
     // A non-blocking socket that receives the notifications about links and neighbours.
     static std::optional<NetlinkSocket> openEvents();
 

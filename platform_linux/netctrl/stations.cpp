@@ -1,6 +1,7 @@
 // The Wi-Fi stations of this device: of a hook where there is one, else of the kernel's radios.
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdlib>
 #include <limits>
 #include <string>
@@ -18,6 +19,13 @@ namespace {
 constexpr char kHook[] = "stations";
 constexpr size_t kMaxOutput = size_t{64} * 1024;
 constexpr size_t kMaxStations = 1024;
+// Complaints about single lines: the hook is asked every 2 seconds.
+constexpr int kMaxComplaints = 8;
+// For all radios together. One that the kernel keeps busy must not hold up the daemon.
+constexpr std::chrono::milliseconds kRadioLimit{50};
+
+// Kept from one question to the next.
+std::optional<Nl80211> radios;
 
 // MAC address, media type, rate, RSSI, signal level, Tx, Rx, connection type.
 using Fields = std::array<std::string_view, 8>;
@@ -61,12 +69,13 @@ std::optional<WifiStation> stationIn(std::string_view line) {
 // What is no such line is left out.
 std::vector<WifiStation> parseStations(std::string_view lines) {
     std::vector<WifiStation> stations;
+    int complaints = 0;
     while (!lines.empty() && stations.size() < kMaxStations) {
         const size_t end = std::min(lines.find('\n'), lines.size());
         const std::string_view line = trim(lines.substr(0, end));
         if (const auto station = stationIn(line))
             stations.push_back(*station);
-        else if (!line.empty())
+        else if (!line.empty() && complaints++ < kMaxComplaints)
             PLAT_LOG(3, "hook %s: a line is not 8 fields with commas between", kHook);
         lines.remove_prefix(std::min(end + 1, lines.size()));
     }
@@ -83,12 +92,14 @@ int askForStations(std::vector<WifiStation>* stations) {
 // The stations of radios that others join: access points and mesh points.
 std::vector<WifiStation> stationsOfRadios() {
     std::vector<WifiStation> stations;
-    std::optional<Nl80211> kernel;
+    using Clock = std::chrono::steady_clock;
+    const auto until = Clock::now() + kRadioLimit;
     for (const Intf& intf : told().intfs) {
         if (!intf.hasStations) continue;
-        if (!kernel) kernel.emplace();
+        if (Clock::now() >= until) break;
+        if (!radios || !radios->isThere()) radios.emplace(kRadioLimit);
         const std::string connType = connTypeOf(intf.name, intf.frequency, intf.meshPoint);
-        for (WifiStation& station : kernel->stations(intf.index)) {
+        for (WifiStation& station : radios->stations(intf.index)) {
             station.mediaType = intf.mediaType;
             copyText(station.connType, sizeof station.connType, connType);
             if (stations.size() < kMaxStations) stations.push_back(station);

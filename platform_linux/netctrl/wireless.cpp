@@ -180,42 +180,42 @@ WifiChannels channelsOf(std::vector<uint32_t> frequencies) {
     return channels;
 }
 
-Nl80211::Nl80211() {
-    auto socket = NetlinkSocket::open(NETLINK_GENERIC);
-    if (!socket) return;
+Nl80211::Nl80211(std::chrono::milliseconds limit) : limit_(limit) {
     static constexpr char kName[] = "nl80211";
     const auto bytes = genlRequest(CTRL_CMD_GETFAMILY, CTRL_ATTR_FAMILY_NAME,
                                    {reinterpret_cast<const uint8_t*>(kName), sizeof kName});
-    (void)socket->request(GENL_ID_CTRL, 0, bytes, [this](nlmsghdr* message) {
+    request(GENL_ID_CTRL, 0, bytes, [this](nlmsghdr* message) {
         const NlMessage<genlmsghdr, CTRL_ATTR_MAX> answer(message);
         const nlattr* id = answer.ok() ? answer.attr(CTRL_ATTR_FAMILY_ID) : nullptr;
         if (id != nullptr && nla_len(id) >= 2) family_ = nla_get_u16(id);
     });
 }
 
+void Nl80211::request(int type, int flags, std::span<const uint8_t> payload,
+                      const NetlinkSocket::OnMessage& take) {
+    if (!socket_) socket_ = NetlinkSocket::open(NETLINK_GENERIC, limit_);
+    if (socket_ && !socket_->request(type, flags, payload, take)) socket_.reset();
+}
+
 std::optional<WifiInfo> Nl80211::query(int ifindex) {
     if (!family_) return std::nullopt;
-    auto socket = NetlinkSocket::open(NETLINK_GENERIC);
-    if (!socket) return std::nullopt;
     const uint32_t index = static_cast<uint32_t>(ifindex);
     std::optional<WifiInfo> wifi;
-    (void)socket->request(
-        *family_, 0, genlRequest(NL80211_CMD_GET_INTERFACE, NL80211_ATTR_IFINDEX, bytesOf(index)),
-        [&](nlmsghdr* message) { wifi = parseWifiInterface(message); });
+    request(*family_, 0,
+            genlRequest(NL80211_CMD_GET_INTERFACE, NL80211_ATTR_IFINDEX, bytesOf(index)),
+            [&](nlmsghdr* message) { wifi = parseWifiInterface(message); });
     return wifi;
 }
 
 std::vector<WifiStation> Nl80211::stations(int ifindex) {
     std::vector<WifiStation> stations;
-    auto socket = family_ ? NetlinkSocket::open(NETLINK_GENERIC) : std::nullopt;
-    if (!socket) return stations;
+    if (!family_) return stations;
     const uint32_t index = static_cast<uint32_t>(ifindex);
-    (void)socket->request(
-        *family_, NLM_F_DUMP,
-        genlRequest(NL80211_CMD_GET_STATION, NL80211_ATTR_IFINDEX, bytesOf(index)),
-        [&](nlmsghdr* message) {
-            if (const auto station = parseWifiStation(message)) stations.push_back(*station);
-        });
+    request(*family_, NLM_F_DUMP,
+            genlRequest(NL80211_CMD_GET_STATION, NL80211_ATTR_IFINDEX, bytesOf(index)),
+            [&](nlmsghdr* message) {
+                if (const auto station = parseWifiStation(message)) stations.push_back(*station);
+            });
     return stations;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -39,14 +40,22 @@ WifiChannels channelsOf(std::vector<uint32_t> frequencies);
 
 class Nl80211 {
   public:
-    // Finds the kernel's nl80211; without it no interface is wireless.
-    Nl80211();
+    // Finds the kernel's nl80211; without it no interface is wireless. No request takes longer than
+    // the limit.
+    explicit Nl80211(std::chrono::milliseconds limit = std::chrono::seconds(1));
+    bool isThere() const { return family_.has_value(); }
     // None when the interface is not wireless or cannot be asked.
     std::optional<WifiInfo> query(int ifindex);
     // The stations of a wireless interface; none when it cannot be asked.
     std::vector<WifiStation> stations(int ifindex);
 
   private:
+    // On a socket that is kept until a request has failed on it.
+    void request(int type, int flags, std::span<const uint8_t> payload,
+                 const NetlinkSocket::OnMessage& take);
+
+    std::chrono::milliseconds limit_;
+    std::optional<NetlinkSocket> socket_;
     std::optional<uint16_t> family_;
 };
 

@@ -183,6 +183,31 @@ TEST(Radios, TellTheirStations) {
     EXPECT_EQ(plat::connTypeOf("wlan0", 2437, true), "Mesh_2G");
 }
 
+TEST(Netlink, ASocketAnswersRequestAfterRequest) {
+    auto socket = plat::NetlinkSocket::open(NETLINK_GENERIC);
+    ASSERT_TRUE(socket);
+    static constexpr uint8_t kAsk[] = {CTRL_CMD_GETFAMILY,
+                                       1,
+                                       0,
+                                       0,
+                                       11,
+                                       0,
+                                       CTRL_ATTR_FAMILY_NAME,
+                                       0,
+                                       'n',
+                                       'l',
+                                       'c',
+                                       't',
+                                       'r',
+                                       'l',
+                                       0,
+                                       0};
+    int answers = 0;
+    for (int i = 0; i < 3; ++i)
+        EXPECT_TRUE(socket->request(GENL_ID_CTRL, 0, kAsk, [&](nlmsghdr*) { ++answers; }));
+    EXPECT_EQ(answers, 3);
+}
+
 TEST(Stations, AreTheLinesOfAHook) {
     const ScratchFolder folder;
     folder.hook("stations",
