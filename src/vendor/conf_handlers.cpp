@@ -34,7 +34,7 @@ int handleConfRespMsg(const VendContext& context) {
     if (dev == nullptr) return kOk;
     storeConfItems(*dev, context.as<ConfResp>().items);
     LOG(4, "vm1905Version git = %s\n", dev->firmwareVersion.c_str());
-    noteFirmwareState(*dev);
+    noteRemoteFirmwareState(*dev);
     if (!dev->hostname.empty()) (void)checkMACisApprove(sender.data(), dev->hostname.c_str());
     dropSilentWifiClients(*dev);
     (void)requestSendWIFIstateQueryMsg(sender, 0);

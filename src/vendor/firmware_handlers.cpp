@@ -74,11 +74,11 @@ int handleFWStateChangeResponseMsg(const VendContext& context) {
     Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
     if (dev == nullptr) return kOk;
     dev->firmwareState = context.as<OptionPayload>().option;
-    noteFirmwareState(*dev);
+    noteRemoteFirmwareState(*dev);
     return requestUpdateDataModel(0);
 }
 
-void noteFirmwareState(const Ieee1905DevTable& dev) {
+void noteRemoteFirmwareState(const Ieee1905DevTable& dev) {
     const bool atWork = dev.firmwareState == PLATFORM_FW_BUSY ||
                         dev.firmwareState == PLATFORM_FW_UPGRADE ||
                         dev.firmwareState == PLATFORM_FW_UPGRADE_EX;

@@ -11,4 +11,4 @@ int handleFWStateChangeRequestMsg(const VendContext& context);
 int handleFWStateChangeResponseMsg(const VendContext& context);
 
 // Notes in the upgrade list that a device has told its firmware state and is not at work any more.
-void noteFirmwareState(const Ieee1905DevTable& dev);
+void noteRemoteFirmwareState(const Ieee1905DevTable& dev);
