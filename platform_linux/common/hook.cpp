@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <list>
 
@@ -13,12 +14,11 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// With the start of the program the daemon is to be held up for less than 100 ms.
-constexpr std::chrono::milliseconds kWait{75};
-// Also by several hooks that are run one after the other: after one that took too long the next
-// ones get less.
-constexpr std::chrono::milliseconds kShortWait{5};
-constexpr std::chrono::milliseconds kCareful{250};
+// With the start of the programs the daemon is to be held up for less than 100 ms, also by several
+// hooks that are run one after the other: what one was waited for is taken from what is left for
+// the next ones.
+constexpr std::chrono::milliseconds kMostWaiting{75};
+constexpr std::chrono::milliseconds kWaitingTime{250};
 // How long an answer that came late waits for the question to be asked again.
 constexpr std::chrono::seconds kLateLimit{60};
 constexpr size_t kMaxAnswers = 64;
@@ -32,17 +32,27 @@ struct Answer {
     Clock::time_point at{};
 };
 
+struct Wait {
+    Clock::time_point end;
+    Clock::duration length;
+};
+
 struct Hooks {
-    std::list<Answer> answers;  // newest question last
-    Clock::time_point lastSlow{};
+    std::list<Answer> answers;  // newest last
+    std::vector<Wait> waits;    // the recent ones
 };
 Hooks hooks;
 
 // The status of a hook that ends in the time that the daemon has for it.
 std::optional<int> waitForHook(JobId id) {
-    const bool careful = Clock::now() - hooks.lastSlow < kCareful;
-    const auto status = waitJob(id, careful ? kShortWait : kWait);
-    if (!status) hooks.lastSlow = Clock::now();
+    const auto start = Clock::now();
+    std::erase_if(hooks.waits, [&](const Wait& wait) { return start - wait.end > kWaitingTime; });
+    Clock::duration left = kMostWaiting;
+    for (const Wait& wait : hooks.waits) left -= wait.length;
+    const auto status =
+        waitJob(id, std::chrono::floor<std::chrono::milliseconds>(std::max(left, {})));
+    const auto end = Clock::now();
+    hooks.waits.push_back({end, end - start});
     return status;
 }
 
@@ -59,17 +69,10 @@ Answer* findAnswer(const std::string& name, const std::vector<std::string>& args
 
 void keepAnswer(const std::string& name, const std::vector<std::string>& args, int status,
                 const std::string& output) {
-    Answer* answer = findAnswer(name, args);
-    if (answer == nullptr) {
-        if (hooks.answers.size() >= kMaxAnswers) hooks.answers.pop_front();
-        answer = &hooks.answers.emplace_back();
-        answer->name = name;
-        answer->args = args;
-    }
-    answer->status = status;
-    answer->output = output;
-    answer->read = false;
-    answer->at = Clock::now();
+    hooks.answers.remove_if(
+        [&](const Answer& answer) { return answer.name == name && answer.args == args; });
+    if (hooks.answers.size() >= kMaxAnswers) hooks.answers.pop_front();
+    hooks.answers.push_back({name, args, status, output, false, Clock::now()});
 }
 
 int give(Answer& answer, std::string* output) {
@@ -109,14 +112,14 @@ bool hasHook(const std::string& name) {
            ::access(file.c_str(), X_OK) == 0;
 }
 
-JobId startHook(const std::string& name, const std::vector<std::string>& args,
-                std::chrono::milliseconds limit, JobDone done) {
-    return start(name, args, {.limit = limit}, 3, std::move(done));
+JobId startHook(const std::string& name, const std::vector<std::string>& args, JobOptions options,
+                JobDone done) {
+    return start(name, args, std::move(options), 3, std::move(done));
 }
 
 int runHook(const std::string& name, const std::vector<std::string>& args, JobDone done,
             std::chrono::milliseconds limit) {
-    const JobId id = startHook(name, args, limit, std::move(done));
+    const JobId id = startHook(name, args, {.limit = limit}, std::move(done));
     if (id == 0) return kFailure;
     // Still at work counts as accepted: whoever asked cannot be kept waiting.
     return waitForHook(id).value_or(kOk);

@@ -1,8 +1,8 @@
 // The product's hooks (docs/platform.md): executables by name, none of which holds up the daemon.
 //
-// A hook is waited for 75 ms (less right after one that took longer) and otherwise left at work,
-// for as long as its limit allows. While one of a name is at work, another start of that name is
-// refused with 16.
+// All hooks together are waited for 75 ms in a quarter of a second; otherwise they are left at
+// work, for as long as their limit allows. While one of a name is at work, another start of that
+// name is refused with 16.
 #pragma once
 
 #include <chrono>
@@ -29,7 +29,7 @@ PLAT_API int askHook(const std::string& name, const std::vector<std::string>& ar
 
 // Starts a hook without waiting for it at all. Its job, or 0 as for the 16 of runHook.
 PLAT_API JobId startHook(const std::string& name, const std::vector<std::string>& args,
-                         std::chrono::milliseconds limit, JobDone done);
+                         JobOptions options, JobDone done);
 
 // Whether there is an executable of this name.
 PLAT_API bool hasHook(const std::string& name);

@@ -59,11 +59,18 @@ struct SpawnAttr {
     SpawnAttr& operator=(const SpawnAttr&) = delete;
 };
 
-pid_t spawn(const std::vector<std::string>& argv, int stdoutFd, bool quiet) {
+pid_t spawn(const std::vector<std::string>& argv, int stdoutFd, const JobOptions& options) {
     SpawnActions files;
-    posix_spawn_file_actions_addopen(&files.actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_adddup2(&files.actions, stdoutFd, STDOUT_FILENO);
-    if (quiet)
+    if (options.in >= 0)
+        posix_spawn_file_actions_adddup2(&files.actions, options.in, STDIN_FILENO);
+    else
+        posix_spawn_file_actions_addopen(&files.actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    // A pipe that nobody reads any more would end it.
+    if (options.outlives)
+        posix_spawn_file_actions_addopen(&files.actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    else
+        posix_spawn_file_actions_adddup2(&files.actions, stdoutFd, STDOUT_FILENO);
+    if (options.quiet)
         posix_spawn_file_actions_addopen(&files.actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
 #if defined(__GLIBC__) && __GLIBC_PREREQ(2, 34)
     // Not every descriptor of the process is ours to mark close-on-exec.
@@ -164,7 +171,7 @@ JobId startJob(const std::vector<std::string>& argv, const JobOptions& options, 
     // Only our side may be non-blocking.
     (void)::fcntl(out.get(), F_SETFL, 0);
 
-    job.pid = spawn(argv, out.get(), options.quiet);
+    job.pid = spawn(argv, out.get(), options);
     if (job.pid < 0) {
         PLAT_LOG(2, "can't run %s: %m", argv[0].c_str());
         return 0;
@@ -222,6 +229,7 @@ void collectJobs() {
 }
 
 void endAllJobs() {
+    jobs.list.remove_if([](const Job& job) { return job.options.outlives; });
     for (Job& job : jobs.list) {
         killGroup(job);
         job.done = nullptr;

@@ -20,11 +20,13 @@ struct JobOptions {
     size_t maxOutput = 8192;  // so many bytes of standard output are kept, the rest is read away
     bool quiet = false;       // standard error goes nowhere instead of to ours
     uint64_t maxFile = 0;     // no file that it writes grows beyond so many bytes; 0: no limit
+    bool outlives = false;    // goes on when the library ends; what it prints goes nowhere
+    int in = -1;              // its standard input; -1: an empty one
     std::string name{};       // in log lines; without it the program's path
 };
 
-// Told of the end of a job, once, from collectJobs, waitJob or killJob: its exit status, or 16 when
-// it was ended by a signal or took longer than its limit; and what it has printed. May start jobs.
+// Told of the end of a job, once, from collectJobs or waitJob: its exit status, or 16 when it was
+// ended by a signal or took longer than its limit; and what it has printed. May start jobs.
 using JobDone = std::function<void(int status, const std::string& output)>;
 
 using JobId = uint64_t;  // never 0
@@ -33,8 +35,8 @@ using JobId = uint64_t;  // never 0
 inline constexpr size_t kMaxJobs = 32;
 
 // Starts the program at argv[0] (a path) with these arguments, each handed over as it is, and with
-// an empty standard input. Never waits. 0, with a line at level 2 and without a call of done, when
-// it cannot be started or too many are at work.
+// the standard input of the options. Never waits. 0, with a line at level 2 and without a call of
+// done, when it cannot be started or too many are at work.
 PLAT_API JobId startJob(const std::vector<std::string>& argv, const JobOptions& options,
                         JobDone done);
 
@@ -51,10 +53,10 @@ PLAT_API bool isJobAtWork(const std::string& name);
 PLAT_API void killJob(JobId id);
 
 // Collects what has ended, reads what was printed, kills what is over its limit. Never waits.
-// Called from runNetCtrl and every second by the schedule.
+// Called from runNetCtrl and every second.
 PLAT_API void collectJobs();
 
-// Kills and collects all jobs, without telling done.
+// Kills and collects all jobs but those that outlive the library, without telling done.
 PLAT_API void endAllJobs();
 
 }  // namespace plat

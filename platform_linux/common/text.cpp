@@ -76,6 +76,16 @@ std::string_view lineOf(std::string_view text, size_t n) {
     }
 }
 
+bool isNameChar(char c) {
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_' ||
+           c == '-' || c == '.' || c == '+';
+}
+
+bool isPlainName(std::string_view name) {
+    return !name.empty() && name.size() <= 200 && name[0] != '.' && name[0] != '-' &&
+           std::all_of(name.begin(), name.end(), isNameChar);
+}
+
 void copyText(char* buffer, size_t size, std::string_view text) {
     if (buffer == nullptr || size == 0) return;
     const size_t n = std::min(text.size(), size - 1);

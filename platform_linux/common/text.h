@@ -28,6 +28,11 @@ PLAT_API std::optional<uint32_t> parseNumber(std::string_view text);
 PLAT_API std::string_view trim(std::string_view text);
 // The n-th line (from 0) without its line end, empty when there is none.
 PLAT_API std::string_view lineOf(std::string_view text, size_t n);
+// Whether it is a letter, digit or one of . _ + -
+PLAT_API bool isNameChar(char c);
+// Whether the name can stand in a folder, in a URL and as an argument as it is: at most 200 such
+// characters, the first neither . nor -.
+PLAT_API bool isPlainName(std::string_view name);
 // Copies a text into a buffer of that size, cut and terminated.
 PLAT_API void copyText(char* buffer, size_t size, std::string_view text);
 // The text, "" for a null pointer.

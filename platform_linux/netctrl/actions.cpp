@@ -141,7 +141,9 @@ int getResponseLogFile(const uint8_t* alMac, LogFileRef* file) {
     return result == 0 && file->fileName[0] == '\0' ? kFailure : result;
 }
 
+// Both come from the network.
 int DownloadLogFile(const char* fileName, const char* ftpUrl) {
+    if (!isPlainName(orEmpty(fileName)) || orEmpty(ftpUrl)[0] == '-') return kFailure;
     return runHook("log-file-fetch", {orEmpty(fileName), orEmpty(ftpUrl)}, {}, kTransferLimit);
 }
 

@@ -1,4 +1,5 @@
 // Lifecycle of the library and the callbacks it reports through.
+#include "netctrl/lifecycle.h"
 #include "common/conf.h"
 #include "common/hook.h"
 #include "common/log.h"
@@ -28,12 +29,18 @@ int requestService(uint32_t servId, void* info) {
     return static_cast<int>(result);
 }
 
+void tickSecond() {
+    collectJobs();
+    workOnUpgrade();
+}
+
 }  // namespace plat
 
 using namespace plat;
 
 int initNetCtrl(void) {
     reloadConf();
+    startUpgrade();
     return openWatch() ? kOk : kFailure;
 }
 

@@ -1,5 +1,9 @@
 // A firmware order: the image and its manifest are fetched by a program of the system, then
 // installed. URL and file name come from the network.
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <strings.h>
+#include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
 
@@ -18,7 +22,7 @@
 #include "common/job.h"
 #include "common/log.h"
 #include "common/text.h"
-#include "netctrl/upgrade.h"
+#include "netctrl/upgrade_parts.h"
 
 namespace plat {
 namespace {
@@ -29,10 +33,13 @@ constexpr uint8_t kNoOption = 0;
 constexpr uint8_t kFetchOption = 6;
 // The server may only just be starting. A failure is noticed a second later, which is a pause.
 constexpr int kMostAttempts = 5;
-// All together below the 240 seconds after which a Registrar orders again.
+// A Registrar that has heard for 240 seconds of nothing but Upgrade repeats its order, which
+// changes nothing.
 constexpr seconds kManifestLimit{10};
 constexpr seconds kImageLimit{180};
 constexpr uint64_t kMostImage = uint64_t{512} * 1024 * 1024;
+
+constexpr const char* kFolderName = "vm1905_firmware.";
 
 struct Fetch {
     std::string url;     // of the image; empty while nothing is at work
@@ -70,24 +77,13 @@ uint64_t mostBytes(const std::string& folder) {
 
 // The command that fetches a URL into a file: without a file of settings, without redirections.
 // Empty when no such program is installed.
-std::vector<std::string> downloader(const std::string& url, const std::string& file) {
+std::vector<std::string> downloader(const std::string& url, const std::string& file,
+                                    seconds limit) {
     if (const std::string curl = findProgram("curl"); !curl.empty())
-        return {curl,
-                "-q",
-                "--silent",
-                "--show-error",
-                "--fail",
-                "--globoff",
-                "--proto",
-                "=http,https,ftp",
-                "--max-redirs",
-                "0",
-                "--connect-timeout",
-                "10",
-                "--output",
-                file,
-                "--",
-                url};
+        return {curl, "-q", "--silent", "--show-error", "--fail", "--globoff", "--proto",
+                "=http,https,ftp", "--max-redirs", "0", "--connect-timeout", "10",
+                // Should the daemon not be there any more to end it.
+                "--max-time", std::to_string(limit.count()), "--output", file, "--", url};
     if (const std::string wget = findProgram("wget"); !wget.empty()) {
         std::error_code error;
         const auto real = std::filesystem::canonical(wget, error).filename().string();
@@ -111,7 +107,7 @@ std::vector<std::string> downloader(const std::string& url, const std::string& f
 
 bool download(const std::string& url, const std::string& file, uint64_t most, seconds limit,
               JobDone done) {
-    const auto argv = downloader(url, file);
+    const auto argv = downloader(url, file, limit);
     return !argv.empty() && most > 0 &&
            startJob(argv, {.limit = limit, .maxFile = most, .name = "firmware download"},
                     std::move(done)) != 0;
@@ -120,7 +116,7 @@ bool download(const std::string& url, const std::string& file, uint64_t most, se
 void imageFetched(int status) {
     const auto manifest = parseManifest(readManifest(manifestPath()));
     if (status != 0 || !manifest) return fail("the image can't be fetched");
-    if (!installImage(imagePath(), *manifest, [](bool) { finish(); })) fail("not installed");
+    if (!installImage({imagePath(), *manifest, {}, [](bool) { finish(); }})) fail("not installed");
 }
 
 void manifestFetched(int status);
@@ -133,37 +129,75 @@ bool fetchManifest() {
 
 void manifestFetched(int status) {
     if (status != 0 && fetch.attempts < kMostAttempts && fetchManifest()) return;
-    if (status != 0 || !parseManifest(readManifest(manifestPath())))
-        return fail("there is no usable manifest for it");
+    const auto manifest = parseManifest(readManifest(manifestPath()));
+    if (status != 0 || !manifest) return fail("there is no usable manifest for it");
+    char hostname[128], version[128];
+    (void)getHostname(hostname);
+    (void)getFirmwareVersion(version);
+    if (!isFor(*manifest, hostname)) return fail("it is for other devices");
+    if (manifest->version == version) {
+        PLAT_LOG(2, "firmware: version %s runs already", version);
+        finish();
+        return setFirmwareState(PLATFORM_FW_IDLE);
+    }
     if (!download(fetch.url, imagePath(), mostBytes(fetch.folder), kImageLimit,
                   [](int ended, const std::string&) { imageFetched(ended); }))
         fail("no room, or no program to fetch it");
 }
 
-// The scheme alone is looked at: the program that fetches takes the rest apart.
+// The host in what follows the scheme of a URL, without brackets; empty when it is written in a way
+// that the program that fetches may read as another one.
+std::string hostIn(std::string_view rest) {
+    rest = rest.substr(0, rest.find_first_of("/?#"));
+    if (const size_t at = rest.rfind('@'); at != rest.npos) rest.remove_prefix(at + 1);
+    const bool bracket = rest.starts_with('[');
+    if (bracket) rest.remove_prefix(1);
+    const std::string_view host = rest.substr(0, rest.find_first_of(bracket ? "]%" : ":"));
+    const bool plain = std::all_of(host.begin(), host.end(), [bracket](char c) {
+        return isNameChar(c) || (bracket && c == ':');
+    });
+    return plain ? std::string(host) : "";
+}
+
+// An order must not lead to what only this device itself can reach: "localhost", and addresses of
+// the loopback in whatever way they are written.
+bool isOwnHost(std::string host) {
+    if (host.ends_with('.')) host.pop_back();
+    in_addr v4{};
+    in6_addr v6{};
+    if (::inet_aton(host.c_str(), &v4) != 0)
+        return (ntohl(v4.s_addr) >> 24) == 127 || (ntohl(v4.s_addr) >> 24) == 0;
+    if (::inet_pton(AF_INET6, host.c_str(), &v6) == 1)
+        return IN6_IS_ADDR_LOOPBACK(&v6) || IN6_IS_ADDR_UNSPECIFIED(&v6) ||
+               IN6_IS_ADDR_V4MAPPED(&v6);
+    return ::strcasecmp(host.c_str(), "localhost") == 0;
+}
+
+// The program that fetches takes the rest apart.
 bool isFetchable(std::string_view url) {
     constexpr std::array<std::string_view, 3> kSchemes = {"http://", "https://", "ftp://"};
-    const bool isPlain =
-        std::all_of(url.begin(), url.end(), [](char c) { return c > ' ' && c <= '~'; });
+    const bool isPlain = std::all_of(url.begin(), url.end(),
+                                     [](char c) { return c > ' ' && c <= '~' && c != '\\'; });
     return isPlain && url.size() < PLATFORM_FW_URL_LEN &&
            std::any_of(kSchemes.begin(), kSchemes.end(), [url](std::string_view scheme) {
-               return url.size() > scheme.size() && url.starts_with(scheme);
+               if (!url.starts_with(scheme)) return false;
+               const std::string host = hostIn(url.substr(scheme.size()));
+               return !host.empty() && !isOwnHost(host);
            });
 }
 
 int startFetch(std::string url, const std::string& fileName) {
     if (url.ends_with('/') && isPlainName(fileName)) url += fileName;
     if (!isFetchable(url)) {
-        PLAT_LOG(1, "firmware: no http, https or ftp URL to fetch it from");
+        PLAT_LOG(1, "firmware: no http, https or ftp URL of another device to fetch it from");
         return kFailure;
     }
     if (!fetch.url.empty()) return url == fetch.url ? kOk : kFailure;
-    if (!hasHook("firmware-install")) {
-        PLAT_LOG(1, "firmware: there is no hook firmware-install");
+    if (!hasHook("firmware-install") || !isInstallFree()) {
+        PLAT_LOG(1, "firmware: there is no hook firmware-install, or it is at work");
         return kFailure;
     }
-    const std::string_view given = conf().value("FIRMWARE_DOWNLOAD");
-    std::string folder = std::string(given.empty() ? "/tmp" : given) + "/vm1905_firmware.XXXXXX";
+    std::string folder = downloadFolder() + "/" + kFolderName + "XXXXXX";
     if (::mkdtemp(folder.data()) == nullptr) {
         PLAT_LOG(1, "firmware: can't make %s: %m", folder.c_str());
         return kFailure;
@@ -183,7 +217,29 @@ std::string fieldText(const char (&field)[N]) {
 
 }  // namespace
 
+std::string downloadFolder() {
+    const std::string_view given = conf().value("FIRMWARE_DOWNLOAD");
+    return std::string(given.empty() ? "/tmp" : given);
+}
+
+void sweepFetches() {
+    std::vector<std::string> left;
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(downloadFolder(), error), end;
+         !error && entry != end; entry.increment(error)) {
+        const std::string path = entry->path();
+        struct stat info {};
+        // The folder may be everybody's.
+        if (entry->path().filename().string().starts_with(kFolderName) &&
+            ::lstat(path.c_str(), &info) == 0 && info.st_uid == ::geteuid())
+            left.push_back(path);
+    }
+    if (left.empty() || !isInstallFree()) return;
+    for (const std::string& path : left) std::filesystem::remove_all(path, error);
+}
+
 void dropFetch() {
+    if (isInstalling()) fetch.folder.clear();
     finish();
 }
 
@@ -195,9 +251,11 @@ int FWCtrl(const FwCtrl* ctrl) {
     if (ctrl == nullptr) return kFailure;
     const std::string url = fieldText(ctrl->url);
     const std::string fileName = fieldText(ctrl->fileName);
-    if (hasHook("firmware"))
+    if (hasHook("firmware")) {
+        if ((!fileName.empty() && !isPlainName(fileName)) || url.starts_with('-')) return kFailure;
         return runHook("firmware", {std::to_string(ctrl->fwOption),
                                     std::to_string(ctrl->fwTopoOption), url, fileName});
+    }
     if (ctrl->fwOption == kNoOption && url.empty()) {
         if (firmwareState() == PLATFORM_FW_FAILED) setFirmwareState(PLATFORM_FW_IDLE);
         return kOk;

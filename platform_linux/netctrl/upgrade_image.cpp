@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <fnmatch.h>
 #include <openssl/evp.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <array>
@@ -15,11 +16,10 @@
 namespace plat {
 namespace {
 
-// A version is shown, logged and compared as it is.
+// A version is shown, logged, compared as it is and an argument of a hook.
 bool isVersion(std::string_view text) {
-    return !text.empty() && text.size() < PLATFORM_FW_TEXT_LEN &&
-           std::all_of(text.begin(), text.end(),
-                       [](char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; });
+    return !text.empty() && text.size() < PLATFORM_FW_TEXT_LEN && text[0] != '-' &&
+           std::all_of(text.begin(), text.end(), isNameChar);
 }
 
 std::string lowerDigits(std::string_view text) {
@@ -63,12 +63,11 @@ std::string readManifest(const std::string& path) {
     return text;
 }
 
-bool isPlainName(std::string_view name) {
-    return !name.empty() && name.size() <= 200 && name[0] != '.' && name[0] != '-' &&
-           std::all_of(name.begin(), name.end(), [](char c) {
-               return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') ||
-                      c == '_' || c == '-' || c == '.' || c == '+';
-           });
+std::optional<Stamp> stampOf(const std::string& path) {
+    struct stat info {};
+    if (::lstat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return std::nullopt;
+    return Stamp{info.st_size, static_cast<int64_t>(info.st_ino), info.st_mtim.tv_sec,
+                 info.st_mtim.tv_nsec};
 }
 
 std::optional<Digest> Digest::open(const std::string& path) {

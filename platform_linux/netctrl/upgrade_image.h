@@ -1,6 +1,7 @@
 // A firmware image and the manifest that stands next to it: "X.manifest" tells of the image "X".
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <cstdint>
 #include <memory>
@@ -18,9 +19,9 @@ inline constexpr std::string_view kManifestSuffix = ".manifest";
 inline constexpr size_t kMostManifest = size_t{16} * 1024;
 
 struct Manifest {
-    std::string version;
-    std::string sha256;  // of the image, 64 lower-case digits
-    std::string hosts;   // patterns of the host names that it is for; empty: every one
+    std::string version;  // letters, digits and . _ + -, the first no -
+    std::string sha256;   // of the image, 64 lower-case digits
+    std::string hosts;    // patterns of the host names that it is for; empty: every one
 };
 
 // What a manifest's text says, "KEY = value" lines. None when VERSION or SHA256 is missing or is
@@ -33,8 +34,10 @@ bool isFor(const Manifest& manifest, const char* hostname);
 // The file's text; empty when it cannot be read or is longer than a manifest may be.
 std::string readManifest(const std::string& path);
 
-// Whether the name can stand in a folder and in a URL as it is.
-bool isPlainName(std::string_view name);
+// Size, inode and time of a file: changes when the file does.
+using Stamp = std::array<int64_t, 4>;
+// None when there is no such regular file.
+std::optional<Stamp> stampOf(const std::string& path);
 
 // The SHA-256 of a file, computed a part at a time.
 class Digest {

@@ -1,11 +1,16 @@
 // Installation of a firmware image on this device: verified here, written by the product's hook.
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
 #include <chrono>
 #include <utility>
 
 #include "api.h"
 #include "common/hook.h"
 #include "common/log.h"
-#include "netctrl/upgrade.h"
+#include "netctrl/upgrade_parts.h"
+#include "netctrl/upgrade_rounds.h"
 
 namespace plat {
 namespace {
@@ -14,74 +19,110 @@ using Clock = std::chrono::steady_clock;
 
 constexpr const char* kInstallHook = "firmware-install";
 constexpr std::chrono::minutes kInstallLimit{10};
-// A Registrar that was restarted meanwhile knows of no reboot; idle again, it orders anew.
-constexpr std::chrono::minutes kRebootLimit{15};
+// A Registrar that was restarted meanwhile knows of no reboot; idle again, it orders anew. Until
+// then one that had to wait for others comes back to it.
+constexpr auto kRebootLimit = 2 * UpgradeRounds::kRetry;
 
 struct Install {
-    bool atWork = false;
-    std::string path;
-    Manifest manifest;
-    std::optional<Digest> digest;  // while it is verified
-    std::function<void(bool)> done;
+    Installation order;
+    std::optional<Stamp> stamp;
+    std::optional<Digest> digest;                // while it is verified
+    Fd lock{};                                   // while it is at work
     std::optional<Clock::time_point> installed;  // when, while the reboot is awaited
 };
 Install install;
 
+std::string lockFile() {
+    return downloadFolder() + "/vm1905_firmware.lock";
+}
+
+// Also held by the hook as its standard input, which is empty: so it is known to be at work when
+// the daemon that started it is not any more. Without a descriptor when another one holds it.
+Fd takeLock() {
+    Fd lock(
+        ::open(lockFile().c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
+    if (lock.get() < 0 || ::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) return Fd();
+    return lock;
+}
+
 void finish(bool installed) {
+    (void)::unlink(lockFile().c_str());
     setFirmwareState(installed ? PLATFORM_FW_REBOOT : PLATFORM_FW_FAILED);
-    const auto done = std::exchange(install, {}).done;
+    const auto done = std::exchange(install, {}).order.done;
     if (installed) install.installed = Clock::now();
     if (done) done(installed);
 }
 
 void startInstallHook() {
-    PLAT_LOG(3, "firmware: version %s is verified, install it", install.manifest.version.c_str());
+    const Installation& order = install.order;
+    PLAT_LOG(3, "firmware: version %s is verified, install it", order.manifest.version.c_str());
+    if (order.begin && !order.begin()) return finish(false);
     const JobId job =
-        startHook(kInstallHook, {install.path, install.manifest.version}, kInstallLimit,
+        startHook(kInstallHook, {order.path, order.manifest.version},
+                  {.limit = kInstallLimit, .outlives = true, .in = install.lock.get()},
                   [](int status, const std::string&) { finish(status == 0); });
     if (job == 0) finish(false);
 }
 
+void verified(const std::string& digest) {
+    const Installation& order = install.order;
+    install.digest.reset();
+    // The hook opens the path anew, which must still lead to what was read.
+    if (digest == order.manifest.sha256 && install.stamp == stampOf(order.path))
+        return startInstallHook();
+    PLAT_LOG(1, "firmware: %s does not match its manifest and is not installed",
+             order.path.c_str());
+    finish(false);
+}
+
 }  // namespace
 
-bool installImage(const std::string& path, const Manifest& manifest,
-                  std::function<void(bool installed)> done) {
-    if (install.atWork || !hasHook(kInstallHook)) {
-        PLAT_LOG(1, "firmware: %s",
-                 install.atWork ? "another image is being installed"
-                                : "there is no hook firmware-install");
+bool installImage(Installation order) {
+    if (!hasHook(kInstallHook)) {
+        PLAT_LOG(1, "firmware: there is no hook firmware-install");
         return false;
     }
-    install = {true, path, manifest, Digest::open(path), std::move(done), {}};
-    if (!install.digest) {
-        PLAT_LOG(1, "firmware: can't read %s", path.c_str());
-        install = {};
+    Fd lock = takeLock();
+    if (lock.get() < 0) {
+        PLAT_LOG(1, "firmware: another image is being installed, or %s can't be made",
+                 lockFile().c_str());
         return false;
     }
+    const auto stamp = stampOf(order.path);
+    auto digest = stamp ? Digest::open(order.path) : std::nullopt;
+    if (!digest) {
+        PLAT_LOG(1, "firmware: can't read %s", order.path.c_str());
+        (void)::unlink(lockFile().c_str());
+        return false;
+    }
+    install = {std::move(order), stamp, std::move(digest), std::move(lock), {}};
     setFirmwareState(PLATFORM_FW_UPGRADE);
     return true;
 }
 
-void workOnInstall() {
+bool isInstallFree() {
+    const Fd lock = takeLock();
+    if (lock.get() >= 0) (void)::unlink(lockFile().c_str());
+    return lock.get() >= 0;
+}
+
+bool isInstalling() {
+    return install.lock.get() >= 0 && !install.digest;
+}
+
+bool workOnInstall() {
     if (install.installed && firmwareState() != PLATFORM_FW_REBOOT) install.installed.reset();
     if (install.installed && Clock::now() - *install.installed > kRebootLimit) {
         install.installed.reset();
         setFirmwareState(PLATFORM_FW_IDLE);
     }
-    if (!install.digest) return;
-    const auto digest = install.digest->step();
-    if (!digest) return;
-    install.digest.reset();
-    if (*digest == install.manifest.sha256) {
-        startInstallHook();
-    } else {
-        PLAT_LOG(1, "firmware: %s does not match its manifest and is not installed",
-                 install.path.c_str());
-        finish(false);
-    }
+    if (!install.digest) return false;
+    if (const auto digest = install.digest->step()) verified(*digest);
+    return true;
 }
 
 void dropInstall() {
+    if (!isInstalling() && install.lock.get() >= 0) (void)::unlink(lockFile().c_str());
     install = {};
 }
 

@@ -13,10 +13,10 @@ constexpr seconds kOrderPeriod{10};
 // its silence may mean that a device has failed and waits for the next.
 constexpr seconds kQuiet{31};
 constexpr seconds kMostOrdering{300};
-// Enough for a device that reports for the daemon's 240 seconds that it is at work, and a reboot.
-constexpr seconds kMostRebooting{600};
-constexpr minutes kPause{1};   // when nobody needed an order
-constexpr minutes kRetry{60};  // until what did not follow, or has joined, is ordered again
+// The daemon does not tell whether any device is still at work, so this is enough for the slowest:
+// 4 minutes to fetch, what verifying takes, 10 to install, and a reboot.
+constexpr seconds kMostRebooting{1200};
+constexpr minutes kPause{1};  // when nobody needed an order
 // A device that says it has installed the image and comes back with its old one must not be
 // rebooted for ever.
 constexpr int kMostRounds = 3;
@@ -42,7 +42,8 @@ bool UpgradeRounds::order(Time now) {
     }
     const bool quiet = now - lastOrder_ >= kQuiet;
     if (!quiet && now - since_ < kMostOrdering) return false;
-    if (ordered_) {
+    // After a round that did not end well some may only wait for their reboot.
+    if (ordered_ || isRetry_) {
         PLAT_LOG(3, "firmware: all devices are ordered");
         enter(Phase::kRebooting, now);
         return false;
@@ -56,16 +57,19 @@ bool UpgradeRounds::reboot(Time now) {
     if (!done && now - since_ < kMostRebooting) return false;
     if (done) PLAT_LOG(3, "firmware: all devices have been rebooted");
     if (!done) PLAT_LOG(1, "firmware: some devices did not follow in time");
-    if (++rounds_ == kMostRounds)
-        PLAT_LOG(1, "firmware: no more orders until it is announced anew");
+    const bool last = ++rounds_ == kMostRounds;
+    if (last) PLAT_LOG(1, "firmware: no more orders until it is announced anew");
+    isRetry_ = !done;
     enter(Phase::kResting, now);
-    return done;
+    return done || last;
 }
 
 bool UpgradeRounds::advance(Time now) {
     switch (phase_) {
         case Phase::kStarting:
-            (void)removeallFWupgradelist();
+            // The devices that stand ready since the last round are rebooted in this one only while
+            // they are listed.
+            if (!isRetry_) (void)removeallFWupgradelist();
             ordered_ = false;
             lastCall_ = {};
             lastOrder_ = now;
@@ -76,7 +80,7 @@ bool UpgradeRounds::advance(Time now) {
         case Phase::kRebooting:
             return reboot(now);
         case Phase::kResting:
-            if (rounds_ < kMostRounds && now - since_ >= (ordered_ ? kRetry : kPause))
+            if (rounds_ < kMostRounds && now - since_ >= (ordered_ || isRetry_ ? kRetry : kPause))
                 phase_ = Phase::kStarting;
             return false;
     }

@@ -10,11 +10,14 @@ class UpgradeRounds {
   public:
     using Time = std::chrono::steady_clock::time_point;
 
+    // Until what did not follow, or has joined, is ordered again.
+    static constexpr std::chrono::minutes kRetry{60};
+
     // Begins anew: what is announced has changed.
     void restart() { *this = {}; }
 
-    // To be called every few seconds. True when a round has ended well, so that this device itself
-    // is the next; after that, and after a round that did not end well, it rests.
+    // To be called every few seconds. True when this device itself is the next, as a round has
+    // ended well or the last one has ended; after each round it rests.
     bool advance(Time now);
 
     // Whether devices have been ordered in the round that is under way.
@@ -31,7 +34,8 @@ class UpgradeRounds {
     Time lastCall_{};   // of the first phase of the daemon
     Time lastOrder_{};  // or begin of the round
     bool ordered_ = false;
-    int rounds_ = 0;  // in which there was anything to order
+    bool isRetry_ = false;  // the round before did not end well
+    int rounds_ = 0;        // in which there was anything to order
 };
 
 }  // namespace plat

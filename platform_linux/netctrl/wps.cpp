@@ -7,11 +7,10 @@
 #include <optional>
 
 #include "common/conf.h"
-#include "common/job.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "netctrl/lifecycle.h"
 #include "netctrl/notices.h"
-#include "netctrl/upgrade.h"
 
 namespace plat {
 namespace {
@@ -163,11 +162,9 @@ int setAPautoconfigFlag(const uint8_t* alMac, uint8_t band) {
     return kFailure;
 }
 
-// Once a second: there are hooks to collect and images to verify, and no renew of ours is ever
-// repeated.
+// No renew of ours is ever repeated: what the schedule gives us here is the second.
 int reSendRenewbySynclist(void) {
-    collectJobs();
-    workOnUpgrade();
+    tickSecond();
     return kOk;
 }
 

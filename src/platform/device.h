@@ -95,8 +95,8 @@ int getNewFWVersionByPlatform(const char* ownHostname, const char* hostname,
 int getDownloanURL(const char* ownHostname, const char* hostname, char url[PLATFORM_FW_URL_LEN],
                    char fileName[PLATFORM_FW_FILE_NAME_LEN]);
 
-/* Called every 20 seconds: looks whether a firmware file has been left where this device takes one
- * up, and takes it up. 0 when there was one, 16 when there is none. */
+/* Called every 20 seconds. 0 when a firmware file that was left on this device has been taken up
+ * since the last call, else 16. The library may look for one in here or at a time of its own. */
 int checkLocalFW(void);
 
 /* Starts (1) or stops (0) the FTP service from which the devices fetch their firmware. */

@@ -1,5 +1,6 @@
 // Firmware that was left on the device itself.
 #pragma once
 
-// Lets the platform look for a firmware file and take it up. kOk when there was one, else kFailure.
+// Asks the platform whether it has taken up a firmware file since the last call. kOk when it has,
+// else kFailure.
 int checkLocalFWExist();

@@ -127,14 +127,14 @@ TEST(Hooks, ThatTakeLongAreLeftAtWork) {
     const int fds = openFds();
     const std::string slow = "until [ -e \"$0.go\" ]; do sleep 0.02; done; ";
     folder.hook("led", slow + "echo blue; echo 7");
+    folder.hook("wifi-country-code", slow + "exit 3");
+    folder.hook("ap-steering", "sleep 1000 & echo $! >\"$0.pid\"; sleep 1000");
+    folder.hook("system", slow + "head -c 1000000 /dev/zero | tr '\\0' v");
     EXPECT_EQ(prompt([] { return setLEDvalue(1); }), 0);
     testing::internal::CaptureStdout();
     EXPECT_EQ(prompt([] { return setLEDvalue(2); }), 16) << "one at a time";
-    folder.hook("wifi-country-code", slow + "exit 3");
     EXPECT_EQ(prompt([] { return setWIFICountryCode("DE"); }), 0);
-    folder.hook("ap-steering", "sleep 1000 & echo $! >\"$0.pid\"; sleep 1000");
     EXPECT_EQ(prompt([] { return setAPSteering(1); }), 0);
-    folder.hook("system", slow + "head -c 1000000 /dev/zero | tr '\\0' v");
     std::string output;
     EXPECT_EQ(prompt([&] { return plat::askHook("system", {}, &output); }), 16);
 
@@ -158,6 +158,17 @@ TEST(Hooks, ThatTakeLongAreLeftAtWork) {
     EXPECT_EQ(openFds(), fds);
 }
 
+TEST(Hooks, AreWaitedForNoLongerAllTogetherThanOne) {
+    const ScratchFolder folder;
+    const char* const names[] = {"one", "two", "three", "four", "five", "six"};
+    for (const char* name : names) folder.hook(name, "sleep 0.05");
+    const auto start = steady_clock::now();
+    for (const char* name : names) EXPECT_EQ(plat::runHook(name), 0);
+    // With room for starting them: one by one they would take 300 ms.
+    EXPECT_LT(steady_clock::now() - start, 2 * kMostBlocking);
+    EXPECT_TRUE(collected());
+}
+
 TEST(Hooks, AnswerAQuestionWithWhatWasLastKnown) {
     const ScratchFolder folder;
     folder.hook("ask", "read answer <\"$0.answer\"; echo \"$answer $1\"");
@@ -169,7 +180,9 @@ TEST(Hooks, AnswerAQuestionWithWhatWasLastKnown) {
     EXPECT_EQ(ask("a"), 0);
     EXPECT_EQ(output, "old a\n");
     folder.write("ask.answer", "new\n");
-    folder.hook("ask", "sleep 0.2; read answer <\"$0.answer\"; echo \"$answer $1\"; exit 1");
+    folder.write("ask",
+                 "#!/bin/sh\nsleep 0.2; read answer <\"$0.answer\"; echo \"$answer $1\"; exit 1\n",
+                 0755);
     EXPECT_EQ(ask("a"), 0);
     EXPECT_EQ(output, "old a\n");
     EXPECT_EQ(ask("b"), 16) << "no answer to that yet";
@@ -201,7 +214,7 @@ TEST(Jobs, AreFewAndEndWithTheLibrary) {
 
     // Whoever is told of an end may start the same again.
     folder.hook("again", "echo x >>\"$0.runs\"");
-    EXPECT_NE(plat::startHook("again", {}, seconds(2),
+    EXPECT_NE(plat::startHook("again", {}, {.limit = seconds(2)},
                               [](int, const std::string&) { (void)plat::runHook("again"); }),
               0u);
     EXPECT_TRUE(collected());

@@ -17,6 +17,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "common/hook.h"
 #include "platform/exports.h"
 
 uint8_t DEBUGLEVEL = 2;
@@ -70,6 +71,8 @@ std::string ScratchFolder::read(const std::string& name) const {
 void ScratchFolder::hook(const std::string& name, const std::string& body) const {
     write(name, "#!/bin/sh\n" + body + "\n", 0755);
     ::setenv("VM1905_HOOKS", path_.c_str(), 1);
+    // As after a pause: it is waited for as long as any.
+    plat::forgetHooks();
 }
 
 void ScratchFolder::platformConf(const std::string& text) const {

@@ -2,6 +2,7 @@
 #include "netctrl/upgrade_image.h"
 
 #include <poll.h>
+#include <sys/wait.h>
 
 #include <filesystem>
 
@@ -42,11 +43,11 @@ int rebootSystem(void) {
 
 TEST(Manifest, IsTakenOnlyWithAVersionAndADigest) {
     const std::string digest(64, 'a');
-    const std::string version = "VERSION = 2.0 beta\r\n";
+    const std::string version = "VERSION = 2.0_b-1\r\n";
     const auto good = plat::parseManifest("# new\nSHA256=" + std::string(64, 'A') +
                                           "\nwhat is this\n" + version + "HOSTS = attic* cellar");
     ASSERT_TRUE(good);
-    EXPECT_EQ(good->version, "2.0 beta");
+    EXPECT_EQ(good->version, "2.0_b-1");
     EXPECT_EQ(good->sha256, digest);
     EXPECT_TRUE(isFor(*good, "attic-2") && isFor(*good, "cellar") && !isFor(*good, "porch"));
     EXPECT_TRUE(plat::isFor({"2", digest, ""}, "porch"));
@@ -54,8 +55,8 @@ TEST(Manifest, IsTakenOnlyWithAVersionAndADigest) {
     for (const std::string& bad :
          {std::string(), version, "SHA256 = " + digest, version + "SHA256 = " + digest + "0",
           version + "SHA256 = " + digest.substr(2), version + "SHA256 = " + digest.substr(1) + "g",
-          "VERSION = \nSHA256 = " + digest, "VERSION = a\"b\nSHA256 = " + digest,
-          "VERSION = a\x1b[1m\nSHA256 = " + digest,
+          "VERSION = \nSHA256 = " + digest, "VERSION = 2.0 b\nSHA256 = " + digest,
+          "VERSION = -2\nSHA256 = " + digest, "VERSION = a\x1b[1m\nSHA256 = " + digest,
           "VERSION = " + std::string(128, '9') + "\nSHA256 = " + digest, std::string(5, '\0'),
           std::string("<html>moved</html>")})
         EXPECT_FALSE(plat::parseManifest(bad)) << bad;
@@ -94,16 +95,29 @@ TEST(UpgradeRounds, OrderUntilNobodyNeedsItThenRebootThenThisDevice) {
     EXPECT_EQ(go(5), "r!");
     EXPECT_FALSE(rounds.isServing());
     EXPECT_EQ(go(3500), "");
+    phaseOne = 16;
+    EXPECT_EQ(go(110), "fv1");
+
+    // A round later those are rebooted that had to wait for others.
+    rounds.restart();
+    phaseOne = 0;
+    phaseTwo = 16;
+    EXPECT_TRUE(go(1510).ends_with("rrr"));
+    phaseOne = 16;
+    phaseTwo = 0;
+    EXPECT_EQ(go(3700), "v1v4v4v4v4r!");
 
     // Devices that never come to an end neither hold up the others for ever nor are ordered for
-    // ever; and this device stays as it is.
+    // ever. They stay listed, so that those that wait for them are rebooted by a later round; and
+    // this device follows after the last one.
     rounds.restart();
     phaseOne = 0;
     phaseTwo = 16;
     const std::string days = go(3 * 86400);
-    EXPECT_EQ(std::count(days.begin(), days.end(), 'f'), 3);
-    EXPECT_EQ(std::count(days.begin(), days.end(), '!'), 0);
-    EXPECT_EQ(std::count(days.begin(), days.end(), 'r'), 3 * 120);
+    EXPECT_EQ(std::count(days.begin(), days.end(), 'f'), 1);
+    EXPECT_EQ(std::count(days.begin(), days.end(), '1'), 3);
+    EXPECT_EQ(std::count(days.begin(), days.end(), 'r'), 3 * 240);
+    EXPECT_EQ(days.find('!'), days.size() - 1);
 }
 
 namespace {
@@ -117,16 +131,18 @@ class Upgraded {
         ip("link set lo up");
         ip("link set v0 up");
         ip("link set v1 up");
-        folder.platformConf("FIRMWARE_FOLDER = " + folder.path() + "\nFIRMWARE_DOWNLOAD = " +
-                            folder.path("downloads") + "\nINCLUDE = v0\n");
+        folder.platformConf("FIRMWARE_FOLDER = " + folder.path() +
+                            "\nFIRMWARE_DOWNLOAD = " + folder.path("downloads") +
+                            "\nINCLUDE = v0\nHOSTNAME = attic\nFIRMWARE_VERSION = 1.0\n");
         std::filesystem::create_directory(folder.path("downloads"));
         folder.hook("firmware-install", "cat \"$1\" >\"$0.got\"; echo \" $2\" >>\"$0.got\"");
         told = std::make_unique<Told>();
     }
     // Announces an image, whatever its digest.
-    void announce(const std::string& image, const std::string& digest) {
+    void announce(const std::string& image, const std::string& digest,
+                  const std::string& rest = "VERSION = 2.0\nHOSTS = attic\n") {
         folder.write("fw.bin", image);
-        folder.write("fw.bin.manifest", "VERSION = 2.0\nSHA256 = " + digest + "\nHOSTS = attic\n");
+        folder.write("fw.bin.manifest", rest + "SHA256 = " + digest + "\n");
     }
     bool becomes(const std::function<bool()>& condition) {
         for (int i = 0; i < 500 && !condition(); ++i) {
@@ -136,8 +152,16 @@ class Upgraded {
         }
         return condition();
     }
+    // Not before the announcement is taken up, which ends the server of an earlier one.
+    void serve() {
+        (void)told->next();
+        ASSERT_EQ(set_vsftpd_StartStop(1), 0);
+        plat::collectJobs();
+        ::poll(nullptr, 0, 300);
+    }
     // The state in which an order for the image ends.
     uint32_t fetched(const std::string& url) {
+        serve();
         FwCtrl order{6, 1, {}, {}};
         plat::copyText(order.url, sizeof order.url, url);
         EXPECT_EQ(FWCtrl(&order), 0);
@@ -182,8 +206,6 @@ TEST(Upgrade, AnImageIsInstalledOnlyAsItWasAnnounced) {
         ASSERT_EQ(getDownloanURL("", "attic", url, file), 0);
         EXPECT_STREQ(url, "http://192.0.2.1:8905/fw.bin");
         EXPECT_STREQ(file, "fw.bin");
-        ASSERT_EQ(set_vsftpd_StartStop(1), 0);
-        ::poll(nullptr, 0, 300);
 
         EXPECT_EQ(device.fetched(url), uint32_t{PLATFORM_FW_REBOOT});
         EXPECT_EQ(device.folder.read("firmware-install.got"), "the new firmware 2.0\n");
@@ -201,12 +223,64 @@ TEST(Upgrade, AnImageIsInstalledOnlyAsItWasAnnounced) {
         EXPECT_EQ(FWCtrl(&forget), 0);
         EXPECT_EQ(Upgraded::state(), uint32_t{PLATFORM_FW_IDLE});
 
+        // For another device, and what runs already.
+        device.announce(kImage, kDigest, "VERSION = 2.0\nHOSTS = porch\n");
+        EXPECT_EQ(device.fetched(url), uint32_t{PLATFORM_FW_FAILED});
+        device.announce(kImage, kDigest, "VERSION = 1.0\n");
+        EXPECT_EQ(device.fetched(url), uint32_t{PLATFORM_FW_IDLE});
+        EXPECT_EQ(device.folder.read("firmware-install.got"), "the new firmware 2.0\n");
+
         // An installation that fails.
         device.announce(kImage, kDigest);
         device.folder.hook("firmware-install", "exit 1");
         EXPECT_EQ(device.fetched(url), uint32_t{PLATFORM_FW_FAILED});
         EXPECT_EQ(set_vsftpd_StartStop(0), 0);
     });
+}
+
+TEST(Upgrade, AnInstallationOutlivesTheDaemon) {
+    inOwnNetwork([] {
+        Upgraded device;
+        device.folder.hook("firmware-install",
+                           "echo; until [ -e \"$0.go\" ]; do sleep 0.02; done; echo; "
+                           "cat \"$1\" >\"$0.got\"");
+        device.announce(kImage, kDigest);
+        device.serve();
+        FwCtrl order{6, 1, "http://192.0.2.1:8905/fw.bin", {}};
+        ASSERT_EQ(FWCtrl(&order), 0);
+        ASSERT_TRUE(device.becomes([] { return plat::isJobAtWork("hook firmware-install"); }));
+        device.told.reset();
+        ASSERT_EQ(initNetCtrl(), 0);
+        EXPECT_EQ(FWCtrl(&order), 16) << "it is at work";
+        device.folder.write("firmware-install.go", "");
+        EXPECT_GT(::wait(nullptr), 0);
+        EXPECT_EQ(device.folder.read("firmware-install.got"), kImage);
+        EXPECT_FALSE(std::filesystem::is_empty(device.folder.path("downloads")));
+        ASSERT_EQ(initNetCtrl(), 0);
+        EXPECT_TRUE(std::filesystem::is_empty(device.folder.path("downloads")));
+    });
+}
+
+TEST(Upgrade, TheServerBecomesWhatWasWantedLast) {
+    const ScratchFolder folder;
+    folder.hook("ftp-server", "until [ -e \"$0.go\" ]; do sleep 0.02; done; echo $1 >>\"$0.got\"");
+    const auto becomes = [&folder](const std::string& told) {
+        for (int i = 0; i < 200 && folder.read("ftp-server.got") != told; ++i) {
+            plat::collectJobs();
+            ::poll(nullptr, 0, 20);
+        }
+        return folder.read("ftp-server.got");
+    };
+    EXPECT_EQ(set_vsftpd_StartStop(1), 0);
+    EXPECT_EQ(set_vsftpd_StartStop(0), 0);
+    folder.write("ftp-server.go", "");
+    EXPECT_EQ(becomes("1\n0\n"), "1\n0\n");
+    // At the end of the library a start that is at work is followed by the stop as well.
+    while (plat::isJobAtWork("hook ftp-server")) plat::collectJobs();
+    EXPECT_EQ(set_vsftpd_StartStop(1), 0);
+    EXPECT_EQ(destroyNetCtrl(), 0);
+    EXPECT_EQ(becomes("1\n0\n1\n0\n"), "1\n0\n1\n0\n");
+    EXPECT_GT(::wait(nullptr), 0);
 }
 
 TEST(Jobs, WriteNoMoreThanTheyMay) {
@@ -226,12 +300,22 @@ TEST(Upgrade, OrdersThatCannotBeCarriedOutAreRefused) {
     folder.hook("firmware-install", "exit 0");
     FwCtrl order{6, 1, {}, {}};
     for (const char* url : {"", "file:///etc/shadow", "http://", "-o/etc/passwd", "HTTP://h/x y",
-                            "http://h/a\nb", "gopher://h/x", "/etc/shadow"}) {
+                            "http://h/a\nb", "gopher://h/x", "/etc/shadow", "http://127.0.0.1/x",
+                            "ftp://LOCALHOST:80/x", "http://[::1]:80/x", "http://a@0x7f.1/x",
+                            "http://[::ffff:127.0.0.1]/x", "http://%31%32%37.0.0.1/x"}) {
         plat::copyText(order.url, sizeof order.url, url);
         EXPECT_EQ(FWCtrl(&order), 16) << url;
     }
     order.fwOption = 5;
     EXPECT_EQ(FWCtrl(&order), 16);
+    // Of a name that comes from the network a hook may make a path or an argument.
     folder.hook("firmware", "[ \"$1\" = 5 ]");
+    folder.hook("log-file-fetch", "exit 0");
     EXPECT_EQ(FWCtrl(&order), 0);
+    for (const char* name : {"../../x", "-o", "a/b", ".ssh"}) {
+        plat::copyText(order.fileName, sizeof order.fileName, name);
+        EXPECT_EQ(FWCtrl(&order), 16) << name;
+        EXPECT_EQ(DownloadLogFile(name, "ftp://h/x"), 16) << name;
+    }
+    EXPECT_EQ(DownloadLogFile("vm1905.log", "ftp://h/x"), 0);
 }

@@ -1,0 +1,122 @@
+// Where the devices find the announced images: a server of ours, another machine's or the
+// product's.
+#include <unistd.h>
+
+#include <chrono>
+#include <string>
+
+#include "api.h"
+#include "common/command.h"
+#include "common/conf.h"
+#include "common/hook.h"
+#include "common/job.h"
+#include "common/log.h"
+#include "netctrl/upgrade_parts.h"
+
+namespace plat {
+namespace {
+
+constexpr const char* kHook = "ftp-server";
+constexpr const char* kPort = "8905";
+// A server that a crash of the daemon has left behind ends by itself.
+constexpr std::chrono::hours kServerLife{1};
+constexpr std::chrono::milliseconds kEndWait{500};
+
+struct Server {
+    bool wanted = false;
+    bool killed = false;      // the one that is at work
+    JobId job = 0;            // the server, or the hook that starts or stops it
+    bool complained = false;  // of what is missing
+};
+Server server;
+
+std::string ownAddress() {
+    char address[32] = {};
+    return getDeviceIP(address) == kOk ? address : "";
+}
+
+// What is missing for a server of ours; nullptr when nothing is.
+const char* obstacle() {
+    if (findProgram("busybox").empty()) return "there is no busybox";
+    if (ownAddress().empty()) return "there is no IPv4 address";
+    // It would run what lies there, at the wish of whoever asks.
+    if (::access((firmwareFolder() + "/cgi-bin").c_str(), F_OK) == 0)
+        return "there is a cgi-bin in FIRMWARE_FOLDER";
+    return nullptr;
+}
+
+int startServer();
+
+void serverEnded(int status) {
+    if (!server.wanted) return;
+    if (server.killed)
+        (void)startServer();
+    else
+        PLAT_LOG(1, "firmware: the server has ended: %d", status);
+}
+
+int startServer() {
+    if (isJobAtWork(server.job)) return kOk;  // if it was killed, its end starts another
+    if (obstacle() != nullptr) return kFailure;
+    const auto life = std::chrono::seconds(kServerLife);
+    const std::string busybox = findProgram("busybox");
+    server.killed = false;
+    // An empty file of settings, since without one the product's would apply.
+    server.job =
+        startJob({busybox, "timeout", std::to_string(life.count()), busybox, "httpd", "-f", "-c",
+                  "/dev/null", "-p", ownAddress() + ":" + kPort, "-h", firmwareFolder()},
+                 {.limit = life, .name = "firmware server"},
+                 [](int status, const std::string&) { serverEnded(status); });
+    return server.job != 0 ? kOk : kFailure;
+}
+
+// A call while it is at work counts: its end looks at what is wanted by then.
+int runServerHook() {
+    if (isJobAtWork(server.job)) return kOk;
+    const bool start = server.wanted;
+    server.job = startHook(kHook, {start ? "1" : "0"}, {.limit = kHookLimit, .outlives = true},
+                           [start](int, const std::string&) {
+                               if (server.wanted != start) (void)runServerHook();
+                           });
+    return server.job != 0 ? kOk : kFailure;
+}
+
+}  // namespace
+
+std::string firmwareUrl() {
+    std::string url(conf().value("FIRMWARE_URL"));
+    if (url.empty()) {
+        const char* missing = obstacle();
+        if (hasHook(kHook) && !ownAddress().empty()) missing = nullptr;
+        if (missing != nullptr && !server.complained)
+            PLAT_LOG(1, "firmware: %s; see FIRMWARE_URL and the hook ftp-server", missing);
+        server.complained = missing != nullptr;
+        if (missing != nullptr) return {};
+        url = "http://" + ownAddress() + ":" + kPort;
+    }
+    return url.ends_with('/') ? url : url + "/";
+}
+
+void stopServer() {
+    if (server.wanted) (void)set_vsftpd_StartStop(0);
+}
+
+void endServer() {
+    stopServer();
+    (void)waitJob(server.job, kEndWait);
+    server = {};
+}
+
+}  // namespace plat
+
+using namespace plat;
+
+int set_vsftpd_StartStop(int32_t start) {
+    server.wanted = start == 1;
+    if (hasHook(kHook)) return runServerHook();
+    if (!conf().value("FIRMWARE_URL").empty()) return kOk;  // somebody else serves
+    if (server.wanted) return startServer();
+    server.killed = true;
+    killJob(server.job);
+    return kOk;
+}
