@@ -171,6 +171,25 @@ const Interface* Device::intf(const Mac& mac) const {
     return found == interfaces.end() ? nullptr : &*found;
 }
 
+void Mesh::addStrangers() {
+    std::vector<Mac> strangers;
+    for (const Device& device : devices) {
+        for (const Heard& heard : device.heard) {
+            const bool isNew = std::ranges::find(strangers, heard.mac) == strangers.end();
+            if (heard.isDevice && isNew && find(heard.mac) == nullptr) {
+                strangers.push_back(heard.mac);
+            }
+        }
+    }
+    for (const Mac& mac : strangers) {
+        if (devices.size() >= kMaxPlaces) return;
+        Device device;
+        device.alMac = mac;
+        device.isStranger = true;
+        devices.push_back(std::move(device));
+    }
+}
+
 const Device* Mesh::find(const Mac& alMac) const {
     const auto found = std::ranges::find(devices, alMac, &Device::alMac);
     return found == devices.end() ? nullptr : &*found;
@@ -265,5 +284,16 @@ Mesh readMesh(vm1905_client* client, const DataModel& model, const std::string& 
         readNeighbors(client, device);
     }
     readOwnLinks(client, mesh);
+    // A bridge learns the ports of devices as it does those of hosts.
+    for (Device& device : mesh.devices) {
+        for (Heard& heard : device.heard) {
+            const auto owner = heard.isDevice ? std::nullopt : mesh.ownerOf(heard.mac);
+            if (!owner) continue;
+            heard.isDevice = true;
+            heard.intf = heard.mac;
+            heard.mac = *owner;
+        }
+        std::erase_if(device.heard, [&](const Heard& heard) { return heard.mac == device.alMac; });
+    }
     return mesh;
 }

@@ -9,6 +9,8 @@
 #include "mac.h"
 #include "vm1905_client.h"
 
+inline constexpr size_t kMaxPlaces = 1024;  // devices of a mesh, far above any real one
+
 struct Interface {
     Mac mac;
     std::string name;   // empty: nobody told it
@@ -35,7 +37,8 @@ struct Heard {
 struct Device {
     Mac alMac;
     bool isOwn = false;
-    std::string name;  // empty: nobody told it
+    bool isStranger = false;  // only others tell that there is such a device
+    std::string name;         // empty: nobody told it
     const ModelDevice* model = nullptr;
     std::vector<Interface> interfaces;
     std::vector<Heard> heard;
@@ -51,6 +54,9 @@ struct Mesh {
     std::vector<Device> devices;  // this one first
 
     const Device* find(const Mac& alMac) const;
+    // Adds the devices that others hear and this daemon does not, as records of their own,
+    // as long as there are no more than kMaxPlaces.
+    void addStrangers();
     // The AL MAC of the device that has this interface; nothing when none is known to.
     std::optional<Mac> ownerOf(const Mac& intf) const;
 };

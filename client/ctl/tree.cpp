@@ -7,8 +7,7 @@
 
 namespace {
 
-constexpr size_t kMaxDevices = 256;  // what the channel can number, and this one
-using Set = std::bitset<kMaxDevices>;
+using Set = std::bitset<kMaxPlaces>;
 
 struct Port {
     Mac mac;
@@ -39,21 +38,20 @@ class Network {
     bool isHeard(size_t a, size_t b) const { return heard_[a].test(b) || heard_[b].test(a); }
 
     // The direct link between two devices. A bridged ring may blur a pair of ports, so one without
-    // anybody in between is enough.
+    // anybody in between is enough; of several the one on which fewest others are heard.
     Link directLink(size_t a, size_t b) const {
-        if (!isHeard(a, b)) return {};
+        Link best;
+        size_t fewest = SIZE_MAX;
+        if (!isHeard(a, b)) return best;
         for (const Port& left : portsTo(a, b)) {
             for (const Port& right : portsTo(b, a)) {
-                Set between = left.heard & right.heard;
-                between.reset(a).reset(b);
-                bool isFree = true;
-                for (size_t y = 0; y < ports_.size() && isFree; y++) {
-                    isFree = !between.test(y) || !separates(y, a, b);
-                }
-                if (isFree) return {true, left.mac, right.mac};
+                const size_t count = left.heard.count() + right.heard.count();
+                if (count >= fewest || isAnybodyBetween(a, left, b, right)) continue;
+                fewest = count;
+                best = {true, left.mac, right.mac};
             }
         }
-        return {};
+        return best;
     }
 
     // Whether a host that these devices hear hangs on the port of one of them itself.
@@ -89,6 +87,15 @@ class Network {
         // A device that tells nothing of this link may hear anybody on it.
         if (found.empty()) found.push_back({{}, false, Set().set()});
         return found;
+    }
+
+    bool isAnybodyBetween(size_t a, const Port& left, size_t b, const Port& right) const {
+        Set both = left.heard & right.heard;
+        both.reset(a).reset(b);
+        for (size_t y = 0; y < ports_.size(); y++) {
+            if (both.test(y) && separates(y, a, b)) return true;
+        }
+        return false;
     }
 
     // Whether y, that both hear, is between them: it hears them on different ports, or both as

@@ -61,6 +61,7 @@ Json note(const Row& row) {
     const auto add = [&](const std::string& text) { out += (out.empty() ? "" : "; ") + text; };
     if (row.place.device->isOwn && !row.place.isHost) add("this device");
     if (row.place.isHost) add("host");
+    if (row.place.device->isStranger) add("not heard by this device");
     if (row.parent == nullptr && row.place.depth > 0) add("nobody tells where");
     if (row.parent != nullptr && !row.place.isCertain) add("somewhere behind it");
     for (const Device* device : row.place.alsoLinked) add("also linked to " + device->called());
@@ -129,7 +130,8 @@ constexpr Column<Row> kRows[] = {
 
 Report showTopology(Session& session, const std::string& root, bool withHosts) {
     const Mac top = root.empty() ? Mac{} : session.device(root);
-    const Mesh mesh = session.mesh();
+    Mesh mesh = session.mesh();
+    mesh.addStrangers();
     const Device* const device = root.empty() ? &mesh.devices.front() : mesh.find(top);
     if (device == nullptr) check(VM1905_NO_DEVICE, top.text());
     const std::vector<Place> places = placeMesh(mesh, *device, withHosts);

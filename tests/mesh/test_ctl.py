@@ -83,7 +83,8 @@ def test_records_are_those_of_the_lab(lab):
         ("dev3", al_mac(3), "Enrollee")]
     assert [(i["name"], i["mac"], i["power"]) for i in show(lab, "interfaces")["interfaces"]] == [
         ("eth0", port_mac(1, 0), "on")]
-    links = {(link["device"], link["port"], link["neighbor"]) for link in show(lab, "links")["links"]}
+    links = {(link["device"], link["port"], link["neighbor"])
+             for link in show(lab, "links")["links"]}
     assert {("dev1", "eth0", "dev2"), ("dev2", "eth1", "dev3"), ("dev3", "eth0", "dev2")} <= links
     assert ("new", "dev2") in {(c["event"], c["neighbor"]) for c in show(lab, "changes")["changes"]}
     device = show(lab, "device", "02-00-00-00-02-FF")
@@ -97,7 +98,8 @@ def test_records_are_those_of_the_lab(lab):
 
 def test_an_order_is_answered_by_the_device(lab):
     assert ctl(lab, "led", "dev2", "7").stdout == "done: led, dev2\n"
-    wait_until(lambda: show(lab, "device", al_mac(2))["led_status"] == "blue", 10, "it tells its LED")
+    wait_until(lambda: show(lab, "device", al_mac(2))["led_status"] == "blue", 10,
+               "it tells its LED")
     failed = ctl(lab, "--json", "led", "DEV2", "9")
     assert failed.returncode == REFUSED and json.loads(failed.stdout)["result"] == 5
     assert "nobody answers" in ctl(lab, "led", "all", "3").stdout
@@ -109,12 +111,13 @@ def test_options_are_set_and_read(lab):
     assert ctl(lab, "get", "allow-power").stdout == "0\n"
     again = ctl(lab, "set", "allow-power", "0")
     assert again.returncode == REFUSED and "code 34" in again.stderr
-    wait_until(lambda: show(lab, "get", "allow-power", "dev1", device="dev2")["allow-power"] == 0, 80,
-               "the others are told")
+    wait_until(lambda: show(lab, "get", "allow-power", "dev1", device="dev2") == {"allow-power": 0},
+               80, "the others are told")
 
 
 @pytest.mark.parametrize("arguments, status, said", [
-    (("led", "02:00:00:00:09:ff", "1"), REFUSED, "no neighbor .* \\(code 7\\)\n .*vm1905ctl devices"),
+    (("led", "02:00:00:00:09:ff", "1"), REFUSED,
+     "no neighbor .* \\(code 7\\)\n .*vm1905ctl devices"),
     (("device", "02:00:00:00:09:ff"), REFUSED, "code 87"),
     (("send", "3"), REFUSED, "code 64"),
     (("steer", "dev3", "1"), REFUSED, "code 16"),  # it has no hook
@@ -147,7 +150,8 @@ def test_dangerous_orders_want_a_yes(lab):
 
 def test_names_of_others_drive_no_terminal(lab):
     evil = r"\033]0;owned\007\342\200\256\"q\\$(reboot)\n"
-    lab.shell("dev1", f"sed 's/dev3/@@/' /tmp/vm1905.json > /tmp/evil.json; name=$(printf '{evil}');"
+    lab.shell("dev1", f"sed 's/dev3/@@/' /tmp/vm1905.json > /tmp/evil.json;"
+              f"name=$(printf '{evil}');"
               "printf '%s' \"$name\" > /tmp/name; python3 - <<'E'\n"
               "text = open('/tmp/evil.json').read()\n"
               "name = open('/tmp/name', encoding='utf-8', newline='').read()\n"
@@ -156,6 +160,12 @@ def test_names_of_others_drive_no_terminal(lab):
         out = ctl(lab, "devices", "--data-model", "/tmp/evil.json", form).stdout
         assert "owned" in out and al_mac(3) in out and "dev2" in out
         assert not re.search("[\x00-\x09\x0b-\x1f\x7f-\x9f\u202e]", out)
+
+
+def test_a_name_that_two_have_is_nobodys(lab):
+    lab.shell("dev1", "sed 's/\"dev3\"/\"dev2\"/' /tmp/vm1905.json > /tmp/twice.json")
+    done = ctl(lab, "led", "dev2", "1", "--data-model", "/tmp/twice.json")
+    assert done.returncode == USAGE and al_mac(2) in done.stderr and al_mac(3) in done.stderr
 
 
 def test_without_a_data_model_addresses_stand_for_names(lab):
@@ -185,7 +195,8 @@ def test_watch_prints_what_changes_and_ends(lab):
 
 def test_completion_knows_commands_options_and_devices(lab):
     for words, expected in ((("reb",), {"reboot"}), (("led", ""), {"self", "all", "dev2", "dev3"}),
-                            (("reboot", "d"), {"dev2", "dev3"}), (("blacklist", ""), {"add", "remove"}),
+                            (("reboot", "d"), {"dev2", "dev3"}),
+                            (("blacklist", ""), {"add", "remove"}),
                             (("watch", "topology", "--ro"), {"--root"})):
         script = (f"COMP_WORDS=(vm1905ctl {' '.join(w or repr('') for w in words)}); "
                   f"COMP_CWORD={len(words)}; _vm1905ctl; printf '%s\\n' \"${{COMPREPLY[@]}}\"")
@@ -200,7 +211,8 @@ def test_help_and_man_page_name_the_same(lab):
                 encoding="utf-8").read().replace("\\-", "-")
     help_text = ctl(lab, "--help-all").stdout
     commands = set(re.findall(r"^([a-z][a-z-]+)$", help_text, re.M))
-    for group in commands & {"beacon-report", "blacklist", "speed-test", "wps", "log-file", "wifi-sync"}:
+    for group in commands & {"beacon-report", "blacklist", "speed-test", "wps", "log-file",
+                             "wifi-sync"}:
         text = ctl(lab, group, "--help").stdout
         for name in re.findall(r"^  ([a-z][a-z-]+) ", text.partition("Subcommands:")[2], re.M):
             commands.add(f"{group} {name}")
