@@ -147,8 +147,9 @@ class Planter {
             }
         }
         for (const auto& [mac, hearers] : hosts) {
-            auto chosen = std::ranges::find_if(hearers, [&](const auto& hearer) {
-                return network_.isNext(hearer.first, hearer.second, hearers);
+            const auto& all = hearers;  // a structured binding is not captured everywhere
+            auto chosen = std::ranges::find_if(all, [&](const auto& hearer) {
+                return network_.isNext(hearer.first, hearer.second, all);
             });
             const bool isCertain = chosen != hearers.end();
             if (!isCertain) chosen = hearers.begin();

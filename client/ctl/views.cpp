@@ -62,8 +62,8 @@ size_t neighborsOf(const Device& device, bool devices) {
         if (heard.isDevice == devices) macs.push_back(heard.mac);
     }
     std::ranges::sort(macs);
-    const auto rest = std::ranges::unique(macs);
-    return macs.size() - rest.size();
+    macs.erase(std::unique(macs.begin(), macs.end()), macs.end());
+    return macs.size();
 }
 
 constexpr Column<Device> kDevices[] = {
