@@ -145,7 +145,8 @@ Section deviceSection(Session& session, const Device& device) {
                 value = std::stoll(text);
             }
         }
-        if (std::string_view(item.key) == "authorized" && !value.is_null()) value = value != "0";
+        if (std::string_view(item.key) == "authorized" && !value.is_null())
+            value = value == "0";  // the code of the check
         add(item.key, item.heading, std::move(value), isUptime ? Unit::kSeconds : Unit::kNone,
             isUptime ? kRestless : kPlain);
     }

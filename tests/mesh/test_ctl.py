@@ -89,6 +89,7 @@ def test_records_are_those_of_the_lab(lab):
     assert ("new", "dev2") in {(c["event"], c["neighbor"]) for c in show(lab, "changes")["changes"]}
     device = show(lab, "device", "02-00-00-00-02-FF")
     assert (device["name"], device["role"], len(device["interfaces"])) == ("dev2", "Enrollee", 2)
+    assert device["authorized"] is True
     lines = ctl(lab, "device", "dev2", "--keyvalue").stdout.splitlines()
     assert "name=dev2" in lines and f"interfaces.1.mac={port_mac(2, 1)}" in lines
     assert all(re.match(r"[a-z0-9_.]+=", line) for line in lines)
