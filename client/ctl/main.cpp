@@ -43,12 +43,14 @@ int run(const std::vector<std::string>& arguments) {
     try {
         app->parse(reversed);
     } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() == 0) return app->exit(error);  // of help
         const auto unknown = app->remaining();
-        if (error.get_exit_code() != 0 && !unknown.empty() && app->get_subcommands().empty()) {
-            return tell({kUsage, "there is no command " + unknown[0], "see: vm1905ctl --help"},
-                        choice.options.format);
+        std::string text = error.what();
+        if (!unknown.empty() && app->get_subcommands().empty()) {
+            const bool isOption = unknown[0].starts_with("-");
+            text = (isOption ? "there is no option " : "there is no command ") + unknown[0];
         }
-        return app->exit(error) == 0 ? kDone : kUsage;
+        return tell({kUsage, text, "see: vm1905ctl --help"}, choice.options.format);
     }
     try {
         if (choice.isWatch) return watch(choice);
