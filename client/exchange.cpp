@@ -24,8 +24,8 @@ constexpr unsigned kUnheardMs = 1500;
 constexpr unsigned kLostMs = 100;
 constexpr unsigned kLostIntfMs = 1000;
 constexpr unsigned kWithdrawnMs = 50;
-// How long the daemon works on after it has marked the request slot idle: it marks it once more at
-// the end, and a request that is there by then is lost.
+// How long a request that is withdrawn may be under way already: the daemon then marks the slot
+// idle when it is done, and somebody else's request that is there by then would be lost.
 constexpr unsigned kSettleMs = 5;
 // The daemon gives up an answer that nobody collects after 15 ms.
 constexpr unsigned kUncollectedMs = 25;
@@ -143,7 +143,6 @@ class Posting {
         if (!daemonIsSame(client_)) return VM1905_RESTARTED;
         setStage(client_, Stage::kTaken);
         collect(response_);
-        if (isTakenEarly(head_.servId)) rest(kSettleMs);
         return 0;
     }
 
@@ -218,11 +217,6 @@ class Posting {
     int letDecoyGo() {
         while (decoyIsThere()) {
             if (!request_.isAlive()) return VM1905_RESTARTED;
-            // The daemon was not yet done with the request before this one, see kSettleMs.
-            if (request_.flag() == slots::kIdle && request_.head() == head_) {
-                write();
-                (void)pokeDaemon();
-            }
             if (const int stop = wait_.pause()) return reason(stop, VM1905_TIMEOUT);
         }
         if (request_.flag() == slots::kFull) request_.setFlag(slots::kIdle);

@@ -12,19 +12,12 @@ constexpr uint16_t kReads[] = {0,  2,  4,  6,  10, 12, 18, 20,  28,
 constexpr uint16_t kForNeighbors[] = {134, 136, 143, 145, 147, 149, 159,
                                       161, 202, 204, 206, 208, 210, 214};
 constexpr uint16_t kGetWps = 140;
-constexpr uint16_t kSetDebugLevel = 167;
-constexpr uint16_t kUpdateExtenders = 216;
 constexpr uint16_t kToOneOrAll[] = {161, 214};
 
 }  // namespace
 
 bool isRead(uint16_t service) {
     return std::ranges::binary_search(kReads, service);
-}
-
-bool isTakenEarly(uint16_t service) {
-    return vm1905_is_for_neighbor(service) != 0 || service == kSetDebugLevel ||
-           service == kUpdateExtenders;
 }
 
 bool isAnswered(uint16_t service, std::span<const uint8_t> payload) {

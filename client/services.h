@@ -9,7 +9,5 @@ inline constexpr uint16_t kIntfService = 2;
 
 // Answered by the daemon, and without consequences.
 bool isRead(uint16_t service);
-// The daemon marks the request slot idle, and only then does what it is asked for.
-bool isTakenEarly(uint16_t service);
 // False when nobody will answer a request with this payload, although it is carried out.
 bool isAnswered(uint16_t service, std::span<const uint8_t> payload);
