@@ -1,15 +1,15 @@
 """A client of the service channel that knows nothing of the client library: both shared-memory slots
-as they are, in a device. What runs there is this file as a program."""
+as they are, in a device. What runs there is the text of this file as a program, since a device need
+not see the folder that it lies in."""
 
 import ctypes
 import json
 import os
+import pathlib
 import struct
 import subprocess
 import sys
 import time
-
-from lab import MESH
 
 REQUEST, RESPONSE = (190510, 256), (190511, 632)
 FIFO = "/tmp/vm1905_wake"
@@ -105,9 +105,9 @@ class Channel:
     """The methods of a Client in a device, which is a process of its own."""
 
     def __init__(self, lab, device):
-        self.process = subprocess.Popen(
-            [MESH, "exec", device, "--", "python3", "-B", __file__], env=lab.environment, text=True,
-            stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+        program = pathlib.Path(__file__).read_text(encoding="utf-8")
+        self.process = lab.start("exec", device, "--", "python3", "-c", program,
+                                 stdin=subprocess.PIPE, stderr=None)
         assert self.process.stdout.readline() == "ready\n"
 
     def __enter__(self):

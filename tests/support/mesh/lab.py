@@ -66,10 +66,10 @@ class Lab:
         assert done.returncode == 0, f"lab/mesh {' '.join(arguments)}: {done.stdout}{done.stderr}"
         return done.stdout
 
-    def start(self, *arguments):
+    def start(self, *arguments, **options):
         """A command that runs on; the caller ends it."""
         return subprocess.Popen([MESH, *arguments], env=self.environment, text=True,
-                                stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+                                **{"stdout": subprocess.PIPE, "stderr": subprocess.STDOUT, **options})
 
     def run(self, device, *command, **options):
         return self("exec", device, "--", *command, **options)
