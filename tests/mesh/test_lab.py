@@ -52,7 +52,8 @@ def line():
 
 
 def test_a_device_is_separate_from_the_host_and_from_the_others(line):
-    line.shell("dev1", "echo mine > /tmp/vm1905-lab-x; echo mine > /etc/vm1905/x; ipcmk -M 47110 > /tmp/ipc")
+    line.shell("dev1", "echo mine > /tmp/vm1905-lab-x; echo mine > /etc/vm1905/x; "
+                       "ipcmk -M 47110 > /tmp/ipc")
     seen = line.shell("dev2", "hostname; ls /sys/class/net; ls -A /tmp /etc/vm1905; ipcs -m; ps ax")
     assert "mine" not in seen and "lab-x\n" not in seen and "47110" not in seen
     assert "dev2\nbr-lan\neth0\neth1\nlo\n" in seen

@@ -1,6 +1,6 @@
-"""A client of the service channel that knows nothing of the client library: both shared-memory slots
-as they are, in a device. What runs there is the text of this file as a program, since a device need
-not see the folder that it lies in."""
+"""A client of the service channel that knows nothing of the client library: both shared-memory
+slots as they are, in a device. What runs there is the text of this file as a program, since a
+device need not see the folder that it lies in."""
 
 import ctypes
 import json

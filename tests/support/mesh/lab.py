@@ -68,8 +68,8 @@ class Lab:
 
     def start(self, *arguments, **options):
         """A command that runs on; the caller ends it."""
-        return subprocess.Popen([MESH, *arguments], env=self.environment, text=True,
-                                **{"stdout": subprocess.PIPE, "stderr": subprocess.STDOUT, **options})
+        options = {"stdout": subprocess.PIPE, "stderr": subprocess.STDOUT, **options}
+        return subprocess.Popen([MESH, *arguments], env=self.environment, text=True, **options)
 
     def run(self, device, *command, **options):
         return self("exec", device, "--", *command, **options)
