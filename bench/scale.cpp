@@ -76,10 +76,9 @@ void runSize(size_t enrollees, Seconds minutes) {
     const sim::Segment segment = mesh.segment({});
     for (size_t i = 0; i <= enrollees; i++) {
         const uint8_t role = i == 0 ? 0 : 1;
-        devices.push_back(
-            mesh.addDevice(i == 0 ? "registrar" : "e" + std::to_string(i),
-                           {.debugLevel = 0,
-                            .prepare = [role] { fakePlatform().wps.deviceType = role; }}));
+        devices.push_back(mesh.addDevice(
+            i == 0 ? "registrar" : "e" + std::to_string(i),
+            {.debugLevel = 0, .prepare = [role] { fakePlatform().wps.deviceType = role; }}));
         mesh.attach(segment, {devices.back(), "eth0"});
     }
     mesh.run(kSettling);
@@ -118,8 +117,8 @@ int main(int argc, char** argv) {
         return 2;
     }
     printf("%d simulated minutes on one segment\n", minutes);
-    printf("%9s %12s %21s %9s %35s %s\n", "", "frames", "CPU ms/min", "us of a", "private memory, kB",
-           "tables");
+    printf("%9s %12s %21s %9s %35s %s\n", "", "frames", "CPU ms/min", "us of a",
+           "private memory, kB", "tables");
     printf("%9s %12s %10s %10s %9s %18s %17s\n", "Enrollees", "a minute", "Registrar", "Enrollee",
            "pass", "Registrar", "Enrollee");
     for (const int size : sizes) {

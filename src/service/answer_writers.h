@@ -16,8 +16,8 @@ int respAPSteeringServReq(uint16_t msgId, uint8_t result);
 int respFWCrtlServReq(uint16_t msgId, uint8_t result);
 int respNbrResetToDefaultServReq(uint16_t msgId, uint8_t result);
 int respSendCommandServReq(uint16_t msgId, uint8_t result);
-// An order that was repeated has had other identifiers; firstMsgId is the one that its client knows,
-// 0 when none waits.
+// An order that was repeated has had other identifiers; firstMsgId is the one that its client
+// knows, 0 when none waits.
 int respNbrLEDCtrlServReq(uint16_t msgId, uint8_t result, uint16_t firstMsgId);
 int respNbrSystemCtrlServReq(uint16_t msgId, uint8_t result, uint16_t firstMsgId);
 int respSendBcnRptServReq(uint16_t msgId, uint8_t result);

@@ -1,8 +1,8 @@
 /* Asks the daemon by the client library, and prints what came of it. Reads lines
  *   SERVICE PAYLOAD TIMEOUT_MS
- * PAYLOAD is hexadecimal, or "-" for none. A line for each, as soon as it is there: result, id of the
- * answer, and its payload without the zeros at its end. A time-out with a plus sign counts from when
- * the daemon has taken the request, which a line "taken" tells. */
+ * PAYLOAD is hexadecimal, or "-" for none. A line for each, as soon as it is there: result, id of
+ * the answer, and its payload without the zeros at its end. A time-out with a plus sign counts from
+ * when the daemon has taken the request, which a line "taken" tells. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
