@@ -3,8 +3,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
+#include <bit>
 #include <cstdlib>
+#include <span>
 
 #include "fuzz_device.h"
 #include "service/service_monitor.h"
@@ -23,11 +26,9 @@ constexpr uint8_t kRawSend = 200;
 
 bool marksIdle = false;
 
-void putHead(uint32_t pid, uint16_t servId) {
-    uint8_t* const slot = getServReqShm();
-    std::copy_n(reinterpret_cast<const uint8_t*>(&pid), slots::kPid.width, slot + slots::kPid.at);
-    std::copy_n(reinterpret_cast<const uint8_t*>(&servId), slots::kServId.width,
-                slot + slots::kServId.at);
+// Its bytes as a slot holds them.
+std::array<uint8_t, sizeof(pid_t)> ownPid() {
+    return std::bit_cast<std::array<uint8_t, sizeof(pid_t)>>(getpid());
 }
 
 uint8_t takeFlag(uint8_t* slot, uint8_t next) {
@@ -44,10 +45,7 @@ void post(Bytes bytes, uint8_t options) {
     uint8_t* const slot = getServReqShm();
     std::fill_n(slot, slots::kReqSize, uint8_t{0});
     std::copy_n(bytes.begin(), std::min(bytes.size(), slots::kReqSize), slot);
-    if ((options & kOwnPid) != 0) {
-        const auto pid = static_cast<uint32_t>(getpid());
-        std::copy_n(reinterpret_cast<const uint8_t*>(&pid), sizeof pid, slot);
-    }
+    if ((options & kOwnPid) != 0) std::ranges::copy(ownPid(), slot);
     marksIdle = (options & kMarksIdle) != 0;
     slot[slots::kFlag.at] = slots::kFull;
     takeSent(true);
@@ -63,13 +61,10 @@ void step(Bytes bytes, uint8_t options) {
 
 // Whatever was asked before, the next client is served.
 void stop() {
-    const auto pid = static_cast<uint32_t>(getpid());
-    putHead(pid, 0);
-    getServReqShm()[slots::kFlag.at] = slots::kFull;
-    (void)runServiceMonitor();
+    post({}, kOwnPid | kLeaves);  // service 0
     const uint8_t* const answer = getServRespShm();
     if (answer[slots::kFlag.at] != slots::kFull || answer[slots::kServId.at] != 1 ||
-        !std::equal(answer, answer + sizeof pid, reinterpret_cast<const uint8_t*>(&pid))) {
+        !std::ranges::equal(ownPid(), std::span(answer, sizeof(pid_t)))) {
         abort();
     }
     (void)destroyServiceMonitor();

@@ -2,7 +2,6 @@
 // arguments and results.
 #include <algorithm>
 #include <chrono>
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -21,12 +20,6 @@ constexpr std::chrono::seconds kTransferLimit{300};
 
 std::string number(int64_t value) {
     return std::to_string(value);
-}
-
-// Text fields of records may fill their buffer whole.
-template <size_t N>
-std::string fieldText(const char (&field)[N]) {
-    return {field, ::strnlen(field, N)};
 }
 
 // Runs a hook whose output is the answer; 16 when it prints nothing.

@@ -1,6 +1,5 @@
 // The speed test: a hook measures, the daemon carries orders and figures.
 #include <algorithm>
-#include <cstring>
 #include <ctime>
 #include <limits>
 #include <string>
@@ -27,7 +26,7 @@ using namespace plat;
 
 int setSpeedTestStartStop(const SpeedTestCtrl* ctrl) {
     if (ctrl == nullptr) return kFailure;
-    const std::string url(ctrl->url, ::strnlen(ctrl->url, sizeof ctrl->url));
+    const std::string url = fieldText(ctrl->url);
     const bool start = ctrl->enable != 0;
     constexpr uint32_t kMost = std::numeric_limits<int>::max();
     const auto timeout = static_cast<int>(std::min(ctrl->runtime, kMost));

@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -207,12 +206,6 @@ int startFetch(std::string url, const std::string& fileName) {
     PLAT_LOG(3, "firmware: fetch %s", url.c_str());
     if (!fetchManifest()) fail("no program to fetch it");
     return firmwareState() == PLATFORM_FW_UPGRADE ? kOk : kFailure;
-}
-
-// Text fields of records may fill their buffer whole.
-template <size_t N>
-std::string fieldText(const char (&field)[N]) {
-    return {field, ::strnlen(field, N)};
 }
 
 }  // namespace

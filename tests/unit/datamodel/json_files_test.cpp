@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
@@ -233,6 +234,8 @@ TEST_F(DataModelFiles, WhatIsPlantedIsLeftAlone) {
     EXPECT_EQ(writeJsonDataModel(), kOk);
     EXPECT_EQ(writeJsonvm1905log(), kOk);
     EXPECT_EQ(fs::file_size(folder_ / "precious"), 4U);
+    char byte = 0;
+    EXPECT_LE(::read(reader.get(), &byte, 1), 0) << "nothing goes to whoever made the FIFO";
 }
 
 }  // namespace
