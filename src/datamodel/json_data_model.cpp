@@ -12,8 +12,19 @@
 
 namespace {
 
-// An ordinary device's share of the file, so that the text seldom has to grow.
-constexpr size_t kDeviceSize = 5000;
+// Ordinary shares of the file, so that the text seldom has to grow: in a large mesh nearly all of it
+// is neighbours, for every device may hear every other.
+constexpr size_t kDeviceSize = 3000;
+constexpr size_t kNbrSize = 270;
+
+size_t expectedSize(const TopolTable* topol) {
+    size_t size = kDeviceSize;
+    if (topol == nullptr) return size;
+    for (const auto& dev : topol->devs) {
+        size += kDeviceSize + kNbrSize * (dev.ieee1905NbrNum() + dev.non1905NbrNum());
+    }
+    return size;
+}
 
 void writeLowerLayers(JsonWriter& out, size_t intfNum) {
     out.key("LowerLayers");
@@ -80,7 +91,7 @@ void writeSecurity(JsonWriter& out, const SecurityTable& security) {
 
 std::string renderJsonDataModel(const AlTable* al, const TopolTable* topol,
                                 const SecurityTable* security) {
-    JsonWriter out(kDeviceSize * (1 + (topol != nullptr ? topol->devs.size() : 0)));
+    JsonWriter out(expectedSize(topol));
     out.begin();
     out.beginObject("Device");
     out.beginObject("X_5E1F09_IEEE1905");

@@ -1,7 +1,6 @@
 #include "datamodel/json_device.h"
 
 #include <algorithm>
-#include <tuple>
 #include <unordered_set>
 
 #include "core/result.h"
@@ -117,31 +116,33 @@ void writeBrdgTuples(JsonWriter& out, const Ieee1905DevTable& dev) {
     }
 }
 
-bool isBefore(const Hearing& left, const Hearing& right) {
-    return std::tie(left.by, left.heard) < std::tie(right.by, right.heard);
-}
-
 }  // namespace
 
 Hearings::Hearings(const AlTable& al, const TopolTable& topol) {
+    std::vector<Hearing>& own = heardBy_[al.alMac];
     for (const auto& intf : al.intfs) {
         for (const auto& nbr : intf.nbrs) {
-            if (!nbr.is1905) continue;
-            all_.push_back({al.alMac, nbr.nbrAlMac, {intf.mac, intf.mediaType}});
+            if (nbr.is1905) own.push_back({nbr.nbrAlMac, {intf.mac, intf.mediaType}});
         }
     }
     for (const auto& dev : topol.devs) {
+        std::vector<Hearing>& hearings = heardBy_[dev.alMac];
         for (const auto& list : dev.ieee1905Lists) {
             const NbrIntf intf{list.localIntfMac, findLocalIntf(dev, list.localIntfMac).mediaType};
-            for (const auto& nbr : list.nbrs) all_.push_back({dev.alMac, nbr.alMac, intf});
+            hearings.reserve(hearings.size() + list.nbrs.size());
+            for (const auto& nbr : list.nbrs) hearings.push_back({nbr.alMac, intf});
         }
     }
-    std::stable_sort(all_.begin(), all_.end(), isBefore);
+    for (auto& [by, hearings] : heardBy_) {
+        std::stable_sort(hearings.begin(), hearings.end(), isBefore);
+    }
 }
 
 NbrIntf Hearings::intfOf(const MacAddr& by, const MacAddr& heard, uint32_t mediaType) const {
-    const auto [begin, end] =
-        std::equal_range(all_.begin(), all_.end(), Hearing{by, heard, {}}, isBefore);
+    const auto hearings = heardBy_.find(by);
+    if (hearings == heardBy_.end()) return {};
+    const auto [begin, end] = std::equal_range(
+        hearings->second.begin(), hearings->second.end(), Hearing{heard, {}}, isBefore);
     const auto same = std::find_if(begin, end, [mediaType](const Hearing& hearing) {
         return hearing.intf.mediaType == mediaType;
     });

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "datamodel/json_writer.h"
@@ -15,12 +16,6 @@ struct NbrIntf {
     uint32_t mediaType = kNoMediaType;
 };
 
-// A device hears another on this interface of its own.
-struct Hearing {
-    MacAddr by, heard;
-    NbrIntf intf;
-};
-
 // Who hears whom in the whole database. A topology response names a 1905 neighbour by its AL MAC
 // alone; its interface is the one on which it hears the device in turn.
 class Hearings {
@@ -31,7 +26,17 @@ class Hearings {
     NbrIntf intfOf(const MacAddr& by, const MacAddr& heard, uint32_t mediaType) const;
 
   private:
-    std::vector<Hearing> all_;  // ordered, for all devices may hear all
+    // On this interface a device hears another.
+    struct Hearing {
+        MacAddr heard;
+        NbrIntf intf;
+    };
+    static bool isBefore(const Hearing& left, const Hearing& right) {
+        return left.heard < right.heard;
+    }
+
+    // By the device that hears, each list ordered: all devices may hear all.
+    std::unordered_map<MacAddr, std::vector<Hearing>> heardBy_;
 };
 
 // The database while it is being written out.
