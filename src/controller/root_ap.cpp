@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <fstream>
 #include <string>
 
+#include "core/public_file.h"
 #include "core/shell.h"
 #include "topology/data_manager.h"
 
@@ -80,8 +80,11 @@ void publishRootApMeshMacs() {
     }
     // Meant: a file that cannot be written is not tried again.
     rootAp.flag_rootap_mesh_mac = 1;
-    std::ofstream file(rootAp.folder + "/ROOTAP_MESH_MAC");
-    for (const auto& row : rootAp.rows) file << row.intfName << '=' << row.mac.view() << '\n';
+    std::string text;
+    for (const auto& row : rootAp.rows) {
+        text.append(row.intfName).append("=").append(row.mac.view()).append("\n");
+    }
+    (void)writePublicFile((rootAp.folder + "/ROOTAP_MESH_MAC").c_str(), text);
 }
 
 bool isRootApIpWanted() {
@@ -95,6 +98,8 @@ void publishRootApIp() {
     for (const auto& dev : topol->devs) {
         if (!isRootAp(dev) || dev.deviceIP == rootAp.ip || !isIpAddress(dev.deviceIP)) continue;
         rootAp.ip = dev.deviceIP;
-        (void)runShell("echo %s >%s", rootAp.ip.c_str(), (rootAp.folder + "/rootap_ip").c_str());
+        const std::string path = rootAp.folder + "/rootap_ip";
+        if (isOrdinaryFile(path.c_str()))
+            (void)runShell("echo %s >%s", rootAp.ip.c_str(), path.c_str());
     }
 }

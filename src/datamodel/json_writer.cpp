@@ -1,28 +1,26 @@
 #include "datamodel/json_writer.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
+#include <array>
 #include <charconv>
 #include <cstdio>
 
-#include "core/fd.h"
 #include "core/log.h"
 #include "core/options.h"
+#include "core/public_file.h"
 
 void JsonWriter::newMember() {
-    out_.append(first_ ? "\n" : ",\n");
-    out_.append(depth_, '\t');
+    static constexpr std::string_view kStart = ",\n\t\t\t\t\t\t\t\t";
+    const size_t skipped = first_ ? 1 : 0;
+    out_.append(kStart.substr(skipped, 2 - skipped + depth_));
+    if (depth_ > kStart.size() - 2) out_.append(depth_ - (kStart.size() - 2), '\t');
     first_ = false;
 }
 
 void JsonWriter::key(std::string_view key, size_t column) {
     newMember();
-    appendQuoted(key);
-    out_.push_back(':');
-    out_.append(column > key.size() ? column - key.size() : 1, ' ');
+    out_.push_back('"');
+    out_.append(key).append("\": ");
+    if (column > key.size() + 1) out_.append(column - key.size() - 1, ' ');
 }
 
 void JsonWriter::begin() {
@@ -105,33 +103,19 @@ JsonWriter& JsonWriter::appendQuoted(std::string_view value) {
 
 JsonWriter& JsonWriter::append(const MacAddr& mac) {
     static constexpr char kHex[] = "0123456789abcdef";
-    char separator = '"';
-    for (const uint8_t byte : mac.b) {
-        out_.push_back(separator);
-        out_.push_back(kHex[byte >> 4]);
-        out_.push_back(kHex[byte & 15]);
-        separator = ':';
+    std::array<char, 19> text;
+    text.fill(':');
+    text.front() = text.back() = '"';
+    for (size_t i = 0; i < mac.b.size(); i++) {
+        text[1 + 3 * i] = kHex[mac.b[i] >> 4];
+        text[2 + 3 * i] = kHex[mac.b[i] & 15];
     }
-    out_.push_back('"');
-    return *this;
+    return append({text.data(), text.size()});
 }
 
 void writeDataModelFile(const char* name, std::string_view text) {
     char path[64];
     snprintf(path, sizeof path, "%s/%s", getDataModelFolderOption(), name);
     LOG(4, "(file = %s)\n", path);
-    // Anybody may have put something of this name into the folder: only a file of ours is written.
-    const Fd file(open(path, O_WRONLY | O_CREAT | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC, 0666));
-    struct stat status {};
-    if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return;
-    if (ftruncate(file.get(), 0) != 0) return;
-    while (!text.empty()) {
-        const ssize_t written = write(file.get(), text.data(), text.size());
-        if (written > 0) {
-            text.remove_prefix(static_cast<size_t>(written));
-        } else if (written == 0 || errno != EINTR) {
-            LOG(1, "failed to write %s\r\n", path);
-            return;
-        }
-    }
+    (void)writePublicFile(path, text);
 }

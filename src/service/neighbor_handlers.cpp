@@ -17,6 +17,7 @@
 #include "topology/data_manager.h"
 #include "topology/topology_flow.h"
 #include "vendor/payloads.h"
+#include "vendor/sync_text.h"
 #include "vendor/vend_disc.h"
 #include "vendor/vend_sender.h"
 
@@ -266,10 +267,9 @@ int handleWIFIStateSearchReq(const ServReq& request, uint16_t answer) {
 
 int handleWIFIStateRenewReq(const ServReq& request, uint16_t answer) {
     const MacAddr* own = getAlMac();
-    char data[PLATFORM_SYNC_DATA_LEN] = {};
-    int code = own == nullptr ? kFailure : getWIFIStateSync(data);
+    std::string text;
+    int code = own == nullptr ? kFailure : fetchSyncText(getWIFIStateSync, text);
     if (code == kOk) {
-        const std::string text(data, strnlen(data, sizeof data));
         uint16_t msgId = 0;
         code = sendToTarget(request, VEND_MSG_TYPE_WIFISTATERENEW,
                             std::make_unique<TextPayload>(*own, text), &msgId);

@@ -41,8 +41,9 @@ int handleSpeedTestStartStopMsg(const VendContext& context) {
     ctrl.startTime = request.startTime;
     ctrl.runtime = request.runtime;
     request.lanMac.copyTo(ctrl.lanMac);
-    noteSpeedTestClient(context.msg.alMac);
-    return acknowledge(context, VEND_MSG_TYPE_SPEEDTEST_ACK, setSpeedTestStartStop(&ctrl));
+    const int result = setSpeedTestStartStop(&ctrl);
+    if (result == 0) noteSpeedTestClient(context.msg.alMac);
+    return acknowledge(context, VEND_MSG_TYPE_SPEEDTEST_ACK, result);
 }
 
 int handleSpeedTestDataMsg(const VendContext& context) {

@@ -1,11 +1,14 @@
 #include "vendor/wifi_handlers.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <set>
+#include <string>
 
 #include "controller/features/wifi_sync.h"
 #include "core/log.h"
+#include "core/public_file.h"
 #include "core/requests.h"
 #include "core/result.h"
 #include "core/shell.h"
@@ -17,12 +20,14 @@
 #include "topology/wifi_bands.h"
 #include "vendor/control_request.h"
 #include "vendor/payloads.h"
+#include "vendor/sync_text.h"
 #include "vendor/vend_sender.h"
 #include "vendor/wifi_clients.h"
 
 namespace {
 
 constexpr size_t kMaxStateEntries = 100;  // more do not fit into a message
+constexpr size_t kMaxResultSenders = 4096;
 constexpr uint8_t kWpsAutoConfig = 0x01;
 constexpr uint8_t kWpsSendSearch = 0x02;
 constexpr uint8_t kWpsSendResponse = 0x04;
@@ -30,8 +35,6 @@ constexpr uint8_t kWpsSendResponse = 0x04;
 const char* resultText(int result) {
     return result == 0 ? "success" : "fail";
 }
-
-using SyncData = char[PLATFORM_SYNC_DATA_LEN];
 
 // Answers with a text of this device's: its setting, or the result of taking one over.
 int answerText(const VendContext& context, VendMsgType type, std::string_view text) {
@@ -41,8 +44,7 @@ int answerText(const VendContext& context, VendMsgType type, std::string_view te
 
 // Hands this device's setting to the one that searches for it.
 int answerSearch(const VendContext& context, VendMsgType type, WifiSyncKind kind,
-                 const SyncData& data) {
-    const std::string_view text(data, strnlen(data, sizeof data));
+                 const std::string& text) {
     noteWifiSyncSent(kind, context.msg.alMac, context.msgId, text);
     return answerText(context, type, text);
 }
@@ -51,17 +53,26 @@ void noteAck(const VendContext& context, WifiSyncKind kind) {
     noteWifiSyncAck(kind, context.msg.alMac, context.msgId, context.as<TextPayload>().data);
 }
 
+// True when this device may leave a file: strangers must not fill the memory that /tmp often is.
+bool mayLeaveResult(const MacAddr& sender) {
+    static std::set<MacAddr> senders;
+    if (senders.size() < kMaxResultSenders) return senders.insert(sender), true;
+    return senders.contains(sender);
+}
+
 // Leaves the result text of a device for whoever shows it.
 int writeResultFile(const VendContext& context, const char* name) {
+    const MacAddr& sender = context.msg.alMac;
+    char path[64];
+    snprintf(path, sizeof path, "/tmp/vm1905/%s_%02x%02x%02x%02x%02x%02x", name, MAC_ARGS(sender));
     const auto text = escapeForEcho(context.as<TextPayload>().data);
-    if (!text) {
-        LOG(2, "refuse the result text of " MAC_FMT "\n", MAC_ARGS(context.msg.alMac));
+    if (!text || !mayLeaveResult(sender)) {
+        LOG(2, "refuse the result text of " MAC_FMT "\n", MAC_ARGS(sender));
         return kFailure;
     }
     (void)runShell("mkdir -p /tmp/vm1905");
-    const int status = runShell("echo \"%s\" > /tmp/vm1905/%s_%02x%02x%02x%02x%02x%02x",
-                                text->c_str(), name, MAC_ARGS(context.msg.alMac));
-    return status == 0 ? kOk : kFailure;
+    if (!isOrdinaryFile(path)) return kFailure;
+    return runShell("echo \"%s\" > %s", text->c_str(), path) == 0 ? kOk : kFailure;
 }
 
 }  // namespace
@@ -107,12 +118,12 @@ int handleWIFIClientmcastMsg(const VendContext& context) {
 
 int handleWIFIStateSearchMsg(const VendContext& context) {
     if (!isRegistrar()) return kFailure;
-    SyncData data{};
-    if (getWIFIStateSync(data) != 0) {
+    std::string text;
+    if (fetchSyncText(getWIFIStateSync, text) != 0) {
         LOG_PUTS(2, "get WIFIState Data error\r");
         return kFailure;
     }
-    return answerSearch(context, VEND_MSG_TYPE_WIFISTATERENEW, kWifiStateSync, data);
+    return answerSearch(context, VEND_MSG_TYPE_WIFISTATERENEW, kWifiStateSync, text);
 }
 
 int handleWIFIStateRenewMsg(const VendContext& context) {
@@ -137,9 +148,9 @@ int handleWIFIChannelSearchMsg(const VendContext& context) {
         LOG(2, "Decvice(%02x:%02x:%02x:%02x:%02x:%02x) is not allow\r\n", MAC_ARGS(sender));
         return kFailure;
     }
-    SyncData data{};
-    if (getWIFIChannelSync(data) != 0) return kFailure;
-    return answerSearch(context, VEND_MSG_TYPE_WIFICHANNELRENEW, kWifiChannelSync, data);
+    std::string text;
+    if (fetchSyncText(getWIFIChannelSync, text) != 0) return kFailure;
+    return answerSearch(context, VEND_MSG_TYPE_WIFICHANNELRENEW, kWifiChannelSync, text);
 }
 
 int handleWIFIChannelRenewMsg(const VendContext& context) {

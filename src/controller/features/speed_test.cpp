@@ -1,7 +1,6 @@
 #include "controller/features/speed_test.h"
 
 #include <algorithm>
-#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -10,6 +9,7 @@
 #include "core/result.h"
 #include "platform/device.h"
 #include "topology/data_manager.h"
+#include "vendor/sync_text.h"
 #include "vendor/vend_sender.h"
 
 namespace {
@@ -80,11 +80,10 @@ int checkSpeedTestCtrl() {
 }
 
 int sendSpeedTestData() {
-    char data[PLATFORM_SYNC_DATA_LEN] = {};
+    std::string text;
     const MacAddr* own = getAlMac();
-    if (own == nullptr || getSpeedTestData(data) != 0) return kFailure;
-    auto payload =
-        std::make_unique<TextPayload>(*own, std::string(data, strnlen(data, kMaxSyncText)));
+    if (own == nullptr || fetchSyncText(getSpeedTestData, text) != 0) return kFailure;
+    auto payload = std::make_unique<TextPayload>(*own, text);
     // A test that nobody of the mesh has ordered is everybody's.
     if (speedTest.client.isZero())
         return sendVendMcastMsg(VEND_MSG_TYPE_SPEEDTEST_DATA, std::move(payload));

@@ -1,7 +1,6 @@
 #include "controller/features/wifi_sync.h"
 
 #include <array>
-#include <cstring>
 #include <map>
 #include <memory>
 #include <string>
@@ -14,6 +13,7 @@
 #include "topology/data_manager.h"
 #include "topology/device_table.h"
 #include "vendor/payloads.h"
+#include "vendor/sync_text.h"
 #include "vendor/vend_sender.h"
 
 namespace {
@@ -71,9 +71,9 @@ int check(WifiSyncKind which) {
     const AlTable* al = getAlTable();
     const TopolTable* topol = getNetTopolTable();
     if (al == nullptr || topol == nullptr || al->role() != kRegistrar) return kFailure;
-    char data[PLATFORM_SYNC_DATA_LEN] = {};
-    if (kind.get(data) != 0 || data[0] == '\0') return kFailure;
-    Sync& sync = syncOf(which, {data, strnlen(data, kMaxSyncText)});
+    std::string text;
+    if (fetchSyncText(kind.get, text) != 0 || text.empty()) return kFailure;
+    Sync& sync = syncOf(which, text);
     // A device that comes back after it was lost begins anew.
     std::erase_if(sync.devices,
                   [](const auto& it) { return getIeee1905DevTableById(it.first) == nullptr; });

@@ -1,4 +1,7 @@
+#include <sys/stat.h>
+
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -242,6 +245,11 @@ TEST_F(Controller, RootApIsPublished) {
     EXPECT_EQ(commands,
               (std::vector<std::string>{"echo 192.0.2.1 >" + file, "echo 2001:db8::1 >" + file,
                                         "echo 192.0.2.2 >" + file}));
+    // Whoever puts a FIFO there must not stop the daemon.
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    dev.deviceIP = "192.0.2.3";
+    MessageTransmitterLoop(now(), 1);
+    EXPECT_EQ(commands.size(), 3U);
 }
 
 TEST_F(Controller, OrdersAreRepeatedUntilAnswered) {

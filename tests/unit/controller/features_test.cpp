@@ -72,6 +72,8 @@ TEST_F(Features, SettingsAreHandedOutUntilAcknowledged) {
     meet(kOther, 3);
     getIeee1905DevTableById(kOther.al)->role = 1;
     EXPECT_EQ(run(30, kRenew), "9>2 ") << "it may have forgotten";
+    fakePlatform().wifiChannelSync.assign(1375, '6');
+    EXPECT_EQ(run(60, kRenew), "") << "too long for a message, and half a setting is none";
     getAlTable()->wpsConfig[0] = 1;
     EXPECT_EQ(run(90, kRenew), "") << "an Enrollee hands out nothing";
 }
