@@ -96,14 +96,14 @@ void takeOverIntfState(const DevTopol& old, DevTopol& next) {
     }
 }
 
-// True when the neighbours that this response tells are too many beside those of all others. Each
-// becomes an object of the data model.
+// True when this response tells too much beside those of all others. Most of it goes into the data
+// model as well.
 bool isTooMuch(const DevTopol& dev) {
-    size_t total = dev.non1905NbrNum() + dev.ieee1905NbrNum();
+    size_t total = dev.entryNum();
     for (const auto& other : devTable()) {
-        if (other.alMac != dev.alMac) total += other.non1905NbrNum() + other.ieee1905NbrNum();
+        if (other.alMac != dev.alMac) total += other.entryNum();
     }
-    return total > kMaxMeshNbrs;
+    return total > kMaxMeshEntries;
 }
 
 }  // namespace
@@ -117,7 +117,8 @@ int updateIeee1905DevTable(const MacAddr& intfMac, uint32_t mediaType, DevTopol&
     if (getIntfTableById(intfMac, mediaType) == nullptr) return kFailure;
 
     if (isTooMuch(dev)) {
-        LOG(2, "too many neighbors, refuse those of (" MAC_FMT ")\r\n", MAC_ARGS(dev.alMac));
+        LOG(2, "the database is full, refuse the topology of (" MAC_FMT ")\r\n",
+            MAC_ARGS(dev.alMac));
         return kFailure;
     }
     const Reporter self{*getAlMac(), intfMac};

@@ -18,7 +18,7 @@ inline constexpr size_t kMaxIntfNbrs = 4096;
 inline constexpr size_t kMaxNbrDevs = 4096;
 inline constexpr size_t kMaxDevEntries = 255;  // interfaces, tuples and lists of a remote device
 inline constexpr size_t kMaxDevNbrs = 4096;    // neighbours of a remote device, of each kind
-inline constexpr size_t kMaxMeshNbrs = 65536;  // neighbours of all remote devices, of both kinds
+inline constexpr size_t kMaxMeshEntries = 131072;  // what all remote devices tell, see entryNum()
 
 enum NbrMsgType : int { kNbrDiscovery = 0, kNbrNotification = 1, kNbrResponse = 3 };
 
@@ -254,6 +254,14 @@ struct DevTopol {
     size_t ieee1905NbrNum() const {
         size_t n = 0;
         for (const auto& list : ieee1905Lists) n += list.nbrs.size();
+        return n;
+    }
+    // How much this is to keep: each neighbour, interface and bridged address is one, and so are
+    // eight bytes of media-specific information.
+    size_t entryNum() const {
+        size_t n = non1905NbrNum() + ieee1905NbrNum();
+        for (const auto& intf : intfs) n += 1 + intf.mediaInfo.size() / 8;
+        for (const auto& tuple : brdgTuples) n += tuple.macs.size();
         return n;
     }
 };

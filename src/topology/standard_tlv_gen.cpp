@@ -43,18 +43,22 @@ std::span<const T> countable(const std::vector<T>& list) {
     return std::span(list).first(std::min<size_t>(list.size(), 0xFF));
 }
 
+// As many records as a TLV that can be sent holds beside its head. Here and below, what does not
+// fit is left out: a longer TLV could not be sent, nor the message that it is in.
+constexpr size_t fitting(size_t records, size_t headSize, size_t recordSize) {
+    return std::min(records, (kMaxSentTlvLength - headSize) / recordSize);
+}
+
 // The neighbours of one kind on an interface.
 template <uint8_t kType>
 std::optional<Tlv> makeNbrTlv(unsigned index) {
     constexpr bool k1905 = kType == kTlv1905Nbr;
     constexpr size_t kEntrySize = k1905 ? 7 : 6;
-    constexpr size_t kMaxNum = (kMaxSentTlvLength - 6) / kEntrySize;
     const IntfTable* intf = getIntfTableByIndex(index);
     if (intf == nullptr) return std::nullopt;
     const size_t num = k1905 ? intf->nbr1905Num() : intf->nbrNon1905Num();
     if (num == 0) return std::nullopt;
-    // Who does not fit is left out: a longer TLV could not be sent, nor the message that it is in.
-    return makeTlv(kType, 6 + kEntrySize * std::min(num, kMaxNum), [&](ByteWriter& out) {
+    return makeTlv(kType, 6 + kEntrySize * fitting(num, 6, kEntrySize), [&](ByteWriter& out) {
         out.mac(intf->mac);
         for (const auto& nbr : intf->nbrs) {
             if (nbr.is1905 != k1905) continue;
@@ -115,11 +119,16 @@ std::optional<Tlv> genDevInfoTlv() {
         LOG_PUTS(4, "intfTable == NULL \r");
         return std::nullopt;
     }
-    const auto end = std::next(intfs.begin(), num);
     size_t size = 7;
-    for (auto it = intfs.begin(); it != end; ++it) size += 9 + countable(it->mediaInfo).size();
+    uint32_t fit = 0;
+    auto end = intfs.begin();
+    for (; fit < num; fit++, ++end) {
+        const size_t next = size + 9 + countable(end->mediaInfo).size();
+        if (next > kMaxSentTlvLength) break;
+        size = next;
+    }
     return makeTlv(kTlvDevInfo, size, [&](ByteWriter& out) {
-        out.mac(*alMac).u8(num);
+        out.mac(*alMac).u8(fit);
         for (auto it = intfs.begin(); it != end; ++it) {
             const Bytes info = countable(it->mediaInfo);
             out.mac(it->mac).u16(it->mediaType).u8(static_cast<uint32_t>(info.size())).bytes(info);
@@ -131,11 +140,15 @@ std::optional<Tlv> genDevBrdgCapTlv() {
     const uint8_t num = getBrdgTupleNum();
     if (num == 0) return std::nullopt;
     size_t size = 1;
-    for (unsigned i = 0; i < num; i++)
-        size += 1 + 6 * countable(getBrdgTupleByIndex(i)->macs).size();
+    unsigned fit = 0;
+    for (; fit < num; fit++) {
+        const size_t next = size + 1 + 6 * countable(getBrdgTupleByIndex(fit)->macs).size();
+        if (next > kMaxSentTlvLength) break;
+        size = next;
+    }
     return makeTlv(kTlvDevBrdgCap, size, [&](ByteWriter& out) {
-        out.u8(num);
-        for (unsigned i = 0; i < num; i++) {
+        out.u8(fit);
+        for (unsigned i = 0; i < fit; i++) {
             const auto macs = countable(getBrdgTupleByIndex(i)->macs);
             out.u8(static_cast<uint32_t>(macs.size()));
             for (const auto& mac : macs) out.mac(mac);
@@ -161,9 +174,10 @@ std::optional<Tlv> genMetricQueryTlv(const MetricQuery& query) {
 }
 
 std::optional<Tlv> genTxMetricTlv(const LinkMetricInfo& info) {
-    return makeTlv(kTlvTxMetric, 12 + 29 * info.links.size(), [&](ByteWriter& out) {
+    const size_t num = fitting(info.links.size(), 12, 29);
+    return makeTlv(kTlvTxMetric, 12 + 29 * num, [&](ByteWriter& out) {
         writeMetricHead(out, info);
-        for (const auto& link : info.links) {
+        for (const auto& link : std::span(info.links).first(num)) {
             out.mac(link.localIntfMac).mac(link.nbrIntfMac).u16(link.mediaType).u8(link.bridgeFlag);
             out.u32(link.txErrors).u32(link.txPackets);
             out.u16(link.throughput).u16(link.availability).u16(link.phyRate);
@@ -172,9 +186,10 @@ std::optional<Tlv> genTxMetricTlv(const LinkMetricInfo& info) {
 }
 
 std::optional<Tlv> genRxMetricTlv(const LinkMetricInfo& info) {
-    return makeTlv(kTlvRxMetric, 12 + 23 * info.links.size(), [&](ByteWriter& out) {
+    const size_t num = fitting(info.links.size(), 12, 23);
+    return makeTlv(kTlvRxMetric, 12 + 23 * num, [&](ByteWriter& out) {
         writeMetricHead(out, info);
-        for (const auto& link : info.links) {
+        for (const auto& link : std::span(info.links).first(num)) {
             out.mac(link.localIntfMac).mac(link.nbrIntfMac).u16(link.mediaType);
             out.u32(link.rxErrors).u32(link.rxPackets).u8(link.rssi);
         }

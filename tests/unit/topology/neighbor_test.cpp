@@ -149,10 +149,17 @@ TEST_F(Neighbors, ChangeLogIsARing) {
         const size_t newest = num == 0 ? 0 : (next + num - 1U) % num;
         EXPECT_EQ(topol().changeLog[newest].nbrMac, peer(events - 1).al);
     }
-    topol().changeLogNext = 100;  // beyond a maximum that was lowered
+    // Whatever its length becomes, the newest stay, in their order.
+    (void)setChangeLogMaxEntries(4);
+    (void)changes();
+    for (unsigned i = 1; i <= 6; i++) (void)updateChangeLogTable(0, {}, {}, 0, peer(i).al);
+    (void)setChangeLogMaxEntries(6);
     (void)setChangeLogMaxEntries(3);
-    (void)updateChangeLogTable(kLostNeighbor, {}, {}, 0, {});
-    EXPECT_EQ(topol().changeLogNext, 0);
+    (void)updateChangeLogTable(0, {}, {}, 0, peer(7).al);
+    EXPECT_EQ(topol().changeLogNum, 3);
+    EXPECT_EQ(topol().changeLogNext, 1);
+    for (const auto& [index, nbr] : {std::pair{0, 7}, {1, 5}, {2, 6}})
+        EXPECT_EQ(topol().changeLog.at(index).nbrMac, peer(nbr).al) << index;
 }
 
 // Neighbour lists by the interface they belong to.

@@ -103,7 +103,9 @@ TEST_F(StandardTlv, NothingIsGeneratedFromNothing) {
     EXPECT_FALSE(genDevBrdgCapTlv());
     EXPECT_TRUE(genWscTlv({std::vector<uint8_t>(0xFFFF), {}}));
     EXPECT_FALSE(genWscTlv({std::vector<uint8_t>(0x10000), {}}));  // more than a length can say
-    EXPECT_FALSE(genTxMetricTlv({kMac, std::vector<LinkMetric>(2260)}));
+    // Of what cannot be sent whole, as much as can.
+    EXPECT_EQ(genTxMetricTlv({kMac, std::vector<LinkMetric>(2260)})->value.size(), 12U + 47 * 29);
+    EXPECT_EQ(genRxMetricTlv({kMac, std::vector<LinkMetric>(2260)})->value.size(), 12U + 60 * 23);
     (void)destroyDataManager();
     for (const auto& tlv : {genChassisIdTlv(), genAlMacTlv(), genDevInfoTlv(), genDevBrdgCapTlv(),
                             genNon1905NbrDevTlv(0), gen1905NbrDevTlv(0)}) {
