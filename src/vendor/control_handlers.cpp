@@ -75,6 +75,7 @@ int handleResetToDefaultReqMsg(const VendContext& context) {
 }
 
 int handleResetToDefaultRespMsg(const VendContext& context) {
+    if (getIeee1905DevTableById(context.msg.alMac) == nullptr) return kFailure;
     return setResetToDefaultCtrlList(&context.msg.alMac, context.msgId, 0,
                                      context.as<RetCodePayload>().retCode);
 }

@@ -44,14 +44,14 @@ void resend(VendQueryTable& entry, Seconds time) {
         MAC_ARGS(entry.alMac), entry.msgId, entry.vendMsgType, entry.retry,
         static_cast<long>(entry.time), static_cast<long>(time));
     entry.retry++;
-    // Sending registers the query anew; a copy, because a full memory may do so in this entry.
+    // Sending registers the query anew; when the memory is full, maybe in this entry.
     const VendQueryTable query = entry;
     if (query.vendMsgType == VEND_MSG_TYPE_CONF_QUERY) {
         (void)requestSendConfQueryMsg(query.alMac, query.retry);
     } else if (query.vendMsgType == VEND_MSG_TYPE_INTF_PWR_STATE_QUERY) {
         (void)requestSendIntfPwrStateQueryMsg(query.alMac, query.retry);
     }
-    entry.msgId = kFree;
+    if (entry.msgId == query.msgId) entry.msgId = kFree;
 }
 
 }  // namespace

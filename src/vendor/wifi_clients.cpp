@@ -5,12 +5,14 @@
 #include <cstdlib>
 
 #include "core/log.h"
+#include "topology/data_manager.h"
 #include "topology/device_table.h"
 
 namespace {
 
 constexpr size_t kItems = 9;
-constexpr size_t kMaxClients = 1024;  // of one device
+constexpr size_t kMaxClients = 1024;       // of one device
+constexpr size_t kMaxMeshClients = 16384;  // of all, and one more for each that has none
 // Reports come every two seconds, the answers to queries every thirty.
 constexpr Seconds kSilence = 35;
 
@@ -74,6 +76,13 @@ std::string_view takeRecord(std::string_view& chunk) {
     return record;
 }
 
+bool isFull(const std::vector<WifiClient>& clients) {
+    if (clients.empty()) return false;
+    size_t total = 0;
+    for (const auto& dev : getNetTopolTable()->devs) total += dev.wifiClients.size();
+    return clients.size() >= kMaxClients || total >= kMaxMeshClients;
+}
+
 }  // namespace
 
 std::string wifiClientRecord(const WifiClient& client) {
@@ -91,7 +100,7 @@ WifiClient& touchWifiClient(Ieee1905DevTable& dev, const MacAddr& mac) {
     auto& clients = dev.wifiClients;
     auto it = std::ranges::find_if(clients, [&](const auto& client) { return client.mac == mac; });
     if (it == clients.end()) {
-        if (clients.size() >= kMaxClients) {
+        if (isFull(clients)) {
             LOG(2, "too many stations, the longest silent one gives way (" MAC_FMT ")\r\n",
                 MAC_ARGS(mac));
             clients.erase(std::ranges::min_element(clients, {}, &WifiClient::lastHeard));

@@ -70,6 +70,13 @@ TEST_F(Queries, OddIdentifiersAndAFullMemory) {
     ReportVendRespMsg(kPeer.al, 100, 0);
     (void)checkVendRespMsgReceived();
     EXPECT_EQ(run(6), "6:2 ");
+    // The one that is sent again is the oldest, and may be remembered in its own place.
+    (void)initVendQueries();
+    for (uint16_t i = 0; i < 64; i++) {
+        registerVendQueryMsg(i == 0 ? kPeer.al : peer(2).al, i, i == 0 ? 2 : 8, 0);
+        if (i == 0) advance(1);
+    }
+    EXPECT_EQ(run(12), "5:2 11:2 ");
 }
 
 }  // namespace
