@@ -1,9 +1,11 @@
 // Installation of a firmware image on this device: verified here, written by the product's hook.
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdio>
 #include <utility>
 
 #include "api.h"
@@ -39,6 +41,10 @@ std::string lockFile() {
 // Also held by the hook as its standard input, which is empty: so it is known to be at work when
 // the daemon that started it is not any more. Without a descriptor when another one holds it.
 Fd takeLock() {
+    struct stat status {};
+    // Who else may write into the folder must not be able to forbid upgrades.
+    if (::lstat(lockFile().c_str(), &status) == 0 && status.st_uid != ::geteuid())
+        (void)std::remove(lockFile().c_str());
     Fd lock(
         ::open(lockFile().c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
     if (lock.get() < 0 || ::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) return Fd();

@@ -150,12 +150,12 @@ std::string firmwareFolder() {
 }
 
 void directUpgrade() {
+    // While this device itself follows, nobody is ordered to.
+    if (workOnOwn()) return;
     if (!isRegistrar()) {
         if (!offers.list.empty()) dropOffers();
         return;
     }
-    // While this device itself follows, nobody is ordered to.
-    if (workOnOwn()) return;
     lookForOffers();
     const auto isGood = [](const Offer& offer) { return offer.check == Check::kGood; };
     if (firstWaiting() != nullptr || std::none_of(offers.list.begin(), offers.list.end(), isGood))

@@ -56,7 +56,12 @@ bool UpgradeRounds::reboot(Time now) {
     const bool done = checkEXdeviceFWStateIsReady() == 0;
     if (!done && now - since_ < kMostRebooting) return false;
     if (done) PLAT_LOG(3, "firmware: all devices have been rebooted");
-    if (!done) PLAT_LOG(1, "firmware: some devices did not follow in time");
+    if (!done) {
+        PLAT_LOG(1, "firmware: some devices did not follow in time");
+        // A device that never tells its state, of another maker's maybe, must not keep those back
+        // that stand ready.
+        (void)sendEXdeviceReboot();
+    }
     const bool last = ++rounds_ == kMostRounds;
     if (last) PLAT_LOG(1, "firmware: no more orders until it is announced anew");
     isRetry_ = !done;

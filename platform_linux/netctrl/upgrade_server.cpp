@@ -26,6 +26,7 @@ struct Server {
     bool wanted = false;
     bool killed = false;      // the one that is at work
     JobId job = 0;            // the server, or the hook that starts or stops it
+    std::string address;      // where the server listens
     bool complained = false;  // of what is missing
 };
 Server server;
@@ -47,6 +48,11 @@ const char* obstacle() {
 
 int startServer();
 
+void killServer() {
+    server.killed = true;
+    killJob(server.job);
+}
+
 void serverEnded(int status) {
     if (!server.wanted) return;
     if (server.killed)
@@ -56,17 +62,21 @@ void serverEnded(int status) {
 }
 
 int startServer() {
-    if (isJobAtWork(server.job)) return kOk;  // if it was killed, its end starts another
+    const std::string address = ownAddress();
+    if (isJobAtWork(server.job)) {  // if it was killed, its end starts another
+        if (!server.killed && server.address != address) killServer();
+        return kOk;
+    }
     if (obstacle() != nullptr) return kFailure;
     const auto life = std::chrono::seconds(kServerLife);
     const std::string busybox = findProgram("busybox");
     server.killed = false;
+    server.address = address;
     // An empty file of settings, since without one the product's would apply.
-    server.job =
-        startJob({busybox, "timeout", std::to_string(life.count()), busybox, "httpd", "-f", "-c",
-                  "/dev/null", "-p", ownAddress() + ":" + kPort, "-h", firmwareFolder()},
-                 {.limit = life, .name = "firmware server"},
-                 [](int status, const std::string&) { serverEnded(status); });
+    server.job = startJob({busybox, "timeout", std::to_string(life.count()), busybox, "httpd", "-f",
+                           "-c", "/dev/null", "-p", address + ":" + kPort, "-h", firmwareFolder()},
+                          {.limit = life, .name = "firmware server"},
+                          [](int status, const std::string&) { serverEnded(status); });
     return server.job != 0 ? kOk : kFailure;
 }
 
@@ -116,7 +126,6 @@ int set_vsftpd_StartStop(int32_t start) {
     if (hasHook(kHook)) return runServerHook();
     if (!conf().value("FIRMWARE_URL").empty()) return kOk;  // somebody else serves
     if (server.wanted) return startServer();
-    server.killed = true;
-    killJob(server.job);
+    killServer();
     return kOk;
 }

@@ -180,7 +180,7 @@ int sendEXdeviceFWCtrl(const MacAddr& alMac, std::string_view version, const cha
     return kOk;
 }
 
-int sendEXdeviceReboot() {
+int sendEXdeviceReboot(void) {
     int unfinished = 0;
     for (const auto& dev : knownDevices()) {
         const FWupgradeEntry* entry = findFWupgradelist(dev.alMac);

@@ -1,5 +1,5 @@
 // The firmware upgrade of the extenders by their Registrar. The platform library decides when: it
-// calls the two entry points in platform/exports.h, checkEXdeviceFWVersion for the first phase and
+// calls the entry points in platform/exports.h, checkEXdeviceFWVersion for the first phase and
 // checkEXdeviceFWStateIsReady for the second.
 #pragma once
 
@@ -13,10 +13,6 @@
 // platform offers nothing.
 int sendEXdeviceFWCtrl(const MacAddr& alMac, std::string_view version, const char* ownHostname,
                        const char* hostname);
-
-// Orders the reboot of the devices that wait for it. kOk when all have answered theirs, kFailure
-// while any has not.
-int sendEXdeviceReboot();
 
 // Asks a device for its firmware state. The result of the send.
 int sendFWStatechangeRequest(const MacAddr& alMac);

@@ -23,6 +23,10 @@ int checkEXdeviceFWVersion(int32_t mode);
  * answered that, else 16; to be called again until then. */
 int checkEXdeviceFWStateIsReady(void);
 
+/* Orders the reboot of the devices that stand ready, whatever the others do; the second phase calls
+ * it once nobody is left to wait for. 0 when all have answered theirs, else 16. */
+int sendEXdeviceReboot(void);
+
 /* Forgets where the upgrades stand, so that the devices that have followed one can be ordered to
  * the next: to be called before the first phase. 0. */
 int removeallFWupgradelist(void);

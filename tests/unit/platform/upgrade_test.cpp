@@ -32,6 +32,10 @@ int checkEXdeviceFWStateIsReady(void) {
     calls += "r";
     return phaseTwo;
 }
+int sendEXdeviceReboot(void) {
+    calls += "R";
+    return 16;
+}
 int removeallFWupgradelist(void) {
     calls += "f";
     return 0;
@@ -102,14 +106,13 @@ TEST(UpgradeRounds, OrderUntilNobodyNeedsItThenRebootThenThisDevice) {
     rounds.restart();
     phaseOne = 0;
     phaseTwo = 16;
-    EXPECT_TRUE(go(1510).ends_with("rrr"));
+    EXPECT_TRUE(go(1510).ends_with("rrrR"));
     phaseOne = 16;
     phaseTwo = 0;
     EXPECT_EQ(go(3700), "v1v4v4v4v4r!");
 
-    // Devices that never come to an end neither hold up the others for ever nor are ordered for
-    // ever. They stay listed, so that those that wait for them are rebooted by a later round; and
-    // this device follows after the last one.
+    // Devices that never come to an end neither hold up those that stand ready, nor are ordered for
+    // ever. All stay listed for a later round; and this device follows after the last one.
     rounds.restart();
     phaseOne = 0;
     phaseTwo = 16;
@@ -117,6 +120,7 @@ TEST(UpgradeRounds, OrderUntilNobodyNeedsItThenRebootThenThisDevice) {
     EXPECT_EQ(std::count(days.begin(), days.end(), 'f'), 1);
     EXPECT_EQ(std::count(days.begin(), days.end(), '1'), 3);
     EXPECT_EQ(std::count(days.begin(), days.end(), 'r'), 3 * 240);
+    EXPECT_EQ(std::count(days.begin(), days.end(), 'R'), 3);
     EXPECT_EQ(days.find('!'), days.size() - 1);
 }
 
