@@ -1,4 +1,7 @@
 // Entry point: command line, start-up in a fixed order, teardown, restart.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 
@@ -18,6 +21,15 @@
 #include "transport/message_monitor.h"
 
 namespace {
+
+// A standard stream that is closed would become a socket or a file of ours, and the log go there.
+void keepStandardStreams() {
+    int fd = 0;
+    do {
+        fd = open("/dev/null", O_RDWR);
+    } while (fd >= 0 && fd <= STDERR_FILENO);
+    if (fd >= 0) close(fd);
+}
 
 bool isSwitch(int value) {
     return value == 0 || value == 1;
@@ -86,6 +98,7 @@ void applySwitches(const CommandLine& line) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    keepStandardStreams();
     printf("** vm1905 Version : %s **\n", kReleaseVersionGit);
     Outputlog("[vm1905] ** vm1905 Version : %s **", kReleaseVersionGit);
 
