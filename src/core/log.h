@@ -23,5 +23,5 @@ void logLine(int level, const char* function, int line, const char* format, ...)
 int setDebugLevel(uint8_t level);
 uint8_t getDebugLevel();
 
-// Hands a line (NUL-terminated by this function, printf-like) to the platform's log.
+// Hands a line (NUL-terminated by this function, printf-like) to the platform log.
 void Outputlog(const char* format, ...) __attribute__((format(printf, 1, 2)));

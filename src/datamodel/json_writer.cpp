@@ -92,8 +92,9 @@ JsonWriter& JsonWriter::append(int64_t number) {
     return *this;
 }
 
-// Meant: nothing is escaped, the file holds texts as they are stored. A quote in a device's name
-// makes the file invalid JSON.
+// Meant: nothing is escaped, the file holds texts as they are stored. Those of other devices are
+// stored without quotes (plainText); a quote in the own mode, build number, version or interface
+// names or in the password makes the file invalid JSON.
 JsonWriter& JsonWriter::appendQuoted(std::string_view value) {
     out_.push_back('"');
     out_.append(value);

@@ -4,9 +4,9 @@
  * Unless told otherwise a function returns 0 on success and a failure code otherwise: 1 no such
  * interface, 2 unsupported power state, 16 the action failed or this device cannot do it. Each
  * call returns within 100 ms; work that takes longer goes on after the call, which then tells 0 for
- * accepted. MAC addresses
- * are 6 bytes in wire order, numbers are in host byte order, texts are NUL-terminated, never NULL
- * inside a record, and come unchecked from other devices: the library treats them as data. */
+ * accepted. MAC addresses are 6 bytes in wire order, numbers are in host byte order, texts are
+ * NUL-terminated, never NULL inside a record, and come unchecked from other devices: the library
+ * treats them as data. */
 #ifndef VM1905_PLATFORM_DEVICE_H
 #define VM1905_PLATFORM_DEVICE_H
 

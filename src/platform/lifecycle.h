@@ -28,7 +28,7 @@ int destroyNetCtrl(void);
 /* The running debug level changed (0 critical ... 5 verbose). 0 on success. */
 int setNetCtrlDebugLevel(uint8_t level);
 
-/* One line of text, NUL-terminated, for the product's own log. 0 on success. */
+/* One line of text, NUL-terminated, for the platform log (the product's own). 0 on success. */
 int outputlogData(const char* line);
 
 /* Network-status events: what the library reports about this device. */

@@ -1,4 +1,5 @@
-// The control-message log: which orders of other devices this one has obeyed.
+// The control-message log (ENABLE_LOG; vm1905.log0 and vm1905.log1): which orders of other devices
+// this one has obeyed. Not to be mixed up with the platform log, see Outputlog.
 #pragma once
 
 #include "core/mac_addr.h"
