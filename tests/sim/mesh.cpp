@@ -25,7 +25,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr Seconds kBeginning = 1'700'000'000;
-constexpr time_t kPatience = 20;         // real seconds for an answer
 constexpr size_t kBatch = 32;            // frames an interface and round; every buffer holds them
 constexpr size_t kLogTail = 3000;        // shown of a failed device
 constexpr unsigned kMaxHops = 64;        // through forwarding devices
@@ -68,7 +67,7 @@ MacAddr SeenFrame::alMac() const {
     return leads ? MacAddr(&bytes.at(kTlv + 3)) : MacAddr{};
 }
 
-Mesh::Mesh() {
+Mesh::Mesh(time_t patience) : patience_(patience) {
     std::string folder = "/tmp/sim_XXXXXX";
     if (mkdtemp(folder.data()) == nullptr) throw systemError("mkdtemp");
     folder_ = folder;
@@ -154,7 +153,7 @@ Seconds Mesh::time() const {
 
 void Mesh::switchOn(Node& node) {
     auto [control, deviceControl] = socketPair(0);
-    const timeval patience{kPatience, 0};
+    const timeval patience{patience_, 0};
     (void)setsockopt(control.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     Site site = node.site;
     site.control = deviceControl.get();

@@ -61,7 +61,8 @@ struct SeenFrame {
 
 class Mesh {
   public:
-    Mesh();
+    // Gives up when a device does not answer for so many real seconds.
+    explicit Mesh(time_t patience = 20);
     ~Mesh();
     Mesh(const Mesh&) = delete;
     Mesh& operator=(const Mesh&) = delete;
@@ -156,6 +157,7 @@ class Mesh {
     void carry(size_t wireIndex, std::optional<End> from, const FramePtr& frame, unsigned hops);
     void arrive(End end, const FramePtr& frame, unsigned hops);
 
+    const time_t patience_;
     std::string folder_;
     std::atomic<Seconds>* clock_ = nullptr;  // shared with the devices
     std::deque<Node> nodes_;
