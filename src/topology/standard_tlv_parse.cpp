@@ -42,19 +42,53 @@ class LldpTlvReader : public ByteReader {
     int length;
 };
 
+// The result of a parser: how far the TLV was read, 0 when something of it did not hold. The log
+// line is the parser's, which stands in its prefix.
+size_t consumed(const TlvReader& tlv, const char* name, const char* parser = __builtin_FUNCTION(),
+                int line = __builtin_LINE()) {
+    if (tlv.ok()) return tlv.position();
+    if (DEBUGLEVEL >= 2) {
+        logLine(2, parser, line, "TLV (type=%d/len=%d): invalid %s TLV\r\n", tlv.type, tlv.length,
+                name);
+    }
+    return 0;
+}
+
 // A TLV of one byte; the byte stays as it is unless the TLV is accepted.
-bool readByteTlv(TlvReader& tlv, uint8_t type, uint8_t& out) {
+size_t readByteTlv(uint8_t& out, Bytes bytes, uint8_t type, const char* name,
+                   const char* parser = __builtin_FUNCTION(), int line = __builtin_LINE()) {
+    TlvReader tlv(bytes);
     tlv.demand(type, 1);
     const uint8_t value = tlv.u8();
     if (tlv.ok()) out = value;
-    return tlv.ok();
+    return consumed(tlv, name, parser, line);
 }
 
-bool readMacTlv(TlvReader& tlv, uint8_t type, MacAddr& out) {
+// The same for an address.
+size_t readMacTlv(MacAddr& out, Bytes bytes, uint8_t type, const char* name,
+                  const char* parser = __builtin_FUNCTION(), int line = __builtin_LINE()) {
+    TlvReader tlv(bytes);
     tlv.demand(type, 6);
     const MacAddr mac = tlv.mac();
     if (tlv.ok()) out = mac;
-    return tlv.ok();
+    return consumed(tlv, name, parser, line);
+}
+
+size_t readLldpMacTlv(MacAddr& out, Bytes bytes, int type, uint8_t subtype, const char* name,
+                      const char* parser = __builtin_FUNCTION(), int line = __builtin_LINE()) {
+    LldpTlvReader tlv(bytes);
+    const uint8_t found = tlv.u8();
+    const MacAddr mac = tlv.mac();
+    if (tlv.ok() && tlv.type == type && tlv.length == 7 && found == subtype) {
+        out = mac;
+        return tlv.position();
+    }
+    if (DEBUGLEVEL >= 2) {
+        logLine(2, parser, line,
+                "incorrect LLDP %s TLV (tlvType = %d, tlvLen = %d, tlvSubtype = %d)\r\n", name,
+                tlv.type, tlv.length, found);
+    }
+    return 0;
 }
 
 // The number of entries that follow the fixed part of a TLV, in the 8 bits that peers count in:
@@ -122,31 +156,11 @@ LinkMetric& readLink(TlvReader& tlv, LinkMetricInfo& info) {
 }  // namespace
 
 size_t parseChassisIdTlv(MacAddr& mac, Bytes tlv) {
-    LldpTlvReader reader(tlv);
-    const uint8_t subtype = reader.u8();
-    const MacAddr value = reader.mac();
-    if (!reader.ok() || reader.type != kLldpTlvChassisId || reader.length != 7 ||
-        subtype != kChassisSubtypeMac) {
-        LOG(2, "incorrect LLDP chassis ID TLV (tlvType = %d, tlvLen = %d, tlvSubtype = %d)\r\n",
-            reader.type, reader.length, subtype);
-        return 0;
-    }
-    mac = value;
-    return reader.position();
+    return readLldpMacTlv(mac, tlv, kLldpTlvChassisId, kChassisSubtypeMac, "chassis ID");
 }
 
 size_t parsePortIdTlv(MacAddr& mac, Bytes tlv) {
-    LldpTlvReader reader(tlv);
-    const uint8_t subtype = reader.u8();
-    const MacAddr value = reader.mac();
-    if (!reader.ok() || reader.type != kLldpTlvPortId || reader.length != 7 ||
-        subtype != kPortSubtypeMac) {
-        LOG(2, "incorrect LLDP port ID TLV (tlvType = %d, tlvLen = %d, tlvSubtype = %d)\r\n",
-            reader.type, reader.length, subtype);
-        return 0;
-    }
-    mac = value;
-    return reader.position();
+    return readLldpMacTlv(mac, tlv, kLldpTlvPortId, kPortSubtypeMac, "port ID");
 }
 
 size_t parseTtlTlv(uint16_t& ttl, Bytes tlv) {
@@ -173,31 +187,15 @@ int parseEndOfLldpduTlv(Bytes tlv) {
 int parseEndOfMsgTlv(Bytes tlv) {
     TlvReader reader(tlv);
     reader.demand(kTlvEndOfMsg, 0);
-    if (!reader.ok()) {
-        LOG(2, "TLV (type=%d/len=%d): invalid end of message TLV\r\n", reader.type, reader.length);
-        return kFailure;
-    }
-    return kOk;
+    return consumed(reader, "end of message") != 0 ? kOk : kFailure;
 }
 
 size_t parseAlMacTlv(MacAddr& mac, Bytes tlv) {
-    TlvReader reader(tlv);
-    if (!readMacTlv(reader, kTlvAlMac, mac)) {
-        LOG(2, "TLV (type=%d/len=%d): invalid 1905.1 AL MAC address TLV\r\n", reader.type,
-            reader.length);
-        return 0;
-    }
-    return reader.position();
+    return readMacTlv(mac, tlv, kTlvAlMac, "1905.1 AL MAC address");
 }
 
 size_t parseMacTlv(MacAddr& mac, Bytes tlv) {
-    TlvReader reader(tlv);
-    if (!readMacTlv(reader, kTlvMac, mac)) {
-        LOG(2, "TLV (type=%d/len=%d): invalid 1905.1 MAC address TLV\r\n", reader.type,
-            reader.length);
-        return 0;
-    }
-    return reader.position();
+    return readMacTlv(mac, tlv, kTlvMac, "1905.1 MAC address");
 }
 
 size_t parseDevInfoTlv(DevTopol& dev, uint16_t receiverId, Bytes tlv) {
@@ -222,12 +220,7 @@ size_t parseDevInfoTlv(DevTopol& dev, uint16_t receiverId, Bytes tlv) {
         intf.mediaType = mediaType;
         intf.mediaInfo.assign(info.begin(), info.end());
     }
-    if (!reader.ok()) {
-        LOG(2, "TLV (type=%d/len=%d): invalid 1905.1 device information type TLV\r\n", reader.type,
-            reader.length);
-        return 0;
-    }
-    return reader.position();
+    return consumed(reader, "1905.1 device information type");
 }
 
 size_t parseDevBrdgCapTlv(DevTopol& dev, Bytes tlv) {
@@ -244,12 +237,7 @@ size_t parseDevBrdgCapTlv(DevTopol& dev, Bytes tlv) {
         tuple.macs.reserve(macNum);
         for (size_t m = 0; m < macNum; m++) tuple.macs.push_back(reader.mac());
     }
-    if (!reader.ok()) {
-        LOG(2, "TLV (type=%d/len=%d): invalid device bridging capability TLV\r\n", reader.type,
-            reader.length);
-        return 0;
-    }
-    return reader.position();
+    return consumed(reader, "device bridging capability");
 }
 
 size_t parseNon1905NbrDevTlv(DevTopol& dev, Bytes tlv) {
@@ -258,11 +246,7 @@ size_t parseNon1905NbrDevTlv(DevTopol& dev, Bytes tlv) {
     const uint8_t num = readNbrListHead(reader, kTlvNon1905Nbr, 6, localIntfMac);
     reader.demand(dev.non1905Lists.size() < kMaxDevEntries &&
                   dev.non1905NbrNum() + num <= kMaxDevNbrs);
-    if (!reader.ok()) {
-        LOG(2, "TLV (type=%d/len=%d): invalid non-1905 neighbor device list TLV\r\n", reader.type,
-            reader.length);
-        return 0;
-    }
+    if (!reader.ok()) return consumed(reader, "non-1905 neighbor device list");
     auto& nbrs = appendNbrList(dev.non1905Lists, dev, localIntfMac, num).nbrs;
     for (unsigned i = 0; i < num; i++) nbrs.push_back(reader.mac());
     return reader.position();
@@ -274,11 +258,7 @@ size_t parse1905NbrDevTlv(DevTopol& dev, Bytes tlv) {
     const uint8_t num = readNbrListHead(reader, kTlv1905Nbr, 7, localIntfMac);
     reader.demand(dev.ieee1905Lists.size() < kMaxDevEntries &&
                   dev.ieee1905NbrNum() + num <= kMaxDevNbrs);
-    if (!reader.ok()) {
-        LOG(2, "TLV (type=%d/len=%d): invalid 1905.1 neighbor device list TLV\r\n", reader.type,
-            reader.length);
-        return 0;
-    }
+    if (!reader.ok()) return consumed(reader, "1905.1 neighbor device list");
     auto& nbrs = appendNbrList(dev.ieee1905Lists, dev, localIntfMac, num).nbrs;
     for (unsigned i = 0; i < num; i++) {
         const MacAddr alMac = reader.mac();
@@ -295,23 +275,13 @@ size_t parseMetricQueryTlv(MetricQuery& query, Bytes tlv) {
     const uint8_t selector = reader.u8();
     const MacAddr alMac = selector == 1 ? reader.mac() : MacAddr{};
     const uint8_t metrics = reader.u8();
-    if (!reader.ok()) {
-        LOG(2, "TLV (type=%d/len=%d): invalid link metric query TLV\r\n", reader.type,
-            reader.length);
-        return 0;
-    }
-    query = {selector, alMac, metrics};
-    return reader.position();
+    if (reader.ok()) query = {selector, alMac, metrics};
+    return consumed(reader, "link metric query");
 }
 
 size_t parseTxMetricTlv(LinkMetricInfo& info, Bytes tlv) {
     TlvReader reader(tlv);
     const uint8_t num = readMetricHead(reader, kTlvTxMetric, 29, info);
-    if (!reader.ok()) {
-        LOG(2, "TLV (type=%d/len=%d): invalid 1905.1 transmitter link metric TLV\r\n", reader.type,
-            reader.length);
-        return 0;
-    }
     for (unsigned i = 0; i < num; i++) {
         LinkMetric& link = readLink(reader, info);
         link.mediaType = reader.u16();
@@ -322,17 +292,12 @@ size_t parseTxMetricTlv(LinkMetricInfo& info, Bytes tlv) {
         link.availability = reader.u16();
         link.phyRate = reader.u16();
     }
-    return reader.position();
+    return consumed(reader, "1905.1 transmitter link metric");
 }
 
 size_t parseRxMetricTlv(LinkMetricInfo& info, Bytes tlv) {
     TlvReader reader(tlv);
     const uint8_t num = readMetricHead(reader, kTlvRxMetric, 23, info);
-    if (!reader.ok()) {
-        LOG(2, "TLV (type=%d/len=%d): invalid 1905.1 receiver link metric TLV\r\n", reader.type,
-            reader.length);
-        return 0;
-    }
     for (unsigned i = 0; i < num; i++) {
         LinkMetric& link = readLink(reader, info);
         link.mediaType = reader.u16();
@@ -340,84 +305,46 @@ size_t parseRxMetricTlv(LinkMetricInfo& info, Bytes tlv) {
         link.rxPackets = reader.u32();
         link.rssi = reader.u8();
     }
-    return reader.position();
+    return consumed(reader, "1905.1 receiver link metric");
 }
 
 size_t parseMetricResCodeTlv(uint8_t& code, Bytes tlv) {
-    TlvReader reader(tlv);
-    if (!readByteTlv(reader, kTlvMetricResCode, code)) {
-        LOG(2, "TLV (type=%d/len=%d): invalid link metric result code TLV\r\n", reader.type,
-            reader.length);
-        return 0;
-    }
-    return reader.position();
+    return readByteTlv(code, tlv, kTlvMetricResCode, "link metric result code");
 }
 
 size_t parseSrchRoleTlv(uint8_t& role, Bytes tlv) {
-    TlvReader reader(tlv);
-    if (!readByteTlv(reader, kTlvSearchRole, role)) {
-        LOG(2, "TLV (type=%d/len=%d): invalid link searchRole TLV\r\n", reader.type, reader.length);
-        return 0;
-    }
-    return reader.position();
+    return readByteTlv(role, tlv, kTlvSearchRole, "link searchRole");
 }
 
 size_t parseAutoConfFreqBandTlv(uint8_t& band, Bytes tlv) {
-    TlvReader reader(tlv);
-    if (!readByteTlv(reader, kTlvAutoConfFreqBand, band)) {
-        LOG(2, "TLV (type=%d/len=%d): invalid AutoconfigFreqBand TLV\r\n", reader.type,
-            reader.length);
-        return 0;
-    }
-    return reader.position();
+    return readByteTlv(band, tlv, kTlvAutoConfFreqBand, "AutoconfigFreqBand");
 }
 
 size_t parseSupportedRoleTlv(uint8_t& role, Bytes tlv) {
-    TlvReader reader(tlv);
-    if (!readByteTlv(reader, kTlvSupportedRole, role)) {
-        LOG(2, "TLV (type=%d/len=%d): invalid link SupportedRole TLV\r\n", reader.type,
-            reader.length);
-        return 0;
-    }
-    return reader.position();
+    return readByteTlv(role, tlv, kTlvSupportedRole, "link SupportedRole");
 }
 
 size_t parseSupportedFreqBandTlv(uint8_t& band, Bytes tlv) {
-    TlvReader reader(tlv);
-    if (!readByteTlv(reader, kTlvSupportedFreqBand, band)) {
-        LOG(2, "TLV (type=%d/len=%d): invalid SupportedFreqBand TLV\r\n", reader.type,
-            reader.length);
-        return 0;
-    }
-    return reader.position();
+    return readByteTlv(band, tlv, kTlvSupportedFreqBand, "SupportedFreqBand");
 }
 
 size_t parseWscTlv(Wsc& wsc, Bytes tlv) {
     TlvReader reader(tlv);
     reader.demandAtLeast(kTlvWsc, 0);
     const Bytes frame = reader.take(reader.length);
-    if (!reader.ok()) {
-        // The text of another TLV, which is meant.
-        LOG(2, "TLV (type=%d/len=%d): invalid SupportedFreqBand TLV\r\n", reader.type,
-            reader.length);
-        return 0;
-    }
-    wsc.frame.assign(frame.begin(), frame.end());
-    return reader.position();
+    if (reader.ok()) wsc.frame.assign(frame.begin(), frame.end());
+    // The text of another TLV, which is meant.
+    return consumed(reader, "SupportedFreqBand");
 }
 
 size_t parseWscUpdatetimeTlv(Text<32>& updateTime, Bytes tlv) {
     TlvReader reader(tlv);
     reader.demandAtLeast(kTlvWscUpdateTime, 0);
     const Bytes text = reader.take(reader.length);
-    if (!reader.ok()) {
-        // The text of another TLV, which is meant.
-        LOG(2, "TLV (type=%d/len=%d): invalid SupportedFreqBand TLV\r\n", reader.type,
-            reader.length);
-        return 0;
-    }
-    updateTime = std::string_view(reinterpret_cast<const char*>(text.data()), text.size());
-    return reader.position();
+    if (reader.ok())
+        updateTime = std::string_view(reinterpret_cast<const char*>(text.data()), text.size());
+    // The text of another TLV, which is meant.
+    return consumed(reader, "SupportedFreqBand");
 }
 
 size_t parsePBEventNtfTlv(PBEventNtf& event, Bytes tlv) {
@@ -430,12 +357,7 @@ size_t parsePBEventNtfTlv(PBEventNtf& event, Bytes tlv) {
         const Bytes info = reader.take(reader.u8());
         if (reader.ok()) event.mediaTypes.push_back({mediaType, {info.begin(), info.end()}});
     }
-    if (!reader.ok()) {
-        LOG(2, "TLV (type=%d/len=%d): invalid Push_Button_Event notification TLV\r\n", reader.type,
-            reader.length);
-        return 0;
-    }
-    return reader.position();
+    return consumed(reader, "Push_Button_Event notification");
 }
 
 size_t parsePBJoinNtfTlv(PBJoinNtf& join, Bytes tlv) {
@@ -446,13 +368,8 @@ size_t parsePBJoinNtfTlv(PBJoinNtf& join, Bytes tlv) {
     value.msgId = reader.u16();
     value.txIntfMac = reader.mac();
     value.newDevIntfMac = reader.mac();
-    if (!reader.ok()) {
-        LOG(2, "TLV (type=%d/len=%d): invalid Push_Button_JOIN notification TLV\r\n", reader.type,
-            reader.length);
-        return 0;
-    }
-    join = value;
-    return reader.position();
+    if (reader.ok()) join = value;
+    return consumed(reader, "Push_Button_JOIN notification");
 }
 
 size_t parseUnsupportedTlv(Bytes tlv) {
