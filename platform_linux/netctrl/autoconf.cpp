@@ -15,8 +15,6 @@
 namespace plat {
 namespace {
 
-enum : uint8_t { kRegistrar = 0 };
-
 void fillOwnAlMac(uint8_t* mac) {
     toldAlMac().value_or(MacAddr{}).copyTo(mac);
 }
@@ -51,7 +49,7 @@ std::string number(uint32_t value) {
 
 int sendRenew(uint8_t band) {
     ApAutoConfRenewReq request{};
-    request.supportedRole = kRegistrar;
+    request.supportedRole = PLATFORM_REGISTRAR;
     request.freqBand = band;
     return requestService(SERV_REQ_AP_AUTOCONF_RENEW, &request);
 }
@@ -75,7 +73,8 @@ int notifyApAutoConfSrchMsgReceived(const ApAutoConfSrch* msg) {
     WpsConfig config{};
     WpsBandConfig band{};
     (void)getWPSConfig(&config);
-    if (config.deviceType != kRegistrar || msg->searchedRole != kRegistrar) return kOk;
+    if (config.deviceType != PLATFORM_REGISTRAR || msg->searchedRole != PLATFORM_REGISTRAR)
+        return kOk;
     const uint8_t answers =
         getWPSConfByBand(msg->freqBand, &band) == kOk ? band.sendResponse : config.sendResponse;
     if (answers == 0) return kOk;
@@ -84,7 +83,7 @@ int notifyApAutoConfSrchMsgReceived(const ApAutoConfSrch* msg) {
     std::copy_n(msg->alMac, PLATFORM_MAC_LEN, request.dstMac);
     std::copy_n(msg->alMac, PLATFORM_MAC_LEN, request.dstAlMac);
     request.msgId = msg->msgId;
-    request.supportedRole = kRegistrar;
+    request.supportedRole = PLATFORM_REGISTRAR;
     request.freqBand = msg->freqBand;
     return requestService(SERV_REQ_AP_AUTOCONF_RESP, &request);
 }
@@ -121,7 +120,7 @@ int notifyPBJoinMsgReceived(const PbJoin* msg) {
 
 int sendWPSSearch(uint8_t band) {
     ApAutoConfSrch request{};
-    request.searchedRole = kRegistrar;
+    request.searchedRole = PLATFORM_REGISTRAR;
     request.freqBand = band;
     fillOwnAlMac(request.alMac);
     return requestService(SERV_REQ_AP_AUTOCONF_SEARCH, &request);

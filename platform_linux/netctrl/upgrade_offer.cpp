@@ -117,7 +117,7 @@ const Offer* offerFor(const char* hostname) {
 
 bool isRegistrar() {
     WpsConfig config{};
-    return getWPSConfig(&config) == kOk && config.deviceType == 0;
+    return getWPSConfig(&config) == kOk && config.deviceType == PLATFORM_REGISTRAR;
 }
 
 // One step of the first that waits.

@@ -66,7 +66,7 @@ Band* bandOf(uint32_t code) {
 using namespace plat;
 
 int setWPSConfig(int32_t deviceType, int32_t sendSearch, int32_t sendResponse) {
-    if (deviceType != 0 && deviceType != 1) return kFailure;
+    if (deviceType != PLATFORM_REGISTRAR && deviceType != PLATFORM_ENROLLEE) return kFailure;
     wps.trial.reset();
     store(&wps.config, WpsConfig{low8(deviceType), low8(sendSearch), low8(sendResponse)});
     return kOk;
@@ -122,7 +122,7 @@ int getWPSConfByBand(uint8_t band, WpsBandConfig* config) {
 }
 
 int setWiFiReloadFlag(int32_t deviceType, int32_t reload) {
-    if (deviceType != 0 && deviceType != 1) return kFailure;
+    if (deviceType != PLATFORM_REGISTRAR && deviceType != PLATFORM_ENROLLEE) return kFailure;
     store(&wps.reload, low8(reload));
     return kOk;
 }

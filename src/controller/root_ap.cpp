@@ -8,13 +8,11 @@
 #include <string>
 
 #include "core/public_file.h"
+#include "platform/autoconfig.h"
 #include "core/shell.h"
 #include "topology/data_manager.h"
 
 namespace {
-
-constexpr uint8_t kRegistrar = 0;
-constexpr uint8_t kEnrollee = 1;
 
 struct MeshRow {
     std::string_view intfName;
@@ -32,7 +30,7 @@ struct RootAp {
 RootAp rootAp;
 
 bool isRootAp(const Ieee1905DevTable& dev) {
-    return !dev.intfs.empty() && dev.role == kRegistrar;
+    return !dev.intfs.empty() && dev.role == PLATFORM_REGISTRAR;
 }
 
 void noteMeshMac(const DevIntf& intf) {
@@ -89,7 +87,7 @@ void publishRootApMeshMacs() {
 
 bool isRootApIpWanted() {
     const AlTable* al = getAlTable();
-    return al != nullptr && al->role() == kEnrollee;
+    return al != nullptr && al->role() == PLATFORM_ENROLLEE;
 }
 
 void publishRootApIp() {

@@ -5,6 +5,7 @@
 
 #include "core/result.h"
 #include "datamodel/json_writer.h"
+#include "platform/autoconfig.h"
 #include "datamodel/labels.h"
 #include "topology/data_manager.h"
 #include "topology/wifi_bands.h"
@@ -32,7 +33,7 @@ void writeDeviceState(JsonWriter& out, const Ieee1905DevTable& dev, size_t numbe
     out.beginObject("IEEE1905Device.", number);
     out.mac("IEEE1905Id", dev.alMac);
     out.text("DeviceType", roleLabel(dev.role));
-    if (dev.role != 0) {
+    if (dev.role != PLATFORM_REGISTRAR) {
         std::array<uint8_t, kWifiBands.size()> flags{};
         for (size_t i = 0; i < kWifiBands.size(); i++) {
             (void)getAPautoconfigFlag(dev, kWifiBands[i], flags[i]);

@@ -8,6 +8,7 @@
 #include "datamodel/json_device.h"
 #include "datamodel/json_writer.h"
 #include "datamodel/labels.h"
+#include "platform/autoconfig.h"
 #include "topology/data_manager.h"
 
 namespace {
@@ -48,7 +49,7 @@ void writeAlMembers(JsonWriter& out, const AlTable& al) {
     writeReleaseAndLed(out, al.releaseVersion, al.releaseVersionGit, al.info);
     out.text("DeviceType", roleLabel(al.role()));
     out.text("DaisychainOption", al.info.daisychainOption);
-    if (al.role() != 0) out.number("AP-autoconfig_WiFiReload", al.wifiReload);
+    if (al.role() != PLATFORM_REGISTRAR) out.number("AP-autoconfig_WiFiReload", al.wifiReload);
     writeSettings(out, al.buildNumber, al.info);
     out.number("Approveflag", al.approveFlag);
     writeChannels(out, al.info);

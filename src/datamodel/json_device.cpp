@@ -191,7 +191,7 @@ void writeIeee1905Device(JsonWriter& out, const DataModel& model, const Ieee1905
     out.text("DeviceType", roleLabel(dev.role));
     out.text("DaisychainOption", dev.info.daisychainOption);
     writeSettings(out, dev.buildNumber, dev.info);
-    if (model.al.role() == 0) {
+    if (model.al.role() == PLATFORM_REGISTRAR) {
         out.quotedNumber("Authorized", checkMACisApprove(dev.alMac.data(), dev.hostname.c_str()));
     }
     writeChannels(out, dev.info);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "platform/autoconfig.h"
 #include "topology/media_type.h"
 #include "topology/records.h"
 
@@ -51,7 +52,7 @@ const char* firmwareStateLabel(uint32_t state) {
 }
 
 const char* roleLabel(uint8_t role) {
-    return role == 0 ? "Registrar" : "Enrollee";
+    return role == PLATFORM_REGISTRAR ? "Registrar" : "Enrollee";
 }
 
 const char* configureLabel(uint32_t configure) {

@@ -13,6 +13,10 @@
 extern "C" {
 #endif
 
+/* Roles, the values of searchedRole, supportedRole and deviceType below: a Registrar configures the
+ * networks of the mesh, an Enrollee takes its configuration over. */
+enum { PLATFORM_REGISTRAR = 0, PLATFORM_ENROLLEE = 1 };
+
 /* Parsed messages that the daemon hands over; valid during the call only. */
 typedef struct ApAutoConfSrch {
     uint8_t searchedRole;
@@ -67,7 +71,7 @@ int notifyPBJoinMsgReceived(const PbJoin* msg);
 
 /* The three WPS configuration values. */
 typedef struct WpsConfig {
-    uint8_t deviceType;   /* 0 Registrar, 1 Enrollee */
+    uint8_t deviceType;   /* PLATFORM_REGISTRAR or PLATFORM_ENROLLEE */
     uint8_t sendSearch;   /* SendSearchMsg */
     uint8_t sendResponse; /* SendResponseMsg */
 } WpsConfig;

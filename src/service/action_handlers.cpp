@@ -156,7 +156,7 @@ int handleSendWIFISyncAllReq(const ServReq& request, uint16_t answer) {
     int code = wifi_flag_init();
     const auto keepFirst = [&code](int result) { code = code != kOk ? code : result; };
     keepFirst(getWIFIStateSync(data));
-    const bool isRegistrar = al->role() == 0;
+    const bool isRegistrar = al->role() == PLATFORM_REGISTRAR;
     for (const uint8_t band : kWifiBands) {
         keepFirst(isRegistrar ? vmNetCtrl_WPS_sendRenewMsg(band) : sendWPSSearch(band));
     }

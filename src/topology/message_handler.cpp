@@ -26,9 +26,8 @@ void listTables() {
 // An Enrollee tells its Registrar that it has taken up the configuration of the band. Whether that
 // can be sent is nothing to the renew.
 int acknowledgeRenew(const ApAutoConfInfo& msg) {
-    constexpr uint8_t kEnrollee = 1;
     const AlTable* al = getAlTable();
-    if (al != nullptr && al->role() == kEnrollee) {
+    if (al != nullptr && al->role() == PLATFORM_ENROLLEE) {
         (void)sendVendMsg(MacAddr(msg.alMac), VEND_MSG_TYPE_APAUTOCONFIG_ACK,
                           std::make_unique<OptionPayload>(al->alMac, msg.freqBand));
     }

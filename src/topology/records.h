@@ -218,7 +218,7 @@ struct Ieee1905NbrList {
 struct VendItems {
     uint8_t enableReboot = 255;
     uint8_t enableIntfPwrCtrl = 255;
-    uint8_t role = 255;  // 0 Registrar, 1 Enrollee
+    uint8_t role = 255;  // PLATFORM_REGISTRAR, PLATFORM_ENROLLEE, or not known yet
     uint8_t firmwareState = 255;
     uint16_t maxChangeLogEntries = 0;
     Text<128> firmwareVersion;

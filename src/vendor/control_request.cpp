@@ -10,9 +10,6 @@
 
 namespace {
 
-constexpr uint8_t kRegistrar = 0;
-constexpr uint8_t kEnrollee = 1;
-
 bool hasRole(uint8_t role) {
     WpsConfig config{};
     return getWPSConfig(&config) == 0 && config.deviceType == role;
@@ -26,13 +23,13 @@ bool isOwnAlMac(const MacAddr& almac) {
 }
 
 bool isRegistrar() {
-    if (hasRole(kRegistrar)) return true;
+    if (hasRole(PLATFORM_REGISTRAR)) return true;
     LOG_PUTS(2, "Device is not Registrar\r");
     return false;
 }
 
 bool isEnrollee() {
-    if (hasRole(kEnrollee)) return true;
+    if (hasRole(PLATFORM_ENROLLEE)) return true;
     LOG_PUTS(2, "Device is not Enrollee\r");
     return false;
 }

@@ -18,9 +18,6 @@
 
 namespace {
 
-constexpr uint8_t kRegistrar = 0;
-constexpr uint8_t kEnrollee = 1;
-
 // How a device stands to the present text.
 struct Standing {
     uint16_t msgId = 0;  // of the last sending
@@ -53,7 +50,8 @@ Sync& syncOf(WifiSyncKind kind, std::string_view text) {
 }
 
 bool isWanted(const Ieee1905DevTable& dev) {
-    return dev.role == kEnrollee && checkMACisApprove(dev.alMac.data(), dev.hostname.c_str()) == 0;
+    return dev.role == PLATFORM_ENROLLEE &&
+           checkMACisApprove(dev.alMac.data(), dev.hostname.c_str()) == 0;
 }
 
 void handOut(const Kind& kind, const MacAddr& almac, const std::string& text, Standing& standing) {
@@ -70,7 +68,7 @@ int check(WifiSyncKind which) {
     const Kind& kind = kKinds[which];
     const AlTable* al = getAlTable();
     const TopolTable* topol = getNetTopolTable();
-    if (al == nullptr || topol == nullptr || al->role() != kRegistrar) return kFailure;
+    if (al == nullptr || topol == nullptr || al->role() != PLATFORM_REGISTRAR) return kFailure;
     std::string text;
     if (fetchSyncText(kind.get, text) != 0 || text.empty()) return kFailure;
     Sync& sync = syncOf(which, text);
@@ -103,7 +101,7 @@ void noteWifiSyncSent(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
     const TopolTable* topol = getNetTopolTable();
     if (topol == nullptr) return;
     for (const auto& dev : topol->devs) {
-        if (almac.isZero() ? dev.role == kEnrollee : dev.alMac == almac)
+        if (almac.isZero() ? dev.role == PLATFORM_ENROLLEE : dev.alMac == almac)
             sync.devices[dev.alMac] = {msgId, 1, false};
     }
 }
