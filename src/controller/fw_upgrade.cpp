@@ -35,7 +35,7 @@ const std::list<Ieee1905DevTable>& knownDevices() {
 
 bool isAdmitted(const Ieee1905DevTable& dev) {
     if (checkMACisApprove(dev.alMac.data(), dev.hostname.c_str()) == 0) return true;
-    LOG(4, "Decvice(%02x:%02x:%02x:%02x:%02x:%02x) is not allow\r\n", MAC_ARGS(dev.alMac));
+    LOG(4, "Decvice(" MAC_FMT ") is not allow\r\n", MAC_ARGS(dev.alMac));
     return false;
 }
 
@@ -126,7 +126,7 @@ bool isTooSoon(const MacAddr& alMac) {
 
 void orderReboot(const MacAddr& alMac) {
     LOG(4, "send reboot(" MAC_FMT ")\n", MAC_ARGS(alMac));
-    Outputlog("[FWupgrade] send Reboot to (%02x:%02x:%02x:%02x:%02x:%02x)", MAC_ARGS(alMac));
+    Outputlog("[FWupgrade] send Reboot to (" MAC_FMT ")", MAC_ARGS(alMac));
     uint16_t msgId = 0;
     (void)sendVendMsg(alMac, VEND_MSG_TYPE_REBOOT_REQ, std::make_unique<AlMacPayload>(alMac),
                       &msgId);
@@ -169,8 +169,8 @@ int sendEXdeviceFWCtrl(const MacAddr& alMac, std::string_view version, const cha
     (void)addFWupgradelist(alMac, kFWupgradeSetSent, 1);
     (void)set_vsftpd_StartStop(1);
     addFWupgradelistHistory(alMac, 1);
-    Outputlog("[FWupgrade] send (URL:%s)(FileName:%s) to (%02x:%02x:%02x:%02x:%02x:%02x)", url,
-              fileName, MAC_ARGS(alMac));
+    Outputlog("[FWupgrade] send (URL:%s)(FileName:%s) to (" MAC_FMT ")", url, fileName,
+              MAC_ARGS(alMac));
     // Meant: exactly this version of the extender's component, no other, takes the item form.
     if (strtol(versionText.c_str(), nullptr, 10) == kItemFormVersion) {
         (void)sendVendMsg(alMac, VEND_MSG_TYPE_FW_CTRL_2_REQ, itemForm(url, fileName));

@@ -4,12 +4,11 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <string>
 
 #include "core/public_file.h"
-#include "platform/autoconfig.h"
 #include "core/shell.h"
+#include "platform/autoconfig.h"
 #include "topology/data_manager.h"
 
 namespace {
@@ -36,9 +35,7 @@ bool isRootAp(const Ieee1905DevTable& dev) {
 void noteMeshMac(const DevIntf& intf) {
     for (auto& row : rootAp.rows) {
         if (row.found || intf.name != row.intfName) continue;
-        char text[18];
-        snprintf(text, sizeof text, MAC_FMT, MAC_ARGS(intf.mac));
-        row.mac = std::string_view(text);
+        row.mac = macText(intf.mac);
         row.found = true;
         return;
     }

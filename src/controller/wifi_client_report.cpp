@@ -4,10 +4,10 @@
 #include <memory>
 #include <string>
 
-#include "controller/features/own_record.h"
 #include "controller/settings.h"
 #include "core/log.h"
 #include "core/result.h"
+#include "core/text.h"
 #include "platform/device.h"
 #include "topology/data_manager.h"
 #include "topology/device_table.h"
@@ -30,9 +30,9 @@ WifiClient clientOf(const WifiStation& station) {
     client.rate = station.rate;
     client.rssi = station.rssi;
     client.signalLevel = station.signalLevel;
-    client.tx = textOf(station.tx);
-    client.rx = textOf(station.rx);
-    client.connType = textOf(station.connType);
+    client.tx = fieldText(station.tx);
+    client.rx = fieldText(station.rx);
+    client.connType = fieldText(station.connType);
     return client;
 }
 

@@ -4,8 +4,10 @@
 #include <array>
 #include <compare>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <functional>
+#include <string>
 
 struct MacAddr {
     std::array<uint8_t, 6> b{};
@@ -39,3 +41,10 @@ struct std::hash<MacAddr> {
 // printf pieces: a format and the matching arguments.
 #define MAC_FMT "%.2x:%.2x:%.2x:%.2x:%.2x:%.2x"
 #define MAC_ARGS(m) (m).b[0], (m).b[1], (m).b[2], (m).b[3], (m).b[4], (m).b[5]
+
+// "aa:bb:cc:dd:ee:ff"
+inline std::string macText(const MacAddr& mac) {
+    char text[18];
+    (void)std::snprintf(text, sizeof text, MAC_FMT, MAC_ARGS(mac));
+    return text;
+}

@@ -9,6 +9,7 @@
 #include "core/log.h"
 #include "core/requests.h"
 #include "core/result.h"
+#include "core/store.h"
 #include "core/sys_ctrl.h"
 #include "platform/descriptions.h"
 
@@ -143,14 +144,6 @@ void fetch(int (*get)(char*), TextField& text) {
     text.terminate();
 }
 
-// True when the value is new; the field then has it.
-template <typename Field>
-bool change(Field& field, Field value) {
-    if (field == value) return false;
-    field = value;
-    return true;
-}
-
 // A permission of the neighbours goes into the AlTable too, under this key.
 int mirrorPermission(int alTableKey, uint32_t isEnable) {
     const uint8_t value = static_cast<uint8_t>(isEnable);
@@ -190,7 +183,7 @@ int initSysConfig() {
         "MAX_CHANGE_LOG_ENTRIES = %d, ENABLE_REBOOT_FROM_NBR = %d, "
         "ENABLE_INTF_PWR_CTRL_FROM_NBR = %d, DATA_MODEL_FOLDER = %s, ENABLE_LOG = %d, "
         "LOG_FOLDER = %s, LOG_INDEX = %d, Firmware_Version = %s, BuildNumber = %s, "
-        "LANMac = %02x:%02x:%02x:%02x:%02x:%02x\r\n",
+        "LANMac = " MAC_FMT "\r\n",
         c.debugLevel, c.enableNetTopol, c.maxChangeLogEntries, c.enableRebootFromNbr,
         c.enableIntfPwrCtrlFromNbr, c.dataModelFolder.c_str(), c.enableLog, c.logFolder.c_str(),
         c.logIndex, id.firmwareVersion.c_str(), id.buildNumber.c_str(), MAC_ARGS(id.lanMac));
@@ -239,7 +232,7 @@ uint8_t getDebugLevelOption() {
 }
 
 int setDebugLevelOption(uint8_t level) {
-    return change(config().debugLevel, level) ? kOk : kUnchanged;
+    return store(config().debugLevel, level) ? kOk : kUnchanged;
 }
 
 uint32_t getEnableNetTopolOption() {
@@ -247,7 +240,7 @@ uint32_t getEnableNetTopolOption() {
 }
 
 int setEnableNetTopolOption(uint32_t enable) {
-    if (!change(config().enableNetTopol, enable)) return kUnchanged;
+    if (!store(config().enableNetTopol, enable)) return kUnchanged;
     const auto act = enable == 1   ? module.hooks.enableNetTopol
                      : enable == 0 ? module.hooks.disableNetTopol
                                    : nullptr;
@@ -274,7 +267,7 @@ uint32_t getEnableRebootFromNbrOption() {
 }
 
 int setEnableRebootFromNbrOption(uint32_t enable) {
-    if (!change(config().enableRebootFromNbr, enable)) return kUnchanged;
+    if (!store(config().enableRebootFromNbr, enable)) return kUnchanged;
     LOG(4, "isEnable = %d\r\n", static_cast<int>(enable));
     return mirrorPermission(0, enable);
 }
@@ -284,7 +277,7 @@ uint32_t getEnableIntfPwrCtrlFromNbrOption() {
 }
 
 int setEnableIntfPwrCtrlFromNbrOption(uint32_t enable) {
-    if (!change(config().enableIntfPwrCtrlFromNbr, enable)) return kUnchanged;
+    if (!store(config().enableIntfPwrCtrlFromNbr, enable)) return kUnchanged;
     LOG(4, "isEnable = %d\r\n", static_cast<int>(enable));
     return mirrorPermission(1, enable);
 }
@@ -304,7 +297,7 @@ uint32_t getEnableLogOption() {
 }
 
 int setEnableLogOption(uint32_t enable) {
-    return change(config().enableLog, enable) ? kOk : kUnchanged;
+    return store(config().enableLog, enable) ? kOk : kUnchanged;
 }
 
 const char* getLogFolderOption() {

@@ -8,6 +8,17 @@
 #include <string>
 #include <string_view>
 
+// Text up to its first NUL, if there is one.
+constexpr std::string_view upToNul(std::string_view text) {
+    return text.substr(0, text.find('\0'));
+}
+
+// The text in a field of a record, which it may fill whole.
+template <size_t N>
+constexpr std::string_view fieldText(const char (&field)[N]) {
+    return upToNul({field, N});
+}
+
 template <size_t N>  // N bytes, the terminator included
 class Text {
   public:
@@ -20,8 +31,7 @@ class Text {
 
     // Takes the text up to its first NUL, cut to the capacity. The text may be part of this one.
     void assign(std::string_view text) {
-        const size_t n =
-            std::min(text.find('\0') == text.npos ? text.size() : text.find('\0'), N - 1);
+        const size_t n = std::min(upToNul(text).size(), N - 1);
         if (n != 0) std::memmove(buf_.data(), text.data(), n);
         std::fill(buf_.begin() + static_cast<std::ptrdiff_t>(n), buf_.end(), '\0');
     }

@@ -1,11 +1,9 @@
 #include "datamodel/json_autoconfig.h"
 
-#include <algorithm>
 #include <array>
 
 #include "core/result.h"
 #include "datamodel/json_writer.h"
-#include "platform/autoconfig.h"
 #include "datamodel/labels.h"
 #include "topology/data_manager.h"
 #include "topology/wifi_bands.h"
@@ -54,9 +52,9 @@ void writeDeviceState(JsonWriter& out, const Ieee1905DevTable& dev, size_t numbe
 }  // namespace
 
 int getAPautoconfigFlag(const Ieee1905DevTable& dev, uint8_t band, uint8_t& flag) {
-    const auto at = std::find(kWifiBands.begin(), kWifiBands.end(), band);
-    if (at == kWifiBands.end()) return kFailure;
-    flag = dev.apAutoConf.syncFlags[static_cast<size_t>(at - kWifiBands.begin())];
+    const auto index = bandIndex(band);
+    if (!index) return kFailure;
+    flag = dev.apAutoConf.syncFlags[*index];
     return kOk;
 }
 

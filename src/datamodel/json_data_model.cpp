@@ -13,8 +13,8 @@
 
 namespace {
 
-// Ordinary shares of the file, so that the text seldom has to grow: in a large mesh nearly all of it
-// is neighbours, for every device may hear every other.
+// Ordinary shares of the file, so that the text seldom has to grow: in a large mesh nearly all of
+// it is neighbours, for every device may hear every other.
 constexpr size_t kDeviceSize = 3000;
 constexpr size_t kNbrSize = 270;
 

@@ -141,8 +141,8 @@ Hearings::Hearings(const AlTable& al, const TopolTable& topol) {
 NbrIntf Hearings::intfOf(const MacAddr& by, const MacAddr& heard, uint32_t mediaType) const {
     const auto hearings = heardBy_.find(by);
     if (hearings == heardBy_.end()) return {};
-    const auto [begin, end] = std::equal_range(
-        hearings->second.begin(), hearings->second.end(), Hearing{heard, {}}, isBefore);
+    const auto [begin, end] = std::equal_range(hearings->second.begin(), hearings->second.end(),
+                                               Hearing{heard, {}}, isBefore);
     const auto same = std::find_if(begin, end, [mediaType](const Hearing& hearing) {
         return hearing.intf.mediaType == mediaType;
     });

@@ -1,6 +1,5 @@
 #include "service/service_callback.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <string_view>
 
@@ -50,14 +49,14 @@ int sendWsc(const ApAutoConfWscReq& info) {
 // What a device has acknowledged of an earlier renew says nothing of this one.
 void forgetAcknowledgements(const ApAutoConfRenewReq& info) {
     TopolTable* topol = getNetTopolTable();
-    const auto at = std::find(kWifiBands.begin(), kWifiBands.end(), info.freqBand);
-    if (topol == nullptr || at == kWifiBands.end()) return;
+    const auto band = bandIndex(info.freqBand);
+    if (topol == nullptr || !band) return;
     const MacAddr dst(info.dstMac);
     const MacAddr* owner = getalMacOfIeee1905DevTableByintfMac(dst);
     const MacAddr& meant = owner != nullptr ? *owner : dst;
     for (auto& dev : topol->devs) {
         if (info.unicast != 0 && dev.alMac != meant) continue;
-        dev.apAutoConf.syncFlags[static_cast<size_t>(at - kWifiBands.begin())] = 0;
+        dev.apAutoConf.syncFlags[*band] = 0;
     }
     (void)requestUpdateDataModel(0);
 }

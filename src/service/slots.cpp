@@ -10,6 +10,7 @@
 #include "core/clock.h"
 #include "core/log.h"
 #include "core/result.h"
+#include "core/text.h"
 
 namespace {
 
@@ -131,8 +132,7 @@ MacAddr ServReq::macAt(size_t at) const {
 
 std::string_view ServReq::text(slots::Field field) const {
     const Bytes raw = bytes(field.at, field.width);
-    const std::string_view all(reinterpret_cast<const char*>(raw.data()), raw.size());
-    return all.substr(0, all.find('\0'));
+    return upToNul({reinterpret_cast<const char*>(raw.data()), raw.size()});
 }
 
 Bytes ServReq::bytes(size_t at, size_t width) const {

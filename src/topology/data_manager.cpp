@@ -1,6 +1,5 @@
 #include "topology/data_manager.h"
 
-#include <cstdio>
 #include <memory>
 
 #include "core/log.h"
@@ -71,9 +70,7 @@ int retrieveAlTable() {
     al.buildNumber = sys_getDeviceBuildNumber();
     MacAddr lanMac;
     (void)sys_getDeviceLANMac(lanMac);
-    char text[18];
-    snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", MAC_ARGS(lanMac));
-    al.lanMac = text;
+    al.lanMac = macText(lanMac);
     return kOk;
 }
 

@@ -35,15 +35,9 @@ void freeBrdgDescs(BrdgDesc* head) {
 using IntfDescs = std::unique_ptr<IntfDesc, decltype(&freeIntfDescs)>;
 using BrdgDescs = std::unique_ptr<BrdgDesc, decltype(&freeBrdgDescs)>;
 
-// A name of 16 bytes that need not be terminated.
-std::string_view nameOf(const IntfDesc& desc) {
-    const std::string_view all(desc.name, sizeof desc.name);
-    return all.substr(0, all.find('\0'));
-}
-
 IntfTable makeIntf(const IntfDesc& desc) {
     IntfTable intf;
-    intf.name = nameOf(desc);
+    intf.name = fieldText(desc.name);
     intf.mac = MacAddr(desc.mac);
     intf.pwrState = desc.pwrState;
     intf.operStatus = desc.operStatus;
@@ -65,7 +59,7 @@ IntfTable makeIntf(const IntfDesc& desc) {
 }
 
 bool matches(const IntfTable& intf, const IntfDesc& desc) {
-    return intf.name == nameOf(desc) && intf.mac == MacAddr(desc.mac) &&
+    return intf.name == fieldText(desc.name) && intf.mac == MacAddr(desc.mac) &&
            intf.mediaType == desc.mediaType;
 }
 
@@ -183,7 +177,7 @@ int addIntf(const IntfDesc* list) {
     bool added = false;
     for (const IntfDesc* desc = list; desc != nullptr; desc = desc->next) {
         const MacAddr mac(desc->mac);
-        const std::string name(nameOf(*desc));
+        const std::string name(fieldText(desc->name));
         if (std::any_of(al->intfs.begin(), al->intfs.end(),
                         [&](const IntfTable& intf) { return matches(intf, *desc); })) {
             LOG(2, "interface (name = %s, MAC = " MAC_FMT ", mediaType = %x) has existed\r\n",
@@ -210,7 +204,7 @@ int removeIntf(const IntfDesc* list) {
     bool removed = false;
     for (const IntfDesc* desc = list; desc != nullptr; desc = desc->next) {
         const MacAddr mac(desc->mac);
-        const std::string name(nameOf(*desc));
+        const std::string name(fieldText(desc->name));
         auto& intfs = getIntfTable();
         const auto it = std::find_if(intfs.begin(), intfs.end(),
                                      [&](const IntfTable& intf) { return matches(intf, *desc); });

@@ -21,15 +21,9 @@ static_assert(offsetof(IntfNbrEvent, macNum) == 28 && offsetof(IntfNbrEvent, mac
 
 namespace {
 
-// Names of 16 bytes need not be terminated.
-template <typename Event>
-std::string_view nameOf(const Event& event) {
-    const std::string_view all(event.name, sizeof event.name);
-    return all.substr(0, all.find('\0'));
-}
-
 int intfMacChanged(const IntfMacEvent& event) {
-    return updateIntfMac(nameOf(event), MacAddr(event.mac), event.mediaType, MacAddr(event.newMac));
+    return updateIntfMac(fieldText(event.name), MacAddr(event.mac), event.mediaType,
+                         MacAddr(event.newMac));
 }
 
 int intfsAdded(const IntfListEvent& event) {
@@ -47,14 +41,15 @@ int intfsRemoved(const IntfListEvent& event) {
 }
 
 int pwrStateChanged(const IntfStateEvent& event) {
-    const int result =
-        updateIntfPwrState(nameOf(event), MacAddr(event.mac), event.mediaType, event.newState);
+    const int result = updateIntfPwrState(fieldText(event.name), MacAddr(event.mac),
+                                          event.mediaType, event.newState);
     if (event.newState == PLATFORM_PWR_ON) (void)reinitIntfPorts();
     return result;
 }
 
 int operStatusChanged(const IntfStateEvent& event) {
-    return updateIntfOperStatus(nameOf(event), MacAddr(event.mac), event.mediaType, event.newState);
+    return updateIntfOperStatus(fieldText(event.name), MacAddr(event.mac), event.mediaType,
+                                event.newState);
 }
 
 int mediaTypeChanged(const IntfMediaTypeEvent& event) {
@@ -72,12 +67,12 @@ int mediaTypeChanged(const IntfMediaTypeEvent& event) {
 }
 
 int nbrsAdded(const IntfNbrEvent& event) {
-    return addIntfNbrIntf(nameOf(event), MacAddr(event.mac), event.mediaType,
+    return addIntfNbrIntf(fieldText(event.name), MacAddr(event.mac), event.mediaType,
                           unpackMacs(event.macs, event.macNum));
 }
 
 int nbrsRemoved(const IntfNbrEvent& event) {
-    return removeIntfNbrIntf(nameOf(event), MacAddr(event.mac), event.mediaType,
+    return removeIntfNbrIntf(fieldText(event.name), MacAddr(event.mac), event.mediaType,
                              unpackMacs(event.macs, event.macNum));
 }
 

@@ -1,8 +1,7 @@
 // What the platform tells about this device itself: firmware, LED, Wi-Fi configuration.
-#include <cstdio>
-
 #include "core/requests.h"
 #include "core/result.h"
+#include "core/store.h"
 #include "platform/autoconfig.h"
 #include "platform/device.h"
 #include "topology/data_manager.h"
@@ -16,22 +15,12 @@ void writeAndNotify() {
     (void)requestUpdateDataModel(1);
 }
 
-// Stores value; true when it differed.
-template <typename Field, typename Value>
-bool replace(Field& field, const Value& value) {
-    if (field == value) return false;
-    field = value;
-    return true;
-}
-
 bool mirrorSyncList(AlTable& al, uint8_t selector) {
     WpsSyncRecord record{};
     record.selector = selector;
     if (getWPSSyncListByBand(&record) != 0) return false;
     const MacAddr mac(record.mac);
-    char text[18];
-    snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", MAC_ARGS(mac));
-    return replace(al.wifiSyncMac[selector], std::string_view(mac.isZero() ? "" : text));
+    return store(al.wifiSyncMac[selector], mac.isZero() ? std::string() : macText(mac));
 }
 
 }  // namespace
@@ -53,7 +42,7 @@ int updateFWNewfirmware(uint32_t result) {
 
 int updateNewFWUpgradeStatus(uint32_t status) {
     AlTable* al = getAlTable();
-    if (al != nullptr && replace(al->fwUpgradeStatus, static_cast<uint8_t>(status))) {
+    if (al != nullptr && store(al->fwUpgradeStatus, static_cast<uint8_t>(status))) {
         writeAndNotify();
     }
     return kOk;
@@ -63,7 +52,7 @@ int updateLEDStatus(std::string_view text) {
     AlTable* al = getAlTable();
     if (al == nullptr) return kOk;
     const Text<32> plain(plainText(text, 31));
-    if (replace(al->info.ledStatus, plain)) writeAndNotify();
+    if (store(al->info.ledStatus, plain)) writeAndNotify();
     return kOk;
 }
 
@@ -73,19 +62,18 @@ int updateWPSConfig() {
     bool differs = false;
 
     if (uint8_t setting = 0; getAPautoconfig(&setting) == 0) {
-        differs |= replace(al->apAutoConfig, setting);
+        differs |= store(al->apAutoConfig, setting);
     }
     if (WpsConfig config{}; getWPSConfig(&config) == 0) {
-        differs |= replace(
-            al->wpsConfig,
-            std::array<uint8_t, 3>{config.deviceType, config.sendSearch, config.sendResponse});
+        differs |= store(al->wpsConfig, std::array<uint8_t, 3>{config.deviceType, config.sendSearch,
+                                                               config.sendResponse});
     }
-    if (uint8_t reload = 0; getWiFiReload(&reload) == 0) differs |= replace(al->wifiReload, reload);
+    if (uint8_t reload = 0; getWiFiReload(&reload) == 0) differs |= store(al->wifiReload, reload);
 
     for (size_t i = 0; i < kWifiBands.size(); i++) {
         if (WpsBandConfig band{}; getWPSConfByBand(kWifiBands[i], &band) == 0) {
-            differs |= replace(al->wpsBandConfig[i],
-                               std::array<uint8_t, 2>{band.sendSearch, band.sendResponse});
+            differs |= store(al->wpsBandConfig[i],
+                             std::array<uint8_t, 2>{band.sendSearch, band.sendResponse});
         }
     }
     for (uint8_t selector = 0; selector < 2; selector++) differs |= mirrorSyncList(*al, selector);

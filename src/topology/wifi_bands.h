@@ -1,8 +1,18 @@
 // The frequency bands by which Wi-Fi networks are configured.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
+#include <optional>
 
 // Main network on 2.4 and 5 GHz, guest network on 2.4 and 5 GHz.
 inline constexpr std::array<uint8_t, 4> kWifiBands{0, 1, 32, 33};
+
+// The place of a band in this list, by which what is kept of each band is ordered; nothing for
+// another number.
+inline std::optional<size_t> bandIndex(uint8_t band) {
+    const auto at = std::find(kWifiBands.begin(), kWifiBands.end(), band);
+    if (at == kWifiBands.end()) return std::nullopt;
+    return static_cast<size_t>(at - kWifiBands.begin());
+}

@@ -177,8 +177,8 @@ int setupLldpSocket(Port& port) {
         return kFailure;
     }
     port.mtu = static_cast<uint32_t>(mtu);
-    LOG(5, "create a LLDP socket (%d) for interafce (%s, %02x:%02x:%02x:%02x:%02x:%02x):\r\n", fd,
-        port.name.c_str(), MAC_ARGS(port.mac));
+    LOG(5, "create a LLDP socket (%d) for interafce (%s, " MAC_FMT "):\r\n", fd, port.name.c_str(),
+        MAC_ARGS(port.mac));
     return kOk;
 }
 
@@ -203,8 +203,7 @@ int setupIeee1905Socket(Port& port) {
         return kIntfError;
     }
     acceptAllMulticasts(fd, port.name.c_str());
-    LOG(5,
-        "create a IEEE 1905.1 socket (%d) for interafce (%s, %02x:%02x:%02x:%02x:%02x:%02x):\r\n",
-        fd, port.name.c_str(), MAC_ARGS(port.mac));
+    LOG(5, "create a IEEE 1905.1 socket (%d) for interafce (%s, " MAC_FMT "):\r\n", fd,
+        port.name.c_str(), MAC_ARGS(port.mac));
     return kOk;
 }

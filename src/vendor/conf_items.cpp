@@ -31,7 +31,7 @@ void storeByte(uint8_t& field, std::string_view value) {
 // The text that a platform function tells, empty when it fails.
 std::string platformText(int (*get)(char*)) {
     char text[32] = {};
-    return get(text) == 0 ? std::string(text, strnlen(text, sizeof text)) : std::string();
+    return get(text) == 0 ? std::string(fieldText(text)) : std::string();
 }
 
 // A trailing line feed of the version file is not sent.
@@ -257,8 +257,7 @@ std::vector<Item> readIPv6Items() {
     if (getIPv6Info(&info) != 0) return items;
     if (info.num > kIPv6Items) LOG(2, "DeviceIPv6Info Number too much(%d)\n", info.num);
     for (size_t i = 0; i < std::min<size_t>(info.num, kIPv6Items); i++) {
-        const std::string_view address(info.address[i],
-                                       strnlen(info.address[i], PLATFORM_IPV6_LEN));
+        const std::string_view address = fieldText(info.address[i]);
         items.push_back(
             {static_cast<uint8_t>(kFirstIPv6Item + i), {address.begin(), address.end()}});
     }

@@ -38,14 +38,13 @@ int addressResult(const VendContext& context) {
 
 int setLED(const VendContext& context) {
     const uint8_t option = context.as<OptionPayload>().option;
-    Outputlog("[LEDCtrl] get LED (%d) from (%02x:%02x:%02x:%02x:%02x:%02x)", option,
-              MAC_ARGS(context.msg.alMac));
+    Outputlog("[LEDCtrl] get LED (%d) from (" MAC_FMT ")", option, MAC_ARGS(context.msg.alMac));
     return answerRequest(context, VEND_MSG_TYPE_LED_CTRL_RESP, setLEDvalue(option));
 }
 
 int setSystem(const VendContext& context) {
     const uint8_t option = context.as<OptionPayload>().option;
-    Outputlog("[SystemCtrl] get System (%d) from (%02x:%02x:%02x:%02x:%02x:%02x)", option,
+    Outputlog("[SystemCtrl] get System (%d) from (" MAC_FMT ")", option,
               MAC_ARGS(context.msg.alMac));
     return answerRequest(context, VEND_MSG_TYPE_SYSTEM_CTRL_RESP, setSystemvalue(option));
 }
@@ -108,7 +107,7 @@ int handleSystemCtrlRespMsg(const VendContext& context) {
 
 int handleNetworkCtrlReqMsg(const VendContext& context) {
     const auto& request = context.as<NetworkCtrlReq>();
-    Outputlog("[NetworkCtrl] get Network control (%d,\"%s\") from (%02x:%02x:%02x:%02x:%02x:%02x)",
+    Outputlog("[NetworkCtrl] get Network control (%d,\"%s\") from (" MAC_FMT ")",
               request.networkOption, plainText(request.command).c_str(),
               MAC_ARGS(context.msg.alMac));
     const int retCode = setNetworkCtrl(request.networkOption, request.command.c_str());

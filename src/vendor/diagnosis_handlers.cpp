@@ -64,8 +64,8 @@ int handleRequestLogFileReqMsg(const VendContext& context) {
     if (getResponseLogFile(context.msg.alMac.data(), &file) != 0) return kFailure;
     auto answer = std::make_unique<LogFileResp>();
     answer->almac = *getAlMac();
-    answer->fileName.assign(file.fileName, strnlen(file.fileName, sizeof file.fileName));
-    answer->ftpUrl.assign(file.ftpUrl, strnlen(file.ftpUrl, sizeof file.ftpUrl));
+    answer->fileName = fieldText(file.fileName);
+    answer->ftpUrl = fieldText(file.ftpUrl);
     return sendVendRespMsg(context.srcMac, context.msgId, VEND_MSG_TYPE_REQUESTLOGFILE_RESP,
                            std::move(answer));
 }

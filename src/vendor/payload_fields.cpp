@@ -1,6 +1,6 @@
 #include "vendor/payload_fields.h"
 
-#include <cstring>
+#include "core/text.h"
 
 namespace {
 
@@ -41,10 +41,7 @@ Bytes FieldReader::takeWithin(size_t length, size_t capacity) {
 // A text ends at its first NUL, as it does for whoever it is handed to.
 void FieldReader::takeText(std::string& value, size_t length, size_t capacity) {
     const Bytes bytes = takeWithin(length, capacity);
-    value.clear();
-    if (bytes.empty()) return;
-    const auto* text = reinterpret_cast<const char*>(bytes.data());
-    value.assign(text, strnlen(text, bytes.size()));
+    value = upToNul({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
 }
 
 void FieldReader::text(const char*, const char*, std::string& value, size_t capacity) {

@@ -145,7 +145,7 @@ int handleWIFIChannelSearchMsg(const VendContext& context) {
     const MacAddr& sender = context.msg.alMac;
     const Ieee1905DevTable* dev = getIeee1905DevTableById(sender);
     if (checkMACisApprove(sender.data(), dev != nullptr ? dev->hostname.c_str() : "") != 0) {
-        LOG(2, "Decvice(%02x:%02x:%02x:%02x:%02x:%02x) is not allow\r\n", MAC_ARGS(sender));
+        LOG(2, "Decvice(" MAC_FMT ") is not allow\r\n", MAC_ARGS(sender));
         return kFailure;
     }
     std::string text;
@@ -181,10 +181,10 @@ int handleWIFICountryCodeCtrlRespMsg(const VendContext& context) {
 int handleAPautoconfigAckMsg(const VendContext& context) {
     const uint8_t band = context.as<OptionPayload>().option;
     const int result = setAPautoconfigFlag(context.msg.alMac.data(), band);
-    const auto at = std::find(kWifiBands.begin(), kWifiBands.end(), band);
+    const auto index = bandIndex(band);
     Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
-    if (dev != nullptr && at != kWifiBands.end()) {
-        dev->apAutoConf.syncFlags[static_cast<size_t>(at - kWifiBands.begin())] = 1;
+    if (dev != nullptr && index) {
+        dev->apAutoConf.syncFlags[*index] = 1;
         (void)requestUpdateDataModel(0);
     }
     return result == 0 ? kOk : kFailure;

@@ -10,7 +10,7 @@ bool storeTimes(AlTable& al, const AutoConfTimes& times) {
     static_assert(PLATFORM_AUTOCONF_TIMES == kApAutoConfTimes);
     bool changed = false;
     for (size_t i = 0; i < kApAutoConfTimes; i++) {
-        changed |= storeText(al.apAutoConfTimes[i], textOf(times.time[i]));
+        changed |= storeText(al.apAutoConfTimes[i], fieldText(times.time[i]));
     }
     return changed;
 }

@@ -5,8 +5,8 @@
 
 int checkLEDstate() {
     return refreshOwnRecord(getLEDState, [](AlTable& al, const LedState& led) {
-        const bool status = storeText(al.info.ledStatus, textOf(led.status));
-        const bool brightness = storeText(al.info.ledBrightness, textOf(led.brightness));
+        const bool status = storeText(al.info.ledStatus, fieldText(led.status));
+        const bool brightness = storeText(al.info.ledBrightness, fieldText(led.brightness));
         return status || brightness;
     });
 }

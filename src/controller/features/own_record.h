@@ -2,26 +2,12 @@
 // store what changed.
 #pragma once
 
-#include <algorithm>
-
 #include "core/requests.h"
 #include "core/result.h"
+#include "core/store.h"
 #include "core/text.h"
 #include "topology/data_manager.h"
 
-// A text in a field of the platform, also of one that is filled whole.
-template <size_t N>
-std::string_view textOf(const char (&field)[N]) {
-    return {field, static_cast<size_t>(std::find(field, field + N, '\0') - field)};
-}
-
-// Stores value; true when it differed.
-template <typename Value>
-bool store(Value& field, const Value& value) {
-    if (field == value) return false;
-    field = value;
-    return true;
-}
 template <size_t N>
 bool storeText(Text<N>& field, std::string_view text) {
     return store(field, Text<N>(plainText(text, N - 1)));
@@ -44,5 +30,5 @@ int refreshOwnText(int (*get)(char*), Text<N> DeviceInfo::*field) {
     AlTable* al = getAlTable();
     char text[N] = {};
     if (al == nullptr || get(text) != 0) return kFailure;
-    return storeText(al->info.*field, textOf(text)) ? requestUpdateDataModel(0) : kOk;
+    return storeText(al->info.*field, fieldText(text)) ? requestUpdateDataModel(0) : kOk;
 }

@@ -5,8 +5,8 @@
 
 int checkSecurityStatet() {
     return refreshOwnRecord(getSecurityState, [](AlTable& al, const SecurityState& security) {
-        const bool ssh = storeText(al.info.sshState, textOf(security.ssh));
-        const bool telnet = storeText(al.info.telnetState, textOf(security.telnet));
+        const bool ssh = storeText(al.info.sshState, fieldText(security.ssh));
+        const bool telnet = storeText(al.info.telnetState, fieldText(security.telnet));
         return ssh || telnet;
     });
 }

@@ -5,9 +5,9 @@
 
 int checkWIFIChannelInfo() {
     return refreshOwnRecord(getWIFIChannelInfo, [](AlTable& al, const WifiChannels& channels) {
-        const bool band24 = storeText(al.info.wifi24GChannel, textOf(channels.band24));
-        const bool band5 = storeText(al.info.wifi5GChannel, textOf(channels.band5));
-        const bool band5High = storeText(al.info.wifi5G2Channel, textOf(channels.band5High));
+        const bool band24 = storeText(al.info.wifi24GChannel, fieldText(channels.band24));
+        const bool band5 = storeText(al.info.wifi5GChannel, fieldText(channels.band5));
+        const bool band5High = storeText(al.info.wifi5G2Channel, fieldText(channels.band5High));
         return band24 || band5 || band5High;
     });
 }
