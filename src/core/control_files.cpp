@@ -6,13 +6,13 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "core/clock.h"
 #include "core/fd.h"
 #include "core/log.h"
 #include "core/options.h"
 #include "core/result.h"
 #include "core/shell.h"
 #include "core/sys_ctrl.h"
-#include "topology/data_manager.h"
 
 namespace {
 
@@ -38,8 +38,7 @@ bool exists(const char* path) {
 // When the folder last changed, zero when it was just now: a further change may bear the same time.
 timespec lastChange() {
     struct stat info {};
-    const bool settled =
-        stat(kFolder, &info) == 0 && time(nullptr) - info.st_mtim.tv_sec >= kSettled;
+    const bool settled = stat(kFolder, &info) == 0 && wallClock() - info.st_mtim.tv_sec >= kSettled;
     return settled ? info.st_mtim : timespec{};
 }
 
@@ -70,6 +69,10 @@ int readDebugLevel() {
     return kOk;
 }
 
+void obey(int (*order)()) {
+    if (order != nullptr) (void)order();
+}
+
 int obeyControlFiles() {
     if (exists("/tmp/vm1905_stop")) {
         cleanUp();
@@ -83,12 +86,12 @@ int obeyControlFiles() {
     if (exists("/tmp/vm1905_enableTopol")) {
         cleanUp();
         LOG_PUTS(3, "enable the 1905.1 network topology capabilities\r");
-        (void)enableNetTopol();
+        obey(optionHooks().enableNetTopol);
     }
     if (exists("/tmp/vm1905_disableTopol")) {
         cleanUp();
         LOG_PUTS(3, "disable the 1905.1 network topology capabilities\r");
-        (void)disableNetTopol();
+        obey(optionHooks().disableNetTopol);
     }
     if (exists(kDebugFile)) {
         const int result = readDebugLevel();

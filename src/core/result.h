@@ -11,8 +11,11 @@ enum Result : int {
     kNoTable = 17,          // the table does not exist
     kInvalidState = 18,     // operation not allowed in the present state
     kIntfError = 19,        // socket or interface error
+    kUnknownItem = 32,      // service answer: no such configuration item
+    kZeroLogMax = 34,       // service answer: a change log must have room for an entry
     kUnchanged = 34,        // a setter was given the value it already holds
     kUnknownService = 48,   // no such service id
+    kTypeNotAllowed = 64,   // service answer: no message type for a client to send
     kDuplicate = 65,        // message already generated or received
     kIndexOutOfRange = 80,  // service answer: index out of range
     kTableEmpty = 81,       // service answer: the table is empty

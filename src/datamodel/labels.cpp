@@ -21,11 +21,11 @@ bool isAnyOf(std::string_view text, const std::array<std::string_view, 3>& list)
 
 const char* highBandLabel(uint32_t mediaType) {
     switch (mediaType) {
-        case 258:
+        case 0x0102:
             return "IEEE 802.11a(IEEE 802.11a (5GHz_H))";
-        case 260:
+        case 0x0104:
             return "IEEE 802.11n 5.0(IEEE 802.11n (5GHz_H))";
-        case 261:
+        case 0x0105:
             return "IEEE 802.11ac(IEEE 802.11ac (5GHz_H))";
         default:
             return mediaTypeLabel(mediaType);
@@ -95,13 +95,13 @@ const char* intfMediaLabel(uint32_t mediaType, std::string_view intfName) {
 const char* non1905NbrMediaLabel(uint32_t mediaType, std::string_view connType) {
     if (!isHighBand(connType)) return mediaTypeLabel(mediaType);
     // Meant: no blank before the inner parenthesis, here alone.
-    if (mediaType == 260) return "IEEE 802.11n 5.0(IEEE 802.11n(5GHz_H))";
+    if (mediaType == 0x0104) return "IEEE 802.11n 5.0(IEEE 802.11n(5GHz_H))";
     return highBandLabel(mediaType);
 }
 
 const char* ieee1905NbrMediaLabel(uint32_t mediaType, std::string_view connType) {
     if (!isHighBand(connType)) return mediaTypeLabel(mediaType);
     // Meant: "802.11a" outside and "802.11ac" inside, here alone.
-    if (mediaType == 261) return "IEEE 802.11a(IEEE 802.11ac (5GHz_H))";
+    if (mediaType == 0x0105) return "IEEE 802.11a(IEEE 802.11ac (5GHz_H))";
     return highBandLabel(mediaType);
 }

@@ -18,8 +18,6 @@ namespace {
 
 using namespace slots;
 
-constexpr int kUnknownItem = 32;
-constexpr int kZeroLogMax = 34;
 constexpr uint32_t kShowTables = 6;  // in place of a debug level
 
 int32_t signedNumber(const ServReq& request, Field field) {

@@ -18,7 +18,6 @@
 #include "topology/topology_flow.h"
 #include "vendor/payloads.h"
 #include "vendor/sync_text.h"
-#include "vendor/vend_disc.h"
 #include "vendor/vend_sender.h"
 
 namespace {

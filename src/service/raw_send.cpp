@@ -6,8 +6,6 @@
 
 namespace {
 
-constexpr int kTypeNotAllowed = 64;
-
 size_t takeTlv(TlvList& tlvs, Bytes area) {
     ByteReader reader(area);
     const uint8_t type = reader.u8();

@@ -18,8 +18,6 @@ namespace {
 
 using namespace slots;
 
-constexpr int kUnknownItem = 32;
-
 int refuse(const ServReq& request, int code) {
     return respRetCode(request.pid(), request.servId(), code);
 }

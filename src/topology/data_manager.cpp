@@ -125,6 +125,10 @@ const MacAddr* getAlMac() {
     return al_table ? &al_table->alMac : nullptr;
 }
 
+bool isOwnAlMac(const MacAddr& alMac) {
+    return al_table && alMac == al_table->alMac;
+}
+
 const uint8_t* getAlOui() {
     return al_table ? al_table->oui.data() : nullptr;
 }

@@ -20,9 +20,10 @@ int initDataManager();
 // Frees it. kOk.
 int destroyDataManager();
 
-AlTable* getAlTable();      // nullptr before initDataManager
-const MacAddr* getAlMac();  // nullptr before initDataManager
-const uint8_t* getAlOui();  // 3 bytes
+AlTable* getAlTable();                  // nullptr before initDataManager
+const MacAddr* getAlMac();              // nullptr before initDataManager
+bool isOwnAlMac(const MacAddr& alMac);  // false before initDataManager
+const uint8_t* getAlOui();              // 3 bytes
 const std::vector<uint8_t>& getAlVendInfo();
 uint32_t getAlOperStatus();
 uint32_t getNetTopolCap();  // enable switch, 0 without a database

@@ -12,7 +12,6 @@
 #include "transport/frame.h"
 #include "transport/transmitter.h"
 #include "vendor/payloads.h"
-#include "vendor/vend_disc.h"
 #include "vendor/vend_sender.h"
 
 namespace {
@@ -21,6 +20,17 @@ void listTables() {
     if (DEBUGLEVEL < 4) return;
     showportinfo();
     showtopolTable();
+}
+
+// The result of a handler whose message is the platform's. The log line is the handler's, which
+// stands in its prefix.
+int handled(int platformResult, const char* message, const char* handler = __builtin_FUNCTION(),
+            int line = __builtin_LINE()) {
+    if (platformResult == 0) return kOk;
+    if (DEBUGLEVEL >= 1) {
+        logLine(1, handler, line, "fail to handle the 1905.1 %s message\r\n", message);
+    }
+    return kFailure;
 }
 
 // An Enrollee tells its Registrar that it has taken up the configuration of the band. Whether that
@@ -105,37 +115,27 @@ int handleMetricRespMsg() {
 }
 
 int handleApAutoConfSrchMsg(const ApAutoConfSrch& msg) {
-    if (notifyApAutoConfSrchMsgReceived(&msg) == 0) return kOk;
-    LOG_PUTS(1, "fail to handle the 1905.1 AP-autoconfiguration search message\r");
-    return kFailure;
+    return handled(notifyApAutoConfSrchMsgReceived(&msg), "AP-autoconfiguration search");
 }
 
 int handleApAutoConfRespMsg(const ApAutoConfInfo& msg) {
-    if (notifyApAutoConfRespMsgReceived(&msg) == 0) return kOk;
-    LOG_PUTS(1, "fail to handle the 1905.1 AP-autoconfiguration response message\r");
-    return kFailure;
+    return handled(notifyApAutoConfRespMsgReceived(&msg), "AP-autoconfiguration response");
 }
 
 int handleApAutoConfWscMsg(const ApAutoConfWsc& msg) {
-    if (notifyApAutoConfWscMsgReceived(&msg) == 0) return kOk;
-    LOG_PUTS(1, "fail to handle the 1905.1 AP-autoconfiguration WSC message\r");
-    return kFailure;
+    return handled(notifyApAutoConfWscMsgReceived(&msg), "AP-autoconfiguration WSC");
 }
 
 int handleApAutoConfRenewMsg(const ApAutoConfInfo& msg) {
-    if (notifyApAutoConfRenewMsgReceived(&msg) == 0) return acknowledgeRenew(msg);
-    LOG_PUTS(1, "fail to handle the 1905.1 AP-autoconfiguration renew message\r");
-    return kFailure;
+    const int result =
+        handled(notifyApAutoConfRenewMsgReceived(&msg), "AP-autoconfiguration renew");
+    return result == kOk ? acknowledgeRenew(msg) : result;
 }
 
 int handlePBEventNtfMsg(const PbEvent& msg) {
-    if (notifyPBEventMsgReceived(&msg) == 0) return kOk;
-    LOG_PUTS(1, "fail to handle the 1905.1 push button event notification message\r");
-    return kFailure;
+    return handled(notifyPBEventMsgReceived(&msg), "push button event notification");
 }
 
 int handlePBJoinNtfMsg(const PbJoin& msg) {
-    if (notifyPBJoinMsgReceived(&msg) == 0) return kOk;
-    LOG_PUTS(1, "fail to handle the 1905.1 push button join notification message\r");
-    return kFailure;
+    return handled(notifyPBJoinMsgReceived(&msg), "push button join notification");
 }

@@ -3,14 +3,14 @@
 #include "core/alarm.h"
 #include "core/clock.h"
 #include "core/log.h"
+#include "core/requests.h"
 #include "core/result.h"
-#include "datamodel/json_data_model.h"
 #include "platform/lifecycle.h"
 #include "topology/data_manager.h"
 #include "topology/net_status.h"
 #include "transport/frame.h"
 #include "transport/transmitter.h"
-#include "vendor/vend_disc.h"
+#include "vendor/vend_sender.h"
 
 namespace {
 
@@ -35,7 +35,7 @@ int discAlarmHandler() {
         return setDiscMsgTransAlarm(kSecondAlarm);
     }
     (void)sendTopolDisc();
-    (void)writeJsonDataModel();
+    (void)requestWriteDataModel();
     (void)sendVendDiscMsg(nullptr);
     return setDiscMsgTransAlarm(kAlarmPeriod);
 }

@@ -27,9 +27,9 @@ bool walkArea(Bytes area, Parse&& parse) {
            parseEndOfMsgTlv(area) == kOk;
 }
 
-bool isOwnAlMac(const MacAddr& alMac) {
-    const MacAddr* own = getAlMac();
-    if (own == nullptr || alMac != *own) return false;
+// A message of this device's own, come back.
+bool isLoop(const MacAddr& alMac) {
+    if (!isOwnAlMac(alMac)) return false;
     LOG(4, "loop alMac = " MAC_FMT " , return FAILURE\n", MAC_ARGS(alMac));
     return true;
 }
@@ -37,7 +37,7 @@ bool isOwnAlMac(const MacAddr& alMac) {
 // The AL MAC TLV of a message whose sender must not be this device.
 size_t parseForeignAlMac(MacAddr& alMac, Bytes tlv) {
     const size_t consumed = parseAlMacTlv(alMac, tlv);
-    return consumed != 0 && isOwnAlMac(alMac) ? 0 : consumed;
+    return consumed != 0 && isLoop(alMac) ? 0 : consumed;
 }
 
 // Handles a multicast unless it was seen before. relay is for the types that are relayed.
@@ -131,7 +131,7 @@ int finishTopolResp(const Port& port, const MacAddr& srcMac, DevTopol&& dev) {
         LOG_PUTS(2, "topology response without AL MAC\r");
         return kFailure;
     }
-    if (isOwnAlMac(dev.alMac)) return kFailure;
+    if (isLoop(dev.alMac)) return kFailure;
     return handleTopolRespMsg(port.mac, port.mediaType, srcMac, std::move(dev));
 }
 

@@ -3,7 +3,6 @@
 #include "core/log.h"
 #include "core/result.h"
 #include "platform/autoconfig.h"
-#include "topology/data_manager.h"
 #include "vendor/payloads.h"
 #include "vendor/remote_command.h"
 #include "vendor/vend_sender.h"
@@ -16,11 +15,6 @@ bool hasRole(uint8_t role) {
 }
 
 }  // namespace
-
-bool isOwnAlMac(const MacAddr& almac) {
-    const MacAddr* own = getAlMac();
-    return own != nullptr && almac == *own;
-}
 
 bool isRegistrar() {
     if (hasRole(PLATFORM_REGISTRAR)) return true;

@@ -6,8 +6,6 @@
 
 #include "vendor/vend_handlers.h"
 
-bool isOwnAlMac(const MacAddr& almac);
-
 // Roles, as the platform's WPS configuration tells them. Without one a device has none.
 bool isRegistrar();  // else logs "Device is not Registrar"
 bool isEnrollee();   // else logs "Device is not Enrollee"

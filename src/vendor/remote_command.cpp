@@ -1,5 +1,6 @@
 #include "vendor/remote_command.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
@@ -11,8 +12,10 @@
 
 namespace {
 
+constexpr size_t kMaxToken = 1023;  // what a token has beyond is cut off
+
 // What a token does not spell stays zero.
-MacAddr macOf(const Text<1024>& token) {
+MacAddr macOf(const std::string& token) {
     MacAddr mac;
     (void)sscanf(token.c_str(), "%hhx:%hhx:%hhx:%hhx:%hhx:%hhx", &mac.b[0], &mac.b[1], &mac.b[2],
                  &mac.b[3], &mac.b[4], &mac.b[5]);
@@ -20,9 +23,9 @@ MacAddr macOf(const Text<1024>& token) {
 }
 
 // The next token, an empty one behind the last.
-Text<1024> take(CommandTokens& tokens) {
+std::string take(CommandTokens& tokens) {
     if (tokens.empty()) return {};
-    const Text<1024> token = tokens.front();
+    const std::string token(tokens.front());
     tokens.pop_front();
     return token;
 }
@@ -50,7 +53,8 @@ int copyCommand_Set_Power_Ctrl(size_t tokenCount, CommandTokens& tokens, VendMsg
         request->intfs.push_back({mac, static_cast<uint16_t>(mediaType)});
     }
     if (!tokens.empty()) {
-        request->pwrState = static_cast<uint8_t>(strtol(tokens.back().c_str(), nullptr, 10));
+        request->pwrState =
+            static_cast<uint8_t>(strtol(std::string(tokens.back()).c_str(), nullptr, 10));
     }
     msg.vendMsgType = VEND_MSG_TYPE_INTF_PWR_CTRL_REQ;
     msg.payload = std::move(request);
@@ -77,7 +81,7 @@ int copyCommand_FW_control(size_t, CommandTokens& tokens, VendMsg& msg) {
     (void)take(tokens);  // the AL MAC: a firmware order names no device
     request->fwOption = takeNumber(tokens);
     request->fwTopoOption = takeNumber(tokens);
-    request->fwUrl = take(tokens).view();
+    request->fwUrl = take(tokens);
     msg.vendMsgType = VEND_MSG_TYPE_FW_CTRL_REQ;
     msg.payload = std::move(request);
     return kOk;
@@ -105,7 +109,7 @@ CommandTokens split(std::string_view line) {
     CommandTokens tokens;
     while (!line.empty()) {
         const size_t end = std::min(line.find(' '), line.size());
-        tokens.emplace_back(line.substr(0, end));
+        tokens.push_back(line.substr(0, std::min(end, kMaxToken)));
         line.remove_prefix(std::min(end + 1, line.size()));
     }
     return tokens;
@@ -139,8 +143,7 @@ int handleSendCommandReqMsg(const VendContext& context) {
     LOG(4, "CommandURL       = %s \n", plainText(command.commandUrl).c_str());
     CommandTokens tokens = split(command.commandUrl);
     if (parseCommand(tokens.size(), tokens, context.msg) != kOk) return kFailure;
-    MacAddr senderAlMac;
-    return handleVendSpecMsg(context.port, context.srcMac, senderAlMac, context.msgId, context.msg,
+    return handleVendSpecMsg(context.port, context.srcMac, context.msgId, context.msg,
                              kVendPathCommand);
 }
 

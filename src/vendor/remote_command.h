@@ -8,11 +8,12 @@
 #pragma once
 
 #include <list>
+#include <string_view>
 
-#include "core/text.h"
 #include "vendor/vend_handlers.h"
 
-using CommandTokens = std::list<Text<1024>>;
+// They lie in the line.
+using CommandTokens = std::list<std::string_view>;
 
 // Turns the line into the request that it spells, has it handled, and leaves the answer to its
 // handler. kFailure when the line is not understood (nothing is answered) or the handler failed.

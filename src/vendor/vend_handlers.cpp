@@ -22,13 +22,11 @@ int parseVendSpecTlvs(const Port& port, const MacAddr& srcMac, uint16_t msgId, B
         return kFailure;
     }
     if (!decoded || parseEndOfMsgTlv(area) != kOk) return kFailure;
-    MacAddr senderAlMac;
-    return handleVendSpecMsg(port, srcMac, senderAlMac, msgId, msg, kVendPathNetwork);
+    return handleVendSpecMsg(port, srcMac, msgId, msg, kVendPathNetwork);
 }
 
-int handleVendSpecMsg(const Port& port, const MacAddr& srcMac, MacAddr& senderAlMac, uint16_t msgId,
-                      VendMsg& msg, int path) {
-    senderAlMac = msg.alMac;
+int handleVendSpecMsg(const Port& port, const MacAddr& srcMac, uint16_t msgId, VendMsg& msg,
+                      int path) {
     const VendType* type = findVendType(msg.vendMsgType);
     if (type == nullptr || type->label == nullptr) {
         LOG(3, "vendor specific message type (%d) is unsoppourted\r\n", msg.vendMsgType);

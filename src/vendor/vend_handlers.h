@@ -30,6 +30,7 @@ int initVendMessageHandler();
 // kFailure when it does not decode.
 int parseVendSpecTlvs(const Port& port, const MacAddr& srcMac, uint16_t msgId, Bytes area);
 
-// Handles a vendor message; senderAlMac receives the AL MAC of its header. kOk or kFailure.
-int handleVendSpecMsg(const Port& port, const MacAddr& srcMac, MacAddr& senderAlMac, uint16_t msgId,
-                      VendMsg& msg, int path);
+// Hands a vendor message that came by this path (VendPath) to the handler of its type. The
+// handler's result, kFailure for a type without one.
+int handleVendSpecMsg(const Port& port, const MacAddr& srcMac, uint16_t msgId, VendMsg& msg,
+                      int path);

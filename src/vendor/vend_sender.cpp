@@ -4,6 +4,7 @@
 #include "topology/data_manager.h"
 #include "transport/frame.h"
 #include "transport/transmitter.h"
+#include "vendor/payloads.h"
 
 std::optional<VendMsg> makeVendMsg(VendMsgType type, std::unique_ptr<VendPayload> payload) {
     const AlTable* al = getAlTable();
@@ -31,4 +32,14 @@ int sendVendRespMsg(const MacAddr& dstMac, uint16_t msgId, VendMsgType type,
                     std::unique_ptr<VendPayload> payload) {
     const auto msg = makeVendMsg(type, std::move(payload));
     return msg ? requestSend1905UcastRespMsg(dstMac, kMsgVendSpec, msgId, &*msg) : kFailure;
+}
+
+int sendVendDiscMsg(const MacAddr* dstMac) {
+    const MacAddr* alMac = getAlMac();
+    if (alMac == nullptr) return kFailure;
+    // The interface MAC is that of the port by which the message leaves: the encoder knows it.
+    auto disc = std::make_unique<VendDisc>();
+    disc->alMac = *alMac;
+    return dstMac != nullptr ? sendVendMsg(*dstMac, VEND_MSG_TYPE_VEND_DISC, std::move(disc))
+                             : sendVendMcastMsg(VEND_MSG_TYPE_VEND_DISC, std::move(disc));
 }

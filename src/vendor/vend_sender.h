@@ -18,3 +18,7 @@ int sendVendMcastMsg(VendMsgType type, std::unique_ptr<VendPayload> payload,
                      uint16_t* msgId = nullptr);
 int sendVendRespMsg(const MacAddr& dstMac, uint16_t msgId, VendMsgType type,
                     std::unique_ptr<VendPayload> payload);
+
+// Sends a vendor discovery to a neighbour (AL MAC or interface MAC), or to all when dstMac is
+// nullptr. The result of the send; kFailure without a database.
+int sendVendDiscMsg(const MacAddr* dstMac);
