@@ -8,6 +8,7 @@
 #include <list>
 
 #include "common/log.h"
+#include "common/text.h"
 
 namespace plat {
 namespace {
@@ -141,6 +142,20 @@ int askHook(const std::string& name, const std::vector<std::string>& args, std::
     (void)waitForHook(id);
     last = findAnswer(name, args);
     return last != nullptr ? give(*last, output) : kFailure;
+}
+
+int askForText(const std::string& name, const std::vector<std::string>& args, char* text,
+               size_t size) {
+    if (text == nullptr) return kFailure;
+    std::string output;
+    const int result = askHook(name, args, &output);
+    copyText(text, size, result == 0 ? trim(output) : "");
+    return result == 0 && text[0] == '\0' ? kFailure : result;
+}
+
+int askIfThere(const std::string& name, const std::vector<std::string>& args, char* text,
+               size_t size) {
+    return hasHook(name) ? askForText(name, args, text, size) : kFailure;
 }
 
 void forgetHooks() {

@@ -27,6 +27,17 @@ PLAT_API int runHook(const std::string& name, const std::vector<std::string>& ar
 PLAT_API int askHook(const std::string& name, const std::vector<std::string>& args,
                      std::string* output, size_t maxOutput = JobOptions{}.maxOutput);
 
+// A question whose answer is one text: what the hook printed, without white space around it, cut to
+// size and terminated; empty unless it returned 0. Returns its exit status, 16 when it printed
+// nothing or text is null.
+PLAT_API int askForText(const std::string& name, const std::vector<std::string>& args, char* text,
+                        size_t size);
+
+// The same for what is asked on a schedule: without the hook 16 at once, with nothing to complain
+// of and the text left alone.
+PLAT_API int askIfThere(const std::string& name, const std::vector<std::string>& args, char* text,
+                        size_t size);
+
 // Starts a hook without waiting for it at all. Its job, or 0 as for the 16 of runHook.
 PLAT_API JobId startHook(const std::string& name, const std::vector<std::string>& args,
                          JobOptions options, JobDone done);

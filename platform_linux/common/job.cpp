@@ -12,8 +12,8 @@
 #include <cerrno>
 #include <list>
 
-#include "common/fd.h"
 #include "common/log.h"
+#include "core/fd.h"
 
 extern char** environ;
 
@@ -107,7 +107,7 @@ void drain(Job& job) {
         const ssize_t n = ::read(job.in.get(), buffer.data(), buffer.size());
         if (n < 0 && (errno == EAGAIN || errno == EINTR)) return;
         if (n <= 0) {
-            job.in.reset();
+            job.in = Fd();
             return;
         }
         const size_t room = job.options.maxOutput - job.output.size();

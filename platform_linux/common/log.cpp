@@ -9,7 +9,7 @@
 #include <string>
 
 #include "common/conf.h"
-#include "common/fd.h"
+#include "core/fd.h"
 
 namespace plat {
 

@@ -2,16 +2,12 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
 #include <cstring>
 
 namespace plat {
 
 std::string macText(const uint8_t* mac) {
-    const MacAddr m = mac != nullptr ? MacAddr(mac) : MacAddr{};
-    char text[18];
-    (void)std::snprintf(text, sizeof text, MAC_FMT, MAC_ARGS(m));
-    return text;
+    return ::macText(mac != nullptr ? MacAddr(mac) : MacAddr{});
 }
 
 std::optional<MacAddr> parseMac(std::string_view text) {

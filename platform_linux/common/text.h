@@ -1,7 +1,6 @@
 // Small conversions between bytes, MAC addresses and text.
 #pragma once
 
-#include <cstring>
 #include <optional>
 #include <span>
 #include <string>
@@ -10,6 +9,7 @@
 
 #include "api.h"
 #include "core/mac_addr.h"
+#include "core/text.h"
 
 namespace plat {
 
@@ -39,11 +39,6 @@ PLAT_API void copyText(char* buffer, size_t size, std::string_view text);
 // The text, "" for a null pointer.
 inline const char* orEmpty(const char* text) {
     return text != nullptr ? text : "";
-}
-// The text in a field of a record, which it may fill whole.
-template <size_t N>
-std::string fieldText(const char (&field)[N]) {
-    return {field, ::strnlen(field, N)};
 }
 
 }  // namespace plat

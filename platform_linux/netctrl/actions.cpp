@@ -22,20 +22,6 @@ std::string number(int64_t value) {
     return std::to_string(value);
 }
 
-// Runs a hook whose output is the answer; 16 when it prints nothing.
-int runForText(const char* hook, const std::vector<std::string>& args, char* text, size_t size) {
-    if (text == nullptr) return kFailure;
-    std::string output;
-    const int result = askHook(hook, args, &output);
-    copyText(text, size, result == 0 ? trim(output) : "");
-    return result == 0 && text[0] == '\0' ? kFailure : result;
-}
-
-// The same for what is asked on a schedule: without the hook there is nothing to complain of.
-int runIfThere(const char* hook, const std::vector<std::string>& args, char* text, size_t size) {
-    return hasHook(hook) ? runForText(hook, args, text, size) : kFailure;
-}
-
 }  // namespace
 }  // namespace plat
 
@@ -70,19 +56,19 @@ int setWIFICountryCode(const char* countryCode) {
 }
 
 int getNewFWversion(char text[PLATFORM_FW_TEXT_LEN]) {
-    return runForText("new-firmware-version", {}, text, PLATFORM_FW_TEXT_LEN);
+    return askForText("new-firmware-version", {}, text, PLATFORM_FW_TEXT_LEN);
 }
 
 int getNewFWdate(char text[PLATFORM_FW_TEXT_LEN]) {
-    return runForText("new-firmware-date", {}, text, PLATFORM_FW_TEXT_LEN);
+    return askForText("new-firmware-date", {}, text, PLATFORM_FW_TEXT_LEN);
 }
 
 int getWIFIStateSync(char data[PLATFORM_SYNC_DATA_LEN]) {
-    return runIfThere("wifi-state-get", {}, data, PLATFORM_SYNC_DATA_LEN);
+    return askIfThere("wifi-state-get", {}, data, PLATFORM_SYNC_DATA_LEN);
 }
 
 int getWIFIChannelSync(char data[PLATFORM_SYNC_DATA_LEN]) {
-    return runIfThere("wifi-channel-get", {}, data, PLATFORM_SYNC_DATA_LEN);
+    return askIfThere("wifi-channel-get", {}, data, PLATFORM_SYNC_DATA_LEN);
 }
 
 int parseWIFIStateSyncdata(const uint8_t* alMac, const char* data) {
@@ -94,7 +80,7 @@ int parseWIFIChannelSyncData(const uint8_t* alMac, const char* data) {
 }
 
 int getExtenderConfig(char data[PLATFORM_SYNC_DATA_LEN]) {
-    return runIfThere("extender-config-get", {}, data, PLATFORM_SYNC_DATA_LEN);
+    return askIfThere("extender-config-get", {}, data, PLATFORM_SYNC_DATA_LEN);
 }
 
 int setExtenderConfig(const uint8_t* alMac, const char* data) {
@@ -150,10 +136,10 @@ int setAPSteering(int32_t option) {
 
 int sendBcnRptReq(const BcnRptReq* req) {
     if (req == nullptr) return kFailure;
-    return runHook(
-        "beacon-report-request",
-        {macText(req->staMac), macText(req->bssid), number(req->operatingClass),
-         number(req->channel), number(req->mode), number(req->duration), fieldText(req->ssid)});
+    return runHook("beacon-report-request",
+                   {macText(req->staMac), macText(req->bssid), number(req->operatingClass),
+                    number(req->channel), number(req->mode), number(req->duration),
+                    std::string(fieldText(req->ssid))});
 }
 
 int getBcnRptReq(BcnRpt* report) {

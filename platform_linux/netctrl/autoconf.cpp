@@ -138,7 +138,7 @@ int vmNetCtrl_WPS_sendRenewMsg(uint8_t band) {
 int sendPBEvent(void) {
     std::vector<PbMediaType> types;
     for (const Intf& intf : told().intfs) {
-        if ((intf.mediaType & 0xff00) != 0x0100) continue;
+        if (!intf.isRadio()) continue;
         const auto type = static_cast<uint16_t>(intf.mediaType);
         const auto same = [type](const PbMediaType& t) { return t.mediaType == type; };
         if (std::none_of(types.begin(), types.end(), same))

@@ -110,10 +110,6 @@ uint16_t availabilityOf(int index, const LinkCounters& counters, uint32_t speed)
     return static_cast<uint16_t>(100 - std::min(100.0, 100 * busy));
 }
 
-bool isWireless(uint32_t mediaType) {
-    return (mediaType & 0xff00) == 0x0100;
-}
-
 uint16_t clamp16(uint32_t value) {
     return static_cast<uint16_t>(std::min(value, 0xffffu));
 }
@@ -121,7 +117,7 @@ uint16_t clamp16(uint32_t value) {
 // A wired link whose driver names no speed counts with the nominal speed of its media type. The
 // rates of a radio belong to its stations and are not known here: 0.
 uint32_t speedOf(const Intf& intf) {
-    if (isWireless(intf.mediaType)) return 0;
+    if (intf.isRadio()) return 0;
     if (const auto speed = linkSpeed(intf.name.c_str())) return *speed;
     return intf.mediaType == 0 ? 100 : 1000;
 }

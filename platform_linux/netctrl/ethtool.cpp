@@ -6,8 +6,8 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
-#include "common/fd.h"
 #include "common/text.h"
+#include "core/fd.h"
 
 namespace plat {
 namespace {

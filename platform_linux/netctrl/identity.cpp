@@ -8,9 +8,9 @@
 
 #include "api.h"
 #include "common/conf.h"
-#include "common/fd.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "core/fd.h"
 #include "netctrl/picture.h"
 
 namespace plat {

@@ -15,6 +15,7 @@
 #include <string_view>
 
 #include "core/mac_addr.h"
+#include "core/text.h"
 
 namespace plat {
 
@@ -42,9 +43,7 @@ class NlMessage {
     std::string_view text(int type) const { return textOf(attr(type)); }
     static std::string_view textOf(const nlattr* a) {
         if (a == nullptr || nla_len(a) <= 0) return {};
-        const std::string_view all(static_cast<const char*>(nla_data(a)),
-                                   static_cast<size_t>(nla_len(a)));
-        return all.substr(0, all.find('\0'));
+        return upToNul({static_cast<const char*>(nla_data(a)), static_cast<size_t>(nla_len(a))});
     }
 
   private:

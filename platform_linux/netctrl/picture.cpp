@@ -39,7 +39,7 @@ void describeMedia(const Picture& previous, Nl80211* wifi, Intf* intf) {
     }
     if (const auto given = parseNumber(conf().value("MEDIA_TYPE." + intf->name)))
         intf->mediaType = *given & 0xffff;
-    if ((intf->mediaType & 0xff00) != 0x0100) intf->mediaInfo.clear();
+    if (!intf->isRadio()) intf->mediaInfo.clear();
 }
 
 // A host behind the interface, by a forwarding or neighbour table entry: none for entries that

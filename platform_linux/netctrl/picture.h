@@ -25,6 +25,8 @@ struct Intf {
     bool meshPoint = false;           // one of these that is no access point
     int bridge = 0;                   // index of the bridge it is a port of, else 0
     std::vector<MacAddr> neighbours;  // sorted, without repeats
+
+    bool isRadio() const { return (mediaType & 0xff00) == 0x0100; }
 };
 
 struct Bridge {

@@ -26,7 +26,7 @@ using namespace plat;
 
 int setSpeedTestStartStop(const SpeedTestCtrl* ctrl) {
     if (ctrl == nullptr) return kFailure;
-    const std::string url = fieldText(ctrl->url);
+    const std::string url(fieldText(ctrl->url));
     const bool start = ctrl->enable != 0;
     constexpr uint32_t kMost = std::numeric_limits<int>::max();
     const auto timeout = static_cast<int>(std::min(ctrl->runtime, kMost));
@@ -47,11 +47,7 @@ int outputSpeedTestData(const uint8_t* alMac, const char* data) {
 }
 
 int getSpeedTestData(char data[PLATFORM_SYNC_DATA_LEN]) {
-    if (data == nullptr || !hasHook("speed-test-data")) return kFailure;
-    std::string output;
-    const int result = askHook("speed-test-data", {}, &output);
-    copyText(data, PLATFORM_SYNC_DATA_LEN, result == 0 ? trim(output) : "");
-    return result == 0 && data[0] == '\0' ? kFailure : result;
+    return askIfThere("speed-test-data", {}, data, PLATFORM_SYNC_DATA_LEN);
 }
 
 int initSpeedTestData(void) {

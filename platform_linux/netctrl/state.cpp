@@ -185,14 +185,8 @@ std::optional<Listeners> readListeners() {
 enum class Medium { kEthernet, kWifi, kOther };
 
 Medium mediumOf(const Intf& intf) {
-    switch (intf.mediaType >> 8) {
-        case 0:
-            return Medium::kEthernet;
-        case 1:
-            return Medium::kWifi;
-        default:
-            return Medium::kOther;
-    }
+    if (intf.isRadio()) return Medium::kWifi;
+    return intf.mediaType >> 8 == 0 ? Medium::kEthernet : Medium::kOther;
 }
 
 bool isUp(const Intf& intf) {

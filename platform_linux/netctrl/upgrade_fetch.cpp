@@ -242,8 +242,8 @@ using namespace plat;
 
 int FWCtrl(const FwCtrl* ctrl) {
     if (ctrl == nullptr) return kFailure;
-    const std::string url = fieldText(ctrl->url);
-    const std::string fileName = fieldText(ctrl->fileName);
+    const std::string url(fieldText(ctrl->url));
+    const std::string fileName(fieldText(ctrl->fileName));
     if (hasHook("firmware")) {
         if ((!fileName.empty() && !isPlainName(fileName)) || url.starts_with('-')) return kFailure;
         return runHook("firmware", {std::to_string(ctrl->fwOption),

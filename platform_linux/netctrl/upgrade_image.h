@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "common/fd.h"
+#include "core/fd.h"
 
 struct evp_md_ctx_st;
 

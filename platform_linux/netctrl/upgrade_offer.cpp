@@ -193,14 +193,9 @@ using namespace plat;
 int getNewFWVersionByPlatform(const char* ownHostname, const char* hostname,
                               char version[PLATFORM_FW_TEXT_LEN]) {
     if (version == nullptr) return kFailure;
-    std::string text;
-    if (hasHook("extender-firmware-version")) {
-        const int result =
-            askHook("extender-firmware-version", {orEmpty(ownHostname), orEmpty(hostname)}, &text);
-        if (result != 0) text.clear();
-        copyText(version, PLATFORM_FW_TEXT_LEN, trim(text));
-        return result == 0 && version[0] == '\0' ? kFailure : result;
-    }
+    if (hasHook("extender-firmware-version"))
+        return askForText("extender-firmware-version", {orEmpty(ownHostname), orEmpty(hostname)},
+                          version, PLATFORM_FW_TEXT_LEN);
     const Offer* offer = offerFor(orEmpty(hostname));
     copyText(version, PLATFORM_FW_TEXT_LEN, offer != nullptr ? offer->manifest.version : "");
     return offer != nullptr ? kOk : kFailure;
