@@ -45,6 +45,7 @@ struct DataModel {
     Hearings hearings;
 };
 
+// Writes the object of a remote device, with all below it, under this number (from 1).
 void writeIeee1905Device(JsonWriter& out, const DataModel& model, const Ieee1905DevTable& dev,
                          size_t number);
 

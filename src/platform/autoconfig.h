@@ -62,10 +62,21 @@ typedef struct PbJoin {
     uint8_t newDevIntfMac[PLATFORM_MAC_LEN];
 } PbJoin;
 
+/* Such a message has arrived. What it means for this device is the library's to decide; what it has
+ * to send in return it asks for by a service request (lifecycle.h), from inside the call or later.
+ * A message that came more than once is handed over once. On failure the daemon writes a line to
+ * its log.
+ *
+ * A search: a device of the searched role answers by SERV_REQ_AP_AUTOCONF_RESP under msgId. A
+ * response is handed over only when it answers a search of ours. */
 int notifyApAutoConfSrchMsgReceived(const ApAutoConfSrch* msg);
 int notifyApAutoConfRespMsgReceived(const ApAutoConfInfo* msg);
+/* A WSC frame, to be answered, if at all, by SERV_REQ_AP_AUTOCONF_WSC to srcMac. */
 int notifyApAutoConfWscMsgReceived(const ApAutoConfWsc* msg);
+/* The networks of the band are to be configured anew. When this returns 0 on an Enrollee, the
+ * daemon tells the sender that it is done. */
 int notifyApAutoConfRenewMsgReceived(const ApAutoConfInfo* msg);
+/* Somebody has pressed the button of another device; a device has joined through one. */
 int notifyPBEventMsgReceived(const PbEvent* msg);
 int notifyPBJoinMsgReceived(const PbJoin* msg);
 
@@ -76,7 +87,13 @@ typedef struct WpsConfig {
     uint8_t sendResponse; /* SendResponseMsg */
 } WpsConfig;
 
+/* Puts the values in force, the latter two in their low 8 bits. They come from the daemon's command
+ * line, from a client or from another device, and the daemon checks none of them. */
 int setWPSConfig(int32_t deviceType, int32_t sendSearch, int32_t sendResponse);
+/* The values in force. The daemon keeps a copy of them, all 0 at first. It is renewed when a setter
+ * was called for the command line or for a client, and whenever the library reports
+ * NET_STATUS_WPS_CONFIG, as it must when they change otherwise or are not 0 at its start. With them
+ * the copies of the settings below are renewed: by band, sync lists, auto-configuration, reload. */
 int getWPSConfig(WpsConfig* config);
 
 /* The same as setWPSConfig, but on trial: unless a setWPSConfig confirms or replaces the values
@@ -107,28 +124,47 @@ int getWPSSyncListByMac(WpsSyncRecord* record);
 /* The caller sets selector; mac is filled, all zero when the list is empty. */
 int getWPSSyncListByBand(WpsSyncRecord* record);
 
+/* Whether this device lets itself be configured by AP auto-configuration: 1 yes, 0 no. Set by
+ * another device, kept by the library. */
 int getAPautoconfig(uint8_t* setting);
 int setAPautoconfig(uint8_t setting);
-/* A device acknowledged the auto-configuration of one band. */
+/* The device with this AL MAC acknowledged that it has taken up the configuration of one band (0,
+ * 1, 32 or 33). A failure, such as that no renew waits for it, goes into the log only. */
 int setAPautoconfigFlag(const uint8_t* alMac, uint8_t band);
 
+/* The Wi-Fi reload flag, as a client or the command line sets it together with the role; the low 8
+ * bits of reload are what getWiFiReload tells and an Enrollee shows in its data model. */
 int setWiFiReloadFlag(int32_t deviceType, int32_t reload);
 int getWiFiReload(uint8_t* reload);
 
-/* Mesh admission. */
+/* Mesh admission: 1 admits every device, 0 those alone that the owner has approved of. Shown in the
+ * data model. */
 int setApproveFlag_flag(int32_t approve);
 int getApproveFlag(int32_t* approve);
 /* 0 when the device is admitted. hostname may be empty. */
 int checkMACisApprove(const uint8_t* alMac, const char* hostname);
 
+/* A client wants the message sent: compose it and hand it to the daemon by a service request
+ * (lifecycle.h), whose result is this one's. band is 0, 1, 32 or 33, not checked.
+ *
+ * A renew, by SERV_REQ_AP_AUTOCONF_RENEW; a search for a Registrar, by SERV_REQ_AP_AUTOCONF_SEARCH;
+ * and the renew of each band when the Wi-Fi of the whole mesh is brought into step. */
 int sendWPSRenew(uint8_t band);
 int sendWPSSearch(uint8_t band);
 int vmNetCtrl_WPS_sendRenewMsg(uint8_t band);
+/* The button of this device, pressed by a client: SERV_REQ_PB_EVENT with the media types of the
+ * interfaces to which a device may be added. */
 int sendPBEvent(void);
+
+/* start 1: the daemon sends a renew, and acknowledgements (setAPautoconfigFlag) are waited for from
+ * now on, also if they were already. 0: they no longer are. */
 int start_and_stop_Renew(int32_t start);
+/* Forgets what is still waited for, before the Wi-Fi of the whole mesh is brought into step. */
 int wifi_flag_init(void);
 
-/* Renew and device-mode change in progress: 1 while the matching check is to be called. */
+/* 1 while a renew waits for acknowledgements, or new values for their confirmation
+ * (setWPSConfigChangetimeout). The matching check is then called on every pass of the main loop, at
+ * least once a second, and ends the state when its time is over; its result is not read. */
 int getSendRenew_flag(void);
 int check_Renew_timeout(void);
 int getChangetomeout_flag(void);
