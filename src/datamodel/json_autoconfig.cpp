@@ -5,6 +5,7 @@
 #include "core/result.h"
 #include "datamodel/json_writer.h"
 #include "datamodel/labels.h"
+#include "platform/autoconfig.h"
 #include "topology/data_manager.h"
 #include "topology/wifi_bands.h"
 
