@@ -4,7 +4,7 @@
 #include <net/if.h>
 
 #include <cstdlib>
-#include <cstring>
+#include <memory>
 
 #include "netctrl/links.h"
 #include "netctrl/wireless.h"
@@ -50,51 +50,26 @@ TEST(Links, TakePartByTheirKind) {
 namespace {
 
 // An answer of nl80211, attribute by attribute.
-class WifiMessage {
-  public:
-    WifiMessage() { message_.resize(NLMSG_HDRLEN + GENL_HDRLEN); }
-    nlmsghdr* header() {
-        auto* made = reinterpret_cast<nlmsghdr*>(message_.data());
-        made->nlmsg_len = static_cast<uint32_t>(message_.size());
-        return made;
-    }
-    template <class Value>
-    void add(uint16_t type, const Value& value) {
-        const size_t at = open(type);
-        message_.resize(at + NLA_HDRLEN + NLA_ALIGN(sizeof value));
-        std::memcpy(message_.data() + at + NLA_HDRLEN, &value, sizeof value);
-        const uint16_t length = NLA_HDRLEN + sizeof value;
-        std::memcpy(message_.data() + at, &length, sizeof length);
-    }
-    // An attribute that holds what is added before it is closed.
-    size_t open(uint16_t type) {
-        const size_t at = message_.size();
-        const nlattr attr{NLA_HDRLEN, type};
-        message_.resize(at + NLA_HDRLEN);
-        std::memcpy(message_.data() + at, &attr, sizeof attr);
-        return at;
-    }
-    void close(size_t at) {
-        const auto length = static_cast<uint16_t>(message_.size() - at);
-        std::memcpy(message_.data() + at, &length, sizeof length);
-    }
+using WifiMessage = std::unique_ptr<nl_msg, decltype(&nlmsg_free)>;
 
-  private:
-    std::vector<uint8_t> message_;
-};
+WifiMessage wifiMessage() {
+    WifiMessage made(nlmsg_alloc(), nlmsg_free);
+    (void)nlmsg_put(made.get(), 0, 0, 0, GENL_HDRLEN, 0);
+    (void)nla_put_u32(made.get(), NL80211_ATTR_IFINDEX, 7);
+    return made;
+}
 
 // An answer to NL80211_CMD_GET_INTERFACE.
-class WifiAnswer : public WifiMessage {
-  public:
-    WifiAnswer(uint32_t type, uint32_t frequency, uint32_t width, uint32_t center) {
-        add(NL80211_ATTR_IFINDEX, uint32_t{7});
-        add(NL80211_ATTR_IFTYPE, type);
-        add(NL80211_ATTR_MAC, MacAddr(2, 0, 0, 0, 0, 9).b);
-        if (frequency != 0) add(NL80211_ATTR_WIPHY_FREQ, frequency);
-        if (frequency != 0) add(NL80211_ATTR_CHANNEL_WIDTH, width);
-        if (frequency != 0) add(NL80211_ATTR_CENTER_FREQ1, center);
-    }
-};
+WifiMessage wifiAnswer(uint32_t type, uint32_t frequency, uint32_t width, uint32_t center) {
+    WifiMessage made = wifiMessage();
+    (void)nla_put_u32(made.get(), NL80211_ATTR_IFTYPE, type);
+    (void)nla_put(made.get(), NL80211_ATTR_MAC, 6, MacAddr(2, 0, 0, 0, 0, 9).b.data());
+    if (frequency == 0) return made;
+    (void)nla_put_u32(made.get(), NL80211_ATTR_WIPHY_FREQ, frequency);
+    (void)nla_put_u32(made.get(), NL80211_ATTR_CHANNEL_WIDTH, width);
+    (void)nla_put_u32(made.get(), NL80211_ATTR_CENTER_FREQ1, center);
+    return made;
+}
 
 }  // namespace
 
@@ -107,67 +82,45 @@ TEST(Radios, AreDescribedByTheirChannel) {
     };
     const Case cases[] = {
         {NL80211_IFTYPE_AP, 5180, NL80211_CHAN_WIDTH_80, 5210, true, 0x0105,
-         "020000000009"
-         "00"
-         "02"
-         "2a"
-         "00"},
+         "020000000009 00 02 2a 00"},
         {NL80211_IFTYPE_AP, 2437, NL80211_CHAN_WIDTH_20, 2437, true, 0x0103,
-         "020000000009"
-         "00"
-         "00"
-         "06"
-         "00"},
+         "020000000009 00 00 06 00"},
         {NL80211_IFTYPE_AP, 2484, NL80211_CHAN_WIDTH_20, 2484, true, 0x0103,
-         "020000000009"
-         "00"
-         "00"
-         "0e"
-         "00"},
+         "020000000009 00 00 0e 00"},
         {NL80211_IFTYPE_STATION, 5500, NL80211_CHAN_WIDTH_40, 5510, true, 0x0105,
-         "000000000000"
-         "40"
-         "01"
-         "66"
-         "00"},
-        {NL80211_IFTYPE_STATION, 0, 0, 0, false, 0x0103,
-         "000000000000"
-         "40"
-         "00"
-         "00"
-         "00"},
+         "000000000000 40 01 66 00"},
+        {NL80211_IFTYPE_STATION, 0, 0, 0, false, 0x0103, "000000000000 40 00 00 00"},
     };
     for (const Case& c : cases) {
-        WifiAnswer answer(c.type, c.frequency, c.width, c.center);
-        const auto wifi = plat::parseWifiInterface(answer.header());
+        const auto answer = wifiAnswer(c.type, c.frequency, c.width, c.center);
+        const auto wifi = plat::parseWifiInterface(nlmsg_hdr(answer.get()));
         ASSERT_TRUE(wifi);
         EXPECT_EQ(wifi->onChannel, c.onChannel);
         EXPECT_EQ(wifi->mediaType, c.mediaType);
-        EXPECT_EQ(plat::hexText(wifi->info), c.info);
+        EXPECT_EQ(plat::hexText(wifi->info), plat::hexText(*plat::parseHex(c.info)));
     }
-    WifiAnswer cut(NL80211_IFTYPE_AP, 5180, 0, 5210);
-    nlmsghdr* const header = cut.header();
-    header->nlmsg_len = NLMSG_HDRLEN + 2;
-    EXPECT_FALSE(plat::parseWifiInterface(header));
+    const auto cut = wifiAnswer(NL80211_IFTYPE_AP, 5180, 0, 5210);
+    nlmsg_hdr(cut.get())->nlmsg_len = NLMSG_HDRLEN + 2;
+    EXPECT_FALSE(plat::parseWifiInterface(nlmsg_hdr(cut.get())));
 }
 
 TEST(Radios, TellTheirStations) {
-    WifiMessage answer;
-    answer.add(NL80211_ATTR_IFINDEX, uint32_t{7});
-    answer.add(NL80211_ATTR_MAC, MacAddr(2, 0x57, 0xa0, 0, 0, 1).b);
-    EXPECT_FALSE(plat::parseWifiStation(answer.header())) << "nothing is told of it";
-    const size_t info = answer.open(NL80211_ATTR_STA_INFO | NLA_F_NESTED);
-    answer.add(NL80211_STA_INFO_SIGNAL, int8_t{-40});
-    answer.add(NL80211_STA_INFO_SIGNAL_AVG, int8_t{-55});
-    const size_t tx = answer.open(NL80211_STA_INFO_TX_BITRATE | NLA_F_NESTED);
-    answer.add(NL80211_RATE_INFO_BITRATE, uint16_t{8667});
-    answer.add(NL80211_RATE_INFO_BITRATE32, uint32_t{866'70});
-    answer.close(tx);
-    const size_t rx = answer.open(NL80211_STA_INFO_RX_BITRATE | NLA_F_NESTED);
-    answer.add(NL80211_RATE_INFO_BITRATE, uint16_t{7805});
-    answer.close(rx);
-    answer.close(info);
-    const auto station = plat::parseWifiStation(answer.header());
+    const auto answer = wifiMessage();
+    nl_msg* const msg = answer.get();
+    (void)nla_put(msg, NL80211_ATTR_MAC, 6, MacAddr(2, 0x57, 0xa0, 0, 0, 1).b.data());
+    EXPECT_FALSE(plat::parseWifiStation(nlmsg_hdr(msg))) << "nothing is told of it";
+    nlattr* const info = nla_nest_start(msg, NL80211_ATTR_STA_INFO | NLA_F_NESTED);
+    (void)nla_put_s8(msg, NL80211_STA_INFO_SIGNAL, -40);
+    (void)nla_put_s8(msg, NL80211_STA_INFO_SIGNAL_AVG, -55);
+    nlattr* const tx = nla_nest_start(msg, NL80211_STA_INFO_TX_BITRATE | NLA_F_NESTED);
+    (void)nla_put_u16(msg, NL80211_RATE_INFO_BITRATE, 8667);
+    (void)nla_put_u32(msg, NL80211_RATE_INFO_BITRATE32, 866'70);
+    (void)nla_nest_end(msg, tx);
+    nlattr* const rx = nla_nest_start(msg, NL80211_STA_INFO_RX_BITRATE | NLA_F_NESTED);
+    (void)nla_put_u16(msg, NL80211_RATE_INFO_BITRATE, 7805);
+    (void)nla_nest_end(msg, rx);
+    (void)nla_nest_end(msg, info);
+    const auto station = plat::parseWifiStation(nlmsg_hdr(msg));
     ASSERT_TRUE(station);
     EXPECT_EQ(plat::macText(station->mac), "02:57:a0:00:00:01");
     EXPECT_EQ(station->rate, 8667);
@@ -186,25 +139,11 @@ TEST(Radios, TellTheirStations) {
 TEST(Netlink, ASocketAnswersRequestAfterRequest) {
     auto socket = plat::NetlinkSocket::open(NETLINK_GENERIC);
     ASSERT_TRUE(socket);
-    static constexpr uint8_t kAsk[] = {CTRL_CMD_GETFAMILY,
-                                       1,
-                                       0,
-                                       0,
-                                       11,
-                                       0,
-                                       CTRL_ATTR_FAMILY_NAME,
-                                       0,
-                                       'n',
-                                       'l',
-                                       'c',
-                                       't',
-                                       'r',
-                                       'l',
-                                       0,
-                                       0};
+    // For a family by its name.
+    const std::vector<uint8_t> ask = *plat::parseHex("03010000 0b00 0200 6e6c6374726c 0000");
     int answers = 0;
     for (int i = 0; i < 3; ++i)
-        EXPECT_TRUE(socket->request(GENL_ID_CTRL, 0, kAsk, [&](nlmsghdr*) { ++answers; }));
+        EXPECT_TRUE(socket->request(GENL_ID_CTRL, 0, ask, [&](nlmsghdr*) { ++answers; }));
     EXPECT_EQ(answers, 3);
 }
 

@@ -1,9 +1,6 @@
 // Settings that are plain state, reports that wait for runNetCtrl, and the messages of the
 // auto-configuration.
-#include <dlfcn.h>
-
 #include <cstring>
-#include <fstream>
 #include <sstream>
 
 #include "support.h"
@@ -42,30 +39,7 @@ Events takeSent() {
     return std::exchange(sent, {});
 }
 
-// A declaration begins a line with its result type; the name stands before the first parenthesis.
-std::string declaredIn(const std::string& line) {
-    const size_t end = line.find('(');
-    if (end == line.npos || line[0] < 'a' || line[0] > 'z' || line.starts_with("typedef"))
-        return "";
-    const size_t start = line.find_last_of(" *", end) + 1;
-    return line.substr(start, end - start);
-}
-
 }  // namespace
-
-TEST(PlatformHeaders, EveryDeclaredFunctionIsThere) {
-    int functions = 0;
-    for (const char* group : {"lifecycle", "descriptions", "autoconfig", "device", "state"}) {
-        std::ifstream header(std::string(PLATFORM_HEADERS) + "/" + group + ".h");
-        for (std::string line; std::getline(header, line);) {
-            const std::string name = declaredIn(line);
-            if (name.empty()) continue;
-            ++functions;
-            EXPECT_NE(::dlsym(RTLD_DEFAULT, name.c_str()), nullptr) << name;
-        }
-    }
-    EXPECT_GT(functions, 90);
-}
 
 TEST(Settings, AreReturnedAndChangesReportedOnce) {
     inOwnNetwork([] {

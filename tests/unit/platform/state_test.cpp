@@ -9,13 +9,6 @@
 
 namespace {
 
-template <size_t N>
-std::string textOf(int (*question)(char*)) {
-    char text[N];
-    EXPECT_EQ(question(text), 0);
-    return text;
-}
-
 std::string security() {
     SecurityState state{};
     EXPECT_EQ(getSecurityState(&state), 0);

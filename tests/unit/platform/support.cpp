@@ -115,18 +115,25 @@ std::string macOf(const std::string& ifname) {
     return plat::macText(reinterpret_cast<const uint8_t*>(request.ifr_hwaddr.sa_data));
 }
 
-Told::Told() {
-    EXPECT_EQ(initNetCtrl(), 0);
+std::map<std::string, IntfDesc> describeAll() {
+    std::map<std::string, IntfDesc> intfs;
     IntfDescList list{};
     EXPECT_EQ(getIntfDesc(&list), 0);
-    intfNum = list.intfNum;
-    while (list.head != nullptr) {
-        IntfDesc* next = list.head->next;
-        statuses[list.head->name] = list.head->operStatus;
-        std::free(list.head->mediaInfo);
-        std::free(list.head->nbrMacs);
-        std::free(list.head);
-        list.head = next;
+    for (IntfDesc* desc = list.head; desc != nullptr;) {
+        intfs[desc->name] = *desc;
+        std::free(desc->mediaInfo);
+        std::free(desc->nbrMacs);
+        std::free(std::exchange(desc, desc->next));
+    }
+    EXPECT_EQ(intfs.size(), list.intfNum);
+    return intfs;
+}
+
+Told::Told() {
+    EXPECT_EQ(initNetCtrl(), 0);
+    for (const auto& [name, desc] : describeAll()) {
+        statuses[name] = desc.operStatus;
+        ++intfNum;
     }
     EXPECT_EQ(startNetCtrl(), 0);
     listener = this;

@@ -40,6 +40,17 @@ inline void ip(const std::string& args) {
     run("ip " + args);
 }
 
+// The answer to a question for a text.
+template <size_t N>
+std::string textOf(int (*question)(char*)) {
+    char text[N];
+    EXPECT_EQ(question(text), 0);
+    return text;
+}
+
+// Interfaces by name, from getIntfDesc; their lists are gone.
+std::map<std::string, IntfDesc> describeAll();
+
 // The started library with callbacks that note every event as text: "added v0", "removed v0",
 // "mac v0 <old> <new>", "power v0 2", "heard v0 <mac>", "lost v0 <mac>", "bridges", "al <mac>",
 // "wps", "firmware 1", "upgrade 3", "led text". At every callback the number of interfaces must be
