@@ -62,44 +62,17 @@ void redirectOutput() {
     close(log);
 }
 
-const SiteIntf& intfOf(const std::string& name) {
-    for (const auto& intf : here->intfs) {
-        if (intf.name == name) return intf;
-    }
-    throw std::invalid_argument("no interface " + name);
-}
-
-// The kernel and the platform library know the interface from now on; it is in the bridge.
-FakeIntf bring(const SiteIntf& intf) {
-    const FakeIntf desc{.name = intf.name, .mac = intf.mac};
-    fakePlatform().intfs.push_back(desc);
+// The kernel and the platform library know the interface; it is in the bridge.
+void bring(const SiteIntf& intf) {
+    fakePlatform().intfs.push_back({.name = intf.name, .mac = intf.mac});
     fakePlatform().brdgTuples.at(0).push_back(intf.mac);
     FakeNetIntf& kernel = fakeNet().addIntf(intf.name, intf.ifIndex);
     kernel.cable1905 = kernel.cableLldp = intf.cable;
-    return desc;
-}
-
-FakeIntf take(const SiteIntf& intf) {
-    const FakeIntf desc{.name = intf.name, .mac = intf.mac};
-    FakePlatform& platform = fakePlatform();
-    std::erase_if(platform.intfs, [&](const FakeIntf& known) { return known.name == intf.name; });
-    std::erase(platform.brdgTuples.at(0), intf.mac);
-    fakeNet().removeIntf(intf.name);
-    return desc;
 }
 
 int reportEvents() {
     for (; !events.empty(); events.pop_front()) events.front()();
     return kOk;
-}
-
-void reportIntf(uint32_t eventId, const FakeIntf& intf) {
-    events.emplace_back([=] {
-        const FakeIntfDescs descs({intf});
-        const IntfListEvent event = descs.event();
-        (void)fakePlatform().raiseNetStatus(eventId, &event);
-        (void)fakePlatform().raiseNetStatus(NET_STATUS_BRDG_CAP, "");
-    });
 }
 
 void preparePlatform(const DeviceOptions& options) {
@@ -110,9 +83,7 @@ void preparePlatform(const DeviceOptions& options) {
     platform.intfs.clear();
     platform.brdgTuples = {{}};
     platform.onRun = reportEvents;
-    for (const auto& intf : here->intfs) {
-        if (intf.present) (void)bring(intf);
-    }
+    for (const auto& intf : here->intfs) bring(intf);
     if (options.prepare) options.prepare();
 }
 
@@ -181,16 +152,6 @@ std::string step(const std::string&) {
     do {
         if (runPass() != kOk) throw std::runtime_error("the main loop ended");
     } while (fakeNet().lastReady > 0);
-    return {};
-}
-
-std::string plugIn(const std::string& intf) {
-    reportIntf(NET_STATUS_INTF_ADDED, bring(intfOf(intf)));
-    return {};
-}
-
-std::string plugOut(const std::string& intf) {
-    reportIntf(NET_STATUS_INTF_REMOVED, take(intfOf(intf)));
     return {};
 }
 

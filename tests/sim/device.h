@@ -14,8 +14,7 @@ namespace sim {
 
 struct DeviceOptions {
     std::vector<std::string> intfs{"eth0"};
-    std::vector<std::string> spare{};  // interfaces that Mesh::plugIn can bring later
-    bool forwards = false;             // its kernel bridge forwards between the interfaces
+    bool forwards = false;  // its kernel bridge forwards between the interfaces
     uint8_t debugLevel = 3;
     std::string versions{};           // of its components, as "vm1905_Version" holds them
     std::function<void()> prepare{};  // runs in the device, before its daemon starts
@@ -30,7 +29,6 @@ struct SiteIntf {
     MacAddr mac;
     unsigned ifIndex = 0;
     int cable = -1;  // the device's end
-    bool present = true;
 };
 
 // Where a device finds itself.
@@ -48,9 +46,6 @@ struct Site {
 
 // Passes of the daemon until one finds no frame to receive.
 std::string step(const std::string& unused);
-// The kernel has or loses an interface; the platform library reports it on its next run.
-std::string plugIn(const std::string& intf);
-std::string plugOut(const std::string& intf);
 // The platform library reports a new text of the LED.
 std::string changeLed(const std::string& text);
 // Write a file now that else comes later or for somebody who asks.

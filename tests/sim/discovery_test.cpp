@@ -3,10 +3,20 @@
 #include "sim/mesh.h"
 #include "sim/picture.h"
 #include "support/fake_platform.h"
-#include "support/log_capture.h"
 
 namespace sim {
 namespace {
+
+constexpr Seconds kSilence = 130;  // after which a neighbour is gone
+
+// What the device's change log tells of another.
+std::vector<std::string> historyOf(Mesh& mesh, Device of, Device at) {
+    auto list = changes(mesh.changeLog(at));
+    std::erase_if(list,
+                  [&](const std::string& entry) { return !entry.ends_with(text(mesh.alMac(of))); });
+    for (auto& entry : list) entry.resize(entry.find(' '));
+    return list;
+}
 
 // What each device says of itself all others say of it, and they know nobody else.
 void expectAgreement(Mesh& mesh, const std::vector<Device>& devices) {
@@ -32,39 +42,6 @@ void expectAgreement(Mesh& mesh, const std::vector<Device>& devices) {
     }
 }
 
-TEST(Discovery, TwoDevicesAgree) {
-    Mesh mesh;
-    const Device a = mesh.addDevice("a", {.prepare = [] {
-                                        fakePlatform().intfs[0].mediaType = 0x0105;
-                                        fakePlatform().intfs[0].mediaInfo.resize(10, 7);
-                                    }});
-    const Device b = mesh.addDevice("b", {.intfs = {"lan0", "lan1"}});
-    const Segment cable = mesh.cable(a, "eth0", b, "lan1");
-    mesh.tap(cable);
-    mesh.run(10);
-
-    expectAgreement(mesh, {a, b});
-    EXPECT_EQ(nbrs(remotes(mesh.json(a)).at(text(mesh.alMac(b)))),
-              (Names{"Interface.2 > " + text(mesh.alMac(a)) + " " + text(mesh.mac(a, "eth0"))}));
-    EXPECT_EQ(nbrs(remotes(mesh.json(b)).at(text(mesh.alMac(a)))),
-              (Names{"Interface.1 > " + text(mesh.alMac(b)) + " " + text(mesh.mac(b, "lan1"))}));
-    unsigned lldp = 0;
-    for (const auto& frame : mesh.frames(cable)) lldp += frame.etherType() == kEtherTypeLldp;
-    EXPECT_EQ(lldp, 2U) << "one with each device's first discovery";
-}
-
-TEST(Discovery, NewcomerIsKnownWithinTheSameSecond) {
-    Mesh mesh;
-    const Device a = mesh.addDevice("a", {.intfs = {"eth0", "eth1"}});
-    mesh.run(100);
-    const Device b = mesh.addDevice("b");
-    mesh.cable(a, "eth1", b, "eth0");
-    mesh.run(0);
-
-    EXPECT_EQ(known(mesh.jsonNow(a)), Names{text(mesh.alMac(b))});
-    EXPECT_EQ(known(mesh.jsonNow(b)), Names{text(mesh.alMac(a))});
-}
-
 class SharedSegment : public testing::TestWithParam<size_t> {};
 
 TEST_P(SharedSegment, AllKnowAll) {
@@ -72,7 +49,14 @@ TEST_P(SharedSegment, AllKnowAll) {
     std::vector<Device> devices;
     std::vector<Plug> plugs;
     for (size_t i = 0; i < GetParam(); i++) {
-        devices.push_back(mesh.addDevice("d" + std::to_string(i)));
+        DeviceOptions options;
+        if (i == 0) {
+            options.prepare = [] {
+                fakePlatform().intfs[0].mediaType = 0x0105;
+                fakePlatform().intfs[0].mediaInfo.resize(10, 7);
+            };
+        }
+        devices.push_back(mesh.addDevice("d" + std::to_string(i), options));
         plugs.push_back({devices.back(), "eth0"});
     }
     mesh.segment(plugs);
@@ -139,25 +123,31 @@ TEST(Discovery, LongResponseIsReassembled) {
                                 text(mesh.mac(small, "eth0"))}));
 }
 
-TEST(Discovery, SecondDiscoveryWithoutLldpMeansABridge) {
+TEST(Discovery, SilentDeviceOfThreeVanishesAndReturns) {
     Mesh mesh;
     const Device a = mesh.addDevice("a");
     const Device b = mesh.addDevice("b");
-    mesh.cable(a, "eth0", b, "eth0");
-    const auto behindBridge = [&] {
-        const auto dev = remotes(mesh.json(a)).at(text(mesh.alMac(b)));
-        return numbered(dev, "IEEE1905Neighbor.").at(0).at("IEEE802dot1Bridge").get<bool>();
-    };
-    const std::string verdict = "the result of IEEE 803.1 bridge(s) detection is (" +
-                                text(mesh.mac(b, "eth0")) + "/" + text(mesh.mac(a, "eth0")) +
-                                "): TRUE\r\n";
-    mesh.run(59);
-    EXPECT_FALSE(behindBridge());
-    EXPECT_EQ(occurrences(mesh.log(b), verdict), 0U);
-    mesh.run(11);
-    EXPECT_TRUE(behindBridge());
-    mesh.run(120);
-    EXPECT_EQ(occurrences(mesh.log(b), verdict), 1U);
+    const Device c = mesh.addDevice("c");
+    mesh.segment({{a, "eth0"}, {b, "eth0"}, {c, "eth0"}});
+    mesh.run(20);
+    mesh.kill(c);
+    mesh.run(kSilence);
+    for (const auto& [device, other] : {std::pair{a, b}, std::pair{b, a}}) {
+        EXPECT_EQ(known(mesh.json(device)), Names{text(mesh.alMac(other))});
+        EXPECT_NE(mesh.command(device, tableSizes).find(", neighbors 1, eth0 1,"),
+                  std::string::npos);
+        // Nor does anybody list it as a neighbour of somebody else.
+        const Json dev = remotes(mesh.json(device)).at(text(mesh.alMac(other)));
+        EXPECT_EQ(dev.at("IEEE1905NeighborNumberOfEntries"), 1);
+    }
+    mesh.start(c);
+    mesh.run(0);
+    EXPECT_EQ(known(mesh.jsonNow(a)), (Names{text(mesh.alMac(b)), text(mesh.alMac(c))}));
+    EXPECT_EQ(known(mesh.jsonNow(c)), (Names{text(mesh.alMac(a)), text(mesh.alMac(b))}));
+    for (const Device device : {a, b}) {
+        EXPECT_EQ(historyOf(mesh, c, device),
+                  (std::vector<std::string>{"NewNeighbor", "LostNeighbor", "NewNeighbor"}));
+    }
 }
 
 }  // namespace

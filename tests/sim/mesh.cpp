@@ -97,16 +97,12 @@ Device Mesh::addDevice(const std::string& name, DeviceOptions options) {
     if (node.site.folder.size() > kMaxFolder || !fs::create_directory(node.site.folder)) {
         throw std::invalid_argument("no folder for device " + name);
     }
-    const auto add = [&](const std::string& intf, bool present) {
+    for (const auto& intf : options.intfs) {
         const auto number = static_cast<uint8_t>(node.intfs.size() + 1);
         Intf& added = node.intfs.emplace_back();
-        added.site = {.name = intf,
-                      .mac = {0x02, 0x19, 0x05, high, low, number},
-                      .ifIndex = number + 1U,
-                      .present = present};
-    };
-    for (const auto& intf : options.intfs) add(intf, true);
-    for (const auto& intf : options.spare) add(intf, false);
+        added.site = {
+            .name = intf, .mac = {0x02, 0x19, 0x05, high, low, number}, .ifIndex = number + 1U};
+    }
     node.options = std::move(options);
     return Device(index);
 }
@@ -135,18 +131,6 @@ void Mesh::attach(Segment segment, const Plug& plug) {
 
 Segment Mesh::cable(Device a, const std::string& intfA, Device b, const std::string& intfB) {
     return segment({{a, intfA}, {b, intfB}});
-}
-
-void Mesh::cut(Segment segment) {
-    wire(segment).cut = true;
-}
-
-void Mesh::join(Segment segment) {
-    wire(segment).cut = false;
-}
-
-Seconds Mesh::time() const {
-    return clock_->load();
 }
 
 // Devices.
@@ -200,16 +184,6 @@ void Mesh::kill(Device device) {
         intf.cable = Fd();
         intf.inbox.clear();
     }
-}
-
-void Mesh::plugIn(Device device, const std::string& intf) {
-    (void)command(device, sim::plugIn, intf);
-    intfOf(node(device), intf).site.present = true;
-}
-
-void Mesh::plugOut(Device device, const std::string& intf) {
-    (void)command(device, sim::plugOut, intf);
-    intfOf(node(device), intf).site.present = false;
 }
 
 std::string Mesh::command(Device device, Command action, const std::string& argument) {
@@ -327,7 +301,6 @@ void Mesh::collect(size_t index) {
         for (;;) {
             const ssize_t size = recv(intf.cable.get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
             if (size <= 0) break;
-            if (!intf.site.present) continue;
             const auto frame = std::make_shared<Frame>(buffer.begin(), buffer.begin() + size);
             framesSent_ += etherType(*frame) == kEtherType1905;
             if (intf.wire) carry(*intf.wire, End{index, i}, frame, 0);
@@ -335,15 +308,14 @@ void Mesh::collect(size_t index) {
     }
 }
 
-void Mesh::carry(size_t wireIndex, std::optional<End> from, const FramePtr& frame, unsigned hops) {
+void Mesh::carry(size_t wireIndex, End from, const FramePtr& frame, unsigned hops) {
     if (hops > kMaxHops) throw std::runtime_error("the devices forward in a loop");
     Wire& wire = wires_[wireIndex];
-    if (wire.cut) return;
-    if (wire.tapped) wire.seen.push_back({time(), *frame});
+    if (wire.tapped) wire.seen.push_back({*frame});
     // A bridge keeps LLDP to itself, and the daemon does not listen to it.
     if (etherType(*frame) != kEtherType1905) return;
     const MacAddr dst(frame->data());
-    if (from) wire.learned[MacAddr(&frame->at(6))] = *from;
+    wire.learned[MacAddr(&frame->at(6))] = from;
     const auto known = wire.learned.find(dst);
     const bool flood = (dst.b[0] & kGroupBit) != 0 || known == wire.learned.end();
     for (const End& end : wire.ends) {
@@ -354,13 +326,13 @@ void Mesh::carry(size_t wireIndex, std::optional<End> from, const FramePtr& fram
 
 void Mesh::arrive(End end, const FramePtr& frame, unsigned hops) {
     Node& node = nodes_[end.node];
-    if (node.pid == 0 || !node.intfs[end.intf].site.present) return;
+    if (node.pid == 0) return;
     node.intfs[end.intf].inbox.push_back(frame);
     const MacAddr dst(frame->data());
     if (!node.options.forwards || dst == node.intfs[end.intf].site.mac) return;
     for (size_t i = 0; i < node.intfs.size(); i++) {
         const Intf& other = node.intfs[i];
-        if (i == end.intf || !other.site.present || !other.wire) continue;
+        if (i == end.intf || !other.wire) continue;
         carry(*other.wire, End{end.node, i}, frame, hops + 1);
     }
 }
@@ -373,10 +345,6 @@ std::vector<SeenFrame> Mesh::frames(Segment segment) {
     return std::exchange(wire(segment).seen, {});
 }
 
-void Mesh::inject(Segment segment, const Frame& frame) {
-    carry(static_cast<size_t>(segment), std::nullopt, std::make_shared<const Frame>(frame), 0);
-}
-
 // What a device knows.
 
 MacAddr Mesh::alMac(Device device) const {
@@ -385,10 +353,6 @@ MacAddr Mesh::alMac(Device device) const {
 
 MacAddr Mesh::mac(Device device, const std::string& intf) {
     return intfOf(node(device), intf).site.mac;
-}
-
-pid_t Mesh::pid(Device device) const {
-    return node(device).pid;
 }
 
 Json Mesh::json(Device device) const {
@@ -407,10 +371,6 @@ Json Mesh::changeLog(Device device) {
 
 Json Mesh::autoconfig(Device device) const {
     return Json::parse(readFile(node(device).site.folder + "/vm1905_APautoconfig.json"));
-}
-
-std::string Mesh::log(Device device) const {
-    return readFile(node(device).site.folder + "/log");
 }
 
 }  // namespace sim

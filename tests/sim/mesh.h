@@ -42,7 +42,6 @@ struct Plug {
 
 // A frame as it travelled on a segment.
 struct SeenFrame {
-    Seconds time = 0;
     Frame bytes;
 
     MacAddr dst() const { return MacAddr(&bytes.at(0)); }
@@ -74,25 +73,17 @@ class Mesh {
     Segment segment(const std::vector<Plug>& plugs);
     void attach(Segment segment, const Plug& plug);
     Segment cable(Device a, const std::string& intfA, Device b, const std::string& intfB);
-    // A segment that is cut carries nothing; its ends do not notice.
-    void cut(Segment segment);
-    void join(Segment segment);
 
     // Lets all devices come to rest, then does so once more after each second.
     void run(Seconds seconds = 0);
-    Seconds time() const;
 
     // Cuts the power, and switches it on again.
     void kill(Device device);
     void start(Device device);
-    // An interface appears or goes away at run time.
-    void plugIn(Device device, const std::string& intf);
-    void plugOut(Device device, const std::string& intf);
     std::string command(Device device, Command action, const std::string& argument = "");
 
     MacAddr alMac(Device device) const;
     MacAddr mac(Device device, const std::string& intf);
-    pid_t pid(Device device) const;
     // The file as the daemon wrote it last of its own accord.
     Json json(Device device) const;
     // The same and the change log, written on demand.
@@ -100,14 +91,11 @@ class Mesh {
     Json changeLog(Device device);
     // What stands in "vm1905_APautoconfig.json".
     Json autoconfig(Device device) const;
-    std::string log(Device device) const;
 
     // Records what the segment carries from now on.
     void tap(Segment segment);
     // What was recorded since the last call.
     std::vector<SeenFrame> frames(Segment segment);
-    // Puts a frame on the segment as if from a station that nobody knows.
-    void inject(Segment segment, const Frame& frame);
     // The number of IEEE 1905.1 frames that the devices have sent so far.
     size_t framesSent() const { return framesSent_; }
 
@@ -135,7 +123,6 @@ class Mesh {
     struct Wire {
         std::vector<End> ends;
         std::map<MacAddr, End> learned;
-        bool cut = false;
         bool tapped = false;
         std::vector<SeenFrame> seen;
     };
@@ -154,7 +141,7 @@ class Mesh {
     void settle();
     bool deliver(Node& node);
     void collect(size_t index);
-    void carry(size_t wireIndex, std::optional<End> from, const FramePtr& frame, unsigned hops);
+    void carry(size_t wireIndex, End from, const FramePtr& frame, unsigned hops);
     void arrive(End end, const FramePtr& frame, unsigned hops);
 
     const time_t patience_;

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/log.h"
@@ -75,6 +76,13 @@ inline Sent decode(const Frame& frame) {
     return sent;
 }
 
+// The same of a vendor message.
+struct SentVend {
+    MacAddr dst;
+    unsigned id = 0, type = 0;
+    Frame payload;
+};
+
 class Device : public testing::Test {
   protected:
     void SetUp() override {
@@ -129,6 +137,23 @@ class Device : public testing::Test {
     static std::vector<Sent> sent(const std::string& name) {
         std::vector<Sent> all;
         for (const auto& frame : fakeNet().captureFrames(name)) all.push_back(decode(frame));
+        return all;
+    }
+    // The vendor messages among these frames.
+    static std::vector<SentVend> sentVend() {
+        std::vector<SentVend> all;
+        for (const auto& s : sent("eth0")) {
+            if (s.type != kMsgVendSpec) continue;
+            const auto at = s.frame.begin() + 40;
+            const auto size = s.frame.at(38) * 256 + s.frame.at(39);
+            all.push_back({s.dst, s.id, s.frame.at(36) * 256U + s.frame.at(37), {at, at + size}});
+        }
+        return all;
+    }
+    // What the platform was told to do since the last look: "setLEDvalue 1; ".
+    static std::string calls() {
+        std::string all;
+        for (const auto& call : std::exchange(fakePlatform().calls, {})) all += call + "; ";
         return all;
     }
     static void drop() {

@@ -91,25 +91,15 @@ FakeIntfDescs::~FakeIntfDescs() {
 
 // Lifecycle.
 
-int initNetCtrl() {
-    return act("initNetCtrl");
-}
-int startNetCtrl() {
-    return act("startNetCtrl");
-}
+ACTS(initNetCtrl, ())
+ACTS(startNetCtrl, ())
 int runNetCtrl() {
     const int result = act("runNetCtrl");
     return fakePlatform().onRun ? fakePlatform().onRun() : result;
 }
-int destroyNetCtrl() {
-    return act("destroyNetCtrl");
-}
-int setNetCtrlDebugLevel(uint8_t level) {
-    return act("setNetCtrlDebugLevel", level);
-}
-int outputlogData(const char* line) {
-    return act("outputlogData", line);
-}
+ACTS(destroyNetCtrl, ())
+ACTS(setNetCtrlDebugLevel, (uint8_t level), level)
+ACTS(outputlogData, (const char* line), line)
 
 int setNetStatusEventCallbackFunc(NetStatusEventCallback callback) {
     fakePlatform().netStatusCallback = callback;
@@ -201,22 +191,14 @@ int getDeviceLANMac(uint8_t mac[PLATFORM_MAC_LEN]) {
 
 // AP auto-configuration.
 
-int notifyApAutoConfSrchMsgReceived(const ApAutoConfSrch* msg) {
-    return act("notifyApAutoConfSrchMsgReceived", MacAddr(msg->alMac), msg->msgId,
-               msg->searchedRole, msg->freqBand);
-}
-int notifyApAutoConfRespMsgReceived(const ApAutoConfInfo* msg) {
-    return act("notifyApAutoConfRespMsgReceived", MacAddr(msg->alMac), msg->msgId,
-               msg->supportedRole, msg->freqBand);
-}
-int notifyApAutoConfWscMsgReceived(const ApAutoConfWsc* msg) {
-    return act("notifyApAutoConfWscMsgReceived", MacAddr(msg->alMac), MacAddr(msg->srcMac),
-               hexText(msg->frame, msg->frameLen), msg->updateTime);
-}
-int notifyApAutoConfRenewMsgReceived(const ApAutoConfInfo* msg) {
-    return act("notifyApAutoConfRenewMsgReceived", MacAddr(msg->alMac), msg->msgId,
-               msg->supportedRole, msg->freqBand);
-}
+ACTS(notifyApAutoConfSrchMsgReceived, (const ApAutoConfSrch* msg), msg->alMac, msg->msgId,
+     msg->searchedRole, msg->freqBand)
+ACTS(notifyApAutoConfRespMsgReceived, (const ApAutoConfInfo* msg), msg->alMac, msg->msgId,
+     msg->supportedRole, msg->freqBand)
+ACTS(notifyApAutoConfWscMsgReceived, (const ApAutoConfWsc* msg), msg->alMac, msg->srcMac,
+     print({msg->frame, msg->frame + msg->frameLen}), msg->updateTime)
+ACTS(notifyApAutoConfRenewMsgReceived, (const ApAutoConfInfo* msg), msg->alMac, msg->msgId,
+     msg->supportedRole, msg->freqBand)
 int notifyPBEventMsgReceived(const PbEvent* msg) {
     std::string mediaTypes;
     for (unsigned i = 0; i < msg->mediaTypeNum; i++) {
@@ -225,10 +207,8 @@ int notifyPBEventMsgReceived(const PbEvent* msg) {
     }
     return act("notifyPBEventMsgReceived", MacAddr(msg->alMac), msg->msgId, mediaTypes);
 }
-int notifyPBJoinMsgReceived(const PbJoin* msg) {
-    return act("notifyPBJoinMsgReceived", MacAddr(msg->alMac), msg->msgId, MacAddr(msg->txIntfMac),
-               MacAddr(msg->newDevIntfMac));
-}
+ACTS(notifyPBJoinMsgReceived, (const PbJoin* msg), msg->alMac, msg->msgId, msg->txIntfMac,
+     msg->newDevIntfMac)
 
 int setWPSConfig(int32_t deviceType, int32_t sendSearch, int32_t sendResponse) {
     const int result = act("setWPSConfig", deviceType, sendSearch, sendResponse);
@@ -239,10 +219,9 @@ int setWPSConfig(int32_t deviceType, int32_t sendSearch, int32_t sendResponse) {
     return result;
 }
 ANSWERS(getWPSConfig, WpsConfig, wps)
-int setWPSConfigChangetimeout(int32_t deviceType, int32_t sendSearch, int32_t sendResponse,
-                              int32_t timeout) {
-    return act("setWPSConfigChangetimeout", deviceType, sendSearch, sendResponse, timeout);
-}
+ACTS(setWPSConfigChangetimeout,
+     (int32_t deviceType, int32_t sendSearch, int32_t sendResponse, int32_t timeout), deviceType,
+     sendSearch, sendResponse, timeout)
 int setWPSConfByBand(const char* band, int32_t sendSearch, int32_t sendResponse) {
     const int result = act("setWPSConfByBand", band, sendSearch, sendResponse);
     if (result != kOk) return result;
@@ -279,9 +258,7 @@ int setAPautoconfig(uint8_t setting) {
     if (result == kOk) fakePlatform().apAutoconfig = setting;
     return result;
 }
-int setAPautoconfigFlag(const uint8_t* alMac, uint8_t band) {
-    return act("setAPautoconfigFlag", MacAddr(alMac), band);
-}
+ACTS(setAPautoconfigFlag, (const uint8_t* alMac, uint8_t band), alMac, band)
 int setWiFiReloadFlag(int32_t deviceType, int32_t reload) {
     const int result = act("setWiFiReloadFlag", deviceType, reload);
     if (result == kOk) fakePlatform().wifiReload = static_cast<uint8_t>(reload);
@@ -297,36 +274,18 @@ int checkMACisApprove(const uint8_t* alMac, const char*) {
     return fakePlatform().notApproved.contains(MacAddr(alMac)) ? kFailure
                                                                : resultOf("checkMACisApprove");
 }
-int sendWPSRenew(uint8_t band) {
-    return act("sendWPSRenew", band);
-}
-int sendWPSSearch(uint8_t band) {
-    return act("sendWPSSearch", band);
-}
-int vmNetCtrl_WPS_sendRenewMsg(uint8_t band) {
-    return act("vmNetCtrl_WPS_sendRenewMsg", band);
-}
-int sendPBEvent() {
-    return act("sendPBEvent");
-}
-int start_and_stop_Renew(int32_t start) {
-    return act("start_and_stop_Renew", start);
-}
-int wifi_flag_init() {
-    return act("wifi_flag_init");
-}
+ACTS(sendWPSRenew, (uint8_t band), band)
+ACTS(sendWPSSearch, (uint8_t band), band)
+ACTS(vmNetCtrl_WPS_sendRenewMsg, (uint8_t band), band)
+ACTS(sendPBEvent, ())
+ACTS(start_and_stop_Renew, (int32_t start), start)
+ACTS(wifi_flag_init, ())
 int getSendRenew_flag() {
     return fakePlatform().sendRenewFlag;
 }
-int check_Renew_timeout() {
-    return act("check_Renew_timeout");
-}
+ACTS(check_Renew_timeout, ())
 int getChangetomeout_flag() {
     return fakePlatform().changeTimeoutFlag;
 }
-int check_ChangeDeviceMode_timeout() {
-    return act("check_ChangeDeviceMode_timeout");
-}
-int reSendRenewbySynclist() {
-    return act("reSendRenewbySynclist");
-}
+ACTS(check_ChangeDeviceMode_timeout, ())
+ACTS(reSendRenewbySynclist, ())

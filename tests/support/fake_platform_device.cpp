@@ -8,44 +8,27 @@ using namespace fake;
 
 // Device actions.
 
-int setIntfPwrStateByType(uint32_t mediaType, uint32_t state) {
-    return act("setIntfPwrStateByType", mediaType, state);
-}
-int setIntfPwrStateById(const uint8_t* mac, uint32_t mediaType, uint32_t state) {
-    return act("setIntfPwrStateById", MacAddr(mac), mediaType, state);
-}
-int resetToDefault() {
-    return act("resetToDefault");
-}
-int setLEDvalue(uint8_t ledOption) {
-    return act("setLEDvalue", ledOption);
-}
-int setSystemvalue(uint8_t systemOption) {
-    return act("setSystemvalue", systemOption);
-}
-int setNetworkCtrl(uint16_t networkOption, const char* command) {
-    return act("setNetworkCtrl", networkOption, command);
-}
+ACTS(setIntfPwrStateByType, (uint32_t mediaType, uint32_t state), mediaType, state)
+ACTS(setIntfPwrStateById, (const uint8_t* mac, uint32_t mediaType, uint32_t state), mac, mediaType,
+     state)
+ACTS(resetToDefault, ())
+ACTS(setLEDvalue, (uint8_t ledOption), ledOption)
+ACTS(setSystemvalue, (uint8_t systemOption), systemOption)
+ACTS(setNetworkCtrl, (uint16_t networkOption, const char* command), networkOption, command)
 int setWIFICountryCode(const char* countryCode) {
     const int result = act("setWIFICountryCode", countryCode);
     if (result == kOk) fakePlatform().wifiCountryCode = countryCode;
     return result;
 }
 
-int FWCtrl(const FwCtrl* ctrl) {
-    return act("FWCtrl", ctrl->fwOption, ctrl->fwTopoOption, ctrl->url, ctrl->fileName);
-}
+ACTS(FWCtrl, (const FwCtrl* ctrl), ctrl->fwOption, ctrl->fwTopoOption, ctrl->url, ctrl->fileName)
 int getfirmwareStatus(int32_t, int32_t, uint32_t* status) {
     if (const int result = resultOf("getfirmwareStatus")) return result;
     *status = fakePlatform().fwStatus;
     return kOk;
 }
-int setFWState(const char* state) {
-    return act("setFWState", state);
-}
-int setFWresult(int32_t value) {
-    return act("setFWresult", value);
-}
+ACTS(setFWState, (const char* state), state)
+ACTS(setFWresult, (int32_t value), value)
 ANSWERS_TEXT(getNewFWversion, PLATFORM_FW_TEXT_LEN, newFwVersion)
 ANSWERS_TEXT(getNewFWdate, PLATFORM_FW_TEXT_LEN, newFwDate)
 int getNewFWVersionByPlatform(const char*, const char*, char version[PLATFORM_FW_TEXT_LEN]) {
@@ -60,12 +43,8 @@ int getDownloanURL(const char*, const char*, char url[PLATFORM_FW_URL_LEN],
     }
     return fillText("getDownloanURL", fileName, PLATFORM_FW_FILE_NAME_LEN, p.fwFileName);
 }
-int checkLocalFW() {
-    return act("checkLocalFW");
-}
-int set_vsftpd_StartStop(int32_t start) {
-    return act("set_vsftpd_StartStop", start);
-}
+ACTS(checkLocalFW, ())
+ACTS(set_vsftpd_StartStop, (int32_t start), start)
 
 int getWIFIConfig(WifiStationList* list) {
     if (const int result = resultOf("getWIFIConfig")) return result;
@@ -82,33 +61,19 @@ int getWIFIConfig(WifiStationList* list) {
 
 ANSWERS_TEXT(getWIFIStateSync, PLATFORM_SYNC_DATA_LEN, wifiStateSync)
 ANSWERS_TEXT(getWIFIChannelSync, PLATFORM_SYNC_DATA_LEN, wifiChannelSync)
-int parseWIFIStateSyncdata(const uint8_t* alMac, const char* data) {
-    return act("parseWIFIStateSyncdata", MacAddr(alMac), data);
-}
-int parseWIFIChannelSyncData(const uint8_t* alMac, const char* data) {
-    return act("parseWIFIChannelSyncData", MacAddr(alMac), data);
-}
-int setWIFIStateSyncList(const uint8_t* alMac, const char* result) {
-    return act("setWIFIStateSyncList", MacAddr(alMac), result);
-}
-int setWIFIChannelSyncList(const uint8_t* alMac, const char* result) {
-    return act("setWIFIChannelSyncList", MacAddr(alMac), result);
-}
+ACTS(parseWIFIStateSyncdata, (const uint8_t* alMac, const char* data), alMac, data)
+ACTS(parseWIFIChannelSyncData, (const uint8_t* alMac, const char* data), alMac, data)
+ACTS(setWIFIStateSyncList, (const uint8_t* alMac, const char* result), alMac, result)
+ACTS(setWIFIChannelSyncList, (const uint8_t* alMac, const char* result), alMac, result)
 
 ANSWERS_TEXT(getExtenderConfig, PLATFORM_SYNC_DATA_LEN, extenderConfig)
-int setExtenderConfig(const uint8_t* alMac, const char* data) {
-    return act("setExtenderConfig", MacAddr(alMac), data);
-}
+ACTS(setExtenderConfig, (const uint8_t* alMac, const char* data), alMac, data)
 
-int SecurityCtrl_parseM1(const uint8_t* alMac, uint16_t len, const uint8_t* data) {
-    return act("SecurityCtrl_parseM1", MacAddr(alMac), hexText(data, len));
-}
-int SecurityCtrl_parseM2(const uint8_t* alMac, uint16_t len, const uint8_t* data) {
-    return act("SecurityCtrl_parseM2", MacAddr(alMac), hexText(data, len));
-}
-int SecurityCtrl_cleanDataToList() {
-    return act("SecurityCtrl_cleanDataToList");
-}
+ACTS(SecurityCtrl_parseM1, (const uint8_t* alMac, uint16_t len, const uint8_t* data), alMac,
+     print({data, data + len}))
+ACTS(SecurityCtrl_parseM2, (const uint8_t* alMac, uint16_t len, const uint8_t* data), alMac,
+     print({data, data + len}))
+ACTS(SecurityCtrl_cleanDataToList, ())
 
 int setSpeedTestStartStop(const SpeedTestCtrl* ctrl) {
     const int result = act("setSpeedTestStartStop", ctrl->enable, ctrl->action, ctrl->url,
@@ -117,9 +82,7 @@ int setSpeedTestStartStop(const SpeedTestCtrl* ctrl) {
     return result;
 }
 ANSWERS_TEXT(getSpeedTestData, PLATFORM_SYNC_DATA_LEN, speedTestData)
-int outputSpeedTestData(const uint8_t* alMac, const char* data) {
-    return act("outputSpeedTestData", MacAddr(alMac), data);
-}
+ACTS(outputSpeedTestData, (const uint8_t* alMac, const char* data), alMac, data)
 int initSpeedTestData() {
     fakePlatform().speedTestRunning = false;
     return act("initSpeedTestData");
@@ -148,20 +111,12 @@ int getResponseLogFile(const uint8_t* alMac, LogFileRef* file) {
     snprintf(file->ftpUrl, sizeof file->ftpUrl, "%s", fakePlatform().logFtpUrl.c_str());
     return kOk;
 }
-int DownloadLogFile(const char* fileName, const char* ftpUrl) {
-    return act("DownloadLogFile", fileName, ftpUrl);
-}
-int getAckDownloadLogFile(const uint8_t* alMac, int32_t result) {
-    return act("getAckDownloadLogFile", MacAddr(alMac), result);
-}
+ACTS(DownloadLogFile, (const char* fileName, const char* ftpUrl), fileName, ftpUrl)
+ACTS(getAckDownloadLogFile, (const uint8_t* alMac, int32_t result), alMac, result)
 
-int setAPSteering(int32_t option) {
-    return act("setAPSteering", option);
-}
-int sendBcnRptReq(const BcnRptReq* req) {
-    return act("sendBcnRptReq", MacAddr(req->staMac), MacAddr(req->bssid), req->operatingClass,
-               req->channel, req->mode, req->duration, req->ssid);
-}
+ACTS(setAPSteering, (int32_t option), option)
+ACTS(sendBcnRptReq, (const BcnRptReq* req), req->staMac, req->bssid, req->operatingClass,
+     req->channel, req->mode, req->duration, req->ssid)
 int getBcnRptReq(BcnRpt* report) {
     if (const int result = resultOf("getBcnRptReq")) return result;
     const auto it = fakePlatform().beaconReports.find(MacAddr(report->staMac));
@@ -171,16 +126,10 @@ int getBcnRptReq(BcnRpt* report) {
     std::memcpy(report->data, it->second.data(), size);
     return kOk;
 }
-int sendBTMReq(const BtmReq* req) {
-    return act("sendBTMReq", MacAddr(req->staMac), MacAddr(req->bssid), req->operatingClass,
-               req->channel, req->disassocImminent, req->disassocTimer);
-}
-int addToBlacklist(const uint8_t* staMac) {
-    return act("addToBlacklist", MacAddr(staMac));
-}
-int delFromBlacklist(const uint8_t* staMac) {
-    return act("delFromBlacklist", MacAddr(staMac));
-}
+ACTS(sendBTMReq, (const BtmReq* req), req->staMac, req->bssid, req->operatingClass, req->channel,
+     req->disassocImminent, req->disassocTimer)
+ACTS(addToBlacklist, (const uint8_t* staMac), staMac)
+ACTS(delFromBlacklist, (const uint8_t* staMac), staMac)
 
 // State.
 

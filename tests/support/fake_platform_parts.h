@@ -3,12 +3,12 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <span>
 #include <string>
 #include <type_traits>
 
 #include "core/result.h"
 #include "support/fake_platform.h"
+#include "support/frames.h"
 
 namespace fake {
 
@@ -33,15 +33,8 @@ inline std::string shown(const MacAddr& mac) {
     snprintf(text, sizeof text, MAC_FMT, MAC_ARGS(mac));
     return text;
 }
-
-inline std::string hexText(const uint8_t* bytes, size_t size) {
-    std::string text;
-    for (const uint8_t byte : std::span(bytes, size)) {
-        char digits[3];
-        snprintf(digits, sizeof digits, "%02x", byte);
-        text += digits;
-    }
-    return text;
+inline std::string shown(const uint8_t* mac) {
+    return shown(MacAddr(mac));
 }
 
 template <typename T>
@@ -83,6 +76,12 @@ int fill(const char* function, T* out, const T& value) {
     *out = value;
     return kOk;
 }
+
+// An action that is nothing but recorded: its parameters, and which of them are shown.
+#define ACTS(function, parameters, ...)                   \
+    int function parameters {                             \
+        return act(#function __VA_OPT__(, ) __VA_ARGS__); \
+    }
 
 // Questions that are answered with a field as it stands.
 #define ANSWERS_TEXT(function, size, field)                           \

@@ -45,11 +45,6 @@ FakeNetIntf& FakeNet::addIntf(const std::string& name, unsigned ifIndex) {
     return intfs[name];
 }
 
-void FakeNet::removeIntf(const std::string& name) {
-    intfs.erase(name);
-    std::erase_if(names, [&](const auto& entry) { return entry.second == name; });
-}
-
 void FakeNet::addPlatformIntfs() {
     unsigned index = 2;
     for (const auto& intf : fakePlatform().intfs) addIntf(intf.name, index++);
@@ -208,8 +203,6 @@ int interfaceMtu(int, const char* name) {
 
 // Never waits: what a test wants to be there is there, and the test drives the clock.
 int waitReadable(int limit, fd_set& readable, int) {
-    if (fakeNet().beforeWait) fakeNet().beforeWait();
-    fakeNet().waits++;
     timeval none{0, 0};
     fakeNet().lastReady = select(limit, &readable, nullptr, nullptr, &none);
     return fakeNet().lastReady;

@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <deque>
-#include <functional>
 #include <map>
 #include <set>
 #include <string>
@@ -30,16 +29,11 @@ class FakeNet {
     std::map<unsigned, std::string> names;
     // One entry per coming openRawSocket: false fails it. When empty, all succeed.
     std::deque<bool> openScript;
-    // Called before every wait for frames.
-    std::function<void()> beforeWait;
-    unsigned waits = 0;  // calls of waitReadable
-    int lastReady = 0;   // what the last one returned
+    int lastReady = 0;  // what the last waitReadable returned
 
     // Removes every interface and closes the test's ends.
     void reset();
     FakeNetIntf& addIntf(const std::string& name, unsigned ifIndex);
-    // The kernel loses the interface; sockets stay as they are.
-    void removeIntf(const std::string& name);
     // Adds the interfaces of the scripted platform under the indexes 2, 3, ...
     void addPlatformIntfs();
 

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <initializer_list>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -27,6 +28,14 @@ inline Frame hex(std::string_view text) {
         } else {
             high = digit;
         }
+    }
+    return out;
+}
+
+inline std::string print(const Frame& bytes) {
+    std::string out;
+    for (const uint8_t byte : bytes) {
+        for (const int digit : {byte >> 4, byte & 15}) out += "0123456789abcdef"[digit];
     }
     return out;
 }
@@ -60,7 +69,6 @@ inline Frame endOfMsg() {
 }
 
 inline constexpr uint8_t kLastFragment = 0x80;
-inline constexpr uint8_t kRelay = 0x40;
 
 // An IEEE 1905.1 frame; tlvs is everything after the CMDU header.
 inline Frame frame1905(const MacAddr& dst, const MacAddr& src, unsigned type, unsigned id,

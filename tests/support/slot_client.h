@@ -28,13 +28,6 @@ inline Frame zeros(size_t n) {
     return Frame(n, 0);
 }
 
-inline std::string print(const Frame& bytes) {
-    std::string out;
-    for (const uint8_t byte : bytes) {
-        for (const int digit : {byte >> 4, byte & 15}) out += "0123456789abcdef"[digit];
-    }
-    return out;
-}
 // An answer as takeAnswer prints it: without the zeros at its end.
 inline std::string answer(unsigned servId, Frame payload) {
     while (!payload.empty() && payload.back() == 0) payload.pop_back();

@@ -380,12 +380,3 @@ TEST(Calls, WithAnAnswerOfTheirOwn) {
     EXPECT_EQ(vm1905_get_fwd_rule_num(&client, &num), 0);
     EXPECT_EQ(num, 3);
 }
-
-TEST(Calls, HaveWordsForEveryResult) {
-    EXPECT_STREQ(vm1905_strerror(99), "refused with code 99");
-    for (const int result : {-8, -7, -6, -5, -4, -3, -2, -1, 0,  1,  2,  7, 16,
-                             17, 18, 32, 33, 34, 48, 64, 80, 81, 82, 87, 98}) {
-        const std::string words = vm1905_strerror(result);
-        EXPECT_FALSE(words.starts_with("refused with") || words.starts_with("unknown")) << result;
-    }
-}

@@ -35,9 +35,7 @@ class Controller : public Device {
     // The types of the vendor messages sent since the last look: "0 51 ".
     static std::string asked() {
         std::string all;
-        for (const auto& s : sent("eth0")) {
-            if (s.type == kMsgVendSpec) all += std::to_string(s.frame.at(37)) + " ";
-        }
+        for (const auto& s : sentVend()) all += std::to_string(s.type) + " ";
         return all;
     }
     // Passes once a second; what was sent, with the second: "2: 4 5: 4 ".
@@ -302,10 +300,7 @@ TEST_F(Controller, TheNewestValueIsRepeated) {
         Payloads all;
         for (int i = 0; i < seconds; i++) {
             MessageTransmitterLoop(now(), 0);
-            for (const auto& s : sent("eth0")) {
-                const auto payload = s.frame.begin() + 40;
-                all.emplace_back(payload, payload + s.frame.at(39));
-            }
+            for (const auto& s : sentVend()) all.push_back(s.payload);
             advance(1);
         }
         return all;

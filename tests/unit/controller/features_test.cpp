@@ -33,9 +33,8 @@ class Features : public Device {
         std::string all;
         for (int second = 0; second < seconds; second++) {
             MessageTransmitterLoop(now(), 0);
-            for (const auto& s : sent("eth0")) {
-                if (s.type != kMsgVendSpec || s.frame.at(36) * 256U + s.frame.at(37) != type)
-                    continue;
+            for (const auto& s : sentVend()) {
+                if (s.type != type) continue;
                 all += std::to_string(second) + ">" + std::to_string(s.dst.b[5]) + " ";
                 lastId_ = s.id;
             }
@@ -138,9 +137,9 @@ TEST_F(Features, ARenewIsAcknowledgedAnew) {
                                         macTlv(1, kPeer.al) + tlvBytes(15, {0}) +
                                             tlvBytes(16, {33}) + endOfMsg()));
         std::string acks;
-        for (const auto& s : sent("eth0"))
-            if (s.type == kMsgVendSpec && s.frame.at(37) == kRenewAck)
-                acks += std::to_string(s.frame.at(46)) + ">" + std::to_string(s.dst.b[5]);
+        for (const auto& s : sentVend())
+            if (s.type == kRenewAck)
+                acks += std::to_string(s.payload.at(6)) + ">" + std::to_string(s.dst.b[5]);
         return acks;
     };
     EXPECT_EQ(receiveRenew(91), "") << "a Registrar";

@@ -26,10 +26,9 @@ class Upgrade : public Device {
     // The vendor messages sent since the last look, type and payload.
     static std::string orders() {
         std::string all;
-        for (const auto& s : sent("eth0")) {
-            all += std::to_string(s.frame.at(37)) + ":";
-            for (size_t i = 0; i < s.frame.at(39); i++) {
-                const auto c = s.frame.at(40 + i);
+        for (const auto& s : sentVend()) {
+            all += std::to_string(s.type) + ":";
+            for (const uint8_t c : s.payload) {
                 all += c > ' ' && c < 127 ? std::string(1, static_cast<char>(c))
                                           : std::to_string(c) + ".";
             }

@@ -1,9 +1,7 @@
 // The service channel through its real slots: a client posts a request, the monitor runs, the
 // client reads what came of it.
 #include <fstream>
-#include <limits>
 #include <random>
-#include <thread>
 
 #include "controller/control_lists.h"
 #include "service/service_monitor.h"
@@ -39,20 +37,13 @@ class Service : public Device {
         return takeAnswer();
     }
     // A vendor message: "4:payload ".
-    static std::string order(const Sent& s) {
-        const auto at = s.frame.begin() + 40;
-        return std::to_string(s.frame.at(37)) + ":" + print({at, at + s.frame.at(39)}) + " ";
+    static std::string order(const SentVend& s) {
+        return std::to_string(s.type) + ":" + print(s.payload) + " ";
     }
     // Those that left by eth0.
     static std::string orders() {
         std::string all;
-        for (const auto& s : sent("eth0")) all += s.type == kMsgVendSpec ? order(s) : "";
-        return all;
-    }
-    static std::string calls() {
-        std::string all;
-        for (const auto& call : fakePlatform().calls) all += call + "; ";
-        fakePlatform().calls.clear();
+        for (const auto& s : sentVend()) all += order(s);
         return all;
     }
     void startWithPeer() {
@@ -133,27 +124,6 @@ TEST_F(Service, Records) {
     check({{34, {}, code(34, 81)}, {30, {}, code(30, 81)}});
     (void)destroyDataManager();
     for (const uint8_t id : hex("00 04 0a 1c 1e 22 24 2c")) EXPECT_EQ(ask(id), code(id, 17));
-}
-
-TEST_F(Service, AnInterfaceIsToldOnceTheRequestIsIdle) {
-    start();
-    const auto askIdling = [](uint8_t index) {
-        postRequest(2, {index});
-        flagOf(getServRespShm()) = 0;  // what was not read is given up while it waits
-        std::thread client([] {
-            while (flagOf(getServRespShm()) == 0) std::this_thread::yield();
-            flagOf(getServReqShm()) = 1;
-        });
-        EXPECT_EQ(runServiceMonitor(), kOk);
-        client.join();
-        return takeAnswer();
-    };
-    EXPECT_EQ(askIdling(1), answer(3, bytesOf(kEth1) + zeros(7) + num16(1)));
-    EXPECT_EQ(askIdling(2), code(2, 16));
-
-    postRequest(2, {0}, std::numeric_limits<int>::max());
-    EXPECT_EQ(runServiceMonitor(), kOk);
-    EXPECT_EQ(takeAnswer(), "") << "there is no such process";
 }
 
 TEST_F(Service, SlotsAndStates) {
@@ -300,7 +270,7 @@ TEST_F(Service, OrdersToOtherDevices) {
         EXPECT_EQ(orders(), "");
 
         EXPECT_EQ(ask(c.servId, al + c.payload), "");
-        const Sent given = sent("eth0").at(0);
+        const SentVend given = sentVend().at(0);
         EXPECT_EQ(order(given), c.order + " ");
         (void)receive("eth0", vendFrame(kEth0, kPeer.intf, kPeer.al, given.id, c.response[0],
                                         {c.response.begin() + 1, c.response.end()}));

@@ -8,7 +8,7 @@
 #include <map>
 #include <sstream>
 
-#include "support/layout_printer.h"
+#include "layout_printer.h"
 #include "vendor/catalogue.h"
 #include "vendor/conf_items.h"
 

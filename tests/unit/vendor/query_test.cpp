@@ -16,9 +16,8 @@ class Queries : public Device {
     // The types of the vendor messages sent, one digit group each.
     static std::string asked() {
         std::string all;
-        for (const auto& s : sent("eth0")) {
-            if (s.type != kMsgVendSpec) continue;
-            all += std::to_string(s.frame.at(37)) + " ";
+        for (const auto& s : sentVend()) {
+            all += std::to_string(s.type) + " ";
             id = s.id;
         }
         return all;
