@@ -90,11 +90,15 @@ TEST_F(Flow, NetworkStatusEventsAreApplied) {
     IntfMediaTypeEvent media{{}, kMedia, 0x105, 2, info.data()};
     kEth1.copyTo(media.mac);
     const uint32_t one = 1, four = 4;
+    const FakeIntfDescs more({{"eth2", kEth2}});
+    const IntfListEvent eth2 = more.event();
     fakePlatform().brdgTuples = {{kEth0}};
     fakePlatform().wps = {1, 0, 0};
     fakePlatform().wpsSyncMac[1] = kPeer.al;
     const auto& own = *getAlTable();
     const std::tuple<uint32_t, const void*, bool, std::function<bool()>> cases[] = {
+        {2, &eth2, true, [&] { return own.intfs.back().mac == kEth2; }},
+        {3, &eth2, true, [&] { return own.intfs.size() == 2; }},
         {0, &al, false, [&] { return own.alMac == peer(7).al; }},
         {4, &off, false, [&] { return eth0().pwrState == 2; }},
         {4, &on, true, [&] { return eth0().pwrState == 0; }},

@@ -113,81 +113,64 @@ TEST_F(StandardTlv, NothingIsGeneratedFromNothing) {
     }
 }
 
-// Every parser with a TLV that it accepts, which is encoded again from what was decoded.
+// Every parser with a TLV that it accepts, and what it says of another.
 struct ParserCase {
     std::string bytes;
     std::function<size_t(Bytes)> parse;
     std::string rejection;
 };
 
-Ieee1905DevTable dev;
-LinkMetricInfo metrics;
-MetricQuery query;
-PBEventNtf event;
-PBJoinNtf join;
-Wsc wsc;
-Text<32> updateTime;
-MacAddr mac;
-uint16_t ttl;
-uint8_t byte;
+// What is decoded goes here.
+struct {
+    DevTopol dev;
+    LinkMetricInfo metrics;
+    MetricQuery query;
+    PBEventNtf event;
+    PBJoinNtf join;
+    Wsc wsc;
+    Text<32> updateTime;
+    MacAddr mac;
+    uint16_t ttl;
+    uint8_t byte;
+} to;
 
-void clearDestinations() {
-    dev = {};
-    metrics = {};
-    query = {};
-    event = {};
-    join = {};
-    wsc = {};
-    updateTime = "";
+template <typename Destination>
+std::function<size_t(Bytes)> into(Destination& destination, size_t (*parse)(Destination&, Bytes)) {
+    return [&destination, parse](Bytes bytes) { return parse(destination, bytes); };
 }
 
 const std::vector<ParserCase> kParsers{
-    {"0207 04 010203040506", [](Bytes b) { return parseChassisIdTlv(mac, b); },
+    {"0207 04 010203040506", into(to.mac, parseChassisIdTlv),
      "incorrect LLDP chassis ID TLV (tlvType = "},
-    {"0407 03 010203040506", [](Bytes b) { return parsePortIdTlv(mac, b); },
+    {"0407 03 010203040506", into(to.mac, parsePortIdTlv),
      "incorrect LLDP port ID TLV (tlvType = "},
-    {"0602 00b4", [](Bytes b) { return parseTtlTlv(ttl, b); },
-     "incorrect LLDP time to live TLV\r\n"},
-    {"010006 010203040506", [](Bytes b) { return parseAlMacTlv(mac, b); },
-     "invalid 1905.1 AL MAC address TLV\r\n"},
-    {"020006 010203040506", [](Bytes b) { return parseMacTlv(mac, b); },
-     "invalid 1905.1 MAC address TLV\r\n"},
+    {"0602 00b4", into(to.ttl, parseTtlTlv), "incorrect LLDP time to live TLV\r\n"},
+    {"010006 010203040506", into(to.mac, parseAlMacTlv), "invalid 1905.1 AL MAC address TLV\r\n"},
+    {"020006 010203040506", into(to.mac, parseMacTlv), "invalid 1905.1 MAC address TLV\r\n"},
     {"03001b 021905000001 02 021905000100 0105 02aabb 021905000101 0001 00",
-     [](Bytes b) { return parseDevInfoTlv(dev, 7, b); },
+     [](Bytes b) { return parseDevInfoTlv(to.dev, 7, b); },
      "invalid 1905.1 device information type TLV\r\n"},
-    {"04000f 02 00 02 010203040506 0a0b0c0d0e0f",
-     [](Bytes b) { return parseDevBrdgCapTlv(dev, b); },
+    {"04000f 02 00 02 010203040506 0a0b0c0d0e0f", into(to.dev, parseDevBrdgCapTlv),
      "invalid device bridging capability TLV\r\n"},
-    {"060012 021905000100 010203040506 070707070707",
-     [](Bytes b) { return parseNon1905NbrDevTlv(dev, b); },
+    {"060012 021905000100 010203040506 070707070707", into(to.dev, parseNon1905NbrDevTlv),
      "invalid non-1905 neighbor device list TLV\r\n"},
-    {"070014 021905000100 0a0b0c0d0e0f80 0102030405067f",
-     [](Bytes b) { return parse1905NbrDevTlv(dev, b); },
+    {"070014 021905000100 0a0b0c0d0e0f80 0102030405067f", into(to.dev, parse1905NbrDevTlv),
      "invalid 1905.1 neighbor device list TLV\r\n"},
-    {"080008 01 010203040506 02", [](Bytes b) { return parseMetricQueryTlv(query, b); },
+    {"080008 01 010203040506 02", into(to.query, parseMetricQueryTlv),
      "invalid link metric query TLV\r\n"},
-    {kTxHex, [](Bytes b) { return parseTxMetricTlv(metrics, b); },
-     "invalid 1905.1 transmitter link metric TLV\r\n"},
-    {kRxHex, [](Bytes b) { return parseRxMetricTlv(metrics, b); },
-     "invalid 1905.1 receiver link metric TLV\r\n"},
-    {"0c0001 05", [](Bytes b) { return parseMetricResCodeTlv(byte, b); },
-     "invalid link metric result code TLV\r\n"},
-    {"0d0001 05", [](Bytes b) { return parseSrchRoleTlv(byte, b); },
-     "invalid link searchRole TLV\r\n"},
-    {"0e0001 05", [](Bytes b) { return parseAutoConfFreqBandTlv(byte, b); },
-     "invalid AutoconfigFreqBand TLV\r\n"},
-    {"0f0001 05", [](Bytes b) { return parseSupportedRoleTlv(byte, b); },
-     "invalid link SupportedRole TLV\r\n"},
-    {"100001 05", [](Bytes b) { return parseSupportedFreqBandTlv(byte, b); },
-     "invalid SupportedFreqBand TLV\r\n"},
-    {"110003 010203", [](Bytes b) { return parseWscTlv(wsc, b); },
+    {kTxHex, into(to.metrics, parseTxMetricTlv), "invalid 1905.1 transmitter link metric TLV\r\n"},
+    {kRxHex, into(to.metrics, parseRxMetricTlv), "invalid 1905.1 receiver link metric TLV\r\n"},
+    {"0c0001 05", into(to.byte, parseMetricResCodeTlv), "invalid link metric result code TLV\r\n"},
+    {"0d0001 05", into(to.byte, parseSrchRoleTlv), "invalid link searchRole TLV\r\n"},
+    {"0e0001 05", into(to.byte, parseAutoConfFreqBandTlv), "invalid AutoconfigFreqBand TLV\r\n"},
+    {"0f0001 05", into(to.byte, parseSupportedRoleTlv), "invalid link SupportedRole TLV\r\n"},
+    {"100001 05", into(to.byte, parseSupportedFreqBandTlv), "invalid SupportedFreqBand TLV\r\n"},
+    {"110003 010203", into(to.wsc, parseWscTlv), "invalid SupportedFreqBand TLV\r\n"},  // meant
+    {"500002 3233", into(to.updateTime, parseWscUpdatetimeTlv),
      "invalid SupportedFreqBand TLV\r\n"},  // meant
-    {"500002 3233", [](Bytes b) { return parseWscUpdatetimeTlv(updateTime, b); },
-     "invalid SupportedFreqBand TLV\r\n"},  // meant
-    {kEventHex, [](Bytes b) { return parsePBEventNtfTlv(event, b); },
+    {kEventHex, into(to.event, parsePBEventNtfTlv),
      "invalid Push_Button_Event notification TLV\r\n"},
-    {"130014 010203040506 1234 0a0b0c0d0e0f 010203040506",
-     [](Bytes b) { return parsePBJoinNtfTlv(join, b); },
+    {"130014 010203040506 1234 0a0b0c0d0e0f 010203040506", into(to.join, parsePBJoinNtfTlv),
      "invalid Push_Button_JOIN notification TLV\r\n"},
 };
 
@@ -197,7 +180,7 @@ TEST(StandardTlvParsers, AcceptWholeTlvsAndRejectCutAndForeignOnes) {
         SCOPED_TRACE(c.bytes);
         const Frame valid = hex(c.bytes);
         LogCapture log(2);
-        clearDestinations();
+        to = {};
         EXPECT_EQ(c.parse(valid), valid.size());
         EXPECT_EQ(c.parse(valid + hex("deadbeef")), valid.size());
         EXPECT_EQ(log.text(), "");
@@ -215,7 +198,7 @@ TEST(StandardTlvParsers, SurviveEveryLengthAndByte) {
     LogCapture log(0);
     for (const auto& c : kParsers) {
         SCOPED_TRACE(c.bytes);
-        clearDestinations();
+        to = {};
         const Frame valid = hex(c.bytes);
         for (const int length : {0, 1, 5, 6, 11, 12, 0x7F, 0xFF, 0x100, 0x7FFF, 0xFFFF}) {
             Frame odd = valid;
@@ -233,8 +216,9 @@ TEST(StandardTlvParsers, SurviveEveryLengthAndByte) {
 }
 
 TEST_F(StandardTlv, DecodedContentIsWhatWasEncoded) {
+    auto& dev = to.dev;
     const Frame info = flat(genDevInfoTlv());
-    clearDestinations();
+    to = {};
     ASSERT_EQ(parseDevInfoTlv(dev, 7, info), info.size());
     EXPECT_EQ(dev.alMac, *getAlMac());
     EXPECT_EQ(dev.receiverId, 7);
@@ -259,17 +243,8 @@ TEST_F(StandardTlv, DecodedContentIsWhatWasEncoded) {
     EXPECT_EQ(dev.ieee1905Lists[0].nbrs[0].bridgeFlag, 1);
     EXPECT_EQ(dev.ieee1905Lists[0].nbrs[1].bridgeFlag, 0);
 
-    (void)parsePBEventNtfTlv(event, hex(kEventHex));
-    EXPECT_EQ(flat(genPBEventNtfTlv(event)), hex(kEventHex));
-    const Frame joined = flat(genPBJoinNtfTlv({kMac, 0x1234, kPeer, {7, 7, 7, 7, 7, 7}}));
-    (void)parsePBJoinNtfTlv(join, joined);
-    EXPECT_EQ(flat(genPBJoinNtfTlv(join)), joined);
-    (void)parseWscTlv(wsc, hex("110003 010203"));
-    EXPECT_EQ(wsc.frame, hex("010203"));
-    (void)parseWscUpdatetimeTlv(updateTime, tlvBytes(kTlvWscUpdateTime, Frame(40, '7')));
-    EXPECT_EQ(updateTime, std::string(31, '7'));  // cut
-    EXPECT_EQ(parseSupportedFreqBandTlv(byte, hex("100001 2a")), 4U);
-    EXPECT_EQ(byte, 0x2a);
+    (void)parseWscUpdatetimeTlv(to.updateTime, tlvBytes(kTlvWscUpdateTime, Frame(40, '7')));
+    EXPECT_EQ(to.updateTime, std::string(31, '7'));  // cut
 }
 
 TEST(StandardTlvParsers, LinkMetricsMergeByInterfacePair) {
@@ -339,7 +314,7 @@ TEST(StandardTlvParsers, MarkersAndOtherTypes) {
     EXPECT_EQ(parseUnsupportedTlv(hex("140002 0102 01")), 5U);
     EXPECT_NE(log.text().find("discard unsupported TLV (type = 20)\r\n"), std::string::npos);
     EXPECT_EQ(parseUnsupportedTlv(hex("140002 01")), 0U);
-    EXPECT_EQ(parseDevBrdgCapTlv(dev, hex("040002 01 00")), 5U);
+    EXPECT_EQ(parseDevBrdgCapTlv(to.dev, hex("040002 01 00")), 5U);
     EXPECT_NE(log.finish().find("the number of MAC address in this bridging tuple is 0\r\n"),
               std::string::npos);
 }
