@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <utility>
 
 #include "core/log.h"
 #include "core/result.h"
@@ -25,7 +26,7 @@ MacAddr macOf(const std::string& token) {
 // The next token, an empty one behind the last.
 std::string take(CommandTokens& tokens) {
     if (tokens.empty()) return {};
-    const std::string token(tokens.front());
+    std::string token = std::move(tokens.front());
     tokens.pop_front();
     return token;
 }
@@ -53,8 +54,7 @@ int copyCommand_Set_Power_Ctrl(size_t tokenCount, CommandTokens& tokens, VendMsg
         request->intfs.push_back({mac, static_cast<uint16_t>(mediaType)});
     }
     if (!tokens.empty()) {
-        request->pwrState =
-            static_cast<uint8_t>(strtol(std::string(tokens.back()).c_str(), nullptr, 10));
+        request->pwrState = static_cast<uint8_t>(strtol(tokens.back().c_str(), nullptr, 10));
     }
     msg.vendMsgType = VEND_MSG_TYPE_INTF_PWR_CTRL_REQ;
     msg.payload = std::move(request);
@@ -109,7 +109,7 @@ CommandTokens split(std::string_view line) {
     CommandTokens tokens;
     while (!line.empty()) {
         const size_t end = std::min(line.find(' '), line.size());
-        tokens.push_back(line.substr(0, std::min(end, kMaxToken)));
+        tokens.emplace_back(line.substr(0, std::min(end, kMaxToken)));
         line.remove_prefix(std::min(end + 1, line.size()));
     }
     return tokens;

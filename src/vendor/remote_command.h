@@ -8,12 +8,12 @@
 #pragma once
 
 #include <list>
-#include <string_view>
+#include <string>
 
 #include "vendor/vend_handlers.h"
 
-// They lie in the line.
-using CommandTokens = std::list<std::string_view>;
+// They outlive the line, which goes with the message that is built anew.
+using CommandTokens = std::list<std::string>;
 
 // Turns the line into the request that it spells, has it handled, and leaves the answer to its
 // handler. kFailure when the line is not understood (nothing is answered) or the handler failed.
