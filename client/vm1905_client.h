@@ -146,14 +146,14 @@ typedef struct vm1905_mac {
 
 typedef struct vm1905_al {
     vm1905_mac al_mac;
-    uint8_t status;
-    uint32_t age; /* seconds since its last change */
+    uint8_t status; /* 0 up; this daemon tells nothing else */
+    uint32_t age;   /* seconds since its last change */
     uint8_t intf_num;
 } vm1905_al;
 
 typedef struct vm1905_intf {
     vm1905_mac mac;
-    uint8_t status;
+    uint8_t status; /* 0 up, 1 down, 3 dormant, 4 not present, 5 lower layer down, 6 error */
     uint32_t age;
     uint16_t media_type;
     uint8_t pwr_state; /* 0 on, 1 power save, 2 off, 3 unsupported */
@@ -232,11 +232,14 @@ VM1905_API int vm1905_set_option(vm1905_client* client, uint8_t item, uint8_t va
 
 /* ---- The network ----------------------------------------------------------------------------- */
 
+/* Only the low byte of the three numbers comes. 0 as log_max is 256; 0 as log_num is an empty log,
+ * or a full one of 256 when vm1905_get_log_entry has an entry 0. Walk vm1905_get_dev to count more
+ * than 255 devices. */
 typedef struct vm1905_topology {
     uint32_t enable; /* 0: switched off */
     uint8_t status;  /* 0 incomplete, 1 available, 2 misconfigured */
     uint8_t log_max;
-    uint8_t dev_num;
+    uint8_t dev_num; /* other devices */
     uint8_t log_num;
 } vm1905_topology;
 
@@ -245,13 +248,13 @@ typedef struct vm1905_log_entry {
     uint8_t event; /* 0 new neighbor, 1 lost neighbor */
     vm1905_mac al_mac;
     vm1905_mac intf_mac;
-    uint8_t neighbor_type;
+    uint8_t neighbor_type; /* 0 a device, 1 a host that is none */
     vm1905_mac neighbor_mac;
 } vm1905_log_entry;
 
 typedef struct vm1905_dev {
     vm1905_mac al_mac;
-    uint8_t status;
+    uint8_t status; /* 0: this daemon tells nothing else */
     uint8_t intf_num;
     uint8_t non1905_num;
     uint8_t ieee1905_num;
@@ -309,9 +312,9 @@ VM1905_API int vm1905_get_dev_option(vm1905_client* client, const vm1905_mac* al
                                      uint8_t* value);
 /* Sends a topology and a vendor discovery at once. (185) */
 VM1905_API int vm1905_send_discovery(vm1905_client* client);
-/* Sends a standard message with these TLVs, up to 240 bytes, as they are; 16 when they are not
- * well-formed or there are none. To target for the types 2, 4, 5, 8, 9; to all (target may be NULL)
- * for 0, 1, 7, 10, 11, 12; 64 for any other. (200) */
+/* Sends a standard message with these TLVs, up to 240 bytes (NULL with a length of 0: none), as
+ * they are; 16 when they are not well-formed, or it cannot be sent. To target for the types 2, 4,
+ * 5, 8, 9; to all (target may be NULL) for 0, 1, 7, 10, 11, 12; 64 for any other. (200) */
 VM1905_API int vm1905_send_raw(vm1905_client* client, uint16_t type, const vm1905_mac* target,
                                const void* tlvs, size_t length);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "failure.h"
 #include "views.h"
 
 namespace {
@@ -22,6 +23,21 @@ class Help : public CLI::Formatter {
     std::string make_option_opts(const CLI::Option* option) const override {
         if (!option->get_positional()) return CLI::Formatter::make_option_opts(option);
         return option->get_required() ? "" : " (optional)";
+    }
+    std::string make_footer(const CLI::App* app) const override {
+        if (app->get_parent() == nullptr) return CLI::Formatter::make_footer(app);
+        return CLI::Formatter::make_footer(app) +
+               "\nBefore or behind it (see vm1905ctl --help): --json, --keyvalue, --data-model, "
+               "--timeout, --yes\n";
+    }
+    // Where all is told the commands of groups are as well.
+    std::string make_subcommands(const CLI::App* app, CLI::AppFormatMode mode) const override {
+        if (mode != CLI::AppFormatMode::Sub) return CLI::Formatter::make_subcommands(app, mode);
+        std::string out;
+        for (const CLI::App* command : app->get_subcommands([](const CLI::App*) { return true; })) {
+            out += "\n" + make_expanded(command);
+        }
+        return out;
     }
 };
 
@@ -46,7 +62,7 @@ void addReads(CLI::App& app, Choice& choice) {
             app.add_subcommand("device", "all that is known of one device")->fallthrough();
         command->add_option("DEVICE", *device, "AL MAC, host name, or self")
             ->required()
-            ->type_name(kDeviceArgument);
+            ->type_name(kDeviceOrSelfArgument);
         command->callback([&choice, device] {
             choice.read = [device](Session& session) { return showDevice(session, *device); };
         });
@@ -73,8 +89,10 @@ void addReads(CLI::App& app, Choice& choice) {
     CLI::App* const get =
         app.add_subcommand("get", "one value of it, or of another device")->fallthrough();
     get->footer("\nItems: " + itemNames());
-    get->add_option("ITEM", item->first, "which")->required()->type_name("ITEM");
-    get->add_option("OF", item->second, "device or interface")->type_name(kDeviceArgument);
+    const auto* const which =
+        get->add_option("ITEM", item->first, "which")->required()->type_name("ITEM");
+    choice.words[which] = itemWords();
+    get->add_option("OF", item->second, "device or interface")->type_name(kOfArgument);
     get->callback([&choice, item] {
         choice.read = [item](Session& session) {
             return showItem(session, item->first, item->second);
@@ -83,74 +101,78 @@ void addReads(CLI::App& app, Choice& choice) {
 }
 
 void addOptions(CLI::App& app, Choice& choice) {
-    app.add_flag_callback(
+    auto* const json = app.add_flag_callback(
         "--json", [&choice] { choice.options.format = Format::kJson; }, "print JSON");
     app.add_flag_callback(
-        "--keyvalue", [&choice] { choice.options.format = Format::kKeyValue; },
-        "print path.to.key=value lines");
+           "--keyvalue", [&choice] { choice.options.format = Format::kKeyValue; },
+           "print path.to.key=value lines")
+        ->excludes(json);
     app.add_option("--data-model", choice.options.dataModel,
                    "the daemon's vm1905.json (default: where its configuration says)")
         ->type_name("FILE");
-    app.add_option("--timeout", choice.options.timeout, "how long an answer may take")
-        ->check(CLI::Range(0.001, kMaxTimeout).description(""))
+    takeSeconds(app.add_option("--timeout", choice.options.timeout, "how long an answer may take"),
+                0.001, kMaxTimeout)
         ->type_name("SECONDS");
     app.add_flag("--yes", choice.options.yes, "ask no questions");
     app.set_version_flag("--version", "vm1905ctl " VM1905_VERSION);
 }
 
-// ---- Completion
+// ---- Wrong usage
 
-bool takesValue(const CLI::Option& option) {
-    return option.get_items_expected_max() > 0;
+std::string listOfCommands(const CLI::App& group) {
+    std::string list;
+    for (const CLI::App* command : group.get_subcommands([](const CLI::App*) { return true; })) {
+        list += (list.empty() ? "" : ", ") + command->get_name();
+    }
+    return list;
 }
 
-const CLI::Option* optionNamed(const CLI::App* app, const std::string& word) {
-    for (; app != nullptr; app = app->get_parent()) {
-        if (const auto* option = app->get_option_no_throw(word)) return option;
+Failure usageFailure(const CLI::App& app, const CLI::ParseError& error,
+                     const std::vector<std::string>& words) {
+    const CLI::App* command = &app;
+    std::string path;
+    while (!command->get_subcommands().empty()) {
+        command = command->get_subcommands().front();
+        path += command->get_name() + " ";
     }
-    return nullptr;
-}
-
-const CLI::App* commandNamed(const CLI::App& app, const std::string& name) {
-    const auto found =
-        app.get_subcommands([&](const CLI::App* command) { return command->get_name() == name; });
-    return found.empty() ? nullptr : found.front();
-}
-
-void printDevices(const std::string& begin, bool withAll) {
-    std::vector<std::string> words{"self"};
-    if (withAll) words.emplace_back("all");
-    for (const ModelDevice& device : readDataModel(dataModelPath()).devices) {
-        const std::string name = device.text("Hostname");
-        // A name that the shell would read otherwise is completed by its address.
-        const bool isPlain =
-            !name.empty() && name[0] != '-' && std::ranges::all_of(name, [](char c) {
-                return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
-                       c == '-' || c == '_' || c == '.';
-            });
-        // The shell takes a colon for the end of a word.
-        std::string mac = device.alMac.text();
-        std::ranges::replace(mac, ':', '-');
-        words.push_back(isPlain ? name : mac);
-        if (isPlain && !begin.empty()) words.push_back(mac);
+    const bool isGroup = command->get_require_subcommand_min() > 0;
+    const std::string advice = isGroup && !path.empty()
+                                   ? "its commands: " + listOfCommands(*command)
+                                   : "see: vm1905ctl " + path + "--help";
+    const auto isOf = [&](CLI::ExitCodes code) {
+        return error.get_exit_code() == static_cast<int>(code);
+    };
+    if (!isOf(CLI::ExitCodes::ExtrasError) && !isOf(CLI::ExitCodes::RequiredError)) {
+        return {kUsage, error.what(), advice};
     }
-    for (const std::string& word : words) {
-        if (word.starts_with(begin)) std::puts(word.c_str());
+    const auto unknown = app.remaining(true);
+    if (unknown.empty()) {
+        if (isGroup)
+            return {kUsage, path.empty() ? "a command is missing" : path + "wants a command",
+                    advice};
+        return {kUsage, path + "wants more: " + error.what(), advice};
     }
+    if (unknown[0].starts_with('-')) return {kUsage, "there is no option " + unknown[0], advice};
+    const bool isFirst =
+        !path.empty() && std::ranges::find(words, unknown[0]) <
+                             std::ranges::find(words, path.substr(0, path.find(' ')));
+    if (isFirst) return {kUsage, "there is no command " + unknown[0], "see: vm1905ctl --help"};
+    if (isGroup) return {kUsage, "there is no command " + path + unknown[0], advice};
+    return {kUsage, path + "takes nothing more: " + unknown[0], advice};
 }
 
 }  // namespace
 
 void addInterval(CLI::App& command, Choice& choice) {
-    command.add_option("--interval", choice.interval, "seconds between two looks (default 2)")
-        ->check(CLI::Range(0.1, 3600.0).description(""))
+    takeSeconds(
+        command.add_option("--interval", choice.interval, "seconds between two looks (default 2)"),
+        0.1, 3600)
         ->type_name("SECONDS");
 }
 
 std::unique_ptr<CLI::App> makeCommandLine(Choice& choice) {
     auto app = std::make_unique<CLI::App>("Shows and manages an IEEE 1905.1 mesh.", "vm1905ctl");
     app->require_subcommand(1);
-    app->footer(kFooter);
     app->formatter(std::make_shared<Help>());
     app->get_formatter()->column_width(34);
     app->set_help_all_flag("--help-all", "all commands with their options");
@@ -175,51 +197,33 @@ std::unique_ptr<CLI::App> makeCommandLine(Choice& choice) {
     group("This device");
     addOrders(*app, choice);
     group("Orders to devices");
+    app->footer(kFooter);  // last: commands would inherit it
     return app;
 }
 
-void printCompletions(const std::vector<std::string>& words) {
-    Choice choice;
-    const auto root = makeCommandLine(choice);
-    const CLI::App* app = root.get();
-    const CLI::Option* pending = nullptr;  // an option that wants a value
-    size_t position = 0;
-    const std::string last = words.empty() ? "" : words.back();
-    for (size_t i = 0; i + 1 < words.size(); i++) {
-        if (pending != nullptr) {
-            pending = nullptr;
-        } else if (words[i].starts_with("-")) {
-            const auto* const option = optionNamed(app, words[i]);
-            if (option != nullptr && takesValue(*option)) pending = option;
-        } else if (const auto* command = commandNamed(*app, words[i])) {
-            // Behind watch stands another command.
-            app = command->get_name() == "watch" ? root.get() : command;
-        } else {
-            position++;
-        }
+void parse(CLI::App& app, Choice& choice, const std::vector<std::string>& words) {
+    // Failures are told in it wherever it stands.
+    if (std::ranges::find(words, "--keyvalue") != words.end()) {
+        choice.options.format = Format::kKeyValue;
     }
-    const auto print = [&](const std::string& word) {
-        if (word.starts_with(last)) std::puts(word.c_str());
-    };
-    const auto printValues = [&](const CLI::Option& option) {
-        const std::string type = option.get_type_name();
-        if (type == kDeviceArgument || type == kDeviceOrAllArgument) {
-            printDevices(last, type == kDeviceOrAllArgument);
-        }
-    };
-    if (pending != nullptr) return printValues(*pending);
-    if (last.starts_with("-")) {
-        for (; app != nullptr; app = app->get_parent()) {
-            for (const auto* option : app->get_options()) {
-                for (const auto& name : option->get_lnames()) print("--" + name);
-            }
-        }
-        return;
+    if (std::ranges::find(words, "--json") != words.end()) choice.options.format = Format::kJson;
+    try {
+        // The library takes them from the end.
+        app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+    } catch (const CLI::CallForHelp&) {
+        choice.text = app.help();
+    } catch (const CLI::CallForAllHelp&) {
+        choice.text = app.help("", CLI::AppFormatMode::All);
+    } catch (const CLI::CallForVersion&) {
+        choice.text = app.version() + "\n";
+    } catch (const CLI::ParseError& error) {
+        throw usageFailure(app, error, words);
     }
-    for (const auto* command : app->get_subcommands([](const CLI::App*) { return true; })) {
-        print(command->get_name());
-    }
-    const auto positionals =
-        app->get_options([](const CLI::Option* option) { return option->get_positional(); });
-    if (position < positionals.size()) printValues(*positionals[position]);
+}
+
+CLI::Option* addWord(CLI::App& command, Choice& choice, const char* name, int& number,
+                     const char* text, const Words& words) {
+    CLI::Option* const option = takeWord(command.add_option(name, number, text), words);
+    for (const auto& [word, meaning] : words) choice.words[option].push_back(word);
+    return option;
 }

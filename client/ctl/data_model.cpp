@@ -40,9 +40,10 @@ void appendString(std::string& out, std::string_view text) {
     out += encoded;
 }
 
-// The daemon writes texts as they are, without escaping, one member a line. What another device
-// calls itself must not hide the rest of the mesh, so each text is taken for what stands between
-// the quotes that its line begins and ends with. A text with a line break goes on to the next line.
+// The daemon writes texts without escaping, one member a line. Those of other devices it keeps
+// without what would need that, but not its own names and the pass phrase: these must not hide the
+// mesh. So each text is taken for what stands between the quotes that its line begins and ends
+// with. A text with a line break goes on to the next line.
 std::string withTextsEscaped(std::string_view text) {
     std::string out;
     out.reserve(text.size() + text.size() / 8);
@@ -180,7 +181,8 @@ std::string dataModelPath(const std::string& configuration) {
 
 DataModel parseDataModel(std::string_view text) {
     DataModel model;
-    const Json whole = Json::parse(withTextsEscaped(text), nullptr, false);
+    Json whole = Json::parse(text, nullptr, false);
+    if (whole.is_discarded()) whole = Json::parse(withTextsEscaped(text), nullptr, false);
     const Json* level = &whole;
     for (const char* member : {"Device", "X_5E1F09_IEEE1905", "AL"}) {
         if (!level->is_object() || !level->contains(member)) {

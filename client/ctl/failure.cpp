@@ -22,17 +22,21 @@ Exit statusOf(int result) {
     }
 }
 
-const char* adviceFor(int result) {
+const char* adviceFor(int result, Asked asked) {
     switch (result) {
         case VM1905_NO_DAEMON:
             return "start it, or look at its log for why it ended";
         case VM1905_RESTARTED:
-            return "repeat the command; before an order, look whether the first one was obeyed";
+            return asked == Asked::kRead ? "repeat the command"
+                                         : "look whether it was obeyed before you repeat it";
         case VM1905_TIMEOUT:
-            return "the daemon, or the device that the order went to, is silent; it may have "
-                   "obeyed "
-                   "all the same. Look whether it is there: vm1905ctl devices. To wait longer: "
-                   "--timeout";
+            return asked == Asked::kRead ? "the daemon is silent. To wait longer: --timeout"
+                   : asked == Asked::kHere
+                       ? "the daemon is silent; it may have obeyed all the same. To wait longer: "
+                         "--timeout"
+                       : "the device, or the daemon, is silent; it may have obeyed all the same. "
+                         "Look "
+                         "whether it is there: vm1905ctl devices. To wait longer: --timeout";
         case VM1905_BUSY:
             return "nothing was asked; repeat the command";
         case VM1905_SYSTEM:
@@ -46,8 +50,13 @@ const char* adviceFor(int result) {
         case VM1905_NO_DEVICE:
             return "see which devices there are: vm1905ctl devices";
         case VM1905_FAILED:
-            return "the log of the device that was to obey tells why: it may not allow it, or its "
-                   "platform has no way to do it";
+            return asked == Asked::kNeighbor ? "the log of the device that was to obey tells why: "
+                                               "it may not allow it, or "
+                                               "its platform has no way to do it"
+                   : asked == Asked::kHere   ? "the log of this device's daemon tells why: its "
+                                               "platform may have no way to "
+                                               "do it"
+                                             : "the log of this device's daemon tells why";
         case VM1905_UNCHANGED:
             return "it is as you want it already; the length of the change log cannot be 0";
         case VM1905_BAD_TYPE:
@@ -63,11 +72,11 @@ const char* adviceFor(int result) {
 
 }  // namespace
 
-void check(int result, const std::string& what) {
+void check(int result, const std::string& what, Asked asked) {
     if (result == VM1905_OK) return;
     const int error = errno;
     std::string text = (what.empty() ? "" : what + ": ") + vm1905_strerror(result);
     if (result > 0) text += " (code " + std::to_string(result) + ")";
     if (result == VM1905_SYSTEM) text += std::string(": ") + std::strerror(error);
-    throw Failure{statusOf(result), text, adviceFor(result), result};
+    throw Failure{statusOf(result), text, adviceFor(result, asked), result};
 }

@@ -14,6 +14,9 @@ struct Failure {
     int result = 0;        // of the client library, 0 when it is not the cause
 };
 
+// What was asked: a value; something to be done on this device; an order that another one answers.
+enum class Asked { kRead, kHere, kNeighbor };
+
 // Throws the failure that a result of the client library other than 0 stands for. what names what
 // was wanted, such as "reboot of dev2"; it may be empty.
-void check(int result, const std::string& what);
+void check(int result, const std::string& what, Asked asked = Asked::kRead);

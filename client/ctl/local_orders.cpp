@@ -1,12 +1,11 @@
+#include <algorithm>
 #include <array>
 
 #include "order.h"
 
 namespace {
 
-struct Nothing {
-    std::string what;
-};
+struct Nothing {};
 struct Number {
     int value = 0;
 };
@@ -15,14 +14,8 @@ struct Bytes {
 };
 
 template <int (*Call)(vm1905_client*)>
-Report plain(Session& session, const Nothing& order) {
-    return doHere(session, order.what, Call);
-}
-
-void addPlain(CLI::App& parent, Choice& choice, const char* name, const char* text,
-              Report (*act)(Session&, const Nothing&)) {
-    const auto [command, order] = addCommand<Nothing>(parent, choice, name, text, act);
-    order->what = parent.get_parent() == nullptr ? name : parent.get_name() + " " + name;
+Report plain(Session& session, const Nothing&) {
+    return doHere(session, "", Call);
 }
 
 // ---- set
@@ -32,77 +25,82 @@ struct Setting {
     std::vector<std::string> values;
 };
 
-int number(const std::string& text) {
-    size_t end = 0;
-    long long value = 0;
-    try {
-        value = std::stoll(text, &end, 0);
-    } catch (const std::exception&) {
-        end = std::string::npos;
-    }
-    if (end != text.size() || value < INT32_MIN || value > INT32_MAX) {
-        throw Failure{kUsage, text + " is no number of 32 bits"};
-    }
-    return static_cast<int>(value);
-}
+// What an item takes: its texts, and those that are numbers as such.
+struct Values {
+    std::vector<std::string> texts;
+    std::array<int, 3> numbers{};
+};
 
-uint8_t byte(const std::string& text) {
-    const int value = number(text);
-    if (value < 0 || value > 255) throw Failure{kUsage, text + " is not between 0 and 255"};
-    return static_cast<uint8_t>(value);
-}
-
-using Values = std::vector<std::string>;
+struct Argument {
+    const char* name;  // null: there is none
+    int64_t min = INT32_MIN, max = INT32_MAX;
+    bool isText = false;
+    const Words* words = nullptr;  // the only texts there are
+};
 
 struct Item {
     const char* name;
-    const char* arguments;
-    size_t count;  // of them
+    std::array<Argument, 3> arguments;
     int (*set)(vm1905_client* client, const Values& values);
+    bool isStored = false;  // the daemon refuses what it is already
 };
 
+constexpr Argument kFlag{"0|1", 0, 1};
+const Words kBandTexts{{"All", 0}, {"0", 0}, {"1", 0}, {"32", 0}, {"33", 0}};
+
+template <uint8_t Option>
+int setOption(vm1905_client* client, const Values& v) {
+    return vm1905_set_option(client, Option, static_cast<uint8_t>(v.numbers[0]));
+}
+
 constexpr Item kItems[] = {
-    {"allow-reboot", "0|1", 1,
+    {"allow-reboot", {{kFlag}}, setOption<VM1905_OPTION_REBOOT>, true},
+    {"allow-power", {{kFlag}}, setOption<VM1905_OPTION_INTF_PWR>, true},
+    {"change-log-max",
+     {{{"1-255", 1, 255}}},
      [](vm1905_client* client, const Values& v) {
-         return vm1905_set_option(client, VM1905_OPTION_REBOOT, byte(v[0]));
+         return vm1905_set_log_max(client, static_cast<uint8_t>(v.numbers[0]));
+     },
+     true},
+    {"approve",
+     {{kFlag}},
+     [](vm1905_client* client, const Values& v) {
+         return vm1905_set_approve(client, v.numbers[0]);
      }},
-    {"allow-power", "0|1", 1,
+    {"wps",
+     {{{"TYPE", 0, 1}, {"SEARCH"}, {"RESPONSE"}}},
      [](vm1905_client* client, const Values& v) {
-         return vm1905_set_option(client, VM1905_OPTION_INTF_PWR, byte(v[0]));
+         return vm1905_set_wps(client, v.numbers[0], v.numbers[1], v.numbers[2]);
      }},
-    {"change-log-max", "1-255", 1,
-     [](vm1905_client* client, const Values& v) { return vm1905_set_log_max(client, byte(v[0])); }},
-    {"approve", "0|1", 1,
+    {"wps-band",
+     {{{"All|0|1|32|33", 0, 16, true, &kBandTexts}, {"SEARCH"}, {"RESPONSE"}}},
      [](vm1905_client* client, const Values& v) {
-         return vm1905_set_approve(client, number(v[0]));
+         return vm1905_set_wps_by_band(client, v.texts[0].c_str(), v.numbers[1], v.numbers[2]);
      }},
-    {"wps", "TYPE SEARCH RESPONSE", 3,
+    {"wps-timeout",
+     {{{"SECONDS", 0}}},
      [](vm1905_client* client, const Values& v) {
-         return vm1905_set_wps(client, number(v[0]), number(v[1]), number(v[2]));
+         return vm1905_set_wps_timeout(client, v.numbers[0]);
      }},
-    {"wps-band", "All|0|1|32|33 SEARCH RESPONSE", 3,
+    {"wifi-reload",
+     {{{"TYPE"}, kFlag}},
      [](vm1905_client* client, const Values& v) {
-         return vm1905_set_wps_by_band(client, v[0].c_str(), number(v[1]), number(v[2]));
+         return vm1905_set_wifi_reload(client, v.numbers[0], v.numbers[1]);
      }},
-    {"wps-timeout", "SECONDS", 1,
+    {"firmware-result",
+     {{{"N"}}},
      [](vm1905_client* client, const Values& v) {
-         return vm1905_set_wps_timeout(client, number(v[0]));
+         return vm1905_set_fw_result(client, v.numbers[0]);
      }},
-    {"wifi-reload", "TYPE 0|1", 2,
+    {"firmware-state",
+     {{{"TEXT", 0, 240, true}}},
      [](vm1905_client* client, const Values& v) {
-         return vm1905_set_wifi_reload(client, number(v[0]), number(v[1]));
+         return vm1905_set_fw_state(client, v.texts[0].c_str());
      }},
-    {"firmware-result", "N", 1,
+    {"security",
+     {{{"HEX", 0, INT32_MAX, true}}},
      [](vm1905_client* client, const Values& v) {
-         return vm1905_set_fw_result(client, number(v[0]));
-     }},
-    {"firmware-state", "TEXT", 1,
-     [](vm1905_client* client, const Values& v) {
-         return vm1905_set_fw_state(client, v[0].c_str());
-     }},
-    {"security", "HEX", 1,
-     [](vm1905_client* client, const Values& v) {
-         const std::string bytes = hexArgument(v[0]);
+         const std::string bytes = hexArgument(v.texts[0], VM1905_MAX_PAYLOAD, "HEX");
          return vm1905_set_security(client, bytes.data(), bytes.size());
      }},
 };
@@ -110,63 +108,78 @@ constexpr Item kItems[] = {
 std::string settings(const char* separator) {
     std::string out;
     for (const Item& item : kItems) {
-        out += std::string(out.empty() ? "" : separator) + item.name + " " + item.arguments;
+        out += std::string(out.empty() ? "" : separator) + item.name;
+        for (const Argument& argument : item.arguments) {
+            if (argument.name != nullptr) out += std::string(" ") + argument.name;
+        }
     }
     return out;
 }
 
-Report set(Session& session, const Setting& setting) {
-    for (const Item& item : kItems) {
-        if (setting.item != item.name) continue;
-        if (setting.values.size() != item.count) {
-            throw Failure{kUsage, setting.item + " takes: " + item.arguments};
-        }
-        return doHere(session, setting.item,
-                      [&](vm1905_client* client) { return item.set(client, setting.values); });
+Values valuesOf(const Item& item, const std::vector<std::string>& given) {
+    Values values{given, {}};
+    const auto count = static_cast<size_t>(std::ranges::count_if(
+        item.arguments, [](const Argument& argument) { return argument.name != nullptr; }));
+    if (given.size() != count) {
+        std::string usage = std::string(item.name) + " takes:";
+        for (size_t i = 0; i < count; i++) usage += std::string(" ") + item.arguments[i].name;
+        throw Failure{kUsage, usage};
     }
-    throw Failure{kUsage, "there is nothing to set called " + setting.item, settings("; ")};
+    for (size_t i = 0; i < count; i++) {
+        const auto& [name, min, max, isText, words] = item.arguments[i];
+        if (isText) {
+            (void)textArgument(given[i], static_cast<size_t>(max), name);
+            if (words != nullptr) (void)wordArgument(given[i], *words, item.name);
+        } else {
+            values.numbers[i] = static_cast<int>(numberArgument(given[i], min, max, item.name));
+        }
+    }
+    return values;
+}
+
+Report set(Session& session, const Setting& setting) {
+    const auto* const item =
+        std::ranges::find_if(kItems, [&](const Item& known) { return setting.item == known.name; });
+    if (item == std::end(kItems)) {
+        throw Failure{kUsage, "there is nothing to set called " + setting.item, settings("; ")};
+    }
+    const Values values = valuesOf(*item, setting.values);
+    return doHere(
+        session, item->name, [&](vm1905_client* client) { return item->set(client, values); },
+        item->isStored);
 }
 
 // ---- Others
 
-const std::map<std::string, int> kBands{
-    {"main24", 0}, {"main5", 1}, {"guest24", 32}, {"guest5", 33}};
+const Words kBands{{"main24", 0}, {"main5", 1}, {"guest24", 32}, {"guest5", 33},
+                   {"0", 0},      {"1", 1},     {"32", 32},      {"33", 33}};
 
 template <int (*Call)(vm1905_client*, uint8_t)>
 Report ofBand(Session& session, const Number& band) {
-    return doHere(session, "wps, band " + std::to_string(band.value), [&](vm1905_client* client) {
+    return doHere(session, wordFor(kBands, band.value), [&](vm1905_client* client) {
         return Call(client, static_cast<uint8_t>(band.value));
     });
 }
 
-struct Level {
-    std::string text;
-};
+const Words kLevels{{"0", 0}, {"1", 1}, {"2", 2}, {"3", 3}, {"4", 4}, {"5", 5}, {"tables", 6}};
 
-Report debugLevel(Session& session, const Level& level) {
-    constexpr uint32_t kTables = 6;
-    const bool isTables = level.text == "tables";
-    const int wanted = isTables ? static_cast<int>(kTables) : number(level.text);
-    if (!isTables && (wanted < 0 || wanted > 5)) {
-        throw Failure{kUsage, "levels are 0 to 5", "tables prints ports and topology to the log"};
-    }
-    return doHere(session, "debug-level " + level.text, [&](vm1905_client* client) {
-        return vm1905_set_debug_level(client, static_cast<uint32_t>(wanted));
+Report debugLevel(Session& session, const Number& level) {
+    return doHere(session, wordFor(kLevels, level.value), [&](vm1905_client* client) {
+        return vm1905_set_debug_level(client, static_cast<uint32_t>(level.value));
     });
 }
 
 template <int (*Call)(vm1905_client*, const void*, size_t)>
 Report ofBytes(Session& session, const Bytes& rule) {
-    const std::string bytes = hexArgument(rule.hex);
-    return doHere(session, "forwarding rule",
+    const std::string bytes = hexArgument(rule.hex, VM1905_MAX_PAYLOAD, "HEX");
+    return doHere(session, "",
                   [&](vm1905_client* client) { return Call(client, bytes.data(), bytes.size()); });
 }
 
 Report removeRule(Session& session, const Number& rule) {
-    return doHere(session, "forwarding rule " + std::to_string(rule.value),
-                  [&](vm1905_client* client) {
-                      return vm1905_remove_fwd_rule(client, static_cast<uint16_t>(rule.value));
-                  });
+    return doHere(session, std::to_string(rule.value), [&](vm1905_client* client) {
+        return vm1905_remove_fwd_rule(client, static_cast<uint16_t>(rule.value));
+    });
 }
 
 void addRules(CLI::App& app, Choice& choice) {
@@ -179,9 +192,8 @@ void addRules(CLI::App& app, Choice& choice) {
     modify->add_option("HEX", modified->hex, "the rule")->required()->type_name("HEX");
     const auto [remove, removed] =
         addCommand<Number>(rules, choice, "remove", "remove one", removeRule);
-    remove->add_option("ID", removed->value, "its number")
+    takeNumber(remove->add_option("ID", removed->value, "its number"), 0, 65535)
         ->required()
-        ->check(CLI::Range(0, 65535).description(""))
         ->type_name("N");
 }
 
@@ -192,7 +204,9 @@ void addLocalOrders(CLI::App& app, Choice& choice) {
         const auto [command, setting] =
             addCommand<Setting>(app, choice, "set", "set a value of this device", set);
         command->footer("\nItems and their values:\n  " + settings("\n  "));
-        command->add_option("ITEM", setting->item, "which")->required()->type_name("ITEM");
+        const auto* const which =
+            command->add_option("ITEM", setting->item, "which")->required()->type_name("ITEM");
+        for (const Item& item : kItems) choice.words[which].emplace_back(item.name);
         command->add_option("VALUE", setting->values, "its value or values")
             ->required()
             ->type_name("VALUE");
@@ -202,32 +216,37 @@ void addLocalOrders(CLI::App& app, Choice& choice) {
          {std::tuple{"renew", "send a renew for a band", &ofBand<vm1905_send_wps_renew>},
           std::tuple{"search", "send a search for a band", &ofBand<vm1905_send_wps_search>}}) {
         const auto [command, band] = addCommand<Number>(wps, choice, name, text, act);
-        command->add_option("BAND", band->value, "main24, main5, guest24, guest5, or its number")
+        addWord(*command, choice, "BAND", band->value,
+                "main24, main5, guest24, guest5, or its number", kBands)
             ->required()
-            ->transform(CLI::CheckedTransformer(kBands))
             ->type_name("BAND");
     }
-    addPlain(wps, choice, "push-button", "send a push-button event", plain<vm1905_push_button>);
-    addPlain(wps, choice, "get", "service 140, which does nothing", plain<vm1905_get_wps>);
-    addPlain(app, choice, "discover", "send a topology and a vendor discovery now",
-             plain<vm1905_send_discovery>);
-    addPlain(app, choice, "reopen-ports", "open all ports of the daemon anew",
-             plain<vm1905_reopen_ports>);
+    addCommand<Nothing>(wps, choice, "push-button", "send a push-button event",
+                        plain<vm1905_push_button>);
+    addCommand<Nothing>(wps, choice, "get", "service 140, which does nothing",
+                        plain<vm1905_get_wps>);
+    addCommand<Nothing>(app, choice, "discover", "send a topology and a vendor discovery now",
+                        plain<vm1905_send_discovery>);
+    addCommand<Nothing>(app, choice, "reopen-ports", "open all ports of the daemon anew",
+                        plain<vm1905_reopen_ports>);
     {
         const auto [command, level] =
-            addCommand<Level>(app, choice, "debug-level", "how much the daemon logs", debugLevel);
-        command->add_option("LEVEL", level->text, "0 to 5; tables: print ports and topology once")
+            addCommand<Number>(app, choice, "debug-level", "how much the daemon logs", debugLevel);
+        addWord(*command, choice, "LEVEL", level->value,
+                "0 to 5; tables: print ports and topology once", kLevels)
             ->required()
             ->type_name("LEVEL");
     }
     CLI::App& logFile = addGroup(app, "log-file", "log files");
-    addPlain(logFile, choice, "write", "write vm1905_log.json, the change log",
-             plain<vm1905_write_log>);
+    addCommand<Nothing>(logFile, choice, "write", "write vm1905_log.json, the change log",
+                        plain<vm1905_write_log>);
     CLI::App& sync = addGroup(app, "wifi-sync", "Wi-Fi settings across the mesh");
-    addPlain(sync, choice, "all", "search or renew all bands", plain<vm1905_wifi_sync_all>);
-    addPlain(sync, choice, "action", "service 191, in the platform's hands",
-             plain<vm1905_wifi_state_action>);
-    addPlain(sync, choice, "extenders", "have all extenders take over their configuration anew",
-             plain<vm1905_update_extenders>);
+    addCommand<Nothing>(sync, choice, "all", "search or renew all bands",
+                        plain<vm1905_wifi_sync_all>);
+    addCommand<Nothing>(sync, choice, "action", "service 191, in the platform's hands",
+                        plain<vm1905_wifi_state_action>);
+    addCommand<Nothing>(sync, choice, "extenders",
+                        "have all extenders take over their configuration anew",
+                        plain<vm1905_update_extenders>);
     addRules(app, choice);
 }

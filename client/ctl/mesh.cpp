@@ -171,6 +171,16 @@ const Interface* Device::intf(const Mac& mac) const {
     return found == interfaces.end() ? nullptr : &*found;
 }
 
+const Interface& Device::namedIntf(const std::string& given) const {
+    const auto mac = parseMac(given);
+    const auto found = std::ranges::find_if(interfaces, [&](const Interface& intf) {
+        return mac ? intf.mac == *mac : intf.name == given && !given.empty();
+    });
+    if (found != interfaces.end()) return *found;
+    throw Failure{kUsage, called() + " has no interface " + given,
+                  "see which there are: vm1905ctl device " + alMac.text()};
+}
+
 void Mesh::addStrangers() {
     std::vector<Mac> strangers;
     for (const Device& device : devices) {

@@ -46,6 +46,8 @@ struct Device {
 
     std::string called() const { return name.empty() ? alMac.text() : name; }
     const Interface* intf(const Mac& mac) const;
+    // The interface that a person means, by its name or MAC. Throws Failure without one.
+    const Interface& namedIntf(const std::string& given) const;
 };
 
 struct Mesh {

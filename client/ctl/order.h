@@ -2,7 +2,6 @@
 #pragma once
 
 #include <functional>
-#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -22,11 +21,14 @@ std::pair<CLI::App*, Held<Arguments>> addCommand(CLI::App& parent, Choice& choic
                                                  Report (*act)(Session&, const Arguments&)) {
     auto held = std::make_shared<Arguments>();
     CLI::App* const command = parent.add_subcommand(name, text)->fallthrough();
+    const bool isInGroup = parent.get_parent() != nullptr;
+    command->callback(
+        [&choice, held, act, path = isInGroup ? parent.get_name() + " " + name : name] {
+            choice.command = path;
+            choice.act = [held, act](Session& session) { return act(session, *held); };
+        });
     // It would inherit the heading of its group.
-    if (parent.get_parent() != nullptr) command->group("Subcommands");
-    command->callback([&choice, held, act] {
-        choice.act = [held, act](Session& session) { return act(session, *held); };
-    });
+    if (isInGroup) command->group("Subcommands");
     return {command, held};
 }
 
@@ -47,18 +49,15 @@ inline CLI::Option* addDeviceOrAll(CLI::App& command, std::string& device) {
         ->type_name(kDeviceOrAllArgument);
 }
 
-// Carries out an order for a device (zero: for all, or nobody in particular) and reports it. what
-// names it, such as "reboot". Throws Failure when it is refused.
-Report giveOrder(Session& session, const std::string& what, const Mac& target,
+// Carries out the order that the command is, for a device (zero: for all, or nobody in particular),
+// and reports it. service is the number of what call asks for. Throws Failure when it is refused.
+Report giveOrder(Session& session, uint16_t service, const Mac& target,
                  const std::function<int(vm1905_client*, const vm1905_mac*)>& call);
-// The same for what is done on this device.
-Report doHere(Session& session, const std::string& what,
-              const std::function<int(vm1905_client*)>& call);
+// The same for what is done on this device. detail follows the command where the order is named,
+// and may be empty. With isStored the daemon refuses what is set already, which is fine.
+Report doHere(Session& session, const std::string& detail,
+              const std::function<int(vm1905_client*)>& call, bool isStored = false);
 
-// Throws Failure unless the user has said yes on the command line, or now says it.
-void confirm(const Session& session, const std::string& question);
-
-// A MAC that a command is given, or Failure. what names the argument.
-Mac macArgument(const std::string& text, const std::string& what);
-// Bytes as hexadecimal digits, or Failure.
-std::string hexArgument(const std::string& text);
+// Throws Failure unless the daemon knows the device, and the user has said yes on the command line
+// or now says it.
+void confirm(Session& session, const Mac& device, const std::string& question);

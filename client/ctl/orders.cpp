@@ -14,40 +14,42 @@ struct Numbered {
 };
 
 Report reboot(Session& session, const Target& target) {
-    const Mac mac = session.device(target.device);
-    confirm(session, "reboot " + session.called(mac) + "?");
-    return giveOrder(session, "reboot", mac, vm1905_reboot);
+    const Mac mac = session.otherDevice(target.device);
+    confirm(session, mac, "reboot " + session.called(mac) + "?");
+    return giveOrder(session, 134, mac, vm1905_reboot);
 }
 
 Report reset(Session& session, const Target& target) {
-    const Mac mac = session.device(target.device);
-    confirm(session, "reset " + session.called(mac) + " to its factory settings?");
-    return giveOrder(session, "reset", mac, vm1905_reset_to_default);
+    const Mac mac = session.otherDevice(target.device);
+    confirm(session, mac, "reset " + session.called(mac) + " to its factory settings?");
+    return giveOrder(session, 149, mac, vm1905_reset_to_default);
 }
 
 // ---- Power of interfaces
 
 struct Power {
     std::string device;
-    uint8_t state = 0;
+    int state = 0;
     std::vector<std::string> interfaces;
 };
+
+constexpr int kOff = 2;
+const Words kStates{{"on", 0}, {"save", 1}, {"off", kOff}};
 
 std::vector<Interface> chosenInterfaces(const Device& device, const Power& power) {
     if (power.interfaces.empty()) return device.interfaces;
     std::vector<Interface> chosen;
     for (const std::string& given : power.interfaces) {
-        const auto mac = parseMac(given);
-        const auto found = std::ranges::find_if(device.interfaces, [&](const Interface& intf) {
-            return mac ? intf.mac == *mac : intf.name == given;
-        });
-        if (found == device.interfaces.end()) {
-            throw Failure{kUsage, device.called() + " has no interface " + given,
-                          "see which there are: vm1905ctl device " + device.alMac.text()};
-        }
-        chosen.push_back(*found);
+        chosen.push_back(device.namedIntf(given));
     }
     return chosen;
+}
+
+bool isCutOff(const Device& device, const Power& power, const std::vector<Interface>& chosen) {
+    return power.state == kOff &&
+           std::ranges::all_of(device.interfaces, [&](const Interface& intf) {
+               return std::ranges::find(chosen, intf.mac, &Interface::mac) != chosen.end();
+           });
 }
 
 struct PowerResult {
@@ -61,64 +63,81 @@ constexpr Column<PowerResult> kPowerResults[] = {
     {"meaning", "RESULT", [](const PowerResult& r) { return Json(vm1905_strerror(r.code)); }},
 };
 
+using PowerResults = std::vector<PowerResult>;
+
+PowerResults setOwnPower(Session& session, const Device& own, const std::vector<Interface>& chosen,
+                         uint8_t state) {
+    PowerResults results;
+    for (const Interface& intf : chosen) {
+        const vm1905_mac mac = intf.mac;
+        session.expect("the daemon");
+        const int code = vm1905_set_intf_pwr(session.client(), &mac, intf.mediaType, state);
+        session.done();
+        if (code < 0) check(code, "power of " + portName(own, intf.mac), Asked::kHere);
+        results.push_back({portName(own, intf.mac), code});
+    }
+    return results;
+}
+
+PowerResults setPowerOf(Session& session, const Device& device,
+                        const std::vector<Interface>& chosen, uint8_t state) {
+    std::vector<vm1905_pwr_intf> wanted;
+    for (const Interface& intf : chosen) wanted.push_back({intf.mac, intf.mediaType});
+    if (wanted.size() > VM1905_MAX_PWR_INTFS) {
+        throw Failure{kUsage, "more than 30 interfaces", "name some of them"};
+    }
+    vm1905_pwr_results answer{};
+    (void)giveOrder(session, 136, device.alMac, [&](auto* client, auto* mac) {
+        return vm1905_set_dev_intf_pwr(client, mac, wanted.data(), wanted.size(), state, &answer);
+    });
+    PowerResults results;
+    for (size_t i = 0; i < answer.num; i++) {
+        results.push_back({portName(device, answer.results[i].mac), answer.results[i].code});
+    }
+    return results;
+}
+
 Report setPower(Session& session, const Power& power) {
     const Mac target = session.device(power.device);
     const Mesh mesh = session.mesh();
     const Device* const device = mesh.find(target);
     if (device == nullptr) check(VM1905_NO_NEIGHBOR, "power of " + target.text());
     const auto chosen = chosenInterfaces(*device, power);
-    std::vector<PowerResult> results;
-    if (device->isOwn) {
-        for (const Interface& intf : chosen) {
-            const vm1905_mac mac = intf.mac;
-            const int code =
-                vm1905_set_intf_pwr(session.client(), &mac, intf.mediaType, power.state);
-            if (code < 0) check(code, "power of " + portName(*device, intf.mac));
-            results.push_back({portName(*device, intf.mac), code});
-        }
-    } else {
-        std::vector<vm1905_pwr_intf> wanted;
-        for (const Interface& intf : chosen) wanted.push_back({intf.mac, intf.mediaType});
-        if (wanted.size() > VM1905_MAX_PWR_INTFS) {
-            throw Failure{kUsage, "more than 30 interfaces", "name some of them"};
-        }
-        vm1905_pwr_results answer{};
-        (void)giveOrder(session, "power", target, [&](auto* client, auto* mac) {
-            return vm1905_set_dev_intf_pwr(client, mac, wanted.data(), wanted.size(), power.state,
-                                           &answer);
-        });
-        for (size_t i = 0; i < answer.num; i++) {
-            results.push_back({portName(*device, answer.results[i].mac), answer.results[i].code});
-        }
+    if (isCutOff(*device, power, chosen)) {
+        confirm(session, target,
+                "switch off every interface of " + device->called() +
+                    "? Nobody can switch them on again from elsewhere.");
     }
-    const auto refused = std::ranges::find_if(results, [](const auto& r) { return r.code != 0; });
-    if (refused != results.end()) check(refused->code, "power of " + refused->interface);
-    return {{listOf("interfaces", "", kPowerResults, results, "no interfaces")}};
+    const auto state = static_cast<uint8_t>(power.state);
+    const PowerResults results = device->isOwn ? setOwnPower(session, *device, chosen, state)
+                                               : setPowerOf(session, *device, chosen, state);
+    const bool isRefused = std::ranges::any_of(results, [](const auto& r) { return r.code != 0; });
+    return {{listOf("interfaces", "", kPowerResults, results, "no interfaces")},
+            isRefused ? kRefused : kDone};
 }
 
 // ---- Orders with a number
 
 Report led(Session& session, const Numbered& order) {
     return giveOrder(
-        session, "led", session.deviceOrAll(order.device),
+        session, 161, session.otherDeviceOrAll(order.device),
         [&](auto* client, auto* mac) { return vm1905_led_ctrl(client, mac, order.value); });
 }
 
 Report systemControl(Session& session, const Numbered& order) {
     return giveOrder(
-        session, "system", session.deviceOrAll(order.device),
+        session, 214, session.otherDeviceOrAll(order.device),
         [&](auto* client, auto* mac) { return vm1905_system_ctrl(client, mac, order.value); });
 }
 
 Report wpsControl(Session& session, const Numbered& order) {
-    return giveOrder(session, "wps control", session.device(order.device),
-                     [&](auto* client, auto* mac) {
-                         return vm1905_wps_ctrl(client, mac, static_cast<uint8_t>(order.value));
-                     });
+    return giveOrder(session, 143, session.otherDevice(order.device), [&](auto* client, auto* mac) {
+        return vm1905_wps_ctrl(client, mac, static_cast<uint8_t>(order.value));
+    });
 }
 
 Report steer(Session& session, const Numbered& order) {
-    return giveOrder(session, "steer", session.device(order.device), [&](auto* client, auto* mac) {
+    return giveOrder(session, 145, session.otherDevice(order.device), [&](auto* client, auto* mac) {
         return vm1905_ap_steering(client, mac, static_cast<uint8_t>(order.value));
     });
 }
@@ -132,11 +151,11 @@ struct Firmware {
 };
 
 Report firmware(Session& session, const Firmware& order) {
-    return giveOrder(
-        session, "firmware", session.device(order.device), [&](auto* client, auto* mac) {
-            return vm1905_fw_ctrl(client, mac, static_cast<uint8_t>(order.option),
-                                  static_cast<uint8_t>(order.topologyOption), order.url.c_str());
-        });
+    (void)textArgument(order.url, 240, "URL");
+    return giveOrder(session, 147, session.otherDevice(order.device), [&](auto* client, auto* mac) {
+        return vm1905_fw_ctrl(client, mac, static_cast<uint8_t>(order.option),
+                              static_cast<uint8_t>(order.topologyOption), order.url.c_str());
+    });
 }
 
 struct Text {
@@ -152,15 +171,15 @@ struct Text {
 };
 
 Report command(Session& session, const Text& order) {
-    const std::string text = order.text();
-    return giveOrder(
-        session, "command", session.device(order.device),
-        [&](auto* client, auto* mac) { return vm1905_send_command(client, mac, text.c_str()); });
+    const std::string text = textArgument(order.text(), 240, "TEXT");
+    return giveOrder(session, 159, session.otherDevice(order.device), [&](auto* client, auto* mac) {
+        return vm1905_send_command(client, mac, text.c_str());
+    });
 }
 
 Report network(Session& session, const Text& order) {
-    const std::string text = order.text();
-    return giveOrder(session, "network", session.deviceOrAll(order.device),
+    const std::string text = textArgument(order.text(), 128, "TEXT");
+    return giveOrder(session, 197, session.otherDeviceOrAll(order.device),
                      [&](auto* client, auto* mac) {
                          return vm1905_network_ctrl(
                              client, mac, static_cast<uint16_t>(order.option), text.c_str());
@@ -170,30 +189,31 @@ Report network(Session& session, const Text& order) {
 // ---- Stations
 
 struct Station {
-    std::string device, station, bssid, mode = "passive", ssid;
-    int operatingClass = 0, channel = 0, duration = 0, timer = 0;
+    std::string device, station, bssid, ssid;
+    int mode = 0, operatingClass = 0, channel = 0, duration = 0, timer = 0;
     bool isImminent = false;
 };
 
+const Words kModes{{"passive", 0}, {"active", 1}, {"table", 2}};
+
 vm1905_beacon_request beaconRequest(const Station& order) {
-    if (order.ssid.size() > 32) throw Failure{kUsage, "an SSID has at most 32 bytes"};
-    const std::map<std::string, uint8_t> modes{{"passive", 0}, {"active", 1}, {"table", 2}};
     vm1905_beacon_request request{};
     request.station = macArgument(order.station, "station");
     if (!order.bssid.empty()) request.bssid = macArgument(order.bssid, "BSSID");
     request.operating_class = static_cast<uint8_t>(order.operatingClass);
     request.channel = static_cast<uint8_t>(order.channel);
-    request.mode = modes.at(order.mode);
+    request.mode = static_cast<uint8_t>(order.mode);
     request.duration = static_cast<uint16_t>(order.duration);
-    order.ssid.copy(request.ssid, 32);
+    textArgument(order.ssid, sizeof request.ssid - 1, "SSID")
+        .copy(request.ssid, sizeof request.ssid - 1);
     return request;
 }
 
 Report requestBeacon(Session& session, const Station& order) {
     const auto request = beaconRequest(order);
-    return giveOrder(
-        session, "beacon-report request", session.device(order.device),
-        [&](auto* client, auto* mac) { return vm1905_request_beacon(client, mac, &request); });
+    return giveOrder(session, 202, session.otherDevice(order.device), [&](auto* client, auto* mac) {
+        return vm1905_request_beacon(client, mac, &request);
+    });
 }
 
 constexpr Column<vm1905_beacon_report> kBeaconReport[] = {
@@ -207,9 +227,9 @@ constexpr Column<vm1905_beacon_report> kBeaconReport[] = {
 Report getBeacon(Session& session, const Station& order) {
     const auto request = beaconRequest(order);
     vm1905_beacon_report report{};
-    (void)giveOrder(
-        session, "beacon-report get", session.device(order.device),
-        [&](auto* client, auto* mac) { return vm1905_get_beacon(client, mac, &request, &report); });
+    (void)giveOrder(session, 204, session.otherDevice(order.device), [&](auto* client, auto* mac) {
+        return vm1905_get_beacon(client, mac, &request, &report);
+    });
     return {{recordOf("", "", kBeaconReport, report)}};
 }
 
@@ -221,15 +241,15 @@ Report btm(Session& session, const Station& order) {
     request.channel = static_cast<uint8_t>(order.channel);
     request.disassoc_imminent = order.isImminent;
     request.disassoc_timer = static_cast<uint16_t>(order.timer);
-    return giveOrder(session, "btm", session.device(order.device), [&](auto* client, auto* mac) {
+    return giveOrder(session, 206, session.otherDevice(order.device), [&](auto* client, auto* mac) {
         return vm1905_send_btm(client, mac, &request);
     });
 }
 
-template <int (*Call)(vm1905_client*, const vm1905_mac*, const vm1905_mac*)>
+template <uint16_t Service, int (*Call)(vm1905_client*, const vm1905_mac*, const vm1905_mac*)>
 Report blacklist(Session& session, const Station& order) {
     const vm1905_mac station = macArgument(order.station, "station");
-    return giveOrder(session, "blacklist", session.device(order.device),
+    return giveOrder(session, Service, session.otherDevice(order.device),
                      [&](auto* client, auto* mac) { return Call(client, mac, &station); });
 }
 
@@ -243,31 +263,30 @@ struct SpeedTest {
 
 template <bool IsStart>
 Report speedTest(Session& session, const SpeedTest& order) {
-    if (order.url.size() > 226) throw Failure{kUsage, "the URL has more than 226 bytes"};
     vm1905_speed_test test{};
     test.enable = IsStart;
     test.action = static_cast<uint8_t>(order.action);
     test.start = order.start;
     test.runtime = order.runtime;
     if (!order.lanMac.empty()) test.lan_mac = macArgument(order.lanMac, "LAN MAC");
-    order.url.copy(test.url, sizeof test.url - 1);
+    textArgument(order.url, sizeof test.url - 1, "URL").copy(test.url, sizeof test.url - 1);
     return giveOrder(
-        session, "speed-test", session.deviceOrAll(order.device),
+        session, 179, session.otherDeviceOrAll(order.device),
         [&](auto* client, auto* mac) { return vm1905_speed_test_ctrl(client, mac, &test); });
 }
 
 Report requestLogFile(Session& session, const Target& target) {
-    return giveOrder(session, "log-file request", session.deviceOrAll(target.device),
+    return giveOrder(session, 187, session.otherDeviceOrAll(target.device),
                      vm1905_request_log_file);
 }
 
 Report wifiSearch(Session& session, const Target& target) {
-    return giveOrder(session, "wifi-sync search", session.deviceOrAll(target.device),
+    return giveOrder(session, 181, session.otherDeviceOrAll(target.device),
                      vm1905_wifi_state_search);
 }
 
 Report wifiRenew(Session& session, const Target& target) {
-    return giveOrder(session, "wifi-sync renew", session.deviceOrAll(target.device),
+    return giveOrder(session, 183, session.otherDeviceOrAll(target.device),
                      vm1905_wifi_state_renew);
 }
 
@@ -276,21 +295,44 @@ struct Raw {
     int type = 0;
 };
 
+// The daemon looks at the TLVs as well, but says only that something was wrong.
+bool isTlvList(const std::string& bytes) {
+    constexpr size_t kHead = 3;
+    const auto byte = [&](size_t at) { return static_cast<uint8_t>(bytes[at]); };
+    size_t at = 0;
+    while (at + kHead <= bytes.size() && byte(at) != 0) {
+        at += kHead + (static_cast<size_t>(byte(at + 1)) << 8 | byte(at + 2));
+    }
+    // What ends the list may be there, or not.
+    const bool hasEnd = at + kHead == bytes.size() &&
+                        hexOf(reinterpret_cast<const uint8_t*>(&bytes[at]), kHead) == "000000";
+    return at == bytes.size() || hasEnd;
+}
+
 Report sendRaw(Session& session, const Raw& order) {
-    const std::string bytes = hexArgument(order.hex);
+    constexpr int kToOne[] = {2, 4, 5, 8, 9}, kToAll[] = {0, 1, 7, 10, 11, 12};
+    const std::string bytes = hexArgument(order.hex, 240, "HEX");
+    const std::string type = "messages of type " + std::to_string(order.type);
     const bool hasTarget = !order.device.empty();
-    const Mac target = hasTarget ? session.device(order.device) : Mac{};
-    return giveOrder(session, "send", target, [&](auto* client, auto* mac) {
+    if (std::ranges::find(kToOne, order.type) != std::end(kToOne) && !hasTarget) {
+        throw Failure{kUsage, type + " go to one device", "name it: --to DEVICE"};
+    }
+    if (std::ranges::find(kToAll, order.type) != std::end(kToAll) && hasTarget) {
+        throw Failure{kUsage, type + " go to every device", "leave out --to"};
+    }
+    if (!isTlvList(bytes)) {
+        throw Failure{kUsage, "these bytes are no list of TLVs",
+                      "each has a byte of type, two of length, the highest first, and its value"};
+    }
+    const Mac target = hasTarget ? session.otherDevice(order.device) : Mac{};
+    return giveOrder(session, 200, target, [&](auto* client, auto* mac) {
         return vm1905_send_raw(client, static_cast<uint16_t>(order.type), mac, bytes.data(),
                                bytes.size());
     });
 }
 
 void addNumber(CLI::App& command, int& value, const char* name, const char* text, int max) {
-    command.add_option(name, value, text)
-        ->required()
-        ->check(CLI::Range(0, max).description(""))
-        ->type_name("N");
+    takeNumber(command.add_option(name, value, text), 0, max)->required()->type_name("N");
 }
 
 void addStation(CLI::App& command, Station& order) {
@@ -301,12 +343,9 @@ void addStation(CLI::App& command, Station& order) {
 }
 
 void addChannel(CLI::App& command, Station& order) {
-    command.add_option("--class", order.operatingClass, "operating class")
-        ->check(CLI::Range(0, 255).description(""))
+    takeNumber(command.add_option("--class", order.operatingClass, "operating class"), 0, 255)
         ->type_name("N");
-    command.add_option("--channel", order.channel, "channel")
-        ->check(CLI::Range(0, 255).description(""))
-        ->type_name("N");
+    takeNumber(command.add_option("--channel", order.channel, "channel"), 0, 255)->type_name("N");
 }
 
 void addStationOrders(CLI::App& app, Choice& choice) {
@@ -319,11 +358,10 @@ void addStationOrders(CLI::App& app, Choice& choice) {
         addStation(*command, *order);
         command->add_option("--bssid", order->bssid, "only this BSS")->type_name("MAC");
         addChannel(*command, *order);
-        command->add_option("--mode", order->mode, "how it measures: passive, active or table")
-            ->check(CLI::IsMember({"passive", "active", "table"}))
+        addWord(*command, choice, "--mode", order->mode,
+                "how it measures: passive, active or table", kModes)
             ->type_name("MODE");
-        command->add_option("--duration", order->duration, "time units")
-            ->check(CLI::Range(0, 65535).description(""))
+        takeNumber(command->add_option("--duration", order->duration, "time units"), 0, 65535)
             ->type_name("N");
         command->add_option("--ssid", order->ssid, "only this network")->type_name("TEXT");
     }
@@ -336,16 +374,16 @@ void addStationOrders(CLI::App& app, Choice& choice) {
             ->type_name("MAC");
         addChannel(*command, *order);
         command->add_flag("--imminent", order->isImminent, "it will be disassociated");
-        command->add_option("--timer", order->timer, "beacon intervals until then")
-            ->check(CLI::Range(0, 65535).description(""))
+        takeNumber(command->add_option("--timer", order->timer, "beacon intervals until then"), 0,
+                   65535)
             ->type_name("N");
     }
     CLI::App& list = addGroup(app, "blacklist", "Wi-Fi stations that a device keeps out");
     const auto [add, added] = addCommand<Station>(list, choice, "add", "keep a station out",
-                                                  blacklist<vm1905_add_blacklist>);
+                                                  blacklist<208, vm1905_add_blacklist>);
     addStation(*add, *added);
     const auto [remove, removed] = addCommand<Station>(list, choice, "remove", "let it in again",
-                                                       blacklist<vm1905_remove_blacklist>);
+                                                       blacklist<210, vm1905_remove_blacklist>);
     addStation(*remove, *removed);
 }
 
@@ -356,12 +394,16 @@ void addSentOrders(CLI::App& app, Choice& choice) {
             speed, choice, isStart ? "start" : "stop", isStart ? "start one" : "end it",
             isStart ? speedTest<true> : speedTest<false>);
         addDeviceOrAll(*command, order->device);
-        command->add_option("--action", order->action, "what is measured, in the product's numbers")
-            ->check(CLI::Range(0, 255).description(""))
+        takeNumber(command->add_option("--action", order->action,
+                                       "what is measured, in the product's numbers"),
+                   0, 255)
             ->type_name("N");
         command->add_option("--url", order->url, "what against")->type_name("URL");
-        command->add_option("--start", order->start, "seconds since the epoch")->type_name("N");
-        command->add_option("--runtime", order->runtime, "seconds")->type_name("N");
+        takeNumber(command->add_option("--start", order->start, "seconds since the epoch"), 0,
+                   UINT32_MAX)
+            ->type_name("N");
+        takeNumber(command->add_option("--runtime", order->runtime, "seconds"), 0, UINT32_MAX)
+            ->type_name("N");
         command->add_option("--lan-mac", order->lanMac, "of the host that asks")->type_name("MAC");
     }
     {
@@ -393,14 +435,12 @@ void addOrders(CLI::App& app, Choice& choice) {
     {
         const auto [command, order] = addCommand<Power>(
             app, choice, "power", "switch interfaces of a device, or of this one (self)", setPower);
-        addDevice(*command, order->device);
-        command->add_option("STATE", order->state, "on, save or off")
+        addDevice(*command, order->device)->type_name(kDeviceOrSelfArgument);
+        addWord(*command, choice, "STATE", order->state, "on, save or off", kStates)
             ->required()
-            ->transform(CLI::CheckedTransformer(
-                std::map<std::string, int>{{"on", 0}, {"save", 1}, {"off", 2}}))
             ->type_name("STATE");
         command->add_option("INTERFACE", order->interfaces, "names or MACs; none: all")
-            ->type_name("INTERFACE");
+            ->type_name(kInterfaceArgument);
     }
     for (const auto& [name, text, act] : {std::tuple{"led", "LED control", &led},
                                           std::tuple{"system", "system control", &systemControl}}) {
@@ -419,8 +459,8 @@ void addOrders(CLI::App& app, Choice& choice) {
             addCommand<Firmware>(app, choice, "firmware", "firmware order to a device", firmware);
         addDevice(*command, order->device);
         addNumber(*command, order->option, "OPTION", "in the product's numbers", 255);
-        command->add_option("--topology-option", order->topologyOption, "likewise")
-            ->check(CLI::Range(0, 255).description(""))
+        takeNumber(command->add_option("--topology-option", order->topologyOption, "likewise"), 0,
+                   255)
             ->type_name("N");
         command->add_option("--url", order->url, "up to 240 bytes")->type_name("URL");
     }

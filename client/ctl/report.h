@@ -54,6 +54,7 @@ struct Section {
 
 struct Report {
     std::vector<Section> sections;
+    int status = 0;  // of the command, when it ends
 
     void print(Format format, std::string& out) const;
     Json json() const;

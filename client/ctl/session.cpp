@@ -1,5 +1,6 @@
 #include "session.h"
 
+#include <poll.h>
 #include <strings.h>
 #include <unistd.h>
 
@@ -15,9 +16,12 @@ struct Named {
     Mac alMac;
 };
 
-int onProgress(void* progress, unsigned milliseconds) {
-    static_cast<Progress*>(progress)->show(milliseconds);
-    return 0;
+int onProgress(void* session, unsigned milliseconds) {
+    return static_cast<Session*>(session)->isWaiting(milliseconds) ? 0 : 1;
+}
+
+bool isWord(const std::string& given, const char* word) {
+    return strcasecmp(given.c_str(), word) == 0;
 }
 
 }  // namespace
@@ -34,7 +38,7 @@ vm1905_client* Session::client() {
         const auto milliseconds = static_cast<unsigned>(*options_.timeout * 1000);
         vm1905_set_timeouts(client_, milliseconds, milliseconds);
     }
-    vm1905_set_progress(client_, onProgress, &progress_);
+    vm1905_set_progress(client_, onProgress, this);
     return client_;
 }
 
@@ -60,13 +64,13 @@ Mesh Session::mesh() {
 }
 
 Mac Session::device(const std::string& given) {
-    if (const auto mac = parseMac(given)) return *mac;
-    const auto own = [&] {
-        vm1905_al al;
-        check(vm1905_get_al(client(), &al), "this device");
-        return Mac(al.al_mac);
-    };
-    if (given == "self") return own();
+    if (const auto mac = parseMac(given)) {
+        if (!mac->isZero()) return *mac;
+        // A script that fills in nothing must not mean everybody.
+        throw Failure{kUsage, given + " is no device",
+                      "for every device, where that is allowed: all"};
+    }
+    if (isWord(given, "self")) return ownMac();
     std::vector<Named> known;
     for (const ModelDevice& device : model().devices) {
         if (std::string name = device.text("Hostname"); !name.empty()) {
@@ -81,10 +85,9 @@ Mac Session::device(const std::string& given) {
     };
     auto found = matching([&](const Named& named) { return named.name == given; });
     if (found.empty()) {
-        found = matching(
-            [&](const Named& named) { return strcasecmp(named.name.c_str(), given.c_str()) == 0; });
+        found = matching([&](const Named& named) { return isWord(given, named.name.c_str()); });
     }
-    if (found.size() == 1) return found[0].alMac.isZero() ? own() : found[0].alMac;
+    if (found.size() == 1) return found[0].alMac.isZero() ? ownMac() : found[0].alMac;
     std::string list;
     for (const Named& named : found.empty() ? known : found) {
         list += (list.empty() ? "" : ", ") + (named.alMac.isZero()
@@ -98,8 +101,20 @@ Mac Session::device(const std::string& given) {
                   "give the AL MAC of one of them: " + list};
 }
 
-Mac Session::deviceOrAll(const std::string& given) {
-    return given == "all" ? Mac{} : device(given);
+Mac Session::otherDevice(const std::string& given) {
+    const Mac mac = device(given);
+    if (mac != ownMac()) return mac;
+    throw Failure{kUsage, "orders go to other devices; this is " + called(mac) + " itself"};
+}
+
+Mac Session::otherDeviceOrAll(const std::string& given) {
+    return isWord(given, "all") ? Mac{} : otherDevice(given);
+}
+
+Mac Session::ownMac() {
+    vm1905_al al;
+    check(vm1905_get_al(client(), &al), "this device");
+    return al.al_mac;
 }
 
 std::string Session::called(const Mac& alMac) {
@@ -108,6 +123,20 @@ std::string Session::called(const Mac& alMac) {
     const bool isOwn = device == &model().own;
     const std::string name = device == nullptr ? "" : isOwn ? ownName() : device->text("Hostname");
     return name.empty() ? alMac.text() : name;
+}
+
+std::string Session::portOf(const Mac& alMac, const Mac& intf) {
+    if (intf == alMac) return {};
+    const ModelDevice* const device = model().find(alMac);
+    if (device == nullptr) return intf.text();
+    const auto found = std::ranges::find(device->interfaces, intf, &ModelInterface::mac);
+    return found == device->interfaces.end() || found->name.empty() ? intf.text() : found->name;
+}
+
+bool Session::isWaiting(unsigned milliseconds) {
+    progress_.show(milliseconds);
+    pollfd ending{ending_, POLLIN, 0};  // of no consequence when it is none
+    return poll(&ending, 1, 0) == 0;
 }
 
 void Session::expect(const std::string& what) {

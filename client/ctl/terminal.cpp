@@ -1,6 +1,8 @@
 #include "terminal.h"
 
 #include <langinfo.h>
+#include <strings.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -81,6 +83,35 @@ bool hasUnicode() {
     return std::string_view(nl_langinfo(CODESET)) == "UTF-8";
 }
 
+std::string cutTo(std::string_view text, size_t rows, size_t columns) {
+    std::string out;
+    size_t column = 0;
+    for (size_t i = 0; i < text.size(); i++) {
+        const char c = text[i];
+        if (c == '\x1b') {
+            // A colour: it takes no room, and is turned off again also where the text is cut.
+            const size_t end = std::min(text.find('m', i), text.size() - 1);
+            out += text.substr(i, end - i + 1);
+            i = end;
+        } else if (c == '\n') {
+            // The last line must not end, or the terminal scrolls.
+            if (--rows == 0) break;
+            out += c;
+            column = 0;
+        } else {
+            if ((static_cast<uint8_t>(c) & 0xc0) != 0x80) column++;
+            if (column <= columns) out += c;
+        }
+    }
+    return out;
+}
+
+std::string cutToTerminal(std::string_view text) {
+    winsize size{};
+    const bool isKnown = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 0;
+    return isKnown && size.ws_col > 0 ? cutTo(text, size.ws_row, size.ws_col) : std::string(text);
+}
+
 bool isTerminal(int stream) {
     return isatty(stream) == 1;
 }
@@ -119,5 +150,5 @@ bool isConfirmed(const std::string& question) {
     std::fprintf(stderr, "%s [y/N] ", escaped(question).c_str());
     std::string answer;
     std::getline(std::cin, answer);
-    return answer == "y" || answer == "yes";
+    return strcasecmp(answer.c_str(), "y") == 0 || strcasecmp(answer.c_str(), "yes") == 0;
 }

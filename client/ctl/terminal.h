@@ -21,6 +21,11 @@ std::string coloured(Colour colour, std::string_view text, int stream);
 
 bool isTerminal(int stream);
 
+// What fits of a coloured text on so many rows (at least 1) and columns.
+std::string cutTo(std::string_view text, size_t rows, size_t columns);
+// The same for the terminal of standard output, whatever size it has now.
+std::string cutToTerminal(std::string_view text);
+
 // One line on standard error that tells how long something has lasted; only on a terminal.
 class Progress {
   public:
@@ -33,5 +38,5 @@ class Progress {
     bool shown_ = false;
 };
 
-// Asks on the terminal; only "y" and "yes" are one.
+// Asks on the terminal; only "y" and "yes" are one, in capitals or not.
 bool isConfirmed(const std::string& question);

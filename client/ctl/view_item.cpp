@@ -18,11 +18,11 @@ Json option(Session& session, const std::string& of, uint8_t number) {
     uint8_t value = 0;
     if (of.empty()) {
         check(vm1905_get_option(session.client(), number, &value), "the option");
-        return value;
+        return value == 1;
     }
     const vm1905_mac alMac = session.device(of);
     check(vm1905_get_dev_option(session.client(), &alMac, number, &value), "the option of " + of);
-    return value == 255 ? Json() : Json(value);
+    return value == 255 ? Json() : Json(value == 1);  // 255 before it has told
 }
 
 vm1905_topology topology(Session& session) {
@@ -31,22 +31,12 @@ vm1905_topology topology(Session& session) {
     return topology;
 }
 
-const Interface& ownInterface(const Device& own, const std::string& given) {
-    const auto mac = parseMac(given);
-    const auto found = std::ranges::find_if(own.interfaces, [&](const Interface& intf) {
-        return mac ? intf.mac == *mac : intf.name == given && !given.empty();
-    });
-    if (found != own.interfaces.end()) return *found;
-    throw Failure{kUsage, "this device has no interface " + given,
-                  "see which there are: vm1905ctl interfaces"};
-}
-
 template <typename Get>
 Json ofInterface(Session& session, const std::string& of, Get&& get) {
     vm1905_al al;
     check(vm1905_get_al(session.client(), &al), "this device");
     const Device own = readOwnDevice(session.client(), session.model(), al, session.ownName());
-    const Interface& intf = ownInterface(own, of);
+    const Interface& intf = own.namedIntf(of);
     return get(vm1905_mac(intf.mac), intf.mediaType);
 }
 
@@ -86,7 +76,7 @@ constexpr Item kItems[] = {
     {"topology", Of::kSelf,
      [](Session& session, const std::string&) { return topologyWord(topology(session).status); }},
     {"topology-enabled", Of::kSelf,
-     [](Session& session, const std::string&) { return Json(topology(session).enable); }},
+     [](Session& session, const std::string&) { return Json(topology(session).enable != 0); }},
     {"change-log-max", Of::kSelf,
      [](Session& session, const std::string&) {
          const uint8_t max = topology(session).log_max;
@@ -109,6 +99,12 @@ std::string itemNames() {
     return names;
 }
 
+std::vector<std::string> itemWords() {
+    std::vector<std::string> words;
+    for (const Item& item : kItems) words.emplace_back(item.name);
+    return words;
+}
+
 Report showItem(Session& session, const std::string& name, const std::string& of) {
     const auto item = std::ranges::find(kItems, name, &Item::name);
     if (item == std::end(kItems)) {
@@ -119,6 +115,8 @@ Report showItem(Session& session, const std::string& name, const std::string& of
                       of.empty() ? name + " wants an interface" : name + " takes nothing else",
                       "items: " + itemNames()};
     }
-    Section section{"", "", false, {{name, "", Unit::kNone, kPlain}}, {{item->get(session, of)}}};
+    std::string key = name;
+    std::ranges::replace(key, '-', '_');
+    Section section{"", "", false, {{key, "", Unit::kNone, kPlain}}, {{item->get(session, of)}}};
     return {{section}};
 }

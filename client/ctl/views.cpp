@@ -12,6 +12,7 @@ struct Status {
     vm1905_topology topology;
     std::string name;
     const ModelDevice* model;
+    unsigned changes;
     Json mayReboot, maySetPower;
 };
 
@@ -27,8 +28,8 @@ constexpr Column<Status> kStatus[] = {
     {"topology_enabled", "Topology on",
      [](const Status& s) { return Json(s.topology.enable != 0); }},
     {"topology", "Topology", [](const Status& s) { return topologyWord(s.topology.status); }},
-    {"devices", "Other devices", [](const Status& s) { return Json(s.topology.dev_num); }},
-    {"changes", "Changes kept", [](const Status& s) { return Json(s.topology.log_num); }},
+    {"other_devices", "Other devices", [](const Status& s) { return Json(s.topology.dev_num); }},
+    {"changes", "Changes kept", [](const Status& s) { return Json(s.changes); }},
     // Only the low byte comes; 256, the default, is 0 then.
     {"changes_max", "Kept at most",
      [](const Status& s) { return Json(s.topology.log_max == 0 ? 256 : s.topology.log_max); }},
@@ -279,7 +280,7 @@ constexpr Column<std::vector<Mac>> kBridges[] = {
 
 struct Change {
     vm1905_log_entry entry;
-    std::string reporter, neighbor;
+    std::string reporter, neighbor, port;
 };
 
 constexpr Column<Change> kChanges[] = {
@@ -298,8 +299,51 @@ constexpr Column<Change> kChanges[] = {
     {"reporter", "SEEN BY", [](const Change& c) { return Json(c.reporter); }},
     {"reporter_mac", "", [](const Change& c) { return Json(Mac(c.entry.al_mac).text()); },
      Unit::kNone, kHidden},
-    {"interface_mac", "ON", [](const Change& c) { return Json(Mac(c.entry.intf_mac).text()); }},
+    {"interface", "ON", [](const Change& c) { return known(c.port); }},
+    {"interface_mac", "", [](const Change& c) { return Json(Mac(c.entry.intf_mac).text()); },
+     Unit::kNone, kHidden},
 };
+
+bool areOfOnePair(const Change& a, const Change& b) {
+    return Mac(a.entry.neighbor_mac) == Mac(b.entry.neighbor_mac) &&
+           Mac(a.entry.al_mac) == Mac(b.entry.al_mac);
+}
+
+bool areSame(const Change& a, const Change& b) {
+    return a.entry.event == b.entry.event && Mac(a.entry.intf_mac) == Mac(b.entry.intf_mac);
+}
+
+// For people: who came again without having gone in between, or went again, is told once.
+Section foldedChanges(const std::vector<Change>& changes) {
+    struct Fold {
+        Change first;
+        uint32_t last;
+        int times;
+    };
+    std::vector<Fold> folds;
+    for (const Change& change : changes) {
+        const auto before = std::find_if(folds.rbegin(), folds.rend(), [&](const Fold& fold) {
+            return areOfOnePair(fold.first, change);
+        });
+        if (before != folds.rend() && areSame(before->first, change)) {
+            before->last = change.entry.time;
+            before->times++;
+        } else {
+            folds.push_back({change, change.entry.time, 1});
+        }
+    }
+    Section section = sectionOf("changes", "", kChanges, true);
+    section.headings.push_back({"times", "TIMES", Unit::kNone, kPlain});
+    section.headings.push_back({"last", "LAST", Unit::kTime, kPlain});
+    for (const Fold& fold : folds) {
+        auto row = rowOf(kChanges, fold.first);
+        const bool isRepeated = fold.times > 1;
+        row.push_back(isRepeated ? Json(fold.times) : Json());
+        row.push_back(isRepeated ? Json(fold.last) : Json());
+        section.rows.push_back(std::move(row));
+    }
+    return section;
+}
 
 constexpr Column<vm1905_fwd_rule> kRules[] = {
     {"id", "RULE", [](const vm1905_fwd_rule& r) { return Json(r.id); }},
@@ -324,6 +368,12 @@ Report showStatus(Session& session) {
     Status status{};
     check(vm1905_get_al(session.client(), &status.al), "this device");
     check(vm1905_get_topology(session.client(), &status.topology), "the topology");
+    status.changes = status.topology.log_num;
+    vm1905_log_entry entry;
+    // Only the low byte comes. It is 0 as well when the log is full.
+    if (status.changes == 0 && vm1905_get_log_entry(session.client(), 0, &entry) == VM1905_OK) {
+        status.changes = 256;
+    }
     status.name = session.ownName();
     status.model = session.model().find(status.al.al_mac);
     const auto option = [&](uint8_t item) {
@@ -374,11 +424,15 @@ Report showChanges(Session& session) {
         check(result, "the change log");
         change.neighbor = session.called(change.entry.neighbor_mac);
         change.reporter = session.called(change.entry.al_mac);
+        change.port = session.portOf(change.entry.al_mac, change.entry.intf_mac);
         changes.push_back(change);
     }
     // The log is a ring.
     std::ranges::stable_sort(changes, {}, [](const Change& c) { return c.entry.time; });
-    return {{listOf("changes", "", kChanges, changes, "nobody has come or gone")}};
+    const bool isText = session.options().format == Format::kText;
+    return {{isText && !changes.empty()
+                 ? foldedChanges(changes)
+                 : listOf("changes", "", kChanges, changes, "nobody has come or gone")}};
 }
 
 Report showForwardingRules(Session& session) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "report.h"
 #include "session.h"
@@ -21,3 +22,5 @@ Report showItem(Session& session, const std::string& item, const std::string& of
 
 // The items of showItem, as a list for people.
 std::string itemNames();
+// Their names alone.
+std::vector<std::string> itemWords();

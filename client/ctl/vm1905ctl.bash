@@ -2,6 +2,10 @@
 _vm1905ctl() {
   local line
   COMPREPLY=()
+  if [[ ${COMP_WORDS[COMP_CWORD - 1]} == --data-model ]]; then
+    compopt -o default # a file
+    return
+  fi
   # Not compgen -W: it would evaluate what other devices call themselves.
   while IFS= read -r line; do
     COMPREPLY+=("$line")

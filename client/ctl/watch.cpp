@@ -5,30 +5,39 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <cstdio>
+#include <ctime>
+#include <iterator>
 
-#include "failure.h"
+#include "output.h"
 
 namespace {
 
 // The command behind watch, with the options before it.
 Choice innerChoice(const Choice& outer) {
     Choice inner;
-    inner.options = outer.options;
-    inner.interval = outer.interval;
-    const auto app = makeCommandLine(inner);
-    // It may stand behind the command as well.
-    addInterval(*app, inner);
-    std::vector<std::string> words(outer.watched.rbegin(), outer.watched.rend());
-    const bool hasCommand = std::ranges::any_of(
-        outer.watched, [](const std::string& word) { return !word.starts_with('-'); });
-    if (!hasCommand) words.insert(words.begin(), "topology");
-    try {
-        app->parse(words);
-    } catch (const CLI::ParseError& error) {
-        throw Failure{kUsage, std::string("watch: ") + error.what(), "see: vm1905ctl --help"};
+    // What parses is a new one each time.
+    const auto parsed = [&](const std::vector<std::string>& words) {
+        inner = Choice{};
+        inner.options = outer.options;
+        inner.interval = outer.interval;
+        const auto app = makeCommandLine(inner);
+        addInterval(*app, inner);  // it may stand behind the command as well
+        try {
+            parse(*app, inner, words);
+        } catch (const Failure&) {
+            const auto unknown = app->remaining();
+            const bool isCommand = !unknown.empty() && !unknown[0].starts_with('-');
+            if (!app->get_subcommands().empty() || isCommand) throw;
+            return false;
+        }
+        return true;
+    };
+    if (!parsed(outer.watched)) {
+        std::vector<std::string> words{"topology"};
+        words.insert(words.end(), outer.watched.begin(), outer.watched.end());
+        (void)parsed(words);
     }
-    if (!inner.read) {
+    if (!inner.read && inner.text.empty()) {
         throw Failure{kUsage, "only commands that read can be watched", "see: vm1905ctl --help"};
     }
     return inner;
@@ -46,27 +55,32 @@ std::string now() {
 
 class Screen {
   public:
-    // Redraws, or prints when there is news.
-    bool show(const std::string& text, const std::string& fingerprint) {
-        const bool isNews = fingerprint != shown_;
+    bool isNews(const std::string& fingerprint) const { return fingerprint != shown_; }
+
+    // Redraws, or prints when there is news. False when that cannot be written.
+    bool show(const std::string& text, const std::string& fingerprint, Format format) {
+        const bool hasNews = isNews(fingerprint) && !text.empty();
         shown_ = fingerprint;
         if (isTerminal(STDOUT_FILENO)) {
-            std::string out = "\x1b[H" + text;
-            // What a line held before is erased behind it, which flickers less than an empty
-            // screen.
-            for (size_t at = 0; (at = out.find('\n', at)) != std::string::npos; at += 4) {
-                out.insert(at, "\x1b[K");
-            }
-            out += "\x1b[J";
-            if (!isCleared_) out.insert(0, "\x1b[2J");
-            isCleared_ = true;
-            return std::fputs(out.c_str(), stdout) != EOF && std::fflush(stdout) != EOF;
+            return put(drawn(coloured(Colour::kFaint, now(), 1) + "\n" + text));
         }
-        if (!isNews) return true;
-        return std::fputs((text + "\n").c_str(), stdout) != EOF && std::fflush(stdout) != EOF;
+        if (!hasNews) return true;
+        return put((format == Format::kText ? now() + "\n" : "") + text + "\n");
     }
 
   private:
+    std::string drawn(const std::string& text) {
+        std::string out = "\x1b[H" + cutToTerminal(text);
+        // What a line held before is erased behind it, which flickers less than an empty screen.
+        for (size_t at = 0; (at = out.find('\n', at)) != std::string::npos; at += 4) {
+            out.insert(at, "\x1b[K");
+        }
+        out += "\x1b[J";
+        if (!isCleared_) out.insert(0, "\x1b[2J");
+        isCleared_ = true;
+        return out;
+    }
+
     std::string shown_;
     bool isCleared_ = false;
 };
@@ -75,29 +89,40 @@ class Screen {
 
 int watch(const Choice& outer) {
     Choice inner = innerChoice(outer);
+    if (!inner.text.empty()) return put(inner.text) ? kDone : kRefused;
     sigset_t ending;
     (void)sigemptyset(&ending);
     (void)sigaddset(&ending, SIGINT);
     (void)sigaddset(&ending, SIGTERM);
     (void)sigprocmask(SIG_BLOCK, &ending, nullptr);
     const int ended = signalfd(-1, &ending, SFD_CLOEXEC);
-    Session session(inner.options);
+    const Format format = inner.options.format;
+    Session session(inner.options, inner.command, ended);
     Screen screen;
     for (bool isFirst = true;; isFirst = false) {
         std::string text, fingerprint;
         try {
             const Report report = inner.read(session);
-            report.print(inner.options.format, text);
+            report.print(format, text);
             fingerprint = report.fingerprint();
         } catch (const Failure& failure) {
+            if (failure.result == VM1905_CANCELLED) return kDone;
             if (isFirst) throw;
-            text = "vm1905ctl: " + escaped(failure.text) + "\n";
-            fingerprint = text;
+            const bool isText = format == Format::kText;
+            fingerprint = failure.text;
+            if (isText && isTerminal(STDOUT_FILENO)) {
+                text = "vm1905ctl: " + escaped(failure.text) + "\n";
+            } else {
+                if (screen.isNews(fingerprint)) tell(failure);
+                if (!isText) reportOf(failure).print(format, text);
+            }
         }
-        if (isTerminal(STDOUT_FILENO)) text = coloured(Colour::kFaint, now(), 1) + "\n" + text;
-        if (!screen.show(text, fingerprint)) return kRefused;
+        if (!screen.show(text, fingerprint, format)) return kRefused;
         session.forget();
-        pollfd waiting{ended, POLLIN, 0};
-        if (poll(&waiting, 1, static_cast<int>(inner.interval * 1000)) != 0) return kDone;
+        // The output is looked at for its reader: without news nothing else would tell.
+        pollfd waiting[] = {{ended, POLLIN, 0}, {STDOUT_FILENO, 0, 0}};
+        (void)poll(waiting, std::size(waiting), static_cast<int>(inner.interval * 1000));
+        if (waiting[0].revents != 0) return kDone;
+        if (waiting[1].revents != 0) return kRefused;
     }
 }

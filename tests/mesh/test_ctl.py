@@ -77,7 +77,7 @@ def test_every_device_sees_the_cables_of_the_lab(lab):
 
 def test_records_are_those_of_the_lab(lab):
     status = show(lab, "status")
-    assert (status["al_mac"], status["role"], status["devices"]) == (al_mac(1), "Registrar", 2)
+    assert (status["al_mac"], status["role"], status["other_devices"]) == (al_mac(1), "Registrar", 2)
     assert [(d["name"], d["al_mac"], d["role"]) for d in show(lab, "devices")["devices"]] == [
         ("dev1", al_mac(1), "Registrar"), ("dev2", al_mac(2), "Enrollee"),
         ("dev3", al_mac(3), "Enrollee")]
@@ -104,15 +104,21 @@ def test_an_order_is_answered_by_the_device(lab):
     failed = ctl(lab, "--json", "led", "DEV2", "9")
     assert failed.returncode == REFUSED and json.loads(failed.stdout)["result"] == 5
     assert "nobody answers" in ctl(lab, "led", "all", "3").stdout
+    for order, answered in ((("led", "dev2", "7"), True), (("network", "dev2", "1", "x"), False),
+                            (("wps", "renew", "main24"), True)):
+        done = ctl(lab, "--json", *order)
+        if done.returncode == DONE:  # not every platform can
+            told = json.loads(done.stdout)
+            assert (told["answered"], told["order"]) == (
+                answered, "wps renew main24" if order[0] == "wps" else order[0])
     assert ctl(lab, "power", "dev2", "on", "eth1").stdout.split()[-3:] == ["eth1", "0", "done"]
 
 
 def test_options_are_set_and_read(lab):
     assert ctl(lab, "set", "allow-power", "0").returncode == DONE
-    assert ctl(lab, "get", "allow-power").stdout == "0\n"
-    again = ctl(lab, "set", "allow-power", "0")
-    assert again.returncode == REFUSED and "code 34" in again.stderr
-    wait_until(lambda: show(lab, "get", "allow-power", "dev1", device="dev2") == {"allow-power": 0},
+    assert ctl(lab, "get", "allow-power").stdout == "no\n"
+    assert ctl(lab, "set", "allow-power", "0").stdout == "unchanged: set allow-power\n"
+    wait_until(lambda: show(lab, "get", "allow-power", "dev1", device="dev2") == {"allow_power": False},
                80, "the others are told")
 
 
@@ -127,6 +133,12 @@ def test_options_are_set_and_read(lab):
     (("rebot", "dev2"), USAGE, "no command rebot"),
     (("set", "colour", "1"), USAGE, "allow-reboot"),
     (("send", "2", "0x"), USAGE, "hexadecimal"),
+    (("send", "2"), USAGE, "--to DEVICE"),
+    (("reboot", "self"), USAGE, "this is dev1 itself"),
+    (("reboot", "02:00:00:00:09:ff"), REFUSED, "code 87"),
+    (("led", "00:00:00:00:00:00", "1"), USAGE, "is no device\n.* all"),
+    (("power", "dev2", "off"), USAGE, "--yes"),
+    (("watch", "rebot"), USAGE, "no command rebot"),
     (("power", "dev2", "off", "wlan7"), USAGE, "no interface wlan7"),
     (("watch", "reboot", "dev2"), USAGE, "only commands that read"),
 ])
@@ -184,21 +196,51 @@ def test_without_a_data_model_addresses_stand_for_names(lab):
 def test_watch_prints_what_changes_and_ends(lab):
     watching = lab.start("exec", "dev1", "--", "vm1905ctl", "watch", "--interval", "0.3",
                          "get", "allow-reboot")
-    assert watching.stdout.readline() == "1\n"
-    assert watching.stdout.readline() == "\n"
+    clock = r"\d\d:\d\d:\d\d\n"
+    assert re.fullmatch(clock, watching.stdout.readline())
+    assert [watching.stdout.readline() for _ in range(2)] == ["yes\n", "\n"]
     time.sleep(1)  # several looks that find nothing new
     assert ctl(lab, "set", "allow-reboot", "0").returncode == DONE
-    assert watching.stdout.readline() == "0\n"
+    assert re.fullmatch(clock, watching.stdout.readline())
+    assert watching.stdout.readline() == "no\n"
     lab.shell("dev1", "kill -INT $(pidof vm1905ctl)")
     assert watching.wait(10) == DONE
     assert watching.stdout.read() == "\n"
 
 
+def test_watch_ends_while_the_daemon_is_silent(lab):
+    # One that finds out that it is, and one that still waits when it is told to end.
+    watching = [lab.start("exec", "dev1", "--", "vm1905ctl", "watch", "--json", "--interval", "0.3",
+                          "--timeout", seconds, "get", "al-mac", stderr=subprocess.DEVNULL)
+                for seconds in ("1", "60")]
+    for one in watching:
+        printed = "".join(one.stdout.readline() for _ in range(4))
+        assert json.loads(printed) == {"al_mac": al_mac(1)}
+    lab.shell("dev1", "kill -STOP $(pidof vm1905)")
+    try:
+        printed = "".join(watching[0].stdout.readline() for _ in range(5))
+        assert json.loads(printed)["result"] == -3
+        lab.shell("dev1", "kill -TERM $(pidof vm1905ctl)")
+        assert [one.wait(10) for one in watching] == [DONE, DONE]
+    finally:
+        lab.shell("dev1", "kill -CONT $(pidof vm1905)")
+
+
+def test_watch_does_not_outlive_its_reader(lab):
+    script = "vm1905ctl watch --interval 0.3 get al-mac | head -n 1; pidof vm1905ctl"
+    assert lab.attempt("exec", "dev1", "--", "bash", "-c", script + " || echo gone"
+                       ).stdout.splitlines()[-1] == "gone"
+
+
 def test_completion_knows_commands_options_and_devices(lab):
     source = (ROOT / "client" / "ctl" / "vm1905ctl.bash").read_text(encoding="utf-8")
-    for words, expected in ((("reb",), {"reboot"}), (("led", ""), {"self", "all", "dev2", "dev3"}),
+    for words, expected in ((("reb",), {"reboot"}), (("led", ""), {"all", "dev2", "dev3"}),
                             (("reboot", "d"), {"dev2", "dev3"}),
                             (("blacklist", ""), {"add", "remove"}),
+                            (("reboot", ""), {"dev2", "dev3"}),
+                            (("watch", "--interval", "2", "device", ""), {"self", "dev2", "dev3"}),
+                            (("get", "power", ""), {"eth0"}),
+                            (("power", "dev2", ""), {"on", "save", "off"}),
                             (("watch", "topology", "--ro"), {"--root"})):
         script = (f"COMP_WORDS=(vm1905ctl {' '.join(w or repr('') for w in words)}); "
                   f"COMP_CWORD={len(words)}; _vm1905ctl; printf '%s\\n' \"${{COMPREPLY[@]}}\"")
@@ -211,13 +253,11 @@ def test_completion_knows_commands_options_and_devices(lab):
 def test_help_and_man_page_name_the_same(lab):
     page = (ROOT / "man" / "vm1905ctl.1").read_text(encoding="utf-8").replace("\\-", "-")
     help_text = ctl(lab, "--help-all").stdout
-    commands = set(re.findall(r"^([a-z][a-z-]+)$", help_text, re.M))
-    for group in commands & {"beacon-report", "blacklist", "speed-test", "wps", "log-file",
-                             "wifi-sync"}:
-        text = ctl(lab, group, "--help").stdout
-        for name in re.findall(r"^  ([a-z][a-z-]+) ", text.partition("Subcommands:")[2], re.M):
-            commands.add(f"{group} {name}")
-            help_text += ctl(lab, group, name, "--help").stdout
+    commands, group = set(), ""
+    for indent, name in re.findall(r"^( *)([a-z][a-z-]+)$", help_text, re.M):
+        commands.add(f"{group} {name}" if indent else name)
+        group = group if indent else name
+    assert {"wps renew", "speed-test start"} <= commands
     help_text += ctl(lab, "set", "--help").stdout + ctl(lab, "get", "--help").stdout
     words = set(re.findall(r"--[a-z-]+|^  [a-z]+-[a-z-]+", help_text, re.M)) | commands
     assert len(words) > 70

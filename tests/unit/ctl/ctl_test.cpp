@@ -3,8 +3,11 @@
 
 #include <map>
 
+#include "argument.h"
+#include "cli.h"
 #include "data_model.h"
 #include "mac.h"
+#include "output.h"
 #include "report.h"
 #include "terminal.h"
 #include "tree.h"
@@ -179,6 +182,64 @@ TEST(DataModel, NoNameHidesTheRest) {
         const DataModel model = parseDataModel(whole.substr(0, length));
         EXPECT_TRUE(!model.trouble.empty() || length > whole.size() - 3) << length;
     }
+}
+
+// How a command line is refused before any daemon is asked.
+Failure failureOf(const std::vector<std::string>& words) {
+    Choice choice;
+    try {
+        const auto app = makeCommandLine(choice);
+        parse(*app, choice, words);
+        Session session(choice.options, choice.command);
+        (void)(choice.read ? choice.read : choice.act)(session);
+    } catch (const Failure& failure) {
+        return failure;
+    }
+    return {kDone, "it was carried out"};
+}
+
+TEST(Usage, IsCheckedBeforeAnythingIsAsked) {
+    const struct {
+        std::vector<std::string> words;
+        const char* said;
+    } kCases[] = {
+        {{"led", "00:00:00:00:00:00", "1"}, "00:00:00:00:00:00 is no device; "},
+        {{"led", "", "1"}, "no device is called "},
+        {{"set", "allow-reboot", "5"}, "5 is no number from 0 to 1"},
+        {{"set", "change-log-max", "256"}, "from 1 to 255"},
+        {{"set", "change-log-max", "0x"}, "from 1 to 255"},
+        {{"set", "wps", "0", "1"}, "TYPE SEARCH RESPONSE"},
+        {{"set", "wps-band", "2", "1", "1"}, "All, 0, 1, 32, 33"},
+        {{"status", "--timeout", "nan"}, "nan is no number"},
+        {{"watch", "--interval", "abc"}, "abc is no number"},
+        {{"status", "--json", "--keyvalue"}, "excludes"},
+        {{"power", "dev2", "sideways"}, "on, save, off"},
+        {{"wps", "foo"}, "no command wps foo; its commands: renew"},
+        {{"wps"}, "wants a command; its commands: renew"},
+        {{"help", "topology"}, "no command help"},
+        {{"status", "3"}, "status takes nothing more: 3"},
+        {{"send", "2"}, "--to DEVICE"},
+        {{"send", "10", "--to", "dev2"}, "go to every device"},
+        {{"send", "10", "0f000201"}, "no list of TLVs"},
+        {{"command", "02:00:00:00:02:ff", std::string(241, 'a')}, "241 bytes; it may have 240"},
+    };
+    for (const auto& c : kCases) {
+        const Failure failure = failureOf(c.words);
+        EXPECT_EQ(failure.status, kUsage) << c.said;
+        const std::string said = failure.text + "; " + failure.advice;
+        EXPECT_NE(said.find(c.said), std::string::npos) << said;
+        EXPECT_TRUE(reportOf(failure).json()["result"].is_null()) << "nothing was asked";
+    }
+    EXPECT_EQ(numberArgument("010", 0, 255, ""), 10);
+    EXPECT_EQ(numberArgument("0x10", 0, 255, ""), 16);
+}
+
+TEST(Text, IsCutToTheTerminal) {
+    EXPECT_EQ(cutTo("\x1b[1mK\xc3\xbc"
+                    "che\x1b[0m\nab\nc\n",
+                    2, 3),
+              "\x1b[1mK\xc3\xbc"
+              "c\x1b[0m\nab");
 }
 
 }  // namespace
