@@ -69,12 +69,17 @@ Report doHere(Session& session, const std::string& detail,
                       Outcome{isUnchanged ? "unchanged" : "done", order, {}, "", true})}};
 }
 
-void confirm(Session& session, const Mac& device, const std::string& question) {
+void confirm(const Session& session, const std::string& question) {
     if (session.options().yes) return;
-    if (!isKnown(session, device)) check(VM1905_NO_DEVICE, device.text());
     if (!isTerminal(0) || !isTerminal(2)) {
         throw Failure{kUsage, question + " Nobody can be asked here",
                       "to go ahead without a question: --yes"};
     }
     if (!isConfirmed(question)) throw Failure{kRefused, "nothing was done"};
+}
+
+Mac knownDevice(Session& session, const std::string& given) {
+    const Mac device = session.otherDevice(given);
+    if (!isKnown(session, device)) check(VM1905_NO_DEVICE, device.text());
+    return device;
 }

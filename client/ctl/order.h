@@ -58,6 +58,7 @@ Report giveOrder(Session& session, uint16_t service, const Mac& target,
 Report doHere(Session& session, const std::string& detail,
               const std::function<int(vm1905_client*)>& call, bool isStored = false);
 
-// Throws Failure unless the daemon knows the device, and the user has said yes on the command line
-// or now says it.
-void confirm(Session& session, const Mac& device, const std::string& question);
+// Throws Failure unless the user has said yes on the command line or now says it.
+void confirm(const Session& session, const std::string& question);
+// The other device that a person means, of which a question makes sense: one that the daemon knows.
+Mac knownDevice(Session& session, const std::string& given);

@@ -14,14 +14,14 @@ struct Numbered {
 };
 
 Report reboot(Session& session, const Target& target) {
-    const Mac mac = session.otherDevice(target.device);
-    confirm(session, mac, "reboot " + session.called(mac) + "?");
+    const Mac mac = knownDevice(session, target.device);
+    confirm(session, "reboot " + session.called(mac) + "?");
     return giveOrder(session, 134, mac, vm1905_reboot);
 }
 
 Report reset(Session& session, const Target& target) {
-    const Mac mac = session.otherDevice(target.device);
-    confirm(session, mac, "reset " + session.called(mac) + " to its factory settings?");
+    const Mac mac = knownDevice(session, target.device);
+    confirm(session, "reset " + session.called(mac) + " to its factory settings?");
     return giveOrder(session, 149, mac, vm1905_reset_to_default);
 }
 
@@ -104,9 +104,8 @@ Report setPower(Session& session, const Power& power) {
     if (device == nullptr) check(VM1905_NO_NEIGHBOR, "power of " + target.text());
     const auto chosen = chosenInterfaces(*device, power);
     if (isCutOff(*device, power, chosen)) {
-        confirm(session, target,
-                "switch off every interface of " + device->called() +
-                    "? Nobody can switch them on again from elsewhere.");
+        confirm(session, "switch off every interface of " + device->called() +
+                             ", so that no order reaches it any more?");
     }
     const auto state = static_cast<uint8_t>(power.state);
     const PowerResults results = device->isOwn ? setOwnPower(session, *device, chosen, state)
@@ -434,7 +433,8 @@ void addOrders(CLI::App& app, Choice& choice) {
     }
     {
         const auto [command, order] = addCommand<Power>(
-            app, choice, "power", "switch interfaces of a device, or of this one (self)", setPower);
+            app, choice, "power",
+            "switch interfaces of a device, or of this one (self); all off asks first", setPower);
         addDevice(*command, order->device)->type_name(kDeviceOrSelfArgument);
         addWord(*command, choice, "STATE", order->state, "on, save or off", kStates)
             ->required()

@@ -77,7 +77,8 @@ def test_every_device_sees_the_cables_of_the_lab(lab):
 
 def test_records_are_those_of_the_lab(lab):
     status = show(lab, "status")
-    assert (status["al_mac"], status["role"], status["other_devices"]) == (al_mac(1), "Registrar", 2)
+    assert (status["al_mac"], status["role"]) == (al_mac(1), "Registrar")
+    assert status["other_devices"] == 2
     assert [(d["name"], d["al_mac"], d["role"]) for d in show(lab, "devices")["devices"]] == [
         ("dev1", al_mac(1), "Registrar"), ("dev2", al_mac(2), "Enrollee"),
         ("dev3", al_mac(3), "Enrollee")]
@@ -106,11 +107,9 @@ def test_an_order_is_answered_by_the_device(lab):
     assert "nobody answers" in ctl(lab, "led", "all", "3").stdout
     for order, answered in ((("led", "dev2", "7"), True), (("network", "dev2", "1", "x"), False),
                             (("wps", "renew", "main24"), True)):
-        done = ctl(lab, "--json", *order)
-        if done.returncode == DONE:  # not every platform can
-            told = json.loads(done.stdout)
-            assert (told["answered"], told["order"]) == (
-                answered, "wps renew main24" if order[0] == "wps" else order[0])
+        told = show(lab, *order)
+        named = " ".join(order) if order[0] == "wps" else order[0]
+        assert (told["answered"], told["order"]) == (answered, named)
     assert ctl(lab, "power", "dev2", "on", "eth1").stdout.split()[-3:] == ["eth1", "0", "done"]
 
 
@@ -118,8 +117,9 @@ def test_options_are_set_and_read(lab):
     assert ctl(lab, "set", "allow-power", "0").returncode == DONE
     assert ctl(lab, "get", "allow-power").stdout == "no\n"
     assert ctl(lab, "set", "allow-power", "0").stdout == "unchanged: set allow-power\n"
-    wait_until(lambda: show(lab, "get", "allow-power", "dev1", device="dev2") == {"allow_power": False},
-               80, "the others are told")
+    asked = ("get", "allow-power", "dev1")
+    wait_until(lambda: show(lab, *asked, device="dev2") == {"allow_power": False}, 80,
+               "the others are told")
 
 
 @pytest.mark.parametrize("arguments, status, said", [
@@ -138,6 +138,7 @@ def test_options_are_set_and_read(lab):
     (("reboot", "02:00:00:00:09:ff"), REFUSED, "code 87"),
     (("led", "00:00:00:00:00:00", "1"), USAGE, "is no device\n.* all"),
     (("power", "dev2", "off"), USAGE, "--yes"),
+    (("power", "self", "off"), USAGE, "--yes"),
     (("watch", "rebot"), USAGE, "no command rebot"),
     (("power", "dev2", "off", "wlan7"), USAGE, "no interface wlan7"),
     (("watch", "reboot", "dev2"), USAGE, "only commands that read"),
@@ -219,7 +220,8 @@ def test_watch_ends_while_the_daemon_is_silent(lab):
     lab.shell("dev1", "kill -STOP $(pidof vm1905)")
     try:
         printed = "".join(watching[0].stdout.readline() for _ in range(5))
-        assert json.loads(printed)["result"] == -3
+        # Silent, or the other one holds the channel.
+        assert json.loads(printed)["result"] in (-3, -4)
         lab.shell("dev1", "kill -TERM $(pidof vm1905ctl)")
         assert [one.wait(10) for one in watching] == [DONE, DONE]
     finally:
