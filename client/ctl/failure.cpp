@@ -35,8 +35,7 @@ const char* adviceFor(int result, Asked asked) {
                        ? "the daemon is silent; it may have obeyed all the same. To wait longer: "
                          "--timeout"
                        : "the device, or the daemon, is silent; it may have obeyed all the same. "
-                         "Look "
-                         "whether it is there: vm1905ctl devices. To wait longer: --timeout";
+                         "Look whether it is there: vm1905ctl devices. To wait longer: --timeout";
         case VM1905_BUSY:
             return "nothing was asked; repeat the command";
         case VM1905_SYSTEM:
@@ -50,13 +49,12 @@ const char* adviceFor(int result, Asked asked) {
         case VM1905_NO_DEVICE:
             return "see which devices there are: vm1905ctl devices";
         case VM1905_FAILED:
-            return asked == Asked::kNeighbor ? "the log of the device that was to obey tells why: "
-                                               "it may not allow it, or "
-                                               "its platform has no way to do it"
-                   : asked == Asked::kHere   ? "the log of this device's daemon tells why: its "
-                                               "platform may have no way to "
-                                               "do it"
-                                             : "the log of this device's daemon tells why";
+            if (asked == Asked::kNeighbor)
+                return "the log of the device that was to obey tells why: it may not allow it, or "
+                       "its platform has no way to do it";
+            return asked == Asked::kHere ? "the log of this device's daemon tells why: its "
+                                           "platform may have no way to do it"
+                                         : "the log of this device's daemon tells why";
         case VM1905_UNCHANGED:
             return "it is as you want it already; the length of the change log cannot be 0";
         case VM1905_BAD_TYPE:

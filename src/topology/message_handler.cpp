@@ -24,11 +24,11 @@ void listTables() {
 
 // The result of a handler whose message is the platform's. The log line is the handler's, which
 // stands in its prefix.
-int handled(int platformResult, const char* message, const char* handler = __builtin_FUNCTION(),
+int handled(int platformResult, const char* failure, const char* handler = __builtin_FUNCTION(),
             int line = __builtin_LINE()) {
     if (platformResult == 0) return kOk;
     if (DEBUGLEVEL >= 1) {
-        logLine(1, handler, line, "fail to handle the 1905.1 %s message\r\n", message);
+        logLine(1, handler, line, "%s", failure);
     }
     return kFailure;
 }
@@ -115,27 +115,32 @@ int handleMetricRespMsg() {
 }
 
 int handleApAutoConfSrchMsg(const ApAutoConfSrch& msg) {
-    return handled(notifyApAutoConfSrchMsgReceived(&msg), "AP-autoconfiguration search");
+    return handled(notifyApAutoConfSrchMsgReceived(&msg),
+                   "fail to handle the 1905.1 AP-autoconfiguration search message\r\n");
 }
 
 int handleApAutoConfRespMsg(const ApAutoConfInfo& msg) {
-    return handled(notifyApAutoConfRespMsgReceived(&msg), "AP-autoconfiguration response");
+    return handled(notifyApAutoConfRespMsgReceived(&msg),
+                   "fail to handle the 1905.1 AP-autoconfiguration response message\r\n");
 }
 
 int handleApAutoConfWscMsg(const ApAutoConfWsc& msg) {
-    return handled(notifyApAutoConfWscMsgReceived(&msg), "AP-autoconfiguration WSC");
+    return handled(notifyApAutoConfWscMsgReceived(&msg),
+                   "fail to handle the 1905.1 AP-autoconfiguration WSC message\r\n");
 }
 
 int handleApAutoConfRenewMsg(const ApAutoConfInfo& msg) {
-    const int result =
-        handled(notifyApAutoConfRenewMsgReceived(&msg), "AP-autoconfiguration renew");
+    const int result = handled(notifyApAutoConfRenewMsgReceived(&msg),
+                               "fail to handle the 1905.1 AP-autoconfiguration renew message\r\n");
     return result == kOk ? acknowledgeRenew(msg) : result;
 }
 
 int handlePBEventNtfMsg(const PbEvent& msg) {
-    return handled(notifyPBEventMsgReceived(&msg), "push button event notification");
+    return handled(notifyPBEventMsgReceived(&msg),
+                   "fail to handle the 1905.1 push button event notification message\r\n");
 }
 
 int handlePBJoinNtfMsg(const PbJoin& msg) {
-    return handled(notifyPBJoinMsgReceived(&msg), "push button join notification");
+    return handled(notifyPBJoinMsgReceived(&msg),
+                   "fail to handle the 1905.1 push button join notification message\r\n");
 }

@@ -42,39 +42,38 @@ class LldpTlvReader : public ByteReader {
     int length;
 };
 
-// The result of a parser: how far the TLV was read, 0 when something of it did not hold. The log
-// line is the parser's, which stands in its prefix.
-size_t consumed(const TlvReader& tlv, const char* name, const char* parser = __builtin_FUNCTION(),
-                int line = __builtin_LINE()) {
+// The result of a parser: how far the TLV was read, 0 when something of it did not hold. failure is
+// a format for the type and the length; the log line is the parser's, which stands in its prefix.
+size_t consumed(const TlvReader& tlv, const char* failure,
+                const char* parser = __builtin_FUNCTION(), int line = __builtin_LINE()) {
     if (tlv.ok()) return tlv.position();
     if (DEBUGLEVEL >= 2) {
-        logLine(2, parser, line, "TLV (type=%d/len=%d): invalid %s TLV\r\n", tlv.type, tlv.length,
-                name);
+        logLine(2, parser, line, failure, tlv.type, tlv.length);
     }
     return 0;
 }
 
 // A TLV of one byte; the byte stays as it is unless the TLV is accepted.
-size_t readByteTlv(uint8_t& out, Bytes bytes, uint8_t type, const char* name,
+size_t readByteTlv(uint8_t& out, Bytes bytes, uint8_t type, const char* failure,
                    const char* parser = __builtin_FUNCTION(), int line = __builtin_LINE()) {
     TlvReader tlv(bytes);
     tlv.demand(type, 1);
     const uint8_t value = tlv.u8();
     if (tlv.ok()) out = value;
-    return consumed(tlv, name, parser, line);
+    return consumed(tlv, failure, parser, line);
 }
 
 // The same for an address.
-size_t readMacTlv(MacAddr& out, Bytes bytes, uint8_t type, const char* name,
+size_t readMacTlv(MacAddr& out, Bytes bytes, uint8_t type, const char* failure,
                   const char* parser = __builtin_FUNCTION(), int line = __builtin_LINE()) {
     TlvReader tlv(bytes);
     tlv.demand(type, 6);
     const MacAddr mac = tlv.mac();
     if (tlv.ok()) out = mac;
-    return consumed(tlv, name, parser, line);
+    return consumed(tlv, failure, parser, line);
 }
 
-size_t readLldpMacTlv(MacAddr& out, Bytes bytes, int type, uint8_t subtype, const char* name,
+size_t readLldpMacTlv(MacAddr& out, Bytes bytes, int type, uint8_t subtype, const char* failure,
                       const char* parser = __builtin_FUNCTION(), int line = __builtin_LINE()) {
     LldpTlvReader tlv(bytes);
     const uint8_t found = tlv.u8();
@@ -84,9 +83,7 @@ size_t readLldpMacTlv(MacAddr& out, Bytes bytes, int type, uint8_t subtype, cons
         return tlv.position();
     }
     if (DEBUGLEVEL >= 2) {
-        logLine(2, parser, line,
-                "incorrect LLDP %s TLV (tlvType = %d, tlvLen = %d, tlvSubtype = %d)\r\n", name,
-                tlv.type, tlv.length, found);
+        logLine(2, parser, line, failure, tlv.type, tlv.length, found);
     }
     return 0;
 }
@@ -156,11 +153,15 @@ LinkMetric& readLink(TlvReader& tlv, LinkMetricInfo& info) {
 }  // namespace
 
 size_t parseChassisIdTlv(MacAddr& mac, Bytes tlv) {
-    return readLldpMacTlv(mac, tlv, kLldpTlvChassisId, kChassisSubtypeMac, "chassis ID");
+    return readLldpMacTlv(
+        mac, tlv, kLldpTlvChassisId, kChassisSubtypeMac,
+        "incorrect LLDP chassis ID TLV (tlvType = %d, tlvLen = %d, tlvSubtype = %d)\r\n");
 }
 
 size_t parsePortIdTlv(MacAddr& mac, Bytes tlv) {
-    return readLldpMacTlv(mac, tlv, kLldpTlvPortId, kPortSubtypeMac, "port ID");
+    return readLldpMacTlv(
+        mac, tlv, kLldpTlvPortId, kPortSubtypeMac,
+        "incorrect LLDP port ID TLV (tlvType = %d, tlvLen = %d, tlvSubtype = %d)\r\n");
 }
 
 size_t parseTtlTlv(uint16_t& ttl, Bytes tlv) {
@@ -187,15 +188,18 @@ int parseEndOfLldpduTlv(Bytes tlv) {
 int parseEndOfMsgTlv(Bytes tlv) {
     TlvReader reader(tlv);
     reader.demand(kTlvEndOfMsg, 0);
-    return consumed(reader, "end of message") != 0 ? kOk : kFailure;
+    return consumed(reader, "TLV (type=%d/len=%d): invalid end of message TLV\r\n") != 0 ? kOk
+                                                                                         : kFailure;
 }
 
 size_t parseAlMacTlv(MacAddr& mac, Bytes tlv) {
-    return readMacTlv(mac, tlv, kTlvAlMac, "1905.1 AL MAC address");
+    return readMacTlv(mac, tlv, kTlvAlMac,
+                      "TLV (type=%d/len=%d): invalid 1905.1 AL MAC address TLV\r\n");
 }
 
 size_t parseMacTlv(MacAddr& mac, Bytes tlv) {
-    return readMacTlv(mac, tlv, kTlvMac, "1905.1 MAC address");
+    return readMacTlv(mac, tlv, kTlvMac,
+                      "TLV (type=%d/len=%d): invalid 1905.1 MAC address TLV\r\n");
 }
 
 size_t parseDevInfoTlv(DevTopol& dev, uint16_t receiverId, Bytes tlv) {
@@ -220,7 +224,7 @@ size_t parseDevInfoTlv(DevTopol& dev, uint16_t receiverId, Bytes tlv) {
         intf.mediaType = mediaType;
         intf.mediaInfo.assign(info.begin(), info.end());
     }
-    return consumed(reader, "1905.1 device information type");
+    return consumed(reader, "TLV (type=%d/len=%d): invalid 1905.1 device information type TLV\r\n");
 }
 
 size_t parseDevBrdgCapTlv(DevTopol& dev, Bytes tlv) {
@@ -237,7 +241,7 @@ size_t parseDevBrdgCapTlv(DevTopol& dev, Bytes tlv) {
         tuple.macs.reserve(macNum);
         for (size_t m = 0; m < macNum; m++) tuple.macs.push_back(reader.mac());
     }
-    return consumed(reader, "device bridging capability");
+    return consumed(reader, "TLV (type=%d/len=%d): invalid device bridging capability TLV\r\n");
 }
 
 size_t parseNon1905NbrDevTlv(DevTopol& dev, Bytes tlv) {
@@ -246,7 +250,9 @@ size_t parseNon1905NbrDevTlv(DevTopol& dev, Bytes tlv) {
     const uint8_t num = readNbrListHead(reader, kTlvNon1905Nbr, 6, localIntfMac);
     reader.demand(dev.non1905Lists.size() < kMaxDevEntries &&
                   dev.non1905NbrNum() + num <= kMaxDevNbrs);
-    if (!reader.ok()) return consumed(reader, "non-1905 neighbor device list");
+    if (!reader.ok())
+        return consumed(reader,
+                        "TLV (type=%d/len=%d): invalid non-1905 neighbor device list TLV\r\n");
     auto& nbrs = appendNbrList(dev.non1905Lists, dev, localIntfMac, num).nbrs;
     for (unsigned i = 0; i < num; i++) nbrs.push_back(reader.mac());
     return reader.position();
@@ -258,7 +264,9 @@ size_t parse1905NbrDevTlv(DevTopol& dev, Bytes tlv) {
     const uint8_t num = readNbrListHead(reader, kTlv1905Nbr, 7, localIntfMac);
     reader.demand(dev.ieee1905Lists.size() < kMaxDevEntries &&
                   dev.ieee1905NbrNum() + num <= kMaxDevNbrs);
-    if (!reader.ok()) return consumed(reader, "1905.1 neighbor device list");
+    if (!reader.ok())
+        return consumed(reader,
+                        "TLV (type=%d/len=%d): invalid 1905.1 neighbor device list TLV\r\n");
     auto& nbrs = appendNbrList(dev.ieee1905Lists, dev, localIntfMac, num).nbrs;
     for (unsigned i = 0; i < num; i++) {
         const MacAddr alMac = reader.mac();
@@ -276,7 +284,7 @@ size_t parseMetricQueryTlv(MetricQuery& query, Bytes tlv) {
     const MacAddr alMac = selector == 1 ? reader.mac() : MacAddr{};
     const uint8_t metrics = reader.u8();
     if (reader.ok()) query = {selector, alMac, metrics};
-    return consumed(reader, "link metric query");
+    return consumed(reader, "TLV (type=%d/len=%d): invalid link metric query TLV\r\n");
 }
 
 size_t parseTxMetricTlv(LinkMetricInfo& info, Bytes tlv) {
@@ -292,7 +300,7 @@ size_t parseTxMetricTlv(LinkMetricInfo& info, Bytes tlv) {
         link.availability = reader.u16();
         link.phyRate = reader.u16();
     }
-    return consumed(reader, "1905.1 transmitter link metric");
+    return consumed(reader, "TLV (type=%d/len=%d): invalid 1905.1 transmitter link metric TLV\r\n");
 }
 
 size_t parseRxMetricTlv(LinkMetricInfo& info, Bytes tlv) {
@@ -305,27 +313,32 @@ size_t parseRxMetricTlv(LinkMetricInfo& info, Bytes tlv) {
         link.rxPackets = reader.u32();
         link.rssi = reader.u8();
     }
-    return consumed(reader, "1905.1 receiver link metric");
+    return consumed(reader, "TLV (type=%d/len=%d): invalid 1905.1 receiver link metric TLV\r\n");
 }
 
 size_t parseMetricResCodeTlv(uint8_t& code, Bytes tlv) {
-    return readByteTlv(code, tlv, kTlvMetricResCode, "link metric result code");
+    return readByteTlv(code, tlv, kTlvMetricResCode,
+                       "TLV (type=%d/len=%d): invalid link metric result code TLV\r\n");
 }
 
 size_t parseSrchRoleTlv(uint8_t& role, Bytes tlv) {
-    return readByteTlv(role, tlv, kTlvSearchRole, "link searchRole");
+    return readByteTlv(role, tlv, kTlvSearchRole,
+                       "TLV (type=%d/len=%d): invalid link searchRole TLV\r\n");
 }
 
 size_t parseAutoConfFreqBandTlv(uint8_t& band, Bytes tlv) {
-    return readByteTlv(band, tlv, kTlvAutoConfFreqBand, "AutoconfigFreqBand");
+    return readByteTlv(band, tlv, kTlvAutoConfFreqBand,
+                       "TLV (type=%d/len=%d): invalid AutoconfigFreqBand TLV\r\n");
 }
 
 size_t parseSupportedRoleTlv(uint8_t& role, Bytes tlv) {
-    return readByteTlv(role, tlv, kTlvSupportedRole, "link SupportedRole");
+    return readByteTlv(role, tlv, kTlvSupportedRole,
+                       "TLV (type=%d/len=%d): invalid link SupportedRole TLV\r\n");
 }
 
 size_t parseSupportedFreqBandTlv(uint8_t& band, Bytes tlv) {
-    return readByteTlv(band, tlv, kTlvSupportedFreqBand, "SupportedFreqBand");
+    return readByteTlv(band, tlv, kTlvSupportedFreqBand,
+                       "TLV (type=%d/len=%d): invalid SupportedFreqBand TLV\r\n");
 }
 
 size_t parseWscTlv(Wsc& wsc, Bytes tlv) {
@@ -334,7 +347,7 @@ size_t parseWscTlv(Wsc& wsc, Bytes tlv) {
     const Bytes frame = reader.take(reader.length);
     if (reader.ok()) wsc.frame.assign(frame.begin(), frame.end());
     // The text of another TLV, which is meant.
-    return consumed(reader, "SupportedFreqBand");
+    return consumed(reader, "TLV (type=%d/len=%d): invalid SupportedFreqBand TLV\r\n");
 }
 
 size_t parseWscUpdatetimeTlv(Text<32>& updateTime, Bytes tlv) {
@@ -344,7 +357,7 @@ size_t parseWscUpdatetimeTlv(Text<32>& updateTime, Bytes tlv) {
     if (reader.ok())
         updateTime = std::string_view(reinterpret_cast<const char*>(text.data()), text.size());
     // The text of another TLV, which is meant.
-    return consumed(reader, "SupportedFreqBand");
+    return consumed(reader, "TLV (type=%d/len=%d): invalid SupportedFreqBand TLV\r\n");
 }
 
 size_t parsePBEventNtfTlv(PBEventNtf& event, Bytes tlv) {
@@ -357,7 +370,7 @@ size_t parsePBEventNtfTlv(PBEventNtf& event, Bytes tlv) {
         const Bytes info = reader.take(reader.u8());
         if (reader.ok()) event.mediaTypes.push_back({mediaType, {info.begin(), info.end()}});
     }
-    return consumed(reader, "Push_Button_Event notification");
+    return consumed(reader, "TLV (type=%d/len=%d): invalid Push_Button_Event notification TLV\r\n");
 }
 
 size_t parsePBJoinNtfTlv(PBJoinNtf& join, Bytes tlv) {
@@ -369,7 +382,7 @@ size_t parsePBJoinNtfTlv(PBJoinNtf& join, Bytes tlv) {
     value.txIntfMac = reader.mac();
     value.newDevIntfMac = reader.mac();
     if (reader.ok()) join = value;
-    return consumed(reader, "Push_Button_JOIN notification");
+    return consumed(reader, "TLV (type=%d/len=%d): invalid Push_Button_JOIN notification TLV\r\n");
 }
 
 size_t parseUnsupportedTlv(Bytes tlv) {

@@ -61,10 +61,10 @@ bool mayLeaveResult(const MacAddr& sender) {
 }
 
 // Leaves the result text of a device for whoever shows it.
-int writeResultFile(const VendContext& context, const char* name) {
+int writeResultFile(const VendContext& context, const char* pathFormat) {
     const MacAddr& sender = context.msg.alMac;
     char path[64];
-    snprintf(path, sizeof path, "/tmp/vm1905/%s_%02x%02x%02x%02x%02x%02x", name, MAC_ARGS(sender));
+    snprintf(path, sizeof path, pathFormat, MAC_ARGS(sender));
     const auto text = escapeForEcho(context.as<TextPayload>().data);
     if (!text || !mayLeaveResult(sender)) {
         LOG(2, "refuse the result text of " MAC_FMT "\n", MAC_ARGS(sender));
@@ -138,7 +138,7 @@ int handleWIFIStateRenewMsg(const VendContext& context) {
 int handleWIFIStateAckMsg(const VendContext& context) {
     noteAck(context, kWifiStateSync);
     (void)setWIFIStateSyncList(context.msg.alMac.data(), context.as<TextPayload>().data.c_str());
-    return writeResultFile(context, "vm1905WIFIState");
+    return writeResultFile(context, "/tmp/vm1905/vm1905WIFIState_%02x%02x%02x%02x%02x%02x");
 }
 
 int handleWIFIChannelSearchMsg(const VendContext& context) {
@@ -163,7 +163,7 @@ int handleWIFIChannelRenewMsg(const VendContext& context) {
 int handleWIFIChannelAckMsg(const VendContext& context) {
     noteAck(context, kWifiChannelSync);
     (void)setWIFIChannelSyncList(context.msg.alMac.data(), context.as<TextPayload>().data.c_str());
-    return writeResultFile(context, "vm1905WIFIChannel");
+    return writeResultFile(context, "/tmp/vm1905/vm1905WIFIChannel_%02x%02x%02x%02x%02x%02x");
 }
 
 int handleWIFICountryCodeCtrlReqMsg(const VendContext& context) {
