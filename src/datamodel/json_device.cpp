@@ -122,7 +122,7 @@ Hearings::Hearings(const AlTable& al, const TopolTable& topol) {
     std::vector<Hearing>& own = heardBy_[al.alMac];
     for (const auto& intf : al.intfs) {
         for (const auto& nbr : intf.nbrs) {
-            if (nbr.is1905) own.push_back({nbr.nbrAlMac, {intf.mac, intf.mediaType}});
+            if (nbr.is1905) own.push_back({nbr.nbrAlMac.number(), {intf.mac, intf.mediaType}});
         }
     }
     for (const auto& dev : topol.devs) {
@@ -130,7 +130,7 @@ Hearings::Hearings(const AlTable& al, const TopolTable& topol) {
         for (const auto& list : dev.ieee1905Lists) {
             const NbrIntf intf{list.localIntfMac, findLocalIntf(dev, list.localIntfMac).mediaType};
             hearings.reserve(hearings.size() + list.nbrs.size());
-            for (const auto& nbr : list.nbrs) hearings.push_back({nbr.alMac, intf});
+            for (const auto& nbr : list.nbrs) hearings.push_back({nbr.alMac.number(), intf});
         }
     }
     for (auto& [by, hearings] : heardBy_) {
@@ -142,7 +142,7 @@ NbrIntf Hearings::intfOf(const MacAddr& by, const MacAddr& heard, uint32_t media
     const auto hearings = heardBy_.find(by);
     if (hearings == heardBy_.end()) return {};
     const auto [begin, end] = std::equal_range(hearings->second.begin(), hearings->second.end(),
-                                               Hearing{heard, {}}, isBefore);
+                                               Hearing{heard.number(), {}}, isBefore);
     const auto same = std::find_if(begin, end, [mediaType](const Hearing& hearing) {
         return hearing.intf.mediaType == mediaType;
     });

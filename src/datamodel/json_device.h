@@ -28,7 +28,7 @@ class Hearings {
   private:
     // On this interface a device hears another.
     struct Hearing {
-        MacAddr heard;
+        uint64_t heard;  // its address as a number
         NbrIntf intf;
     };
     static bool isBefore(const Hearing& left, const Hearing& right) {
