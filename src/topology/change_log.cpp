@@ -35,7 +35,7 @@ int setChangeLogMaxEntries(uint16_t maximum) {
     auto& log = topol->changeLog;
     const size_t num = std::min<size_t>(topol->changeLogNum, log.size());
     const size_t kept = std::min<size_t>(num, maximum);
-    const size_t oldest = num < topol->maxChangeLogEntries ? 0 : topol->changeLogNext;
+    const size_t oldest = num < ringSize(*topol) ? 0 : topol->changeLogNext;
     std::rotate(log.begin(), log.begin() + oldest, log.begin() + num);
     std::rotate(log.begin(), log.begin() + (num - kept), log.begin() + num);
     topol->maxChangeLogEntries = maximum;

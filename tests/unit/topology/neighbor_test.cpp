@@ -160,6 +160,10 @@ TEST_F(Neighbors, ChangeLogIsARing) {
     EXPECT_EQ(topol().changeLogNext, 1);
     for (const auto& [index, nbr] : {std::pair{0, 7}, {1, 5}, {2, 6}})
         EXPECT_EQ(topol().changeLog.at(index).nbrMac, peer(nbr).al) << index;
+    (void)setChangeLogMaxEntries(1000);
+    for (unsigned i = 0; i < 300; i++) (void)updateChangeLogTable(0, {}, {}, 0, peer(i).al);
+    (void)setChangeLogMaxEntries(1);
+    EXPECT_EQ(topol().changeLog.at(0).nbrMac, peer(299).al) << "the ring is as long as the area";
 }
 
 // Neighbour lists by the interface they belong to.
