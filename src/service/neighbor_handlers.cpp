@@ -1,6 +1,5 @@
 #include "service/neighbor_handlers.h"
 
-#include <cstring>
 #include <functional>
 #include <memory>
 #include <string>

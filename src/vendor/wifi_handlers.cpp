@@ -56,7 +56,7 @@ void noteAck(const VendContext& context, WifiSyncKind kind) {
 // True when this device may leave a file: strangers must not fill the memory that /tmp often is.
 bool mayLeaveResult(const MacAddr& sender) {
     static std::set<MacAddr> senders;
-    if (senders.size() < kMaxResultSenders) return senders.insert(sender), true;
+    if (senders.size() < kMaxResultSenders) senders.insert(sender);
     return senders.contains(sender);
 }
 

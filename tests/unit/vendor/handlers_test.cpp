@@ -179,6 +179,10 @@ TEST_F(Vendor, RefusedOnArrival) {
     }
     // A discovery of this very device is a loop or a lie.
     EXPECT_EQ(tell(45, kOwn + bytesOf(kStation)), kFailure);
+    // A stranger must not fill the list of those that are to be reset.
+    EXPECT_EQ(tell(23, {0}), kOk);
+    (void)removeIeee1905DevTable(kPeer.al);
+    EXPECT_EQ(tell(23, {0}), kFailure);
 }
 
 // Every order that can be spelt, and what the words may do.
