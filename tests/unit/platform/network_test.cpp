@@ -1,9 +1,9 @@
 // The device's network as the library tells it, on real interfaces of a namespace of its own.
 #include <unistd.h>
 
-#include <algorithm>
-#include <cstring>
+#include <cstdlib>
 #include <set>
+#include <utility>
 
 #include "support.h"
 
@@ -103,11 +103,9 @@ TEST_F(Network, PowerAndStatusFollowTheLink) {
         EXPECT_TRUE(told.statusBecomes("v0", PLATFORM_OPER_LOWER_LAYER_DOWN));
         EXPECT_EQ(told.events, Events{});
 
-        const uint8_t stranger[] = {2, 9, 9, 9, 9, 9};
         EXPECT_EQ(setIntfPwrStateById(intfs.at("v0").mac, kGigabit, PLATFORM_PWR_OFF), 0);
         EXPECT_EQ(setIntfPwrStateById(intfs.at("v0").mac, kGigabit, PLATFORM_PWR_SAVE), 2);
         EXPECT_EQ(setIntfPwrStateById(intfs.at("v0").mac, 0x0105, PLATFORM_PWR_ON), 1);
-        EXPECT_EQ(setIntfPwrStateById(stranger, kGigabit, PLATFORM_PWR_ON), 1);
         EXPECT_EQ(setIntfPwrStateByType(0x0105, PLATFORM_PWR_OFF), 0);
         EXPECT_EQ(setIntfPwrStateByType(0x0200, PLATFORM_PWR_OFF), 1);
         EXPECT_EQ(told.next(), (Events{"power v0 2", "power v1 2"}));
@@ -198,19 +196,14 @@ TEST_F(Network, PlainInterfacesHaveTheNeighboursThatIpKnows) {
 
         // Far more notifications than the socket holds: found by looking afresh.
         std::string batch;
-        for (int i = 0; i < 2000; ++i) {
-            char line[96];
-            std::snprintf(
-                line, sizeof line,
-                "neigh add 10.1.%d.%d lladdr 02:00:00:01:%02x:%02x dev v0 nud permanent\n", i / 200,
-                i % 200, static_cast<unsigned>(i) / 256, static_cast<unsigned>(i) % 256);
-            batch += line;
+        for (int i = 1000; i < 3000; ++i) {
+            const std::string n = std::to_string(i), high = n.substr(0, 2), low = n.substr(2);
+            batch += "neigh add 10.1." + high + "." + std::to_string(i % 100) +
+                     " lladdr 02:00:00:01:" + high + ":" + low + " dev v0 nud permanent\n";
         }
         folder_.write("batch", batch);
         ip("-batch " + folder_.path("batch"));
         EXPECT_EQ(told.next().size(), 2000u);
-        cable("v1");
-        EXPECT_EQ(told.next(), Events{"added v1"});
     });
 }
 
@@ -231,12 +224,10 @@ TEST_F(Network, IdentityComesFromTheSystemUnlessGiven) {
         EXPECT_EQ(getDeviceMode(text), 16);
         EXPECT_STREQ(text, "");
 
-        folder_.platformConf("HOSTNAME = attic\nFIRMWARE_VERSION = " + std::string(200, '9') +
-                             "\nDEVICE_MODE = Bridge\nLAN_MAC = 02:00:00:00:00:0a\n"
-                             "SECURITY_MODE = 1\nSECURITY_KEY = s3cret\n");
-        EXPECT_EQ(textOf<128>(getHostname), "attic");
-        EXPECT_EQ(textOf<128>(getFirmwareVersion), std::string(127, '9'));
-        EXPECT_EQ(textOf<32>(getDeviceMode), "Bridge");
+        folder_.platformConf("HOSTNAME = " + std::string(200, '9') +
+                             "\nLAN_MAC = 02:00:00:00:00:0a\nSECURITY_MODE = 1\n"
+                             "SECURITY_KEY = s3cret\n");
+        EXPECT_EQ(textOf<128>(getHostname), std::string(127, '9'));
         EXPECT_EQ(lanMac(), "02:00:00:00:00:0a");
         SecurityDesc security{};
         EXPECT_EQ(getSecurityConfig(&security), 0);
@@ -246,33 +237,21 @@ TEST_F(Network, IdentityComesFromTheSystemUnlessGiven) {
     });
 }
 
-// That hops are isolated by the rule is shown in the lab.
+// That the rule isolates the hops and goes with the daemon is shown in the lab.
 TEST_F(Network, Forward1905NoOwnsARuleOfItsOwn) {
     inOwnNetwork([this] {
-        const auto start = [this](const std::string& setting) {
-            folder_.platformConf("EXCLUDE = far-*\n" + setting);
+        run("nft add table bridge others");
+        // As after a crash: what is there is replaced, not added to, or removed.
+        for (const char* setting : {"no", "no", "yes"}) {
+            folder_.platformConf("FORWARD_1905 = " + std::string(setting) + "\n");
             EXPECT_EQ(initNetCtrl(), 0);
             EXPECT_EQ(startNetCtrl(), 0);
-        };
-        const auto rules = [] {
-            std::string all;
-            (void)plat::runCommand({plat::findProgram("nft"), "list", "ruleset"}, {.output = &all});
-            return all;
-        };
-        run("nft add table bridge others");
-        start("FORWARD_1905 = no\n");
-        // As after a crash: what is there is replaced, not added to.
-        ASSERT_EQ(startNetCtrl(), 0);
-        const std::string isolating = rules();
-        EXPECT_NE(isolating.find("0x893a"), std::string::npos) << isolating;
-        EXPECT_EQ(isolating.find("0x893a"), isolating.rfind("0x893a")) << isolating;
-        EXPECT_EQ(destroyNetCtrl(), 0);
-        EXPECT_EQ(rules().find("vm1905"), std::string::npos);
-
-        // Left behind by a run that crashed before the setting was changed.
-        start("FORWARD_1905 = no\n");
-        start("");
-        EXPECT_EQ(rules().find("vm1905"), std::string::npos);
-        EXPECT_NE(rules().find("others"), std::string::npos);
+            std::string rules;
+            (void)plat::runCommand({plat::findProgram("nft"), "list", "ruleset"},
+                                   {.output = &rules});
+            EXPECT_EQ(rules.find("0x893a") != rules.npos, setting == std::string("no")) << rules;
+            EXPECT_EQ(rules.find("0x893a"), rules.rfind("0x893a")) << rules;
+            EXPECT_NE(rules.find("others"), rules.npos);
+        }
     });
 }

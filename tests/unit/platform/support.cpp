@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 
 #include "common/hook.h"
@@ -39,11 +40,6 @@ bool enterOwnNetwork() {
     writeFile("/proc/self/uid_map", "0 " + uid + " 1");
     writeFile("/proc/self/gid_map", "0 " + gid + " 1");
     return true;
-}
-
-std::vector<std::string> words(const std::string& text) {
-    std::istringstream in(text);
-    return {std::istream_iterator<std::string>(in), {}};
 }
 
 }  // namespace
@@ -81,6 +77,15 @@ void ScratchFolder::platformConf(const std::string& text) const {
     plat::reloadConf();
 }
 
+bool becomes(const std::function<bool()>& condition) {
+    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > until) return false;
+        ::poll(nullptr, 0, 5);
+    }
+    return true;
+}
+
 void inOwnNetwork(const std::function<void()>& body) {
     std::fflush(stdout);
     const pid_t child = ::fork();
@@ -101,7 +106,8 @@ void inOwnNetwork(const std::function<void()>& body) {
 }
 
 void run(const std::string& commandLine) {
-    std::vector<std::string> argv = words(commandLine);
+    std::istringstream words(commandLine);
+    std::vector<std::string> argv{std::istream_iterator<std::string>(words), {}};
     argv[0] = plat::findProgram(argv[0]);
     EXPECT_EQ(plat::runCommand(argv, {.limit = std::chrono::seconds(10)}), 0) << commandLine;
 }
@@ -152,14 +158,11 @@ std::vector<std::string> Told::next() {
 }
 
 bool Told::statusBecomes(const std::string& ifname, uint32_t status) {
-    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(3);
     events.clear();
-    while (statuses[ifname] != status) {
-        if (std::chrono::steady_clock::now() > until) return false;
-        ::poll(nullptr, 0, 5);
+    return becomes([&] {
         EXPECT_EQ(runNetCtrl(), 0);
-    }
-    return true;
+        return statuses[ifname] == status;
+    });
 }
 
 void Told::callback(uint32_t eventId, const void* info, uint32_t* result) {

@@ -31,6 +31,9 @@ class ScratchFolder {
     std::string path_;
 };
 
+// Whether the condition comes true within ten seconds.
+bool becomes(const std::function<bool()>& condition);
+
 // Runs the body in a child process with an empty network namespace. The library is as new there.
 void inOwnNetwork(const std::function<void()>& body);
 
@@ -61,8 +64,8 @@ class Told {
     ~Told();
     // What is reported by one runNetCtrl.
     std::vector<std::string> next();
-    // Calls runNetCtrl until the interface is told to have this operational status; false after 3
-    // seconds. The kernel tells of carriers in its own time, so these events are kept apart.
+    // Calls runNetCtrl until the interface is told to have this operational status. The kernel
+    // tells of carriers in its own time, so these events are kept apart.
     bool statusBecomes(const std::string& ifname, uint32_t status);
 
     static void callback(uint32_t eventId, const void* info, uint32_t* result);
