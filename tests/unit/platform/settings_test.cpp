@@ -5,12 +5,10 @@
 
 #include "support.h"
 
-using Events = std::vector<std::string>;
-
 namespace {
 
-// The standard messages that the library asked the daemon to send, as text.
-Events sent;
+// The standard messages that the library asked the daemon to send, a line each.
+std::string sent;
 
 void sendMessage(uint32_t servId, void* info, uint32_t* retCode) {
     std::ostringstream text;
@@ -27,11 +25,11 @@ void sendMessage(uint32_t servId, void* info, uint32_t* retCode) {
         const auto& r = *static_cast<ApAutoConfRenewReq*>(info);
         text << " band " << +r.freqBand << " unicast " << r.unicast;
     }
-    sent.push_back(text.str());
+    sent += text.str() + "\n";
     *retCode = servId == SERV_REQ_PB_EVENT ? 19 : 0;
 }
 
-Events takeSent() {
+std::string takeSent() {
     return std::exchange(sent, {});
 }
 
@@ -41,7 +39,7 @@ TEST(Settings, AreReturnedAndChangesReportedOnce) {
     inOwnNetwork([] {
         Told told;
         WpsConfig config{};
-        for (const Events& events : {Events{"wps"}, Events{}}) {
+        for (const char* events : {"wps", ""}) {
             EXPECT_EQ(setWPSConfig(1, 300, -1), 0);
             EXPECT_EQ(told.next(), events);
         }
@@ -54,7 +52,7 @@ TEST(Settings, AreReturnedAndChangesReportedOnce) {
         WpsBandConfig band{};
         EXPECT_EQ(setWPSConfByBand("All", 1, 2), 0);
         EXPECT_EQ(setWPSConfByBand("33", 3, 4), 0);
-        EXPECT_EQ(told.next(), Events{"wps"});
+        EXPECT_EQ(told.next(), "wps");
         EXPECT_EQ(getWPSConfByBand(1, &band), 0);
         EXPECT_EQ(band.sendResponse, 2);
         EXPECT_EQ(getWPSConfByBand(33, &band), 0);
@@ -98,10 +96,9 @@ TEST(Settings, FirmwareAndLedAreReported) {
         EXPECT_EQ(setFWresult(1), 0);
         folder.hook("led", "echo dimmed to $1 percent of what it can do at most");
         EXPECT_EQ(setLEDvalue(40), 0);
-        EXPECT_EQ(told.next(),
-                  (Events{"firmware 1", "upgrade 4", "led dimmed to 40 percent of what it "}));
+        EXPECT_EQ(told.next(), "firmware 1, upgrade 4, led dimmed to 40 percent of what it ");
         EXPECT_EQ(setFWState("4"), 0);
-        EXPECT_EQ(told.next(), Events{});
+        EXPECT_EQ(told.next(), "");
     });
 }
 
@@ -114,7 +111,7 @@ TEST(AutoConfiguration, SendsThroughTheDaemon) {
         EXPECT_EQ(sendWPSSearch(1), 0);
         EXPECT_EQ(sendWPSRenew(32), 0);
         EXPECT_EQ(sendPBEvent(), 19);  // the daemon's own result
-        EXPECT_EQ(takeSent(), (Events{"0 band 1", "3 band 32 unicast 0", "4"}));
+        EXPECT_EQ(takeSent(), "0 band 1\n3 band 32 unicast 0\n4\n");
 
         // Only a Registrar that is set to answers a search.
         const ApAutoConfSrch search{0, 1, {2, 0, 0, 0, 0, 7}, 99};
@@ -123,7 +120,7 @@ TEST(AutoConfiguration, SendsThroughTheDaemon) {
         EXPECT_EQ(notifyApAutoConfSrchMsgReceived(&search), 0);
         EXPECT_EQ(setWPSConfig(1, 1, 1), 0);
         EXPECT_EQ(notifyApAutoConfSrchMsgReceived(&search), 0);
-        EXPECT_EQ(takeSent(), Events{"1 to 02:00:00:00:00:07 id 99 band 1"});
+        EXPECT_EQ(takeSent(), "1 to 02:00:00:00:00:07 id 99 band 1\n");
 
         // What the hook prints goes back to where the frame came from.
         const uint8_t frame[] = {0x10, 0x4a, 0x00};
@@ -131,10 +128,10 @@ TEST(AutoConfiguration, SendsThroughTheDaemon) {
         EXPECT_EQ(notifyApAutoConfWscMsgReceived(&wsc), 16);
         folder.hook("autoconf-wsc", "[ \"$3$4\" = 104a0012 ] && echo beef");
         EXPECT_EQ(notifyApAutoConfWscMsgReceived(&wsc), 0);
-        EXPECT_EQ(takeSent(), Events{"2 to 02:00:00:00:00:08 beef"});
+        EXPECT_EQ(takeSent(), "2 to 02:00:00:00:00:08 beef\n");
         folder.hook("autoconf-wsc", "echo no frame");
         EXPECT_EQ(notifyApAutoConfWscMsgReceived(&wsc), 16);
-        EXPECT_EQ(takeSent(), Events{});
+        EXPECT_EQ(takeSent(), "");
     });
 }
 

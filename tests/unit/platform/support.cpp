@@ -1,6 +1,5 @@
 #include "support.h"
 
-#include <fcntl.h>
 #include <net/if.h>
 #include <poll.h>
 #include <sched.h>
@@ -10,13 +9,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
+#include <utility>
 
 #include "common/hook.h"
 #include "platform/exports.h"
@@ -40,6 +39,44 @@ bool enterOwnNetwork() {
     writeFile("/proc/self/uid_map", "0 " + uid + " 1");
     writeFile("/proc/self/gid_map", "0 " + gid + " 1");
     return true;
+}
+
+// Of an event about one interface, or none.
+std::string eventText(uint32_t eventId, const void* info) {
+    const auto number = [info] { return std::to_string(*static_cast<const uint32_t*>(info)); };
+    switch (eventId) {
+        case NET_STATUS_INTF_MAC: {
+            const auto& e = *static_cast<const IntfMacEvent*>(info);
+            return std::string("mac ") + e.name + " " + plat::macText(e.mac) + " " +
+                   plat::macText(e.newMac);
+        }
+        case NET_STATUS_INTF_PWR_STATE: {
+            const auto& e = *static_cast<const IntfStateEvent*>(info);
+            return std::string("power ") + e.name + " " + std::to_string(e.newState);
+        }
+        case NET_STATUS_INTF_NBR_ADDED:
+        case NET_STATUS_INTF_NBR_REMOVED: {
+            const auto& e = *static_cast<const IntfNbrEvent*>(info);
+            std::string text = eventId == NET_STATUS_INTF_NBR_ADDED ? "heard " : "lost ";
+            text += e.name;
+            for (size_t i = 0; i < e.macNum; ++i) text += " " + plat::macText(e.macs + 6 * i);
+            return text;
+        }
+        case NET_STATUS_AL_MAC:
+            return "al " + plat::macText(static_cast<const AlMacEvent*>(info)->newMac);
+        case NET_STATUS_BRDG_CAP:
+            return "bridges";
+        case NET_STATUS_WPS_CONFIG:
+            return "wps";
+        case NET_STATUS_NEW_FIRMWARE:
+            return "firmware " + number();
+        case NET_STATUS_FW_UPGRADE:
+            return "upgrade " + number();
+        case NET_STATUS_LED:
+            return std::string("led ") + static_cast<const char*>(info);
+        default:
+            return "event " + std::to_string(eventId);
+    }
 }
 
 }  // namespace
@@ -151,10 +188,15 @@ Told::~Told() {
     listener = nullptr;
 }
 
-std::vector<std::string> Told::next() {
+std::string Told::next() {
     events.clear();
     EXPECT_EQ(runNetCtrl(), 0);
     return events;
+}
+
+std::string Told::after(const std::string& args) {
+    ip(args);
+    return next();
 }
 
 bool Told::statusBecomes(const std::string& ifname, uint32_t status) {
@@ -166,70 +208,21 @@ bool Told::statusBecomes(const std::string& ifname, uint32_t status) {
 }
 
 void Told::callback(uint32_t eventId, const void* info, uint32_t* result) {
-    auto& events = listener->events;
-    const auto number = [info] { return std::to_string(*static_cast<const uint32_t*>(info)); };
-    switch (eventId) {
-        case NET_STATUS_INTF_ADDED:
-        case NET_STATUS_INTF_REMOVED: {
-            const auto& e = *static_cast<const IntfListEvent*>(info);
-            const bool added = eventId == NET_STATUS_INTF_ADDED;
-            listener->intfNum += added ? e.intfNum : -e.intfNum;
-            int count = 0;
-            for (const IntfDesc* d = e.head; d != nullptr; d = d->next, ++count) {
-                events.push_back((added ? "added " : "removed ") + std::string(d->name));
-                // Ports are opened right after an addition.
-                EXPECT_EQ(getDeviceSendMsgEnable(d->name) == 0, added) << d->name;
-                if (added) listener->statuses[d->name] = d->operStatus;
-            }
-            EXPECT_EQ(count, e.intfNum);
-            break;
+    if (eventId == NET_STATUS_INTF_ADDED || eventId == NET_STATUS_INTF_REMOVED) {
+        const auto& e = *static_cast<const IntfListEvent*>(info);
+        const bool added = eventId == NET_STATUS_INTF_ADDED;
+        listener->intfNum += added ? e.intfNum : -e.intfNum;
+        for (const IntfDesc* d = e.head; d != nullptr; d = d->next) {
+            listener->note((added ? "added " : "removed ") + std::string(d->name));
+            // Ports are opened right after an addition.
+            EXPECT_EQ(getDeviceSendMsgEnable(d->name) == 0, added) << d->name;
+            if (added) listener->statuses[d->name] = d->operStatus;
         }
-        case NET_STATUS_INTF_MAC: {
-            const auto& e = *static_cast<const IntfMacEvent*>(info);
-            events.push_back(std::string("mac ") + e.name + " " + plat::macText(e.mac) + " " +
-                             plat::macText(e.newMac));
-            break;
-        }
-        case NET_STATUS_INTF_PWR_STATE: {
-            const auto& e = *static_cast<const IntfStateEvent*>(info);
-            events.push_back(std::string("power ") + e.name + " " + std::to_string(e.newState));
-            break;
-        }
-        case NET_STATUS_INTF_OPER_STATUS: {
-            const auto& e = *static_cast<const IntfStateEvent*>(info);
-            EXPECT_NE(listener->statuses[e.name], e.newState) << "no change";
-            listener->statuses[e.name] = e.newState;
-            break;
-        }
-        case NET_STATUS_INTF_NBR_ADDED:
-        case NET_STATUS_INTF_NBR_REMOVED: {
-            const auto& e = *static_cast<const IntfNbrEvent*>(info);
-            for (size_t i = 0; i < e.macNum; ++i)
-                events.push_back((eventId == NET_STATUS_INTF_NBR_ADDED ? "heard " : "lost ") +
-                                 std::string(e.name) + " " + plat::macText(e.macs + 6 * i));
-            break;
-        }
-        case NET_STATUS_AL_MAC:
-            events.push_back("al " + plat::macText(static_cast<const AlMacEvent*>(info)->newMac));
-            break;
-        case NET_STATUS_BRDG_CAP:
-            events.push_back("bridges");
-            break;
-        case NET_STATUS_WPS_CONFIG:
-            events.push_back("wps");
-            break;
-        case NET_STATUS_NEW_FIRMWARE:
-            events.push_back("firmware " + number());
-            break;
-        case NET_STATUS_FW_UPGRADE:
-            events.push_back("upgrade " + number());
-            break;
-        case NET_STATUS_LED:
-            events.push_back(std::string("led ") + static_cast<const char*>(info));
-            break;
-        default:
-            events.push_back("event " + std::to_string(eventId));
-            break;
+    } else if (eventId == NET_STATUS_INTF_OPER_STATUS) {
+        const auto& e = *static_cast<const IntfStateEvent*>(info);
+        EXPECT_NE(std::exchange(listener->statuses[e.name], e.newState), e.newState) << "no change";
+    } else {
+        listener->note(eventText(eventId, info));
     }
     uint8_t num = 0;
     EXPECT_EQ(getIntfmatchNum(&num), 0);

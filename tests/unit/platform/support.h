@@ -6,7 +6,6 @@
 #include <functional>
 #include <map>
 #include <string>
-#include <vector>
 
 #include "api.h"
 #include "common/command.h"
@@ -62,8 +61,10 @@ class Told {
   public:
     Told();
     ~Told();
-    // What is reported by one runNetCtrl.
-    std::vector<std::string> next();
+    // What is reported by one runNetCtrl: "lost v0 <mac>, bridges".
+    std::string next();
+    // The same after a call of ip.
+    std::string after(const std::string& args);
     // Calls runNetCtrl until the interface is told to have this operational status. The kernel
     // tells of carriers in its own time, so these events are kept apart.
     bool statusBecomes(const std::string& ifname, uint32_t status);
@@ -71,8 +72,11 @@ class Told {
     static void callback(uint32_t eventId, const void* info, uint32_t* result);
 
     int intfNum = 0;
-    std::vector<std::string> events;
+    std::string events;
     std::map<std::string, uint32_t> statuses;
+
+  private:
+    void note(const std::string& event) { events += (events.empty() ? "" : ", ") + event; }
 };
 
 // The MAC address that the kernel gave an interface.
