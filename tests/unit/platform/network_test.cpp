@@ -205,16 +205,13 @@ TEST_F(Network, IdentityComesFromTheSystemUnlessGiven) {
         (void)::gethostname(text, sizeof text);
         EXPECT_EQ(textOf<128>(getHostname), text);
         EXPECT_EQ(getDeviceMode(text), 16);
-        EXPECT_STREQ(text, "");
 
-        folder_.platformConf("HOSTNAME = " + std::string(200, '9') +
-                             "\nLAN_MAC = 02:00:00:00:00:0a\nSECURITY_MODE = 1\n"
-                             "SECURITY_KEY = s3cret\n");
-        EXPECT_EQ(textOf<128>(getHostname), std::string(127, '9'));
+        folder_.platformConf("LAN_MAC = 02:00:00:00:00:0a\nSECURITY_KEY = s3cret\nHOSTNAME = " +
+                             std::string(200, '9'));
         EXPECT_EQ(lanMac(), "02:00:00:00:00:0a");
+        EXPECT_EQ(textOf<128>(getHostname), std::string(127, '9'));
         SecurityDesc security{};
         EXPECT_EQ(getSecurityConfig(&security), 0);
-        EXPECT_EQ(security.mode, 1u);
         EXPECT_EQ(std::string(reinterpret_cast<char*>(security.value), security.len), "s3cret");
         std::free(security.value);
     });
