@@ -173,6 +173,7 @@ TEST(Usage, IsCheckedBeforeAnythingIsAsked) {
         {{"wps"}, "wants a command; its commands: renew"},
         {{"help", "topology"}, "no command help"},
         {{"status", "3"}, "status takes nothing more: 3"},
+        {{"send", "2"}, "--to DEVICE"},
         {{"send", "10", "--to", "dev2"}, "go to every device"},
         {{"send", "10", "0f000201"}, "no list of TLVs"},
         {{"command", "02:00:00:00:02:ff", std::string(241, 'a')}, "241 bytes; it may have 240"},

@@ -1,10 +1,7 @@
 #include "support.h"
 
-#include <net/if.h>
 #include <poll.h>
 #include <sched.h>
-#include <sys/ioctl.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -147,15 +144,6 @@ void run(const std::string& commandLine) {
     std::vector<std::string> argv{std::istream_iterator<std::string>(words), {}};
     argv[0] = plat::findProgram(argv[0]);
     EXPECT_EQ(plat::runCommand(argv, {.limit = std::chrono::seconds(10)}), 0) << commandLine;
-}
-
-std::string macOf(const std::string& ifname) {
-    const int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
-    ifreq request{};
-    plat::copyText(request.ifr_name, sizeof request.ifr_name, ifname);
-    EXPECT_EQ(::ioctl(fd, SIOCGIFHWADDR, &request), 0) << ifname;
-    ::close(fd);
-    return plat::macText(reinterpret_cast<const uint8_t*>(request.ifr_hwaddr.sa_data));
 }
 
 std::map<std::string, IntfDesc> describeAll() {

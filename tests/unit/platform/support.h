@@ -78,6 +78,3 @@ class Told {
   private:
     void note(const std::string& event) { events += (events.empty() ? "" : ", ") + event; }
 };
-
-// The MAC address that the kernel gave an interface.
-std::string macOf(const std::string& ifname);

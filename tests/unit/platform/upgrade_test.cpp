@@ -57,9 +57,6 @@ TEST(Manifest, IsTakenOnlyWithAVersionAndADigest) {
     for (const std::string& bad : {std::string(), std::string("2.0 b"), std::string("-2"),
                                    std::string("a\x1b[1m"), std::string(128, '9')})
         EXPECT_FALSE(plat::parseManifest("VERSION = " + bad + "\nSHA256 = " + digest)) << bad;
-    for (const char* name : {"", "..", "-o", "a/b", "a b", "a%2f"})
-        EXPECT_FALSE(plat::isPlainName(name)) << name;
-    EXPECT_TRUE(plat::isPlainName("fw-2.0_x86+1.bin"));
 }
 
 TEST(UpgradeRounds, OrderUntilNobodyNeedsItThenRebootThenThisDevice) {
@@ -281,10 +278,10 @@ TEST(Upgrade, OrdersThatCannotBeCarriedOutAreRefused) {
     folder.hook("log-file-fetch", "exit 0");
     order.fwOption = 5;
     EXPECT_EQ(FWCtrl(&order), 0);
-    for (const char* name : {"../../x", "-o", "a/b", ".ssh"}) {
+    for (const char* name : {"../../x", "-o", "a b", "a%2f", ".ssh"}) {
         plat::copyText(order.fileName, sizeof order.fileName, name);
         EXPECT_EQ(FWCtrl(&order), 16) << name;
         EXPECT_EQ(DownloadLogFile(name, "ftp://h/x"), 16) << name;
     }
-    EXPECT_EQ(DownloadLogFile("vm1905.log", "ftp://h/x"), 0);
+    EXPECT_EQ(DownloadLogFile("log-2.0_x86+1.bin", "ftp://h/x"), 0);
 }

@@ -5,16 +5,7 @@
 
 namespace {
 
-TEST(Frame, HeadersAndTlvsAreTheseBytes) {
-    // Meant: what is neither 0 nor 1 leaves the flags as they were.
-    const std::tuple<int, int, uint8_t> lastRelayFlags[] = {
-        {0, 0, 0}, {1, 0, 0x80}, {0, 1, 0x40}, {2, 0, 0xEE}, {0, -1, 0xEE}};
-    for (const auto& [last, relay, flags] : lastRelayFlags) {
-        Frame cmdu(8, 0xEE);
-        EXPECT_EQ(gen1905CmduHdr(0x0102, 0xF1F2, 7, last, relay, cmdu), kOk);
-        EXPECT_EQ(cmdu, hex("a000 0102 f1f2 07") + Frame{flags});
-    }
-
+TEST(Frame, TlvsAreTheseBytes) {
     Frame out(520);
     EXPECT_EQ(flatten1905Tlv({5, TlvValue(Frame(300, 1))}, out), 303U);
     EXPECT_EQ(Frame(&out[0], &out[4]), hex("05 012c 01"));

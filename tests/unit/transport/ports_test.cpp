@@ -72,11 +72,9 @@ TEST_F(Ports, RefreshAsksTheKernel) {
             EXPECT_EQ(port(name).isDown, fails ? name != "eth1" : !up) << name;
         }
     }
-    Port nameless;
-    EXPECT_EQ(refreshIntfPort(nameless), kIntfError);
 }
 
-TEST_F(Ports, AreBoundAnewAndRebuilt) {
+TEST_F(Ports, AreBoundAnewWhenABridgeTakesThem) {
     fakeNet().addPlatformIntfs();
     ASSERT_EQ(initIntfPorts(), kOk);
     LogCapture log(2);
@@ -89,16 +87,6 @@ TEST_F(Ports, AreBoundAnewAndRebuilt) {
         (void)rebindIntfPorts();
         EXPECT_EQ(occurrences(log.text(), "failed to name a (IEEE 1905.1)"), failures);
     }
-    fakeNet().intfs["eth1"] = {.up = false};
-    {
-        const PortsInUse outer;
-        {
-            const PortsInUse inner;
-            EXPECT_EQ(reinitIntfPorts(), kOk);
-        }
-        EXPECT_EQ(names(), "eth0 eth1 eth2 ") << "later";
-    }
-    EXPECT_EQ(names(), "eth0 eth1- eth2 ");
     (void)destroyIntfPorts();
     EXPECT_EQ(fakeNet().openSockets("eth0") + fakeNet().openSockets("eth0", kEtherTypeLldp), 0U);
 }

@@ -205,16 +205,8 @@ TEST_F(Receiver, OwnMessagesAndDuplicatesAreDropped) {
     EXPECT_TRUE(sent("eth1").empty());
 }
 
-TEST_F(Receiver, FragmentsAreJoined) {
-    renew(3);
-    for (unsigned i = 0; i < 3; i++) {
-        EXPECT_EQ(effects(), "");
-        EXPECT_EQ(receive("eth0", fragment(kId, i, i == 2)), kOk);
-    }
-    EXPECT_EQ(effects(), "device; ");
-    const auto& dev = getNetTopolTable()->devs.back();
-    EXPECT_EQ(std::tuple(dev.intfs.size(), dev.non1905NbrNum()), std::tuple(1U, 1U));
-
+// That they are joined is seen in a mesh.
+TEST_F(Receiver, FragmentsMustBeAskedForAndEndWell) {
     // Type, type that is asked for, result, line.
     const std::tuple<unsigned, unsigned, int, std::string> cases[] = {
         {3, 6, kOk, "this message (type = 3, ID = 4660) doesn't match query"},
