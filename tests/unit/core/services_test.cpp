@@ -1,8 +1,7 @@
-// The command line, the discovery alarm, and the coalesced rewrite of the data model.
+// The command line, and the coalesced rewrite of the data model.
 #include <iterator>
 #include <sstream>
 
-#include "core/alarm.h"
 #include "core/command_line.h"
 #include "support/device.h"
 
@@ -34,23 +33,9 @@ TEST(CommandLine, IsReadLikeThis) {
     EXPECT_EQ(parsed("-dxyz -1"), "usage");
 }
 
-int fired, written, notified;
+int written, notified;
 
 using Services = Device;
-
-TEST_F(Services, AlarmFiresOnceWhenDue) {
-    EXPECT_EQ(setDiscMsgTransAlarmHandler([] { return ++fired; }), kOk);
-    for (const auto& [earlier, last] : {std::pair{6, 60}, {60, 6}, {0, 40'000}}) {
-        fired = 0;
-        (void)setDiscMsgTransAlarm(static_cast<uint16_t>(earlier));
-        (void)setDiscMsgTransAlarm(static_cast<uint16_t>(last));
-        for (int second = 0; second <= last + 60; second++) {
-            EXPECT_EQ(fired, second > last ? 1 : 0);
-            EXPECT_EQ(checkAlarms(), kOk);
-            advance(1);
-        }
-    }
-}
 
 TEST_F(Services, BurstOfChangesGivesOneRewrite) {
     written = notified = 0;

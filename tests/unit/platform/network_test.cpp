@@ -1,6 +1,4 @@
 // The device's network as the library tells it, on real interfaces of a namespace of its own.
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <string>
@@ -197,9 +195,7 @@ TEST_F(Network, IdentityComesFromTheSystemUnlessGiven) {
         EXPECT_EQ(lanMac(), kV0);
         ip("link add br0 address 02:00:00:00:00:b0 type bridge");
         EXPECT_EQ(lanMac(), "02:00:00:00:00:b0");
-        char text[128] = "";
-        (void)::gethostname(text, sizeof text);
-        EXPECT_EQ(textOf<128>(getHostname), text);
+        char text[128];
         EXPECT_EQ(getDeviceMode(text), 16);
 
         folder_.platformConf("LAN_MAC = 02:00:00:00:00:0a\nSECURITY_KEY = s3cret\nHOSTNAME = " +

@@ -100,7 +100,7 @@ TEST(State, OfTheProductComesFromItsOwnerAndItsHooks) {
         EXPECT_EQ(setWIFICountryCode("XX"), 1);
         EXPECT_EQ(textOf<16>(getWIFICountryCode), "NO");
 
-        NetworkState states[3];
+        NetworkState states[3]{};
         const char* const names[] = {"dnsmasq", "another", "dnsmasq"};
         for (size_t i = 0; i < std::size(names); ++i) {
             ::prctl(PR_SET_NAME, names[i]);

@@ -194,10 +194,17 @@ TEST_F(Receiver, OwnMessagesAndDuplicatesAreDropped) {
             EXPECT_EQ(sent("eth1").size(), relayed) << message.type;
         }
     }
-    // A flood makes the memory forget: then nothing is relayed that might go round in circles.
+    // A full memory forgets the oldest. What displaces one that may still go round in circles is
+    // not relayed.
     renew(1);
-    for (unsigned id = 0; id < 70; id++) (void)receive("eth0", notification(kPeer, id));
-    EXPECT_EQ(sent("eth1").size(), 64U);
+    for (unsigned id = 0; id < 67; id++) {
+        if (id == 2) advance(1);
+        if (id == 64) advance(5);
+        (void)receive("eth0", notification(kPeer, id));
+    }
+    EXPECT_EQ(sent("eth1").size(), 66U) << "the last one displaces one of 5 seconds ago";
+    EXPECT_FALSE(lookupGenRecvMsg(kPeer.al, kMsgTopolDisc, 2));
+    EXPECT_TRUE(lookupGenRecvMsg(kPeer.al, kMsgTopolDisc, 3));
     advance(6);
     // Meant: discovery and notification share their identifiers.
     (void)receive("eth0", discovery(kPeer, 77));

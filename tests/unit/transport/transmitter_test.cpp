@@ -138,30 +138,6 @@ TEST_F(Transmitter, UnicastsGoToEveryInterfaceOfTheDevice) {
     EXPECT_EQ(requestSend1905UcastMsg(peer(1).al, kMsgTopolQuery, {}), kFailure);
 }
 
-TEST_F(Transmitter, MessagesAreRememberedForFiveSeconds) {
-    const MacAddr al = peer(1).al;
-    (void)initMessageTransmitter();
-    const auto forgotten = [&] {
-        std::string ids;
-        for (uint16_t id = 0; id < 66; id++) {
-            if (!lookupGenRecvMsg(al, 1, id)) ids += std::to_string(id) + " ";
-        }
-        return ids;
-    };
-    for (uint16_t id = 0; id < 64; id++) {
-        if (id == 2) advance(1);
-        EXPECT_TRUE(registerGenRecvMsg(al, 1, id));
-    }
-    EXPECT_FALSE(lookupGenRecvMsg(peer(2).al, 1, 0) || lookupGenRecvMsg(al, 0, 0));
-    advance(4);
-    EXPECT_EQ(forgotten(), "64 65 ");
-    advance(1);
-    EXPECT_EQ(forgotten(), "0 1 64 65 ") << "6 seconds";
-    // When full, the oldest gives way, of equally old ones the first.
-    for (uint16_t id = 64; id < 67; id++) EXPECT_EQ(registerGenRecvMsg(al, 1, id), id < 66);
-    EXPECT_EQ(forgotten(), "0 1 2 ");
-}
-
 TEST_F(Transmitter, ResponsesArePairedOnce) {
     EXPECT_EQ(registerQueriedMsg(peer(1).al, 2, 1), kFailure) << "no database";
     startWithNeighbour();
