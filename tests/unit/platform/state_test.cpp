@@ -33,8 +33,8 @@ TEST(State, OfTheNetworkComesFromTheKernel) {
     inOwnNetwork([] {
         ip("link add plain type veth peer name far-plain");
         ip("link add port type veth peer name far-port");
-        for (const char* name : {"plain", "far-plain", "port"})
-            ip("link set up " + std::string(name));
+        for (const std::string name : {"plain", "far-plain", "port"})
+            ip("link set " + name + " up");
         ip("addr add 192.0.2.7/24 dev plain");
         ip("addr add 2001:db8::7/64 dev plain nodad");
         IPv6Info ipv6{};
