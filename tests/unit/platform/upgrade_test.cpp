@@ -25,19 +25,24 @@ constexpr const char* kDigest = "fbff883c50bcc50dda2957efa038c9953d8e691058191a4
 }  // namespace
 
 int checkEXdeviceFWVersion(int32_t mode) {
-    return calls += "v" + std::to_string(mode), phaseOne;
+    calls += "v" + std::to_string(mode);
+    return phaseOne;
 }
 int checkEXdeviceFWStateIsReady(void) {
-    return calls += "r", phaseTwo;
+    calls += "r";
+    return phaseTwo;
 }
 int sendEXdeviceReboot(void) {
-    return calls += "R", 16;
+    calls += "R";
+    return 16;
 }
 int removeallFWupgradelist(void) {
-    return calls += "f", 0;
+    calls += "f";
+    return 0;
 }
 int rebootSystem(void) {
-    return calls += "b", 16;
+    calls += "b";
+    return 16;
 }
 
 TEST(Manifest, IsTakenOnlyWithAVersionAndADigest) {
@@ -185,10 +190,12 @@ TEST(Upgrade, AnImageIsInstalledOnlyAsItWasAnnounced) {
         EXPECT_EQ(device.fetched(url), uint32_t{PLATFORM_FW_REBOOT});
         EXPECT_EQ(installed(), "the new firmware 2.0\n");
 
-        // Corrupted, without a manifest, for another device, and what runs already.
+        // Corrupted, truncated, without a manifest, for another device, and what runs already.
         device.folder.hook("firmware-install", "echo must not run >\"$0.got\"");
-        device.folder.write("fw.bin", "the nEw firmware");
-        EXPECT_EQ(device.fetched(url), uint32_t{PLATFORM_FW_FAILED});
+        for (const char* image : {"the nEw firmware", "the new firm", ""}) {
+            device.folder.write("fw.bin", image);
+            EXPECT_EQ(device.fetched(url), uint32_t{PLATFORM_FW_FAILED}) << image;
+        }
         EXPECT_EQ(device.fetched(url + std::string("2")), uint32_t{PLATFORM_FW_FAILED});
         const FwCtrl forget{};
         EXPECT_EQ(FWCtrl(&forget), 0);
