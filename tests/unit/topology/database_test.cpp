@@ -1,5 +1,4 @@
 #include "support/device.h"
-#include "support/log_capture.h"
 #include "topology/link_metrics.h"
 
 namespace {
@@ -30,10 +29,8 @@ class Database : public Device {
 TEST_F(Database, UpdatersTellWhatChanged) {
     const uint8_t no = 0;
     const std::pair<int, int> resultAndExpected[] = {
-        {updateIntfPwrState("eth0", {}, 99, 2), kChanged},
         {updateIntfPwrState("eth9", kEth0, kMedia, 2), kNothingChanged},
         {updateIntfMediaType(kEth1, 99, 0x105, {}), kNothingChanged},
-        {updateIntfMac("eth9", kEth0, kMedia, kA), kNothingChanged},
         {setAlTableConfValue(1, 1, &no), kOk},
         {setAlTableConfValue(2, 1, &no), kFailure},
         {removeIntfNbrIntf("eth9", {}, 0, {kA}), kNoLocalIntf},
@@ -55,7 +52,6 @@ TEST_F(Database, NeighbourInterfacesAreAddedLikeThis) {
     const std::tuple<Macs, Macs, Macs> knownAddedThen[] = {
         {{}, {kA}, {kA}},
         {{kA}, {kA}, {kA}},
-        {{}, {kA, kA}, {kA, kA}},
         // Meant: the second MAC is compared with what stands at twice its place, if anything.
         {{kB}, {kA, kB}, {kB, kA, kB}},
         {{kC}, {kA, kB, kC}, {kC, kA, kC}}};
