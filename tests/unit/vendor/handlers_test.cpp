@@ -1,8 +1,6 @@
 // What a device answers to vendor messages, what it does, and what it keeps.
-#include <fstream>
 #include <set>
 
-#include "datamodel/json_data_model.h"
 #include "support/device.h"
 #include "support/fake_system.h"
 #include "support/log_capture.h"
