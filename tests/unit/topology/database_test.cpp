@@ -38,8 +38,8 @@ TEST_F(Database, UpdatersTellWhatChanged) {
         {removeIntfNbrIntf("eth0", {}, 0, {kB, peer(9).intf, kA}), kChanged},
         {updateLEDStatus("on") + updateLEDStatus("on"), kOk},
         {updateNewFWUpgradeStatus(3) + updateNewFWUpgradeStatus(3), kOk}};
-    int row = 0;
-    for (const auto& [result, expected] : resultAndExpected) EXPECT_EQ(result, expected) << row++;
+    for (const auto& row : resultAndExpected)
+        EXPECT_EQ(row.first, row.second) << "row " << &row - resultAndExpected;
     EXPECT_EQ(nbrMacs(), Macs{kC});
     EXPECT_EQ(getAlTable()->enableIntfPwrCtrlFromNbr, 0);
     EXPECT_EQ(rewrites, 2) << "at once for LED and firmware, but only for a change";
