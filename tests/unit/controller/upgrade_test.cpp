@@ -47,27 +47,18 @@ class Upgrade : public Device {
 constexpr const char* kOrder = "20:6.0.13.1.ftp://u10.rest ";
 
 TEST_F(Upgrade, OrdersFollowStateVersionAndAge) {
-    const struct {
-        uint8_t state;
-        bool isNew;
-        int mode;
-        std::string sent;
-    } cases[] = {
-        {PLATFORM_FW_IDLE, true, 1, kOrder},
-        {PLATFORM_FW_IDLE, false, 1, ""},
-        {PLATFORM_FW_FAILED, true, 4, kOrder},
-        {PLATFORM_FW_FAILED, false, 4, ""},
-        {PLATFORM_FW_FAILED, false, 2, "20:0.0.0. "},
-        {PLATFORM_FW_FAILED, true, 3, ""},
-        {PLATFORM_FW_UPGRADE, true, 1, kOrder},
-        {PLATFORM_FW_BUSY, true, 1, ""},
-        {PLATFORM_FW_REBOOT, true, 1, ""},
+    // Its version, which is 2.0.0 when there is nothing newer.
+    const std::tuple<uint8_t, const char*, int, std::string> stateVersionModeSent[] = {
+        {PLATFORM_FW_IDLE, "1.0", 1, kOrder},    {PLATFORM_FW_IDLE, "2.0.0", 1, ""},
+        {PLATFORM_FW_FAILED, "1.0", 4, kOrder},  {PLATFORM_FW_FAILED, "2.0.0", 4, ""},
+        {PLATFORM_FW_FAILED, "1.0", 3, ""},      {PLATFORM_FW_FAILED, "2.0.0", 2, "20:0.0.0. "},
+        {PLATFORM_FW_UPGRADE, "1.0", 1, kOrder}, {PLATFORM_FW_BUSY, "1.0", 1, ""},
     };
-    for (const auto& c : cases) {
+    for (const auto& [state, version, mode, sent] : stateVersionModeSent) {
         (void)removeallFWupgradelist();
-        dev().firmwareState = c.state;
-        dev().firmwareVersion = c.isNew ? "1.0" : "2.0.0";
-        EXPECT_EQ(phaseOne(c.mode), c.sent) << int(c.state) << c.isNew << c.mode;
+        dev().firmwareState = state;
+        dev().firmwareVersion = std::string_view(version);
+        EXPECT_EQ(phaseOne(mode), sent) << int(state) << " " << version << " " << mode;
     }
     // Only one version of the component takes the form with the file name.
     dev().firmwareState = PLATFORM_FW_IDLE;
