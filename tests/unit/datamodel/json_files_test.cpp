@@ -1,10 +1,8 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -162,19 +160,6 @@ TEST_F(DataModelFiles, AreOverwrittenWhole) {
     EXPECT_EQ(read("vm1905_APautoconfig.json"),
               renderJsonAPautoconfig(getAlTable(), getNetTopolTable()));
     EXPECT_EQ(read("vm1905_log.json"), renderJsonvm1905log(getNetTopolTable()));
-}
-
-TEST_F(DataModelFiles, AFullDiskIsReported) {
-    LogCapture log(1);
-    rlimit before{};
-    getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit full{100, before.rlim_max};
-    const auto handler = signal(SIGXFSZ, SIG_IGN);
-    setrlimit(RLIMIT_FSIZE, &full);
-    EXPECT_EQ(writeJsonDataModel(), kOk);
-    setrlimit(RLIMIT_FSIZE, &before);
-    signal(SIGXFSZ, handler);
-    EXPECT_EQ(occurrences(log.finish(), "failed to write"), 1u);
 }
 
 // Others may write into the folder, too.
