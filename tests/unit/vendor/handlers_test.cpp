@@ -97,17 +97,18 @@ TEST_F(Vendor, InterfacePowerControl) {
 }
 
 TEST_F(Vendor, RequestsReachThePlatformAndTheirResultIsAnswered) {
-    const Frame mac = bytesOf(kStation);
-    const std::string own = "021905000001";
+    const Frame mac = bytesOf(kStation), steering = kOwn + mac + mac + hex("51 06 01 0064");
+    const std::string own = print(kOwn);
     fakePlatform().wifiStateSync = "state";
     fakePlatform().wifiChannelSync = "channels";
     fakePlatform().results = {{"setSystemvalue", 5}, {"DownloadLogFile", 16}};
     fakePlatform().beaconReports = {{kStation, {1, 2, 3}}};
+    const std::string success = print(textBytes("success"));
     const struct {
         unsigned type;
         Frame payload;
         uint8_t role;
-        std::string answer, calls;
+        std::string answer, call;
     } cases[] = {
         {8, kOwn, 0, "9:00", ""},
         {10, hex("01 02") + textBytes("u") + hex("00000001 00000002") + mac, 0, "26:" + own + "00",
@@ -115,7 +116,7 @@ TEST_F(Vendor, RequestsReachThePlatformAndTheirResultIsAnswered) {
         {13, mac, 0, "14:" + own + "00057374617465", ""},
         {13, mac, 1, "", ""},
         {14, mac + textBytes("x"), 0, "", ""},
-        {14, mac + textBytes("x"), 1, "15:" + own + "000773756363657373", "parseWIFIStateSyncdata"},
+        {14, mac + textBytes("x"), 1, "15:" + own + success, "parseWIFIStateSyncdata"},
         {16, kOwn + hex("05"), 1, "17:00", "setWPSConfig 1 0 1; setAPautoconfig 1"},
         {18, kOwn + hex("03"), 0, "19:00", "setAPSteering 3"},
         {20, hex("06 0004 01") + Frame{'u', 'r', 'l'}, 0, "", ""},
@@ -125,31 +126,21 @@ TEST_F(Vendor, RequestsReachThePlatformAndTheirResultIsAnswered) {
         {28, kOwn, 0, "29:" + own + "00076c6f672e74677a0010" + "6674703a2f2f3139322e302e322e312f",
          "getResponseLogFile"},
         {29, mac + textBytes("a") + textBytes("b"), 0, "30:" + own + "10", "DownloadLogFile a b"},
-        {33, kOwn + hex("09"), 0, "35:00",
-         "outputlogData [LEDCtrl] get LED (9) from (02:ee:00:00:00:01); setLEDvalue 9"},
-        {34, kOwn + hex("09"), 0, "35:00",
-         "outputlogData [LEDCtrl] get LED (9) from (02:ee:00:00:00:01); setLEDvalue 9"},
+        {33, kOwn + hex("09"), 0, "35:00", "setLEDvalue 9"},
+        {34, kOwn + hex("09"), 0, "35:00", "setLEDvalue 9"},
         {37, mac, 0, "38:" + own + "01", ""},
         {39, mac, 0, "40:" + own + "00086368616e6e656c73", ""},
-        {40, mac + textBytes("x"), 1, "41:" + own + "000773756363657373",
-         "parseWIFIChannelSyncData"},
-        {49, kOwn + hex("0007") + textBytes("do it"), 0, "50:000700",
-         "outputlogData [NetworkCtrl] get Network control (7,\"do it\") from (02:ee:00:00:00:01); "
-         "setNetworkCtrl 7 do it"},
+        {40, mac + textBytes("x"), 1, "41:" + own + success, "parseWIFIChannelSyncData"},
+        {49, kOwn + hex("0007") + textBytes("do it"), 0, "50:000700", "setNetworkCtrl 7 do it"},
         {56, mac + textBytes("conf"), 0, "", "setExtenderConfig 02:ee:00:00:00:01 conf"},
-        {56, mac + textBytes(""), 0, "", ""},
         {53, kOwn + textBytes("DE"), 0, "54:00", "setWIFICountryCode DE"},
-        {64, kOwn + mac + mac + hex("51 06 01 0064") + textBytes(""), 0,
-         "65:0000" + print(mac) + "0000", "sendBcnRptReq"},
-        {66, kOwn + mac + mac + hex("51 06 01 0064") + textBytes(""), 0,
-         "67:0100" + print(mac) + "0003010203", ""},
-        {68, kOwn + mac + mac + hex("51 06 01 0064"), 0, "69:00", "sendBTMReq"},
+        {64, steering + textBytes(""), 0, "65:0000" + print(mac) + "0000", "sendBcnRptReq"},
+        {66, steering + textBytes(""), 0, "67:0100" + print(mac) + "0003010203", ""},
+        {68, steering, 0, "69:00", "sendBTMReq"},
         {70, kOwn + hex("00") + mac, 0, "71:0000", "addToBlacklist 02:57:a0"},
         {72, kOwn + hex("01") + mac, 0, "71:0100", "delFromBlacklist 02:57:a0"},
-        {74, kOwn + hex("02"), 0, "76:05",
-         "outputlogData [SystemCtrl] get System (2) from (02:ee:00:00:00:01); setSystemvalue 2"},
-        {75, kOwn + hex("02"), 0, "76:05",
-         "outputlogData [SystemCtrl] get System (2) from (02:ee:00:00:00:01); setSystemvalue 2"},
+        {74, kOwn + hex("02"), 0, "76:05", "setSystemvalue 2"},
+        {75, kOwn + hex("02"), 0, "76:05", "setSystemvalue 2"},
         {44, mac + hex("0002 01 aabb"), 0, "", "SecurityCtrl_parseM1"},
         {44, mac + hex("0002 02 aabb"), 0, "", "SecurityCtrl_parseM2"},
     };
@@ -157,7 +148,8 @@ TEST_F(Vendor, RequestsReachThePlatformAndTheirResultIsAnswered) {
         fakePlatform().wps.deviceType = c.role;
         EXPECT_EQ(ask(c.type, c.payload), c.answer) << c.type;
         const std::string told = calls();
-        EXPECT_EQ(told.substr(0, c.calls.empty() ? told.npos : c.calls.size()), c.calls) << c.type;
+        EXPECT_TRUE(c.call.empty() ? told.empty() : told.find(c.call) != told.npos)
+            << c.type << " " << told;
     }
     fakePlatform().notApproved = {kPeer.al};
     EXPECT_EQ(ask(39, mac), "");
@@ -181,30 +173,26 @@ TEST_F(Vendor, RefusedOnArrival) {
 // Every order that can be spelt, and what the words may do.
 TEST_F(Vendor, RemoteCommands) {
     const std::string al = "02:19:05:00:00:01 ";
-    const struct {
-        std::string line, answer, calls;
-        int reboots;
-    } cases[] = {
-        {"2 " + al, "32:00", "", 1},
-        {"2 02:ee:00:00:00:01", "32:07", "", 0},
-        {"2", "32:07", "", 0},
+    const std::tuple<std::string, std::string, std::string> lineAnswerDone[] = {
+        {"2 " + al, "32:00", "reboot; "},
+        {"2 02:ee:00:00:00:01", "32:07", ""},
+        {"2", "32:07", ""},
         {"3 " + al + "02:19:05:00:01:01 1 0", "32:00",
-         "setIntfPwrStateById 02:19:05:00:01:01 1 0; ", 0},
-        {"3 " + al + "02:19:05:00:01:01 1 7", "32:10", "", 0},
-        {"3 " + al + "0", "32:00", "", 0},
-        {"7 " + al + "1", "32:00", "setWPSConfig 1 0 0; setAPautoconfig 1; ", 0},
-        {"8 " + al + "4", "32:00", "setAPSteering 4; ", 0},
-        {"9 " + al + "6 1 http://x/$(reboot)", "32:00", "FWCtrl 6 1 http://x/$(reboot) ; ", 0},
-        {"10 " + al, "32:00", "resetToDefault; ", 0},
-        {"5 " + al, "", "", 0},
-        {"", "", "", 0},
+         "setIntfPwrStateById 02:19:05:00:01:01 1 0; "},
+        {"3 " + al + "02:19:05:00:01:01 1 7", "32:10", ""},
+        {"3 " + al + "0", "32:00", ""},
+        {"7 " + al + "1", "32:00", "setWPSConfig 1 0 0; setAPautoconfig 1; "},
+        {"8 " + al + "4", "32:00", "setAPSteering 4; "},
+        {"9 " + al + "6 1 http://x/$(reboot)", "32:00", "FWCtrl 6 1 http://x/$(reboot) ; "},
+        {"10 " + al, "32:00", "resetToDefault; "},
+        {"5 " + al, "", ""},
+        {"", "", ""},
     };
     fakePlatform().wps.deviceType = 1;
-    for (const auto& c : cases) {
-        fakeSystem().reboots = 0;
-        EXPECT_EQ(ask(25, be16(1) + textBytes(c.line)), c.answer) << c.line;
-        EXPECT_EQ(calls(), c.calls) << c.line;
-        EXPECT_EQ(fakeSystem().reboots, c.reboots) << c.line;
+    fakeSystem().onReboot = [] { fakePlatform().calls.push_back("reboot"); };
+    for (const auto& [line, answer, done] : lineAnswerDone) {
+        EXPECT_EQ(ask(25, be16(1) + textBytes(line)), answer) << line;
+        EXPECT_EQ(calls(), done) << line;
     }
     // More interfaces than a message may have, and a token longer than its buffer.
     std::string many = "3 " + al;
@@ -241,16 +229,15 @@ TEST_F(Vendor, AnswersFillTheRecordOfTheirSender) {
 }
 
 TEST_F(Vendor, StationsComeAndGo) {
-    const auto chunk = [](const std::string& mac, const std::string& tx) {
-        const std::string record = "{0=" + mac + ",1=0105,2=866,3=-40,4=55,5=" + tx +
-                                   ",6=r,7=Main_5GH,8=00:00:00:00:00:00}";
-        char head[4];
-        snprintf(head, sizeof head, "%03zu", record.size());
-        return head + record;
+    const auto record = [](const std::string& mac, const std::string& tx) {
+        const std::string text = "{0=" + mac + ",1=0105,2=866,3=-40,4=55,5=" + tx +
+                                 ",6=r,7=Main_5GH,8=00:00:00:00:00:00}";
+        return "0" + std::to_string(text.size()) + text;
     };
-    const Frame al = bytesOf(kPeer.al);
-    (void)ask(36,
-              al + textBytes(chunk("02:57:a0:00:00:01", "a,b") + chunk("02:57:a0:00:00:02", "")));
+    const auto report = [&](const std::string& records) {
+        (void)ask(36, bytesOf(kPeer.al) + textBytes(records));
+    };
+    report(record("02:57:a0:00:00:01", "a,b") + record("02:57:a0:00:00:02", ""));
     ASSERT_EQ(dev().wifiClients.size(), 2U);
     EXPECT_EQ(dev().wifiClients[0].tx, "a,b");
     EXPECT_EQ(dev().wifiClients[0].mediaType, 0x105U);
@@ -259,11 +246,9 @@ TEST_F(Vendor, StationsComeAndGo) {
     EXPECT_EQ(dev().wifiClients[0].rate, 100);
     EXPECT_EQ(dev().wifiClients[0].tx, "a,b") << "what the message does not carry";
     advance(40);
-    (void)ask(36, al + textBytes(chunk("02:57:a0:00:00:02", "x")));
-    ASSERT_EQ(dev().wifiClients.size(), 1U);
-    for (const char* odd : {"", "0", "005{0=", "999{}", "004{0=}", "-01x", "003{}}"}) {
-        (void)ask(36, al + textBytes(odd));
-    }
+    report(record("02:57:a0:00:00:02", "x"));
+    EXPECT_EQ(dev().wifiClients.size(), 1U);
+    for (const char* odd : {"", "0", "005{0=", "999{}", "004{0=}", "-01x", "003{}}"}) report(odd);
     EXPECT_EQ(dev().wifiClients.size(), 1U);
 }
 
@@ -287,21 +272,18 @@ TEST_F(Vendor, OrdersAreLoggedInTwoAlternatingFiles) {
     (void)ask(22, kOwn);
     EXPECT_TRUE(fakeSystem().commands.empty());
     (void)setEnableLogOption(1);
-    std::string seen;
-    for (const int index : {1, 2, 10, 11, 20}) {
+    for (const auto& [index, file, next] : {std::tuple{1, " > /etc/vm1905/vm1905.log0", 2},
+                                            {10, " >> /etc/vm1905/vm1905.log0", 11},
+                                            {11, " > /etc/vm1905/vm1905.log1", 12},
+                                            {20, " >> /etc/vm1905/vm1905.log1", 1}}) {
         (void)setLogIndexOption(static_cast<uint8_t>(index));
         (void)ask(22, kOwn);
-        const std::string& command = fakeSystem().commands.back();
-        seen += command.substr(6, command.find(':') - 6) + command.substr(command.find(" >")) +
-                " " + std::to_string(getLogIndexOption()) + "\n";
+        const std::string& line = fakeSystem().commands.back();
+        EXPECT_TRUE(line.starts_with("echo \"" + std::to_string(index) +
+                                     ": type=0x0016, from: 02:ee:00:00:00:01/02:ee:00:01:00:01"));
+        EXPECT_TRUE(line.ends_with(file)) << line;
+        EXPECT_EQ(getLogIndexOption(), next);
     }
-    EXPECT_EQ(seen,
-              "1 > /etc/vm1905/vm1905.log0 2\n2 >> /etc/vm1905/vm1905.log0 3\n"
-              "10 >> /etc/vm1905/vm1905.log0 11\n11 > /etc/vm1905/vm1905.log1 12\n"
-              "20 >> /etc/vm1905/vm1905.log1 1\n");
-    const std::string& line = fakeSystem().commands.front();
-    EXPECT_EQ(line.substr(0, line.find(" time")),
-              "echo \"1: type=0x0016, from: 02:ee:00:00:00:01/02:ee:00:01:00:01");
 }
 
 }  // namespace
