@@ -212,12 +212,6 @@ TEST_F(Vendor, AnswersFillTheRecordOfTheirSender) {
     (void)ask(1, bytesOf(kPeer.al) + hex("01") + item(26, "\"a:1\",2"));
     EXPECT_EQ(dev().info.ethernetPortState, "\"a:1\",2");
     EXPECT_TRUE(dev().hostname.empty()) << "the sender has none any more";
-    (void)ask(52, bytesOf(kPeer.al) + hex("02") + item(101, "fd00::1") + item(102, "fd00::2"));
-    EXPECT_EQ(dev().info.ipv6, (std::vector<std::string>{"fd00::1", "fd00::2"}));
-    (void)ask(3, bytesOf(kPeer.al) + hex("01") + bytesOf(kPeer.intf) + be16(kMedia) + hex("02"));
-    (void)ask(27, bytesOf(kPeer.al) + hex("01") + bytesOf(kPeer.intf) + textBytes("wlan7"));
-    EXPECT_EQ(dev().intfs.at(0).pwrState, 2);
-    EXPECT_EQ(dev().intfs.at(0).name, "wlan7");
     (void)ask(38, bytesOf(kPeer.al) + hex("05"));
     EXPECT_EQ(dev().firmwareState, 5);
     (void)ask(31, bytesOf(kPeer.al) + hex("20"));
