@@ -34,7 +34,8 @@ TEST(ProtocolPage, PageAndDissectorHaveTheTypesAndItemsOfTheDaemon) {
     EXPECT_EQ(section("vendor-protocol.md", "types"), page);
     EXPECT_EQ(section("wireshark/vm1905.lua", "types"), dissector);
 
-    page = "| item | bytes | member |\n|---|---|---|\n", dissector = "";
+    page = "| item | bytes | member |\n|---|---|---|\n";
+    dissector.clear();
     for (const auto& item : confItems()) {
         const std::string number = std::to_string(item.type), name = item.name;
         page += "| " + number + " | " + item.width + " | `" + name + "` |\n";
