@@ -317,18 +317,22 @@ TEST_F(Service, AnyIdAndAnyBytes) {
     startWithPeer();
     LogCapture quiet(0);
     std::mt19937 random(1905);
+    const auto post = [](unsigned servId, const Frame& payload, int pid) {
+        postRequest(servId, payload, pid);
+        ASSERT_EQ(runServiceMonitor(), kOk);
+        ASSERT_EQ(flagOf(getServReqShm()), 1) << servId;
+        flagOf(getServRespShm()) = 1;
+        drop();
+    };
+    for (unsigned servId = 0; servId < 65536; servId++) post(servId, {}, 0);
     for (int i = 0; i < 100'000; i++) {
         Frame payload(random() % 250);
         for (auto& byte : payload) byte = static_cast<uint8_t>(random());
         // Every other one means a device that is there.
         if (i % 2 == 0) payload = bytesOf(kPeer.al) + payload;
         payload.resize(std::min<size_t>(payload.size(), 249));
-        postRequest(static_cast<unsigned>(random() % 220), payload,
-                    static_cast<int>(random() | 0x80000000));
-        ASSERT_EQ(runServiceMonitor(), kOk);
-        ASSERT_EQ(flagOf(getServReqShm()), 1);
-        flagOf(getServRespShm()) = 1;
-        drop();
+        const int pid = static_cast<int>(random() | 0x80000000);
+        post(static_cast<unsigned>(random() % 220), payload, pid);
     }
     EXPECT_EQ(ask(0).substr(0, 2), "1:");
 }
