@@ -66,8 +66,7 @@ void redirectOutput() {
 void bring(const SiteIntf& intf) {
     fakePlatform().intfs.push_back({.name = intf.name, .mac = intf.mac});
     fakePlatform().brdgTuples.at(0).push_back(intf.mac);
-    FakeNetIntf& kernel = fakeNet().addIntf(intf.name, intf.ifIndex);
-    kernel.cable1905 = kernel.cableLldp = intf.cable;
+    fakeNet().addIntf(intf.name, intf.ifIndex).cable = intf.cable;
 }
 
 int reportEvents() {

@@ -1,57 +1,128 @@
 #include "support/fake_platform.h"
 
-#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <type_traits>
+#include <utility>
 
-#include "support/fake_platform_parts.h"
-
-using namespace fake;
+#include "core/result.h"
+#include "support/frames.h"
 
 namespace {
 
-// A copy that the daemon frees with free().
-uint8_t* mallocCopy(const void* bytes, size_t size) {
-    if (size == 0) return nullptr;
-    auto* copy = static_cast<uint8_t*>(malloc(size));
+// What the daemon frees with free().
+uint8_t* mallocCopy(const Frame& bytes) {
+    if (bytes.empty()) return nullptr;
+    auto* copy = static_cast<uint8_t*>(malloc(bytes.size()));
     if (copy == nullptr) abort();
-    std::memcpy(copy, bytes, size);
+    std::memcpy(copy, bytes.data(), bytes.size());
     return copy;
 }
-
 uint8_t* mallocMacs(const std::vector<MacAddr>& macs) {
-    std::vector<uint8_t> packed;
+    Frame packed;
     for (const auto& mac : macs) packed.insert(packed.end(), mac.b.begin(), mac.b.end());
-    return mallocCopy(packed.data(), packed.size());
+    return mallocCopy(packed);
 }
 
-template <size_t N>
-void copyMac(uint8_t (&out)[N], const MacAddr& mac) {
-    static_assert(N == 6);
-    mac.copyTo(out);
-}
-
-IntfDesc* describe(const std::vector<FakeIntf>& intfs) {
-    IntfDesc* head = nullptr;
-    IntfDesc** tail = &head;
-    for (const auto& intf : intfs) {
-        IntfDesc* desc = append(tail);
-        std::memcpy(desc->name, intf.name.data(), std::min<size_t>(intf.name.size(), 15));
-        copyMac(desc->mac, intf.mac);
-        desc->pwrState = intf.pwrState;
-        desc->operStatus = intf.operStatus;
-        desc->mediaType = intf.mediaType;
-        desc->mediaInfoLen = static_cast<uint8_t>(intf.mediaInfo.size());
-        desc->mediaInfo = mallocCopy(intf.mediaInfo.data(), intf.mediaInfo.size());
-        std::copy(intf.oui.begin(), intf.oui.end(), desc->oui);
-        desc->vendInfoLen = static_cast<uint32_t>(intf.vendInfo.size());
-        desc->vendInfo = mallocCopy(intf.vendInfo.data(), intf.vendInfo.size());
-        desc->nbrNum = static_cast<uint16_t>(intf.nbrs.size());
-        desc->nbrMacs = mallocMacs(intf.nbrs);
+// A list of records that fill makes of the items.
+template <typename Record, typename Item, typename Fill>
+Record* mallocList(const std::vector<Item>& items, const Fill& fill) {
+    Record* head = nullptr;
+    for (auto item = items.rbegin(); item != items.rend(); ++item) {
+        auto* record = static_cast<Record*>(calloc(1, sizeof(Record)));
+        if (record == nullptr) abort();
+        fill(*record, *item);
+        record->next = std::exchange(head, record);
     }
     return head;
 }
+constexpr auto kCopied = [](auto& record, const auto& item) { record = item; };
+
+IntfDescList describe(const std::vector<FakeIntf>& intfs) {
+    const auto fill = [](IntfDesc& desc, const FakeIntf& intf) {
+        std::memcpy(desc.name, intf.name.data(), std::min<size_t>(intf.name.size(), 15));
+        intf.mac.copyTo(desc.mac);
+        desc.pwrState = intf.pwrState;
+        desc.operStatus = PLATFORM_OPER_UP;
+        desc.mediaType = intf.mediaType;
+        desc.mediaInfoLen = static_cast<uint8_t>(intf.mediaInfo.size());
+        desc.mediaInfo = mallocCopy(intf.mediaInfo);
+        std::copy(intf.oui.begin(), intf.oui.end(), desc.oui);
+        desc.vendInfoLen = static_cast<uint32_t>(intf.vendInfo.size());
+        desc.vendInfo = mallocCopy(intf.vendInfo);
+        desc.nbrNum = static_cast<uint16_t>(intf.nbrs.size());
+        desc.nbrMacs = mallocMacs(intf.nbrs);
+    };
+    return {static_cast<uint8_t>(intfs.size()), mallocList<IntfDesc>(intfs, fill)};
+}
+
+BrdgDescList describeBridges(const std::vector<std::vector<MacAddr>>& tuples) {
+    const auto fill = [](BrdgDesc& desc, const std::vector<MacAddr>& macs) {
+        desc.macNum = static_cast<uint32_t>(macs.size());
+        desc.macs = mallocMacs(macs);
+    };
+    return {static_cast<uint8_t>(tuples.size()), mallocList<BrdgDesc>(tuples, fill)};
+}
+
+std::string shown(const uint8_t* mac) {
+    return macText(MacAddr(mac));
+}
+template <typename T>
+std::string shown(const T& value) {
+    if constexpr (std::is_arithmetic_v<T>) {
+        return std::to_string(value);
+    } else {
+        return value;
+    }
+}
+
+int resultOf(const char* function) {
+    const FakePlatform& p = fakePlatform();
+    if (p.fail.empty() && p.results.empty()) return kOk;
+    if (p.fail.contains(function)) return kFailure;
+    const auto it = p.results.find(function);
+    return it == p.results.end() ? kOk : it->second;
+}
+
+// Records an action and tells its scripted result.
+template <typename... Args>
+int act(const char* function, const Args&... args) {
+    std::string call = function;
+    ((call += ' ' + shown(args)), ...);
+    fakePlatform().calls.push_back(std::move(call));
+    if (fakePlatform().onAction) fakePlatform().onAction();
+    return resultOf(function);
+}
 
 }  // namespace
+
+// An action that is nothing but recorded: its parameters, and which of them are shown.
+#define ACTS(function, parameters, ...)                   \
+    int function parameters {                             \
+        return act(#function __VA_OPT__(, ) __VA_ARGS__); \
+    }
+
+// Questions; p is the platform.
+#define ANSWERS_TEXT(function, size, answer)                       \
+    int function(char text[size]) {                                \
+        [[maybe_unused]] const FakePlatform& p = fakePlatform();   \
+        if (const int result = resultOf(#function)) return result; \
+        snprintf(text, size, "%s", std::string(answer).c_str());   \
+        return kOk;                                                \
+    }
+#define ANSWERS(function, type, ...)                               \
+    int function(type* out) {                                      \
+        [[maybe_unused]] const FakePlatform& p = fakePlatform();   \
+        if (const int result = resultOf(#function)) return result; \
+        *out = __VA_ARGS__;                                        \
+        return kOk;                                                \
+    }
+#define TELLS(function, answer)                 \
+    int function() {                            \
+        const FakePlatform& p = fakePlatform(); \
+        return answer;                          \
+    }
 
 FakePlatform& fakePlatform() {
     static FakePlatform platform;
@@ -60,32 +131,23 @@ FakePlatform& fakePlatform() {
 
 uint32_t FakePlatform::raiseNetStatus(uint32_t eventId, const void* info) const {
     uint32_t result = 0xFFFF;
-    if (netStatusCallback != nullptr) netStatusCallback(eventId, info, &result);
+    netStatusCallback(eventId, info, &result);
     return result;
 }
 
 uint32_t FakePlatform::raiseServReq(uint32_t servId, void* info) const {
     uint32_t result = 0xFFFF;
-    if (servReqCallback != nullptr) servReqCallback(servId, info, &result);
+    servReqCallback(servId, info, &result);
     return result;
 }
 
-bool FakePlatform::called(const std::string& beginning) const {
-    return std::any_of(calls.begin(), calls.end(),
-                       [&](const auto& call) { return call.starts_with(beginning); });
-}
-
-FakeIntfDescs::FakeIntfDescs(const std::vector<FakeIntf>& intfs)
-    : head_(describe(intfs)), num_(static_cast<uint8_t>(intfs.size())) {}
+FakeIntfDescs::FakeIntfDescs(const std::vector<FakeIntf>& intfs) : list_(describe(intfs)) {}
 
 FakeIntfDescs::~FakeIntfDescs() {
-    while (head_ != nullptr) {
-        IntfDesc* next = head_->next;
-        free(head_->mediaInfo);
-        free(head_->vendInfo);
-        free(head_->nbrMacs);
-        free(head_);
-        head_ = next;
+    while (list_.head != nullptr) {
+        IntfDesc* desc = std::exchange(list_.head, list_.head->next);
+        for (void* part : {desc->mediaInfo, desc->vendInfo, desc->nbrMacs}) free(part);
+        free(desc);
     }
 }
 
@@ -103,89 +165,48 @@ ACTS(outputlogData, (const char* line), line)
 
 int setNetStatusEventCallbackFunc(NetStatusEventCallback callback) {
     fakePlatform().netStatusCallback = callback;
-    return resultOf("setNetStatusEventCallbackFunc");
+    return kOk;
 }
 int setServReqCallbackFunc(ServReqCallback callback) {
     fakePlatform().servReqCallback = callback;
-    return resultOf("setServReqCallbackFunc");
+    return kOk;
 }
 
 // Descriptions.
 
 int getAlDesc(AlDesc* desc) {
-    if (const int result = resultOf("getAlDesc")) return result;
-    const FakePlatform& p = fakePlatform();
-    copyMac(desc->alMac, p.alMac);
-    desc->vendInfoLen = static_cast<uint32_t>(p.vendInfo.size());
-    desc->vendInfo = mallocCopy(p.vendInfo.data(), p.vendInfo.size());
+    *desc = {};
+    fakePlatform().alMac.copyTo(desc->alMac);
     return kOk;
 }
-
-int getIntfDesc(IntfDescList* list) {
-    if (const int result = resultOf("getIntfDesc")) return result;
-    list->intfNum = static_cast<uint8_t>(fakePlatform().intfs.size());
-    list->head = describe(fakePlatform().intfs);
-    return kOk;
-}
-
-int getIntfmatchNum(uint8_t* num) {
-    if (const int result = resultOf("getIntfmatchNum")) return result;
-    *num = static_cast<uint8_t>(fakePlatform().intfs.size());
-    return kOk;
-}
-
-int getBrdgCapability(BrdgDescList* list) {
-    if (const int result = resultOf("getBrdgCapability")) return result;
-    list->tupleNum = static_cast<uint8_t>(fakePlatform().brdgTuples.size());
-    list->head = nullptr;
-    BrdgDesc** tail = &list->head;
-    for (const auto& tuple : fakePlatform().brdgTuples) {
-        BrdgDesc* desc = append(tail);
-        desc->macNum = static_cast<uint32_t>(tuple.size());
-        desc->macs = mallocMacs(tuple);
-    }
-    return kOk;
-}
-
-int getSecurityConfig(SecurityDesc* desc) {
-    if (const int result = resultOf("getSecurityConfig")) return result;
-    const FakePlatform& p = fakePlatform();
-    desc->mode = p.securityMode;
-    desc->len = static_cast<uint16_t>(p.security.size());
-    desc->value = mallocCopy(p.security.data(), p.security.size());
-    return kOk;
-}
+ANSWERS(getIntfDesc, IntfDescList, describe(p.intfs))
+ANSWERS(getIntfmatchNum, uint8_t, static_cast<uint8_t>(p.intfs.size()))
+ANSWERS(getBrdgCapability, BrdgDescList, describeBridges(p.brdgTuples))
+ANSWERS(getSecurityConfig, SecurityDesc,
+        {p.securityMode, static_cast<uint16_t>(p.security.size()), mallocCopy(p.security)})
 
 int getLinkMetricList(const uint8_t* intfMac, uint32_t mediaType, LinkDescList* list) {
-    FakePlatform& p = fakePlatform();
-    p.linkMetricCalls++;
+    fakePlatform().linkMetricCalls++;
     if (const int result = resultOf("getLinkMetricList")) return result;
-    const auto intf = std::find_if(p.intfs.begin(), p.intfs.end(), [&](const FakeIntf& i) {
-        return i.mac == MacAddr(intfMac) && i.mediaType == mediaType;
-    });
-    if (intf == p.intfs.end()) return kFailure;
-    list->linkNum = static_cast<uint16_t>(intf->links.size());
-    list->head = nullptr;
-    LinkDesc** tail = &list->head;
-    for (const auto& link : intf->links) {
-        LinkDesc* desc = append(tail);
-        *desc = link;
-        desc->next = nullptr;
+    for (const auto& intf : fakePlatform().intfs) {
+        if (intf.mac != MacAddr(intfMac) || intf.mediaType != mediaType) continue;
+        const auto num = static_cast<uint16_t>(intf.links.size());
+        *list = {num, mallocList<LinkDesc>(intf.links, kCopied)};
+        return kOk;
     }
-    return kOk;
+    return kFailure;
 }
 
 int getDeviceSendMsgEnable(const char* intfName) {
-    return fakePlatform().excludedIntfs.contains(intfName) ? 1 : resultOf("getDeviceSendMsgEnable");
+    return fakePlatform().excludedIntfs.contains(intfName);
 }
 
-ANSWERS_TEXT(getFirmwareVersion, 128, firmwareVersion)
-ANSWERS_TEXT(getHostname, 128, hostname)
-ANSWERS_TEXT(getBuildNumber, 32, buildNumber)
-ANSWERS_TEXT(getDeviceMode, 32, deviceMode)
+ANSWERS_TEXT(getFirmwareVersion, 128, "1.0.0")
+ANSWERS_TEXT(getHostname, 128, p.hostname)
+ANSWERS_TEXT(getBuildNumber, 32, "42")
+ANSWERS_TEXT(getDeviceMode, 32, "router")
 int getDeviceLANMac(uint8_t mac[PLATFORM_MAC_LEN]) {
-    if (const int result = resultOf("getDeviceLANMac")) return result;
-    fakePlatform().lanMac.copyTo(mac);
+    MacAddr(0x02, 0x19, 0x05, 0x00, 0x00, 0xAA).copyTo(mac);
     return kOk;
 }
 
@@ -205,74 +226,45 @@ int notifyPBEventMsgReceived(const PbEvent* msg) {
         mediaTypes += (i == 0 ? "" : ",") + std::to_string(msg->mediaTypes[i].mediaType) + "/" +
                       std::to_string(msg->mediaTypes[i].infoLen);
     }
-    return act("notifyPBEventMsgReceived", MacAddr(msg->alMac), msg->msgId, mediaTypes);
+    return act("notifyPBEventMsgReceived", msg->alMac, msg->msgId, mediaTypes);
 }
 ACTS(notifyPBJoinMsgReceived, (const PbJoin* msg), msg->alMac, msg->msgId, msg->txIntfMac,
      msg->newDevIntfMac)
 
 int setWPSConfig(int32_t deviceType, int32_t sendSearch, int32_t sendResponse) {
-    const int result = act("setWPSConfig", deviceType, sendSearch, sendResponse);
-    if (result == kOk) {
-        fakePlatform().wps = {static_cast<uint8_t>(deviceType), static_cast<uint8_t>(sendSearch),
-                              static_cast<uint8_t>(sendResponse)};
-    }
-    return result;
+    fakePlatform().wps = {static_cast<uint8_t>(deviceType), static_cast<uint8_t>(sendSearch),
+                          static_cast<uint8_t>(sendResponse)};
+    return act("setWPSConfig", deviceType, sendSearch, sendResponse);
 }
-ANSWERS(getWPSConfig, WpsConfig, wps)
+ANSWERS(getWPSConfig, WpsConfig, p.wps)
 ACTS(setWPSConfigChangetimeout,
      (int32_t deviceType, int32_t sendSearch, int32_t sendResponse, int32_t timeout), deviceType,
      sendSearch, sendResponse, timeout)
-int setWPSConfByBand(const char* band, int32_t sendSearch, int32_t sendResponse) {
-    const int result = act("setWPSConfByBand", band, sendSearch, sendResponse);
-    if (result != kOk) return result;
-    for (auto& [number, config] : fakePlatform().wpsBands) {
-        if (std::strcmp(band, "All") == 0 || std::to_string(number) == band) {
-            config = {static_cast<uint8_t>(sendSearch), static_cast<uint8_t>(sendResponse)};
-        }
-    }
-    return kOk;
-}
+ACTS(setWPSConfByBand, (const char* band, int32_t sendSearch, int32_t sendResponse), band,
+     sendSearch, sendResponse)
 int getWPSConfByBand(uint8_t band, WpsBandConfig* config) {
-    if (const int result = resultOf("getWPSConfByBand")) return result;
-    const auto it = fakePlatform().wpsBands.find(band);
-    if (it == fakePlatform().wpsBands.end()) return kFailure;
-    *config = it->second;
+    *config = fakePlatform().wpsBands[band];
     return kOk;
 }
 int getWPSSyncListByMac(WpsSyncRecord* record) {
-    if (const int result = resultOf("getWPSSyncListByMac")) return result;
     const auto it = fakePlatform().wpsSyncList.find(MacAddr(record->mac));
     if (it == fakePlatform().wpsSyncList.end()) return kFailure;
     std::copy(it->second.begin(), it->second.end(), record->value);
     return kOk;
 }
 int getWPSSyncListByBand(WpsSyncRecord* record) {
-    if (const int result = resultOf("getWPSSyncListByBand")) return result;
-    if (record->selector > 1) return kFailure;
-    copyMac(record->mac, fakePlatform().wpsSyncMac.at(record->selector));
+    fakePlatform().wpsSyncMac.at(record->selector).copyTo(record->mac);
     return kOk;
 }
-ANSWERS(getAPautoconfig, uint8_t, apAutoconfig)
-int setAPautoconfig(uint8_t setting) {
-    const int result = act("setAPautoconfig", setting);
-    if (result == kOk) fakePlatform().apAutoconfig = setting;
-    return result;
-}
+ANSWERS(getAPautoconfig, uint8_t, 0)
+ACTS(setAPautoconfig, (uint8_t setting), setting)
 ACTS(setAPautoconfigFlag, (const uint8_t* alMac, uint8_t band), alMac, band)
-int setWiFiReloadFlag(int32_t deviceType, int32_t reload) {
-    const int result = act("setWiFiReloadFlag", deviceType, reload);
-    if (result == kOk) fakePlatform().wifiReload = static_cast<uint8_t>(reload);
-    return result;
-}
-ANSWERS(getWiFiReload, uint8_t, wifiReload)
-int setApproveFlag_flag(int32_t approve) {
-    fakePlatform().approveFlag = approve;
-    return act("setApproveFlag_flag", approve);
-}
-ANSWERS(getApproveFlag, int32_t, approveFlag)
+ACTS(setWiFiReloadFlag, (int32_t deviceType, int32_t reload), deviceType, reload)
+ANSWERS(getWiFiReload, uint8_t, 0)
+ACTS(setApproveFlag_flag, (int32_t approve), approve)
+ANSWERS(getApproveFlag, int32_t, 0)
 int checkMACisApprove(const uint8_t* alMac, const char*) {
-    return fakePlatform().notApproved.contains(MacAddr(alMac)) ? kFailure
-                                                               : resultOf("checkMACisApprove");
+    return fakePlatform().notApproved.contains(MacAddr(alMac)) ? kFailure : kOk;
 }
 ACTS(sendWPSRenew, (uint8_t band), band)
 ACTS(sendWPSSearch, (uint8_t band), band)
@@ -280,12 +272,123 @@ ACTS(vmNetCtrl_WPS_sendRenewMsg, (uint8_t band), band)
 ACTS(sendPBEvent, ())
 ACTS(start_and_stop_Renew, (int32_t start), start)
 ACTS(wifi_flag_init, ())
-int getSendRenew_flag() {
-    return fakePlatform().sendRenewFlag;
-}
+TELLS(getSendRenew_flag, p.sendRenewFlag)
 ACTS(check_Renew_timeout, ())
-int getChangetomeout_flag() {
-    return fakePlatform().changeTimeoutFlag;
-}
+TELLS(getChangetomeout_flag, p.changeTimeoutFlag)
 ACTS(check_ChangeDeviceMode_timeout, ())
 ACTS(reSendRenewbySynclist, ())
+
+// Device actions.
+
+ACTS(setIntfPwrStateByType, (uint32_t mediaType, uint32_t state), mediaType, state)
+ACTS(setIntfPwrStateById, (const uint8_t* mac, uint32_t mediaType, uint32_t state), mac, mediaType,
+     state)
+ACTS(resetToDefault, ())
+ACTS(setLEDvalue, (uint8_t ledOption), ledOption)
+ACTS(setSystemvalue, (uint8_t systemOption), systemOption)
+ACTS(setNetworkCtrl, (uint16_t networkOption, const char* command), networkOption, command)
+ACTS(setWIFICountryCode, (const char* countryCode), countryCode)
+
+ACTS(FWCtrl, (const FwCtrl* ctrl), ctrl->fwOption, ctrl->fwTopoOption, ctrl->url, ctrl->fileName)
+int getfirmwareStatus(int32_t, int32_t, uint32_t* status) {
+    *status = fakePlatform().fwStatus;
+    return kOk;
+}
+ACTS(setFWState, (const char* state), state)
+ACTS(setFWresult, (int32_t value), value)
+ANSWERS_TEXT(getNewFWversion, PLATFORM_FW_TEXT_LEN, "2.0.0")
+ANSWERS_TEXT(getNewFWdate, PLATFORM_FW_TEXT_LEN, "2024-01-01")
+int getNewFWVersionByPlatform(const char*, const char*, char version[PLATFORM_FW_TEXT_LEN]) {
+    return getNewFWversion(version);
+}
+int getDownloanURL(const char*, const char*, char url[PLATFORM_FW_URL_LEN],
+                   char fileName[PLATFORM_FW_FILE_NAME_LEN]) {
+    snprintf(url, PLATFORM_FW_URL_LEN, "%s", fakePlatform().fwUrl.c_str());
+    snprintf(fileName, PLATFORM_FW_FILE_NAME_LEN, "%s", fakePlatform().fwFileName.c_str());
+    return resultOf("getDownloanURL");
+}
+ACTS(checkLocalFW, ())
+ACTS(set_vsftpd_StartStop, (int32_t start), start)
+
+ANSWERS(getWIFIConfig, WifiStationList,
+        {static_cast<uint16_t>(p.stations.size()), mallocList<WifiStation>(p.stations, kCopied)})
+
+ANSWERS_TEXT(getWIFIStateSync, PLATFORM_SYNC_DATA_LEN, p.wifiStateSync)
+ANSWERS_TEXT(getWIFIChannelSync, PLATFORM_SYNC_DATA_LEN, p.wifiChannelSync)
+ACTS(parseWIFIStateSyncdata, (const uint8_t* alMac, const char* data), alMac, data)
+ACTS(parseWIFIChannelSyncData, (const uint8_t* alMac, const char* data), alMac, data)
+ACTS(setWIFIStateSyncList, (const uint8_t* alMac, const char* result), alMac, result)
+ACTS(setWIFIChannelSyncList, (const uint8_t* alMac, const char* result), alMac, result)
+
+ANSWERS_TEXT(getExtenderConfig, PLATFORM_SYNC_DATA_LEN, "")
+ACTS(setExtenderConfig, (const uint8_t* alMac, const char* data), alMac, data)
+
+ACTS(SecurityCtrl_parseM1, (const uint8_t* alMac, uint16_t len, const uint8_t* data), alMac,
+     print({data, data + len}))
+ACTS(SecurityCtrl_parseM2, (const uint8_t* alMac, uint16_t len, const uint8_t* data), alMac,
+     print({data, data + len}))
+ACTS(SecurityCtrl_cleanDataToList, ())
+
+int setSpeedTestStartStop(const SpeedTestCtrl* ctrl) {
+    fakePlatform().speedTestRunning = ctrl->enable == 1;
+    return act("setSpeedTestStartStop", ctrl->enable, ctrl->action, ctrl->url, ctrl->startTime,
+               ctrl->runtime, ctrl->lanMac);
+}
+ANSWERS_TEXT(getSpeedTestData, PLATFORM_SYNC_DATA_LEN, p.speedTestData)
+ACTS(outputSpeedTestData, (const uint8_t* alMac, const char* data), alMac, data)
+ACTS(initSpeedTestData, ())
+TELLS(getSpeedTestState, p.speedTestRunning ? kOk : kFailure)
+int setSpeedTestState(int32_t running) {
+    fakePlatform().speedTestRunning = running == 1;
+    return act("setSpeedTestState", running);
+}
+TELLS(getSpeedTestTimeout, p.speedTestTimeout)
+TELLS(getSpeedTestSendCtrlflag, p.speedTestCtrlFlag)
+int setSpeedTestSendCtrlflag(int32_t flag) {
+    fakePlatform().speedTestCtrlFlag = flag;
+    return act("setSpeedTestSendCtrlflag", flag);
+}
+
+int getResponseLogFile(const uint8_t* alMac, LogFileRef* file) {
+    *file = {"log.tgz", "ftp://192.0.2.1/"};
+    return act("getResponseLogFile", alMac);
+}
+ACTS(DownloadLogFile, (const char* fileName, const char* ftpUrl), fileName, ftpUrl)
+ACTS(getAckDownloadLogFile, (const uint8_t* alMac, int32_t result), alMac, result)
+
+ACTS(setAPSteering, (int32_t option), option)
+ACTS(sendBcnRptReq, (const BcnRptReq* req), req->staMac, req->bssid, req->operatingClass,
+     req->channel, req->mode, req->duration, req->ssid)
+int getBcnRptReq(BcnRpt* report) {
+    const auto it = fakePlatform().beaconReports.find(MacAddr(report->staMac));
+    if (it == fakePlatform().beaconReports.end()) return kFailure;
+    report->len = static_cast<uint16_t>(it->second.size());
+    std::copy(it->second.begin(), it->second.end(), report->data);
+    return kOk;
+}
+ACTS(sendBTMReq, (const BtmReq* req), req->staMac, req->bssid, req->operatingClass, req->channel,
+     req->disassocImminent, req->disassocTimer)
+ACTS(addToBlacklist, (const uint8_t* staMac), staMac)
+ACTS(delFromBlacklist, (const uint8_t* staMac), staMac)
+
+// State.
+
+ANSWERS_TEXT(getDeviceIP, 32, p.deviceIP)
+ANSWERS_TEXT(getDeviceUptime, 32, p.deviceUptime)
+ANSWERS_TEXT(getDaisychainOption, 32, p.daisychainOption)
+ANSWERS_TEXT(getCountryCode, 16, p.countryCode)
+ANSWERS_TEXT(getWIFICountryCode, 16, p.wifiCountryCode)
+ANSWERS_TEXT(getEthernetPortState, 128, p.ethernetPortState)
+ANSWERS_TEXT(getBackhaulType, 32, p.backhaulType)
+ANSWERS(getIPv6Info, IPv6Info, p.ipv6)
+ANSWERS(getLEDState, LedState, p.led)
+ANSWERS(getSecurityState, SecurityState, p.securityState)
+ANSWERS(getNetworkState, NetworkState, p.networkState)
+ANSWERS(getWIFIChannelInfo, WifiChannels, p.wifiChannels)
+ANSWERS(getAPautoconfigTimes, AutoConfTimes, p.apAutoconfigTimes)
+
+int getConfigureState(uint8_t* configure) {
+    if (fakePlatform().configure == 0) return kFailure;
+    *configure = fakePlatform().configure;
+    return kOk;
+}

@@ -1,6 +1,7 @@
 // A platform library that answers what a test scripted and remembers what it was told to do.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <functional>
@@ -23,7 +24,6 @@ struct FakeIntf {
     std::vector<uint8_t> mediaInfo{};
     std::vector<MacAddr> nbrs{};
     uint32_t pwrState = PLATFORM_PWR_ON;
-    uint32_t operStatus = PLATFORM_OPER_UP;
     std::array<uint8_t, 3> oui{};
     std::vector<uint8_t> vendInfo{};
     std::vector<LinkDesc> links{};  // next is not read
@@ -31,7 +31,6 @@ struct FakeIntf {
 
 struct FakePlatform {
     MacAddr alMac{0x02, 0x19, 0x05, 0x00, 0x00, 0x01};
-    std::vector<uint8_t> vendInfo;
     std::vector<FakeIntf> intfs{{"eth0", {0x02, 0x19, 0x05, 0x00, 0x01, 0x00}},
                                 {"eth1", {0x02, 0x19, 0x05, 0x00, 0x01, 0x01}}};
     std::vector<std::vector<MacAddr>> brdgTuples;
@@ -39,39 +38,26 @@ struct FakePlatform {
     std::vector<uint8_t> security;
     std::set<std::string> excludedIntfs;
     unsigned linkMetricCalls = 0;
-
-    std::string firmwareVersion = "1.0.0";
     std::string hostname = "test-device";
-    std::string buildNumber = "42";
-    std::string deviceMode = "router";
-    MacAddr lanMac{0x02, 0x19, 0x05, 0x00, 0x00, 0xAA};
 
     WpsConfig wps{};
-    std::map<uint8_t, WpsBandConfig> wpsBands{{0, {}}, {1, {}}, {32, {}}, {33, {}}};
+    std::map<uint8_t, WpsBandConfig> wpsBands;
     std::map<MacAddr, std::array<uint8_t, 2>> wpsSyncList;
     std::array<MacAddr, 2> wpsSyncMac;  // by band
-    uint8_t apAutoconfig = 0;
-    uint8_t wifiReload = 0;
     std::set<MacAddr> notApproved;
-    int32_t approveFlag = 0;
     int sendRenewFlag = 0;
     int changeTimeoutFlag = 0;
 
     uint32_t fwStatus = PLATFORM_FW_IDLE;
-    std::string newFwVersion = "2.0.0";
-    std::string newFwDate = "2024-01-01";
     std::string fwUrl = "ftp://192.0.2.1/";
     std::string fwFileName = "fw.bin";
     std::vector<WifiStation> stations;  // next is not read
     std::string wifiStateSync;
     std::string wifiChannelSync;
-    std::string extenderConfig;
     std::string speedTestData;
     bool speedTestRunning = false;
     int speedTestTimeout = 60;
     int speedTestCtrlFlag = 1;
-    std::string logFileName = "log.tgz";
-    std::string logFtpUrl = "ftp://192.0.2.1/";
     std::map<MacAddr, std::vector<uint8_t>> beaconReports;
 
     std::string deviceIP;
@@ -103,12 +89,14 @@ struct FakePlatform {
 
     // Back to the above.
     void reset() { *this = FakePlatform{}; }
-    // Reports an event through the registered callback and returns its result; 0xFFFF when there
-    // is no callback.
+    // Reports through the registered callback and returns its result.
     uint32_t raiseNetStatus(uint32_t eventId, const void* info) const;
     uint32_t raiseServReq(uint32_t servId, void* info) const;
     // True when an action with this beginning was recorded.
-    bool called(const std::string& beginning) const;
+    bool called(const std::string& beginning) const {
+        return std::any_of(calls.begin(), calls.end(),
+                           [&](const auto& call) { return call.starts_with(beginning); });
+    }
 };
 
 FakePlatform& fakePlatform();
@@ -121,10 +109,9 @@ class FakeIntfDescs {
     FakeIntfDescs(const FakeIntfDescs&) = delete;
     FakeIntfDescs& operator=(const FakeIntfDescs&) = delete;
 
-    IntfDesc* head() const { return head_; }
-    IntfListEvent event() const { return {num_, head_}; }
+    IntfDesc* head() const { return list_.head; }
+    IntfListEvent event() const { return {list_.intfNum, list_.head}; }
 
   private:
-    IntfDesc* head_ = nullptr;
-    uint8_t num_ = 0;
+    IntfDescList list_;
 };

@@ -2,33 +2,15 @@
 
 #include <fcntl.h>
 #include <net/if.h>
-#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
-#include <utility>
+#include <cerrno>
 
 #include "support/fake_platform.h"
 #include "transport/raw_socket.h"
-
-namespace {
-
-constexpr int kBuffer = 4 << 20;
-
-void enlarge(int fd) {
-    // Forced needs a privilege; otherwise the kernel cuts it to its own limit.
-    if (setsockopt(fd, SOL_SOCKET, SO_SNDBUFFORCE, &kBuffer, sizeof kBuffer) != 0) {
-        (void)setsockopt(fd, SOL_SOCKET, SO_SNDBUF, &kBuffer, sizeof kBuffer);
-    }
-}
-
-bool peerClosed(int fd) {
-    pollfd state{fd, 0, 0};
-    return poll(&state, 1, 0) == 1 && (state.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
-}
-
-}  // namespace
 
 FakeNet& fakeNet() {
     static FakeNet net;
@@ -36,7 +18,7 @@ FakeNet& fakeNet() {
 }
 
 void FakeNet::reset() {
-    for (auto& [fd, socket] : sockets_) close(socket.far);
+    for (const auto& socket : sockets) close(socket.far);
     *this = FakeNet{};
 }
 
@@ -55,86 +37,48 @@ FakeNetIntf* FakeNet::find(const std::string& name) {
     return it == intfs.end() ? nullptr : &it->second;
 }
 
-// Takes what the daemon has written so far.
-void FakeNet::drain(Socket& socket) {
+FakeNet::Socket* FakeNet::socketOf(int fd) {
+    const auto it = std::ranges::find(sockets, fd, &Socket::fd);
+    return it == sockets.end() ? nullptr : &*it;
+}
+
+// Takes what the daemon has written so far. True when it has closed its end.
+bool FakeNet::drain(const Socket& socket) {
     std::array<uint8_t, 4096> buffer;
     for (;;) {
         const ssize_t size = recv(socket.far, buffer.data(), buffer.size(), MSG_DONTWAIT);
-        if (size <= 0) return;
-        captured_[{socket.name, socket.etherType}].emplace_back(buffer.begin(),
-                                                                buffer.begin() + size);
+        if (size == 0) return true;
+        if (size > 0) {
+            captured[{socket.name, socket.etherType}].emplace_back(buffer.begin(),
+                                                                   buffer.begin() + size);
+        } else if (errno != ECONNRESET) {  // it was closed with something unread
+            return false;
+        }
     }
 }
 
 // Drains all sockets and forgets those that the daemon has closed.
 void FakeNet::collect() {
-    for (auto it = sockets_.begin(); it != sockets_.end();) {
-        const bool closed = peerClosed(it->second.far);
-        drain(it->second);
-        if (closed) close(it->second.far);
-        it = closed ? sockets_.erase(it) : std::next(it);
-    }
-}
-
-int FakeNet::open() {
-    if (!openScript.empty()) {
-        const bool succeeds = openScript.front();
-        openScript.pop_front();
-        if (!succeeds) return -1;
-    }
-    collect();
-    std::array<int, 2> ends{};
-    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends.data()) != 0) {
-        return -1;
-    }
-    enlarge(ends[0]);
-    enlarge(ends[1]);
-    cabled_.erase(ends[0]);
-    sockets_[ends[0]] = Socket{ends[1], {}, 0, false, opened_++};
-    return ends[0];
-}
-
-bool FakeNet::bind(int fd, unsigned ifIndex, uint16_t etherType) {
-    const auto name = names.find(ifIndex);
-    const auto socket = sockets_.find(fd);
-    if (name == names.end()) return false;
-    FakeNetIntf& intf = intfs[name->second];
-    if (intf.failBind.contains(etherType)) return false;
-    if (socket == sockets_.end()) return cabled_.contains(fd);
-    socket->second.name = name->second;
-    socket->second.etherType = etherType;
-    const int cable = etherType == kEtherType1905 ? intf.cable1905 : intf.cableLldp;
-    if (cable >= 0) {
-        if (dup3(cable, fd, O_CLOEXEC) < 0) return false;
-        (void)fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) | O_NONBLOCK);
-        close(socket->second.far);
-        sockets_.erase(socket);
-        cabled_.insert(fd);
-    }
-    return true;
-}
-
-void FakeNet::stopReceiving(int fd) {
-    if (const auto socket = sockets_.find(fd); socket != sockets_.end()) {
-        socket->second.stopped = true;
-    }
+    std::erase_if(sockets, [this](const Socket& socket) {
+        const bool closed = drain(socket);
+        if (closed) close(socket.far);
+        return closed;
+    });
 }
 
 // A descriptor stays open for a while after its port was retired, so the last one counts.
 FakeNet::Socket* FakeNet::newest(const std::string& name, uint16_t etherType) {
     collect();
     Socket* found = nullptr;
-    for (auto& [fd, socket] : sockets_) {
-        if (socket.name != name || socket.etherType != etherType) continue;
-        if (found == nullptr || socket.serial > found->serial) found = &socket;
+    for (auto& socket : sockets) {
+        if (socket.name == name && socket.etherType == etherType) found = &socket;
     }
     return found;
 }
 
-bool FakeNet::inject(const std::string& name, const std::vector<uint8_t>& frame,
-                     uint16_t etherType) {
-    const Socket* socket = newest(name, etherType);
-    return socket != nullptr && !socket->stopped &&
+bool FakeNet::inject(const std::string& name, const std::vector<uint8_t>& frame) {
+    const Socket* socket = newest(name, kEtherType1905);
+    return socket != nullptr &&
            send(socket->far, frame.data(), frame.size(), MSG_DONTWAIT | MSG_NOSIGNAL) ==
                static_cast<ssize_t>(frame.size());
 }
@@ -142,16 +86,14 @@ bool FakeNet::inject(const std::string& name, const std::vector<uint8_t>& frame,
 std::vector<std::vector<uint8_t>> FakeNet::captureFrames(const std::string& name,
                                                          uint16_t etherType) {
     collect();
-    return std::exchange(captured_[{name, etherType}], {});
+    return std::exchange(captured[{name, etherType}], {});
 }
 
 size_t FakeNet::openSockets(const std::string& name, uint16_t etherType) {
     collect();
-    size_t n = 0;
-    for (const auto& [fd, socket] : sockets_) {
-        n += socket.name == name && socket.etherType == etherType;
-    }
-    return n;
+    return static_cast<size_t>(std::ranges::count_if(sockets, [&](const Socket& socket) {
+        return socket.name == name && socket.etherType == etherType;
+    }));
 }
 
 bool FakeNet::receiveStopped(const std::string& name, uint16_t etherType) {
@@ -165,11 +107,35 @@ std::string interfaceName(unsigned ifIndex) {
 }
 
 int openRawSocket() {
-    return fakeNet().open();
+    FakeNet& net = fakeNet();
+    if (!net.openScript.empty()) {
+        const bool succeeds = net.openScript.front();
+        net.openScript.pop_front();
+        if (!succeeds) return -1;
+    }
+    net.collect();
+    std::array<int, 2> ends{};
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends.data()) != 0) {
+        return -1;
+    }
+    for (const int end : ends) growReceiveBuffer(end);
+    // Nobody tells when a cable is closed.
+    std::erase_if(net.sockets, [&](const auto& socket) { return socket.fd == ends[0]; });
+    net.sockets.push_back({ends[0], ends[1]});
+    return ends[0];
 }
 
 bool bindRawSocket(int fd, unsigned ifIndex, uint16_t etherType, bool /*onBridge*/) {
-    return fakeNet().bind(fd, ifIndex, etherType);
+    FakeNet::Socket* socket = fakeNet().socketOf(fd);
+    FakeNetIntf* intf = fakeNet().find(interfaceName(ifIndex));
+    if (socket == nullptr || intf == nullptr || intf->failBind.contains(etherType)) return false;
+    socket->name = interfaceName(ifIndex);
+    socket->etherType = etherType;
+    if (intf->cable >= 0 && socket->far >= 0) {
+        if (dup3(intf->cable, fd, O_CLOEXEC) < 0) return false;
+        close(std::exchange(socket->far, -1));
+    }
+    return true;
 }
 
 bool isBridgePort(unsigned ifIndex) {
@@ -178,11 +144,16 @@ bool isBridgePort(unsigned ifIndex) {
 }
 
 void stopReceiving(int fd) {
-    fakeNet().stopReceiving(fd);
+    if (auto* socket = fakeNet().socketOf(fd)) socket->stopped = true;
 }
 
+// Of a socket pair the sender's buffer counts, so that of both ends is made to grow.
 void growReceiveBuffer(int fd) {
-    enlarge(fd);
+    const int size = 4 << 20;
+    // Forced needs a privilege; otherwise the kernel cuts it to its own limit.
+    if (setsockopt(fd, SOL_SOCKET, SO_SNDBUFFORCE, &size, sizeof size) != 0) {
+        (void)setsockopt(fd, SOL_SOCKET, SO_SNDBUF, &size, sizeof size);
+    }
 }
 
 bool interfaceFlags(int, const char* name, short& flags) {

@@ -7,6 +7,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "transport/frame.h"
@@ -18,12 +19,10 @@ struct FakeNetIntf {
     bool failFlags = false;
     std::set<uint16_t> failBind{};  // EtherTypes
     bool allMulti = false;          // set by the daemon
-    int cable1905 = -1;             // when given, a duplicate of it becomes the IEEE 1905.1 socket
-    int cableLldp = -1;             // the same for the LLDP socket; may be the same descriptor
+    int cable = -1;                 // when given, the sockets become duplicates of it
 };
 
-class FakeNet {
-  public:
+struct FakeNet {
     // Interfaces by name; the kernel indexes follow.
     std::map<std::string, FakeNetIntf> intfs;
     std::map<unsigned, std::string> names;
@@ -36,11 +35,11 @@ class FakeNet {
     FakeNetIntf& addIntf(const std::string& name, unsigned ifIndex);
     // Adds the interfaces of the scripted platform under the indexes 2, 3, ...
     void addPlatformIntfs();
+    FakeNetIntf* find(const std::string& name);
 
     // Hands a frame to the socket that the daemon bound last on the interface. False when there is
     // none or its buffer is full.
-    bool inject(const std::string& name, const std::vector<uint8_t>& frame,
-                uint16_t etherType = kEtherType1905);
+    bool inject(const std::string& name, const std::vector<uint8_t>& frame);
     // What the daemon has sent on the interface since the last call, in order.
     std::vector<std::vector<uint8_t>> captureFrames(const std::string& name,
                                                     uint16_t etherType = kEtherType1905);
@@ -50,29 +49,19 @@ class FakeNet {
     bool receiveStopped(const std::string& name, uint16_t etherType);
 
     // For the functions of raw_socket.h.
-    int open();
-    bool bind(int fd, unsigned ifIndex, uint16_t etherType);
-    void stopReceiving(int fd);
-    FakeNetIntf* find(const std::string& name);
-
-  private:
     struct Socket {
-        int far = -1;
-        std::string name;
+        int fd = -1, far = -1;  // the daemon's end and the test's; without the latter it is a cable
+        std::string name{};
         uint16_t etherType = 0;
         bool stopped = false;
-        unsigned serial = 0;  // grows with every open
     };
-    using Key = std::pair<std::string, uint16_t>;
+    std::vector<Socket> sockets;  // in the order of their opening
+    std::map<std::pair<std::string, uint16_t>, std::vector<std::vector<uint8_t>>> captured;
 
-    void drain(Socket& socket);
-    void collect();
+    Socket* socketOf(int fd);
     Socket* newest(const std::string& name, uint16_t etherType);
-
-    unsigned opened_ = 0;
-    std::set<int> cabled_;           // descriptors of the daemon that are a test's cable
-    std::map<int, Socket> sockets_;  // by the daemon's descriptor
-    std::map<Key, std::vector<std::vector<uint8_t>>> captured_;
+    bool drain(const Socket& socket);
+    void collect();
 };
 
 FakeNet& fakeNet();
