@@ -28,7 +28,7 @@ constexpr int kPasses = 1000;
 constexpr time_t kPatience = 600;  // hundreds of devices share a processor, maybe with others
 
 // Commands that a device carries out itself.
-std::string nanosecondsOfPass(const std::string&) {
+std::string nanosecondsOfPass() {
     using Clock = std::chrono::steady_clock;
     const auto begin = Clock::now();
     for (int i = 0; i < kPasses; i++) {
@@ -38,7 +38,7 @@ std::string nanosecondsOfPass(const std::string&) {
     return std::to_string(took.count() / kPasses);
 }
 
-std::string cpuMicroseconds(const std::string&) {
+std::string cpuMicroseconds() {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
     const auto microseconds = [](const timeval& time) {
@@ -47,7 +47,7 @@ std::string cpuMicroseconds(const std::string&) {
     return std::to_string(microseconds(usage.ru_utime) + microseconds(usage.ru_stime));
 }
 
-std::string privateKilobytes(const std::string&) {
+std::string privateKilobytes() {
     std::ifstream file("/proc/self/smaps_rollup");
     for (std::string word; file >> word;) {
         if (word == "Private_Dirty:" && file >> word) return word;

@@ -1,16 +1,11 @@
 #include "sim/device.h"
 
-#include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <deque>
 #include <fstream>
-#include <stdexcept>
 
 #include "controller/firmware_state.h"
 #include "core/log.h"
@@ -30,10 +25,7 @@
 namespace sim {
 namespace {
 
-constexpr size_t kMaxMessage = 1 << 16;
-
 const Site* here = nullptr;
-std::deque<std::function<void()>> events;  // for the platform library to report
 
 [[noreturn]] void die(const char* why) {
     fprintf(stderr, "%s\n", why);
@@ -45,53 +37,25 @@ Seconds readClock() {
     return here->clock->load();
 }
 
-// Low descriptors must be free for the daemon's select, and no device may hold another's cable.
-void closeForeignDescriptors() {
-    std::vector<unsigned> own{STDERR_FILENO, static_cast<unsigned>(here->control)};
-    for (const auto& intf : here->intfs) own.push_back(static_cast<unsigned>(intf.cable));
-    std::sort(own.begin(), own.end());
-    for (size_t i = 0; i < own.size(); i++) {
-        const unsigned last = i + 1 < own.size() ? own[i + 1] - 1 : ~0U;
-        if (own[i] + 1 <= last) (void)close_range(own[i] + 1, last, 0);
-    }
-}
-
-void redirectOutput() {
-    const int log = open((here->folder + "/log").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
-    if (log < 0 || dup2(log, STDOUT_FILENO) < 0 || dup2(log, STDERR_FILENO) < 0) die("no log");
-    close(log);
-}
-
-// The kernel and the platform library know the interface; it is in the bridge.
-void bring(const SiteIntf& intf) {
-    fakePlatform().intfs.push_back({.name = intf.name, .mac = intf.mac});
-    fakePlatform().brdgTuples.at(0).push_back(intf.mac);
-    fakeNet().addIntf(intf.name, intf.ifIndex).cable = intf.cable;
-}
-
-int reportEvents() {
-    for (; !events.empty(); events.pop_front()) events.front()();
-    return kOk;
-}
-
 void preparePlatform(const DeviceOptions& options) {
     FakePlatform& platform = fakePlatform();
-    platform.reset();
     platform.alMac = here->alMac;
     platform.hostname = here->name;
     platform.intfs.clear();
     platform.brdgTuples = {{}};
-    platform.onRun = reportEvents;
-    for (const auto& intf : here->intfs) bring(intf);
+    for (const auto& [name, mac, cable] : here->intfs) {
+        platform.intfs.push_back({.name = name, .mac = mac});
+        platform.brdgTuples[0].push_back(mac);
+    }
+    fakeNet().addPlatformIntfs();
+    for (const auto& intf : here->intfs) fakeNet().find(intf.name)->cable = intf.cable;
     if (options.prepare) options.prepare();
 }
 
 void startDaemon(const DeviceOptions& options) {
     std::ofstream(here->folder + "/vm1905.conf")
         << "DATA_MODEL_FOLDER=" << here->folder << "\nLOG_FOLDER=" << here->folder << "\n";
-    if (!options.versions.empty()) {
-        std::ofstream(here->folder + "/vm1905_Version") << options.versions;
-    }
+    std::ofstream(here->folder + "/vm1905_Version") << options.versions;
     setConfFolder(here->folder);
     if (initSysConfig() != kOk) die("the configuration cannot be read");
     (void)setDebugLevel(options.debugLevel);
@@ -115,8 +79,9 @@ void startDaemon(const DeviceOptions& options) {
     exit(EXIT_SUCCESS);
 }
 
-void reply(char status, const std::string& text) {
-    const std::string message = status + text;
+// The sign at its end makes a message of an empty text, too.
+void reply(const std::string& text) {
+    const std::string message = text + '.';
     if (send(here->control, message.data(), message.size(), MSG_NOSIGNAL) < 0) die("no reply");
 }
 
@@ -124,52 +89,43 @@ void reply(char status, const std::string& text) {
 
 void runDevice(const DeviceOptions& options, const Site& site) {
     here = &site;
-    closeForeignDescriptors();
-    redirectOutput();
+    if (freopen((site.folder + "/log").c_str(), "a", stdout) == nullptr ||
+        dup2(STDOUT_FILENO, STDERR_FILENO) < 0) {
+        die("no log");
+    }
     setClockSource(readClock);
     preparePlatform(options);
     startDaemon(options);
-    reply('+', "");
-
-    std::vector<char> message(kMaxMessage);
-    for (;;) {
-        const ssize_t size = recv(site.control, message.data(), message.size(), 0);
-        if (size == 0) stopDaemon();
-        Command command = nullptr;
-        if (size < static_cast<ssize_t>(sizeof command)) die("no command");
-        std::memcpy(&command, message.data(), sizeof command);
-        try {
-            reply('+', command({message.begin() + sizeof command, message.begin() + size}));
-        } catch (const std::exception& failure) {
-            reply('-', failure.what());
-        }
-    }
+    reply("");
+    Command command = nullptr;
+    while (recv(site.control, &command, sizeof command, 0) > 0) reply(command());
+    stopDaemon();
 }
 
-std::string step(const std::string&) {
+std::string step() {
     fakePlatform().calls.clear();  // nobody asks for them here, and a device may run for days
     do {
-        if (runPass() != kOk) throw std::runtime_error("the main loop ended");
+        if (runPass() != kOk) die("the main loop ended");
     } while (fakeNet().lastReady > 0);
     return {};
 }
 
-std::string changeLed(const std::string& text) {
-    events.emplace_back([=] { (void)fakePlatform().raiseNetStatus(NET_STATUS_LED, text.c_str()); });
+std::string changeLed() {
+    (void)fakePlatform().raiseNetStatus(NET_STATUS_LED, "on");
     return {};
 }
 
-std::string writeDataModel(const std::string&) {
+std::string writeDataModel() {
     (void)writeJsonDataModel();
     return {};
 }
 
-std::string writeChangeLog(const std::string&) {
+std::string writeChangeLog() {
     (void)writeJsonvm1905log();
     return {};
 }
 
-std::string tableSizes(const std::string&) {
+std::string tableSizes() {
     const AlTable& al = *getAlTable();
     std::string sizes = "changes " + std::to_string(al.topol.changeLogNum) + ", neighbors " +
                         std::to_string(al.nbrDevs.size());
@@ -177,11 +133,12 @@ std::string tableSizes(const std::string&) {
         sizes += ", " + std::string(intf.name.view()) + " " + std::to_string(intf.nbrs.size());
     }
     for (const auto& dev : al.topol.devs) {
-        sizes += ", device " + std::to_string(dev.intfs.size()) + "/" +
-                 std::to_string(dev.non1905Lists.size()) + "/" +
-                 std::to_string(dev.non1905NbrNum()) + "/" +
-                 std::to_string(dev.ieee1905Lists.size()) + "/" +
-                 std::to_string(dev.ieee1905NbrNum()) + "/" + std::to_string(dev.brdgTuples.size());
+        sizes += ", device";
+        for (const size_t size :
+             {dev.intfs.size(), dev.non1905Lists.size(), dev.non1905NbrNum(),
+              dev.ieee1905Lists.size(), dev.ieee1905NbrNum(), dev.brdgTuples.size()}) {
+            sizes += " " + std::to_string(size);
+        }
     }
     return sizes;
 }

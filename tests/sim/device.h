@@ -20,38 +20,36 @@ struct DeviceOptions {
     std::function<void()> prepare{};  // runs in the device, before its daemon starts
 };
 
-// Runs in the device, between two passes of its daemon. What it returns, or throws, goes back to
-// the test. A device being a fork, functions have the same address here and there.
-using Command = std::string (*)(const std::string& argument);
-
-struct SiteIntf {
-    std::string name;
-    MacAddr mac;
-    unsigned ifIndex = 0;
-    int cable = -1;  // the device's end
-};
+// Runs in the device, between two passes of its daemon. What it returns goes back to the test. A
+// device being a fork, functions have the same address here and there.
+using Command = std::string (*)();
 
 // Where a device finds itself.
 struct Site {
+    struct Intf {
+        std::string name;
+        MacAddr mac;
+        int cable;  // the device's end
+    };
     std::string name;
     std::string folder;  // its configuration, data-model files and log
     MacAddr alMac;
-    std::vector<SiteIntf> intfs{};
-    int control = -1;
-    const std::atomic<Seconds>* clock = nullptr;
+    int control;
+    const std::atomic<Seconds>* clock;
+    std::vector<Intf> intfs{};
 };
 
 // Carries out the commands that come by the control socket until it is closed; never returns.
 [[noreturn]] void runDevice(const DeviceOptions& options, const Site& site);
 
 // Passes of the daemon until one finds no frame to receive.
-std::string step(const std::string& unused);
+std::string step();
 // The platform library reports a new text of the LED.
-std::string changeLed(const std::string& text);
+std::string changeLed();
 // Write a file now that else comes later or for somebody who asks.
-std::string writeDataModel(const std::string& unused);
-std::string writeChangeLog(const std::string& unused);
+std::string writeDataModel();
+std::string writeChangeLog();
 // The sizes of all tables that the neighbours can make grow.
-std::string tableSizes(const std::string& unused);
+std::string tableSizes();
 
 }  // namespace sim

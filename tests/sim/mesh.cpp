@@ -12,9 +12,9 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <new>
 #include <stdexcept>
 #include <system_error>
@@ -22,18 +22,13 @@
 namespace sim {
 namespace {
 
-namespace fs = std::filesystem;
-
 constexpr Seconds kBeginning = 1'700'000'000;
-constexpr size_t kBatch = 32;            // frames an interface and round; every buffer holds them
-constexpr size_t kLogTail = 3000;        // shown of a failed device
-constexpr unsigned kMaxHops = 64;        // through forwarding devices
-constexpr size_t kMaxFolder = 31;        // of the daemon's options
-constexpr size_t kMaxMessage = 1 << 16;  // on a control socket
+constexpr size_t kBatch = 32;      // frames an interface and round; every buffer holds them
+constexpr size_t kLogTail = 3000;  // shown of a failed device
 constexpr uint8_t kGroupBit = 0x01;
 
-std::runtime_error systemError(const char* what) {
-    return std::runtime_error(std::string(what) + ": " + strerror(errno));
+std::system_error systemError(const char* what) {
+    return {errno, std::generic_category(), what};
 }
 
 std::array<Fd, 2> socketPair(int flags) {
@@ -44,33 +39,16 @@ std::array<Fd, 2> socketPair(int flags) {
     return {Fd(ends[0]), Fd(ends[1])};
 }
 
-std::string readFile(const std::string& path) {
-    std::string content(fs::exists(path) ? fs::file_size(path) : 0, '\0');
-    std::ifstream(path, std::ios::binary).read(content.data(), std::ssize(content));
-    return content;
-}
-
-std::string endOf(const std::string& path) {
-    const std::string content = readFile(path);
-    return content.substr(content.size() - std::min(content.size(), kLogTail));
-}
-
-unsigned etherType(const Frame& frame) {
-    return frame.at(12) * 256U + frame.at(13);
+std::string endOfLog(const std::string& folder) {
+    std::ifstream file(folder + "/log");
+    const std::string log{std::istreambuf_iterator<char>(file), {}};
+    return "; its log ends:\n" + log.substr(log.size() - std::min(log.size(), kLogTail));
 }
 
 }  // namespace
 
-MacAddr SeenFrame::alMac() const {
-    constexpr size_t kTlv = 22;
-    const bool leads = bytes.size() >= kTlv + 9 && bytes[kTlv] == 1 && bytes[kTlv + 2] == 6;
-    return leads ? MacAddr(&bytes.at(kTlv + 3)) : MacAddr{};
-}
-
 Mesh::Mesh(time_t patience) : patience_(patience) {
-    std::string folder = "/tmp/sim_XXXXXX";
-    if (mkdtemp(folder.data()) == nullptr) throw systemError("mkdtemp");
-    folder_ = folder;
+    if (mkdtemp(folder_.data()) == nullptr) throw systemError("mkdtemp");
     void* shared =
         mmap(nullptr, sizeof *clock_, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     if (shared == MAP_FAILED) throw systemError("mmap");
@@ -78,40 +56,39 @@ Mesh::Mesh(time_t patience) : patience_(patience) {
     static_assert(std::atomic<Seconds>::is_always_lock_free);
 }
 
+// The devices end all at once when nobody commands them any more.
 Mesh::~Mesh() {
-    stopAll();
+    for (auto& node : nodes_) node.control = Fd();
+    for (auto& node : nodes_) {
+        int status = 0;
+        if (node.pid != 0) (void)waitpid(node.pid, &status, 0);
+        if (status == 0) continue;
+        ADD_FAILURE() << "device " << node.name << " ended with status " << status
+                      << endOfLog(node.folder);
+    }
     munmap(clock_, sizeof *clock_);
     std::error_code ignored;
-    fs::remove_all(folder_, ignored);
+    std::filesystem::remove_all(folder_, ignored);
 }
 
 Device Mesh::addDevice(const std::string& name, DeviceOptions options) {
-    const size_t index = nodes_.size();
-    const auto high = static_cast<uint8_t>((index + 1) >> 8);
-    const auto low = static_cast<uint8_t>(index + 1);
-    Node& node = nodes_.emplace_back();
-    node.site = {.name = name,
-                 .folder = folder_ + "/" + name,
-                 .alMac = {0x02, 0x19, 0x05, high, low, 0},
-                 .clock = clock_};
-    if (node.site.folder.size() > kMaxFolder || !fs::create_directory(node.site.folder)) {
-        throw std::invalid_argument("no folder for device " + name);
+    const size_t number = nodes_.size() + 1;
+    MacAddr mac{0x02, 0x19, 0x05, static_cast<uint8_t>(number >> 8), static_cast<uint8_t>(number),
+                0};
+    Node& node = nodes_.emplace_back(Node{name, folder_ + "/" + name, mac, std::move(options)});
+    std::filesystem::create_directory(node.folder);
+    for (const auto& intf : node.options.intfs) {
+        mac.b[5]++;
+        node.intfs.push_back({intf, mac});
     }
-    for (const auto& intf : options.intfs) {
-        const auto number = static_cast<uint8_t>(node.intfs.size() + 1);
-        Intf& added = node.intfs.emplace_back();
-        added.site = {
-            .name = intf, .mac = {0x02, 0x19, 0x05, high, low, number}, .ifIndex = number + 1U};
-    }
-    node.options = std::move(options);
-    return Device(index);
+    return Device(number - 1);
 }
 
-Mesh::Intf& Mesh::intfOf(Node& node, const std::string& name) {
-    for (auto& intf : node.intfs) {
-        if (intf.site.name == name) return intf;
+Mesh::Intf& Mesh::intfOf(Device device, const std::string& name) {
+    for (auto& intf : node(device).intfs) {
+        if (intf.name == name) return intf;
     }
-    throw std::invalid_argument("device " + node.site.name + " has no interface " + name);
+    throw std::invalid_argument("device " + node(device).name + " has no interface " + name);
 }
 
 Segment Mesh::segment(const std::vector<Plug>& plugs) {
@@ -122,11 +99,9 @@ Segment Mesh::segment(const std::vector<Plug>& plugs) {
 }
 
 void Mesh::attach(Segment segment, const Plug& plug) {
-    Intf& intf = intfOf(node(plug.device), plug.intf);
-    if (intf.wire) throw std::invalid_argument(plug.intf + " is attached already");
-    intf.wire = static_cast<size_t>(segment);
-    wire(segment).ends.push_back(
-        {static_cast<size_t>(plug.device), static_cast<size_t>(intf.site.mac.b.back() - 1)});
+    Intf& intf = intfOf(plug.device, plug.intf);
+    intf.wire = &wire(segment);
+    intf.wire->ends.push_back({&node(plug.device), &intf});
 }
 
 Segment Mesh::cable(Device a, const std::string& intfA, Device b, const std::string& intfB) {
@@ -135,110 +110,69 @@ Segment Mesh::cable(Device a, const std::string& intfA, Device b, const std::str
 
 // Devices.
 
-void Mesh::switchOn(Node& node) {
+void Mesh::start(Device device) {
+    Node& started = node(device);
     auto [control, deviceControl] = socketPair(0);
     const timeval patience{patience_, 0};
     (void)setsockopt(control.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-    Site site = node.site;
-    site.control = deviceControl.get();
+    started.control = std::move(control);
+    Site site{started.name, started.folder, started.alMac, deviceControl.get(), clock_};
     std::vector<Fd> deviceEnds;
-    for (auto& intf : node.intfs) {
+    for (auto& intf : started.intfs) {
         auto [cable, deviceEnd] = socketPair(SOCK_NONBLOCK);
         intf.cable = std::move(cable);
-        intf.inbox.clear();
-        site.intfs.push_back(intf.site);
-        site.intfs.back().cable = deviceEnd.get();
+        site.intfs.push_back({intf.name, intf.mac, deviceEnd.get()});
         deviceEnds.push_back(std::move(deviceEnd));
     }
-    const pid_t test = getpid();
     fflush(nullptr);
-    const pid_t child = fork();
-    if (child < 0) throw systemError("fork");
-    if (child == 0) {
+    started.pid = fork();
+    if (started.pid < 0) throw systemError("fork");
+    if (started.pid == 0) {
         (void)prctl(PR_SET_PDEATHSIG, SIGKILL);
-        if (getppid() != test) _exit(EXIT_FAILURE);
-        runDevice(node.options, site);
+        const DeviceOptions options = started.options;
+        // Low descriptors must be free for the daemon's select, and no device may hold another's
+        // cable.
+        nodes_.clear();
+        runDevice(options, site);
     }
-    node.pid = child;
-    node.control = std::move(control);
-    node.started = true;
+    started.started = true;
     deviceControl = Fd();
-    (void)await(node);
+    (void)await(started);
+    collect(started);
 }
 
-void Mesh::start(Device device) {
-    Node& started = node(device);
-    if (started.pid != 0) throw std::invalid_argument(started.site.name + " is on already");
-    switchOn(started);
-    collect(static_cast<size_t>(device));
-}
-
-void Mesh::kill(Device device) {
-    Node& killed = node(device);
-    if (killed.pid == 0) throw std::invalid_argument(killed.site.name + " is off");
-    (void)::kill(killed.pid, SIGKILL);
-    (void)waitpid(killed.pid, nullptr, 0);
-    killed.pid = 0;
-    killed.control = Fd();
-    for (auto& intf : killed.intfs) {
+void Mesh::powerOff(Node& node) {
+    if (node.pid != 0) {
+        (void)::kill(node.pid, SIGKILL);
+        (void)waitpid(node.pid, nullptr, 0);
+    }
+    node.pid = 0;
+    node.control = Fd();
+    for (auto& intf : node.intfs) {
         intf.cable = Fd();
         intf.inbox.clear();
     }
 }
 
-std::string Mesh::command(Device device, Command action, const std::string& argument) {
-    post(node(device), action, argument);
+std::string Mesh::command(Device device, Command action) {
+    post(node(device), action);
     return await(node(device));
 }
 
-void Mesh::post(Node& node, Command action, const std::string& argument) {
-    if (node.pid == 0) throw std::invalid_argument("device " + node.site.name + " is off");
-    std::string message(sizeof action, '\0');
-    std::memcpy(message.data(), &action, sizeof action);
-    message += argument;
-    if (send(node.control.get(), message.data(), message.size(), MSG_NOSIGNAL) < 0) {
-        fail(node, "is gone");
-    }
+void Mesh::post(Node& node, Command action) {
+    if (send(node.control.get(), &action, sizeof action, MSG_NOSIGNAL) < 0) fail(node, "is gone");
 }
 
 std::string Mesh::await(Node& node) {
-    std::array<char, kMaxMessage> buffer;
-    const ssize_t size = recv(node.control.get(), buffer.data(), buffer.size(), 0);
-    if (size < 0) fail(node, "does not answer");
-    if (size == 0) fail(node, "has died");
-    std::string answer(buffer.data(), static_cast<size_t>(size));
-    if (answer.front() != '+') fail(node, "reports: " + answer.substr(1));
-    return answer.substr(1);
+    std::array<char, 1 << 16> answer;
+    const ssize_t size = recv(node.control.get(), answer.data(), answer.size(), 0);
+    if (size <= 0) fail(node, size == 0 ? "has died" : "does not answer");
+    return {answer.data(), static_cast<size_t>(size - 1)};
 }
 
 void Mesh::fail(Node& node, const std::string& what) {
-    (void)::kill(node.pid, SIGKILL);
-    (void)waitpid(node.pid, nullptr, 0);
-    node.pid = 0;
-    throw std::runtime_error("device " + node.site.name + " " + what + "; its log ends:\n" +
-                             endOf(node.site.folder + "/log"));
-}
-
-// All at once, then each is waited for: its end of the control socket closes when it is dead.
-void Mesh::stopAll() {
-    for (auto& node : nodes_) {
-        if (node.pid != 0) (void)shutdown(node.control.get(), SHUT_WR);
-    }
-    for (auto& node : nodes_) {
-        if (node.pid == 0) continue;
-        char answer = 0;  // to a command that nobody waited for
-        ssize_t size = 0;
-        do {
-            size = recv(node.control.get(), &answer, sizeof answer, 0);
-        } while (size > 0);
-        if (size < 0) (void)::kill(node.pid, SIGKILL);
-        int status = 0;
-        (void)waitpid(node.pid, &status, 0);
-        if (status == 0) continue;
-        ADD_FAILURE() << "device " << node.site.name << " ended with status " << status
-                      << "; its log ends:\n"
-                      << endOf(node.site.folder + "/log");
-    }
+    powerOff(node);
+    throw std::runtime_error("device " + node.name + " " + what + endOfLog(node.folder));
 }
 
 // Time and frames.
@@ -258,23 +192,20 @@ void Mesh::run(Seconds seconds) {
 // reaches another before the next round.
 void Mesh::settle() {
     const size_t limit = framesSent_ + 1000 + 200 * nodes_.size() * nodes_.size();
-    std::vector<bool> due;
+    std::vector<Node*> due;
     for (auto& node : nodes_) {
         (void)deliver(node);
-        due.push_back(node.pid != 0);
+        if (node.pid != 0) due.push_back(&node);
     }
-    while (std::find(due.begin(), due.end(), true) != due.end()) {
-        for (size_t i = 0; i < nodes_.size(); i++) {
-            if (due[i]) post(nodes_[i], step, "");
-        }
-        for (size_t i = 0; i < nodes_.size(); i++) {
-            if (due[i]) (void)await(nodes_[i]);
-        }
-        for (size_t i = 0; i < nodes_.size(); i++) {
-            if (due[i]) collect(i);
-        }
+    while (!due.empty()) {
+        for (Node* node : due) post(*node, step);
+        for (Node* node : due) (void)await(*node);
+        for (Node* node : due) collect(*node);
         if (framesSent_ > limit) throw std::runtime_error("the mesh does not come to rest");
-        for (size_t i = 0; i < nodes_.size(); i++) due[i] = deliver(nodes_[i]);
+        due.clear();
+        for (auto& node : nodes_) {
+            if (deliver(node)) due.push_back(&node);
+        }
     }
 }
 
@@ -283,7 +214,7 @@ bool Mesh::deliver(Node& node) {
     bool any = false;
     for (auto& intf : node.intfs) {
         for (size_t n = 0; n < kBatch && !intf.inbox.empty(); n++) {
-            const Frame& frame = *intf.inbox.front();
+            const Frame& frame = intf.inbox.front();
             // A full buffer means that nobody reads: the frame is lost, as on a real interface.
             (void)send(intf.cable.get(), frame.data(), frame.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
             intf.inbox.pop_front();
@@ -294,83 +225,47 @@ bool Mesh::deliver(Node& node) {
 }
 
 // Takes what the device has sent.
-void Mesh::collect(size_t index) {
+void Mesh::collect(Node& node) {
     std::array<uint8_t, 4096> buffer;
-    for (size_t i = 0; i < nodes_[index].intfs.size(); i++) {
-        const Intf& intf = nodes_[index].intfs[i];
+    for (const auto& intf : node.intfs) {
         for (;;) {
             const ssize_t size = recv(intf.cable.get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
             if (size <= 0) break;
-            const auto frame = std::make_shared<Frame>(buffer.begin(), buffer.begin() + size);
-            framesSent_ += etherType(*frame) == kEtherType1905;
-            if (intf.wire) carry(*intf.wire, End{index, i}, frame, 0);
+            const Frame frame(buffer.begin(), buffer.begin() + size);
+            // A bridge keeps LLDP to itself, and the daemon does not listen to it.
+            if (frame.at(12) * 256U + frame.at(13) != kEtherType1905) continue;
+            framesSent_++;
+            if (intf.wire != nullptr) carry(*intf.wire, intf, frame);
         }
     }
 }
 
-void Mesh::carry(size_t wireIndex, End from, const FramePtr& frame, unsigned hops) {
-    if (hops > kMaxHops) throw std::runtime_error("the devices forward in a loop");
-    Wire& wire = wires_[wireIndex];
-    if (wire.tapped) wire.seen.push_back({*frame});
-    // A bridge keeps LLDP to itself, and the daemon does not listen to it.
-    if (etherType(*frame) != kEtherType1905) return;
-    const MacAddr dst(frame->data());
-    wire.learned[MacAddr(&frame->at(6))] = from;
-    const auto known = wire.learned.find(dst);
-    const bool flood = (dst.b[0] & kGroupBit) != 0 || known == wire.learned.end();
-    for (const End& end : wire.ends) {
-        if (from == end || (!flood && known->second != end)) continue;
-        arrive(end, frame, hops);
+void Mesh::carry(Wire& wire, const Intf& from, const Frame& frame) {
+    if (wire.tapped) wire.seen.push_back(decodeFrame(frame));
+    const MacAddr dst(frame.data());
+    for (const auto& [node, intf] : wire.ends) {
+        if (intf == &from || node->pid == 0) continue;
+        const bool own = dst == intf->mac || dst == node->alMac;
+        if (own || node->options.forwards || (dst.b[0] & kGroupBit) != 0) {
+            intf->inbox.push_back(frame);
+        }
+        if (!node->options.forwards || own) continue;
+        for (const auto& other : node->intfs) {
+            if (&other != intf && other.wire != nullptr) carry(*other.wire, other, frame);
+        }
     }
-}
-
-void Mesh::arrive(End end, const FramePtr& frame, unsigned hops) {
-    Node& node = nodes_[end.node];
-    if (node.pid == 0) return;
-    node.intfs[end.intf].inbox.push_back(frame);
-    const MacAddr dst(frame->data());
-    if (!node.options.forwards || dst == node.intfs[end.intf].site.mac) return;
-    for (size_t i = 0; i < node.intfs.size(); i++) {
-        const Intf& other = node.intfs[i];
-        if (i == end.intf || !other.wire) continue;
-        carry(*other.wire, End{end.node, i}, frame, hops + 1);
-    }
-}
-
-void Mesh::tap(Segment segment) {
-    wire(segment).tapped = true;
-}
-
-std::vector<SeenFrame> Mesh::frames(Segment segment) {
-    return std::exchange(wire(segment).seen, {});
 }
 
 // What a device knows.
 
-MacAddr Mesh::alMac(Device device) const {
-    return node(device).site.alMac;
-}
-
-MacAddr Mesh::mac(Device device, const std::string& intf) {
-    return intfOf(node(device), intf).site.mac;
-}
-
-Json Mesh::json(Device device) const {
-    return Json::parse(readFile(node(device).site.folder + "/vm1905.json"));
+Json Mesh::json(Device device, const std::string& file) {
+    std::ifstream content(node(device).folder + "/" + file);
+    return Json::parse(content);
 }
 
 Json Mesh::jsonNow(Device device) {
     (void)command(device, writeDataModel);
     return json(device);
-}
-
-Json Mesh::changeLog(Device device) {
-    (void)command(device, writeChangeLog);
-    return Json::parse(readFile(node(device).site.folder + "/vm1905_log.json"));
-}
-
-Json Mesh::autoconfig(Device device) const {
-    return Json::parse(readFile(node(device).site.folder + "/vm1905_APautoconfig.json"));
 }
 
 }  // namespace sim

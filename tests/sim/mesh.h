@@ -17,11 +17,9 @@
 #include <sys/types.h>
 
 #include <deque>
-#include <map>
-#include <memory>
 #include <nlohmann/json.hpp>
-#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/fd.h"
@@ -40,24 +38,6 @@ struct Plug {
     std::string intf;
 };
 
-// A frame as it travelled on a segment.
-struct SeenFrame {
-    Frame bytes;
-
-    MacAddr dst() const { return MacAddr(&bytes.at(0)); }
-    MacAddr src() const { return MacAddr(&bytes.at(6)); }
-    unsigned etherType() const { return u16(12); }
-    unsigned type() const { return u16(16); }
-    unsigned id() const { return u16(18); }
-    unsigned fragId() const { return bytes.at(20); }
-    bool last() const { return (bytes.at(21) & kLastFragment) != 0; }
-    // Of the AL MAC TLV that the message begins with, zero when it begins with another.
-    MacAddr alMac() const;
-
-  private:
-    unsigned u16(size_t at) const { return bytes.at(at) * 256U + bytes.at(at + 1); }
-};
-
 class Mesh {
   public:
     // Gives up when a device does not answer for so many real seconds.
@@ -68,8 +48,8 @@ class Mesh {
 
     // The device is switched on by the next run. At most 15 characters for the name.
     Device addDevice(const std::string& name, DeviceOptions options = {});
-    // Connects interfaces: a frame that one sends reaches all others or, as behind a bridge that
-    // has learnt, the one that its destination was heard from.
+    // Connects interfaces: a multicast that one sends reaches all others, any other frame the one
+    // that it is addressed to and those that would forward it.
     Segment segment(const std::vector<Plug>& plugs);
     void attach(Segment segment, const Plug& plug);
     Segment cable(Device a, const std::string& intfA, Device b, const std::string& intfB);
@@ -78,77 +58,72 @@ class Mesh {
     void run(Seconds seconds = 0);
 
     // Cuts the power, and switches it on again.
-    void kill(Device device);
+    void kill(Device device) { powerOff(node(device)); }
     void start(Device device);
-    std::string command(Device device, Command action, const std::string& argument = "");
+    std::string command(Device device, Command action);
 
-    MacAddr alMac(Device device) const;
-    MacAddr mac(Device device, const std::string& intf);
-    // The file as the daemon wrote it last of its own accord.
-    Json json(Device device) const;
-    // The same and the change log, written on demand.
+    std::string alMac(Device device) { return macText(node(device).alMac); }
+    std::string mac(Device device, const std::string& intf) {
+        return macText(intfOf(device, intf).mac);
+    }
+    // A file as the daemon wrote it last; now: the data model, written on demand.
+    Json json(Device device, const std::string& file = "vm1905.json");
     Json jsonNow(Device device);
-    Json changeLog(Device device);
-    // What stands in "vm1905_APautoconfig.json".
-    Json autoconfig(Device device) const;
 
-    // Records what the segment carries from now on.
-    void tap(Segment segment);
+    // Records the IEEE 1905.1 frames that the segment carries from now on.
+    void tap(Segment segment) { wire(segment).tapped = true; }
     // What was recorded since the last call.
-    std::vector<SeenFrame> frames(Segment segment);
+    std::vector<Sent> frames(Segment segment) { return std::exchange(wire(segment).seen, {}); }
     // The number of IEEE 1905.1 frames that the devices have sent so far.
     size_t framesSent() const { return framesSent_; }
 
   private:
-    struct End {
-        size_t node;
-        size_t intf;
-        bool operator==(const End&) const = default;
-    };
-    using FramePtr = std::shared_ptr<const Frame>;
+    struct Wire;
     struct Intf {
-        SiteIntf site;
-        Fd cable;  // the test's end
-        std::optional<size_t> wire;
-        std::deque<FramePtr> inbox;
+        std::string name;
+        MacAddr mac;
+        Fd cable{};  // the test's end
+        Wire* wire = nullptr;
+        std::deque<Frame> inbox{};
     };
     struct Node {
+        std::string name, folder;
+        MacAddr alMac;
         DeviceOptions options;
-        Site site;
-        std::vector<Intf> intfs;
-        Fd control;
+        std::vector<Intf> intfs{};
+        Fd control{};
         pid_t pid = 0;  // 0: off
         bool started = false;
     };
+    struct End {
+        Node* node;
+        Intf* intf;
+    };
     struct Wire {
         std::vector<End> ends;
-        std::map<MacAddr, End> learned;
         bool tapped = false;
-        std::vector<SeenFrame> seen;
+        std::vector<Sent> seen;
     };
 
     Node& node(Device device) { return nodes_.at(static_cast<size_t>(device)); }
-    const Node& node(Device device) const { return nodes_.at(static_cast<size_t>(device)); }
     Wire& wire(Segment segment) { return wires_.at(static_cast<size_t>(segment)); }
-    Intf& intfOf(Node& node, const std::string& name);
+    Intf& intfOf(Device device, const std::string& name);
 
-    void switchOn(Node& node);
-    void post(Node& node, Command action, const std::string& argument);
+    void post(Node& node, Command action);
     std::string await(Node& node);
-    void fail(Node& node, const std::string& what);
-    void stopAll();
+    void powerOff(Node& node);
+    [[noreturn]] void fail(Node& node, const std::string& what);
 
     void settle();
     bool deliver(Node& node);
-    void collect(size_t index);
-    void carry(size_t wireIndex, End from, const FramePtr& frame, unsigned hops);
-    void arrive(End end, const FramePtr& frame, unsigned hops);
+    void collect(Node& node);
+    void carry(Wire& wire, const Intf& from, const Frame& frame);
 
     const time_t patience_;
-    std::string folder_;
+    std::string folder_ = "/tmp/sim_XXXXXX";
     std::atomic<Seconds>* clock_ = nullptr;  // shared with the devices
     std::deque<Node> nodes_;
-    std::vector<Wire> wires_;
+    std::deque<Wire> wires_;
     size_t framesSent_ = 0;
 };
 

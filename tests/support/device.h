@@ -57,26 +57,7 @@ inline Frame response(const Peer& from, unsigned id) {
                      devInfoTlv(from) + macTlv(1, from.al) + endOfMsg());
 }
 
-// A frame that the device has sent.
-struct Sent {
-    MacAddr dst, src;
-    unsigned type = 0, id = 0, fragId = 0, flags = 0;
-    std::string tlvs;  // their types in decimal: "1 2"
-    Frame frame;
-};
-inline Sent decode(const Frame& frame) {
-    Sent sent{MacAddr(&frame.at(0)), MacAddr(&frame.at(6)), 0, 0, 0, 0, {}, frame};
-    sent.type = frame.at(16) * 256U + frame.at(17);
-    sent.id = frame.at(18) * 256U + frame.at(19);
-    sent.fragId = frame.at(20);
-    sent.flags = frame.at(21);
-    for (size_t at = 22; frame.at(at) != 0; at += 3U + frame.at(at + 1) * 256U + frame.at(at + 2)) {
-        sent.tlvs += (at > 22 ? " " : "") + std::to_string(frame.at(at));
-    }
-    return sent;
-}
-
-// The same of a vendor message.
+// A vendor message that the device has sent.
 struct SentVend {
     MacAddr dst;
     unsigned id = 0, type = 0;
@@ -136,7 +117,7 @@ class Device : public testing::Test {
     // What was sent on the interface since the last look.
     static std::vector<Sent> sent(const std::string& name) {
         std::vector<Sent> all;
-        for (const auto& frame : fakeNet().captureFrames(name)) all.push_back(decode(frame));
+        for (const auto& frame : fakeNet().captureFrames(name)) all.push_back(decodeFrame(frame));
         return all;
     }
     // The vendor messages among these frames.

@@ -155,10 +155,7 @@ FakeIntfDescs::~FakeIntfDescs() {
 
 ACTS(initNetCtrl, ())
 ACTS(startNetCtrl, ())
-int runNetCtrl() {
-    const int result = act("runNetCtrl");
-    return fakePlatform().onRun ? fakePlatform().onRun() : result;
-}
+ACTS(runNetCtrl, ())
 ACTS(destroyNetCtrl, ())
 ACTS(setNetCtrlDebugLevel, (uint8_t level), level)
 ACTS(outputlogData, (const char* line), line)

@@ -81,7 +81,6 @@ struct FakePlatform {
     // Every action in order: "setIntfPwrStateById 02:19:05:00:01:00 1 2". Plain questions are not
     // recorded.
     std::vector<std::string> calls;
-    std::function<int()> onRun;      // inside runNetCtrl; its result is returned
     std::function<void()> onAction;  // inside every action, after it was recorded
 
     NetStatusEventCallback netStatusCallback = nullptr;

@@ -77,3 +77,20 @@ inline Frame frame1905(const MacAddr& dst, const MacAddr& src, unsigned type, un
     return bytesOf(dst) + bytesOf(src) + be16(kEtherType1905) + Frame{version, 0} + be16(type) +
            be16(id) + Frame{fragId, flags} + tlvs;
 }
+
+// A frame that a device has sent.
+struct Sent {
+    MacAddr dst, src;
+    unsigned type = 0, id = 0, fragId = 0, flags = 0;
+    std::string tlvs;  // their types in decimal: "1 2"
+    Frame frame;
+};
+inline Sent decodeFrame(const Frame& frame) {
+    const auto u16 = [&](size_t at) { return frame.at(at) * 256U + frame.at(at + 1); };
+    Sent sent{MacAddr(&frame.at(0)), MacAddr(&frame.at(6)), u16(16), u16(18),
+              frame.at(20),          frame.at(21),          {},      frame};
+    for (size_t at = 22; at < frame.size() && frame[at] != 0; at += 3U + u16(at + 1)) {
+        sent.tlvs += (at > 22 ? " " : "") + std::to_string(frame[at]);
+    }
+    return sent;
+}
