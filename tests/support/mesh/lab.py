@@ -25,15 +25,19 @@ def port_mac(number, port):
     return f"02:00:00:00:{number:02x}:{port:02x}"
 
 
+def wait_for(condition, seconds, pause=0.1):
+    """The first true value of condition(), a false one when there is none within these seconds."""
+    limit = time.monotonic() + seconds
+    while not (value := condition()) and time.monotonic() < limit:
+        time.sleep(pause)
+    return value
+
+
 def wait_until(condition, seconds, what, pause=0.1):
     """The first true value of condition(); fails the test after so many seconds."""
-    limit = time.monotonic() + seconds
-    while True:
-        value = condition()
-        if value:
-            return value
-        assert time.monotonic() < limit, f"not within {seconds} s: {what}"
-        time.sleep(pause)
+    value = wait_for(condition, seconds, pause)
+    assert value, f"not within {seconds} s: {what}"
+    return value
 
 
 class Lab:
@@ -42,14 +46,11 @@ class Lab:
         self.arguments = [*up, "--until-exit-of", str(os.getpid())]
 
     def __enter__(self):
-        self.up()
+        self("up", *self.arguments)
         return self
 
     def __exit__(self, *_):
         self("down")
-
-    def up(self):
-        self("up", *self.arguments)
 
     @property
     def folder(self):
@@ -112,8 +113,8 @@ class Lab:
     def capture(self, first, second):
         """Records a cable; what is yielded has the frames as .data after the block."""
         with tempfile.TemporaryFile() as file:
-            recorder = subprocess.Popen([MESH, "capture", first, second, "-"], stdout=file,
-                                        stderr=subprocess.PIPE, text=True, env=self.environment)
+            recorder = self.start("capture", first, second, "-", stdout=file,
+                                  stderr=subprocess.PIPE)
             recording = Recording(file)
             try:
                 line = recorder.stderr.readline()
@@ -135,3 +136,24 @@ class Recording:
     def so_far(self):
         """What has been recorded, while it goes on."""
         return os.pread(self.file.fileno(), os.fstat(self.file.fileno()).st_size, 0)
+
+
+class Program:
+    """A program in a device, spoken to line by line."""
+
+    def __init__(self, lab, device, *command):
+        self.process = lab.start("exec", device, "--", *command, stdin=subprocess.PIPE, stderr=None)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.process.stdin.close()
+        self.process.wait(20)
+
+    def say(self, line):
+        self.process.stdin.write(line + "\n")
+        self.process.stdin.flush()
+
+    def hear(self):
+        return self.process.stdout.readline().rstrip("\n")

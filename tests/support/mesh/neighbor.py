@@ -2,11 +2,10 @@
 silent otherwise. Its messages are written byte by byte, from docs/vendor-protocol.md."""
 
 import struct
-import subprocess
 import threading
 import time
 
-from lab import MESH, wait_until
+from lab import Program, wait_for, wait_until
 
 MULTICAST = "01:80:c2:00:00:13"
 DISCOVERY, QUERY, RESPONSE, VENDOR = 0, 2, 3, 4
@@ -64,35 +63,18 @@ class Heard:
             self.payload = frame[40:40 + length]
 
 
-def wait_for(condition, seconds):
-    """The first true value of condition(), a false one when there is none within these seconds."""
-    limit = time.monotonic() + seconds
-    while not (value := condition()) and time.monotonic() < limit:
-        time.sleep(0.02)
-    return value
-
-
-class Neighbor:
+class Neighbor(Program):
     """On a port of a device. Its addresses are its own, so that nobody takes it for the device."""
 
     def __init__(self, lab, device, port, mac="02:57:a0:00:00:00", al="02:57:a0:00:00:ff"):
         self.mac, self.al, self.heard, self.id = mac, al, [], 0x1000
         self.sending = threading.Lock()
-        self.wire = subprocess.Popen(
-            [MESH, "exec", device, "--", "python3", "-c", WIRE, port], env=lab.environment,
-            text=True, stdin=subprocess.PIPE, stdout=subprocess.PIPE)
-        assert self.wire.stdout.readline() == "ready\n"
+        super().__init__(lab, device, "python3", "-c", WIRE, port)
+        assert self.hear() == "ready"
         threading.Thread(target=self.listen, daemon=True).start()
 
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        self.wire.stdin.close()
-        self.wire.wait(10)
-
     def listen(self):
-        for line in self.wire.stdout:
+        for line in self.process.stdout:
             frame = Heard(bytes.fromhex(line))
             if frame.destination not in (self.mac, MULTICAST):
                 continue
@@ -109,8 +91,7 @@ class Neighbor:
                 message_id = self.id
             header = raw(destination) + raw(self.mac) + struct.pack(
                 ">HBBHHBB", 0x893A, 0xA0, 0, kind, message_id, 0, 0x80)
-            self.wire.stdin.write((header + tlvs + tlv(0)).ljust(60, b"\0").hex() + "\n")
-            self.wire.stdin.flush()
+            self.say((header + tlvs + tlv(0)).ljust(60, b"\0").hex())
             return message_id
 
     def hello(self, device):
@@ -120,7 +101,7 @@ class Neighbor:
         def asked():
             self.send(MULTICAST, DISCOVERY, tlv(1, raw(self.al)) + tlv(2, raw(self.mac)))
             return wait_for(lambda: any(frame.type == QUERY and frame.source == device and
-                                        frame.time > since for frame in list(self.heard)), 1)
+                                        frame.time > since for frame in list(self.heard)), 1, 0.02)
 
         wait_until(asked, 15, "a topology query for the neighbor")
 
@@ -138,6 +119,6 @@ class Neighbor:
 
         for _ in range(2):
             asked.add(self.tell(device, kind, payload))
-            if found := wait_for(answers, 5):
+            if found := wait_for(answers, 5, 0.02):
                 return found[0].vendor, found[0].payload
         raise AssertionError(f"no answer to {kind}")
