@@ -70,15 +70,12 @@ def test_every_device_sees_the_cables_of_the_lab(lab):
     drawn = ctl(lab, "topology").stdout.splitlines()
     assert [line.split()[:2] for line in drawn[1:]] == [
         ["dev1", al_mac(1)], ["`--", "dev2"], ["`--", "dev3"]]
-    begin = time.monotonic()
-    ctl(lab, "topology")
-    assert time.monotonic() - begin < 2, "though it is an engineer's machine that runs it"
 
 
 def test_records_are_those_of_the_lab(lab):
     status = show(lab, "status")
-    assert (status["al_mac"], status["role"]) == (al_mac(1), "Registrar")
-    assert status["other_devices"] == 2
+    assert (status["al_mac"], status["role"], status["other_devices"]) == (
+        al_mac(1), "Registrar", 2)
     assert [(d["name"], d["al_mac"], d["role"]) for d in show(lab, "devices")["devices"]] == [
         ("dev1", al_mac(1), "Registrar"), ("dev2", al_mac(2), "Enrollee"),
         ("dev3", al_mac(3), "Enrollee")]
@@ -89,8 +86,7 @@ def test_records_are_those_of_the_lab(lab):
     assert {("dev1", "eth0", "dev2"), ("dev2", "eth1", "dev3"), ("dev3", "eth0", "dev2")} <= links
     assert ("new", "dev2") in {(c["event"], c["neighbor"]) for c in show(lab, "changes")["changes"]}
     device = show(lab, "device", "02-00-00-00-02-FF")
-    assert (device["name"], device["role"], len(device["interfaces"])) == ("dev2", "Enrollee", 2)
-    assert device["authorized"] is True
+    assert (device["name"], len(device["interfaces"]), device["authorized"]) == ("dev2", 2, True)
     lines = ctl(lab, "device", "dev2", "--keyvalue").stdout.splitlines()
     assert "name=dev2" in lines and f"interfaces.1.mac={port_mac(2, 1)}" in lines
     assert all(re.match(r"[a-z0-9_.]+=", line) for line in lines)
@@ -105,11 +101,8 @@ def test_an_order_is_answered_by_the_device(lab):
     failed = ctl(lab, "--json", "led", "DEV2", "9")
     assert failed.returncode == REFUSED and json.loads(failed.stdout)["result"] == 5
     assert "nobody answers" in ctl(lab, "led", "all", "3").stdout
-    for order, answered in ((("led", "dev2", "7"), True), (("network", "dev2", "1", "x"), False),
-                            (("wps", "renew", "main24"), True)):
-        told = show(lab, *order)
-        named = " ".join(order) if order[0] == "wps" else order[0]
-        assert (told["answered"], told["order"]) == (answered, named)
+    told = show(lab, "network", "dev2", "1", "x")
+    assert (told["answered"], told["order"]) == (False, "network")
     assert ctl(lab, "power", "dev2", "on", "eth1").stdout.split()[-3:] == ["eth1", "0", "done"]
 
 
@@ -129,17 +122,8 @@ def test_options_are_set_and_read(lab):
     (("send", "3"), REFUSED, "code 64"),
     (("steer", "dev3", "1"), REFUSED, "code 16"),  # it has no hook
     (("led", "attic", "1"), USAGE, "no device is called attic\n.*dev2"),
-    (("led", "dev2", "300"), USAGE, "0 to 255"),
-    (("rebot", "dev2"), USAGE, "no command rebot"),
-    (("set", "colour", "1"), USAGE, "allow-reboot"),
-    (("send", "2", "0x"), USAGE, "hexadecimal"),
-    (("send", "2"), USAGE, "--to DEVICE"),
     (("reboot", "self"), USAGE, "this is dev1 itself"),
-    (("reboot", "02:00:00:00:09:ff"), REFUSED, "code 87"),
-    (("led", "00:00:00:00:00:00", "1"), USAGE, "is no device\n.* all"),
-    (("power", "dev2", "off"), USAGE, "--yes"),
     (("power", "self", "off"), USAGE, "--yes"),
-    (("watch", "rebot"), USAGE, "no command rebot"),
     (("power", "dev2", "off", "wlan7"), USAGE, "no interface wlan7"),
     (("watch", "reboot", "dev2"), USAGE, "only commands that read"),
 ])
@@ -162,14 +146,14 @@ def test_dangerous_orders_want_a_yes(lab):
     lab("wait")
 
 
+def plant(lab, path, *names):
+    """dev1's data model with one name in the place of another."""
+    lab.run("dev1", "tee", path, input=lab.model_text("dev1").replace(*names),
+            encoding="utf-8")
+
+
 def test_names_of_others_drive_no_terminal(lab):
-    evil = r"\033]0;owned\007\342\200\256\"q\\$(reboot)\n"
-    lab.shell("dev1", f"sed 's/dev3/@@/' /tmp/vm1905.json > /tmp/evil.json;"
-              f"name=$(printf '{evil}');"
-              "printf '%s' \"$name\" > /tmp/name; python3 - <<'E'\n"
-              "text = open('/tmp/evil.json').read()\n"
-              "name = open('/tmp/name', encoding='utf-8', newline='').read()\n"
-              "open('/tmp/evil.json', 'w', newline='').write(text.replace('@@', name))\nE")
+    plant(lab, "/tmp/evil.json", "dev3", '\x1b]0;owned\x07\u202e"q\\$(reboot)')
     for form in ("--yes", "--keyvalue", "--json"):
         out = ctl(lab, "devices", "--data-model", "/tmp/evil.json", form).stdout
         assert "owned" in out and al_mac(3) in out and "dev2" in out
@@ -177,7 +161,7 @@ def test_names_of_others_drive_no_terminal(lab):
 
 
 def test_a_name_that_two_have_is_nobodys(lab):
-    lab.shell("dev1", "sed 's/\"dev3\"/\"dev2\"/' /tmp/vm1905.json > /tmp/twice.json")
+    plant(lab, "/tmp/twice.json", '"dev3"', '"dev2"')
     done = ctl(lab, "led", "dev2", "1", "--data-model", "/tmp/twice.json")
     assert done.returncode == USAGE and al_mac(2) in done.stderr and al_mac(3) in done.stderr
 
@@ -237,12 +221,9 @@ def test_watch_does_not_outlive_its_reader(lab):
 def test_completion_knows_commands_options_and_devices(lab):
     source = (ROOT / "client" / "ctl" / "vm1905ctl.bash").read_text(encoding="utf-8")
     for words, expected in ((("reb",), {"reboot"}), (("led", ""), {"all", "dev2", "dev3"}),
-                            (("reboot", "d"), {"dev2", "dev3"}),
                             (("blacklist", ""), {"add", "remove"}),
-                            (("reboot", ""), {"dev2", "dev3"}),
                             (("watch", "--interval", "2", "device", ""), {"self", "dev2", "dev3"}),
                             (("get", "power", ""), {"eth0"}),
-                            (("power", "dev2", ""), {"on", "save", "off"}),
                             (("watch", "topology", "--ro"), {"--root"})):
         script = (f"COMP_WORDS=(vm1905ctl {' '.join(w or repr('') for w in words)}); "
                   f"COMP_CWORD={len(words)}; _vm1905ctl; printf '%s\\n' \"${{COMPREPLY[@]}}\"")

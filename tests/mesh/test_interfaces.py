@@ -1,11 +1,24 @@
-"""Interfaces that come and go under a running daemon."""
+"""Interfaces and neighbors that come and go under running daemons, with the real clock."""
+
+import time
 
 import pytest
 from frames import DISCOVERY, decode
 from lab import Lab, al_mac, wait_until
 from model import al, numbered, remotes
 
+LIFETIME = 130
 NEW, OLD = "02:00:00:00:01:77", "02:00:00:00:01:78"
+
+
+@pytest.fixture(scope="module")
+def lab():
+    """A line of three, of which the last is cut off while the first test is at work."""
+    with Lab("line", "3") as made:
+        made("wait", "--seconds", "20")
+        made("cut", "dev2", "dev3")
+        made.begin = time.monotonic()
+        yield made
 
 
 def own(lab, device):
@@ -15,13 +28,6 @@ def own(lab, device):
 def remote(lab, device, number):
     entry = remotes(lab.model(device)).get(al_mac(number), {})
     return [interface["InterfaceId"] for interface in numbered(entry, "Interface")]
-
-
-@pytest.fixture(scope="module")
-def lab():
-    with Lab("line", "2") as made:
-        made("wait", "--seconds", "20")
-        yield made
 
 
 def test_a_new_interface_is_taken_in_and_a_removed_one_dropped(lab):
@@ -42,3 +48,16 @@ def test_a_new_interface_is_taken_in_and_a_removed_one_dropped(lab):
     wait_until(lambda: own(lab, "dev1") == ["eth0"], 15, "the removed interfaces are gone")
     wait_until(lambda: len(remote(lab, "dev2", 1)) == 1, 15, "the neighbor is told")
     assert lab.device("dev1")["daemons"] == [daemon], "without a restart"
+
+
+def test_a_lost_neighbor_is_forgotten_and_found_again(lab):
+    for number, known in ((1, {al_mac(2)}), (2, {al_mac(1)}), (3, set())):
+        wait_until(lambda: (model := lab.model(f"dev{number}")) and set(remotes(model)) == known,
+                   max(10, lab.begin + LIFETIME + 10 - time.monotonic()),
+                   f"dev{number} knows {known} only", 1)
+    for device, mac in (("dev1", al_mac(3)), ("dev2", al_mac(3)), ("dev3", al_mac(2))):
+        assert f"neihbor device ({mac}) disconnected" in lab.log(device)
+    # Where the port stayed up, nothing but its age told that the interface is no longer there.
+    assert "remove a neighbor interface (02:00:00:00:03:00)" in lab.log("dev1")
+    lab("join", "dev2", "dev3")
+    lab("wait", "--seconds", "75")

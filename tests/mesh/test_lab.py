@@ -12,10 +12,10 @@ from lab import Lab, wait_until
 REBOOT = ("python3", "-c", "import ctypes; ctypes.CDLL(None).reboot(0x1234567)")
 
 
-def namespaces(pids=None):
-    """The network namespaces of these processes, or of all that can be seen."""
+def namespaces(pids):
+    """The network namespaces of these processes."""
     found = set()
-    for pid in pids or filter(str.isdigit, os.listdir("/proc")):
+    for pid in pids:
         with contextlib.suppress(OSError):
             found.add(os.stat(f"/proc/{pid}/ns/net").st_ino)
     return found
@@ -32,12 +32,6 @@ def inits(lab):
     return {name: device["init"] for name, device in lab.status()["devices"].items()}
 
 
-def keeper(lab):
-    """The keeper's process id: it is the parent of every device's init."""
-    with open(f"/proc/{inits(lab)['dev1']}/status", encoding="utf-8") as file:
-        return int(next(line.split()[1] for line in file if line.startswith("PPid:")))
-
-
 def links(lab, device):
     """Port -> whether it has carrier."""
     lines = lab.run(device, "ip", "-o", "link").splitlines()
@@ -46,7 +40,7 @@ def links(lab, device):
 
 @pytest.fixture(scope="module")
 def line():
-    with Lab("line", "3", "--args", "dev3=-d 2") as lab:
+    with Lab("line", "3") as lab:
         yield lab
 
 
@@ -60,10 +54,6 @@ def test_a_device_is_separate_from_the_host_and_from_the_others(line):
     assert line.shell("dev2", "cat /proc/[0-9]*/comm").count("vm1905") == 1
     assert line.run("dev2", "cat", "/proc/1/comm").strip() != "vm1905"
     assert not os.path.exists("/tmp/vm1905-lab-x")
-    assert f"{line.status()['build']}/vm1905\0-d\0004\0-x\0001" in line.shell(
-        "dev2", "cat /proc/[2-9]*/cmdline || true")
-    assert line.run("dev1", "readlink", "-f", "/usr/sbin/vm1905").startswith(
-        line.status()["build"])
 
 
 def test_a_reboot_and_a_pulled_plug_empty_tmp_and_keep_the_configuration(line):
@@ -74,14 +64,11 @@ def test_a_reboot_and_a_pulled_plug_empty_tmp_and_keep_the_configuration(line):
     for _ in range(2):
         seen = line.shell("dev1", "cat /etc/vm1905/kept; ls /tmp; ipcs -m")
         assert "kept" in seen and "lost" not in seen and "47110" not in seen
-        assert line.device("dev1")["daemons"]
-        assert links(line, "dev2")["eth0"]
+        assert line.device("dev1")["daemons"] and links(line, "dev2")["eth0"]
         line.shell("dev1", "echo lost > /tmp/lost")
         line("kill", "dev1")
         assert not links(line, "dev2")["eth0"], "its neighbour still sees a carrier"
         assert line.device("dev1")["power"] == "off"
-        refused = line.attempt("exec", "dev1", "--", "true")
-        assert refused.returncode == 1 and "lab/mesh start dev1" in refused.stderr
         line("start", "dev1")
 
 
@@ -100,76 +87,43 @@ def test_a_daemon_that_ends_shows_in_status_and_log(line):
     wait_until(lambda: line.device("dev2")["ending"], 5, "the end is noticed")
     device = line.device("dev2")
     assert device["ending"] == "daemon killed by SIGABRT" and device["power"] == "on"
-    assert not device["daemons"]
-    assert "daemon killed by SIGABRT" in line("log", "dev2")
-    line.restart("dev2")
-    assert line.device("dev2")["daemons"] and not line.device("dev2")["ending"]
+    assert not device["daemons"] and device["ending"] in line("log", "dev2")
 
 
 @pytest.mark.parametrize("arguments, code", [
-    (("cut", "dev1", "dev3"), 1), (("kill", "dev9"), 1), (("exec", "dev9", "--", "true"), 1),
-    (("up", "line", "2"), 1), (("capture", "dev1", "dev3", "-"), 1),
-    (("exec", "dev1", "--", "sh", "-c", "exit 42"), 42),
-    (("up", "line", "1"), 2), (("up", "ring", "2"), 2), (("exec", "dev1"), 2), (("fly",), 2)])
+    (("cut", "dev1", "dev3"), 1), (("kill", "dev9"), 1), (("up", "line", "2"), 1),
+    (("exec", "dev1", "--", "sh", "-c", "exit 42"), 42), (("up", "ring", "2"), 2), (("fly",), 2)])
 def test_exit_codes(line, arguments, code):
     done = line.attempt(*arguments)
     assert done.returncode == code
     assert code == 42 or done.stderr
 
 
-def test_a_ring_carries_a_broadcast_once_round():
-    with Lab("ring", "3") as ring:
-        for device in ("dev1", "dev2", "dev3"):
-            ring.shell(device, "touch /tmp/vm1905_stop")
-        wait_until(lambda: not any(device["daemons"] for device in
-                                   ring.status()["devices"].values()), 10, "the daemons end")
-        with ring.capture("dev2", "dev3") as cable:
-            ring.run("dev1", "python3", "-c", "import socket\n"
-                     "s = socket.socket(socket.AF_PACKET, socket.SOCK_RAW)\n"
-                     "s.bind(('br-lan', 0))\n"
-                     "s.send(b'\\xff' * 6 + bytes.fromhex('0200000001ff88b5') + b'storm' * 12)")
-            time.sleep(1)
-        assert 1 <= cable.data.count(b"storm" * 12) <= 2
-
-
-def nothing(_):
-    pass
-
-
 def end_keeper(lab):
-    os.kill(keeper(lab), signal.SIGKILL)
-
-
-def end_device(lab):
-    os.kill(inits(lab)["dev2"], signal.SIGKILL)
+    """It is the parent of every device's init."""
+    with open(f"/proc/{inits(lab)['dev1']}/status", encoding="utf-8") as file:
+        keeper = next(line.split()[1] for line in file if line.startswith("PPid:"))
+    os.kill(int(keeper), signal.SIGKILL)
 
 
 def use_it(lab):
-    sleeper = lab.start("exec", "dev1", "--", "sleep", "60")
+    lab.start("exec", "dev1", "--", "sleep", "60")
     recorder = lab.start("capture", "dev1", "dev2", "/dev/null")
     assert recorder.stdout.readline().startswith("capturing")
-    lab("kill", "dev2")
-    lab.users = (sleeper, recorder)
+    os.kill(inits(lab)["dev2"], signal.SIGKILL)
 
 
-@pytest.mark.parametrize("incident", [nothing, end_keeper, end_device, use_it])
+@pytest.mark.parametrize("incident", [end_keeper, use_it])
 def test_down_leaves_nothing_behind(incident):
     before = host()
-    lab = Lab("line", "2")
-    lab.up()
-    spaces = namespaces(inits(lab).values())
-    assert len(spaces) == 2 and host() == before
-    incident(lab)
-    lab("down")
+    with Lab("line", "2") as lab:
+        spaces = namespaces(inits(lab).values())
+        assert len(spaces) == 2 and host() == before
+        incident(lab)
     assert "nothing to take down" in lab("down")
-    for user in getattr(lab, "users", ()):
-        user.communicate(timeout=10)
-    wait_until(lambda: not spaces & namespaces(), 5, "the namespaces are gone")
-    assert not lab.folder.exists()
-    assert host() == before
-    # The name is free again.
-    lab.up()
-    lab("down")
+    wait_until(lambda: not spaces & namespaces(filter(str.isdigit, os.listdir("/proc"))), 5,
+               "the namespaces are gone")
+    assert not lab.folder.exists() and host() == before
 
 
 def test_an_interrupted_start_can_be_taken_down():
@@ -185,20 +139,13 @@ def test_an_interrupted_start_can_be_taken_down():
         assert not left.stdout, left.stdout
 
 
-def test_a_lab_ends_with_the_process_it_was_made_for():
-    lab = Lab()
-    with subprocess.Popen(["sleep", "60"]) as master:
-        lab("up", "line", "2", "--until-exit-of", str(master.pid))
-        spaces = namespaces(inits(lab).values())
-        master.kill()
-    wait_until(lambda: not lab.folder.exists(), 5, "its files are gone")
-    wait_until(lambda: not spaces & namespaces(), 5, "its namespaces are gone")
-
-
-def test_labs_side_by_side_do_not_touch_each_other():
-    with Lab("line", "2") as one, Lab("line", "2") as other:
-        other.shell("dev1", "touch /tmp/other")
-        one("kill", "dev1")
-        assert "other" in other.run("dev1", "ls", "/tmp") and links(other, "dev2")["eth0"]
-        one("down")
-        assert other.device("dev1")["daemons"]
+def test_a_lab_ends_with_the_process_it_was_made_for_and_leaves_others_alone():
+    with Lab("line", "2") as other:
+        lab = Lab()
+        with subprocess.Popen(["sleep", "60"]) as master:
+            lab("up", "line", "2", "--until-exit-of", str(master.pid))
+            lab.shell("dev1", "touch /tmp/mine")
+            assert "mine" not in other.run("dev1", "ls", "/tmp")
+            master.kill()
+        wait_until(lambda: not lab.folder.exists(), 5, "its files are gone")
+        assert other.device("dev1")["daemons"] and links(other, "dev2")["eth0"]
