@@ -37,29 +37,23 @@ BANNER = "** vm1905 Version : WIFISYS_RTK_9.2 **\n"
 
 @pytest.fixture(scope="module")
 def lab():
-    with Lab("line", "2") as made:
+    with Lab("line", "2", "--args", "dev2=foo -t 1 -t 2 -r 5 -p 0 -d 6") as made:
         yield made
+
+
+def restarted(lab, device, script=":"):
+    """The AL of a daemon that has only just started, with what the script has made of its files."""
+    lab.restart(device, meanwhile=script)
+    return wait_until(lambda: al(lab.model(device)), 5, "the first data model")
 
 
 @pytest.fixture
 def device(lab):
-    """A device with a daemon that has only just started, and an empty /tmp."""
-    lab("kill", "dev1")
-    lab("start", "dev1")
-    wait_until(lambda: al(lab.model("dev1")), 5, "the first data model")
+    restarted(lab, "dev1")
     return "dev1"
 
 
-def restarted(lab, device, script):
-    """Its log since it was started again with what the script has made of its files."""
-    lab.restart(device, meanwhile=script)
-    boots = lab.device(device)["boots"]
-    wait_until(lambda: al(lab.model(device)), 5, "the first data model")
-    return lab.log(device).partition(f"powered on ({boots})")[2]
-
-
-@pytest.mark.parametrize("arguments", [("-h",), ("-Q",), ("-1",), ("-b",), ("-d", "-1"),
-                                       ("foo", "-x", "0", "-h")])
+@pytest.mark.parametrize("arguments", [("-h",), ("-d", "-1"), ("foo", "-x", "0", "-Q")])
 def test_usage(lab, arguments):
     done = lab.attempt("exec", "dev2", "--", "/usr/sbin/vm1905", *arguments, text=False)
     assert done.returncode == 0
@@ -68,26 +62,23 @@ def test_usage(lab, arguments):
 
 def test_options_override_the_configuration_file(lab):
     conf = "printf 'ENABLE_NET_TOPOL=0\\nENABLE_REBOOT_FROM_NBR = 0;\\n' > /etc/vm1905/vm1905.conf"
-    lab.restart("dev1", meanwhile=conf)
-    model = wait_until(lambda: al(lab.model("dev1")), 5, "the first data model")
-    assert model["EnableReboot"] is False and model["EnableInterfacePowerControl"] is True
-    assert model["NetworkTopology"]["Enable"] is False
-    with Lab("line", "2", "--args", "dev1=foo -t 1 -t 2 -r 5 -p 0 -d 6") as other:
-        other.restart("dev1", meanwhile=conf)
-        model = wait_until(lambda: al(other.model("dev1")), 5, "the first data model")
-        # The later of two counts even where it is out of range and so sets nothing.
-        assert model["NetworkTopology"]["Enable"] is False
-        assert model["EnableReboot"] is False and model["EnableInterfacePowerControl"] is False
-        assert "set interface power control configuration value to (0)" in other.log("dev1")
+    # On the second the later of two counts, though it is out of range and so sets nothing.
+    for name, power in (("dev1", True), ("dev2", False)):
+        found = restarted(lab, name, conf)
+        assert found["NetworkTopology"]["Enable"] is False and found["EnableReboot"] is False
+        assert found["EnableInterfacePowerControl"] is power
+        restarted(lab, name, "rm /etc/vm1905/vm1905.conf")
+    assert "set interface power control configuration value to (0)" in lab.log("dev2")
 
 
-@pytest.mark.parametrize("content", [
-    "rm -f {}", ": > {}", "head -c 100000 /dev/urandom > {}", "head -c 10485760 /dev/zero > {}",
-    "yes ENABLE_LOG=1 | head -c 10485760 > {}"])
+@pytest.mark.parametrize("content", ["rm -f {}", "head -c 100000 /dev/urandom > {}",
+                                     "yes ENABLE_LOG=1 | head -c 10485760 > {}"])
 def test_no_configuration_file_stops_the_daemon(lab, content):
-    log = restarted(lab, "dev1", "; ".join(content.format(f"/etc/vm1905/{name}")
-                                           for name in ("vm1905.conf", "vm1905_Version")))
-    assert lab.device("dev1")["daemons"] and not lab.device("dev1")["ending"]
+    restarted(lab, "dev1", "; ".join(content.format(f"/etc/vm1905/{name}")
+                                     for name in ("vm1905.conf", "vm1905_Version")))
+    found = lab.device("dev1")
+    log = lab.log("dev1").partition(f"powered on ({found['boots']})")[2]
+    assert found["daemons"] and not found["ending"]
     assert ("failed to initialize system configuration\r" in log) == content.startswith("rm")
 
 
@@ -97,12 +88,11 @@ def test_the_debug_file_sets_the_level_of_a_running_daemon(lab, device):
 
     wait_until(lambda: lines(4), 5, "lines of level 4")
     lab.shell(device, "echo 1 > /tmp/vm1905_debug")
-    assert wait_until(lambda: "set debug level to 1 from the script cmd" in lab.log(device), 5,
-                      "the level is set")
+    wait_until(lambda: "set debug level to 1 from the script cmd" in lab.log(device), 5,
+               "the level is set")
     before = lines(4)
     # A device that goes and comes makes a lot of noise at level 4.
-    lab.restart("dev2")
-    wait_until(lambda: al(lab.model("dev2")), 5, "the neighbor is back")
+    restarted(lab, "dev2")
     assert lines(4) == before
     lab.shell(device, "echo 4 > /tmp/vm1905_debug")
     wait_until(lambda: lines(4) > before, 5, "lines of level 4 again")
@@ -115,25 +105,21 @@ def test_the_topology_files_switch_it_off_and_on(lab, device):
         wait_until(lambda: al(lab.model(device))["NetworkTopology"]["Enable"] is enabled, 8, name)
         assert f"{name[:-5]} the 1905.1 network topology capabilities\r" in lab.log(device)
         lab.shell(device, f"rm /tmp/vm1905_{name}")
-    assert lab.device(device)["daemons"]
 
 
 def test_the_stop_file_ends_the_daemon_in_good_order(lab, device):
     lab.shell(device, "touch /tmp/vm1905_stop")
     ended = wait_until(lambda: lab.device(device)["ending"], 10, "the daemon ends")
     # With a sanitized daemon this also tells that nothing has leaked.
-    assert ended == "daemon exited with status 0"
-    assert not lab.device(device)["daemons"] and lab.device(device)["power"] == "on"
+    assert ended == "daemon exited with status 0" and not lab.device(device)["daemons"]
 
 
 def test_the_restart_file_starts_another_daemon(lab, device):
     (old,) = lab.device(device)["daemons"]
     lab.shell(device, "touch /tmp/vm1905_restart")
-    new = wait_until(lambda: [pid for pid in lab.device(device)["daemons"] if pid != old], 10,
-                     "another daemon runs")[0]
+    wait_until(lambda: set(lab.device(device)["daemons"]) - {old}, 10, "another daemon runs")
     # It acts for as long as it is there, so the newcomer would restart as well.
     lab.shell(device, "rm /tmp/vm1905_restart")
-    wait_until(lambda: lab.log(device).count(BANNER.strip()) >= 2, 5, "the newcomer speaks")
     assert "IEEE1905 restart ...\r" in lab.log(device)
     new = wait_until(lambda: lab.device(device)["daemons"], 5, "a daemon runs")[0]
     with open(f"/proc/{new}/cmdline", encoding="ascii") as file:

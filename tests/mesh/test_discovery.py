@@ -19,6 +19,9 @@ OWNER = {port: mac for mac, ports in PORTS.items() for port in ports}
 HEARD = {MACS[0]: {port_mac(1, 0): {MACS[1], MACS[2]}},
          MACS[1]: {port_mac(2, 0): {MACS[0]}, port_mac(2, 1): {MACS[2]}},
          MACS[2]: {port_mac(3, 0): {MACS[0], MACS[1]}}}
+# The ports at the ends of each cable.
+ENDS = ((port_mac(1, 0), port_mac(2, 0)), (port_mac(2, 1), port_mac(3, 0)))
+
 
 def neighbors(device):
     """Interface MAC -> AL MACs heard there, as the data model has it of a remote device."""
@@ -30,9 +33,9 @@ def neighbors(device):
     return found
 
 
-def complete(model, own):
-    return {mac: neighbors(device) for mac, device in remotes(model).items()} == {
-        mac: HEARD[mac] for mac in MACS if mac != own}
+def known(model):
+    """AL MAC -> what neighbors() tells of that device."""
+    return {mac: neighbors(device) for mac, device in remotes(model).items()}
 
 
 @pytest.fixture(scope="module")
@@ -43,26 +46,23 @@ def start():
         with lab.capture("dev1", "dev2") as first, lab.capture("dev2", "dev3") as second:
             lab("start", *NAMES)
             begin = time.monotonic()
-            taken = {}
-            while len(taken) < len(NAMES) and time.monotonic() < begin + 12:
-                for name, own in zip(NAMES, MACS):
-                    if name not in taken and complete(lab.model(name), own):
-                        taken[name] = time.monotonic() - begin
+            missing = dict(zip(NAMES, MACS))
+            while missing and time.monotonic() < begin + 10:
+                for name, own in list(missing.items()):
+                    if known(lab.model(name)) == {mac: HEARD[mac] for mac in MACS if mac != own}:
+                        del missing[name]
             time.sleep(max(0.0, begin + 14 - time.monotonic()))
         yield types.SimpleNamespace(
-            lab=lab, taken=taken, cables=(decode(first.data), decode(second.data)),
+            lab=lab, missing=missing, cables=(decode(first.data), decode(second.data)),
             models={own: lab.model(name) for name, own in zip(NAMES, MACS)})
 
 
-def messages(start, *kinds):
-    return [frame for cable in start.cables for frame in cable
-            if frame.kind == "ieee1905" and frame.type in kinds]
+def messages(cable, *kinds):
+    return [frame for frame in cable if frame.kind == "ieee1905" and frame.type in kinds]
 
 
 def test_each_knows_the_others_within_10_seconds(start):
-    for name, own in zip(NAMES, MACS):
-        known = {mac: neighbors(device) for mac, device in remotes(start.models[own]).items()}
-        assert start.taken.get(name, 99) < 10, known
+    assert not start.missing, {own: known(model) for own, model in start.models.items()}
 
 
 def test_the_data_model_tells_what_is_there(start):
@@ -72,19 +72,12 @@ def test_the_data_model_tells_what_is_there(start):
         assert [(entry["InterfaceName"], entry["InterfaceId"], entry["PowerState"])
                 for entry in numbered(al(model), "Interface")] == [
                     (f"eth{n}", mac, "On") for n, mac in enumerate(PORTS[own])]
-        topology = al(model)["NetworkTopology"]
-        assert topology["Status"] == "Available" and topology["Enable"] is True
-        assert topology["IEEE1905DeviceNumberOfEntries"] == 2
+        assert al(model)["NetworkTopology"]["Status"] == "Available"
         for mac, device in remotes(model).items():
             assert [entry["InterfaceId"] for entry in numbered(device, "Interface")] == PORTS[mac]
-            assert {entry["MediaType"] for entry in numbered(device, "Interface")} <= {
-                "IEEE 802.3u(IEEE 802.3u Fast Ethernet)",
-                "IEEE 802.3ab(IEEE 802.3ab Gigabit Ethernet)"}
-            # A tuple is worth telling with two ports or more, and is none with one.
-            tuples = [entry["InterfaceList"] for entry in numbered(device, "BridgingTuple")]
-            assert PORTS[mac] in tuples
-            for kind in ("Interface", "NonIEEE1905Neighbor", "IEEE1905Neighbor", "BridgingTuple"):
-                assert device[kind + "NumberOfEntries"] == len(numbered(device, kind))
+            assert all("Ethernet" in entry["MediaType"] for entry in numbered(device, "Interface"))
+            assert PORTS[mac] in [entry["InterfaceList"]
+                                  for entry in numbered(device, "BridgingTuple")]
             # A neighbour counts as behind a bridge once two discoveries came a minute apart.
             assert not any(entry["IEEE802dot1Bridge"] for entry in
                            numbered(device, "IEEE1905Neighbor"))
@@ -101,9 +94,8 @@ def test_every_frame_is_well_formed_and_comes_from_a_port(start):
 
 
 def test_discoveries_carry_the_port_they_leave_by(start):
-    for cable, ends in zip(start.cables, ((port_mac(1, 0), port_mac(2, 0)),
-                                          (port_mac(2, 1), port_mac(3, 0)))):
-        heard = [frame for frame in cable if frame.kind == "ieee1905" and frame.type == DISCOVERY]
+    for cable, ends in zip(start.cables, ENDS):
+        heard = messages(cable, DISCOVERY)
         assert set(ends) <= {frame.source for frame in heard}
         for frame in heard:
             assert frame.destination == MULTICAST and not frame.relayed
@@ -113,8 +105,8 @@ def test_discoveries_carry_the_port_they_leave_by(start):
 
 
 def test_queries_are_answered_with_the_whole_picture(start):
-    queries = messages(start, QUERY)
-    responses = messages(start, RESPONSE)
+    queries, responses = (messages(start.cables[0] + start.cables[1], kind)
+                          for kind in (QUERY, RESPONSE))
     assert {OWNER[frame.source] for frame in queries} == set(MACS)
     assert all(frame.types() == [1, 0] and frame.sender() == OWNER[frame.source]
                for frame in queries)
@@ -134,33 +126,27 @@ def test_queries_are_answered_with_the_whole_picture(start):
 
 
 def test_lldp_names_device_and_port_and_stays_on_its_cable(start):
-    for cable, ends in zip(start.cables, ((port_mac(1, 0), port_mac(2, 0)),
-                                          (port_mac(2, 1), port_mac(3, 0)))):
+    for cable, ends in zip(start.cables, ENDS):
         heard = [frame for frame in cable if frame.kind == "lldp"]
         assert {frame.source for frame in heard} == set(ends)
         for frame in heard:
-            assert frame.destination == NEAREST_BRIDGE
-            assert frame.get("lldp.chassis.id.mac") == OWNER[frame.source]
-            assert frame.get("lldp.port.id.mac") == frame.source
-            assert frame.get("lldp.time_to_live") == "180"
+            assert (frame.destination, frame.get("lldp.chassis.id.mac"),
+                    frame.get("lldp.port.id.mac"), frame.get("lldp.time_to_live")) == (
+                        NEAREST_BRIDGE, OWNER[frame.source], frame.source, "180")
 
 
 def test_nothing_bounces_back(start):
     """A multicast passes a cable once as sent, carried on by the bridge of the middle device, and
     if it is to be relayed once more as that device relays it; and never returns."""
-    sides = ({MACS[0]}, {MACS[2]})
-    for cable, outer in zip(start.cables, sides):
+    for cable, outer in zip(start.cables, (MACS[0], MACS[2])):
         copies = {}
-        for frame in cable:
-            if frame.kind == "ieee1905" and frame.type in (DISCOVERY, NOTIFICATION):
-                key = (frame.sender(), frame.type, frame.id)
-                copies.setdefault(key, []).append(OWNER[frame.source])
+        for frame in messages(cable, DISCOVERY, NOTIFICATION):
+            key = (frame.sender(), frame.type, frame.id)
+            copies.setdefault(key, []).append(OWNER[frame.source])
         assert any(kind == NOTIFICATION for _, kind, _ in copies)
         for (sender, kind, _), sources in copies.items():
-            allowed = [sender]
-            if kind == NOTIFICATION and sender not in outer | {MACS[1]}:
-                allowed.append(MACS[1])
-            assert sorted(sources) == sorted(allowed), (sender, kind, sources)
+            relays = kind == NOTIFICATION and sender not in (outer, MACS[1])
+            assert sorted(sources) == sorted([sender] + [MACS[1]] * relays), (sender, kind, sources)
 
 
 def test_a_settled_mesh_is_quiet(start):

@@ -10,7 +10,7 @@ import pytest
 from lab import Lab, al_mac, wait_until
 from model import al, remotes
 
-DEVICES = ("dev1", "dev2", "dev3")
+DEVICES = {"dev1": al_mac(1), "dev2": al_mac(2), "dev3": al_mac(3)}
 IMAGE = random.Random(2).randbytes(3_000_000)
 FOLDER = "/etc/vm1905/firmware"
 
@@ -28,14 +28,19 @@ def write(lab, device, path, data, mode="644"):
             input=data, text=False)
 
 
-def prepare(lab, devices):
+def prepare(lab, number, *more):
     """Devices with an address and version 1.0, freshly started with that."""
-    for number, device in enumerate(devices, 1):
+    devices = list(DEVICES)[:number]
+    for device in devices:
         write(lab, device, "/etc/vm1905/hooks/firmware-install", INSTALL, "755")
         lab.shell(device, f"""
             printf 'FIRMWARE_VERSION = 1.0\\nFIRMWARE_FOLDER = {FOLDER}\\n' \
                 >> /etc/vm1905/platform.conf
-            ip address add 192.0.2.{number}/24 dev br-lan""")
+            ip address add 192.0.2.{device[3:]}/24 dev br-lan""")
+    for device, script in more:
+        lab.shell(device, script)
+    lab("kill", *devices)
+    lab("start", *devices)
 
 
 def announce(lab, name, image, digest):
@@ -53,11 +58,8 @@ def told(lab, device):
 def mesh():
     """A whole mesh that begins to upgrade at once."""
     with Lab("line", "3") as lab:
-        prepare(lab, DEVICES)
         # Of this version the order comes with a file name, of the others without.
-        lab.shell("dev3", "echo 'FwUpgrade = 1502' > /etc/vm1905/vm1905_Version")
-        lab("kill", *DEVICES)
-        lab("start", *DEVICES)
+        prepare(lab, 3, ("dev3", "echo 'FwUpgrade = 1502' > /etc/vm1905/vm1905_Version"))
         old = {al_mac(2): ("1.0", "Idle"), al_mac(3): ("1.0", "Idle")}
         wait_until(lambda: told(lab, "dev1") == old, 20, "the versions before")
         announce(lab, "fw-2.0.bin", IMAGE, hashlib.sha256(IMAGE).hexdigest())
@@ -69,30 +71,26 @@ def test_a_corrupted_image_is_refused(mesh):
     good, bad = IMAGE[:100_000], IMAGE[:99_999] + b"\0"
     digest = hashlib.sha256(good).hexdigest()
     with Lab("line", "2") as lab:
-        prepare(lab, DEVICES[:2])
         announce(lab, "good.bin", good, digest)
         announce(lab, "bad.bin", bad, digest)
         write(lab, "dev1", "/etc/vm1905/hooks/extender-firmware-url",
               "#!/bin/sh\necho http://192.0.2.1:8905/bad.bin\n", "755")
-        lab("kill", *DEVICES[:2])
-        lab("start", *DEVICES[:2])
+        prepare(lab, 2)
         failed = {al_mac(2): ("1.0", "Failed")}
         wait_until(lambda: told(lab, "dev1") == failed, 60, "dev2 has failed")
         assert "bad.bin, version 2.0, does not match its manifest" in lab.log("dev1")
         assert "does not match its manifest and is not installed" in lab.log("dev2")
         assert lab.attempt("exec", "dev2", "--", "cat", "/etc/vm1905/installed").returncode != 0
         assert lab.shell("dev2", "ls /tmp").count("vm1905_firmware") == 0
-        assert [lab.device(device)["boots"] for device in DEVICES[:2]] == [2, 2]
+        assert lab.device("dev1")["boots"] == lab.device("dev2")["boots"] == 2
 
 
 def test_a_mesh_is_upgraded(mesh):
-    new = {al_mac(n): ("2.0", "Idle") for n in (1, 2, 3)}
-
     def everybody_runs_it():
-        others = [{mac: it for mac, it in new.items() if mac != al_mac(n)} for n in (1, 2, 3)]
-        return all(told(mesh, device) == expected
+        return all(told(mesh, device) == {mac: ("2.0", "Idle") for mac in DEVICES.values()
+                                          if mac != own}
                    and al(mesh.model(device)).get("FirmwareState") == "Idle"
-                   for device, expected in zip(DEVICES, others))
+                   for device, own in DEVICES.items())
 
     wait_until(everybody_runs_it, 140, "all run version 2.0", 1)
     for device in DEVICES:
@@ -104,4 +102,3 @@ def test_a_mesh_is_upgraded(mesh):
     # Those that were ordered go first, then their Registrar.
     log = mesh.log("dev1")
     assert log.index("all devices have been rebooted") < log.index("reboot into the new one")
-    assert "busybox" not in mesh.run("dev1", "ps", "-e")
