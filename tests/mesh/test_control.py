@@ -53,7 +53,7 @@ def device(lab):
     return "dev1"
 
 
-@pytest.mark.parametrize("arguments", [("-h",), ("-d", "-1"), ("foo", "-x", "0", "-Q")])
+@pytest.mark.parametrize("arguments", [("-h",), ("-1",), ("-b",), ("foo", "-x", "0", "-Q")])
 def test_usage(lab, arguments):
     done = lab.attempt("exec", "dev2", "--", "/usr/sbin/vm1905", *arguments, text=False)
     assert done.returncode == 0
@@ -71,7 +71,7 @@ def test_options_override_the_configuration_file(lab):
     assert "set interface power control configuration value to (0)" in lab.log("dev2")
 
 
-@pytest.mark.parametrize("content", ["rm -f {}", "head -c 100000 /dev/urandom > {}",
+@pytest.mark.parametrize("content", ["rm -f {}", ": > {}", "head -c 100000 /dev/urandom > {}",
                                      "yes ENABLE_LOG=1 | head -c 10485760 > {}"])
 def test_no_configuration_file_stops_the_daemon(lab, content):
     restarted(lab, "dev1", "; ".join(content.format(f"/etc/vm1905/{name}")

@@ -101,8 +101,10 @@ def test_an_order_is_answered_by_the_device(lab):
     failed = ctl(lab, "--json", "led", "DEV2", "9")
     assert failed.returncode == REFUSED and json.loads(failed.stdout)["result"] == 5
     assert "nobody answers" in ctl(lab, "led", "all", "3").stdout
-    told = show(lab, "network", "dev2", "1", "x")
-    assert (told["answered"], told["order"]) == (False, "network")
+    for order, name, answered in ((("network", "dev2", "1", "x"), "network", False),
+                                  (("wps", "renew", "main24"), "wps renew", True)):
+        told = show(lab, *order)
+        assert (told["answered"], told["order"]) == (answered, name)
     assert ctl(lab, "power", "dev2", "on", "eth1").stdout.split()[-3:] == ["eth1", "0", "done"]
 
 
@@ -122,6 +124,7 @@ def test_options_are_set_and_read(lab):
     (("send", "3"), REFUSED, "code 64"),
     (("steer", "dev3", "1"), REFUSED, "code 16"),  # it has no hook
     (("led", "attic", "1"), USAGE, "no device is called attic\n.*dev2"),
+    (("send", "2"), USAGE, "--to DEVICE"),
     (("reboot", "self"), USAGE, "this is dev1 itself"),
     (("power", "self", "off"), USAGE, "--yes"),
     (("power", "dev2", "off", "wlan7"), USAGE, "no interface wlan7"),

@@ -75,6 +75,7 @@ def test_the_data_model_tells_what_is_there(start):
         assert al(model)["NetworkTopology"]["Status"] == "Available"
         for mac, device in remotes(model).items():
             assert [entry["InterfaceId"] for entry in numbered(device, "Interface")] == PORTS[mac]
+            assert int(device["DeviceUptime"]) > 0
             assert all("Ethernet" in entry["MediaType"] for entry in numbered(device, "Interface"))
             assert PORTS[mac] in [entry["InterfaceList"]
                                   for entry in numbered(device, "BridgingTuple")]

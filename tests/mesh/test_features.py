@@ -68,10 +68,10 @@ def test_stations_of_a_device_are_shown_by_the_others(lab, stranger):
     def shown():
         device = remotes(lab.model("dev2")).get(al_mac(1), {})
         return {it["NeighborInterfaceId"]: tuple(it[key] for key in (
-            "RATE", "RSSI", "SignalLevel", "Tx", "Rx", "ConnType"))
+            "RATE", "RSSI", "SignalLevel", "Tx", "Rx", "ConnType")) + ("802.11" in it["MediaType"],)
                 for it in numbered(device, "NonIEEE1905Neighbor") if "RATE" in it}
 
-    expected = {station(n): (100 + n, 40, 90 - n, "866.7 Mb/s", "1 Mb/s", "Guest_5GH")
+    expected = {station(n): (100 + n, 40, 90 - n, "866.7 Mb/s", "1 Mb/s", "Guest_5GH", True)
                 for n in range(STATION_NUM)}
     wait_until(lambda: shown() == expected, 25, "all stations in the neighbour's model")
     assert {frame.destination for frame in list(stranger.heard) if frame.vendor == STATIONS} == \
@@ -104,8 +104,9 @@ def test_a_speed_test_tells_its_figures_every_second(lab, stranger):
 
     wait_until(lambda: len(figures()) >= 4, 8, "four lines of figures")
     time.sleep(2)
-    assert [frame.payload[8:] for frame in figures()] == [
-        b"line 1", b"line 2", b"line 3", b"line 4"]
+    found = figures()
+    assert [frame.payload[8:] for frame in found] == [b"line 1", b"line 2", b"line 3", b"line 4"]
+    assert 2.5 < found[3].time - found[0].time < 3.5
     # Such a line reaches whoever shows it on the device that ordered the test.
     stranger.tell(al_mac(1), DATA, raw(stranger.al) + text("94 Mb/s; $(id)"))
     wait_until(lambda: calls(lab, "dev1", "speed-test-result") ==

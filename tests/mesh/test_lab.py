@@ -72,15 +72,6 @@ def test_a_reboot_and_a_pulled_plug_empty_tmp_and_keep_the_configuration(line):
         line("start", "dev1")
 
 
-def test_a_cable_stays_cut_until_it_is_joined(line):
-    line("cut", "dev3", "dev2")
-    assert links(line, "dev2") == {"lo": True, "br-lan": True, "eth0": True, "eth1": False}
-    line.restart("dev3")
-    assert not links(line, "dev3")["eth0"]
-    line("join", "dev2", "dev3")
-    assert links(line, "dev2")["eth1"] and links(line, "dev3")["eth0"]
-
-
 def test_a_daemon_that_ends_shows_in_status_and_log(line):
     (daemon,) = line.device("dev2")["daemons"]
     os.kill(daemon, signal.SIGABRT)

@@ -1,14 +1,10 @@
-"""The service channel of the real daemon: byte by byte over its shared memory, from processes that
-know nothing of the client library, and by that library."""
+"""The service channel of the real daemon: by the client library, and by its slots as they are."""
 
-import json
 import pathlib
 import re
 import subprocess
 
-import channel
 import pytest
-from channel import FULL, IDLE
 from lab import ROOT, Lab, Program, al_mac, port_mac, wait_until
 from neighbor import VENDOR, Neighbor, raw, vendor_tlv
 
@@ -19,23 +15,6 @@ NOBODY = "020bad000000"
 CODE = 254
 LED, LED_REQ, LED_RESP = 161, 33, 35
 NO_DAEMON, RESTARTED, TIMEOUT, BUSY = -1, -2, -3, -4
-
-
-class Channel(Program):
-    """The methods of a channel.Client in a device, which is a process of its own."""
-
-    def __init__(self, lab, device):
-        program = pathlib.Path(channel.__file__).read_text(encoding="utf-8")
-        super().__init__(lab, device, "python3", "-c", program)
-        assert self.hear() == "ready"
-
-    def __getattr__(self, name):
-        def call(*arguments):
-            self.say(json.dumps([name, arguments]))
-            result = json.loads(self.hear())
-            return tuple(result) if isinstance(result, list) else result
-
-        return call
 
 
 class Probe(Program):
@@ -91,11 +70,11 @@ def lab():
 
 @pytest.fixture(scope="module")
 def client(lab):
-    with Channel(lab, DEVICE) as made:
+    with Probe(lab) as made:
         # Every table that is asked for has its entry.
-        wait_until(lambda: all((made.ask(*request) or (CODE,))[0] != CODE for request in (
+        wait_until(lambda: all(made.ask(*request)[1] != CODE for request in (
             (12, OWN + "00"), (30, "00"), (36, AL2 + "01"), (40, AL2 + "00"))), 20, "its tables")
-        wait_until(lambda: made.ask(28)[1][10:16] == "010001", 20, "the topology")
+        wait_until(lambda: made.ask(28)[2][10:16] == "010001", 20, "the topology")
         yield made
 
 
@@ -141,8 +120,8 @@ LOCAL = (
 def test_the_daemon_answers_by_itself(client):
     for service, payload, answer, expected in LOCAL:
         found = client.ask(service, payload)
-        assert found and found[0] == answer and re.fullmatch(
-            re.sub("(00)+$", "", expected), found[1]), (service, payload, found)
+        assert found[:2] == (0, answer) and re.fullmatch(
+            re.sub("(00)+$", "", expected), found[2]), (service, payload, found)
 
 
 def led(stranger):
@@ -159,40 +138,69 @@ def test_a_neighbor_answers_for_the_daemon(client, stranger):
              6, target + "01" + raw(PORT).hex() + "0001" + "02",
              7, "01" + raw(PORT).hex() + "000101", "01" + intf + "01")):
         stranger.forget()
-        assert client.post(service, payload) is not None
+        client.post(service, payload)
         order = stranger.order(kind)
         assert order.payload.hex() == sent, service
-        assert client.look()[2] == IDLE, "no answer before the neighbor's"
         stranger.answer(order, answer_kind, answer)
-        assert client.take() == (service + 1, expected), service
+        assert client.answer() == (0, service + 1, expected)
 
 
-def test_an_answer_that_nobody_collects_is_given_up(client):
-    assert client.post(0) is not None
-    pid = client.pid()
-    assert client.look()[:3] == (pid, 1, FULL)
-    assert client.post(28) >= 15
-    assert client.look()[:3] == (pid, 29, FULL)
-    assert client.take()[0] == 29
+# Runs in the device, and knows nothing of the client library.
+SLOTS = """
+import ctypes, os, struct, time
+libc = ctypes.CDLL(None)
+libc.shmat.restype = ctypes.c_void_p
+request, response = (
+    (ctypes.c_ubyte * size).from_address(libc.shmat(libc.shmget(key, size, 0), None, 0))
+    for key, size in ((190510, 256), (190511, 632)))
+FLAG, FULL, IDLE = 6, 0, 1
+
+def becomes(slot, flag):
+    limit = time.monotonic() + 3
+    while slot[FLAG] != flag and time.monotonic() < limit:
+        time.sleep(0.0002)
+    return slot[FLAG] == flag
+
+def post(service, pid=os.getpid()):
+    request[:] = struct.pack("=iHB", pid, service, IDLE).ljust(256, bytes(1))
+    request[FLAG] = FULL
+    with open("/tmp/vm1905_wake", "wb", buffering=0) as fifo:
+        fifo.write(b"!")
+
+def there():
+    return struct.unpack("=iHB", bytes(response[:7])) == (os.getpid(), asked + 1, FULL)
+
+asked = 0
+post(0)
+assert becomes(request, IDLE) and there()
+begin, asked = time.monotonic(), 28
+post(28)
+assert becomes(request, IDLE) and there(), "an answer that nobody collects is given up"
+assert time.monotonic() - begin >= 0.015, "but not at once"
+
+asked = 2
+post(2)
+assert becomes(response, IDLE), "freed while the daemon waits"
+time.sleep(0.1)
+assert response[FLAG] == IDLE, "no answer before the request is withdrawn"
+request[FLAG] = IDLE
+assert becomes(response, FULL) and there()
+response[FLAG] = IDLE
+post(2, 4000000)
+assert becomes(request, IDLE), "nobody would withdraw it"
+"""
 
 
-def test_an_interface_is_told_when_the_request_is_withdrawn(lab, client):
-    client.mark("response", FULL)
-    assert client.post(2, "00") is None
-    assert client.look()[2] == IDLE, "freed while the daemon waits"
-    assert client.take(0.1) is None
-    client.mark("request", IDLE)
-    assert client.take()[0] == 3
-    nobody = 4_000_000
-    assert client.post(2, "00", nobody) is not None
-    assert f"the client ({nobody}) has gone" in lab.log(DEVICE)
-    assert client.ask(0)[0] == 1
+def test_the_slots_as_they_are(lab, client):
+    lab.run(DEVICE, "python3", "-c", SLOTS)
+    assert "the client (4000000) has gone" in lab.log(DEVICE)
+    assert client.ask(0)[1] == 1
 
 
-def test_two_clients_at_once(lab, stranger):
+def test_three_clients_at_once(lab, client, stranger):
     stranger.forget()
-    with Probe(lab) as waiting, Probe(lab) as first, Probe(lab) as second:
-        waiting.post(LED, led(stranger), 30000)
+    with Probe(lab) as first, Probe(lab) as second:
+        client.post(LED, led(stranger), 30000)
         order = stranger.order(LED_REQ)
         for _ in range(40):
             first.request(34, "00")
@@ -201,7 +209,7 @@ def test_two_clients_at_once(lab, stranger):
             assert first.answer()[:2] == (0, 35)
             assert second.answer()[:2] == (0, 3)
         stranger.answer(order, LED_RESP, "00")
-        assert waiting.answer() == (0, LED + 1, "")
+        assert client.answer() == (0, LED + 1, "")
 
 
 def test_answers_of_the_past_harm_nobody(lab, client, stranger):
@@ -210,41 +218,28 @@ def test_answers_of_the_past_harm_nobody(lab, client, stranger):
     with Probe(lab) as killed:
         killed.post(LED, led(stranger), 8000)
         order = stranger.order(LED_REQ)
-        lab.shell(DEVICE, "kill -9 $(pidof probe)")
-    with Probe(lab) as probe:
-        stranger.answer(order, LED_RESP, "00")
-        wait_until(lambda: client.look()[1:3] == (LED + 1, FULL), 5, "its answer is there")
-        assert probe.ask(LED, led(stranger), 300)[0] == TIMEOUT
-        assert client.look()[1:3] == (LED + 1, IDLE), "the dead need no answer"
-
-        assert client.post(0) is not None
-        assert probe.ask(LED, led(stranger), 300)[0] == TIMEOUT
-        assert client.take(0)[0] == 1, "the living do"
-
-        stranger.forget()
-        assert probe.ask(LED, led(stranger), 300)[0] == TIMEOUT
-        late = stranger.order(LED_REQ)
-        probe.post(134, raw(stranger.al).hex(), 8000)
-        order = stranger.order(4)
-        stranger.answer(late, LED_RESP, "10")
-        wait_until(lambda: client.look()[1:3] == (LED + 1, IDLE), 5, "it is dropped")
-        stranger.answer(order, 5, "07")
-        assert probe.answer() == (0, 135, "07")
+        lab.shell(DEVICE, "pkill -KILL --newest probe")
+    stranger.answer(order, LED_RESP, "00")
+    assert client.ask(LED, led(stranger), 300)[0] == TIMEOUT
+    late = stranger.order(LED_REQ)
+    client.post(134, raw(stranger.al).hex(), 8000)
+    order = stranger.order(4)
+    stranger.answer(late, LED_RESP, "10")
+    stranger.answer(order, 5, "07")
+    assert client.answer() == (0, 135, "07")
 
 
-def test_turns_and_the_fifo(lab):
-    with Probe(lab) as probe:
-        assert probe.ask(0)[:2] == (0, 1)
-        holder = lab.start("exec", DEVICE, "--", "flock", "/tmp/vm1905_client.lock", "-c",
-                           "echo held; sleep 1")
-        assert holder.stdout.readline() == "held\n"
-        assert probe.ask(0, "", 200)[0] == BUSY
-        assert probe.ask(0)[:2] == (0, 1)
-        assert holder.wait(10) == 0
-        # Without the FIFO the daemon comes by itself; whatever has its name is left alone.
-        lab.shell(DEVICE, "mv /tmp/vm1905_wake /tmp/kept; touch /tmp/vm1905_wake")
-        assert probe.ask(0)[:2] == (0, 1)
-        lab.shell(DEVICE, "test ! -s /tmp/vm1905_wake; mv /tmp/kept /tmp/vm1905_wake")
+def test_turns_and_the_fifo(lab, client):
+    holder = lab.start("exec", DEVICE, "--", "flock", "/tmp/vm1905_client.lock", "-c",
+                       "echo held; sleep 1")
+    assert holder.stdout.readline() == "held\n"
+    assert client.ask(0, "", 200)[0] == BUSY
+    assert client.ask(0)[:2] == (0, 1)
+    assert holder.wait(10) == 0
+    # Without the FIFO the daemon comes by itself; whatever has its name is left alone.
+    lab.shell(DEVICE, "mv /tmp/vm1905_wake /tmp/kept; touch /tmp/vm1905_wake")
+    assert client.ask(0)[:2] == (0, 1)
+    lab.shell(DEVICE, "test ! -s /tmp/vm1905_wake; mv /tmp/kept /tmp/vm1905_wake")
 
 
 def test_the_documented_client_compiles_and_works(lab, tmp_path):
@@ -262,17 +257,16 @@ def test_the_documented_client_compiles_and_works(lab, tmp_path):
 
 
 @pytest.mark.parametrize("ending", ["touch /tmp/vm1905_stop", "kill -9 $(pidof vm1905)"])
-def test_the_daemon_ends_and_comes_back(lab, stranger, ending):
+def test_the_daemon_ends_and_comes_back(lab, client, stranger, ending):
     stranger.hello(PORT)
-    with Probe(lab) as probe:
-        wait_until(lambda: probe.ask(LED, led(stranger), 300)[:2] == (TIMEOUT, 0), 20,
-                   "the neighbor is known")
-        probe.post(LED, led(stranger), 8000)
-        lab.shell(DEVICE, ending)
-        assert probe.answer()[0] == RESTARTED
-        assert probe.ask(0)[0] == NO_DAEMON
-        with Probe(lab) as newcomer:
-            assert newcomer.ask(0)[0] == NO_DAEMON
-        lab.shell(DEVICE, f"rm -f /tmp/vm1905_stop; cd /; setsid {lab.environment['VM1905_BUILD']}"
-                  "/vm1905 -d 4 -x 0 > /tmp/vm1905.out 2>&1 < /dev/null &")
-        wait_until(lambda: probe.ask(0)[:2] == (0, 1), 10, "the new daemon answers")
+    wait_until(lambda: client.ask(LED, led(stranger), 300)[:2] == (TIMEOUT, 0), 20,
+               "the neighbor is known")
+    client.post(LED, led(stranger), 8000)
+    lab.shell(DEVICE, ending)
+    assert client.answer()[0] == RESTARTED
+    assert client.ask(0)[0] == NO_DAEMON
+    with Probe(lab) as newcomer:
+        assert newcomer.ask(0)[0] == NO_DAEMON
+    lab.shell(DEVICE, f"rm -f /tmp/vm1905_stop; cd /; setsid {lab.environment['VM1905_BUILD']}"
+              "/vm1905 -d 4 -x 0 > /tmp/vm1905.out 2>&1 < /dev/null &")
+    wait_until(lambda: client.ask(0)[:2] == (0, 1), 10, "the new daemon answers")

@@ -17,14 +17,10 @@ OTHER = raw(al_mac(3))
 DONE, NOT_ADDRESSED = b"\0", b"\7"
 ON, OFF = b"\0", b"\2"
 REBOOT_REQ, REBOOT_RESP, PWR_CTRL_REQ, PWR_CTRL_RESP, WIFI_STATE_ACK = 4, 5, 6, 7, 15
-LED_REQ, LED_RESP = 33, 35
 DISSECTOR = ROOT / "docs" / "wireshark" / "vm1905.lua"
-SEEN = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 15, 27, 33, 35, 45, 51, 52}
+SEEN = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 15, 27, 45, 51, 52}
 SETUP = """
     printf '\\nENABLE_LOG = 1\\nLOG_INDEX = 1\\n' >> /etc/vm1905/vm1905.conf
-    mkdir /etc/vm1905/hooks
-    printf '#!/bin/sh\\necho "LED $1"; echo 70\\n' > /etc/vm1905/hooks/led
-    chmod +x /etc/vm1905/hooks/led
     ip address add "192.0.2.$(hostname | tr -dc 0-9)/24" dev br-lan"""
 
 
@@ -44,12 +40,6 @@ def stranger(lab):
     with Neighbor(lab, "dev3", "eth0") as made:
         made.hello(TARGET)
         yield made
-
-
-def test_an_led_order_changes_what_the_registrar_shows(lab, stranger):
-    assert stranger.ask(TARGET, LED_REQ, raw(TARGET_AL) + b"\x21") == (LED_RESP, DONE)
-    wait_until(lambda: remotes(lab.model("dev1")).get(TARGET_AL, {}).get("LEDstatus") == "LED 33",
-               15, "the LED text at the Registrar")
 
 
 def pwr_ctrl(target, state, *interfaces):
