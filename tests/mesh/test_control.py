@@ -43,7 +43,8 @@ def lab():
 
 def restarted(lab, device, script=":"):
     """The AL of a daemon that has only just started, with what the script has made of its files."""
-    lab.restart(device, meanwhile=script)
+    lab.shell(device, script)
+    lab.restart(device)
     return wait_until(lambda: al(lab.model(device)), 5, "the first data model")
 
 

@@ -6,7 +6,7 @@ import time
 import types
 
 import pytest
-from frames import (DISCOVERY, MULTICAST, NEAREST_BRIDGE, NOTIFICATION, QUERY, RESPONSE, decode)
+from frames import DISCOVERY, MULTICAST, NEAREST_BRIDGE, QUERY, RESPONSE, decode, messages
 from lab import Lab, al_mac, port_mac
 from model import al, numbered, remotes
 
@@ -53,12 +53,8 @@ def start():
                         del missing[name]
             time.sleep(max(0.0, begin + 14 - time.monotonic()))
         yield types.SimpleNamespace(
-            lab=lab, missing=missing, cables=(decode(first.data), decode(second.data)),
+            missing=missing, cables=(decode(first.data), decode(second.data)),
             models={own: lab.model(name) for name, own in zip(NAMES, MACS)})
-
-
-def messages(cable, *kinds):
-    return [frame for frame in cable if frame.kind == "ieee1905" and frame.type in kinds]
 
 
 def test_each_knows_the_others_within_10_seconds(start):
@@ -134,24 +130,3 @@ def test_lldp_names_device_and_port_and_stays_on_its_cable(start):
             assert (frame.destination, frame.get("lldp.chassis.id.mac"),
                     frame.get("lldp.port.id.mac"), frame.get("lldp.time_to_live")) == (
                         NEAREST_BRIDGE, OWNER[frame.source], frame.source, "180")
-
-
-def test_nothing_bounces_back(start):
-    """A multicast passes a cable once as sent, carried on by the bridge of the middle device, and
-    if it is to be relayed once more as that device relays it; and never returns."""
-    for cable, outer in zip(start.cables, (MACS[0], MACS[2])):
-        copies = {}
-        for frame in messages(cable, DISCOVERY, NOTIFICATION):
-            key = (frame.sender(), frame.type, frame.id)
-            copies.setdefault(key, []).append(OWNER[frame.source])
-        assert any(kind == NOTIFICATION for _, kind, _ in copies)
-        for (sender, kind, _), sources in copies.items():
-            relays = kind == NOTIFICATION and sender not in (outer, MACS[1])
-            assert sorted(sources) == sorted([sender] + [MACS[1]] * relays), (sender, kind, sources)
-
-
-def test_a_settled_mesh_is_quiet(start):
-    # Everything up to the next periodic discovery, a minute after the start.
-    with start.lab.capture("dev1", "dev2") as cable:
-        time.sleep(15)
-    assert len(decode(cable.data)) <= 10

@@ -3,7 +3,7 @@
 import time
 
 import pytest
-from frames import DISCOVERY, decode
+from frames import DISCOVERY, decode, messages
 from lab import Lab, al_mac, wait_until
 from model import al, numbered, remotes
 
@@ -40,8 +40,7 @@ def test_a_new_interface_is_taken_in_and_a_removed_one_dropped(lab):
     with lab.capture("dev1", "eth8") as cable:
         wait_until(lambda: f"port = eth7, message (type = {DISCOVERY}," in lab.log("dev1"), 70,
                    "a periodic discovery", pause=1)
-    sent = [frame for frame in decode(cable.data) if frame.kind == "ieee1905"
-            and frame.type == DISCOVERY and frame.source == NEW]
+    sent = [frame for frame in messages(decode(cable.data), DISCOVERY) if frame.source == NEW]
     assert sent and {frame.tlv(2).get("ieee1905.mac_addr") for frame in sent} == {NEW}
 
     lab.shell("dev1", "ip link del eth7")

@@ -4,7 +4,6 @@ import contextlib
 import os
 import signal
 import subprocess
-import time
 
 import pytest
 from lab import Lab, wait_until
@@ -81,15 +80,6 @@ def test_a_daemon_that_ends_shows_in_status_and_log(line):
     assert not device["daemons"] and device["ending"] in line("log", "dev2")
 
 
-@pytest.mark.parametrize("arguments, code", [
-    (("cut", "dev1", "dev3"), 1), (("kill", "dev9"), 1), (("up", "line", "2"), 1),
-    (("exec", "dev1", "--", "sh", "-c", "exit 42"), 42), (("up", "ring", "2"), 2), (("fly",), 2)])
-def test_exit_codes(line, arguments, code):
-    done = line.attempt(*arguments)
-    assert done.returncode == code
-    assert code == 42 or done.stderr
-
-
 def end_keeper(lab):
     """It is the parent of every device's init."""
     with open(f"/proc/{inits(lab)['dev1']}/status", encoding="utf-8") as file:
@@ -115,19 +105,6 @@ def test_down_leaves_nothing_behind(incident):
     wait_until(lambda: not spaces & namespaces(filter(str.isdigit, os.listdir("/proc"))), 5,
                "the namespaces are gone")
     assert not lab.folder.exists() and host() == before
-
-
-def test_an_interrupted_start_can_be_taken_down():
-    for delay in (0.05, 0.15, 0.25, 0.4):
-        lab = Lab("ring", "3")
-        starting = lab.start("up", *lab.arguments)
-        time.sleep(delay)
-        starting.kill()
-        starting.communicate()
-        lab("down")
-        assert not lab.folder.exists()
-        left = subprocess.run(["pgrep", "-af", str(lab.folder)], check=False, capture_output=True)
-        assert not left.stdout, left.stdout
 
 
 def test_a_lab_ends_with_the_process_it_was_made_for_and_leaves_others_alone():

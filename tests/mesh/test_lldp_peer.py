@@ -7,11 +7,6 @@ import pytest
 from lab import Lab, al_mac, port_mac, wait_until
 
 
-def as_list(value):
-    """lldpcli writes a list of one as its only entry."""
-    return value if isinstance(value, list) else [value]
-
-
 def test_lldpd_lists_the_daemon():
     if os.geteuid() != 0:
         pytest.skip("lldpd gives up root for a user of its own, which a user namespace of one "
@@ -27,7 +22,9 @@ def test_lldpd_lists_the_daemon():
             done = lab.attempt("exec", "dev2", "--", "lldpcli", "-f", "json", "show", "neighbors")
             return json.loads(done.stdout or "{}").get("lldp", {}).get("interface")
 
-        entry = as_list(wait_until(neighbors, 15, "lldpd lists a neighbor"))[0]["eth0"]
+        found = wait_until(neighbors, 15, "lldpd lists a neighbor")
+        # lldpcli writes a list of one as its only entry.
+        entry = (found[0] if isinstance(found, list) else found)["eth0"]
         (chassis,) = entry["chassis"].values() if "id" not in entry["chassis"] else [
             entry["chassis"]]
         assert chassis["id"] == {"type": "mac", "value": al_mac(1)}

@@ -2,7 +2,7 @@
 
 import time
 
-from frames import DISCOVERY, NOTIFICATION, decode
+from frames import DISCOVERY, NOTIFICATION, decode, messages
 from lab import Lab, al_mac
 from model import remotes
 
@@ -21,17 +21,14 @@ def test_a_ring_is_discovered_and_nothing_circulates():
             time.sleep(8)
         copies = {}
         for cable in (one, two, three):
-            for frame in decode(cable.data):
-                if frame.kind == "ieee1905" and frame.type in (DISCOVERY, NOTIFICATION):
-                    assert not frame.malformed
-                    key = (cable, frame.sender(), frame.type, frame.id)
-                    copies[key] = copies.get(key, 0) + 1
+            for frame in messages(decode(cable.data), DISCOVERY, NOTIFICATION):
+                key = (cable, frame.sender(), frame.type, frame.id)
+                copies[key] = copies.get(key, 0) + 1
         assert any(kind == NOTIFICATION for _, _, kind, _ in copies)
         # At most: as sent, from each end of the cable as relayed, and each carried on by a bridge.
         assert max(copies.values()) <= 6, copies
-        for device, number in (("dev1", 1), ("dev2", 2), ("dev3", 3)):
-            assert set(remotes(lab.model(device))) == {
+        for number in (1, 2, 3):
+            assert set(remotes(lab.model(f"dev{number}"))) == {
                 al_mac(other) for other in (1, 2, 3) if other != number}
-            assert not lab.device(device)["ending"] or device == "dev2"
         # Every device has 1905 neighbors on two ports here, and has nothing new to tell of them.
         assert len([frame for frame in decode(settled.data) if frame.kind == "ieee1905"]) <= 8

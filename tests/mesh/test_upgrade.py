@@ -23,20 +23,6 @@ def write(lab, device, path, data, mode="644"):
             input=data, text=False)
 
 
-def prepare(lab):
-    """Devices with an address and version 1.0, freshly started with that."""
-    for device in DEVICES:
-        write(lab, device, "/etc/vm1905/hooks/firmware-install", INSTALL, "755")
-        lab.shell(device, f"""
-            printf 'FIRMWARE_VERSION = 1.0\\nFIRMWARE_FOLDER = {FOLDER}\\n' \
-                >> /etc/vm1905/platform.conf
-            ip address add 192.0.2.{device[3:]}/24 dev br-lan""")
-    # Of this version the order comes with a file name, of the others without.
-    lab.shell("dev3", "echo 'FwUpgrade = 1502' > /etc/vm1905/vm1905_Version")
-    lab("kill", *DEVICES)
-    lab("start", *DEVICES)
-
-
 def told(lab, device):
     """AL MAC -> version and state of the others' firmware."""
     return {mac: (other["FirmwareVersion"], other["FirmwareState"])
@@ -46,7 +32,16 @@ def told(lab, device):
 def test_a_mesh_is_upgraded():
     digest = hashlib.sha256(IMAGE).hexdigest()
     with Lab("line", "3") as mesh:
-        prepare(mesh)
+        for device in DEVICES:
+            write(mesh, device, "/etc/vm1905/hooks/firmware-install", INSTALL, "755")
+            mesh.shell(device, f"""
+                printf 'FIRMWARE_VERSION = 1.0\\nFIRMWARE_FOLDER = {FOLDER}\\n' \
+                    >> /etc/vm1905/platform.conf
+                ip address add 192.0.2.{device[3:]}/24 dev br-lan""")
+        # Of this version the order comes with a file name, of the others without.
+        mesh.shell("dev3", "echo 'FwUpgrade = 1502' > /etc/vm1905/vm1905_Version")
+        mesh("kill", *DEVICES)
+        mesh("start", *DEVICES)
         old = {al_mac(2): ("1.0", "Idle"), al_mac(3): ("1.0", "Idle")}
         wait_until(lambda: told(mesh, "dev1") == old, 20, "the versions before")
         write(mesh, "dev1", f"{FOLDER}/fw-2.0.bin", IMAGE)

@@ -104,10 +104,6 @@ void Mesh::attach(Segment segment, const Plug& plug) {
     intf.wire->ends.push_back({&node(plug.device), &intf});
 }
 
-Segment Mesh::cable(Device a, const std::string& intfA, Device b, const std::string& intfB) {
-    return segment({{a, intfA}, {b, intfB}});
-}
-
 // Devices.
 
 void Mesh::start(Device device) {

@@ -52,7 +52,9 @@ class Mesh {
     // that it is addressed to and those that would forward it.
     Segment segment(const std::vector<Plug>& plugs);
     void attach(Segment segment, const Plug& plug);
-    Segment cable(Device a, const std::string& intfA, Device b, const std::string& intfB);
+    Segment cable(Device a, const std::string& intfA, Device b, const std::string& intfB) {
+        return segment({{a, intfA}, {b, intfB}});
+    }
 
     // Lets all devices come to rest, then does so once more after each second.
     void run(Seconds seconds = 0);

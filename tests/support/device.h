@@ -101,12 +101,10 @@ class Device : public testing::Test {
     static void addEth2() { fakePlatform().intfs.push_back({"eth2", kEth2}); }
 
     static Port& port(const std::string& name) {
-        auto& ports = getIntfPorts();
-        const auto it = std::find_if(ports.begin(), ports.end(), [&](const Port& p) {
-            return p.name == std::string_view(name);
-        });
-        if (it == ports.end()) abort();
-        return *it;
+        for (auto& p : getIntfPorts()) {
+            if (p.name == std::string_view(name)) return port;
+        }
+        abort();
     }
     // The result of recv1905Msg.
     static int receive(const std::string& name, const Frame& frame) {

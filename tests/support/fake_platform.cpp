@@ -129,18 +129,6 @@ FakePlatform& fakePlatform() {
     return platform;
 }
 
-uint32_t FakePlatform::raiseNetStatus(uint32_t eventId, const void* info) const {
-    uint32_t result = 0xFFFF;
-    netStatusCallback(eventId, info, &result);
-    return result;
-}
-
-uint32_t FakePlatform::raiseServReq(uint32_t servId, void* info) const {
-    uint32_t result = 0xFFFF;
-    servReqCallback(servId, info, &result);
-    return result;
-}
-
 FakeIntfDescs::FakeIntfDescs(const std::vector<FakeIntf>& intfs) : list_(describe(intfs)) {}
 
 FakeIntfDescs::~FakeIntfDescs() {

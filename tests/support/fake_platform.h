@@ -45,33 +45,23 @@ struct FakePlatform {
     std::map<MacAddr, std::array<uint8_t, 2>> wpsSyncList;
     std::array<MacAddr, 2> wpsSyncMac;  // by band
     std::set<MacAddr> notApproved;
-    int sendRenewFlag = 0;
-    int changeTimeoutFlag = 0;
+    int sendRenewFlag = 0, changeTimeoutFlag = 0;
 
     uint32_t fwStatus = PLATFORM_FW_IDLE;
-    std::string fwUrl = "ftp://192.0.2.1/";
-    std::string fwFileName = "fw.bin";
+    std::string fwUrl = "ftp://192.0.2.1/", fwFileName = "fw.bin";
     std::vector<WifiStation> stations;  // next is not read
-    std::string wifiStateSync;
-    std::string wifiChannelSync;
-    std::string speedTestData;
+    std::string wifiStateSync, wifiChannelSync, speedTestData;
     bool speedTestRunning = false;
-    int speedTestTimeout = 60;
-    int speedTestCtrlFlag = 1;
+    int speedTestTimeout = 60, speedTestCtrlFlag = 1;
     std::map<MacAddr, std::vector<uint8_t>> beaconReports;
 
-    std::string deviceIP;
+    std::string deviceIP, deviceUptime, daisychainOption, ethernetPortState, backhaulType;
+    std::string countryCode, wifiCountryCode;
     IPv6Info ipv6{};
-    std::string deviceUptime;
     LedState led{};
     SecurityState securityState{};
     uint8_t configure = 0;  // 0: unknown, the question fails
-    std::string daisychainOption;
     NetworkState networkState{};
-    std::string ethernetPortState;
-    std::string backhaulType;
-    std::string countryCode;
-    std::string wifiCountryCode;
     WifiChannels wifiChannels{};
     AutoConfTimes apAutoconfigTimes{};
 
@@ -89,8 +79,16 @@ struct FakePlatform {
     // Back to the above.
     void reset() { *this = FakePlatform{}; }
     // Reports through the registered callback and returns its result.
-    uint32_t raiseNetStatus(uint32_t eventId, const void* info) const;
-    uint32_t raiseServReq(uint32_t servId, void* info) const;
+    uint32_t raiseNetStatus(uint32_t eventId, const void* info) const {
+        uint32_t result = 0xFFFF;
+        netStatusCallback(eventId, info, &result);
+        return result;
+    }
+    uint32_t raiseServReq(uint32_t servId, void* info) const {
+        uint32_t result = 0xFFFF;
+        servReqCallback(servId, info, &result);
+        return result;
+    }
     // True when an action with this beginning was recorded.
     bool called(const std::string& beginning) const {
         return std::any_of(calls.begin(), calls.end(),

@@ -83,3 +83,8 @@ def decode(pcap, *options):
     assert done.returncode == 0, done.stderr.decode()
     assert b"Lua Error" not in done.stdout + done.stderr
     return [Frame(packet) for packet in xml.fromstring(done.stdout).findall("packet")]
+
+
+def messages(frames, *kinds):
+    """The IEEE 1905.1 frames of these message types."""
+    return [frame for frame in frames if frame.kind == "ieee1905" and frame.type in kinds]

@@ -102,39 +102,33 @@ class Lab:
         except ValueError:
             return {}
 
-    def restart(self, device, *, meanwhile=""):
-        """Power off and on, with changes to its files between, and a daemon that starts fresh."""
-        if meanwhile:
-            self.shell(device, meanwhile)
+    def restart(self, device):
+        """Power off and on, and a daemon that starts fresh."""
         self("kill", device)
         self("start", device)
 
     @contextlib.contextmanager
     def capture(self, first, second):
-        """Records a cable; what is yielded has the frames as .data after the block."""
-        with tempfile.TemporaryFile() as file:
-            recorder = self.start("capture", first, second, "-", stdout=file,
-                                  stderr=subprocess.PIPE)
-            recording = Recording(file)
-            try:
-                line = recorder.stderr.readline()
-                assert line.startswith("capturing"), line + recorder.stderr.read()
-                yield recording
-            finally:
-                recorder.send_signal(signal.SIGTERM)
-                recorder.communicate(timeout=10)
-                file.seek(0)
-                recording.data = file.read()
+        """Records a cable."""
+        recording = Recording()
+        recorder = self.start("capture", first, second, "-", stdout=recording.file,
+                              stderr=subprocess.PIPE)
+        try:
+            line = recorder.stderr.readline()
+            assert line.startswith("capturing"), line + recorder.stderr.read()
+            yield recording
+        finally:
+            recorder.send_signal(signal.SIGTERM)
+            recorder.communicate(timeout=10)
 
 
 class Recording:
-    data = b""
+    def __init__(self):
+        self.file = tempfile.TemporaryFile()
 
-    def __init__(self, file):
-        self.file = file
-
-    def so_far(self):
-        """What has been recorded, while it goes on."""
+    @property
+    def data(self):
+        """What has been recorded so far."""
         return os.pread(self.file.fileno(), os.fstat(self.file.fileno()).st_size, 0)
 
 

@@ -5,10 +5,9 @@ import struct
 import threading
 import time
 
+from frames import DISCOVERY, MULTICAST, QUERY, RESPONSE, VENDOR
 from lab import Program, wait_for, wait_until
 
-MULTICAST = "01:80:c2:00:00:13"
-DISCOVERY, QUERY, RESPONSE, VENDOR = 0, 2, 3, 4
 GIGABIT = 1  # media type
 
 # Runs in a device: frames in hexadecimal from standard input onto a port, and from the port to

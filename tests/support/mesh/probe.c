@@ -7,19 +7,12 @@
 
 #include "vm1905_client.h"
 
-static void print(int result, const vm1905_answer* answer) {
-    size_t length = sizeof answer->payload, i;
-    while (length > 0 && answer->payload[length - 1] == 0) length--;
-    printf("%d %d ", result, answer->id);
-    for (i = 0; i < length; i++) printf("%02x", answer->payload[i]);
-    printf("\n");
-}
-
 int main(void) {
     vm1905_client* client = NULL;
     const int opened = vm1905_open(&client);
     char line[600], text[512];
     unsigned service, timeout;
+    size_t i;
     while (fgets(line, sizeof line, stdin) != NULL) {
         unsigned char payload[VM1905_MAX_PAYLOAD];
         size_t length = 0;
@@ -39,7 +32,11 @@ int main(void) {
             fflush(stdout);
             result = vm1905_wait(client, timeout, &answer);
         }
-        print(result, &answer);
+        length = sizeof answer.payload;
+        while (length > 0 && answer.payload[length - 1] == 0) length--;
+        printf("%d %d ", result, answer.id);
+        for (i = 0; i < length; i++) printf("%02x", answer.payload[i]);
+        printf("\n");
         fflush(stdout);
     }
     vm1905_close(client);
