@@ -102,7 +102,7 @@ class Device : public testing::Test {
 
     static Port& port(const std::string& name) {
         for (auto& p : getIntfPorts()) {
-            if (p.name == std::string_view(name)) return port;
+            if (p.name == std::string_view(name)) return p;
         }
         abort();
     }
