@@ -7,8 +7,6 @@
 namespace sim {
 namespace {
 
-constexpr Seconds kSilence = 130;  // after which a neighbour is gone
-
 // What each device says of itself all others say of it, and they know nobody else.
 void expectAgreement(Mesh& mesh, const std::vector<Device>& devices) {
     std::map<std::string, Json> own;
@@ -74,7 +72,7 @@ TEST(Discovery, SilentDeviceOfThreeVanishesAndReturns) {
     mesh.segment({{a, "eth0"}, {b, "eth0"}, {c, "eth0"}});
     mesh.run(20);
     mesh.kill(c);
-    mesh.run(kSilence);
+    mesh.run(130);  // after which a neighbour is gone
     // Nor does anybody list it as a neighbour of somebody else.
     expectAgreement(mesh, {a, b});
     EXPECT_NE(mesh.command(a, tableSizes).find(", neighbors 1, eth0 1,"), std::string::npos);

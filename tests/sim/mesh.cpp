@@ -25,7 +25,6 @@ namespace {
 constexpr Seconds kBeginning = 1'700'000'000;
 constexpr size_t kBatch = 32;      // frames an interface and round; every buffer holds them
 constexpr size_t kLogTail = 3000;  // shown of a failed device
-constexpr uint8_t kGroupBit = 0x01;
 
 std::system_error systemError(const char* what) {
     return {errno, std::generic_category(), what};
@@ -241,8 +240,9 @@ void Mesh::carry(Wire& wire, const Intf& from, const Frame& frame) {
     const MacAddr dst(frame.data());
     for (const auto& [node, intf] : wire.ends) {
         if (intf == &from || node->pid == 0) continue;
-        const bool own = dst == intf->mac || dst == node->alMac;
-        if (own || node->options.forwards || (dst.b[0] & kGroupBit) != 0) {
+        const bool own = dst == node->alMac ||
+                         std::ranges::find(node->intfs, dst, &Intf::mac) != node->intfs.end();
+        if (own || node->options.forwards || (dst.b[0] & 1) != 0) {
             intf->inbox.push_back(frame);
         }
         if (!node->options.forwards || own) continue;

@@ -48,8 +48,8 @@ class Mesh {
 
     // The device is switched on by the next run. At most 15 characters for the name.
     Device addDevice(const std::string& name, DeviceOptions options = {});
-    // Connects interfaces: a multicast that one sends reaches all others, any other frame the one
-    // that it is addressed to and those that would forward it.
+    // Connects interfaces: a multicast that one sends reaches all others, any other frame the
+    // device that it is addressed to and those that would forward it.
     Segment segment(const std::vector<Plug>& plugs);
     void attach(Segment segment, const Plug& plug);
     Segment cable(Device a, const std::string& intfA, Device b, const std::string& intfB) {
