@@ -24,6 +24,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
+const std::string kAutoconfig =
+#include "golden_autoconfig.inc"
+    ;
+const std::string kChangeLog =
+#include "golden_change_log.inc"
+    ;
+
 TEST(JsonAPautoconfig, IsWrittenToTheByte) {
     AlTable al;
     al.alMac = {2, 0, 0, 0, 0, 1};
@@ -39,51 +46,7 @@ TEST(JsonAPautoconfig, IsWrittenToTheByte) {
     dev.apAutoConf.syncFlags = {1, 0, 2, 3};
     dev.apAutoConf.times[6] = "ap24";
     dev.apAutoConf.times[11] = "st52";
-    EXPECT_EQ(renderJsonAPautoconfig(&al, &al.topol), R"({
-	"IEEE1905Id": "02:00:00:00:00:01",
-	"DeviceType": "Enrollee",
-	"Main24G":            [0, 0],
-	"Main5G":             [0, 0],
-	"Guest24G":           [0, 0],
-	"Guest4G":            [3, 4],
-	"Main24G_time":       "main",
-	"Main5G_time":        "",
-	"Guest24G_time":      "",
-	"Guest5G_time":       "",
-	"Visitor24G_time":    "",
-	"Visitor5G_time":     "",
-	"Backhaul24GAP_time": "ap",
-	"Backhaul24GST_time": "st",
-	"Backhaul5GAP_time":  "",
-	"Backhaul5GST_time":  "",
-	"Backhaul5G2AP_time": "",
-	"Backhaul5G2ST_time": "",
-	"NetworkTopology": {
-		"IEEE1905DeviceNumberOfEntries": 1,
-		"IEEE1905Device.1": {
-			"IEEE1905Id": "02:00:00:00:00:02",
-			"DeviceType": "Enrollee",
-			"AP-autoconfig_Sync": [1, 0, 2, 3],
-			"AP-autoconfig_Main24G": [1, 2],
-			"AP-autoconfig_Main5G": [0, 0],
-			"AP-autoconfig_Guest24G": [0, 0],
-			"AP-autoconfig_Guest5G": [7, 8],
-			"Main24G_time":       "",
-			"Main5G_time":        "",
-			"Guest24G_time":      "",
-			"Guest5G_time":       "",
-			"Visitor24G_time":    "",
-			"Visitor5G_time":     "",
-			"Backhaul24GST_time": "",
-			"Backhaul24GAP_time": "ap24",
-			"Backhaul5GST_time":  "",
-			"Backhaul5GAP_time":  "",
-			"Backhaul5G2ST_time": "st52",
-			"Backhaul5G2AP_time": ""
-		}
-	}
-}
-)");
+    EXPECT_EQ(renderJsonAPautoconfig(&al, &al.topol), kAutoconfig);
     dev.role = 0;
     EXPECT_EQ(occurrences(renderJsonAPautoconfig(&al, &al.topol), "AP-autoconfig_Sync"), 0U);
     EXPECT_EQ(renderJsonAPautoconfig(nullptr, nullptr), "");
@@ -101,21 +64,7 @@ TEST(JsonChangeLog, IsWrittenToTheByte) {
     // 2026-02-03 04:05:06 UTC.
     topol.changeLog[0] = {1770091506,         1, {2, 0, 0, 0, 0, 1},
                           {2, 0, 0, 0, 0, 2}, 0, {2, 0, 0, 0, 0, 3}};
-    EXPECT_EQ(renderJsonvm1905log(&topol), R"({
-	"MaxChangeLogEntries": 3,
-	"LastChange": "ChangeLog.2",
-	"IEEE1905DeviceNumberOfEntries": 1,
-	"ChangeLogNumberOfEntries": 1,
-	"ChangeLog.1": {
-		"TimeStamp": "2026-02-02T23:05:06",
-		"EventType": "LostNeighbor",
-		"ReporterDeviceId": "02:00:00:00:00:01",
-		"ReporterInterfaceId": "02:00:00:00:00:02",
-		"NeighborType": "IEEE1905",
-		"NeighborId": "02:00:00:00:00:03"
-	}
-}
-)");
+    EXPECT_EQ(renderJsonvm1905log(&topol), kChangeLog);
     topol.changeLogNum = 0xFFFF;
     EXPECT_EQ(occurrences(renderJsonvm1905log(&topol), "\"NeighborId\""), 256u);
     EXPECT_EQ(renderJsonvm1905log(nullptr), "{\n}\n");
