@@ -76,7 +76,7 @@ def test_records_are_those_of_the_lab(lab):
     status = show(lab, "status")
     assert (status["al_mac"], status["role"], status["other_devices"]) == (
         al_mac(1), "Registrar", 2)
-    assert [(d["name"], d["al_mac"], d["role"]) for d in show(lab, "devices")["devices"]] == [
+    assert sorted((d["name"], d["al_mac"], d["role"]) for d in show(lab, "devices")["devices"]) == [
         ("dev1", al_mac(1), "Registrar"), ("dev2", al_mac(2), "Enrollee"),
         ("dev3", al_mac(3), "Enrollee")]
     assert [(i["name"], i["mac"], i["power"]) for i in show(lab, "interfaces")["interfaces"]] == [
@@ -99,7 +99,7 @@ def test_an_order_is_answered_by_the_device(lab):
     assert failed.returncode == REFUSED and json.loads(failed.stdout)["result"] == 5
     assert "nobody answers" in ctl(lab, "led", "all", "3").stdout
     for order, name, answered in ((("network", "dev2", "1", "x"), "network", False),
-                                  (("wps", "renew", "main24"), "wps renew", True)):
+                                  (("wps", "renew", "main24"), "wps renew main24", True)):
         told = show(lab, *order)
         assert (told["answered"], told["order"]) == (answered, name)
     assert ctl(lab, "power", "dev2", "on", "eth1").stdout.split()[-3:] == ["eth1", "0", "done"]

@@ -16,18 +16,19 @@ WIRE = """
 import select, socket, sys
 wire = socket.socket(socket.AF_PACKET, socket.SOCK_RAW, socket.htons(3))
 wire.bind((sys.argv[1], 3))
+orders = open(0, "rb", buffering=0)  # a buffer would hide a second line from select
 print("ready", flush=True)
 while True:
-    for ready in select.select([wire, sys.stdin], [], [])[0]:
+    for ready in select.select([wire, orders], [], [])[0]:
         if ready is wire:
             frame, address = wire.recvfrom(2000)
             if address[2] != socket.PACKET_OUTGOING and frame[12:14] == bytes.fromhex("893a"):
                 print(frame.hex(), flush=True)
         else:
-            line = sys.stdin.readline()
+            line = orders.readline()
             if not line:
                 sys.exit()
-            wire.send(bytes.fromhex(line))
+            wire.send(bytes.fromhex(line.decode()))
 """
 
 

@@ -91,7 +91,7 @@ TEST_F(Controller, CheckFlagsAreSetByName) {
     EXPECT_EQ(getMessageTransmitterCheck(kPeer.al, "flag_powerstate", &record), kOk);
     EXPECT_EQ(record.timeout, now());
     EXPECT_EQ(getMessageTransmitterCheck(kPeer.al, "flag_deviceinfo", &record), kOk);
-    EXPECT_EQ(record.timeout, 0);
+    EXPECT_EQ(record.checkFlag, 0);
 }
 
 TEST_F(Controller, ChecksKeepTheirPeriods) {

@@ -12,7 +12,8 @@ namespace {
 
 const Peer kPeer = peer(1);
 const Peer kOther = peer(2);
-constexpr unsigned kStart = 10, kAck = 26, kRenewAck = 31, kRenew = 40, kRenewResult = 41;
+constexpr unsigned kStart = 10, kData = 11, kAck = 26, kRenewAck = 31, kRenew = 40,
+                   kRenewResult = 41;
 
 class Features : public Device {
   protected:
@@ -92,6 +93,14 @@ TEST_F(Features, SpeedTestOrdersAreRepeatedUntilAcknowledged) {
     EXPECT_EQ(noteSpeedTestOrder(kPeer.al, order), kOk);
     EXPECT_EQ(run(20, kStart), "0>1 1>1 2>1 3>1 4>1 5>1 6>1 7>1 8>1 9>1 ") << "it is given up";
     EXPECT_EQ(getSpeedTestSendCtrlflag(), 1);
+}
+
+TEST_F(Features, FiguresGoToWhoeverStartedTheTestUntilItsTimeIsOver) {
+    fakePlatform().speedTestTimeout = 4;
+    fakePlatform().speedTestData = "94 Mb/s";
+    tell(kOther, 9, kStart, hex("01 00") + textBytes("") + Frame(8) + bytesOf(kStation));
+    EXPECT_EQ(run(10, kData), "1>2 2>2 3>2 4>2 5>2 ");
+    EXPECT_TRUE(fakePlatform().called("setSpeedTestState 0"));
 }
 
 TEST_F(Features, ARenewIsAcknowledgedAnew) {
