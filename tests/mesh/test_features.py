@@ -100,7 +100,9 @@ def test_a_speed_test_tells_its_figures_to_who_ordered_it(lab, stranger):
     wait_until(lambda: len(figures()) >= 4, 8, "four lines of figures")
     time.sleep(2)
     found = figures()
-    assert [frame.payload[8:] for frame in found] == [b"line 1", b"line 2", b"line 3", b"line 4"]
+    # The last may fall into the second in which the time is over.
+    assert len(found) <= 5 and all(frame.payload[8:] == f"line {n}".encode()
+                                   for n, frame in enumerate(found, 1))
     # Such a line reaches whoever shows it on the device that ordered the test.
     stranger.tell(al_mac(1), DATA, raw(stranger.al) + text("94 Mb/s; $(id)"))
     wait_until(lambda: calls(lab, "dev1", "speed-test-result") ==
