@@ -47,7 +47,15 @@ TEST(Settings, AreReturnedAndChangesReportedOnce) {
         EXPECT_EQ(told.next(), "wps");
         for (const char* bad : {"2", "all", "0 "}) EXPECT_EQ(setWPSConfByBand(bad, 0, 0), 16);
 
-        // A device mode on trial is confirmed by being set.
+        // A device mode on trial comes back unless it is confirmed by being set.
+        EXPECT_EQ(setWPSConfigChangetimeout(0, 0, 0, 1), 0);
+        EXPECT_TRUE(becomes([] {
+            EXPECT_EQ(check_ChangeDeviceMode_timeout(), 0);
+            return getChangetomeout_flag() == 0;
+        }));
+        EXPECT_EQ(getWPSConfig(&config), 0);
+        EXPECT_EQ(config.deviceType, 1);
+        EXPECT_EQ(config.sendSearch, 300 & 0xff);
         EXPECT_EQ(setWPSConfigChangetimeout(0, 0, 0, 1000), 0);
         EXPECT_EQ(check_ChangeDeviceMode_timeout(), 0);
         EXPECT_EQ(getChangetomeout_flag(), 1);
