@@ -8,17 +8,17 @@
 #include <cstdlib>
 #include <string>
 
-#include "core/options.h"
-#include "core/result.h"
-#include "datamodel/json_data_model.h"
+#include "base/result.h"
+#include "daemon/receiver.h"
+#include "db/data_manager.h"
+#include "db/neighbor_aging.h"
+#include "db/options.h"
 #include "device.h"
+#include "net/ports.h"
+#include "publish/json_data_model.h"
 #include "support/fake_raw_socket.h"
 #include "support/frames.h"
-#include "topology/data_manager.h"
-#include "topology/neighbor_aging.h"
-#include "topology/standard_tlv.h"
-#include "transport/ports.h"
-#include "transport/receiver.h"
+#include "wire/standard_tlv.h"
 
 namespace {
 

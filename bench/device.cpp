@@ -2,17 +2,17 @@
 
 #include <cstdlib>
 
-#include "core/log.h"
-#include "core/main_loop.h"
-#include "core/result.h"
+#include "base/log.h"
+#include "base/result.h"
+#include "daemon/main_loop.h"
+#include "daemon/message_monitor.h"
+#include "db/data_manager.h"
+#include "net/message_builder.h"
 #include "support/fake_platform.h"
 #include "support/fake_raw_socket.h"
 #include "support/test_clock.h"
-#include "topology/data_manager.h"
-#include "topology/standard_tlv.h"
-#include "transport/frame.h"
-#include "transport/message_builder.h"
-#include "transport/message_monitor.h"
+#include "wire/frame.h"
+#include "wire/standard_tlv.h"
 
 namespace {
 

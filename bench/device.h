@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "core/bytes.h"
-#include "core/mac_addr.h"
-#include "topology/records.h"
+#include "base/bytes.h"
+#include "base/mac_addr.h"
+#include "db/records.h"
 
 // Addresses of the n-th neighbour.
 MacAddr nbrAlMac(unsigned n);

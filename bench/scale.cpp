@@ -14,8 +14,8 @@
 #include <string>
 #include <vector>
 
-#include "core/main_loop.h"
-#include "core/result.h"
+#include "base/result.h"
+#include "daemon/main_loop.h"
 #include "sim/mesh.h"
 #include "support/fake_platform.h"
 

@@ -3,12 +3,12 @@
 
 #include <string>
 
+#include "db/data_manager.h"
+#include "db/wifi_clients.h"
 #include "device.h"
-#include "topology/data_manager.h"
-#include "vendor/payloads.h"
-#include "vendor/vend_sender.h"
-#include "vendor/vend_tlv.h"
-#include "vendor/wifi_clients.h"
+#include "net/vend_sender.h"
+#include "wire/vend_payloads.h"
+#include "wire/vend_tlv.h"
 
 namespace {
 

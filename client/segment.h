@@ -9,7 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "service/slot_layout.h"
+#include "orders/slot_layout.h"
 #include "vm1905_client.h"
 
 // The head of either record.

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "service/slot_layout.h"
+#include "orders/slot_layout.h"
 #include "vm1905_client.h"
 
 namespace {

@@ -9,7 +9,7 @@
 #include <cerrno>
 #include <ctime>
 
-#include "service/slot_layout.h"
+#include "orders/slot_layout.h"
 
 namespace {
 

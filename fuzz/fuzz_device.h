@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-#include "core/bytes.h"
+#include "base/bytes.h"
 
 // Switches of an input.
 inline constexpr uint8_t kVerbose = 0x01;    // all log lines are formatted

@@ -10,8 +10,8 @@
 #include <span>
 
 #include "fuzz_device.h"
+#include "orders/slots.h"
 #include "service/service_monitor.h"
-#include "service/slots.h"
 #include "service/wake_fifo.h"
 
 namespace {

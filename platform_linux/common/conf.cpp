@@ -8,9 +8,9 @@
 #include <cstdlib>
 #include <optional>
 
+#include "base/fd.h"
 #include "common/log.h"
 #include "common/text.h"
-#include "core/fd.h"
 
 namespace plat {
 namespace {

@@ -12,8 +12,8 @@
 #include <cerrno>
 #include <list>
 
+#include "base/fd.h"
 #include "common/log.h"
-#include "core/fd.h"
 
 extern char** environ;
 

@@ -8,8 +8,8 @@
 #include <ctime>
 #include <string>
 
+#include "base/fd.h"
 #include "common/conf.h"
-#include "core/fd.h"
 
 namespace plat {
 

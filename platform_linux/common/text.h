@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "api.h"
-#include "core/mac_addr.h"
-#include "core/text.h"
+#include "base/mac_addr.h"
+#include "base/text.h"
 
 namespace plat {
 

@@ -6,8 +6,8 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
+#include "base/fd.h"
 #include "common/text.h"
-#include "core/fd.h"
 
 namespace plat {
 namespace {

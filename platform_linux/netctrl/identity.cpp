@@ -7,10 +7,10 @@
 #include <string>
 
 #include "api.h"
+#include "base/fd.h"
 #include "common/conf.h"
 #include "common/log.h"
 #include "common/text.h"
-#include "core/fd.h"
 #include "netctrl/picture.h"
 
 namespace plat {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "core/mac_addr.h"
+#include "base/mac_addr.h"
 
 namespace plat {
 

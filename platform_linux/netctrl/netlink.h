@@ -14,8 +14,8 @@
 #include <span>
 #include <string_view>
 
-#include "core/mac_addr.h"
-#include "core/text.h"
+#include "base/mac_addr.h"
+#include "base/text.h"
 
 namespace plat {
 

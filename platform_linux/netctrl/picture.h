@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "core/mac_addr.h"
+#include "base/mac_addr.h"
 
 namespace plat {
 

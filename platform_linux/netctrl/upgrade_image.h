@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/fd.h"
+#include "base/fd.h"
 
 struct evp_md_ctx_st;
 

@@ -2,8 +2,8 @@
 // stand in controller/settings.h.
 #pragma once
 
-#include "core/clock.h"
-#include "topology/records.h"
+#include "base/clock.h"
+#include "db/records.h"
 
 // Forgets what was scheduled, entered into the control lists and published.
 void initMessageTransmitterLoop();

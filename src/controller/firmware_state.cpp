@@ -1,9 +1,9 @@
 #include "controller/firmware_state.h"
 
-#include "core/log.h"
-#include "core/result.h"
+#include "base/log.h"
+#include "base/result.h"
+#include "db/data_manager.h"
 #include "platform/device.h"
-#include "topology/data_manager.h"
 
 int updateFWUpgradeStatus(int32_t value1, int32_t value2) {
     uint32_t status = 0;

@@ -6,10 +6,10 @@
 #include <array>
 #include <string>
 
-#include "core/public_file.h"
-#include "core/shell.h"
+#include "base/public_file.h"
+#include "base/shell.h"
+#include "db/data_manager.h"
 #include "platform/autoconfig.h"
-#include "topology/data_manager.h"
 
 namespace {
 

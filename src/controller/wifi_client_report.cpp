@@ -4,16 +4,16 @@
 #include <memory>
 #include <string>
 
-#include "controller/settings.h"
-#include "core/log.h"
-#include "core/result.h"
-#include "core/text.h"
+#include "base/log.h"
+#include "base/result.h"
+#include "base/text.h"
+#include "db/data_manager.h"
+#include "db/device_table.h"
+#include "db/wifi_clients.h"
+#include "net/vend_sender.h"
+#include "orders/schedule.h"
 #include "platform/device.h"
-#include "topology/data_manager.h"
-#include "topology/device_table.h"
-#include "vendor/payloads.h"
-#include "vendor/vend_sender.h"
-#include "vendor/wifi_clients.h"
+#include "wire/vend_payloads.h"
 
 namespace {
 

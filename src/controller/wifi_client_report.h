@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "topology/records.h"
+#include "db/records.h"
 
 // Multicasts the stations that the platform knows, in as few messages as they fit into. A station
 // whose texts are too long for a record of 150 characters is left out. kOk, or kFailure when the

@@ -2,17 +2,17 @@
 
 #include <string>
 
-#include "core/log.h"
-#include "core/options.h"
-#include "core/result.h"
-#include "datamodel/json_change_log.h"
+#include "base/log.h"
+#include "base/result.h"
+#include "db/data_manager.h"
+#include "db/options.h"
+#include "db/wifi_bands.h"
+#include "net/ports.h"
+#include "orders/slots.h"
 #include "platform/autoconfig.h"
 #include "platform/device.h"
-#include "service/slots.h"
-#include "topology/data_manager.h"
-#include "topology/listing.h"
-#include "topology/wifi_bands.h"
-#include "transport/ports.h"
+#include "publish/json_change_log.h"
+#include "publish/listing.h"
 
 namespace {
 

@@ -4,20 +4,20 @@
 #include <memory>
 #include <string>
 
-#include "controller/control_lists.h"
-#include "controller/features/extender_config.h"
-#include "controller/features/speed_test.h"
-#include "controller/features/wifi_sync.h"
-#include "core/log.h"
-#include "core/result.h"
+#include "base/log.h"
+#include "base/result.h"
+#include "controller/announcements.h"
+#include "controller/extender_config.h"
+#include "db/data_manager.h"
+#include "net/vend_sender.h"
+#include "orders/control_lists.h"
+#include "orders/pending_requests.h"
+#include "orders/slots.h"
+#include "orders/speed_test.h"
+#include "orders/wifi_sync.h"
 #include "platform/device.h"
-#include "service/pending_requests.h"
-#include "service/slots.h"
-#include "topology/data_manager.h"
-#include "topology/topology_flow.h"
-#include "vendor/payloads.h"
-#include "vendor/sync_text.h"
-#include "vendor/vend_sender.h"
+#include "wire/sync_text.h"
+#include "wire/vend_payloads.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
-#include "core/result.h"
+#include "base/result.h"
+#include "net/transmitter.h"
+#include "orders/slots.h"
 #include "service/neighbor_handlers.h"
-#include "service/slots.h"
-#include "transport/frame.h"
-#include "transport/transmitter.h"
+#include "wire/frame.h"
 
 namespace {
 

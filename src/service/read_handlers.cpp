@@ -5,14 +5,14 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "core/clock.h"
-#include "core/log.h"
-#include "core/options.h"
-#include "core/result.h"
-#include "service/slots.h"
-#include "topology/data_manager.h"
-#include "topology/device_table.h"
-#include "topology/link_metrics.h"
+#include "base/clock.h"
+#include "base/log.h"
+#include "base/result.h"
+#include "db/data_manager.h"
+#include "db/device_table.h"
+#include "db/link_metrics.h"
+#include "db/options.h"
+#include "orders/slots.h"
 
 namespace {
 

@@ -3,16 +3,16 @@
 #include <cstddef>
 #include <string_view>
 
-#include "core/log.h"
-#include "core/requests.h"
-#include "core/result.h"
+#include "base/log.h"
+#include "base/result.h"
+#include "db/data_manager.h"
+#include "db/device_table.h"
+#include "db/requests.h"
+#include "db/wifi_bands.h"
+#include "net/transmitter.h"
 #include "platform/autoconfig.h"
 #include "platform/lifecycle.h"
-#include "topology/data_manager.h"
-#include "topology/device_table.h"
-#include "topology/wifi_bands.h"
-#include "transport/frame.h"
-#include "transport/transmitter.h"
+#include "wire/frame.h"
 
 // The layout that the platform library relies on.
 static_assert(offsetof(ApAutoConfRespReq, dstAlMac) == 6 &&

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <iterator>
 
-#include "core/result.h"
+#include "base/result.h"
+#include "orders/slots.h"
 #include "service/action_handlers.h"
 #include "service/neighbor_handlers.h"
 #include "service/read_handlers.h"
-#include "service/slots.h"
 
 namespace {
 

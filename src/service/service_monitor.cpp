@@ -1,14 +1,14 @@
 #include "service/service_monitor.h"
 
-#include "core/log.h"
-#include "core/result.h"
+#include "base/log.h"
+#include "base/result.h"
+#include "daemon/message_monitor.h"
+#include "orders/pending_requests.h"
+#include "orders/slots.h"
 #include "platform/lifecycle.h"
-#include "service/pending_requests.h"
 #include "service/service_callback.h"
 #include "service/service_catalogue.h"
-#include "service/slots.h"
 #include "service/wake_fifo.h"
-#include "transport/message_monitor.h"
 
 namespace {
 

@@ -7,10 +7,10 @@
 #include <cstdio>
 #include <string>
 
-#include "core/fd.h"
-#include "core/log.h"
-#include "service/slot_layout.h"
-#include "transport/message_monitor.h"
+#include "base/fd.h"
+#include "base/log.h"
+#include "daemon/message_monitor.h"
+#include "orders/slot_layout.h"
 
 namespace {
 

@@ -7,20 +7,20 @@
 #include <cstdlib>
 #include <fstream>
 
+#include "base/log.h"
+#include "base/result.h"
 #include "controller/firmware_state.h"
-#include "core/log.h"
-#include "core/main_loop.h"
-#include "core/options.h"
-#include "core/result.h"
-#include "datamodel/json_change_log.h"
-#include "datamodel/json_data_model.h"
+#include "daemon/main_loop.h"
+#include "daemon/message_monitor.h"
+#include "db/data_manager.h"
+#include "db/options.h"
+#include "orders/slots.h"
+#include "publish/json_change_log.h"
+#include "publish/json_data_model.h"
 #include "service/service_monitor.h"
-#include "service/slots.h"
 #include "service/wake_fifo.h"
 #include "support/fake_platform.h"
 #include "support/fake_raw_socket.h"
-#include "topology/data_manager.h"
-#include "transport/message_monitor.h"
 
 namespace sim {
 namespace {

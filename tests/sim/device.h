@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "core/clock.h"
-#include "core/mac_addr.h"
+#include "base/clock.h"
+#include "base/mac_addr.h"
 
 namespace sim {
 

@@ -22,7 +22,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/fd.h"
+#include "base/fd.h"
 #include "sim/device.h"
 #include "support/frames.h"
 

@@ -4,10 +4,10 @@
 #include <cstdio>
 #include <set>
 
+#include "db/data_manager.h"
 #include "sim/mesh.h"
 #include "sim/picture.h"
 #include "support/fake_platform.h"
-#include "topology/data_manager.h"
 
 namespace {
 

@@ -11,20 +11,20 @@
 #include <utility>
 #include <vector>
 
-#include "core/log.h"
-#include "core/main_loop.h"
-#include "core/options.h"
-#include "core/requests.h"
-#include "core/result.h"
+#include "base/log.h"
+#include "base/result.h"
+#include "controller/announcements.h"
+#include "daemon/main_loop.h"
+#include "daemon/message_monitor.h"
+#include "daemon/receiver.h"
+#include "db/data_manager.h"
+#include "db/options.h"
+#include "db/requests.h"
+#include "net/ports.h"
 #include "support/fake_platform.h"
 #include "support/fake_raw_socket.h"
 #include "support/frames.h"
 #include "support/test_clock.h"
-#include "topology/data_manager.h"
-#include "topology/topology_flow.h"
-#include "transport/message_monitor.h"
-#include "transport/ports.h"
-#include "transport/receiver.h"
 
 inline const MacAddr kOwnAl = FakePlatform{}.alMac;
 inline const MacAddr kEth0 = FakePlatform{}.intfs[0].mac;

@@ -6,7 +6,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "core/result.h"
+#include "base/result.h"
 #include "support/frames.h"
 
 namespace {

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "core/mac_addr.h"
+#include "base/mac_addr.h"
 #include "platform/autoconfig.h"
 #include "platform/descriptions.h"
 #include "platform/device.h"

@@ -9,8 +9,8 @@
 #include <array>
 #include <cerrno>
 
+#include "net/raw_socket.h"
 #include "support/fake_platform.h"
-#include "transport/raw_socket.h"
 
 FakeNet& fakeNet() {
     static FakeNet net;

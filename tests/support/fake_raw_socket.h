@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "transport/frame.h"
+#include "wire/frame.h"
 
 struct FakeNetIntf {
     bool up = true;

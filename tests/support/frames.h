@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
-#include "core/mac_addr.h"
-#include "transport/frame.h"
-#include "transport/tlv.h"
+#include "base/mac_addr.h"
+#include "wire/frame.h"
+#include "wire/tlv.h"
 
 using Frame = std::vector<uint8_t>;
 

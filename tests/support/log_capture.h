@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <string>
 
-#include "core/log.h"
+#include "base/log.h"
 
 class LogCapture {
   public:

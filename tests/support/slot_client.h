@@ -9,7 +9,7 @@
 #include <atomic>
 #include <string>
 
-#include "service/slots.h"
+#include "orders/slots.h"
 #include "support/frames.h"
 
 // Numbers as a client on this machine writes them.

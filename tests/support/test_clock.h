@@ -1,7 +1,7 @@
 // A clock that stands still until the test moves it.
 #pragma once
 
-#include "core/clock.h"
+#include "base/clock.h"
 
 namespace test_clock {
 inline Seconds time = 0;

@@ -5,18 +5,18 @@
 #include <fstream>
 #include <sstream>
 
-#include "controller/control_lists.h"
 #include "controller/controller_loop.h"
-#include "controller/fw_upgrade_list.h"
 #include "controller/root_ap.h"
-#include "controller/settings.h"
 #include "controller/wifi_client_report.h"
-#include "core/device_model.h"
-#include "service/pending_requests.h"
+#include "db/device_model.h"
+#include "db/device_table.h"
+#include "orders/control_lists.h"
+#include "orders/firmware_upgrade_list.h"
+#include "orders/pending_requests.h"
+#include "orders/schedule.h"
 #include "support/device.h"
 #include "support/fake_system.h"
 #include "support/log_capture.h"
-#include "topology/device_table.h"
 
 namespace {
 

@@ -1,12 +1,12 @@
 // What the mesh does together: settings handed out by a Registrar, and the speed test.
 #include "controller/controller_loop.h"
-#include "controller/features/speed_test.h"
-#include "controller/features/wifi_sync.h"
+#include "db/device_table.h"
+#include "orders/speed_test.h"
+#include "orders/wifi_sync.h"
 #include "platform/lifecycle.h"
 #include "service/service_callback.h"
 #include "support/device.h"
 #include "support/vendor.h"
-#include "topology/device_table.h"
 
 namespace {
 

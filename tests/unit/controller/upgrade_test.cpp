@@ -1,12 +1,12 @@
 // The firmware upgrade of the extenders, by what is sent to them.
-#include "controller/control_lists.h"
 #include "controller/controller_loop.h"
-#include "controller/fw_upgrade.h"
-#include "controller/fw_upgrade_list.h"
+#include "controller/firmware_upgrade.h"
+#include "db/device_table.h"
+#include "orders/control_lists.h"
+#include "orders/firmware_upgrade_list.h"
 #include "platform/exports.h"
 #include "support/device.h"
 #include "support/log_capture.h"
-#include "topology/device_table.h"
 
 namespace {
 

@@ -3,14 +3,14 @@
 #include <fstream>
 #include <random>
 
-#include "controller/control_lists.h"
+#include "db/change_log.h"
+#include "orders/control_lists.h"
 #include "service/service_monitor.h"
 #include "service/wake_fifo.h"
 #include "support/device.h"
 #include "support/log_capture.h"
 #include "support/slot_client.h"
 #include "support/vendor.h"
-#include "topology/change_log.h"
 
 namespace {
 

@@ -1,0 +1,53 @@
+#include "base/clock.h"
+
+#include <unistd.h>
+#include <ctime>
+
+namespace {
+
+constexpr int64_t kNanoseconds = 1'000'000'000;
+
+ClockSource testSource = nullptr;
+
+int64_t nanoseconds(clockid_t clock) {
+    timespec t{};
+    clock_gettime(clock, &t);
+    return t.tv_sec * kNanoseconds + t.tv_nsec;
+}
+
+// How far the wall clock is ahead of the time since boot.
+int64_t wallClockLead() {
+    return nanoseconds(CLOCK_REALTIME) - nanoseconds(CLOCK_BOOTTIME);
+}
+
+int64_t leadAtStart() {
+    static const int64_t lead = wallClockLead();
+    return lead;
+}
+
+}  // namespace
+
+Seconds now() {
+    if (testSource != nullptr) return testSource();
+    const int64_t lead = leadAtStart();
+    return (nanoseconds(CLOCK_BOOTTIME) + lead) / kNanoseconds;
+}
+
+Seconds wallClock() {
+    return testSource != nullptr ? testSource() : time(nullptr);
+}
+
+Seconds toWallClock(Seconds stamp) {
+    if (testSource != nullptr) return stamp;
+    const int64_t stepped = wallClockLead() - leadAtStart();
+    const int64_t half = stepped < 0 ? -kNanoseconds / 2 : kNanoseconds / 2;
+    return stamp + (stepped + half) / kNanoseconds;
+}
+
+void sleepMicroseconds(unsigned microseconds) {
+    usleep(microseconds);
+}
+
+void setClockSource(ClockSource source) {
+    testSource = source;
+}

@@ -1,0 +1,29 @@
+#include "base/shell.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+
+int runShell(const char* format, ...) {
+    char command[4096];
+    va_list args;
+    va_start(args, format);
+    const int length = vsnprintf(command, sizeof command, format, args);
+    va_end(args);
+    // A command that was cut is another command.
+    if (length < 0 || static_cast<size_t>(length) >= sizeof command) return -1;
+    return system(command);
+}
+
+std::optional<std::string> escapeForEcho(std::string_view text) {
+    const bool isOption =
+        text.size() > 1 && text[0] == '-' && text.find_first_not_of("neE", 1) == text.npos;
+    if (isOption) return std::nullopt;
+    std::string escaped;
+    for (const char c : text) {
+        if (c == '\\' || c == '\0') return std::nullopt;
+        if (c == '"' || c == '$' || c == '`') escaped += '\\';
+        escaped += c;
+    }
+    return escaped;
+}

@@ -1,0 +1,65 @@
+#include "base/text.h"
+
+namespace {
+
+// The length of the UTF-8 character at the start, 0 when there is none.
+size_t utf8Length(std::string_view text) {
+    const auto at = [&](size_t i) { return static_cast<uint8_t>(text[i]); };
+    const size_t length = at(0) < 0x80   ? 1
+                          : at(0) < 0xC2 ? 0
+                          : at(0) < 0xE0 ? 2
+                          : at(0) < 0xF0 ? 3
+                          : at(0) < 0xF5 ? 4
+                                         : 0;
+    if (length > text.size()) return 0;
+    for (size_t i = 1; i < length; i++) {
+        if ((at(i) & 0xC0) != 0x80) return 0;
+    }
+    // Overlong forms, surrogates, and what lies behind the last character.
+    const bool odd = (at(0) == 0xE0 && at(1) < 0xA0) || (at(0) == 0xED && at(1) >= 0xA0) ||
+                     (at(0) == 0xF0 && at(1) < 0x90) || (at(0) == 0xF4 && at(1) >= 0x90);
+    return odd ? 0 : length;
+}
+
+bool isPlain(char c) {
+    return static_cast<uint8_t>(c) >= 0x20 && c != 0x7F && c != '"' && c != '\\';
+}
+
+// The length of the string or number at the start, 0 when there is none.
+size_t jsonItemLength(std::string_view text) {
+    if (text.empty()) return 0;
+    if (text[0] != '"') {
+        const size_t digits = std::min(text.find_first_not_of("0123456789"), text.size());
+        return digits > 1 && text[0] == '0' ? 0 : digits;
+    }
+    const size_t end = text.find('"', 1);
+    if (end == text.npos) return 0;
+    const std::string_view content = text.substr(1, end - 1);
+    return plainText(content) == content ? end + 1 : 0;
+}
+
+}  // namespace
+
+std::string plainText(std::string_view text, size_t maxBytes) {
+    std::string plain;
+    while (!text.empty() && text[0] != '\0') {
+        const size_t length = utf8Length(text);
+        if (length > maxBytes - plain.size()) break;
+        if (length > 1 || (length == 1 && isPlain(text[0]))) plain += text.substr(0, length);
+        text.remove_prefix(std::max<size_t>(length, 1));
+    }
+    return plain;
+}
+
+bool isJsonItems(std::string_view text) {
+    if (text.empty()) return true;
+    for (;;) {
+        const size_t length = jsonItemLength(text);
+        if (length == 0) return false;
+        text.remove_prefix(length);
+        if (text.empty()) return true;
+        if (text[0] != ',') return false;
+        text.remove_prefix(1);
+        while (!text.empty() && text[0] == ' ') text.remove_prefix(1);
+    }
+}

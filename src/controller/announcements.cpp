@@ -1,0 +1,77 @@
+#include "controller/announcements.h"
+
+#include "base/clock.h"
+#include "base/log.h"
+#include "base/result.h"
+#include "controller/alarm.h"
+#include "db/data_manager.h"
+#include "db/requests.h"
+#include "handlers/net_status.h"
+#include "net/transmitter.h"
+#include "net/vend_sender.h"
+#include "platform/lifecycle.h"
+#include "wire/frame.h"
+
+namespace {
+
+constexpr uint16_t kFirstAlarm = 6;  // seconds after start-up; sends nothing
+constexpr uint16_t kSecondAlarm = 54;
+constexpr uint16_t kAlarmPeriod = 60;
+constexpr Seconds kNotificationDelay = 1;
+
+struct {
+    bool ntfPending = false;
+    Seconds ntfRequestTime = 0;
+} module;
+
+int discAlarmHandler() {
+    (void)rebindIntfPorts();  // a platform need not report that a port joined a bridge
+    if (getNetTopolCap() != 1) {
+        LOG_PUTS(4, "The capability of network topology is disable\r");
+        return setDiscMsgTransAlarm(kAlarmPeriod);
+    }
+    if (getNetTopolStatus() == 0) {
+        (void)setNetTopolStatus(1);
+        return setDiscMsgTransAlarm(kSecondAlarm);
+    }
+    (void)sendTopolDisc();
+    (void)requestWriteDataModel();
+    (void)sendVendDiscMsg(nullptr);
+    return setDiscMsgTransAlarm(kAlarmPeriod);
+}
+
+}  // namespace
+
+int initMessageHandler() {
+    int result = kOk;
+    if (getNetTopolCap() == 1) {
+        (void)sendTopolDisc();
+        (void)sendVendDiscMsg(nullptr);
+    } else {
+        LOG_PUTS(3, "the capability of network topology is disable\r");
+        result = kTopolDisabled;
+    }
+    (void)setDiscMsgTransAlarmHandler(discAlarmHandler);
+    (void)setDiscMsgTransAlarm(kFirstAlarm);
+    (void)setNetStatusEventCallbackFunc(netStatusEventCallback);
+    return result;
+}
+
+int requestSendTopolNtfMsg() {
+    if (module.ntfPending) return kOk;
+    module.ntfPending = true;
+    module.ntfRequestTime = now();
+    return kOk;
+}
+
+int checkUnsentTopolNtfMsg() {
+    if (!module.ntfPending || now() - module.ntfRequestTime <= kNotificationDelay) return kOk;
+    if (getNetTopolCap() == 1) (void)requestSend1905McastMsg(kMsgTopolNtf, {});
+    module.ntfPending = false;
+    return kOk;
+}
+
+int sendTopolDisc() {
+    (void)requestSendLldpMsg();
+    return requestSend1905McastMsg(kMsgTopolDisc, {});
+}

@@ -1,8 +1,0 @@
-#include "controller/features/wifi_country_code.h"
-
-#include "controller/features/own_record.h"
-#include "platform/state.h"
-
-int checkWIFICountryCode() {
-    return refreshOwnText(getWIFICountryCode, &DeviceInfo::wifiCountryCode);
-}

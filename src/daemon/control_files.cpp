@@ -1,0 +1,117 @@
+#include "daemon/control_files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <ctime>
+
+#include "base/clock.h"
+#include "base/fd.h"
+#include "base/log.h"
+#include "base/result.h"
+#include "base/shell.h"
+#include "db/options.h"
+#include "db/sys_ctrl.h"
+
+namespace {
+
+constexpr const char* kFolder = "/tmp";
+constexpr const char* kDebugFile = "/tmp/vm1905_debug";
+constexpr time_t kSettled = 2;  // seconds after which a change gets a later time stamp
+
+int g_restart_flag = 0;
+
+// When the folder had last changed when it was found without a control file; zero when that cannot
+// be told. To look for five files costs more than all else that an idle daemon does.
+timespec emptySince{};
+
+bool found = false;  // a control file, in the present look
+
+bool exists(const char* path) {
+    struct stat info {};
+    const bool exists = stat(path, &info) == 0;
+    found = found || exists;
+    return exists;
+}
+
+// When the folder last changed, zero when it was just now: a further change may bear the same time.
+timespec lastChange() {
+    struct stat info {};
+    const bool settled = stat(kFolder, &info) == 0 && wallClock() - info.st_mtim.tv_sec >= kSettled;
+    return settled ? info.st_mtim : timespec{};
+}
+
+bool isStillEmpty(const timespec& change) {
+    return change.tv_sec != 0 && change.tv_sec == emptySince.tv_sec &&
+           change.tv_nsec == emptySince.tv_nsec;
+}
+
+void cleanUp() {
+    // Meant: the pattern does not match the control files, which act until somebody deletes them.
+    (void)runShell("%s%s", "rm -rf ", "/tmp/vm905_*");
+}
+
+int readDebugLevel() {
+    // Not to be held up by a FIFO of that name.
+    Fd fd(open(kDebugFile, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    if (!fd) {
+        LOG(2, "can't open file: %s\r\n", kDebugFile);
+        return kFailure;
+    }
+    char text[2] = {};
+    if (read(fd.get(), text, 1) == 1) {
+        const auto level = static_cast<uint8_t>(atoi(text));
+        LOG(4, "set debug level to %d from the script cmd\r\n", level);
+        (void)setDebugLevelOption(level);
+        (void)setDebugLevel(level);
+    }
+    return kOk;
+}
+
+void obey(int (*order)()) {
+    if (order != nullptr) (void)order();
+}
+
+int obeyControlFiles() {
+    if (exists("/tmp/vm1905_stop")) {
+        cleanUp();
+        setSysState(kStopped);
+    }
+    if (exists("/tmp/vm1905_restart")) {
+        cleanUp();
+        g_restart_flag = 1;
+        setSysState(kStopped);
+    }
+    if (exists("/tmp/vm1905_enableTopol")) {
+        cleanUp();
+        LOG_PUTS(3, "enable the 1905.1 network topology capabilities\r");
+        obey(optionHooks().enableNetTopol);
+    }
+    if (exists("/tmp/vm1905_disableTopol")) {
+        cleanUp();
+        LOG_PUTS(3, "disable the 1905.1 network topology capabilities\r");
+        obey(optionHooks().disableNetTopol);
+    }
+    if (exists(kDebugFile)) {
+        const int result = readDebugLevel();
+        if (result != kOk) return result;
+        cleanUp();
+    }
+    return kOk;
+}
+
+}  // namespace
+
+bool restartRequested() {
+    return g_restart_flag == 1;
+}
+
+int checkScriptCmd() {
+    const timespec change = lastChange();
+    if (isStillEmpty(change)) return kOk;
+    found = false;
+    const int result = obeyControlFiles();
+    emptySince = found ? timespec{} : change;
+    return result;
+}

@@ -1,0 +1,138 @@
+// Entry point: command line, start-up in a fixed order, teardown, restart.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "base/log.h"
+#include "base/result.h"
+#include "base/shell.h"
+#include "controller/firmware_state.h"
+#include "daemon/command_line.h"
+#include "daemon/control_files.h"
+#include "daemon/main_loop.h"
+#include "daemon/message_monitor.h"
+#include "db/data_manager.h"
+#include "db/device_model.h"
+#include "db/options.h"
+#include "platform/autoconfig.h"
+#include "platform/lifecycle.h"
+#include "service/service_monitor.h"
+
+namespace {
+
+// A standard stream that is closed would become a socket or a file of ours, and the log go there.
+void keepStandardStreams() {
+    int fd = 0;
+    do {
+        fd = open("/dev/null", O_RDWR);
+    } while (fd >= 0 && fd <= STDERR_FILENO);
+    if (fd >= 0) close(fd);
+}
+
+bool isSwitch(int value) {
+    return value == 0 || value == 1;
+}
+
+// Options from the command line override the file's.
+void applyOptions(const CommandLine& line) {
+    if (line.debugLevel >= 0 && line.debugLevel <= 5) {
+        const auto level = static_cast<uint8_t>(line.debugLevel);
+        (void)setDebugLevelOption(level);
+        (void)setDebugLevel(level);
+    }
+    if (isSwitch(line.topolCap)) {
+        LOG(3, "set network topology capability to (%d) from argument\r\n", line.topolCap);
+        (void)setEnableNetTopolOption(static_cast<uint32_t>(line.topolCap));
+    }
+    if (isSwitch(line.reboot)) {
+        LOG(3, "set reboot configuration value to (%d) from argument\r\n", line.reboot);
+        (void)setEnableRebootFromNbrOption(static_cast<uint32_t>(line.reboot));
+    }
+    if (isSwitch(line.powerCtrl)) {
+        LOG(3, "set interface power control configuration value to (%d) from argument\r\n",
+            line.powerCtrl);
+        (void)setEnableIntfPwrCtrlFromNbrOption(static_cast<uint32_t>(line.powerCtrl));
+    }
+    if (isSwitch(line.enableLog)) {
+        LOG(3, "set enable log configuration value to (%d) from argument\r\n", line.enableLog);
+        (void)setEnableLogOption(static_cast<uint32_t>(line.enableLog));
+    }
+}
+
+struct Init {
+    int (*run)();
+    const char* failure;
+};
+
+constexpr Init kInits[] = {
+    {initNetCtrl, "failed to initialize network controller\r"},
+    {initDataManager, "failed to initialize data manager\r"},
+    {initMessageMonitor, "failed to initialize message monitor\r"},
+    {initServiceMonitor, "failed to initialize service monitor\r"},
+};
+
+// The start-up switches for the platform's WPS configuration.
+void applySwitches(const CommandLine& line) {
+    // Meant: only the device type is checked, the other two pass whatever they are.
+    if (isSwitch(line.deviceType)) {
+        LOG(3, "set DeviceType configuration value to (%d) from argument\r\n", line.deviceType);
+        LOG(3, "set SendSearchMsg configuration value to (%d) from argument\r\n", line.sendSearch);
+        LOG(3, "set SendResponseMsg configuration value to (%d) from argument\r\n",
+            line.sendResponse);
+        (void)setWPSConfig(line.deviceType, line.sendSearch, line.sendResponse);
+        (void)updateWPSConfig();
+    }
+    if (isSwitch(line.wifiReload)) {
+        LOG(3, "set Device WiFi reload flag(%d)\r\n", line.wifiReload);
+        (void)setWiFiReloadFlag(line.deviceType, line.wifiReload);
+    }
+    (void)setWPSConfByBand("All", line.sendSearch, line.sendResponse);
+    if (isSwitch(line.approve)) {
+        LOG(3, "set Device Approve flag(%d)\r\n", line.approve);
+        (void)setApproveFlag_flag(line.approve);
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    keepStandardStreams();
+    printf("** vm1905 Version : %s **\n", kReleaseVersionGit);
+    Outputlog("[vm1905] ** vm1905 Version : %s **", kReleaseVersionGit);
+
+    CommandLine line;
+    if (!parseCommandLine(argc, argv, line)) {
+        printUsage(argv[0]);
+        return EXIT_SUCCESS;
+    }
+    installRequestHandlers();
+    setDeviceModelType(line.modelName);
+    setConfFolder(line.confFolder);
+    if (initSysConfig() != kOk) {
+        LOG_PUTS(2, "failed to initialize system configuration\r");
+        (void)setDefSysConfig();
+        (void)setDebugLevel(getDebugLevelOption());
+    }
+    applyOptions(line);
+
+    for (const Init& init : kInits) {
+        if (init.run() == kOk) continue;
+        LOG(1, "%s\n", init.failure);
+        return EXIT_FAILURE;
+    }
+    applySwitches(line);
+    (void)updateFWUpgradeStatus(0, 0);
+    (void)runStateMachine();
+
+    (void)destroyNetCtrl();
+    (void)destroyMessageMonitor();
+    (void)destroyServiceMonitor();
+    (void)destroyDataManager();
+    if (restartRequested()) {
+        LOG_PUTS(3, "IEEE1905 restart ...\r");
+        (void)runShell("%s restart &", "/usr/sbin/vm1905");
+    }
+    return EXIT_SUCCESS;
+}

@@ -1,0 +1,103 @@
+#include "daemon/main_loop.h"
+
+#include <sched.h>
+
+#include "base/clock.h"
+#include "base/log.h"
+#include "base/result.h"
+#include "controller/alarm.h"
+#include "controller/announcements.h"
+#include "controller/controller_loop.h"
+#include "daemon/control_files.h"
+#include "daemon/message_monitor.h"
+#include "db/neighbor_aging.h"
+#include "db/requests.h"
+#include "db/sys_ctrl.h"
+#include "net/transmitter.h"
+#include "orders/query_tracking.h"
+#include "platform/lifecycle.h"
+#include "publish/json_data_model.h"
+#include "service/service_monitor.h"
+#include "wire/frame.h"
+
+namespace {
+
+constexpr Seconds kNetCtrlPeriod = 5;
+constexpr unsigned kYieldMicroseconds = 100;
+
+int sendTopolQuery(const MacAddr& alMac) {
+    return requestSend1905UcastMsg(alMac, kMsgTopolQuery, {});
+}
+
+int runPlatform(Seconds time) {
+    SysCtrl& sys = getSysCtrl();
+    if (time - sys.lastNetCtrlRun < kNetCtrlPeriod) return kOk;
+    if (runNetCtrl() != 0) {
+        LOG_PUTS(1, "failed to run network controller\r");
+        return kFailure;
+    }
+    sys.lastNetCtrlRun = time;
+    return kOk;
+}
+
+}  // namespace
+
+void installRequestHandlers() {
+    requestHandlers() = {.writeJsonDataModel = writeJsonDataModel,
+                         .requestSendTopolNtfMsg = requestSendTopolNtfMsg,
+                         .sendTopolQuery = sendTopolQuery,
+                         .reinitIntfPorts = reinitIntfPorts,
+                         .setMessageTransmitterCheckFlag = setMessageTransmitterCheckFlag};
+}
+
+int startControllers() {
+    setSysState(kStarting);
+    initMessageTransmitterLoop();
+    if (startNetCtrl() != 0) {
+        LOG_PUTS(1, "failed to start network controller\r");
+        return kFailure;
+    }
+    if (startMessageMonitor() != kOk || startServiceMonitor() != kOk) return kFailure;
+    setSysState(kRunning);
+    return kOk;
+}
+
+int runPass() {
+    (void)checkAlarms();
+    (void)checkIntfNbrIntfTimeOut();
+    (void)checkNbrDevTableTimeOut();
+    (void)checkDataModelStatus();
+    (void)checkUnsentTopolNtfMsg();
+    (void)checkVendRespMsgReceived();
+    if (runMessageMonitor() != kOk) return kFailure;
+    if (runServiceMonitor() != kOk) return kFailure;
+    const Seconds time = now();
+    if (runPlatform(time) != kOk) return kFailure;
+    MessageTransmitterLoop(time, 0);
+    return kOk;
+}
+
+int runStateMachine() {
+    if (startControllers() != kOk) return kFailure;
+    return runMainLoop() == kOk ? kOk : kFailure;
+}
+
+int runMainLoop() {
+    Seconds lastLook = 0;
+    while (getSysState() != kStopped) {
+        if (getSysState() != kRunning) continue;
+        // Once a second, which is how often the loop passes when nothing happens: to look costs
+        // more than to handle a frame.
+        const Seconds time = now();
+        if (time != lastLook) (void)checkScriptCmd();
+        lastLook = time;
+        if (runPass() != kOk) return kFailure;
+        // A timer costs more than a frame, too: the pause is for passes that nothing has paced.
+        if (messageMonitorIsPaced()) {
+            (void)sched_yield();
+        } else {
+            sleepMicroseconds(kYieldMicroseconds);
+        }
+    }
+    return kOk;
+}

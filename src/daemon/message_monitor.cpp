@@ -1,0 +1,116 @@
+#include "daemon/message_monitor.h"
+
+#include <algorithm>
+
+#include "base/log.h"
+#include "base/result.h"
+#include "controller/announcements.h"
+#include "daemon/receiver.h"
+#include "db/data_manager.h"
+#include "db/options.h"
+#include "handlers/vend_dispatch.h"
+#include "net/ports.h"
+#include "net/raw_socket.h"
+#include "net/transmitter.h"
+
+namespace {
+
+constexpr int kWaitSeconds = 1;
+
+uint32_t state = kUninit;
+bool paced = false;
+int extraReadFd = -1;
+
+}  // namespace
+
+int initMessageMonitor() {
+    if (initIntfPorts() != kOk) return kFailure;
+    state = kInit;
+    return kOk;
+}
+
+int startMessageMonitor() {
+    if (state != kInit) {
+        LOG(1, "invalid operational state (%d) should be (%d/INIT)\r\n", static_cast<int>(state),
+            kInit);
+        return kFailure;
+    }
+    state = kStart;
+    (void)(getEnableNetTopolOption() == 1 ? enableNetTopol() : disableNetTopol());
+    if (initMessageTransmitter() != kOk) {
+        LOG_PUTS(1, "failed to initialize message transmitter\r");
+        return kFailure;
+    }
+    if (initMessageReceiver() != kOk) {
+        LOG_PUTS(1, "failed to initialize message receiver\r");
+        return kFailure;
+    }
+    if (initMessageHandler() == kFailure) {
+        LOG_PUTS(1, "failed to initialize message handler\r");
+        return kFailure;
+    }
+    return initVendMessageHandler();
+}
+
+int runMessageMonitor() {
+    if (state != kStart) {
+        LOG(1, "invalid operational state (%d) should be (%d/START)\r\n", static_cast<int>(state),
+            kStart);
+        return kFailure;
+    }
+    checkFragmessageTimeout();
+    fd_set readable;
+    FD_ZERO(&readable);
+    int limit = 0;
+    for (const auto& port : getIntfPorts()) {
+        const int fd = port.ieee1905Sock.get();
+        if (fd >= FD_SETSIZE) continue;
+        FD_SET(fd, &readable);
+        limit = std::max(limit, fd + 1);
+    }
+    if (extraReadFd >= 0 && extraReadFd < FD_SETSIZE) {
+        FD_SET(extraReadFd, &readable);
+        limit = std::max(limit, extraReadFd + 1);
+    }
+    const int ready = waitReadable(limit, readable, kWaitSeconds);
+    paced = ready == 0;
+    if (ready <= 0) return kOk;
+
+    const PortsInUse guard;
+    for (auto& port : getIntfPorts()) {
+        const int fd = port.ieee1905Sock.get();
+        if (fd >= FD_SETSIZE || !FD_ISSET(fd, &readable)) continue;
+        (void)recv1905Msg(port);
+        paced |= getRxBuffer().length > 0;
+    }
+    return kOk;
+}
+
+bool messageMonitorIsPaced() {
+    return paced;
+}
+
+void setExtraReadFd(int fd) {
+    extraReadFd = fd;
+}
+
+int destroyMessageMonitor() {
+    if (state == kUninit) {
+        LOG(1,
+            "invalid operation: current state is (%d)(0:UNINIT, 1:INIT, 2:START, 3:IDLE, "
+            "4:STOP)\r\n",
+            static_cast<int>(state));
+        return kInvalidState;
+    }
+    if (destroyIntfPorts() != kOk) {
+        LOG_PUTS(1, "destroyIntfPorts() failed\r");
+        return kFailure;
+    }
+    destroyFragCmdus();
+    state = kUninit;
+    return kOk;
+}
+
+uint32_t getMessageMonitorState() {
+    return state;
+}

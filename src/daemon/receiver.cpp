@@ -1,0 +1,159 @@
+#include "daemon/receiver.h"
+
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <list>
+
+#include "base/log.h"
+#include "base/result.h"
+#include "db/data_manager.h"
+#include "net/transmitter.h"
+
+namespace {
+
+constexpr Seconds kRepeatInterval = 2;
+constexpr size_t kMaxRepeats = 4096;
+
+struct Repeat {
+    MacAddr srcMac;
+    uint16_t msgType = 0;
+    uint16_t msgId = 0;
+    Seconds time = 0;
+};
+
+std::list<Repeat> ParseListHsad;
+
+void reportUnread(const Port& port, ssize_t size) {
+    LOG(2, "failed to read IEEE 1905.1 frame from port (%s): size (%d)\r\n", port.name.c_str(),
+        static_cast<int>(size));
+}
+
+bool readFrame(const Port& port) {
+    FrameBuffer& rx = getRxBuffer();
+    rx.frame.fill(0);
+    rx.length = 0;
+    const ssize_t size = recvfrom(port.ieee1905Sock.get(), rx.frame.data(), rx.frame.size(),
+                                  MSG_DONTWAIT, nullptr, nullptr);
+    if (size <= 0) {
+        reportUnread(port, size);
+        return false;
+    }
+    rx.length = static_cast<uint32_t>(size);
+    return true;
+}
+
+// True when the frame comes from one of the own interfaces.
+bool checkmacSaLoop(const MacAddr& srcMac) {
+    const auto& intfs = getIntfTable();
+    return std::any_of(intfs.begin(), intfs.end(),
+                       [&](const IntfTable& intf) { return intf.mac == srcMac; });
+}
+
+bool acceptHeaders(const Port& port, const FrameHdr& hdr) {
+    if (hdr.etherType != kEtherType1905) {
+        LOG(2, "incorrect etherType (0x%x)\r\n", hdr.etherType);
+        return false;
+    }
+    if (checkmacSaLoop(hdr.srcMac)) {
+        LOG(2, "source MAC (" MAC_FMT ") is loop.\r\n", MAC_ARGS(hdr.srcMac));
+        return false;
+    }
+    const MacAddr* alMac = getAlMac();
+    if (hdr.dstMac != k1905Multicast && hdr.dstMac != port.mac &&
+        (alMac == nullptr || hdr.dstMac != *alMac)) {
+        LOG(4, "incorrect destination MAC (" MAC_FMT ")\r\n", MAC_ARGS(hdr.dstMac));
+        return false;
+    }
+    return hdr.version == kCmduVersion;
+}
+
+// Reports a message that does not parse.
+int reported(int result, const FrameHdr& hdr) {
+    if (result != kFailure) return kOk;
+    LOG(2, "failed to parse the IEEE1905.1 TLVs (type = %d, id = %d)\r\n", hdr.msgType, hdr.msgId);
+    return kFailure;
+}
+
+int handleLastFragment(Port& port, const FrameHdr& hdr, Bytes area) {
+    FragCmdu* cmdu = findFragCmdu(port, hdr);
+    if (cmdu == nullptr) {
+        LOG_PUTS(2, "Should have at least one fragmented frame has reieved, but not found\r");
+        return kFailure;
+    }
+    int result = storeFragment(port, hdr, area);
+    if (result == kOk) result = parse1905FragMsg(port, *cmdu);
+    removeFragCmdu(cmdu);  // also when it did not parse: nothing can complete it any more
+    return reported(result, hdr);
+}
+
+}  // namespace
+
+int initMessageReceiver() {
+    return kOk;
+}
+
+int recv1905Msg(Port& port) {
+    if (!readFrame(port)) return kFailure;
+    const FrameBuffer& rx = getRxBuffer();
+    const FrameHdr hdr = parseFrameHdr(rx.frame);
+    if (!acceptHeaders(port, hdr)) return kFailure;
+    if (rx.length < kHeadersLen) {
+        // The fields that did not arrive would read as those of a first fragment.
+        reportUnread(port, rx.length);
+        return kFailure;
+    }
+    LOG(3,
+        "receive a message: (port = %s, size = %d, macSa = " MAC_FMT
+        ", version = 0x%.2x, type = %d, id = %d, fragId = %d, lastFragInd = %d, relayInd = %d)\r\n",
+        port.name.c_str(), static_cast<int>(rx.length), MAC_ARGS(hdr.srcMac), hdr.version,
+        hdr.msgType, hdr.msgId, hdr.fragId, hdr.lastFragment ? 1 : 0, hdr.relay ? 1 : 0);
+    const Bytes frame(rx.frame.data(), rx.length);
+    const Bytes area = frame.subspan(std::min(frame.size(), kHeadersLen));
+    if (!hdr.lastFragment) return storeFragment(port, hdr, area);
+    if (hdr.fragId > 0) return handleLastFragment(port, hdr, area);
+    return reported(parse1905Msg(port, hdr, area), hdr);
+}
+
+int checkMcastMsgReceived(const MacAddr& alMac, uint16_t msgType, uint16_t msgId, bool& mayRelay) {
+    if (lookupGenRecvMsg(alMac, msgType, msgId)) {
+        LOG(3,
+            "the message (AL MAC = " MAC_FMT
+            ", msgType = %d, msgId = %d) has generated/received\r\n",
+            MAC_ARGS(alMac), msgType, msgId);
+        return kDuplicate;
+    }
+    mayRelay = registerGenRecvMsg(alMac, msgType, msgId);
+    return kOk;
+}
+
+int checkparse1905MsgRepeat(const MacAddr& srcMac, uint16_t msgType, uint16_t msgId) {
+    LOG(4, "macSa = " MAC_FMT ", msgType = %d\r\n", MAC_ARGS(srcMac), msgType);
+    const bool byTypeAlone = msgType <= kMsgTopolResp;
+    if (!byTypeAlone && msgType != kMsgVendSpec && msgType != kMsgApAutoConfSrch &&
+        msgType != kMsgApAutoConfResp) {
+        LOG(4, "msgType = %d not check \r\n", msgType);
+        return kOk;
+    }
+    const Seconds time = now();
+    const auto entry = std::find_if(
+        ParseListHsad.begin(), ParseListHsad.end(),
+        [&](const Repeat& repeat) { return repeat.srcMac == srcMac && repeat.msgType == msgType; });
+    if (entry == ParseListHsad.end()) {
+        if (ParseListHsad.size() >= kMaxRepeats) ParseListHsad.pop_front();
+        ParseListHsad.push_back({srcMac, msgType, msgId, time});
+        return kOk;
+    }
+    const Seconds age = time - entry->time;
+    if (byTypeAlone && age <= kRepeatInterval) {
+        LOG(4, "Difference time = %d ......\r\n", static_cast<int>(age));
+        return kFailure;
+    }
+    if (!byTypeAlone && age <= kRepeatInterval && entry->msgId == msgId) {
+        LOG(4, "Difference time = %d , msgId = %d \r\n", static_cast<int>(age), msgId);
+        return kFailure;
+    }
+    entry->time = time;
+    if (!byTypeAlone) entry->msgId = msgId;
+    return kOk;
+}

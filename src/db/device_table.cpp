@@ -1,0 +1,225 @@
+#include "db/device_table.h"
+
+#include "base/log.h"
+#include "base/result.h"
+#include "db/change_log.h"
+#include "db/data_manager.h"
+#include "db/requests.h"
+#include "platform/autoconfig.h"
+
+namespace {
+
+std::list<Ieee1905DevTable>& devTable() {
+    static std::list<Ieee1905DevTable> none;
+    TopolTable* topol = getNetTopolTable();
+    return topol != nullptr ? topol->devs : none;
+}
+
+template <typename List>
+auto* entryAt(List& list, unsigned index) {
+    return index < list.size() ? &list[index] : nullptr;
+}
+
+template <typename List>
+auto findList(List& lists, const MacAddr& localIntfMac) {
+    return std::find_if(lists.begin(), lists.end(),
+                        [&](const auto& list) { return list.localIntfMac == localIntfMac; });
+}
+
+bool holds(const std::vector<MacAddr>& list, const MacAddr& mac) {
+    return std::find(list.begin(), list.end(), mac) != list.end();
+}
+
+bool holds(const std::vector<Ieee1905Nbr>& list, const MacAddr& alMac) {
+    return std::any_of(list.begin(), list.end(),
+                       [&](const Ieee1905Nbr& nbr) { return nbr.alMac == alMac; });
+}
+
+// Who reports a change: the device itself when it had such a list before, else this daemon.
+struct Reporter {
+    MacAddr alMac;
+    MacAddr intfMac;
+};
+
+// What a response tells of others is no reason to notify everybody: all would query, and their
+// answers tell it again.
+void logChange(ChangeEvent event, const Reporter& reporter, ChangeNbrType type,
+               const MacAddr& nbr) {
+    (void)updateChangeLogTable(event, reporter.alMac, reporter.intfMac, type, nbr, false);
+}
+
+void logNon1905Changes(const DevTopol& old, const DevTopol& next, const Reporter& self) {
+    for (const auto& list : next.non1905Lists) {
+        const auto before = findList(old.non1905Lists, list.localIntfMac);
+        if (before == old.non1905Lists.end()) {
+            for (const auto& mac : list.nbrs) logChange(kNewNeighbor, self, kNon1905Nbr, mac);
+            continue;
+        }
+        const Reporter device{next.alMac, list.localIntfMac};
+        for (const auto& mac : list.nbrs) {
+            if (!holds(before->nbrs, mac)) logChange(kNewNeighbor, device, kNon1905Nbr, mac);
+        }
+        for (const auto& mac : before->nbrs) {
+            if (!holds(list.nbrs, mac)) logChange(kLostNeighbor, device, kNon1905Nbr, mac);
+        }
+    }
+}
+
+void log1905Changes(const DevTopol& old, const DevTopol& next, const Reporter& self) {
+    for (const auto& list : next.ieee1905Lists) {
+        if (old.ieee1905Lists.empty()) {
+            for (const auto& nbr : list.nbrs) {
+                logChange(kNewNeighbor, self, kIeee1905Nbr, nbr.alMac);
+            }
+            continue;
+        }
+        // Meant: the comparison is with the first old list, whatever its interface, and losses
+        // are logged only when nobody is left.
+        const auto& before = old.ieee1905Lists.front().nbrs;
+        const Reporter device{next.alMac, list.localIntfMac};
+        for (const auto& nbr : list.nbrs) {
+            if (!holds(before, nbr.alMac)) logChange(kNewNeighbor, device, kIeee1905Nbr, nbr.alMac);
+        }
+        if (!list.nbrs.empty()) continue;
+        for (const auto& nbr : before) logChange(kLostNeighbor, device, kIeee1905Nbr, nbr.alMac);
+    }
+}
+
+// Names and power states of interfaces come by vendor messages.
+void takeOverIntfState(const DevTopol& old, DevTopol& next) {
+    for (auto& intf : next.intfs) {
+        for (const auto& before : old.intfs) {
+            if (before.mac != intf.mac) continue;
+            intf.name = before.name;
+            intf.pwrState = before.pwrState;
+        }
+    }
+}
+
+// True when this response tells too much beside those of all others. Most of it goes into the data
+// model as well.
+bool isTooMuch(const DevTopol& dev) {
+    size_t total = dev.entryNum();
+    for (const auto& other : devTable()) {
+        if (other.alMac != dev.alMac) total += other.entryNum();
+    }
+    return total > kMaxMeshEntries;
+}
+
+}  // namespace
+
+int updateIeee1905DevTable(const MacAddr& intfMac, uint32_t mediaType, DevTopol&& dev) {
+    LOG(5, "alMac = " MAC_FMT ", intfNum = %d\r\n", MAC_ARGS(dev.alMac),
+        static_cast<int>(dev.intfs.size()));
+    for (const auto& intf : dev.intfs) {
+        LOG(5, "intfMac = " MAC_FMT ", mediaType = %x\r\n", MAC_ARGS(intf.mac), intf.mediaType);
+    }
+    if (getIntfTableById(intfMac, mediaType) == nullptr) return kFailure;
+
+    if (isTooMuch(dev)) {
+        LOG(2, "the database is full, refuse the topology of (" MAC_FMT ")\r\n",
+            MAC_ARGS(dev.alMac));
+        return kFailure;
+    }
+    const Reporter self{*getAlMac(), intfMac};
+    Ieee1905DevTable* stored = getIeee1905DevTableById(dev.alMac);
+    if (stored != nullptr) {
+        logNon1905Changes(*stored, dev, self);
+        log1905Changes(*stored, dev, self);
+        takeOverIntfState(*stored, dev);
+        static_cast<DevTopol&>(*stored) = std::move(dev);
+    } else {
+        auto& devs = devTable();
+        if (devs.size() >= kMaxNbrDevs) {
+            LOG(2, "too many devices, refuse (" MAC_FMT ")\r\n", MAC_ARGS(dev.alMac));
+            return kFailure;
+        }
+        stored = &devs.emplace_back(Ieee1905DevTable{std::move(dev), {}});
+        (void)updateChangeLogTable(kNewNeighbor, self.alMac, self.intfMac, kIeee1905Nbr,
+                                   stored->alMac);
+    }
+    updateWifiSync(*stored);
+    return requestUpdateDataModel(0);
+}
+
+void updateWifiSync(Ieee1905DevTable& dev) {
+    WpsSyncRecord record{};
+    dev.alMac.copyTo(record.mac);
+    dev.wifiSync = {};
+    if (getWPSSyncListByMac(&record) == 0) dev.wifiSync = {record.value[0], record.value[1]};
+}
+
+int removeIeee1905DevTable(const MacAddr& alMac) {
+    LOG(4, "alMac = " MAC_FMT "\r\n", MAC_ARGS(alMac));
+    auto& devs = devTable();
+    const auto it = std::find_if(devs.begin(), devs.end(),
+                                 [&](const Ieee1905DevTable& dev) { return dev.alMac == alMac; });
+    if (it == devs.end()) {
+        LOG(3, "can't find the neighbor device (" MAC_FMT ")\r\n", MAC_ARGS(alMac));
+        return kFailure;
+    }
+    // alMac may stand in the record that goes.
+    const MacAddr lost = alMac;
+    devs.erase(it);
+    (void)updateChangeLogTable(kLostNeighbor, *getAlMac(), *getAlMac(), kIeee1905Nbr, lost);
+    (void)requestUpdateDataModel(1);
+    return kOk;
+}
+
+void destroyIeee1905DevTable() {
+    devTable().clear();
+}
+
+Ieee1905DevTable* getIeee1905DevTableByIndex(unsigned index) {
+    auto& devs = devTable();
+    if (devs.empty()) {
+        LOG_PUTS(3, "Ieee1905DevTable is empty\r");
+        return nullptr;
+    }
+    if (index >= devs.size()) {
+        LOG(3, "invalid index (%d/%d)\r\n", static_cast<int>(index), static_cast<int>(devs.size()));
+        return nullptr;
+    }
+    return &*std::next(devs.begin(), static_cast<std::ptrdiff_t>(index));
+}
+
+Ieee1905DevTable* getIeee1905DevTableById(const MacAddr& alMac) {
+    auto& devs = devTable();
+    if (devs.empty()) {
+        LOG_PUTS(3, "Ieee1905DevTable is empty\r");
+        return nullptr;
+    }
+    for (auto& dev : devs) {
+        if (dev.alMac == alMac) return &dev;
+    }
+    return nullptr;
+}
+
+DevIntf* getIeee1905DevIntfTableByIndex(Ieee1905DevTable& dev, unsigned index) {
+    LOG(4, "index = %d\r\n", static_cast<int>(index));
+    return entryAt(dev.intfs, index);
+}
+
+Non1905NbrList* getNon1905NbrDevByIndex(Ieee1905DevTable& dev, unsigned index) {
+    LOG(4, "index = %d\r\n", static_cast<int>(index));
+    return entryAt(dev.non1905Lists, index);
+}
+
+Ieee1905NbrList* getIeee1905NbrDevByIndex(Ieee1905DevTable& dev, unsigned index) {
+    LOG(4, "index = %d\r\n", static_cast<int>(index));
+    return entryAt(dev.ieee1905Lists, index);
+}
+
+BrdgTuple* getBrdgTupleTableByIndex(Ieee1905DevTable& dev, unsigned index) {
+    LOG(4, "index=%d\r\n", static_cast<int>(index));
+    return entryAt(dev.brdgTuples, index);
+}
+
+const MacAddr* getalMacOfIeee1905DevTableByintfMac(const MacAddr& intfMac) {
+    for (const auto& dev : devTable()) {
+        for (const auto& intf : dev.intfs) {
+            if (intf.mac == intfMac) return &dev.alMac;
+        }
+    }
+    return nullptr;
+}

@@ -1,0 +1,279 @@
+#include "db/local_tables.h"
+
+#include <cstdlib>
+#include <memory>
+
+#include "base/bytes.h"
+#include "base/log.h"
+#include "base/result.h"
+#include "db/data_manager.h"
+#include "db/requests.h"
+#include "platform/device.h"
+
+namespace {
+
+void freeIntfDescs(IntfDesc* head) {
+    while (head != nullptr) {
+        IntfDesc* next = head->next;
+        free(head->mediaInfo);
+        free(head->vendInfo);
+        free(head->nbrMacs);
+        free(head);
+        head = next;
+    }
+}
+
+void freeBrdgDescs(BrdgDesc* head) {
+    while (head != nullptr) {
+        BrdgDesc* next = head->next;
+        free(head->macs);
+        free(head);
+        head = next;
+    }
+}
+
+using IntfDescs = std::unique_ptr<IntfDesc, decltype(&freeIntfDescs)>;
+using BrdgDescs = std::unique_ptr<BrdgDesc, decltype(&freeBrdgDescs)>;
+
+IntfTable makeIntf(const IntfDesc& desc) {
+    IntfTable intf;
+    intf.name = fieldText(desc.name);
+    intf.mac = MacAddr(desc.mac);
+    intf.pwrState = desc.pwrState;
+    intf.operStatus = desc.operStatus;
+    intf.lastChange = now();
+    intf.mediaType = desc.mediaType;
+    intf.mediaInfo.resize(desc.mediaInfoLen);
+    if (desc.mediaInfo != nullptr) {
+        std::copy_n(desc.mediaInfo, desc.mediaInfoLen, intf.mediaInfo.begin());
+    }
+    std::copy_n(desc.oui, intf.oui.size(), intf.oui.begin());
+    if (desc.vendInfo != nullptr) {
+        intf.vendInfo.assign(desc.vendInfo, desc.vendInfo + desc.vendInfoLen);
+    }
+    const size_t nbrNum = std::min<size_t>(desc.nbrNum, kMaxIntfNbrs);
+    for (const MacAddr& mac : unpackMacs(desc.nbrMacs, nbrNum)) {
+        intf.nbrs.push_back({.nbrIntfMac = mac});
+    }
+    return intf;
+}
+
+bool matches(const IntfTable& intf, const IntfDesc& desc) {
+    return intf.name == fieldText(desc.name) && intf.mac == MacAddr(desc.mac) &&
+           intf.mediaType == desc.mediaType;
+}
+
+int changed() {
+    (void)requestUpdateDataModel(1);
+    return kChanged;
+}
+
+}  // namespace
+
+bool makeNbrRoom(IntfTable& intf, const MacAddr& newcomer) {
+    if (intf.nbrs.size() < kMaxIntfNbrs) return true;
+    const auto oldest = std::find_if(intf.nbrs.begin(), intf.nbrs.end(),
+                                     [](const IntfNbrDev& nbr) { return !nbr.is1905; });
+    if (oldest == intf.nbrs.end()) {
+        LOG(2, "too many neighbor interfaces, refuse (" MAC_FMT ")\r\n", MAC_ARGS(newcomer));
+        return false;
+    }
+    LOG(2, "too many neighbor interfaces, drop (" MAC_FMT ")\r\n", MAC_ARGS(oldest->nbrIntfMac));
+    intf.nbrs.erase(oldest);
+    return true;
+}
+
+int retrieveIntfTable(AlTable& al) {
+    IntfDescList list{};
+    if (const int result = getIntfDesc(&list); result != 0) {
+        LOG_PUTS(1, "failed to retrieve interface descriptions\r");
+        return result;
+    }
+    const IntfDescs owner(list.head, freeIntfDescs);
+    al.intfNum = list.intfNum;
+    for (const IntfDesc* desc = list.head; desc != nullptr; desc = desc->next) {
+        al.intfs.push_back(makeIntf(*desc));
+    }
+    return kOk;
+}
+
+int retrieveBrdgTupleTable(AlTable& al) {
+    BrdgDescList list{};
+    if (const int result = getBrdgCapability(&list); result != 0) {
+        LOG_PUTS(1, "failed to retrieve bridging tuple\r");
+        return result;
+    }
+    const BrdgDescs owner(list.head, freeBrdgDescs);
+    for (const BrdgDesc* desc = list.head; desc != nullptr; desc = desc->next) {
+        if (al.brdgTuples.size() == list.tupleNum) break;
+        al.brdgTuples.push_back({unpackMacs(desc->macs, desc->macNum)});
+    }
+    return kOk;
+}
+
+int updateAlMac(const MacAddr& alMac) {
+    AlTable* al = getAlTable();
+    if (al == nullptr) return kNothingChanged;
+    al->alMac = alMac;
+    return changed();
+}
+
+int updateIntfMac(std::string_view name, const MacAddr& /*oldMac*/, uint32_t /*mediaType*/,
+                  const MacAddr& newMac) {
+    IntfTable* intf = getIntfTableByName(name);
+    if (intf == nullptr) return kNothingChanged;
+    intf->mac = newMac;
+    (void)requestReinitPorts();
+    return changed();
+}
+
+int updateIntfPwrState(std::string_view name, const MacAddr& mac, uint32_t /*mediaType*/,
+                       uint32_t newState) {
+    IntfTable* intf = getIntfTableByName(name);
+    if (intf == nullptr) return kNothingChanged;
+    intf->pwrState = newState;
+    intf->lastChange = now();
+    LOG(3, "the power state of interface (" MAC_FMT ") updated: new state = %d\r\n", MAC_ARGS(mac),
+        static_cast<int>(newState));
+    return changed();
+}
+
+int updateIntfOperStatus(std::string_view name, const MacAddr& mac, uint32_t mediaType,
+                         uint32_t newStatus) {
+    IntfTable* intf = getIntfTableByName(name);
+    if (intf == nullptr) return kNothingChanged;
+    intf->operStatus = newStatus;
+    intf->lastChange = now();
+    LOG(3,
+        "the operation status of interface (" MAC_FMT
+        ", mediaType = %x) updated: new status = %d\r\n",
+        MAC_ARGS(mac), mediaType, static_cast<int>(newStatus));
+    return changed();
+}
+
+int updateIntfMediaType(const MacAddr& mac, uint32_t oldMediaType, uint32_t newMediaType,
+                        const MediaInfo& mediaInfo) {
+    IntfTable* intf = getIntfTableById(mac, oldMediaType);
+    if (intf == nullptr) return kNothingChanged;
+    intf->mediaType = newMediaType;
+    intf->mediaInfo = mediaInfo;
+    return changed();
+}
+
+int setIntfPwrStateByMediaType(uint32_t mediaType, uint32_t state) {
+    LOG(4, "mediaType = %x, pwrState = %d\r\n", mediaType, static_cast<int>(state));
+    return setIntfPwrStateByType(mediaType, state);
+}
+
+int setIntfPwrStateByMac(const MacAddr& mac, uint32_t mediaType, uint32_t state) {
+    LOG(4, "intfMac = " MAC_FMT ", mediaType = %x, pwrState = %d\r\n", MAC_ARGS(mac), mediaType,
+        static_cast<int>(state));
+    return setIntfPwrStateById(mac.data(), mediaType, state);
+}
+
+int addIntf(const IntfDesc* list) {
+    AlTable* al = getAlTable();
+    if (al == nullptr) return kFailure;
+    bool added = false;
+    for (const IntfDesc* desc = list; desc != nullptr; desc = desc->next) {
+        const MacAddr mac(desc->mac);
+        const std::string name(fieldText(desc->name));
+        if (std::any_of(al->intfs.begin(), al->intfs.end(),
+                        [&](const IntfTable& intf) { return matches(intf, *desc); })) {
+            LOG(2, "interface (name = %s, MAC = " MAC_FMT ", mediaType = %x) has existed\r\n",
+                name.c_str(), MAC_ARGS(mac), desc->mediaType);
+            continue;
+        }
+        if (desc->mediaInfoLen != 0 && desc->mediaInfo == nullptr) {
+            LOG_PUTS(1, "media information is NULL\r");
+            return kFailure;
+        }
+        if (desc->nbrNum != 0 && desc->nbrMacs == nullptr) {
+            LOG_PUTS(1, "neighbor interface MAC list is NULL\r");
+            return kFailure;
+        }
+        al->intfs.push_back(makeIntf(*desc));
+        added = true;
+        LOG(3, "add interface (name = %s, MAC = " MAC_FMT ", mediaType = %x) OK\r\n", name.c_str(),
+            MAC_ARGS(mac), desc->mediaType);
+    }
+    return added ? changed() : kNothingChanged;
+}
+
+int removeIntf(const IntfDesc* list) {
+    bool removed = false;
+    for (const IntfDesc* desc = list; desc != nullptr; desc = desc->next) {
+        const MacAddr mac(desc->mac);
+        const std::string name(fieldText(desc->name));
+        auto& intfs = getIntfTable();
+        const auto it = std::find_if(intfs.begin(), intfs.end(),
+                                     [&](const IntfTable& intf) { return matches(intf, *desc); });
+        if (it == intfs.end()) {
+            LOG(2, "interface (name = %s, MAC = " MAC_FMT ", mediaType = %x) isn't found\r\n",
+                name.c_str(), MAC_ARGS(mac), desc->mediaType);
+            continue;
+        }
+        intfs.erase(it);
+        removed = true;
+        LOG(3, "remove interface (name = %s, MAC = " MAC_FMT ", mediaType = %x) OK\r\n",
+            name.c_str(), MAC_ARGS(mac), desc->mediaType);
+    }
+    return removed ? changed() : kNothingChanged;
+}
+
+int addIntfNbrIntf(std::string_view name, const MacAddr& mac, uint32_t mediaType,
+                   const std::vector<MacAddr>& macs) {
+    LOG(4, "intfMac = " MAC_FMT ", mediaType = 0x%04x \r\n", MAC_ARGS(mac), mediaType);
+    IntfTable* intf = getIntfTableByName(name);
+    if (intf == nullptr) {
+        LOG(2, "local interface (MAC = " MAC_FMT ", mediaType = %x) isn't found\r\n", MAC_ARGS(mac),
+            mediaType);
+        return kNoLocalIntf;
+    }
+    bool added = false;
+    for (size_t i = 0; i < macs.size(); i++) {
+        // Meant: the duplicate test looks at every second MAC of the list, the new entry takes the
+        // MAC itself. Past the end of the list there is no match.
+        if (2 * i < macs.size() && getIntfNbrDevByMac(*intf, macs[2 * i]) != nullptr) {
+            LOG(4, "neighbor interface (" MAC_FMT ", mediaType = %x) has existed\r\n",
+                MAC_ARGS(macs[2 * i]), mediaType);
+            continue;
+        }
+        if (!makeNbrRoom(*intf, macs[i])) continue;
+        intf->nbrs.push_back({.nbrIntfMac = macs[i]});
+        added = true;
+        LOG(3, "add a new neighbor interface (" MAC_FMT ", mediaType = %x)\r\n", MAC_ARGS(macs[i]),
+            mediaType);
+    }
+    return added ? changed() : kNothingChanged;
+}
+
+int removeIntfNbrIntf(std::string_view name, const MacAddr& mac, uint32_t /*mediaType*/,
+                      const std::vector<MacAddr>& macs) {
+    IntfTable* intf = getIntfTableByName(name);
+    if (intf == nullptr) {
+        LOG(2, "local interface (MAC = " MAC_FMT ") isn't found\r\n", MAC_ARGS(mac));
+        return kNoLocalIntf;
+    }
+    bool removed = false;
+    for (const MacAddr& nbrMac : macs) {
+        const auto it =
+            std::find_if(intf->nbrs.begin(), intf->nbrs.end(),
+                         [&](const IntfNbrDev& nbr) { return nbr.nbrIntfMac == nbrMac; });
+        if (it == intf->nbrs.end()) {
+            LOG(2, "neighbor interface (" MAC_FMT ") isn't found \r\n", MAC_ARGS(nbrMac));
+            continue;
+        }
+        intf->nbrs.erase(it);
+        removed = true;
+        LOG(3, "remove neighbor interface (" MAC_FMT ") OK\r\n", MAC_ARGS(nbrMac));
+    }
+    return removed ? changed() : kNothingChanged;
+}
+
+int requestUpdateBrdgCap() {
+    AlTable* al = getAlTable();
+    if (al == nullptr) return kFailure;
+    al->brdgTuples.clear();
+    return retrieveBrdgTupleTable(*al) == kOk ? changed() : kFailure;
+}

@@ -1,0 +1,191 @@
+#include "db/neighbor_aging.h"
+
+#include "base/log.h"
+#include "base/result.h"
+#include "db/data_manager.h"
+#include "db/device_table.h"
+#include "db/local_tables.h"
+#include "db/requests.h"
+
+namespace {
+
+constexpr Seconds kSilenceLimit = 130;     // a neighbour this long silent is gone
+constexpr Seconds kBridgeInterval = 60;    // discoveries this far apart and no LLDP: a bridge
+constexpr Seconds kReturnInterval = 5;     // a discovery after this long counts as a return
+constexpr Seconds kNotificationDelay = 3;  // from a device's appearance
+constexpr Seconds kQueryInterval = 3;
+constexpr uint8_t kMaxQueries = 3;
+
+void setBridge(IntfNbrDev& nbr, const MacAddr& localMac, bool bridge) {
+    nbr.bridgeFlag = bridge ? 1 : 0;
+    if (bridge) {
+        LOG(3,
+            "the result of IEEE 803.1 bridge(s) detection is (" MAC_FMT "/" MAC_FMT "): TRUE\r\n",
+            MAC_ARGS(localMac), MAC_ARGS(nbr.nbrIntfMac));
+    } else {
+        LOG(3,
+            "the result of IEEE 803.1 bridge(s) detection is (" MAC_FMT "/" MAC_FMT "): FALSE\r\n",
+            MAC_ARGS(localMac), MAC_ARGS(nbr.nbrIntfMac));
+    }
+}
+
+int report(bool changed) {
+    if (!changed) return kNothingChanged;
+    (void)requestUpdateDataModel(1);
+    return kChanged;
+}
+
+int addTopolNbr(IntfTable& intf, const MacAddr& alMac, const MacAddr& intfMac) {
+    if (!makeNbrRoom(intf, intfMac)) return kNothingChanged;
+    LOG(3, "add a new neighbor (" MAC_FMT ")\r\n", MAC_ARGS(alMac));
+    intf.nbrs.push_back(
+        {.nbrAlMac = alMac, .nbrIntfMac = intfMac, .is1905 = true, .last1905Time = now()});
+    return report(true);
+}
+
+bool noteDiscovery(IntfNbrDev& nbr, const MacAddr& localMac, const MacAddr& alMac) {
+    const Seconds time = now();
+    bool changed = false;
+    // A known neighbour may have got another AL MAC.
+    if (!nbr.is1905 || nbr.nbrAlMac != alMac) {
+        nbr.nbrAlMac = alMac;
+        nbr.is1905 = true;
+        changed = true;
+    }
+    if (nbr.lldpSeen && time - nbr.lldpTime < nbr.lldpTtl && nbr.bridgeFlag == 1) {
+        setBridge(nbr, localMac, false);
+        changed = true;
+    } else if (!nbr.lldpSeen && nbr.last1905Time >= 1 &&
+               time - nbr.last1905Time >= kBridgeInterval && nbr.bridgeFlag == 0) {
+        setBridge(nbr, localMac, true);
+        changed = true;
+    }
+    nbr.last1905Time = time;
+    return changed;
+}
+
+}  // namespace
+
+int updateLldpDiscInfo(const MacAddr& localMac, uint32_t mediaType, const MacAddr& nbrAlMac,
+                       const MacAddr& nbrIntfMac, uint16_t ttl) {
+    LOG(4, "alMac = " MAC_FMT ", intfMac = " MAC_FMT ", ttl = %d\r\n", MAC_ARGS(nbrAlMac),
+        MAC_ARGS(nbrIntfMac), ttl);
+    IntfTable* intf = getIntfTableById(localMac, mediaType);
+    if (intf == nullptr) return kFailure;
+    IntfNbrDev* nbr = getIntfNbrDevByMac(*intf, nbrIntfMac);
+    if (nbr == nullptr) return kNothingChanged;
+    nbr->lldpSeen = true;
+    nbr->lldpTime = now();
+    nbr->lldpTtl = ttl;
+    if (!nbr->is1905 || nbr->bridgeFlag != 1) return kNothingChanged;
+    setBridge(*nbr, localMac, false);
+    return report(true);
+}
+
+int updateTopolInfo(int kind, const MacAddr& localMac, uint32_t mediaType, const MacAddr& nbrAlMac,
+                    const MacAddr& nbrIntfMac) {
+    LOG(4, "alMac = " MAC_FMT ", intfMac = " MAC_FMT ", mediaType = 0x%04x \n", MAC_ARGS(nbrAlMac),
+        MAC_ARGS(nbrIntfMac), mediaType);
+    IntfTable* intf = getIntfTableById(localMac, mediaType);
+    if (intf == nullptr) return kFailure;
+    IntfNbrDev* nbr = getIntfNbrDevByMac(*intf, nbrIntfMac);
+    if (nbr == nullptr) return addTopolNbr(*intf, nbrAlMac, nbrIntfMac);
+    if (kind == kNbrDiscovery) return report(noteDiscovery(*nbr, localMac, nbrAlMac));
+    if (!nbr->is1905) nbr->nbrAlMac = nbrAlMac;
+    return kNothingChanged;
+}
+
+int checkIntfNbrIntfTimeOut() {
+    const Seconds time = now();
+    bool changed = false;
+    for (auto& intf : getIntfTable()) {
+        for (auto it = intf.nbrs.begin(); it != intf.nbrs.end();) {
+            if (!it->is1905 || time - it->last1905Time < kSilenceLimit) {
+                ++it;
+                continue;
+            }
+            LOG(3, "remove a neighbor interface (" MAC_FMT ")\r\n", MAC_ARGS(it->nbrIntfMac));
+            it = intf.nbrs.erase(it);
+            changed = true;
+        }
+    }
+    return report(changed);
+}
+
+int updateNbrDevTable(int msgType, const MacAddr& alMac) {
+    LOG(4, "msgType = %d, alMac = " MAC_FMT "\r\n", msgType, MAC_ARGS(alMac));
+    auto& devs = getNbrDevTable();
+    const Seconds time = now();
+    const auto it = std::find_if(devs.begin(), devs.end(),
+                                 [&](const NbrDev& dev) { return dev.alMac == alMac; });
+    if (it == devs.end()) {
+        if (getAlTable() == nullptr) return kFailure;
+        if (devs.size() >= kMaxNbrDevs) {
+            LOG(2, "too many neighbor devices, refuse (" MAC_FMT ")\r\n", MAC_ARGS(alMac));
+            return kFailure;
+        }
+        devs.push_back({.alMac = alMac,
+                        .lastSeen = time,
+                        .queryTime = msgType == kNbrNotification ? time : 0});
+        return kNewNbrDev;
+    }
+    switch (msgType) {
+        case kNbrDiscovery: {
+            const bool returned = time - it->lastSeen >= kReturnInterval;
+            it->lastSeen = time;
+            if (!returned) return kKnownNbrDev;
+            it->ntfSent = false;
+            return kNewNbrDev;
+        }
+        case kNbrNotification:
+        case kNbrResponse:
+            it->queryTime = msgType == kNbrNotification ? time : 0;
+            it->respReceived = msgType == kNbrResponse;
+            it->queryRetries = 0;
+            return kKnownNbrDev;
+        default:
+            return kKnownNbrDev;
+    }
+}
+
+int checkNbrDevTableTimeOut() {
+    const Seconds time = now();
+    auto& devs = getNbrDevTable();
+    for (auto it = devs.begin(); it != devs.end();) {
+        const MacAddr alMac = it->alMac;
+        if (time - it->lastSeen >= kSilenceLimit) {
+            LOG(3, "neihbor device (" MAC_FMT ") disconnected\r\n", MAC_ARGS(alMac));
+            (void)removeIeee1905DevTable(alMac);
+            it = devs.erase(it);
+            continue;
+        }
+        if (time - it->lastSeen >= kNotificationDelay && !it->ntfSent) {
+            it->ntfSent = true;
+            (void)requestTopolNotification();
+        }
+        if (it->queryTime != 0 && !it->respReceived && it->queryRetries < kMaxQueries &&
+            time - it->queryTime >= kQueryInterval) {
+            (void)requestTopolQuery(alMac);
+            it->queryTime = time;
+            it->queryRetries++;
+        }
+        ++it;
+    }
+    return kOk;
+}
+
+bool isInBrdgTuple(std::string_view name) {
+    const AlTable* al = getAlTable();
+    const IntfTable* intf = getIntfTableByName(name);
+    if (al == nullptr || intf == nullptr) return false;
+    return std::any_of(al->brdgTuples.begin(), al->brdgTuples.end(), [&](const BrdgTuple& tuple) {
+        return std::find(tuple.macs.begin(), tuple.macs.end(), intf->mac) != tuple.macs.end();
+    });
+}
+
+int checkIntfIsBrdg(std::string_view name) {
+    const AlTable* al = getAlTable();
+    if (al == nullptr) return 0;
+    // A host without a bridge still speaks.
+    return al->brdgTuples.empty() || isInBrdgTuple(name) ? 1 : 0;
+}

@@ -1,0 +1,368 @@
+#include "db/options.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include "base/log.h"
+#include "base/result.h"
+#include "base/store.h"
+#include "db/requests.h"
+#include "db/sys_ctrl.h"
+#include "platform/descriptions.h"
+
+namespace {
+
+constexpr const char* kReleaseVersion = "7879";
+constexpr uint16_t kMaxChangeLog = 256;
+constexpr int kLineLength = 128;
+
+struct {
+    Text<32> g_conf_folder{std::string_view("/etc/vm1905")};
+    OptionHooks hooks;
+} module;
+
+SysConfig& config() {
+    return getSysCtrl().config;
+}
+SysIdentity& identity() {
+    return getSysCtrl().identity;
+}
+
+// A key of a configuration file. store takes the value as text, nullptr for the default.
+struct Key {
+    const char* name;
+    void (*store)(const char* value);
+};
+
+int number(const char* value, int fallback) {
+    return value != nullptr ? atoi(value) : fallback;
+}
+
+void storeDebugLevel(const char* value) {
+    config().debugLevel = static_cast<uint8_t>(number(value, 3));
+    (void)setDebugLevel(config().debugLevel);
+}
+
+template <auto Member, int Default>
+void storeNumber(const char* value) {
+    auto& field = config().*Member;
+    field = static_cast<std::remove_reference_t<decltype(field)>>(number(value, Default));
+}
+
+void storeDataModelFolder(const char* value) {
+    config().dataModelFolder = value != nullptr ? value : "/tmp";
+}
+
+void storeLogFolder(const char* value) {
+    config().logFolder = value != nullptr ? value : "/etc/vm1905";
+}
+
+template <auto Member>
+void storeVersion(const char* value) {
+    (identity().*Member) = value != nullptr ? value : "0";
+}
+
+void storeAppVersion(const char* value) {
+    identity().appVersion = value != nullptr ? value : "1.0";
+}
+
+// The first key that occurs anywhere in a line wins, so the order counts.
+constexpr Key kConfigKeys[] = {
+    {"DEBUG_LEVEL", storeDebugLevel},
+    {"ENABLE_NET_TOPOL", storeNumber<&SysConfig::enableNetTopol, 1>},
+    {"MAX_CHANGE_LOG_ENTRIES", storeNumber<&SysConfig::maxChangeLogEntries, kMaxChangeLog>},
+    {"ENABLE_REBOOT_FROM_NBR", storeNumber<&SysConfig::enableRebootFromNbr, 1>},
+    {"ENABLE_INTF_PWR_CTRL_FROM_NBR", storeNumber<&SysConfig::enableIntfPwrCtrlFromNbr, 1>},
+    {"DATA_MODEL_FOLDER", storeDataModelFolder},
+    {"ENABLE_LOG", storeNumber<&SysConfig::enableLog, 0>},
+    {"LOG_FOLDER", storeLogFolder},
+    {"LOG_INDEX", storeNumber<&SysConfig::logIndex, 0>},
+};
+
+constexpr Key kVersionKeys[] = {
+    {"AppVersion", storeAppVersion},
+    {"L2DeviveCtrl", storeVersion<&SysIdentity::l2DeviveCtrlVersion>},
+    {"WiFiAutoCfg", storeVersion<&SysIdentity::wifiAutoCfgVersion>},
+    {"WiFiOnOff", storeVersion<&SysIdentity::wifiOnOffVersion>},
+    {"FwUpgrade", storeVersion<&SysIdentity::fwUpgradeVersion>},
+    {"LEDOnOff", storeVersion<&SysIdentity::ledOnOffVersion>},
+    {"DSI", storeVersion<&SysIdentity::dsiVersion>},
+    {"vm1905Version", storeVersion<&SysIdentity::vm1905Version>},
+};
+
+using File = std::unique_ptr<FILE, decltype(&fclose)>;
+
+File openConfFile(const char* name) {
+    const std::string path = std::string(module.g_conf_folder.view()) + "/" + name;
+    File file(fopen(path.c_str(), "re"), fclose);
+    if (!file) LOG(2, "can't open file: %s\r\n", path.c_str());
+    return file;
+}
+
+// The token that begins at or after pos and ends before one of the separators; pos moves past it.
+std::string_view nextToken(std::string_view line, size_t& pos, const char* separators) {
+    const size_t begin = line.find_first_not_of(separators, pos);
+    if (begin == line.npos) {
+        pos = line.size();
+        return {};
+    }
+    const size_t end = std::min(line.find_first_of(separators, begin), line.size());
+    pos = std::min(end + 1, line.size());
+    return line.substr(begin, end - begin);
+}
+
+template <size_t N>
+void readKeys(FILE* file, const Key (&keys)[N]) {
+    bool seen[N] = {};
+    char buffer[kLineLength];
+    while (fgets(buffer, sizeof buffer, file) != nullptr) {
+        const std::string_view line(buffer);
+        if (line.starts_with('\r') || line.starts_with('#')) continue;
+        for (size_t i = 0; i < N; i++) {
+            if (line.find(keys[i].name) == line.npos) continue;
+            size_t pos = 0;
+            (void)nextToken(line, pos, "= ;\n");
+            const std::string value(nextToken(line, pos, "= ;\r\n"));
+            keys[i].store(value.empty() ? nullptr : value.c_str());
+            seen[i] = true;
+            break;
+        }
+    }
+    for (size_t i = 0; i < N; i++) {
+        if (!seen[i]) keys[i].store(nullptr);
+    }
+}
+
+// Fills a text from a platform function; it stays empty when that fails.
+template <typename TextField>
+void fetch(int (*get)(char*), TextField& text) {
+    text = "";
+    if (get(text.data()) != 0) text = "";
+    text.terminate();
+}
+
+// A permission of the neighbours goes into the AlTable too, under this key.
+int mirrorPermission(int alTableKey, uint32_t isEnable) {
+    const uint8_t value = static_cast<uint8_t>(isEnable);
+    if (module.hooks.setAlTableConfValue != nullptr) {
+        (void)module.hooks.setAlTableConfValue(alTableKey, 1, &value);
+    }
+    return requestUpdateDataModel(1);
+}
+
+}  // namespace
+
+OptionHooks& optionHooks() {
+    return module.hooks;
+}
+
+void setConfFolder(std::string_view folder) {
+    module.g_conf_folder = folder;
+}
+
+int initSysConfig() {
+    (void)setDebugLevel(3);
+    const File file = openConfFile("vm1905.conf");
+    if (!file) return kFailure;
+    readKeys(file.get(), kConfigKeys);
+
+    SysIdentity& id = identity();
+    fetch(getFirmwareVersion, id.firmwareVersion);
+    fetch(getHostname, id.hostname);
+    fetch(getBuildNumber, id.buildNumber);
+    uint8_t lanMac[PLATFORM_MAC_LEN] = {};
+    (void)::getDeviceLANMac(lanMac);
+    id.lanMac = MacAddr(lanMac);
+
+    const SysConfig& c = config();
+    LOG(4,
+        "Velmar IEEE 1905.1 utility configuration: DEBUG_LEVEL = %d, ENABLE_NET_TOPOL = %d, "
+        "MAX_CHANGE_LOG_ENTRIES = %d, ENABLE_REBOOT_FROM_NBR = %d, "
+        "ENABLE_INTF_PWR_CTRL_FROM_NBR = %d, DATA_MODEL_FOLDER = %s, ENABLE_LOG = %d, "
+        "LOG_FOLDER = %s, LOG_INDEX = %d, Firmware_Version = %s, BuildNumber = %s, "
+        "LANMac = " MAC_FMT "\r\n",
+        c.debugLevel, c.enableNetTopol, c.maxChangeLogEntries, c.enableRebootFromNbr,
+        c.enableIntfPwrCtrlFromNbr, c.dataModelFolder.c_str(), c.enableLog, c.logFolder.c_str(),
+        c.logIndex, id.firmwareVersion.c_str(), id.buildNumber.c_str(), MAC_ARGS(id.lanMac));
+
+    (void)initVersion();
+    fetch(getDeviceMode, id.deviceMode);
+    id.releaseVersion = kReleaseVersion;
+    const std::string_view git(kReleaseVersionGit);
+    id.releaseVersionGit = git.substr(0, git.find('\n'));
+    return kOk;
+}
+
+int initVersion() {
+    // Meant: the running level is 3 after start-up whatever DEBUG_LEVEL says, until something sets
+    // it again. The option keeps the file's value.
+    (void)setDebugLevel(3);
+    const File file = openConfFile("vm1905_Version");
+    if (!file) return kFailure;
+    readKeys(file.get(), kVersionKeys);
+    const SysIdentity& id = identity();
+    LOG(4,
+        "Velmar IEEE 1905.1 Version:Version_app = %s, L2DeviveCtrl = %s, WiFiAutoCfg = %s, "
+        "WiFiOnOff = %s, FwUpgrade = %s, LEDOnOff = %s, DSI = %s, vm1905Version = %s\n",
+        id.appVersion.c_str(), id.l2DeviveCtrlVersion.c_str(), id.wifiAutoCfgVersion.c_str(),
+        id.wifiOnOffVersion.c_str(), id.fwUpgradeVersion.c_str(), id.ledOnOffVersion.c_str(),
+        id.dsiVersion.c_str(), id.vm1905Version.c_str());
+    return kOk;
+}
+
+int setDefSysConfig() {
+    config() = {};
+    const SysConfig& c = config();
+    LOG(3,
+        "Velmar IEEE 1905.1 utility configuration: DEBUG_LEVEL = %d, ENABLE_NET_TOPOL = %d, "
+        "MAX_CHANGE_LOG_ENTRIES = %d, ENABLE_REBOOT_FROM_NBR = %d, "
+        "ENABLE_INTF_PWR_CTRL_FROM_NBR = %d, DATA_MODEL_FOLDER = %s, ENABLE_LOG = %d, "
+        "LOG_FOLDER = %s, LOG_INDEX = %d \r\n",
+        c.debugLevel, c.enableNetTopol, c.maxChangeLogEntries, c.enableRebootFromNbr,
+        c.enableIntfPwrCtrlFromNbr, c.dataModelFolder.c_str(), c.enableLog, c.logFolder.c_str(),
+        c.logIndex);
+    return kOk;
+}
+
+uint8_t getDebugLevelOption() {
+    return config().debugLevel;
+}
+
+int setDebugLevelOption(uint8_t level) {
+    return store(config().debugLevel, level) ? kOk : kUnchanged;
+}
+
+uint32_t getEnableNetTopolOption() {
+    return config().enableNetTopol;
+}
+
+int setEnableNetTopolOption(uint32_t enable) {
+    if (!store(config().enableNetTopol, enable)) return kUnchanged;
+    const auto act = enable == 1   ? module.hooks.enableNetTopol
+                     : enable == 0 ? module.hooks.disableNetTopol
+                                   : nullptr;
+    if (act != nullptr) (void)act();
+    return kOk;
+}
+
+uint16_t getMaxChangeLogEntriesOption() {
+    return config().maxChangeLogEntries;
+}
+
+int setMaxChangeLogEntriesOption(uint16_t maximum) {
+    if (config().maxChangeLogEntries == maximum) return kUnchanged;
+    config().maxChangeLogEntries = std::min(maximum, kMaxChangeLog);
+    // Meant: the change log gets the number as asked for.
+    if (module.hooks.setChangeLogMaxEntries != nullptr) {
+        (void)module.hooks.setChangeLogMaxEntries(maximum);
+    }
+    return kOk;
+}
+
+uint32_t getEnableRebootFromNbrOption() {
+    return config().enableRebootFromNbr;
+}
+
+int setEnableRebootFromNbrOption(uint32_t enable) {
+    if (!store(config().enableRebootFromNbr, enable)) return kUnchanged;
+    LOG(4, "isEnable = %d\r\n", static_cast<int>(enable));
+    return mirrorPermission(0, enable);
+}
+
+uint32_t getEnableIntfPwrCtrlFromNbrOption() {
+    return config().enableIntfPwrCtrlFromNbr;
+}
+
+int setEnableIntfPwrCtrlFromNbrOption(uint32_t enable) {
+    if (!store(config().enableIntfPwrCtrlFromNbr, enable)) return kUnchanged;
+    LOG(4, "isEnable = %d\r\n", static_cast<int>(enable));
+    return mirrorPermission(1, enable);
+}
+
+const char* getDataModelFolderOption() {
+    return config().dataModelFolder.c_str();
+}
+
+int setDataModelFolderOption(const char* folder) {
+    if (folder == nullptr) return kFailure;
+    config().dataModelFolder = folder;
+    return kOk;
+}
+
+uint32_t getEnableLogOption() {
+    return config().enableLog;
+}
+
+int setEnableLogOption(uint32_t enable) {
+    return store(config().enableLog, enable) ? kOk : kUnchanged;
+}
+
+const char* getLogFolderOption() {
+    return config().logFolder.c_str();
+}
+
+int setLogFolderOption(const char* folder) {
+    if (folder == nullptr) return kFailure;
+    config().logFolder = folder;
+    return kOk;
+}
+
+uint8_t getLogIndexOption() {
+    return config().logIndex;
+}
+
+int setLogIndexOption(uint8_t index) {
+    config().logIndex = index;
+    return kOk;
+}
+
+const char* sys_getFirmwareversionOption() {
+    return identity().firmwareVersion.c_str();
+}
+const char* sys_getDevicehostname() {
+    return identity().hostname.c_str();
+}
+const char* sys_getDeviceBuildNumber() {
+    return identity().buildNumber.c_str();
+}
+const char* sys_getDevicemode() {
+    return identity().deviceMode.c_str();
+}
+const char* sys_getReleaseVersion() {
+    return identity().releaseVersion.c_str();
+}
+const char* sys_getReleaseVersion_git() {
+    return identity().releaseVersionGit.c_str();
+}
+const char* sys_getAppVersion() {
+    return identity().appVersion.c_str();
+}
+const char* sys_getL2DeviveCtrlVersion() {
+    return identity().l2DeviveCtrlVersion.c_str();
+}
+const char* sys_getWiFiAutoCfgVersion() {
+    return identity().wifiAutoCfgVersion.c_str();
+}
+const char* sys_getWiFiOnOffVersion() {
+    return identity().wifiOnOffVersion.c_str();
+}
+const char* sys_getFwUpgradeVersion() {
+    return identity().fwUpgradeVersion.c_str();
+}
+const char* sys_getLEDOnOffVersion() {
+    return identity().ledOnOffVersion.c_str();
+}
+const char* sys_getDSIVersion() {
+    return identity().dsiVersion.c_str();
+}
+const char* sys_getvm1905VersionVersion() {
+    return identity().vm1905Version.c_str();
+}
+
+int sys_getDeviceLANMac(MacAddr& mac) {
+    mac = identity().lanMac;
+    return kOk;
+}

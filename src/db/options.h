@@ -1,0 +1,68 @@
+// The configuration options: read from "vm1905.conf" and "vm1905_Version" at start-up, changed by
+// setters at run time, never written back.
+//
+// Setters return kOk, or kUnchanged when the value is the present one.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "base/mac_addr.h"
+
+// What a changed option does elsewhere; installed by the modules concerned, absent before that.
+struct OptionHooks {
+    int (*enableNetTopol)() = nullptr;
+    int (*disableNetTopol)() = nullptr;
+    int (*setAlTableConfValue)(int key, int len, const void* value) = nullptr;
+    int (*setChangeLogMaxEntries)(uint16_t maximum) = nullptr;
+};
+OptionHooks& optionHooks();
+
+// The folder of the configuration files, at most 31 characters.
+void setConfFolder(std::string_view folder);
+
+// Reads both files and the platform's identity strings. kOk, or kFailure when "vm1905.conf" cannot
+// be opened (nothing else is then read).
+int initSysConfig();
+// Reads "vm1905_Version". kOk, or kFailure when it cannot be opened.
+int initVersion();
+// Puts the nine file options back to their defaults. kOk.
+int setDefSysConfig();
+
+uint8_t getDebugLevelOption();
+int setDebugLevelOption(uint8_t level);  // leaves the running level alone
+uint32_t getEnableNetTopolOption();
+int setEnableNetTopolOption(uint32_t enable);  // 1 enables the topology, 0 disables it
+uint16_t getMaxChangeLogEntriesOption();
+int setMaxChangeLogEntriesOption(uint16_t maximum);  // stores at most 256
+uint32_t getEnableRebootFromNbrOption();
+int setEnableRebootFromNbrOption(uint32_t enable);
+uint32_t getEnableIntfPwrCtrlFromNbrOption();
+int setEnableIntfPwrCtrlFromNbrOption(uint32_t enable);
+const char* getDataModelFolderOption();
+int setDataModelFolderOption(const char* folder);  // cut to 31 characters; kFailure for nullptr
+uint32_t getEnableLogOption();
+int setEnableLogOption(uint32_t enable);
+const char* getLogFolderOption();
+int setLogFolderOption(const char* folder);  // cut to 31 characters; kFailure for nullptr
+uint8_t getLogIndexOption();
+int setLogIndexOption(uint8_t index);  // never kUnchanged
+
+const char* sys_getFirmwareversionOption();
+const char* sys_getDevicehostname();
+const char* sys_getDeviceBuildNumber();
+const char* sys_getDevicemode();
+const char* sys_getReleaseVersion();
+const char* sys_getReleaseVersion_git();
+const char* sys_getAppVersion();
+const char* sys_getL2DeviveCtrlVersion();
+const char* sys_getWiFiAutoCfgVersion();
+const char* sys_getWiFiOnOffVersion();
+const char* sys_getFwUpgradeVersion();
+const char* sys_getLEDOnOffVersion();
+const char* sys_getDSIVersion();
+const char* sys_getvm1905VersionVersion();
+int sys_getDeviceLANMac(MacAddr& mac);  // kOk
+
+// The release as printed at start-up.
+inline constexpr const char* kReleaseVersionGit = "WIFISYS_RTK_9.2";

@@ -1,0 +1,337 @@
+// The records of the topology database. Lists keep their order: it is the order on the wire and
+// in the data model.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <list>
+#include <string>
+#include <vector>
+
+#include "base/clock.h"
+#include "base/mac_addr.h"
+#include "base/text.h"
+
+// Tables that strangers can fill stop here, far above any real home.
+inline constexpr size_t kMaxIntfNbrs = 4096;
+inline constexpr size_t kMaxNbrDevs = 4096;
+inline constexpr size_t kMaxDevEntries = 255;  // interfaces, tuples and lists of a remote device
+inline constexpr size_t kMaxDevNbrs = 4096;    // neighbours of a remote device, of each kind
+inline constexpr size_t kMaxMeshEntries = 131072;  // what all remote devices tell, see entryNum()
+
+enum NbrMsgType : int { kNbrDiscovery = 0, kNbrNotification = 1, kNbrResponse = 3 };
+
+enum ChangeEvent : uint32_t { kNewNeighbor = 0, kLostNeighbor = 1 };
+enum ChangeNbrType : uint32_t { kIeee1905Nbr = 0, kNon1905Nbr = 1 };
+
+using MediaInfo = std::vector<uint8_t>;  // media-specific information, at most 255 bytes
+
+// One neighbour interface seen on a local interface.
+struct IntfNbrDev {
+    MacAddr nbrAlMac{};
+    MacAddr nbrIntfMac{};
+    bool is1905 = false;
+    Seconds last1905Time = 0;  // last topology discovery, or the notification that made the entry
+    bool lldpSeen = false;
+    Seconds lldpTime = 0;
+    uint16_t lldpTtl = 0;    // seconds
+    uint8_t bridgeFlag = 0;  // 1: an IEEE 802.1 bridge is in between
+};
+
+struct LinkTableEntry {
+    MacAddr nbrAlMac;
+    MacAddr nbrIntfMac;
+    uint8_t bridgeFlag = 0;
+    uint32_t txErrors = 0;
+    uint32_t txPackets = 0;
+    uint32_t rxErrors = 0;
+    uint32_t rxPackets = 0;
+    uint16_t throughput = 0;    // MAC throughput capacity, Mb/s
+    uint16_t availability = 0;  // percent
+    uint16_t phyRate = 0;       // Mb/s
+    uint16_t rssi = 0;          // dB
+};
+
+// Link metrics of one local interface, built on request.
+struct LinkTable {
+    MacAddr alMac;
+    MacAddr intfMac;
+    uint32_t mediaType = 0;
+    std::vector<LinkTableEntry> links;
+};
+
+// One link of a link-metric message.
+struct LinkMetric {
+    MacAddr localIntfMac;
+    MacAddr nbrIntfMac;
+    uint16_t mediaType = 0;
+    uint8_t bridgeFlag = 0;
+    uint32_t txErrors = 0;
+    uint32_t txPackets = 0;
+    uint32_t rxErrors = 0;
+    uint32_t rxPackets = 0;
+    uint16_t throughput = 0;
+    uint16_t availability = 0;
+    uint16_t phyRate = 0;
+    uint8_t rssi = 0;
+};
+
+// The links to one neighbour device. alMac is the neighbour's: one field fills both AL MAC
+// positions of a link-metric TLV, which is meant.
+struct LinkMetricInfo {
+    MacAddr alMac;
+    std::vector<LinkMetric> links;
+};
+
+// One local interface.
+struct IntfTable {
+    Text<16> name;
+    MacAddr mac;
+    uint32_t pwrState = 0;    // 0 on, 1 power save, 2 off, 3 unsupported
+    uint32_t operStatus = 0;  // as the platform reports it
+    Seconds lastChange = 0;   // of power state or status
+    uint32_t mediaType = 0;
+    MediaInfo mediaInfo;
+    std::array<uint8_t, 3> oui{};
+    std::vector<uint8_t> vendInfo;
+    std::vector<IntfNbrDev> nbrs;
+    Seconds linkTime = 0;  // when links was fetched
+    std::vector<LinkTableEntry> links;
+
+    size_t nbr1905Num() const {
+        return static_cast<size_t>(
+            std::count_if(nbrs.begin(), nbrs.end(), [](const auto& n) { return n.is1905; }));
+    }
+    size_t nbrNon1905Num() const { return nbrs.size() - nbr1905Num(); }
+};
+
+struct BrdgTuple {
+    std::vector<MacAddr> macs;
+};
+
+struct FwdRule {
+    uint16_t ruleId = 0;
+};
+
+struct SecurityTable {
+    uint32_t mode = 0;
+    std::vector<uint8_t> value;
+};
+
+// A neighbour IEEE 1905.1 device.
+struct NbrDev {
+    MacAddr alMac;
+    Seconds lastSeen = 0;
+    bool ntfSent = false;   // a notification was requested for the present appearance
+    Seconds queryTime = 0;  // last query because of a notification, 0: none pending
+    bool respReceived = false;
+    uint8_t queryRetries = 0;
+};
+
+// What the vendor protocol tells of a device and the data model shows, for the own device and for
+// every remote one alike. Empty texts are what nobody has told yet.
+struct DeviceInfo {
+    Text<32> ledStatus;
+    Text<32> ledBrightness;
+    Text<32> daisychainOption;
+    int32_t netStateDnsmasq = 0;
+    int32_t netStateIntfInBridge = 0;
+    uint8_t configure = 0;  // 1 configure, 2 not
+    Text<32> sshState;
+    Text<32> telnetState;
+    Text<16> countryCode;
+    Text<16> wifiCountryCode;
+    Text<32> wifi24GChannel;
+    Text<32> wifi5GChannel;
+    Text<32> wifi5G2Channel;
+    std::vector<std::string> ipv6;
+    Text<128> ethernetPortState;
+    Text<32> backhaulType;
+    Text<32> appVersion;
+    Text<32> l2DeviveCtrlVersion;
+    Text<32> wifiAutoCfgVersion;
+    Text<32> wifiOnOffVersion;
+    Text<32> fwUpgradeVersion;
+    Text<32> ledOnOffVersion;
+    Text<32> dsiVersion;
+    Text<32> vm1905Version;
+};
+
+// When each Wi-Fi network was last configured, as the device words it; empty when never. Main,
+// guest and visitor networks, then AP and station of each backhaul.
+inline constexpr size_t kApAutoConfTimes = 12;
+using ApAutoConfTimes = std::array<Text<32>, kApAutoConfTimes>;
+
+// Where a remote device's AP auto-configuration stands. Bands 0, 1, 32, 33.
+struct ApAutoConfState {
+    std::array<std::array<uint8_t, 2>, 4> counters{};
+    std::array<uint8_t, 4> syncFlags{};
+    ApAutoConfTimes times;
+};
+
+// A Wi-Fi station that a remote device reported.
+struct WifiClient {
+    MacAddr ownerAlMac;
+    MacAddr mac;
+    uint32_t mediaType = 0;
+    uint16_t rate = 0;
+    uint16_t rssi = 0;
+    uint16_t signalLevel = 0;
+    Text<33> tx;  // 32 characters
+    Text<39> rx;
+    Text<33> connType;
+    Seconds lastHeard = 0;
+};
+
+// When the controller last asked a device, and whether it answered.
+struct MsgCheckConfig {
+    int32_t checkFlag = 0;
+    Seconds checkTime = 0;
+    Seconds timeout = 0;
+};
+
+struct DevIntf {
+    MacAddr mac;
+    uint16_t mediaType = 0;
+    MediaInfo mediaInfo;
+    uint8_t pwrState = 255;  // unknown
+    Text<16> name;
+};
+
+struct Non1905NbrList {
+    MacAddr localIntfMac;
+    std::vector<MacAddr> nbrs;
+};
+
+struct Ieee1905Nbr {
+    MacAddr alMac;
+    uint8_t bridgeFlag = 0;
+};
+
+struct Ieee1905NbrList {
+    MacAddr localIntfMac;
+    std::vector<Ieee1905Nbr> nbrs;
+};
+
+// What only the vendor protocol tells of a remote device; a topology response leaves it alone.
+struct VendItems {
+    uint8_t enableReboot = 255;
+    uint8_t enableIntfPwrCtrl = 255;
+    uint8_t role = 255;  // PLATFORM_REGISTRAR, PLATFORM_ENROLLEE, or not known yet
+    uint8_t firmwareState = 255;
+    uint16_t maxChangeLogEntries = 0;
+    Text<128> firmwareVersion;
+    Text<128> hostname;
+    Text<32> deviceIP;
+    Text<18> deviceLanMac;
+    Text<32> deviceMode;
+    Text<32> releaseVersion;
+    Text<32> releaseVersionGit;
+    Text<32> buildNumber;
+    Text<32> deviceUptime;
+    DeviceInfo info;
+    ApAutoConfState apAutoConf;
+    std::vector<WifiClient> wifiClients;
+    MsgCheckConfig flagPowerstate;
+    MsgCheckConfig flagDeviceinfo;
+};
+
+// What a topology response tells of a device.
+struct DevTopol {
+    MacAddr alMac;
+    uint16_t receiverId = 0;  // stored by parseDevInfoTlv
+    std::vector<DevIntf> intfs;
+    std::vector<Non1905NbrList> non1905Lists;
+    std::vector<Ieee1905NbrList> ieee1905Lists;
+    std::vector<BrdgTuple> brdgTuples;
+
+    size_t non1905NbrNum() const {
+        size_t n = 0;
+        for (const auto& list : non1905Lists) n += list.nbrs.size();
+        return n;
+    }
+    size_t ieee1905NbrNum() const {
+        size_t n = 0;
+        for (const auto& list : ieee1905Lists) n += list.nbrs.size();
+        return n;
+    }
+    // How much this is to keep: each neighbour, interface and bridged address is one, and so are
+    // eight bytes of media-specific information.
+    size_t entryNum() const {
+        size_t n = non1905NbrNum() + ieee1905NbrNum();
+        for (const auto& intf : intfs) n += 1 + intf.mediaInfo.size() / 8;
+        for (const auto& tuple : brdgTuples) n += tuple.macs.size();
+        return n;
+    }
+};
+
+// A remote device, as its topology responses and vendor messages describe it.
+struct Ieee1905DevTable : DevTopol, VendItems {
+    uint8_t status = 0;
+    std::array<uint8_t, 2> wifiSync{};  // from the Wi-Fi sync list
+};
+
+struct ChangeLogEntry {
+    Seconds timeStamp = 0;
+    uint32_t eventType = 0;
+    MacAddr reporterAlMac;
+    MacAddr reporterIntfMac;
+    uint32_t nbrType = 0;
+    MacAddr nbrMac;
+};
+
+// The network-topology block of the AlTable.
+struct TopolTable {
+    static constexpr size_t kChangeLogCapacity = 256;
+
+    uint32_t enable = 0;
+    uint32_t status = 0;  // 0 incomplete, 1 available, 2 misconfigured
+    uint16_t maxChangeLogEntries = 0;
+    uint16_t changeLogNum = 0;
+    uint16_t changeLogNext = 0;
+    std::array<ChangeLogEntry, kChangeLogCapacity> changeLog{};
+    std::list<Ieee1905DevTable> devs;
+
+    uint16_t ieee1905DevNum() const { return static_cast<uint16_t>(devs.size()); }
+};
+
+// The own abstraction layer: the root of the database.
+struct AlTable {
+    MacAddr alMac;
+    std::array<uint8_t, 3> oui{};
+    std::vector<uint8_t> vendInfo;
+    uint8_t alStatus = 0;
+    uint8_t enableRebootFromNbr = 0;
+    uint8_t enableIntfPwrCtrlFromNbr = 0;
+    Text<128> firmwareVersion;
+    Text<128> newFirmwareVersion;
+    Text<128> newFirmwareDate;
+    uint8_t newFirmwareFlag = 0;
+    uint8_t fwUpgradeStatus = 0;
+    uint8_t apAutoConfig = 0;
+    std::array<uint8_t, 3> wpsConfig{};  // device type (role), send search, send response
+    uint8_t wifiReload = 0;
+    std::array<Text<32>, 2> wifiSyncMac;
+    Text<128> hostname;
+    Text<32> deviceMode;
+    Text<32> releaseVersion;
+    Text<32> releaseVersionGit;
+    Text<32> buildNumber;
+    Text<18> lanMac;
+    std::array<std::array<uint8_t, 2>, 4> wpsBandConfig{};  // bands 0, 1, 32, 33
+    ApAutoConfTimes apAutoConfTimes;
+    DeviceInfo info;
+    int32_t approveFlag = 0;
+    uint32_t operStatus = 0;
+    Seconds lastChange = 0;
+    uint8_t intfNum = 0;
+    std::list<IntfTable> intfs;
+    std::vector<BrdgTuple> brdgTuples;
+    std::vector<FwdRule> fwdRules;
+    SecurityTable security;
+    std::vector<NbrDev> nbrDevs;
+    TopolTable topol;
+
+    uint8_t role() const { return wpsConfig[0]; }
+};

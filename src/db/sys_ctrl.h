@@ -1,0 +1,56 @@
+// The system control record: what the daemon is doing, how it is configured, and its one alarm.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "base/clock.h"
+#include "base/mac_addr.h"
+#include "base/text.h"
+
+enum SysState : uint32_t { kStopped = 0, kStarting = 1, kRunning = 2 };
+
+struct SysConfig {
+    uint8_t debugLevel = 3;
+    uint32_t enableNetTopol = 1;
+    uint16_t maxChangeLogEntries = 256;
+    uint32_t enableRebootFromNbr = 1;
+    uint32_t enableIntfPwrCtrlFromNbr = 1;
+    Text<32> dataModelFolder{std::string_view("/tmp")};
+    uint32_t enableLog = 0;
+    Text<32> logFolder{std::string_view("/etc/vm1905")};
+    uint8_t logIndex = 0;
+};
+
+struct SysIdentity {
+    Text<128> firmwareVersion;
+    Text<128> hostname;
+    Text<32> deviceMode;
+    Text<32> releaseVersion;
+    Text<32> releaseVersionGit;
+    Text<32> appVersion;
+    Text<32> l2DeviveCtrlVersion;
+    Text<32> wifiAutoCfgVersion;
+    Text<32> wifiOnOffVersion;
+    Text<32> fwUpgradeVersion;
+    Text<32> ledOnOffVersion;
+    Text<32> dsiVersion;
+    Text<32> vm1905Version;
+    Text<32> buildNumber;
+    MacAddr lanMac;
+};
+
+struct SysCtrl {
+    uint32_t state = kStopped;
+    Seconds lastNetCtrlRun = 0;
+    SysConfig config;
+    SysIdentity identity;
+    Seconds discAlarmTime = 0;  // 0 or less: not armed
+    int (*discAlarmHandler)() = nullptr;
+};
+
+// The one instance.
+SysCtrl& getSysCtrl();
+
+uint32_t getSysState();
+void setSysState(uint32_t state);

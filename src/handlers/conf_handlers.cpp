@@ -1,0 +1,56 @@
+#include "handlers/conf_handlers.h"
+
+#include "base/log.h"
+#include "base/result.h"
+#include "db/data_manager.h"
+#include "db/device_table.h"
+#include "db/requests.h"
+#include "db/wifi_clients.h"
+#include "handlers/conf_items.h"
+#include "handlers/firmware_handlers.h"
+#include "net/vend_sender.h"
+#include "orders/query_tracking.h"
+#include "platform/autoconfig.h"
+
+namespace {
+
+int sendConfResp(const VendContext& context, VendMsgType type, std::vector<Item>&& items) {
+    auto answer = std::make_unique<ConfResp>();
+    answer->almac = *getAlMac();
+    answer->items = std::move(items);
+    return sendVendRespMsg(context.srcMac, context.msgId, type, std::move(answer));
+}
+
+}  // namespace
+
+int handleConfQueryMsg(const VendContext& context) {
+    return sendConfResp(context, VEND_MSG_TYPE_CONF_RESP, readConfItems(*getAlTable()));
+}
+
+int handleConfRespMsg(const VendContext& context) {
+    const MacAddr sender = context.msg.alMac;
+    ReportVendRespMsg(sender, context.msgId, VEND_MSG_TYPE_CONF_QUERY);
+    Ieee1905DevTable* dev = getIeee1905DevTableById(sender);
+    if (dev == nullptr) return kOk;
+    storeConfItems(*dev, context.as<ConfResp>().items);
+    LOG(4, "vm1905Version git = %s\n", dev->firmwareVersion.c_str());
+    noteRemoteFirmwareState(*dev);
+    if (!dev->hostname.empty()) (void)checkMACisApprove(sender.data(), dev->hostname.c_str());
+    dropSilentWifiClients(*dev);
+    (void)requestSendWIFIstateQueryMsg(sender, 0);
+    (void)requestCheckFlag(sender, "flag_deviceinfo", 1);
+    return requestUpdateDataModel(0);
+}
+
+int handleConfQueryMsg2(const VendContext& context) {
+    return sendConfResp(context, VEND_MSG_TYPE_CONF_RESP2, readIPv6Items());
+}
+
+int handleConfRespMsg2(const VendContext& context) {
+    const MacAddr& sender = context.msg.alMac;
+    ReportVendRespMsg(sender, context.msgId, VEND_MSG_TYPE_CONF_QUERY2);
+    Ieee1905DevTable* dev = getIeee1905DevTableById(sender);
+    if (dev == nullptr) return kOk;
+    storeIPv6Items(*dev, context.as<ConfResp>().items);
+    return requestUpdateDataModel(0);
+}

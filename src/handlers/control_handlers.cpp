@@ -1,0 +1,136 @@
+#include "handlers/control_handlers.h"
+
+#include "base/log.h"
+#include "base/result.h"
+#include "daemon/reboot.h"
+#include "db/data_manager.h"
+#include "db/device_table.h"
+#include "db/options.h"
+#include "db/requests.h"
+#include "handlers/control_request.h"
+#include "handlers/message_log.h"
+#include "orders/answer_writers.h"
+#include "orders/control_lists.h"
+#include "orders/firmware_upgrade_list.h"
+#include "platform/device.h"
+#include "wire/vend_payloads.h"
+
+namespace {
+
+// The requester learns the outcome before the device goes down, and without an answer on its way
+// nothing is done.
+template <typename Act>
+int answerThenAct(const VendContext& context, VendMsgType respType, int retCode, const char* doing,
+                  const char* refusal, Act&& act) {
+    const int answered = answerRequest(context, respType, retCode);
+    if (retCode != kOk || answered != kOk) {
+        LOG(2, "%s\n", refusal);
+        return answered;
+    }
+    LOG(3, "%s\n", doing);
+    writeVendMsgLog(context.msg, context.srcMac);
+    return act() == kOk ? kOk : kFailure;
+}
+
+int addressResult(const VendContext& context) {
+    return isOwnAlMac(context.as<AlMacPayload>().almac) ? kOk : kNotAddressed;
+}
+
+int setLED(const VendContext& context) {
+    const uint8_t option = context.as<OptionPayload>().option;
+    Outputlog("[LEDCtrl] get LED (%d) from (" MAC_FMT ")", option, MAC_ARGS(context.msg.alMac));
+    return answerRequest(context, VEND_MSG_TYPE_LED_CTRL_RESP, setLEDvalue(option));
+}
+
+int setSystem(const VendContext& context) {
+    const uint8_t option = context.as<OptionPayload>().option;
+    Outputlog("[SystemCtrl] get System (%d) from (" MAC_FMT ")", option,
+              MAC_ARGS(context.msg.alMac));
+    return answerRequest(context, VEND_MSG_TYPE_SYSTEM_CTRL_RESP, setSystemvalue(option));
+}
+
+}  // namespace
+
+int handleRebootReqMsg(const VendContext& context) {
+    int retCode = addressResult(context);
+    if (retCode == kOk && getEnableRebootFromNbrOption() != 1) retCode = kFailure;
+    return answerThenAct(context, VEND_MSG_TYPE_REBOOT_RESP, retCode, "reboot...\r",
+                         "failed to reboot\r", rebootSystem);
+}
+
+int handleRebootRespMsg(const VendContext& context) {
+    const MacAddr* owner = getalMacOfIeee1905DevTableByintfMac(context.srcMac);
+    if (owner == nullptr) return kFailure;
+    const MacAddr alMac = *owner;
+    const uint8_t retCode = context.as<RetCodePayload>().retCode;
+    if (findFWupgradelist(alMac) != nullptr)
+        (void)addFWupgradelist(alMac, kFWupgradeSetState, kFWupgradeFinished);
+    return setRebootCtrlList(&alMac, context.msgId, 0, retCode);
+}
+
+int handleResetToDefaultReqMsg(const VendContext& context) {
+    return answerThenAct(context, VEND_MSG_TYPE_RESETTODEFAULT_RESP, addressResult(context),
+                         "reset to default...\r", "failed to reset to default\r", resetToDefault);
+}
+
+int handleResetToDefaultRespMsg(const VendContext& context) {
+    if (getIeee1905DevTableById(context.msg.alMac) == nullptr) return kFailure;
+    return setResetToDefaultCtrlList(&context.msg.alMac, context.msgId, 0,
+                                     context.as<RetCodePayload>().retCode);
+}
+
+int handleLEDCtrlReqMsg(const VendContext& context) {
+    return setLED(context);
+}
+
+int handleLEDCtrlMCASTReqMsg(const VendContext& context) {
+    return setLED(context);
+}
+
+int handleLEDCtrlRespMsg(const VendContext& context) {
+    const uint16_t first = clearLEDCtrlList(context.msg.alMac);
+    return respNbrLEDCtrlServReq(context.msgId, context.as<RetCodePayload>().retCode, first);
+}
+
+int handleSystemCtrlReqMsg(const VendContext& context) {
+    return setSystem(context);
+}
+
+int handleSystemCtrlMCASTReqMsg(const VendContext& context) {
+    return setSystem(context);
+}
+
+int handleSystemCtrlRespMsg(const VendContext& context) {
+    const uint16_t first = clearSystemCtrlList(context.msg.alMac);
+    return respNbrSystemCtrlServReq(context.msgId, context.as<RetCodePayload>().retCode, first);
+}
+
+int handleNetworkCtrlReqMsg(const VendContext& context) {
+    const auto& request = context.as<NetworkCtrlReq>();
+    Outputlog("[NetworkCtrl] get Network control (%d,\"%s\") from (" MAC_FMT ")",
+              request.networkOption, plainText(request.command).c_str(),
+              MAC_ARGS(context.msg.alMac));
+    const int retCode = setNetworkCtrl(request.networkOption, request.command.c_str());
+    auto answer = std::make_unique<NetworkCtrlResp>();
+    answer->networkOption = request.networkOption;
+    answer->retCode = resultByte(retCode);
+    return answerRequest(context, VEND_MSG_TYPE_NETWORKCTRL_RESP, std::move(answer), retCode);
+}
+
+int handleNetworkCtrlRespMsg(const VendContext& context) {
+    const auto& answer = context.as<NetworkCtrlResp>();
+    Outputlog("[NetworkCtrl] get result (%d) of (%d) from (" MAC_FMT ")", answer.retCode,
+              answer.networkOption, MAC_ARGS(context.msg.alMac));
+    clearNetworkCtrlList(context.msg.alMac, answer.networkOption);
+    return kOk;
+}
+
+int handleUpdateExtenderconifgReqMsg(const VendContext& context) {
+    const std::string& config = context.as<TextPayload>().data;
+    int result = kOk;
+    if (!config.empty()) result = setExtenderConfig(context.msg.alMac.data(), config.c_str());
+    if (result != 0) LOG(2, "extender configuration is refused: %d\n", result);
+    if (updateWPSConfig() != kOk) result = kFailure;
+    (void)requestUpdateDataModel(0);
+    return result == 0 ? kOk : kFailure;
+}

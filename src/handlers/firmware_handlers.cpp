@@ -1,0 +1,88 @@
+#include "handlers/firmware_handlers.h"
+
+#include <cstdio>
+
+#include "base/log.h"
+#include "base/result.h"
+#include "db/data_manager.h"
+#include "db/device_table.h"
+#include "db/requests.h"
+#include "handlers/control_request.h"
+#include "net/vend_sender.h"
+#include "orders/answer_writers.h"
+#include "orders/firmware_upgrade_list.h"
+#include "platform/device.h"
+#include "wire/vend_payloads.h"
+
+namespace {
+
+template <size_t N>
+void copyText(char (&field)[N], std::string_view text) {
+    snprintf(field, N, "%.*s", static_cast<int>(text.size()), text.data());
+}
+
+int control(const VendContext& context, const FwCtrl& ctrl) {
+    const int retCode = FWCtrl(&ctrl);
+    if (retCode != kOk) LOG_PUTS(2, "FW control error\r");
+    return answerRequest(context, VEND_MSG_TYPE_FW_CTRL_RESP, retCode);
+}
+
+}  // namespace
+
+int handleFWCrtlReqMsg(const VendContext& context) {
+    if (!isEnrollee()) return kFailure;
+    const auto& request = context.as<FwCtrlReq>();
+    LOG(4, "FWOption = %d, FWTopoOption = %d, FWURLcount = %d, FWURL = %s\n", request.fwOption,
+        request.fwTopoOption, static_cast<int>(request.fwUrl.size()),
+        plainText(request.fwUrl).c_str());
+    FwCtrl ctrl{};
+    ctrl.fwOption = request.fwOption;
+    ctrl.fwTopoOption = request.fwTopoOption;
+    copyText(ctrl.url, request.fwUrl);
+    return control(context, ctrl);
+}
+
+int handleFWCrtl2ReqMsg(const VendContext& context) {
+    if (!isEnrollee()) return kFailure;
+    FwCtrl ctrl{};
+    for (const auto& item : context.as<FwCtrl2Req>().items) {
+        const std::string_view text(reinterpret_cast<const char*>(item.value.data()),
+                                    item.value.size());
+        if (item.type == kFwOption && !text.empty()) ctrl.fwOption = item.value[0];
+        if (item.type == kFwTopoOption && !text.empty()) ctrl.fwTopoOption = item.value[0];
+        if (item.type == kFwUrl) copyText(ctrl.url, text);
+        if (item.type == kFwFileName) copyText(ctrl.fileName, text);
+    }
+    LOG(4, "FWURL = %s, FWFileNamecount = %d, FWFileName = %s\n", plainText(ctrl.url).c_str(),
+        static_cast<int>(strlen(ctrl.fileName)), plainText(ctrl.fileName).c_str());
+    return control(context, ctrl);
+}
+
+int handleFWCrtlRespMsg(const VendContext& context) {
+    return respFWCrtlServReq(context.msgId, context.as<RetCodePayload>().retCode);
+}
+
+int handleFWStateChangeRequestMsg(const VendContext& context) {
+    uint32_t state = getAlTable()->fwUpgradeStatus;
+    (void)getfirmwareStatus(0, 0, &state);
+    return sendVendRespMsg(
+        context.srcMac, context.msgId, VEND_MSG_TYPE_FWSTATECHANGE_RESP,
+        std::make_unique<OptionPayload>(*getAlMac(), static_cast<uint8_t>(state)));
+}
+
+int handleFWStateChangeResponseMsg(const VendContext& context) {
+    Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
+    if (dev == nullptr) return kOk;
+    dev->firmwareState = context.as<OptionPayload>().option;
+    noteRemoteFirmwareState(*dev);
+    return requestUpdateDataModel(0);
+}
+
+void noteRemoteFirmwareState(const Ieee1905DevTable& dev) {
+    const bool atWork = dev.firmwareState == PLATFORM_FW_BUSY ||
+                        dev.firmwareState == PLATFORM_FW_UPGRADE ||
+                        dev.firmwareState == PLATFORM_FW_UPGRADE_EX;
+    if (!atWork && findFWupgradelist(dev.alMac) != nullptr) {
+        (void)addFWupgradelist(dev.alMac, kFWupgradeSetState, kFWupgradeNone);
+    }
+}

@@ -1,0 +1,157 @@
+#include "handlers/intf_handlers.h"
+
+#include <algorithm>
+
+#include "base/log.h"
+#include "base/result.h"
+#include "db/data_manager.h"
+#include "db/device_table.h"
+#include "db/options.h"
+#include "db/requests.h"
+#include "handlers/control_request.h"
+#include "handlers/message_log.h"
+#include "net/vend_sender.h"
+#include "orders/answer_writers.h"
+#include "orders/query_tracking.h"
+#include "platform/descriptions.h"
+#include "wire/vend_payloads.h"
+
+namespace {
+
+int sendIntfNames(const VendContext& context) {
+    auto names = std::make_unique<IntfNameResp>();
+    names->almac = *getAlMac();
+    for (const auto& intf : getIntfTable()) {
+        if (names->intfs.size() == kMaxIntfEntries) break;
+        names->intfs.push_back({intf.mac, std::string(intf.name.view())});
+    }
+    return sendVendRespMsg(context.srcMac, context.msgId, VEND_MSG_TYPE_INTF_NAME_RESP,
+                           std::move(names));
+}
+
+// Finds the interfaces of a device by their MACs, each once: ports of a switch may share one.
+class IntfFinder {
+  public:
+    explicit IntfFinder(Ieee1905DevTable& dev) : intfs_(dev.intfs), taken_(dev.intfs.size()) {}
+
+    DevIntf* take(const MacAddr& mac) {
+        for (size_t i = 0; i < intfs_.size(); i++) {
+            if (taken_[i] || intfs_[i].mac != mac) continue;
+            taken_[i] = true;
+            return &intfs_[i];
+        }
+        return nullptr;
+    }
+
+  private:
+    std::vector<DevIntf>& intfs_;
+    std::vector<bool> taken_;
+};
+
+bool isLocalIntf(const MacAddr& mac, uint16_t mediaType) {
+    const auto& intfs = getIntfTable();
+    return std::any_of(intfs.begin(), intfs.end(), [&](const IntfTable& intf) {
+        return intf.mac == mac && intf.mediaType == mediaType;
+    });
+}
+
+uint8_t changePwrState(const VendContext& context, const IntfPwrCtrlReq::Entry& intf,
+                       uint8_t state) {
+    if (!isLocalIntf(intf.mac, intf.mediaType)) {
+        LOG(2, "interface MAC is unmatched (" MAC_FMT ") mediaType = %x\r\n", MAC_ARGS(intf.mac),
+            intf.mediaType);
+        return kOk;  // meant: no error
+    }
+    LOG(3, "interface MAC (" MAC_FMT ") is matched, mediaType = %x\r\n", MAC_ARGS(intf.mac),
+        intf.mediaType);
+    if (state > PLATFORM_PWR_OFF) {
+        LOG(2, "power state (%d) is unsupport\r\n", state);
+        return kPwrUnsupported;
+    }
+    LOG(3, "change power state (%d)\r\n", state);
+    const int result = setIntfPwrStateByMac(intf.mac, intf.mediaType, state);
+    writeVendMsgLog(context.msg, context.srcMac);
+    return resultByte(result);
+}
+
+// The results, by entry of the request; what was not come to stays all zero.
+std::vector<IntfValue> changePwrStates(const VendContext& context, const IntfPwrCtrlReq& request) {
+    std::vector<IntfValue> results(request.intfs.size());
+    for (size_t i = 0; i < results.size(); i++) {
+        const auto& intf = request.intfs[i];
+        const bool wildcard = intf.mac.isZero();
+        const int result = wildcard ? setIntfPwrStateByMediaType(intf.mediaType, request.pwrState)
+                                    : changePwrState(context, intf, request.pwrState);
+        results[i] = {intf.mac, intf.mediaType, resultByte(result)};
+        if (wildcard) break;  // meant: the rest of the list is ignored
+    }
+    return results;
+}
+
+std::vector<IntfValue> refuseAll(const IntfPwrCtrlReq& request, uint8_t retCode) {
+    std::vector<IntfValue> results;
+    for (const auto& intf : request.intfs) results.push_back({intf.mac, intf.mediaType, retCode});
+    return results;
+}
+
+}  // namespace
+
+int handleIntfPwrStateQueryMsg(const VendContext& context) {
+    auto states = std::make_unique<IntfPwrStateResp>();
+    states->almac = *getAlMac();
+    for (const auto& intf : getIntfTable()) {
+        if (states->intfs.size() == kMaxIntfEntries) break;
+        states->intfs.push_back(
+            {intf.mac, static_cast<uint16_t>(intf.mediaType), static_cast<uint8_t>(intf.pwrState)});
+    }
+    if (sendVendRespMsg(context.srcMac, context.msgId, VEND_MSG_TYPE_INTF_PWR_STATE_RESP,
+                        std::move(states)) != kOk) {
+        return kFailure;
+    }
+    return sendIntfNames(context);
+}
+
+int handleIntfPwrStateRespMsg(const VendContext& context) {
+    const MacAddr& sender = context.msg.alMac;
+    ReportVendRespMsg(sender, context.msgId, VEND_MSG_TYPE_INTF_PWR_STATE_QUERY);
+    Ieee1905DevTable* dev = getIeee1905DevTableById(sender);
+    if (dev == nullptr) return kOk;
+    IntfFinder finder(*dev);
+    for (const auto& state : context.as<IntfPwrStateResp>().intfs) {
+        if (DevIntf* intf = finder.take(state.mac)) intf->pwrState = state.value;
+    }
+    (void)requestCheckFlag(sender, "flag_powerstate", 1);
+    return requestUpdateDataModel(0);
+}
+
+int handleIntfPwrCrtlReqMsg(const VendContext& context) {
+    const auto& request = context.as<IntfPwrCtrlReq>();
+    auto answer = std::make_unique<IntfPwrCtrlResp>();
+    if (!isOwnAlMac(request.almac)) {
+        LOG(2, "AL MAC is unmatched (" MAC_FMT ", " MAC_FMT ")\r\n", MAC_ARGS(request.almac),
+            MAC_ARGS((*getAlMac())));
+        answer->intfs = refuseAll(request, kNotAddressed);
+    } else if (getEnableIntfPwrCtrlFromNbrOption() != 1) {
+        answer->intfs = refuseAll(request, kFailure);
+    } else {
+        answer->intfs = changePwrStates(context, request);
+    }
+    const bool failed = std::any_of(answer->intfs.begin(), answer->intfs.end(),
+                                    [](const IntfValue& intf) { return intf.value != kOk; });
+    return answerRequest(context, VEND_MSG_TYPE_INTF_PWR_CTRL_RESP, std::move(answer),
+                         failed ? kFailure : kOk);
+}
+
+int handleIntfPwrCrtlRespMsg(const VendContext& context) {
+    return respNbrIntfPwrCtrlServReq(context.msgId, context.as<IntfPwrCtrlResp>());
+}
+
+int handleIntfNameRespMsg(const VendContext& context) {
+    Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
+    if (dev == nullptr) return kOk;
+    IntfFinder finder(*dev);
+    for (const auto& named : context.as<IntfNameResp>().intfs) {
+        if (DevIntf* intf = finder.take(named.mac)) storePlain(intf->name, named.name);
+    }
+    return requestUpdateDataModel(0);
+}

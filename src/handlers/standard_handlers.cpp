@@ -1,0 +1,146 @@
+#include "handlers/standard_handlers.h"
+
+#include <memory>
+
+#include "base/log.h"
+#include "base/result.h"
+#include "db/data_manager.h"
+#include "db/device_table.h"
+#include "db/neighbor_aging.h"
+#include "db/requests.h"
+#include "net/transmitter.h"
+#include "net/vend_sender.h"
+#include "publish/listing.h"
+#include "wire/frame.h"
+#include "wire/vend_payloads.h"
+
+namespace {
+
+void listTables() {
+    if (DEBUGLEVEL < 4) return;
+    showportinfo();
+    showtopolTable();
+}
+
+// The result of a handler whose message is the platform's. The log line is the handler's, which
+// stands in its prefix.
+int handled(int platformResult, const char* failure, const char* handler = __builtin_FUNCTION(),
+            int line = __builtin_LINE()) {
+    if (platformResult == 0) return kOk;
+    if (DEBUGLEVEL >= 1) {
+        logLine(1, handler, line, "%s", failure);
+    }
+    return kFailure;
+}
+
+// An Enrollee tells its Registrar that it has taken up the configuration of the band. Whether that
+// can be sent is nothing to the renew.
+int acknowledgeRenew(const ApAutoConfInfo& msg) {
+    const AlTable* al = getAlTable();
+    if (al != nullptr && al->role() == PLATFORM_ENROLLEE) {
+        (void)sendVendMsg(MacAddr(msg.alMac), VEND_MSG_TYPE_APAUTOCONFIG_ACK,
+                          std::make_unique<OptionPayload>(al->alMac, msg.freqBand));
+    }
+    return kOk;
+}
+
+}  // namespace
+
+int handleLldpDiscMsg(const MacAddr& localMac, uint32_t mediaType, const MacAddr& nbrAlMac,
+                      const MacAddr& nbrIntfMac, uint16_t ttl) {
+    (void)updateLldpDiscInfo(localMac, mediaType, nbrAlMac, nbrIntfMac, ttl);
+    return kOk;
+}
+
+int handleTopolDiscMsg(std::string_view localName, const MacAddr& localMac, uint32_t mediaType,
+                       const MacAddr& srcMac, const MacAddr& alMac, const MacAddr& intfMac) {
+    (void)addIntfNbrIntf(localName, localMac, mediaType, {intfMac});
+    if (getNetTopolCap() != 1) return kTopolDisabled;
+    (void)updateTopolInfo(kNbrDiscovery, localMac, mediaType, alMac, srcMac);
+    listTables();
+    if (updateNbrDevTable(kNbrDiscovery, alMac) == kNewNbrDev) {
+        (void)sendVendDiscMsg(&srcMac);
+        (void)requestSend1905UcastMsg(srcMac, kMsgTopolQuery, {});
+    }
+    return kOk;
+}
+
+int handleTopolNtfMsg(std::string_view localName, const MacAddr& localMac, uint32_t mediaType,
+                      const MacAddr& srcMac, const MacAddr& alMac) {
+    (void)addIntfNbrIntf(localName, localMac, mediaType, {srcMac});
+    if (getNetTopolCap() != 1) return kTopolDisabled;
+    (void)updateTopolInfo(kNbrNotification, localMac, mediaType, alMac, srcMac);
+    listTables();
+    (void)updateNbrDevTable(kNbrNotification, alMac);
+    (void)requestSend1905UcastMsg(srcMac, kMsgTopolQuery, {});
+    return kOk;
+}
+
+int handleTopolQueryMsg(const Port& /*port*/, const MacAddr& srcMac, uint16_t msgId) {
+    if (getNetTopolCap() != 1) return kTopolDisabled;
+    if (requestSend1905UcastRespMsg(srcMac, kMsgTopolResp, msgId, {}) != kOk) {
+        LOG_PUTS(2, "failed to send topolofy response message\r");
+        return kFailure;
+    }
+    return kOk;
+}
+
+int handleTopolRespMsg(const MacAddr& localMac, uint32_t mediaType, const MacAddr& /*srcMac*/,
+                       DevTopol&& dev) {
+    if (getNetTopolCap() != 1) {
+        LOG_PUTS(3, "the capability of network topology is disable\r");
+        return kTopolDisabled;
+    }
+    const MacAddr alMac = dev.alMac;
+    // A device that cannot age must not be stored.
+    if (updateNbrDevTable(kNbrResponse, alMac) == kFailure) return kFailure;
+    if (updateIeee1905DevTable(localMac, mediaType, std::move(dev)) != kOk) return kFailure;
+    if (DEBUGLEVEL >= 4) showportinfo();
+    (void)requestCheckFlag(alMac, "flag_deviceinfo", 0);
+    (void)requestCheckFlag(alMac, "flag_powerstate", 0);
+    return kOk;
+}
+
+int handleMetricQueryMsg(const Port& /*port*/, const MacAddr& srcMac, uint16_t msgId,
+                         const MetricQuery& query) {
+    if (requestSend1905UcastRespMsg(srcMac, kMsgMetricResp, msgId, &query) != kOk) {
+        LOG_PUTS(2, "failed to send link metric response message\r");
+        return kFailure;
+    }
+    return kOk;
+}
+
+int handleMetricRespMsg() {
+    return kOk;
+}
+
+int handleApAutoConfSrchMsg(const ApAutoConfSrch& msg) {
+    return handled(notifyApAutoConfSrchMsgReceived(&msg),
+                   "fail to handle the 1905.1 AP-autoconfiguration search message\r\n");
+}
+
+int handleApAutoConfRespMsg(const ApAutoConfInfo& msg) {
+    return handled(notifyApAutoConfRespMsgReceived(&msg),
+                   "fail to handle the 1905.1 AP-autoconfiguration response message\r\n");
+}
+
+int handleApAutoConfWscMsg(const ApAutoConfWsc& msg) {
+    return handled(notifyApAutoConfWscMsgReceived(&msg),
+                   "fail to handle the 1905.1 AP-autoconfiguration WSC message\r\n");
+}
+
+int handleApAutoConfRenewMsg(const ApAutoConfInfo& msg) {
+    const int result = handled(notifyApAutoConfRenewMsgReceived(&msg),
+                               "fail to handle the 1905.1 AP-autoconfiguration renew message\r\n");
+    return result == kOk ? acknowledgeRenew(msg) : result;
+}
+
+int handlePBEventNtfMsg(const PbEvent& msg) {
+    return handled(notifyPBEventMsgReceived(&msg),
+                   "fail to handle the 1905.1 push button event notification message\r\n");
+}
+
+int handlePBJoinNtfMsg(const PbJoin& msg) {
+    return handled(notifyPBJoinMsgReceived(&msg),
+                   "fail to handle the 1905.1 push button join notification message\r\n");
+}

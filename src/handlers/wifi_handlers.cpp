@@ -1,0 +1,207 @@
+#include "handlers/wifi_handlers.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <set>
+#include <string>
+
+#include "base/log.h"
+#include "base/public_file.h"
+#include "base/result.h"
+#include "base/shell.h"
+#include "db/data_manager.h"
+#include "db/device_table.h"
+#include "db/requests.h"
+#include "db/wifi_bands.h"
+#include "db/wifi_clients.h"
+#include "handlers/control_request.h"
+#include "net/vend_sender.h"
+#include "orders/answer_writers.h"
+#include "orders/wifi_sync.h"
+#include "platform/autoconfig.h"
+#include "platform/device.h"
+#include "wire/sync_text.h"
+#include "wire/vend_payloads.h"
+
+namespace {
+
+constexpr size_t kMaxStateEntries = 100;  // more do not fit into a message
+constexpr size_t kMaxResultSenders = 4096;
+constexpr uint8_t kWpsAutoConfig = 0x01;
+constexpr uint8_t kWpsSendSearch = 0x02;
+constexpr uint8_t kWpsSendResponse = 0x04;
+
+const char* resultText(int result) {
+    return result == 0 ? "success" : "fail";
+}
+
+// Answers with a text of this device's: its setting, or the result of taking one over.
+int answerText(const VendContext& context, VendMsgType type, std::string_view text) {
+    return sendVendRespMsg(context.srcMac, context.msgId, type,
+                           std::make_unique<TextPayload>(*getAlMac(), std::string(text)));
+}
+
+// Hands this device's setting to the one that searches for it.
+int answerSearch(const VendContext& context, VendMsgType type, WifiSyncKind kind,
+                 const std::string& text) {
+    noteWifiSyncSent(kind, context.msg.alMac, context.msgId, text);
+    return answerText(context, type, text);
+}
+
+void noteAck(const VendContext& context, WifiSyncKind kind) {
+    noteWifiSyncAck(kind, context.msg.alMac, context.msgId, context.as<TextPayload>().data);
+}
+
+// True when this device may leave a file: strangers must not fill the memory that /tmp often is.
+bool mayLeaveResult(const MacAddr& sender) {
+    static std::set<MacAddr> senders;
+    if (senders.size() < kMaxResultSenders) senders.insert(sender);
+    return senders.contains(sender);
+}
+
+// Leaves the result text of a device for whoever shows it.
+int writeResultFile(const VendContext& context, const char* pathFormat) {
+    const MacAddr& sender = context.msg.alMac;
+    char path[64];
+    snprintf(path, sizeof path, pathFormat, MAC_ARGS(sender));
+    const auto text = escapeForEcho(context.as<TextPayload>().data);
+    if (!text || !mayLeaveResult(sender)) {
+        LOG(2, "refuse the result text of " MAC_FMT "\n", MAC_ARGS(sender));
+        return kFailure;
+    }
+    (void)runShell("mkdir -p /tmp/vm1905");
+    if (!isOrdinaryFile(path)) return kFailure;
+    return runShell("echo \"%s\" > %s", text->c_str(), path) == 0 ? kOk : kFailure;
+}
+
+}  // namespace
+
+int handleWIFIStateQueryMsg(const VendContext& context) {
+    WifiStationList list{};
+    if (getWIFIConfig(&list) != 0) return kFailure;
+    auto answer = std::make_unique<WifiStateResp>();
+    while (list.head != nullptr) {
+        const std::unique_ptr<WifiStation, decltype(&free)> station(list.head, free);
+        list.head = station->next;
+        if (answer->entries.size() == kMaxStateEntries) continue;
+        answer->entries.push_back({MacAddr(station->mac), static_cast<uint16_t>(station->mediaType),
+                                   station->rate, station->rssi,
+                                   static_cast<uint8_t>(station->signalLevel)});
+    }
+    return sendVendRespMsg(context.srcMac, context.msgId, VEND_MSG_TYPE_WIFI_STATE_RESP,
+                           std::move(answer));
+}
+
+int handleWIFIStateRespMsg(const VendContext& context) {
+    Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
+    if (dev == nullptr) return kOk;
+    for (const auto& entry : context.as<WifiStateResp>().entries) {
+        WifiClient& client = touchWifiClient(*dev, entry.mac);
+        client.mediaType = entry.mediaType;
+        client.rate = entry.rate;
+        client.rssi = entry.rssi;
+        client.signalLevel = entry.signalLevel;
+    }
+    dropSilentWifiClients(*dev);
+    return requestUpdateDataModel(0);
+}
+
+int handleWIFIClientmcastMsg(const VendContext& context) {
+    Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
+    if (dev == nullptr) return kOk;
+    const bool understood = storeWifiClients(*dev, context.as<TextPayload>().data);
+    dropSilentWifiClients(*dev);
+    (void)requestUpdateDataModel(0);
+    return understood ? kOk : kFailure;
+}
+
+int handleWIFIStateSearchMsg(const VendContext& context) {
+    if (!isRegistrar()) return kFailure;
+    std::string text;
+    if (fetchSyncText(getWIFIStateSync, text) != 0) {
+        LOG_PUTS(2, "get WIFIState Data error\r");
+        return kFailure;
+    }
+    return answerSearch(context, VEND_MSG_TYPE_WIFISTATERENEW, kWifiStateSync, text);
+}
+
+int handleWIFIStateRenewMsg(const VendContext& context) {
+    if (!isEnrollee()) return kFailure;
+    const uint8_t* sender = context.msg.alMac.data();
+    const char* result =
+        resultText(parseWIFIStateSyncdata(sender, context.as<TextPayload>().data.c_str()));
+    (void)setWIFIStateSyncList(sender, result);
+    return answerText(context, VEND_MSG_TYPE_WIFISTATEACK, result);
+}
+
+int handleWIFIStateAckMsg(const VendContext& context) {
+    noteAck(context, kWifiStateSync);
+    (void)setWIFIStateSyncList(context.msg.alMac.data(), context.as<TextPayload>().data.c_str());
+    return writeResultFile(context, "/tmp/vm1905/vm1905WIFIState_%02x%02x%02x%02x%02x%02x");
+}
+
+int handleWIFIChannelSearchMsg(const VendContext& context) {
+    const MacAddr& sender = context.msg.alMac;
+    const Ieee1905DevTable* dev = getIeee1905DevTableById(sender);
+    if (checkMACisApprove(sender.data(), dev != nullptr ? dev->hostname.c_str() : "") != 0) {
+        LOG(2, "Decvice(" MAC_FMT ") is not allow\r\n", MAC_ARGS(sender));
+        return kFailure;
+    }
+    std::string text;
+    if (fetchSyncText(getWIFIChannelSync, text) != 0) return kFailure;
+    return answerSearch(context, VEND_MSG_TYPE_WIFICHANNELRENEW, kWifiChannelSync, text);
+}
+
+int handleWIFIChannelRenewMsg(const VendContext& context) {
+    if (!isEnrollee()) return kFailure;
+    const char* result = resultText(
+        parseWIFIChannelSyncData(context.msg.alMac.data(), context.as<TextPayload>().data.c_str()));
+    return answerText(context, VEND_MSG_TYPE_WIFICHANNELACK, result);
+}
+
+int handleWIFIChannelAckMsg(const VendContext& context) {
+    noteAck(context, kWifiChannelSync);
+    (void)setWIFIChannelSyncList(context.msg.alMac.data(), context.as<TextPayload>().data.c_str());
+    return writeResultFile(context, "/tmp/vm1905/vm1905WIFIChannel_%02x%02x%02x%02x%02x%02x");
+}
+
+int handleWIFICountryCodeCtrlReqMsg(const VendContext& context) {
+    const auto& code = context.as<CountryCodeReq>().countryCode;
+    LOG(4, "WIFICountryCode(%d) = %s\n", static_cast<int>(code.size()), plainText(code).c_str());
+    return answerRequest(context, VEND_MSG_TYPE_WIFICOUNTRYCODE_RESP,
+                         setWIFICountryCode(code.c_str()));
+}
+
+int handleWIFICountryCodeCtrlRespMsg(const VendContext& context) {
+    LOG(4, "retCode = %d\n", context.as<RetCodePayload>().retCode);
+    return kOk;
+}
+
+int handleAPautoconfigAckMsg(const VendContext& context) {
+    const uint8_t band = context.as<OptionPayload>().option;
+    const int result = setAPautoconfigFlag(context.msg.alMac.data(), band);
+    const auto index = bandIndex(band);
+    Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
+    if (dev != nullptr && index) {
+        dev->apAutoConf.syncFlags[*index] = 1;
+        (void)requestUpdateDataModel(0);
+    }
+    return result == 0 ? kOk : kFailure;
+}
+
+int handleWPSCrtlReqMsg(const VendContext& context) {
+    const uint8_t option = context.as<OptionPayload>().option;
+    WpsConfig config{};
+    int retCode = getWPSConfig(&config);
+    if (retCode == kOk) {
+        retCode = setWPSConfig(config.deviceType, (option & kWpsSendSearch) != 0,
+                               (option & kWpsSendResponse) != 0);
+    }
+    if (retCode == kOk) retCode = setAPautoconfig(option & kWpsAutoConfig);
+    return answerRequest(context, VEND_MSG_TYPE_WPS_CTRL_RESP, retCode);
+}
+
+int handleWPSCrtlRespMsg(const VendContext& context) {
+    return respWPSCrtlServReq(context.msgId, context.as<RetCodePayload>().retCode);
+}

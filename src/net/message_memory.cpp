@@ -1,0 +1,20 @@
+#include "net/message_memory.h"
+
+Seconds MessageMemory::store(const MacAddr& alMac, uint16_t msgType, uint16_t msgId) {
+    const Seconds time = now();
+    Entry* slot = nullptr;
+    Seconds greatestAge = 0;
+    for (Entry& entry : entries_) {
+        if (entry.msgId == kFree) {
+            slot = &entry;
+            break;
+        }
+        if (slot == nullptr || time - entry.time > greatestAge) {
+            slot = &entry;
+            greatestAge = time - entry.time;
+        }
+    }
+    const Seconds displacedAge = slot->msgId == kFree ? kNoAge : time - slot->time;
+    *slot = {alMac, msgType, msgId, time};
+    return displacedAge;
+}

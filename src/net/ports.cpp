@@ -1,0 +1,209 @@
+#include "net/ports.h"
+
+#include <net/if.h>
+
+#include "base/log.h"
+#include "base/result.h"
+#include "db/data_manager.h"
+#include "db/neighbor_aging.h"
+#include "net/raw_socket.h"
+#include "platform/descriptions.h"
+#include "wire/frame.h"
+
+namespace {
+
+constexpr unsigned kLastIfIndex = 253;
+
+struct {
+    std::list<Port> ports;
+    unsigned users = 0;         // of the list
+    bool reinitWanted = false;  // once the last of them is done
+    FrameBuffer txBuffer;
+    FrameBuffer rxBuffer;
+} module;
+
+bool setupSockets(Port& port) {
+    if (setupLldpSocket(port) != kOk) {
+        LOG(1, "failed to setup LLDP socket of interface (%s)\r\n", port.name.c_str());
+        return false;
+    }
+    if (setupIeee1905Socket(port) != kOk) {
+        LOG(1, "failed to setup IEEE 1905.1 socket of interface (%s)\r\n", port.name.c_str());
+        return false;
+    }
+    return true;
+}
+
+// The platform and the kernel are both asked: one may know of bridges that the other does not.
+bool isOnBridge(const Port& port) {
+    return isInBrdgTuple(port.name) || isBridgePort(port.ifIndex);
+}
+
+bool isUp(short flags) {
+    return (flags & IFF_UP) != 0;
+}
+
+}  // namespace
+
+int initIntfPorts() {
+    // Apart, because the platform may ask for the same while it is asked about an interface.
+    std::list<Port> ports;
+    for (unsigned ifIndex = 1; ifIndex <= kLastIfIndex; ifIndex++) {
+        const std::string name = interfaceName(ifIndex);
+        if (name.empty() || getDeviceSendMsgEnable(name.c_str()) != 0) continue;
+        if (getIntfTable().empty()) {
+            LOG_PUTS(1, "interface table isn't ready or the number of interface is 0\r");
+            module.ports = std::move(ports);
+            return kFailure;
+        }
+        const IntfTable* intf = getIntfTableByName(name);
+        if (intf == nullptr) continue;
+        LOG(4, "init port name = [%s]\n", name.c_str());
+        Port port;
+        port.ifIndex = static_cast<uint8_t>(ifIndex);
+        port.mac = intf->mac;
+        port.name = name;
+        port.mediaType = intf->mediaType;
+        if (setupSockets(port)) ports.push_back(std::move(port));
+    }
+    module.ports = std::move(ports);
+    return kOk;
+}
+
+int reinitIntfPorts() {
+    if (module.users > 0) {
+        module.reinitWanted = true;
+        return kOk;
+    }
+    (void)destroyIntfPorts();
+    return initIntfPorts();
+}
+
+int destroyIntfPorts() {
+    module.ports.clear();
+    return kOk;
+}
+
+PortsInUse::PortsInUse() {
+    module.users++;
+}
+
+PortsInUse::~PortsInUse() {
+    if (--module.users > 0 || !module.reinitWanted) return;
+    module.reinitWanted = false;
+    (void)reinitIntfPorts();
+}
+
+int rebindIntfPorts() {
+    for (auto& port : module.ports) {
+        const bool onBridge = isOnBridge(port);
+        if (onBridge == port.onBridge) continue;
+        if (bindRawSocket(port.ieee1905Sock.get(), port.ifIndex, kEtherType1905, onBridge)) {
+            port.onBridge = onBridge;
+        } else {
+            LOG(2, "failed to name a (IEEE 1905.1) socket (bind()) for interface (%s)\r\n",
+                port.name.c_str());
+        }
+    }
+    return kOk;
+}
+
+void updatePortMediaType(const MacAddr& mac, uint32_t oldMediaType, uint32_t newMediaType) {
+    for (auto& port : module.ports) {
+        if (port.mac == mac && port.mediaType == oldMediaType) port.mediaType = newMediaType;
+    }
+}
+
+std::list<Port>& getIntfPorts() {
+    return module.ports;
+}
+FrameBuffer& getTxBuffer() {
+    return module.txBuffer;
+}
+FrameBuffer& getRxBuffer() {
+    return module.rxBuffer;
+}
+
+int refreshIntfPort(Port& port) {
+    if (port.name.empty()) {
+        LOG_PUTS(2, "invalid interface name\r");
+        return kIntfError;
+    }
+    // Meant: when the query fails, the index in place of the flags decides, so that an odd one
+    // counts as up.
+    short flags = port.ifIndex;
+    if (!interfaceFlags(port.lldpSock.get(), port.name.c_str(), flags)) {
+        LOG(2, "failed to call ioctl(SIOCGIFFLAGS) of interface (%s)\r\n", port.name.c_str());
+    }
+    port.isDown = !isUp(flags);
+    if (port.isDown) {
+        LOG(4, "- port (%s) status: DOWN\r\n", port.name.c_str());
+    } else {
+        LOG(4, "- port (%s) status: UP\r\n", port.name.c_str());
+    }
+    return kOk;
+}
+
+bool portIsUsable(Port& port) {
+    return refreshIntfPort(port) == kOk && !port.isDown &&
+           getDeviceSendMsgEnable(port.name.c_str()) == 0;
+}
+
+int setupLldpSocket(Port& port) {
+    port.lldpSock = Fd(openRawSocket());
+    const int fd = port.lldpSock.get();
+    if (fd < 0) {
+        LOG(2, "failed to create (LLDP) raw socket for interface (%s)\r\n", port.name.c_str());
+        return kIntfError;
+    }
+    LOG(5, "- protocol: 0x%.4x\r\n", kEtherTypeLldp);
+    if (!bindRawSocket(fd, port.ifIndex, kEtherTypeLldp, false)) {
+        LOG(2, "failed to name a (LLDP) socket (bind()) for interface (%s)\r\n", port.name.c_str());
+        return kIntfError;
+    }
+    if (port.name.empty()) {
+        LOG_PUTS(2, "invalid interface name\r");
+        return kIntfError;
+    }
+    // LLDP is spoken, never heard.
+    stopReceiving(fd);
+    short flags = 0;
+    (void)interfaceFlags(fd, port.name.c_str(), flags);
+    port.isDown = !isUp(flags);
+    acceptAllMulticasts(fd, port.name.c_str());
+    const int mtu = interfaceMtu(fd, port.name.c_str());
+    if (mtu < 0) {
+        LOG(2, "failed to call ioctl(SIOCGIFMTU) of interface (%s)\r\n", port.name.c_str());
+        return kFailure;
+    }
+    port.mtu = static_cast<uint32_t>(mtu);
+    LOG(5, "create a LLDP socket (%d) for interafce (%s, " MAC_FMT "):\r\n", fd, port.name.c_str(),
+        MAC_ARGS(port.mac));
+    return kOk;
+}
+
+int setupIeee1905Socket(Port& port) {
+    port.ieee1905Sock = Fd(openRawSocket());
+    const int fd = port.ieee1905Sock.get();
+    if (fd < 0) {
+        LOG(2, "failed to create (IEEE 1905.1) raw socket for interface (%s)\r\n",
+            port.name.c_str());
+        return kIntfError;
+    }
+    growReceiveBuffer(fd);
+    LOG(5, "- protocol: 0x%.4x\r\n", kEtherType1905);
+    port.onBridge = isOnBridge(port);
+    if (!bindRawSocket(fd, port.ifIndex, kEtherType1905, port.onBridge)) {
+        LOG(2, "failed to name a (IEEE 1905.1) socket (bind()) for interface (%s)\r\n",
+            port.name.c_str());
+        return kIntfError;
+    }
+    if (port.name.empty()) {
+        LOG_PUTS(2, "invalid interface name\r");
+        return kIntfError;
+    }
+    acceptAllMulticasts(fd, port.name.c_str());
+    LOG(5, "create a IEEE 1905.1 socket (%d) for interafce (%s, " MAC_FMT "):\r\n", fd,
+        port.name.c_str(), MAC_ARGS(port.mac));
+    return kOk;
+}

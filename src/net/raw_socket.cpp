@@ -1,0 +1,116 @@
+#include "net/raw_socket.h"
+
+#include <arpa/inet.h>
+#include <linux/filter.h>
+#include <linux/if_packet.h>
+#include <net/if.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+
+#include <array>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+constexpr int kReceiveBuffer = 4 << 20;
+constexpr int kSendTimeoutMicroseconds = 100'000;
+constexpr uint16_t kAllProtocols = 0x0003;
+
+ifreq requestFor(const char* name) {
+    ifreq request{};
+    snprintf(request.ifr_name, sizeof request.ifr_name, "%s", name);
+    return request;
+}
+
+bool attachFilter(int fd, sock_filter* code, size_t length) {
+    const sock_fprog program{static_cast<unsigned short>(length), code};
+    return setsockopt(fd, SOL_SOCKET, SO_ATTACH_FILTER, &program, sizeof program) == 0;
+}
+
+// Passes frames of one EtherType, but not those that leave.
+bool filterEtherType(int fd, uint16_t etherType) {
+    constexpr uint32_t kPacketType = static_cast<uint32_t>(SKF_AD_OFF + SKF_AD_PKTTYPE);
+    std::array<sock_filter, 6> code{{
+        {BPF_LD | BPF_W | BPF_ABS, 0, 0, kPacketType},
+        {BPF_JMP | BPF_JEQ | BPF_K, 3, 0, PACKET_OUTGOING},
+        {BPF_LD | BPF_H | BPF_ABS, 0, 0, 12},
+        {BPF_JMP | BPF_JEQ | BPF_K, 0, 1, etherType},
+        {BPF_RET | BPF_K, 0, 0, 0xFFFF},
+        {BPF_RET | BPF_K, 0, 0, 0},
+    }};
+    return attachFilter(fd, code.data(), code.size());
+}
+
+}  // namespace
+
+std::string interfaceName(unsigned ifIndex) {
+    std::array<char, IF_NAMESIZE> name{};
+    return if_indextoname(ifIndex, name.data()) != nullptr ? name.data() : "";
+}
+
+int openRawSocket() {
+    // Protocol 0 hears nothing until it is bound: no frame of another interface slips in.
+    const int fd = socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0);
+    // A driver whose queue is full must not hold up everything else.
+    const timeval limit{0, kSendTimeoutMicroseconds};
+    if (fd >= 0) (void)setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
+    return fd;
+}
+
+bool isBridgePort(unsigned ifIndex) {
+    const std::string name = interfaceName(ifIndex);
+    struct stat info {};
+    return !name.empty() && stat(("/sys/class/net/" + name + "/brport").c_str(), &info) == 0;
+}
+
+bool bindRawSocket(int fd, unsigned ifIndex, uint16_t etherType, bool onBridge) {
+    if (!filterEtherType(fd, etherType)) return false;
+    if (onBridge) {
+        // Saves the filter the frames that leave, where the kernel knows how.
+        const int on = 1;
+        (void)setsockopt(fd, SOL_PACKET, PACKET_IGNORE_OUTGOING, &on, sizeof on);
+    }
+    sockaddr_ll address{};
+    address.sll_family = AF_PACKET;
+    // A bridge takes its ports' frames before a socket bound to an EtherType sees them.
+    address.sll_protocol = htons(onBridge ? kAllProtocols : etherType);
+    address.sll_ifindex = static_cast<int>(ifIndex);
+    return bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+}
+
+void stopReceiving(int fd) {
+    std::array<sock_filter, 1> code{{{BPF_RET | BPF_K, 0, 0, 0}}};
+    (void)attachFilter(fd, code.data(), code.size());
+}
+
+void growReceiveBuffer(int fd) {
+    if (setsockopt(fd, SOL_SOCKET, SO_RCVBUFFORCE, &kReceiveBuffer, sizeof kReceiveBuffer) != 0) {
+        (void)setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &kReceiveBuffer, sizeof kReceiveBuffer);
+    }
+}
+
+bool interfaceFlags(int fd, const char* name, short& flags) {
+    ifreq request = requestFor(name);
+    if (ioctl(fd, SIOCGIFFLAGS, &request) != 0) return false;
+    flags = request.ifr_flags;
+    return true;
+}
+
+void acceptAllMulticasts(int fd, const char* name) {
+    ifreq request = requestFor(name);
+    (void)ioctl(fd, SIOCGIFFLAGS, &request);
+    request.ifr_flags = static_cast<short>(request.ifr_flags | IFF_ALLMULTI);
+    (void)ioctl(fd, SIOCSIFFLAGS, &request);
+}
+
+int interfaceMtu(int fd, const char* name) {
+    ifreq request = requestFor(name);
+    return ioctl(fd, SIOCGIFMTU, &request) == 0 ? request.ifr_mtu : -1;
+}
+
+int waitReadable(int limit, fd_set& readable, int seconds) {
+    timeval timeout{seconds, 0};
+    return select(limit, &readable, nullptr, nullptr, &timeout);
+}

@@ -1,0 +1,397 @@
+#include "net/transmitter.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "base/log.h"
+#include "base/result.h"
+#include "db/data_manager.h"
+#include "db/neighbor_aging.h"
+#include "net/message_memory.h"
+#include "platform/descriptions.h"
+#include "wire/frame.h"
+
+namespace {
+
+constexpr size_t kFrameBudget = 1498;  // a frame stays below this
+constexpr size_t kEndOfMsgLen = 3;
+constexpr Seconds kGenRecvLifetime = 5;
+constexpr uint16_t kMsgIdModulus = 65535;  // meant: 65535 itself is never used
+
+struct {
+    uint16_t msgId = 0;
+    MessageMemory genRecvMsgs;
+    MessageMemory queriedMsgs;
+} module;
+
+// The identifier was used: tells it and moves on.
+void takeMsgId(uint16_t* used) {
+    if (used != nullptr) *used = module.msgId;
+    module.msgId = static_cast<uint16_t>((module.msgId + 1) % kMsgIdModulus);
+}
+
+// One message on its way out of one port. Without a destination it is a multicast.
+struct Outgoing {
+    const Port& port;
+    const MacAddr* dstMac;
+    uint16_t msgType;
+    uint16_t msgId;
+    bool relay;
+};
+
+// Sends what stands in the transmit buffer up to length, headers to be filled in.
+int sendFragment(const Outgoing& out, uint8_t fragId, bool last, size_t length) {
+    FrameBuffer& tx = getTxBuffer();
+    const std::span<uint8_t> frame(tx.frame);
+    if (gen1905CmduHdr(out.msgType, out.msgId, fragId, last ? 1 : 0, out.relay ? 1 : 0,
+                       frame.subspan(kEtherHdrLen)) != kOk) {
+        LOG_PUTS(1, "failed to generate the CMDU header\r");
+        return kFailure;
+    }
+    if ((out.dstMac != nullptr ? gen1905UcastEtherHdr(out.port.mac, *out.dstMac, frame)
+                               : gen1905McastEtherHdr(out.port.mac, frame)) != kOk) {
+        LOG_PUTS(1, "failed to generate the ethernet header\r");
+        return kFailure;
+    }
+    tx.length = static_cast<uint32_t>(std::max(length, kMinFrameLen));
+    const ssize_t sent = write(out.port.ieee1905Sock.get(), tx.frame.data(), tx.length);
+    if (sent <= 0) {
+        LOG(1, "failed to send message (type = %d, id = %d)\r\n", out.msgType, out.msgId);
+        return kFailure;
+    }
+    if (out.dstMac != nullptr) {
+        LOG(3,
+            "send message (port = %s, macDa (" MAC_FMT
+            "), type = %d, id = %d) successfully (size = %d/%d)\r\n",
+            out.port.name.c_str(), MAC_ARGS(*out.dstMac), out.msgType, out.msgId,
+            static_cast<int>(sent), static_cast<int>(tx.length));
+    } else {
+        LOG(3, "send message (port = %s, type = %d, id = %d) successfully (size = %d/%d)\r\n",
+            out.port.name.c_str(), out.msgType, out.msgId, static_cast<int>(sent),
+            static_cast<int>(tx.length));
+    }
+    return kOk;
+}
+
+// Splits the message between TLVs; a TLV is never split.
+int sendFragments(const Outgoing& out, const TlvList& tlvs) {
+    FrameBuffer& tx = getTxBuffer();
+    tx.frame.fill(0);
+    size_t position = kHeadersLen;
+    uint8_t fragId = 0;
+    if (tlvs.empty()) return sendFragment(out, fragId, true, kMinFrameLen);
+
+    for (auto tlv = tlvs.begin(); tlv != tlvs.end(); ++tlv) {
+        const size_t size = tlv->flatSize1905();
+        if (size > kMaxSentTlvSize) {
+            LOG(1, "failed to send message size = (%d) > 1400 \r\n", static_cast<int>(size));
+            return kFailure;
+        }
+        (void)flatten1905Tlv(*tlv, std::span(tx.frame).subspan(position));
+        position += size;
+        const auto next = std::next(tlv);
+        const bool last = next == tlvs.end();
+        if (!last && position + next->flatSize1905() + kEndOfMsgLen < kFrameBudget) continue;
+        // The end-of-message TLV is the zeros behind.
+        if (const int result = sendFragment(out, fragId, last, position + kEndOfMsgLen);
+            result != kOk) {
+            return result;
+        }
+        fragId++;
+        position = kHeadersLen;
+        tx.frame.fill(0);
+    }
+    return kOk;
+}
+
+IntfTable* intfOf(const Port& port) {
+    return getIntfTableById(port.mac, port.mediaType);
+}
+
+// The TLVs of a message: built anew for every port that it names, else once.
+class Message {
+  public:
+    Message(uint16_t msgType, const MsgBody& body)
+        : msgType_(msgType), body_(body), perPort_(isBuiltPerPort(msgType, body)) {
+        if (!perPort_) build({});
+    }
+
+    // True when the message cannot be built at all. A topology query may be empty.
+    bool failed() const { return failed_; }
+    const MsgTraits& traits() const { return traits_; }
+    const TlvList& forPort(const Port& port) {
+        if (perPort_) build(port);
+        return tlvs_;
+    }
+
+  private:
+    void build(const Port& port) {
+        tlvs_ = gen1905Msg(port, msgType_, body_, traits_);
+        if (!tlvs_.empty() || msgType_ == kMsgTopolQuery) return;
+        LOG(2, "failed to generate IEEE 1905.1 message (msgType = %d)\r\n", msgType_);
+        failed_ = true;
+    }
+
+    uint16_t msgType_;
+    const MsgBody& body_;
+    bool perPort_;
+    bool failed_ = false;
+    TlvList tlvs_;
+    MsgTraits traits_;
+};
+
+// What became of a unicast on all ports.
+struct Outcome {
+    bool built = true;
+    bool left = false;  // at least one frame
+};
+
+void sendOn(const Port& port, const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
+            bool registerQuery, const TlvList& tlvs, Outcome& outcome) {
+    if (send1905UcastMsg(port, dstMac, msgType, msgId, registerQuery, tlvs) == kOk) {
+        outcome.left = true;
+    } else {
+        LOG(2, "failed to send message (port = %s, msgType = %d, msgId = %d)\r\n",
+            port.name.c_str(), msgType, msgId);
+    }
+}
+
+// Types 0 and 1 name the sending port and go to the MAC by every port.
+Outcome sendByEveryPort(const MacAddr& dstMac, uint16_t msgType, const MsgBody& body) {
+    const PortsInUse guard;
+    Message message(msgType, body);
+    Outcome outcome;
+    for (auto& port : getIntfPorts()) {
+        if (intfOf(port) == nullptr) continue;
+        const TlvList& tlvs = message.forPort(port);
+        if (message.failed()) return {.built = false, .left = outcome.left};
+        if (!portIsUsable(port)) continue;
+        sendOn(port, dstMac, msgType, module.msgId, message.traits().expectsResponse, tlvs,
+               outcome);
+    }
+    return outcome;
+}
+
+// True for a neighbour interface of the device, or with the interface MAC, that dstMac names. An AL
+// MAC that is not known yet is zero and names nobody.
+bool isNamedBy(const IntfNbrDev& nbr, const MacAddr& dstMac) {
+    return nbr.nbrIntfMac == dstMac || (nbr.nbrAlMac == dstMac && !dstMac.isZero());
+}
+
+bool isKnownAlMac(const MacAddr& mac) {
+    return std::ranges::any_of(getIntfTable(), [&](const IntfTable& intf) {
+        return std::ranges::any_of(
+            intf.nbrs, [&](const IntfNbrDev& nbr) { return nbr.nbrAlMac == mac && !mac.isZero(); });
+    });
+}
+
+// Sends to every interface of the device by the port on which it is heard. A bridge learns the AL
+// MAC of a device that has it on its own bridge, too: that entry is no other interface of it.
+Outcome sendToNeighbour(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
+                        const MsgBody& body, bool isResponse) {
+    const PortsInUse guard;
+    Message message(msgType, body);
+    Outcome outcome{.built = !message.failed()};
+    if (message.failed()) return outcome;
+    const bool byAlMac = isKnownAlMac(dstMac);
+    for (auto& port : getIntfPorts()) {
+        const IntfTable* intf = intfOf(port);
+        if (intf == nullptr) continue;
+        const TlvList& tlvs = message.forPort(port);
+        if (message.failed()) return {.built = false, .left = outcome.left};
+        for (const auto& nbr : intf->nbrs) {
+            if (!isNamedBy(nbr, dstMac) || !portIsUsable(port)) continue;
+            if (byAlMac && nbr.nbrAlMac.isZero()) continue;
+            sendOn(port, nbr.nbrIntfMac, msgType, msgId,
+                   message.traits().expectsResponse && !isResponse, tlvs, outcome);
+        }
+    }
+    return outcome;
+}
+
+int reportUnsent(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId) {
+    LOG(2, "failed to send message (macDa = " MAC_FMT ", msgType = %x, msgId = %d)\r\n",
+        MAC_ARGS(dstMac), msgType, msgId);
+    return kFailure;
+}
+
+// The AL MAC of the neighbour that this MAC belongs to, else the MAC itself.
+MacAddr alMacOf(const MacAddr& mac) {
+    for (const auto& intf : getIntfTable()) {
+        for (const auto& nbr : intf.nbrs) {
+            if (isNamedBy(nbr, mac)) return nbr.nbrAlMac.isZero() ? mac : nbr.nbrAlMac;
+        }
+    }
+    return mac;
+}
+
+}  // namespace
+
+int initMessageTransmitter() {
+    module.genRecvMsgs.clear();
+    module.queriedMsgs.clear();
+    return kOk;
+}
+
+int requestSend1905UcastMsg(const MacAddr& dstMac, uint16_t msgType, const MsgBody& body,
+                            uint16_t* msgId) {
+    Outcome outcome;
+    if (msgType >= kMsgTypeNum) {
+        LOG(4, "message type (%de) isn't supported\r\n", msgType);
+    } else if (msgType == kMsgTopolDisc || msgType == kMsgTopolNtf) {
+        outcome = sendByEveryPort(dstMac, msgType, body);
+    } else {
+        outcome = sendToNeighbour(dstMac, msgType, module.msgId, body, false);
+    }
+    if (!outcome.built) return kFailure;
+    if (!outcome.left) return reportUnsent(dstMac, msgType, module.msgId);
+    takeMsgId(msgId);
+    return kOk;
+}
+
+int requestSend1905UcastRespMsg(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
+                                const MsgBody& body) {
+    if (msgType >= kMsgTypeNum) {
+        LOG(4, "message type (%de) isn't supported\r\n", msgType);
+        return reportUnsent(dstMac, msgType, msgId);
+    }
+    const Outcome outcome = sendToNeighbour(dstMac, msgType, msgId, body, true);
+    if (!outcome.built) return kFailure;
+    return outcome.left ? kOk : reportUnsent(dstMac, msgType, msgId);
+}
+
+int requestSend1905McastMsg(uint16_t msgType, const MsgBody& body, uint16_t* msgId) {
+    const PortsInUse guard;
+    const bool ownIdPerPort = msgType == kMsgTopolDisc;
+    Message message(msgType, body);
+    if (message.failed()) return kFailure;
+    for (auto& port : getIntfPorts()) {
+        if (refreshIntfPort(port) != kOk) continue;
+        if (checkIntfIsBrdg(port.name) == 0 || getDeviceSendMsgEnable(port.name.c_str()) != 0) {
+            LOG(4, "Do not used port->name = %s send McastMsg\r\n", port.name.c_str());
+            continue;
+        }
+        if (port.isDown) continue;
+        const TlvList& tlvs = message.forPort(port);
+        if (message.failed()) return kFailure;
+        if (send1905McastMsg(port, msgType, module.msgId, message.traits().relay,
+                             message.traits().expectsResponse, tlvs) != kOk) {
+            LOG(2, "failed to send message (type = %d, id = %d) from port (%s)\r\n", msgType,
+                module.msgId, port.name.c_str());
+        } else if (ownIdPerPort) {
+            takeMsgId(msgId);
+        }
+    }
+    if (!ownIdPerPort) takeMsgId(msgId);
+    return kOk;
+}
+
+int requestRelayMcastMsg(const Port& incoming) {
+    const PortsInUse guard;
+    FrameBuffer& rx = getRxBuffer();
+    for (auto& port : getIntfPorts()) {
+        if (port.ieee1905Sock.get() == incoming.ieee1905Sock.get()) continue;
+        if (refreshIntfPort(port) != kOk || port.isDown) continue;
+        port.mac.copyTo(rx.frame.data() + kSrcMacOffset);
+        if (write(port.ieee1905Sock.get(), rx.frame.data(), rx.length) <= 0) {
+            LOG(1, "failed to relay IEEE 1905.1 multicast message from port (%s)\r\n",
+                port.name.c_str());
+            return kFailure;
+        }
+        LOG(4, "relay IEEE 1905.1 multicast message from port (%s) successfully\r\n",
+            port.name.c_str());
+    }
+    return kOk;
+}
+
+int requestSendLldpMsg() {
+    const PortsInUse guard;
+    FrameBuffer& tx = getTxBuffer();
+    for (auto& port : getIntfPorts()) {
+        if (refreshIntfPort(port) != kOk || port.isDown) continue;
+        const TlvList tlvs = genLldpMsg(port);
+        tx.frame.fill(0);
+        if (tlvs.empty() || genLldpEtherHdr(port.mac, tx.frame) != kOk) {
+            LOG_PUTS(1, "failed to generate LLDP message\r");
+            return kFailure;
+        }
+        size_t position = kEtherHdrLen;
+        for (const auto& tlv : tlvs) {
+            position += flattenLldpTlv(tlv, std::span(tx.frame).subspan(position));
+        }
+        tx.length = static_cast<uint32_t>(std::max(position, kMinFrameLen));
+        if (write(port.lldpSock.get(), tx.frame.data(), tx.length) <= 0) {
+            LOG(1, "failed to send LLDP message (port = %s)\r\n", port.name.c_str());
+            continue;
+        }
+        LOG(3, "send LLDP message successfully (port = %s, size = %d)\r\n", port.name.c_str(),
+            static_cast<int>(tx.length));
+    }
+    return kOk;
+}
+
+int send1905UcastMsg(const Port& port, const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
+                     bool registerQuery, const TlvList& tlvs) {
+    LOG(4, "port = %s, macDa (" MAC_FMT "), message (type = %d, id = %d)\r\n", port.name.c_str(),
+        MAC_ARGS(dstMac), msgType, msgId);
+    if (tlvs.empty() && msgType != kMsgTopolQuery) return kFailure;
+    if (const int result = sendFragments({port, &dstMac, msgType, msgId, false}, tlvs);
+        result != kOk) {
+        return result;
+    }
+    if (registerQuery) (void)registerQueriedMsg(dstMac, msgType, msgId);
+    return kOk;
+}
+
+int send1905McastMsg(const Port& port, uint16_t msgType, uint16_t msgId, bool relay,
+                     bool registerQuery, const TlvList& tlvs) {
+    LOG(4, "port = %s, message (type = %d, id = %d)\r\n", port.name.c_str(), msgType, msgId);
+    if (tlvs.empty() || getAlMac() == nullptr) return kFailure;
+    if (const int result = sendFragments({port, nullptr, msgType, msgId, relay}, tlvs);
+        result != kOk) {
+        return result;
+    }
+    // So that it is recognised when a neighbour relays it back.
+    (void)registerGenRecvMsg(*getAlMac(), msgType, msgId);
+    if (registerQuery) (void)registerQueriedMsg(*getAlMac(), msgType, msgId);
+    return kOk;
+}
+
+bool registerGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId) {
+    LOG(4, "alMac = " MAC_FMT ", msgType = %d, msgId = %d\r\n", MAC_ARGS(alMac), msgType, msgId);
+    return module.genRecvMsgs.store(alMac, msgType, msgId) > kGenRecvLifetime;
+}
+
+bool lookupGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId) {
+    // An old entry does not hide a fresh one: a device that restarted uses its identifiers again.
+    const Seconds time = now();
+    return module.genRecvMsgs.find([&](const auto& entry) {
+        return entry.alMac == alMac && entry.msgType == msgType && entry.msgId == msgId &&
+               time - entry.time <= kGenRecvLifetime;
+    }) != nullptr;
+}
+
+int registerQueriedMsg(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId) {
+    if (getAlTable() == nullptr) return kFailure;
+    const MacAddr alMac = alMacOf(dstMac);
+    LOG(4, "alMac = " MAC_FMT ", macDa = " MAC_FMT ", type = %d, id = %d\r\n", MAC_ARGS(alMac),
+        MAC_ARGS(dstMac), msgType, msgId);
+    (void)module.queriedMsgs.store(alMac, msgType, msgId);
+    return kOk;
+}
+
+int checkMatchQueryRespPair(const MacAddr& srcMac, uint16_t respType, uint16_t respId) {
+    if (getAlTable() == nullptr) return kFailure;
+    const MacAddr alMac = alMacOf(srcMac);
+    LOG(4, "alMac = " MAC_FMT ", macSa = " MAC_FMT ", type = %d, id = %d\r\n", MAC_ARGS(alMac),
+        MAC_ARGS(srcMac), respType, respId);
+    // Meant: any sender will do unless the query went to the all-zero address.
+    auto* entry = module.queriedMsgs.find([&](const auto& query) {
+        return query.msgType + 1 == respType && query.msgId == respId &&
+               (query.alMac == alMac || !query.alMac.isZero());
+    });
+    if (entry == nullptr) return 0;
+    entry->msgId = MessageMemory::kFree;
+    return 1;
+}

@@ -1,0 +1,45 @@
+#include "net/vend_sender.h"
+
+#include "base/result.h"
+#include "db/data_manager.h"
+#include "net/transmitter.h"
+#include "wire/frame.h"
+#include "wire/vend_payloads.h"
+
+std::optional<VendMsg> makeVendMsg(VendMsgType type, std::unique_ptr<VendPayload> payload) {
+    const AlTable* al = getAlTable();
+    if (al == nullptr) return std::nullopt;
+    VendMsg msg;
+    msg.oui = al->oui;
+    msg.alMac = al->alMac;
+    msg.vendMsgType = type;
+    msg.payload = std::move(payload);
+    return msg;
+}
+
+int sendVendMsg(const MacAddr& dstMac, VendMsgType type, std::unique_ptr<VendPayload> payload,
+                uint16_t* msgId) {
+    const auto msg = makeVendMsg(type, std::move(payload));
+    return msg ? requestSend1905UcastMsg(dstMac, kMsgVendSpec, &*msg, msgId) : kFailure;
+}
+
+int sendVendMcastMsg(VendMsgType type, std::unique_ptr<VendPayload> payload, uint16_t* msgId) {
+    const auto msg = makeVendMsg(type, std::move(payload));
+    return msg ? requestSend1905McastMsg(kMsgVendSpec, &*msg, msgId) : kFailure;
+}
+
+int sendVendRespMsg(const MacAddr& dstMac, uint16_t msgId, VendMsgType type,
+                    std::unique_ptr<VendPayload> payload) {
+    const auto msg = makeVendMsg(type, std::move(payload));
+    return msg ? requestSend1905UcastRespMsg(dstMac, kMsgVendSpec, msgId, &*msg) : kFailure;
+}
+
+int sendVendDiscMsg(const MacAddr* dstMac) {
+    const MacAddr* alMac = getAlMac();
+    if (alMac == nullptr) return kFailure;
+    // The interface MAC is that of the port by which the message leaves: the encoder knows it.
+    auto disc = std::make_unique<VendDisc>();
+    disc->alMac = *alMac;
+    return dstMac != nullptr ? sendVendMsg(*dstMac, VEND_MSG_TYPE_VEND_DISC, std::move(disc))
+                             : sendVendMcastMsg(VEND_MSG_TYPE_VEND_DISC, std::move(disc));
+}

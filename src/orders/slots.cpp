@@ -1,0 +1,221 @@
+#include "orders/slots.h"
+
+#include <sys/ipc.h>
+#include <sys/shm.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+
+#include "base/clock.h"
+#include "base/log.h"
+#include "base/result.h"
+#include "base/text.h"
+
+namespace {
+
+struct Segment {
+    key_t key;
+    size_t size;
+    int id = -1;
+    uint8_t* memory = nullptr;
+};
+
+struct State {
+    Segment request{slots::kReqKey, slots::kReqSize};
+    Segment response{slots::kRespKey, slots::kRespSize};
+    bool taken = false;  // a request, and not yet marked idle
+} state;
+
+// Host byte order, whatever the alignment.
+void putNumber(uint8_t* at, size_t width, uint32_t value) {
+    const auto half = static_cast<uint16_t>(value);
+    const auto byte = static_cast<uint8_t>(value);
+    switch (width) {
+        case 4:
+            std::memcpy(at, &value, sizeof value);
+            break;
+        case 2:
+            std::memcpy(at, &half, sizeof half);
+            break;
+        default:
+            *at = byte;
+    }
+}
+
+// The flags are the only synchronisation with the clients: set last, looked at first.
+void setFlag(uint8_t* slot, uint8_t flag) {
+    std::atomic_thread_fence(std::memory_order_release);
+    std::atomic_ref<uint8_t>(slot[slots::kFlag.at]).store(flag, std::memory_order_release);
+}
+
+uint8_t flagOf(uint8_t* slot) {
+    return std::atomic_ref<uint8_t>(slot[slots::kFlag.at]).load(std::memory_order_acquire);
+}
+
+int initSegment(Segment& segment) {
+    segment.id = shmget(segment.key, segment.size, slots::kShmFlags);
+    if (segment.id < 0) {
+        LOG_PUTS(1, "shmget() failed\r");
+        return kFailure;
+    }
+    void* const memory = shmat(segment.id, nullptr, 0);
+    if (memory == reinterpret_cast<void*>(-1)) {
+        LOG_PUTS(1, "shmat() failed\r");
+        return kFailure;
+    }
+    segment.memory = static_cast<uint8_t*>(memory);
+    // One that nobody else can find goes with its process, however that ends.
+    if (segment.key == IPC_PRIVATE) (void)shmctl(segment.id, IPC_RMID, nullptr);
+    std::memset(segment.memory, 0, segment.size);
+    putNumber(segment.memory + slots::kServId.at, slots::kServId.width, slots::kServIdNone);
+    setFlag(segment.memory, slots::kIdle);
+    return kOk;
+}
+
+int destroySegment(Segment& segment) {
+    if (segment.memory == nullptr || shmdt(segment.memory) != 0) return kFailure;
+    segment.memory = nullptr;
+    if (segment.key != IPC_PRIVATE && shmctl(segment.id, IPC_RMID, nullptr) != 0) return kFailure;
+    segment.id = -1;
+    return kOk;
+}
+
+}  // namespace
+
+int initServReqShm() {
+    return initSegment(state.request);
+}
+int initServRespShm() {
+    return initSegment(state.response);
+}
+uint8_t* getServReqShm() {
+    return state.request.memory;
+}
+uint8_t* getServRespShm() {
+    return state.response.memory;
+}
+int destroyServReqShm() {
+    return destroySegment(state.request);
+}
+int destroyServRespShm() {
+    return destroySegment(state.response);
+}
+
+void usePrivateSlots() {
+    state.request.key = state.response.key = IPC_PRIVATE;
+}
+
+ServReq::ServReq(const uint8_t* slot) {
+    std::memcpy(bytes_.data(), slot, bytes_.size());
+}
+
+uint32_t ServReq::number(slots::Field field) const {
+    const Bytes raw = bytes(field.at, field.width);
+    uint32_t word = 0;
+    uint16_t half = 0;
+    switch (raw.size()) {
+        case 4:
+            std::memcpy(&word, raw.data(), sizeof word);
+            return word;
+        case 2:
+            std::memcpy(&half, raw.data(), sizeof half);
+            return half;
+        default:
+            return raw.empty() ? 0 : raw[0];
+    }
+}
+
+MacAddr ServReq::macAt(size_t at) const {
+    return ByteReader(bytes(at, 6)).mac();
+}
+
+std::string_view ServReq::text(slots::Field field) const {
+    const Bytes raw = bytes(field.at, field.width);
+    return upToNul({reinterpret_cast<const char*>(raw.data()), raw.size()});
+}
+
+Bytes ServReq::bytes(size_t at, size_t width) const {
+    const size_t begin = std::min(at, bytes_.size());
+    return Bytes(bytes_).subspan(begin, std::min(width, bytes_.size() - begin));
+}
+
+bool requestIsWaiting() {
+    return state.request.memory != nullptr && flagOf(state.request.memory) == slots::kFull;
+}
+
+ServReq takeRequest() {
+    state.taken = true;
+    return ServReq(state.request.memory);
+}
+
+bool requestIsHeld(const ServReq& request) {
+    return requestIsWaiting() && ServReq(state.request.memory) == request;
+}
+
+void markRequestIdle() {
+    if (state.taken && state.request.memory != nullptr) {
+        setFlag(state.request.memory, slots::kIdle);
+    }
+    state.taken = false;
+}
+
+void forgetRequest() {
+    state.taken = false;
+}
+
+void markResponseFree() {
+    if (state.response.memory != nullptr) setFlag(state.response.memory, slots::kIdle);
+}
+
+ServResp::ServResp(int32_t pid, uint16_t servId) {
+    number(slots::kPid, static_cast<uint32_t>(pid)).number(slots::kServId, servId);
+}
+
+ServResp& ServResp::number(slots::Field field, uint32_t value) {
+    if (field.at + field.width <= bytes_.size()) {
+        putNumber(bytes_.data() + field.at, field.width, value);
+    }
+    return *this;
+}
+
+ServResp& ServResp::bytes(size_t at, Bytes value) {
+    if (at < bytes_.size()) {
+        const size_t size = std::min(value.size(), bytes_.size() - at);
+        std::copy_n(value.begin(), size, bytes_.data() + at);
+        end_ = std::max(end_, at + size);
+    }
+    return *this;
+}
+
+int ServResp::put() {
+    uint8_t* const slot = state.response.memory;
+    if (slot == nullptr) return kOk;
+    std::memcpy(slot, bytes_.data(), slots::kFlag.at);
+    std::memcpy(slot + slots::kPayload, bytes_.data() + slots::kPayload, end_ - slots::kPayload);
+    setFlag(slot, slots::kFull);
+    return kOk;
+}
+
+int ServResp::post() {
+    uint8_t* const slot = state.response.memory;
+    for (int look = 0; slot != nullptr && look < kSlotLooks; look++) {
+        if (flagOf(slot) == slots::kIdle) break;
+        sleepMicroseconds(kSlotWait);
+        if (look + 1 == kSlotLooks) markResponseFree();
+    }
+    return put();
+}
+
+int ServResp::answer() {
+    const int result = post();
+    markRequestIdle();
+    return result;
+}
+
+int respRetCode(int32_t pid, uint16_t servId, int retCode) {
+    return ServResp(pid, slots::kServIdRetCode)
+        .number(slots::resp::kReqId, servId)
+        .number(slots::resp::kRetCode, resultByte(retCode))
+        .answer();
+}

@@ -1,0 +1,118 @@
+#include "orders/wifi_sync.h"
+
+#include <array>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "base/log.h"
+#include "base/result.h"
+#include "db/data_manager.h"
+#include "db/device_table.h"
+#include "net/vend_sender.h"
+#include "orders/schedule.h"
+#include "platform/autoconfig.h"
+#include "platform/device.h"
+#include "wire/sync_text.h"
+#include "wire/vend_payloads.h"
+
+namespace {
+
+// How a device stands to the present text.
+struct Standing {
+    uint16_t msgId = 0;  // of the last sending
+    int sent = 0;
+    bool acknowledged = false;
+};
+
+struct Sync {
+    std::string text;
+    std::map<MacAddr, Standing> devices;
+};
+
+std::array<Sync, kWifiSyncNum> syncs;
+
+struct Kind {
+    const char* name;
+    VendMsgType renew;
+    int (*get)(char* data);
+};
+constexpr Kind kKinds[kWifiSyncNum] = {
+    {"Wi-Fi state", VEND_MSG_TYPE_WIFISTATERENEW, getWIFIStateSync},
+    {"Wi-Fi channels", VEND_MSG_TYPE_WIFICHANNELRENEW, getWIFIChannelSync},
+};
+
+// Another text makes everybody's standing void.
+Sync& syncOf(WifiSyncKind kind, std::string_view text) {
+    Sync& sync = syncs.at(kind);
+    if (sync.text != text) sync = {std::string(text), {}};
+    return sync;
+}
+
+bool isWanted(const Ieee1905DevTable& dev) {
+    return dev.role == PLATFORM_ENROLLEE &&
+           checkMACisApprove(dev.alMac.data(), dev.hostname.c_str()) == 0;
+}
+
+void handOut(const Kind& kind, const MacAddr& almac, const std::string& text, Standing& standing) {
+    if (standing.acknowledged || standing.sent > scheduleSettings().WIFISync_LoopCount) return;
+    if (standing.sent == scheduleSettings().WIFISync_LoopCount)
+        LOG(2, "%s: no acknowledgement from (" MAC_FMT "), last attempt\n", kind.name,
+            MAC_ARGS(almac));
+    standing.sent++;
+    (void)sendVendMsg(almac, kind.renew, std::make_unique<TextPayload>(*getAlMac(), text),
+                      &standing.msgId);
+}
+
+int check(WifiSyncKind which) {
+    const Kind& kind = kKinds[which];
+    const AlTable* al = getAlTable();
+    const TopolTable* topol = getNetTopolTable();
+    if (al == nullptr || topol == nullptr || al->role() != PLATFORM_REGISTRAR) return kFailure;
+    std::string text;
+    if (fetchSyncText(kind.get, text) != 0 || text.empty()) return kFailure;
+    Sync& sync = syncOf(which, text);
+    // A device that comes back after it was lost begins anew.
+    std::erase_if(sync.devices,
+                  [](const auto& it) { return getIeee1905DevTableById(it.first) == nullptr; });
+    for (const auto& dev : topol->devs) {
+        if (isWanted(dev)) handOut(kind, dev.alMac, sync.text, sync.devices[dev.alMac]);
+    }
+    return kOk;
+}
+
+}  // namespace
+
+void initWifiSync() {
+    syncs = {};
+}
+
+int checkWIFIStateSync() {
+    return check(kWifiStateSync);
+}
+
+int checkWIFIChannelSync() {
+    return check(kWifiChannelSync);
+}
+
+void noteWifiSyncSent(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
+                      std::string_view text) {
+    Sync& sync = syncOf(kind, text);
+    const TopolTable* topol = getNetTopolTable();
+    if (topol == nullptr) return;
+    for (const auto& dev : topol->devs) {
+        if (almac.isZero() ? dev.role == PLATFORM_ENROLLEE : dev.alMac == almac)
+            sync.devices[dev.alMac] = {msgId, 1, false};
+    }
+}
+
+void noteWifiSyncAck(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
+                     std::string_view result) {
+    auto& devices = syncs.at(kind).devices;
+    const auto it = devices.find(almac);
+    // The answer to an earlier sending says nothing of the present text.
+    if (it == devices.end() || it->second.msgId != msgId) return;
+    it->second.acknowledged = result == "success";
+    if (!it->second.acknowledged)
+        LOG(2, "%s: refused by (" MAC_FMT ")\n", kKinds[kind].name, MAC_ARGS(almac));
+}

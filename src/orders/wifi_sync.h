@@ -1,0 +1,26 @@
+// The Wi-Fi state and the Wi-Fi channels that a Registrar hands to its Enrollees: sent to each
+// until it has acknowledged the text, and again when the text changes.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "base/mac_addr.h"
+
+enum WifiSyncKind : uint8_t { kWifiStateSync, kWifiChannelSync, kWifiSyncNum };
+
+// Forgets who has what.
+void initWifiSync();
+
+// A pass of the Registrar over its Enrollees. kOk, or kFailure when there is nothing to hand out or
+// this device is no Registrar.
+int checkWIFIStateSync();
+int checkWIFIChannelSync();
+
+// This text was sent to the device under the identifier msgId, to every Enrollee of the topology
+// table when the address is all zero.
+void noteWifiSyncSent(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
+                      std::string_view text);
+// The device answered it with this result text.
+void noteWifiSyncAck(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
+                     std::string_view result);

@@ -1,0 +1,66 @@
+// Ethernet and CMDU headers.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "base/bytes.h"
+#include "base/mac_addr.h"
+
+inline constexpr uint16_t kEtherTypeLldp = 0x88CC;
+inline constexpr uint16_t kEtherType1905 = 0x893A;
+
+inline constexpr MacAddr kLldpMulticast{0x01, 0x80, 0xC2, 0x00, 0x00, 0x0E};
+inline constexpr MacAddr k1905Multicast{0x01, 0x80, 0xC2, 0x00, 0x00, 0x13};
+
+inline constexpr size_t kEtherHdrLen = 14;
+inline constexpr size_t kCmduHdrLen = 8;
+inline constexpr size_t kHeadersLen = kEtherHdrLen + kCmduHdrLen;
+inline constexpr size_t kSrcMacOffset = 6;
+inline constexpr size_t kMinFrameLen = 64;  // shorter frames are padded with zeros
+
+// Meant: not 0. Only devices of the same family are heard.
+inline constexpr uint8_t kCmduVersion = 0xA0;
+
+enum MsgType : uint16_t {
+    kMsgTopolDisc = 0,
+    kMsgTopolNtf = 1,
+    kMsgTopolQuery = 2,
+    kMsgTopolResp = 3,
+    kMsgVendSpec = 4,
+    kMsgMetricQuery = 5,
+    kMsgMetricResp = 6,
+    kMsgApAutoConfSrch = 7,
+    kMsgApAutoConfResp = 8,
+    kMsgApAutoConfWsc = 9,
+    kMsgApAutoConfRenew = 10,
+    kMsgPBEventNtf = 11,
+    kMsgPBJoinNtf = 12,
+    kMsgTypeNum = 13,
+};
+
+// Write a 14-byte Ethernet header to the start of out. kOk, or kFailure when out is too small.
+int genLldpEtherHdr(const MacAddr& portMac, std::span<uint8_t> out);
+int gen1905UcastEtherHdr(const MacAddr& portMac, const MacAddr& dstMac, std::span<uint8_t> out);
+int gen1905McastEtherHdr(const MacAddr& portMac, std::span<uint8_t> out);
+
+// Writes the 8-byte CMDU header to the start of out. The indicators are 0 or 1; for any other
+// value the flags byte stays unwritten. kOk, or kFailure when out is too small.
+int gen1905CmduHdr(uint16_t msgType, uint16_t msgId, uint8_t fragId, int lastFragmentIndicator,
+                   int relayIndicator, std::span<uint8_t> out);
+
+// The headers of a received frame.
+struct FrameHdr {
+    MacAddr dstMac;
+    MacAddr srcMac;
+    uint16_t etherType = 0;
+    uint8_t version = 0;
+    uint16_t msgType = 0;
+    uint16_t msgId = 0;
+    uint8_t fragId = 0;
+    bool lastFragment = false;
+    bool relay = false;
+};
+
+// Reads the headers; what did not arrive reads as zero.
+FrameHdr parseFrameHdr(Bytes frame);

@@ -1,0 +1,246 @@
+#include <algorithm>
+#include <string_view>
+
+#include "base/log.h"
+#include "db/data_manager.h"
+#include "wire/standard_tlv.h"
+
+namespace {
+
+constexpr uint8_t kChassisSubtypeMac = 4;
+constexpr uint8_t kPortSubtypeMac = 3;
+constexpr uint8_t kBridgeFlag = 0x80;
+
+// A TLV with this many bytes of value, which write fills. Nothing when they are too many for the
+// length field.
+template <typename Write>
+std::optional<Tlv> makeTlv(uint8_t type, size_t size, Write&& write) {
+    std::optional<Tlv> tlv;
+    if (size > kMaxTlvLength) return tlv;
+    tlv.emplace();
+    tlv->type = type;
+    tlv->value = TlvValue(size);
+    ByteWriter out(tlv->value);
+    write(out);
+    return tlv;
+}
+
+std::optional<Tlv> makeEmptyTlv(uint8_t type) {
+    return makeTlv(type, 0, [](ByteWriter&) {});
+}
+
+std::optional<Tlv> makeByteTlv(uint8_t type, uint32_t value) {
+    return makeTlv(type, 1, [&](ByteWriter& out) { out.u8(value); });
+}
+
+std::optional<Tlv> makeMacTlv(uint8_t type, const MacAddr& mac) {
+    return makeTlv(type, 6, [&](ByteWriter& out) { out.mac(mac); });
+}
+
+// As many bytes or entries as a one-byte count can announce.
+template <typename T>
+std::span<const T> countable(const std::vector<T>& list) {
+    return std::span(list).first(std::min<size_t>(list.size(), 0xFF));
+}
+
+// As many records as a TLV that can be sent holds beside its head. Here and below, what does not
+// fit is left out: a longer TLV could not be sent, nor the message that it is in.
+constexpr size_t fitting(size_t records, size_t headSize, size_t recordSize) {
+    return std::min(records, (kMaxSentTlvLength - headSize) / recordSize);
+}
+
+// The neighbours of one kind on an interface.
+template <uint8_t kType>
+std::optional<Tlv> makeNbrTlv(unsigned index) {
+    constexpr bool k1905 = kType == kTlv1905Nbr;
+    constexpr size_t kEntrySize = k1905 ? 7 : 6;
+    const IntfTable* intf = getIntfTableByIndex(index);
+    if (intf == nullptr) return std::nullopt;
+    const size_t num = k1905 ? intf->nbr1905Num() : intf->nbrNon1905Num();
+    if (num == 0) return std::nullopt;
+    return makeTlv(kType, 6 + kEntrySize * fitting(num, 6, kEntrySize), [&](ByteWriter& out) {
+        out.mac(intf->mac);
+        for (const auto& nbr : intf->nbrs) {
+            if (nbr.is1905 != k1905) continue;
+            out.mac(k1905 ? nbr.nbrAlMac : nbr.nbrIntfMac);
+            if (k1905) out.u8(nbr.bridgeFlag == 1 ? kBridgeFlag : 0);
+            if (!out.ok()) break;
+        }
+    });
+}
+
+// A link-metric TLV has a place for the transmitter's AL MAC and one for the neighbour's. The
+// neighbour's fills both, which is meant: peers of this family send and expect it so.
+ByteWriter& writeMetricHead(ByteWriter& out, const LinkMetricInfo& info) {
+    return out.mac(info.alMac).mac(info.alMac);
+}
+
+}  // namespace
+
+std::optional<Tlv> genChassisIdTlv() {
+    const MacAddr* alMac = getAlMac();
+    if (alMac == nullptr) return std::nullopt;
+    return makeTlv(kLldpTlvChassisId, 7,
+                   [&](ByteWriter& out) { out.u8(kChassisSubtypeMac).mac(*alMac); });
+}
+
+std::optional<Tlv> genPortIdTlv(const MacAddr& portMac) {
+    return makeTlv(kLldpTlvPortId, 7,
+                   [&](ByteWriter& out) { out.u8(kPortSubtypeMac).mac(portMac); });
+}
+
+std::optional<Tlv> genTtlTlv() {
+    return makeTlv(kLldpTlvTtl, 2, [](ByteWriter& out) { out.u16(kLldpTtl); });
+}
+
+std::optional<Tlv> genEndOfLldpduTlv() {
+    return makeEmptyTlv(kLldpTlvEnd);
+}
+
+std::optional<Tlv> genEndOfMsgTlv() {
+    return makeEmptyTlv(kTlvEndOfMsg);
+}
+
+std::optional<Tlv> genAlMacTlv() {
+    const MacAddr* alMac = getAlMac();
+    return alMac == nullptr ? std::nullopt : makeMacTlv(kTlvAlMac, *alMac);
+}
+
+std::optional<Tlv> genMacTlv(const MacAddr& mac) {
+    return makeMacTlv(kTlvMac, mac);
+}
+
+std::optional<Tlv> genDevInfoTlv() {
+    const MacAddr* alMac = getAlMac();
+    if (alMac == nullptr) return std::nullopt;
+    const uint8_t num = getIntfNum();
+    const auto& intfs = getIntfTable();
+    if (num > intfs.size()) {
+        LOG_PUTS(4, "intfTable == NULL \r");
+        return std::nullopt;
+    }
+    size_t size = 7;
+    uint32_t fit = 0;
+    auto end = intfs.begin();
+    for (; fit < num; fit++, ++end) {
+        const size_t next = size + 9 + countable(end->mediaInfo).size();
+        if (next > kMaxSentTlvLength) break;
+        size = next;
+    }
+    return makeTlv(kTlvDevInfo, size, [&](ByteWriter& out) {
+        out.mac(*alMac).u8(fit);
+        for (auto it = intfs.begin(); it != end; ++it) {
+            const Bytes info = countable(it->mediaInfo);
+            out.mac(it->mac).u16(it->mediaType).u8(static_cast<uint32_t>(info.size())).bytes(info);
+        }
+    });
+}
+
+std::optional<Tlv> genDevBrdgCapTlv() {
+    const uint8_t num = getBrdgTupleNum();
+    if (num == 0) return std::nullopt;
+    size_t size = 1;
+    unsigned fit = 0;
+    for (; fit < num; fit++) {
+        const size_t next = size + 1 + 6 * countable(getBrdgTupleByIndex(fit)->macs).size();
+        if (next > kMaxSentTlvLength) break;
+        size = next;
+    }
+    return makeTlv(kTlvDevBrdgCap, size, [&](ByteWriter& out) {
+        out.u8(fit);
+        for (unsigned i = 0; i < fit; i++) {
+            const auto macs = countable(getBrdgTupleByIndex(i)->macs);
+            out.u8(static_cast<uint32_t>(macs.size()));
+            for (const auto& mac : macs) out.mac(mac);
+        }
+    });
+}
+
+std::optional<Tlv> genNon1905NbrDevTlv(unsigned index) {
+    return makeNbrTlv<kTlvNon1905Nbr>(index);
+}
+
+std::optional<Tlv> gen1905NbrDevTlv(unsigned index) {
+    return makeNbrTlv<kTlv1905Nbr>(index);
+}
+
+std::optional<Tlv> genMetricQueryTlv(const MetricQuery& query) {
+    // Always the long layout, also for all neighbours, with zeros in place of the AL MAC.
+    return makeTlv(kTlvMetricQuery, 8, [&](ByteWriter& out) {
+        out.u8(query.nbrSelector)
+            .mac(query.nbrSelector == 1 ? query.nbrAlMac : MacAddr{})
+            .u8(query.metrics);
+    });
+}
+
+std::optional<Tlv> genTxMetricTlv(const LinkMetricInfo& info) {
+    const size_t num = fitting(info.links.size(), 12, 29);
+    return makeTlv(kTlvTxMetric, 12 + 29 * num, [&](ByteWriter& out) {
+        writeMetricHead(out, info);
+        for (const auto& link : std::span(info.links).first(num)) {
+            out.mac(link.localIntfMac).mac(link.nbrIntfMac).u16(link.mediaType).u8(link.bridgeFlag);
+            out.u32(link.txErrors).u32(link.txPackets);
+            out.u16(link.throughput).u16(link.availability).u16(link.phyRate);
+        }
+    });
+}
+
+std::optional<Tlv> genRxMetricTlv(const LinkMetricInfo& info) {
+    const size_t num = fitting(info.links.size(), 12, 23);
+    return makeTlv(kTlvRxMetric, 12 + 23 * num, [&](ByteWriter& out) {
+        writeMetricHead(out, info);
+        for (const auto& link : std::span(info.links).first(num)) {
+            out.mac(link.localIntfMac).mac(link.nbrIntfMac).u16(link.mediaType);
+            out.u32(link.rxErrors).u32(link.rxPackets).u8(link.rssi);
+        }
+    });
+}
+
+std::optional<Tlv> genMetricResCodeTlv() {
+    return makeByteTlv(kTlvMetricResCode, 0);
+}
+
+std::optional<Tlv> genSearchRoleTlv(uint32_t role) {
+    return makeByteTlv(kTlvSearchRole, role);
+}
+
+std::optional<Tlv> genAutoConfFreqBandTlv(uint32_t band) {
+    return makeByteTlv(kTlvAutoConfFreqBand, band);
+}
+
+std::optional<Tlv> genSupportedRoleTlv(uint32_t role) {
+    return makeByteTlv(kTlvSupportedRole, role);
+}
+
+std::optional<Tlv> genSupportedFreqBandTlv(uint32_t band) {
+    return makeByteTlv(kTlvSupportedFreqBand, band);
+}
+
+std::optional<Tlv> genWscTlv(const Wsc& wsc) {
+    return makeTlv(kTlvWsc, wsc.frame.size(), [&](ByteWriter& out) { out.bytes(wsc.frame); });
+}
+
+std::optional<Tlv> genWscUpdatetimeTlv(std::string_view updateTime) {
+    return makeTlv(kTlvWscUpdateTime, updateTime.size(), [&](ByteWriter& out) {
+        for (const char c : updateTime) out.u8(static_cast<uint8_t>(c));
+    });
+}
+
+std::optional<Tlv> genPBEventNtfTlv(const PBEventNtf& event) {
+    const auto mediaTypes = countable(event.mediaTypes);
+    size_t size = 1;
+    for (const auto& type : mediaTypes) size += 3 + countable(type.info).size();
+    return makeTlv(kTlvPBEventNtf, size, [&](ByteWriter& out) {
+        out.u8(static_cast<uint32_t>(mediaTypes.size()));
+        for (const auto& type : mediaTypes) {
+            const Bytes info = countable(type.info);
+            out.u16(type.mediaType).u8(static_cast<uint32_t>(info.size())).bytes(info);
+        }
+    });
+}
+
+std::optional<Tlv> genPBJoinNtfTlv(const PBJoinNtf& join) {
+    return makeTlv(kTlvPBJoinNtf, 20, [&](ByteWriter& out) {
+        out.mac(join.alMac).u16(join.msgId).mac(join.txIntfMac).mac(join.newDevIntfMac);
+    });
+}

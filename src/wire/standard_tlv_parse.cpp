@@ -1,0 +1,394 @@
+#include <algorithm>
+#include <cstdint>
+#include <string_view>
+
+#include "base/log.h"
+#include "base/result.h"
+#include "wire/standard_tlv.h"
+
+namespace {
+
+constexpr uint8_t kChassisSubtypeMac = 4;
+constexpr uint8_t kPortSubtypeMac = 3;
+
+// A TLV as it arrived: header, then value. Once something that was demanded of it does not hold,
+// it fails closed like any read past the end. The reads of a parser therefore need one check.
+class TlvReader : public ByteReader {
+  public:
+    explicit TlvReader(Bytes tlv) : ByteReader(tlv), type(u8()), length(u16()) {}
+
+    void demand(bool holds) {
+        if (!holds) fail();
+    }
+    void demand(uint8_t type_, uint16_t length_) { demand(type == type_ && length == length_); }
+    void demandAtLeast(uint8_t type_, uint16_t length_) {
+        demand(type == type_ && length >= length_);
+    }
+
+    const uint8_t type;
+    const uint16_t length;
+};
+
+// The same with an LLDP header.
+class LldpTlvReader : public ByteReader {
+  public:
+    explicit LldpTlvReader(Bytes tlv) : ByteReader(tlv) {
+        const uint16_t word = u16();
+        type = word >> 9;
+        length = word & 0x1FF;
+    }
+
+    int type;
+    int length;
+};
+
+// The result of a parser: how far the TLV was read, 0 when something of it did not hold. failure is
+// a format for the type and the length; the log line is the parser's, which stands in its prefix.
+size_t consumed(const TlvReader& tlv, const char* failure,
+                const char* parser = __builtin_FUNCTION(), int line = __builtin_LINE()) {
+    if (tlv.ok()) return tlv.position();
+    if (DEBUGLEVEL >= 2) {
+        logLine(2, parser, line, failure, tlv.type, tlv.length);
+    }
+    return 0;
+}
+
+// A TLV of one byte; the byte stays as it is unless the TLV is accepted.
+size_t readByteTlv(uint8_t& out, Bytes bytes, uint8_t type, const char* failure,
+                   const char* parser = __builtin_FUNCTION(), int line = __builtin_LINE()) {
+    TlvReader tlv(bytes);
+    tlv.demand(type, 1);
+    const uint8_t value = tlv.u8();
+    if (tlv.ok()) out = value;
+    return consumed(tlv, failure, parser, line);
+}
+
+// The same for an address.
+size_t readMacTlv(MacAddr& out, Bytes bytes, uint8_t type, const char* failure,
+                  const char* parser = __builtin_FUNCTION(), int line = __builtin_LINE()) {
+    TlvReader tlv(bytes);
+    tlv.demand(type, 6);
+    const MacAddr mac = tlv.mac();
+    if (tlv.ok()) out = mac;
+    return consumed(tlv, failure, parser, line);
+}
+
+size_t readLldpMacTlv(MacAddr& out, Bytes bytes, int type, uint8_t subtype, const char* failure,
+                      const char* parser = __builtin_FUNCTION(), int line = __builtin_LINE()) {
+    LldpTlvReader tlv(bytes);
+    const uint8_t found = tlv.u8();
+    const MacAddr mac = tlv.mac();
+    if (tlv.ok() && tlv.type == type && tlv.length == 7 && found == subtype) {
+        out = mac;
+        return tlv.position();
+    }
+    if (DEBUGLEVEL >= 2) {
+        logLine(2, parser, line, failure, tlv.type, tlv.length, found);
+    }
+    return 0;
+}
+
+// The number of entries that follow the fixed part of a TLV, in the 8 bits that peers count in:
+// of a longer list only so many are read, and the rest is not part of what was consumed.
+uint8_t entriesAfter(const TlvReader& tlv, unsigned fixed, unsigned entrySize) {
+    return static_cast<uint8_t>(tlv.ok() ? (tlv.length - fixed) / entrySize : 0);
+}
+
+// Starts a neighbour list TLV: its fixed part, and the check that all entries arrived.
+uint8_t readNbrListHead(TlvReader& tlv, uint8_t type, unsigned entrySize, MacAddr& localIntfMac) {
+    tlv.demandAtLeast(type, 6);
+    localIntfMac = tlv.mac();
+    const uint8_t num = entriesAfter(tlv, 6, entrySize);
+    tlv.demand(num * entrySize <= tlv.left());
+    return tlv.ok() ? num : uint8_t{0};
+}
+
+// Room for so many more entries, at least doubled: repeated TLVs grow a list in linear time.
+template <typename T>
+void makeRoom(std::vector<T>& list, size_t more) {
+    const size_t needed = list.size() + more;
+    if (needed > list.capacity()) {
+        list.reserve(list.empty() ? needed : std::max(needed, 2 * list.capacity()));
+    }
+}
+
+// A message has a neighbour list for each interface at most, unless it is a strange one.
+template <typename List>
+List& appendNbrList(std::vector<List>& lists, const DevTopol& dev, const MacAddr& intfMac,
+                    uint8_t num) {
+    if (lists.empty()) lists.reserve(std::max<size_t>(dev.intfs.size(), 1));
+    List& list = lists.emplace_back();
+    list.localIntfMac = intfMac;
+    list.nbrs.reserve(num);
+    return list;
+}
+
+// Starts a link-metric TLV. It has a place for the transmitter's AL MAC and one for the
+// neighbour's; both go into one field, so that the second stays, which is meant.
+uint8_t readMetricHead(TlvReader& tlv, uint8_t type, unsigned linkSize, LinkMetricInfo& info) {
+    tlv.demandAtLeast(type, 12);
+    tlv.skip(6);
+    const MacAddr alMac = tlv.mac();
+    const uint8_t num = entriesAfter(tlv, 12, linkSize);
+    tlv.demand(num * linkSize <= tlv.left());
+    if (!tlv.ok()) return 0;
+    info.alMac = alMac;
+    return num;
+}
+
+// The entry of the link between two interfaces, new if there is none: what a transmitter and a
+// receiver TLV tell of a link ends up in one entry.
+LinkMetric& readLink(TlvReader& tlv, LinkMetricInfo& info) {
+    const MacAddr local = tlv.mac();
+    const MacAddr nbr = tlv.mac();
+    for (auto& link : info.links) {
+        if (link.localIntfMac == local && link.nbrIntfMac == nbr) return link;
+    }
+    LinkMetric& link = info.links.emplace_back();
+    link.localIntfMac = local;
+    link.nbrIntfMac = nbr;
+    return link;
+}
+
+}  // namespace
+
+size_t parseChassisIdTlv(MacAddr& mac, Bytes tlv) {
+    return readLldpMacTlv(
+        mac, tlv, kLldpTlvChassisId, kChassisSubtypeMac,
+        "incorrect LLDP chassis ID TLV (tlvType = %d, tlvLen = %d, tlvSubtype = %d)\r\n");
+}
+
+size_t parsePortIdTlv(MacAddr& mac, Bytes tlv) {
+    return readLldpMacTlv(
+        mac, tlv, kLldpTlvPortId, kPortSubtypeMac,
+        "incorrect LLDP port ID TLV (tlvType = %d, tlvLen = %d, tlvSubtype = %d)\r\n");
+}
+
+size_t parseTtlTlv(uint16_t& ttl, Bytes tlv) {
+    LldpTlvReader reader(tlv);
+    const uint16_t value = reader.u16();
+    // Only the time to live that this family of devices sends, which is meant.
+    if (!reader.ok() || reader.type != kLldpTlvTtl || reader.length != 2 || value != kLldpTtl) {
+        LOG_PUTS(2, "incorrect LLDP time to live TLV\r");
+        return 0;
+    }
+    ttl = value;
+    return reader.position();
+}
+
+int parseEndOfLldpduTlv(Bytes tlv) {
+    const LldpTlvReader reader(tlv);
+    if (!reader.ok() || reader.type != kLldpTlvEnd || reader.length != 0) {
+        LOG_PUTS(2, "incorrect LLDP end of message TLV\r");
+        return kFailure;
+    }
+    return kOk;
+}
+
+int parseEndOfMsgTlv(Bytes tlv) {
+    TlvReader reader(tlv);
+    reader.demand(kTlvEndOfMsg, 0);
+    return consumed(reader, "TLV (type=%d/len=%d): invalid end of message TLV\r\n") != 0 ? kOk
+                                                                                         : kFailure;
+}
+
+size_t parseAlMacTlv(MacAddr& mac, Bytes tlv) {
+    return readMacTlv(mac, tlv, kTlvAlMac,
+                      "TLV (type=%d/len=%d): invalid 1905.1 AL MAC address TLV\r\n");
+}
+
+size_t parseMacTlv(MacAddr& mac, Bytes tlv) {
+    return readMacTlv(mac, tlv, kTlvMac,
+                      "TLV (type=%d/len=%d): invalid 1905.1 MAC address TLV\r\n");
+}
+
+size_t parseDevInfoTlv(DevTopol& dev, uint16_t receiverId, Bytes tlv) {
+    TlvReader reader(tlv);
+    reader.demandAtLeast(kTlvDevInfo, 7);
+    const MacAddr alMac = reader.mac();
+    const uint8_t num = reader.u8();
+    reader.demand(dev.intfs.size() + num <= kMaxDevEntries);
+    if (reader.ok()) {
+        dev.alMac = alMac;
+        dev.receiverId = receiverId;
+        // An interface takes 9 bytes: no room for more of them than can have arrived.
+        makeRoom(dev.intfs, std::min<size_t>(num, reader.left() / 9));
+    }
+    for (unsigned i = 0; i < num && reader.ok(); i++) {
+        const MacAddr mac = reader.mac();
+        const uint16_t mediaType = reader.u16();
+        const Bytes info = reader.take(reader.u8());
+        if (!reader.ok()) break;
+        DevIntf& intf = dev.intfs.emplace_back();
+        intf.mac = mac;
+        intf.mediaType = mediaType;
+        intf.mediaInfo.assign(info.begin(), info.end());
+    }
+    return consumed(reader, "TLV (type=%d/len=%d): invalid 1905.1 device information type TLV\r\n");
+}
+
+size_t parseDevBrdgCapTlv(DevTopol& dev, Bytes tlv) {
+    TlvReader reader(tlv);
+    reader.demandAtLeast(kTlvDevBrdgCap, 1);
+    const uint8_t num = reader.u8();
+    reader.demand(dev.brdgTuples.size() + num <= kMaxDevEntries);
+    makeRoom(dev.brdgTuples, std::min<size_t>(num, reader.left()));
+    for (unsigned i = 0; i < num && reader.ok(); i++) {
+        const size_t macNum = reader.u8();
+        if (!reader.ok()) break;
+        if (macNum == 0) LOG_PUTS(3, "the number of MAC address in this bridging tuple is 0\r");
+        BrdgTuple& tuple = dev.brdgTuples.emplace_back();
+        tuple.macs.reserve(macNum);
+        for (size_t m = 0; m < macNum; m++) tuple.macs.push_back(reader.mac());
+    }
+    return consumed(reader, "TLV (type=%d/len=%d): invalid device bridging capability TLV\r\n");
+}
+
+size_t parseNon1905NbrDevTlv(DevTopol& dev, Bytes tlv) {
+    TlvReader reader(tlv);
+    MacAddr localIntfMac;
+    const uint8_t num = readNbrListHead(reader, kTlvNon1905Nbr, 6, localIntfMac);
+    reader.demand(dev.non1905Lists.size() < kMaxDevEntries &&
+                  dev.non1905NbrNum() + num <= kMaxDevNbrs);
+    if (!reader.ok())
+        return consumed(reader,
+                        "TLV (type=%d/len=%d): invalid non-1905 neighbor device list TLV\r\n");
+    auto& nbrs = appendNbrList(dev.non1905Lists, dev, localIntfMac, num).nbrs;
+    for (unsigned i = 0; i < num; i++) nbrs.push_back(reader.mac());
+    return reader.position();
+}
+
+size_t parse1905NbrDevTlv(DevTopol& dev, Bytes tlv) {
+    TlvReader reader(tlv);
+    MacAddr localIntfMac;
+    const uint8_t num = readNbrListHead(reader, kTlv1905Nbr, 7, localIntfMac);
+    reader.demand(dev.ieee1905Lists.size() < kMaxDevEntries &&
+                  dev.ieee1905NbrNum() + num <= kMaxDevNbrs);
+    if (!reader.ok())
+        return consumed(reader,
+                        "TLV (type=%d/len=%d): invalid 1905.1 neighbor device list TLV\r\n");
+    auto& nbrs = appendNbrList(dev.ieee1905Lists, dev, localIntfMac, num).nbrs;
+    for (unsigned i = 0; i < num; i++) {
+        const MacAddr alMac = reader.mac();
+        nbrs.push_back({alMac, static_cast<uint8_t>(reader.u8() >> 7)});
+    }
+    return reader.position();
+}
+
+size_t parseMetricQueryTlv(MetricQuery& query, Bytes tlv) {
+    TlvReader reader(tlv);
+    reader.demand(reader.type == kTlvMetricQuery && (reader.length == 2 || reader.length == 8));
+    // The selector, not the length, picks the layout, which is meant: a query for all neighbours
+    // is read as the short one even when it has the length of the long one.
+    const uint8_t selector = reader.u8();
+    const MacAddr alMac = selector == 1 ? reader.mac() : MacAddr{};
+    const uint8_t metrics = reader.u8();
+    if (reader.ok()) query = {selector, alMac, metrics};
+    return consumed(reader, "TLV (type=%d/len=%d): invalid link metric query TLV\r\n");
+}
+
+size_t parseTxMetricTlv(LinkMetricInfo& info, Bytes tlv) {
+    TlvReader reader(tlv);
+    const uint8_t num = readMetricHead(reader, kTlvTxMetric, 29, info);
+    for (unsigned i = 0; i < num; i++) {
+        LinkMetric& link = readLink(reader, info);
+        link.mediaType = reader.u16();
+        link.bridgeFlag = reader.u8();
+        link.txErrors = reader.u32();
+        link.txPackets = reader.u32();
+        link.throughput = reader.u16();
+        link.availability = reader.u16();
+        link.phyRate = reader.u16();
+    }
+    return consumed(reader, "TLV (type=%d/len=%d): invalid 1905.1 transmitter link metric TLV\r\n");
+}
+
+size_t parseRxMetricTlv(LinkMetricInfo& info, Bytes tlv) {
+    TlvReader reader(tlv);
+    const uint8_t num = readMetricHead(reader, kTlvRxMetric, 23, info);
+    for (unsigned i = 0; i < num; i++) {
+        LinkMetric& link = readLink(reader, info);
+        link.mediaType = reader.u16();
+        link.rxErrors = reader.u32();
+        link.rxPackets = reader.u32();
+        link.rssi = reader.u8();
+    }
+    return consumed(reader, "TLV (type=%d/len=%d): invalid 1905.1 receiver link metric TLV\r\n");
+}
+
+size_t parseMetricResCodeTlv(uint8_t& code, Bytes tlv) {
+    return readByteTlv(code, tlv, kTlvMetricResCode,
+                       "TLV (type=%d/len=%d): invalid link metric result code TLV\r\n");
+}
+
+size_t parseSrchRoleTlv(uint8_t& role, Bytes tlv) {
+    return readByteTlv(role, tlv, kTlvSearchRole,
+                       "TLV (type=%d/len=%d): invalid link searchRole TLV\r\n");
+}
+
+size_t parseAutoConfFreqBandTlv(uint8_t& band, Bytes tlv) {
+    return readByteTlv(band, tlv, kTlvAutoConfFreqBand,
+                       "TLV (type=%d/len=%d): invalid AutoconfigFreqBand TLV\r\n");
+}
+
+size_t parseSupportedRoleTlv(uint8_t& role, Bytes tlv) {
+    return readByteTlv(role, tlv, kTlvSupportedRole,
+                       "TLV (type=%d/len=%d): invalid link SupportedRole TLV\r\n");
+}
+
+size_t parseSupportedFreqBandTlv(uint8_t& band, Bytes tlv) {
+    return readByteTlv(band, tlv, kTlvSupportedFreqBand,
+                       "TLV (type=%d/len=%d): invalid SupportedFreqBand TLV\r\n");
+}
+
+size_t parseWscTlv(Wsc& wsc, Bytes tlv) {
+    TlvReader reader(tlv);
+    reader.demandAtLeast(kTlvWsc, 0);
+    const Bytes frame = reader.take(reader.length);
+    if (reader.ok()) wsc.frame.assign(frame.begin(), frame.end());
+    // The text of another TLV, which is meant.
+    return consumed(reader, "TLV (type=%d/len=%d): invalid SupportedFreqBand TLV\r\n");
+}
+
+size_t parseWscUpdatetimeTlv(Text<32>& updateTime, Bytes tlv) {
+    TlvReader reader(tlv);
+    reader.demandAtLeast(kTlvWscUpdateTime, 0);
+    const Bytes text = reader.take(reader.length);
+    if (reader.ok())
+        updateTime = std::string_view(reinterpret_cast<const char*>(text.data()), text.size());
+    // The text of another TLV, which is meant.
+    return consumed(reader, "TLV (type=%d/len=%d): invalid SupportedFreqBand TLV\r\n");
+}
+
+size_t parsePBEventNtfTlv(PBEventNtf& event, Bytes tlv) {
+    TlvReader reader(tlv);
+    reader.demandAtLeast(kTlvPBEventNtf, 1);
+    const uint8_t num = reader.u8();
+    makeRoom(event.mediaTypes, std::min<size_t>(num, reader.left() / 3));
+    for (unsigned i = 0; i < num && reader.ok(); i++) {
+        const uint16_t mediaType = reader.u16();
+        const Bytes info = reader.take(reader.u8());
+        if (reader.ok()) event.mediaTypes.push_back({mediaType, {info.begin(), info.end()}});
+    }
+    return consumed(reader, "TLV (type=%d/len=%d): invalid Push_Button_Event notification TLV\r\n");
+}
+
+size_t parsePBJoinNtfTlv(PBJoinNtf& join, Bytes tlv) {
+    TlvReader reader(tlv);
+    reader.demand(kTlvPBJoinNtf, 20);
+    PBJoinNtf value;
+    value.alMac = reader.mac();
+    value.msgId = reader.u16();
+    value.txIntfMac = reader.mac();
+    value.newDevIntfMac = reader.mac();
+    if (reader.ok()) join = value;
+    return consumed(reader, "TLV (type=%d/len=%d): invalid Push_Button_JOIN notification TLV\r\n");
+}
+
+size_t parseUnsupportedTlv(Bytes tlv) {
+    TlvReader reader(tlv);
+    reader.skip(reader.length);
+    if (!reader.ok()) return 0;
+    LOG(4, "discard unsupported TLV (type = %d)\r\n", reader.type);
+    return reader.position();
+}

@@ -1,0 +1,462 @@
+// The payloads of the vendor messages, one struct per layout, in decoded form. The comment above
+// each shows it byte by byte (offset or "n", width in brackets); docs/vendor-protocol.md tells
+// which messages carry which.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "base/mac_addr.h"
+#include "base/result.h"
+#include "wire/vend_msg.h"
+
+inline constexpr size_t kMaxIntfEntries = 30;
+inline constexpr size_t kMaxItems = 255;
+inline constexpr size_t kMaxItemValue = 128;
+inline constexpr size_t kMaxUrl = 1023;  // with its terminator it fills the platform's 1,024 bytes
+inline constexpr size_t kMaxFileName = 511;
+inline constexpr size_t kMaxLogFileName = 255;
+inline constexpr size_t kMaxSyncText = 1374;  // a longer TLV could not be sent
+inline constexpr size_t kMaxCommand = 2048;
+inline constexpr size_t kMaxNetworkCommand = 128;
+inline constexpr size_t kMaxCountryCode = 16;
+inline constexpr size_t kMaxSecurityData = 1400;
+inline constexpr size_t kMaxBcnRpt = 600;
+inline constexpr size_t kMaxSsid = 32;
+
+// A bare AL MAC: of the addressed device in queries and orders, of the sender in searches.
+//   0 almac (6)
+struct AlMacPayload : VendPayload {
+    MacAddr almac;
+
+    AlMacPayload() = default;
+    explicit AlMacPayload(const MacAddr& mac) : almac(mac) {}
+
+    template <class Fields, class Self>
+    static void describe(Fields& f, Self& p) {
+        f.mac("almac", p.almac);
+    }
+};
+
+// The result of an order: 0 done, 7 not addressed to the device, 16 refused or failed.
+//   0 retCode (1)
+struct RetCodePayload : VendPayload {
+    uint8_t retCode = 0;
+
+    RetCodePayload() = default;
+    explicit RetCodePayload(int result) : retCode(resultByte(result)) {}
+
+    template <class Fields, class Self>
+    static void describe(Fields& f, Self& p) {
+        f.u8("retCode", p.retCode);
+    }
+};
+
+// One number for one device: LEDOption, SystemOption, WPSOption, AP steering option, frequency
+// band, firmware state or result, as the message tells.
+//   0 almac (6), 6 option (1)
+struct OptionPayload : VendPayload {
+    MacAddr almac;
+    uint8_t option = 0;
+
+    OptionPayload() = default;
+    OptionPayload(const MacAddr& mac, uint8_t value) : almac(mac), option(value) {}
+
+    template <class Fields, class Self>
+    static void describe(Fields& f, Self& p) {
+        f.mac("almac", p.almac);
+        f.u8("option", p.option);
+    }
+};
+
+// A text of the sender whose content is the platform's, or a chunk of Wi-Fi client records.
+//   0 almac (6), 6 datalen (2), 8 data (datalen)
+struct TextPayload : VendPayload {
+    MacAddr almac;
+    std::string data;
+
+    TextPayload() = default;
+    TextPayload(const MacAddr& mac, std::string text) : almac(mac), data(std::move(text)) {}
+
+    template <class Fields, class Self>
+    static void describe(Fields& f, Self& p) {
+        f.mac("almac", p.almac);
+        f.text("datalen", "data", p.data, kMaxSyncText);
+    }
+};
+
+// Numbered values with their length.
+//   n type (1), n+1 length (2), n+3 value (length)
+struct Item {
+    uint8_t type = 0;
+    std::vector<uint8_t> value;
+
+    template <class Fields, class Self>
+    static void describe(Fields& f, Self& p, size_t capacity) {
+        f.u8("type", p.type);
+        f.data("length", "value", p.value, capacity, [] {});
+    }
+};
+
+// Everything that a device tells about itself.
+//   0 almac (6), 6 itemnum (1), 7 items
+struct ConfResp : VendPayload {
+    MacAddr almac;  // of the responding device
+    std::vector<Item> items;
+
+    template <class Fields, class Self>
+    static void describe(Fields& f, Self& p) {
+        f.mac("almac", p.almac);
+        f.list("itemnum", p.items, kMaxItems,
+               [](auto& each, auto& item) { Item::describe(each, item, kMaxItemValue); });
+    }
+};
+
+// An interface and one number about it: power state or result.
+//   n intfmac (6), n+6 mediaType (2), n+8 pwrState or retCode (1)
+struct IntfValue {
+    MacAddr mac;
+    uint16_t mediaType = 0;
+    uint8_t value = 0;
+
+    template <class Fields, class Self>
+    static void describe(Fields& f, Self& p, const char* name) {
+        f.mac("intfmac", p.mac);
+        f.u16("mediaType", p.mediaType);
+        f.u8(name, p.value);
+    }
+};
+
+// The power states of all interfaces of the sender.
+//   0 almac (6), 6 intfnum (1), 7 entries of 9
+struct IntfPwrStateResp : VendPayload {
+    MacAddr almac;
+    std::vector<IntfValue> intfs;
+
+    template <class Fields, class Self>
+    static void describe(Fields& f, Self& p) {
+        f.mac("almac", p.almac);
+        f.list("intfnum", p.intfs, kMaxIntfEntries,
+               [](auto& each, auto& intf) { IntfValue::describe(each, intf, "pwrState"); });
+    }
+};
+
+// Interfaces that shall go to a power state. A zero MAC stands for all of its media type.
+//   0 almac (6), 6 intfnum (1), 7 entries of 8: intfmac (6), mediaType (2); n pwrState (1)
+struct IntfPwrCtrlReq : VendPayload {
+    struct Entry {
+        MacAddr mac;
+        uint16_t mediaType = 0;
+    };
+    MacAddr almac;
+    std::vector<Entry> intfs;
+    uint8_t pwrState = 0;
+
+    template <class Fields, class Self>
+    static void describe(Fields& f, Self& p) {
+        f.mac("almac", p.almac);
+        f.list("intfnum", p.intfs, kMaxIntfEntries, [](auto& each, auto& intf) {
+            each.mac("intfmac", intf.mac);
+            each.u16("mediaType", intf.mediaType);
+        });
+        f.u8("pwrState", p.pwrState);
+    }
+};
+
+// What became of them.
+//   0 intfnum (1), 1 entries of 9
+struct IntfPwrCtrlResp : VendPayload {
+    std::vector<IntfValue> intfs;
+
+    template <class Fields, class Self>
+    static void describe(Fields& f, Self& p) {
+        f.list("intfnum", p.intfs, kMaxIntfEntries,
+               [](auto& each, auto& intf) { IntfValue::describe(each, intf, "retCode"); });
+    }
+};
+
+// The Wi-Fi stations of the sender. Old senders have rate and rssi in one byte each.
+//   0 num (1), 1 entries of 13 (or 11): mac (6), mediaType (2), rate (2), rssi (2), signalLevel (1)
+struct WifiStateResp : VendPayload {
+    struct Entry {
+        MacAddr mac;
+        uint16_t mediaType = 0;
+        uint16_t rate = 0;
+        uint16_t rssi = 0;
+        uint8_t signalLevel = 0;
+    };
+    std::vector<Entry> entries;
+
+    template <class Fields, class Self>
+    static void describe(Fields& f, Self& p) {
+        f.tellWidth(1, 13);
+        f.list("num", p.entries, 255, [](auto& each, auto& entry) {
+            each.mac("mac", entry.mac);
+            each.u16("mediaType", entry.mediaType);
+            each.wide("rate", entry.rate);
+            each.wide("rssi", entry.rssi);
+            each.u8("signalLevel", entry.signalLevel);
+        });
+    }
+};
+
+// Start or stop of a speed test.
+//   0 Enable (1), 1 Action (1), 2 URLcount (2), 4 URL (URLcount), n StartTime (4, seconds since
+//   the epoch), n+4 runtime (4, seconds), n+8 lanMac (6)
+struct SpeedTestCtrlReq : VendPayload {
+    uint8_t enable = 0;
+    uint8_t action = 0;
+    std::string url;
+    uint32_t startTime = 0;
+    uint32_t runtime = 0;
+    MacAddr lanMac;
+
+    template <class Fields, class Self>
+    static void describe(Fields& f, Self& p) {
+        f.u8("Enable", p.enable);
+        f.u8("Action", p.action);
+        f.text("URLcount", "URL", p.url, kMaxUrl);
+        f.u32("StartTime", p.startTime);
+        f.u32("runtime", p.runtime);
+        f.mac("lanMac", p.lanMac);
+    }
+};
+
+// A firmware order.
+//   0 FWOption (1), 1 length (2), 3 FWTopoOption (1), 4 FWURL (length - 1); a length of 0 ends it
+struct FwCtrlReq : VendPayload {
+    uint8_t fwOption = 0;
+    uint8_t fwTopoOption = 0;
+    std::string fwUrl;
+
+    template <class Fields, class Self>
+    static void describe(Fields& f, Self& p) {
+        f.u8("FWOption", p.fwOption);
+        f.optionAndText("length", "FWTopoOption", "FWURL", p.fwTopoOption, p.fwUrl, kMaxUrl);
+    }
+};
+
+// Items of the second form of a firmware order.
+enum FwItem : uint8_t { kFwOption = 0, kFwTopoOption = 1, kFwUrl = 2, kFwFileName = 3 };
+
+// The same with a file name, as items (FwItem).
+//   0 itemnum (1), 1 items
+struct FwCtrl2Req : VendPayload {
+    std::vector<Item> items;
+
+    template <class Fields, class Self>
+    static void describe(Fields& f, Self& p) {
+        f.list("itemnum", p.items, kMaxItems,
+               [](auto& each, auto& item) { Item::describe(each, item, kMaxUrl); });
+    }
+};
+
+// An order as a line of text.
+//   0 CommandDatacount (2), 2 CommandURLcount (2), 4 CommandURL (CommandURLcount)
+struct SendCommandReq : VendPayload {
+    uint16_t commandDataCount = 0;
+    std::string commandUrl;
+
+    template <class Fields, class Self>
+    static void describe(Fields& f, Self& p) {
+        f.u16("CommandDatacount", p.commandDataCount);
+        f.text("CommandURLcount", "CommandURL", p.commandUrl, kMaxCommand);
+    }
+};
+
+// The names of the sender's interfaces.
+//   0 almac (6), 6 intfnum (1), 7 entries: intfmac (6), namelen (2), name (namelen)
+struct IntfNameResp : VendPayload {
+    struct Entry {
+        MacAddr mac;
+        std::string name;
+    };
+    MacAddr almac;
+    std::vector<Entry> intfs;
+
+    template <class Fields, class Self>
+    static void describe(Fields& f, Self& p) {
+        f.mac("almac", p.almac);
+        f.list("intfnum", p.intfs, kMaxIntfEntries, [](auto& each, auto& intf) {
+            each.mac("intfmac", intf.mac);
+            each.text("namelen", "name", intf.name, 15);
+        });
+    }
+};
+
+// Where the sender's log file is.
+//   0 almac (6), 6 Filenamecount (2), 8 Filename, n FTPURLcount (2), n+2 FTPURL
+struct LogFileResp : VendPayload {
+    MacAddr almac;
+    std::string fileName;
+    std::string ftpUrl;
+
+    template <class Fields, class Self>
+    static void describe(Fields& f, Self& p) {
+        f.mac("almac", p.almac);
+        f.text("Filenamecount", "Filename", p.fileName, kMaxLogFileName);
+        f.text("FTPURLcount", "FTPURL", p.ftpUrl, kMaxUrl);
+    }
+};
+
+// A message of the security exchange.
+//   0 almac (6), 6 length (2), 8 inner type (1): 1 first message, 2 second; 9 data (length)
+struct SecurityCtrlMsg : VendPayload {
+    MacAddr almac;
+    uint8_t innerType = 0;
+    std::vector<uint8_t> data;
+
+    template <class Fields, class Self>
+    static void describe(Fields& f, Self& p) {
+        f.mac("almac", p.almac);
+        f.data("length", "data", p.data, kMaxSecurityData, [&] { f.u8("type", p.innerType); });
+    }
+};
+
+// "I am here".
+//   0 almac (6), 6 intfmac (6)
+struct VendDisc : VendPayload {
+    MacAddr alMac;
+    MacAddr intfMac;  // not looked at by the encoder, which knows the port
+
+    template <class Fields, class Self>
+    static void describe(Fields& f, Self& p) {
+        f.mac("almac", p.alMac);
+        f.portMac("intfmac", p.intfMac);
+    }
+};
+
+//   0 almac (6), 6 NetworkOption (2), 8 NetworkCommandCount (2), 10 command text
+struct NetworkCtrlReq : VendPayload {
+    MacAddr almac;
+    uint16_t networkOption = 0;
+    std::string command;
+
+    template <class Fields, class Self>
+    static void describe(Fields& f, Self& p) {
+        f.mac("almac", p.almac);
+        f.u16("NetworkOption", p.networkOption);
+        f.text("NetworkCommandCount", "NetworkCommand", p.command, kMaxNetworkCommand);
+    }
+};
+
+//   0 NetworkOption (2), 2 retCode (1)
+struct NetworkCtrlResp : VendPayload {
+    uint16_t networkOption = 0;
+    uint8_t retCode = 0;
+
+    template <class Fields, class Self>
+    static void describe(Fields& f, Self& p) {
+        f.u16("NetworkOption", p.networkOption);
+        f.u8("retCode", p.retCode);
+    }
+};
+
+//   0 almac (6), 6 length (2), 8 WIFICountryCode (length)
+struct CountryCodeReq : VendPayload {
+    MacAddr almac;
+    std::string countryCode;
+
+    template <class Fields, class Self>
+    static void describe(Fields& f, Self& p) {
+        f.mac("almac", p.almac);
+        f.text("WIFICountryCodeCount", "WIFICountryCode", p.countryCode, kMaxCountryCode);
+    }
+};
+
+// Asks a device to ask one of its stations for a beacon report, or for the last one it gave.
+//   0 almac (6), 6 staMac (6), 12 bssid (6), 18 operatingClass (1), 19 channel (1), 20 mode (1),
+//   21 duration (2, time units), 23 ssidlen (2), 25 ssid (ssidlen)
+struct BcnRptReqPayload : VendPayload {
+    MacAddr almac;
+    MacAddr staMac;
+    MacAddr bssid;
+    uint8_t operatingClass = 0;
+    uint8_t channel = 0;
+    uint8_t mode = 0;
+    uint16_t duration = 0;
+    std::string ssid;
+
+    template <class Fields, class Self>
+    static void describe(Fields& f, Self& p) {
+        f.mac("almac", p.almac);
+        f.mac("staMac", p.staMac);
+        f.mac("bssid", p.bssid);
+        f.u8("operatingClass", p.operatingClass);
+        f.u8("channel", p.channel);
+        f.u8("mode", p.mode);
+        f.u16("duration", p.duration);
+        f.text("ssidlen", "ssid", p.ssid, kMaxSsid);
+    }
+};
+
+// The answer to both.
+//   0 kind (1): 0 the request went to the station, 1 its last report; 1 retCode (1), 2 staMac (6),
+//   8 reportlen (2), 10 report (reportlen)
+struct BcnRptResp : VendPayload {
+    uint8_t kind = 0;
+    uint8_t retCode = 0;
+    MacAddr staMac;
+    std::vector<uint8_t> report;
+
+    template <class Fields, class Self>
+    static void describe(Fields& f, Self& p) {
+        f.u8("kind", p.kind);
+        f.u8("retCode", p.retCode);
+        f.mac("staMac", p.staMac);
+        f.data("reportlen", "report", p.report, kMaxBcnRpt, [] {});
+    }
+};
+
+// Asks a device to send one of its stations to another BSS.
+//   0 almac (6), 6 staMac (6), 12 bssid (6), 18 operatingClass (1), 19 channel (1),
+//   20 disassocImminent (1), 21 disassocTimer (2, beacon intervals)
+struct BtmReqPayload : VendPayload {
+    MacAddr almac;
+    MacAddr staMac;
+    MacAddr bssid;
+    uint8_t operatingClass = 0;
+    uint8_t channel = 0;
+    uint8_t disassocImminent = 0;
+    uint16_t disassocTimer = 0;
+
+    template <class Fields, class Self>
+    static void describe(Fields& f, Self& p) {
+        f.mac("almac", p.almac);
+        f.mac("staMac", p.staMac);
+        f.mac("bssid", p.bssid);
+        f.u8("operatingClass", p.operatingClass);
+        f.u8("channel", p.channel);
+        f.u8("disassocImminent", p.disassocImminent);
+        f.u16("disassocTimer", p.disassocTimer);
+    }
+};
+
+enum BlacklistOption : uint8_t { kBlacklistAdd = 0, kBlacklistRemove = 1 };
+
+// A station for the blacklist.
+//   0 almac (6), 6 option (1): BlacklistOption; 7 staMac (6)
+struct BlacklistReq : VendPayload {
+    MacAddr almac;
+    uint8_t option = 0;
+    MacAddr staMac;
+
+    template <class Fields, class Self>
+    static void describe(Fields& f, Self& p) {
+        f.mac("almac", p.almac);
+        f.u8("option", p.option);
+        f.mac("staMac", p.staMac);
+    }
+};
+
+//   0 option (1) of the request, 1 retCode (1)
+struct BlacklistResp : VendPayload {
+    uint8_t option = 0;
+    uint8_t retCode = 0;
+
+    template <class Fields, class Self>
+    static void describe(Fields& f, Self& p) {
+        f.u8("option", p.option);
+        f.u8("retCode", p.retCode);
+    }
+};

@@ -1,0 +1,77 @@
+#include "wire/vend_tlv.h"
+
+#include <algorithm>
+
+#include "base/log.h"
+#include "db/data_manager.h"
+#include "wire/standard_tlv.h"
+#include "wire/vend_catalogue.h"
+
+namespace {
+
+// OUI, AL MAC, two header bytes, message type, payload length.
+constexpr size_t kVendHdrLen = 15;
+
+const VendType* knownType(uint16_t vendMsgType) {
+    const VendType* type = findVendType(vendMsgType);
+    if (type == nullptr) {
+        LOG(3, "the vendor specific message type (%d) is unsoppourted\r\n", vendMsgType);
+    }
+    return type;
+}
+
+// Header and payload; false when they cannot be encoded.
+bool encode(const VendMsg& msg, const MacAddr& portMac, std::vector<uint8_t>& out) {
+    const VendType* type = knownType(msg.vendMsgType);
+    if (type == nullptr || msg.payload == nullptr) return false;
+    out.reserve(kMaxSentTlvLength);
+    out.resize(kVendHdrLen);
+    if (!type->encode(*msg.payload, {portMac}, out) || out.size() > kMaxTlvLength) return false;
+    ByteWriter writer(out);
+    writer.bytes(msg.oui).mac(msg.alMac).u8(msg.headerA).u8(msg.headerB);
+    writer.u16(msg.vendMsgType).u16(static_cast<uint32_t>(out.size() - kVendHdrLen));
+    return true;
+}
+
+}  // namespace
+
+std::optional<Tlv> genVendSpecTlv(const VendMsg& msg, const MacAddr& portMac) {
+    LOG(4, "vendor specific message type is (%d)\r\n", msg.vendMsgType);
+    std::vector<uint8_t> value;
+    if (encode(msg, portMac, value)) return Tlv{kTlvVendSpec, TlvValue(value)};
+    LOG_PUTS(2, "failed to generate vender specific TLV\r");
+    return std::nullopt;
+}
+
+size_t parseVendSpecTlv(Bytes tlv, VendMsg& msg) {
+    ByteReader reader(tlv);
+    const uint8_t type = reader.u8();
+    const uint16_t length = reader.u16();
+    if (!reader.ok() || type != kTlvVendSpec || length <= kVendHdrLen) {
+        LOG(2, "TLV type/len (%d/%d): invalid vendor specific TLV\r\n", type, length);
+        return 0;
+    }
+    const Bytes oui = reader.take(msg.oui.size());
+    std::copy(oui.begin(), oui.end(), msg.oui.begin());
+    const uint8_t* ownOui = getAlOui();
+    if (ownOui == nullptr || !std::equal(msg.oui.begin(), msg.oui.end(), ownOui)) {
+        LOG(3, "unsupported vendor specific TLV (OUI=%.2x:%.2x:%.2x)\r\n", msg.oui[0], msg.oui[1],
+            msg.oui[2]);
+        return 0;
+    }
+    msg.alMac = reader.mac();
+    msg.headerA = reader.u8();
+    msg.headerB = reader.u8();
+    msg.vendMsgType = reader.u16();
+    // Meant: a parser reads its own counts, what it consumes is not compared with the length.
+    const uint16_t payloadLen = reader.u16();
+    LOG(4, "the vendor specific message type is (%d)\r\n", msg.vendMsgType);
+    const VendType* vendType = knownType(msg.vendMsgType);
+    if (vendType == nullptr) return 0;
+    msg.payload = vendType->parse(reader, payloadLen);
+    if (msg.payload == nullptr || !reader.ok()) {
+        LOG_PUTS(1, "failed to parse the vendor specific TLV\r");
+        return 0;
+    }
+    return reader.position();
+}

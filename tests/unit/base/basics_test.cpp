@@ -1,0 +1,79 @@
+#include <gtest/gtest.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <ctime>
+#include <functional>
+
+#include "base/bytes.h"
+#include "base/clock.h"
+#include "support/frames.h"
+#include "support/test_clock.h"
+
+namespace {
+int64_t wallClockStep = 0;  // seconds by which somebody has set the wall clock
+}
+
+extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
+    const long result = syscall(SYS_clock_gettime, clock, time);
+    if (clock == CLOCK_REALTIME) time->tv_sec += wallClockStep;
+    return static_cast<int>(result);
+}
+extern "C" time_t time(time_t*) noexcept {
+    timespec t{};
+    clock_gettime(CLOCK_REALTIME, &t);
+    return t.tv_sec;
+}
+
+namespace {
+
+TEST(Clock, NeverStepsAndMapsStampsToTheWallClock) {
+    useSystemClock();
+    const Seconds stamp = now();
+    EXPECT_NEAR(static_cast<double>(stamp), static_cast<double>(wallClock()), 1);
+    for (const int64_t step : {int64_t{1'000'000}, int64_t{-1'000'000}, int64_t{0}}) {
+        wallClockStep = step;
+        EXPECT_NEAR(static_cast<double>(now()), static_cast<double>(stamp), 1);
+        EXPECT_NEAR(static_cast<double>(wallClock()), static_cast<double>(stamp + step), 1);
+        EXPECT_EQ(toWallClock(stamp), stamp + step);
+    }
+}
+
+// At each size up to what is needed: all or nothing, and nothing afterwards.
+TEST(Bytes, NothingOutsideTheBufferIsTouched) {
+    const Frame bytes = hex("010203040506");
+    const MacAddr mac(bytes.data());
+    const struct {
+        size_t width, value;
+        std::function<size_t(ByteReader&)> read;
+        std::function<void(ByteWriter&)> write;
+    } cases[] = {
+        {1, 0x1, [](auto& r) { return r.u8(); }, [](auto& w) { w.u8(0x301); }},
+        {2, 0x102, [](auto& r) { return r.u16(); }, [](auto& w) { w.u16(0x90102); }},
+        {4, 0x1020304, [](auto& r) { return r.u32(); }, [](auto& w) { w.u32(0x1020304); }},
+        {6, 6, [](auto& r) { return r.mac().b[5]; }, [&](auto& w) { w.mac(mac); }},
+        {3, 3, [](auto& r) { return r.take(3).size(); }, [](auto& w) { w.bytes(hex("010203")); }},
+    };
+    for (const auto& c : cases) {
+        for (size_t room = 0; room <= c.width; room++) {
+            const bool fits = room == c.width;
+            const Frame exact(bytes.begin(), bytes.begin() + static_cast<int>(room));
+            ByteReader reader(exact);
+            EXPECT_EQ(c.read(reader), fits ? c.value : 0);
+            EXPECT_EQ(reader.ok(), fits);
+            EXPECT_TRUE(fits || reader.u8() == 0) << "a failed one stays failed";
+            Frame out(room, 0xEE);
+            ByteWriter writer(out);
+            c.write(writer);
+            EXPECT_EQ(writer.ok(), fits);
+            EXPECT_EQ(out, fits ? exact : Frame(room, 0xEE));
+        }
+    }
+    ByteReader reader(bytes);
+    reader.skip(SIZE_MAX);
+    EXPECT_FALSE(reader.ok());
+    Frame out(4);
+    EXPECT_FALSE(ByteWriter(out).u8(1).skip(SIZE_MAX).ok());
+}
+
+}  // namespace

@@ -1,0 +1,93 @@
+#include "db/link_metrics.h"
+#include "support/device.h"
+
+namespace {
+
+using Macs = std::vector<MacAddr>;
+const MacAddr kA = peer(1).intf, kB = peer(2).intf, kC = peer(3).intf;
+
+int rewrites;
+
+class Database : public Device {
+  protected:
+    void SetUp() override {
+        Device::SetUp();
+        fakePlatform().intfs[0].nbrs = {kA, kB, kC};
+        fakePlatform().brdgTuples = {{kEth0, kEth1}, {}};
+        ASSERT_EQ(initDataManager(), kOk);
+        eth0().nbrs[1].is1905 = true;
+        rewrites = 0;
+        requestHandlers().writeJsonDataModel = [] { return ++rewrites; };
+    }
+    static Macs nbrMacs() {
+        Macs macs;
+        for (const auto& nbr : eth0().nbrs) macs.push_back(nbr.nbrIntfMac);
+        return macs;
+    }
+};
+
+TEST_F(Database, UpdatersTellWhatChanged) {
+    const uint8_t no = 0;
+    const std::pair<int, int> resultAndExpected[] = {
+        {updateIntfPwrState("eth9", kEth0, kMedia, 2), kNothingChanged},
+        {updateIntfMediaType(kEth1, 99, 0x105, {}), kNothingChanged},
+        {setAlTableConfValue(1, 1, &no), kOk},
+        {setAlTableConfValue(2, 1, &no), kFailure},
+        {removeIntfNbrIntf("eth9", {}, 0, {kA}), kNoLocalIntf},
+        {removeIntfNbrIntf("eth0", {}, 0, {peer(9).intf}), kNothingChanged},
+        {removeIntfNbrIntf("eth0", {}, 0, {kB, peer(9).intf, kA}), kChanged},
+        {updateLEDStatus("on") + updateLEDStatus("on"), kOk},
+        {updateNewFWUpgradeStatus(3) + updateNewFWUpgradeStatus(3), kOk}};
+    for (const auto& row : resultAndExpected)
+        EXPECT_EQ(row.first, row.second) << "row " << &row - resultAndExpected;
+    EXPECT_EQ(nbrMacs(), Macs{kC});
+    EXPECT_EQ(getAlTable()->enableIntfPwrCtrlFromNbr, 0);
+    EXPECT_EQ(rewrites, 2) << "at once for LED and firmware, but only for a change";
+    fakePlatform().fail = {"getBrdgCapability"};
+    EXPECT_EQ(requestUpdateBrdgCap(), kFailure);
+    EXPECT_EQ(getBrdgTupleNum(), 0) << "dropped all the same";
+}
+
+TEST_F(Database, NeighbourInterfacesAreAddedLikeThis) {
+    const std::tuple<Macs, Macs, Macs> knownAddedThen[] = {
+        {{}, {kA}, {kA}},
+        {{kA}, {kA}, {kA}},
+        // Meant: the second MAC is compared with what stands at twice its place, if anything.
+        {{kB}, {kA, kB}, {kB, kA, kB}},
+        {{kC}, {kA, kB, kC}, {kC, kA, kC}}};
+    for (const auto& [known, added, then] : knownAddedThen) {
+        eth0().nbrs.clear();
+        for (const auto& mac : known) eth0().nbrs.push_back({.nbrIntfMac = mac});
+        EXPECT_EQ(addIntfNbrIntf("eth0", {}, 0, added), then == known ? kNothingChanged : kChanged);
+        EXPECT_EQ(nbrMacs(), then);
+    }
+    EXPECT_EQ(addIntfNbrIntf("eth9", kEth0, kMedia, {kA}), kNoLocalIntf);
+    // When the table is full the oldest that is no 1905 device gives way.
+    eth0().nbrs.assign(4094, {.is1905 = true});
+    EXPECT_EQ(addIntfNbrIntf("eth0", {}, 0, {kC, kA}), kChanged);
+    EXPECT_EQ(addIntfNbrIntf("eth0", {}, 0, {kB}), kChanged);
+    EXPECT_EQ(eth0().nbrs.size(), 4096U);
+    EXPECT_EQ(getIntfNbrDevByMac(eth0(), kC), nullptr);
+    eth0().nbrs.assign(4096, {.is1905 = true});
+    EXPECT_EQ(addIntfNbrIntf("eth0", {}, 0, {kB}), kNothingChanged);
+}
+
+TEST_F(Database, LinkMetricsAreAskedForEveryFiveSeconds) {
+    eth0().nbrs[1].nbrAlMac = peer(2).al;
+    const auto links = [] { return getIntfLinkMetricsById(kEth0, kMedia)->links.size(); };
+    EXPECT_EQ(links() + links(), 0U);
+    EXPECT_EQ(fakePlatform().linkMetricCalls, 2U) << "an empty answer is asked for again";
+    LinkDesc desc{};
+    kB.copyTo(desc.nbrIntfMac);
+    fakePlatform().intfs[0].links = {desc};
+    EXPECT_EQ(links(), 1U);
+    EXPECT_EQ(eth0().links[0].nbrAlMac, peer(2).al);
+    advance(4);
+    EXPECT_EQ(links(), 1U);
+    EXPECT_EQ(fakePlatform().linkMetricCalls, 3U);
+    fakePlatform().fail = {"getLinkMetricList"};
+    advance(1);
+    EXPECT_EQ(getIntfLinkMetricsById(kEth0, kMedia), nullptr);
+}
+
+}  // namespace

@@ -1,0 +1,287 @@
+// What a device answers to vendor messages, what it does, and what it keeps.
+#include <set>
+
+#include "db/device_table.h"
+#include "support/device.h"
+#include "support/fake_system.h"
+#include "support/log_capture.h"
+#include "support/vendor.h"
+
+namespace {
+
+class Vendor : public Device {
+  protected:
+    const Peer kPeer = peer(1);
+    const Frame kOwn = bytesOf(kOwnAl);
+
+    void SetUp() override {
+        Device::SetUp();
+        fakeSystem() = {};
+        start();
+        meet(kPeer, 1);
+        drop();
+    }
+    // The vendor messages sent since the last look: "7:01..." in hexadecimal, type and payload.
+    static std::string answers(unsigned id = 0) {
+        std::string all;
+        for (const auto& s : sentVend()) {
+            if (id != 0 && s.id != id) continue;
+            all += (all.empty() ? "" : " ") + std::to_string(s.type) + ":" + print(s.payload);
+        }
+        return all;
+    }
+    int tell(unsigned type, const Frame& payload) {
+        return receive("eth0", vendFrame(kEth0, kPeer.intf, kPeer.al, 77, type, payload));
+    }
+    std::string ask(unsigned type, const Frame& payload) {
+        drop();
+        fakePlatform().calls.clear();
+        (void)tell(type, payload);
+        return answers(77);
+    }
+    Ieee1905DevTable& dev() { return *getIeee1905DevTableById(kPeer.al); }
+};
+
+TEST_F(Vendor, OrdersAreAnsweredBeforeTheDeviceGoesDown) {
+    std::string sentBefore = "nothing";
+    fakeSystem().onReboot = [&] { sentBefore = answers(); };
+    EXPECT_EQ(ask(4, bytesOf(kPeer.al)), "5:07");
+    (void)setEnableRebootFromNbrOption(0);
+    EXPECT_EQ(ask(4, kOwn), "5:10");
+    (void)setEnableRebootFromNbrOption(1);
+    EXPECT_EQ(fakeSystem().reboots, 0);
+    (void)ask(4, kOwn);
+    EXPECT_EQ(fakeSystem().reboots, 1);
+    EXPECT_EQ(sentBefore, "5:00");
+
+    EXPECT_EQ(ask(22, bytesOf(kPeer.al)), "23:07");
+    EXPECT_EQ(calls(), "");
+    EXPECT_EQ(ask(22, kOwn), "23:00");
+    EXPECT_EQ(calls(), "resetToDefault; ");
+
+    // Without an answer on its way nothing is done.
+    fakeNet().find("eth0")->up = false;
+    (void)ask(4, kOwn);
+    (void)ask(22, kOwn);
+    EXPECT_EQ(fakeSystem().reboots, 1);
+    EXPECT_EQ(calls(), "");
+}
+
+TEST_F(Vendor, InterfacePowerControl) {
+    const Frame own = bytesOf(kEth1), other = bytesOf(kStation), any(6);
+    const Frame gig = be16(kMedia);
+    const auto request = [&](const Frame& target, const std::vector<Frame>& entries,
+                             uint8_t state) {
+        Frame payload = target + Frame{static_cast<uint8_t>(entries.size())};
+        for (const auto& entry : entries) payload = payload + entry;
+        return ask(6, payload + Frame{state});
+    };
+    const std::string kOwnMac = "021905000101", kOther = "0257a0000001", kNone = "000000000000";
+    fakePlatform().results = {{"setIntfPwrStateByType", 1}};
+    EXPECT_EQ(request(kOwn, {own + gig, other + gig}, 2),
+              "7:02" + kOwnMac + "000100" + kOther + "000100");
+    EXPECT_EQ(calls(), "setIntfPwrStateById 02:19:05:00:01:01 1 2; ");
+    EXPECT_EQ(request(kOwn, {own + be16(0x105)}, 2), "7:01" + kOwnMac + "010500");
+    EXPECT_EQ(request(kOwn, {own + gig}, 3), "7:01" + kOwnMac + "000102");
+    EXPECT_EQ(calls(), "");
+    // A wildcard ends the list.
+    EXPECT_EQ(request(kOwn, {own + gig, any + gig, own + gig}, 0),
+              "7:03" + kOwnMac + "000100" + kNone + "000101" + kNone + "000000");
+    EXPECT_EQ(calls(), "setIntfPwrStateById 02:19:05:00:01:01 1 0; setIntfPwrStateByType 1 0; ");
+    EXPECT_EQ(request(bytesOf(kPeer.al), {own + gig, any + gig}, 0),
+              "7:02" + kOwnMac + "000107" + kNone + "000107");
+    (void)setEnableIntfPwrCtrlFromNbrOption(0);
+    EXPECT_EQ(request(kOwn, {own + gig}, 0), "7:01" + kOwnMac + "000110");
+    EXPECT_EQ(calls(), "");
+    EXPECT_EQ(request(kOwn, {}, 0), "7:00");
+}
+
+TEST_F(Vendor, RequestsReachThePlatformAndTheirResultIsAnswered) {
+    const Frame mac = bytesOf(kStation), steering = kOwn + mac + mac + hex("51 06 01 0064");
+    const std::string own = print(kOwn);
+    fakePlatform().wifiStateSync = "state";
+    fakePlatform().wifiChannelSync = "channels";
+    fakePlatform().results = {{"setSystemvalue", 5}, {"DownloadLogFile", 16}};
+    fakePlatform().beaconReports = {{kStation, {1, 2, 3}}};
+    const std::string success = print(textBytes("success"));
+    const struct {
+        unsigned type;
+        Frame payload;
+        uint8_t role;
+        std::string answer, call;
+    } cases[] = {
+        {8, kOwn, 0, "9:00", ""},
+        {10, hex("01 02") + textBytes("u") + hex("00000001 00000002") + mac, 0, "26:" + own + "00",
+         "setSpeedTestStartStop"},
+        {13, mac, 0, "14:" + own + "00057374617465", ""},
+        {13, mac, 1, "", ""},
+        {14, mac + textBytes("x"), 0, "", ""},
+        {14, mac + textBytes("x"), 1, "15:" + own + success, "parseWIFIStateSyncdata"},
+        {16, kOwn + hex("05"), 1, "17:00", "setWPSConfig 1 0 1; setAPautoconfig 1"},
+        {18, kOwn + hex("03"), 0, "19:00", "setAPSteering 3"},
+        {20, hex("06 0004 01") + Frame{'u', 'r', 'l'}, 0, "", ""},
+        {20, hex("06 0004 01") + Frame{'u', 'r', 'l'}, 1, "21:00", "FWCtrl 6 1 url"},
+        {46, hex("04") + item(0, "\6") + item(1, "\1") + item(2, "url") + item(3, "f"), 1, "21:00",
+         "FWCtrl 6 1 url f"},
+        {28, kOwn, 0, "29:" + own + "00076c6f672e74677a0010" + "6674703a2f2f3139322e302e322e312f",
+         "getResponseLogFile"},
+        {29, mac + textBytes("a") + textBytes("b"), 0, "30:" + own + "10", "DownloadLogFile a b"},
+        {33, kOwn + hex("09"), 0, "35:00",
+         "outputlogData [LEDCtrl] get LED (9) from (02:ee:00:00:00:01); setLEDvalue 9"},
+        {34, kOwn + hex("09"), 0, "35:00", "setLEDvalue 9"},
+        {37, mac, 0, "38:" + own + "01", ""},
+        {39, mac, 0, "40:" + own + "00086368616e6e656c73", ""},
+        {40, mac + textBytes("x"), 1, "41:" + own + success, "parseWIFIChannelSyncData"},
+        {49, kOwn + hex("0007") + textBytes("do it"), 0, "50:000700",
+         "outputlogData [NetworkCtrl] get Network control (7,\"do it\") from (02:ee:00:00:00:01); "
+         "setNetworkCtrl 7 do it"},
+        {56, mac + textBytes("conf"), 0, "", "setExtenderConfig 02:ee:00:00:00:01 conf"},
+        {53, kOwn + textBytes("DE"), 0, "54:00", "setWIFICountryCode DE"},
+        {64, steering + textBytes(""), 0, "65:0000" + print(mac) + "0000", "sendBcnRptReq"},
+        {66, steering + textBytes(""), 0, "67:0100" + print(mac) + "0003010203", ""},
+        {68, steering, 0, "69:00", "sendBTMReq"},
+        {70, kOwn + hex("00") + mac, 0, "71:0000", "addToBlacklist 02:57:a0"},
+        {72, kOwn + hex("01") + mac, 0, "71:0100", "delFromBlacklist 02:57:a0"},
+        {74, kOwn + hex("02"), 0, "76:05",
+         "outputlogData [SystemCtrl] get System (2) from (02:ee:00:00:00:01); setSystemvalue 2"},
+        {75, kOwn + hex("02"), 0, "76:05", "setSystemvalue 2"},
+        {44, mac + hex("0002 01 aabb"), 0, "", "SecurityCtrl_parseM1"},
+        {44, mac + hex("0002 02 aabb"), 0, "", "SecurityCtrl_parseM2"},
+    };
+    for (const auto& c : cases) {
+        fakePlatform().wps.deviceType = c.role;
+        EXPECT_EQ(ask(c.type, c.payload), c.answer) << c.type;
+        const std::string told = calls();
+        EXPECT_TRUE(c.call.empty() ? told.empty() : told.find(c.call) != told.npos)
+            << c.type << " " << told;
+    }
+    fakePlatform().notApproved = {kPeer.al};
+    EXPECT_EQ(ask(39, mac), "");
+}
+
+TEST_F(Vendor, RefusedOnArrival) {
+    LogCapture log(3);
+    for (const auto& [type, payload] : vendSamples(kOwnAl)) {
+        if (!std::set<unsigned>{42, 43, 47, 48, 55}.contains(type)) continue;
+        EXPECT_EQ(tell(type, payload), kFailure);
+    }
+    EXPECT_EQ(occurrences(log.text(), ": vendor specific message type ("), 5U);
+    // A discovery of this very device is a loop or a lie.
+    EXPECT_EQ(tell(45, kOwn + bytesOf(kStation)), kFailure);
+    // A stranger must not fill the list of those that are to be reset.
+    EXPECT_EQ(tell(23, {0}), kOk);
+    (void)removeIeee1905DevTable(kPeer.al);
+    EXPECT_EQ(tell(23, {0}), kFailure);
+}
+
+// Every order that can be spelt, and what the words may do.
+TEST_F(Vendor, RemoteCommands) {
+    const std::string al = "02:19:05:00:00:01 ";
+    const std::tuple<std::string, std::string, std::string> lineAnswerDone[] = {
+        {"2 " + al, "32:00", "reboot; "},
+        {"2 02:ee:00:00:00:01", "32:07", ""},
+        {"2", "32:07", ""},
+        {"3 " + al + "02:19:05:00:01:01 1 0", "32:00",
+         "setIntfPwrStateById 02:19:05:00:01:01 1 0; "},
+        {"3 " + al + "02:19:05:00:01:01 1 7", "32:10", ""},
+        {"3 " + al + "0", "32:00", ""},
+        {"7 " + al + "1", "32:00", "setWPSConfig 1 0 0; setAPautoconfig 1; "},
+        {"8 " + al + "4", "32:00", "setAPSteering 4; "},
+        {"9 " + al + "6 1 http://x/$(reboot)", "32:00", "FWCtrl 6 1 http://x/$(reboot) ; "},
+        {"10 " + al, "32:00", "resetToDefault; "},
+        {"5 " + al, "", ""},
+        {"", "", ""},
+    };
+    fakePlatform().wps.deviceType = 1;
+    fakeSystem().onReboot = [] { fakePlatform().calls.push_back("reboot"); };
+    for (const auto& [line, answer, done] : lineAnswerDone) {
+        EXPECT_EQ(ask(25, be16(1) + textBytes(line)), answer) << line;
+        EXPECT_EQ(calls(), done) << line;
+    }
+    // More interfaces than a message may have, and a token longer than its buffer.
+    std::string many = "3 " + al;
+    for (int i = 0; i < 31; i++) many += "02:00:00:00:00:01 1 ";
+    EXPECT_EQ(tell(25, be16(1) + textBytes(many + "0")), kFailure);
+    EXPECT_EQ(ask(25, be16(1) + textBytes("8 " + al + std::string(1100, '1'))).substr(0, 3), "32:");
+}
+
+TEST_F(Vendor, AnswersFillTheRecordOfTheirSender) {
+    advance(3);
+    EXPECT_EQ(ask(1, bytesOf(kPeer.al) + hex("05") + item(0, "\1") + item(7, "na\"me\x01") +
+                         item(42, "ignored") + item(120, "ignored") + item(26, "1],\"x\":[2")),
+              "");
+    EXPECT_EQ(dev().hostname, "name");
+    EXPECT_EQ(dev().enableReboot, 1);
+    EXPECT_TRUE(dev().info.ethernetPortState.empty()) << "it would break the data model";
+    (void)ask(1, bytesOf(kPeer.al) + hex("01") + item(26, "\"a:1\",2"));
+    EXPECT_EQ(dev().info.ethernetPortState, "\"a:1\",2");
+    EXPECT_TRUE(dev().hostname.empty()) << "the sender has none any more";
+    (void)ask(38, bytesOf(kPeer.al) + hex("05"));
+    EXPECT_EQ(dev().firmwareState, 5);
+    (void)ask(31, bytesOf(kPeer.al) + hex("20"));
+    EXPECT_EQ(dev().apAutoConf.syncFlags, (std::array<uint8_t, 4>{0, 0, 1, 0}));
+    // From a device that has not told its topology yet nothing is kept.
+    (void)receive("eth0",
+                  vendFrame(kEth0, kPeer.intf, peer(9).al, 5, 1, bytesOf(kPeer.al) + Frame(1)));
+    EXPECT_EQ(getNetTopolTable()->ieee1905DevNum(), 1);
+}
+
+TEST_F(Vendor, StationsComeAndGo) {
+    const auto record = [](const std::string& mac, const std::string& tx) {
+        const std::string text = "{0=" + mac + ",1=0105,2=866,3=-40,4=55,5=" + tx +
+                                 ",6=r,7=Main_5GH,8=00:00:00:00:00:00}";
+        return "0" + std::to_string(text.size()) + text;
+    };
+    const auto report = [&](const std::string& records) {
+        (void)ask(36, bytesOf(kPeer.al) + textBytes(records));
+    };
+    report(record("02:57:a0:00:00:01", "a,b") + record("02:57:a0:00:00:02", ""));
+    ASSERT_EQ(dev().wifiClients.size(), 2U);
+    EXPECT_EQ(dev().wifiClients[0].tx, "a,b");
+    EXPECT_EQ(dev().wifiClients[0].mediaType, 0x105U);
+    EXPECT_EQ(dev().wifiClients[0].connType, "Main_5GH");
+    (void)ask(9, hex("01") + bytesOf(kStation) + hex("0103 0064 0028 37"));
+    EXPECT_EQ(dev().wifiClients[0].rate, 100);
+    EXPECT_EQ(dev().wifiClients[0].tx, "a,b") << "what the message does not carry";
+    advance(40);
+    report(record("02:57:a0:00:00:02", "x"));
+    EXPECT_EQ(dev().wifiClients.size(), 1U);
+    for (const char* odd : {"", "0", "005{0=", "999{}", "004{0=}", "-01x", "003{}}"}) report(odd);
+    EXPECT_EQ(dev().wifiClients.size(), 1U);
+}
+
+// The result text of another device goes through a shell.
+TEST_F(Vendor, ResultTextsStayTexts) {
+    const Frame al = bytesOf(kPeer.al);
+    (void)ask(15, al + textBytes("a \"b\" `c` $(d)\ne"));
+    (void)ask(41, al + textBytes("ok"));
+    const auto commands = std::exchange(fakeSystem().commands, {});
+    EXPECT_EQ(commands.at(1),
+              "echo \"a \\\"b\\\" \\`c\\` \\$(d)\ne\" > "
+              "/tmp/vm1905/vm1905WIFIState_02ee00000001");
+    EXPECT_EQ(commands.at(3), "echo \"ok\" > /tmp/vm1905/vm1905WIFIChannel_02ee00000001");
+    for (const char* refused : {"back\\slash", "-n"}) {
+        EXPECT_EQ(tell(15, al + textBytes(refused)), kFailure);
+    }
+    EXPECT_TRUE(fakeSystem().commands.empty());
+}
+
+TEST_F(Vendor, OrdersAreLoggedInTwoAlternatingFiles) {
+    (void)ask(22, kOwn);
+    EXPECT_TRUE(fakeSystem().commands.empty());
+    (void)setEnableLogOption(1);
+    for (const auto& [index, file, next] : {std::tuple{1, " > /etc/vm1905/vm1905.log0", 2},
+                                            {10, " >> /etc/vm1905/vm1905.log0", 11},
+                                            {11, " > /etc/vm1905/vm1905.log1", 12},
+                                            {20, " >> /etc/vm1905/vm1905.log1", 1}}) {
+        (void)setLogIndexOption(static_cast<uint8_t>(index));
+        (void)ask(22, kOwn);
+        const std::string& line = fakeSystem().commands.back();
+        EXPECT_TRUE(line.starts_with("echo \"" + std::to_string(index) +
+                                     ": type=0x0016, from: 02:ee:00:00:00:01/02:ee:00:01:00:01"));
+        EXPECT_TRUE(line.ends_with(file)) << line;
+        EXPECT_EQ(getLogIndexOption(), next);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,94 @@
+#include "net/ports.h"
+
+#include "support/device.h"
+#include "support/log_capture.h"
+
+namespace {
+
+class Ports : public Device {
+  protected:
+    void SetUp() override {
+        Device::SetUp();
+        addEth2();
+        ASSERT_EQ(initDataManager(), kOk);
+    }
+    static std::string names() {
+        std::string all;
+        for (const auto& port : getIntfPorts()) {
+            all += std::string(port.name.view()) + (port.isDown ? "- " : " ");
+        }
+        return all;
+    }
+};
+
+TEST_F(Ports, AreMadeOfWhatIsKnownAndTakesPart) {
+    auto& net = fakeNet();
+    const FakeIntfDescs more({{"eth3", peer(3).intf}, {"eth4", peer(4).intf}});
+    ASSERT_EQ(addIntf(more.head()), kChanged);
+    fakePlatform().excludedIntfs = {"eth4"};
+    net.addIntf("stranger", 1);  // not in the table
+    net.addIntf("eth0", 7).mtu = 1400;
+    net.addIntf("eth1", 253);  // the last index that is looked at
+    net.addIntf("eth2", 8).up = false;
+    net.addIntf("eth3", 254);
+    net.addIntf("eth4", 9);
+    EXPECT_EQ(initIntfPorts(), kOk);
+    EXPECT_EQ(names(), "eth0 eth2- eth1 ");
+    EXPECT_EQ(port("eth0").mtu, 1400U);
+    EXPECT_TRUE(net.intfs["eth0"].allMulti);
+    EXPECT_TRUE(net.receiveStopped("eth0", kEtherTypeLldp)) << "LLDP is never read";
+    EXPECT_FALSE(net.receiveStopped("eth0", kEtherType1905));
+    getIntfTable().clear();
+    EXPECT_EQ(initMessageMonitor(), kFailure);
+}
+
+TEST_F(Ports, AnInterfaceWhoseSocketsFailIsLeftOut) {
+    fakeNet().addPlatformIntfs();
+    const std::tuple<std::deque<bool>, FakeNetIntf, std::string> cases[] = {
+        {{true, true, false}, {}, "create (LLDP) raw socket for interface"},
+        {{true, true, true, false}, {}, "create (IEEE 1905.1) raw socket for"},
+        {{}, {.failBind = {kEtherTypeLldp}}, "name a (LLDP) socket (bind())"},
+        {{}, {.failBind = {kEtherType1905}}, "name a (IEEE 1905.1) socket"},
+        {{}, {.mtu = -1}, "call ioctl(SIOCGIFMTU) of interface (eth1)"}};
+    for (const auto& [opens, eth1, line] : cases) {
+        LogCapture log(2);
+        fakeNet().openScript = opens;
+        fakeNet().intfs["eth1"] = eth1;
+        EXPECT_EQ(reinitIntfPorts(), kOk);
+        EXPECT_EQ(occurrences(log.text(), "failed to " + line), 1U) << line;
+        EXPECT_EQ(names(), "eth0 eth2 ");
+        EXPECT_EQ(fakeNet().openSockets("eth1"), 0U);
+    }
+}
+
+TEST_F(Ports, RefreshAsksTheKernel) {
+    fakeNet().addPlatformIntfs();  // indexes 2, 3, 4
+    ASSERT_EQ(initIntfPorts(), kOk);
+    for (const std::string name : {"eth0", "eth1"}) {
+        for (const auto& [up, fails] : {std::pair{false, false}, {true, false}, {false, true}}) {
+            fakeNet().intfs[name] = {.up = up, .failFlags = fails};
+            EXPECT_EQ(refreshIntfPort(port(name)), kOk);
+            // Meant: when the query fails, an odd index counts as up.
+            EXPECT_EQ(port(name).isDown, fails ? name != "eth1" : !up) << name;
+        }
+    }
+}
+
+TEST_F(Ports, AreBoundAnewWhenABridgeTakesThem) {
+    fakeNet().addPlatformIntfs();
+    ASSERT_EQ(initIntfPorts(), kOk);
+    LogCapture log(2);
+    // On a bridge, whether a bind would fail, and does: a failed one is tried again.
+    const std::set<uint16_t> none, fails{kEtherType1905};
+    const std::tuple<bool, std::set<uint16_t>, unsigned> steps[] = {
+        {false, fails, 0}, {true, fails, 1}, {true, none, 0}, {true, fails, 0}, {false, fails, 1}};
+    for (const auto& [onBridge, failBind, failures] : steps) {
+        fakeNet().intfs["eth1"] = {.bridgePort = onBridge, .failBind = failBind};
+        (void)rebindIntfPorts();
+        EXPECT_EQ(occurrences(log.text(), "failed to name a (IEEE 1905.1)"), failures);
+    }
+    (void)destroyIntfPorts();
+    EXPECT_EQ(fakeNet().openSockets("eth0") + fakeNet().openSockets("eth0", kEtherTypeLldp), 0U);
+}
+
+}  // namespace

@@ -1,0 +1,164 @@
+#include "net/transmitter.h"
+
+#include <fcntl.h>
+
+#include "db/neighbor_aging.h"
+#include "support/device.h"
+#include "support/log_capture.h"
+
+namespace {
+
+class Transmitter : public Device {
+  protected:
+    void SetUp() override {
+        Device::SetUp();
+        addEth2();
+    }
+    // Neighbour 1 is heard on eth0 by two interfaces and on eth1 by one.
+    void startWithNeighbour() {
+        start();
+        (void)updateTopolInfo(0, kEth0, kMedia, peer(1).al, peer(1).intf);
+        (void)updateTopolInfo(0, kEth0, kMedia, peer(1).al, peer(2).intf);
+        (void)updateTopolInfo(0, kEth1, kMedia, peer(1).al, peer(3).intf);
+    }
+    static Fd broken() { return Fd(open("/dev/null", O_RDONLY | O_CLOEXEC)); }
+    static int sendTlvs(const TlvList& tlvs, uint16_t type = kMsgTopolResp) {
+        return send1905UcastMsg(port("eth0"), peer(1).intf, type, 7, false, tlvs);
+    }
+    static Tlv tlv(size_t flatSize) { return {0x55, TlvValue(Frame(flatSize - 3, 0xAA))}; }
+    // Where frames went: "port:last byte of the MAC".
+    static std::string destinations() {
+        std::string all;
+        for (const std::string name : {"eth0", "eth1", "eth2"}) {
+            for (const auto& s : sent(name)) all += name + ":" + std::to_string(s.dst.b[5]) + " ";
+        }
+        return all;
+    }
+};
+
+TEST_F(Transmitter, FragmentsEndBetweenTlvs) {
+    start();
+    const std::pair<TlvList, std::vector<size_t>> cases[] = {
+        {{tlv(10)}, {64}},  // padded
+        {{tlv(40)}, {65}},
+        {{tlv(700), tlv(772)}, {1497}},
+        {{tlv(700), tlv(773)}, {725, 798}},
+        {{tlv(1400), tlv(1400), tlv(3)}, {1425, 1428}},
+        {TlvList(60, tlv(50)), {1475, 1475, 125}}};
+    for (const auto& [tlvs, sizes] : cases) {
+        EXPECT_EQ(sendTlvs(tlvs), kOk);
+        const auto all = sent("eth0");
+        ASSERT_EQ(all.size(), sizes.size());
+        for (size_t i = 0; i < all.size(); i++) {
+            EXPECT_EQ(all[i].frame.size(), sizes[i]);
+            EXPECT_EQ(std::tuple(all[i].id, all[i].fragId), std::tuple(7U, i));
+            EXPECT_EQ(all[i].flags, i + 1 == all.size() ? kLastFragment : 0);
+        }
+    }
+}
+
+TEST_F(Transmitter, RefusesWhatCannotBeSent) {
+    start();
+    LogCapture log(1);
+    EXPECT_EQ(sendTlvs({tlv(20), tlv(1401)}), kFailure);
+    EXPECT_EQ(occurrences(log.text(), "failed to send message size = (1401) > 1400 \r\n"), 1U);
+    EXPECT_EQ(sendTlvs({}), kFailure);
+    EXPECT_EQ(sendTlvs({tlv(1400), tlv(70'000)}), kFailure);
+    EXPECT_EQ(sent("eth0").size(), 1U) << "what has left is not recalled";
+    EXPECT_EQ(sendTlvs({}, kMsgTopolQuery), kOk) << "a query may be empty";
+    EXPECT_EQ(fakeNet().captureFrames("eth0"),
+              std::vector<Frame>{frame1905(peer(1).intf, kEth0, 2, 7, Frame(42))});
+    port("eth0").ieee1905Sock = broken();
+    EXPECT_EQ(sendTlvs({tlv(20)}), kFailure);
+}
+
+TEST_F(Transmitter, IdentifiersWrapBefore65535) {
+    ASSERT_EQ(initDataManager(), kOk);
+    uint16_t id = 0;
+    do {  // no port yet, so that nothing is sent
+        ASSERT_EQ(requestSend1905McastMsg(kMsgTopolNtf, {}, &id), kOk);
+    } while (id != 65534);
+    start();
+    EXPECT_EQ(requestSend1905McastMsg(kMsgTopolNtf, {}, &id), kOk);
+    EXPECT_EQ(id, 4) << "start-up took one for each topology discovery and one for the vendor's";
+    EXPECT_EQ(requestSend1905McastMsg(kMsgTopolDisc, {}, &id), kOk);
+    EXPECT_EQ(id, 7) << "the last one used";
+    for (unsigned i = 0; i < 3; i++) {
+        const auto all = sent("eth" + std::to_string(i));
+        ASSERT_EQ(all.size(), 2U);
+        // One id for all ports, but a discovery takes one for each port, which it names.
+        EXPECT_EQ(std::tuple(all[0].id, all[0].flags), std::tuple(4U, 0xC0U));
+        EXPECT_EQ(std::tuple(all[1].id, all[1].flags), std::tuple(5 + i, 0x80U));
+        EXPECT_EQ(MacAddr(&all[1].frame[34]), fakePlatform().intfs[i].mac);
+    }
+}
+
+TEST_F(Transmitter, MulticastsLeaveByBridgeMembersThatMaySend) {
+    fakePlatform().brdgTuples = {{kEth0, kEth1}};
+    start();
+    const std::pair<std::function<void()>, std::string> cases[] = {
+        {[] {}, "eth0:19 eth1:19 "},
+        {[] { fakePlatform().excludedIntfs = {"eth1"}; }, "eth0:19 "},
+        {[] { getAlTable()->brdgTuples.clear(); }, "eth0:19 eth2:19 "},  // then every one may
+        {[] { fakeNet().intfs["eth2"].up = false; }, "eth0:19 "},
+        {[] { port("eth0").ieee1905Sock = broken(); }, ""}};
+    for (const auto& [change, expected] : cases) {
+        change();
+        EXPECT_EQ(requestSend1905McastMsg(kMsgTopolNtf, {}), kOk);
+        EXPECT_EQ(destinations(), expected);
+    }
+}
+
+TEST_F(Transmitter, UnicastsGoToEveryInterfaceOfTheDevice) {
+    startWithNeighbour();
+    // A discovery names the port by which it leaves: the device need not be known.
+    const std::tuple<MacAddr, uint16_t, std::string> cases[] = {
+        {peer(1).al, kMsgTopolQuery, "eth0:1 eth0:2 eth1:3 "},
+        {peer(2).intf, kMsgTopolQuery, "eth0:2 "},
+        {peer(9).intf, kMsgTopolDisc, "eth0:9 eth1:9 eth2:9 "},
+        {peer(9).al, kMsgTopolQuery, ""},
+        {peer(1).al, kMsgVendSpec, ""},
+        {peer(1).al, 13, ""}};
+    uint16_t id = 0, used = 0;
+    ASSERT_EQ(requestSend1905McastMsg(kMsgTopolNtf, {}, &id), kOk);
+    drop();
+    for (const auto& [dst, type, expected] : cases) {
+        used = 0xEEEE;
+        EXPECT_EQ(requestSend1905UcastMsg(dst, type, {}, &used), expected.empty() ? kFailure : kOk);
+        EXPECT_EQ(used, expected.empty() ? 0xEEEE : ++id) << "taken when something left";
+        EXPECT_EQ(destinations(), expected);
+    }
+    EXPECT_EQ(requestSend1905UcastRespMsg(peer(3).intf, kMsgTopolResp, 0xABCD, {}), kOk);
+    EXPECT_EQ(sent("eth1").at(0).id, 0xABCDU);
+    port("eth0").ieee1905Sock = broken();
+    EXPECT_EQ(requestSend1905UcastMsg(peer(1).al, kMsgTopolQuery, {}, &used), kOk);
+    EXPECT_EQ(used, id + 1) << "responses take none";
+    EXPECT_EQ(destinations(), "eth1:3 ");
+    fakeNet().intfs["eth1"].up = false;
+    EXPECT_EQ(requestSend1905UcastMsg(peer(1).al, kMsgTopolQuery, {}), kFailure);
+}
+
+TEST_F(Transmitter, ResponsesArePairedOnce) {
+    EXPECT_EQ(registerQueriedMsg(peer(1).al, 2, 1), kFailure) << "no database";
+    startWithNeighbour();
+    const std::tuple<MacAddr, MacAddr, uint16_t, uint16_t, int> askedAnswers[] = {
+        {peer(1).al, peer(9).al, 3, 70, 1},  // meant: type and id decide
+        {peer(1).al, peer(1).al, 4, 70, 0},
+        {peer(1).al, peer(1).al, 3, 71, 0},
+        {{}, peer(1).al, 3, 70, 0},
+        {{}, {}, 3, 70, 1}};
+    for (const auto& [asked, answers, type, id, result] : askedAnswers) {
+        (void)initMessageTransmitter();
+        EXPECT_EQ(registerQueriedMsg(asked, 2, 70), kOk);
+        advance(1000);  // a query does not expire
+        EXPECT_EQ(checkMatchQueryRespPair(answers, type, id), result);
+        EXPECT_EQ(checkMatchQueryRespPair(answers, type, id), 0);
+    }
+    uint16_t query = 0;
+    (void)requestSend1905UcastMsg(peer(1).al, kMsgTopolQuery, {}, &query);
+    (void)requestSend1905UcastRespMsg(peer(1).al, kMsgTopolQuery, 4321, {});
+    EXPECT_EQ(checkMatchQueryRespPair(peer(1).intf, 3, 4321), 0) << "no query of ours";
+    EXPECT_EQ(checkMatchQueryRespPair(peer(1).intf, 3, query), 1);
+}
+
+}  // namespace

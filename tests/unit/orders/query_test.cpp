@@ -1,0 +1,81 @@
+// Vendor queries and the memory of those that wait for an answer.
+#include "orders/query_tracking.h"
+#include "support/device.h"
+#include "support/vendor.h"
+
+namespace {
+
+class Queries : public Device {
+  protected:
+    void SetUp() override {
+        Device::SetUp();
+        start();
+        (void)receive("eth0", discovery(kPeer, 1));
+        drop();
+    }
+    // The types of the vendor messages sent, one digit group each.
+    static std::string asked() {
+        std::string all;
+        for (const auto& s : sentVend()) {
+            all += std::to_string(s.type) + " ";
+            id = s.id;
+        }
+        return all;
+    }
+    // What is sent from second to second, the seconds in between left out.
+    static std::string run(Seconds seconds) {
+        std::string all;
+        for (Seconds t = 1; t <= seconds; t++) {
+            advance(1);
+            (void)checkVendRespMsgReceived();
+            if (const std::string now = asked(); !now.empty()) all += std::to_string(t) + ":" + now;
+        }
+        return all;
+    }
+    const Peer kPeer = peer(1);
+    inline static unsigned id = 0;
+};
+
+TEST_F(Queries, AreRepeatedUntilAnswered) {
+    EXPECT_EQ(requestSendConfQueryMsg(kPeer.al, 0), kOk);
+    EXPECT_EQ(requestSendIntfPwrStateQueryMsg(kPeer.al, 0), kOk);
+    EXPECT_EQ(requestSendWIFIstateQueryMsg(kPeer.al, 0), kOk);
+    EXPECT_EQ(requestSendConfQueryMsg2(kPeer.al, 0), kOk);
+    EXPECT_EQ(asked(), "0 2 8 51 ");
+    EXPECT_EQ(run(40), "6:0 2 12:2 0 ") << "three times each, the others once";
+
+    EXPECT_EQ(requestSendConfQueryMsg(kPeer.al, 0), kOk);
+    (void)asked();
+    ReportVendRespMsg(kPeer.al, static_cast<uint16_t>(id + 1), 0);
+    ReportVendRespMsg(peer(2).al, static_cast<uint16_t>(id), 0);
+    ReportVendRespMsg(kPeer.al, static_cast<uint16_t>(id), 2);
+    EXPECT_EQ(run(6), "6:0 ") << "answers to another query";
+    ReportVendRespMsg(kPeer.al, static_cast<uint16_t>(id), 0);
+    EXPECT_EQ(run(20), "");
+
+    EXPECT_EQ(requestSendConfQueryMsg(peer(9).al, 0), kFailure);
+    EXPECT_EQ(run(20), "") << "what could not be sent is not remembered";
+}
+
+TEST_F(Queries, OddIdentifiersAndAFullMemory) {
+    registerVendQueryMsg(kPeer.al, 40000, 0, 0);
+    EXPECT_EQ(run(20), "") << "an identifier that reads as negative is never sent again";
+    (void)initVendQueries();
+
+    // The oldest entry takes over the newcomer, but keeps its own type and count.
+    for (uint16_t i = 0; i < 64; i++) registerVendQueryMsg(peer(2).al, i, i == 0 ? 2 : 8, 0);
+    advance(1);
+    registerVendQueryMsg(kPeer.al, 100, 0, 0);
+    ReportVendRespMsg(kPeer.al, 100, 0);
+    (void)checkVendRespMsgReceived();
+    EXPECT_EQ(run(6), "6:2 ");
+    // The one that is sent again is the oldest, and may be remembered in its own place.
+    (void)initVendQueries();
+    for (uint16_t i = 0; i < 64; i++) {
+        registerVendQueryMsg(i == 0 ? kPeer.al : peer(2).al, i, i == 0 ? 2 : 8, 0);
+        if (i == 0) advance(1);
+    }
+    EXPECT_EQ(run(12), "5:2 11:2 ");
+}
+
+}  // namespace
