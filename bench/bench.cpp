@@ -10,7 +10,7 @@
 
 #include "base/result.h"
 #include "daemon/receiver.h"
-#include "db/data_manager.h"
+#include "db/database.h"
 #include "db/neighbor_aging.h"
 #include "db/options.h"
 #include "device.h"

@@ -7,6 +7,7 @@
 #include "daemon/main_loop.h"
 #include "daemon/message_monitor.h"
 #include "db/data_manager.h"
+#include "db/database.h"
 #include "net/message_builder.h"
 #include "support/fake_platform.h"
 #include "support/fake_raw_socket.h"
@@ -44,7 +45,7 @@ void start(unsigned nbrsPerIntf, unsigned non1905PerIntf, unsigned intfsWithNbrs
     }
     fakeNet().reset();
     fakeNet().addPlatformIntfs();
-    installRequestHandlers();
+    installUpcalls();
     if (initDataManager() != kOk || initMessageMonitor() != kOk) abort();
     n = 0;
     for (auto& intf : getIntfTable()) {

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "db/data_manager.h"
+#include "db/database.h"
 #include "db/wifi_clients.h"
 #include "device.h"
 #include "net/vend_sender.h"

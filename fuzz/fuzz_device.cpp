@@ -21,9 +21,10 @@
 #include "daemon/message_monitor.h"
 #include "daemon/receiver.h"
 #include "db/data_manager.h"
+#include "db/data_model_update.h"
+#include "db/database.h"
 #include "db/neighbor_aging.h"
 #include "db/options.h"
-#include "db/requests.h"
 #include "net/fragment_store.h"
 #include "net/message_builder.h"
 #include "net/ports.h"
@@ -151,7 +152,7 @@ void startDevice(uint8_t switches, const Folder& folder) {
     (void)setEnableNetTopolOption((switches & kTopolOff) != 0 ? 0 : 1);
     (void)setEnableLogOption(1);
     (void)setLogIndexOption(1);
-    installRequestHandlers();
+    installUpcalls();
     initMessageTransmitterLoop();
     setRootApFolder(getDataModelFolderOption());
     if (initDataManager() != kOk || initMessageMonitor() != kOk) abort();

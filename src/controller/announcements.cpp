@@ -5,11 +5,12 @@
 #include "base/result.h"
 #include "controller/alarm.h"
 #include "db/data_manager.h"
-#include "db/requests.h"
+#include "db/database.h"
 #include "handlers/net_status.h"
 #include "net/transmitter.h"
 #include "net/vend_sender.h"
 #include "platform/lifecycle.h"
+#include "publish/json_data_model.h"
 #include "wire/frame.h"
 
 namespace {
@@ -35,7 +36,7 @@ int discAlarmHandler() {
         return setDiscMsgTransAlarm(kSecondAlarm);
     }
     (void)sendTopolDisc();
-    (void)requestWriteDataModel();
+    (void)writeJsonDataModel();
     (void)sendVendDiscMsg(nullptr);
     return setDiscMsgTransAlarm(kAlarmPeriod);
 }

@@ -15,9 +15,10 @@
 #include "controller/wifi_channel_info.h"
 #include "controller/wifi_client_report.h"
 #include "controller/wifi_country_code.h"
-#include "db/data_manager.h"
+#include "db/database.h"
 #include "db/device_model.h"
 #include "db/device_table.h"
+#include "db/upcalls.h"
 #include "orders/control_lists.h"
 #include "orders/query_tracking.h"
 #include "orders/schedule.h"
@@ -274,4 +275,14 @@ int setMessageTransmitterCheckFlag(const MacAddr& alMac, const char* flagName, i
     logRecord(*record);
     if (flag == 0) MessageTransmitterLoop(now(), 1);
     return kOk;
+}
+
+void deviceDescribed(const MacAddr& alMac) {
+    (void)setMessageTransmitterCheckFlag(alMac, "flag_deviceinfo", 0);
+    (void)setMessageTransmitterCheckFlag(alMac, "flag_powerstate", 0);
+}
+
+void deviceAnswered(const MacAddr& alMac, AwaitedAnswer answer) {
+    const bool conf = answer == AwaitedAnswer::kConf;
+    (void)setMessageTransmitterCheckFlag(alMac, conf ? "flag_deviceinfo" : "flag_powerstate", 1);
 }

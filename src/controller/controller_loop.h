@@ -4,6 +4,7 @@
 
 #include "base/clock.h"
 #include "db/records.h"
+#include "db/upcalls.h"
 
 // Forgets what was scheduled, entered into the control lists and published.
 void initMessageTransmitterLoop();
@@ -22,3 +23,7 @@ int setMessageTransmitterCheck(const MacAddr& alMac, const char* flagName,
 // Tells that a device has answered (flag 1), or that it was learnt and is to be asked (flag 0),
 // which a forced pass does at once. kOk or kFailure.
 int setMessageTransmitterCheckFlag(const MacAddr& alMac, const char* flagName, int flag);
+
+// What handlers tell of a device (db/upcalls.h), in terms of the above.
+void deviceDescribed(const MacAddr& alMac);
+void deviceAnswered(const MacAddr& alMac, AwaitedAnswer answer);

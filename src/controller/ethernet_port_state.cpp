@@ -1,6 +1,8 @@
 #include "controller/ethernet_port_state.h"
 
 #include "controller/own_record.h"
+#include "db/data_model_update.h"
+#include "db/database.h"
 #include "platform/state.h"
 
 int checkEthernetPortState() {

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "base/result.h"
-#include "db/data_manager.h"
+#include "db/database.h"
 #include "net/vend_sender.h"
 #include "platform/device.h"
 #include "wire/sync_text.h"

@@ -2,7 +2,7 @@
 
 #include "base/log.h"
 #include "base/result.h"
-#include "db/data_manager.h"
+#include "db/own_state.h"
 #include "platform/device.h"
 
 int updateFWUpgradeStatus(int32_t value1, int32_t value2) {

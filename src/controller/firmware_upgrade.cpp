@@ -8,7 +8,7 @@
 
 #include "base/log.h"
 #include "base/result.h"
-#include "db/data_manager.h"
+#include "db/database.h"
 #include "net/vend_sender.h"
 #include "orders/control_lists.h"
 #include "orders/firmware_upgrade_list.h"

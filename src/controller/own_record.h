@@ -5,8 +5,8 @@
 #include "base/result.h"
 #include "base/store.h"
 #include "base/text.h"
-#include "db/data_manager.h"
-#include "db/requests.h"
+#include "db/data_model_update.h"
+#include "db/database.h"
 
 template <size_t N>
 bool storeText(Text<N>& field, std::string_view text) {

@@ -8,7 +8,7 @@
 
 #include "base/public_file.h"
 #include "base/shell.h"
-#include "db/data_manager.h"
+#include "db/database.h"
 #include "platform/autoconfig.h"
 
 namespace {

@@ -11,6 +11,7 @@
 #include "base/log.h"
 #include "base/result.h"
 #include "base/shell.h"
+#include "db/data_manager.h"
 #include "db/options.h"
 #include "db/sys_ctrl.h"
 
@@ -69,10 +70,6 @@ int readDebugLevel() {
     return kOk;
 }
 
-void obey(int (*order)()) {
-    if (order != nullptr) (void)order();
-}
-
 int obeyControlFiles() {
     if (exists("/tmp/vm1905_stop")) {
         cleanUp();
@@ -86,12 +83,12 @@ int obeyControlFiles() {
     if (exists("/tmp/vm1905_enableTopol")) {
         cleanUp();
         LOG_PUTS(3, "enable the 1905.1 network topology capabilities\r");
-        obey(optionHooks().enableNetTopol);
+        (void)enableNetTopol();
     }
     if (exists("/tmp/vm1905_disableTopol")) {
         cleanUp();
         LOG_PUTS(3, "disable the 1905.1 network topology capabilities\r");
-        obey(optionHooks().disableNetTopol);
+        (void)disableNetTopol();
     }
     if (exists(kDebugFile)) {
         const int result = readDebugLevel();

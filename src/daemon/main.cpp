@@ -16,6 +16,7 @@
 #include "db/data_manager.h"
 #include "db/device_model.h"
 #include "db/options.h"
+#include "db/own_state.h"
 #include "platform/autoconfig.h"
 #include "platform/lifecycle.h"
 #include "service/service_monitor.h"
@@ -107,7 +108,7 @@ int main(int argc, char** argv) {
         printUsage(argv[0]);
         return EXIT_SUCCESS;
     }
-    installRequestHandlers();
+    installUpcalls();
     setDeviceModelType(line.modelName);
     setConfFolder(line.confFolder);
     if (initSysConfig() != kOk) {

@@ -10,9 +10,10 @@
 #include "controller/controller_loop.h"
 #include "daemon/control_files.h"
 #include "daemon/message_monitor.h"
+#include "db/data_model_update.h"
 #include "db/neighbor_aging.h"
-#include "db/requests.h"
 #include "db/sys_ctrl.h"
+#include "db/upcalls.h"
 #include "net/transmitter.h"
 #include "orders/query_tracking.h"
 #include "platform/lifecycle.h"
@@ -42,12 +43,14 @@ int runPlatform(Seconds time) {
 
 }  // namespace
 
-void installRequestHandlers() {
-    requestHandlers() = {.writeJsonDataModel = writeJsonDataModel,
-                         .requestSendTopolNtfMsg = requestSendTopolNtfMsg,
-                         .sendTopolQuery = sendTopolQuery,
-                         .reinitIntfPorts = reinitIntfPorts,
-                         .setMessageTransmitterCheckFlag = setMessageTransmitterCheckFlag};
+void installUpcalls() {
+    upcalls() = {.writeJsonDataModel = writeJsonDataModel,
+                 .requestSendTopolNtfMsg = requestSendTopolNtfMsg,
+                 .sendTopolQuery = sendTopolQuery,
+                 .reinitIntfPorts = reinitIntfPorts,
+                 .deviceDescribed = deviceDescribed,
+                 .deviceAnswered = deviceAnswered,
+                 .rebootSystem = rebootSystem};
 }
 
 int startControllers() {

@@ -1,8 +1,8 @@
 // Start of the controllers and the polling loop.
 #pragma once
 
-// Installs what low modules may ask of higher ones.
-void installRequestHandlers();
+// Installs the calls upward (db/upcalls.h).
+void installUpcalls();
 
 // Starts platform and monitors. kOk or kFailure.
 int startControllers();

@@ -5,7 +5,7 @@
 #include "base/log.h"
 #include "base/result.h"
 #include "daemon/receiver.h"
-#include "db/data_manager.h"
+#include "db/database.h"
 #include "handlers/standard_handlers.h"
 #include "handlers/vend_dispatch.h"
 #include "net/transmitter.h"

@@ -1,4 +1,4 @@
-#include "daemon/reboot.h"
+#include "platform/exports.h"
 
 #include <sys/reboot.h>
 #include <unistd.h>

@@ -7,7 +7,7 @@
 
 #include "base/log.h"
 #include "base/result.h"
-#include "db/data_manager.h"
+#include "db/database.h"
 #include "net/transmitter.h"
 
 namespace {

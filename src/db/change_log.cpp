@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "base/result.h"
-#include "db/data_manager.h"
-#include "db/requests.h"
+#include "db/data_model_update.h"
+#include "db/database.h"
 
 namespace {
 

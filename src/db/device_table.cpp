@@ -3,8 +3,8 @@
 #include "base/log.h"
 #include "base/result.h"
 #include "db/change_log.h"
-#include "db/data_manager.h"
-#include "db/requests.h"
+#include "db/data_model_update.h"
+#include "db/database.h"
 #include "platform/autoconfig.h"
 
 namespace {

@@ -6,8 +6,9 @@
 #include "base/bytes.h"
 #include "base/log.h"
 #include "base/result.h"
-#include "db/data_manager.h"
-#include "db/requests.h"
+#include "db/data_model_update.h"
+#include "db/database.h"
+#include "db/upcalls.h"
 #include "platform/device.h"
 
 namespace {
@@ -123,7 +124,7 @@ int updateIntfMac(std::string_view name, const MacAddr& /*oldMac*/, uint32_t /*m
     IntfTable* intf = getIntfTableByName(name);
     if (intf == nullptr) return kNothingChanged;
     intf->mac = newMac;
-    (void)requestReinitPorts();
+    (void)upcalls().reinitIntfPorts();
     return changed();
 }
 

@@ -2,10 +2,11 @@
 
 #include "base/log.h"
 #include "base/result.h"
-#include "db/data_manager.h"
+#include "db/data_model_update.h"
+#include "db/database.h"
 #include "db/device_table.h"
 #include "db/local_tables.h"
-#include "db/requests.h"
+#include "db/upcalls.h"
 
 namespace {
 
@@ -161,11 +162,11 @@ int checkNbrDevTableTimeOut() {
         }
         if (time - it->lastSeen >= kNotificationDelay && !it->ntfSent) {
             it->ntfSent = true;
-            (void)requestTopolNotification();
+            (void)upcalls().requestSendTopolNtfMsg();
         }
         if (it->queryTime != 0 && !it->respReceived && it->queryRetries < kMaxQueries &&
             time - it->queryTime >= kQueryInterval) {
-            (void)requestTopolQuery(alMac);
+            (void)upcalls().sendTopolQuery(alMac);
             it->queryTime = time;
             it->queryRetries++;
         }

@@ -9,7 +9,9 @@
 #include "base/log.h"
 #include "base/result.h"
 #include "base/store.h"
-#include "db/requests.h"
+#include "db/change_log.h"
+#include "db/data_manager.h"
+#include "db/data_model_update.h"
 #include "db/sys_ctrl.h"
 #include "platform/descriptions.h"
 
@@ -19,10 +21,7 @@ constexpr const char* kReleaseVersion = "7879";
 constexpr uint16_t kMaxChangeLog = 256;
 constexpr int kLineLength = 128;
 
-struct {
-    Text<32> g_conf_folder{std::string_view("/etc/vm1905")};
-    OptionHooks hooks;
-} module;
+Text<32> g_conf_folder{std::string_view("/etc/vm1905")};
 
 SysConfig& config() {
     return getSysCtrl().config;
@@ -96,7 +95,7 @@ constexpr Key kVersionKeys[] = {
 using File = std::unique_ptr<FILE, decltype(&fclose)>;
 
 File openConfFile(const char* name) {
-    const std::string path = std::string(module.g_conf_folder.view()) + "/" + name;
+    const std::string path = std::string(g_conf_folder.view()) + "/" + name;
     File file(fopen(path.c_str(), "re"), fclose);
     if (!file) LOG(2, "can't open file: %s\r\n", path.c_str());
     return file;
@@ -147,20 +146,14 @@ void fetch(int (*get)(char*), TextField& text) {
 // A permission of the neighbours goes into the AlTable too, under this key.
 int mirrorPermission(int alTableKey, uint32_t isEnable) {
     const uint8_t value = static_cast<uint8_t>(isEnable);
-    if (module.hooks.setAlTableConfValue != nullptr) {
-        (void)module.hooks.setAlTableConfValue(alTableKey, 1, &value);
-    }
+    (void)setAlTableConfValue(alTableKey, 1, &value);
     return requestUpdateDataModel(1);
 }
 
 }  // namespace
 
-OptionHooks& optionHooks() {
-    return module.hooks;
-}
-
 void setConfFolder(std::string_view folder) {
-    module.g_conf_folder = folder;
+    g_conf_folder = folder;
 }
 
 int initSysConfig() {
@@ -241,10 +234,8 @@ uint32_t getEnableNetTopolOption() {
 
 int setEnableNetTopolOption(uint32_t enable) {
     if (!store(config().enableNetTopol, enable)) return kUnchanged;
-    const auto act = enable == 1   ? module.hooks.enableNetTopol
-                     : enable == 0 ? module.hooks.disableNetTopol
-                                   : nullptr;
-    if (act != nullptr) (void)act();
+    if (enable == 1) (void)enableNetTopol();
+    if (enable == 0) (void)disableNetTopol();
     return kOk;
 }
 
@@ -256,9 +247,7 @@ int setMaxChangeLogEntriesOption(uint16_t maximum) {
     if (config().maxChangeLogEntries == maximum) return kUnchanged;
     config().maxChangeLogEntries = std::min(maximum, kMaxChangeLog);
     // Meant: the change log gets the number as asked for.
-    if (module.hooks.setChangeLogMaxEntries != nullptr) {
-        (void)module.hooks.setChangeLogMaxEntries(maximum);
-    }
+    (void)setChangeLogMaxEntries(maximum);
     return kOk;
 }
 

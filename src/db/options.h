@@ -9,15 +9,6 @@
 
 #include "base/mac_addr.h"
 
-// What a changed option does elsewhere; installed by the modules concerned, absent before that.
-struct OptionHooks {
-    int (*enableNetTopol)() = nullptr;
-    int (*disableNetTopol)() = nullptr;
-    int (*setAlTableConfValue)(int key, int len, const void* value) = nullptr;
-    int (*setChangeLogMaxEntries)(uint16_t maximum) = nullptr;
-};
-OptionHooks& optionHooks();
-
 // The folder of the configuration files, at most 31 characters.
 void setConfFolder(std::string_view folder);
 

@@ -1,9 +1,11 @@
-// What the platform tells about this device itself: firmware, LED, Wi-Fi configuration.
+#include "db/own_state.h"
+
 #include "base/result.h"
 #include "base/store.h"
-#include "db/data_manager.h"
+#include "db/data_model_update.h"
+#include "db/database.h"
 #include "db/device_table.h"
-#include "db/requests.h"
+#include "db/upcalls.h"
 #include "db/wifi_bands.h"
 #include "platform/autoconfig.h"
 #include "platform/device.h"
@@ -11,7 +13,7 @@
 namespace {
 
 void writeAndNotify() {
-    (void)requestWriteDataModel();
+    (void)upcalls().writeJsonDataModel();
     (void)requestUpdateDataModel(1);
 }
 

@@ -5,7 +5,7 @@
 #include <cstdlib>
 
 #include "base/log.h"
-#include "db/data_manager.h"
+#include "db/database.h"
 #include "db/device_table.h"
 
 namespace {

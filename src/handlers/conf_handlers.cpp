@@ -2,9 +2,10 @@
 
 #include "base/log.h"
 #include "base/result.h"
-#include "db/data_manager.h"
+#include "db/data_model_update.h"
+#include "db/database.h"
 #include "db/device_table.h"
-#include "db/requests.h"
+#include "db/upcalls.h"
 #include "db/wifi_clients.h"
 #include "handlers/conf_items.h"
 #include "handlers/firmware_handlers.h"
@@ -38,7 +39,7 @@ int handleConfRespMsg(const VendContext& context) {
     if (!dev->hostname.empty()) (void)checkMACisApprove(sender.data(), dev->hostname.c_str());
     dropSilentWifiClients(*dev);
     (void)requestSendWIFIstateQueryMsg(sender, 0);
-    (void)requestCheckFlag(sender, "flag_deviceinfo", 1);
+    upcalls().deviceAnswered(sender, AwaitedAnswer::kConf);
     return requestUpdateDataModel(0);
 }
 

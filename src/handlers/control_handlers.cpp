@@ -2,11 +2,12 @@
 
 #include "base/log.h"
 #include "base/result.h"
-#include "daemon/reboot.h"
-#include "db/data_manager.h"
+#include "db/data_model_update.h"
+#include "db/database.h"
 #include "db/device_table.h"
 #include "db/options.h"
-#include "db/requests.h"
+#include "db/own_state.h"
+#include "db/upcalls.h"
 #include "handlers/control_request.h"
 #include "handlers/message_log.h"
 #include "orders/answer_writers.h"
@@ -55,7 +56,7 @@ int handleRebootReqMsg(const VendContext& context) {
     int retCode = addressResult(context);
     if (retCode == kOk && getEnableRebootFromNbrOption() != 1) retCode = kFailure;
     return answerThenAct(context, VEND_MSG_TYPE_REBOOT_RESP, retCode, "reboot...\r",
-                         "failed to reboot\r", rebootSystem);
+                         "failed to reboot\r", upcalls().rebootSystem);
 }
 
 int handleRebootRespMsg(const VendContext& context) {

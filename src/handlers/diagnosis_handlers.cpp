@@ -5,7 +5,7 @@
 
 #include "base/log.h"
 #include "base/result.h"
-#include "db/data_manager.h"
+#include "db/database.h"
 #include "handlers/control_request.h"
 #include "net/vend_sender.h"
 #include "orders/control_lists.h"

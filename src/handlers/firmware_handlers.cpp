@@ -4,9 +4,9 @@
 
 #include "base/log.h"
 #include "base/result.h"
-#include "db/data_manager.h"
+#include "db/data_model_update.h"
+#include "db/database.h"
 #include "db/device_table.h"
-#include "db/requests.h"
 #include "handlers/control_request.h"
 #include "net/vend_sender.h"
 #include "orders/answer_writers.h"

@@ -4,10 +4,12 @@
 
 #include "base/log.h"
 #include "base/result.h"
-#include "db/data_manager.h"
+#include "db/data_model_update.h"
+#include "db/database.h"
 #include "db/device_table.h"
+#include "db/local_tables.h"
 #include "db/options.h"
-#include "db/requests.h"
+#include "db/upcalls.h"
 #include "handlers/control_request.h"
 #include "handlers/message_log.h"
 #include "net/vend_sender.h"
@@ -120,7 +122,7 @@ int handleIntfPwrStateRespMsg(const VendContext& context) {
     for (const auto& state : context.as<IntfPwrStateResp>().intfs) {
         if (DevIntf* intf = finder.take(state.mac)) intf->pwrState = state.value;
     }
-    (void)requestCheckFlag(sender, "flag_powerstate", 1);
+    upcalls().deviceAnswered(sender, AwaitedAnswer::kIntfPwrState);
     return requestUpdateDataModel(0);
 }
 

@@ -5,7 +5,9 @@
 #include "base/bytes.h"
 #include "base/log.h"
 #include "base/result.h"
-#include "db/data_manager.h"
+#include "db/database.h"
+#include "db/local_tables.h"
+#include "db/own_state.h"
 #include "net/ports.h"
 #include "platform/lifecycle.h"
 

@@ -4,10 +4,11 @@
 
 #include "base/log.h"
 #include "base/result.h"
-#include "db/data_manager.h"
+#include "db/database.h"
 #include "db/device_table.h"
+#include "db/local_tables.h"
 #include "db/neighbor_aging.h"
-#include "db/requests.h"
+#include "db/upcalls.h"
 #include "net/transmitter.h"
 #include "net/vend_sender.h"
 #include "publish/listing.h"
@@ -96,8 +97,9 @@ int handleTopolRespMsg(const MacAddr& localMac, uint32_t mediaType, const MacAdd
     if (updateNbrDevTable(kNbrResponse, alMac) == kFailure) return kFailure;
     if (updateIeee1905DevTable(localMac, mediaType, std::move(dev)) != kOk) return kFailure;
     if (DEBUGLEVEL >= 4) showportinfo();
-    (void)requestCheckFlag(alMac, "flag_deviceinfo", 0);
-    (void)requestCheckFlag(alMac, "flag_powerstate", 0);
+    // The device is asked for more at once, by forced passes of the controller loop that end before
+    // this handler does.
+    upcalls().deviceDescribed(alMac);
     return kOk;
 }
 

@@ -1,7 +1,7 @@
 #include "handlers/vend_disc.h"
 
 #include "base/result.h"
-#include "db/data_manager.h"
+#include "db/database.h"
 #include "handlers/standard_handlers.h"
 #include "handlers/vend_dispatch.h"
 #include "wire/vend_payloads.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "base/log.h"
-#include "db/data_manager.h"
+#include "db/database.h"
 #include "db/link_metrics.h"
 #include "wire/frame.h"
 #include "wire/vend_tlv.h"

@@ -4,7 +4,7 @@
 
 #include "base/log.h"
 #include "base/result.h"
-#include "db/data_manager.h"
+#include "db/database.h"
 #include "db/neighbor_aging.h"
 #include "net/raw_socket.h"
 #include "platform/descriptions.h"

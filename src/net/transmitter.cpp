@@ -6,7 +6,7 @@
 
 #include "base/log.h"
 #include "base/result.h"
-#include "db/data_manager.h"
+#include "db/database.h"
 #include "db/neighbor_aging.h"
 #include "net/message_memory.h"
 #include "platform/descriptions.h"

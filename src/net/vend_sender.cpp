@@ -1,7 +1,7 @@
 #include "net/vend_sender.h"
 
 #include "base/result.h"
-#include "db/data_manager.h"
+#include "db/database.h"
 #include "net/transmitter.h"
 #include "wire/frame.h"
 #include "wire/vend_payloads.h"

@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "db/data_manager.h"
+#include "db/database.h"
 #include "net/vend_sender.h"
 #include "orders/answer_writers.h"
 #include "orders/retry_list.h"

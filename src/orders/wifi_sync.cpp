@@ -7,7 +7,7 @@
 
 #include "base/log.h"
 #include "base/result.h"
-#include "db/data_manager.h"
+#include "db/database.h"
 #include "db/device_table.h"
 #include "net/vend_sender.h"
 #include "orders/schedule.h"

@@ -3,7 +3,7 @@
 #include <array>
 
 #include "base/result.h"
-#include "db/data_manager.h"
+#include "db/database.h"
 #include "db/wifi_bands.h"
 #include "platform/autoconfig.h"
 #include "publish/json_writer.h"

@@ -4,7 +4,7 @@
 
 #include "base/clock.h"
 #include "base/result.h"
-#include "db/data_manager.h"
+#include "db/database.h"
 #include "publish/json_writer.h"
 #include "publish/labels.h"
 

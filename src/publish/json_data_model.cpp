@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "base/result.h"
-#include "db/data_manager.h"
+#include "db/database.h"
 #include "platform/autoconfig.h"
 #include "publish/device_info.h"
 #include "publish/json_autoconfig.h"

@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "db/data_manager.h"
+#include "db/database.h"
 #include "db/media_type.h"
 #include "net/ports.h"
 

@@ -4,8 +4,10 @@
 
 #include "base/log.h"
 #include "base/result.h"
-#include "db/data_manager.h"
+#include "db/database.h"
+#include "db/local_tables.h"
 #include "db/options.h"
+#include "db/own_state.h"
 #include "db/wifi_bands.h"
 #include "net/ports.h"
 #include "orders/slots.h"

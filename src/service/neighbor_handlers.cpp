@@ -8,7 +8,7 @@
 #include "base/result.h"
 #include "controller/announcements.h"
 #include "controller/extender_config.h"
-#include "db/data_manager.h"
+#include "db/database.h"
 #include "net/vend_sender.h"
 #include "orders/control_lists.h"
 #include "orders/pending_requests.h"

@@ -8,7 +8,7 @@
 #include "base/clock.h"
 #include "base/log.h"
 #include "base/result.h"
-#include "db/data_manager.h"
+#include "db/database.h"
 #include "db/device_table.h"
 #include "db/link_metrics.h"
 #include "db/options.h"

@@ -5,9 +5,9 @@
 
 #include "base/log.h"
 #include "base/result.h"
-#include "db/data_manager.h"
+#include "db/data_model_update.h"
+#include "db/database.h"
 #include "db/device_table.h"
-#include "db/requests.h"
 #include "db/wifi_bands.h"
 #include "net/transmitter.h"
 #include "platform/autoconfig.h"

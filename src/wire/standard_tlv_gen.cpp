@@ -2,7 +2,7 @@
 #include <string_view>
 
 #include "base/log.h"
-#include "db/data_manager.h"
+#include "db/database.h"
 #include "wire/standard_tlv.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "base/log.h"
-#include "db/data_manager.h"
+#include "db/database.h"
 #include "wire/standard_tlv.h"
 #include "wire/vend_catalogue.h"
 

@@ -13,6 +13,7 @@
 #include "daemon/main_loop.h"
 #include "daemon/message_monitor.h"
 #include "db/data_manager.h"
+#include "db/database.h"
 #include "db/options.h"
 #include "orders/slots.h"
 #include "publish/json_change_log.h"
@@ -59,7 +60,7 @@ void startDaemon(const DeviceOptions& options) {
     setConfFolder(here->folder);
     if (initSysConfig() != kOk) die("the configuration cannot be read");
     (void)setDebugLevel(options.debugLevel);
-    installRequestHandlers();
+    installUpcalls();
     usePrivateSlots();
     setWakeFifoPath(nullptr);
     if (initNetCtrl() != kOk || initDataManager() != kOk || initMessageMonitor() != kOk ||

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <set>
 
-#include "db/data_manager.h"
+#include "db/own_state.h"
 #include "sim/mesh.h"
 #include "sim/picture.h"
 #include "support/fake_platform.h"

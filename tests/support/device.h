@@ -18,8 +18,10 @@
 #include "daemon/message_monitor.h"
 #include "daemon/receiver.h"
 #include "db/data_manager.h"
+#include "db/data_model_update.h"
+#include "db/database.h"
 #include "db/options.h"
-#include "db/requests.h"
+#include "db/upcalls.h"
 #include "net/ports.h"
 #include "support/fake_platform.h"
 #include "support/fake_raw_socket.h"
@@ -91,7 +93,7 @@ class Device : public testing::Test {
     // is taken off the cables.
     void start() {
         fakeNet().addPlatformIntfs();
-        installRequestHandlers();
+        installUpcalls();
         ASSERT_EQ(initDataManager(), kOk);
         ASSERT_EQ(initMessageMonitor(), kOk);
         ASSERT_EQ(startMessageMonitor(), kOk);
@@ -157,7 +159,7 @@ class Device : public testing::Test {
   private:
     // Requests are lost that would come due in the next test.
     static void dropPending() {
-        requestHandlers() = {};
+        upcalls() = {};
         (void)checkDataModelStatus();
         (void)checkUnsentTopolNtfMsg();
     }

@@ -8,6 +8,8 @@
 #include "controller/controller_loop.h"
 #include "controller/root_ap.h"
 #include "controller/wifi_client_report.h"
+#include "db/data_model_update.h"
+#include "db/database.h"
 #include "db/device_model.h"
 #include "db/device_table.h"
 #include "orders/control_lists.h"

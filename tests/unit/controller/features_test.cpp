@@ -1,5 +1,6 @@
 // What the mesh does together: settings handed out by a Registrar, and the speed test.
 #include "controller/controller_loop.h"
+#include "db/database.h"
 #include "db/device_table.h"
 #include "orders/speed_test.h"
 #include "orders/wifi_sync.h"

@@ -1,5 +1,8 @@
 #include "daemon/receiver.h"
 
+#include "db/data_manager.h"
+#include "db/database.h"
+#include "db/upcalls.h"
 #include "net/transmitter.h"
 #include "support/device.h"
 #include "support/log_capture.h"
@@ -61,7 +64,7 @@ class Receiver : public Device {
         Device::SetUp();
         start();
         // The controller would ask whoever is heard of.
-        requestHandlers().setMessageTransmitterCheckFlag = nullptr;
+        upcalls().deviceDescribed = [](const MacAddr&) {};
     }
     static bool isStored(unsigned id, unsigned type = 3) {
         const Frame frame = fragment(id, 0, false, type);

@@ -3,6 +3,8 @@
 #include <sstream>
 
 #include "daemon/command_line.h"
+#include "db/data_model_update.h"
+#include "db/upcalls.h"
 #include "support/device.h"
 
 namespace {
@@ -39,8 +41,8 @@ using Services = Device;
 
 TEST_F(Services, BurstOfChangesGivesOneRewrite) {
     written = notified = 0;
-    requestHandlers().writeJsonDataModel = [] { return ++written; };
-    requestHandlers().requestSendTopolNtfMsg = [] { return ++notified; };
+    upcalls().writeJsonDataModel = [] { return ++written; };
+    upcalls().requestSendTopolNtfMsg = [] { return ++notified; };
     for (const auto& [flag, writtenThen] :
          {std::pair{0, 0}, {1, 0}, {2, 1}, {2, 1}, {2, 1}, {2, 2}}) {
         (void)requestUpdateDataModel(flag);

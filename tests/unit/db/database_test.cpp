@@ -1,4 +1,9 @@
+#include "db/database.h"
+#include "db/data_manager.h"
 #include "db/link_metrics.h"
+#include "db/local_tables.h"
+#include "db/own_state.h"
+#include "db/upcalls.h"
 #include "support/device.h"
 
 namespace {
@@ -17,7 +22,7 @@ class Database : public Device {
         ASSERT_EQ(initDataManager(), kOk);
         eth0().nbrs[1].is1905 = true;
         rewrites = 0;
-        requestHandlers().writeJsonDataModel = [] { return ++rewrites; };
+        upcalls().writeJsonDataModel = [] { return ++rewrites; };
     }
     static Macs nbrMacs() {
         Macs macs;

@@ -1,6 +1,10 @@
 #include "db/change_log.h"
+#include "db/data_manager.h"
+#include "db/database.h"
 #include "db/device_table.h"
+#include "db/local_tables.h"
 #include "db/neighbor_aging.h"
+#include "db/upcalls.h"
 #include "support/device.h"
 
 namespace {
@@ -15,8 +19,8 @@ class Neighbors : public Device {
         Device::SetUp();
         ASSERT_EQ(initDataManager(), kOk);
         notifications = queries = 0;
-        requestHandlers().requestSendTopolNtfMsg = [] { return ++notifications; };
-        requestHandlers().sendTopolQuery = [](const MacAddr&) { return ++queries; };
+        upcalls().requestSendTopolNtfMsg = [] { return ++notifications; };
+        upcalls().sendTopolQuery = [](const MacAddr&) { return ++queries; };
     }
     static TopolTable& topol() { return *getNetTopolTable(); }
     static int heard(int kind, const Peer& who = kPeer) {

@@ -4,8 +4,9 @@
 #include <fstream>
 
 #include "base/result.h"
-#include "db/requests.h"
+#include "db/database.h"
 #include "db/sys_ctrl.h"
+#include "db/upcalls.h"
 #include "support/fake_platform.h"
 #include "support/log_capture.h"
 
@@ -43,8 +44,8 @@ class Options : public testing::Test {
     void TearDown() override {
         std::filesystem::remove_all(folder_);
         (void)setDefSysConfig();
-        optionHooks() = {};
-        requestHandlers() = {};
+        destroyDatabase();
+        upcalls() = {};
     }
     static void setNines() {
         const Text<32> nine("/nine");
@@ -113,15 +114,13 @@ TEST_F(Options, IdentityVersionsAndRunningLevel) {
     EXPECT_EQ(versions(), "1.0 3 4 5 6 0 0 9 ");
 }
 
-std::string calls;  // of the hooks
+int notifications;
 
 TEST_F(Options, SettersTellWhatChanged) {
-    calls.clear();
-    optionHooks() = {
-        [] { return calls += "on ", 0; }, [] { return calls += "off ", 0; },
-        [](int key, int, const void*) { return calls += "key" + std::to_string(key) + " ", 0; },
-        [](uint16_t max) { return calls += "max" + std::to_string(max) + " ", 0; }};
-    requestHandlers().requestSendTopolNtfMsg = [] { return calls += "ntf ", 0; };
+    notifications = 0;
+    AlTable& al = createDatabase();
+    al.enableIntfPwrCtrlFromNbr = 1;
+    upcalls().requestSendTopolNtfMsg = [] { return ++notifications; };
     for (const int expected : {kOk, kUnchanged}) {
         for (const int result : {setDebugLevelOption(5), setEnableRebootFromNbrOption(1),
                                  setEnableIntfPwrCtrlFromNbrOption(0), setEnableLogOption(1),
@@ -131,11 +130,16 @@ TEST_F(Options, SettersTellWhatChanged) {
     }
     // Meant: stored with a limit, passed on and compared without.
     for (int i = 0; i < 2; i++) EXPECT_EQ(setMaxChangeLogEntriesOption(300), kOk);
-    for (const uint32_t enable : {1U, 0U, 2U}) EXPECT_EQ(setEnableNetTopolOption(enable), kOk);
+    EXPECT_EQ(al.topol.maxChangeLogEntries, 300);
+    for (const uint32_t enable : {1U, 0U, 2U}) {
+        EXPECT_EQ(setEnableNetTopolOption(enable), kOk);
+        EXPECT_EQ(al.topol.enable, enable == 1 ? 1U : 0U);
+    }
     EXPECT_EQ(setEnableNetTopolOption(2), kUnchanged);
     EXPECT_EQ(setDataModelFolderOption(nullptr) + setLogFolderOption(nullptr), 2 * kFailure);
     EXPECT_EQ(setDataModelFolderOption("/data") + setLogFolderOption("/log"), kOk);
-    EXPECT_EQ(calls, "key0 ntf key1 ntf max256 max300 max300 on off ");
+    EXPECT_EQ(al.enableRebootFromNbr * 10 + al.enableIntfPwrCtrlFromNbr, 10);
+    EXPECT_EQ(notifications, 2);
     EXPECT_EQ(options(), "5 2 256 1 0 /data 1 /log 3");
     EXPECT_EQ(getDebugLevel(), 2) << "the running level is another matter";
 }

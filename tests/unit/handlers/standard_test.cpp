@@ -1,4 +1,6 @@
 #include "controller/alarm.h"
+#include "db/data_manager.h"
+#include "db/database.h"
 #include "handlers/standard_handlers.h"
 #include "support/device.h"
 

@@ -1,6 +1,7 @@
 // What a device answers to vendor messages, what it does, and what it keeps.
 #include <set>
 
+#include "db/database.h"
 #include "db/device_table.h"
 #include "support/device.h"
 #include "support/fake_system.h"

@@ -1,5 +1,6 @@
 #include "net/message_builder.h"
 
+#include "db/database.h"
 #include "db/neighbor_aging.h"
 #include "support/device.h"
 

@@ -1,5 +1,8 @@
 #include "net/ports.h"
 
+#include "db/data_manager.h"
+#include "db/database.h"
+#include "db/local_tables.h"
 #include "support/device.h"
 #include "support/log_capture.h"
 

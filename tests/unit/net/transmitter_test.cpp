@@ -2,6 +2,8 @@
 
 #include <fcntl.h>
 
+#include "db/data_manager.h"
+#include "db/database.h"
 #include "db/neighbor_aging.h"
 #include "support/device.h"
 #include "support/log_capture.h"

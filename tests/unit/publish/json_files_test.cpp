@@ -12,6 +12,7 @@
 #include "base/fd.h"
 #include "base/result.h"
 #include "db/data_manager.h"
+#include "db/database.h"
 #include "db/options.h"
 #include "publish/json_autoconfig.h"
 #include "publish/json_change_log.h"

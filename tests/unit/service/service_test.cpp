@@ -4,6 +4,8 @@
 #include <random>
 
 #include "db/change_log.h"
+#include "db/data_manager.h"
+#include "db/database.h"
 #include "orders/control_lists.h"
 #include "service/service_monitor.h"
 #include "service/wake_fifo.h"

@@ -6,6 +6,8 @@
 
 #include "base/result.h"
 #include "db/data_manager.h"
+#include "db/database.h"
+#include "db/local_tables.h"
 #include "support/fake_platform.h"
 #include "support/frames.h"
 #include "support/log_capture.h"

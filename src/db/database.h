@@ -1,0 +1,47 @@
+// The topology database: the root record of what this device knows, and the accessors of its
+// tables. data_manager.h fills it, local_tables.h and own_state.h update what describes this
+// device; neighbours, remote devices and the change log have modules of their own.
+//
+// An accessor that returns a pointer returns nullptr if there is no such entry; the pointer stays
+// valid until its table changes.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "db/records.h"
+
+// Creates an empty database, in place of an older one.
+AlTable& createDatabase();
+// Frees it.
+void destroyDatabase();
+
+AlTable* getAlTable();                  // nullptr without a database
+const MacAddr* getAlMac();              // nullptr without a database
+bool isOwnAlMac(const MacAddr& alMac);  // false without a database
+const uint8_t* getAlOui();              // 3 bytes, nullptr without a database
+const std::vector<uint8_t>& getAlVendInfo();
+uint32_t getAlOperStatus();
+uint32_t getNetTopolCap();  // enable switch, 0 without a database
+uint32_t getNetTopolStatus();
+TopolTable* getNetTopolTable();
+std::list<IntfTable>& getIntfTable();  // empty without a database
+// Asks the platform for the number of interfaces, stores it and returns it.
+uint8_t getIntfNum();
+IntfTable* getIntfTableByIndex(unsigned index);
+IntfTable* getIntfTableById(const MacAddr& mac, uint32_t mediaType);
+IntfTable* getIntfTableByName(std::string_view name);
+IntfNbrDev* getIntfNbrDevByIndex(IntfTable& intf, unsigned index);
+IntfNbrDev* getIntf1905NbrDevByIndex(IntfTable& intf, unsigned index);
+IntfNbrDev* getIntfNon1905NbrDevByIndex(IntfTable& intf, unsigned index);
+IntfNbrDev* getIntfNbrDevByMac(IntfTable& intf, const MacAddr& nbrIntfMac);
+uint8_t getBrdgTupleNum();
+BrdgTuple* getBrdgTupleByIndex(unsigned index);
+FwdRule* getFwdRuleTableByIndex(unsigned index);
+FwdRule* getFwdRuleTableByRuleId(uint16_t ruleId);
+SecurityTable* getSecurityTable();
+std::vector<NbrDev>& getNbrDevTable();  // empty without a database
+// Number of neighbour devices in 8-bit arithmetic: 256 of them count as 0, which is meant.
+uint8_t getNbrDevNum();
+NbrDev* getNbrDevTableByIndex(unsigned index);  // index modulo 256

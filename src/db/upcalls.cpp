@@ -1,0 +1,11 @@
+#include "db/upcalls.h"
+
+namespace {
+
+Upcalls installed;
+
+}  // namespace
+
+Upcalls& upcalls() {
+    return installed;
+}
