@@ -14,10 +14,10 @@ namespace {
 
 constexpr MacAddr kPort{0x02, 0x19, 0x05, 0, 1, 0};
 
-std::unique_ptr<VendPayload> confResp() {
-    auto resp = std::make_unique<ConfResp>();
+VendPayload confResp() {
+    ConfResp resp;
     for (uint8_t type = 0; type < 40; type++) {
-        resp->items.push_back({type, std::vector<uint8_t>(12, 'x')});
+        resp.items.push_back({type, std::vector<uint8_t>(12, 'x')});
     }
     return resp;
 }
@@ -35,7 +35,7 @@ std::string clientChunk() {
     return chunk;
 }
 
-void roundTrip(benchmark::State& state, VendMsgType type, std::unique_ptr<VendPayload> payload) {
+void roundTrip(benchmark::State& state, VendMsgType type, VendPayload payload) {
     const auto msg = makeVendMsg(type, std::move(payload));
     size_t size = 0;
     for (auto _ : state) {
@@ -58,8 +58,7 @@ BENCHMARK(configResponse)->Name("config_response/40_items");
 
 void clientChunkTlv(benchmark::State& state) {
     startReferenceDevice();
-    roundTrip(state, VEND_MSG_TYPE_WIFI_CLIENT_MCAST2,
-              std::make_unique<TextPayload>(*getAlMac(), clientChunk()));
+    roundTrip(state, VEND_MSG_TYPE_WIFI_CLIENT_MCAST2, TextPayload{*getAlMac(), clientChunk()});
     stopDevice();
 }
 BENCHMARK(clientChunkTlv)->Name("wifi_client_chunk/tlv");

@@ -136,8 +136,9 @@ std::array<uint16_t, kMsgTypeNum> sentIds;
 void ask() {
     static const MetricQuery query{1, {0x02, 0xAA, 0, 0, 0, 1}, 2};
     static const RoleBand search{0, 1};
-    (void)requestSend1905UcastMsg(MacAddr{0x02, 0xAA, 0, 0, 0, 0x10}, kMsgMetricQuery, &query);
-    (void)requestSend1905McastMsg(kMsgApAutoConfSrch, &search);
+    (void)requestSend1905UcastMsg(MacAddr{0x02, 0xAA, 0, 0, 0, 0x10}, kMsgMetricQuery,
+                                  metricQueryBody(query));
+    (void)requestSend1905McastMsg(kMsgApAutoConfSrch, apSearchBody(search));
 }
 
 void startDevice(uint8_t switches, const Folder& folder) {

@@ -15,6 +15,5 @@ int sendUpdateConifgCtrlToExtender() {
     if (own == nullptr) return kFailure;
     std::string text;
     (void)fetchSyncText(getExtenderConfig, text);
-    return sendVendMcastMsg(VEND_MSG_TYPE_UPDATEEXTENDCONF_REQ,
-                            std::make_unique<TextPayload>(*own, text));
+    return sendVendMcastMsg(VEND_MSG_TYPE_UPDATEEXTENDCONF_REQ, TextPayload{*own, text});
 }

@@ -101,11 +101,11 @@ std::vector<uint8_t> textItem(const char* text) {
 }
 
 // The order with its values as items.
-std::unique_ptr<VendPayload> itemForm(const char* url, const char* fileName) {
-    auto request = std::make_unique<FwCtrl2Req>();
-    request->items = {{kFwOption, {kDownloadOption}}, {kFwTopoOption, {kTopoOption}}};
-    if (*url != '\0') request->items.push_back({kFwUrl, textItem(url)});
-    if (*fileName != '\0') request->items.push_back({kFwFileName, textItem(fileName)});
+VendPayload itemForm(const char* url, const char* fileName) {
+    FwCtrl2Req request;
+    request.items = {{kFwOption, {kDownloadOption}}, {kFwTopoOption, {kTopoOption}}};
+    if (*url != '\0') request.items.push_back({kFwUrl, textItem(url)});
+    if (*fileName != '\0') request.items.push_back({kFwFileName, textItem(fileName)});
     return request;
 }
 
@@ -128,8 +128,7 @@ void orderReboot(const MacAddr& alMac) {
     LOG(4, "send reboot(" MAC_FMT ")\n", MAC_ARGS(alMac));
     Outputlog("[FWupgrade] send Reboot to (" MAC_FMT ")", MAC_ARGS(alMac));
     uint16_t msgId = 0;
-    (void)sendVendMsg(alMac, VEND_MSG_TYPE_REBOOT_REQ, std::make_unique<AlMacPayload>(alMac),
-                      &msgId);
+    (void)sendVendMsg(alMac, VEND_MSG_TYPE_REBOOT_REQ, AlMacPayload{alMac}, &msgId);
     (void)setRebootCtrlList(&alMac, msgId, 1);
 }
 
@@ -196,15 +195,14 @@ int sendEXdeviceReboot(void) {
 int sendFWStatechangeRequest(const MacAddr& alMac) {
     const MacAddr* own = getAlMac();
     if (own == nullptr) return kFailure;
-    return sendVendMsg(alMac, VEND_MSG_TYPE_FWSTATECHANGE_REQ,
-                       std::make_unique<AlMacPayload>(*own));
+    return sendVendMsg(alMac, VEND_MSG_TYPE_FWSTATECHANGE_REQ, AlMacPayload{*own});
 }
 
 int sendFWCtrlTodevice(const MacAddr& alMac, uint8_t fwOption, uint8_t fwTopoOption,
                        const char* url) {
-    auto request = std::make_unique<FwCtrlReq>();
-    request->fwOption = fwOption;
-    request->fwTopoOption = fwTopoOption;
-    if (url != nullptr) request->fwUrl = url;
+    FwCtrlReq request;
+    request.fwOption = fwOption;
+    request.fwTopoOption = fwTopoOption;
+    if (url != nullptr) request.fwUrl = url;
     return sendVendMsg(alMac, VEND_MSG_TYPE_FW_CTRL_REQ, std::move(request));
 }

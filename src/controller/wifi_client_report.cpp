@@ -38,8 +38,7 @@ WifiClient clientOf(const WifiStation& station) {
 
 void sendChunk(const std::string& chunk) {
     if (chunk.empty()) return;
-    (void)sendVendMcastMsg(VEND_MSG_TYPE_WIFI_CLIENT_MCAST2,
-                           std::make_unique<TextPayload>(*getAlMac(), chunk));
+    (void)sendVendMcastMsg(VEND_MSG_TYPE_WIFI_CLIENT_MCAST2, TextPayload{*getAlMac(), chunk});
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/log.h"
+#include "base/monitor_state.h"
 #include "base/result.h"
 #include "controller/announcements.h"
 #include "daemon/receiver.h"
@@ -12,6 +13,7 @@
 #include "net/ports.h"
 #include "net/raw_socket.h"
 #include "net/transmitter.h"
+#include "service/wake_fifo.h"
 
 namespace {
 
@@ -19,7 +21,6 @@ constexpr int kWaitSeconds = 1;
 
 uint32_t state = kUninit;
 bool paced = false;
-int extraReadFd = -1;
 
 }  // namespace
 
@@ -68,9 +69,9 @@ int runMessageMonitor() {
         FD_SET(fd, &readable);
         limit = std::max(limit, fd + 1);
     }
-    if (extraReadFd >= 0 && extraReadFd < FD_SETSIZE) {
-        FD_SET(extraReadFd, &readable);
-        limit = std::max(limit, extraReadFd + 1);
+    if (const int fd = wakeFifoFd(); fd >= 0 && fd < FD_SETSIZE) {
+        FD_SET(fd, &readable);
+        limit = std::max(limit, fd + 1);
     }
     const int ready = waitReadable(limit, readable, kWaitSeconds);
     paced = ready == 0;
@@ -88,10 +89,6 @@ int runMessageMonitor() {
 
 bool messageMonitorIsPaced() {
     return paced;
-}
-
-void setExtraReadFd(int fd) {
-    extraReadFd = fd;
 }
 
 int destroyMessageMonitor() {

@@ -16,24 +16,24 @@
 namespace {
 
 int sendConfResp(const VendContext& context, VendMsgType type, std::vector<Item>&& items) {
-    auto answer = std::make_unique<ConfResp>();
-    answer->almac = *getAlMac();
-    answer->items = std::move(items);
+    ConfResp answer;
+    answer.almac = *getAlMac();
+    answer.items = std::move(items);
     return sendVendRespMsg(context.srcMac, context.msgId, type, std::move(answer));
 }
 
 }  // namespace
 
-int handleConfQueryMsg(const VendContext& context) {
+int handleConfQueryMsg(const VendContext& context, const AlMacPayload& /*query*/) {
     return sendConfResp(context, VEND_MSG_TYPE_CONF_RESP, readConfItems(*getAlTable()));
 }
 
-int handleConfRespMsg(const VendContext& context) {
+int handleConfRespMsg(const VendContext& context, const ConfResp& answer) {
     const MacAddr sender = context.msg.alMac;
     ReportVendRespMsg(sender, context.msgId, VEND_MSG_TYPE_CONF_QUERY);
     Ieee1905DevTable* dev = getIeee1905DevTableById(sender);
     if (dev == nullptr) return kOk;
-    storeConfItems(*dev, context.as<ConfResp>().items);
+    storeConfItems(*dev, answer.items);
     LOG(4, "vm1905Version git = %s\n", dev->firmwareVersion.c_str());
     noteRemoteFirmwareState(*dev);
     if (!dev->hostname.empty()) (void)checkMACisApprove(sender.data(), dev->hostname.c_str());
@@ -43,15 +43,15 @@ int handleConfRespMsg(const VendContext& context) {
     return requestUpdateDataModel(0);
 }
 
-int handleConfQueryMsg2(const VendContext& context) {
+int handleConfQueryMsg2(const VendContext& context, const AlMacPayload& /*query*/) {
     return sendConfResp(context, VEND_MSG_TYPE_CONF_RESP2, readIPv6Items());
 }
 
-int handleConfRespMsg2(const VendContext& context) {
+int handleConfRespMsg2(const VendContext& context, const ConfResp& answer) {
     const MacAddr& sender = context.msg.alMac;
     ReportVendRespMsg(sender, context.msgId, VEND_MSG_TYPE_CONF_QUERY2);
     Ieee1905DevTable* dev = getIeee1905DevTableById(sender);
     if (dev == nullptr) return kOk;
-    storeIPv6Items(*dev, context.as<ConfResp>().items);
+    storeIPv6Items(*dev, answer.items);
     return requestUpdateDataModel(0);
 }

@@ -2,9 +2,9 @@
 // kFailure.
 #pragma once
 
-#include "handlers/vend_dispatch.h"
+#include "handlers/vend_context.h"
 
-int handleConfQueryMsg(const VendContext& context);
-int handleConfRespMsg(const VendContext& context);
-int handleConfQueryMsg2(const VendContext& context);
-int handleConfRespMsg2(const VendContext& context);
+int handleConfQueryMsg(const VendContext& context, const AlMacPayload& query);
+int handleConfRespMsg(const VendContext& context, const ConfResp& answer);
+int handleConfQueryMsg2(const VendContext& context, const AlMacPayload& query);
+int handleConfRespMsg2(const VendContext& context, const ConfResp& answer);

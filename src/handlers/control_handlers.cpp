@@ -33,18 +33,16 @@ int answerThenAct(const VendContext& context, VendMsgType respType, int retCode,
     return act() == kOk ? kOk : kFailure;
 }
 
-int addressResult(const VendContext& context) {
-    return isOwnAlMac(context.as<AlMacPayload>().almac) ? kOk : kNotAddressed;
+int addressResult(const AlMacPayload& request) {
+    return isOwnAlMac(request.almac) ? kOk : kNotAddressed;
 }
 
-int setLED(const VendContext& context) {
-    const uint8_t option = context.as<OptionPayload>().option;
+int setLED(const VendContext& context, uint8_t option) {
     Outputlog("[LEDCtrl] get LED (%d) from (" MAC_FMT ")", option, MAC_ARGS(context.msg.alMac));
     return answerRequest(context, VEND_MSG_TYPE_LED_CTRL_RESP, setLEDvalue(option));
 }
 
-int setSystem(const VendContext& context) {
-    const uint8_t option = context.as<OptionPayload>().option;
+int setSystem(const VendContext& context, uint8_t option) {
     Outputlog("[SystemCtrl] get System (%d) from (" MAC_FMT ")", option,
               MAC_ARGS(context.msg.alMac));
     return answerRequest(context, VEND_MSG_TYPE_SYSTEM_CTRL_RESP, setSystemvalue(option));
@@ -52,82 +50,79 @@ int setSystem(const VendContext& context) {
 
 }  // namespace
 
-int handleRebootReqMsg(const VendContext& context) {
-    int retCode = addressResult(context);
+int handleRebootReqMsg(const VendContext& context, const AlMacPayload& request) {
+    int retCode = addressResult(request);
     if (retCode == kOk && getEnableRebootFromNbrOption() != 1) retCode = kFailure;
     return answerThenAct(context, VEND_MSG_TYPE_REBOOT_RESP, retCode, "reboot...\r",
                          "failed to reboot\r", upcalls().rebootSystem);
 }
 
-int handleRebootRespMsg(const VendContext& context) {
+int handleRebootRespMsg(const VendContext& context, const RetCodePayload& answer) {
     const MacAddr* owner = getalMacOfIeee1905DevTableByintfMac(context.srcMac);
     if (owner == nullptr) return kFailure;
     const MacAddr alMac = *owner;
-    const uint8_t retCode = context.as<RetCodePayload>().retCode;
+    const uint8_t retCode = answer.retCode;
     if (findFWupgradelist(alMac) != nullptr)
         (void)addFWupgradelist(alMac, kFWupgradeSetState, kFWupgradeFinished);
     return setRebootCtrlList(&alMac, context.msgId, 0, retCode);
 }
 
-int handleResetToDefaultReqMsg(const VendContext& context) {
-    return answerThenAct(context, VEND_MSG_TYPE_RESETTODEFAULT_RESP, addressResult(context),
+int handleResetToDefaultReqMsg(const VendContext& context, const AlMacPayload& request) {
+    return answerThenAct(context, VEND_MSG_TYPE_RESETTODEFAULT_RESP, addressResult(request),
                          "reset to default...\r", "failed to reset to default\r", resetToDefault);
 }
 
-int handleResetToDefaultRespMsg(const VendContext& context) {
+int handleResetToDefaultRespMsg(const VendContext& context, const RetCodePayload& answer) {
     if (getIeee1905DevTableById(context.msg.alMac) == nullptr) return kFailure;
-    return setResetToDefaultCtrlList(&context.msg.alMac, context.msgId, 0,
-                                     context.as<RetCodePayload>().retCode);
+    return setResetToDefaultCtrlList(&context.msg.alMac, context.msgId, 0, answer.retCode);
 }
 
-int handleLEDCtrlReqMsg(const VendContext& context) {
-    return setLED(context);
+int handleLEDCtrlReqMsg(const VendContext& context, const OptionPayload& request) {
+    return setLED(context, request.option);
 }
 
-int handleLEDCtrlMCASTReqMsg(const VendContext& context) {
-    return setLED(context);
+int handleLEDCtrlMCASTReqMsg(const VendContext& context, const OptionPayload& request) {
+    return setLED(context, request.option);
 }
 
-int handleLEDCtrlRespMsg(const VendContext& context) {
+int handleLEDCtrlRespMsg(const VendContext& context, const RetCodePayload& answer) {
     const uint16_t first = clearLEDCtrlList(context.msg.alMac);
-    return respNbrLEDCtrlServReq(context.msgId, context.as<RetCodePayload>().retCode, first);
+    return respNbrLEDCtrlServReq(context.msgId, answer.retCode, first);
 }
 
-int handleSystemCtrlReqMsg(const VendContext& context) {
-    return setSystem(context);
+int handleSystemCtrlReqMsg(const VendContext& context, const OptionPayload& request) {
+    return setSystem(context, request.option);
 }
 
-int handleSystemCtrlMCASTReqMsg(const VendContext& context) {
-    return setSystem(context);
+int handleSystemCtrlMCASTReqMsg(const VendContext& context, const OptionPayload& request) {
+    return setSystem(context, request.option);
 }
 
-int handleSystemCtrlRespMsg(const VendContext& context) {
+int handleSystemCtrlRespMsg(const VendContext& context, const RetCodePayload& answer) {
     const uint16_t first = clearSystemCtrlList(context.msg.alMac);
-    return respNbrSystemCtrlServReq(context.msgId, context.as<RetCodePayload>().retCode, first);
+    return respNbrSystemCtrlServReq(context.msgId, answer.retCode, first);
 }
 
-int handleNetworkCtrlReqMsg(const VendContext& context) {
-    const auto& request = context.as<NetworkCtrlReq>();
+int handleNetworkCtrlReqMsg(const VendContext& context, const NetworkCtrlReq& request) {
     Outputlog("[NetworkCtrl] get Network control (%d,\"%s\") from (" MAC_FMT ")",
               request.networkOption, plainText(request.command).c_str(),
               MAC_ARGS(context.msg.alMac));
     const int retCode = setNetworkCtrl(request.networkOption, request.command.c_str());
-    auto answer = std::make_unique<NetworkCtrlResp>();
-    answer->networkOption = request.networkOption;
-    answer->retCode = resultByte(retCode);
+    NetworkCtrlResp answer;
+    answer.networkOption = request.networkOption;
+    answer.retCode = resultByte(retCode);
     return answerRequest(context, VEND_MSG_TYPE_NETWORKCTRL_RESP, std::move(answer), retCode);
 }
 
-int handleNetworkCtrlRespMsg(const VendContext& context) {
-    const auto& answer = context.as<NetworkCtrlResp>();
+int handleNetworkCtrlRespMsg(const VendContext& context, const NetworkCtrlResp& answer) {
     Outputlog("[NetworkCtrl] get result (%d) of (%d) from (" MAC_FMT ")", answer.retCode,
               answer.networkOption, MAC_ARGS(context.msg.alMac));
     clearNetworkCtrlList(context.msg.alMac, answer.networkOption);
     return kOk;
 }
 
-int handleUpdateExtenderconifgReqMsg(const VendContext& context) {
-    const std::string& config = context.as<TextPayload>().data;
+int handleUpdateExtenderconifgReqMsg(const VendContext& context, const TextPayload& request) {
+    const std::string& config = request.data;
     int result = kOk;
     if (!config.empty()) result = setExtenderConfig(context.msg.alMac.data(), config.c_str());
     if (result != 0) LOG(2, "extender configuration is refused: %d\n", result);

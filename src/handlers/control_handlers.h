@@ -2,18 +2,18 @@
 // answers. Each returns kOk or kFailure.
 #pragma once
 
-#include "handlers/vend_dispatch.h"
+#include "handlers/vend_context.h"
 
-int handleRebootReqMsg(const VendContext& context);
-int handleRebootRespMsg(const VendContext& context);
-int handleResetToDefaultReqMsg(const VendContext& context);
-int handleResetToDefaultRespMsg(const VendContext& context);
-int handleLEDCtrlReqMsg(const VendContext& context);
-int handleLEDCtrlMCASTReqMsg(const VendContext& context);
-int handleLEDCtrlRespMsg(const VendContext& context);
-int handleSystemCtrlReqMsg(const VendContext& context);
-int handleSystemCtrlMCASTReqMsg(const VendContext& context);
-int handleSystemCtrlRespMsg(const VendContext& context);
-int handleNetworkCtrlReqMsg(const VendContext& context);
-int handleNetworkCtrlRespMsg(const VendContext& context);
-int handleUpdateExtenderconifgReqMsg(const VendContext& context);
+int handleRebootReqMsg(const VendContext& context, const AlMacPayload& request);
+int handleRebootRespMsg(const VendContext& context, const RetCodePayload& answer);
+int handleResetToDefaultReqMsg(const VendContext& context, const AlMacPayload& request);
+int handleResetToDefaultRespMsg(const VendContext& context, const RetCodePayload& answer);
+int handleLEDCtrlReqMsg(const VendContext& context, const OptionPayload& request);
+int handleLEDCtrlMCASTReqMsg(const VendContext& context, const OptionPayload& request);
+int handleLEDCtrlRespMsg(const VendContext& context, const RetCodePayload& answer);
+int handleSystemCtrlReqMsg(const VendContext& context, const OptionPayload& request);
+int handleSystemCtrlMCASTReqMsg(const VendContext& context, const OptionPayload& request);
+int handleSystemCtrlRespMsg(const VendContext& context, const RetCodePayload& answer);
+int handleNetworkCtrlReqMsg(const VendContext& context, const NetworkCtrlReq& request);
+int handleNetworkCtrlRespMsg(const VendContext& context, const NetworkCtrlResp& answer);
+int handleUpdateExtenderconifgReqMsg(const VendContext& context, const TextPayload& request);

@@ -29,11 +29,11 @@ bool isEnrollee() {
 }
 
 int answerRequest(const VendContext& context, VendMsgType respType, int retCode) {
-    return answerRequest(context, respType, std::make_unique<RetCodePayload>(retCode), retCode);
+    return answerRequest(context, respType, RetCodePayload(retCode), retCode);
 }
 
-int answerRequest(const VendContext& context, VendMsgType respType,
-                  std::unique_ptr<VendPayload> payload, int retCode) {
+int answerRequest(const VendContext& context, VendMsgType respType, VendPayload payload,
+                  int retCode) {
     if (context.path == kVendPathCommand) return requestCommandresult(context, retCode);
     const int result = sendVendRespMsg(context.srcMac, context.msgId, respType, std::move(payload));
     return result == kOk ? kOk : kFailure;

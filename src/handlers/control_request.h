@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "handlers/vend_dispatch.h"
+#include "handlers/vend_context.h"
 
 // Roles, as the platform's WPS configuration tells them. Without one a device has none.
 bool isRegistrar();  // else logs "Device is not Registrar"
@@ -14,5 +14,5 @@ bool isEnrollee();   // else logs "Device is not Enrollee"
 // of its type. kOk when the answer is on its way (and, of a remote command, told success), else
 // kFailure.
 int answerRequest(const VendContext& context, VendMsgType respType, int retCode);
-int answerRequest(const VendContext& context, VendMsgType respType,
-                  std::unique_ptr<VendPayload> payload, int retCode);
+int answerRequest(const VendContext& context, VendMsgType respType, VendPayload payload,
+                  int retCode);

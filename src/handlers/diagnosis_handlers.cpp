@@ -24,13 +24,12 @@ int resultOf(int platformResult) {
 
 int acknowledge(const VendContext& context, VendMsgType type, int retCode) {
     return sendVendRespMsg(context.srcMac, context.msgId, type,
-                           std::make_unique<OptionPayload>(*getAlMac(), resultByte(retCode)));
+                           OptionPayload{*getAlMac(), resultByte(retCode)});
 }
 
 }  // namespace
 
-int handleSpeedTestStartStopMsg(const VendContext& context) {
-    const auto& request = context.as<SpeedTestCtrlReq>();
+int handleSpeedTestStartStopMsg(const VendContext& context, const SpeedTestCtrlReq& request) {
     LOG(4, "Enable = %d, Action = %d, URLcount = %d, URL = %s, StartTime = %u, runtime = %u\n",
         request.enable, request.action, static_cast<int>(request.url.size()),
         plainText(request.url).c_str(), request.startTime, request.runtime);
@@ -46,32 +45,30 @@ int handleSpeedTestStartStopMsg(const VendContext& context) {
     return acknowledge(context, VEND_MSG_TYPE_SPEEDTEST_ACK, result);
 }
 
-int handleSpeedTestDataMsg(const VendContext& context) {
-    return resultOf(
-        outputSpeedTestData(context.msg.alMac.data(), context.as<TextPayload>().data.c_str()));
+int handleSpeedTestDataMsg(const VendContext& context, const TextPayload& line) {
+    return resultOf(outputSpeedTestData(context.msg.alMac.data(), line.data.c_str()));
 }
 
-int handleSpeedTestAckMsg(const VendContext& context) {
-    const uint8_t result = context.as<OptionPayload>().option;
+int handleSpeedTestAckMsg(const VendContext& context, const OptionPayload& answer) {
+    const uint8_t result = answer.option;
     if (result != 0)
         LOG(2, "speed test order is refused by (" MAC_FMT "): %d\n", MAC_ARGS(context.msg.alMac),
             result);
     return noteSpeedTestAck(context.msg.alMac);
 }
 
-int handleRequestLogFileReqMsg(const VendContext& context) {
+int handleRequestLogFileReqMsg(const VendContext& context, const AlMacPayload& /*request*/) {
     LogFileRef file{};
     if (getResponseLogFile(context.msg.alMac.data(), &file) != 0) return kFailure;
-    auto answer = std::make_unique<LogFileResp>();
-    answer->almac = *getAlMac();
-    answer->fileName = fieldText(file.fileName);
-    answer->ftpUrl = fieldText(file.ftpUrl);
+    LogFileResp answer;
+    answer.almac = *getAlMac();
+    answer.fileName = fieldText(file.fileName);
+    answer.ftpUrl = fieldText(file.ftpUrl);
     return sendVendRespMsg(context.srcMac, context.msgId, VEND_MSG_TYPE_REQUESTLOGFILE_RESP,
                            std::move(answer));
 }
 
-int handleResponseLogFileReqMsg(const VendContext& context) {
-    const auto& file = context.as<LogFileResp>();
+int handleResponseLogFileReqMsg(const VendContext& context, const LogFileResp& file) {
     clearLogFileList(context.msg.alMac);
     LOG(4, "Filenamecount = %d, Filename = %s, FTPURLcount = %d, FTPURL = %s\n",
         static_cast<int>(file.fileName.size()), plainText(file.fileName).c_str(),
@@ -80,13 +77,11 @@ int handleResponseLogFileReqMsg(const VendContext& context) {
                        DownloadLogFile(file.fileName.c_str(), file.ftpUrl.c_str()));
 }
 
-int handleAckLogFileReqMsg(const VendContext& context) {
-    return resultOf(
-        getAckDownloadLogFile(context.msg.alMac.data(), context.as<OptionPayload>().option));
+int handleAckLogFileReqMsg(const VendContext& context, const OptionPayload& answer) {
+    return resultOf(getAckDownloadLogFile(context.msg.alMac.data(), answer.option));
 }
 
-int handleSecurityCtrlReqMsg(const VendContext& context) {
-    const auto& inner = context.as<SecurityCtrlMsg>();
+int handleSecurityCtrlReqMsg(const VendContext& context, const SecurityCtrlMsg& inner) {
     const uint8_t* sender = context.msg.alMac.data();
     const auto length = static_cast<uint16_t>(inner.data.size());
     switch (inner.innerType) {

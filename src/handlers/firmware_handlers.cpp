@@ -29,9 +29,8 @@ int control(const VendContext& context, const FwCtrl& ctrl) {
 
 }  // namespace
 
-int handleFWCrtlReqMsg(const VendContext& context) {
+int handleFWCrtlReqMsg(const VendContext& context, const FwCtrlReq& request) {
     if (!isEnrollee()) return kFailure;
-    const auto& request = context.as<FwCtrlReq>();
     LOG(4, "FWOption = %d, FWTopoOption = %d, FWURLcount = %d, FWURL = %s\n", request.fwOption,
         request.fwTopoOption, static_cast<int>(request.fwUrl.size()),
         plainText(request.fwUrl).c_str());
@@ -42,10 +41,10 @@ int handleFWCrtlReqMsg(const VendContext& context) {
     return control(context, ctrl);
 }
 
-int handleFWCrtl2ReqMsg(const VendContext& context) {
+int handleFWCrtl2ReqMsg(const VendContext& context, const FwCtrl2Req& request) {
     if (!isEnrollee()) return kFailure;
     FwCtrl ctrl{};
-    for (const auto& item : context.as<FwCtrl2Req>().items) {
+    for (const auto& item : request.items) {
         const std::string_view text(reinterpret_cast<const char*>(item.value.data()),
                                     item.value.size());
         if (item.type == kFwOption && !text.empty()) ctrl.fwOption = item.value[0];
@@ -58,22 +57,21 @@ int handleFWCrtl2ReqMsg(const VendContext& context) {
     return control(context, ctrl);
 }
 
-int handleFWCrtlRespMsg(const VendContext& context) {
-    return respFWCrtlServReq(context.msgId, context.as<RetCodePayload>().retCode);
+int handleFWCrtlRespMsg(const VendContext& context, const RetCodePayload& answer) {
+    return respFWCrtlServReq(context.msgId, answer.retCode);
 }
 
-int handleFWStateChangeRequestMsg(const VendContext& context) {
+int handleFWStateChangeRequestMsg(const VendContext& context, const AlMacPayload& /*request*/) {
     uint32_t state = getAlTable()->fwUpgradeStatus;
     (void)getfirmwareStatus(0, 0, &state);
-    return sendVendRespMsg(
-        context.srcMac, context.msgId, VEND_MSG_TYPE_FWSTATECHANGE_RESP,
-        std::make_unique<OptionPayload>(*getAlMac(), static_cast<uint8_t>(state)));
+    return sendVendRespMsg(context.srcMac, context.msgId, VEND_MSG_TYPE_FWSTATECHANGE_RESP,
+                           OptionPayload{*getAlMac(), static_cast<uint8_t>(state)});
 }
 
-int handleFWStateChangeResponseMsg(const VendContext& context) {
+int handleFWStateChangeResponseMsg(const VendContext& context, const OptionPayload& answer) {
     Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
     if (dev == nullptr) return kOk;
-    dev->firmwareState = context.as<OptionPayload>().option;
+    dev->firmwareState = answer.option;
     noteRemoteFirmwareState(*dev);
     return requestUpdateDataModel(0);
 }

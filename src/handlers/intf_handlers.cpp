@@ -21,11 +21,11 @@
 namespace {
 
 int sendIntfNames(const VendContext& context) {
-    auto names = std::make_unique<IntfNameResp>();
-    names->almac = *getAlMac();
+    IntfNameResp names;
+    names.almac = *getAlMac();
     for (const auto& intf : getIntfTable()) {
-        if (names->intfs.size() == kMaxIntfEntries) break;
-        names->intfs.push_back({intf.mac, std::string(intf.name.view())});
+        if (names.intfs.size() == kMaxIntfEntries) break;
+        names.intfs.push_back({intf.mac, std::string(intf.name.view())});
     }
     return sendVendRespMsg(context.srcMac, context.msgId, VEND_MSG_TYPE_INTF_NAME_RESP,
                            std::move(names));
@@ -98,12 +98,12 @@ std::vector<IntfValue> refuseAll(const IntfPwrCtrlReq& request, uint8_t retCode)
 
 }  // namespace
 
-int handleIntfPwrStateQueryMsg(const VendContext& context) {
-    auto states = std::make_unique<IntfPwrStateResp>();
-    states->almac = *getAlMac();
+int handleIntfPwrStateQueryMsg(const VendContext& context, const AlMacPayload& /*query*/) {
+    IntfPwrStateResp states;
+    states.almac = *getAlMac();
     for (const auto& intf : getIntfTable()) {
-        if (states->intfs.size() == kMaxIntfEntries) break;
-        states->intfs.push_back(
+        if (states.intfs.size() == kMaxIntfEntries) break;
+        states.intfs.push_back(
             {intf.mac, static_cast<uint16_t>(intf.mediaType), static_cast<uint8_t>(intf.pwrState)});
     }
     if (sendVendRespMsg(context.srcMac, context.msgId, VEND_MSG_TYPE_INTF_PWR_STATE_RESP,
@@ -113,46 +113,45 @@ int handleIntfPwrStateQueryMsg(const VendContext& context) {
     return sendIntfNames(context);
 }
 
-int handleIntfPwrStateRespMsg(const VendContext& context) {
+int handleIntfPwrStateRespMsg(const VendContext& context, const IntfPwrStateResp& answer) {
     const MacAddr& sender = context.msg.alMac;
     ReportVendRespMsg(sender, context.msgId, VEND_MSG_TYPE_INTF_PWR_STATE_QUERY);
     Ieee1905DevTable* dev = getIeee1905DevTableById(sender);
     if (dev == nullptr) return kOk;
     IntfFinder finder(*dev);
-    for (const auto& state : context.as<IntfPwrStateResp>().intfs) {
+    for (const auto& state : answer.intfs) {
         if (DevIntf* intf = finder.take(state.mac)) intf->pwrState = state.value;
     }
     upcalls().deviceAnswered(sender, AwaitedAnswer::kIntfPwrState);
     return requestUpdateDataModel(0);
 }
 
-int handleIntfPwrCrtlReqMsg(const VendContext& context) {
-    const auto& request = context.as<IntfPwrCtrlReq>();
-    auto answer = std::make_unique<IntfPwrCtrlResp>();
+int handleIntfPwrCrtlReqMsg(const VendContext& context, const IntfPwrCtrlReq& request) {
+    IntfPwrCtrlResp answer;
     if (!isOwnAlMac(request.almac)) {
         LOG(2, "AL MAC is unmatched (" MAC_FMT ", " MAC_FMT ")\r\n", MAC_ARGS(request.almac),
             MAC_ARGS((*getAlMac())));
-        answer->intfs = refuseAll(request, kNotAddressed);
+        answer.intfs = refuseAll(request, kNotAddressed);
     } else if (getEnableIntfPwrCtrlFromNbrOption() != 1) {
-        answer->intfs = refuseAll(request, kFailure);
+        answer.intfs = refuseAll(request, kFailure);
     } else {
-        answer->intfs = changePwrStates(context, request);
+        answer.intfs = changePwrStates(context, request);
     }
-    const bool failed = std::any_of(answer->intfs.begin(), answer->intfs.end(),
+    const bool failed = std::any_of(answer.intfs.begin(), answer.intfs.end(),
                                     [](const IntfValue& intf) { return intf.value != kOk; });
     return answerRequest(context, VEND_MSG_TYPE_INTF_PWR_CTRL_RESP, std::move(answer),
                          failed ? kFailure : kOk);
 }
 
-int handleIntfPwrCrtlRespMsg(const VendContext& context) {
-    return respNbrIntfPwrCtrlServReq(context.msgId, context.as<IntfPwrCtrlResp>());
+int handleIntfPwrCrtlRespMsg(const VendContext& context, const IntfPwrCtrlResp& answer) {
+    return respNbrIntfPwrCtrlServReq(context.msgId, answer);
 }
 
-int handleIntfNameRespMsg(const VendContext& context) {
+int handleIntfNameRespMsg(const VendContext& context, const IntfNameResp& answer) {
     Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
     if (dev == nullptr) return kOk;
     IntfFinder finder(*dev);
-    for (const auto& named : context.as<IntfNameResp>().intfs) {
+    for (const auto& named : answer.intfs) {
         if (DevIntf* intf = finder.take(named.mac)) storePlain(intf->name, named.name);
     }
     return requestUpdateDataModel(0);

@@ -1,10 +1,10 @@
 // Interfaces: power states, power control, names. Each returns kOk or kFailure.
 #pragma once
 
-#include "handlers/vend_dispatch.h"
+#include "handlers/vend_context.h"
 
-int handleIntfPwrStateQueryMsg(const VendContext& context);
-int handleIntfPwrStateRespMsg(const VendContext& context);
-int handleIntfPwrCrtlReqMsg(const VendContext& context);
-int handleIntfPwrCrtlRespMsg(const VendContext& context);
-int handleIntfNameRespMsg(const VendContext& context);
+int handleIntfPwrStateQueryMsg(const VendContext& context, const AlMacPayload& query);
+int handleIntfPwrStateRespMsg(const VendContext& context, const IntfPwrStateResp& answer);
+int handleIntfPwrCrtlReqMsg(const VendContext& context, const IntfPwrCtrlReq& request);
+int handleIntfPwrCrtlRespMsg(const VendContext& context, const IntfPwrCtrlResp& answer);
+int handleIntfNameRespMsg(const VendContext& context, const IntfNameResp& answer);

@@ -38,23 +38,23 @@ uint8_t takeNumber(CommandTokens& tokens) {
 // One builder per option: they take what follows it.
 int copyCommand_Set_Reboot(size_t, CommandTokens& tokens, VendMsg& msg) {
     msg.vendMsgType = VEND_MSG_TYPE_REBOOT_REQ;
-    msg.payload = std::make_unique<AlMacPayload>(macOf(take(tokens)));
+    msg.payload = AlMacPayload{macOf(take(tokens))};
     return kOk;
 }
 
 int copyCommand_Set_Power_Ctrl(size_t tokenCount, CommandTokens& tokens, VendMsg& msg) {
-    auto request = std::make_unique<IntfPwrCtrlReq>();
-    request->almac = macOf(take(tokens));
+    IntfPwrCtrlReq request;
+    request.almac = macOf(take(tokens));
     // Meant: the number of interfaces follows from that of the tokens alone.
     const size_t intfNum = tokenCount < 3 ? 0 : (tokenCount - 3) / 2;
     if (intfNum > kMaxIntfEntries) return kFailure;
     for (size_t i = 0; i < intfNum; i++) {
         const MacAddr mac = macOf(take(tokens));
         const unsigned long mediaType = strtoul(take(tokens).c_str(), nullptr, 16);
-        request->intfs.push_back({mac, static_cast<uint16_t>(mediaType)});
+        request.intfs.push_back({mac, static_cast<uint16_t>(mediaType)});
     }
     if (!tokens.empty()) {
-        request->pwrState = static_cast<uint8_t>(strtol(tokens.back().c_str(), nullptr, 10));
+        request.pwrState = static_cast<uint8_t>(strtol(tokens.back().c_str(), nullptr, 10));
     }
     msg.vendMsgType = VEND_MSG_TYPE_INTF_PWR_CTRL_REQ;
     msg.payload = std::move(request);
@@ -64,7 +64,7 @@ int copyCommand_Set_Power_Ctrl(size_t tokenCount, CommandTokens& tokens, VendMsg
 int copyOption(VendMsgType type, CommandTokens& tokens, VendMsg& msg) {
     const MacAddr almac = macOf(take(tokens));
     msg.vendMsgType = type;
-    msg.payload = std::make_unique<OptionPayload>(almac, takeNumber(tokens));
+    msg.payload = OptionPayload{almac, takeNumber(tokens)};
     return kOk;
 }
 
@@ -77,11 +77,11 @@ int copyCommand_APSteering(size_t, CommandTokens& tokens, VendMsg& msg) {
 }
 
 int copyCommand_FW_control(size_t, CommandTokens& tokens, VendMsg& msg) {
-    auto request = std::make_unique<FwCtrlReq>();
+    FwCtrlReq request;
     (void)take(tokens);  // the AL MAC: a firmware order names no device
-    request->fwOption = takeNumber(tokens);
-    request->fwTopoOption = takeNumber(tokens);
-    request->fwUrl = take(tokens);
+    request.fwOption = takeNumber(tokens);
+    request.fwTopoOption = takeNumber(tokens);
+    request.fwUrl = take(tokens);
     msg.vendMsgType = VEND_MSG_TYPE_FW_CTRL_REQ;
     msg.payload = std::move(request);
     return kOk;
@@ -89,7 +89,7 @@ int copyCommand_FW_control(size_t, CommandTokens& tokens, VendMsg& msg) {
 
 int copyCommand_Reset_To_Default(size_t, CommandTokens& tokens, VendMsg& msg) {
     msg.vendMsgType = VEND_MSG_TYPE_RESETTODEFAULT_REQ;
-    msg.payload = std::make_unique<AlMacPayload>(macOf(take(tokens)));
+    msg.payload = AlMacPayload{macOf(take(tokens))};
     return kOk;
 }
 
@@ -120,7 +120,7 @@ CommandTokens split(std::string_view line) {
 int parseCommand(size_t tokenCount, CommandTokens& tokens, VendMsg& msg) {
     const int option = static_cast<int>(strtol(take(tokens).c_str(), nullptr, 10));
     LOG(4, "option = %d \n", option);
-    msg.payload.reset();
+    msg.payload = {};
     for (const auto& known : kOptions) {
         if (known.option == option) return known.build(tokenCount, tokens, msg);
     }
@@ -130,23 +130,20 @@ int parseCommand(size_t tokenCount, CommandTokens& tokens, VendMsg& msg) {
 
 int requestCommandresult(const VendContext& context, int retCode) {
     const int sent = sendVendRespMsg(context.srcMac, context.msgId, VEND_MSG_TYPE_SENDCOMMAND_RESP,
-                                     std::make_unique<RetCodePayload>(retCode));
+                                     RetCodePayload(retCode));
     if (retCode == kOk && sent == kOk) return kOk;
     LOG_PUTS(2, "Send Command\r");
     return kFailure;
 }
 
-int handleSendCommandReqMsg(const VendContext& context) {
-    const auto& command = context.as<SendCommandReq>();
+int parseRemoteCommand(const SendCommandReq& command, VendMsg& msg) {
     LOG(4, "CommandDatacount = %d \n", command.commandDataCount);
     LOG(4, "CommandURLcount  = %d \n", static_cast<int>(command.commandUrl.size()));
     LOG(4, "CommandURL       = %s \n", plainText(command.commandUrl).c_str());
     CommandTokens tokens = split(command.commandUrl);
-    if (parseCommand(tokens.size(), tokens, context.msg) != kOk) return kFailure;
-    return handleVendSpecMsg(context.port, context.srcMac, context.msgId, context.msg,
-                             kVendPathCommand);
+    return parseCommand(tokens.size(), tokens, msg);
 }
 
-int handleSendCommandRespMsg(const VendContext& context) {
-    return respSendCommandServReq(context.msgId, context.as<RetCodePayload>().retCode);
+int handleSendCommandRespMsg(const VendContext& context, const RetCodePayload& answer) {
+    return respSendCommandServReq(context.msgId, answer.retCode);
 }

@@ -10,17 +10,16 @@
 #include <list>
 #include <string>
 
-#include "handlers/vend_dispatch.h"
+#include "handlers/vend_context.h"
 
 // They outlive the line, which goes with the message that is built anew.
 using CommandTokens = std::list<std::string>;
 
-// Turns the line into the request that it spells, has it handled, and leaves the answer to its
-// handler. kFailure when the line is not understood (nothing is answered) or the handler failed.
-int handleSendCommandReqMsg(const VendContext& context);
+// Makes msg the order that the line spells. kOk, or kFailure for a line that is not understood.
+int parseRemoteCommand(const SendCommandReq& command, VendMsg& msg);
 
 // The result of a remote command of our own, for the client that waits for it. kOk.
-int handleSendCommandRespMsg(const VendContext& context);
+int handleSendCommandRespMsg(const VendContext& context, const RetCodePayload& answer);
 
 // Rebuilds the message from the tokens of a line. kOk, or kFailure for an unknown option.
 int parseCommand(size_t tokenCount, CommandTokens& tokens, VendMsg& msg);

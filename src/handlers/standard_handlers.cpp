@@ -40,7 +40,7 @@ int acknowledgeRenew(const ApAutoConfInfo& msg) {
     const AlTable* al = getAlTable();
     if (al != nullptr && al->role() == PLATFORM_ENROLLEE) {
         (void)sendVendMsg(MacAddr(msg.alMac), VEND_MSG_TYPE_APAUTOCONFIG_ACK,
-                          std::make_unique<OptionPayload>(al->alMac, msg.freqBand));
+                          OptionPayload{al->alMac, msg.freqBand});
     }
     return kOk;
 }
@@ -105,7 +105,7 @@ int handleTopolRespMsg(const MacAddr& localMac, uint32_t mediaType, const MacAdd
 
 int handleMetricQueryMsg(const Port& /*port*/, const MacAddr& srcMac, uint16_t msgId,
                          const MetricQuery& query) {
-    if (requestSend1905UcastRespMsg(srcMac, kMsgMetricResp, msgId, &query) != kOk) {
+    if (requestSend1905UcastRespMsg(srcMac, kMsgMetricResp, msgId, metricRespBody(query)) != kOk) {
         LOG_PUTS(2, "failed to send link metric response message\r");
         return kFailure;
     }

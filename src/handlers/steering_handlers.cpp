@@ -13,29 +13,27 @@ namespace {
 
 enum BcnRptKind : uint8_t { kRequestSent = 0, kReport = 1 };
 
-int answerBcnRpt(const VendContext& context, VendMsgType type, BcnRptKind kind, int retCode,
-                 std::vector<uint8_t>&& report) {
-    auto answer = std::make_unique<BcnRptResp>();
-    answer->kind = kind;
-    answer->retCode = resultByte(retCode);
-    answer->staMac = context.as<BcnRptReqPayload>().staMac;
-    answer->report = std::move(report);
+int answerBcnRpt(const VendContext& context, const BcnRptReqPayload& request, VendMsgType type,
+                 BcnRptKind kind, int retCode, std::vector<uint8_t>&& report) {
+    BcnRptResp answer;
+    answer.kind = kind;
+    answer.retCode = resultByte(retCode);
+    answer.staMac = request.staMac;
+    answer.report = std::move(report);
     return answerRequest(context, type, std::move(answer), retCode);
 }
 
 }  // namespace
 
-int handleAPSteeringReqMsg(const VendContext& context) {
-    return answerRequest(context, VEND_MSG_TYPE_APSteering_RESP,
-                         setAPSteering(context.as<OptionPayload>().option));
+int handleAPSteeringReqMsg(const VendContext& context, const OptionPayload& request) {
+    return answerRequest(context, VEND_MSG_TYPE_APSteering_RESP, setAPSteering(request.option));
 }
 
-int handleAPSteeringRespMsg(const VendContext& context) {
-    return respAPSteeringServReq(context.msgId, context.as<RetCodePayload>().retCode);
+int handleAPSteeringRespMsg(const VendContext& context, const RetCodePayload& answer) {
+    return respAPSteeringServReq(context.msgId, answer.retCode);
 }
 
-int handleSendBcnRptReqMsg(const VendContext& context) {
-    const auto& request = context.as<BcnRptReqPayload>();
+int handleSendBcnRptReqMsg(const VendContext& context, const BcnRptReqPayload& request) {
     BcnRptReq req{};
     request.staMac.copyTo(req.staMac);
     request.bssid.copyTo(req.bssid);
@@ -44,27 +42,25 @@ int handleSendBcnRptReqMsg(const VendContext& context) {
     req.mode = request.mode;
     req.duration = request.duration;
     snprintf(req.ssid, sizeof req.ssid, "%s", request.ssid.c_str());
-    return answerBcnRpt(context, VEND_MSG_TYPE_SENDBCNRPT_RESP, kRequestSent, sendBcnRptReq(&req),
-                        {});
+    return answerBcnRpt(context, request, VEND_MSG_TYPE_SENDBCNRPT_RESP, kRequestSent,
+                        sendBcnRptReq(&req), {});
 }
 
-int handleGetBcnRptReqMsg(const VendContext& context) {
+int handleGetBcnRptReqMsg(const VendContext& context, const BcnRptReqPayload& request) {
     BcnRpt report{};
-    context.as<BcnRptReqPayload>().staMac.copyTo(report.staMac);
+    request.staMac.copyTo(report.staMac);
     const int retCode = getBcnRptReq(&report);
     const size_t length = retCode == kOk ? std::min<size_t>(report.len, kMaxBcnRpt) : 0;
-    return answerBcnRpt(context, VEND_MSG_TYPE_GETBCNRPT_RESP, kReport, retCode,
+    return answerBcnRpt(context, request, VEND_MSG_TYPE_GETBCNRPT_RESP, kReport, retCode,
                         {report.data, report.data + length});
 }
 
-int handleGetBcnRptRespMsg(const VendContext& context) {
-    const auto& answer = context.as<BcnRptResp>();
+int handleGetBcnRptRespMsg(const VendContext& context, const BcnRptResp& answer) {
     if (answer.kind == kRequestSent) return respSendBcnRptServReq(context.msgId, answer.retCode);
     return respGetBcnRptServReq(context.msgId, answer);
 }
 
-int handleBTMReqMsg(const VendContext& context) {
-    const auto& request = context.as<BtmReqPayload>();
+int handleBTMReqMsg(const VendContext& context, const BtmReqPayload& request) {
     BtmReq req{};
     request.staMac.copyTo(req.staMac);
     request.bssid.copyTo(req.bssid);
@@ -75,22 +71,21 @@ int handleBTMReqMsg(const VendContext& context) {
     return answerRequest(context, VEND_MSG_TYPE_SENDBTM_RESP, sendBTMReq(&req));
 }
 
-int handleBTMRespMsg(const VendContext& context) {
-    return respBTMServReq(context.msgId, context.as<RetCodePayload>().retCode);
+int handleBTMRespMsg(const VendContext& context, const RetCodePayload& answer) {
+    return respBTMServReq(context.msgId, answer.retCode);
 }
 
-int handleBlacklistReqMsg(const VendContext& context) {
-    const auto& request = context.as<BlacklistReq>();
+int handleBlacklistReqMsg(const VendContext& context, const BlacklistReq& request) {
     const uint8_t* staMac = request.staMac.data();
     const int retCode = request.option == kBlacklistAdd      ? addToBlacklist(staMac)
                         : request.option == kBlacklistRemove ? delFromBlacklist(staMac)
                                                              : static_cast<int>(kFailure);
-    auto answer = std::make_unique<BlacklistResp>();
-    answer->option = request.option;
-    answer->retCode = resultByte(retCode);
+    BlacklistResp answer;
+    answer.option = request.option;
+    answer.retCode = resultByte(retCode);
     return answerRequest(context, VEND_MSG_TYPE_ADDBLACKLIST_RESP, std::move(answer), retCode);
 }
 
-int handleBlacklistRespMsg(const VendContext& context) {
-    return respBlacklistServReq(context.msgId, context.as<BlacklistResp>());
+int handleBlacklistRespMsg(const VendContext& context, const BlacklistResp& answer) {
+    return respBlacklistServReq(context.msgId, answer);
 }

@@ -3,11 +3,10 @@
 #include "base/result.h"
 #include "db/database.h"
 #include "handlers/standard_handlers.h"
-#include "handlers/vend_dispatch.h"
+#include "handlers/vend_context.h"
 #include "wire/vend_payloads.h"
 
-int handleVendDiscMsg(const VendContext& context) {
-    const auto& disc = context.as<VendDisc>();
+int handleVendDiscMsg(const VendContext& context, const VendDisc& disc) {
     if (disc.alMac.isZero() || isOwnAlMac(disc.alMac)) return kFailure;
     const Port& port = context.port;
     const int result = handleTopolDiscMsg(port.name, port.mac, port.mediaType, context.srcMac,

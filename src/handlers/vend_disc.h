@@ -2,7 +2,7 @@
 // minute.
 #pragma once
 
-struct VendContext;
+#include "handlers/vend_context.h"
 
 // Treats a vendor discovery as a topology discovery. kOk or kFailure.
-int handleVendDiscMsg(const VendContext& context);
+int handleVendDiscMsg(const VendContext& context, const VendDisc& disc);

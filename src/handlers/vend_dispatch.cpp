@@ -2,13 +2,129 @@
 
 #include "base/log.h"
 #include "base/result.h"
+#include "handlers/conf_handlers.h"
+#include "handlers/control_handlers.h"
+#include "handlers/diagnosis_handlers.h"
+#include "handlers/firmware_handlers.h"
+#include "handlers/intf_handlers.h"
+#include "handlers/remote_command.h"
+#include "handlers/steering_handlers.h"
+#include "handlers/vend_disc.h"
+#include "handlers/wifi_handlers.h"
 #include "orders/query_tracking.h"
 #include "wire/standard_tlv.h"
 #include "wire/vend_catalogue.h"
 #include "wire/vend_tlv.h"
 
+namespace {
+
+template <typename Payload>
+using Handle = int (*)(const VendContext& context, const Payload& payload);
+
+// Hands the payload to its handler. A row whose handler takes another payload than the message
+// carries does not compile.
+template <VendMsgType kNumber, Handle<PayloadOf<kNumber>> kHandle>
+int handle(const VendContext& context) {
+    const auto* payload = std::get_if<PayloadOf<kNumber>>(&context.msg.payload);
+    return payload != nullptr ? kHandle(context, *payload) : kFailure;
+}
+
+template <VendMsgType kNumber, Handle<PayloadOf<kNumber>> kHandle>
+constexpr VendHandler handler(const char* label, int logLevel = 3) {
+    return {kNumber, label, logLevel, handle<kNumber, kHandle>};
+}
+
+// Turns the line into the order that it spells and has that handled.
+int handleSendCommandReqMsg(const VendContext& context, const SendCommandReq& command) {
+    VendMsg order;
+    order.oui = context.msg.oui;
+    order.alMac = context.msg.alMac;
+    if (parseRemoteCommand(command, order) != kOk) return kFailure;
+    return handleVendSpecMsg(context.port, context.srcMac, context.msgId, order, kVendPathCommand);
+}
+
+// By number. 65 and 67, 70 and 72, 71 and 73 share their label and handler, which is meant.
+// clang-format off
+#define HANDLE(name, function) handler<VEND_MSG_TYPE_##name, function>("VEND_MSG_TYPE_" #name)
+constexpr VendHandler kHandlers[] = {
+    HANDLE(CONF_QUERY, handleConfQueryMsg),
+    HANDLE(CONF_RESP, handleConfRespMsg),
+    HANDLE(INTF_PWR_STATE_QUERY, handleIntfPwrStateQueryMsg),
+    HANDLE(INTF_PWR_STATE_RESP, handleIntfPwrStateRespMsg),
+    HANDLE(REBOOT_REQ, handleRebootReqMsg),
+    HANDLE(REBOOT_RESP, handleRebootRespMsg),
+    HANDLE(INTF_PWR_CTRL_REQ, handleIntfPwrCrtlReqMsg),
+    HANDLE(INTF_PWR_CTRL_RESP, handleIntfPwrCrtlRespMsg),
+    HANDLE(WIFI_STATE_REQ, handleWIFIStateQueryMsg),
+    HANDLE(WIFI_STATE_RESP, handleWIFIStateRespMsg),
+    HANDLE(SPEEDTEST_START, handleSpeedTestStartStopMsg),
+    HANDLE(SPEEDTEST_DATA, handleSpeedTestDataMsg),
+    HANDLE(SPEEDTEST_STOP, handleSpeedTestStartStopMsg),
+    HANDLE(WIFISTATESEARCH, handleWIFIStateSearchMsg),
+    HANDLE(WIFISTATERENEW, handleWIFIStateRenewMsg),
+    HANDLE(WIFISTATEACK, handleWIFIStateAckMsg),
+    HANDLE(WPS_CTRL_REQ, handleWPSCrtlReqMsg),
+    HANDLE(WPS_CTRL_RESP, handleWPSCrtlRespMsg),
+    HANDLE(APSteering_REQ, handleAPSteeringReqMsg),
+    HANDLE(APSteering_RESP, handleAPSteeringRespMsg),
+    HANDLE(FW_CTRL_REQ, handleFWCrtlReqMsg),
+    HANDLE(FW_CTRL_RESP, handleFWCrtlRespMsg),
+    HANDLE(RESETTODEFAULT_REQ, handleResetToDefaultReqMsg),
+    HANDLE(RESETTODEFAULT_RESP, handleResetToDefaultRespMsg),
+    HANDLE(SENDCOMMAND_REQ, handleSendCommandReqMsg),
+    HANDLE(SPEEDTEST_ACK, handleSpeedTestAckMsg),
+    HANDLE(INTF_NAME_RESP, handleIntfNameRespMsg),
+    HANDLE(REQUESTLOGFILE_REQ, handleRequestLogFileReqMsg),
+    HANDLE(REQUESTLOGFILE_RESP, handleResponseLogFileReqMsg),
+    HANDLE(REQUESTLOGFILE_ACK, handleAckLogFileReqMsg),
+    HANDLE(APAUTOCONFIG_ACK, handleAPautoconfigAckMsg),
+    HANDLE(SENDCOMMAND_RESP, handleSendCommandRespMsg),
+    HANDLE(LED_CTRL_REQ, handleLEDCtrlReqMsg),
+    HANDLE(LED_CTRL_MCAST_REQ, handleLEDCtrlMCASTReqMsg),
+    HANDLE(LED_CTRL_RESP, handleLEDCtrlRespMsg),
+    HANDLE(WIFI_CLIENT_MCAST2, handleWIFIClientmcastMsg),
+    HANDLE(FWSTATECHANGE_REQ, handleFWStateChangeRequestMsg),
+    HANDLE(FWSTATECHANGE_RESP, handleFWStateChangeResponseMsg),
+    HANDLE(WIFICHANNELSEARCH, handleWIFIChannelSearchMsg),
+    HANDLE(WIFICHANNELRENEW, handleWIFIChannelRenewMsg),
+    HANDLE(WIFICHANNELACK, handleWIFIChannelAckMsg),
+    HANDLE(SECURITYCTRL_MSG, handleSecurityCtrlReqMsg),
+    HANDLE(VEND_DISC, handleVendDiscMsg),
+    HANDLE(FW_CTRL_2_REQ, handleFWCrtl2ReqMsg),
+    HANDLE(NETWORKCTRL_REQ, handleNetworkCtrlReqMsg),
+    HANDLE(NETWORKCTRL_RESP, handleNetworkCtrlRespMsg),
+    HANDLE(CONF_QUERY2, handleConfQueryMsg2),
+    HANDLE(CONF_RESP2, handleConfRespMsg2),
+    handler<VEND_MSG_TYPE_WIFICOUNTRYCODE_REQ, handleWIFICountryCodeCtrlReqMsg>("VEND_MSG_TYPE_WIFICOUNTRYCODE_REQ", 4),
+    handler<VEND_MSG_TYPE_WIFICOUNTRYCODE_RESP, handleWIFICountryCodeCtrlRespMsg>("VEND_MSG_TYPE_WIFICOUNTRYCODE_RESP", 4),
+    HANDLE(UPDATEEXTENDCONF_REQ, handleUpdateExtenderconifgReqMsg),
+    HANDLE(SENDBCNRPT_REQ, handleSendBcnRptReqMsg),
+    handler<VEND_MSG_TYPE_SENDBCNRPT_RESP, handleGetBcnRptRespMsg>("VEND_MSG_TYPE_GETBCNRPT_RESP"),
+    HANDLE(GETBCNRPT_REQ, handleGetBcnRptReqMsg),
+    HANDLE(GETBCNRPT_RESP, handleGetBcnRptRespMsg),
+    HANDLE(SENDBTM_REQ, handleBTMReqMsg),
+    HANDLE(SENDBTM_RESP, handleBTMRespMsg),
+    HANDLE(ADDBLACKLIST_REQ, handleBlacklistReqMsg),
+    HANDLE(ADDBLACKLIST_RESP, handleBlacklistRespMsg),
+    handler<VEND_MSG_TYPE_DELBLACKLIST_REQ, handleBlacklistReqMsg>("VEND_MSG_TYPE_ADDBLACKLIST_REQ"),
+    handler<VEND_MSG_TYPE_DELBLACKLIST_RESP, handleBlacklistRespMsg>("VEND_MSG_TYPE_ADDBLACKLIST_RESP"),
+    HANDLE(SYSTEM_CTRL_REQ, handleSystemCtrlReqMsg),
+    HANDLE(SYSTEM_CTRL_MCAST_REQ, handleSystemCtrlMCASTReqMsg),
+    HANDLE(SYSTEM_CTRL_RESP, handleSystemCtrlRespMsg),
+};
+#undef HANDLE
+// clang-format on
+static_assert(std::ranges::is_sorted(kHandlers, {}, &VendHandler::number));
+
+}  // namespace
+
 int initVendMessageHandler() {
     return initVendQueries();
+}
+
+const VendHandler* findVendHandler(uint16_t number) {
+    const auto* const it = std::ranges::lower_bound(kHandlers, number, {}, &VendHandler::number);
+    return it != std::end(kHandlers) && it->number == number ? it : nullptr;
 }
 
 int parseVendSpecTlvs(const Port& port, const MacAddr& srcMac, uint16_t msgId, Bytes area) {
@@ -25,14 +141,13 @@ int parseVendSpecTlvs(const Port& port, const MacAddr& srcMac, uint16_t msgId, B
     return handleVendSpecMsg(port, srcMac, msgId, msg, kVendPathNetwork);
 }
 
-int handleVendSpecMsg(const Port& port, const MacAddr& srcMac, uint16_t msgId, VendMsg& msg,
+int handleVendSpecMsg(const Port& port, const MacAddr& srcMac, uint16_t msgId, const VendMsg& msg,
                       int path) {
-    const VendType* type = findVendType(msg.vendMsgType);
-    if (type == nullptr || type->label == nullptr) {
+    const VendHandler* row = findVendHandler(msg.vendMsgType);
+    if (row == nullptr) {
         LOG(3, "vendor specific message type (%d) is unsoppourted\r\n", msg.vendMsgType);
         return kFailure;
     }
-    LOG(type->logLevel, "vendor specific message type is (%d)[%s]\r\n", msg.vendMsgType,
-        type->label);
-    return type->handle({port, srcMac, msgId, msg, path});
+    LOG(row->logLevel, "vendor specific message type is (%d)[%s]\r\n", msg.vendMsgType, row->label);
+    return row->handle({port, srcMac, msgId, msg, path});
 }

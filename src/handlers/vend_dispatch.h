@@ -1,27 +1,18 @@
-// Decoding and dispatch of received vendor messages, and what their handlers share.
+// Decoding of received vendor messages, and the table that leads each to its handler.
 #pragma once
 
 #include "base/bytes.h"
-#include "net/ports.h"
-#include "wire/vend_msg.h"
+#include "handlers/vend_context.h"
 
-// Where a vendor message came from.
-enum VendPath : int { kVendPathCommand = 25, kVendPathNetwork = 255 };
-
-// A vendor message on its way to its handler.
-struct VendContext {
-    const Port& port;
-    const MacAddr& srcMac;  // of the frame
-    uint16_t msgId;
-    VendMsg& msg;
-    int path;  // VendPath
-
-    // The decoded form; the catalogue pairs it with the handler.
-    template <typename Payload>
-    const Payload& as() const {
-        return static_cast<const Payload&>(*msg.payload);
-    }
+struct VendHandler {
+    uint16_t number;
+    const char* label;
+    int logLevel;  // of the line with the label
+    int (*handle)(const VendContext& context);
 };
+
+// nullptr for a message that is refused on arrival.
+const VendHandler* findVendHandler(uint16_t number);
 
 // kOk; the pending vendor queries are forgotten.
 int initVendMessageHandler();
@@ -32,5 +23,5 @@ int parseVendSpecTlvs(const Port& port, const MacAddr& srcMac, uint16_t msgId, B
 
 // Hands a vendor message that came by this path (VendPath) to the handler of its type. The
 // handler's result, kFailure for a type without one.
-int handleVendSpecMsg(const Port& port, const MacAddr& srcMac, uint16_t msgId, VendMsg& msg,
+int handleVendSpecMsg(const Port& port, const MacAddr& srcMac, uint16_t msgId, const VendMsg& msg,
                       int path);

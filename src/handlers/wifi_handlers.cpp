@@ -39,7 +39,7 @@ const char* resultText(int result) {
 // Answers with a text of this device's: its setting, or the result of taking one over.
 int answerText(const VendContext& context, VendMsgType type, std::string_view text) {
     return sendVendRespMsg(context.srcMac, context.msgId, type,
-                           std::make_unique<TextPayload>(*getAlMac(), std::string(text)));
+                           TextPayload{*getAlMac(), std::string(text)});
 }
 
 // Hands this device's setting to the one that searches for it.
@@ -49,8 +49,8 @@ int answerSearch(const VendContext& context, VendMsgType type, WifiSyncKind kind
     return answerText(context, type, text);
 }
 
-void noteAck(const VendContext& context, WifiSyncKind kind) {
-    noteWifiSyncAck(kind, context.msg.alMac, context.msgId, context.as<TextPayload>().data);
+void noteAck(const VendContext& context, const TextPayload& answer, WifiSyncKind kind) {
+    noteWifiSyncAck(kind, context.msg.alMac, context.msgId, answer.data);
 }
 
 // True when this device may leave a file: strangers must not fill the memory that /tmp often is.
@@ -61,11 +61,10 @@ bool mayLeaveResult(const MacAddr& sender) {
 }
 
 // Leaves the result text of a device for whoever shows it.
-int writeResultFile(const VendContext& context, const char* pathFormat) {
-    const MacAddr& sender = context.msg.alMac;
+int writeResultFile(const MacAddr& sender, const TextPayload& answer, const char* pathFormat) {
     char path[64];
     snprintf(path, sizeof path, pathFormat, MAC_ARGS(sender));
-    const auto text = escapeForEcho(context.as<TextPayload>().data);
+    const auto text = escapeForEcho(answer.data);
     if (!text || !mayLeaveResult(sender)) {
         LOG(2, "refuse the result text of " MAC_FMT "\n", MAC_ARGS(sender));
         return kFailure;
@@ -77,26 +76,26 @@ int writeResultFile(const VendContext& context, const char* pathFormat) {
 
 }  // namespace
 
-int handleWIFIStateQueryMsg(const VendContext& context) {
+int handleWIFIStateQueryMsg(const VendContext& context, const AlMacPayload& /*query*/) {
     WifiStationList list{};
     if (getWIFIConfig(&list) != 0) return kFailure;
-    auto answer = std::make_unique<WifiStateResp>();
+    WifiStateResp answer;
     while (list.head != nullptr) {
         const std::unique_ptr<WifiStation, decltype(&free)> station(list.head, free);
         list.head = station->next;
-        if (answer->entries.size() == kMaxStateEntries) continue;
-        answer->entries.push_back({MacAddr(station->mac), static_cast<uint16_t>(station->mediaType),
-                                   station->rate, station->rssi,
-                                   static_cast<uint8_t>(station->signalLevel)});
+        if (answer.entries.size() == kMaxStateEntries) continue;
+        answer.entries.push_back({MacAddr(station->mac), static_cast<uint16_t>(station->mediaType),
+                                  station->rate, station->rssi,
+                                  static_cast<uint8_t>(station->signalLevel)});
     }
     return sendVendRespMsg(context.srcMac, context.msgId, VEND_MSG_TYPE_WIFI_STATE_RESP,
                            std::move(answer));
 }
 
-int handleWIFIStateRespMsg(const VendContext& context) {
+int handleWIFIStateRespMsg(const VendContext& context, const WifiStateResp& answer) {
     Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
     if (dev == nullptr) return kOk;
-    for (const auto& entry : context.as<WifiStateResp>().entries) {
+    for (const auto& entry : answer.entries) {
         WifiClient& client = touchWifiClient(*dev, entry.mac);
         client.mediaType = entry.mediaType;
         client.rate = entry.rate;
@@ -107,16 +106,16 @@ int handleWIFIStateRespMsg(const VendContext& context) {
     return requestUpdateDataModel(0);
 }
 
-int handleWIFIClientmcastMsg(const VendContext& context) {
+int handleWIFIClientmcastMsg(const VendContext& context, const TextPayload& report) {
     Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
     if (dev == nullptr) return kOk;
-    const bool understood = storeWifiClients(*dev, context.as<TextPayload>().data);
+    const bool understood = storeWifiClients(*dev, report.data);
     dropSilentWifiClients(*dev);
     (void)requestUpdateDataModel(0);
     return understood ? kOk : kFailure;
 }
 
-int handleWIFIStateSearchMsg(const VendContext& context) {
+int handleWIFIStateSearchMsg(const VendContext& context, const AlMacPayload& /*search*/) {
     if (!isRegistrar()) return kFailure;
     std::string text;
     if (fetchSyncText(getWIFIStateSync, text) != 0) {
@@ -126,22 +125,22 @@ int handleWIFIStateSearchMsg(const VendContext& context) {
     return answerSearch(context, VEND_MSG_TYPE_WIFISTATERENEW, kWifiStateSync, text);
 }
 
-int handleWIFIStateRenewMsg(const VendContext& context) {
+int handleWIFIStateRenewMsg(const VendContext& context, const TextPayload& renew) {
     if (!isEnrollee()) return kFailure;
     const uint8_t* sender = context.msg.alMac.data();
-    const char* result =
-        resultText(parseWIFIStateSyncdata(sender, context.as<TextPayload>().data.c_str()));
+    const char* result = resultText(parseWIFIStateSyncdata(sender, renew.data.c_str()));
     (void)setWIFIStateSyncList(sender, result);
     return answerText(context, VEND_MSG_TYPE_WIFISTATEACK, result);
 }
 
-int handleWIFIStateAckMsg(const VendContext& context) {
-    noteAck(context, kWifiStateSync);
-    (void)setWIFIStateSyncList(context.msg.alMac.data(), context.as<TextPayload>().data.c_str());
-    return writeResultFile(context, "/tmp/vm1905/vm1905WIFIState_%02x%02x%02x%02x%02x%02x");
+int handleWIFIStateAckMsg(const VendContext& context, const TextPayload& answer) {
+    noteAck(context, answer, kWifiStateSync);
+    (void)setWIFIStateSyncList(context.msg.alMac.data(), answer.data.c_str());
+    return writeResultFile(context.msg.alMac, answer,
+                           "/tmp/vm1905/vm1905WIFIState_%02x%02x%02x%02x%02x%02x");
 }
 
-int handleWIFIChannelSearchMsg(const VendContext& context) {
+int handleWIFIChannelSearchMsg(const VendContext& context, const AlMacPayload& /*search*/) {
     const MacAddr& sender = context.msg.alMac;
     const Ieee1905DevTable* dev = getIeee1905DevTableById(sender);
     if (checkMACisApprove(sender.data(), dev != nullptr ? dev->hostname.c_str() : "") != 0) {
@@ -153,33 +152,34 @@ int handleWIFIChannelSearchMsg(const VendContext& context) {
     return answerSearch(context, VEND_MSG_TYPE_WIFICHANNELRENEW, kWifiChannelSync, text);
 }
 
-int handleWIFIChannelRenewMsg(const VendContext& context) {
+int handleWIFIChannelRenewMsg(const VendContext& context, const TextPayload& renew) {
     if (!isEnrollee()) return kFailure;
-    const char* result = resultText(
-        parseWIFIChannelSyncData(context.msg.alMac.data(), context.as<TextPayload>().data.c_str()));
+    const char* result =
+        resultText(parseWIFIChannelSyncData(context.msg.alMac.data(), renew.data.c_str()));
     return answerText(context, VEND_MSG_TYPE_WIFICHANNELACK, result);
 }
 
-int handleWIFIChannelAckMsg(const VendContext& context) {
-    noteAck(context, kWifiChannelSync);
-    (void)setWIFIChannelSyncList(context.msg.alMac.data(), context.as<TextPayload>().data.c_str());
-    return writeResultFile(context, "/tmp/vm1905/vm1905WIFIChannel_%02x%02x%02x%02x%02x%02x");
+int handleWIFIChannelAckMsg(const VendContext& context, const TextPayload& answer) {
+    noteAck(context, answer, kWifiChannelSync);
+    (void)setWIFIChannelSyncList(context.msg.alMac.data(), answer.data.c_str());
+    return writeResultFile(context.msg.alMac, answer,
+                           "/tmp/vm1905/vm1905WIFIChannel_%02x%02x%02x%02x%02x%02x");
 }
 
-int handleWIFICountryCodeCtrlReqMsg(const VendContext& context) {
-    const auto& code = context.as<CountryCodeReq>().countryCode;
+int handleWIFICountryCodeCtrlReqMsg(const VendContext& context, const CountryCodeReq& request) {
+    const auto& code = request.countryCode;
     LOG(4, "WIFICountryCode(%d) = %s\n", static_cast<int>(code.size()), plainText(code).c_str());
     return answerRequest(context, VEND_MSG_TYPE_WIFICOUNTRYCODE_RESP,
                          setWIFICountryCode(code.c_str()));
 }
 
-int handleWIFICountryCodeCtrlRespMsg(const VendContext& context) {
-    LOG(4, "retCode = %d\n", context.as<RetCodePayload>().retCode);
+int handleWIFICountryCodeCtrlRespMsg(const VendContext& /*context*/, const RetCodePayload& answer) {
+    LOG(4, "retCode = %d\n", answer.retCode);
     return kOk;
 }
 
-int handleAPautoconfigAckMsg(const VendContext& context) {
-    const uint8_t band = context.as<OptionPayload>().option;
+int handleAPautoconfigAckMsg(const VendContext& context, const OptionPayload& answer) {
+    const uint8_t band = answer.option;
     const int result = setAPautoconfigFlag(context.msg.alMac.data(), band);
     const auto index = bandIndex(band);
     Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
@@ -190,8 +190,8 @@ int handleAPautoconfigAckMsg(const VendContext& context) {
     return result == 0 ? kOk : kFailure;
 }
 
-int handleWPSCrtlReqMsg(const VendContext& context) {
-    const uint8_t option = context.as<OptionPayload>().option;
+int handleWPSCrtlReqMsg(const VendContext& context, const OptionPayload& request) {
+    const uint8_t option = request.option;
     WpsConfig config{};
     int retCode = getWPSConfig(&config);
     if (retCode == kOk) {
@@ -202,6 +202,6 @@ int handleWPSCrtlReqMsg(const VendContext& context) {
     return answerRequest(context, VEND_MSG_TYPE_WPS_CTRL_RESP, retCode);
 }
 
-int handleWPSCrtlRespMsg(const VendContext& context) {
-    return respWPSCrtlServReq(context.msgId, context.as<RetCodePayload>().retCode);
+int handleWPSCrtlRespMsg(const VendContext& context, const RetCodePayload& answer) {
+    return respWPSCrtlServReq(context.msgId, answer.retCode);
 }

@@ -2,19 +2,19 @@
 // Each returns kOk or kFailure.
 #pragma once
 
-#include "handlers/vend_dispatch.h"
+#include "handlers/vend_context.h"
 
-int handleWIFIStateQueryMsg(const VendContext& context);
-int handleWIFIStateRespMsg(const VendContext& context);
-int handleWIFIClientmcastMsg(const VendContext& context);
-int handleWIFIStateSearchMsg(const VendContext& context);
-int handleWIFIStateRenewMsg(const VendContext& context);
-int handleWIFIStateAckMsg(const VendContext& context);
-int handleWIFIChannelSearchMsg(const VendContext& context);
-int handleWIFIChannelRenewMsg(const VendContext& context);
-int handleWIFIChannelAckMsg(const VendContext& context);
-int handleWIFICountryCodeCtrlReqMsg(const VendContext& context);
-int handleWIFICountryCodeCtrlRespMsg(const VendContext& context);
-int handleAPautoconfigAckMsg(const VendContext& context);
-int handleWPSCrtlReqMsg(const VendContext& context);
-int handleWPSCrtlRespMsg(const VendContext& context);
+int handleWIFIStateQueryMsg(const VendContext& context, const AlMacPayload& query);
+int handleWIFIStateRespMsg(const VendContext& context, const WifiStateResp& answer);
+int handleWIFIClientmcastMsg(const VendContext& context, const TextPayload& report);
+int handleWIFIStateSearchMsg(const VendContext& context, const AlMacPayload& search);
+int handleWIFIStateRenewMsg(const VendContext& context, const TextPayload& renew);
+int handleWIFIStateAckMsg(const VendContext& context, const TextPayload& answer);
+int handleWIFIChannelSearchMsg(const VendContext& context, const AlMacPayload& search);
+int handleWIFIChannelRenewMsg(const VendContext& context, const TextPayload& renew);
+int handleWIFIChannelAckMsg(const VendContext& context, const TextPayload& answer);
+int handleWIFICountryCodeCtrlReqMsg(const VendContext& context, const CountryCodeReq& request);
+int handleWIFICountryCodeCtrlRespMsg(const VendContext& context, const RetCodePayload& answer);
+int handleAPautoconfigAckMsg(const VendContext& context, const OptionPayload& answer);
+int handleWPSCrtlReqMsg(const VendContext& context, const OptionPayload& request);
+int handleWPSCrtlRespMsg(const VendContext& context, const RetCodePayload& answer);

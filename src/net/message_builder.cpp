@@ -31,12 +31,6 @@ class Builder {
     bool spoilt_ = false;
 };
 
-template <typename Record>
-const Record* bodyAs(const MsgBody& body) {
-    const auto* record = std::get_if<const Record*>(&body);
-    return record != nullptr ? *record : nullptr;
-}
-
 TlvList genTopolResp() {
     Builder builder;
     builder.must(genDevInfoTlv()).may(genDevBrdgCapTlv());
@@ -57,45 +51,33 @@ bool isNbrDev(const MacAddr& alMac) {
                        [&](const NbrDev& dev) { return dev.alMac == alMac; });
 }
 
-TlvList genMetricResp(const MetricQuery* query) {
-    if (query == nullptr || query->nbrSelector > 1) return {};
+TlvList genMetricResp(const MetricQuery& query) {
+    if (query.nbrSelector > 1) return {};
     Builder builder;
-    if (query->nbrSelector == 1 && !isNbrDev(query->nbrAlMac)) {
+    if (query.nbrSelector == 1 && !isNbrDev(query.nbrAlMac)) {
         return builder.must(genMetricResCodeTlv()).take();
     }
     const auto infos = getLinkMetricInfo();
     if (!infos) return {};
     for (const auto& info : *infos) {
-        if (query->nbrSelector == 0 || info.alMac == query->nbrAlMac) {
-            addMetrics(builder, info, query->metrics);
+        if (query.nbrSelector == 0 || info.alMac == query.nbrAlMac) {
+            addMetrics(builder, info, query.metrics);
         }
     }
     return builder.take();
 }
 
-TlvList genWscMsg(const Wsc* wsc) {
-    if (wsc == nullptr) return {};
+TlvList genWscMsg(const Wsc& wsc) {
     Builder builder;
-    builder.must(genAlMacTlv()).must(genWscTlv(*wsc));
-    if (!wsc->updateTime.empty() && wsc->updateTime != kNoUpdateTime) {
-        builder.may(genWscUpdatetimeTlv(wsc->updateTime));
+    builder.must(genAlMacTlv()).must(genWscTlv(wsc));
+    if (!wsc.updateTime.empty() && wsc.updateTime != kNoUpdateTime) {
+        builder.may(genWscUpdatetimeTlv(wsc.updateTime));
     }
     return builder.take();
 }
 
-TlvList genRoleBandMsg(uint16_t msgType, const RoleBand* info) {
-    if (info == nullptr) return {};
-    Builder builder;
-    builder.must(genAlMacTlv());
-    if (msgType == kMsgApAutoConfSrch) {
-        builder.must(genSearchRoleTlv(info->role)).must(genAutoConfFreqBandTlv(info->band));
-    } else {
-        builder.must(genSupportedRoleTlv(info->role)).must(genSupportedFreqBandTlv(info->band));
-    }
-    return builder.take();
-}
-
-TlvList genBody(const Port& port, uint16_t msgType, const MsgBody& body) {
+// The types whose body needs nothing but the type and the port.
+TlvList genOwnBody(const Port& port, uint16_t msgType) {
     switch (msgType) {
         case kMsgTopolDisc:
         case kMsgTopolNtf:
@@ -104,36 +86,8 @@ TlvList genBody(const Port& port, uint16_t msgType, const MsgBody& body) {
             return Builder().must(genAlMacTlv()).take();
         case kMsgTopolResp:
             return genTopolResp();
-        case kMsgVendSpec: {
-            const auto* vendMsg = bodyAs<VendMsg>(body);
-            if (vendMsg == nullptr) return {};
-            return Builder().must(genVendSpecTlv(*vendMsg, port.mac)).take();
-        }
-        case kMsgMetricQuery: {
-            const auto* query = bodyAs<MetricQuery>(body);
-            if (query == nullptr) return {};
-            return Builder().must(genMetricQueryTlv(*query)).take();
-        }
-        case kMsgMetricResp:
-            return genMetricResp(bodyAs<MetricQuery>(body));
-        case kMsgApAutoConfSrch:
-        case kMsgApAutoConfResp:
-        case kMsgApAutoConfRenew:
-            return genRoleBandMsg(msgType, bodyAs<RoleBand>(body));
-        case kMsgApAutoConfWsc:
-            return genWscMsg(bodyAs<Wsc>(body));
-        case kMsgPBEventNtf: {
-            const auto* event = bodyAs<PBEventNtf>(body);
-            if (event == nullptr) return {};
-            return Builder().must(genAlMacTlv()).must(genPBEventNtfTlv(*event)).take();
-        }
-        case kMsgPBJoinNtf: {
-            const auto* join = bodyAs<PBJoinNtf>(body);
-            if (join == nullptr) return {};
-            return Builder().must(genAlMacTlv()).must(genPBJoinNtfTlv(*join)).take();
-        }
         default:
-            LOG(4, "message type (%d) isn't supported\r\n", msgType);
+            if (msgType >= kMsgTypeNum) LOG(4, "message type (%d) isn't supported\r\n", msgType);
             return {};
     }
 }
@@ -168,15 +122,66 @@ TlvList genLldpMsg(const Port& port) {
         .take();
 }
 
+MsgBody vendSpecBody(const VendMsg& msg) {
+    return {
+        [&msg](const Port& port) { return Builder().must(genVendSpecTlv(msg, port.mac)).take(); },
+        msg.vendMsgType == VEND_MSG_TYPE_VEND_DISC};
+}
+
+MsgBody metricQueryBody(const MetricQuery& query) {
+    return {[&query](const Port&) { return Builder().must(genMetricQueryTlv(query)).take(); }};
+}
+
+MsgBody metricRespBody(const MetricQuery& query) {
+    return {[&query](const Port&) { return genMetricResp(query); }};
+}
+
+MsgBody apSearchBody(const RoleBand& searched) {
+    return {[&searched](const Port&) {
+        return Builder()
+            .must(genAlMacTlv())
+            .must(genSearchRoleTlv(searched.role))
+            .must(genAutoConfFreqBandTlv(searched.band))
+            .take();
+    }};
+}
+
+MsgBody apSupportedBody(const RoleBand& supported) {
+    return {[&supported](const Port&) {
+        return Builder()
+            .must(genAlMacTlv())
+            .must(genSupportedRoleTlv(supported.role))
+            .must(genSupportedFreqBandTlv(supported.band))
+            .take();
+    }};
+}
+
+MsgBody wscBody(const Wsc& wsc) {
+    return {[&wsc](const Port&) { return genWscMsg(wsc); }};
+}
+
+MsgBody pbEventBody(const PBEventNtf& event) {
+    return {[&event](const Port&) {
+        return Builder().must(genAlMacTlv()).must(genPBEventNtfTlv(event)).take();
+    }};
+}
+
+MsgBody pbJoinBody(const PBJoinNtf& join) {
+    return {[&join](const Port&) {
+        return Builder().must(genAlMacTlv()).must(genPBJoinNtfTlv(join)).take();
+    }};
+}
+
+MsgBody readyBody(const TlvList& tlvs) {
+    return {[&tlvs](const Port&) { return tlvs; }};
+}
+
 TlvList gen1905Msg(const Port& port, uint16_t msgType, const MsgBody& body, MsgTraits& traits) {
     LOG(4, "msgType = %d\r\n", msgType);
     traits = traitsOf(msgType);
-    if (const auto* ready = bodyAs<TlvList>(body)) return *ready;
-    return genBody(port, msgType, body);
+    return body.build ? body.build(port) : genOwnBody(port, msgType);
 }
 
 bool isBuiltPerPort(uint16_t msgType, const MsgBody& body) {
-    if (msgType == kMsgTopolDisc || msgType == kMsgTopolNtf) return true;
-    const auto* vendMsg = bodyAs<VendMsg>(body);
-    return vendMsg != nullptr && vendMsg->vendMsgType == VEND_MSG_TYPE_VEND_DISC;
+    return msgType == kMsgTopolDisc || msgType == kMsgTopolNtf || body.namesPort;
 }

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <cstdint>
-#include <variant>
+#include <functional>
 
 #include "net/ports.h"
 #include "wire/standard_tlv.h"
@@ -15,10 +15,26 @@ struct RoleBand {
     uint8_t band = 0;
 };
 
-// The body of a message; types 0 to 3 have none. A list of TLVs is a message as somebody else has
-// built it. Not owned.
-using MsgBody = std::variant<std::monostate, const VendMsg*, const MetricQuery*, const RoleBand*,
-                             const Wsc*, const PBEventNtf*, const PBJoinNtf*, const TlvList*>;
+// What a message consists of behind its headers.
+struct MsgBody {
+    // Builds the TLVs in order, without the end-of-message TLV, for the port by which the message
+    // leaves; none when a mandatory one cannot be built. Without a function the body is that of
+    // the type, which types 0 to 3 have.
+    std::function<TlvList(const Port& port)> build{};
+    bool namesPort = false;  // the TLVs differ from port to port
+};
+
+// The bodies that need more than the type. They refer to what they are given, which must outlive
+// them.
+MsgBody vendSpecBody(const VendMsg& msg);            // type 4
+MsgBody metricQueryBody(const MetricQuery& query);   // type 5
+MsgBody metricRespBody(const MetricQuery& query);    // type 6
+MsgBody apSearchBody(const RoleBand& searched);      // type 7
+MsgBody apSupportedBody(const RoleBand& supported);  // types 8 and 10
+MsgBody wscBody(const Wsc& wsc);                     // type 9
+MsgBody pbEventBody(const PBEventNtf& event);        // type 11
+MsgBody pbJoinBody(const PBJoinNtf& join);           // type 12
+MsgBody readyBody(const TlvList& tlvs);              // any, as somebody else has built it
 
 // How a message travels.
 struct MsgTraits {
@@ -30,7 +46,7 @@ struct MsgTraits {
 TlvList genLldpMsg(const Port& port);
 
 // The TLVs of a message in order, without the end-of-message TLV; empty when a mandatory one
-// cannot be built, the body is not that of the type, or the type is above 12. traits is set first.
+// cannot be built, the type has no body of its own, or the type is above 12. traits is set first.
 TlvList gen1905Msg(const Port& port, uint16_t msgType, const MsgBody& body, MsgTraits& traits);
 
 // True for messages that name the port by which they leave.

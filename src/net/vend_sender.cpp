@@ -6,7 +6,7 @@
 #include "wire/frame.h"
 #include "wire/vend_payloads.h"
 
-std::optional<VendMsg> makeVendMsg(VendMsgType type, std::unique_ptr<VendPayload> payload) {
+std::optional<VendMsg> makeVendMsg(VendMsgType type, VendPayload payload) {
     const AlTable* al = getAlTable();
     if (al == nullptr) return std::nullopt;
     VendMsg msg;
@@ -17,29 +17,29 @@ std::optional<VendMsg> makeVendMsg(VendMsgType type, std::unique_ptr<VendPayload
     return msg;
 }
 
-int sendVendMsg(const MacAddr& dstMac, VendMsgType type, std::unique_ptr<VendPayload> payload,
-                uint16_t* msgId) {
+int sendVendMsg(const MacAddr& dstMac, VendMsgType type, VendPayload payload, uint16_t* msgId) {
     const auto msg = makeVendMsg(type, std::move(payload));
-    return msg ? requestSend1905UcastMsg(dstMac, kMsgVendSpec, &*msg, msgId) : kFailure;
+    return msg ? requestSend1905UcastMsg(dstMac, kMsgVendSpec, vendSpecBody(*msg), msgId)
+               : kFailure;
 }
 
-int sendVendMcastMsg(VendMsgType type, std::unique_ptr<VendPayload> payload, uint16_t* msgId) {
+int sendVendMcastMsg(VendMsgType type, VendPayload payload, uint16_t* msgId) {
     const auto msg = makeVendMsg(type, std::move(payload));
-    return msg ? requestSend1905McastMsg(kMsgVendSpec, &*msg, msgId) : kFailure;
+    return msg ? requestSend1905McastMsg(kMsgVendSpec, vendSpecBody(*msg), msgId) : kFailure;
 }
 
-int sendVendRespMsg(const MacAddr& dstMac, uint16_t msgId, VendMsgType type,
-                    std::unique_ptr<VendPayload> payload) {
+int sendVendRespMsg(const MacAddr& dstMac, uint16_t msgId, VendMsgType type, VendPayload payload) {
     const auto msg = makeVendMsg(type, std::move(payload));
-    return msg ? requestSend1905UcastRespMsg(dstMac, kMsgVendSpec, msgId, &*msg) : kFailure;
+    return msg ? requestSend1905UcastRespMsg(dstMac, kMsgVendSpec, msgId, vendSpecBody(*msg))
+               : kFailure;
 }
 
 int sendVendDiscMsg(const MacAddr* dstMac) {
     const MacAddr* alMac = getAlMac();
     if (alMac == nullptr) return kFailure;
     // The interface MAC is that of the port by which the message leaves: the encoder knows it.
-    auto disc = std::make_unique<VendDisc>();
-    disc->alMac = *alMac;
+    VendDisc disc;
+    disc.alMac = *alMac;
     return dstMac != nullptr ? sendVendMsg(*dstMac, VEND_MSG_TYPE_VEND_DISC, std::move(disc))
                              : sendVendMcastMsg(VEND_MSG_TYPE_VEND_DISC, std::move(disc));
 }

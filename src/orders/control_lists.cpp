@@ -21,8 +21,7 @@ struct RebootKind {
 
     static void send(const RetryEntry<Value>& entry) {
         Outputlog("[Reboot] send Reboot to (" MAC_FMT ")", MAC_ARGS(entry.almac));
-        (void)sendVendMsg(entry.almac, VEND_MSG_TYPE_REBOOT_REQ,
-                          std::make_unique<AlMacPayload>(entry.almac));
+        (void)sendVendMsg(entry.almac, VEND_MSG_TYPE_REBOOT_REQ, AlMacPayload{entry.almac});
     }
     static void answer(uint16_t msgId, int result) {
         (void)respNbrRebootServReq(msgId, static_cast<uint8_t>(result));
@@ -37,8 +36,7 @@ struct ResetToDefaultKind {
 
     static void send(const RetryEntry<Value>& entry) {
         Outputlog("[ResetToDefault] send reset to default to (" MAC_FMT ")", MAC_ARGS(entry.almac));
-        (void)sendVendMsg(entry.almac, VEND_MSG_TYPE_RESETTODEFAULT_REQ,
-                          std::make_unique<AlMacPayload>(entry.almac));
+        (void)sendVendMsg(entry.almac, VEND_MSG_TYPE_RESETTODEFAULT_REQ, AlMacPayload{entry.almac});
     }
     static void answer(uint16_t msgId, int result) {
         (void)respNbrResetToDefaultServReq(msgId, static_cast<uint8_t>(result));
@@ -53,9 +51,8 @@ struct LEDKind {
 
     static void send(const RetryEntry<Value>& entry) {
         Outputlog("[LEDCtrl] send LED (%d) to (" MAC_FMT ")", entry.value, MAC_ARGS(entry.almac));
-        (void)sendVendMsg(
-            entry.almac, VEND_MSG_TYPE_LED_CTRL_REQ,
-            std::make_unique<OptionPayload>(entry.almac, static_cast<uint8_t>(entry.value)));
+        (void)sendVendMsg(entry.almac, VEND_MSG_TYPE_LED_CTRL_REQ,
+                          OptionPayload{entry.almac, static_cast<uint8_t>(entry.value)});
     }
 };
 
@@ -68,9 +65,8 @@ struct SystemKind {
     static void send(const RetryEntry<Value>& entry) {
         Outputlog("[SystemCtrl] send System (%d) to (" MAC_FMT ")", entry.value,
                   MAC_ARGS(entry.almac));
-        (void)sendVendMsg(
-            entry.almac, VEND_MSG_TYPE_SYSTEM_CTRL_REQ,
-            std::make_unique<OptionPayload>(entry.almac, static_cast<uint8_t>(entry.value)));
+        (void)sendVendMsg(entry.almac, VEND_MSG_TYPE_SYSTEM_CTRL_REQ,
+                          OptionPayload{entry.almac, static_cast<uint8_t>(entry.value)});
     }
 };
 
@@ -88,10 +84,10 @@ struct NetworkKind {
     static void send(const RetryEntry<Value>& entry) {
         Outputlog("[NetworkCtrl] send Network (%d) to (" MAC_FMT ")", entry.value.option,
                   MAC_ARGS(entry.almac));
-        auto payload = std::make_unique<NetworkCtrlReq>();
-        payload->almac = entry.almac;
-        payload->networkOption = entry.value.option;
-        payload->command = entry.value.command;
+        NetworkCtrlReq payload;
+        payload.almac = entry.almac;
+        payload.networkOption = entry.value.option;
+        payload.command = entry.value.command;
         (void)sendVendMsg(entry.almac, VEND_MSG_TYPE_NETWORKCTRL_REQ, std::move(payload));
     }
 };
@@ -103,8 +99,7 @@ struct LogFileKind {
     static constexpr const char* kRetryLine = "retry to ask for the log file";
 
     static void send(const RetryEntry<Value>& entry) {
-        (void)sendVendMsg(entry.almac, VEND_MSG_TYPE_REQUESTLOGFILE_REQ,
-                          std::make_unique<AlMacPayload>(entry.almac));
+        (void)sendVendMsg(entry.almac, VEND_MSG_TYPE_REQUESTLOGFILE_REQ, AlMacPayload{entry.almac});
     }
 };
 

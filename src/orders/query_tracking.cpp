@@ -30,7 +30,7 @@ std::array<VendQueryTable, 64> queries;
 
 int sendQuery(const MacAddr& alMac, VendMsgType type, uint8_t retry, bool registers) {
     uint16_t msgId = 0;
-    if (sendVendMsg(alMac, type, std::make_unique<AlMacPayload>(alMac), &msgId) != kOk) {
+    if (sendVendMsg(alMac, type, AlMacPayload{alMac}, &msgId) != kOk) {
         return kFailure;
     }
     if (registers) registerVendQueryMsg(alMac, msgId, type, retry);

@@ -74,7 +74,7 @@ int checkSpeedTestCtrl() {
     speedTest.repeats++;
     for (const MacAddr& almac : speedTest.silent) {
         LOG(4, "retry send SpeedTest order to (" MAC_FMT ")\n", MAC_ARGS(almac));
-        (void)sendVendMsg(almac, orderType(), std::make_unique<SpeedTestCtrlReq>(speedTest.order));
+        (void)sendVendMsg(almac, orderType(), SpeedTestCtrlReq(speedTest.order));
     }
     return kOk;
 }
@@ -83,7 +83,7 @@ int sendSpeedTestData() {
     std::string text;
     const MacAddr* own = getAlMac();
     if (own == nullptr || fetchSyncText(getSpeedTestData, text) != 0) return kFailure;
-    auto payload = std::make_unique<TextPayload>(*own, text);
+    auto payload = TextPayload{*own, text};
     // A test that nobody of the mesh has ordered is everybody's.
     if (speedTest.client.isZero())
         return sendVendMcastMsg(VEND_MSG_TYPE_SPEEDTEST_DATA, std::move(payload));

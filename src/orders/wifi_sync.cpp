@@ -60,8 +60,7 @@ void handOut(const Kind& kind, const MacAddr& almac, const std::string& text, St
         LOG(2, "%s: no acknowledgement from (" MAC_FMT "), last attempt\n", kind.name,
             MAC_ARGS(almac));
     standing.sent++;
-    (void)sendVendMsg(almac, kind.renew, std::make_unique<TextPayload>(*getAlMac(), text),
-                      &standing.msgId);
+    (void)sendVendMsg(almac, kind.renew, TextPayload{*getAlMac(), text}, &standing.msgId);
 }
 
 int check(WifiSyncKind which) {

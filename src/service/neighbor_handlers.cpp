@@ -50,7 +50,7 @@ int checkTarget(const MacAddr& target) {
 
 struct Order {
     VendMsgType type;
-    std::unique_ptr<VendPayload> payload;
+    VendPayload payload;
     std::function<void()> announce{};             // its line in the message log
     std::function<void(uint16_t msgId)> enter{};  // into the list of orders that are repeated
 };
@@ -73,9 +73,8 @@ int giveOrder(const ServReq& request, Order order) {
 
 // The orders that one number makes.
 int giveOption(const ServReq& request, VendMsgType type) {
-    return giveOrder(request,
-                     {type, std::make_unique<OptionPayload>(request.mac(req::kTarget),
-                                                            byteOf(request, req::kCtrlValue))});
+    return giveOrder(request, {type, OptionPayload{request.mac(req::kTarget),
+                                                   byteOf(request, req::kCtrlValue)}});
 }
 
 // An order that goes to one device or to all.
@@ -89,7 +88,7 @@ struct Control {
 int giveControl(const ServReq& request, const Control& control) {
     const MacAddr target = request.mac(req::kTarget);
     const auto value = static_cast<int32_t>(request.number(req::kCtrlValue));
-    auto payload = std::make_unique<OptionPayload>(target, static_cast<uint8_t>(value));
+    auto payload = OptionPayload{target, static_cast<uint8_t>(value)};
     if (!target.isZero()) {
         return giveOrder(request,
                          {control.one, std::move(payload),
@@ -107,31 +106,31 @@ int giveControl(const ServReq& request, const Control& control) {
 }
 
 // To the device that the request names, to all when it names none.
-int sendToTarget(const ServReq& request, VendMsgType type, std::unique_ptr<VendPayload> payload,
+int sendToTarget(const ServReq& request, VendMsgType type, VendPayload payload,
                  uint16_t* msgId = nullptr) {
     const MacAddr target = request.mac(req::kTarget);
     return target.isZero() ? sendVendMcastMsg(type, std::move(payload), msgId)
                            : sendVendMsg(target, type, std::move(payload), msgId);
 }
 
-std::unique_ptr<BcnRptReqPayload> beaconRequest(const ServReq& request) {
-    auto payload = std::make_unique<BcnRptReqPayload>();
-    payload->almac = request.mac(req::kTarget);
-    payload->staMac = request.mac(req::kStation);
-    payload->bssid = request.mac(req::kBssid);
-    payload->operatingClass = byteOf(request, req::kOperatingClass);
-    payload->channel = byteOf(request, req::kChannel);
-    payload->mode = byteOf(request, req::kMode);
-    payload->duration = halfOf(request, req::kDuration);
-    payload->ssid = request.text(req::kSsid);
+BcnRptReqPayload beaconRequest(const ServReq& request) {
+    BcnRptReqPayload payload;
+    payload.almac = request.mac(req::kTarget);
+    payload.staMac = request.mac(req::kStation);
+    payload.bssid = request.mac(req::kBssid);
+    payload.operatingClass = byteOf(request, req::kOperatingClass);
+    payload.channel = byteOf(request, req::kChannel);
+    payload.mode = byteOf(request, req::kMode);
+    payload.duration = halfOf(request, req::kDuration);
+    payload.ssid = request.text(req::kSsid);
     return payload;
 }
 
 int sendNetworkCtrl(const MacAddr& target, uint16_t option, std::string_view command) {
-    auto payload = std::make_unique<NetworkCtrlReq>();
-    payload->almac = target;
-    payload->networkOption = option;
-    payload->command = command;
+    NetworkCtrlReq payload;
+    payload.almac = target;
+    payload.networkOption = option;
+    payload.command = command;
     return sendVendMsg(target, VEND_MSG_TYPE_NETWORKCTRL_REQ, std::move(payload));
 }
 
@@ -140,7 +139,7 @@ int sendNetworkCtrl(const MacAddr& target, uint16_t option, std::string_view com
 int handleRebootNbrServReq(const ServReq& request, uint16_t /*answer*/) {
     const MacAddr target = request.mac(req::kTarget);
     return giveOrder(request,
-                     {VEND_MSG_TYPE_REBOOT_REQ, std::make_unique<AlMacPayload>(target),
+                     {VEND_MSG_TYPE_REBOOT_REQ, AlMacPayload{target},
                       [&] { Outputlog("[Reboot] send Reboot to (" MAC_FMT ")", MAC_ARGS(target)); },
                       [&](uint16_t msgId) { (void)setRebootCtrlList(&target, msgId, 1); }});
 }
@@ -148,7 +147,7 @@ int handleRebootNbrServReq(const ServReq& request, uint16_t /*answer*/) {
 int handleresetToDefaultServReq(const ServReq& request, uint16_t /*answer*/) {
     const MacAddr target = request.mac(req::kTarget);
     return giveOrder(request,
-                     {VEND_MSG_TYPE_RESETTODEFAULT_REQ, std::make_unique<AlMacPayload>(target),
+                     {VEND_MSG_TYPE_RESETTODEFAULT_REQ, AlMacPayload{target},
                       [&] {
                           Outputlog("[ResetToDefault] send reset to default to (" MAC_FMT ")",
                                     MAC_ARGS(target));
@@ -167,9 +166,9 @@ int handleSystemCtrlReq(const ServReq& request, uint16_t /*answer*/) {
 }
 
 int handleCtrlNbrIntfPwrServReq(const ServReq& request, uint16_t answer) {
-    auto payload = std::make_unique<IntfPwrCtrlReq>();
-    payload->almac = request.mac(req::kTarget);
-    if (const int code = checkTarget(payload->almac); code != kOk) {
+    IntfPwrCtrlReq payload;
+    payload.almac = request.mac(req::kTarget);
+    if (const int code = checkTarget(payload.almac); code != kOk) {
         // Meant: this request alone is told by its answer's number that there is no such device.
         return respRetCode(request.pid(), code == kNotAddressed ? answer : request.servId(), code);
     }
@@ -181,9 +180,9 @@ int handleCtrlNbrIntfPwrServReq(const ServReq& request, uint16_t answer) {
     }
     for (size_t i = 0; i < num; i++) {
         const size_t at = req::kPwrEntries + i * req::kPwrEntryLen;
-        payload->intfs.push_back({request.macAt(at), halfOf(request, {at + 6, 2})});
+        payload.intfs.push_back({request.macAt(at), halfOf(request, {at + 6, 2})});
     }
-    payload->pwrState = byteOf(request, req::kPwrCtrl);
+    payload.pwrState = byteOf(request, req::kPwrCtrl);
     return sendOrder(request, {VEND_MSG_TYPE_INTF_PWR_CTRL_REQ, std::move(payload)});
 }
 
@@ -196,17 +195,17 @@ int handleAPSteeringServReq(const ServReq& request, uint16_t /*answer*/) {
 }
 
 int handleFWCTRLNBRServReq(const ServReq& request, uint16_t /*answer*/) {
-    auto payload = std::make_unique<FwCtrlReq>();
-    payload->fwOption = byteOf(request, req::kFwOption);
-    payload->fwTopoOption = byteOf(request, req::kFwTopoOption);
-    payload->fwUrl = request.text(req::kFwUrl);
+    FwCtrlReq payload;
+    payload.fwOption = byteOf(request, req::kFwOption);
+    payload.fwTopoOption = byteOf(request, req::kFwTopoOption);
+    payload.fwUrl = request.text(req::kFwUrl);
     return giveOrder(request, {VEND_MSG_TYPE_FW_CTRL_REQ, std::move(payload)});
 }
 
 int handleSendCommandServReq(const ServReq& request, uint16_t /*answer*/) {
-    auto payload = std::make_unique<SendCommandReq>();
-    payload->commandUrl = request.text(req::kCommand);
-    payload->commandDataCount = static_cast<uint16_t>(payload->commandUrl.size());
+    SendCommandReq payload;
+    payload.commandUrl = request.text(req::kCommand);
+    payload.commandDataCount = static_cast<uint16_t>(payload.commandUrl.size());
     return giveOrder(request, {VEND_MSG_TYPE_SENDCOMMAND_REQ, std::move(payload)});
 }
 
@@ -219,37 +218,37 @@ int handleGetBcnRptServReq(const ServReq& request, uint16_t /*answer*/) {
 }
 
 int handleSendBTMServReq(const ServReq& request, uint16_t /*answer*/) {
-    auto payload = std::make_unique<BtmReqPayload>();
-    payload->almac = request.mac(req::kTarget);
-    payload->staMac = request.mac(req::kStation);
-    payload->bssid = request.mac(req::kBssid);
-    payload->operatingClass = byteOf(request, req::kOperatingClass);
-    payload->channel = byteOf(request, req::kChannel);
-    payload->disassocImminent = byteOf(request, req::kDisassocImminent);
-    payload->disassocTimer = halfOf(request, req::kDisassocTimer);
+    BtmReqPayload payload;
+    payload.almac = request.mac(req::kTarget);
+    payload.staMac = request.mac(req::kStation);
+    payload.bssid = request.mac(req::kBssid);
+    payload.operatingClass = byteOf(request, req::kOperatingClass);
+    payload.channel = byteOf(request, req::kChannel);
+    payload.disassocImminent = byteOf(request, req::kDisassocImminent);
+    payload.disassocTimer = halfOf(request, req::kDisassocTimer);
     return giveOrder(request, {VEND_MSG_TYPE_SENDBTM_REQ, std::move(payload)});
 }
 
 int handleBlacklistServReq(const ServReq& request, uint16_t /*answer*/) {
     constexpr uint16_t kAddService = 208;
-    auto payload = std::make_unique<BlacklistReq>();
-    payload->almac = request.mac(req::kTarget);
-    payload->option = request.servId() == kAddService ? kBlacklistAdd : kBlacklistRemove;
-    payload->staMac = request.mac(req::kStation);
+    BlacklistReq payload;
+    payload.almac = request.mac(req::kTarget);
+    payload.option = request.servId() == kAddService ? kBlacklistAdd : kBlacklistRemove;
+    payload.staMac = request.mac(req::kStation);
     return giveOrder(request, {VEND_MSG_TYPE_ADDBLACKLIST_REQ, std::move(payload)});
 }
 
 int handleSpeedTestReq(const ServReq& request, uint16_t answer) {
-    auto payload = std::make_unique<SpeedTestCtrlReq>();
-    payload->enable = byteOf(request, req::kSpeedEnable);
-    payload->action = byteOf(request, req::kSpeedAction);
-    payload->url = request.text(req::kSpeedUrl);
-    payload->startTime = request.number(req::kSpeedStart);
-    payload->runtime = request.number(req::kSpeedRuntime);
-    payload->lanMac = request.mac(req::kSpeedLanMac);
+    SpeedTestCtrlReq payload;
+    payload.enable = byteOf(request, req::kSpeedEnable);
+    payload.action = byteOf(request, req::kSpeedAction);
+    payload.url = request.text(req::kSpeedUrl);
+    payload.startTime = request.number(req::kSpeedStart);
+    payload.runtime = request.number(req::kSpeedRuntime);
+    payload.lanMac = request.mac(req::kSpeedLanMac);
     const VendMsgType type =
-        payload->enable != 0 ? VEND_MSG_TYPE_SPEEDTEST_START : VEND_MSG_TYPE_SPEEDTEST_STOP;
-    const SpeedTestCtrlReq order = *payload;
+        payload.enable != 0 ? VEND_MSG_TYPE_SPEEDTEST_START : VEND_MSG_TYPE_SPEEDTEST_STOP;
+    const SpeedTestCtrlReq order = payload;
     const int code = sendToTarget(request, type, std::move(payload));
     if (code == kOk) (void)noteSpeedTestOrder(request.mac(req::kTarget), order);
     return respRetCode(request.pid(), answer, code);
@@ -257,9 +256,9 @@ int handleSpeedTestReq(const ServReq& request, uint16_t answer) {
 
 int handleWIFIStateSearchReq(const ServReq& request, uint16_t answer) {
     const MacAddr* own = getAlMac();
-    const int code = own == nullptr ? kFailure
-                                    : sendToTarget(request, VEND_MSG_TYPE_WIFISTATESEARCH,
-                                                   std::make_unique<AlMacPayload>(*own));
+    const int code = own == nullptr
+                         ? kFailure
+                         : sendToTarget(request, VEND_MSG_TYPE_WIFISTATESEARCH, AlMacPayload{*own});
     return respRetCode(request.pid(), answer, code);
 }
 
@@ -269,8 +268,7 @@ int handleWIFIStateRenewReq(const ServReq& request, uint16_t answer) {
     int code = own == nullptr ? kFailure : fetchSyncText(getWIFIStateSync, text);
     if (code == kOk) {
         uint16_t msgId = 0;
-        code = sendToTarget(request, VEND_MSG_TYPE_WIFISTATERENEW,
-                            std::make_unique<TextPayload>(*own, text), &msgId);
+        code = sendToTarget(request, VEND_MSG_TYPE_WIFISTATERENEW, TextPayload{*own, text}, &msgId);
         if (code == kOk) noteWifiSyncSent(kWifiStateSync, request.mac(req::kTarget), msgId, text);
     }
     return respRetCode(request.pid(), answer, code);
@@ -278,8 +276,7 @@ int handleWIFIStateRenewReq(const ServReq& request, uint16_t answer) {
 
 int handleRequestLogFileReq(const ServReq& request, uint16_t answer) {
     const MacAddr target = request.mac(req::kTarget);
-    const int code = sendToTarget(request, VEND_MSG_TYPE_REQUESTLOGFILE_REQ,
-                                  std::make_unique<AlMacPayload>(target));
+    const int code = sendToTarget(request, VEND_MSG_TYPE_REQUESTLOGFILE_REQ, AlMacPayload{target});
     if (code == kOk) (void)setLogFileList(&target);
     return respRetCode(request.pid(), answer, code);
 }

@@ -27,15 +27,15 @@ int sendRaw(const ServReq& request) {
         case kMsgApAutoConfRenew:
         case kMsgPBEventNtf:
         case kMsgPBJoinNtf:
-            return wellFormed ? requestSend1905McastMsg(type, &tlvs) : kFailure;
+            return wellFormed ? requestSend1905McastMsg(type, readyBody(tlvs)) : kFailure;
         case kMsgTopolQuery:
         case kMsgVendSpec:
         case kMsgMetricQuery:
         case kMsgApAutoConfResp:
         case kMsgApAutoConfWsc:
-            return wellFormed
-                       ? requestSend1905UcastMsg(request.mac(slots::req::kTarget), type, &tlvs)
-                       : kFailure;
+            return wellFormed ? requestSend1905UcastMsg(request.mac(slots::req::kTarget), type,
+                                                        readyBody(tlvs))
+                              : kFailure;
         default:
             return kTypeNotAllowed;
     }

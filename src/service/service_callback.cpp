@@ -30,20 +30,21 @@ MediaInfo mediaInfoOf(const PbMediaType& type) {
 
 int sendSearch(const ApAutoConfSrch& info) {
     const RoleBand body{info.searchedRole, info.freqBand};
-    return requestSend1905McastMsg(kMsgApAutoConfSrch, &body);
+    return requestSend1905McastMsg(kMsgApAutoConfSrch, apSearchBody(body));
 }
 
 // Both addresses are the receiver's, and either leads to it.
 int sendResponse(const ApAutoConfRespReq& info) {
     const RoleBand body{info.supportedRole, info.freqBand};
-    return requestSend1905UcastRespMsg(MacAddr(info.dstMac), kMsgApAutoConfResp, info.msgId, &body);
+    return requestSend1905UcastRespMsg(MacAddr(info.dstMac), kMsgApAutoConfResp, info.msgId,
+                                       apSupportedBody(body));
 }
 
 int sendWsc(const ApAutoConfWscReq& info) {
     Wsc body;
     if (info.frame != nullptr) body.frame.assign(info.frame, info.frame + info.frameLen);
     body.updateTime = std::string_view(info.updateTime, sizeof info.updateTime);
-    return requestSend1905UcastMsg(MacAddr(info.dstMac), kMsgApAutoConfWsc, &body);
+    return requestSend1905UcastMsg(MacAddr(info.dstMac), kMsgApAutoConfWsc, wscBody(body));
 }
 
 // What a device has acknowledged of an earlier renew says nothing of this one.
@@ -65,8 +66,10 @@ int sendRenew(const ApAutoConfRenewReq& info) {
     (void)start_and_stop_Renew(1);
     forgetAcknowledgements(info);
     const RoleBand body{info.supportedRole, info.freqBand};
-    if (info.unicast == 0) return requestSend1905McastMsg(kMsgApAutoConfRenew, &body);
-    return requestSend1905UcastMsg(MacAddr(info.dstMac), kMsgApAutoConfRenew, &body);
+    if (info.unicast == 0)
+        return requestSend1905McastMsg(kMsgApAutoConfRenew, apSupportedBody(body));
+    return requestSend1905UcastMsg(MacAddr(info.dstMac), kMsgApAutoConfRenew,
+                                   apSupportedBody(body));
 }
 
 int sendEvent(PbEventReq& info) {
@@ -74,13 +77,13 @@ int sendEvent(PbEventReq& info) {
     for (size_t i = 0; info.mediaTypes != nullptr && i < info.mediaTypeNum; i++) {
         body.mediaTypes.push_back({info.mediaTypes[i].mediaType, mediaInfoOf(info.mediaTypes[i])});
     }
-    return requestSend1905McastMsg(kMsgPBEventNtf, &body, &info.msgId);
+    return requestSend1905McastMsg(kMsgPBEventNtf, pbEventBody(body), &info.msgId);
 }
 
 int sendJoin(const PbJoinReq& info) {
     const PBJoinNtf body{MacAddr(info.alMac), info.msgId, MacAddr(info.txIntfMac),
                          MacAddr(info.newDevIntfMac)};
-    return requestSend1905McastMsg(kMsgPBJoinNtf, &body);
+    return requestSend1905McastMsg(kMsgPBJoinNtf, pbJoinBody(body));
 }
 
 int send(uint32_t servId, void* info) {

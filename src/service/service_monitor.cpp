@@ -1,8 +1,8 @@
 #include "service/service_monitor.h"
 
 #include "base/log.h"
+#include "base/monitor_state.h"
 #include "base/result.h"
-#include "daemon/message_monitor.h"
 #include "orders/pending_requests.h"
 #include "orders/slots.h"
 #include "platform/lifecycle.h"

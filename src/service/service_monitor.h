@@ -12,7 +12,7 @@ int startServiceMonitor();
 int runServiceMonitor();
 int destroyServiceMonitor();
 
-// A MonitorState (transport/message_monitor.h).
+// A MonitorState.
 uint32_t getServiceMonitorState();
 
 // Forgets the clients that wait and takes the requests of the platform library. kOk.

@@ -9,7 +9,6 @@
 
 #include "base/fd.h"
 #include "base/log.h"
-#include "daemon/message_monitor.h"
 #include "orders/slot_layout.h"
 
 namespace {
@@ -40,7 +39,10 @@ void openWakeFifo() {
     // The file mode mask does not hold for those who may poke.
     (void)fchmod(fifo.get(), 0622);
     state.fifo = std::move(fifo);
-    setExtraReadFd(state.fifo.get());
+}
+
+int wakeFifoFd() {
+    return state.fifo.get();
 }
 
 void drainWakeFifo() {
@@ -53,7 +55,6 @@ void drainWakeFifo() {
 
 void closeWakeFifo() {
     if (!state.fifo) return;
-    setExtraReadFd(-1);
     state.fifo = Fd();
     (void)unlink(state.path.c_str());
 }

@@ -1,9 +1,10 @@
 // The FIFO by which a client that has posted a request ends the daemon's wait for frames.
 #pragma once
 
-// Makes it and has the message monitor listen to it. Without one, clients are served all the same,
-// only up to a second later.
+// Makes it. Without one, clients are served all the same, only up to a second later.
 void openWakeFifo();
+// For the wait; -1 without a FIFO.
+int wakeFifoFd();
 // Empties it: called on every pass.
 void drainWakeFifo();
 // Removes it.

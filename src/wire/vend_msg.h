@@ -3,11 +3,12 @@
 
 #include <array>
 #include <cstdint>
-#include <memory>
 
 #include "base/mac_addr.h"
+#include "wire/vend_payloads.h"
 
-// Numbers without a name here are refused everywhere, those without a label on arrival only.
+// A number without a name here is refused everywhere. The unused ones are encoded and parsed, but
+// refused on arrival.
 enum VendMsgType : uint16_t {
     VEND_MSG_TYPE_CONF_QUERY = 0,
     VEND_MSG_TYPE_CONF_RESP = 1,
@@ -50,37 +51,34 @@ enum VendMsgType : uint16_t {
     VEND_MSG_TYPE_WIFICHANNELSEARCH = 39,
     VEND_MSG_TYPE_WIFICHANNELRENEW = 40,
     VEND_MSG_TYPE_WIFICHANNELACK = 41,
+    VEND_MSG_TYPE_UNUSED_42 = 42,
+    VEND_MSG_TYPE_UNUSED_43 = 43,
     VEND_MSG_TYPE_SECURITYCTRL_MSG = 44,
     VEND_MSG_TYPE_VEND_DISC = 45,
     VEND_MSG_TYPE_FW_CTRL_2_REQ = 46,
+    VEND_MSG_TYPE_UNUSED_47 = 47,
+    VEND_MSG_TYPE_UNUSED_48 = 48,
     VEND_MSG_TYPE_NETWORKCTRL_REQ = 49,
     VEND_MSG_TYPE_NETWORKCTRL_RESP = 50,
     VEND_MSG_TYPE_CONF_QUERY2 = 51,
     VEND_MSG_TYPE_CONF_RESP2 = 52,
     VEND_MSG_TYPE_WIFICOUNTRYCODE_REQ = 53,
     VEND_MSG_TYPE_WIFICOUNTRYCODE_RESP = 54,
+    VEND_MSG_TYPE_UNUSED_55 = 55,
     VEND_MSG_TYPE_UPDATEEXTENDCONF_REQ = 56,
     VEND_MSG_TYPE_SENDBCNRPT_REQ = 64,
-    VEND_MSG_TYPE_SENDBCNRPT_RESP = 65,  // shares its label and its meaning with the next
+    VEND_MSG_TYPE_SENDBCNRPT_RESP = 65,
     VEND_MSG_TYPE_GETBCNRPT_REQ = 66,
     VEND_MSG_TYPE_GETBCNRPT_RESP = 67,
     VEND_MSG_TYPE_SENDBTM_REQ = 68,
     VEND_MSG_TYPE_SENDBTM_RESP = 69,
     VEND_MSG_TYPE_ADDBLACKLIST_REQ = 70,
     VEND_MSG_TYPE_ADDBLACKLIST_RESP = 71,
-    VEND_MSG_TYPE_DELBLACKLIST_REQ = 72,   // the same as 70, which is meant
-    VEND_MSG_TYPE_DELBLACKLIST_RESP = 73,  // the same as 71
+    VEND_MSG_TYPE_DELBLACKLIST_REQ = 72,
+    VEND_MSG_TYPE_DELBLACKLIST_RESP = 73,
     VEND_MSG_TYPE_SYSTEM_CTRL_REQ = 74,
     VEND_MSG_TYPE_SYSTEM_CTRL_MCAST_REQ = 75,
     VEND_MSG_TYPE_SYSTEM_CTRL_RESP = 76,
-};
-
-// What a vendor message carries, in the decoded form of its type (vendor/payloads.h).
-struct VendPayload {
-    VendPayload() = default;
-    VendPayload(const VendPayload&) = default;
-    VendPayload& operator=(const VendPayload&) = default;
-    virtual ~VendPayload() = default;
 };
 
 struct VendMsg {
@@ -89,5 +87,5 @@ struct VendMsg {
     uint8_t headerA = 0;  // carried through, never validated
     uint8_t headerB = 1;
     uint16_t vendMsgType = 0;
-    std::unique_ptr<VendPayload> payload;
+    VendPayload payload;
 };

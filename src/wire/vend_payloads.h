@@ -4,11 +4,11 @@
 #pragma once
 
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "base/mac_addr.h"
 #include "base/result.h"
-#include "wire/vend_msg.h"
 
 inline constexpr size_t kMaxIntfEntries = 30;
 inline constexpr size_t kMaxItems = 255;
@@ -26,11 +26,8 @@ inline constexpr size_t kMaxSsid = 32;
 
 // A bare AL MAC: of the addressed device in queries and orders, of the sender in searches.
 //   0 almac (6)
-struct AlMacPayload : VendPayload {
+struct AlMacPayload {
     MacAddr almac;
-
-    AlMacPayload() = default;
-    explicit AlMacPayload(const MacAddr& mac) : almac(mac) {}
 
     template <class Fields, class Self>
     static void describe(Fields& f, Self& p) {
@@ -40,7 +37,7 @@ struct AlMacPayload : VendPayload {
 
 // The result of an order: 0 done, 7 not addressed to the device, 16 refused or failed.
 //   0 retCode (1)
-struct RetCodePayload : VendPayload {
+struct RetCodePayload {
     uint8_t retCode = 0;
 
     RetCodePayload() = default;
@@ -55,12 +52,9 @@ struct RetCodePayload : VendPayload {
 // One number for one device: LEDOption, SystemOption, WPSOption, AP steering option, frequency
 // band, firmware state or result, as the message tells.
 //   0 almac (6), 6 option (1)
-struct OptionPayload : VendPayload {
+struct OptionPayload {
     MacAddr almac;
     uint8_t option = 0;
-
-    OptionPayload() = default;
-    OptionPayload(const MacAddr& mac, uint8_t value) : almac(mac), option(value) {}
 
     template <class Fields, class Self>
     static void describe(Fields& f, Self& p) {
@@ -71,12 +65,9 @@ struct OptionPayload : VendPayload {
 
 // A text of the sender whose content is the platform's, or a chunk of Wi-Fi client records.
 //   0 almac (6), 6 datalen (2), 8 data (datalen)
-struct TextPayload : VendPayload {
+struct TextPayload {
     MacAddr almac;
     std::string data;
-
-    TextPayload() = default;
-    TextPayload(const MacAddr& mac, std::string text) : almac(mac), data(std::move(text)) {}
 
     template <class Fields, class Self>
     static void describe(Fields& f, Self& p) {
@@ -100,7 +91,7 @@ struct Item {
 
 // Everything that a device tells about itself.
 //   0 almac (6), 6 itemnum (1), 7 items
-struct ConfResp : VendPayload {
+struct ConfResp {
     MacAddr almac;  // of the responding device
     std::vector<Item> items;
 
@@ -129,7 +120,7 @@ struct IntfValue {
 
 // The power states of all interfaces of the sender.
 //   0 almac (6), 6 intfnum (1), 7 entries of 9
-struct IntfPwrStateResp : VendPayload {
+struct IntfPwrStateResp {
     MacAddr almac;
     std::vector<IntfValue> intfs;
 
@@ -143,7 +134,7 @@ struct IntfPwrStateResp : VendPayload {
 
 // Interfaces that shall go to a power state. A zero MAC stands for all of its media type.
 //   0 almac (6), 6 intfnum (1), 7 entries of 8: intfmac (6), mediaType (2); n pwrState (1)
-struct IntfPwrCtrlReq : VendPayload {
+struct IntfPwrCtrlReq {
     struct Entry {
         MacAddr mac;
         uint16_t mediaType = 0;
@@ -165,7 +156,7 @@ struct IntfPwrCtrlReq : VendPayload {
 
 // What became of them.
 //   0 intfnum (1), 1 entries of 9
-struct IntfPwrCtrlResp : VendPayload {
+struct IntfPwrCtrlResp {
     std::vector<IntfValue> intfs;
 
     template <class Fields, class Self>
@@ -177,7 +168,7 @@ struct IntfPwrCtrlResp : VendPayload {
 
 // The Wi-Fi stations of the sender. Old senders have rate and rssi in one byte each.
 //   0 num (1), 1 entries of 13 (or 11): mac (6), mediaType (2), rate (2), rssi (2), signalLevel (1)
-struct WifiStateResp : VendPayload {
+struct WifiStateResp {
     struct Entry {
         MacAddr mac;
         uint16_t mediaType = 0;
@@ -203,7 +194,7 @@ struct WifiStateResp : VendPayload {
 // Start or stop of a speed test.
 //   0 Enable (1), 1 Action (1), 2 URLcount (2), 4 URL (URLcount), n StartTime (4, seconds since
 //   the epoch), n+4 runtime (4, seconds), n+8 lanMac (6)
-struct SpeedTestCtrlReq : VendPayload {
+struct SpeedTestCtrlReq {
     uint8_t enable = 0;
     uint8_t action = 0;
     std::string url;
@@ -224,7 +215,7 @@ struct SpeedTestCtrlReq : VendPayload {
 
 // A firmware order.
 //   0 FWOption (1), 1 length (2), 3 FWTopoOption (1), 4 FWURL (length - 1); a length of 0 ends it
-struct FwCtrlReq : VendPayload {
+struct FwCtrlReq {
     uint8_t fwOption = 0;
     uint8_t fwTopoOption = 0;
     std::string fwUrl;
@@ -241,7 +232,7 @@ enum FwItem : uint8_t { kFwOption = 0, kFwTopoOption = 1, kFwUrl = 2, kFwFileNam
 
 // The same with a file name, as items (FwItem).
 //   0 itemnum (1), 1 items
-struct FwCtrl2Req : VendPayload {
+struct FwCtrl2Req {
     std::vector<Item> items;
 
     template <class Fields, class Self>
@@ -253,7 +244,7 @@ struct FwCtrl2Req : VendPayload {
 
 // An order as a line of text.
 //   0 CommandDatacount (2), 2 CommandURLcount (2), 4 CommandURL (CommandURLcount)
-struct SendCommandReq : VendPayload {
+struct SendCommandReq {
     uint16_t commandDataCount = 0;
     std::string commandUrl;
 
@@ -266,7 +257,7 @@ struct SendCommandReq : VendPayload {
 
 // The names of the sender's interfaces.
 //   0 almac (6), 6 intfnum (1), 7 entries: intfmac (6), namelen (2), name (namelen)
-struct IntfNameResp : VendPayload {
+struct IntfNameResp {
     struct Entry {
         MacAddr mac;
         std::string name;
@@ -286,7 +277,7 @@ struct IntfNameResp : VendPayload {
 
 // Where the sender's log file is.
 //   0 almac (6), 6 Filenamecount (2), 8 Filename, n FTPURLcount (2), n+2 FTPURL
-struct LogFileResp : VendPayload {
+struct LogFileResp {
     MacAddr almac;
     std::string fileName;
     std::string ftpUrl;
@@ -301,7 +292,7 @@ struct LogFileResp : VendPayload {
 
 // A message of the security exchange.
 //   0 almac (6), 6 length (2), 8 inner type (1): 1 first message, 2 second; 9 data (length)
-struct SecurityCtrlMsg : VendPayload {
+struct SecurityCtrlMsg {
     MacAddr almac;
     uint8_t innerType = 0;
     std::vector<uint8_t> data;
@@ -315,7 +306,7 @@ struct SecurityCtrlMsg : VendPayload {
 
 // "I am here".
 //   0 almac (6), 6 intfmac (6)
-struct VendDisc : VendPayload {
+struct VendDisc {
     MacAddr alMac;
     MacAddr intfMac;  // not looked at by the encoder, which knows the port
 
@@ -327,7 +318,7 @@ struct VendDisc : VendPayload {
 };
 
 //   0 almac (6), 6 NetworkOption (2), 8 NetworkCommandCount (2), 10 command text
-struct NetworkCtrlReq : VendPayload {
+struct NetworkCtrlReq {
     MacAddr almac;
     uint16_t networkOption = 0;
     std::string command;
@@ -341,7 +332,7 @@ struct NetworkCtrlReq : VendPayload {
 };
 
 //   0 NetworkOption (2), 2 retCode (1)
-struct NetworkCtrlResp : VendPayload {
+struct NetworkCtrlResp {
     uint16_t networkOption = 0;
     uint8_t retCode = 0;
 
@@ -353,7 +344,7 @@ struct NetworkCtrlResp : VendPayload {
 };
 
 //   0 almac (6), 6 length (2), 8 WIFICountryCode (length)
-struct CountryCodeReq : VendPayload {
+struct CountryCodeReq {
     MacAddr almac;
     std::string countryCode;
 
@@ -367,7 +358,7 @@ struct CountryCodeReq : VendPayload {
 // Asks a device to ask one of its stations for a beacon report, or for the last one it gave.
 //   0 almac (6), 6 staMac (6), 12 bssid (6), 18 operatingClass (1), 19 channel (1), 20 mode (1),
 //   21 duration (2, time units), 23 ssidlen (2), 25 ssid (ssidlen)
-struct BcnRptReqPayload : VendPayload {
+struct BcnRptReqPayload {
     MacAddr almac;
     MacAddr staMac;
     MacAddr bssid;
@@ -393,7 +384,7 @@ struct BcnRptReqPayload : VendPayload {
 // The answer to both.
 //   0 kind (1): 0 the request went to the station, 1 its last report; 1 retCode (1), 2 staMac (6),
 //   8 reportlen (2), 10 report (reportlen)
-struct BcnRptResp : VendPayload {
+struct BcnRptResp {
     uint8_t kind = 0;
     uint8_t retCode = 0;
     MacAddr staMac;
@@ -411,7 +402,7 @@ struct BcnRptResp : VendPayload {
 // Asks a device to send one of its stations to another BSS.
 //   0 almac (6), 6 staMac (6), 12 bssid (6), 18 operatingClass (1), 19 channel (1),
 //   20 disassocImminent (1), 21 disassocTimer (2, beacon intervals)
-struct BtmReqPayload : VendPayload {
+struct BtmReqPayload {
     MacAddr almac;
     MacAddr staMac;
     MacAddr bssid;
@@ -436,7 +427,7 @@ enum BlacklistOption : uint8_t { kBlacklistAdd = 0, kBlacklistRemove = 1 };
 
 // A station for the blacklist.
 //   0 almac (6), 6 option (1): BlacklistOption; 7 staMac (6)
-struct BlacklistReq : VendPayload {
+struct BlacklistReq {
     MacAddr almac;
     uint8_t option = 0;
     MacAddr staMac;
@@ -450,7 +441,7 @@ struct BlacklistReq : VendPayload {
 };
 
 //   0 option (1) of the request, 1 retCode (1)
-struct BlacklistResp : VendPayload {
+struct BlacklistResp {
     uint8_t option = 0;
     uint8_t retCode = 0;
 
@@ -460,3 +451,11 @@ struct BlacklistResp : VendPayload {
         f.u8("retCode", p.retCode);
     }
 };
+
+// What a vendor message carries: one of the layouts, or nothing yet.
+using VendPayload =
+    std::variant<std::monostate, AlMacPayload, RetCodePayload, OptionPayload, TextPayload, ConfResp,
+                 IntfPwrStateResp, IntfPwrCtrlReq, IntfPwrCtrlResp, WifiStateResp, SpeedTestCtrlReq,
+                 FwCtrlReq, FwCtrl2Req, SendCommandReq, IntfNameResp, LogFileResp, SecurityCtrlMsg,
+                 VendDisc, NetworkCtrlReq, NetworkCtrlResp, CountryCodeReq, BcnRptReqPayload,
+                 BcnRptResp, BtmReqPayload, BlacklistReq, BlacklistResp>;

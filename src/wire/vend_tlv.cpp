@@ -6,6 +6,7 @@
 #include "db/database.h"
 #include "wire/standard_tlv.h"
 #include "wire/vend_catalogue.h"
+#include "wire/vend_fields.h"
 
 namespace {
 
@@ -20,13 +21,47 @@ const VendType* knownType(uint16_t vendMsgType) {
     return type;
 }
 
+// Appends a payload; false when one of its lists or texts exceeds its capacity.
+bool write(const VendPayload& payload, const SendContext& context, std::vector<uint8_t>& out) {
+    FieldWriter writer(out, context);
+    std::visit(
+        [&](const auto& fields) {
+            using Payload = std::decay_t<decltype(fields)>;
+            if constexpr (!std::is_same_v<Payload, std::monostate>) {
+                Payload::describe(writer, fields);
+            }
+        },
+        payload);
+    return writer.ok();
+}
+
+// Reads a payload of this declared length; the reader fails when it is cut off or has no room in
+// the decoded form.
+template <size_t kPayload>
+void read(ByteReader& reader, size_t payloadLen, VendPayload& payload) {
+    using Payload = std::variant_alternative_t<kPayload, VendPayload>;
+    if constexpr (!std::is_same_v<Payload, std::monostate>) {
+        FieldReader fields(reader, payloadLen);
+        Payload::describe(fields, payload.emplace<kPayload>());
+    }
+}
+
+using Read = void (*)(ByteReader& reader, size_t payloadLen, VendPayload& payload);
+
+// By alternative of VendPayload.
+template <size_t... kPayloads>
+constexpr std::array<Read, sizeof...(kPayloads)> readers(std::index_sequence<kPayloads...>) {
+    return {read<kPayloads>...};
+}
+constexpr auto kReaders = readers(std::make_index_sequence<std::variant_size_v<VendPayload>>());
+
 // Header and payload; false when they cannot be encoded.
 bool encode(const VendMsg& msg, const MacAddr& portMac, std::vector<uint8_t>& out) {
     const VendType* type = knownType(msg.vendMsgType);
-    if (type == nullptr || msg.payload == nullptr) return false;
+    if (type == nullptr || type->payload != msg.payload.index()) return false;
     out.reserve(kMaxSentTlvLength);
     out.resize(kVendHdrLen);
-    if (!type->encode(*msg.payload, {portMac}, out) || out.size() > kMaxTlvLength) return false;
+    if (!write(msg.payload, {portMac}, out) || out.size() > kMaxTlvLength) return false;
     ByteWriter writer(out);
     writer.bytes(msg.oui).mac(msg.alMac).u8(msg.headerA).u8(msg.headerB);
     writer.u16(msg.vendMsgType).u16(static_cast<uint32_t>(out.size() - kVendHdrLen));
@@ -68,8 +103,8 @@ size_t parseVendSpecTlv(Bytes tlv, VendMsg& msg) {
     LOG(4, "the vendor specific message type is (%d)\r\n", msg.vendMsgType);
     const VendType* vendType = knownType(msg.vendMsgType);
     if (vendType == nullptr) return 0;
-    msg.payload = vendType->parse(reader, payloadLen);
-    if (msg.payload == nullptr || !reader.ok()) {
+    kReaders[vendType->payload](reader, payloadLen, msg.payload);
+    if (!reader.ok()) {
         LOG_PUTS(1, "failed to parse the vendor specific TLV\r");
         return 0;
     }

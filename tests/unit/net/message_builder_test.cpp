@@ -44,10 +44,22 @@ TEST_F(Builder, MessagesCarryTheseTlvs) {
     const PBEventNtf event;
     const PBJoinNtf join;
     const Wsc dated{{1, 2}, Text<32>("2024010112")}, undated, zero{{1}, Text<32>("0000000000")};
-    const std::pair<uint16_t, MsgBody> messages[] = {
-        {0, {}},     {1, {}},      {2, {}},     {3, {}},     {4, {}},       {5, &query},
-        {5, &info},  {7, &info},   {8, &info},  {9, &dated}, {9, &undated}, {9, &zero},
-        {10, &info}, {11, &event}, {12, &join}, {13, {}}};
+    const std::pair<uint16_t, MsgBody> messages[] = {{0, {}},
+                                                     {1, {}},
+                                                     {2, {}},
+                                                     {3, {}},
+                                                     {4, {}},
+                                                     {5, metricQueryBody(query)},
+                                                     {5, {}},
+                                                     {7, apSearchBody(info)},
+                                                     {8, apSupportedBody(info)},
+                                                     {9, wscBody(dated)},
+                                                     {9, wscBody(undated)},
+                                                     {9, wscBody(zero)},
+                                                     {10, apSupportedBody(info)},
+                                                     {11, pbEventBody(event)},
+                                                     {12, pbJoinBody(join)},
+                                                     {13, {}}};
     std::string all;
     for (const auto& [type, body] : messages)
         all += std::to_string(type) + ": " + build(type, body) + "\n";
@@ -71,12 +83,12 @@ TEST_F(Builder, LinkMetricResponse) {
                                    {1, peer(4).al, 0}, {1, peer(9).al, 2}, {1, peer(2).intf, 2},
                                    {2, {}, 2},         {0, {}, 0}};
     std::string all;
-    for (const auto& query : queries) all += build(6, &query) + "| ";
+    for (const auto& query : queries) all += build(6, metricRespBody(query)) + "| ";
     EXPECT_EQ(all, "10 10 | 9 10 9 10 | 9 10 | 9 | 12 | 12 | | 9 9 | ");
     EXPECT_EQ(list_[0].value.size(), 12U + 29U);
     EXPECT_EQ(list_[1].value.size(), 12U) << "a neighbour without links";
     fakePlatform().fail = {"getLinkMetricList"};
-    EXPECT_EQ(build(6, &queries[0]), "");
+    EXPECT_EQ(build(6, metricRespBody(queries[0])), "");
 }
 
 }  // namespace

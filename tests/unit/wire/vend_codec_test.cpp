@@ -36,11 +36,11 @@ TEST_F(Codec, EveryTypeDecodesAndEncodesToTheSameBytes) {
         VendMsg msg;
         EXPECT_EQ(parseVendSpecTlv(wire, msg), wire.size()) << type;
         EXPECT_EQ(msg.vendMsgType, type);
-        ASSERT_NE(msg.payload, nullptr) << type;
+        ASSERT_NE(msg.payload.index(), 0U) << type;
         EXPECT_EQ(encode(msg), wire) << type;
     }
     std::set<unsigned> catalogued;
-    for (const auto& type : vendTypes()) catalogued.insert(type.vendMsgType);
+    for (const auto& type : kVendTypes) catalogued.insert(type.number);
     EXPECT_EQ(covered, catalogued);
 }
 
@@ -92,8 +92,8 @@ TEST_F(Codec, CapacitiesAreKept) {
         EXPECT_TRUE(parses(vendTlv(kOwnAl, c.type, c.fits))) << c.type;
         EXPECT_FALSE(parses(vendTlv(kOwnAl, c.type, c.exceeds))) << c.type;
     }
-    auto tooMany = std::make_unique<IntfPwrStateResp>();
-    tooMany->intfs.resize(31);
+    IntfPwrStateResp tooMany;
+    tooMany.intfs.resize(31);
     VendMsg msg;
     msg.vendMsgType = VEND_MSG_TYPE_INTF_PWR_STATE_RESP;
     msg.payload = std::move(tooMany);
@@ -131,7 +131,7 @@ TEST_F(Codec, WifiStateEntriesHaveTwoWidths) {
     for (const auto& [payload, rate, rssi] : payloadRateRssi) {
         VendMsg msg;
         ASSERT_NE(parseVendSpecTlv(vendTlv(kOwnAl, 9, payload), msg), 0U);
-        const auto& entry = static_cast<const WifiStateResp&>(*msg.payload).entries.at(1);
+        const auto& entry = std::get<WifiStateResp>(msg.payload).entries.at(1);
         EXPECT_EQ(std::tuple(entry.mac, entry.mediaType, entry.rate, entry.rssi, entry.signalLevel),
                   std::tuple(kStation, 0x105, rate, rssi, 0x37));
     }

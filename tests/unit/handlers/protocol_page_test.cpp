@@ -7,6 +7,7 @@
 #include <string>
 
 #include "handlers/conf_items.h"
+#include "handlers/vend_dispatch.h"
 #include "wire/vend_catalogue.h"
 
 namespace {
@@ -22,9 +23,10 @@ std::string section(const std::string& file, const std::string& name) {
 TEST(ProtocolPage, PageAndDissectorHaveTheTypesAndItemsOfTheDaemon) {
     const std::string layouts = section("vendor-protocol.md", "layouts");
     std::string page = "| number | label | meaning | layout |\n|---|---|---|---|\n", dissector;
-    for (const auto& type : vendTypes()) {
-        const std::string number = std::to_string(type.vendMsgType), layout = type.layout;
-        const std::string label = type.label != nullptr ? type.label : "";
+    for (const auto& type : kVendTypes) {
+        const std::string number = std::to_string(type.number), layout = type.layout;
+        const VendHandler* handler = findVendHandler(type.number);
+        const std::string label = handler != nullptr ? handler->label : "";
         page += "| " + number + " | " + (label.empty() ? "" : "`" + label + "`") + " | " +
                 type.meaning + " | `" + layout + "` |\n";
         dissector += "    [" + number + "] = {" + (label.empty() ? "nil" : '"' + label + '"') +

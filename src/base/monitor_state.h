@@ -1,0 +1,6 @@
+// The states of the two monitors: of the frames and of the service channel.
+#pragma once
+
+#include <cstdint>
+
+enum MonitorState : uint32_t { kUninit = 0, kInit = 1, kStart = 2, kIdle = 3, kStop = 4 };

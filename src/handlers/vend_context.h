@@ -1,0 +1,16 @@
+// A received vendor message on its way to its handler.
+#pragma once
+
+#include "net/ports.h"
+#include "wire/vend_msg.h"
+
+// Where a vendor message came from.
+enum VendPath : int { kVendPathCommand = 25, kVendPathNetwork = 255 };
+
+struct VendContext {
+    const Port& port;
+    const MacAddr& srcMac;  // of the frame
+    uint16_t msgId;
+    const VendMsg& msg;
+    int path;  // VendPath
+};
