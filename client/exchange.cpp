@@ -20,7 +20,7 @@ using Stage = vm1905_client::Stage;
 // How long a daemon needs that nobody wakes.
 constexpr unsigned kUnheardMs = 1500;
 // How long after the daemon has taken a request an answer of its own can still be on the way; of
-// kIntfService the daemon only looks every 5 ms, and must find the request slot still idle.
+// kServGetIntf the daemon only looks every 5 ms, and must find the request slot still idle.
 constexpr unsigned kLostMs = 100;
 constexpr unsigned kLostIntfMs = 1000;
 constexpr unsigned kWithdrawnMs = 50;
@@ -45,7 +45,7 @@ bool isRunning(uint32_t pid) {
 
 bool answers(const SlotCopy& record, uint16_t service) {
     const uint16_t id = headOf(record.data()).servId;
-    if (id != slots::kServIdRetCode) return id == service + 1U;
+    if (id != kServRetCode) return id == service + 1U;
     // Either number of the pair stands there: that is different from service to service.
     const uint8_t number = record[slots::resp::kReqId.at];
     return number == static_cast<uint8_t>(service) || number == static_cast<uint8_t>(service + 1U);
@@ -66,7 +66,7 @@ std::optional<SlotCopy> copyResponse(const Segment& response) {
 // Hands the record to the request that it answers. False: it has to stay in the slot.
 bool deliver(const SlotCopy& record) {
     const SlotHead head = headOf(record.data());
-    if (head.servId == slots::kServIdNone) return false;  // a decoy, see askForIntf
+    if (head.servId == kServNone) return false;  // a decoy, see askForIntf
     for (vm1905_client* client = firstClient; client != nullptr; client = client->next) {
         if (!answers(record, client->service)) continue;
         if (client->stage == Stage::kPosted) return false;
@@ -130,12 +130,12 @@ class Posting {
     // Until the daemon has taken it. 0 or an error.
     int run() {
         int stop = waitForSlot();
-        if (stop == 0 && head_.servId == kIntfService) stop = putDecoy();
+        if (stop == 0 && head_.servId == kServGetIntf) stop = putDecoy();
         if (stop != 0) return stop;
         collect(response_);
         write();
         noteEar(pokeDaemon());
-        stop = head_.servId == kIntfService ? letDecoyGo() : waitUntilTaken();
+        stop = head_.servId == kServGetIntf ? letDecoyGo() : waitUntilTaken();
         if (stop != 0) {
             withdraw();
             return stop;
@@ -230,7 +230,7 @@ class Posting {
             request_.setFlag(slots::kIdle);
         }
         if (decoyIsThere()) response_.setFlag(slots::kIdle);
-        rest(head_.servId == kIntfService ? kWithdrawnMs : kSettleMs);
+        rest(head_.servId == kServGetIntf ? kWithdrawnMs : kSettleMs);
     }
 
     vm1905_client& client_;
@@ -239,7 +239,7 @@ class Posting {
     const Payload payload_;
     Wait& wait_;
     const SlotHead head_;
-    const SlotHead decoy_{ownPid(), slots::kServIdNone};
+    const SlotHead decoy_{ownPid(), kServNone};
     bool isUnheard_ = false;
 };
 
@@ -262,7 +262,7 @@ int postInTurn(vm1905_client& client, Payload payload, Wait& wait) {
         // What the daemon answers itself is there by now, unless it was lost: to a neighbor's
         // answer while we did not come to run, or with a decoy. Reading it once more does no harm.
         if (!isRead(client.service)) return 0;
-        const unsigned lostMs = client.service == kIntfService ? kLostIntfMs : kLostMs;
+        const unsigned lostMs = client.service == kServGetIntf ? kLostIntfMs : kLostMs;
         Wait lost(std::min(lostMs, wait.left()), {});
         const int stop = waitForAnswer(client, lost);
         if (stop != VM1905_TIMEOUT) return stop;

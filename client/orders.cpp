@@ -53,18 +53,18 @@ void decodeResults(Answer& answer, vm1905_pwr_results& out) {
 extern "C" {
 
 int vm1905_reboot(vm1905_client* client, const vm1905_mac* target) {
-    return sendTo(client, target, 134);
+    return sendTo(client, target, kServReboot);
 }
 
 int vm1905_reset_to_default(vm1905_client* client, const vm1905_mac* target) {
-    return sendTo(client, target, 149);
+    return sendTo(client, target, kServResetToDefault);
 }
 
 int vm1905_set_dev_intf_pwr(vm1905_client* client, const vm1905_mac* target,
                             const vm1905_pwr_intf* intfs, size_t num, uint8_t state,
                             vm1905_pwr_results* results) {
     if (num > VM1905_MAX_PWR_INTFS || (intfs == nullptr && num > 0)) return VM1905_BAD_ARGUMENT;
-    Request request = to(target, 136);
+    Request request = to(target, kServIntfPwrCtrl);
     request.number(req::kPwrIntfNum, static_cast<uint32_t>(num)).number(req::kPwrCtrl, state);
     for (size_t i = 0; i < num; i++) {
         const size_t at = req::kPwrEntries + i * req::kPwrEntryLen;
@@ -76,44 +76,44 @@ int vm1905_set_dev_intf_pwr(vm1905_client* client, const vm1905_mac* target,
 }
 
 int vm1905_led_ctrl(vm1905_client* client, const vm1905_mac* target, int32_t value) {
-    return sendValue(client, target, 161, value);
+    return sendValue(client, target, kServLEDCtrl, value);
 }
 
 int vm1905_system_ctrl(vm1905_client* client, const vm1905_mac* target, int32_t value) {
-    return sendValue(client, target, 214, value);
+    return sendValue(client, target, kServSystemCtrl, value);
 }
 
 int vm1905_wps_ctrl(vm1905_client* client, const vm1905_mac* target, uint8_t option) {
-    return sendValue(client, target, 143, option);
+    return sendValue(client, target, kServWpsCtrl, option);
 }
 
 int vm1905_ap_steering(vm1905_client* client, const vm1905_mac* target, uint8_t option) {
-    return sendValue(client, target, 145, option);
+    return sendValue(client, target, kServAPSteering, option);
 }
 
 int vm1905_fw_ctrl(vm1905_client* client, const vm1905_mac* target, uint8_t option,
                    uint8_t topo_option, const char* url) {
-    return askForCode(client, to(target, 147)
+    return askForCode(client, to(target, kServFWCtrl)
                                   .number(req::kFwOption, option)
                                   .number(req::kFwTopoOption, topo_option)
                                   .text(req::kFwUrl, url));
 }
 
 int vm1905_send_command(vm1905_client* client, const vm1905_mac* target, const char* command) {
-    return askForCode(client, to(target, 159).text(req::kCommand, command));
+    return askForCode(client, to(target, kServSendCommand).text(req::kCommand, command));
 }
 
 int vm1905_request_beacon(vm1905_client* client, const vm1905_mac* target,
                           const vm1905_beacon_request* request) {
     if (request == nullptr) return VM1905_BAD_ARGUMENT;
-    return askForCode(client, beacon(target, 202, *request));
+    return askForCode(client, beacon(target, kServSendBcnRpt, *request));
 }
 
 int vm1905_get_beacon(vm1905_client* client, const vm1905_mac* target,
                       const vm1905_beacon_request* request, vm1905_beacon_report* report) {
     if (request == nullptr || report == nullptr) return VM1905_BAD_ARGUMENT;
     vm1905_answer raw;
-    const int result = askForData(client, beacon(target, 204, *request), raw);
+    const int result = askForData(client, beacon(target, kServGetBcnRpt, *request), raw);
     if (result != 0) return result;
     Answer answer(raw);
     int code = 0;
@@ -130,7 +130,7 @@ int vm1905_get_beacon(vm1905_client* client, const vm1905_mac* target,
 
 int vm1905_send_btm(vm1905_client* client, const vm1905_mac* target, const vm1905_btm* btm) {
     if (btm == nullptr) return VM1905_BAD_ARGUMENT;
-    return askForCode(client, to(target, 206)
+    return askForCode(client, to(target, kServSendBTM)
                                   .mac(req::kStation, &btm->station)
                                   .mac(req::kBssid, &btm->bssid)
                                   .number(req::kOperatingClass, btm->operating_class)
@@ -141,18 +141,18 @@ int vm1905_send_btm(vm1905_client* client, const vm1905_mac* target, const vm190
 
 int vm1905_add_blacklist(vm1905_client* client, const vm1905_mac* target,
                          const vm1905_mac* station) {
-    return sendBlacklist(client, 208, target, station);
+    return sendBlacklist(client, kServAddBlacklist, target, station);
 }
 
 int vm1905_remove_blacklist(vm1905_client* client, const vm1905_mac* target,
                             const vm1905_mac* station) {
-    return sendBlacklist(client, 210, target, station);
+    return sendBlacklist(client, kServRemoveBlacklist, target, station);
 }
 
 int vm1905_speed_test_ctrl(vm1905_client* client, const vm1905_mac* target,
                            const vm1905_speed_test* test) {
     if (test == nullptr) return VM1905_BAD_ARGUMENT;
-    return askForCode(client, to(target, 179)
+    return askForCode(client, to(target, kServSpeedTest)
                                   .number(req::kSpeedEnable, test->enable)
                                   .number(req::kSpeedAction, test->action)
                                   .number(req::kSpeedStart, test->start)
@@ -162,27 +162,28 @@ int vm1905_speed_test_ctrl(vm1905_client* client, const vm1905_mac* target,
 }
 
 int vm1905_wifi_state_search(vm1905_client* client, const vm1905_mac* target) {
-    return sendTo(client, target, 181);
+    return sendTo(client, target, kServWifiStateSearch);
 }
 
 int vm1905_wifi_state_renew(vm1905_client* client, const vm1905_mac* target) {
-    return sendTo(client, target, 183);
+    return sendTo(client, target, kServWifiStateRenew);
 }
 
 int vm1905_request_log_file(vm1905_client* client, const vm1905_mac* target) {
-    return sendTo(client, target, 187);
+    return sendTo(client, target, kServRequestLogFile);
 }
 
 int vm1905_network_ctrl(vm1905_client* client, const vm1905_mac* target, uint16_t option,
                         const char* command) {
-    return askForCode(
-        client, to(target, 197).number(req::kNetOption, option).text(req::kNetCommand, command));
+    return askForCode(client, to(target, kServNetworkCtrl)
+                                  .number(req::kNetOption, option)
+                                  .text(req::kNetCommand, command));
 }
 
 int vm1905_send_raw(vm1905_client* client, uint16_t type, const vm1905_mac* target,
                     const void* tlvs, size_t length) {
     const vm1905_mac all{};
-    return askForCode(client, to(target != nullptr ? target : &all, 200)
+    return askForCode(client, to(target != nullptr ? target : &all, kServRawSend)
                                   .number(req::kRawType, type)
                                   .bytes(req::kRawTlvs, tlvs, length));
 }

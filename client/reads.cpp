@@ -37,7 +37,7 @@ int readNumber(vm1905_client* client, const Request& request, Field field, auto*
 extern "C" {
 
 int vm1905_get_al(vm1905_client* client, vm1905_al* al) {
-    return askForRecord(client, Request(0), al, [](Answer& answer, vm1905_al& out) {
+    return askForRecord(client, Request(kServGetOwnDev), al, [](Answer& answer, vm1905_al& out) {
         answer.mac(resp::kAlMac, out.al_mac);
         answer.number(resp::kAlStatus, out.status);
         answer.number(resp::kAlAge, out.age);
@@ -111,25 +111,28 @@ int vm1905_get_fwd_rule(vm1905_client* client, uint8_t index, vm1905_fwd_rule* r
 }
 
 int vm1905_get_security(vm1905_client* client, vm1905_security* security) {
-    return askForRecord(client, Request(44), security, [](Answer& answer, vm1905_security& out) {
-        answer.number(resp::kSecMode, out.mode);
-        answer.count(resp::kSecLen, sizeof out.value, out.length);
-        answer.bytes(resp::kSecValue, out.value, out.length);
-    });
+    return askForRecord(client, Request(kServGetSecurity), security,
+                        [](Answer& answer, vm1905_security& out) {
+                            answer.number(resp::kSecMode, out.mode);
+                            answer.count(resp::kSecLen, sizeof out.value, out.length);
+                            answer.bytes(resp::kSecValue, out.value, out.length);
+                        });
 }
 
 int vm1905_get_option(vm1905_client* client, uint8_t item, uint8_t* value) {
-    return readNumber(client, Request(128).number(req::kItem, item), resp::kItemValue, value);
+    return readNumber(client, Request(kServGetOption).number(req::kItem, item), resp::kItemValue,
+                      value);
 }
 
 int vm1905_get_topology(vm1905_client* client, vm1905_topology* topology) {
-    return askForRecord(client, Request(28), topology, [](Answer& answer, vm1905_topology& out) {
-        answer.number(resp::kTopolEnable, out.enable);
-        answer.number(resp::kTopolStatus, out.status);
-        answer.number(resp::kTopolLogMax, out.log_max);
-        answer.number(resp::kTopolDevNum, out.dev_num);
-        answer.number(resp::kTopolLogNum, out.log_num);
-    });
+    return askForRecord(client, Request(kServGetTopol), topology,
+                        [](Answer& answer, vm1905_topology& out) {
+                            answer.number(resp::kTopolEnable, out.enable);
+                            answer.number(resp::kTopolStatus, out.status);
+                            answer.number(resp::kTopolLogMax, out.log_max);
+                            answer.number(resp::kTopolDevNum, out.dev_num);
+                            answer.number(resp::kTopolLogNum, out.log_num);
+                        });
 }
 
 int vm1905_get_log_entry(vm1905_client* client, uint8_t index, vm1905_log_entry* entry) {
@@ -206,8 +209,9 @@ int vm1905_get_dev_tuple(vm1905_client* client, const vm1905_mac* al_mac, uint8_
 
 int vm1905_get_dev_option(vm1905_client* client, const vm1905_mac* al_mac, uint8_t item,
                           uint8_t* value) {
-    return readNumber(client, Request(132).mac(req::kDevAlMac, al_mac).number(req::kDevItem, item),
-                      resp::kItemValue, value);
+    return readNumber(
+        client, Request(kServGetDevOption).mac(req::kDevAlMac, al_mac).number(req::kDevItem, item),
+        resp::kItemValue, value);
 }
 
 }  // extern "C"

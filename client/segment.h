@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "orders/service_ids.h"
 #include "orders/slot_layout.h"
 #include "vm1905_client.h"
 
@@ -27,7 +28,7 @@ using SlotCopy = std::array<uint8_t, slots::kPayload + VM1905_MAX_ANSWER>;
 SlotHead headOf(const uint8_t* record);
 void putHead(uint8_t* record, const SlotHead& head);
 // What the daemon leaves in the slots when it starts, and no client ever asks for.
-inline constexpr SlotHead kInitialHead{0, slots::kServIdNone};
+inline constexpr SlotHead kInitialHead{0, kServNone};
 
 class Segment {
   public:

@@ -4,9 +4,6 @@
 #include <cstdint>
 #include <span>
 
-// The one that the daemon answers only when the request slot has been marked idle.
-inline constexpr uint16_t kIntfService = 2;
-
 // Answered by the daemon, and without consequences.
 bool isRead(uint16_t service);
 // False when nobody will answer a request with this payload, although it is carried out.

@@ -2,8 +2,6 @@
 
 namespace {
 
-constexpr uint16_t kRawService = 200;  // its messages for all are of nobody's concern
-
 struct Outcome {
     std::string begin;  // of the line for people
     std::string order;
@@ -45,7 +43,7 @@ Report giveOrder(Session& session, uint16_t service, const Mac& target,
     const std::string& order = session.command();
     const bool isForAll = target.isZero();
     const bool isAnswered = vm1905_is_for_neighbor(service) != 0 && !isForAll;
-    const std::string called = isForAll && service == kRawService ? "" : session.called(target);
+    const std::string called = isForAll && service == kServRawSend ? "" : session.called(target);
     session.expect("the answer of " + (isAnswered ? called : "the daemon"));
     const int result = call(client, &mac);
     session.done();

@@ -8,6 +8,7 @@
 
 #include "cli.h"
 #include "failure.h"
+#include "orders/service_ids.h"
 
 // The arguments of one command, held while it may still be chosen.
 template <typename Arguments>

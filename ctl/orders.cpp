@@ -16,13 +16,13 @@ struct Numbered {
 Report reboot(Session& session, const Target& target) {
     const Mac mac = knownDevice(session, target.device);
     confirm(session, "reboot " + session.called(mac) + "?");
-    return giveOrder(session, 134, mac, vm1905_reboot);
+    return giveOrder(session, kServReboot, mac, vm1905_reboot);
 }
 
 Report reset(Session& session, const Target& target) {
     const Mac mac = knownDevice(session, target.device);
     confirm(session, "reset " + session.called(mac) + " to its factory settings?");
-    return giveOrder(session, 149, mac, vm1905_reset_to_default);
+    return giveOrder(session, kServResetToDefault, mac, vm1905_reset_to_default);
 }
 
 // ---- Power of interfaces
@@ -87,7 +87,7 @@ PowerResults setPowerOf(Session& session, const Device& device,
         throw Failure{kUsage, "more than 30 interfaces", "name some of them"};
     }
     vm1905_pwr_results answer{};
-    (void)giveOrder(session, 136, device.alMac, [&](auto* client, auto* mac) {
+    (void)giveOrder(session, kServIntfPwrCtrl, device.alMac, [&](auto* client, auto* mac) {
         return vm1905_set_dev_intf_pwr(client, mac, wanted.data(), wanted.size(), state, &answer);
     });
     PowerResults results;
@@ -119,26 +119,28 @@ Report setPower(Session& session, const Power& power) {
 
 Report led(Session& session, const Numbered& order) {
     return giveOrder(
-        session, 161, session.otherDeviceOrAll(order.device),
+        session, kServLEDCtrl, session.otherDeviceOrAll(order.device),
         [&](auto* client, auto* mac) { return vm1905_led_ctrl(client, mac, order.value); });
 }
 
 Report systemControl(Session& session, const Numbered& order) {
     return giveOrder(
-        session, 214, session.otherDeviceOrAll(order.device),
+        session, kServSystemCtrl, session.otherDeviceOrAll(order.device),
         [&](auto* client, auto* mac) { return vm1905_system_ctrl(client, mac, order.value); });
 }
 
 Report wpsControl(Session& session, const Numbered& order) {
-    return giveOrder(session, 143, session.otherDevice(order.device), [&](auto* client, auto* mac) {
-        return vm1905_wps_ctrl(client, mac, static_cast<uint8_t>(order.value));
-    });
+    return giveOrder(session, kServWpsCtrl, session.otherDevice(order.device),
+                     [&](auto* client, auto* mac) {
+                         return vm1905_wps_ctrl(client, mac, static_cast<uint8_t>(order.value));
+                     });
 }
 
 Report steer(Session& session, const Numbered& order) {
-    return giveOrder(session, 145, session.otherDevice(order.device), [&](auto* client, auto* mac) {
-        return vm1905_ap_steering(client, mac, static_cast<uint8_t>(order.value));
-    });
+    return giveOrder(session, kServAPSteering, session.otherDevice(order.device),
+                     [&](auto* client, auto* mac) {
+                         return vm1905_ap_steering(client, mac, static_cast<uint8_t>(order.value));
+                     });
 }
 
 // ---- Firmware, commands, network
@@ -151,10 +153,11 @@ struct Firmware {
 
 Report firmware(Session& session, const Firmware& order) {
     (void)textArgument(order.url, 240, "URL");
-    return giveOrder(session, 147, session.otherDevice(order.device), [&](auto* client, auto* mac) {
-        return vm1905_fw_ctrl(client, mac, static_cast<uint8_t>(order.option),
-                              static_cast<uint8_t>(order.topologyOption), order.url.c_str());
-    });
+    return giveOrder(
+        session, kServFWCtrl, session.otherDevice(order.device), [&](auto* client, auto* mac) {
+            return vm1905_fw_ctrl(client, mac, static_cast<uint8_t>(order.option),
+                                  static_cast<uint8_t>(order.topologyOption), order.url.c_str());
+        });
 }
 
 struct Text {
@@ -171,14 +174,14 @@ struct Text {
 
 Report command(Session& session, const Text& order) {
     const std::string text = textArgument(order.text(), 240, "TEXT");
-    return giveOrder(session, 159, session.otherDevice(order.device), [&](auto* client, auto* mac) {
-        return vm1905_send_command(client, mac, text.c_str());
-    });
+    return giveOrder(
+        session, kServSendCommand, session.otherDevice(order.device),
+        [&](auto* client, auto* mac) { return vm1905_send_command(client, mac, text.c_str()); });
 }
 
 Report network(Session& session, const Text& order) {
     const std::string text = textArgument(order.text(), 128, "TEXT");
-    return giveOrder(session, 197, session.otherDeviceOrAll(order.device),
+    return giveOrder(session, kServNetworkCtrl, session.otherDeviceOrAll(order.device),
                      [&](auto* client, auto* mac) {
                          return vm1905_network_ctrl(
                              client, mac, static_cast<uint16_t>(order.option), text.c_str());
@@ -210,9 +213,9 @@ vm1905_beacon_request beaconRequest(const Station& order) {
 
 Report requestBeacon(Session& session, const Station& order) {
     const auto request = beaconRequest(order);
-    return giveOrder(session, 202, session.otherDevice(order.device), [&](auto* client, auto* mac) {
-        return vm1905_request_beacon(client, mac, &request);
-    });
+    return giveOrder(
+        session, kServSendBcnRpt, session.otherDevice(order.device),
+        [&](auto* client, auto* mac) { return vm1905_request_beacon(client, mac, &request); });
 }
 
 constexpr Column<vm1905_beacon_report> kBeaconReport[] = {
@@ -226,9 +229,9 @@ constexpr Column<vm1905_beacon_report> kBeaconReport[] = {
 Report getBeacon(Session& session, const Station& order) {
     const auto request = beaconRequest(order);
     vm1905_beacon_report report{};
-    (void)giveOrder(session, 204, session.otherDevice(order.device), [&](auto* client, auto* mac) {
-        return vm1905_get_beacon(client, mac, &request, &report);
-    });
+    (void)giveOrder(
+        session, kServGetBcnRpt, session.otherDevice(order.device),
+        [&](auto* client, auto* mac) { return vm1905_get_beacon(client, mac, &request, &report); });
     return {{recordOf("", "", kBeaconReport, report)}};
 }
 
@@ -240,9 +243,9 @@ Report btm(Session& session, const Station& order) {
     request.channel = static_cast<uint8_t>(order.channel);
     request.disassoc_imminent = order.isImminent;
     request.disassoc_timer = static_cast<uint16_t>(order.timer);
-    return giveOrder(session, 206, session.otherDevice(order.device), [&](auto* client, auto* mac) {
-        return vm1905_send_btm(client, mac, &request);
-    });
+    return giveOrder(
+        session, kServSendBTM, session.otherDevice(order.device),
+        [&](auto* client, auto* mac) { return vm1905_send_btm(client, mac, &request); });
 }
 
 template <uint16_t Service, int (*Call)(vm1905_client*, const vm1905_mac*, const vm1905_mac*)>
@@ -270,22 +273,22 @@ Report speedTest(Session& session, const SpeedTest& order) {
     if (!order.lanMac.empty()) test.lan_mac = macArgument(order.lanMac, "LAN MAC");
     textArgument(order.url, sizeof test.url - 1, "URL").copy(test.url, sizeof test.url - 1);
     return giveOrder(
-        session, 179, session.otherDeviceOrAll(order.device),
+        session, kServSpeedTest, session.otherDeviceOrAll(order.device),
         [&](auto* client, auto* mac) { return vm1905_speed_test_ctrl(client, mac, &test); });
 }
 
 Report requestLogFile(Session& session, const Target& target) {
-    return giveOrder(session, 187, session.otherDeviceOrAll(target.device),
+    return giveOrder(session, kServRequestLogFile, session.otherDeviceOrAll(target.device),
                      vm1905_request_log_file);
 }
 
 Report wifiSearch(Session& session, const Target& target) {
-    return giveOrder(session, 181, session.otherDeviceOrAll(target.device),
+    return giveOrder(session, kServWifiStateSearch, session.otherDeviceOrAll(target.device),
                      vm1905_wifi_state_search);
 }
 
 Report wifiRenew(Session& session, const Target& target) {
-    return giveOrder(session, 183, session.otherDeviceOrAll(target.device),
+    return giveOrder(session, kServWifiStateRenew, session.otherDeviceOrAll(target.device),
                      vm1905_wifi_state_renew);
 }
 
@@ -324,7 +327,7 @@ Report sendRaw(Session& session, const Raw& order) {
                       "each has a byte of type, two of length, the highest first, and its value"};
     }
     const Mac target = hasTarget ? session.otherDevice(order.device) : Mac{};
-    return giveOrder(session, 200, target, [&](auto* client, auto* mac) {
+    return giveOrder(session, kServRawSend, target, [&](auto* client, auto* mac) {
         return vm1905_send_raw(client, static_cast<uint16_t>(order.type), mac, bytes.data(),
                                bytes.size());
     });
@@ -378,11 +381,13 @@ void addStationOrders(CLI::App& app, Choice& choice) {
             ->type_name("N");
     }
     CLI::App& list = addGroup(app, "blacklist", "Wi-Fi stations that a device keeps out");
-    const auto [add, added] = addCommand<Station>(list, choice, "add", "keep a station out",
-                                                  blacklist<208, vm1905_add_blacklist>);
+    const auto [add, added] =
+        addCommand<Station>(list, choice, "add", "keep a station out",
+                            blacklist<kServAddBlacklist, vm1905_add_blacklist>);
     addStation(*add, *added);
-    const auto [remove, removed] = addCommand<Station>(list, choice, "remove", "let it in again",
-                                                       blacklist<210, vm1905_remove_blacklist>);
+    const auto [remove, removed] =
+        addCommand<Station>(list, choice, "remove", "let it in again",
+                            blacklist<kServRemoveBlacklist, vm1905_remove_blacklist>);
     addStation(*remove, *removed);
 }
 

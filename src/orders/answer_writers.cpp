@@ -2,83 +2,24 @@
 
 #include "base/result.h"
 #include "orders/pending_requests.h"
+#include "orders/service_ids.h"
 #include "orders/slots.h"
 #include "wire/vend_payloads.h"
 
-namespace {
-
 using namespace slots;
 
-enum AnswerId : uint8_t {
-    kAnswerReboot = 135,
-    kAnswerIntfPwrCtrl = 137,
-    kAnswerWPSCtrl = 144,
-    kAnswerAPSteering = 146,
-    kAnswerFWCtrl = 148,
-    kAnswerResetToDefault = 150,
-    kAnswerSendCommand = 160,
-    kAnswerLEDCtrl = 162,
-    kAnswerSendBcnRpt = 203,
-    kAnswerGetBcnRpt = 205,
-    kAnswerBTM = 207,
-    kAnswerAddBlacklist = 209,
-    kAnswerDelBlacklist = 211,
-    kAnswerSystemCtrl = 215,
-};
-
-int answerResult(AnswerId servId, uint16_t msgId, uint8_t result, uint16_t firstMsgId = 0) {
-    int32_t pid = searchServReqRespPid(servId, msgId);
-    if (pid == kNoClient && firstMsgId != 0) pid = searchServReqRespPid(servId, firstMsgId);
+int answerClient(ServId order, uint16_t msgId, uint8_t result, uint16_t firstMsgId) {
+    const uint16_t answer = answerId(order);
+    int32_t pid = searchServReqRespPid(answer, msgId);
+    if (pid == kNoClient && firstMsgId != 0) pid = searchServReqRespPid(answer, firstMsgId);
     if (pid == kNoClient) return kOk;
-    return ServResp(pid, servId).number(resp::kResult, result).post();
-}
-
-}  // namespace
-
-int respNbrRebootServReq(uint16_t msgId, uint8_t result) {
-    return answerResult(kAnswerReboot, msgId, result);
-}
-
-int respWPSCrtlServReq(uint16_t msgId, uint8_t result) {
-    return answerResult(kAnswerWPSCtrl, msgId, result);
-}
-
-int respAPSteeringServReq(uint16_t msgId, uint8_t result) {
-    return answerResult(kAnswerAPSteering, msgId, result);
-}
-
-int respFWCrtlServReq(uint16_t msgId, uint8_t result) {
-    return answerResult(kAnswerFWCtrl, msgId, result);
-}
-
-int respNbrResetToDefaultServReq(uint16_t msgId, uint8_t result) {
-    return answerResult(kAnswerResetToDefault, msgId, result);
-}
-
-int respSendCommandServReq(uint16_t msgId, uint8_t result) {
-    return answerResult(kAnswerSendCommand, msgId, result);
-}
-
-int respNbrLEDCtrlServReq(uint16_t msgId, uint8_t result, uint16_t firstMsgId) {
-    return answerResult(kAnswerLEDCtrl, msgId, result, firstMsgId);
-}
-
-int respNbrSystemCtrlServReq(uint16_t msgId, uint8_t result, uint16_t firstMsgId) {
-    return answerResult(kAnswerSystemCtrl, msgId, result, firstMsgId);
-}
-
-int respSendBcnRptServReq(uint16_t msgId, uint8_t result) {
-    return answerResult(kAnswerSendBcnRpt, msgId, result);
-}
-
-int respBTMServReq(uint16_t msgId, uint8_t result) {
-    return answerResult(kAnswerBTM, msgId, result);
+    return ServResp(pid, answer).number(resp::kResult, result).post();
 }
 
 int respNbrIntfPwrCtrlServReq(uint16_t msgId, const IntfPwrCtrlResp& answer) {
-    const int32_t pid = searchServReqRespPid(kAnswerIntfPwrCtrl, msgId);
+    const int32_t pid = searchServReqRespPid(answerId(kServIntfPwrCtrl), msgId);
     if (pid == kNoClient) return kOk;
-    ServResp out(pid, kAnswerIntfPwrCtrl);
+    ServResp out(pid, answerId(kServIntfPwrCtrl));
     out.number(resp::kPwrIntfNum, static_cast<uint32_t>(answer.intfs.size()));
     size_t at = resp::kPwrEntries;
     for (const IntfValue& intf : answer.intfs) {
@@ -91,9 +32,9 @@ int respNbrIntfPwrCtrlServReq(uint16_t msgId, const IntfPwrCtrlResp& answer) {
 }
 
 int respGetBcnRptServReq(uint16_t msgId, const BcnRptResp& answer) {
-    const int32_t pid = searchServReqRespPid(kAnswerGetBcnRpt, msgId);
+    const int32_t pid = searchServReqRespPid(answerId(kServGetBcnRpt), msgId);
     if (pid == kNoClient) return kOk;
-    return ServResp(pid, kAnswerGetBcnRpt)
+    return ServResp(pid, answerId(kServGetBcnRpt))
         .number(resp::kBcnRetCode, answer.retCode)
         .mac(resp::kBcnStation, answer.staMac)
         .number(resp::kBcnLen, static_cast<uint32_t>(answer.report.size()))
@@ -102,6 +43,6 @@ int respGetBcnRptServReq(uint16_t msgId, const BcnRptResp& answer) {
 }
 
 int respBlacklistServReq(uint16_t msgId, const BlacklistResp& answer) {
-    return answerResult(answer.option == kBlacklistAdd ? kAnswerAddBlacklist : kAnswerDelBlacklist,
+    return answerClient(answer.option == kBlacklistAdd ? kServAddBlacklist : kServRemoveBlacklist,
                         msgId, answer.retCode);
 }

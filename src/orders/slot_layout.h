@@ -21,9 +21,6 @@ inline constexpr size_t kReqSize = 256;
 inline constexpr size_t kRespSize = 632;
 inline constexpr const char* kWakeFifo = "/tmp/vm1905_wake";  // any byte ends the daemon's wait
 
-inline constexpr uint16_t kServIdNone = 255;     // after initialisation
-inline constexpr uint16_t kServIdRetCode = 254;  // an answer that is only a return code
-
 // Of flag, in both slots.
 inline constexpr uint8_t kFull = 0;  // a request waits for the daemon, an answer for its client
 inline constexpr uint8_t kIdle = 1;  // the other side has taken it

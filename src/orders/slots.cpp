@@ -11,6 +11,7 @@
 #include "base/log.h"
 #include "base/result.h"
 #include "base/text.h"
+#include "orders/service_ids.h"
 
 namespace {
 
@@ -68,7 +69,7 @@ int initSegment(Segment& segment) {
     // One that nobody else can find goes with its process, however that ends.
     if (segment.key == IPC_PRIVATE) (void)shmctl(segment.id, IPC_RMID, nullptr);
     std::memset(segment.memory, 0, segment.size);
-    putNumber(segment.memory + slots::kServId.at, slots::kServId.width, slots::kServIdNone);
+    putNumber(segment.memory + slots::kServId.at, slots::kServId.width, kServNone);
     setFlag(segment.memory, slots::kIdle);
     return kOk;
 }
@@ -214,7 +215,7 @@ int ServResp::answer() {
 }
 
 int respRetCode(int32_t pid, uint16_t servId, int retCode) {
-    return ServResp(pid, slots::kServIdRetCode)
+    return ServResp(pid, kServRetCode)
         .number(slots::resp::kReqId, servId)
         .number(slots::resp::kRetCode, resultByte(retCode))
         .answer();

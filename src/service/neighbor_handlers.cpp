@@ -12,6 +12,7 @@
 #include "net/vend_sender.h"
 #include "orders/control_lists.h"
 #include "orders/pending_requests.h"
+#include "orders/service_ids.h"
 #include "orders/slots.h"
 #include "orders/speed_test.h"
 #include "orders/wifi_sync.h"
@@ -230,10 +231,9 @@ int handleSendBTMServReq(const ServReq& request, uint16_t /*answer*/) {
 }
 
 int handleBlacklistServReq(const ServReq& request, uint16_t /*answer*/) {
-    constexpr uint16_t kAddService = 208;
     BlacklistReq payload;
     payload.almac = request.mac(req::kTarget);
-    payload.option = request.servId() == kAddService ? kBlacklistAdd : kBlacklistRemove;
+    payload.option = request.servId() == kServAddBlacklist ? kBlacklistAdd : kBlacklistRemove;
     payload.staMac = request.mac(req::kStation);
     return giveOrder(request, {VEND_MSG_TYPE_ADDBLACKLIST_REQ, std::move(payload)});
 }

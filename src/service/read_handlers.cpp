@@ -12,6 +12,7 @@
 #include "db/device_table.h"
 #include "db/link_metrics.h"
 #include "db/options.h"
+#include "orders/service_ids.h"
 #include "orders/slots.h"
 
 namespace {
@@ -121,7 +122,7 @@ int respGetIntfServReq(const ServReq& request, uint16_t answer) {
     const size_t index = request.number(req::kIndex);
     if (index >= intfs.size()) {
         // Meant: one code, whatever the cause.
-        return ServResp(request.pid(), kServIdRetCode)
+        return ServResp(request.pid(), kServRetCode)
             .number(resp::kReqId, request.servId())
             .number(resp::kRetCode, kFailure)
             .put();
