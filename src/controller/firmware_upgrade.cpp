@@ -9,6 +9,7 @@
 #include "base/log.h"
 #include "base/result.h"
 #include "db/database.h"
+#include "db/own_state.h"
 #include "net/vend_sender.h"
 #include "orders/control_lists.h"
 #include "orders/firmware_upgrade_list.h"
@@ -205,4 +206,11 @@ int sendFWCtrlTodevice(const MacAddr& alMac, uint8_t fwOption, uint8_t fwTopoOpt
     request.fwTopoOption = fwTopoOption;
     if (url != nullptr) request.fwUrl = url;
     return sendVendMsg(alMac, VEND_MSG_TYPE_FW_CTRL_REQ, std::move(request));
+}
+
+int updateFWUpgradeStatus(int32_t value1, int32_t value2) {
+    uint32_t status = 0;
+    if (getfirmwareStatus(value1, value2, &status) != 0) return kOk;
+    LOG(4, "FW upgrade status = %d\r\n", static_cast<int>(status));
+    return updateNewFWUpgradeStatus(status);
 }

@@ -20,3 +20,7 @@ int sendFWStatechangeRequest(const MacAddr& alMac);
 // Sends a firmware order with these arguments; url may be nullptr. The result of the send.
 int sendFWCtrlTodevice(const MacAddr& alMac, uint8_t fwOption, uint8_t fwTopoOption,
                        const char* url);
+
+// Asks the platform for the state of the own upgrade (both values are passed on to it) and stores
+// it; a change rewrites the data model. kOk.
+int updateFWUpgradeStatus(int32_t value1, int32_t value2);

@@ -27,13 +27,9 @@ int g_restart_flag = 0;
 // be told. To look for five files costs more than all else that an idle daemon does.
 timespec emptySince{};
 
-bool found = false;  // a control file, in the present look
-
 bool exists(const char* path) {
     struct stat info {};
-    const bool exists = stat(path, &info) == 0;
-    found = found || exists;
-    return exists;
+    return stat(path, &info) == 0;
 }
 
 // When the folder last changed, zero when it was just now: a further change may bear the same time.
@@ -53,8 +49,31 @@ void cleanUp() {
     (void)runShell("%s%s", "rm -rf ", "/tmp/vm905_*");
 }
 
+int stop() {
+    cleanUp();
+    setSysState(kStopped);
+    return kOk;
+}
+
+int restart() {
+    g_restart_flag = 1;
+    return stop();
+}
+
+int enableTopol() {
+    cleanUp();
+    LOG_PUTS(3, "enable the 1905.1 network topology capabilities\r");
+    return enableNetTopol();
+}
+
+int disableTopol() {
+    cleanUp();
+    LOG_PUTS(3, "disable the 1905.1 network topology capabilities\r");
+    return disableNetTopol();
+}
+
 int readDebugLevel() {
-    // Not to be held up by a FIFO of that name.
+    // O_NONBLOCK: a FIFO of that name must not stop the daemon.
     Fd fd(open(kDebugFile, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!fd) {
         LOG(2, "can't open file: %s\r\n", kDebugFile);
@@ -67,36 +86,23 @@ int readDebugLevel() {
         (void)setDebugLevelOption(level);
         (void)setDebugLevel(level);
     }
+    cleanUp();
     return kOk;
 }
 
-int obeyControlFiles() {
-    if (exists("/tmp/vm1905_stop")) {
-        cleanUp();
-        setSysState(kStopped);
-    }
-    if (exists("/tmp/vm1905_restart")) {
-        cleanUp();
-        g_restart_flag = 1;
-        setSysState(kStopped);
-    }
-    if (exists("/tmp/vm1905_enableTopol")) {
-        cleanUp();
-        LOG_PUTS(3, "enable the 1905.1 network topology capabilities\r");
-        (void)enableNetTopol();
-    }
-    if (exists("/tmp/vm1905_disableTopol")) {
-        cleanUp();
-        LOG_PUTS(3, "disable the 1905.1 network topology capabilities\r");
-        (void)disableNetTopol();
-    }
-    if (exists(kDebugFile)) {
-        const int result = readDebugLevel();
-        if (result != kOk) return result;
-        cleanUp();
-    }
-    return kOk;
-}
+struct ControlFile {
+    const char* path;
+    int (*obey)();
+};
+
+// In the order in which they are obeyed.
+constexpr ControlFile kControlFiles[] = {
+    {"/tmp/vm1905_stop", stop},
+    {"/tmp/vm1905_restart", restart},
+    {"/tmp/vm1905_enableTopol", enableTopol},
+    {"/tmp/vm1905_disableTopol", disableTopol},
+    {kDebugFile, readDebugLevel},
+};
 
 }  // namespace
 
@@ -107,8 +113,11 @@ bool restartRequested() {
 int checkScriptCmd() {
     const timespec change = lastChange();
     if (isStillEmpty(change)) return kOk;
-    found = false;
-    const int result = obeyControlFiles();
-    emptySince = found ? timespec{} : change;
-    return result;
+    emptySince = change;
+    for (const auto& file : kControlFiles) {
+        if (!exists(file.path)) continue;
+        emptySince = {};
+        if (const int result = file.obey(); result != kOk) return result;
+    }
+    return kOk;
 }

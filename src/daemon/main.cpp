@@ -8,7 +8,7 @@
 #include "base/log.h"
 #include "base/result.h"
 #include "base/shell.h"
-#include "controller/firmware_state.h"
+#include "controller/firmware_upgrade.h"
 #include "daemon/command_line.h"
 #include "daemon/control_files.h"
 #include "daemon/main_loop.h"

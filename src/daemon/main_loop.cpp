@@ -87,8 +87,7 @@ int runStateMachine() {
 
 int runMainLoop() {
     Seconds lastLook = 0;
-    while (getSysState() != kStopped) {
-        if (getSysState() != kRunning) continue;
+    while (getSysState() == kRunning) {
         // Once a second, which is how often the loop passes when nothing happens: to look costs
         // more than to handle a frame.
         const Seconds time = now();

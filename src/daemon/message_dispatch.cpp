@@ -1,10 +1,9 @@
-// One parser per message type: walks the TLVs, checks for loops and duplicates, calls the handler
-// and relays.
+#include "daemon/message_dispatch.h"
+
 #include <cstdio>
 
 #include "base/log.h"
 #include "base/result.h"
-#include "daemon/receiver.h"
 #include "db/database.h"
 #include "handlers/standard_handlers.h"
 #include "handlers/vend_dispatch.h"
@@ -19,12 +18,30 @@ struct Received {
     Bytes area;
 };
 
-// Walks an area up to its end-of-message TLV. parse takes the TLV type and the bytes from its
-// header on and returns the bytes consumed, 0 to reject; other types are for parseUnsupportedTlv.
-template <typename Parse>
-bool walkArea(Bytes area, Parse&& parse) {
-    return walkTlvs(area, [&](Bytes tlv) { return parse(tlv[0], tlv); }) &&
-           parseEndOfMsgTlv(area) == kOk;
+// A TLV of a message, and the function that reads it into the record of the message. It takes the
+// bytes from the TLV's header on and returns how many it consumed, 0 to reject.
+template <typename Record>
+struct TlvRow {
+    uint8_t type;
+    size_t (*parse)(Record& record, Bytes tlv);
+};
+
+// Reads a TLV into one member of the record.
+template <auto kMember, auto kParse, typename Record>
+size_t into(Record& record, Bytes tlv) {
+    return kParse(record.*kMember, tlv);
+}
+
+// Reads an area up to its end-of-message TLV. TLVs that the rows do not name are skipped.
+template <typename Record, size_t N>
+bool parseArea(Bytes area, Record& record, const TlvRow<Record> (&rows)[N]) {
+    const auto parse = [&](Bytes tlv) {
+        for (const auto& row : rows) {
+            if (row.type == tlv[0]) return row.parse(record, tlv);
+        }
+        return parseUnsupportedTlv(tlv);
+    };
+    return walkTlvs(area, parse) && parseEndOfMsgTlv(area) == kOk;
 }
 
 // A message of this device's own, come back.
@@ -55,31 +72,24 @@ int handleOnce(const Received& msg, const MacAddr& alMac, uint16_t seenAs, bool 
     return result;
 }
 
-// What topology discovery and notification carry.
-struct TopolAnnouncement {
+// Topology discovery and notification.
+struct Announcement {
     MacAddr alMac;
     MacAddr intfMac;
 };
+constexpr TlvRow<Announcement> kAnnouncementTlvs[] = {
+    {kTlvAlMac, into<&Announcement::alMac, parseForeignAlMac>},
+    {kTlvMac, into<&Announcement::intfMac, parseMacTlv>},
+};
 
-bool parseTopolAnnouncement(const Received& msg, TopolAnnouncement& info) {
+bool parseAnnouncement(const Received& msg, Announcement& info) {
     info.intfMac = msg.hdr.srcMac;
-    return walkArea(msg.area,
-                    [&](uint8_t type, Bytes tlv) {
-                        switch (type) {
-                            case kTlvAlMac:
-                                return parseForeignAlMac(info.alMac, tlv);
-                            case kTlvMac:
-                                return parseMacTlv(info.intfMac, tlv);
-                            default:
-                                return parseUnsupportedTlv(tlv);
-                        }
-                    }) &&
-           !info.alMac.isZero();
+    return parseArea(msg.area, info, kAnnouncementTlvs) && !info.alMac.isZero();
 }
 
 int parseTopolDisc(const Received& msg) {
-    TopolAnnouncement info;
-    if (!parseTopolAnnouncement(msg, info)) return kFailure;
+    Announcement info;
+    if (!parseAnnouncement(msg, info)) return kFailure;
     return handleOnce(msg, info.alMac, kMsgTopolDisc, false, [&] {
         return handleTopolDiscMsg(msg.port.name, msg.port.mac, msg.port.mediaType, msg.hdr.srcMac,
                                   info.alMac, info.intfMac);
@@ -87,8 +97,8 @@ int parseTopolDisc(const Received& msg) {
 }
 
 int parseTopolNtf(const Received& msg) {
-    TopolAnnouncement info;
-    if (!parseTopolAnnouncement(msg, info)) return kFailure;
+    Announcement info;
+    if (!parseAnnouncement(msg, info)) return kFailure;
     // Meant: notifications are remembered as discoveries are.
     return handleOnce(msg, info.alMac, kMsgTopolDisc, true, [&] {
         return handleTopolNtfMsg(msg.port.name, msg.port.mac, msg.port.mediaType, msg.hdr.srcMac,
@@ -96,35 +106,36 @@ int parseTopolNtf(const Received& msg) {
     });
 }
 
-int parseTopolQuery(const Received& msg) {
+struct TopolQuery {
     MacAddr alMac;
-    if (!walkArea(msg.area, [&](uint8_t type, Bytes tlv) {
-            return type == kTlvAlMac ? parseForeignAlMac(alMac, tlv) : parseUnsupportedTlv(tlv);
-        })) {
-        return kFailure;
-    }
+};
+constexpr TlvRow<TopolQuery> kTopolQueryTlvs[] = {
+    {kTlvAlMac, into<&TopolQuery::alMac, parseForeignAlMac>},
+};
+
+int parseTopolQuery(const Received& msg) {
+    TopolQuery query;
+    if (!parseArea(msg.area, query, kTopolQueryTlvs)) return kFailure;
     return handleTopolQueryMsg(msg.port, msg.hdr.srcMac, msg.hdr.msgId);
 }
 
-// Adds the TLVs of one area of a topology response to the record.
-bool parseTopolRespArea(const Port& port, Bytes area, DevTopol& dev) {
-    return walkArea(area, [&](uint8_t type, Bytes tlv) {
-        switch (type) {
-            case kTlvAlMac:
-                return parseForeignAlMac(dev.alMac, tlv);
-            case kTlvDevInfo:
-                return parseDevInfoTlv(dev, port.ifIndex, tlv);
-            case kTlvDevBrdgCap:
-                return parseDevBrdgCapTlv(dev, tlv);
-            case kTlvNon1905Nbr:
-                return parseNon1905NbrDevTlv(dev, tlv);
-            case kTlv1905Nbr:
-                return parse1905NbrDevTlv(dev, tlv);
-            default:
-                return parseUnsupportedTlv(tlv);
-        }
-    });
+struct TopolResp {
+    uint16_t ifIndex;  // of the receiving port
+    DevTopol dev{};
+};
+size_t parseRespAlMac(TopolResp& resp, Bytes tlv) {
+    return parseForeignAlMac(resp.dev.alMac, tlv);
 }
+size_t parseRespDevInfo(TopolResp& resp, Bytes tlv) {
+    return parseDevInfoTlv(resp.dev, resp.ifIndex, tlv);
+}
+constexpr TlvRow<TopolResp> kTopolRespTlvs[] = {
+    {kTlvAlMac, parseRespAlMac},
+    {kTlvDevInfo, parseRespDevInfo},
+    {kTlvDevBrdgCap, into<&TopolResp::dev, parseDevBrdgCapTlv>},
+    {kTlvNon1905Nbr, into<&TopolResp::dev, parseNon1905NbrDevTlv>},
+    {kTlv1905Nbr, into<&TopolResp::dev, parse1905NbrDevTlv>},
+};
 
 int finishTopolResp(const Port& port, const MacAddr& srcMac, DevTopol&& dev) {
     if (dev.alMac.isZero()) {
@@ -136,200 +147,182 @@ int finishTopolResp(const Port& port, const MacAddr& srcMac, DevTopol&& dev) {
 }
 
 int parseTopolResp(const Received& msg) {
-    DevTopol dev;
-    if (!parseTopolRespArea(msg.port, msg.area, dev)) return kFailure;
-    return finishTopolResp(msg.port, msg.hdr.srcMac, std::move(dev));
+    TopolResp resp{msg.port.ifIndex};
+    if (!parseArea(msg.area, resp, kTopolRespTlvs)) return kFailure;
+    return finishTopolResp(msg.port, msg.hdr.srcMac, std::move(resp.dev));
 }
 
 int parseTopolRespFragTlvs(const Port& port, const FragCmdu& cmdu) {
     LOG(4, "fragemented CMDU message (type = %d, id = %d)\r\n", cmdu.msgType, cmdu.msgId);
-    DevTopol dev;
+    TopolResp resp{port.ifIndex};
     for (const auto& fragment : cmdu.fragments) {
-        if (!parseTopolRespArea(port, fragment, dev)) return kFailure;
+        if (!parseArea(fragment, resp, kTopolRespTlvs)) return kFailure;
     }
-    return finishTopolResp(port, cmdu.srcMac, std::move(dev));
+    return finishTopolResp(port, cmdu.srcMac, std::move(resp.dev));
 }
 
 int parseVendSpec(const Received& msg) {
     return parseVendSpecTlvs(msg.port, msg.hdr.srcMac, msg.hdr.msgId, msg.area);
 }
 
+constexpr TlvRow<MetricQuery> kMetricQueryTlvs[] = {{kTlvMetricQuery, parseMetricQueryTlv}};
+
 int parseMetricQuery(const Received& msg) {
     MetricQuery query;
-    if (!walkArea(msg.area, [&](uint8_t type, Bytes tlv) {
-            return type == kTlvMetricQuery ? parseMetricQueryTlv(query, tlv)
-                                           : parseUnsupportedTlv(tlv);
-        })) {
-        return kFailure;
-    }
+    if (!parseArea(msg.area, query, kMetricQueryTlvs)) return kFailure;
     return handleMetricQueryMsg(msg.port, msg.hdr.srcMac, msg.hdr.msgId, query);
 }
 
-bool parseMetricRespArea(Bytes area) {
-    LinkMetricInfo info;
+struct MetricResp {
+    LinkMetricInfo info{};
     uint8_t code = 0;
-    return walkArea(area, [&](uint8_t type, Bytes tlv) {
-        switch (type) {
-            case kTlvTxMetric:
-                return parseTxMetricTlv(info, tlv);
-            case kTlvRxMetric:
-                return parseRxMetricTlv(info, tlv);
-            case kTlvMetricResCode:
-                return parseMetricResCodeTlv(code, tlv);
-            default:
-                return parseUnsupportedTlv(tlv);
-        }
-    });
-}
+};
+constexpr TlvRow<MetricResp> kMetricRespTlvs[] = {
+    {kTlvTxMetric, into<&MetricResp::info, parseTxMetricTlv>},
+    {kTlvRxMetric, into<&MetricResp::info, parseRxMetricTlv>},
+    {kTlvMetricResCode, into<&MetricResp::code, parseMetricResCodeTlv>},
+};
 
 int parseMetricResp(const Received& msg) {
-    return parseMetricRespArea(msg.area) ? handleMetricRespMsg() : kFailure;
+    MetricResp resp;
+    return parseArea(msg.area, resp, kMetricRespTlvs) ? handleMetricRespMsg() : kFailure;
 }
 
 int parseMetricRespFragTlvs(const FragCmdu& cmdu) {
     LOG(4, "fragemented CMDU message (type = %d, id = %d)\r\n", cmdu.msgType, cmdu.msgId);
     for (const auto& fragment : cmdu.fragments) {
-        if (!parseMetricRespArea(fragment)) return kFailure;
+        MetricResp resp;
+        if (!parseArea(fragment, resp, kMetricRespTlvs)) return kFailure;
     }
     return handleMetricRespMsg();
 }
 
-int parseApAutoConfSrch(const Received& msg) {
+// AP-autoconfiguration search, response and renew: AL MAC, role and band.
+struct ApAutoConf {
     MacAddr alMac;
-    ApAutoConfSrch srch{};
-    if (!walkArea(msg.area, [&](uint8_t type, Bytes tlv) {
-            switch (type) {
-                case kTlvAlMac:
-                    return parseAlMacTlv(alMac, tlv);
-                case kTlvSearchRole:
-                    return parseSrchRoleTlv(srch.searchedRole, tlv);
-                case kTlvAutoConfFreqBand:
-                    return parseAutoConfFreqBandTlv(srch.freqBand, tlv);
-                default:
-                    return parseUnsupportedTlv(tlv);
-            }
-        })) {
-        return kFailure;
-    }
-    alMac.copyTo(srch.alMac);
-    srch.msgId = msg.hdr.msgId;
-    return handleOnce(msg, alMac, kMsgApAutoConfSrch, true,
-                      [&] { return handleApAutoConfSrchMsg(srch); });
+    uint8_t role = 0;
+    uint8_t band = 0;
+};
+constexpr TlvRow<ApAutoConf> kApSearchTlvs[] = {
+    {kTlvAlMac, into<&ApAutoConf::alMac, parseAlMacTlv>},
+    {kTlvSearchRole, into<&ApAutoConf::role, parseSrchRoleTlv>},
+    {kTlvAutoConfFreqBand, into<&ApAutoConf::band, parseAutoConfFreqBandTlv>},
+};
+constexpr TlvRow<ApAutoConf> kApRespTlvs[] = {
+    {kTlvAlMac, into<&ApAutoConf::alMac, parseForeignAlMac>},
+    {kTlvSupportedRole, into<&ApAutoConf::role, parseSupportedRoleTlv>},
+    {kTlvSupportedFreqBand, into<&ApAutoConf::band, parseSupportedFreqBandTlv>},
+};
+constexpr TlvRow<ApAutoConf> kApRenewTlvs[] = {
+    {kTlvAlMac, into<&ApAutoConf::alMac, parseAlMacTlv>},
+    {kTlvSupportedRole, into<&ApAutoConf::role, parseSupportedRoleTlv>},
+    {kTlvSupportedFreqBand, into<&ApAutoConf::band, parseSupportedFreqBandTlv>},
+};
+
+int parseApAutoConfSrch(const Received& msg) {
+    ApAutoConf info;
+    if (!parseArea(msg.area, info, kApSearchTlvs)) return kFailure;
+    ApAutoConfSrch record{};
+    info.alMac.copyTo(record.alMac);
+    record.msgId = msg.hdr.msgId;
+    record.searchedRole = info.role;
+    record.freqBand = info.band;
+    return handleOnce(msg, info.alMac, kMsgApAutoConfSrch, true,
+                      [&] { return handleApAutoConfSrchMsg(record); });
 }
 
-// Response and renew: AL MAC, supported role and band.
-bool parseApAutoConfInfo(const Received& msg, bool foreignOnly, MacAddr& alMac,
-                         ApAutoConfInfo& info) {
-    if (!walkArea(msg.area, [&](uint8_t type, Bytes tlv) {
-            switch (type) {
-                case kTlvAlMac:
-                    return foreignOnly ? parseForeignAlMac(alMac, tlv) : parseAlMacTlv(alMac, tlv);
-                case kTlvSupportedRole:
-                    return parseSupportedRoleTlv(info.supportedRole, tlv);
-                case kTlvSupportedFreqBand:
-                    return parseSupportedFreqBandTlv(info.freqBand, tlv);
-                default:
-                    return parseUnsupportedTlv(tlv);
-            }
-        })) {
-        return false;
-    }
-    alMac.copyTo(info.alMac);
-    info.msgId = msg.hdr.msgId;
-    return true;
+ApAutoConfInfo supportedRecord(const Received& msg, const ApAutoConf& info) {
+    ApAutoConfInfo record{};
+    info.alMac.copyTo(record.alMac);
+    record.msgId = msg.hdr.msgId;
+    record.supportedRole = info.role;
+    record.freqBand = info.band;
+    return record;
 }
 
 int parseApAutoConfResp(const Received& msg) {
-    MacAddr alMac;
-    ApAutoConfInfo info{};
-    if (!parseApAutoConfInfo(msg, true, alMac, info)) return kFailure;
-    return handleApAutoConfRespMsg(info);
+    ApAutoConf info;
+    if (!parseArea(msg.area, info, kApRespTlvs)) return kFailure;
+    return handleApAutoConfRespMsg(supportedRecord(msg, info));
 }
 
 int parseApAutoConfRenew(const Received& msg) {
-    MacAddr alMac;
-    ApAutoConfInfo info{};
-    if (!parseApAutoConfInfo(msg, false, alMac, info)) return kFailure;
-    return handleOnce(msg, alMac, kMsgApAutoConfRenew, true,
-                      [&] { return handleApAutoConfRenewMsg(info); });
+    ApAutoConf info;
+    if (!parseArea(msg.area, info, kApRenewTlvs)) return kFailure;
+    return handleOnce(msg, info.alMac, kMsgApAutoConfRenew, true,
+                      [&] { return handleApAutoConfRenewMsg(supportedRecord(msg, info)); });
 }
 
-int parseApAutoConfWsc(const Received& msg) {
+struct WscMsg {
     MacAddr alMac;
-    Wsc wsc;
-    if (!walkArea(msg.area, [&](uint8_t type, Bytes tlv) {
-            switch (type) {
-                case kTlvAlMac:
-                    return parseForeignAlMac(alMac, tlv);
-                case kTlvWsc:
-                    return parseWscTlv(wsc, tlv);
-                case kTlvWscUpdateTime:
-                    return parseWscUpdatetimeTlv(wsc.updateTime, tlv);
-                default:
-                    return parseUnsupportedTlv(tlv);
-            }
-        })) {
-        return kFailure;
-    }
+    Wsc wsc{};
+};
+size_t parseWscMsgUpdateTime(WscMsg& msg, Bytes tlv) {
+    return parseWscUpdatetimeTlv(msg.wsc.updateTime, tlv);
+}
+constexpr TlvRow<WscMsg> kWscTlvs[] = {
+    {kTlvAlMac, into<&WscMsg::alMac, parseForeignAlMac>},
+    {kTlvWsc, into<&WscMsg::wsc, parseWscTlv>},
+    {kTlvWscUpdateTime, parseWscMsgUpdateTime},
+};
+
+int parseApAutoConfWsc(const Received& msg) {
+    WscMsg info;
+    if (!parseArea(msg.area, info, kWscTlvs)) return kFailure;
     ApAutoConfWsc record{};
-    alMac.copyTo(record.alMac);
+    info.alMac.copyTo(record.alMac);
     msg.hdr.srcMac.copyTo(record.srcMac);
-    record.frameLen = static_cast<uint16_t>(wsc.frame.size());
-    record.frame = wsc.frame.data();
-    snprintf(record.updateTime, sizeof record.updateTime, "%s", wsc.updateTime.c_str());
+    record.frameLen = static_cast<uint16_t>(info.wsc.frame.size());
+    record.frame = info.wsc.frame.data();
+    snprintf(record.updateTime, sizeof record.updateTime, "%s", info.wsc.updateTime.c_str());
     return handleApAutoConfWscMsg(record);
 }
 
-int parsePBEventNtf(const Received& msg) {
+struct PBEventMsg {
     MacAddr alMac;
-    PBEventNtf event;
-    if (!walkArea(msg.area, [&](uint8_t type, Bytes tlv) {
-            switch (type) {
-                case kTlvAlMac:
-                    return parseAlMacTlv(alMac, tlv);
-                case kTlvPBEventNtf:
-                    return parsePBEventNtfTlv(event, tlv);
-                default:
-                    return parseUnsupportedTlv(tlv);
-            }
-        })) {
-        return kFailure;
-    }
+    PBEventNtf event{};
+};
+constexpr TlvRow<PBEventMsg> kPBEventTlvs[] = {
+    {kTlvAlMac, into<&PBEventMsg::alMac, parseAlMacTlv>},
+    {kTlvPBEventNtf, into<&PBEventMsg::event, parsePBEventNtfTlv>},
+};
+
+int parsePBEventNtf(const Received& msg) {
+    PBEventMsg info;
+    if (!parseArea(msg.area, info, kPBEventTlvs)) return kFailure;
     std::vector<PbMediaType> mediaTypes;
-    for (const auto& entry : event.mediaTypes) {
+    for (const auto& entry : info.event.mediaTypes) {
         mediaTypes.push_back(
             {entry.mediaType, static_cast<uint8_t>(entry.info.size()), entry.info.data()});
     }
     PbEvent record{};
-    alMac.copyTo(record.alMac);
+    info.alMac.copyTo(record.alMac);
     record.msgId = msg.hdr.msgId;
     record.mediaTypeNum = static_cast<uint8_t>(mediaTypes.size());
     record.mediaTypes = mediaTypes.data();
-    return handleOnce(msg, alMac, kMsgPBEventNtf, true,
+    return handleOnce(msg, info.alMac, kMsgPBEventNtf, true,
                       [&] { return handlePBEventNtfMsg(record); });
 }
 
-int parsePBJoinNtf(const Received& msg) {
+struct PBJoinMsg {
     MacAddr alMac;
-    PBJoinNtf join;
-    if (!walkArea(msg.area, [&](uint8_t type, Bytes tlv) {
-            switch (type) {
-                case kTlvAlMac:
-                    return parseAlMacTlv(alMac, tlv);
-                case kTlvPBJoinNtf:
-                    return parsePBJoinNtfTlv(join, tlv);
-                default:
-                    return parseUnsupportedTlv(tlv);
-            }
-        })) {
-        return kFailure;
-    }
+    PBJoinNtf join{};
+};
+constexpr TlvRow<PBJoinMsg> kPBJoinTlvs[] = {
+    {kTlvAlMac, into<&PBJoinMsg::alMac, parseAlMacTlv>},
+    {kTlvPBJoinNtf, into<&PBJoinMsg::join, parsePBJoinNtfTlv>},
+};
+
+int parsePBJoinNtf(const Received& msg) {
+    PBJoinMsg info;
+    if (!parseArea(msg.area, info, kPBJoinTlvs)) return kFailure;
     PbJoin record{};
-    join.alMac.copyTo(record.alMac);
-    record.msgId = join.msgId;
-    join.txIntfMac.copyTo(record.txIntfMac);
-    join.newDevIntfMac.copyTo(record.newDevIntfMac);
-    return handleOnce(msg, alMac, kMsgPBJoinNtf, true, [&] { return handlePBJoinNtfMsg(record); });
+    info.join.alMac.copyTo(record.alMac);
+    record.msgId = info.join.msgId;
+    info.join.txIntfMac.copyTo(record.txIntfMac);
+    info.join.newDevIntfMac.copyTo(record.newDevIntfMac);
+    return handleOnce(msg, info.alMac, kMsgPBJoinNtf, true,
+                      [&] { return handlePBJoinNtfMsg(record); });
 }
 
 using Parser = int (*)(const Received&);
@@ -354,6 +347,18 @@ bool answersQuery(uint16_t msgType, uint16_t msgId, const MacAddr& srcMac, int l
 }
 
 }  // namespace
+
+int checkMcastMsgReceived(const MacAddr& alMac, uint16_t msgType, uint16_t msgId, bool& mayRelay) {
+    if (lookupGenRecvMsg(alMac, msgType, msgId)) {
+        LOG(3,
+            "the message (AL MAC = " MAC_FMT
+            ", msgType = %d, msgId = %d) has generated/received\r\n",
+            MAC_ARGS(alMac), msgType, msgId);
+        return kDuplicate;
+    }
+    mayRelay = registerGenRecvMsg(alMac, msgType, msgId);
+    return kOk;
+}
 
 int parse1905Msg(Port& port, const FrameHdr& hdr, Bytes area) {
     LOG(4, "macSa = " MAC_FMT ", msgType = %d, msgId = %d\r\n", MAC_ARGS(hdr.srcMac), hdr.msgType,

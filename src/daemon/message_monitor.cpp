@@ -10,6 +10,7 @@
 #include "db/data_manager.h"
 #include "db/options.h"
 #include "handlers/vend_dispatch.h"
+#include "net/fragment_store.h"
 #include "net/ports.h"
 #include "net/raw_socket.h"
 #include "net/transmitter.h"

@@ -7,8 +7,8 @@
 
 #include "base/log.h"
 #include "base/result.h"
+#include "daemon/message_dispatch.h"
 #include "db/database.h"
-#include "net/transmitter.h"
 
 namespace {
 
@@ -113,18 +113,6 @@ int recv1905Msg(Port& port) {
     if (!hdr.lastFragment) return storeFragment(port, hdr, area);
     if (hdr.fragId > 0) return handleLastFragment(port, hdr, area);
     return reported(parse1905Msg(port, hdr, area), hdr);
-}
-
-int checkMcastMsgReceived(const MacAddr& alMac, uint16_t msgType, uint16_t msgId, bool& mayRelay) {
-    if (lookupGenRecvMsg(alMac, msgType, msgId)) {
-        LOG(3,
-            "the message (AL MAC = " MAC_FMT
-            ", msgType = %d, msgId = %d) has generated/received\r\n",
-            MAC_ARGS(alMac), msgType, msgId);
-        return kDuplicate;
-    }
-    mayRelay = registerGenRecvMsg(alMac, msgType, msgId);
-    return kOk;
 }
 
 int checkparse1905MsgRepeat(const MacAddr& srcMac, uint16_t msgType, uint16_t msgId) {

@@ -7,13 +7,6 @@ namespace {
 
 std::unique_ptr<AlTable> al_table;
 
-template <typename List>
-auto* entryAt(List& list, size_t index) {
-    auto it = list.begin();
-    std::advance(it, static_cast<std::ptrdiff_t>(index));
-    return &*it;
-}
-
 // The index-th entry of those that the predicate selects.
 template <typename Pred>
 IntfNbrDev* nbrAt(IntfTable& intf, unsigned index, size_t bound, Pred selects, const char* caller,
@@ -96,7 +89,8 @@ IntfTable* getIntfTableByIndex(unsigned index) {
         LOG(2, "invalid index (%d/%d)\r\n", static_cast<int>(index), static_cast<int>(bound));
         return nullptr;
     }
-    return index < al_table->intfs.size() ? entryAt(al_table->intfs, index) : nullptr;
+    if (index >= al_table->intfs.size()) return nullptr;
+    return &*std::next(al_table->intfs.begin(), static_cast<std::ptrdiff_t>(index));
 }
 
 IntfTable* getIntfTableById(const MacAddr& mac, uint32_t mediaType) {

@@ -7,7 +7,6 @@
 #include "base/log.h"
 #include "base/result.h"
 #include "controller/announcements.h"
-#include "controller/extender_config.h"
 #include "db/database.h"
 #include "net/vend_sender.h"
 #include "orders/control_lists.h"
@@ -302,6 +301,14 @@ int handleSendDiscoveryReq(const ServReq& request, uint16_t answer) {
     const int vend = sendVendDiscMsg(nullptr);
     (void)respRetCode(request.pid(), answer, kOk);
     return topol != kOk ? topol : vend;
+}
+
+int sendUpdateConifgCtrlToExtender() {
+    const MacAddr* own = getAlMac();
+    if (own == nullptr) return kFailure;
+    std::string text;
+    (void)fetchSyncText(getExtenderConfig, text);
+    return sendVendMcastMsg(VEND_MSG_TYPE_UPDATEEXTENDCONF_REQ, TextPayload{*own, text});
 }
 
 int handleUpdateExtenderConifgReq(const ServReq& request, uint16_t answer) {

@@ -33,9 +33,8 @@ int handleRequestLogFileReq(const ServReq& request, uint16_t answer);
 int handleNetworkCtrlReq(const ServReq& request, uint16_t answer);
 // To all neighbours.
 int handleSendDiscoveryReq(const ServReq& request, uint16_t answer);
+// Multicasts the configuration that the platform has for the extenders; without one the extenders
+// look at their own again. kOk or kFailure.
+int sendUpdateConifgCtrlToExtender();
 // The client is told success before anything is sent; the result of the send.
 int handleUpdateExtenderConifgReq(const ServReq& request, uint16_t answer);
-
-// Sends a standard message with the TLVs that the client has built, as they are. Answers 64 for a
-// type that is not allowed, 16 when the TLVs are not well-formed or it cannot be sent. kOk.
-int handleRawSendReq(const ServReq& request, uint16_t answer);

@@ -1,7 +1,8 @@
+#include "service/raw_send.h"
+
 #include "base/result.h"
 #include "net/transmitter.h"
 #include "orders/slots.h"
-#include "service/neighbor_handlers.h"
 #include "wire/frame.h"
 
 namespace {

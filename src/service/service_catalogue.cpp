@@ -8,6 +8,7 @@
 #include "orders/slots.h"
 #include "service/action_handlers.h"
 #include "service/neighbor_handlers.h"
+#include "service/raw_send.h"
 #include "service/read_handlers.h"
 
 namespace {

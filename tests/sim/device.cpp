@@ -9,7 +9,7 @@
 
 #include "base/log.h"
 #include "base/result.h"
-#include "controller/firmware_state.h"
+#include "controller/firmware_upgrade.h"
 #include "daemon/main_loop.h"
 #include "daemon/message_monitor.h"
 #include "db/data_manager.h"

@@ -1,4 +1,5 @@
 #include "daemon/receiver.h"
+#include "net/fragment_store.h"
 
 #include "db/data_manager.h"
 #include "db/database.h"

@@ -1,5 +1,0 @@
-// Status and brightness of the own LED.
-#pragma once
-
-// kOk, or kFailure when the platform does not tell.
-int checkLEDstate();
