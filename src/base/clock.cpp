@@ -20,17 +20,13 @@ int64_t wallClockLead() {
     return nanoseconds(CLOCK_REALTIME) - nanoseconds(CLOCK_BOOTTIME);
 }
 
-int64_t leadAtStart() {
-    static const int64_t lead = wallClockLead();
-    return lead;
-}
+const int64_t leadAtStart = wallClockLead();
 
 }  // namespace
 
 Seconds now() {
     if (testSource != nullptr) return testSource();
-    const int64_t lead = leadAtStart();
-    return (nanoseconds(CLOCK_BOOTTIME) + lead) / kNanoseconds;
+    return (nanoseconds(CLOCK_BOOTTIME) + leadAtStart) / kNanoseconds;
 }
 
 Seconds wallClock() {
@@ -39,7 +35,7 @@ Seconds wallClock() {
 
 Seconds toWallClock(Seconds stamp) {
     if (testSource != nullptr) return stamp;
-    const int64_t stepped = wallClockLead() - leadAtStart();
+    const int64_t stepped = wallClockLead() - leadAtStart;
     const int64_t half = stepped < 0 ? -kNanoseconds / 2 : kNanoseconds / 2;
     return stamp + (stepped + half) / kNanoseconds;
 }

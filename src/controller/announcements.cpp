@@ -1,8 +1,8 @@
 #include "controller/announcements.h"
 
-#include "base/clock.h"
 #include "base/log.h"
 #include "base/result.h"
+#include "base/state.h"
 #include "controller/alarm.h"
 #include "db/data_manager.h"
 #include "db/database.h"
@@ -20,10 +20,9 @@ constexpr uint16_t kSecondAlarm = 54;
 constexpr uint16_t kAlarmPeriod = 60;
 constexpr Seconds kNotificationDelay = 1;
 
-struct {
-    bool ntfPending = false;
-    Seconds ntfRequestTime = 0;
-} module;
+Announcements& module() {
+    return stateOf<Announcements>();
+}
 
 int discAlarmHandler() {
     (void)rebindIntfPorts();  // a platform need not report that a port joined a bridge
@@ -59,16 +58,16 @@ int initMessageHandler() {
 }
 
 int requestSendTopolNtfMsg() {
-    if (module.ntfPending) return kOk;
-    module.ntfPending = true;
-    module.ntfRequestTime = now();
+    if (module().ntfPending) return kOk;
+    module().ntfPending = true;
+    module().ntfRequestTime = now();
     return kOk;
 }
 
 int checkUnsentTopolNtfMsg() {
-    if (!module.ntfPending || now() - module.ntfRequestTime <= kNotificationDelay) return kOk;
+    if (!module().ntfPending || now() - module().ntfRequestTime <= kNotificationDelay) return kOk;
     if (getNetTopolCap() == 1) (void)requestSend1905McastMsg(kMsgTopolNtf, {});
-    module.ntfPending = false;
+    module().ntfPending = false;
     return kOk;
 }
 

@@ -1,6 +1,13 @@
 // What the daemon sends on its own: discoveries from the alarm, one notification after changes.
 #pragma once
 
+#include "base/clock.h"
+
+struct Announcements {
+    bool ntfPending = false;
+    Seconds ntfRequestTime = 0;
+};
+
 // Sends the first discoveries, installs and arms the discovery alarm, and registers for the
 // platform's network-status events. kOk, or kTopolDisabled when the topology capability is off
 // (the daemon goes on in either case).

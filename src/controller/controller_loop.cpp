@@ -4,12 +4,13 @@
 
 #include "base/log.h"
 #include "base/result.h"
+#include "base/state.h"
 #include "controller/own_checks.h"
 #include "controller/root_ap.h"
 #include "controller/wifi_client_report.h"
 #include "db/database.h"
-#include "db/device_model.h"
 #include "db/device_table.h"
+#include "db/sys_ctrl.h"
 #include "db/upcalls.h"
 #include "orders/control_lists.h"
 #include "orders/query_tracking.h"
@@ -108,12 +109,9 @@ static_assert(checksAreInOrder());
 constexpr Seconds kQueryPause = 2;
 constexpr Seconds kRootApPause = 10;
 
-struct {
-    Seconds lastPass = 0;
-    Seconds lastQueries = 0;
-    Seconds lastMeshMacs = 0;
-    Seconds lastIp = 0;
-} loop;
+ControllerLoop& loop() {
+    return stateOf<ControllerLoop>();
+}
 
 void runChecks(Seconds time) {
     for (const Check& check : kChecks) {
@@ -202,7 +200,7 @@ void logRecord(const MsgCheckConfig& record) {
 }  // namespace
 
 void initMessageTransmitterLoop() {
-    loop = {};
+    loop() = {};
     clearCheckTimeStamps();
     initCtrlLists();
     initSpeedTest();
@@ -213,17 +211,17 @@ void initMessageTransmitterLoop() {
 void MessageTransmitterLoop(Seconds time, int force) {
     // All periods and pauses are whole seconds: within the second of the last pass nothing comes
     // due by itself.
-    if (force != 1 && time == loop.lastPass) {
+    if (force != 1 && time == loop().lastPass) {
         (void)checkRenewals();
         return;
     }
-    loop.lastPass = time;
+    loop().lastPass = time;
     runChecks(time);
-    if (comesDue(loop.lastQueries, time, force, kQueryPause)) queryDevices(time);
-    if (!rootApMeshMacsPublished() && comesDue(loop.lastMeshMacs, time, force, kRootApPause)) {
+    if (comesDue(loop().lastQueries, time, force, kQueryPause)) queryDevices(time);
+    if (!rootApMeshMacsPublished() && comesDue(loop().lastMeshMacs, time, force, kRootApPause)) {
         publishRootApMeshMacs();
     }
-    if (isRootApIpWanted() && comesDue(loop.lastIp, time, force, kRootApPause)) publishRootApIp();
+    if (isRootApIpWanted() && comesDue(loop().lastIp, time, force, kRootApPause)) publishRootApIp();
 }
 
 int getMessageTransmitterCheck(const MacAddr& alMac, const char* flagName, MsgCheckConfig* record) {

@@ -1,10 +1,18 @@
 // The periodic controller loop: everything that happens in the mesh on a schedule. The periods
-// stand in controller/settings.h.
+// are in orders/schedule.h.
 #pragma once
 
 #include "base/clock.h"
 #include "db/records.h"
 #include "db/upcalls.h"
+
+// When the loop last did what.
+struct ControllerLoop {
+    Seconds lastPass = 0;
+    Seconds lastQueries = 0;
+    Seconds lastMeshMacs = 0;
+    Seconds lastIp = 0;
+};
 
 // Forgets what was scheduled, entered into the control lists and published.
 void initMessageTransmitterLoop();

@@ -28,12 +28,6 @@ constexpr long kItemFormVersion = 1502;  // of the component that takes the orde
 constexpr uint8_t kDownloadOption = 6;
 constexpr uint8_t kTopoOption = 1;
 
-const std::list<Ieee1905DevTable>& knownDevices() {
-    static const std::list<Ieee1905DevTable> none;
-    const TopolTable* topol = getNetTopolTable();
-    return topol != nullptr ? topol->devs : none;
-}
-
 bool isAdmitted(const Ieee1905DevTable& dev) {
     if (checkMACisApprove(dev.alMac.data(), dev.hostname.c_str()) == 0) return true;
     LOG(4, "Decvice(" MAC_FMT ") is not allow\r\n", MAC_ARGS(dev.alMac));
@@ -137,12 +131,12 @@ void orderReboot(const MacAddr& alMac) {
 
 int checkEXdeviceFWVersion(int32_t mode) {
     int sent = 0;
-    for (const auto& dev : knownDevices()) sent += upgrade(dev, mode) ? 1 : 0;
+    for (const auto& dev : getIeee1905DevTables()) sent += upgrade(dev, mode) ? 1 : 0;
     return sent > 0 ? kOk : kFailure;
 }
 
 int checkEXdeviceFWStateIsReady(void) {
-    const auto& devs = knownDevices();
+    const auto& devs = getIeee1905DevTables();
     if (devs.empty()) return kFailure;
     size_t ready = 0;
     for (const auto& dev : devs) ready += isReady(dev) ? 1 : 0;
@@ -182,7 +176,7 @@ int sendEXdeviceFWCtrl(const MacAddr& alMac, std::string_view version, const cha
 
 int sendEXdeviceReboot(void) {
     int unfinished = 0;
-    for (const auto& dev : knownDevices()) {
+    for (const auto& dev : getIeee1905DevTables()) {
         const FWupgradeEntry* entry = findFWupgradelist(dev.alMac);
         const int32_t state = entry != nullptr ? entry->state : kFWupgradeFinished;
         if (state != kFWupgradeFinished) unfinished++;

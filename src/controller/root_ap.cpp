@@ -3,37 +3,25 @@
 #include <arpa/inet.h>
 
 #include <algorithm>
-#include <array>
-#include <string>
 
 #include "base/public_file.h"
 #include "base/shell.h"
+#include "base/state.h"
 #include "db/database.h"
 #include "platform/autoconfig.h"
 
 namespace {
 
-struct MeshRow {
-    std::string_view intfName;
-    Text<32> mac{"00:00:00:00:00:00"};
-    bool found = false;
-};
-
-struct RootAp {
-    std::array<MeshRow, 3> rows{{{"wlan0-msh0"}, {"wlan1-msh0"}, {"wlan2-msh0"}}};
-    int flag_rootap_mesh_mac = 0;  // 1: the file was written
-    Text<32> ip;                   // last published
-    std::string folder = "/tmp";
-};
-
-RootAp rootAp;
+RootAp& rootAp() {
+    return stateOf<RootAp>();
+}
 
 bool isRootAp(const Ieee1905DevTable& dev) {
     return !dev.intfs.empty() && dev.role == PLATFORM_REGISTRAR;
 }
 
 void noteMeshMac(const DevIntf& intf) {
-    for (auto& row : rootAp.rows) {
+    for (auto& row : rootAp().rows) {
         if (row.found || intf.name != row.intfName) continue;
         row.mac = macText(intf.mac);
         row.found = true;
@@ -51,15 +39,15 @@ bool isIpAddress(const Text<32>& text) {
 }  // namespace
 
 void initRootAp() {
-    rootAp = {};
+    rootAp() = {};
 }
 
 void setRootApFolder(std::string_view folder) {
-    rootAp.folder = folder;
+    rootAp().folder = folder;
 }
 
 bool rootApMeshMacsPublished() {
-    return rootAp.flag_rootap_mesh_mac != 0;
+    return rootAp().flag_rootap_mesh_mac != 0;
 }
 
 void publishRootApMeshMacs() {
@@ -69,17 +57,17 @@ void publishRootApMeshMacs() {
         if (!isRootAp(dev)) continue;
         for (const auto& intf : dev.intfs) noteMeshMac(intf);
     }
-    if (!std::all_of(rootAp.rows.begin(), rootAp.rows.end(),
-                     [](const MeshRow& row) { return row.found; })) {
+    if (!std::all_of(rootAp().rows.begin(), rootAp().rows.end(),
+                     [](const RootApMeshRow& row) { return row.found; })) {
         return;
     }
     // Meant: a file that cannot be written is not tried again.
-    rootAp.flag_rootap_mesh_mac = 1;
+    rootAp().flag_rootap_mesh_mac = 1;
     std::string text;
-    for (const auto& row : rootAp.rows) {
+    for (const auto& row : rootAp().rows) {
         text.append(row.intfName).append("=").append(row.mac.view()).append("\n");
     }
-    (void)writePublicFile((rootAp.folder + "/ROOTAP_MESH_MAC").c_str(), text);
+    (void)writePublicFile((rootAp().folder + "/ROOTAP_MESH_MAC").c_str(), text);
 }
 
 bool isRootApIpWanted() {
@@ -91,10 +79,10 @@ void publishRootApIp() {
     const TopolTable* topol = getNetTopolTable();
     if (topol == nullptr) return;
     for (const auto& dev : topol->devs) {
-        if (!isRootAp(dev) || dev.deviceIP == rootAp.ip || !isIpAddress(dev.deviceIP)) continue;
-        rootAp.ip = dev.deviceIP;
-        const std::string path = rootAp.folder + "/rootap_ip";
+        if (!isRootAp(dev) || dev.deviceIP == rootAp().ip || !isIpAddress(dev.deviceIP)) continue;
+        rootAp().ip = dev.deviceIP;
+        const std::string path = rootAp().folder + "/rootap_ip";
         if (isOrdinaryFile(path.c_str()))
-            (void)runShell("echo %s >%s", rootAp.ip.c_str(), path.c_str());
+            (void)runShell("echo %s >%s", rootAp().ip.c_str(), path.c_str());
     }
 }

@@ -4,13 +4,13 @@
 #include <sys/stat.h>
 
 #include <cstdlib>
-#include <ctime>
 
 #include "base/clock.h"
 #include "base/fd.h"
 #include "base/log.h"
 #include "base/result.h"
 #include "base/shell.h"
+#include "base/state.h"
 #include "db/data_manager.h"
 #include "db/options.h"
 #include "db/sys_ctrl.h"
@@ -21,11 +21,9 @@ constexpr const char* kFolder = "/tmp";
 constexpr const char* kDebugFile = "/tmp/vm1905_debug";
 constexpr time_t kSettled = 2;  // seconds after which a change gets a later time stamp
 
-int g_restart_flag = 0;
-
-// When the folder had last changed when it was found without a control file; zero when that cannot
-// be told. To look for five files costs more than all else that an idle daemon does.
-timespec emptySince{};
+ControlFiles& module() {
+    return stateOf<ControlFiles>();
+}
 
 bool exists(const char* path) {
     struct stat info {};
@@ -40,8 +38,8 @@ timespec lastChange() {
 }
 
 bool isStillEmpty(const timespec& change) {
-    return change.tv_sec != 0 && change.tv_sec == emptySince.tv_sec &&
-           change.tv_nsec == emptySince.tv_nsec;
+    return change.tv_sec != 0 && change.tv_sec == module().emptySince.tv_sec &&
+           change.tv_nsec == module().emptySince.tv_nsec;
 }
 
 void cleanUp() {
@@ -56,7 +54,7 @@ int stop() {
 }
 
 int restart() {
-    g_restart_flag = 1;
+    module().g_restart_flag = 1;
     return stop();
 }
 
@@ -107,16 +105,16 @@ constexpr ControlFile kControlFiles[] = {
 }  // namespace
 
 bool restartRequested() {
-    return g_restart_flag == 1;
+    return module().g_restart_flag == 1;
 }
 
 int checkScriptCmd() {
     const timespec change = lastChange();
     if (isStillEmpty(change)) return kOk;
-    emptySince = change;
+    module().emptySince = change;
     for (const auto& file : kControlFiles) {
         if (!exists(file.path)) continue;
-        emptySince = {};
+        module().emptySince = {};
         if (const int result = file.obey(); result != kOk) return result;
     }
     return kOk;

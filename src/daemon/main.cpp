@@ -11,12 +11,13 @@
 #include "controller/firmware_upgrade.h"
 #include "daemon/command_line.h"
 #include "daemon/control_files.h"
+#include "daemon/device_state.h"
 #include "daemon/main_loop.h"
 #include "daemon/message_monitor.h"
 #include "db/data_manager.h"
-#include "db/device_model.h"
 #include "db/options.h"
 #include "db/own_state.h"
+#include "db/sys_ctrl.h"
 #include "platform/autoconfig.h"
 #include "platform/lifecycle.h"
 #include "service/service_monitor.h"
@@ -100,6 +101,8 @@ void applySwitches(const CommandLine& line) {
 
 int main(int argc, char** argv) {
     keepStandardStreams();
+    DeviceState device;
+    useDevice(device);
     printf("** vm1905 Version : %s **\n", kReleaseVersionGit);
     Outputlog("[vm1905] ** vm1905 Version : %s **", kReleaseVersionGit);
 

@@ -5,6 +5,7 @@
 #include "base/log.h"
 #include "base/monitor_state.h"
 #include "base/result.h"
+#include "base/state.h"
 #include "controller/announcements.h"
 #include "daemon/receiver.h"
 #include "db/data_manager.h"
@@ -20,24 +21,25 @@ namespace {
 
 constexpr int kWaitSeconds = 1;
 
-uint32_t state = kUninit;
-bool paced = false;
+MessageMonitor& module() {
+    return stateOf<MessageMonitor>();
+}
 
 }  // namespace
 
 int initMessageMonitor() {
     if (initIntfPorts() != kOk) return kFailure;
-    state = kInit;
+    module().state = kInit;
     return kOk;
 }
 
 int startMessageMonitor() {
-    if (state != kInit) {
-        LOG(1, "invalid operational state (%d) should be (%d/INIT)\r\n", static_cast<int>(state),
-            kInit);
+    if (module().state != kInit) {
+        LOG(1, "invalid operational state (%d) should be (%d/INIT)\r\n",
+            static_cast<int>(module().state), kInit);
         return kFailure;
     }
-    state = kStart;
+    module().state = kStart;
     (void)(getEnableNetTopolOption() == 1 ? enableNetTopol() : disableNetTopol());
     if (initMessageTransmitter() != kOk) {
         LOG_PUTS(1, "failed to initialize message transmitter\r");
@@ -55,9 +57,9 @@ int startMessageMonitor() {
 }
 
 int runMessageMonitor() {
-    if (state != kStart) {
-        LOG(1, "invalid operational state (%d) should be (%d/START)\r\n", static_cast<int>(state),
-            kStart);
+    if (module().state != kStart) {
+        LOG(1, "invalid operational state (%d) should be (%d/START)\r\n",
+            static_cast<int>(module().state), kStart);
         return kFailure;
     }
     checkFragmessageTimeout();
@@ -75,7 +77,7 @@ int runMessageMonitor() {
         limit = std::max(limit, fd + 1);
     }
     const int ready = waitReadable(limit, readable, kWaitSeconds);
-    paced = ready == 0;
+    module().paced = ready == 0;
     if (ready <= 0) return kOk;
 
     const PortsInUse guard;
@@ -83,21 +85,21 @@ int runMessageMonitor() {
         const int fd = port.ieee1905Sock.get();
         if (fd >= FD_SETSIZE || !FD_ISSET(fd, &readable)) continue;
         (void)recv1905Msg(port);
-        paced |= getRxBuffer().length > 0;
+        module().paced |= getRxBuffer().length > 0;
     }
     return kOk;
 }
 
 bool messageMonitorIsPaced() {
-    return paced;
+    return module().paced;
 }
 
 int destroyMessageMonitor() {
-    if (state == kUninit) {
+    if (module().state == kUninit) {
         LOG(1,
             "invalid operation: current state is (%d)(0:UNINIT, 1:INIT, 2:START, 3:IDLE, "
             "4:STOP)\r\n",
-            static_cast<int>(state));
+            static_cast<int>(module().state));
         return kInvalidState;
     }
     if (destroyIntfPorts() != kOk) {
@@ -105,10 +107,10 @@ int destroyMessageMonitor() {
         return kFailure;
     }
     destroyFragCmdus();
-    state = kUninit;
+    module().state = kUninit;
     return kOk;
 }
 
 uint32_t getMessageMonitorState() {
-    return state;
+    return module().state;
 }

@@ -3,6 +3,13 @@
 
 #include <cstdint>
 
+#include "base/monitor_state.h"
+
+struct MessageMonitor {
+    uint32_t state = kUninit;
+    bool paced = false;  // the last pass
+};
+
 // Builds the ports. kOk or kFailure.
 int initMessageMonitor();
 // Starts transmitter, receiver and handlers. kOk or kFailure.

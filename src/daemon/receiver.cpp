@@ -3,10 +3,10 @@
 #include <sys/socket.h>
 
 #include <algorithm>
-#include <list>
 
 #include "base/log.h"
 #include "base/result.h"
+#include "base/state.h"
 #include "daemon/message_dispatch.h"
 #include "db/database.h"
 
@@ -14,15 +14,6 @@ namespace {
 
 constexpr Seconds kRepeatInterval = 2;
 constexpr size_t kMaxRepeats = 4096;
-
-struct Repeat {
-    MacAddr srcMac;
-    uint16_t msgType = 0;
-    uint16_t msgId = 0;
-    Seconds time = 0;
-};
-
-std::list<Repeat> ParseListHsad;
 
 void reportUnread(const Port& port, ssize_t size) {
     LOG(2, "failed to read IEEE 1905.1 frame from port (%s): size (%d)\r\n", port.name.c_str(),
@@ -123,13 +114,14 @@ int checkparse1905MsgRepeat(const MacAddr& srcMac, uint16_t msgType, uint16_t ms
         LOG(4, "msgType = %d not check \r\n", msgType);
         return kOk;
     }
+    auto& repeats = stateOf<Receiver>().ParseListHsad;
     const Seconds time = now();
-    const auto entry = std::find_if(
-        ParseListHsad.begin(), ParseListHsad.end(),
-        [&](const Repeat& repeat) { return repeat.srcMac == srcMac && repeat.msgType == msgType; });
-    if (entry == ParseListHsad.end()) {
-        if (ParseListHsad.size() >= kMaxRepeats) ParseListHsad.pop_front();
-        ParseListHsad.push_back({srcMac, msgType, msgId, time});
+    const auto entry = std::find_if(repeats.begin(), repeats.end(), [&](const RepeatEntry& repeat) {
+        return repeat.srcMac == srcMac && repeat.msgType == msgType;
+    });
+    if (entry == repeats.end()) {
+        if (repeats.size() >= kMaxRepeats) repeats.pop_front();
+        repeats.push_back({srcMac, msgType, msgId, time});
         return kOk;
     }
     const Seconds age = time - entry->time;

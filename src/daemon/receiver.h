@@ -3,9 +3,23 @@
 #pragma once
 
 #include <cstdint>
+#include <list>
 
+#include "base/clock.h"
 #include "base/mac_addr.h"
 #include "net/ports.h"
+
+// A message that was heard before.
+struct RepeatEntry {
+    MacAddr srcMac;
+    uint16_t msgType = 0;
+    uint16_t msgId = 0;
+    Seconds time = 0;
+};
+
+struct Receiver {
+    std::list<RepeatEntry> ParseListHsad;
+};
 
 // kOk; nothing is to be prepared.
 int initMessageReceiver();

@@ -1,32 +1,31 @@
 #include "db/data_model_update.h"
 
-#include "base/clock.h"
 #include "base/log.h"
 #include "base/result.h"
+#include "base/state.h"
 #include "db/upcalls.h"
 
 namespace {
 
 constexpr Seconds kDataModelDelay = 2;
 
-struct DataModelUpdateReq {
-    bool pending = false;
-    Seconds firstRequestTime = 0;
-} request;
+DataModelUpdateReq& request() {
+    return stateOf<DataModelUpdateReq>();
+}
 
 }  // namespace
 
 int requestUpdateDataModel(int flag) {
-    if (!request.pending) request = {true, now()};
+    if (!request().pending) request() = {true, now()};
     if (flag == 1) (void)upcalls().requestSendTopolNtfMsg();
     return kOk;
 }
 
 int checkDataModelStatus() {
-    if (!request.pending) return kOk;
-    if (now() - request.firstRequestTime < kDataModelDelay) return kOk;
+    if (!request().pending) return kOk;
+    if (now() - request().firstRequestTime < kDataModelDelay) return kOk;
     LOG_PUTS(3, "update data model\r");
     (void)upcalls().writeJsonDataModel();
-    request.pending = false;
+    request().pending = false;
     return kOk;
 }

@@ -1,11 +1,18 @@
 #include "db/database.h"
 
 #include "base/log.h"
+#include "base/state.h"
 #include "platform/descriptions.h"
 
 namespace {
 
-std::unique_ptr<AlTable> al_table;
+Database& db() {
+    return stateOf<Database>();
+}
+
+AlTable* al() {
+    return db().al_table.get();
+}
 
 // The index-th entry of those that the predicate selects.
 template <typename Pred>
@@ -26,71 +33,73 @@ IntfNbrDev* nbrAt(IntfTable& intf, unsigned index, size_t bound, Pred selects, c
 }  // namespace
 
 AlTable& createDatabase() {
-    al_table = std::make_unique<AlTable>();
-    return *al_table;
+    db().al_table = std::make_unique<AlTable>();
+    return *al();
 }
 
 void destroyDatabase() {
-    al_table.reset();
+    db().al_table.reset();
 }
 
 AlTable* getAlTable() {
-    return al_table.get();
+    return al();
 }
 
 const MacAddr* getAlMac() {
-    return al_table ? &al_table->alMac : nullptr;
+    return al() != nullptr ? &al()->alMac : nullptr;
 }
 
 bool isOwnAlMac(const MacAddr& alMac) {
-    return al_table && alMac == al_table->alMac;
+    return al() != nullptr && alMac == al()->alMac;
 }
 
 const uint8_t* getAlOui() {
-    return al_table ? al_table->oui.data() : nullptr;
+    return al() != nullptr ? al()->oui.data() : nullptr;
 }
 
 const std::vector<uint8_t>& getAlVendInfo() {
-    static const std::vector<uint8_t> none;
-    return al_table ? al_table->vendInfo : none;
+    return al() != nullptr ? al()->vendInfo : db().noVendInfo;
 }
 
 uint32_t getAlOperStatus() {
-    return al_table ? al_table->operStatus : 0;
+    return al() != nullptr ? al()->operStatus : 0;
 }
 
 uint32_t getNetTopolCap() {
-    return al_table ? al_table->topol.enable : 0;
+    return al() != nullptr ? al()->topol.enable : 0;
 }
 
 uint32_t getNetTopolStatus() {
-    return al_table ? al_table->topol.status : 0;
+    return al() != nullptr ? al()->topol.status : 0;
 }
 
 TopolTable* getNetTopolTable() {
-    return al_table ? &al_table->topol : nullptr;
+    return al() != nullptr ? &al()->topol : nullptr;
+}
+
+std::list<Ieee1905DevTable>& getIeee1905DevTables() {
+    return al() != nullptr ? al()->topol.devs : db().noDevs;
 }
 
 std::list<IntfTable>& getIntfTable() {
-    static std::list<IntfTable> none;
-    return al_table ? al_table->intfs : none;
+    return al() != nullptr ? al()->intfs : db().noIntfs;
 }
 
 uint8_t getIntfNum() {
-    if (!al_table) return 0;
+    if (al() == nullptr) return 0;
     uint8_t num = 0;
-    if (getIntfmatchNum(&num) == 0) al_table->intfNum = num;
-    return al_table->intfNum;
+    if (getIntfmatchNum(&num) == 0) al()->intfNum = num;
+    return al()->intfNum;
 }
 
 IntfTable* getIntfTableByIndex(unsigned index) {
-    const unsigned bound = al_table ? al_table->intfNum : 0;
+    const unsigned bound = al() != nullptr ? al()->intfNum : 0;
     if (index >= bound) {
         LOG(2, "invalid index (%d/%d)\r\n", static_cast<int>(index), static_cast<int>(bound));
         return nullptr;
     }
-    if (index >= al_table->intfs.size()) return nullptr;
-    return &*std::next(al_table->intfs.begin(), static_cast<std::ptrdiff_t>(index));
+    if (index >= al()->intfs.size()) return nullptr;
+    return &*std::next(al()->intfs.begin(), static_cast<std::ptrdiff_t>(index));
 }
 
 IntfTable* getIntfTableById(const MacAddr& mac, uint32_t mediaType) {
@@ -133,26 +142,26 @@ IntfNbrDev* getIntfNbrDevByMac(IntfTable& intf, const MacAddr& nbrIntfMac) {
 }
 
 uint8_t getBrdgTupleNum() {
-    return al_table ? static_cast<uint8_t>(al_table->brdgTuples.size()) : 0;
+    return al() != nullptr ? static_cast<uint8_t>(al()->brdgTuples.size()) : 0;
 }
 
 BrdgTuple* getBrdgTupleByIndex(unsigned index) {
     const unsigned bound = getBrdgTupleNum();
-    if (index < bound) return &al_table->brdgTuples[index];
+    if (index < bound) return &al()->brdgTuples[index];
     LOG(2, "invalid index (%d/%d)\r\n", static_cast<int>(index), static_cast<int>(bound));
     return nullptr;
 }
 
 FwdRule* getFwdRuleTableByIndex(unsigned index) {
-    const size_t bound = al_table ? al_table->fwdRules.size() : 0;
-    if (index < bound) return &al_table->fwdRules[index];
+    const size_t bound = al() != nullptr ? al()->fwdRules.size() : 0;
+    if (index < bound) return &al()->fwdRules[index];
     LOG(2, "invalid index (%d/%d)\r\n", static_cast<int>(index), static_cast<int>(bound));
     return nullptr;
 }
 
 FwdRule* getFwdRuleTableByRuleId(uint16_t ruleId) {
-    if (al_table) {
-        for (auto& rule : al_table->fwdRules) {
+    if (al() != nullptr) {
+        for (auto& rule : al()->fwdRules) {
             if (rule.ruleId == ruleId) return &rule;
         }
     }
@@ -161,14 +170,13 @@ FwdRule* getFwdRuleTableByRuleId(uint16_t ruleId) {
 }
 
 SecurityTable* getSecurityTable() {
-    if (al_table) return &al_table->security;
+    if (al() != nullptr) return &al()->security;
     LOG_PUTS(2, "al_table is NULL\r");
     return nullptr;
 }
 
 std::vector<NbrDev>& getNbrDevTable() {
-    static std::vector<NbrDev> none;
-    return al_table ? al_table->nbrDevs : none;
+    return al() != nullptr ? al()->nbrDevs : db().noNbrDevs;
 }
 
 uint8_t getNbrDevNum() {

@@ -12,6 +12,15 @@
 
 #include "db/records.h"
 
+struct Database {
+    std::unique_ptr<AlTable> al_table;
+    // What the accessors return without a database; always empty.
+    std::vector<uint8_t> noVendInfo;
+    std::list<IntfTable> noIntfs;
+    std::vector<NbrDev> noNbrDevs;
+    std::list<Ieee1905DevTable> noDevs;
+};
+
 // Creates an empty database, in place of an older one.
 AlTable& createDatabase();
 // Frees it.
@@ -26,7 +35,8 @@ uint32_t getAlOperStatus();
 uint32_t getNetTopolCap();  // enable switch, 0 without a database
 uint32_t getNetTopolStatus();
 TopolTable* getNetTopolTable();
-std::list<IntfTable>& getIntfTable();  // empty without a database
+std::list<Ieee1905DevTable>& getIeee1905DevTables();  // empty without a database
+std::list<IntfTable>& getIntfTable();                 // likewise
 // Asks the platform for the number of interfaces, stores it and returns it.
 uint8_t getIntfNum();
 IntfTable* getIntfTableByIndex(unsigned index);
@@ -41,7 +51,7 @@ BrdgTuple* getBrdgTupleByIndex(unsigned index);
 FwdRule* getFwdRuleTableByIndex(unsigned index);
 FwdRule* getFwdRuleTableByRuleId(uint16_t ruleId);
 SecurityTable* getSecurityTable();
-std::vector<NbrDev>& getNbrDevTable();  // empty without a database
+std::vector<NbrDev>& getNbrDevTable();  // likewise
 // Number of neighbour devices in 8-bit arithmetic: 256 of them count as 0, which is meant.
 uint8_t getNbrDevNum();
 NbrDev* getNbrDevTableByIndex(unsigned index);  // index modulo 256

@@ -9,12 +9,6 @@
 
 namespace {
 
-std::list<Ieee1905DevTable>& devTable() {
-    static std::list<Ieee1905DevTable> none;
-    TopolTable* topol = getNetTopolTable();
-    return topol != nullptr ? topol->devs : none;
-}
-
 template <typename List>
 auto* entryAt(List& list, unsigned index) {
     return index < list.size() ? &list[index] : nullptr;
@@ -100,7 +94,7 @@ void takeOverIntfState(const DevTopol& old, DevTopol& next) {
 // model as well.
 bool isTooMuch(const DevTopol& dev) {
     size_t total = dev.entryNum();
-    for (const auto& other : devTable()) {
+    for (const auto& other : getIeee1905DevTables()) {
         if (other.alMac != dev.alMac) total += other.entryNum();
     }
     return total > kMaxMeshEntries;
@@ -129,7 +123,7 @@ int updateIeee1905DevTable(const MacAddr& intfMac, uint32_t mediaType, DevTopol&
         takeOverIntfState(*stored, dev);
         static_cast<DevTopol&>(*stored) = std::move(dev);
     } else {
-        auto& devs = devTable();
+        auto& devs = getIeee1905DevTables();
         if (devs.size() >= kMaxNbrDevs) {
             LOG(2, "too many devices, refuse (" MAC_FMT ")\r\n", MAC_ARGS(dev.alMac));
             return kFailure;
@@ -151,7 +145,7 @@ void updateWifiSync(Ieee1905DevTable& dev) {
 
 int removeIeee1905DevTable(const MacAddr& alMac) {
     LOG(4, "alMac = " MAC_FMT "\r\n", MAC_ARGS(alMac));
-    auto& devs = devTable();
+    auto& devs = getIeee1905DevTables();
     const auto it = std::find_if(devs.begin(), devs.end(),
                                  [&](const Ieee1905DevTable& dev) { return dev.alMac == alMac; });
     if (it == devs.end()) {
@@ -167,11 +161,11 @@ int removeIeee1905DevTable(const MacAddr& alMac) {
 }
 
 void destroyIeee1905DevTable() {
-    devTable().clear();
+    getIeee1905DevTables().clear();
 }
 
 Ieee1905DevTable* getIeee1905DevTableByIndex(unsigned index) {
-    auto& devs = devTable();
+    auto& devs = getIeee1905DevTables();
     if (devs.empty()) {
         LOG_PUTS(3, "Ieee1905DevTable is empty\r");
         return nullptr;
@@ -184,7 +178,7 @@ Ieee1905DevTable* getIeee1905DevTableByIndex(unsigned index) {
 }
 
 Ieee1905DevTable* getIeee1905DevTableById(const MacAddr& alMac) {
-    auto& devs = devTable();
+    auto& devs = getIeee1905DevTables();
     if (devs.empty()) {
         LOG_PUTS(3, "Ieee1905DevTable is empty\r");
         return nullptr;
@@ -216,7 +210,7 @@ BrdgTuple* getBrdgTupleTableByIndex(Ieee1905DevTable& dev, unsigned index) {
 }
 
 const MacAddr* getalMacOfIeee1905DevTableByintfMac(const MacAddr& intfMac) {
-    for (const auto& dev : devTable()) {
+    for (const auto& dev : getIeee1905DevTables()) {
         for (const auto& intf : dev.intfs) {
             if (intf.mac == intfMac) return &dev.alMac;
         }

@@ -21,8 +21,6 @@ constexpr const char* kReleaseVersion = "7879";
 constexpr uint16_t kMaxChangeLog = 256;
 constexpr int kLineLength = 128;
 
-Text<32> g_conf_folder{std::string_view("/etc/vm1905")};
-
 SysConfig& config() {
     return getSysCtrl().config;
 }
@@ -95,7 +93,7 @@ constexpr Key kVersionKeys[] = {
 using File = std::unique_ptr<FILE, decltype(&fclose)>;
 
 File openConfFile(const char* name) {
-    const std::string path = std::string(g_conf_folder.view()) + "/" + name;
+    const std::string path = std::string(getSysCtrl().g_conf_folder.view()) + "/" + name;
     File file(fopen(path.c_str(), "re"), fclose);
     if (!file) LOG(2, "can't open file: %s\r\n", path.c_str());
     return file;
@@ -153,7 +151,7 @@ int mirrorPermission(int alTableKey, uint32_t isEnable) {
 }  // namespace
 
 void setConfFolder(std::string_view folder) {
-    g_conf_folder = folder;
+    getSysCtrl().g_conf_folder = folder;
 }
 
 int initSysConfig() {

@@ -1,8 +1,9 @@
 #include "db/sys_ctrl.h"
 
+#include "base/state.h"
+
 SysCtrl& getSysCtrl() {
-    static SysCtrl sysCtrl;
-    return sysCtrl;
+    return stateOf<SysCtrl>();
 }
 
 uint32_t getSysState() {
@@ -11,4 +12,13 @@ uint32_t getSysState() {
 
 void setSysState(uint32_t state) {
     getSysCtrl().state = state;
+}
+
+void setDeviceModelType(std::string_view name) {
+    getSysCtrl().DeviceModelType = name;
+}
+
+int getDeviceModelType() {
+    const auto& model = getSysCtrl().DeviceModelType;
+    return model.empty() || model == "0" ? 0 : 1;
 }

@@ -41,6 +41,8 @@ struct SysIdentity {
 };
 
 struct SysCtrl {
+    Text<32> g_conf_folder{std::string_view("/etc/vm1905")};
+    Text<32> DeviceModelType;
     uint32_t state = kStopped;
     Seconds lastNetCtrlRun = 0;
     SysConfig config;
@@ -49,8 +51,12 @@ struct SysCtrl {
     int (*discAlarmHandler)() = nullptr;
 };
 
-// The one instance.
 SysCtrl& getSysCtrl();
 
 uint32_t getSysState();
 void setSysState(uint32_t state);
+
+// The device model that the daemon was started for, by its name (-m), at most 31 characters.
+void setDeviceModelType(std::string_view name);
+// 0 for an empty name and "0", 1 for every other. Some periodic checks run only for 0.
+int getDeviceModelType();

@@ -1,11 +1,7 @@
 #include "db/upcalls.h"
 
-namespace {
-
-Upcalls installed;
-
-}  // namespace
+#include "base/state.h"
 
 Upcalls& upcalls() {
-    return installed;
+    return stateOf<Upcalls>();
 }

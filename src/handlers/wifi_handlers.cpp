@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <set>
 #include <string>
 
 #include "base/log.h"
 #include "base/public_file.h"
 #include "base/result.h"
 #include "base/shell.h"
+#include "base/state.h"
 #include "db/data_model_update.h"
 #include "db/database.h"
 #include "db/device_table.h"
@@ -55,7 +55,7 @@ void noteAck(const VendContext& context, const TextPayload& answer, WifiSyncKind
 
 // True when this device may leave a file: strangers must not fill the memory that /tmp often is.
 bool mayLeaveResult(const MacAddr& sender) {
-    static std::set<MacAddr> senders;
+    auto& senders = stateOf<ResultFiles>().senders;
     if (senders.size() < kMaxResultSenders) senders.insert(sender);
     return senders.contains(sender);
 }

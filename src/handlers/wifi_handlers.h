@@ -2,7 +2,14 @@
 // Each returns kOk or kFailure.
 #pragma once
 
+#include <set>
+
 #include "handlers/vend_context.h"
+
+// The result files that other devices have left.
+struct ResultFiles {
+    std::set<MacAddr> senders;
+};
 
 int handleWIFIStateQueryMsg(const VendContext& context, const AlMacPayload& query);
 int handleWIFIStateRespMsg(const VendContext& context, const WifiStateResp& answer);

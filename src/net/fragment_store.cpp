@@ -4,17 +4,20 @@
 
 #include "base/log.h"
 #include "base/result.h"
+#include "base/state.h"
 
 namespace {
 
 constexpr Seconds kFragmentLifetime = 6;
 
-std::list<FragCmdu> frag_cmdus;  // in order of first arrival
+std::list<FragCmdu>& frag_cmdus() {
+    return stateOf<FragmentStore>().frag_cmdus;
+}
 
 }  // namespace
 
 FragCmdu* findFragCmdu(const Port& port, const FrameHdr& hdr) {
-    for (auto& cmdu : frag_cmdus) {
+    for (auto& cmdu : frag_cmdus()) {
         if (cmdu.srcMac == hdr.srcMac && cmdu.msgType == hdr.msgType && cmdu.msgId == hdr.msgId &&
             cmdu.portMac == port.mac) {
             return &cmdu;
@@ -26,12 +29,12 @@ FragCmdu* findFragCmdu(const Port& port, const FrameHdr& hdr) {
 int storeFragment(const Port& port, const FrameHdr& hdr, Bytes area) {
     FragCmdu* cmdu = findFragCmdu(port, hdr);
     if (cmdu == nullptr) {
-        if (frag_cmdus.size() >= kMaxFragCmdus) {
+        if (frag_cmdus().size() >= kMaxFragCmdus) {
             LOG(2, "too many unfinished messages, drop the oldest (macSa = " MAC_FMT ")\r\n",
-                MAC_ARGS(frag_cmdus.front().srcMac));
-            frag_cmdus.pop_front();
+                MAC_ARGS(frag_cmdus().front().srcMac));
+            frag_cmdus().pop_front();
         }
-        cmdu = &frag_cmdus.emplace_back();
+        cmdu = &frag_cmdus().emplace_back();
         cmdu->srcMac = hdr.srcMac;
         cmdu->portMac = port.mac;
         cmdu->mediaType = port.mediaType;
@@ -50,15 +53,15 @@ int storeFragment(const Port& port, const FrameHdr& hdr, Bytes area) {
 }
 
 void removeFragCmdu(const FragCmdu* cmdu) {
-    frag_cmdus.remove_if([&](const FragCmdu& entry) { return &entry == cmdu; });
+    frag_cmdus().remove_if([&](const FragCmdu& entry) { return &entry == cmdu; });
 }
 
 void checkFragmessageTimeout() {
     const Seconds time = now();
-    frag_cmdus.remove_if(
+    frag_cmdus().remove_if(
         [&](const FragCmdu& cmdu) { return time - cmdu.time >= kFragmentLifetime; });
 }
 
 void destroyFragCmdus() {
-    frag_cmdus.clear();
+    frag_cmdus().clear();
 }

@@ -21,6 +21,10 @@ struct FragCmdu {
     Seconds time = 0;                             // arrival of the latest fragment
 };
 
+struct FragmentStore {
+    std::list<FragCmdu> frag_cmdus;  // in order of first arrival
+};
+
 inline constexpr size_t kMaxFragCmdus = 64;
 inline constexpr size_t kMaxFragments = 64;
 

@@ -4,6 +4,7 @@
 
 #include "base/log.h"
 #include "base/result.h"
+#include "base/state.h"
 #include "db/database.h"
 #include "db/neighbor_aging.h"
 #include "net/raw_socket.h"
@@ -14,13 +15,9 @@ namespace {
 
 constexpr unsigned kLastIfIndex = 253;
 
-struct {
-    std::list<Port> ports;
-    unsigned users = 0;         // of the list
-    bool reinitWanted = false;  // once the last of them is done
-    FrameBuffer txBuffer;
-    FrameBuffer rxBuffer;
-} module;
+PortsState& module() {
+    return stateOf<PortsState>();
+}
 
 bool setupSockets(Port& port) {
     if (setupLldpSocket(port) != kOk) {
@@ -53,7 +50,7 @@ int initIntfPorts() {
         if (name.empty() || getDeviceSendMsgEnable(name.c_str()) != 0) continue;
         if (getIntfTable().empty()) {
             LOG_PUTS(1, "interface table isn't ready or the number of interface is 0\r");
-            module.ports = std::move(ports);
+            module().ports = std::move(ports);
             return kFailure;
         }
         const IntfTable* intf = getIntfTableByName(name);
@@ -66,13 +63,13 @@ int initIntfPorts() {
         port.mediaType = intf->mediaType;
         if (setupSockets(port)) ports.push_back(std::move(port));
     }
-    module.ports = std::move(ports);
+    module().ports = std::move(ports);
     return kOk;
 }
 
 int reinitIntfPorts() {
-    if (module.users > 0) {
-        module.reinitWanted = true;
+    if (module().users > 0) {
+        module().reinitWanted = true;
         return kOk;
     }
     (void)destroyIntfPorts();
@@ -80,22 +77,22 @@ int reinitIntfPorts() {
 }
 
 int destroyIntfPorts() {
-    module.ports.clear();
+    module().ports.clear();
     return kOk;
 }
 
 PortsInUse::PortsInUse() {
-    module.users++;
+    module().users++;
 }
 
 PortsInUse::~PortsInUse() {
-    if (--module.users > 0 || !module.reinitWanted) return;
-    module.reinitWanted = false;
+    if (--module().users > 0 || !module().reinitWanted) return;
+    module().reinitWanted = false;
     (void)reinitIntfPorts();
 }
 
 int rebindIntfPorts() {
-    for (auto& port : module.ports) {
+    for (auto& port : module().ports) {
         const bool onBridge = isOnBridge(port);
         if (onBridge == port.onBridge) continue;
         if (bindRawSocket(port.ieee1905Sock.get(), port.ifIndex, kEtherType1905, onBridge)) {
@@ -109,19 +106,19 @@ int rebindIntfPorts() {
 }
 
 void updatePortMediaType(const MacAddr& mac, uint32_t oldMediaType, uint32_t newMediaType) {
-    for (auto& port : module.ports) {
+    for (auto& port : module().ports) {
         if (port.mac == mac && port.mediaType == oldMediaType) port.mediaType = newMediaType;
     }
 }
 
 std::list<Port>& getIntfPorts() {
-    return module.ports;
+    return module().ports;
 }
 FrameBuffer& getTxBuffer() {
-    return module.txBuffer;
+    return module().txBuffer;
 }
 FrameBuffer& getRxBuffer() {
-    return module.rxBuffer;
+    return module().rxBuffer;
 }
 
 int refreshIntfPort(Port& port) {

@@ -29,6 +29,14 @@ struct Port {
     bool onBridge = false;  // how the sockets are bound
 };
 
+struct PortsState {
+    std::list<Port> ports;
+    unsigned users = 0;         // of the list
+    bool reinitWanted = false;  // when the last user is done
+    FrameBuffer txBuffer;
+    FrameBuffer rxBuffer;
+};
+
 // Builds the port list from the kernel's interfaces 1 to 253 and the interface table. kOk, or
 // kFailure when the interface table is empty.
 int initIntfPorts();

@@ -6,9 +6,9 @@
 
 #include "base/log.h"
 #include "base/result.h"
+#include "base/state.h"
 #include "db/database.h"
 #include "db/neighbor_aging.h"
-#include "net/message_memory.h"
 #include "platform/descriptions.h"
 #include "wire/frame.h"
 
@@ -19,16 +19,14 @@ constexpr size_t kEndOfMsgLen = 3;
 constexpr Seconds kGenRecvLifetime = 5;
 constexpr uint16_t kMsgIdModulus = 65535;  // meant: 65535 itself is never used
 
-struct {
-    uint16_t msgId = 0;
-    MessageMemory genRecvMsgs;
-    MessageMemory queriedMsgs;
-} module;
+TransmitterState& module() {
+    return stateOf<TransmitterState>();
+}
 
 // The identifier was used: tells it and moves on.
 void takeMsgId(uint16_t* used) {
-    if (used != nullptr) *used = module.msgId;
-    module.msgId = static_cast<uint16_t>((module.msgId + 1) % kMsgIdModulus);
+    if (used != nullptr) *used = module().msgId;
+    module().msgId = static_cast<uint16_t>((module().msgId + 1) % kMsgIdModulus);
 }
 
 // One message on its way out of one port. Without a destination it is a multicast.
@@ -167,7 +165,7 @@ Outcome sendByEveryPort(const MacAddr& dstMac, uint16_t msgType, const MsgBody& 
         const TlvList& tlvs = message.forPort(port);
         if (message.failed()) return {.built = false, .left = outcome.left};
         if (!portIsUsable(port)) continue;
-        sendOn(port, dstMac, msgType, module.msgId, message.traits().expectsResponse, tlvs,
+        sendOn(port, dstMac, msgType, module().msgId, message.traits().expectsResponse, tlvs,
                outcome);
     }
     return outcome;
@@ -229,8 +227,8 @@ MacAddr alMacOf(const MacAddr& mac) {
 }  // namespace
 
 int initMessageTransmitter() {
-    module.genRecvMsgs.clear();
-    module.queriedMsgs.clear();
+    module().genRecvMsgs.clear();
+    module().queriedMsgs.clear();
     return kOk;
 }
 
@@ -242,10 +240,10 @@ int requestSend1905UcastMsg(const MacAddr& dstMac, uint16_t msgType, const MsgBo
     } else if (msgType == kMsgTopolDisc || msgType == kMsgTopolNtf) {
         outcome = sendByEveryPort(dstMac, msgType, body);
     } else {
-        outcome = sendToNeighbour(dstMac, msgType, module.msgId, body, false);
+        outcome = sendToNeighbour(dstMac, msgType, module().msgId, body, false);
     }
     if (!outcome.built) return kFailure;
-    if (!outcome.left) return reportUnsent(dstMac, msgType, module.msgId);
+    if (!outcome.left) return reportUnsent(dstMac, msgType, module().msgId);
     takeMsgId(msgId);
     return kOk;
 }
@@ -275,10 +273,10 @@ int requestSend1905McastMsg(uint16_t msgType, const MsgBody& body, uint16_t* msg
         if (port.isDown) continue;
         const TlvList& tlvs = message.forPort(port);
         if (message.failed()) return kFailure;
-        if (send1905McastMsg(port, msgType, module.msgId, message.traits().relay,
+        if (send1905McastMsg(port, msgType, module().msgId, message.traits().relay,
                              message.traits().expectsResponse, tlvs) != kOk) {
             LOG(2, "failed to send message (type = %d, id = %d) from port (%s)\r\n", msgType,
-                module.msgId, port.name.c_str());
+                module().msgId, port.name.c_str());
         } else if (ownIdPerPort) {
             takeMsgId(msgId);
         }
@@ -360,13 +358,13 @@ int send1905McastMsg(const Port& port, uint16_t msgType, uint16_t msgId, bool re
 
 bool registerGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId) {
     LOG(4, "alMac = " MAC_FMT ", msgType = %d, msgId = %d\r\n", MAC_ARGS(alMac), msgType, msgId);
-    return module.genRecvMsgs.store(alMac, msgType, msgId) > kGenRecvLifetime;
+    return module().genRecvMsgs.store(alMac, msgType, msgId) > kGenRecvLifetime;
 }
 
 bool lookupGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId) {
     // An old entry does not hide a fresh one: a device that restarted uses its identifiers again.
     const Seconds time = now();
-    return module.genRecvMsgs.find([&](const auto& entry) {
+    return module().genRecvMsgs.find([&](const auto& entry) {
         return entry.alMac == alMac && entry.msgType == msgType && entry.msgId == msgId &&
                time - entry.time <= kGenRecvLifetime;
     }) != nullptr;
@@ -377,7 +375,7 @@ int registerQueriedMsg(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId) 
     const MacAddr alMac = alMacOf(dstMac);
     LOG(4, "alMac = " MAC_FMT ", macDa = " MAC_FMT ", type = %d, id = %d\r\n", MAC_ARGS(alMac),
         MAC_ARGS(dstMac), msgType, msgId);
-    (void)module.queriedMsgs.store(alMac, msgType, msgId);
+    (void)module().queriedMsgs.store(alMac, msgType, msgId);
     return kOk;
 }
 
@@ -387,7 +385,7 @@ int checkMatchQueryRespPair(const MacAddr& srcMac, uint16_t respType, uint16_t r
     LOG(4, "alMac = " MAC_FMT ", macSa = " MAC_FMT ", type = %d, id = %d\r\n", MAC_ARGS(alMac),
         MAC_ARGS(srcMac), respType, respId);
     // Meant: any sender will do unless the query went to the all-zero address.
-    auto* entry = module.queriedMsgs.find([&](const auto& query) {
+    auto* entry = module().queriedMsgs.find([&](const auto& query) {
         return query.msgType + 1 == respType && query.msgId == respId &&
                (query.alMac == alMac || !query.alMac.isZero());
     });

@@ -4,7 +4,14 @@
 #include <cstdint>
 
 #include "net/message_builder.h"
+#include "net/message_memory.h"
 #include "net/ports.h"
+
+struct TransmitterState {
+    uint16_t msgId = 0;
+    MessageMemory genRecvMsgs;
+    MessageMemory queriedMsgs;
+};
 
 // Empties both memories. kOk.
 int initMessageTransmitter();

@@ -1,143 +1,75 @@
 #include "orders/control_lists.h"
 
-#include <memory>
-#include <string>
-
+#include "base/state.h"
 #include "db/database.h"
 #include "net/vend_sender.h"
 #include "orders/answer_writers.h"
-#include "orders/retry_list.h"
+#include "orders/schedule.h"
 #include "wire/vend_payloads.h"
 
 namespace {
 
-struct NoValue {};
+ControlLists& lists() {
+    return stateOf<ControlLists>();
+}
 
-struct RebootKind {
-    using Value = NoValue;
-    static constexpr CheckId kCheck = kCheckRebootCtrl;
-    static constexpr auto kLimit = &ScheduleSettings::RebootCtrl_LoopCount;
-    static constexpr const char* kRetryLine = "retry send RebootCtrl msg";
-
-    static void send(const RetryEntry<Value>& entry) {
-        Outputlog("[Reboot] send Reboot to (" MAC_FMT ")", MAC_ARGS(entry.almac));
-        (void)sendVendMsg(entry.almac, VEND_MSG_TYPE_REBOOT_REQ, AlMacPayload{entry.almac});
-    }
-    static void answer(uint16_t msgId, int result) {
-        (void)respNbrRebootServReq(msgId, static_cast<uint8_t>(result));
-    }
+// How a list is run.
+struct Kind {
+    CheckId check;  // of the schedule
+    int32_t ScheduleSettings::*limit;
+    const char* retryLine;
+    int (*answer)(uint16_t msgId, uint8_t result) = nullptr;  // to the client that waits
 };
 
-struct ResetToDefaultKind {
-    using Value = NoValue;
-    static constexpr CheckId kCheck = kCheckResetToDefaultCtrl;
-    static constexpr auto kLimit = &ScheduleSettings::ResetToDefaultCtrl_LoopCount;
-    static constexpr const char* kRetryLine = "retry send ResetToDefaultCtrl msg";
-
-    static void send(const RetryEntry<Value>& entry) {
-        Outputlog("[ResetToDefault] send reset to default to (" MAC_FMT ")", MAC_ARGS(entry.almac));
-        (void)sendVendMsg(entry.almac, VEND_MSG_TYPE_RESETTODEFAULT_REQ, AlMacPayload{entry.almac});
-    }
-    static void answer(uint16_t msgId, int result) {
-        (void)respNbrResetToDefaultServReq(msgId, static_cast<uint8_t>(result));
-    }
-};
-
-struct LEDKind {
-    using Value = int32_t;
-    static constexpr CheckId kCheck = kCheckLEDCtrl;
-    static constexpr auto kLimit = &ScheduleSettings::LEDCtrl_LoopCount;
-    static constexpr const char* kRetryLine = "retry to send LED ctrl";
-
-    static void send(const RetryEntry<Value>& entry) {
-        Outputlog("[LEDCtrl] send LED (%d) to (" MAC_FMT ")", entry.value, MAC_ARGS(entry.almac));
-        (void)sendVendMsg(entry.almac, VEND_MSG_TYPE_LED_CTRL_REQ,
-                          OptionPayload{entry.almac, static_cast<uint8_t>(entry.value)});
-    }
-};
-
-struct SystemKind {
-    using Value = int32_t;
-    static constexpr CheckId kCheck = kCheckSystemCtrl;
-    static constexpr auto kLimit = &ScheduleSettings::SystemCtrl_LoopCount;
-    static constexpr const char* kRetryLine = "retry to send system ctrl";
-
-    static void send(const RetryEntry<Value>& entry) {
-        Outputlog("[SystemCtrl] send System (%d) to (" MAC_FMT ")", entry.value,
-                  MAC_ARGS(entry.almac));
-        (void)sendVendMsg(entry.almac, VEND_MSG_TYPE_SYSTEM_CTRL_REQ,
-                          OptionPayload{entry.almac, static_cast<uint8_t>(entry.value)});
-    }
-};
-
-struct NetworkOrder {
-    uint16_t option = 0;
-    std::string command;
-};
-
-struct NetworkKind {
-    using Value = NetworkOrder;
-    static constexpr CheckId kCheck = kCheckNetworkCtrl;
-    static constexpr auto kLimit = &ScheduleSettings::NetworkCtrl_LoopCount;
-    static constexpr const char* kRetryLine = "retry to send network ctrl";
-
-    static void send(const RetryEntry<Value>& entry) {
-        Outputlog("[NetworkCtrl] send Network (%d) to (" MAC_FMT ")", entry.value.option,
-                  MAC_ARGS(entry.almac));
-        NetworkCtrlReq payload;
-        payload.almac = entry.almac;
-        payload.networkOption = entry.value.option;
-        payload.command = entry.value.command;
-        (void)sendVendMsg(entry.almac, VEND_MSG_TYPE_NETWORKCTRL_REQ, std::move(payload));
-    }
-};
-
-struct LogFileKind {
-    using Value = NoValue;
-    static constexpr CheckId kCheck = kCheckLogFile;
-    static constexpr auto kLimit = &ScheduleSettings::LogFile_LoopCount;
-    static constexpr const char* kRetryLine = "retry to ask for the log file";
-
-    static void send(const RetryEntry<Value>& entry) {
-        (void)sendVendMsg(entry.almac, VEND_MSG_TYPE_REQUESTLOGFILE_REQ, AlMacPayload{entry.almac});
-    }
-};
-
-struct {
-    RetryList<RebootKind> reboot;
-    RetryList<ResetToDefaultKind> resetToDefault;
-    RetryList<LEDKind> led;
-    RetryList<SystemKind> system;
-    RetryList<NetworkKind> network;
-    RetryList<LogFileKind> logFile;
-} lists;
+using S = ScheduleSettings;
+constexpr Kind kReboot{kCheckRebootCtrl, &S::RebootCtrl_LoopCount, "retry send RebootCtrl msg",
+                       respNbrRebootServReq};
+constexpr Kind kResetToDefault{kCheckResetToDefaultCtrl, &S::ResetToDefaultCtrl_LoopCount,
+                               "retry send ResetToDefaultCtrl msg", respNbrResetToDefaultServReq};
+constexpr Kind kLED{kCheckLEDCtrl, &S::LEDCtrl_LoopCount, "retry to send LED ctrl"};
+constexpr Kind kSystem{kCheckSystemCtrl, &S::SystemCtrl_LoopCount, "retry to send system ctrl"};
+constexpr Kind kNetwork{kCheckNetworkCtrl, &S::NetworkCtrl_LoopCount, "retry to send network ctrl"};
+constexpr Kind kLogFile{kCheckLogFile, &S::LogFile_LoopCount, "retry to ask for the log file"};
 
 bool isMissing(const MacAddr* almac) {
     if (almac == nullptr) LOG_PUTS(4, "almac == NULL ");
     return almac == nullptr;
 }
 
-template <typename Kind>
-int setAnsweredList(RetryList<Kind>& list, const MacAddr* almac, uint16_t msgId, int flag,
-                    int result) {
+// The next pass over the list comes one full period from now.
+template <typename Value>
+void activate(RetryList<Value>& list, const Kind& kind) {
+    list.activate();
+    checkTimeStamp(kind.check) = now();
+}
+
+template <typename Value, typename Send>
+int repeat(RetryList<Value>& list, const Kind& kind, Send&& send) {
+    list.repeat(scheduleSettings().*kind.limit, kind.retryLine, send);
+    return kOk;
+}
+
+template <typename Value>
+int setAnsweredList(RetryList<Value>& list, const Kind& kind, const MacAddr* almac, uint16_t msgId,
+                    int flag, int result) {
     if (isMissing(almac)) return kFailure;
     LOG(4, "almac = " MAC_FMT ", msgId = %d, flag = %d\n", MAC_ARGS(*almac), msgId, flag);
     if (flag == 0) {
         if (auto* entry = list.find(*almac)) {
             entry->flag = 0;
-            if (entry->msgId != 0) Kind::answer(entry->msgId, result);
+            if (entry->msgId != 0) (void)kind.answer(entry->msgId, static_cast<uint8_t>(result));
             return kOk;
         }
     }
     // Meant: the answer of a device that was asked nothing makes an entry, too.
     if (list.append({*almac, msgId, {}, flag, 0}) != kOk) return kFailure;
-    list.activate();
+    activate(list, kind);
     return kOk;
 }
 
 // Enters one device, or with the all-zero address every device of the topology table.
-template <typename Kind, typename Add>
-int enterDevices(RetryList<Kind>& list, const MacAddr* almac, Add&& add) {
+template <typename Value, typename Add>
+int enterDevices(RetryList<Value>& list, const Kind& kind, const MacAddr* almac, Add&& add) {
     if (isMissing(almac)) return kFailure;
     int result = kOk;
     if (!almac->isZero()) {
@@ -147,109 +79,120 @@ int enterDevices(RetryList<Kind>& list, const MacAddr* almac, Add&& add) {
             if (add(dev.alMac) != kOk) result = kFailure;
         }
     }
-    list.activate();
+    activate(list, kind);
     return result;
 }
 
 }  // namespace
 
 void initCtrlLists() {
-    lists.reboot.clear();
-    lists.resetToDefault.clear();
-    lists.led.clear();
-    lists.system.clear();
-    lists.network.clear();
-    lists.logFile.clear();
+    lists() = {};
 }
 
 int setRebootCtrlList(const MacAddr* almac, uint16_t msgId, int flag, int result) {
-    return setAnsweredList(lists.reboot, almac, msgId, flag, result);
+    return setAnsweredList(lists().reboot, kReboot, almac, msgId, flag, result);
 }
 
 int setResetToDefaultCtrlList(const MacAddr* almac, uint16_t msgId, int flag, int result) {
-    return setAnsweredList(lists.resetToDefault, almac, msgId, flag, result);
+    return setAnsweredList(lists().resetToDefault, kResetToDefault, almac, msgId, flag, result);
 }
 
 uint16_t clearLEDCtrlList(const MacAddr& almac) {
-    return lists.led.answered(almac);
+    return lists().led.answered(almac);
 }
 
 uint16_t clearSystemCtrlList(const MacAddr& almac) {
-    return lists.system.answered(almac);
+    return lists().system.answered(almac);
 }
 
 void clearLogFileList(const MacAddr& almac) {
-    (void)lists.logFile.answered(almac);
+    (void)lists().logFile.answered(almac);
 }
 
 void clearNetworkCtrlList(const MacAddr& almac, uint16_t option) {
-    const auto* entry = lists.network.find(almac);
+    const auto* entry = lists().network.find(almac);
     // The answer to an earlier order does not end a later one.
-    if (entry != nullptr && entry->value.option == option) (void)lists.network.answered(almac);
+    if (entry != nullptr && entry->value.option == option) (void)lists().network.answered(almac);
 }
 
 int addLEDCtrlList(const MacAddr& almac, int32_t value, int flag, uint16_t msgId) {
-    return lists.led.replace({almac, msgId, value, flag, 0});
+    return lists().led.replace({almac, msgId, value, flag, 0});
 }
 
 int addSystemCtrlList(const MacAddr& almac, int32_t value, int flag, uint16_t msgId) {
-    return lists.system.replace({almac, msgId, value, flag, 0});
+    return lists().system.replace({almac, msgId, value, flag, 0});
 }
 
 int setLEDCtrlList(const MacAddr* almac, int32_t value, int flag, uint16_t msgId) {
-    return enterDevices(lists.led, almac, [&](const MacAddr& dev) {
+    return enterDevices(lists().led, kLED, almac, [&](const MacAddr& dev) {
         return addLEDCtrlList(dev, value, flag, msgId);
     });
 }
 
 int setSystemCtrlList(const MacAddr* almac, int32_t value, int flag, uint16_t msgId) {
-    return enterDevices(lists.system, almac, [&](const MacAddr& dev) {
+    return enterDevices(lists().system, kSystem, almac, [&](const MacAddr& dev) {
         return addSystemCtrlList(dev, value, flag, msgId);
     });
 }
 
 int addNetworkCtrlList(const MacAddr& almac, uint16_t option, std::string_view command, int flag) {
-    return lists.network.replace({almac, 0, {option, std::string(command)}, flag, 0});
+    return lists().network.replace({almac, 0, {option, std::string(command)}, flag, 0});
 }
 
 int setNetworkCtrlList(const MacAddr* almac, uint16_t option, std::string_view command, int flag) {
-    return enterDevices(lists.network, almac, [&](const MacAddr& dev) {
+    return enterDevices(lists().network, kNetwork, almac, [&](const MacAddr& dev) {
         return addNetworkCtrlList(dev, option, command, flag);
     });
 }
 
 int setLogFileList(const MacAddr* almac) {
-    return enterDevices(lists.logFile, almac, [](const MacAddr& dev) {
-        return lists.logFile.replace({dev, 0, {}, 1, 0});
+    return enterDevices(lists().logFile, kLogFile, almac, [](const MacAddr& dev) {
+        return lists().logFile.replace({dev, 0, {}, 1, 0});
     });
 }
 
 int checkRebootCtrlList() {
-    lists.reboot.repeat();
-    return kOk;
+    return repeat(lists().reboot, kReboot, [](const auto& entry) {
+        Outputlog("[Reboot] send Reboot to (" MAC_FMT ")", MAC_ARGS(entry.almac));
+        (void)sendVendMsg(entry.almac, VEND_MSG_TYPE_REBOOT_REQ, AlMacPayload{entry.almac});
+    });
 }
 
 int checkResetToDefaultCtrlList() {
-    lists.resetToDefault.repeat();
-    return kOk;
+    return repeat(lists().resetToDefault, kResetToDefault, [](const auto& entry) {
+        Outputlog("[ResetToDefault] send reset to default to (" MAC_FMT ")", MAC_ARGS(entry.almac));
+        (void)sendVendMsg(entry.almac, VEND_MSG_TYPE_RESETTODEFAULT_REQ, AlMacPayload{entry.almac});
+    });
 }
 
 int checkLEDCtrlList() {
-    lists.led.repeat();
-    return kOk;
+    return repeat(lists().led, kLED, [](const auto& entry) {
+        Outputlog("[LEDCtrl] send LED (%d) to (" MAC_FMT ")", entry.value, MAC_ARGS(entry.almac));
+        (void)sendVendMsg(entry.almac, VEND_MSG_TYPE_LED_CTRL_REQ,
+                          OptionPayload{entry.almac, static_cast<uint8_t>(entry.value)});
+    });
 }
 
 int checkSystemCtrlList() {
-    lists.system.repeat();
-    return kOk;
+    return repeat(lists().system, kSystem, [](const auto& entry) {
+        Outputlog("[SystemCtrl] send System (%d) to (" MAC_FMT ")", entry.value,
+                  MAC_ARGS(entry.almac));
+        (void)sendVendMsg(entry.almac, VEND_MSG_TYPE_SYSTEM_CTRL_REQ,
+                          OptionPayload{entry.almac, static_cast<uint8_t>(entry.value)});
+    });
 }
 
 int CheckNetworkCtrlList() {
-    lists.network.repeat();
-    return kOk;
+    return repeat(lists().network, kNetwork, [](const auto& entry) {
+        Outputlog("[NetworkCtrl] send Network (%d) to (" MAC_FMT ")", entry.value.option,
+                  MAC_ARGS(entry.almac));
+        (void)sendVendMsg(entry.almac, VEND_MSG_TYPE_NETWORKCTRL_REQ,
+                          NetworkCtrlReq{entry.almac, entry.value.option, entry.value.command});
+    });
 }
 
 int checkLogFileList() {
-    lists.logFile.repeat();
-    return kOk;
+    return repeat(lists().logFile, kLogFile, [](const auto& entry) {
+        (void)sendVendMsg(entry.almac, VEND_MSG_TYPE_REQUESTLOGFILE_REQ, AlMacPayload{entry.almac});
+    });
 }

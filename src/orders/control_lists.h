@@ -2,15 +2,33 @@
 // control, and the request for a log file, which may take the other device a while to make. Whoever
 // first sends an order enters it here with flag 1; the handler of its answer clears it; the
 // controller loop repeats the rest, each list with its own period and up to its own limit
-// (controller/settings.h).
+// (orders/schedule.h).
 //
 // Unless told otherwise: kOk, or kFailure for a missing address or a full list.
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "base/mac_addr.h"
+#include "orders/retry_list.h"
+
+struct NoValue {};
+
+struct NetworkOrder {
+    uint16_t option = 0;
+    std::string command;
+};
+
+struct ControlLists {
+    RetryList<NoValue> reboot;
+    RetryList<NoValue> resetToDefault;
+    RetryList<int32_t> led;
+    RetryList<int32_t> system;
+    RetryList<NetworkOrder> network;
+    RetryList<NoValue> logFile;
+};
 
 // Empties all lists.
 void initCtrlLists();

@@ -1,23 +1,25 @@
 #include "orders/firmware_upgrade_list.h"
 
 #include <algorithm>
-#include <list>
 
 #include "base/log.h"
 #include "base/result.h"
+#include "base/state.h"
 #include "db/records.h"
 
 namespace {
 
-std::list<FWupgradeEntry> FWupgradelistHead;
+std::list<FWupgradeEntry>& entries() {
+    return stateOf<FWupgradeList>().FWupgradelistHead;
+}
 
 // Meant: option 1 starts a new entry as in progress and leaves its sent flag alone.
 int addNew(const MacAddr& alMac, int option, long value) {
-    if (FWupgradelistHead.size() >= kMaxNbrDevs) {
+    if (entries().size() >= kMaxNbrDevs) {
         LOG(2, "too many upgrades, refuse (" MAC_FMT ")\r\n", MAC_ARGS(alMac));
         return kFailure;
     }
-    FWupgradeEntry& entry = FWupgradelistHead.emplace_back();
+    FWupgradeEntry& entry = entries().emplace_back();
     entry.alMac = alMac;
     if (option == kFWupgradeSetState) entry.state = static_cast<int32_t>(value);
     if (option == kFWupgradeSetSent) entry.state = kFWupgradeOrdered;
@@ -54,27 +56,26 @@ int addFWupgradelist(const MacAddr& alMac, int option, long value) {
 }
 
 FWupgradeEntry* findFWupgradelist(const MacAddr& alMac) {
-    const auto it = std::find_if(FWupgradelistHead.begin(), FWupgradelistHead.end(),
+    const auto it = std::find_if(entries().begin(), entries().end(),
                                  [&](const FWupgradeEntry& e) { return e.alMac == alMac; });
-    return it != FWupgradelistHead.end() ? &*it : nullptr;
+    return it != entries().end() ? &*it : nullptr;
 }
 
 size_t countFWupgradelist(Seconds maxAge) {
-    return static_cast<size_t>(
-        std::ranges::count_if(FWupgradelistHead, [&](const FWupgradeEntry& e) {
-            return e.state == kFWupgradeOrdered && now() - e.time <= maxAge;
-        }));
+    return static_cast<size_t>(std::ranges::count_if(entries(), [&](const FWupgradeEntry& e) {
+        return e.state == kFWupgradeOrdered && now() - e.time <= maxAge;
+    }));
 }
 
 int removeFWupgradelist(const MacAddr& alMac) {
     // alMac may stand in the entry that goes.
     const MacAddr gone = alMac;
-    FWupgradelistHead.remove_if([&](const FWupgradeEntry& e) { return e.alMac == gone; });
+    entries().remove_if([&](const FWupgradeEntry& e) { return e.alMac == gone; });
     return kOk;
 }
 
 int removeallFWupgradelist() {
-    FWupgradelistHead.clear();
+    entries().clear();
     return kOk;
 }
 

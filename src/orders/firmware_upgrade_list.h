@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <list>
 
 #include "base/clock.h"
 #include "base/mac_addr.h"
@@ -22,6 +23,10 @@ struct FWupgradeEntry {
     int32_t state = kFWupgradeNone;
     int32_t sent = 0;  // 1: a firmware-control request was sent
     Seconds time = 0;  // of the last order or re-stamp
+};
+
+struct FWupgradeList {
+    std::list<FWupgradeEntry> FWupgradelistHead;
 };
 
 // Enters the device when it is new, and sets what the option names. kOk, or kFailure when the list

@@ -1,40 +1,33 @@
 #include "orders/pending_requests.h"
 
-#include <array>
-
-#include "base/clock.h"
 #include "base/log.h"
 #include "base/result.h"
+#include "base/state.h"
 
 namespace {
 
-constexpr uint16_t kFree = 0xFFFF;
+constexpr uint16_t kFree = ServReqEntry::kFree;
 constexpr Seconds kLifetime = 6;
 
-struct ServReqEntry {
-    int32_t pid = 0;
-    uint8_t servId = 0;
-    uint16_t msgId = kFree;
-    Seconds time = 0;
-};
-
-std::array<ServReqEntry, 128> serv_req;
+auto& serv_req() {
+    return stateOf<PendingRequests>().serv_req;
+}
 
 }  // namespace
 
 void initPendingRequests() {
-    serv_req.fill({});
+    serv_req().fill({});
 }
 
 int registerServReq(int32_t pid, uint32_t servId, uint16_t msgId) {
     LOG(4, "pid = %d, servId = %d, msgId = %d\r\n", pid, static_cast<int>(servId), msgId);
     const Seconds time = now();
     ServReqEntry* expired = nullptr;
-    ServReqEntry* oldest = &serv_req.front();
+    ServReqEntry* oldest = &serv_req().front();
     Seconds greatestAge = 0;
     // Meant: age alone decides, so that the place of an answered request is taken no sooner than
     // that of one which still waits.
-    for (auto& entry : serv_req) {
+    for (auto& entry : serv_req()) {
         const Seconds age = time - entry.time;
         if (age >= kLifetime) {
             entry.msgId = kFree;
@@ -51,7 +44,7 @@ int registerServReq(int32_t pid, uint32_t servId, uint16_t msgId) {
 int32_t searchServReqRespPid(uint32_t servId, uint16_t msgId) {
     LOG(4, "servId = %d, msgId = %d\r\n", static_cast<int>(servId), msgId);
     // Meant: a request that has expired is still answered while nobody has taken its place.
-    for (auto& entry : serv_req) {
+    for (auto& entry : serv_req()) {
         if (entry.msgId == kFree || entry.msgId != msgId) continue;
         if (entry.servId + 1U != (servId & 0xFFU)) continue;
         entry.msgId = kFree;

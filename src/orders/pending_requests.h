@@ -2,7 +2,23 @@
 // which message identifier it was sent on.
 #pragma once
 
+#include <array>
 #include <cstdint>
+
+#include "base/clock.h"
+
+struct ServReqEntry {
+    static constexpr uint16_t kFree = 0xFFFF;
+
+    int32_t pid = 0;
+    uint8_t servId = 0;
+    uint16_t msgId = kFree;
+    Seconds time = 0;
+};
+
+struct PendingRequests {
+    std::array<ServReqEntry, 128> serv_req;
+};
 
 inline constexpr int32_t kNoClient = -1;
 

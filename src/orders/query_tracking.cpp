@@ -1,32 +1,20 @@
 #include "orders/query_tracking.h"
 
-#include <array>
-
-#include "base/clock.h"
 #include "base/log.h"
 #include "base/result.h"
+#include "base/state.h"
 #include "net/vend_sender.h"
 #include "wire/vend_payloads.h"
 
 namespace {
 
-constexpr uint16_t kFree = 0xFFFF;
+constexpr uint16_t kFree = VendQueryTable::kFree;
 constexpr Seconds kTimeout = 5;
 constexpr uint8_t kMaxRetries = 2;
 
-struct VendQueryTable {
-    MacAddr alMac{};
-    uint16_t msgId = kFree;
-    uint16_t vendMsgType = 0;
-    uint8_t retry = 0;
-    Seconds time = 0;
-
-    // Meant: an identifier of 32768 or above counts as none, so that such a query is neither
-    // matched nor sent again.
-    bool isActive() const { return static_cast<int16_t>(msgId) >= 0; }
-};
-
-std::array<VendQueryTable, 64> queries;
+auto& queries() {
+    return stateOf<VendQueries>().queries;
+}
 
 int sendQuery(const MacAddr& alMac, VendMsgType type, uint8_t retry, bool registers) {
     uint16_t msgId = 0;
@@ -57,7 +45,7 @@ void resend(VendQueryTable& entry, Seconds time) {
 }  // namespace
 
 int initVendQueries() {
-    queries.fill({});
+    queries().fill({});
     return kOk;
 }
 
@@ -82,8 +70,8 @@ void registerVendQueryMsg(const MacAddr& alMac, uint16_t msgId, uint16_t vendMsg
     LOG(4, "alMac = " MAC_FMT ", msgId = %d, vendMsgType = %d\r\n", MAC_ARGS(alMac), msgId,
         vendMsgType);
     const Seconds time = now();
-    VendQueryTable* oldest = &queries.front();
-    for (auto& entry : queries) {
+    VendQueryTable* oldest = &queries().front();
+    for (auto& entry : queries()) {
         if (entry.msgId == kFree) {
             entry = {alMac, msgId, vendMsgType, retry, time};
             return;
@@ -99,7 +87,7 @@ void registerVendQueryMsg(const MacAddr& alMac, uint16_t msgId, uint16_t vendMsg
 void ReportVendRespMsg(const MacAddr& alMac, uint16_t msgId, uint16_t vendMsgType) {
     LOG(4, "alMac = " MAC_FMT ", msgId = %d, vendMsgType = %d\r\n", MAC_ARGS(alMac), msgId,
         vendMsgType);
-    for (auto& entry : queries) {
+    for (auto& entry : queries()) {
         if (!entry.isActive() || entry.alMac != alMac || entry.msgId != msgId ||
             entry.vendMsgType != vendMsgType) {
             continue;
@@ -111,7 +99,7 @@ void ReportVendRespMsg(const MacAddr& alMac, uint16_t msgId, uint16_t vendMsgTyp
 
 int checkVendRespMsgReceived() {
     const Seconds time = now();
-    for (auto& entry : queries) {
+    for (auto& entry : queries()) {
         if (!entry.isActive()) continue;
         if (entry.retry >= kMaxRetries) {
             entry.msgId = kFree;

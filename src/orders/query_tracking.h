@@ -4,9 +4,29 @@
 // seconds, twice at most; a Wi-Fi state query is forgotten then.
 #pragma once
 
+#include <array>
 #include <cstdint>
 
+#include "base/clock.h"
 #include "base/mac_addr.h"
+
+struct VendQueryTable {
+    static constexpr uint16_t kFree = 0xFFFF;
+
+    MacAddr alMac{};
+    uint16_t msgId = kFree;
+    uint16_t vendMsgType = 0;
+    uint8_t retry = 0;
+    Seconds time = 0;
+
+    // Meant: an identifier of 32768 or above counts as none, so that such a query is neither
+    // matched nor sent again.
+    bool isActive() const { return static_cast<int16_t>(msgId) >= 0; }
+};
+
+struct VendQueries {
+    std::array<VendQueryTable, 64> queries;
+};
 
 // Forgets all pending queries. kOk.
 int initVendQueries();

@@ -8,30 +8,26 @@
 #include "base/log.h"
 #include "base/mac_addr.h"
 #include "base/result.h"
-#include "orders/schedule.h"
 
 inline constexpr size_t kMaxRetryEntries = 4096;
 
 template <typename Value>
 struct RetryEntry {
     MacAddr almac;
-    uint16_t msgId =
-        0;  // of the first sending: the waiting client is answered under it, 0 for none
+    // Of the first sending: the waiting client is answered under it. 0 if none waits.
+    uint16_t msgId = 0;
     Value value{};
     int flag = 0;   // 1 waiting for the answer, 0 answered or given up
     int count = 0;  // repetitions so far
 };
 
-// The list of one kind of order. A kind names the Value that is repeated with an order, the kCheck
-// that runs the list, the kLimit (a setting) of its repetitions, a kRetryLine for the log, and the
-// function send(entry) that repeats the order.
-template <typename Kind>
+// The list of one kind of order; a Value is repeated with each.
+template <typename Value>
 class RetryList {
   public:
-    using Value = typename Kind::Value;
     using Entry = RetryEntry<Value>;
 
-    // The entry of the device, of several the first that waits; nullptr when there is none.
+    // The entry of the device, of several the first that waits; nullptr if there is none.
     Entry* find(const MacAddr& almac) {
         Entry* found = nullptr;
         for (Entry& entry : entries_) {
@@ -42,8 +38,8 @@ class RetryList {
         return found;
     }
 
-    // The device has answered: its order is not repeated any more. The identifier under which the
-    // client of the order waits, 0 when none does.
+    // The device has answered: its order is not repeated any more. Returns the identifier under
+    // which the client of the order waits, 0 if none does.
     uint16_t answered(const MacAddr& almac) {
         Entry* entry = find(almac);
         if (entry == nullptr) return 0;
@@ -52,7 +48,7 @@ class RetryList {
     }
 
     // kOk, or kFailure when the list is full.
-    int append(Entry&& entry) {
+    [[nodiscard]] int append(Entry&& entry) {
         if (entries_.size() >= kMaxRetryEntries) {
             LOG(2, "too many orders, refuse (" MAC_FMT ")\r\n", MAC_ARGS(entry.almac));
             return kFailure;
@@ -62,28 +58,26 @@ class RetryList {
     }
 
     // A new order takes the place of an earlier one to the same device. kOk or kFailure.
-    int replace(Entry&& entry) {
+    [[nodiscard]] int replace(Entry&& entry) {
         Entry* earlier = find(entry.almac);
         if (earlier == nullptr) return append(std::move(entry));
         *earlier = std::move(entry);
         return kOk;
     }
 
-    // There is work: the next pass comes one full period from now.
-    void activate() {
-        active_ = true;
-        checkTimeStamp(Kind::kCheck) = now();
-    }
+    // The list has work to do, until a pass finds nothing to repeat.
+    void activate() { active_ = true; }
 
-    // Repeats every order that was not answered; a pass that has nothing to repeat frees the list.
-    void repeat() {
+    // Repeats by send(entry) every order that was not answered, each up to limit times; a pass that
+    // has nothing to repeat empties the list.
+    template <typename Send>
+    void repeat(int limit, const char* retryLine, Send&& send) {
         if (!active_ || entries_.empty()) return;
-        const int limit = scheduleSettings().*Kind::kLimit;
         int sent = 0;
         for (Entry& entry : entries_) {
             if (entry.flag == 1 && entry.count < limit) {
-                LOG_PUTS(4, Kind::kRetryLine);
-                Kind::send(entry);
+                LOG_PUTS(4, retryLine);
+                send(entry);
                 entry.count++;
                 sent++;
             }
@@ -99,5 +93,5 @@ class RetryList {
 
   private:
     std::list<Entry> entries_;
-    bool active_ = false;  // from the first order until a pass has sent nothing
+    bool active_ = false;
 };

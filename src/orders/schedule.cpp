@@ -1,24 +1,23 @@
 #include "orders/schedule.h"
 
-#include <array>
+#include "base/state.h"
 
 namespace {
 
-struct {
-    ScheduleSettings settings;
-    std::array<Seconds, kCheckNum> stamps{};
-} schedule;
+Schedule& schedule() {
+    return stateOf<Schedule>();
+}
 
 }  // namespace
 
 ScheduleSettings& scheduleSettings() {
-    return schedule.settings;
+    return schedule().settings;
 }
 
 Seconds& checkTimeStamp(CheckId check) {
-    return schedule.stamps.at(check);
+    return schedule().stamps.at(check);
 }
 
 void clearCheckTimeStamps() {
-    schedule.stamps.fill(0);
+    schedule().stamps.fill(0);
 }

@@ -1,6 +1,7 @@
 // The schedule of the periodic controller loop: its settings, and when each check last ran.
 #pragma once
 
+#include <array>
 #include <cstdint>
 
 #include "base/clock.h"
@@ -84,6 +85,11 @@ enum CheckId : uint8_t {
     kCheckEthernetPortState,
     kCheckDeviceSettings,
     kCheckNum
+};
+
+struct Schedule {
+    ScheduleSettings settings;
+    std::array<Seconds, kCheckNum> stamps{};
 };
 
 // When the check last ran, 0 at first. Whoever sets it to now() puts the check off by a period.

@@ -10,23 +10,15 @@
 #include "base/clock.h"
 #include "base/log.h"
 #include "base/result.h"
+#include "base/state.h"
 #include "base/text.h"
 #include "orders/service_ids.h"
 
 namespace {
 
-struct Segment {
-    key_t key;
-    size_t size;
-    int id = -1;
-    uint8_t* memory = nullptr;
-};
-
-struct State {
-    Segment request{slots::kReqKey, slots::kReqSize};
-    Segment response{slots::kRespKey, slots::kRespSize};
-    bool taken = false;  // a request, and not yet marked idle
-} state;
+SlotsState& state() {
+    return stateOf<SlotsState>();
+}
 
 // Host byte order, whatever the alignment.
 void putNumber(uint8_t* at, size_t width, uint32_t value) {
@@ -54,7 +46,7 @@ uint8_t flagOf(uint8_t* slot) {
     return std::atomic_ref<uint8_t>(slot[slots::kFlag.at]).load(std::memory_order_acquire);
 }
 
-int initSegment(Segment& segment) {
+int initSegment(SlotSegment& segment) {
     segment.id = shmget(segment.key, segment.size, slots::kShmFlags);
     if (segment.id < 0) {
         LOG_PUTS(1, "shmget() failed\r");
@@ -65,18 +57,19 @@ int initSegment(Segment& segment) {
         LOG_PUTS(1, "shmat() failed\r");
         return kFailure;
     }
-    segment.memory = static_cast<uint8_t*>(memory);
+    segment.memory.reset(static_cast<uint8_t*>(memory));
     // One that nobody else can find goes with its process, however that ends.
     if (segment.key == IPC_PRIVATE) (void)shmctl(segment.id, IPC_RMID, nullptr);
-    std::memset(segment.memory, 0, segment.size);
-    putNumber(segment.memory + slots::kServId.at, slots::kServId.width, kServNone);
-    setFlag(segment.memory, slots::kIdle);
+    uint8_t* const slot = segment.memory.get();
+    std::memset(slot, 0, segment.size);
+    putNumber(slot + slots::kServId.at, slots::kServId.width, kServNone);
+    setFlag(slot, slots::kIdle);
     return kOk;
 }
 
-int destroySegment(Segment& segment) {
-    if (segment.memory == nullptr || shmdt(segment.memory) != 0) return kFailure;
-    segment.memory = nullptr;
+int destroySegment(SlotSegment& segment) {
+    if (!segment.memory) return kFailure;
+    segment.memory.reset();
     if (segment.key != IPC_PRIVATE && shmctl(segment.id, IPC_RMID, nullptr) != 0) return kFailure;
     segment.id = -1;
     return kOk;
@@ -84,27 +77,31 @@ int destroySegment(Segment& segment) {
 
 }  // namespace
 
+void DetachSlot::operator()(uint8_t* memory) const {
+    (void)shmdt(memory);
+}
+
 int initServReqShm() {
-    return initSegment(state.request);
+    return initSegment(state().request);
 }
 int initServRespShm() {
-    return initSegment(state.response);
+    return initSegment(state().response);
 }
 uint8_t* getServReqShm() {
-    return state.request.memory;
+    return state().request.memory.get();
 }
 uint8_t* getServRespShm() {
-    return state.response.memory;
+    return state().response.memory.get();
 }
 int destroyServReqShm() {
-    return destroySegment(state.request);
+    return destroySegment(state().request);
 }
 int destroyServRespShm() {
-    return destroySegment(state.response);
+    return destroySegment(state().response);
 }
 
 void usePrivateSlots() {
-    state.request.key = state.response.key = IPC_PRIVATE;
+    state().request.key = state().response.key = IPC_PRIVATE;
 }
 
 ServReq::ServReq(const uint8_t* slot) {
@@ -142,31 +139,31 @@ Bytes ServReq::bytes(size_t at, size_t width) const {
 }
 
 bool requestIsWaiting() {
-    return state.request.memory != nullptr && flagOf(state.request.memory) == slots::kFull;
+    return state().request.memory && flagOf(state().request.memory.get()) == slots::kFull;
 }
 
 ServReq takeRequest() {
-    state.taken = true;
-    return ServReq(state.request.memory);
+    state().taken = true;
+    return ServReq(state().request.memory.get());
 }
 
 bool requestIsHeld(const ServReq& request) {
-    return requestIsWaiting() && ServReq(state.request.memory) == request;
+    return requestIsWaiting() && ServReq(state().request.memory.get()) == request;
 }
 
 void markRequestIdle() {
-    if (state.taken && state.request.memory != nullptr) {
-        setFlag(state.request.memory, slots::kIdle);
+    if (state().taken && state().request.memory) {
+        setFlag(state().request.memory.get(), slots::kIdle);
     }
-    state.taken = false;
+    state().taken = false;
 }
 
 void forgetRequest() {
-    state.taken = false;
+    state().taken = false;
 }
 
 void markResponseFree() {
-    if (state.response.memory != nullptr) setFlag(state.response.memory, slots::kIdle);
+    if (state().response.memory) setFlag(state().response.memory.get(), slots::kIdle);
 }
 
 ServResp::ServResp(int32_t pid, uint16_t servId) {
@@ -190,7 +187,7 @@ ServResp& ServResp::bytes(size_t at, Bytes value) {
 }
 
 int ServResp::put() {
-    uint8_t* const slot = state.response.memory;
+    uint8_t* const slot = state().response.memory.get();
     if (slot == nullptr) return kOk;
     std::memcpy(slot, bytes_.data(), slots::kFlag.at);
     std::memcpy(slot + slots::kPayload, bytes_.data() + slots::kPayload, end_ - slots::kPayload);
@@ -199,7 +196,7 @@ int ServResp::put() {
 }
 
 int ServResp::post() {
-    uint8_t* const slot = state.response.memory;
+    uint8_t* const slot = state().response.memory.get();
     for (int look = 0; slot != nullptr && look < kSlotLooks; look++) {
         if (flagOf(slot) == slots::kIdle) break;
         sleepMicroseconds(kSlotWait);

@@ -5,10 +5,28 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <string_view>
 
 #include "base/bytes.h"
 #include "orders/slot_layout.h"
+
+struct DetachSlot {
+    void operator()(uint8_t* memory) const;
+};
+
+struct SlotSegment {
+    int key;
+    size_t size;
+    int id = -1;
+    std::unique_ptr<uint8_t, DetachSlot> memory{};
+};
+
+struct SlotsState {
+    SlotSegment request{slots::kReqKey, slots::kReqSize};
+    SlotSegment response{slots::kRespKey, slots::kRespSize};
+    bool taken = false;  // a request, and not yet marked idle
+};
 
 // Create or take over a segment and put it into its initial state. kOk or kFailure.
 int initServReqShm();

@@ -3,8 +3,19 @@
 // second to whoever started it.
 #pragma once
 
+#include <vector>
+
+#include "base/clock.h"
 #include "base/mac_addr.h"
 #include "wire/vend_payloads.h"
+
+struct SpeedTestState {
+    SpeedTestCtrlReq order;
+    std::vector<MacAddr> silent;  // have not acknowledged it
+    int repeats = 0;
+    MacAddr client;       // who ordered the test of this device, all zero at first
+    Seconds started = 0;  // when its figures were first sent
+};
 
 // Forgets the order and who gave the last one.
 void initSpeedTest();

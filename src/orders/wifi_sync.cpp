@@ -1,12 +1,11 @@
 #include "orders/wifi_sync.h"
 
-#include <array>
-#include <map>
 #include <memory>
 #include <string>
 
 #include "base/log.h"
 #include "base/result.h"
+#include "base/state.h"
 #include "db/database.h"
 #include "db/device_table.h"
 #include "net/vend_sender.h"
@@ -18,19 +17,9 @@
 
 namespace {
 
-// How a device stands to the present text.
-struct Standing {
-    uint16_t msgId = 0;  // of the last sending
-    int sent = 0;
-    bool acknowledged = false;
-};
-
-struct Sync {
-    std::string text;
-    std::map<MacAddr, Standing> devices;
-};
-
-std::array<Sync, kWifiSyncNum> syncs;
+auto& syncs() {
+    return stateOf<WifiSyncState>().syncs;
+}
 
 struct Kind {
     const char* name;
@@ -43,8 +32,8 @@ constexpr Kind kKinds[kWifiSyncNum] = {
 };
 
 // Another text makes everybody's standing void.
-Sync& syncOf(WifiSyncKind kind, std::string_view text) {
-    Sync& sync = syncs.at(kind);
+WifiSync& syncOf(WifiSyncKind kind, std::string_view text) {
+    WifiSync& sync = syncs().at(kind);
     if (sync.text != text) sync = {std::string(text), {}};
     return sync;
 }
@@ -54,7 +43,8 @@ bool isWanted(const Ieee1905DevTable& dev) {
            checkMACisApprove(dev.alMac.data(), dev.hostname.c_str()) == 0;
 }
 
-void handOut(const Kind& kind, const MacAddr& almac, const std::string& text, Standing& standing) {
+void handOut(const Kind& kind, const MacAddr& almac, const std::string& text,
+             WifiSyncStanding& standing) {
     if (standing.acknowledged || standing.sent > scheduleSettings().WIFISync_LoopCount) return;
     if (standing.sent == scheduleSettings().WIFISync_LoopCount)
         LOG(2, "%s: no acknowledgement from (" MAC_FMT "), last attempt\n", kind.name,
@@ -70,7 +60,7 @@ int check(WifiSyncKind which) {
     if (al == nullptr || topol == nullptr || al->role() != PLATFORM_REGISTRAR) return kFailure;
     std::string text;
     if (fetchSyncText(kind.get, text) != 0 || text.empty()) return kFailure;
-    Sync& sync = syncOf(which, text);
+    WifiSync& sync = syncOf(which, text);
     // A device that comes back after it was lost begins anew.
     std::erase_if(sync.devices,
                   [](const auto& it) { return getIeee1905DevTableById(it.first) == nullptr; });
@@ -83,7 +73,7 @@ int check(WifiSyncKind which) {
 }  // namespace
 
 void initWifiSync() {
-    syncs = {};
+    syncs() = {};
 }
 
 int checkWIFIStateSync() {
@@ -96,7 +86,7 @@ int checkWIFIChannelSync() {
 
 void noteWifiSyncSent(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
                       std::string_view text) {
-    Sync& sync = syncOf(kind, text);
+    WifiSync& sync = syncOf(kind, text);
     const TopolTable* topol = getNetTopolTable();
     if (topol == nullptr) return;
     for (const auto& dev : topol->devs) {
@@ -107,7 +97,7 @@ void noteWifiSyncSent(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
 
 void noteWifiSyncAck(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
                      std::string_view result) {
-    auto& devices = syncs.at(kind).devices;
+    auto& devices = syncs().at(kind).devices;
     const auto it = devices.find(almac);
     // The answer to an earlier sending says nothing of the present text.
     if (it == devices.end() || it->second.msgId != msgId) return;

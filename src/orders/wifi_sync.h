@@ -2,12 +2,31 @@
 // until it has acknowledged the text, and again when the text changes.
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <map>
+#include <string>
 #include <string_view>
 
 #include "base/mac_addr.h"
 
 enum WifiSyncKind : uint8_t { kWifiStateSync, kWifiChannelSync, kWifiSyncNum };
+
+// How a device stands to the present text.
+struct WifiSyncStanding {
+    uint16_t msgId = 0;  // of the last sending
+    int sent = 0;
+    bool acknowledged = false;
+};
+
+struct WifiSync {
+    std::string text;
+    std::map<MacAddr, WifiSyncStanding> devices;
+};
+
+struct WifiSyncState {
+    std::array<WifiSync, kWifiSyncNum> syncs;
+};
 
 // Forgets who has what.
 void initWifiSync();

@@ -3,6 +3,7 @@
 #include "base/log.h"
 #include "base/monitor_state.h"
 #include "base/result.h"
+#include "base/state.h"
 #include "orders/pending_requests.h"
 #include "orders/slots.h"
 #include "platform/lifecycle.h"
@@ -12,18 +13,20 @@
 
 namespace {
 
-uint32_t state = kUninit;
+uint32_t& state() {
+    return stateOf<ServiceMonitor>().state;
+}
 
 int invalidOperation() {
     LOG(1,
         "invalid operation: current state is (%d)(0:UNINIT, 1:INIT, 2:START, 3:IDLE, 4:STOP)\r\n",
-        static_cast<int>(state));
+        static_cast<int>(state()));
     return kInvalidState;
 }
 
 // Meant: "INIT", whatever the state should be.
 int invalidState(MonitorState expected) {
-    LOG(1, "invalid operational state (%d) should be (%d/INIT)\r\n", static_cast<int>(state),
+    LOG(1, "invalid operational state (%d) should be (%d/INIT)\r\n", static_cast<int>(state()),
         expected);
     return kFailure;
 }
@@ -37,7 +40,7 @@ int initServiceHandler() {
 }
 
 int initServiceMonitor() {
-    if (state != kUninit) return invalidOperation();
+    if (state() != kUninit) return invalidOperation();
     LOG_PUTS(4, "initialize shared memory\r");
     if (initServReqShm() != kOk || initServRespShm() != kOk) {
         // Meant: the same words for either segment, and when they are destroyed.
@@ -46,22 +49,22 @@ int initServiceMonitor() {
         return kFailure;
     }
     openWakeFifo();
-    state = kInit;
+    state() = kInit;
     return kOk;
 }
 
 int startServiceMonitor() {
-    if (state != kInit) return invalidState(kInit);
+    if (state() != kInit) return invalidState(kInit);
     if (initServiceHandler() != kOk) {
         LOG_PUTS(1, "failed to initialize service handler\r");
         return kFailure;
     }
-    state = kStart;
+    state() = kStart;
     return kOk;
 }
 
 int runServiceMonitor() {
-    if (state != kStart) return invalidState(kStart);
+    if (state() != kStart) return invalidState(kStart);
     drainWakeFifo();
     if (!requestIsWaiting()) return kOk;
     const int result = requestHandleService(takeRequest());
@@ -71,7 +74,7 @@ int runServiceMonitor() {
 }
 
 int destroyServiceMonitor() {
-    if (state == kUninit) return invalidOperation();
+    if (state() == kUninit) return invalidOperation();
     closeWakeFifo();
     initPendingRequests();
     const int request = destroyServReqShm();
@@ -80,10 +83,10 @@ int destroyServiceMonitor() {
         LOG_PUTS(1, "initSerReqShm() failed\r");
         return kFailure;
     }
-    state = kUninit;
+    state() = kUninit;
     return kOk;
 }
 
 uint32_t getServiceMonitorState() {
-    return state;
+    return state();
 }

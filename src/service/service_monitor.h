@@ -6,6 +6,12 @@
 
 #include <cstdint>
 
+#include "base/monitor_state.h"
+
+struct ServiceMonitor {
+    uint32_t state = kUninit;
+};
+
 int initServiceMonitor();
 int startServiceMonitor();
 // Handles at most one request. Called on every pass of the main loop.

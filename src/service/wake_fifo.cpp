@@ -5,18 +5,17 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <string>
 
 #include "base/fd.h"
 #include "base/log.h"
+#include "base/state.h"
 #include "orders/slot_layout.h"
 
 namespace {
 
-struct State {
-    std::string path = slots::kWakeFifo;  // empty: none is made
-    Fd fifo;
-} state;
+WakeFifo& state() {
+    return stateOf<WakeFifo>();
+}
 
 bool isFifo(int fd) {
     struct stat info {};
@@ -26,8 +25,8 @@ bool isFifo(int fd) {
 }  // namespace
 
 void openWakeFifo() {
-    if (state.path.empty()) return;
-    const char* const path = state.path.c_str();
+    if (state().path.empty()) return;
+    const char* const path = state().path.c_str();
     (void)mkfifo(path, 0622);
     // Open for writing too: without a writer a FIFO is readable for ever. Not through a link, and
     // not held up by anything that bears the name.
@@ -38,27 +37,27 @@ void openWakeFifo() {
     }
     // The file mode mask does not hold for those who may poke.
     (void)fchmod(fifo.get(), 0622);
-    state.fifo = std::move(fifo);
+    state().fifo = std::move(fifo);
 }
 
 int wakeFifoFd() {
-    return state.fifo.get();
+    return state().fifo.get();
 }
 
 void drainWakeFifo() {
-    if (!state.fifo) return;
+    if (!state().fifo) return;
     char bytes[256];
     // Bounded: a client that never stops poking must not stop the daemon.
-    for (int i = 0; i < 256 && read(state.fifo.get(), bytes, sizeof bytes) > 0; i++) {
+    for (int i = 0; i < 256 && read(state().fifo.get(), bytes, sizeof bytes) > 0; i++) {
     }
 }
 
 void closeWakeFifo() {
-    if (!state.fifo) return;
-    state.fifo = Fd();
-    (void)unlink(state.path.c_str());
+    if (!state().fifo) return;
+    state().fifo = Fd();
+    (void)unlink(state().path.c_str());
 }
 
 void setWakeFifoPath(const char* path) {
-    state.path = path != nullptr ? path : "";
+    state().path = path != nullptr ? path : "";
 }

@@ -1,0 +1,44 @@
+// All that a device knows: the state of every module, lowest floor first. The daemon has one; a
+// test or simulation may make several and clears one by making it anew.
+#pragma once
+
+#include <tuple>
+
+#include "controller/announcements.h"
+#include "controller/controller_loop.h"
+#include "controller/root_ap.h"
+#include "daemon/control_files.h"
+#include "daemon/message_monitor.h"
+#include "daemon/receiver.h"
+#include "db/data_model_update.h"
+#include "db/database.h"
+#include "db/sys_ctrl.h"
+#include "db/upcalls.h"
+#include "handlers/wifi_handlers.h"
+#include "net/fragment_store.h"
+#include "net/ports.h"
+#include "net/transmitter.h"
+#include "orders/control_lists.h"
+#include "orders/firmware_upgrade_list.h"
+#include "orders/pending_requests.h"
+#include "orders/query_tracking.h"
+#include "orders/schedule.h"
+#include "orders/slots.h"
+#include "orders/speed_test.h"
+#include "orders/wifi_sync.h"
+#include "service/service_monitor.h"
+#include "service/wake_fifo.h"
+
+using DeviceState = std::tuple<                                           //
+    SysCtrl, Database, DataModelUpdateReq, Upcalls,                       // db
+    PortsState, TransmitterState, FragmentStore,                          // net
+    VendQueries, ControlLists, FWupgradeList, Schedule, PendingRequests,  // orders
+    SlotsState, SpeedTestState, WifiSyncState,                            //
+    ResultFiles,                                                          // handlers
+    Announcements, ControllerLoop, RootAp,                                // controller
+    ServiceMonitor, WakeFifo,                                             // service
+    MessageMonitor, Receiver, ControlFiles>;                              // daemon
+
+// From now on every module works on this device, which must outlive its use. The debug level and
+// the clock are the process's and stay as they are.
+void useDevice(DeviceState& device);
