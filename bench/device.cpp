@@ -9,9 +9,8 @@
 #include "db/data_manager.h"
 #include "db/database.h"
 #include "net/message_builder.h"
-#include "support/fake_platform.h"
-#include "support/fake_raw_socket.h"
 #include "support/test_clock.h"
+#include "support/test_device.h"
 #include "wire/frame.h"
 #include "wire/standard_tlv.h"
 
@@ -43,7 +42,6 @@ void start(unsigned nbrsPerIntf, unsigned non1905PerIntf, unsigned intfsWithNbrs
             platform.intfs[i].nbrs.push_back(nbrIntfMac(n++));
         }
     }
-    fakeNet().reset();
     fakeNet().addPlatformIntfs();
     installUpcalls();
     if (initDataManager() != kOk || initMessageMonitor() != kOk) abort();
@@ -69,7 +67,7 @@ MacAddr nbrIntfMac(unsigned n) {
 }
 
 void startReferenceDevice() {
-    fakePlatform().reset();
+    freshDevice();
     fakePlatform().intfs.clear();
     for (unsigned i = 0; i < 3; i++) addIntf(i);
     fakePlatform().intfs[2].mediaType = 0x0105;
@@ -78,15 +76,14 @@ void startReferenceDevice() {
 }
 
 void startDevice(unsigned intfNum) {
-    fakePlatform().reset();
+    freshDevice();
     fakePlatform().intfs.clear();
     for (unsigned i = 0; i < intfNum; i++) addIntf(i);
     start(2, 1, intfNum);
 }
 
 void stopDevice() {
-    (void)destroyMessageMonitor();
-    (void)destroyDataManager();
+    freshDevice();
 }
 
 size_t encodeTopolResp(std::span<uint8_t> out) {

@@ -1,15 +1,13 @@
 // Meshes of growing size on one segment, with a driven clock: a Registrar and so many Enrollees.
 //   vm1905_scale [MINUTES [ENROLLEES...]]
-// For each size, after 130 seconds to settle and again at the end: the memory of a device, and the
-// sizes of its tables, which may not grow; between the two, the CPU time that a device took. And
-// what a pass of the main loop costs in which nothing arrives.
-#include <sys/resource.h>
-#include <unistd.h>
+// For each size, after 130 seconds to settle and again at the end: the heap that a device takes,
+// and the sizes of the Registrar's tables, which may not grow; between the two, the CPU time that a
+// device took. And the cost of a pass of the main loop in which nothing arrives.
+#include <malloc.h>
 
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -17,7 +15,6 @@
 #include "base/result.h"
 #include "daemon/main_loop.h"
 #include "sim/mesh.h"
-#include "support/fake_platform.h"
 
 namespace {
 
@@ -25,84 +22,64 @@ using sim::Device;
 
 constexpr Seconds kSettling = 130;
 constexpr int kPasses = 1000;
-constexpr time_t kPatience = 600;  // hundreds of devices share a processor, maybe with others
 
-// Commands that a device carries out itself.
-std::string nanosecondsOfPass() {
+double microsecondsOfPass() {
     using Clock = std::chrono::steady_clock;
     const auto begin = Clock::now();
     for (int i = 0; i < kPasses; i++) {
         if (runPass() != kOk) throw std::runtime_error("the main loop ended");
     }
-    const std::chrono::nanoseconds took = Clock::now() - begin;
-    return std::to_string(took.count() / kPasses);
-}
-
-std::string cpuMicroseconds() {
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    const auto microseconds = [](const timeval& time) {
-        return time.tv_sec * 1'000'000 + time.tv_usec;
-    };
-    return std::to_string(microseconds(usage.ru_utime) + microseconds(usage.ru_stime));
-}
-
-std::string privateKilobytes() {
-    std::ifstream file("/proc/self/smaps_rollup");
-    for (std::string word; file >> word;) {
-        if (word == "Private_Dirty:" && file >> word) return word;
-    }
-    throw std::runtime_error("no /proc/self/smaps_rollup");
+    const std::chrono::duration<double, std::micro> took = Clock::now() - begin;
+    return took.count() / kPasses;
 }
 
 struct Figures {
-    double cpu = 0;     // microseconds
-    double memory = 0;  // kB
+    double registrar = 0, enrollee = 0;  // ms of CPU so far, of the Enrollees the mean
+    double heap = 0;                     // kB a device
 };
 
-// Of the devices from begin to end, the mean.
-Figures measure(sim::Mesh& mesh, const std::vector<Device>& devices, size_t begin, size_t end) {
-    Figures sum;
-    for (size_t i = begin; i < end; i++) {
-        sum.cpu += std::stod(mesh.command(devices[i], cpuMicroseconds));
-        sum.memory += std::stod(mesh.command(devices[i], privateKilobytes));
+Figures measure(sim::Mesh& mesh, const std::vector<Device>& devices) {
+    Figures figures;
+    figures.registrar = static_cast<double>(mesh.cpuTime(devices[0])) / 1e6;
+    for (size_t i = 1; i < devices.size(); i++) {
+        figures.enrollee += static_cast<double>(mesh.cpuTime(devices[i])) / 1e6;
     }
-    const auto n = static_cast<double>(end - begin);
-    return {sum.cpu / n, sum.memory / n};
+    figures.enrollee /= static_cast<double>(devices.size() - 1);
+    const struct mallinfo2 heap = mallinfo2();
+    figures.heap = static_cast<double>(heap.uordblks + heap.hblkhd) / 1024 /
+                   static_cast<double>(devices.size());
+    return figures;
 }
 
 void runSize(size_t enrollees, Seconds minutes) {
-    sim::Mesh mesh(kPatience);
+    sim::Mesh mesh;
     std::vector<Device> devices;
     const sim::Segment segment = mesh.segment({});
     for (size_t i = 0; i <= enrollees; i++) {
         const uint8_t role = i == 0 ? 0 : 1;
-        devices.push_back(mesh.addDevice(
-            i == 0 ? "registrar" : "e" + std::to_string(i),
-            {.debugLevel = 0, .prepare = [role] { fakePlatform().wps.deviceType = role; }}));
+        devices.push_back(
+            mesh.addDevice(i == 0 ? "registrar" : "e" + std::to_string(i),
+                           {.prepare = [role] { fakePlatform().wps.deviceType = role; }}));
         mesh.attach(segment, {devices.back(), "eth0"});
     }
     mesh.run(kSettling);
     const size_t framesBefore = mesh.framesSent();
-    const std::string sizes = mesh.command(devices[0], sim::tableSizes);
-    const Figures before = measure(mesh, devices, 0, 1);
-    const Figures othersBefore = measure(mesh, devices, 1, devices.size());
+    const std::string sizes = mesh.in(devices[0], sim::tableSizes);
+    const Figures before = measure(mesh, devices);
     for (Seconds minute = 0; minute < minutes; minute++) {
         mesh.run(60);
         fprintf(stderr, "\r%zu Enrollees, minute %d of %d ", enrollees,
                 static_cast<int>(minute + 1), static_cast<int>(minutes));
     }
     fprintf(stderr, "\r%40s\r", "");
-    const Figures after = measure(mesh, devices, 0, 1);
-    const Figures othersAfter = measure(mesh, devices, 1, devices.size());
+    const Figures after = measure(mesh, devices);
     const auto perMinute = [minutes](double value) { return value / static_cast<double>(minutes); };
-    const bool grown = mesh.command(devices[0], sim::tableSizes) != sizes;
-    printf("%9zu %12.0f %10.1f %10.1f %9.2f %7.0f -> %-7.0f %7.0f -> %-7.0f %s\n", enrollees,
+    const bool grown = mesh.in(devices[0], sim::tableSizes) != sizes;
+    printf("%9zu %12.0f %10.1f %10.1f %9.2f %7.0f -> %-7.0f %s\n", enrollees,
            perMinute(static_cast<double>(mesh.framesSent() - framesBefore)),
-           perMinute(after.cpu - before.cpu) / 1000,
-           perMinute(othersAfter.cpu - othersBefore.cpu) / 1000,
-           std::stod(mesh.command(devices[0], nanosecondsOfPass)) / 1000, before.memory,
-           after.memory, othersBefore.memory, othersAfter.memory, grown ? "GROWN" : "as before");
+           perMinute(after.registrar - before.registrar),
+           perMinute(after.enrollee - before.enrollee), mesh.in(devices[0], microsecondsOfPass),
+           before.heap, after.heap, grown ? "GROWN" : "as before");
     fflush(stdout);
 }
 
@@ -118,10 +95,10 @@ int main(int argc, char** argv) {
         return 2;
     }
     printf("%d simulated minutes on one segment\n", minutes);
-    printf("%9s %12s %21s %9s %35s %s\n", "", "frames", "CPU ms/min", "us of a",
-           "private memory, kB", "tables");
-    printf("%9s %12s %10s %10s %9s %18s %17s\n", "Enrollees", "a minute", "Registrar", "Enrollee",
-           "pass", "Registrar", "Enrollee");
+    printf("%9s %12s %21s %9s %18s %s\n", "", "frames", "CPU ms/min", "us of a", "heap, kB",
+           "tables");
+    printf("%9s %12s %10s %10s %9s %18s\n", "Enrollees", "a minute", "Registrar", "Enrollee",
+           "pass", "a device");
     for (const int size : sizes) {
         if (size < 1 || size > 2000) continue;
         runSize(static_cast<size_t>(size), minutes);

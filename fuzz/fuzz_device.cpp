@@ -32,10 +32,9 @@
 #include "orders/query_tracking.h"
 #include "publish/json_autoconfig.h"
 #include "publish/json_data_model.h"
-#include "support/fake_platform.h"
-#include "support/fake_raw_socket.h"
 #include "support/frames.h"
 #include "support/test_clock.h"
+#include "support/test_device.h"
 #include "wire/frame.h"
 #include "wire/standard_tlv.h"
 #include "wire/vend_msg.h"
@@ -80,7 +79,6 @@ class Folder {
 
 void scriptPlatform(uint8_t switches) {
     FakePlatform& platform = fakePlatform();
-    platform.reset();
     platform.intfs[0].mediaType = 0x0105;
     platform.intfs[0].mediaInfo = std::vector<uint8_t>(10, 0x5A);
     platform.intfs[0].nbrs = {{0x02, 0xEE, 0, 0, 0, 1}, {0x02, 0xEE, 0, 0, 0, 2}};
@@ -142,19 +140,17 @@ void ask() {
 }
 
 void startDevice(uint8_t switches, const Folder& folder) {
-    (void)setDefSysConfig();
+    freshDevice();
     (void)setDataModelFolderOption(folder.path());
     DEBUGLEVEL = (switches & kVerbose) != 0 ? 5 : 0;
     setTestTime(kStart);
     scriptPlatform(switches);
     sentIds = {};
-    fakeNet().reset();
     fakeNet().addPlatformIntfs();
     (void)setEnableNetTopolOption((switches & kTopolOff) != 0 ? 0 : 1);
     (void)setEnableLogOption(1);
     (void)setLogIndexOption(1);
     installUpcalls();
-    initMessageTransmitterLoop();
     setRootApFolder(getDataModelFolderOption());
     if (initDataManager() != kOk || initMessageMonitor() != kOk) abort();
     (void)startMessageMonitor();
@@ -171,7 +167,6 @@ void runChecks() {
     MessageTransmitterLoop(now(), 0);
 }
 
-// Everything has timed out and nothing is pending any more.
 void stopDevice() {
     (void)writeJsonDataModel();
     checkPublished();

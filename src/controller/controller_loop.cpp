@@ -199,15 +199,6 @@ void logRecord(const MsgCheckConfig& record) {
 
 }  // namespace
 
-void initMessageTransmitterLoop() {
-    loop() = {};
-    clearCheckTimeStamps();
-    initCtrlLists();
-    initSpeedTest();
-    initWifiSync();
-    initRootAp();
-}
-
 void MessageTransmitterLoop(Seconds time, int force) {
     // All periods and pauses are whole seconds: within the second of the last pass nothing comes
     // due by itself.

@@ -14,9 +14,6 @@ struct ControllerLoop {
     Seconds lastIp = 0;
 };
 
-// Forgets what was scheduled, entered into the control lists and published.
-void initMessageTransmitterLoop();
-
 // One pass at the time now(): runs the checks that are due, asks the devices that are due for their
 // configuration and power states, and publishes the root AP's addresses. force 1 does the latter
 // two at once. Called on every pass of the main loop.

@@ -38,10 +38,6 @@ bool isIpAddress(const Text<32>& text) {
 
 }  // namespace
 
-void initRootAp() {
-    rootAp() = {};
-}
-
 void setRootApFolder(std::string_view folder) {
     rootAp().folder = folder;
 }

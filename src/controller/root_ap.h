@@ -20,9 +20,6 @@ struct RootAp {
     std::string folder = "/tmp";
 };
 
-// Back to the start: nothing published, files in /tmp.
-void initRootAp();
-
 // Where the files are written instead.
 void setRootApFolder(std::string_view folder);
 

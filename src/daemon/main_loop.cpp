@@ -55,7 +55,6 @@ void installUpcalls() {
 
 int startControllers() {
     setSysState(kStarting);
-    initMessageTransmitterLoop();
     if (startNetCtrl() != 0) {
         LOG_PUTS(1, "failed to start network controller\r");
         return kFailure;

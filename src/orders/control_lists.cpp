@@ -85,10 +85,6 @@ int enterDevices(RetryList<Value>& list, const Kind& kind, const MacAddr* almac,
 
 }  // namespace
 
-void initCtrlLists() {
-    lists() = {};
-}
-
 int setRebootCtrlList(const MacAddr* almac, uint16_t msgId, int flag, int result) {
     return setAnsweredList(lists().reboot, kReboot, almac, msgId, flag, result);
 }

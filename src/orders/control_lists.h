@@ -30,9 +30,6 @@ struct ControlLists {
     RetryList<NoValue> logFile;
 };
 
-// Empties all lists.
-void initCtrlLists();
-
 // flag 1 enters an order that was sent under the identifier msgId (0 when no client waits for the
 // answer). flag 0 ends the order to the device and answers its client with the result; without such
 // an order it leaves an entry that is never repeated.

@@ -17,7 +17,3 @@ ScheduleSettings& scheduleSettings() {
 Seconds& checkTimeStamp(CheckId check) {
     return schedule().stamps.at(check);
 }
-
-void clearCheckTimeStamps() {
-    schedule().stamps.fill(0);
-}

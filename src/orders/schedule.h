@@ -94,6 +94,3 @@ struct Schedule {
 
 // When the check last ran, 0 at first. Whoever sets it to now() puts the check off by a period.
 Seconds& checkTimeStamp(CheckId check);
-
-// All stamps back to 0.
-void clearCheckTimeStamps();

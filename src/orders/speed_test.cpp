@@ -28,10 +28,6 @@ VendMsgType orderType() {
 
 }  // namespace
 
-void initSpeedTest() {
-    speedTest() = {};
-}
-
 int noteSpeedTestOrder(const MacAddr& target, const SpeedTestCtrlReq& order) {
     speedTest().order = order;
     speedTest().repeats = 0;

@@ -17,9 +17,6 @@ struct SpeedTestState {
     Seconds started = 0;  // when its figures were first sent
 };
 
-// Forgets the order and who gave the last one.
-void initSpeedTest();
-
 // An order went out to the device, to every device of the topology table when the address is all
 // zero. It takes the place of an earlier one. kOk, or kFailure when nobody is there to obey.
 int noteSpeedTestOrder(const MacAddr& target, const SpeedTestCtrlReq& order);

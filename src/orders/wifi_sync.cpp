@@ -72,10 +72,6 @@ int check(WifiSyncKind which) {
 
 }  // namespace
 
-void initWifiSync() {
-    syncs() = {};
-}
-
 int checkWIFIStateSync() {
     return check(kWifiStateSync);
 }

@@ -28,9 +28,6 @@ struct WifiSyncState {
     std::array<WifiSync, kWifiSyncNum> syncs;
 };
 
-// Forgets who has what.
-void initWifiSync();
-
 // A pass of the Registrar over its Enrollees. kOk, or kFailure when there is nothing to hand out or
 // this device is no Registrar.
 int checkWIFIStateSync();

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "publish/json_change_log.h"
 #include "sim/mesh.h"
 #include "sim/picture.h"
 #include "support/fake_platform.h"
@@ -75,13 +76,13 @@ TEST(Discovery, SilentDeviceOfThreeVanishesAndReturns) {
     mesh.run(130);  // after which a neighbour is gone
     // Nor does anybody list it as a neighbour of somebody else.
     expectAgreement(mesh, {a, b});
-    EXPECT_NE(mesh.command(a, tableSizes).find(", neighbors 1, eth0 1,"), std::string::npos);
+    EXPECT_NE(mesh.in(a, tableSizes).find(", neighbors 1, eth0 1,"), std::string::npos);
     mesh.start(c);
     mesh.run(0);
     EXPECT_EQ(known(mesh.jsonNow(a)), (Names{mesh.alMac(b), mesh.alMac(c)}));
     EXPECT_EQ(known(mesh.jsonNow(c)), (Names{mesh.alMac(a), mesh.alMac(b)}));
 
-    (void)mesh.command(a, writeChangeLog);
+    (void)mesh.in(a, writeJsonvm1905log);
     std::string history;
     for (const auto& entry : numbered(mesh.json(a, "vm1905_log.json"), "ChangeLog.")) {
         if (entry.at("NeighborId") != mesh.alMac(c)) continue;

@@ -1,6 +1,6 @@
-// A whole mesh in one test: every device a forked process, every cable in the hands of the test,
-// one clock that the test advances. Between two seconds the devices run until none of them has
-// anything left to receive. All of it is deterministic: frames travel in the order of the devices.
+// A whole mesh in one test: all devices in its process, every cable in the hands of the test, one
+// clock that the test advances. Between two seconds the devices run until none of them has anything
+// left to receive. All of it is deterministic: frames travel in the order of the devices.
 //
 //     Mesh mesh;
 //     const Device a = mesh.addDevice("a");
@@ -8,23 +8,18 @@
 //     mesh.cable(a, "eth0", b, "eth1");
 //     mesh.run(10);
 //     mesh.json(a)["Device"]...
-//
-// Whatever goes wrong with a device (it dies, or does not answer in time) is thrown as
-// std::runtime_error with the end of its log. A device that a sanitizer complains about at its end
-// fails the test.
 #pragma once
 
-#include <sys/types.h>
-
 #include <deque>
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "base/fd.h"
 #include "sim/device.h"
 #include "support/frames.h"
+#include "support/test_clock.h"
 
 namespace sim {
 
@@ -40,8 +35,8 @@ struct Plug {
 
 class Mesh {
   public:
-    // Gives up when a device does not answer for so many real seconds.
-    explicit Mesh(time_t patience = 20);
+    // The devices log at this level.
+    explicit Mesh(uint8_t debugLevel = 0);
     ~Mesh();
     Mesh(const Mesh&) = delete;
     Mesh& operator=(const Mesh&) = delete;
@@ -60,14 +55,15 @@ class Mesh {
     void run(Seconds seconds = 0);
 
     // Cuts the power, and switches it on again.
-    void kill(Device device) { powerOff(node(device)); }
+    void kill(Device device);
     void start(Device device);
-    std::string command(Device device, Command action);
-
-    std::string alMac(Device device) { return macText(node(device).alMac); }
-    std::string mac(Device device, const std::string& intf) {
-        return macText(intfOf(device, intf).mac);
+    // Calls act in the device; its result.
+    template <typename Act>
+    auto in(Device device, Act&& act) {
+        return node(device).running->run(std::forward<Act>(act));
     }
+
+    std::string alMac(Device device) { return macText(node(device).site.alMac); }
     // A file as the daemon wrote it last; now: the data model, written on demand.
     Json json(Device device, const std::string& file = "vm1905.json");
     Json jsonNow(Device device);
@@ -76,30 +72,28 @@ class Mesh {
     void tap(Segment segment) { wire(segment).tapped = true; }
     // What was recorded since the last call.
     std::vector<Sent> frames(Segment segment) { return std::exchange(wire(segment).seen, {}); }
+    // Nanoseconds of CPU that the passes of the device's daemon have taken so far.
+    int64_t cpuTime(Device device) { return node(device).cpuTime; }
     // The number of IEEE 1905.1 frames that the devices have sent so far.
     size_t framesSent() const { return framesSent_; }
 
   private:
     struct Wire;
     struct Intf {
-        std::string name;
-        MacAddr mac;
-        Fd cable{};  // the test's end
         Wire* wire = nullptr;
         std::deque<Frame> inbox{};
     };
     struct Node {
-        std::string name, folder;
-        MacAddr alMac;
         DeviceOptions options;
-        std::vector<Intf> intfs{};
-        Fd control{};
-        pid_t pid = 0;  // 0: off
+        Site site;
+        std::vector<Intf> intfs{};  // as in site.intfs
+        std::unique_ptr<RunningDevice> running{};
         bool started = false;
+        int64_t cpuTime = 0;
     };
     struct End {
         Node* node;
-        Intf* intf;
+        size_t intf;
     };
     struct Wire {
         std::vector<End> ends;
@@ -109,21 +103,13 @@ class Mesh {
 
     Node& node(Device device) { return nodes_.at(static_cast<size_t>(device)); }
     Wire& wire(Segment segment) { return wires_.at(static_cast<size_t>(segment)); }
-    Intf& intfOf(Device device, const std::string& name);
-
-    void post(Node& node, Command action);
-    std::string await(Node& node);
-    void powerOff(Node& node);
-    [[noreturn]] void fail(Node& node, const std::string& what);
 
     void settle();
     bool deliver(Node& node);
     void collect(Node& node);
-    void carry(Wire& wire, const Intf& from, const Frame& frame);
+    void carry(Wire& wire, const Node& node, size_t intf, const Frame& frame);
 
-    const time_t patience_;
     std::string folder_ = "/tmp/sim_XXXXXX";
-    std::atomic<Seconds>* clock_ = nullptr;  // shared with the devices
     std::deque<Node> nodes_;
     std::deque<Wire> wires_;
     size_t framesSent_ = 0;

@@ -48,7 +48,7 @@ TEST(Relay, EachNotificationEndsSoon) {
         mesh.run(30);
 
         for (const Segment cable : cables) mesh.tap(cable);
-        (void)mesh.command(devices[0], changeLed);
+        mesh.in(devices[0], changeLed);
         mesh.run(8);
         unsigned id = 0;  // of its last one
         std::vector<size_t> times;

@@ -28,13 +28,13 @@ TEST_P(QuietMesh, SendsNoMoreThanItsPeriodsAskFor) {
     std::vector<Device> devices;
     const Segment segment = mesh.segment({});
     for (size_t i = 0; i < n; i++) {
-        devices.push_back(mesh.addDevice("d" + std::to_string(i), {.debugLevel = 2}));
+        devices.push_back(mesh.addDevice("d" + std::to_string(i)));
         mesh.attach(segment, {devices.back(), "eth0"});
         mesh.run(spacing);
     }
     mesh.run(130);
     std::vector<std::string> sizes;
-    for (const Device device : devices) sizes.push_back(mesh.command(device, tableSizes));
+    for (const Device device : devices) sizes.push_back(mesh.in(device, tableSizes));
 
     const size_t before = mesh.framesSent();
     mesh.run(60 * minutes);
@@ -44,7 +44,7 @@ TEST_P(QuietMesh, SendsNoMoreThanItsPeriodsAskFor) {
                               (n - 1) * (6 + 2 * notifications + 2 * 9 + 15 * notifications)));
     EXPECT_GE(perMinute, n * 2 + n * (n - 1) * 3) << "the mesh is asleep";
 
-    for (size_t i = 0; i < n; i++) EXPECT_EQ(mesh.command(devices[i], tableSizes), sizes[i]) << i;
+    for (size_t i = 0; i < n; i++) EXPECT_EQ(mesh.in(devices[i], tableSizes), sizes[i]) << i;
     EXPECT_EQ(remotes(mesh.json(devices[0])).size(), n - 1);
 }
 INSTANTIATE_TEST_SUITE_P(Of, QuietMesh,

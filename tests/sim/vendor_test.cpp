@@ -52,7 +52,7 @@ TEST(VendorMesh, EveryMemberReachesTheOtherDevice) {
                      .prepare = tellAll});
     mesh.cable(registrar, "eth0", enrollee, "eth0");
     mesh.run();
-    (void)mesh.command(enrollee, takeOverRole);
+    mesh.in(enrollee, takeOverRole);
     mesh.run(75);
     const Json dev = remotes(mesh.jsonNow(registrar)).at(mesh.alMac(enrollee));
     const Json wanted = Json::parse(R"({

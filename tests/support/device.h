@@ -23,10 +23,9 @@
 #include "db/options.h"
 #include "db/upcalls.h"
 #include "net/ports.h"
-#include "support/fake_platform.h"
-#include "support/fake_raw_socket.h"
 #include "support/frames.h"
 #include "support/test_clock.h"
+#include "support/test_device.h"
 
 inline const MacAddr kOwnAl = FakePlatform{}.alMac;
 inline const MacAddr kEth0 = FakePlatform{}.intfs[0].mac;
@@ -70,21 +69,13 @@ class Device : public testing::Test {
   protected:
     void SetUp() override {
         DEBUGLEVEL = 0;
-        setTestTime(4'000'000'000);
-        dropPending();
         setTestTime(1'700'000'000);
-        fakePlatform().reset();
-        fakeNet().reset();
-        (void)setDefSysConfig();
+        freshDevice();
         ASSERT_NE(mkdtemp(folder_.data()), nullptr);
         (void)setDataModelFolderOption(folder_.c_str());
     }
     void TearDown() override {
-        (void)destroyMessageMonitor();
-        (void)destroyIntfPorts();  // of a test that made only those
-        advance(60);
-        dropPending();
-        (void)destroyDataManager();
+        freshDevice();
         std::filesystem::remove_all(folder_);
         useSystemClock();
     }
@@ -157,12 +148,5 @@ class Device : public testing::Test {
     const std::string& folder() const { return folder_; }
 
   private:
-    // Requests are lost that would come due in the next test.
-    static void dropPending() {
-        upcalls() = {};
-        (void)checkDataModelStatus();
-        (void)checkUnsentTopolNtfMsg();
-    }
-
     std::string folder_ = "/tmp/vm1905-XXXXXX";
 };

@@ -124,11 +124,6 @@ int act(const char* function, const Args&... args) {
         return answer;                          \
     }
 
-FakePlatform& fakePlatform() {
-    static FakePlatform platform;
-    return platform;
-}
-
 FakeIntfDescs::FakeIntfDescs(const std::vector<FakeIntf>& intfs) : list_(describe(intfs)) {}
 
 FakeIntfDescs::~FakeIntfDescs() {

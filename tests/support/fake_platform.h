@@ -76,8 +76,6 @@ struct FakePlatform {
     NetStatusEventCallback netStatusCallback = nullptr;
     ServReqCallback servReqCallback = nullptr;
 
-    // Back to the above.
-    void reset() { *this = FakePlatform{}; }
     // Reports through the registered callback and returns its result.
     uint32_t raiseNetStatus(uint32_t eventId, const void* info) const {
         uint32_t result = 0xFFFF;
@@ -96,6 +94,7 @@ struct FakePlatform {
     }
 };
 
+// Of the device in use (test_device.h).
 FakePlatform& fakePlatform();
 
 // Descriptions as an event carries them; owns them.

@@ -12,14 +12,14 @@
 #include "net/raw_socket.h"
 #include "support/fake_platform.h"
 
-FakeNet& fakeNet() {
-    static FakeNet net;
-    return net;
-}
+namespace {
 
-void FakeNet::reset() {
+constexpr int kFirstTestFd = 1024;
+
+}  // namespace
+
+FakeNet::~FakeNet() {
     for (const auto& socket : sockets) close(socket.far);
-    *this = FakeNet{};
 }
 
 FakeNetIntf& FakeNet::addIntf(const std::string& name, unsigned ifIndex) {
@@ -119,8 +119,10 @@ int openRawSocket() {
         return -1;
     }
     for (const int end : ends) growReceiveBuffer(end);
-    // Nobody tells when a cable is closed.
-    std::erase_if(net.sockets, [&](const auto& socket) { return socket.fd == ends[0]; });
+    // The low descriptors, of which select(2) knows 1,024, are for the daemons.
+    if (const int high = fcntl(ends[1], F_DUPFD_CLOEXEC, kFirstTestFd); high >= 0) {
+        close(std::exchange(ends[1], high));
+    }
     net.sockets.push_back({ends[0], ends[1]});
     return ends[0];
 }
@@ -131,10 +133,6 @@ bool bindRawSocket(int fd, unsigned ifIndex, uint16_t etherType, bool /*onBridge
     if (socket == nullptr || intf == nullptr || intf->failBind.contains(etherType)) return false;
     socket->name = interfaceName(ifIndex);
     socket->etherType = etherType;
-    if (intf->cable >= 0 && socket->far >= 0) {
-        if (dup3(intf->cable, fd, O_CLOEXEC) < 0) return false;
-        close(std::exchange(socket->far, -1));
-    }
     return true;
 }
 

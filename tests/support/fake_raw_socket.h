@@ -19,7 +19,6 @@ struct FakeNetIntf {
     bool failFlags = false;
     std::set<uint16_t> failBind{};  // EtherTypes
     bool allMulti = false;          // set by the daemon
-    int cable = -1;                 // when given, the sockets become duplicates of it
 };
 
 struct FakeNet {
@@ -30,8 +29,11 @@ struct FakeNet {
     std::deque<bool> openScript;
     int lastReady = 0;  // what the last waitReadable returned
 
-    // Removes every interface and closes the test's ends.
-    void reset();
+    FakeNet() = default;
+    FakeNet(const FakeNet&) = delete;
+    FakeNet& operator=(const FakeNet&) = delete;
+    ~FakeNet();
+
     FakeNetIntf& addIntf(const std::string& name, unsigned ifIndex);
     // Adds the interfaces of the scripted platform under the indexes 2, 3, ...
     void addPlatformIntfs();
@@ -50,7 +52,7 @@ struct FakeNet {
 
     // For the functions of raw_socket.h.
     struct Socket {
-        int fd = -1, far = -1;  // the daemon's end and the test's; without the latter it is a cable
+        int fd = -1, far = -1;  // the daemon's end and the test's
         std::string name{};
         uint16_t etherType = 0;
         bool stopped = false;
@@ -64,4 +66,5 @@ struct FakeNet {
     void collect();
 };
 
+// Of the device in use (test_device.h).
 FakeNet& fakeNet();

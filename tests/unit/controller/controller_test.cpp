@@ -29,7 +29,6 @@ class Controller : public Device {
   protected:
     void SetUp() override {
         Device::SetUp();
-        initMessageTransmitterLoop();
         start();
     }
 

@@ -20,7 +20,6 @@ class Features : public Device {
   protected:
     void SetUp() override {
         Device::SetUp();
-        initMessageTransmitterLoop();
         start();
         for (const auto& [who, id] : {std::pair{kPeer, 1U}, {kOther, 2U}}) {
             meet(who, id);

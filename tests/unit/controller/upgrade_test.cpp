@@ -15,8 +15,6 @@ class Upgrade : public Device {
     void SetUp() override {
         Device::SetUp();
         start();
-        (void)removeallFWupgradelist();
-        initMessageTransmitterLoop();
         meet(peer(1), 1);
         fakePlatform().fwUrl = "ftp://u\nrest";
         fakePlatform().fwFileName = "f";

@@ -7,8 +7,8 @@
 #include "db/database.h"
 #include "db/sys_ctrl.h"
 #include "db/upcalls.h"
-#include "support/fake_platform.h"
 #include "support/log_capture.h"
+#include "support/test_device.h"
 
 namespace {
 
@@ -35,17 +35,14 @@ std::string versions() {
 class Options : public testing::Test {
   protected:
     void SetUp() override {
-        fakePlatform().reset();
+        freshDevice();
         ASSERT_NE(mkdtemp(folder_.data()), nullptr);
         setConfFolder(folder_);
-        getSysCtrl().identity = {};
         setNines();
     }
     void TearDown() override {
         std::filesystem::remove_all(folder_);
-        (void)setDefSysConfig();
-        destroyDatabase();
-        upcalls() = {};
+        freshDevice();
     }
     static void setNines() {
         const Text<32> nine("/nine");

@@ -4,15 +4,16 @@
 
 #include "base/log.h"
 #include "support/test_clock.h"
+#include "support/test_device.h"
 
 namespace {
 
-class PendingRequests : public testing::Test {
+class Pending : public testing::Test {
   protected:
     void SetUp() override {
         DEBUGLEVEL = 0;
         setTestTime(1'700'000'000);
-        initPendingRequests();
+        freshDevice();
     }
     void TearDown() override { useSystemClock(); }
 
@@ -27,7 +28,7 @@ class PendingRequests : public testing::Test {
     }
 };
 
-TEST_F(PendingRequests, AnswersFindTheirClientOnce) {
+TEST_F(Pending, AnswersFindTheirClientOnce) {
     enter(1, 3);
     (void)registerServReq(9, 0x100 + 136, 1);
     EXPECT_EQ(searchServReqRespPid(134, 1), kNoClient) << "the answer is request + 1";
@@ -41,7 +42,7 @@ TEST_F(PendingRequests, AnswersFindTheirClientOnce) {
     EXPECT_FALSE(waits(1));
 }
 
-TEST_F(PendingRequests, ExpiredGiveWayBeforeTheOldest) {
+TEST_F(Pending, ExpiredGiveWayBeforeTheOldest) {
     enter(0, 128);
     enter(200, 201);
     EXPECT_FALSE(waits(0)) << "all of the same age: the first gives way";

@@ -5,8 +5,8 @@
 #include <nlohmann/json.hpp>
 
 #include "publish/labels.h"
-#include "support/fake_platform.h"
 #include "support/test_clock.h"
+#include "support/test_device.h"
 
 namespace {
 
@@ -55,7 +55,7 @@ std::string ieee1905Neighbors(const Json& dev) {
 class JsonDataModel : public testing::Test {
   protected:
     void SetUp() override {
-        fakePlatform().reset();
+        freshDevice();
         setTestTime(1077);
         al.lastChange = 1000;
         al.alMac = alMac(1);

@@ -17,9 +17,9 @@
 #include "publish/json_autoconfig.h"
 #include "publish/json_change_log.h"
 #include "publish/json_data_model.h"
-#include "support/fake_platform.h"
 #include "support/log_capture.h"
 #include "support/test_clock.h"
+#include "support/test_device.h"
 
 namespace {
 
@@ -77,7 +77,7 @@ TEST(JsonChangeLog, IsWrittenToTheByte) {
 class DataModelFiles : public testing::Test {
   protected:
     void SetUp() override {
-        fakePlatform().reset();
+        freshDevice();
         setTestTime(1000);
         char folder[] = "/tmp/datamodelXXXXXX";
         ASSERT_NE(mkdtemp(folder), nullptr);
@@ -86,8 +86,7 @@ class DataModelFiles : public testing::Test {
         ASSERT_EQ(initDataManager(), kOk);
     }
     void TearDown() override {
-        (void)destroyDataManager();
-        (void)setDataModelFolderOption("/tmp");
+        freshDevice();
         fs::remove_all(folder_);
         useSystemClock();
     }

@@ -3,6 +3,7 @@
 #include <fstream>
 #include <random>
 
+#include "base/state.h"
 #include "db/change_log.h"
 #include "db/data_manager.h"
 #include "db/database.h"
@@ -174,7 +175,6 @@ TEST_F(Service, APokeEndsTheWait) {
 TEST_F(Service, ActionsAndMessages) {
     startWithPeer();
     fakePlatform().wifiStateSync = "sync";
-    initCtrlLists();
     const Frame al = bytesOf(kPeer.al);
     const std::string to = print(al), own = print(bytesOf(kOwnAl));
     (void)getAlTable()->fwdRules.emplace_back(FwdRule{7});
@@ -267,7 +267,7 @@ TEST_F(Service, OrdersToOtherDevices) {
                                         {c.response.begin() + 1, c.response.end()}));
         EXPECT_EQ(takeAnswer(), c.answer);
     }
-    initCtrlLists();
+    stateOf<ControlLists>() = {};
     EXPECT_EQ(ask(134, al), "");
     drop();
     (void)checkRebootCtrlList();

@@ -8,9 +8,9 @@
 #include "db/data_manager.h"
 #include "db/database.h"
 #include "db/local_tables.h"
-#include "support/fake_platform.h"
 #include "support/frames.h"
 #include "support/log_capture.h"
+#include "support/test_device.h"
 
 namespace {
 
@@ -36,7 +36,7 @@ const std::string kEventHex = "12000a 02 0105 03 aabbcc 0001 00";
 class StandardTlv : public testing::Test {
   protected:
     void SetUp() override {
-        fakePlatform().reset();
+        freshDevice();
         auto& intfs = fakePlatform().intfs;
         intfs[0].mediaType = 0x0105;
         intfs[0].mediaInfo = {0xAA, 0xBB};
@@ -49,7 +49,6 @@ class StandardTlv : public testing::Test {
         nbrs[1].bridgeFlag = 1;
         nbrs[3].nbrAlMac = kMac;
     }
-    void TearDown() override { (void)destroyDataManager(); }
 };
 
 Frame flat(const std::optional<Tlv>& tlv) {

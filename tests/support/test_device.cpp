@@ -1,0 +1,33 @@
+#include "support/test_device.h"
+
+#include <memory>
+
+#include "base/state.h"
+
+namespace {
+
+std::unique_ptr<TestDevice> fresh;
+
+const bool isThere = (freshDevice(), true);
+
+}  // namespace
+
+FakePlatform& fakePlatform() {
+    return stateOf<FakePlatform>();
+}
+
+FakeNet& fakeNet() {
+    return stateOf<FakeNet>();
+}
+
+void useDevice(TestDevice& device) {
+    stateInUse<FakePlatform> = &device.platform;
+    stateInUse<FakeNet> = &device.net;
+    useDevice(device.state);
+}
+
+void freshDevice() {
+    auto next = std::make_unique<TestDevice>();
+    useDevice(*next);
+    fresh = std::move(next);
+}
