@@ -6,5 +6,5 @@ void useDevice(DeviceState& device) {
     const auto use = [](auto&... states) {
         ((stateInUse<std::remove_reference_t<decltype(states)>> = &states), ...);
     };
-    std::apply(use, device);
+    std::apply(use, static_cast<ModuleStates&>(device));
 }

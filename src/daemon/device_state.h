@@ -29,7 +29,7 @@
 #include "service/service_monitor.h"
 #include "service/wake_fifo.h"
 
-using DeviceState = std::tuple<                                           //
+using ModuleStates = std::tuple<                                          //
     SysCtrl, Database, DataModelUpdateReq, Upcalls,                       // db
     PortsState, TransmitterState, FragmentStore,                          // net
     VendQueries, ControlLists, FWupgradeList, Schedule, PendingRequests,  // orders
@@ -38,6 +38,8 @@ using DeviceState = std::tuple<                                           //
     Announcements, ControllerLoop, RootAp,                                // controller
     ServiceMonitor, WakeFifo,                                             // service
     MessageMonitor, Receiver, ControlFiles>;                              // daemon
+
+struct DeviceState : ModuleStates {};
 
 // From now on every module works on this device, which must outlive its use. The debug level and
 // the clock are the process's and stay as they are.

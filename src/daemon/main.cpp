@@ -101,8 +101,8 @@ void applySwitches(const CommandLine& line) {
 
 int main(int argc, char** argv) {
     keepStandardStreams();
-    DeviceState device;
-    useDevice(device);
+    // It lives as long as the process.
+    useDevice(*new DeviceState);
     printf("** vm1905 Version : %s **\n", kReleaseVersionGit);
     Outputlog("[vm1905] ** vm1905 Version : %s **", kReleaseVersionGit);
 

@@ -32,7 +32,7 @@ int answerRequest(const VendContext& context, VendMsgType respType, int retCode)
     return answerRequest(context, respType, RetCodePayload(retCode), retCode);
 }
 
-int answerRequest(const VendContext& context, VendMsgType respType, VendPayload payload,
+int answerRequest(const VendContext& context, VendMsgType respType, VendPayload&& payload,
                   int retCode) {
     if (context.path == kVendPathCommand) return requestCommandresult(context, retCode);
     const int result = sendVendRespMsg(context.srcMac, context.msgId, respType, std::move(payload));

@@ -14,5 +14,5 @@ bool isEnrollee();   // else logs "Device is not Enrollee"
 // of its type. kOk when the answer is on its way (and, of a remote command, told success), else
 // kFailure.
 int answerRequest(const VendContext& context, VendMsgType respType, int retCode);
-int answerRequest(const VendContext& context, VendMsgType respType, VendPayload payload,
+int answerRequest(const VendContext& context, VendMsgType respType, VendPayload&& payload,
                   int retCode);

@@ -16,20 +16,25 @@ constexpr std::string_view kNoUpdateTime = "0000000000";
 class Builder {
   public:
     Builder() { list_.reserve(12); }
-    Builder& must(std::optional<Tlv>&& tlv) {
-        if (!tlv) spoilt_ = true;
-        return may(std::move(tlv));
-    }
-    Builder& may(std::optional<Tlv>&& tlv) {
-        if (tlv) list_.push_back(std::move(*tlv));
-        return *this;
-    }
+    Builder& must(std::optional<Tlv>&& tlv);
+    Builder& may(std::optional<Tlv>&& tlv);
     TlvList take() { return spoilt_ ? TlvList{} : std::move(list_); }
 
   private:
     TlvList list_;
     bool spoilt_ = false;
 };
+
+// Out of line: they are used all over.
+[[gnu::noinline]] Builder& Builder::must(std::optional<Tlv>&& tlv) {
+    if (!tlv) spoilt_ = true;
+    return may(std::move(tlv));
+}
+
+[[gnu::noinline]] Builder& Builder::may(std::optional<Tlv>&& tlv) {
+    if (tlv) list_.push_back(std::move(*tlv));
+    return *this;
+}
 
 TlvList genTopolResp() {
     Builder builder;

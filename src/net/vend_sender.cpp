@@ -6,29 +6,26 @@
 #include "wire/frame.h"
 #include "wire/vend_payloads.h"
 
-std::optional<VendMsg> makeVendMsg(VendMsgType type, VendPayload payload) {
+std::optional<VendMsg> makeVendMsg(VendMsgType type, VendPayload&& payload) {
     const AlTable* al = getAlTable();
     if (al == nullptr) return std::nullopt;
-    VendMsg msg;
-    msg.oui = al->oui;
-    msg.alMac = al->alMac;
-    msg.vendMsgType = type;
-    msg.payload = std::move(payload);
-    return msg;
+    return VendMsg{
+        .oui = al->oui, .alMac = al->alMac, .vendMsgType = type, .payload = std::move(payload)};
 }
 
-int sendVendMsg(const MacAddr& dstMac, VendMsgType type, VendPayload payload, uint16_t* msgId) {
+int sendVendMsg(const MacAddr& dstMac, VendMsgType type, VendPayload&& payload, uint16_t* msgId) {
     const auto msg = makeVendMsg(type, std::move(payload));
     return msg ? requestSend1905UcastMsg(dstMac, kMsgVendSpec, vendSpecBody(*msg), msgId)
                : kFailure;
 }
 
-int sendVendMcastMsg(VendMsgType type, VendPayload payload, uint16_t* msgId) {
+int sendVendMcastMsg(VendMsgType type, VendPayload&& payload, uint16_t* msgId) {
     const auto msg = makeVendMsg(type, std::move(payload));
     return msg ? requestSend1905McastMsg(kMsgVendSpec, vendSpecBody(*msg), msgId) : kFailure;
 }
 
-int sendVendRespMsg(const MacAddr& dstMac, uint16_t msgId, VendMsgType type, VendPayload payload) {
+int sendVendRespMsg(const MacAddr& dstMac, uint16_t msgId, VendMsgType type,
+                    VendPayload&& payload) {
     const auto msg = makeVendMsg(type, std::move(payload));
     return msg ? requestSend1905UcastRespMsg(dstMac, kMsgVendSpec, msgId, vendSpecBody(*msg))
                : kFailure;

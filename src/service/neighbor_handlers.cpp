@@ -106,7 +106,7 @@ int giveControl(const ServReq& request, const Control& control) {
 }
 
 // To the device that the request names, to all when it names none.
-int sendToTarget(const ServReq& request, VendMsgType type, VendPayload payload,
+int sendToTarget(const ServReq& request, VendMsgType type, VendPayload&& payload,
                  uint16_t* msgId = nullptr) {
     const MacAddr target = request.mac(req::kTarget);
     return target.isZero() ? sendVendMcastMsg(type, std::move(payload), msgId)

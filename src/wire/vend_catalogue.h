@@ -20,7 +20,7 @@ struct VendType {
 // The place of a struct among the alternatives of VendPayload.
 template <typename Payload, size_t kIndex = 0>
 consteval size_t payloadIndex() {
-    if constexpr (std::is_same_v<std::variant_alternative_t<kIndex, VendPayload>, Payload>) {
+    if constexpr (std::is_same_v<std::variant_alternative_t<kIndex, VendPayloads>, Payload>) {
         return kIndex;
     } else {
         return payloadIndex<Payload, kIndex + 1>();
@@ -114,4 +114,4 @@ constexpr const VendType* findVendType(uint16_t number) {
 
 // The struct that a message of this number carries.
 template <uint16_t kNumber>
-using PayloadOf = std::variant_alternative_t<findVendType(kNumber)->payload, VendPayload>;
+using PayloadOf = std::variant_alternative_t<findVendType(kNumber)->payload, VendPayloads>;

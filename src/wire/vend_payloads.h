@@ -452,10 +452,19 @@ struct BlacklistResp {
     }
 };
 
-// What a vendor message carries: one of the layouts, or nothing yet.
-using VendPayload =
+using VendPayloads =
     std::variant<std::monostate, AlMacPayload, RetCodePayload, OptionPayload, TextPayload, ConfResp,
                  IntfPwrStateResp, IntfPwrCtrlReq, IntfPwrCtrlResp, WifiStateResp, SpeedTestCtrlReq,
                  FwCtrlReq, FwCtrl2Req, SendCommandReq, IntfNameResp, LogFileResp, SecurityCtrlMsg,
                  VendDisc, NetworkCtrlReq, NetworkCtrlResp, CountryCodeReq, BcnRptReqPayload,
                  BcnRptResp, BtmReqPayload, BlacklistReq, BlacklistResp>;
+
+// What a vendor message carries: one of the layouts, or nothing yet. Its special members are out of
+// line, as every sender needs them.
+struct VendPayload : VendPayloads {
+    using VendPayloads::variant;
+    VendPayload();
+    VendPayload(VendPayload&& other) noexcept;
+    VendPayload& operator=(VendPayload&& other) = delete;
+    ~VendPayload();
+};

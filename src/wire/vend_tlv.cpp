@@ -39,7 +39,7 @@ bool write(const VendPayload& payload, const SendContext& context, std::vector<u
 // the decoded form.
 template <size_t kPayload>
 void read(ByteReader& reader, size_t payloadLen, VendPayload& payload) {
-    using Payload = std::variant_alternative_t<kPayload, VendPayload>;
+    using Payload = std::variant_alternative_t<kPayload, VendPayloads>;
     if constexpr (!std::is_same_v<Payload, std::monostate>) {
         FieldReader fields(reader, payloadLen);
         Payload::describe(fields, payload.emplace<kPayload>());
@@ -53,7 +53,7 @@ template <size_t... kPayloads>
 constexpr std::array<Read, sizeof...(kPayloads)> readers(std::index_sequence<kPayloads...>) {
     return {read<kPayloads>...};
 }
-constexpr auto kReaders = readers(std::make_index_sequence<std::variant_size_v<VendPayload>>());
+constexpr auto kReaders = readers(std::make_index_sequence<std::variant_size_v<VendPayloads>>());
 
 // Header and payload; false when they cannot be encoded.
 bool encode(const VendMsg& msg, const MacAddr& portMac, std::vector<uint8_t>& out) {
