@@ -8,7 +8,7 @@
 // The payload of a request. What does not fit makes it unusable instead of being cut.
 class Request {
   public:
-    explicit Request(uint16_t service) : service_(service) {}
+    explicit Request(ServId service) : service_(service) {}
 
     Request& number(slots::Field field, uint32_t value);
     Request& number(slots::Field field, int32_t value) {
@@ -18,12 +18,12 @@ class Request {
     Request& text(slots::Field field, const char* value);
     Request& bytes(size_t at, const void* value, size_t length);
 
-    uint16_t service() const { return service_; }
+    ServId service() const { return service_; }
     bool isUsable() const { return isUsable_; }
     Payload payload() const { return Payload(record_).subspan(slots::kPayload); }
 
   private:
-    uint16_t service_;
+    ServId service_;
     bool isUsable_ = true;
     std::array<uint8_t, slots::kReqSize> record_{};
 };

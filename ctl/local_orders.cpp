@@ -223,8 +223,7 @@ void addLocalOrders(CLI::App& app, Choice& choice) {
     }
     addCommand<Nothing>(wps, choice, "push-button", "send a push-button event",
                         plain<vm1905_push_button>);
-    addCommand<Nothing>(wps, choice, "get", "service 140, which does nothing",
-                        plain<vm1905_get_wps>);
+    addCommand<Nothing>(wps, choice, "get", "a service that does nothing", plain<vm1905_get_wps>);
     addCommand<Nothing>(app, choice, "discover", "send a topology and a vendor discovery now",
                         plain<vm1905_send_discovery>);
     addCommand<Nothing>(app, choice, "reopen-ports", "open all ports of the daemon anew",
@@ -243,7 +242,7 @@ void addLocalOrders(CLI::App& app, Choice& choice) {
     CLI::App& sync = addGroup(app, "wifi-sync", "Wi-Fi settings across the mesh");
     addCommand<Nothing>(sync, choice, "all", "search or renew all bands",
                         plain<vm1905_wifi_sync_all>);
-    addCommand<Nothing>(sync, choice, "action", "service 191, in the platform's hands",
+    addCommand<Nothing>(sync, choice, "action", "have the platform run its Wi-Fi state action",
                         plain<vm1905_wifi_state_action>);
     addCommand<Nothing>(sync, choice, "extenders",
                         "have all extenders take over their configuration anew",

@@ -36,7 +36,7 @@ bool isKnown(Session& session, const Mac& device) {
 
 }  // namespace
 
-Report giveOrder(Session& session, uint16_t service, const Mac& target,
+Report giveOrder(Session& session, ServId service, const Mac& target,
                  const std::function<int(vm1905_client*, const vm1905_mac*)>& call) {
     const vm1905_mac mac = target;
     vm1905_client* const client = session.client();

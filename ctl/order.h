@@ -52,7 +52,7 @@ inline CLI::Option* addDeviceOrAll(CLI::App& command, std::string& device) {
 
 // Carries out the order that the command is, for a device (zero: for all, or nobody in particular),
 // and reports it. service is the number of what call asks for. Throws Failure when it is refused.
-Report giveOrder(Session& session, uint16_t service, const Mac& target,
+Report giveOrder(Session& session, ServId service, const Mac& target,
                  const std::function<int(vm1905_client*, const vm1905_mac*)>& call);
 // The same for what is done on this device. detail follows the command where the order is named,
 // and may be empty. With isStored the daemon refuses what is set already, which is fine.

@@ -248,7 +248,7 @@ Report btm(Session& session, const Station& order) {
         [&](auto* client, auto* mac) { return vm1905_send_btm(client, mac, &request); });
 }
 
-template <uint16_t Service, int (*Call)(vm1905_client*, const vm1905_mac*, const vm1905_mac*)>
+template <ServId Service, int (*Call)(vm1905_client*, const vm1905_mac*, const vm1905_mac*)>
 Report blacklist(Session& session, const Station& order) {
     const vm1905_mac station = macArgument(order.station, "station");
     return giveOrder(session, Service, session.otherDevice(order.device),
