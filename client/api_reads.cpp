@@ -1,4 +1,4 @@
-// The calls that read one record each.
+// The calls of vm1905_client.h that read one record each.
 #include "records.h"
 
 namespace {

@@ -1,4 +1,4 @@
-// The orders for other devices.
+// The calls of vm1905_client.h that give orders to other devices.
 #include "records.h"
 
 namespace {

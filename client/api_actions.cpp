@@ -1,11 +1,11 @@
-// The calls that change this device.
+// The calls of vm1905_client.h that change this device.
 #include "records.h"
 
 namespace {
 
 using namespace slots;
 
-// The services with up to three numbers, at the same places.
+// For services with up to three numbers at the same offsets.
 int askWith(vm1905_client* client, ServId service, int32_t value1, int32_t value2 = 0,
             int32_t value3 = 0) {
     return askForCode(client, Request(service)
