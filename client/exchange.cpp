@@ -19,7 +19,7 @@ namespace {
 using Stage = vm1905_client::Stage;
 
 // The limit when the FIFO has no reader: the daemon then polls the slot once a second.
-constexpr unsigned kUnheardMs = 1500;
+constexpr unsigned kNoReaderMs = 1500;
 // How long the daemon's own answer may take after the daemon has taken the request. For
 // kServGetIntf it polls every 5 ms, and must find the request slot still idle.
 constexpr unsigned kLostMs = 100;
@@ -158,15 +158,15 @@ class Posting {
     // A FIFO without a reader most likely means no daemon. In case it is only out of sight, the
     // daemon still gets the time of one poll.
     void notePoke(Poke poke) {
-        if (poke != Poke::kNobody || isUnheard_) return;
-        isUnheard_ = true;
-        wait_.limit(kUnheardMs);
+        if (poke != Poke::kNoReader || hasNoReader_) return;
+        hasNoReader_ = true;
+        wait_.limit(kNoReaderMs);
     }
 
     // The error to report for a wait that ended with stop.
     int reason(int stop, int timeout) const {
         if (stop != VM1905_TIMEOUT) return stop;
-        return isUnheard_ ? VM1905_NO_DAEMON : timeout;
+        return hasNoReader_ ? VM1905_NO_DAEMON : timeout;
     }
 
     int waitForSlot() {
@@ -242,7 +242,7 @@ class Posting {
     Wait& wait_;
     const SlotHead head_;
     const SlotHead decoy_{ownPid(), kServNone};
-    bool isUnheard_ = false;
+    bool hasNoReader_ = false;
 };
 
 int waitForAnswer(vm1905_client& client, Wait& wait) {

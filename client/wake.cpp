@@ -36,9 +36,9 @@ void writeQuietly(int fd) {
 
 Poke pokeDaemon() {
     const int fd = open(slots::kWakeFifo, O_WRONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC);
-    if (fd < 0) return errno == ENXIO ? Poke::kNobody : Poke::kUnknown;
+    if (fd < 0) return errno == ENXIO ? Poke::kNoReader : Poke::kNoFifo;
     const bool isOurs = isFifo(fd);
     if (isOurs) writeQuietly(fd);
     close(fd);
-    return isOurs ? Poke::kHeard : Poke::kUnknown;
+    return isOurs ? Poke::kWoken : Poke::kNoFifo;
 }

@@ -2,9 +2,9 @@
 #pragma once
 
 enum class Poke {
-    kHeard,    // the daemon is awake
-    kNobody,   // the FIFO has no reader: most likely no daemon runs
-    kUnknown,  // there is no FIFO; the daemon still polls once a second
+    kWoken,     // the daemon is awake
+    kNoReader,  // the FIFO has no reader: most likely no daemon runs
+    kNoFifo,    // there is no FIFO; the daemon still polls once a second
 };
 
 // Never blocks and never raises SIGPIPE.

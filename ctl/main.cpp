@@ -8,7 +8,7 @@
 namespace {
 
 int fail(const Failure& failure, Format format) {
-    tell(failure);
+    printFailure(failure);
     if (format == Format::kText) return failure.status;
     std::string out;
     reportOf(failure).print(format, out);

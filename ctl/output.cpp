@@ -14,7 +14,7 @@ bool put(const std::string& text) {
     return false;
 }
 
-void tell(const Failure& failure) {
+void printFailure(const Failure& failure) {
     std::fprintf(stderr, "%s%s\n", colored(Color::kTrouble, "vm1905ctl: ", 2).c_str(),
                  escaped(failure.text).c_str());
     if (!failure.advice.empty()) {

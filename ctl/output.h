@@ -11,6 +11,6 @@
 [[nodiscard]] bool put(const std::string& text);
 
 // Prints a failure on standard error.
-void tell(const Failure& failure);
+void printFailure(const Failure& failure);
 // A failure as a report, for --json and --keyvalue.
 Report reportOf(const Failure& failure);

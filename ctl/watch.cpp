@@ -114,7 +114,7 @@ int watch(const Choice& outer) {
             if (isText && isTerminal(STDOUT_FILENO)) {
                 text = "vm1905ctl: " + escaped(failure.text) + "\n";
             } else {
-                if (screen.isNews(fingerprint)) tell(failure);
+                if (screen.isNews(fingerprint)) printFailure(failure);
                 if (!isText) reportOf(failure).print(format, text);
             }
         }
