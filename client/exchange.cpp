@@ -12,25 +12,26 @@
 
 #include "services.h"
 #include "turn.h"
+#include "wake.h"
 
 namespace {
 
 using Stage = vm1905_client::Stage;
 
-// How long a daemon needs that nobody wakes.
-constexpr unsigned kUnheardMs = 1500;
-// How long after the daemon has taken a request an answer of its own can still be on the way; of
-// kServGetIntf the daemon only looks every 5 ms, and must find the request slot still idle.
+// The limit when the FIFO has no reader: the daemon then polls the slot once a second.
+constexpr unsigned kNoReaderMs = 1500;
+// How long the daemon's own answer may take after the daemon has taken the request. For
+// kServGetIntf it polls every 5 ms, and must find the request slot still idle.
 constexpr unsigned kLostMs = 100;
 constexpr unsigned kLostIntfMs = 1000;
+// The pause after withdrawing a request, kWithdrawnMs for kServGetIntf. The daemon may be handling
+// the request and marks the slot idle when it is done, which would lose the next client's request.
 constexpr unsigned kWithdrawnMs = 50;
-// How long a request that is withdrawn may be under way already: the daemon then marks the slot
-// idle when it is done, and somebody else's request that is there by then would be lost.
 constexpr unsigned kSettleMs = 5;
-// The daemon gives up an answer that nobody collects after 15 ms.
+// The daemon overwrites an answer that is not collected within 15 ms.
 constexpr unsigned kUncollectedMs = 25;
 
-// The handles of this process, linked: an answer names no more than the process.
+// All handles of this process: an answer names only the process, so it may belong to any of them.
 std::mutex exchangeLock;
 vm1905_client* firstClient = nullptr;
 
@@ -46,12 +47,12 @@ bool isRunning(uint32_t pid) {
 bool answers(const SlotCopy& record, uint16_t service) {
     const uint16_t id = headOf(record.data()).servId;
     if (id != kServRetCode) return id == service + 1U;
-    // Either number of the pair stands there: that is different from service to service.
+    // A return code names the request or its answer, depending on the service.
     const uint8_t number = record[slots::resp::kReqId.at];
     return number == static_cast<uint8_t>(service) || number == static_cast<uint8_t>(service + 1U);
 }
 
-// What the response slot holds; nothing while it is free or being written.
+// The record in the response slot; empty if the slot is free or being written.
 std::optional<SlotCopy> copyResponse(const Segment& response) {
     SlotCopy first, second;
     if (response.flag() != slots::kFull) return {};
@@ -63,10 +64,10 @@ std::optional<SlotCopy> copyResponse(const Segment& response) {
     return first;
 }
 
-// Hands the record to the request that it answers. False: it has to stay in the slot.
+// Hands the record to the request that it answers. False if the record must stay in the slot.
 bool deliver(const SlotCopy& record) {
     const SlotHead head = headOf(record.data());
-    if (head.servId == kServNone) return false;  // a decoy, see askForIntf
+    if (head.servId == kServNone) return false;  // a decoy, see putDecoy
     for (vm1905_client* client = firstClient; client != nullptr; client = client->next) {
         if (!answers(record, client->service)) continue;
         if (client->stage == Stage::kPosted) return false;
@@ -79,7 +80,7 @@ bool deliver(const SlotCopy& record) {
     return true;
 }
 
-// Empties the response slot of what is for this process, or for one that has ended.
+// Frees the response slot if it holds an answer for this process or for one that has ended.
 void collect(const Segment& response) {
     const std::lock_guard guard(exchangeLock);
     const auto record = copyResponse(response);
@@ -99,7 +100,7 @@ void setStage(vm1905_client& client, Stage stage) {
     client.stage = stage;
 }
 
-// False while another handle of this process asks for the same service.
+// False while another handle of this process has a request for the same service under way.
 bool enter(vm1905_client& client, uint16_t service) {
     const std::lock_guard guard(exchangeLock);
     for (const vm1905_client* other = firstClient; other != nullptr; other = other->next) {
@@ -110,13 +111,13 @@ bool enter(vm1905_client& client, uint16_t service) {
     return true;
 }
 
-// Whether the daemon that has the request is still the one that was asked.
+// Whether the daemon is still the one that took the request.
 bool daemonIsSame(const vm1905_client& client) {
     if (!client.request.isAlive()) return false;
     return client.request.flag() != slots::kIdle || client.request.head() != kInitialHead;
 }
 
-// One request through the request slot, whose turn it is.
+// Puts one request into the request slot. The client must hold the turn.
 class Posting {
   public:
     Posting(vm1905_client& client, Payload payload, Wait& wait)
@@ -127,15 +128,15 @@ class Posting {
           wait_(wait),
           head_{ownPid(), client.service} {}
 
-    // Until the daemon has taken it. 0 or an error.
-    int run() {
+    // Returns once the daemon has taken the request: 0 or an error.
+    [[nodiscard]] int run() {
         int stop = waitForSlot();
-        if (stop == 0 && head_.servId == kServGetIntf) stop = putDecoy();
         if (stop != 0) return stop;
+        if (head_.servId == kServGetIntf) putDecoy();
         collect(response_);
         write();
-        noteEar(pokeDaemon());
-        stop = head_.servId == kServGetIntf ? letDecoyGo() : waitUntilTaken();
+        notePoke(pokeDaemon());
+        stop = head_.servId == kServGetIntf ? waitUntilDecoyIsGone() : waitUntilTaken();
         if (stop != 0) {
             withdraw();
             return stop;
@@ -147,28 +148,30 @@ class Posting {
     }
 
   private:
-    // Keeps the others waiting.
+    // Sleeps while holding the turn, so that other clients wait.
     static void rest(unsigned ms) {
         Wait wait(ms, {});
         while (wait.pause() == 0) {
         }
     }
 
-    // Without anybody at the FIFO there is hardly a daemon, but its FIFO may also be out of sight.
-    void noteEar(Poke poke) {
-        if (poke != Poke::kNobody || isUnheard_) return;
-        isUnheard_ = true;
-        wait_.limit(kUnheardMs);
+    // A FIFO without a reader most likely means no daemon. In case it is only out of sight, the
+    // daemon still gets the time of one poll.
+    void notePoke(Poke poke) {
+        if (poke != Poke::kNoReader || hasNoReader_) return;
+        hasNoReader_ = true;
+        wait_.limit(kNoReaderMs);
     }
 
+    // The error to report for a wait that ended with stop.
     int reason(int stop, int timeout) const {
         if (stop != VM1905_TIMEOUT) return stop;
-        return isUnheard_ ? VM1905_NO_DAEMON : timeout;
+        return hasNoReader_ ? VM1905_NO_DAEMON : timeout;
     }
 
     int waitForSlot() {
-        // Of a client that was killed, or of one that knows nothing of taking turns.
-        if (request_.flag() != slots::kIdle) noteEar(pokeDaemon());
+        // A request here is from a client that was killed or that does not take turns.
+        if (request_.flag() != slots::kIdle) notePoke(pokeDaemon());
         while (request_.flag() != slots::kIdle) {
             collect(response_);
             if (!request_.isAlive()) return VM1905_RESTARTED;
@@ -197,24 +200,23 @@ class Posting {
         return 0;
     }
 
-    // The one request that the daemon answers only after somebody else has marked the request slot
-    // idle, and not before it has looked. What tells that it looks is the response slot: the daemon
-    // frees it while it waits. So it is filled with something that nobody collects.
-    int putDecoy() {
+    // The daemon answers kServGetIntf only after the client has marked the request slot idle, which
+    // the client must not do before the daemon has seen the request. The daemon frees the response
+    // slot while it waits, so a decoy that nobody collects shows when that is.
+    void putDecoy() {
         Wait free(std::min(kUncollectedMs, wait_.left()), {});
         while (response_.flag() != slots::kIdle && free.pause() == 0) collect(response_);
         putHead(response_.memory(), decoy_);
         response_.setFlag(slots::kFull);
-        return 0;
     }
 
     bool decoyIsThere() const {
         return response_.flag() == slots::kFull && response_.head() == decoy_;
     }
 
-    // Somebody else's answer may take the decoy's place. The request is then withdrawn too soon,
-    // and made again when no answer comes.
-    int letDecoyGo() {
+    // Another client's answer may overwrite the decoy. The request is then withdrawn too early, and
+    // repeated when no answer comes.
+    int waitUntilDecoyIsGone() {
         while (decoyIsThere()) {
             if (!request_.isAlive()) return VM1905_RESTARTED;
             if (const int stop = wait_.pause()) return reason(stop, VM1905_TIMEOUT);
@@ -223,8 +225,8 @@ class Posting {
         return 0;
     }
 
-    // The daemon must not find it later, nor wait for us. Where it may do so already it has to see
-    // this before somebody else's request is there.
+    // The daemon must neither find the request later nor wait for us. If it waits already, it must
+    // see the withdrawal before the next client's request.
     void withdraw() {
         if (request_.flag() == slots::kFull && request_.head() == head_) {
             request_.setFlag(slots::kIdle);
@@ -240,7 +242,7 @@ class Posting {
     Wait& wait_;
     const SlotHead head_;
     const SlotHead decoy_{ownPid(), kServNone};
-    bool isUnheard_ = false;
+    bool hasNoReader_ = false;
 };
 
 int waitForAnswer(vm1905_client& client, Wait& wait) {
@@ -255,12 +257,13 @@ int waitForAnswer(vm1905_client& client, Wait& wait) {
 int postInTurn(vm1905_client& client, Payload payload, Wait& wait) {
     Turn turn;
     if (const int stop = turn.take(wait)) return stop;
-    // Only now: the daemon may have come or gone meanwhile.
+    // Only now: the daemon may have started or ended while we waited.
     if (const int stop = attach(client)) return stop;
     for (;;) {
         if (const int stop = Posting(client, payload, wait).run()) return stop;
-        // What the daemon answers itself is there by now, unless it was lost: to a neighbor's
-        // answer while we did not come to run, or with a decoy. Reading it once more does no harm.
+        // The daemon's own answer is in the slot by now unless it was lost: overwritten by a
+        // neighbor's answer before we collected it, or withdrawn with a decoy. It is safe to repeat
+        // a read.
         if (!isRead(client.service)) return 0;
         const unsigned lostMs = client.service == kServGetIntf ? kLostIntfMs : kLostMs;
         Wait lost(std::min(lostMs, wait.left()), {});

@@ -90,6 +90,6 @@ int askForCode(vm1905_client* client, const Request& request) {
     vm1905_answer answer;
     if (const int result = ask(client, request, answer); result != 0) return result;
     if (answer.id == VM1905_ANSWER_CODE) return codeOf(answer);
-    // The id 0 is that of a request which is done without an answer.
+    // The id is 0 if the request never gets an answer.
     return answer.id == 0 ? 0 : answer.payload[slots::resp::kResult.at - slots::kPayload];
 }

@@ -28,7 +28,7 @@ int Segment::attach() {
         detach();
         void* const memory = shmat(found, nullptr, 0);
         if (memory == reinterpret_cast<void*>(-1)) {
-            // Removed since it was found.
+            // EIDRM, EINVAL: removed since shmget found it.
             return errno == EIDRM || errno == EINVAL ? VM1905_NO_DAEMON : VM1905_SYSTEM;
         }
         id_ = found;
@@ -40,8 +40,8 @@ int Segment::attach() {
 bool Segment::isAlive() const {
     shmid_ds info{};
     if (memory_ == nullptr || shmctl(id_, IPC_STAT, &info) != 0) return false;
-    // A daemon that ended removed it; one that crashed left it with nobody attached but its
-    // clients.
+    // A daemon that ends removes the segment. One that crashes leaves it, with nobody attached but
+    // this client.
     return (info.shm_perm.mode & SHM_DEST) == 0 && info.shm_nattch > 1;
 }
 
@@ -54,7 +54,7 @@ void Segment::setFlag(uint8_t flag) const {
 }
 
 void Segment::detach() {
-    if (memory_ != nullptr) (void)shmdt(memory_);
+    if (memory_ != nullptr) shmdt(memory_);
     memory_ = nullptr;
     id_ = -1;
 }

@@ -1,5 +1,5 @@
-// One of the daemon's two shared-memory segments, seen from a client. Everybody on this device may
-// write to it at any time, so what is read is copied once and only then looked at.
+// One of the daemon's two shared-memory segments, as a client sees it. Any process of this device
+// may write to it at any time, so records are copied out before they are examined.
 #pragma once
 
 #include <sys/types.h>
@@ -13,7 +13,7 @@
 #include "orders/slot_layout.h"
 #include "vm1905_client.h"
 
-// The head of either record.
+// The head of a record in either slot.
 struct SlotHead {
     uint32_t pid;
     uint16_t servId;
@@ -21,13 +21,13 @@ struct SlotHead {
     bool operator==(const SlotHead&) const = default;
 };
 
-// A record that was copied out of a slot. The longest answers reach four bytes past the segment's
-// size, which the kernel maps as well: whole pages.
+// A copy of a record. The longest answers reach four bytes past the segment's size; the kernel maps
+// whole pages, so these bytes are there.
 using SlotCopy = std::array<uint8_t, slots::kPayload + VM1905_MAX_ANSWER>;
 
 SlotHead headOf(const uint8_t* record);
 void putHead(uint8_t* record, const SlotHead& head);
-// What the daemon leaves in the slots when it starts, and no client ever asks for.
+// What the daemon writes into the slots when it starts. No client asks for kServNone.
 inline constexpr SlotHead kInitialHead{0, kServNone};
 
 class Segment {
@@ -37,14 +37,14 @@ class Segment {
     Segment& operator=(const Segment&) = delete;
     ~Segment() { detach(); }
 
-    // Makes sure that this is the daemon's present segment. 0, VM1905_NO_DAEMON, VM1905_SYSTEM.
-    int attach();
-    // Whether the daemon still holds it.
+    // Attaches to the segment of the daemon that runs now. 0, VM1905_NO_DAEMON or VM1905_SYSTEM.
+    [[nodiscard]] int attach();
+    // Whether the daemon is still attached.
     bool isAlive() const;
 
     void detach();
 
-    // While it is attached only.
+    // Only while attached.
     uint8_t* memory() const { return memory_; }
     uint8_t flag() const;
     void setFlag(uint8_t flag) const;

@@ -1,10 +1,10 @@
-// What the library knows of single services beside their records.
+// Properties of single services.
 #pragma once
 
 #include <cstdint>
 #include <span>
 
-// Answered by the daemon, and without consequences.
+// Whether the daemon itself answers and nothing changes, so that the request may be repeated.
 bool isRead(uint16_t service);
-// False when nobody will answer a request with this payload, although it is carried out.
+// False for a request that is carried out but never answered.
 bool isAnswered(uint16_t service, std::span<const uint8_t> payload);

@@ -7,10 +7,11 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// An answer is there within some 100 us of a poke; who waits for a neighbor can be a little late.
+// The daemon answers about 100 us after it is woken. A neighbor takes far longer, so a late look
+// costs little.
 constexpr auto kFirstStep = 50us;
 constexpr auto kLastStep = 1ms;
-constexpr auto kToldEvery = 100ms;
+constexpr auto kProgressInterval = 100ms;
 
 unsigned milliseconds(std::chrono::steady_clock::duration span) {
     return static_cast<unsigned>(
@@ -22,15 +23,15 @@ unsigned milliseconds(std::chrono::steady_clock::duration span) {
 Wait::Wait(unsigned ms, const Progress& progress)
     : progress_(progress),
       end_(begin_ + std::chrono::milliseconds(ms)),
-      nextTold_(begin_ + kToldEvery),
+      nextProgress_(begin_ + kProgressInterval),
       step_(kFirstStep) {}
 
 int Wait::pause() {
     const auto now = Clock::now();
     if (now >= end_) return VM1905_TIMEOUT;
-    if (progress_.tell != nullptr && now >= nextTold_) {
-        nextTold_ = now + kToldEvery;
-        if (progress_.tell(progress_.argument, milliseconds(now - begin_)) != 0) {
+    if (progress_.call != nullptr && now >= nextProgress_) {
+        nextProgress_ = now + kProgressInterval;
+        if (progress_.call(progress_.argument, milliseconds(now - begin_)) != 0) {
             return VM1905_CANCELLED;
         }
     }

@@ -1,4 +1,4 @@
-// A bounded wait: short sleeps that grow, progress told to the caller meanwhile.
+// A wait with a time limit: short sleeps that grow, and progress calls in between.
 #pragma once
 
 #include <chrono>
@@ -6,7 +6,7 @@
 #include "vm1905_client.h"
 
 struct Progress {
-    vm1905_progress tell = nullptr;
+    vm1905_progress call = nullptr;
     void* argument = nullptr;
 };
 
@@ -14,11 +14,10 @@ class Wait {
   public:
     Wait(unsigned ms, const Progress& progress);
 
-    // Sleeps a little. 0, VM1905_TIMEOUT when no time is left, VM1905_CANCELLED.
-    int pause();
-    // No more than so many milliseconds from now.
-    void limit(unsigned ms);
-    unsigned left() const;  // milliseconds
+    // Sleeps briefly. 0, VM1905_TIMEOUT if no time is left, or VM1905_CANCELLED.
+    [[nodiscard]] int pause();
+    void limit(unsigned ms);  // to this many milliseconds from now
+    unsigned left() const;    // milliseconds
 
   private:
     using Clock = std::chrono::steady_clock;
@@ -26,6 +25,6 @@ class Wait {
     Progress progress_;
     Clock::time_point begin_ = Clock::now();
     Clock::time_point end_;
-    Clock::time_point nextTold_;
+    Clock::time_point nextProgress_;
     Clock::duration step_;
 };

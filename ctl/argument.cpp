@@ -4,6 +4,7 @@
 #include <charconv>
 
 #include "failure.h"
+#include "hex.h"
 
 namespace {
 
@@ -14,6 +15,10 @@ CLI::Option* take(CLI::Option* option, std::function<void(std::string&)> convert
             return std::string();
         },
         ""));
+}
+
+std::string given(const std::string& text) {
+    return text.empty() ? "an empty text" : text;
 }
 
 std::string shown(double number) {
@@ -32,7 +37,7 @@ int64_t numberArgument(const std::string& text, int64_t min, int64_t max, const 
     const auto [rest, error] = std::from_chars(begin, end, value, isHex ? 16 : 10);
     const bool isNumber = error == std::errc{} && rest == end && !(isHex && *begin == '-');
     if (isNumber && value >= min && value <= max) return value;
-    throw Failure{kUsage, what + ": " + (text.empty() ? "nothing" : text) + " is no number from " +
+    throw Failure{kUsage, what + ": " + given(text) + " is not a number from " +
                               std::to_string(min) + " to " + std::to_string(max)};
 }
 
@@ -41,23 +46,24 @@ int wordArgument(const std::string& text, const Words& words, const std::string&
     if (found != words.end()) return found->second;
     std::string list;
     for (const auto& [word, number] : words) list += (list.empty() ? "" : ", ") + word;
-    throw Failure{kUsage, what + ": " + (text.empty() ? "nothing" : text) + " is none of " + list};
+    throw Failure{kUsage, what + ": " + given(text) + " is not one of " + list};
 }
 
 const std::string& textArgument(const std::string& text, size_t max, const std::string& what) {
     if (text.size() <= max) return text;
-    throw Failure{kUsage, what + ": " + std::to_string(text.size()) + " bytes; it may have " +
+    throw Failure{kUsage, what + ": " + std::to_string(text.size()) + " bytes; the limit is " +
                               std::to_string(max)};
 }
 
 Mac macArgument(const std::string& text, const std::string& what) {
     if (const auto mac = parseMac(text)) return *mac;
-    throw Failure{kUsage, text + " is no MAC address", what + ": such as 02:00:5e:10:00:01"};
+    throw Failure{kUsage, given(text) + " is not a MAC address",
+                  what + ": for example 02:00:5e:10:00:01"};
 }
 
 std::string hexArgument(const std::string& text, size_t max, const std::string& what) {
     if (auto bytes = parseHex(text)) return textArgument(*bytes, max, what);
-    throw Failure{kUsage, "these are no bytes as pairs of hexadecimal digits: " + text};
+    throw Failure{kUsage, what + ": " + given(text) + " is not pairs of hexadecimal digits"};
 }
 
 CLI::Option* takeNumber(CLI::Option* option, int64_t min, int64_t max) {
@@ -70,11 +76,11 @@ CLI::Option* takeSeconds(CLI::Option* option, double min, double max) {
     return take(option, [=, what = option->get_name()](std::string& text) {
         char* end = nullptr;
         const double value = std::strtod(text.c_str(), &end);
-        // Also false for what is no number in the sense of arithmetic.
+        // Also false for NaN.
         const bool isBetween = value >= min && value <= max;
         if (!text.empty() && *end == '\0' && isBetween) return;
-        throw Failure{kUsage, what + ": " + text + " is no number of seconds from " + shown(min) +
-                                  " to " + shown(max)};
+        throw Failure{kUsage, what + ": " + given(text) + " is not a number of seconds from " +
+                                  shown(min) + " to " + shown(max)};
     });
 }
 

@@ -1,5 +1,5 @@
-// What people type behind a command. Each function throws Failure{kUsage}, which says what is
-// allowed; what names the argument.
+// Checks what people type after a command. Each function throws Failure{kUsage}, which says what is
+// allowed; what is the name of the argument in that message.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -9,22 +9,22 @@
 
 #include "mac.h"
 
-// Words that stand for numbers, in the order in which they are told.
+// Words that stand for numbers, in the order in which messages list them.
 using Words = std::vector<std::pair<std::string, int>>;
 
-// A decimal number, or a hexadecimal one behind 0x.
+// A decimal number, or a hexadecimal one after 0x.
 int64_t numberArgument(const std::string& text, int64_t min, int64_t max, const std::string& what);
 int wordArgument(const std::string& text, const Words& words, const std::string& what);
-// The text, when it has no more than so many bytes.
+// The text itself, if it has no more than max bytes.
 const std::string& textArgument(const std::string& text, size_t max, const std::string& what);
 Mac macArgument(const std::string& text, const std::string& what);
-// Bytes, of which there may be so many, out of hexadecimal digits.
+// Up to max bytes, from hexadecimal digits.
 std::string hexArgument(const std::string& text, size_t max, const std::string& what);
 
-// The same as checks of the command line; the option then holds the number.
+// The same checks for an option of the command line, which then holds the number.
 CLI::Option* takeNumber(CLI::Option* option, int64_t min, int64_t max);
 CLI::Option* takeSeconds(CLI::Option* option, double min, double max);
 CLI::Option* takeWord(CLI::Option* option, const Words& words);
 
-// The first word that stands for the number.
+// The first word for the number, else its digits.
 std::string wordFor(const Words& words, int number);

@@ -1,4 +1,4 @@
-// The command line: which commands there are, and what was chosen.
+// The command line: which commands there are, and which one was chosen.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -12,43 +12,34 @@
 #include "report.h"
 #include "session.h"
 
-// What a command line asks for: one of the four.
+// What a command line asks for: one of text, read, act and watched.
 struct Choice {
     Options options;
-    std::string command{};  // the one that was chosen, with its group: "wps renew"
-    std::string text{};     // to be printed, and nothing else done: help, the version
+    std::string command{};  // the command that acts, with its group: "wps renew"
+    std::string text{};     // help or version to print
     std::function<Report(Session&)> read{};
     std::function<Report(Session&)> act{};  // reports what was done
-    std::vector<std::string> watched{};     // the command line behind watch, when isWatch
+    std::vector<std::string> watched{};     // the command line after watch, if isWatch
     bool isWatch = false;
     double interval = 2;  // seconds, of watch
 
-    // What may stand at an option or argument that takes one of some words.
+    // The words that an option or argument takes, if it takes only certain words.
     std::map<const CLI::Option*, std::vector<std::string>> words{};
 };
 
-// What an argument is, by which completion goes.
+// The types of arguments, by which completion chooses what to offer.
 inline constexpr const char* kDeviceArgument = "DEVICE";
 inline constexpr const char* kDeviceOrSelfArgument = "DEVICE|self";
 inline constexpr const char* kDeviceOrAllArgument = "DEVICE|all";
-inline constexpr const char* kInterfaceArgument = "INTERFACE";  // of the device before it
+inline constexpr const char* kInterfaceArgument =
+    "INTERFACE";                                  // of the device in the argument before
 inline constexpr const char* kOfArgument = "OF";  // of get: a device or an own interface
 
-// All commands. The choice must outlive the result, and is filled while that parses.
+// Makes the command line with all commands. Parsing fills the choice, which must outlive the
+// result.
 std::unique_ptr<CLI::App> makeCommandLine(Choice& choice);
-// Parses it. Throws Failure for wrong usage.
+// Throws Failure if the usage is wrong.
 void parse(CLI::App& app, Choice& choice, const std::vector<std::string>& words);
 
-// One of the words, whose number the option then holds.
-CLI::Option* addWord(CLI::App& command, Choice& choice, const char* name, int& number,
-                     const char* text, const Words& words);
-
-// The option of watch.
+// Adds --interval, the option of watch.
 void addInterval(CLI::App& command, Choice& choice);
-
-// Part of it: what gives orders to devices, and what is done on this one.
-void addOrders(CLI::App& app, Choice& choice);
-void addLocalOrders(CLI::App& app, Choice& choice);
-
-// Prints what may stand at the last word, which may be empty, a line each.
-void printCompletions(const std::vector<std::string>& words);

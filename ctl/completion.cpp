@@ -1,4 +1,5 @@
-// What the shell may offer at the last word of a command line.
+#include "completion.h"
+
 #include <algorithm>
 
 #include "cli.h"
@@ -24,7 +25,7 @@ const CLI::App* commandNamed(const CLI::App& app, const std::string& name) {
     return found.empty() ? nullptr : found.front();
 }
 
-// A name that the shell would read otherwise is completed by its address.
+// Other names would need quotes in the shell; their devices are completed by address.
 bool isPlain(const std::string& name) {
     return !name.empty() && name[0] != '-' && std::ranges::all_of(name, [](char c) {
         return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
@@ -32,7 +33,7 @@ bool isPlain(const std::string& name) {
     });
 }
 
-// The shell takes a colon for the end of a word.
+// With dashes, as a colon ends a word for bash.
 std::string shellText(const Mac& mac) {
     std::string text = mac.text();
     std::ranges::replace(text, ':', '-');
@@ -90,8 +91,8 @@ void printCompletions(const std::vector<std::string>& words) {
     Choice choice;
     const auto root = makeCommandLine(choice);
     const CLI::App* app = root.get();
-    const CLI::App* watch = nullptr;       // once it stands there; behind it comes another command
-    const CLI::Option* pending = nullptr;  // an option that wants a value
+    const CLI::App* watch = nullptr;       // set once watch was given; another command follows it
+    const CLI::Option* pending = nullptr;  // an option whose value comes next
     Given given;
     const std::string last = words.empty() ? "" : words.back();
     for (size_t i = 0; i + 1 < words.size(); i++) {

@@ -11,15 +11,14 @@
 namespace {
 
 constexpr size_t kMaxSize = 64UL << 20;
-constexpr int kAttempts = 4;  // the file may be caught while it is written
+constexpr int kAttempts = 4;  // the daemon may be writing the file
 constexpr auto kPause = std::chrono::milliseconds(25);
 
 bool isBlank(char c) {
     return c == ' ' || c == '\t';
 }
 
-// A text as a JSON string. Bytes that are no ASCII go through as characters of their number when
-// the whole is no UTF-8.
+// Appends the text as a JSON string. If it is not UTF-8, its bytes are taken for Latin-1.
 void appendString(std::string& out, std::string_view text) {
     std::string encoded;
     try {
@@ -40,10 +39,10 @@ void appendString(std::string& out, std::string_view text) {
     out += encoded;
 }
 
-// The daemon writes texts without escaping, one member a line. Those of other devices it keeps
-// without what would need that, but not its own names and the pass phrase: these must not hide the
-// mesh. So each text is taken for what stands between the quotes that its line begins and ends
-// with. A text with a line break goes on to the next line.
+// The daemon writes one member per line and does not escape texts. It removes special characters
+// from the texts of other devices, but not from its own names and the pass phrase, and one of these
+// must not make the whole file unreadable. So a text is everything between the first and the last
+// quote of the value; one with line breaks continues on the next line.
 std::string withTextsEscaped(std::string_view text) {
     std::string out;
     out.reserve(text.size() + text.size() / 8);
@@ -98,7 +97,7 @@ int64_t numberAt(const Json& object, const char* member) {
     return found != object.end() && found->is_number_integer() ? found->get<int64_t>() : 0;
 }
 
-// "IEEE 802.3ab(IEEE 802.3ab Gigabit Ethernet)" without what stands in parentheses.
+// "IEEE 802.3ab(IEEE 802.3ab Gigabit Ethernet)" without the parentheses.
 std::string mediaAt(const Json& object) {
     std::string label = textAt(object, "MediaType");
     label.erase(std::min(label.find('('), label.size()));
@@ -106,7 +105,7 @@ std::string mediaAt(const Json& object) {
     return label == "Unknown" ? "" : label;
 }
 
-// The objects "Prefix.1", "Prefix.2" ... of a parent, which the file holds in this order.
+// The objects "Prefix.1", "Prefix.2" ... of a parent, in the order of the file.
 std::vector<const Json*> numbered(const Json& parent, std::string_view prefix) {
     std::vector<const Json*> found;
     if (!parent.is_object()) return found;
@@ -157,6 +156,11 @@ std::string ModelDevice::text(const char* member) const {
     return text == "Unknown" ? "" : text;
 }
 
+const ModelInterface* ModelDevice::intf(const Mac& mac) const {
+    const auto found = std::ranges::find(interfaces, mac, &ModelInterface::mac);
+    return found == interfaces.end() ? nullptr : &*found;
+}
+
 const ModelDevice* DataModel::find(const Mac& alMac) const {
     if (own.alMac == alMac && !alMac.isZero()) return &own;
     const auto found = std::ranges::find(devices, alMac, &ModelDevice::alMac);
@@ -186,7 +190,7 @@ DataModel parseDataModel(std::string_view text) {
     const Json* level = &whole;
     for (const char* member : {"Device", "X_5E1F09_IEEE1905", "AL"}) {
         if (!level->is_object() || !level->contains(member)) {
-            model.trouble = whole.is_discarded() ? "is no JSON" : "is no data model";
+            model.trouble = whole.is_discarded() ? "is not JSON" : "is not a data model";
             return model;
         }
         level = &(*level)[member];

@@ -1,5 +1,5 @@
-// What the daemon writes into vm1905.json: names, the settings that devices tell of themselves, and
-// the Wi-Fi side of links, none of which the channel tells.
+// What vm1905.json has and the channel has not: names, the settings that devices report, and the
+// Wi-Fi side of links.
 #pragma once
 
 #include <optional>
@@ -10,20 +10,20 @@
 #include "mac.h"
 #include "report.h"
 
-// How a station hears its access point, as the device reported it.
+// The Wi-Fi link of a station, as its device reported it.
 struct WifiLink {
     int64_t rate = 0, rssi = 0, signal = 0;
     std::string tx, rx, connType;
 };
 
 struct ModelInterface {
-    std::string name, media;  // empty: unknown. media is the label without its explanation
+    std::string name, media;  // empty: unknown; media without the explanation in parentheses
     Mac mac;
 };
 
 struct ModelNeighbor {
-    Mac localIntf;  // zero: not told
-    Mac alMac;      // zero for what is no 1905 device
+    Mac localIntf;  // zero: unknown
+    Mac alMac;      // zero for a host
     Mac intf;
     std::string media;
     std::optional<WifiLink> wifi;
@@ -31,26 +31,27 @@ struct ModelNeighbor {
 
 struct ModelDevice {
     Mac alMac;
-    Json members;  // the whole object, as it stands in the file
+    Json members;  // the whole object, as in the file
     std::vector<ModelInterface> interfaces;
     std::vector<ModelNeighbor> neighbors;
 
-    std::string text(const char* member) const;  // empty: not there, or not known
+    std::string text(const char* member) const;  // empty if missing or "Unknown"
+    const ModelInterface* intf(const Mac& mac) const;
 };
 
 struct DataModel {
     ModelDevice own;
     std::vector<ModelDevice> devices;
-    std::string trouble;  // why nothing was read; empty when something was
+    std::string trouble;  // why it could not be read; empty if it was
 
     const ModelDevice* find(const Mac& alMac) const;
 };
 
-// Where the daemon of this device writes it, by its configuration file.
+// The path to which the daemon with this configuration file writes it.
 std::string dataModelPath(const std::string& configuration = "/etc/vm1905/vm1905.conf");
 
-// Never fails: what cannot be read is missing, and trouble says so.
+// Never throws: if the file cannot be read, the model is empty and trouble says why.
 DataModel readDataModel(const std::string& path);
 
-// The same of the text of such a file.
+// The same for the text of a file.
 DataModel parseDataModel(std::string_view text);

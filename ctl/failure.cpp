@@ -25,40 +25,43 @@ Exit statusOf(int result) {
 const char* adviceFor(int result, Asked asked) {
     switch (result) {
         case VM1905_NO_DAEMON:
-            return "start it, or look at its log for why it ended";
+            return "start it; if it has ended, its log says why";
         case VM1905_RESTARTED:
-            return asked == Asked::kRead ? "repeat the command"
-                                         : "look whether it was obeyed before you repeat it";
+            return asked == Asked::kRead
+                       ? "repeat the command"
+                       : "check whether the order was carried out before you repeat it";
         case VM1905_TIMEOUT:
-            return asked == Asked::kRead ? "the daemon is silent. To wait longer: --timeout"
+            return asked == Asked::kRead ? "the daemon does not answer. To wait longer: --timeout"
                    : asked == Asked::kHere
-                       ? "the daemon is silent; it may have obeyed all the same. To wait longer: "
+                       ? "the daemon does not answer, but may have done it. To wait longer: "
                          "--timeout"
-                       : "the device, or the daemon, is silent; it may have obeyed all the same. "
-                         "Look whether it is there: vm1905ctl devices. To wait longer: --timeout";
+                       : "the device or the daemon does not answer, but may have done it. To see "
+                         "whether the device is there: vm1905ctl devices. To wait longer: "
+                         "--timeout";
         case VM1905_BUSY:
-            return "nothing was asked; repeat the command";
+            return "nothing was sent; repeat the command";
         case VM1905_SYSTEM:
             return "run it as the user of the daemon, or as root";
         case VM1905_NO_INTF:
         case VM1905_NO_OWN_INTF:
-            return "see which there are: vm1905ctl interfaces, vm1905ctl device DEVICE";
+            return "to list interfaces: vm1905ctl interfaces, vm1905ctl device DEVICE";
         case VM1905_NO_PWR_STATE:
-            return "most interfaces know on and off only";
+            return "most interfaces support only on and off";
         case VM1905_NO_NEIGHBOR:
         case VM1905_NO_DEVICE:
-            return "see which devices there are: vm1905ctl devices";
+            return "to list devices: vm1905ctl devices";
         case VM1905_FAILED:
             if (asked == Asked::kNeighbor)
-                return "the log of the device that was to obey tells why: it may not allow it, or "
-                       "its platform has no way to do it";
-            return asked == Asked::kHere ? "the log of this device's daemon tells why: its "
-                                           "platform may have no way to do it"
-                                         : "the log of this device's daemon tells why";
+                return "the log of the other device says why: it may not allow it, or its platform "
+                       "may "
+                       "not support it";
+            return asked == Asked::kHere ? "the log of this device's daemon says why: its "
+                                           "platform may not support it"
+                                         : "the log of this device's daemon says why";
         case VM1905_UNCHANGED:
-            return "it is as you want it already; the length of the change log cannot be 0";
+            return "the value is already set; or it is 0, which the change log does not allow";
         case VM1905_BAD_TYPE:
-            return "the types are 0, 1, 2, 4, 5 and 7 to 12";
+            return "the types are 0, 1, 2, 4, 5, and 7 to 12";
         case VM1905_NO_TABLE:
         case VM1905_WRONG_STATE:
         case VM1905_NO_TOPOLOGY:

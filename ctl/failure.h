@@ -1,22 +1,22 @@
-// How the tool ends. The numbers are part of its interface to scripts.
+// How a command fails, and the exit status. Scripts rely on the numbers.
 #pragma once
 
 #include <string>
 
 enum Exit : int { kDone = 0, kRefused = 1, kUsage = 2, kNoDaemon = 3, kTimedOut = 4 };
 
-// Ends a command: thrown anywhere, told by main. Both texts are shown with control characters
-// escaped.
+// Ends a command: thrown anywhere, printed by main. Both texts may contain what other devices sent;
+// they are escaped when they are printed.
 struct Failure {
     Exit status;
     std::string text;      // what went wrong
-    std::string advice{};  // what to do next; empty: nothing
-    int result = 0;        // of the client library, 0 when it is not the cause
+    std::string advice{};  // what to do next; may be empty
+    int result = 0;        // of the client library; 0 if it is not the cause
 };
 
-// What was asked: a value; something to be done on this device; an order that another one answers.
+// What was asked for: a value, an action of this device, or an order that another device answers.
 enum class Asked { kRead, kHere, kNeighbor };
 
-// Throws the failure that a result of the client library other than 0 stands for. what names what
-// was wanted, such as "reboot of dev2"; it may be empty.
+// Throws Failure unless the result of the client library is 0. what names the request, such as
+// "reboot of dev2"; it may be empty.
 void check(int result, const std::string& what, Asked asked = Asked::kRead);

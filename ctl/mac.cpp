@@ -1,29 +1,32 @@
 #include "mac.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstdio>
 #include <cstring>
 
+#include "hex.h"
+
 namespace {
 
-int digit(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    const char lower = static_cast<char>(c | 0x20);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
+constexpr size_t kDigits = 12;
 
-// The digits of groups of equal size with one separator between them, which all of them share.
-std::optional<std::string> digitsOfGroups(std::string_view text, size_t size, char separator) {
+// The text without the separators between groups of this size; empty if they are not all the same.
+std::string withoutSeparators(std::string_view text, size_t size) {
+    const char separator = text[size];
+    if (std::string_view(":-.").find(separator) == std::string_view::npos) return {};
     std::string digits;
     for (size_t i = 0; i < text.size(); i++) {
-        if (i % (size + 1) == size) {
-            if (text[i] != separator) return {};
-        } else {
+        if (i % (size + 1) != size) {
             digits += text[i];
+        } else if (text[i] != separator) {
+            return {};
         }
     }
     return digits;
+}
+
+bool isDigits(const std::string& text) {
+    return text.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
 }
 
 }  // namespace
@@ -46,44 +49,11 @@ std::string Mac::text() const {
 }
 
 std::optional<Mac> parseMac(std::string_view text) {
-    std::optional<std::string> digits;
-    if (text.size() == 12) digits = text;
-    if (text.size() == 17) digits = digitsOfGroups(text, 2, text[2]);
-    if (text.size() == 14) digits = digitsOfGroups(text, 4, text[4]);
-    const bool isSeparated = text.size() == 12 ||
-                             (text.size() == 17 && std::strchr(":-.", text[2])) ||
-                             (text.size() == 14 && std::strchr(".:-", text[4]));
-    if (!digits || !isSeparated || digits->size() != 12) return {};
+    std::string digits(text);
+    if (text.size() == 17) digits = withoutSeparators(text, 2);
+    if (text.size() == 14) digits = withoutSeparators(text, 4);
+    if (digits.size() != kDigits || !isDigits(digits)) return {};
     Mac mac;
-    for (size_t i = 0; i < 6; i++) {
-        const int high = digit((*digits)[2 * i]), low = digit((*digits)[2 * i + 1]);
-        if (high < 0 || low < 0) return {};
-        mac.b[i] = static_cast<uint8_t>(high << 4 | low);
-    }
+    std::ranges::copy(*parseHex(digits), mac.b.begin());
     return mac;
-}
-
-std::optional<std::string> parseHex(std::string_view text) {
-    std::string bytes;
-    for (size_t i = 0; i < text.size();) {
-        if (std::strchr(" :-", text[i]) != nullptr) {
-            i++;
-            continue;
-        }
-        const int high = digit(text[i]), low = i + 1 < text.size() ? digit(text[i + 1]) : -1;
-        if (high < 0 || low < 0) return {};
-        bytes += static_cast<char>(high << 4 | low);
-        i += 2;
-    }
-    return bytes;
-}
-
-std::string hexOf(const uint8_t* data, size_t length) {
-    std::string text;
-    for (size_t i = 0; i < length; i++) {
-        char pair[3];
-        std::snprintf(pair, sizeof pair, "%02x", data[i]);
-        text += pair;
-    }
-    return text;
 }

@@ -1,13 +1,14 @@
 #include <clocale>
 
 #include "cli.h"
+#include "completion.h"
 #include "output.h"
 #include "watch.h"
 
 namespace {
 
 int fail(const Failure& failure, Format format) {
-    tell(failure);
+    printFailure(failure);
     if (format == Format::kText) return failure.status;
     std::string out;
     reportOf(failure).print(format, out);
@@ -34,10 +35,10 @@ int run(const std::vector<std::string>& arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    (void)std::setlocale(LC_CTYPE, "");
+    std::setlocale(LC_CTYPE, "");
     const std::vector<std::string> arguments(argv + 1, argv + argc);
     try {
-        // For the shell alone, and so not among the options.
+        // Only for the completion script, so not among the options.
         if (!arguments.empty() && arguments[0] == "--complete") {
             printCompletions({arguments.begin() + 1, arguments.end()});
             return kDone;

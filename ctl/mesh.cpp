@@ -3,29 +3,19 @@
 #include <algorithm>
 
 #include "failure.h"
+#include "table.h"
 
 namespace {
 
-constexpr unsigned kMaxIndex = 256;
-
-bool isEnd(int result) {
-    // A device may go while it is asked about; then what is left of it is all there is.
-    return result == VM1905_BAD_INDEX || result == VM1905_EMPTY || result == VM1905_NO_DEVICE ||
-           result == VM1905_NO_OWN_INTF || result == VM1905_NO_TABLE;
+// A device may leave the network while its tables are read: they then end here.
+int endIfGone(int result) {
+    const bool isGone =
+        result == VM1905_NO_DEVICE || result == VM1905_NO_OWN_INTF || result == VM1905_NO_TABLE;
+    return isGone ? VM1905_BAD_INDEX : result;
 }
 
-// Calls ask(index) and then take() until the table ends.
-template <typename Ask, typename Take>
-void walk(const std::string& what, Ask&& ask, Take&& take) {
-    for (unsigned index = 0; index < kMaxIndex; index++) {
-        const int result = ask(static_cast<uint8_t>(index));
-        if (isEnd(result)) return;
-        check(result, what);
-        take();
-    }
-}
-
-// An answer carries the low byte of the media type alone. What follows it tells the kind apart.
+// An answer has only the low byte of the media type. The length of the media-specific information
+// shows which kind of medium it is.
 uint16_t fullMediaType(const vm1905_dev_intf& intf) {
     constexpr uint8_t kWifiInfo = 10, kPowerLineInfo = 7;
     const uint16_t kind = intf.media_length == kWifiInfo        ? 0x0100
@@ -36,21 +26,15 @@ uint16_t fullMediaType(const vm1905_dev_intf& intf) {
 
 bool isAccessPoint(const vm1905_dev_intf& intf) {
     constexpr uint8_t kWifiInfo = 10, kRoleAt = 6;
-    // Behind the BSSID the upper half of a byte: 0 access point, 4 station, ...
+    // The upper half of the byte after the BSSID: 0 access point, 4 station, ...
     return intf.media_length == kWifiInfo && intf.media_info[kRoleAt] >> 4 == 0;
-}
-
-const ModelInterface* modelInterface(const ModelDevice* device, const Mac& mac) {
-    if (device == nullptr) return nullptr;
-    const auto found = std::ranges::find(device->interfaces, mac, &ModelInterface::mac);
-    return found == device->interfaces.end() ? nullptr : &*found;
 }
 
 Interface interfaceOf(const ModelDevice* model, const Mac& mac, uint16_t mediaType) {
     Interface intf;
     intf.mac = mac;
     intf.mediaType = mediaType;
-    const ModelInterface* const known = modelInterface(model, mac);
+    const ModelInterface* const known = model == nullptr ? nullptr : model->intf(mac);
     if (known != nullptr) intf.name = known->name;
     intf.media = known != nullptr && !known->media.empty() ? known->media : mediaName(mediaType);
     return intf;
@@ -59,9 +43,11 @@ Interface interfaceOf(const ModelDevice* model, const Mac& mac, uint16_t mediaTy
 void readInterfaces(vm1905_client* client, Device& device) {
     const vm1905_mac alMac = device.alMac;
     vm1905_dev_intf answer;
-    walk(
+    walkTable(
         "interfaces of a device",
-        [&](uint8_t index) { return vm1905_get_dev_intf(client, &alMac, index, &answer); },
+        [&](uint8_t index) {
+            return endIfGone(vm1905_get_dev_intf(client, &alMac, index, &answer));
+        },
         [&] {
             Interface intf = interfaceOf(device.model, answer.mac, fullMediaType(answer));
             intf.isAccessPoint = isAccessPoint(answer);
@@ -70,7 +56,7 @@ void readInterfaces(vm1905_client* client, Device& device) {
         });
 }
 
-// What vm1905.json adds to a neighbour that the channel told.
+// Adds what vm1905.json has about this neighbor.
 void enrich(Heard& heard, const ModelDevice* model) {
     if (model == nullptr) return;
     for (const ModelNeighbor& neighbor : model->neighbors) {
@@ -93,9 +79,11 @@ void readNeighbors(vm1905_client* client, Device& device) {
         device.heard.push_back(std::move(heard));
     };
     vm1905_1905_nbrs answer;
-    walk(
+    walkTable(
         "neighbors of a device",
-        [&](uint8_t index) { return vm1905_get_dev_1905_nbrs(client, &alMac, index, &answer); },
+        [&](uint8_t index) {
+            return endIfGone(vm1905_get_dev_1905_nbrs(client, &alMac, index, &answer));
+        },
         [&] {
             for (size_t i = 0; i < answer.num; i++) {
                 Heard heard{answer.local_mac, answer.nbrs[i].al_mac, true, {}, {}, {}, {}, {}};
@@ -104,37 +92,41 @@ void readNeighbors(vm1905_client* client, Device& device) {
             }
         });
     vm1905_non1905_nbrs hosts;
-    walk(
+    walkTable(
         "hosts of a device",
-        [&](uint8_t index) { return vm1905_get_dev_non1905_nbrs(client, &alMac, index, &hosts); },
+        [&](uint8_t index) {
+            return endIfGone(vm1905_get_dev_non1905_nbrs(client, &alMac, index, &hosts));
+        },
         [&] {
             for (size_t i = 0; i < hosts.num; i++) {
                 add({hosts.local_mac, hosts.macs[i], false, {}, {}, {}, {}, {}});
             }
         });
     vm1905_tuple tuple;
-    walk(
+    walkTable(
         "bridges of a device",
-        [&](uint8_t index) { return vm1905_get_dev_tuple(client, &alMac, index, &tuple); },
+        [&](uint8_t index) {
+            return endIfGone(vm1905_get_dev_tuple(client, &alMac, index, &tuple));
+        },
         [&] { device.bridges.emplace_back(tuple.macs, tuple.macs + tuple.num); });
 }
 
-// What this device hears. The channel has no table of it, but link metrics; and vm1905.json names
-// the own interface by which another device hears this one.
+// Adds the neighbors of this device. The channel has no table of them: they follow from link
+// metrics, and from vm1905.json, which says on which own interface another device hears this one.
 void readOwnLinks(vm1905_client* client, Mesh& mesh) {
     Device& own = mesh.devices.front();
     for (const Interface& intf : own.interfaces) {
         const vm1905_mac mac = intf.mac;
         uint16_t num = 0;
-        const int result = vm1905_get_link_num(client, &mac, intf.mediaType, &num);
-        if (result == VM1905_FAILED || isEnd(result)) continue;  // no metrics of this one
+        const int result = endIfGone(vm1905_get_link_num(client, &mac, intf.mediaType, &num));
+        if (result == VM1905_FAILED || result == VM1905_BAD_INDEX) continue;  // without metrics
         check(result, "links of " + portName(own, intf.mac));
         vm1905_link link;
-        walk(
+        walkTable(
             "links of " + portName(own, intf.mac),
             [&](uint8_t index) {
-                return index < num ? vm1905_get_link(client, &mac, intf.mediaType, index, &link)
-                                   : VM1905_BAD_INDEX;
+                if (index >= num) return static_cast<int>(VM1905_BAD_INDEX);
+                return endIfGone(vm1905_get_link(client, &mac, intf.mediaType, index, &link));
             },
             [&] {
                 const auto owner = mesh.ownerOf(link.neighbor_mac);
@@ -178,7 +170,7 @@ const Interface& Device::namedIntf(const std::string& given) const {
     });
     if (found != interfaces.end()) return *found;
     throw Failure{kUsage, called() + " has no interface " + given,
-                  "see which there are: vm1905ctl device " + alMac.text()};
+                  "to list them: vm1905ctl device " + alMac.text()};
 }
 
 void Mesh::addStrangers() {
@@ -261,7 +253,7 @@ Device readOwnDevice(vm1905_client* client, const DataModel& model, const vm1905
     vm1905_intf answer;
     for (unsigned index = 0; index < al.intf_num; index++) {
         const int result = vm1905_get_intf(client, static_cast<uint8_t>(index), &answer);
-        if (result == VM1905_FAILED) break;  // the only code there is, also past the end
+        if (result == VM1905_FAILED) break;  // also the code past the end of the table
         check(result, "interfaces of this device");
         Interface intf = interfaceOf(own.model, answer.mac, answer.media_type);
         intf.power = answer.pwr_state;
@@ -272,16 +264,27 @@ Device readOwnDevice(vm1905_client* client, const DataModel& model, const vm1905
     return own;
 }
 
+int readOption(vm1905_client* client, const Mac* device, uint8_t item, std::optional<bool>& value) {
+    constexpr uint8_t kNotReported = 255;
+    uint8_t found = 0;
+    const vm1905_mac mac = device == nullptr ? Mac{} : *device;
+    const int result = device == nullptr ? vm1905_get_option(client, item, &found)
+                                         : vm1905_get_dev_option(client, &mac, item, &found);
+    const bool isKnown = result == VM1905_OK && (device == nullptr || found != kNotReported);
+    value = isKnown ? std::optional(found == 1) : std::nullopt;
+    return result;
+}
+
 Mesh readMesh(vm1905_client* client, const DataModel& model, const std::string& ownName) {
     Mesh mesh;
     check(vm1905_get_al(client, &mesh.al), "this device");
     check(vm1905_get_topology(client, &mesh.topology), "the topology");
     mesh.devices.push_back(readOwnDevice(client, model, mesh.al, ownName));
     vm1905_dev answer;
-    walk(
-        "devices", [&](uint8_t index) { return vm1905_get_dev(client, index, &answer); },
+    walkTable(
+        "devices", [&](uint8_t index) { return endIfGone(vm1905_get_dev(client, index, &answer)); },
         [&] {
-            if (mesh.find(answer.al_mac) != nullptr) return;  // moved while it was asked
+            if (mesh.find(answer.al_mac) != nullptr) return;  // it moved in the table
             Device device;
             device.alMac = answer.al_mac;
             device.model = model.find(device.alMac);
@@ -294,7 +297,7 @@ Mesh readMesh(vm1905_client* client, const DataModel& model, const std::string& 
         readNeighbors(client, device);
     }
     readOwnLinks(client, mesh);
-    // A bridge learns the ports of devices as it does those of hosts.
+    // A bridge reports interfaces of devices as hosts, too.
     for (Device& device : mesh.devices) {
         for (Heard& heard : device.heard) {
             const auto owner = heard.isDevice ? std::nullopt : mesh.ownerOf(heard.mac);

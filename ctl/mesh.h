@@ -1,4 +1,4 @@
-// The mesh as this device knows it: the live records of the channel, with what vm1905.json adds.
+// The mesh as this device knows it: live records from the channel, and what vm1905.json adds.
 #pragma once
 
 #include <optional>
@@ -9,36 +9,38 @@
 #include "mac.h"
 #include "vm1905_client.h"
 
-inline constexpr size_t kMaxPlaces = 1024;  // devices of a mesh, far above any real one
+inline constexpr size_t kMaxPlaces = 1024;  // devices in a tree, far more than any real mesh has
 
 struct Interface {
     Mac mac;
-    std::string name;   // empty: nobody told it
+    std::string name;   // empty: unknown
     std::string media;  // such as "IEEE 802.3ab"; empty: unknown
     uint16_t mediaType = 0;
     bool isAccessPoint = false;
     std::optional<uint8_t> power;   // 0 on, 1 power save, 2 off, 3 unsupported
-    std::optional<uint8_t> status;  // of own interfaces
-    uint32_t age = 0;               // likewise: seconds since its last change
+    std::optional<uint8_t> status;  // own interfaces only
+    uint32_t age = 0;               // own interfaces only: seconds since the last change
+
+    bool isWifi() const { return mediaType >> 8 == 1; }
 };
 
-// Another device or a host that a device hears on one of its interfaces.
+// A device or host that a device hears on one of its interfaces.
 struct Heard {
     Mac localIntf;
-    Mac mac;  // AL MAC of a device, or the MAC of a host that is none
+    Mac mac;  // AL MAC of a device, MAC of a host
     bool isDevice = false;
-    std::optional<bool> bridge;  // whether an 802.1 bridge is in between
-    Mac intf;                    // of the device; zero: not told
+    std::optional<bool> bridge;  // whether there is an IEEE 802.1 bridge on the link
+    Mac intf;                    // of the other end; zero: unknown
     std::string media;           // of the other end
     std::optional<WifiLink> wifi;
-    std::optional<vm1905_link> metric;  // of own links
+    std::optional<vm1905_link> metric;  // own links only
 };
 
 struct Device {
     Mac alMac;
     bool isOwn = false;
-    bool isStranger = false;  // only others tell that there is such a device
-    std::string name;         // empty: nobody told it
+    bool isStranger = false;  // only other devices hear it
+    std::string name;         // empty: unknown
     const ModelDevice* model = nullptr;
     std::vector<Interface> interfaces;
     std::vector<Heard> heard;
@@ -46,7 +48,7 @@ struct Device {
 
     std::string called() const { return name.empty() ? alMac.text() : name; }
     const Interface* intf(const Mac& mac) const;
-    // The interface that a person means, by its name or MAC. Throws Failure without one.
+    // The interface with this name or MAC. Throws Failure if there is none.
     const Interface& namedIntf(const std::string& given) const;
 };
 
@@ -56,19 +58,23 @@ struct Mesh {
     std::vector<Device> devices;  // this one first
 
     const Device* find(const Mac& alMac) const;
-    // Adds the devices that others hear and this daemon does not, as records of their own,
-    // as long as there are no more than kMaxPlaces.
+    // Adds the devices that only other devices hear, up to kMaxPlaces in all.
     void addStrangers();
-    // The AL MAC of the device that has this interface; nothing when none is known to.
+    // The AL MAC of the device that has this interface; empty if none is known.
     std::optional<Mac> ownerOf(const Mac& intf) const;
 };
 
-// The name of an interface, else its MAC; nothing for the zero MAC.
+// The name of an interface, else its MAC; empty for the zero MAC.
 std::string portName(const Device& device, const Mac& intf);
 std::string mediaName(uint16_t mediaType);
 
-// Asks the daemon for the whole. The model must outlive the result. Throws Failure.
+// Reads the whole mesh from the daemon. The model must outlive the result. Throws Failure.
 Mesh readMesh(vm1905_client* client, const DataModel& model, const std::string& ownName);
-// Only this device, without its links.
+// Reads this device alone, without its links.
 Device readOwnDevice(vm1905_client* client, const DataModel& model, const vm1905_al& al,
                      const std::string& ownName);
+
+// Reads an option (VM1905_OPTION_*) of a device, or of this one (nullptr); value is empty if it is
+// unknown. Returns the result of the client library.
+[[nodiscard]] int readOption(vm1905_client* client, const Mac* device, uint8_t item,
+                             std::optional<bool>& value);

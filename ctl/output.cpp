@@ -9,13 +9,13 @@
 bool put(const std::string& text) {
     if (std::fputs(text.c_str(), stdout) != EOF && std::fflush(stdout) != EOF) return true;
     if (errno != EPIPE) {
-        std::fprintf(stderr, "vm1905ctl: the output cannot be written: %s\n", std::strerror(errno));
+        std::fprintf(stderr, "vm1905ctl: cannot write the output: %s\n", std::strerror(errno));
     }
     return false;
 }
 
-void tell(const Failure& failure) {
-    std::fprintf(stderr, "%s%s\n", coloured(Colour::kTrouble, "vm1905ctl: ", 2).c_str(),
+void printFailure(const Failure& failure) {
+    std::fprintf(stderr, "%s%s\n", colored(Color::kTrouble, "vm1905ctl: ", 2).c_str(),
                  escaped(failure.text).c_str());
     if (!failure.advice.empty()) {
         std::fprintf(stderr, "  %s\n", escaped(failure.advice).c_str());

@@ -1,4 +1,4 @@
-// What the tool prints, and its failures.
+// Printing on standard output, and of failures.
 #pragma once
 
 #include <string>
@@ -6,10 +6,11 @@
 #include "failure.h"
 #include "report.h"
 
-// False when standard output cannot be written, which is told unless its reader has gone.
-bool put(const std::string& text);
+// Prints the text. False if standard output cannot be written, which is reported on standard error
+// unless the reader has gone.
+[[nodiscard]] bool put(const std::string& text);
 
-// The words of a failure on standard error.
-void tell(const Failure& failure);
-// The same for programs.
+// Prints a failure on standard error.
+void printFailure(const Failure& failure);
+// A failure as a report, for --json and --keyvalue.
 Report reportOf(const Failure& failure);

@@ -22,7 +22,7 @@ std::string localTime(int64_t seconds) {
     std::tm parts{};
     char text[32] = "?";
     if (localtime_r(&time, &parts) != nullptr) {
-        (void)std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &parts);
+        std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &parts);
     }
     return text;
 }
@@ -40,13 +40,13 @@ std::string quoted(const std::string& text) {
 
 bool isShown(const Section& section, size_t column) {
     if (section.headings[column].traits & kHidden) return false;
-    // A column of a list that has nothing in it is left out.
+    // Lists omit empty columns.
     return !section.isList || std::ranges::any_of(section.rows, [&](const auto& row) {
         return !row[column].is_null();
     });
 }
 
-// Records as "Heading   value" lines.
+// A record as lines of "Heading   value".
 void printRecord(const Section& section, std::string& out) {
     size_t widest = 0;
     for (const Heading& heading : section.headings) {
@@ -60,7 +60,7 @@ void printRecord(const Section& section, std::string& out) {
             out += value + "\n";
             continue;
         }
-        out += coloured(Colour::kHeading, heading.heading, 1);
+        out += colored(Color::kHeading, heading.heading, 1);
         out.append(widest - width(heading.heading) + 2, ' ');
         out += value + "\n";
     }
@@ -79,7 +79,7 @@ void printTable(const Section& section, std::string& out) {
         for (size_t row = 0; row < section.rows.size(); row++) {
             std::string value = textOf(section.rows[row][i], section.headings[i].unit);
             const bool hasBranch = columns.empty() && row < section.branches.size();
-            // In a tree a blank says the same more quietly.
+            // In a tree an empty cell is easier to read.
             if (value.empty() && section.branches.empty()) value = "-";
             cells.values.push_back(hasBranch ? section.branches[row] + value : value);
             cells.widest = std::max(cells.widest, width(cells.values.back()));
@@ -94,7 +94,7 @@ void printTable(const Section& section, std::string& out) {
             text.append(cells.widest - width(cell) + 2, ' ');
         }
         text.erase(text.find_last_not_of(' ') + 1);
-        out += (isHeading ? coloured(Colour::kHeading, text, 1) : text) + "\n";
+        out += (isHeading ? colored(Color::kHeading, text, 1) : text) + "\n";
     };
     line([](const Cells& cells) -> const std::string& { return cells.heading; }, true);
     for (size_t row = 0; row < section.rows.size(); row++) {
@@ -131,7 +131,7 @@ Json wholeJson(const Report& report, bool onlyNews) {
     return out;
 }
 
-// ASCII alone, so that no text from another device drives a terminal this way either.
+// Only ASCII, so that no text from another device can control the terminal.
 std::string dumped(const Json& value, int indent) {
     return value.dump(indent, ' ', true, Json::error_handler_t::replace);
 }

@@ -1,5 +1,5 @@
-// What a reading command tells, described once and printed three ways: for people, as JSON, and as
-// lines of path.to.key=value.
+// What a command shows, described once and printed in one of three formats: text for people, JSON,
+// or lines of path.to.key=value.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -10,7 +10,7 @@ using Json = nlohmann::ordered_json;
 
 enum class Format { kText, kJson, kKeyValue };
 
-// How a person sees the value of a column.
+// How the text format shows the values of a column.
 enum class Unit {
     kNone,
     kSeconds,  // as a duration
@@ -22,11 +22,11 @@ enum class Unit {
 
 enum Traits : unsigned {
     kPlain = 0,
-    kHidden = 1,    // not for people
-    kRestless = 2,  // changes all the time: that is no news
+    kHidden = 1,    // not in the text format
+    kRestless = 2,  // changes all the time, so watch does not show it as a change
 };
 
-// A member of the records of a section. value is null where it is not known.
+// A member of the records of a section. value returns null if it is unknown.
 template <typename T>
 struct Column {
     const char* key;
@@ -43,22 +43,22 @@ struct Heading {
 };
 
 struct Section {
-    std::string key;    // its member of the whole; empty: the whole
-    std::string title;  // for people, who see it above the section; may be empty
-    bool isList;        // of records; else one record
+    std::string key;    // its member of the whole; empty: its members are those of the whole
+    std::string title;  // above the section in the text format; may be empty
+    bool isList;        // a list of records; else one record
     std::vector<Heading> headings;
     std::vector<std::vector<Json>> rows;
-    std::vector<std::string> branches{};  // what is drawn before each row, in a tree
-    std::string ifEmpty{};                // what people are told of an empty list
+    std::vector<std::string> branches{};  // of a tree: what is drawn before each row
+    std::string ifEmpty{};                // what the text format shows for an empty list
 };
 
 struct Report {
     std::vector<Section> sections;
-    int status = 0;  // of the command, when it ends
+    int status = 0;  // exit status of the command
 
     void print(Format format, std::string& out) const;
     Json json() const;
-    // Equal as long as nothing changes that matters.
+    // Changes if and only if something other than kRestless columns changes.
     std::string fingerprint() const;
 };
 
@@ -97,6 +97,6 @@ Section recordOf(std::string key, std::string title, const Column<T> (&columns)[
 
 // A value as one line of text.
 std::string textOf(const Json& value, Unit unit);
-// The lines of a JSON value, one for each leaf: names and members with dots between them, members
-// of a list counted from 0. A value that the shell would not take as it stands is quoted.
+// Appends a line for each leaf of a JSON value: the path with dots in between, with members of
+// lists counted from 0, and the value, quoted if it has characters special to the shell.
 void printKeyValue(const Json& value, const std::string& path, std::string& out);

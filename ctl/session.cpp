@@ -63,14 +63,31 @@ Mesh Session::mesh() {
     return readMesh(channel, model(), ownName());
 }
 
+Device Session::ownDevice() {
+    const vm1905_al own = ownRecord();
+    return readOwnDevice(client(), model(), own, ownName());
+}
+
+vm1905_al Session::ownRecord() {
+    vm1905_al al;
+    check(vm1905_get_al(client(), &al), "this device");
+    return al;
+}
+
+vm1905_topology Session::topology() {
+    vm1905_topology topology;
+    check(vm1905_get_topology(client(), &topology), "the topology");
+    return topology;
+}
+
 Mac Session::device(const std::string& given) {
     if (const auto mac = parseMac(given)) {
         if (!mac->isZero()) return *mac;
-        // A script that fills in nothing must not mean everybody.
-        throw Failure{kUsage, given + " is no device",
-                      "for every device, where that is allowed: all"};
+        // An empty variable in a script must not mean all devices.
+        throw Failure{kUsage, given + " is not a device",
+                      "for every device, where the command allows it: all"};
     }
-    if (isWord(given, "self")) return ownMac();
+    if (isWord(given, "self")) return ownRecord().al_mac;
     std::vector<Named> known;
     for (const ModelDevice& device : model().devices) {
         if (std::string name = device.text("Hostname"); !name.empty()) {
@@ -87,7 +104,8 @@ Mac Session::device(const std::string& given) {
     if (found.empty()) {
         found = matching([&](const Named& named) { return isWord(given, named.name.c_str()); });
     }
-    if (found.size() == 1) return found[0].alMac.isZero() ? ownMac() : found[0].alMac;
+    if (found.size() == 1)
+        return found[0].alMac.isZero() ? Mac(ownRecord().al_mac) : found[0].alMac;
     std::string list;
     for (const Named& named : found.empty() ? known : found) {
         list += (list.empty() ? "" : ", ") + (named.alMac.isZero()
@@ -95,26 +113,20 @@ Mac Session::device(const std::string& given) {
                                                   : named.name + " (" + named.alMac.text() + ")");
     }
     if (found.empty()) {
-        throw Failure{kUsage, "no device is called " + given, "names are known of: " + list};
+        throw Failure{kUsage, "no device is called " + given, "known names: " + list};
     }
     throw Failure{kUsage, std::to_string(found.size()) + " devices are called " + given,
-                  "give the AL MAC of one of them: " + list};
+                  "use the AL MAC of one of them: " + list};
 }
 
 Mac Session::otherDevice(const std::string& given) {
     const Mac mac = device(given);
-    if (mac != ownMac()) return mac;
+    if (mac != Mac(ownRecord().al_mac)) return mac;
     throw Failure{kUsage, "orders go to other devices; this is " + called(mac) + " itself"};
 }
 
 Mac Session::otherDeviceOrAll(const std::string& given) {
     return isWord(given, "all") ? Mac{} : otherDevice(given);
-}
-
-Mac Session::ownMac() {
-    vm1905_al al;
-    check(vm1905_get_al(client(), &al), "this device");
-    return al.al_mac;
 }
 
 std::string Session::called(const Mac& alMac) {
@@ -129,13 +141,13 @@ std::string Session::portOf(const Mac& alMac, const Mac& intf) {
     if (intf == alMac) return {};
     const ModelDevice* const device = model().find(alMac);
     if (device == nullptr) return intf.text();
-    const auto found = std::ranges::find(device->interfaces, intf, &ModelInterface::mac);
-    return found == device->interfaces.end() || found->name.empty() ? intf.text() : found->name;
+    const ModelInterface* const known = device->intf(intf);
+    return known == nullptr || known->name.empty() ? intf.text() : known->name;
 }
 
 bool Session::isWaiting(unsigned milliseconds) {
     progress_.show(milliseconds);
-    pollfd ending{ending_, POLLIN, 0};  // of no consequence when it is none
+    pollfd ending{ending_, POLLIN, 0};  // poll ignores it if it is negative
     return poll(&ending, 1, 0) == 0;
 }
 

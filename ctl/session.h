@@ -1,4 +1,4 @@
-// What a command works with: the options of the command line, the channel, the data model.
+// What a command works with: its options, the channel and the data model.
 #pragma once
 
 #include <optional>
@@ -12,14 +12,15 @@
 
 struct Options {
     Format format = Format::kText;
-    std::string dataModel;          // path; empty: the daemon's
+    std::string dataModel;          // path; empty for that of the daemon
     std::optional<double> timeout;  // seconds
     bool yes = false;               // ask no questions
 };
 
 class Session {
   public:
-    // command: as the user calls it. Every wait ends once there is something to read from ending.
+    // command: as the user typed it. Once ending (a file descriptor, or -1) is readable, every wait
+    // ends with VM1905_CANCELLED.
     Session(const Options& options, const std::string& command, int ending = -1)
         : options_(options), command_(command), ending_(ending) {}
     ~Session();
@@ -29,38 +30,40 @@ class Session {
     const Options& options() const { return options_; }
     const std::string& command() const { return command_; }
 
-    // Throws Failure without a daemon.
+    // Throws Failure if no daemon runs.
     vm1905_client* client();
-    // A missing file is told on standard error, once.
+    // Reports a file that cannot be read on standard error, once.
     const DataModel& model();
-    // The data model is read anew at its next use.
-    void forget() { model_.reset(); }
+    // Has the next use of the data model read the file again.
+    void forgetModel() { model_.reset(); }
 
     std::string ownName() const;
+    // These read from the daemon, and throw Failure.
+    vm1905_al ownRecord();
+    vm1905_topology topology();
+    Device ownDevice();
     Mesh mesh();
 
-    // The device that a person means: an AL MAC, a host name, or "self" for this one. Throws
-    // Failure for a name that nobody has, or several, and for the all-zero address.
+    // The device given as AL MAC, host name, or "self" for this one. Throws Failure for a name that
+    // no device has, or more than one, and for the all-zero address.
     Mac device(const std::string& given);
-    // Likewise, but not this one.
+    // The same, but not this device.
     Mac otherDevice(const std::string& given);
-    // Likewise; "all" is the all-zero address, which stands for every device.
+    // The same; "all" is the all-zero address.
     Mac otherDeviceOrAll(const std::string& given);
-    // For messages to the user: its name when there is one, else its MAC; "all devices".
+    // How messages call it: by its name, else its MAC; "all devices" for the all-zero address.
     std::string called(const Mac& alMac);
-    // The name of an interface of a device, else its MAC; nothing for the device itself.
+    // The name of an interface of a device, else its MAC; empty if intf is the AL MAC.
     std::string portOf(const Mac& alMac, const Mac& intf);
 
-    // Names what the next call waits for.
+    // Says what the next call waits for, for the progress line.
     void expect(const std::string& what);
-    // Called while something is waited for, since so many milliseconds. False: it is to end.
+    // Called while a call waits, for this many milliseconds so far. False if the call is to end.
     bool isWaiting(unsigned milliseconds);
-    // What it waited for has come.
+    // The call has returned.
     void done() { progress_.end(); }
 
   private:
-    Mac ownMac();
-
     Options options_;
     std::string command_;
     int ending_;

@@ -36,7 +36,7 @@ Character decode(std::string_view text) {
     return {code, bytes};
 }
 
-// Controls, invisible marks and what turns the direction of writing.
+// Control characters, invisible marks and changes of writing direction.
 bool isHarmful(uint32_t code) {
     constexpr struct {
         uint32_t first, last;
@@ -89,12 +89,12 @@ std::string cutTo(std::string_view text, size_t rows, size_t columns) {
     for (size_t i = 0; i < text.size(); i++) {
         const char c = text[i];
         if (c == '\x1b') {
-            // A colour: it takes no room, and is turned off again also where the text is cut.
+            // A color takes no column. It is kept past the cut, where it may switch a color off.
             const size_t end = std::min(text.find('m', i), text.size() - 1);
             out += text.substr(i, end - i + 1);
             i = end;
         } else if (c == '\n') {
-            // The last line must not end, or the terminal scrolls.
+            // A line break on the last row would scroll the terminal.
             if (--rows == 0) break;
             out += c;
             column = 0;
@@ -116,14 +116,12 @@ bool isTerminal(int stream) {
     return isatty(stream) == 1;
 }
 
-std::string coloured(Colour colour, std::string_view text, int stream) {
+std::string colored(Color color, std::string_view text, int stream) {
     const char* const refused = std::getenv("NO_COLOR");
     if (text.empty() || !isTerminal(stream) || (refused != nullptr && *refused != '\0')) {
         return std::string(text);
     }
-    const char* const code = colour == Colour::kHeading ? "1"
-                             : colour == Colour::kFaint ? "2"
-                                                        : "31";
+    const char* const code = color == Color::kHeading ? "1" : color == Color::kFaint ? "2" : "31";
     return std::string("\x1b[") + code + "m" + std::string(text) + "\x1b[0m";
 }
 
@@ -136,7 +134,7 @@ void Progress::show(unsigned milliseconds) {
     if (milliseconds < kPatience || what_.empty() || !isTerminal(STDERR_FILENO)) return;
     std::fprintf(stderr, "\rwaiting for %s, %u.%u s ", escaped(what_).c_str(), milliseconds / 1000,
                  milliseconds / 100 % 10);
-    (void)std::fflush(stderr);
+    std::fflush(stderr);
     shown_ = true;
 }
 

@@ -32,13 +32,14 @@ class Network {
 
     struct Link {
         bool exists = false;
-        Mac a, b;  // the ports; zero: not known
+        Mac a, b;  // the ports; zero: unknown
     };
 
     bool isHeard(size_t a, size_t b) const { return heard_[a].test(b) || heard_[b].test(a); }
 
-    // The direct link between two devices. A bridged ring may blur a pair of ports, so one without
-    // anybody in between is enough; of several the one on which fewest others are heard.
+    // The direct link between two devices. In a bridged ring they may hear each other on several
+    // pairs of ports; one pair without a device in between is enough. Of several such pairs, the
+    // link is the one on which the fewest other devices are heard.
     Link directLink(size_t a, size_t b) const {
         Link best;
         size_t fewest = SIZE_MAX;
@@ -46,7 +47,7 @@ class Network {
         for (const Port& left : portsTo(a, b)) {
             for (const Port& right : portsTo(b, a)) {
                 const size_t count = left.heard.count() + right.heard.count();
-                if (count >= fewest || isAnybodyBetween(a, left, b, right)) continue;
+                if (count >= fewest || hasDeviceBetween(a, left, b, right)) continue;
                 fewest = count;
                 best = {true, left.mac, right.mac};
             }
@@ -54,13 +55,13 @@ class Network {
         return best;
     }
 
-    // Whether a host that these devices hear hangs on the port of one of them itself.
+    // Whether the host that these devices hear is attached directly to this device's port.
     bool isNext(size_t device, const Mac& port, const std::map<size_t, Mac>& hearers) const {
         for (const Port& own : ports_[device]) {
             if (own.mac != port) continue;
             return std::ranges::none_of(hearers, [&](const auto& other) {
                 if (other.first == device || !own.heard.test(other.first)) return false;
-                // It hears the host elsewhere than the device, so it stands between them.
+                // The other is in between if it hears the host and the device on different ports.
                 return std::ranges::none_of(ports_[other.first], [&](const Port& theirs) {
                     return theirs.mac == other.second && theirs.heard.test(device);
                 });
@@ -84,12 +85,12 @@ class Network {
         for (const Port& port : ports_[device]) {
             if (port.heard.test(other)) found.push_back(port);
         }
-        // A device that tells nothing of this link may hear anybody on it.
+        // A device that does not report this link may hear any device on it.
         if (found.empty()) found.push_back({{}, false, Set().set()});
         return found;
     }
 
-    bool isAnybodyBetween(size_t a, const Port& left, size_t b, const Port& right) const {
+    bool hasDeviceBetween(size_t a, const Port& left, size_t b, const Port& right) const {
         Set both = left.heard & right.heard;
         both.reset(a).reset(b);
         for (size_t y = 0; y < ports_.size(); y++) {
@@ -98,8 +99,8 @@ class Network {
         return false;
     }
 
-    // Whether y, that both hear, is between them: it hears them on different ports, or both as
-    // stations of its access point.
+    // Whether y, which both hear, is between them: it hears them on different ports, or as stations
+    // of the same access point.
     bool separates(size_t y, size_t a, size_t b) const {
         if (!heard_[y].test(a) || !heard_[y].test(b)) return false;
         return std::ranges::any_of(ports_[y], [&](const Port& port) {
@@ -127,7 +128,7 @@ class Planter {
         : mesh_(mesh), network_(mesh), placed_(mesh.devices.size(), -1) {
         put(static_cast<size_t>(&root - mesh.devices.data()), -1, {}, true);
         grow();
-        while (attachBlurred()) grow();
+        while (attachUncertain()) grow();
         for (size_t i = 0; i < mesh.devices.size(); i++) {
             if (placed_[i] < 0) {
                 put(i, -1, {}, false);
@@ -138,7 +139,7 @@ class Planter {
     }
 
     void addHosts() {
-        std::map<Mac, std::map<size_t, Mac>> hosts;  // host -> by which device, on which port
+        std::map<Mac, std::map<size_t, Mac>> hosts;  // host -> device that hears it -> port
         for (size_t i = 0; i < mesh_.devices.size(); i++) {
             for (const Heard& heard : mesh_.devices[i].heard) {
                 if (!heard.isDevice && !mesh_.ownerOf(heard.mac)) {
@@ -147,7 +148,7 @@ class Planter {
             }
         }
         for (const auto& [mac, hearers] : hosts) {
-            const auto& all = hearers;  // a structured binding is not captured everywhere
+            const auto& all = hearers;  // not every compiler captures structured bindings
             auto chosen = std::ranges::find_if(all, [&](const auto& hearer) {
                 return network_.isNext(hearer.first, hearer.second, all);
             });
@@ -168,7 +169,7 @@ class Planter {
         }
     }
 
-    // Each place before those that hang off it.
+    // Each place before its children.
     std::vector<Place> inDrawingOrder() const {
         std::vector<Place> out;
         for (size_t i = 0; i < places_.size(); i++) {
@@ -199,7 +200,7 @@ class Planter {
         waiting_.push_back(device);
     }
 
-    // Breadth first, so that everybody is as near to the root as can be.
+    // Breadth first, so that each device is as near to the root as possible.
     void grow() {
         while (!waiting_.empty()) {
             const size_t device = waiting_.front();
@@ -212,7 +213,7 @@ class Planter {
         }
     }
 
-    bool attachBlurred() {
+    bool attachUncertain() {
         for (size_t other = 0; other < placed_.size(); other++) {
             for (size_t device = 0; placed_[other] < 0 && device < placed_.size(); device++) {
                 if (placed_[device] < 0 || !network_.isHeard(device, other)) continue;
@@ -229,7 +230,7 @@ class Planter {
                 if (placed_[i] <= placed_[j]) continue;
                 Place& place = places_[static_cast<size_t>(placed_[i])];
                 if (place.parent == placed_[j] || !network_.directLink(i, j).exists) continue;
-                // Neighbors under one parent share a switch or a radio rather than a cable.
+                // Children of one parent share a switch or a radio rather than a cable.
                 const bool areSiblings =
                     place.parent == places_[static_cast<size_t>(placed_[j])].parent;
                 if (!areSiblings) place.alsoLinked.push_back(&mesh_.devices[j]);
@@ -249,7 +250,7 @@ class Planter {
 
     const Mesh& mesh_;
     Network network_;
-    std::vector<int> placed_;  // device -> its place; -1: none yet
+    std::vector<int> placed_;  // device -> index of its place; -1: none yet
     std::vector<Place> places_;
     std::deque<size_t> waiting_;
 };
@@ -267,7 +268,7 @@ std::vector<std::string> branchesOf(const std::vector<Place>& places, bool hasUn
     const char* const kOther = hasUnicode ? "├── " : "|-- ";
     const char* const kPassing = hasUnicode ? "│   " : "|   ";
     std::vector<std::string> out(places.size());
-    std::vector<bool> goesOn;  // by depth: whether a later place stands there, under the same one
+    std::vector<bool> goesOn;  // by depth: whether a later place has the same parent
     for (size_t i = places.size(); i-- > 0;) {
         const size_t depth = places[i].depth;
         const bool hasLater = depth < goesOn.size() && goesOn[depth];

@@ -1,6 +1,5 @@
-// Who hangs off whom. A bridge carries what a device says far beyond its cable, so that devices
-// hear each other across several hops; the tree is what remains when every pair is dropped that has
-// another device in between.
+// The mesh as a tree. A bridge forwards what a device sends, so devices hear each other across
+// several hops. The tree leaves out each pair of devices that has another device in between.
 #pragma once
 
 #include <string>
@@ -8,22 +7,23 @@
 
 #include "mesh.h"
 
-// A device or host in its place.
+// A device or host at its place in the tree.
 struct Place {
-    const Device* device = nullptr;  // of a host: what it hangs on
+    const Device* device = nullptr;  // of a host: the device it is attached to
     bool isHost = false;
     Mac mac;
-    int parent = -1;  // index of the place that it hangs off; -1: the root, or nobody knows where
+    int parent = -1;  // index of its parent's place; -1 for the root, and if the parent is unknown
     size_t depth = 0;
-    bool isCertain = true;              // false: somewhere behind its parent
-    Mac parentPort, port;               // zero: not known
-    const Heard* fromParent = nullptr;  // the two records of the link, as far as there are any
+    bool isCertain = true;  // false: somewhere behind its parent
+    Mac parentPort, port;   // zero: unknown
+    const Heard* fromParent =
+        nullptr;  // the records of both ends of the link; nullptr if there is none
     const Heard* fromChild = nullptr;
-    std::vector<const Device*> alsoLinked;  // to whom else there is a direct link, as in a ring
+    std::vector<const Device*> alsoLinked;  // other direct links, as in a ring
 };
 
-// All devices in the order in which a tree is drawn, the root first; hosts when they are wanted.
-// Places that hang off nobody stand at the end, at depth 1.
+// All devices, and hosts if wanted, in the order in which the tree is drawn: the root first,
+// devices without a known parent last, at depth 1.
 std::vector<Place> placeMesh(const Mesh& mesh, const Device& root, bool withHosts);
 
 // What is drawn before each place: with line characters, or plain ASCII.

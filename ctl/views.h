@@ -1,4 +1,4 @@
-// The reading commands. Each makes a report; all throw Failure.
+// The views: what each reading command shows, as a report. All throw Failure.
 #pragma once
 
 #include <string>
@@ -11,16 +11,19 @@ Report showStatus(Session& session);
 Report showInterfaces(Session& session);
 Report showDevices(Session& session);
 Report showDevice(Session& session, const std::string& device);
-// root: the device on top, empty: this one.
+// root: the device at the top, empty for this one.
 Report showTopology(Session& session, const std::string& root, bool withHosts);
 Report showLinks(Session& session);
 Report showChanges(Session& session);
 Report showForwardingRules(Session& session);
 Report showSecurity(Session& session);
-// One value of this device or, where the item knows that, of another or of an own interface.
+// One value of this device; of some items, of another device or of an own interface.
 Report showItem(Session& session, const std::string& item, const std::string& of);
 
-// The items of showItem, as a list for people.
+// The items of showItem with their arguments, for help.
 std::string itemNames();
 // Their names alone.
 std::vector<std::string> itemWords();
+
+// The links of one device, or of all (nullptr): a part of a report.
+Section linksOf(const std::string& title, const Mesh& mesh, const Device* device);

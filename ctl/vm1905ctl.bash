@@ -1,4 +1,4 @@
-# Completion of vm1905ctl for bash. The program itself knows what may come next.
+# Bash completion of vm1905ctl. The program itself prints what may come next.
 _vm1905ctl() {
   local line
   COMPREPLY=()
@@ -6,7 +6,7 @@ _vm1905ctl() {
     compopt -o default # a file
     return
   fi
-  # Not compgen -W: it would evaluate what other devices call themselves.
+  # Not compgen -W, which would evaluate the names of other devices.
   while IFS= read -r line; do
     COMPREPLY+=("$line")
   done < <("${COMP_WORDS[0]}" --complete "${COMP_WORDS[@]:1:COMP_CWORD}" 2> /dev/null)

@@ -12,16 +12,16 @@
 
 namespace {
 
-// The command behind watch, with the options before it.
+// The command after watch, with the global options before it.
 Choice innerChoice(const Choice& outer) {
     Choice inner;
-    // What parses is a new one each time.
+    // Each attempt starts from a new command line.
     const auto parsed = [&](const std::vector<std::string>& words) {
         inner = Choice{};
         inner.options = outer.options;
         inner.interval = outer.interval;
         const auto app = makeCommandLine(inner);
-        addInterval(*app, inner);  // it may stand behind the command as well
+        addInterval(*app, inner);  // allowed after the command, too
         try {
             parse(*app, inner, words);
         } catch (const Failure&) {
@@ -35,10 +35,10 @@ Choice innerChoice(const Choice& outer) {
     if (!parsed(outer.watched)) {
         std::vector<std::string> words{"topology"};
         words.insert(words.end(), outer.watched.begin(), outer.watched.end());
-        (void)parsed(words);
+        parsed(words);
     }
     if (!inner.read && inner.text.empty()) {
-        throw Failure{kUsage, "only commands that read can be watched", "see: vm1905ctl --help"};
+        throw Failure{kUsage, "only commands that read can be watched", "see vm1905ctl --help"};
     }
     return inner;
 }
@@ -48,7 +48,7 @@ std::string now() {
     std::tm parts{};
     char text[16] = "";
     if (localtime_r(&time, &parts) != nullptr) {
-        (void)std::strftime(text, sizeof text, "%H:%M:%S", &parts);
+        std::strftime(text, sizeof text, "%H:%M:%S", &parts);
     }
     return text;
 }
@@ -57,12 +57,13 @@ class Screen {
   public:
     bool isNews(const std::string& fingerprint) const { return fingerprint != shown_; }
 
-    // Redraws, or prints when there is news. False when that cannot be written.
-    bool show(const std::string& text, const std::string& fingerprint, Format format) {
+    // Redraws the terminal; elsewhere prints only news. False if the output cannot be written.
+    [[nodiscard]] bool show(const std::string& text, const std::string& fingerprint,
+                            Format format) {
         const bool hasNews = isNews(fingerprint) && !text.empty();
         shown_ = fingerprint;
         if (isTerminal(STDOUT_FILENO)) {
-            return put(drawn(coloured(Colour::kFaint, now(), 1) + "\n" + text));
+            return put(drawn(colored(Color::kFaint, now(), 1) + "\n" + text));
         }
         if (!hasNews) return true;
         return put((format == Format::kText ? now() + "\n" : "") + text + "\n");
@@ -71,7 +72,7 @@ class Screen {
   private:
     std::string drawn(const std::string& text) {
         std::string out = "\x1b[H" + cutToTerminal(text);
-        // What a line held before is erased behind it, which flickers less than an empty screen.
+        // Erasing the rest of each line flickers less than clearing the screen.
         for (size_t at = 0; (at = out.find('\n', at)) != std::string::npos; at += 4) {
             out.insert(at, "\x1b[K");
         }
@@ -91,10 +92,10 @@ int watch(const Choice& outer) {
     Choice inner = innerChoice(outer);
     if (!inner.text.empty()) return put(inner.text) ? kDone : kRefused;
     sigset_t ending;
-    (void)sigemptyset(&ending);
-    (void)sigaddset(&ending, SIGINT);
-    (void)sigaddset(&ending, SIGTERM);
-    (void)sigprocmask(SIG_BLOCK, &ending, nullptr);
+    sigemptyset(&ending);
+    sigaddset(&ending, SIGINT);
+    sigaddset(&ending, SIGTERM);
+    sigprocmask(SIG_BLOCK, &ending, nullptr);
     const int ended = signalfd(-1, &ending, SFD_CLOEXEC);
     const Format format = inner.options.format;
     Session session(inner.options, inner.command, ended);
@@ -113,15 +114,15 @@ int watch(const Choice& outer) {
             if (isText && isTerminal(STDOUT_FILENO)) {
                 text = "vm1905ctl: " + escaped(failure.text) + "\n";
             } else {
-                if (screen.isNews(fingerprint)) tell(failure);
+                if (screen.isNews(fingerprint)) printFailure(failure);
                 if (!isText) reportOf(failure).print(format, text);
             }
         }
         if (!screen.show(text, fingerprint, format)) return kRefused;
-        session.forget();
-        // The output is looked at for its reader: without news nothing else would tell.
+        session.forgetModel();
+        // The output is polled, too: without news, nothing else shows that its reader has gone.
         pollfd waiting[] = {{ended, POLLIN, 0}, {STDOUT_FILENO, 0, 0}};
-        (void)poll(waiting, std::size(waiting), static_cast<int>(inner.interval * 1000));
+        poll(waiting, std::size(waiting), static_cast<int>(inner.interval * 1000));
         if (waiting[0].revents != 0) return kDone;
         if (waiting[1].revents != 0) return kRefused;
     }

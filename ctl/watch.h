@@ -1,9 +1,9 @@
-// The command that repeats another.
+// The watch command, which repeats another.
 #pragma once
 
 #include "cli.h"
 
-// Until SIGINT or SIGTERM: on a terminal redraws at every look, elsewhere prints anew what has
-// changed. A daemon that goes away after the first look is waited for. The exit status; throws
-// Failure.
-int watch(const Choice& outer);
+// Repeats the command until SIGINT or SIGTERM, or until nobody reads the output. On a terminal it
+// redraws each time, elsewhere it prints only when something has changed. If the daemon ends after
+// the first time, it waits for the next one. Returns the exit status; throws Failure.
+[[nodiscard]] int watch(const Choice& outer);

@@ -1,4 +1,4 @@
-// The words for what the records hold as numbers. Null for a number without a word.
+// Records as words: null if the value is unknown, the number itself if it has no word.
 #pragma once
 
 #include <optional>
@@ -15,11 +15,16 @@ inline Json known(const std::string& text) {
     return text.empty() ? Json() : Json(text);
 }
 
+template <typename T>
+Json known(const std::optional<T>& value) {
+    return value ? Json(*value) : Json();
+}
+
 inline Json powerWord(const std::optional<uint8_t>& state) {
     return state ? wordOf({"on", "power save", "off", "unsupported"}, *state) : Json();
 }
 
-// Of this device and its interfaces.
+// Of this device and of its interfaces.
 inline Json statusWord(uint8_t status) {
     return wordOf({"up", "down", nullptr, "dormant", "not present", "lower layer down", "error"},
                   status);

@@ -1,14 +1,15 @@
-// What people see of the mesh: the tree out of who hears whom, texts of other devices, addresses.
+// The parts of vm1905ctl that need no daemon: the tree, texts of other devices, arguments.
 #include <gtest/gtest.h>
 
 #include <cctype>
+#include <iterator>
 #include <sstream>
 
 #include "argument.h"
 #include "cli.h"
 #include "data_model.h"
+#include "failure.h"
 #include "mac.h"
-#include "output.h"
 #include "report.h"
 #include "terminal.h"
 #include "tree.h"
@@ -19,31 +20,24 @@ Mac mac(char device, char port = '?') {
     return vm1905_mac{{2, 0, 0, 0, static_cast<uint8_t>(device), static_cast<uint8_t>(port)}};
 }
 
-// "1a23 1bx 2": device 1 hears 2 and 3 on its port a, and the host x on b; 2 tells nothing.
+// "1a23 1bx 2": device 1 hears 2 and 3 on its port a, and the host x on b; 2 reports nothing.
 Mesh meshOf(const std::string& hearing, bool wifi = false) {
     Mesh mesh;
     std::istringstream words(hearing);
     for (std::string word; words >> word;) {
-        if (mesh.devices.empty() || mesh.devices.back().alMac != mac(word[0])) {
-            mesh.devices.emplace_back().alMac = mac(word[0]);
-        }
+        if (mesh.find(mac(word[0])) == nullptr) mesh.devices.emplace_back().alMac = mac(word[0]);
         if (word.size() == 1) continue;
         Device& device = mesh.devices.back();
-        Interface& intf = device.interfaces.emplace_back();
-        intf.mac = mac(word[0], word[1]);
-        intf.isAccessPoint = wifi && word[0] == '1';
+        const Mac port = mac(word[0], word[1]);
+        device.interfaces.push_back({port, "", "", 0, wifi && word[0] == '1', {}, {}});
         for (const char other : word.substr(2)) {
-            Heard& heard = device.heard.emplace_back();
-            heard.localIntf = intf.mac;
-            heard.isDevice = isdigit(other) != 0;
-            heard.mac = mac(other);
+            device.heard.push_back({port, mac(other), isdigit(other) != 0, {}, {}, {}, {}, {}});
         }
     }
     return mesh;
 }
 
-// "1(2(3)4)": 2 and 4 hang off 1, and 3 off 2. A ? before what is only somewhere behind, or
-// nowhere.
+// "1(2(3)4)": 2 and 4 are children of 1, and 3 of 2. A ? marks an uncertain or unknown parent.
 std::string treeOf(const Mesh& mesh, char root, bool withHosts = false) {
     std::string out;
     size_t depth = 0;
@@ -56,7 +50,7 @@ std::string treeOf(const Mesh& mesh, char root, bool withHosts = false) {
     return out + std::string(depth, ')');
 }
 
-TEST(Tree, LeavesOutWhoIsHeardAcrossSomebodyElse) {
+TEST(Tree, LeavesOutPairsWithADeviceInBetween) {
     const struct {
         const char *name, *hearing;
         char root;
@@ -67,35 +61,36 @@ TEST(Tree, LeavesOutWhoIsHeardAcrossSomebodyElse) {
         {"the same from its middle", "1a23 2a1 2b3 3a12", '2', "2(13)"},
         {"isolated hops", "1a2 2a1 2b3 3a2", '1', "1(2(3))"},
         {"a switch between three", "1a23 2a13 3a12", '1', "1(23)"},
-        {"a ring with a blocked port, on which everything is still heard",
-         "1a23 1b34 2a134 2b3 3a124 3b124 4a3 4b123", '1', "1(2(3)4)"},
+        {"a ring with a blocked port", "1a23 1b34 2a134 2b3 3a124 3b124 4a3 4b123", '1',
+         "1(2(3)4)"},
         {"stations of one radio", "1a23 2a13 3a12", '2', "2(1(3))", true},
-        {"one that tells nothing yet", "1a2 2a1 2b3 3", '1', "1(2(3))"},
-        {"one that nobody hears", "1a2 2a1 3", '1', "1(2?3)"},
+        {"one that reports nothing yet", "1a2 2a1 2b3 3", '1', "1(2(3))"},
+        {"one that no other hears", "1a2 2a1 3", '1', "1(2?3)"},
     };
     for (const auto& c : kCases) {
         EXPECT_EQ(treeOf(meshOf(c.hearing, c.wifi), c.root), c.tree) << c.name;
     }
 }
 
-TEST(Tree, HangsHostsOnTheLastDeviceBeforeThem) {
+TEST(Tree, AttachesHostsToTheNearestDevice) {
     const Mesh mesh = meshOf("1a2x 1by 2a1y 2bx");
     EXPECT_EQ(treeOf(mesh, '1', true), "1(2(x)y)");
     EXPECT_EQ(branchesOf(placeMesh(mesh, mesh.devices[0], true), false),
               (std::vector<std::string>{"", "|-- ", "|   `-- ", "`-- "}));
 }
 
-TEST(Text, OfOthersDrivesNoTerminal) {
+TEST(Text, IsSafeForATerminal) {
     const std::pair<std::string, std::string> kCases[] = {
         {"\x1b[31mred\r\n", "\\x1b[31mred\\x0d\\x0a"},
         {"K\xc3\xbcrz", "K\xc3\xbcrz"},
-        {"a\xc2\x9bz", "a\\u{9b}z"},                              // a control character of its own
-        {"\xe2\x80\xaegnp", "\\u{202e}gnp"},                      // turns the writing round
-        {"\xff\xc3", "\\xff\\xc3"},                               // no UTF-8
-        {"\xc0\x9b \xed\xa0\x80", "\\xc0\\x9b \\xed\\xa0\\x80"},  // a control character in disguise
+        {"a\xc2\x9bz", "a\\u{9b}z"},                              // a control character in UTF-8
+        {"\xe2\x80\xaegnp", "\\u{202e}gnp"},                      // reverses the writing direction
+        {"\xff\xc3", "\\xff\\xc3"},                               // not UTF-8
+        {"\xc0\x9b \xed\xa0\x80", "\\xc0\\x9b \\xed\\xa0\\x80"},  // overlong; a surrogate
         {"\\x1b", "\\\\x1b"},
     };
     for (const auto& [text, shown] : kCases) EXPECT_EQ(escaped(text), shown);
+    EXPECT_EQ(cutTo("\x1b[1mK\xc3\xbcrz\x1b[0m\nab\nc\n", 2, 3), "\x1b[1mK\xc3\xbcr\x1b[0m\nab");
 }
 
 TEST(Report, KeyValueLinesAreSafeInAShell) {
@@ -130,8 +125,7 @@ TEST(DataModel, NoNameHidesTheRest) {
     for (const std::string name :
          {"attic", "say \"hi\"", "back\\slash\\", "\x1b]0;x\x07", "a\nb", "a\",", "\": {", ""}) {
         const DataModel model = parseDataModel(modelNaming(name));
-        EXPECT_EQ(model.trouble, "") << name;
-        ASSERT_EQ(model.devices.size(), 1U) << name;
+        ASSERT_EQ(model.devices.size(), 1U) << name << ": " << model.trouble;
         EXPECT_EQ(model.devices[0].text("DeviceType"), "Enrollee") << name;
         EXPECT_EQ(model.devices[0].text("Hostname"), name);
     }
@@ -142,55 +136,47 @@ TEST(DataModel, NoNameHidesTheRest) {
     }
 }
 
-// How a command line is refused before any daemon is asked.
-Failure failureOf(const std::vector<std::string>& words) {
+// The failure of a command line before any daemon is asked.
+Failure failureOf(const std::string& line) {
+    std::istringstream text(line);
     Choice choice;
     try {
         const auto app = makeCommandLine(choice);
-        parse(*app, choice, words);
+        parse(*app, choice, {std::istream_iterator<std::string>(text), {}});
         Session session(choice.options, choice.command);
-        (void)(choice.read ? choice.read : choice.act)(session);
+        (choice.read ? choice.read : choice.act)(session);
     } catch (const Failure& failure) {
         return failure;
     }
-    return {kDone, "it was carried out"};
+    return {kDone, "no failure"};
 }
 
 TEST(Usage, IsCheckedBeforeAnythingIsAsked) {
-    const struct {
-        std::vector<std::string> words;
-        const char* said;
-    } kCases[] = {
-        {{"led", "00:00:00:00:00:00", "1"}, "00:00:00:00:00:00 is no device; "},
-        {{"set", "allow-reboot", "5"}, "5 is no number from 0 to 1"},
-        {{"set", "change-log-max", "256"}, "from 1 to 255"},
-        {{"set", "wps", "0", "1"}, "TYPE SEARCH RESPONSE"},
-        {{"set", "wps-band", "2", "1", "1"}, "All, 0, 1, 32, 33"},
-        {{"status", "--timeout", "nan"}, "nan is no number"},
-        {{"status", "--json", "--keyvalue"}, "excludes"},
-        {{"power", "dev2", "sideways"}, "on, save, off"},
-        {{"wps", "foo"}, "no command wps foo; its commands: renew"},
-        {{"wps"}, "wants a command; its commands: renew"},
-        {{"help", "topology"}, "no command help"},
-        {{"status", "3"}, "status takes nothing more: 3"},
-        {{"send", "2"}, "--to DEVICE"},
-        {{"send", "10", "--to", "dev2"}, "go to every device"},
-        {{"send", "10", "0f000201"}, "no list of TLVs"},
-        {{"command", "02:00:00:00:02:ff", std::string(241, 'a')}, "241 bytes; it may have 240"},
+    const std::pair<std::string, const char*> kCases[] = {
+        {"led 00:00:00:00:00:00 1", "00:00:00:00:00:00 is not a device"},
+        {"set allow-reboot 5", "5 is not a number from 0 to 1"},
+        {"set wps 0 1", "TYPE SEARCH RESPONSE"},
+        {"set wps-band 2 1 1", "All, 0, 1, 32, 33"},
+        {"status --timeout nan", "nan is not a number"},
+        {"status --json --keyvalue", "excludes"},
+        {"power dev2 sideways", "on, save, off"},
+        {"wps foo", "no command wps foo; its commands: renew"},
+        {"wps", "needs a command; its commands: renew"},
+        {"help topology", "no command help"},
+        {"status 3", "status takes no further argument: 3"},
+        {"send 10 --to dev2", "go to every device"},
+        {"send 10 0f000201", "not a list of TLVs"},
+        {"command 02:00:00:00:02:ff " + std::string(241, 'a'), "241 bytes; the limit is 240"},
     };
-    for (const auto& c : kCases) {
-        const Failure failure = failureOf(c.words);
-        EXPECT_EQ(failure.status, kUsage) << c.said;
-        const std::string said = failure.text + "; " + failure.advice;
-        EXPECT_NE(said.find(c.said), std::string::npos) << said;
-        EXPECT_TRUE(reportOf(failure).json()["result"].is_null()) << "nothing was asked";
+    for (const auto& [line, said] : kCases) {
+        const Failure failure = failureOf(line);
+        EXPECT_EQ(failure.status, kUsage) << line;
+        EXPECT_NE((failure.text + "; " + failure.advice).find(said), std::string::npos)
+            << line << ": " << failure.text << "; " << failure.advice;
+        EXPECT_EQ(failure.result, 0) << line << ": nothing was asked";
     }
     EXPECT_EQ(numberArgument("010", 0, 255, ""), 10);
     EXPECT_EQ(numberArgument("0x10", 0, 255, ""), 16);
-}
-
-TEST(Text, IsCutToTheTerminal) {
-    EXPECT_EQ(cutTo("\x1b[1mK\xc3\xbcrz\x1b[0m\nab\nc\n", 2, 3), "\x1b[1mK\xc3\xbcr\x1b[0m\nab");
 }
 
 }  // namespace

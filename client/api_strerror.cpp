@@ -1,3 +1,4 @@
+// vm1905_strerror of vm1905_client.h.
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
@@ -12,9 +13,9 @@ struct Words {
 };
 
 constexpr Words kWords[] = {
-    {VM1905_CANCELLED, "given up"},
+    {VM1905_CANCELLED, "cancelled"},
     {VM1905_SYSTEM, "the system refused access to the service channel"},
-    {VM1905_BAD_ANSWER, "the daemon gave an answer that makes no sense"},
+    {VM1905_BAD_ANSWER, "the daemon gave a malformed answer"},
     {VM1905_BAD_ARGUMENT, "an argument is missing, too long or out of range"},
     {VM1905_BUSY, "the service channel is busy with other requests"},
     {VM1905_TIMEOUT, "no answer in time"},
@@ -29,7 +30,7 @@ constexpr Words kWords[] = {
     {VM1905_WRONG_STATE, "not possible in the present state"},
     {VM1905_NO_ITEM, "there is no such option"},
     {VM1905_OUT_OF_RANGE, "the value is out of range"},
-    {VM1905_UNCHANGED, "nothing to change, or 0 where that is no value"},
+    {VM1905_UNCHANGED, "already set, or 0 where 0 is not allowed"},
     {VM1905_NO_SERVICE, "there is no such service"},
     {VM1905_BAD_TYPE, "messages of this type cannot be sent"},
     {VM1905_BAD_INDEX, "there is no entry with this index"},

@@ -1,4 +1,4 @@
-// The calls that read one record each.
+// The calls of vm1905_client.h that read one record each.
 #include "records.h"
 
 namespace {
@@ -15,15 +15,15 @@ static_assert((kRespSize - resp::kNbrs) / resp::kNon1905Len ==
 static_assert((kRespSize - resp::kNbrs) / resp::k1905Len == std::size(vm1905_1905_nbrs{}.nbrs));
 static_assert((kRespSize - resp::kTupleMacs) / resp::kMacLen == std::size(vm1905_tuple{}.macs));
 
-Request ofIntf(uint16_t service, const vm1905_mac* mac, uint16_t mediaType) {
+Request ofIntf(ServId service, const vm1905_mac* mac, uint16_t mediaType) {
     return Request(service).mac(req::kIntfMac, mac).number(req::kMediaType, mediaType);
 }
 
-Request byIndex(uint16_t service, uint8_t index) {
+Request byIndex(ServId service, uint8_t index) {
     return Request(service).number(req::kIndex, index);
 }
 
-Request ofDev(uint16_t service, const vm1905_mac* alMac, uint8_t index) {
+Request ofDev(ServId service, const vm1905_mac* alMac, uint8_t index) {
     return Request(service).mac(req::kDevAlMac, alMac).number(req::kDevIndex, index);
 }
 
@@ -46,18 +46,19 @@ int vm1905_get_al(vm1905_client* client, vm1905_al* al) {
 }
 
 int vm1905_get_intf(vm1905_client* client, uint8_t index, vm1905_intf* intf) {
-    return askForRecord(client, byIndex(2, index), intf, [](Answer& answer, vm1905_intf& out) {
-        answer.mac(resp::kIntfMac, out.mac);
-        answer.number(resp::kIntfStatus, out.status);
-        answer.number(resp::kIntfAge, out.age);
-        answer.number(resp::kIntfMediaType, out.media_type);
-        answer.number(resp::kIntfPwrState, out.pwr_state);
-    });
+    return askForRecord(client, byIndex(kServGetIntf, index), intf,
+                        [](Answer& answer, vm1905_intf& out) {
+                            answer.mac(resp::kIntfMac, out.mac);
+                            answer.number(resp::kIntfStatus, out.status);
+                            answer.number(resp::kIntfAge, out.age);
+                            answer.number(resp::kIntfMediaType, out.media_type);
+                            answer.number(resp::kIntfPwrState, out.pwr_state);
+                        });
 }
 
 int vm1905_get_intf_vend_prop(vm1905_client* client, const vm1905_mac* mac, uint16_t media_type,
                               vm1905_vend_prop* prop) {
-    return askForRecord(client, ofIntf(4, mac, media_type), prop,
+    return askForRecord(client, ofIntf(kServGetIntfVendProp, mac, media_type), prop,
                         [](Answer& answer, vm1905_vend_prop& out) {
                             answer.bytes(resp::kOui.at, out.oui, sizeof out.oui);
                             answer.bytes(resp::kVendProp, out.data, sizeof out.data);
@@ -68,18 +69,20 @@ int vm1905_get_intf_vend_prop(vm1905_client* client, const vm1905_mac* mac, uint
 
 int vm1905_get_intf_pwr(vm1905_client* client, const vm1905_mac* mac, uint16_t media_type,
                         uint8_t* state) {
-    return readNumber(client, ofIntf(6, mac, media_type), resp::kPwrState, state);
+    return readNumber(client, ofIntf(kServGetIntfPwrState, mac, media_type), resp::kPwrState,
+                      state);
 }
 
 int vm1905_get_link_num(vm1905_client* client, const vm1905_mac* mac, uint16_t media_type,
                         uint16_t* num) {
-    return readNumber(client, ofIntf(10, mac, media_type), resp::kLinkNum, num);
+    return readNumber(client, ofIntf(kServGetLinkNum, mac, media_type), resp::kLinkNum, num);
 }
 
 int vm1905_get_link(vm1905_client* client, const vm1905_mac* mac, uint16_t media_type,
                     uint8_t index, vm1905_link* link) {
-    return askForRecord(client, ofIntf(12, mac, media_type).number(req::kLinkIndex, index), link,
-                        [](Answer& answer, vm1905_link& out) {
+    return askForRecord(client,
+                        ofIntf(kServGetLinkMetric, mac, media_type).number(req::kLinkIndex, index),
+                        link, [](Answer& answer, vm1905_link& out) {
                             answer.mac(resp::kLinkNbrMac, out.neighbor_mac);
                             answer.mac(resp::kLinkLocalMac, out.local_mac);
                             answer.number(resp::kLinkBridge, out.bridge);
@@ -97,17 +100,19 @@ int vm1905_get_link(vm1905_client* client, const vm1905_mac* mac, uint16_t media
 int vm1905_get_fwd_rule_num(vm1905_client* client, uint8_t* num) {
     if (client == nullptr || num == nullptr) return VM1905_BAD_ARGUMENT;
     vm1905_answer answer;
-    const int result = vm1905_call(client, 18, nullptr, 0, client->localMs, &answer);
+    const int result =
+        vm1905_call(client, kServGetFwdRuleNum, nullptr, 0, client->localMs, &answer);
     if (result == 0 && answer.id != VM1905_ANSWER_CODE) return VM1905_BAD_ANSWER;
     if (result == 0) Answer(answer).number(resp::kRetCode, *num);
     return result;
 }
 
 int vm1905_get_fwd_rule(vm1905_client* client, uint8_t index, vm1905_fwd_rule* rule) {
-    return askForRecord(client, byIndex(20, index), rule, [](Answer& answer, vm1905_fwd_rule& out) {
-        answer.number(resp::kRuleId, out.id);
-        answer.number(resp::kRuleMacNum, out.mac_num);
-    });
+    return askForRecord(client, byIndex(kServGetFwdRule, index), rule,
+                        [](Answer& answer, vm1905_fwd_rule& out) {
+                            answer.number(resp::kRuleId, out.id);
+                            answer.number(resp::kRuleMacNum, out.mac_num);
+                        });
 }
 
 int vm1905_get_security(vm1905_client* client, vm1905_security* security) {
@@ -136,7 +141,7 @@ int vm1905_get_topology(vm1905_client* client, vm1905_topology* topology) {
 }
 
 int vm1905_get_log_entry(vm1905_client* client, uint8_t index, vm1905_log_entry* entry) {
-    return askForRecord(client, byIndex(30, index), entry,
+    return askForRecord(client, byIndex(kServGetChangeLog, index), entry,
                         [](Answer& answer, vm1905_log_entry& out) {
                             answer.number(resp::kLogTime, out.time);
                             answer.number(resp::kLogEvent, out.event);
@@ -148,19 +153,20 @@ int vm1905_get_log_entry(vm1905_client* client, uint8_t index, vm1905_log_entry*
 }
 
 int vm1905_get_dev(vm1905_client* client, uint8_t index, vm1905_dev* dev) {
-    return askForRecord(client, byIndex(34, index), dev, [](Answer& answer, vm1905_dev& out) {
-        answer.mac(resp::kDevAlMac, out.al_mac);
-        answer.number(resp::kDevStatus, out.status);
-        answer.number(resp::kDevIntfNum, out.intf_num);
-        answer.number(resp::kDevNon1905Num, out.non1905_num);
-        answer.number(resp::kDev1905Num, out.ieee1905_num);
-        answer.number(resp::kDevTupleNum, out.tuple_num);
-    });
+    return askForRecord(client, byIndex(kServGetDev, index), dev,
+                        [](Answer& answer, vm1905_dev& out) {
+                            answer.mac(resp::kDevAlMac, out.al_mac);
+                            answer.number(resp::kDevStatus, out.status);
+                            answer.number(resp::kDevIntfNum, out.intf_num);
+                            answer.number(resp::kDevNon1905Num, out.non1905_num);
+                            answer.number(resp::kDev1905Num, out.ieee1905_num);
+                            answer.number(resp::kDevTupleNum, out.tuple_num);
+                        });
 }
 
 int vm1905_get_dev_intf(vm1905_client* client, const vm1905_mac* al_mac, uint8_t index,
                         vm1905_dev_intf* intf) {
-    return askForRecord(client, ofDev(36, al_mac, index), intf,
+    return askForRecord(client, ofDev(kServGetDevIntf, al_mac, index), intf,
                         [](Answer& answer, vm1905_dev_intf& out) {
                             answer.mac(resp::kDevIntfMac, out.mac);
                             answer.number(resp::kDevMediaType, out.media_type);
@@ -173,7 +179,8 @@ int vm1905_get_dev_intf(vm1905_client* client, const vm1905_mac* al_mac, uint8_t
 int vm1905_get_dev_non1905_nbrs(vm1905_client* client, const vm1905_mac* al_mac, uint8_t index,
                                 vm1905_non1905_nbrs* nbrs) {
     return askForRecord(
-        client, ofDev(38, al_mac, index), nbrs, [](Answer& answer, vm1905_non1905_nbrs& out) {
+        client, ofDev(kServGetDevNon1905Nbrs, al_mac, index), nbrs,
+        [](Answer& answer, vm1905_non1905_nbrs& out) {
             answer.mac(resp::kNbrLocalMac, out.local_mac);
             answer.count(resp::kNbrNum, std::size(out.macs), out.num);
             for (size_t i = 0; i < out.num; i++) {
@@ -184,7 +191,7 @@ int vm1905_get_dev_non1905_nbrs(vm1905_client* client, const vm1905_mac* al_mac,
 
 int vm1905_get_dev_1905_nbrs(vm1905_client* client, const vm1905_mac* al_mac, uint8_t index,
                              vm1905_1905_nbrs* nbrs) {
-    return askForRecord(client, ofDev(40, al_mac, index), nbrs,
+    return askForRecord(client, ofDev(kServGetDev1905Nbrs, al_mac, index), nbrs,
                         [](Answer& answer, vm1905_1905_nbrs& out) {
                             answer.mac(resp::kNbrLocalMac, out.local_mac);
                             answer.count(resp::kNbrNum, std::size(out.nbrs), out.num);
@@ -199,7 +206,8 @@ int vm1905_get_dev_1905_nbrs(vm1905_client* client, const vm1905_mac* al_mac, ui
 int vm1905_get_dev_tuple(vm1905_client* client, const vm1905_mac* al_mac, uint8_t index,
                          vm1905_tuple* tuple) {
     return askForRecord(
-        client, ofDev(42, al_mac, index), tuple, [](Answer& answer, vm1905_tuple& out) {
+        client, ofDev(kServGetDevBrdgTuple, al_mac, index), tuple,
+        [](Answer& answer, vm1905_tuple& out) {
             answer.count(resp::kTupleNum, std::size(out.macs), out.num);
             for (size_t i = 0; i < out.num; i++) {
                 answer.mac({resp::kTupleMacs + i * resp::kMacLen, resp::kMacLen}, out.macs[i]);

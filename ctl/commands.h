@@ -1,21 +1,26 @@
-// What the commands that give orders share.
+// The commands in their three groups, and what they are built from.
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
 
 #include "cli.h"
-#include "failure.h"
-#include "orders/service_ids.h"
 
-// The arguments of one command, held while it may still be chosen.
+// Add the commands that read, that change this device, and that give orders to other devices. Call
+// them in this order: a later group adds commands to those of an earlier one.
+void addReadCommands(CLI::App& app, Choice& choice);
+void addLocalCommands(CLI::App& app, Choice& choice);
+void addDeviceCommands(CLI::App& app, Choice& choice);
+
+// ---- For the groups
+
+// The arguments of a command, kept until the command line has been parsed.
 template <typename Arguments>
 using Held = std::shared_ptr<Arguments>;
 
-// Adds a command that runs act(session, arguments) and reports what it returns. Options and
-// arguments are added to the result. The global options may stand behind it.
+// Adds a command that runs act(session, arguments) and prints the report. The caller adds options
+// and arguments to the result. Global options may also follow the command.
 template <typename Arguments>
 std::pair<CLI::App*, Held<Arguments>> addCommand(CLI::App& parent, Choice& choice,
                                                  const std::string& name, const std::string& text,
@@ -28,12 +33,12 @@ std::pair<CLI::App*, Held<Arguments>> addCommand(CLI::App& parent, Choice& choic
             choice.command = path;
             choice.act = [held, act](Session& session) { return act(session, *held); };
         });
-    // It would inherit the heading of its group.
+    // Otherwise it inherits the heading of its parent.
     if (isInGroup) command->group("Subcommands");
     return {command, held};
 }
 
-// A command that only holds others.
+// A command that only contains others.
 inline CLI::App& addGroup(CLI::App& parent, const std::string& name, const std::string& text) {
     return *parent.add_subcommand(name, text)->fallthrough()->require_subcommand(1);
 }
@@ -50,16 +55,6 @@ inline CLI::Option* addDeviceOrAll(CLI::App& command, std::string& device) {
         ->type_name(kDeviceOrAllArgument);
 }
 
-// Carries out the order that the command is, for a device (zero: for all, or nobody in particular),
-// and reports it. service is the number of what call asks for. Throws Failure when it is refused.
-Report giveOrder(Session& session, uint16_t service, const Mac& target,
-                 const std::function<int(vm1905_client*, const vm1905_mac*)>& call);
-// The same for what is done on this device. detail follows the command where the order is named,
-// and may be empty. With isStored the daemon refuses what is set already, which is fine.
-Report doHere(Session& session, const std::string& detail,
-              const std::function<int(vm1905_client*)>& call, bool isStored = false);
-
-// Throws Failure unless the user has said yes on the command line or now says it.
-void confirm(const Session& session, const std::string& question);
-// The other device that a person means, of which a question makes sense: one that the daemon knows.
-Mac knownDevice(Session& session, const std::string& given);
+// Adds an option or argument that takes one of the words; number gets the word's number.
+CLI::Option* addWord(CLI::App& command, Choice& choice, const char* name, int& number,
+                     const char* text, const Words& words);

@@ -1,4 +1,4 @@
-// The calls that are the same for every service.
+// The calls of vm1905_client.h that work for any service: open, post, wait and so on.
 #include <new>
 
 #include "exchange.h"

@@ -1,6 +1,9 @@
+// The views of single values, the forwarding rules and the security setting.
 #include <algorithm>
 
 #include "failure.h"
+#include "hex.h"
+#include "table.h"
 #include "views.h"
 #include "words.h"
 
@@ -10,32 +13,21 @@ enum class Of { kSelf, kDevice, kInterface };
 
 struct Item {
     const char* name;
-    Of of;  // what may be named behind it
+    Of of;  // what may follow the name
     Json (*get)(Session& session, const std::string& of);
 };
 
-Json option(Session& session, const std::string& of, uint8_t number) {
-    uint8_t value = 0;
-    if (of.empty()) {
-        check(vm1905_get_option(session.client(), number, &value), "the option");
-        return value == 1;
-    }
-    const vm1905_mac alMac = session.device(of);
-    check(vm1905_get_dev_option(session.client(), &alMac, number, &value), "the option of " + of);
-    return value == 255 ? Json() : Json(value == 1);  // 255 before it has told
-}
-
-vm1905_topology topology(Session& session) {
-    vm1905_topology topology;
-    check(vm1905_get_topology(session.client(), &topology), "the topology");
-    return topology;
+Json option(Session& session, const std::string& of, uint8_t item) {
+    const Mac alMac = of.empty() ? Mac{} : session.device(of);
+    std::optional<bool> value;
+    check(readOption(session.client(), of.empty() ? nullptr : &alMac, item, value),
+          of.empty() ? "the option" : "the option of " + of);
+    return known(value);
 }
 
 template <typename Get>
 Json ofInterface(Session& session, const std::string& of, Get&& get) {
-    vm1905_al al;
-    check(vm1905_get_al(session.client(), &al), "this device");
-    const Device own = readOwnDevice(session.client(), session.model(), al, session.ownName());
+    const Device own = session.ownDevice();
     const Interface& intf = own.namedIntf(of);
     return get(vm1905_mac(intf.mac), intf.mediaType);
 }
@@ -69,21 +61,36 @@ constexpr Item kItems[] = {
      }},
     {"al-mac", Of::kSelf,
      [](Session& session, const std::string&) {
-         vm1905_al al;
-         check(vm1905_get_al(session.client(), &al), "this device");
-         return Json(Mac(al.al_mac).text());
+         return Json(Mac(session.ownRecord().al_mac).text());
      }},
     {"topology", Of::kSelf,
-     [](Session& session, const std::string&) { return topologyWord(topology(session).status); }},
+     [](Session& session, const std::string&) { return topologyWord(session.topology().status); }},
     {"topology-enabled", Of::kSelf,
-     [](Session& session, const std::string&) { return Json(topology(session).enable != 0); }},
+     [](Session& session, const std::string&) { return Json(session.topology().enable != 0); }},
     {"change-log-max", Of::kSelf,
      [](Session& session, const std::string&) {
-         const uint8_t max = topology(session).log_max;
+         const uint8_t max = session.topology().log_max;
          return Json(max == 0 ? 256 : max);
      }},
     {"power", Of::kInterface, power},
     {"vendor-property", Of::kInterface, vendorProperty},
+};
+
+constexpr Column<vm1905_fwd_rule> kRules[] = {
+    {"id", "RULE", [](const vm1905_fwd_rule& r) { return Json(r.id); }},
+    {"macs", "MACS", [](const vm1905_fwd_rule& r) { return Json(r.mac_num); }},
+};
+
+constexpr Column<vm1905_security> kSecurity[] = {
+    {"mode", "Mode",
+     [](const vm1905_security& s) {
+         return wordOf({"pass phrase", "push button", "near field"}, s.mode);
+     }},
+    {"length", "Length", [](const vm1905_security& s) { return Json(s.length); }},
+    {"value", "Setting",
+     [](const vm1905_security& s) {
+         return s.length == 0 ? Json() : Json(hexOf(s.value, s.length));
+     }},
 };
 
 }  // namespace
@@ -112,11 +119,32 @@ Report showItem(Session& session, const std::string& name, const std::string& of
     }
     if ((item->of == Of::kSelf && !of.empty()) || (item->of == Of::kInterface && of.empty())) {
         throw Failure{kUsage,
-                      of.empty() ? name + " wants an interface" : name + " takes nothing else",
+                      of.empty() ? name + " needs an interface" : name + " takes no argument",
                       "items: " + itemNames()};
     }
     std::string key = name;
     std::ranges::replace(key, '-', '_');
     Section section{"", "", false, {{key, "", Unit::kNone, kPlain}}, {{item->get(session, of)}}};
     return {{section}};
+}
+
+Report showForwardingRules(Session& session) {
+    uint8_t num = 0;
+    check(vm1905_get_fwd_rule_num(session.client(), &num), "forwarding rules");
+    std::vector<vm1905_fwd_rule> rules;
+    vm1905_fwd_rule rule;
+    walkTable(
+        "forwarding rules",
+        [&](uint8_t index) {
+            return index < num ? vm1905_get_fwd_rule(session.client(), index, &rule)
+                               : VM1905_BAD_INDEX;
+        },
+        [&] { rules.push_back(rule); });
+    return {{listOf("forwarding_rules", "", kRules, rules, "no forwarding rules")}};
+}
+
+Report showSecurity(Session& session) {
+    vm1905_security security;
+    check(vm1905_get_security(session.client(), &security), "the security setting");
+    return {{recordOf("", "", kSecurity, security)}};
 }

@@ -1,4 +1,4 @@
-// The orders for other devices.
+// The calls of vm1905_client.h that give orders to other devices.
 #include "records.h"
 
 namespace {
@@ -10,19 +10,19 @@ static_assert(resp::kBcnReport + sizeof vm1905_beacon_report::data <= kRespSize)
 static_assert(req::kSsid.width + 1 == sizeof vm1905_beacon_request::ssid);
 static_assert(req::kSpeedUrl.width + 1 == sizeof vm1905_speed_test::url);
 
-Request to(const vm1905_mac* target, uint16_t service) {
+Request to(const vm1905_mac* target, ServId service) {
     return Request(service).mac(req::kTarget, target);
 }
 
-int sendTo(vm1905_client* client, const vm1905_mac* target, uint16_t service) {
+int sendTo(vm1905_client* client, const vm1905_mac* target, ServId service) {
     return askForCode(client, to(target, service));
 }
 
-int sendValue(vm1905_client* client, const vm1905_mac* target, uint16_t service, int32_t value) {
+int sendValue(vm1905_client* client, const vm1905_mac* target, ServId service, int32_t value) {
     return askForCode(client, to(target, service).number(req::kCtrlValue, value));
 }
 
-Request beacon(const vm1905_mac* target, uint16_t service, const vm1905_beacon_request& wanted) {
+Request beacon(const vm1905_mac* target, ServId service, const vm1905_beacon_request& wanted) {
     return to(target, service)
         .mac(req::kStation, &wanted.station)
         .mac(req::kBssid, &wanted.bssid)
@@ -33,7 +33,7 @@ Request beacon(const vm1905_mac* target, uint16_t service, const vm1905_beacon_r
         .text(req::kSsid, wanted.ssid);
 }
 
-int sendBlacklist(vm1905_client* client, uint16_t service, const vm1905_mac* target,
+int sendBlacklist(vm1905_client* client, ServId service, const vm1905_mac* target,
                   const vm1905_mac* station) {
     return askForCode(client, to(target, service).mac(req::kStation, station));
 }

@@ -1,12 +1,12 @@
-// The calls that change this device.
+// The calls of vm1905_client.h that change this device.
 #include "records.h"
 
 namespace {
 
 using namespace slots;
 
-// The services with up to three numbers, at the same places.
-int askWith(vm1905_client* client, uint16_t service, int32_t value1, int32_t value2 = 0,
+// For services with up to three numbers at the same offsets.
+int askWith(vm1905_client* client, ServId service, int32_t value1, int32_t value2 = 0,
             int32_t value3 = 0) {
     return askForCode(client, Request(service)
                                   .number(req::kValue1, value1)
@@ -14,11 +14,11 @@ int askWith(vm1905_client* client, uint16_t service, int32_t value1, int32_t val
                                   .number(req::kValue3, value3));
 }
 
-int askWithBytes(vm1905_client* client, uint16_t service, const void* payload, size_t length) {
+int askWithBytes(vm1905_client* client, ServId service, const void* payload, size_t length) {
     return askForCode(client, Request(service).bytes(kPayload, payload, length));
 }
 
-int askForBand(vm1905_client* client, uint16_t service, uint8_t band) {
+int askForBand(vm1905_client* client, ServId service, uint8_t band) {
     return askForCode(client, Request(service).number(req::kBand, band));
 }
 

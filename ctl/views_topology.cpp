@@ -1,5 +1,4 @@
-#include <algorithm>
-
+// The view of the mesh as a tree.
 #include "failure.h"
 #include "tree.h"
 #include "views.h"
@@ -9,7 +8,7 @@ namespace {
 
 struct Row {
     Place place;
-    const Device* parent = nullptr;  // nullptr: none
+    const Device* parent = nullptr;  // nullptr if it has none
 
     const WifiLink* wifi() const {
         if (place.fromParent != nullptr && place.fromParent->wifi) return &*place.fromParent->wifi;
@@ -28,7 +27,7 @@ struct Row {
     }
     bool isWifi() const {
         const Interface* const intf = parentIntf();
-        return wifi() != nullptr || (intf != nullptr && intf->mediaType >> 8 == 1);
+        return wifi() != nullptr || (intf != nullptr && intf->isWifi());
     }
 };
 
@@ -62,8 +61,8 @@ Json note(const Row& row) {
     if (row.place.device->isOwn && !row.place.isHost) add("this device");
     if (row.place.isHost) add("host");
     if (row.place.device->isStranger) add("not heard by this device");
-    if (row.parent == nullptr && row.place.depth > 0) add("nobody tells where");
-    if (row.parent != nullptr && !row.place.isCertain) add("somewhere behind it");
+    if (row.parent == nullptr && row.place.depth > 0) add("position unknown");
+    if (row.parent != nullptr && !row.place.isCertain) add("somewhere behind its parent");
     for (const Device* device : row.place.alsoLinked) add("also linked to " + device->called());
     return known(out);
 }

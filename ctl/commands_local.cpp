@@ -1,7 +1,10 @@
+// The commands that change this device.
 #include <algorithm>
 #include <array>
 
-#include "order.h"
+#include "commands.h"
+#include "failure.h"
+#include "orders.h"
 
 namespace {
 
@@ -25,24 +28,24 @@ struct Setting {
     std::vector<std::string> values;
 };
 
-// What an item takes: its texts, and those that are numbers as such.
+// The checked values of an item: as texts, and as numbers where they are numbers or words.
 struct Values {
     std::vector<std::string> texts;
     std::array<int, 3> numbers{};
 };
 
 struct Argument {
-    const char* name;  // null: there is none
+    const char* name;  // nullptr if the item takes no more
     int64_t min = INT32_MIN, max = INT32_MAX;
     bool isText = false;
-    const Words* words = nullptr;  // the only texts there are
+    const Words* words = nullptr;  // the texts that are allowed; nullptr for any
 };
 
 struct Item {
     const char* name;
     std::array<Argument, 3> arguments;
     int (*set)(vm1905_client* client, const Values& values);
-    bool isStored = false;  // the daemon refuses what it is already
+    bool isStored = false;  // as for doHere
 };
 
 constexpr Argument kFlag{"0|1", 0, 1};
@@ -128,8 +131,8 @@ Values valuesOf(const Item& item, const std::vector<std::string>& given) {
     for (size_t i = 0; i < count; i++) {
         const auto& [name, min, max, isText, words] = item.arguments[i];
         if (isText) {
-            (void)textArgument(given[i], static_cast<size_t>(max), name);
-            if (words != nullptr) (void)wordArgument(given[i], *words, item.name);
+            values.texts[i] = textArgument(given[i], static_cast<size_t>(max), name);
+            if (words != nullptr) values.numbers[i] = wordArgument(given[i], *words, item.name);
         } else {
             values.numbers[i] = static_cast<int>(numberArgument(given[i], min, max, item.name));
         }
@@ -141,7 +144,7 @@ Report set(Session& session, const Setting& setting) {
     const auto* const item =
         std::ranges::find_if(kItems, [&](const Item& known) { return setting.item == known.name; });
     if (item == std::end(kItems)) {
-        throw Failure{kUsage, "there is nothing to set called " + setting.item, settings("; ")};
+        throw Failure{kUsage, "there is no item " + setting.item, "items: " + settings("; ")};
     }
     const Values values = valuesOf(*item, setting.values);
     return doHere(
@@ -185,29 +188,30 @@ Report removeRule(Session& session, const Number& rule) {
 void addRules(CLI::App& app, Choice& choice) {
     CLI::App& rules = *app.get_subcommand("forwarding-rules");
     const auto [add, added] =
-        addCommand<Bytes>(rules, choice, "add", "add one", ofBytes<vm1905_add_fwd_rule>);
-    const auto [modify, modified] =
-        addCommand<Bytes>(rules, choice, "modify", "change one", ofBytes<vm1905_modify_fwd_rule>);
+        addCommand<Bytes>(rules, choice, "add", "add a rule", ofBytes<vm1905_add_fwd_rule>);
+    const auto [modify, modified] = addCommand<Bytes>(rules, choice, "modify", "change a rule",
+                                                      ofBytes<vm1905_modify_fwd_rule>);
     add->add_option("HEX", added->hex, "the rule")->required()->type_name("HEX");
     modify->add_option("HEX", modified->hex, "the rule")->required()->type_name("HEX");
     const auto [remove, removed] =
-        addCommand<Number>(rules, choice, "remove", "remove one", removeRule);
-    takeNumber(remove->add_option("ID", removed->value, "its number"), 0, 65535)
+        addCommand<Number>(rules, choice, "remove", "remove a rule", removeRule);
+    takeNumber(remove->add_option("ID", removed->value, "id of the rule"), 0, 65535)
         ->required()
         ->type_name("N");
 }
 
 }  // namespace
 
-void addLocalOrders(CLI::App& app, Choice& choice) {
+void addLocalCommands(CLI::App& app, Choice& choice) {
     {
         const auto [command, setting] =
             addCommand<Setting>(app, choice, "set", "set a value of this device", set);
         command->footer("\nItems and their values:\n  " + settings("\n  "));
-        const auto* const which =
-            command->add_option("ITEM", setting->item, "which")->required()->type_name("ITEM");
+        const auto* const which = command->add_option("ITEM", setting->item, "what to set")
+                                      ->required()
+                                      ->type_name("ITEM");
         for (const Item& item : kItems) choice.words[which].emplace_back(item.name);
-        command->add_option("VALUE", setting->values, "its value or values")
+        command->add_option("VALUE", setting->values, "the new value or values")
             ->required()
             ->type_name("VALUE");
     }
@@ -223,30 +227,29 @@ void addLocalOrders(CLI::App& app, Choice& choice) {
     }
     addCommand<Nothing>(wps, choice, "push-button", "send a push-button event",
                         plain<vm1905_push_button>);
-    addCommand<Nothing>(wps, choice, "get", "service 140, which does nothing",
-                        plain<vm1905_get_wps>);
+    addCommand<Nothing>(wps, choice, "get", "does nothing", plain<vm1905_get_wps>);
     addCommand<Nothing>(app, choice, "discover", "send a topology and a vendor discovery now",
                         plain<vm1905_send_discovery>);
-    addCommand<Nothing>(app, choice, "reopen-ports", "open all ports of the daemon anew",
+    addCommand<Nothing>(app, choice, "reopen-ports", "close and reopen all ports of the daemon",
                         plain<vm1905_reopen_ports>);
     {
-        const auto [command, level] =
-            addCommand<Number>(app, choice, "debug-level", "how much the daemon logs", debugLevel);
+        const auto [command, level] = addCommand<Number>(
+            app, choice, "debug-level", "set how much the daemon logs", debugLevel);
         addWord(*command, choice, "LEVEL", level->value,
                 "0 to 5; tables: print ports and topology once", kLevels)
             ->required()
             ->type_name("LEVEL");
     }
     CLI::App& logFile = addGroup(app, "log-file", "log files");
-    addCommand<Nothing>(logFile, choice, "write", "write vm1905_log.json, the change log",
+    addCommand<Nothing>(logFile, choice, "write", "write the change log to vm1905_log.json",
                         plain<vm1905_write_log>);
     CLI::App& sync = addGroup(app, "wifi-sync", "Wi-Fi settings across the mesh");
-    addCommand<Nothing>(sync, choice, "all", "search or renew all bands",
+    addCommand<Nothing>(sync, choice, "all",
+                        "send renew (Registrar) or search (Enrollee) messages for all bands",
                         plain<vm1905_wifi_sync_all>);
-    addCommand<Nothing>(sync, choice, "action", "service 191, in the platform's hands",
+    addCommand<Nothing>(sync, choice, "action", "Wi-Fi state action; this daemon refuses it",
                         plain<vm1905_wifi_state_action>);
-    addCommand<Nothing>(sync, choice, "extenders",
-                        "have all extenders take over their configuration anew",
+    addCommand<Nothing>(sync, choice, "extenders", "have all extenders reload their configuration",
                         plain<vm1905_update_extenders>);
     addRules(app, choice);
 }
