@@ -217,7 +217,7 @@ def test_watch_does_not_outlive_its_reader(lab):
 
 
 def test_completion_knows_commands_options_and_devices(lab):
-    source = (ROOT / "client" / "ctl" / "vm1905ctl.bash").read_text(encoding="utf-8")
+    source = (ROOT / "ctl" / "vm1905ctl.bash").read_text(encoding="utf-8")
     for words, expected in ((("reb",), {"reboot"}), (("led", ""), {"all", "dev2", "dev3"}),
                             (("blacklist", ""), {"add", "remove"}),
                             (("watch", "--interval", "2", "device", ""), {"self", "dev2", "dev3"}),

@@ -96,7 +96,7 @@ TEST_F(Codec, CapacitiesAreKept) {
     tooMany.intfs.resize(31);
     VendMsg msg;
     msg.vendMsgType = VEND_MSG_TYPE_INTF_PWR_STATE_RESP;
-    msg.payload = std::move(tooMany);
+    msg.payload.emplace<IntfPwrStateResp>(std::move(tooMany));
     EXPECT_TRUE(encode(msg).empty());
     msg.vendMsgType = VEND_MSG_TYPE_REBOOT_REQ;
     EXPECT_TRUE(encode(msg).empty()) << "the payload of another type";
