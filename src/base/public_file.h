@@ -5,8 +5,8 @@
 #include <string_view>
 
 // True when nothing stands there, or an ordinary file. For what a shell command is about to write.
-bool isOrdinaryFile(const char* path);
+[[nodiscard]] bool isOrdinaryFile(const char* path);
 
 // Writes a file in one go, over what stood there. kFailure when what stands there is no ordinary
 // file or cannot be opened, which is left as it is, and when writing fails, which is logged.
-int writePublicFile(const char* path, std::string_view text);
+[[nodiscard]] int writePublicFile(const char* path, std::string_view text);

@@ -12,4 +12,4 @@ int runShell(const char* format, ...) __attribute__((format(printf, 1, 2)));
 // Text as it must stand between the double quotes of an echo command to come out as it is; for
 // plain text that is the text itself. Nothing for what shells echo differently: backslashes,
 // options.
-std::optional<std::string> escapeForEcho(std::string_view text);
+[[nodiscard]] std::optional<std::string> escapeForEcho(std::string_view text);

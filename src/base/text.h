@@ -56,11 +56,11 @@ class Text {
 // writes texts as they are stored: up to its first NUL, without control characters, quotes,
 // backslashes and what is no UTF-8.
 // Of a longer text the first maxBytes at most, in whole characters.
-std::string plainText(std::string_view text, size_t maxBytes = std::string::npos);
+[[nodiscard]] std::string plainText(std::string_view text, size_t maxBytes = std::string::npos);
 template <size_t N>
 void storePlain(Text<N>& field, std::string_view text) {
     field = plainText(text, N - 1);
 }
 
 // True for a comma-separated list of JSON strings and numbers, also for an empty one.
-bool isJsonItems(std::string_view text);
+[[nodiscard]] bool isJsonItems(std::string_view text);

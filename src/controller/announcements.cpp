@@ -25,17 +25,17 @@ Announcements& module() {
 }
 
 int discAlarmHandler() {
-    (void)rebindIntfPorts();  // a platform need not report that a port joined a bridge
+    rebindIntfPorts();  // a platform need not report that a port joined a bridge
     if (getNetTopolCap() != 1) {
         LOG_PUTS(4, "The capability of network topology is disable\r");
         return setDiscMsgTransAlarm(kAlarmPeriod);
     }
     if (getNetTopolStatus() == 0) {
-        (void)setNetTopolStatus(1);
+        setNetTopolStatus(1);
         return setDiscMsgTransAlarm(kSecondAlarm);
     }
     (void)sendTopolDisc();
-    (void)writeJsonDataModel();
+    writeJsonDataModel();
     (void)sendVendDiscMsg(nullptr);
     return setDiscMsgTransAlarm(kAlarmPeriod);
 }
@@ -51,8 +51,8 @@ int initMessageHandler() {
         LOG_PUTS(3, "the capability of network topology is disable\r");
         result = kTopolDisabled;
     }
-    (void)setDiscMsgTransAlarmHandler(discAlarmHandler);
-    (void)setDiscMsgTransAlarm(kFirstAlarm);
+    setDiscMsgTransAlarmHandler(discAlarmHandler);
+    setDiscMsgTransAlarm(kFirstAlarm);
     (void)setNetStatusEventCallbackFunc(netStatusEventCallback);
     return result;
 }

@@ -38,7 +38,7 @@ bool isClientReportWanted() {
 
 // Every pass looks after renews and device-mode changes that are under way.
 int checkRenewals() {
-    if (getSendRenew_flag() == 1) (void)check_Renew_timeout();
+    if (getSendRenew_flag() == 1) check_Renew_timeout();
     if (getChangetomeout_flag() == 1) (void)check_ChangeDeviceMode_timeout();
     return kOk;
 }
@@ -203,7 +203,7 @@ void MessageTransmitterLoop(Seconds time, int force) {
     // All periods and pauses are whole seconds: within the second of the last pass nothing comes
     // due by itself.
     if (force != 1 && time == loop().lastPass) {
-        (void)checkRenewals();
+        checkRenewals();
         return;
     }
     loop().lastPass = time;

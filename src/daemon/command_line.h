@@ -20,6 +20,6 @@ struct CommandLine {
 };
 
 // Reads the arguments. False when the usage is to be printed instead: -h or an unknown option.
-bool parseCommandLine(int argc, char* const* argv, CommandLine& out);
+[[nodiscard]] bool parseCommandLine(int argc, char* const* argv, CommandLine& out);
 
 void printUsage(const char* program);

@@ -81,8 +81,8 @@ int readDebugLevel() {
     if (read(fd.get(), text, 1) == 1) {
         const auto level = static_cast<uint8_t>(atoi(text));
         LOG(4, "set debug level to %d from the script cmd\r\n", level);
-        (void)setDebugLevelOption(level);
-        (void)setDebugLevel(level);
+        setDebugLevelOption(level);
+        setDebugLevel(level);
     }
     cleanUp();
     return kOk;

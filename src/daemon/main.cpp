@@ -41,25 +41,25 @@ bool isSwitch(int value) {
 void applyOptions(const CommandLine& line) {
     if (line.debugLevel >= 0 && line.debugLevel <= 5) {
         const auto level = static_cast<uint8_t>(line.debugLevel);
-        (void)setDebugLevelOption(level);
-        (void)setDebugLevel(level);
+        setDebugLevelOption(level);
+        setDebugLevel(level);
     }
     if (isSwitch(line.topolCap)) {
         LOG(3, "set network topology capability to (%d) from argument\r\n", line.topolCap);
-        (void)setEnableNetTopolOption(static_cast<uint32_t>(line.topolCap));
+        setEnableNetTopolOption(static_cast<uint32_t>(line.topolCap));
     }
     if (isSwitch(line.reboot)) {
         LOG(3, "set reboot configuration value to (%d) from argument\r\n", line.reboot);
-        (void)setEnableRebootFromNbrOption(static_cast<uint32_t>(line.reboot));
+        setEnableRebootFromNbrOption(static_cast<uint32_t>(line.reboot));
     }
     if (isSwitch(line.powerCtrl)) {
         LOG(3, "set interface power control configuration value to (%d) from argument\r\n",
             line.powerCtrl);
-        (void)setEnableIntfPwrCtrlFromNbrOption(static_cast<uint32_t>(line.powerCtrl));
+        setEnableIntfPwrCtrlFromNbrOption(static_cast<uint32_t>(line.powerCtrl));
     }
     if (isSwitch(line.enableLog)) {
         LOG(3, "set enable log configuration value to (%d) from argument\r\n", line.enableLog);
-        (void)setEnableLogOption(static_cast<uint32_t>(line.enableLog));
+        setEnableLogOption(static_cast<uint32_t>(line.enableLog));
     }
 }
 
@@ -84,7 +84,7 @@ void applySwitches(const CommandLine& line) {
         LOG(3, "set SendResponseMsg configuration value to (%d) from argument\r\n",
             line.sendResponse);
         (void)setWPSConfig(line.deviceType, line.sendSearch, line.sendResponse);
-        (void)updateWPSConfig();
+        updateWPSConfig();
     }
     if (isSwitch(line.wifiReload)) {
         LOG(3, "set Device WiFi reload flag(%d)\r\n", line.wifiReload);
@@ -116,8 +116,8 @@ int main(int argc, char** argv) {
     setConfFolder(line.confFolder);
     if (initSysConfig() != kOk) {
         LOG_PUTS(2, "failed to initialize system configuration\r");
-        (void)setDefSysConfig();
-        (void)setDebugLevel(getDebugLevelOption());
+        setDefSysConfig();
+        setDebugLevel(getDebugLevelOption());
     }
     applyOptions(line);
 
@@ -127,13 +127,13 @@ int main(int argc, char** argv) {
         return EXIT_FAILURE;
     }
     applySwitches(line);
-    (void)updateFWUpgradeStatus(0, 0);
+    updateFWUpgradeStatus(0, 0);
     (void)runStateMachine();
 
     (void)destroyNetCtrl();
     (void)destroyMessageMonitor();
     (void)destroyServiceMonitor();
-    (void)destroyDataManager();
+    destroyDataManager();
     if (restartRequested()) {
         LOG_PUTS(3, "IEEE1905 restart ...\r");
         (void)runShell("%s restart &", "/usr/sbin/vm1905");

@@ -65,12 +65,12 @@ int startControllers() {
 }
 
 int runPass() {
-    (void)checkAlarms();
-    (void)checkIntfNbrIntfTimeOut();
-    (void)checkNbrDevTableTimeOut();
-    (void)checkDataModelStatus();
-    (void)checkUnsentTopolNtfMsg();
-    (void)checkVendRespMsgReceived();
+    checkAlarms();
+    checkIntfNbrIntfTimeOut();
+    checkNbrDevTableTimeOut();
+    checkDataModelStatus();
+    checkUnsentTopolNtfMsg();
+    checkVendRespMsgReceived();
     if (runMessageMonitor() != kOk) return kFailure;
     if (runServiceMonitor() != kOk) return kFailure;
     const Seconds time = now();

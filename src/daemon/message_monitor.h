@@ -11,13 +11,13 @@ struct MessageMonitor {
 };
 
 // Builds the ports. kOk or kFailure.
-int initMessageMonitor();
+[[nodiscard]] int initMessageMonitor();
 // Starts transmitter, receiver and handlers. kOk or kFailure.
-int startMessageMonitor();
+[[nodiscard]] int startMessageMonitor();
 // Waits at most one second for a frame or a poke of the wake FIFO, and receives at most one frame a
 // port. kOk, or kFailure when the
 // monitor was not started.
-int runMessageMonitor();
+[[nodiscard]] int runMessageMonitor();
 // True when the last pass waited its time or read a frame. One that did neither would come again at
 // once, without end.
 bool messageMonitorIsPaced();

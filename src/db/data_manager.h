@@ -5,7 +5,7 @@
 
 // Creates the database and fills it from the platform. kOk, or the code of the first step that
 // failed (the database then does not exist).
-int initDataManager();
+[[nodiscard]] int initDataManager();
 // Frees it. kOk.
 int destroyDataManager();
 

@@ -17,7 +17,7 @@ DataModelUpdateReq& request() {
 
 int requestUpdateDataModel(int flag) {
     if (!request().pending) request() = {true, now()};
-    if (flag == 1) (void)upcalls().requestSendTopolNtfMsg();
+    if (flag == 1) upcalls().requestSendTopolNtfMsg();
     return kOk;
 }
 
@@ -25,7 +25,7 @@ int checkDataModelStatus() {
     if (!request().pending) return kOk;
     if (now() - request().firstRequestTime < kDataModelDelay) return kOk;
     LOG_PUTS(3, "update data model\r");
-    (void)upcalls().writeJsonDataModel();
+    upcalls().writeJsonDataModel();
     request().pending = false;
     return kOk;
 }

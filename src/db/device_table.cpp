@@ -39,7 +39,7 @@ struct Reporter {
 // answers tell it again.
 void logChange(ChangeEvent event, const Reporter& reporter, ChangeNbrType type,
                const MacAddr& nbr) {
-    (void)updateChangeLogTable(event, reporter.alMac, reporter.intfMac, type, nbr, false);
+    updateChangeLogTable(event, reporter.alMac, reporter.intfMac, type, nbr, false);
 }
 
 void logNon1905Changes(const DevTopol& old, const DevTopol& next, const Reporter& self) {
@@ -129,8 +129,7 @@ int updateIeee1905DevTable(const MacAddr& intfMac, uint32_t mediaType, DevTopol&
             return kFailure;
         }
         stored = &devs.emplace_back(Ieee1905DevTable{std::move(dev), {}});
-        (void)updateChangeLogTable(kNewNeighbor, self.alMac, self.intfMac, kIeee1905Nbr,
-                                   stored->alMac);
+        updateChangeLogTable(kNewNeighbor, self.alMac, self.intfMac, kIeee1905Nbr, stored->alMac);
     }
     updateWifiSync(*stored);
     return requestUpdateDataModel(0);
@@ -155,8 +154,8 @@ int removeIeee1905DevTable(const MacAddr& alMac) {
     // alMac may stand in the record that goes.
     const MacAddr lost = alMac;
     devs.erase(it);
-    (void)updateChangeLogTable(kLostNeighbor, *getAlMac(), *getAlMac(), kIeee1905Nbr, lost);
-    (void)requestUpdateDataModel(1);
+    updateChangeLogTable(kLostNeighbor, *getAlMac(), *getAlMac(), kIeee1905Nbr, lost);
+    requestUpdateDataModel(1);
     return kOk;
 }
 

@@ -65,7 +65,7 @@ bool matches(const IntfTable& intf, const IntfDesc& desc) {
 }
 
 int changed() {
-    (void)requestUpdateDataModel(1);
+    requestUpdateDataModel(1);
     return kChanged;
 }
 

@@ -12,8 +12,8 @@
 #include "platform/descriptions.h"
 
 // Fill the tables from the platform. kOk, or the platform's failure code.
-int retrieveIntfTable(AlTable& al);
-int retrieveBrdgTupleTable(AlTable& al);
+[[nodiscard]] int retrieveIntfTable(AlTable& al);
+[[nodiscard]] int retrieveBrdgTupleTable(AlTable& al);
 
 int updateAlMac(const MacAddr& alMac);
 // Finds the interface by its name alone, replaces its MAC and reopens the ports.
@@ -47,4 +47,4 @@ int requestUpdateBrdgCap();
 // Makes room for one more neighbour. When the table is full the oldest neighbour that is no 1905
 // device gives way: those never age, and frames with made-up addresses bring them. False when
 // there is none.
-bool makeNbrRoom(IntfTable& intf, const MacAddr& newcomer);
+[[nodiscard]] bool makeNbrRoom(IntfTable& intf, const MacAddr& newcomer);

@@ -32,7 +32,7 @@ void setBridge(IntfNbrDev& nbr, const MacAddr& localMac, bool bridge) {
 
 int report(bool changed) {
     if (!changed) return kNothingChanged;
-    (void)requestUpdateDataModel(1);
+    requestUpdateDataModel(1);
     return kChanged;
 }
 
@@ -162,7 +162,7 @@ int checkNbrDevTableTimeOut() {
         }
         if (time - it->lastSeen >= kNotificationDelay && !it->ntfSent) {
             it->ntfSent = true;
-            (void)upcalls().requestSendTopolNtfMsg();
+            upcalls().requestSendTopolNtfMsg();
         }
         if (it->queryTime != 0 && !it->respReceived && it->queryRetries < kMaxQueries &&
             time - it->queryTime >= kQueryInterval) {

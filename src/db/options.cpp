@@ -40,7 +40,7 @@ int number(const char* value, int fallback) {
 
 void storeDebugLevel(const char* value) {
     config().debugLevel = static_cast<uint8_t>(number(value, 3));
-    (void)setDebugLevel(config().debugLevel);
+    setDebugLevel(config().debugLevel);
 }
 
 template <auto Member, int Default>
@@ -155,7 +155,7 @@ void setConfFolder(std::string_view folder) {
 }
 
 int initSysConfig() {
-    (void)setDebugLevel(3);
+    setDebugLevel(3);
     const File file = openConfFile("vm1905.conf");
     if (!file) return kFailure;
     readKeys(file.get(), kConfigKeys);
@@ -179,7 +179,7 @@ int initSysConfig() {
         c.enableIntfPwrCtrlFromNbr, c.dataModelFolder.c_str(), c.enableLog, c.logFolder.c_str(),
         c.logIndex, id.firmwareVersion.c_str(), id.buildNumber.c_str(), MAC_ARGS(id.lanMac));
 
-    (void)initVersion();
+    initVersion();
     fetch(getDeviceMode, id.deviceMode);
     id.releaseVersion = kReleaseVersion;
     const std::string_view git(kReleaseVersionGit);
@@ -190,7 +190,7 @@ int initSysConfig() {
 int initVersion() {
     // Meant: the running level is 3 after start-up whatever DEBUG_LEVEL says, until something sets
     // it again. The option keeps the file's value.
-    (void)setDebugLevel(3);
+    setDebugLevel(3);
     const File file = openConfFile("vm1905_Version");
     if (!file) return kFailure;
     readKeys(file.get(), kVersionKeys);
@@ -232,8 +232,8 @@ uint32_t getEnableNetTopolOption() {
 
 int setEnableNetTopolOption(uint32_t enable) {
     if (!store(config().enableNetTopol, enable)) return kUnchanged;
-    if (enable == 1) (void)enableNetTopol();
-    if (enable == 0) (void)disableNetTopol();
+    if (enable == 1) enableNetTopol();
+    if (enable == 0) disableNetTopol();
     return kOk;
 }
 
@@ -245,7 +245,7 @@ int setMaxChangeLogEntriesOption(uint16_t maximum) {
     if (config().maxChangeLogEntries == maximum) return kUnchanged;
     config().maxChangeLogEntries = std::min(maximum, kMaxChangeLog);
     // Meant: the change log gets the number as asked for.
-    (void)setChangeLogMaxEntries(maximum);
+    setChangeLogMaxEntries(maximum);
     return kOk;
 }
 

@@ -14,7 +14,7 @@ void setConfFolder(std::string_view folder);
 
 // Reads both files and the platform's identity strings. kOk, or kFailure when "vm1905.conf" cannot
 // be opened (nothing else is then read).
-int initSysConfig();
+[[nodiscard]] int initSysConfig();
 // Reads "vm1905_Version". kOk, or kFailure when it cannot be opened.
 int initVersion();
 // Puts the nine file options back to their defaults. kOk.

@@ -13,8 +13,8 @@
 namespace {
 
 void writeAndNotify() {
-    (void)upcalls().writeJsonDataModel();
-    (void)requestUpdateDataModel(1);
+    upcalls().writeJsonDataModel();
+    requestUpdateDataModel(1);
 }
 
 bool mirrorSyncList(AlTable& al, uint8_t selector) {

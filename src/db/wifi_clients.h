@@ -8,13 +8,13 @@
 #include "db/records.h"
 
 // The text of a station, its length included.
-std::string wifiClientRecord(const WifiClient& client);
+[[nodiscard]] std::string wifiClientRecord(const WifiClient& client);
 
 // The device's record of a station, made when there is none; it counts as just heard of.
 WifiClient& touchWifiClient(Ieee1905DevTable& dev, const MacAddr& mac);
 
 // Stores the records of a chunk. False when part of it is not understood.
-bool storeWifiClients(Ieee1905DevTable& dev, std::string_view chunk);
+[[nodiscard]] bool storeWifiClients(Ieee1905DevTable& dev, std::string_view chunk);
 
 // Drops the stations of which the device has not told for a while.
 void dropSilentWifiClients(Ieee1905DevTable& dev);

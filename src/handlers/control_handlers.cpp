@@ -127,6 +127,6 @@ int handleUpdateExtenderconifgReqMsg(const VendContext& context, const TextPaylo
     if (!config.empty()) result = setExtenderConfig(context.msg.alMac.data(), config.c_str());
     if (result != 0) LOG(2, "extender configuration is refused: %d\n", result);
     if (updateWPSConfig() != kOk) result = kFailure;
-    (void)requestUpdateDataModel(0);
+    requestUpdateDataModel(0);
     return result == 0 ? kOk : kFailure;
 }

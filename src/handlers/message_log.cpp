@@ -27,5 +27,5 @@ void writeVendMsgLog(const VendMsg& msg, const MacAddr& srcMac) {
                    local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
                    local.tm_min, local.tm_sec, redirection, line > kLinesPerFile ? 1 : 0);
     line++;
-    (void)setLogIndexOption(static_cast<uint8_t>(line > kLines ? 1 : line));
+    setLogIndexOption(static_cast<uint8_t>(line > kLines ? 1 : line));
 }

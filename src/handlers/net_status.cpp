@@ -30,14 +30,14 @@ int intfMacChanged(const IntfMacEvent& event) {
 
 int intfsAdded(const IntfListEvent& event) {
     const int result = addIntf(event.head);
-    (void)getIntfNum();
+    getIntfNum();
     (void)reinitIntfPorts();
     return result;
 }
 
 int intfsRemoved(const IntfListEvent& event) {
     const int result = removeIntf(event.head);
-    (void)getIntfNum();
+    getIntfNum();
     if (result == kChanged) (void)reinitIntfPorts();
     return result;
 }
@@ -80,7 +80,7 @@ int nbrsRemoved(const IntfNbrEvent& event) {
 
 int bridgesChanged() {
     const int result = requestUpdateBrdgCap();
-    (void)rebindIntfPorts();
+    rebindIntfPorts();
     return result;
 }
 

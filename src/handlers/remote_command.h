@@ -16,13 +16,13 @@
 using CommandTokens = std::list<std::string>;
 
 // Makes msg the order that the line spells. kOk, or kFailure for a line that is not understood.
-int parseRemoteCommand(const SendCommandReq& command, VendMsg& msg);
+[[nodiscard]] int parseRemoteCommand(const SendCommandReq& command, VendMsg& msg);
 
 // The result of a remote command of our own, for the client that waits for it. kOk.
 int handleSendCommandRespMsg(const VendContext& context, const RetCodePayload& answer);
 
 // Rebuilds the message from the tokens of a line. kOk, or kFailure for an unknown option.
-int parseCommand(size_t tokenCount, CommandTokens& tokens, VendMsg& msg);
+[[nodiscard]] int parseCommand(size_t tokenCount, CommandTokens& tokens, VendMsg& msg);
 
 // Answers a remote command with its result code. kOk when that is kOk and the answer was sent, else
 // kFailure.

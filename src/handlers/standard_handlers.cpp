@@ -49,7 +49,7 @@ int acknowledgeRenew(const ApAutoConfInfo& msg) {
 
 int handleLldpDiscMsg(const MacAddr& localMac, uint32_t mediaType, const MacAddr& nbrAlMac,
                       const MacAddr& nbrIntfMac, uint16_t ttl) {
-    (void)updateLldpDiscInfo(localMac, mediaType, nbrAlMac, nbrIntfMac, ttl);
+    updateLldpDiscInfo(localMac, mediaType, nbrAlMac, nbrIntfMac, ttl);
     return kOk;
 }
 
@@ -57,7 +57,7 @@ int handleTopolDiscMsg(std::string_view localName, const MacAddr& localMac, uint
                        const MacAddr& srcMac, const MacAddr& alMac, const MacAddr& intfMac) {
     (void)addIntfNbrIntf(localName, localMac, mediaType, {intfMac});
     if (getNetTopolCap() != 1) return kTopolDisabled;
-    (void)updateTopolInfo(kNbrDiscovery, localMac, mediaType, alMac, srcMac);
+    updateTopolInfo(kNbrDiscovery, localMac, mediaType, alMac, srcMac);
     listTables();
     if (updateNbrDevTable(kNbrDiscovery, alMac) == kNewNbrDev) {
         (void)sendVendDiscMsg(&srcMac);
@@ -70,7 +70,7 @@ int handleTopolNtfMsg(std::string_view localName, const MacAddr& localMac, uint3
                       const MacAddr& srcMac, const MacAddr& alMac) {
     (void)addIntfNbrIntf(localName, localMac, mediaType, {srcMac});
     if (getNetTopolCap() != 1) return kTopolDisabled;
-    (void)updateTopolInfo(kNbrNotification, localMac, mediaType, alMac, srcMac);
+    updateTopolInfo(kNbrNotification, localMac, mediaType, alMac, srcMac);
     listTables();
     (void)updateNbrDevTable(kNbrNotification, alMac);
     (void)requestSend1905UcastMsg(srcMac, kMsgTopolQuery, {});

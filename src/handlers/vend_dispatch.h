@@ -12,14 +12,15 @@ struct VendHandler {
 };
 
 // nullptr for a message that is refused on arrival.
-const VendHandler* findVendHandler(uint16_t number);
+[[nodiscard]] const VendHandler* findVendHandler(uint16_t number);
 
 // kOk; the pending vendor queries are forgotten.
 int initVendMessageHandler();
 
 // Decodes the TLV area of a vendor-specific message and handles it. The handler's result, or
 // kFailure when it does not decode.
-int parseVendSpecTlvs(const Port& port, const MacAddr& srcMac, uint16_t msgId, Bytes area);
+[[nodiscard]] int parseVendSpecTlvs(const Port& port, const MacAddr& srcMac, uint16_t msgId,
+                                    Bytes area);
 
 // Hands a vendor message that came by this path (VendPath) to the handler of its type. The
 // handler's result, kFailure for a type without one.

@@ -111,7 +111,7 @@ int handleWIFIClientmcastMsg(const VendContext& context, const TextPayload& repo
     if (dev == nullptr) return kOk;
     const bool understood = storeWifiClients(*dev, report.data);
     dropSilentWifiClients(*dev);
-    (void)requestUpdateDataModel(0);
+    requestUpdateDataModel(0);
     return understood ? kOk : kFailure;
 }
 
@@ -185,7 +185,7 @@ int handleAPautoconfigAckMsg(const VendContext& context, const OptionPayload& an
     Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
     if (dev != nullptr && index) {
         dev->apAutoConf.syncFlags[*index] = 1;
-        (void)requestUpdateDataModel(0);
+        requestUpdateDataModel(0);
     }
     return result == 0 ? kOk : kFailure;
 }

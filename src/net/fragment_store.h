@@ -30,12 +30,12 @@ inline constexpr size_t kMaxFragments = 64;
 
 // The entry of this source, type and id that began on this port, nullptr when there is none. A
 // message that comes by two ports is two of them.
-FragCmdu* findFragCmdu(const Port& port, const FrameHdr& hdr);
+[[nodiscard]] FragCmdu* findFragCmdu(const Port& port, const FrameHdr& hdr);
 
 // Adds a fragment's TLV area to its message, which is begun when it is the first. The oldest
 // unfinished message gives way to a new one when there are too many. kOk, or kFailure when the
 // message has too many fragments.
-int storeFragment(const Port& port, const FrameHdr& hdr, Bytes area);
+[[nodiscard]] int storeFragment(const Port& port, const FrameHdr& hdr, Bytes area);
 
 // Forgets a message.
 void removeFragCmdu(const FragCmdu* cmdu);

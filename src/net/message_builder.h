@@ -26,15 +26,15 @@ struct MsgBody {
 
 // The bodies that need more than the type. They refer to what they are given, which must outlive
 // them.
-MsgBody vendSpecBody(const VendMsg& msg);            // type 4
-MsgBody metricQueryBody(const MetricQuery& query);   // type 5
-MsgBody metricRespBody(const MetricQuery& query);    // type 6
-MsgBody apSearchBody(const RoleBand& searched);      // type 7
-MsgBody apSupportedBody(const RoleBand& supported);  // types 8 and 10
-MsgBody wscBody(const Wsc& wsc);                     // type 9
-MsgBody pbEventBody(const PBEventNtf& event);        // type 11
-MsgBody pbJoinBody(const PBJoinNtf& join);           // type 12
-MsgBody readyBody(const TlvList& tlvs);              // any, as somebody else has built it
+[[nodiscard]] MsgBody vendSpecBody(const VendMsg& msg);            // type 4
+[[nodiscard]] MsgBody metricQueryBody(const MetricQuery& query);   // type 5
+[[nodiscard]] MsgBody metricRespBody(const MetricQuery& query);    // type 6
+[[nodiscard]] MsgBody apSearchBody(const RoleBand& searched);      // type 7
+[[nodiscard]] MsgBody apSupportedBody(const RoleBand& supported);  // types 8 and 10
+[[nodiscard]] MsgBody wscBody(const Wsc& wsc);                     // type 9
+[[nodiscard]] MsgBody pbEventBody(const PBEventNtf& event);        // type 11
+[[nodiscard]] MsgBody pbJoinBody(const PBJoinNtf& join);           // type 12
+[[nodiscard]] MsgBody readyBody(const TlvList& tlvs);  // any, as somebody else has built it
 
 // How a message travels.
 struct MsgTraits {
@@ -43,11 +43,12 @@ struct MsgTraits {
 };
 
 // The TLVs of an LLDP frame for this port, in order; empty when one cannot be built.
-TlvList genLldpMsg(const Port& port);
+[[nodiscard]] TlvList genLldpMsg(const Port& port);
 
 // The TLVs of a message in order, without the end-of-message TLV; empty when a mandatory one
 // cannot be built, the type has no body of its own, or the type is above 12. traits is set first.
-TlvList gen1905Msg(const Port& port, uint16_t msgType, const MsgBody& body, MsgTraits& traits);
+[[nodiscard]] TlvList gen1905Msg(const Port& port, uint16_t msgType, const MsgBody& body,
+                                 MsgTraits& traits);
 
 // True for messages that name the port by which they leave.
-bool isBuiltPerPort(uint16_t msgType, const MsgBody& body);
+[[nodiscard]] bool isBuiltPerPort(uint16_t msgType, const MsgBody& body);

@@ -72,7 +72,7 @@ int reinitIntfPorts() {
         module().reinitWanted = true;
         return kOk;
     }
-    (void)destroyIntfPorts();
+    destroyIntfPorts();
     return initIntfPorts();
 }
 

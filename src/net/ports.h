@@ -39,7 +39,7 @@ struct PortsState {
 
 // Builds the port list from the kernel's interfaces 1 to 253 and the interface table. kOk, or
 // kFailure when the interface table is empty.
-int initIntfPorts();
+[[nodiscard]] int initIntfPorts();
 // Closes all ports and builds the list again; the result of initIntfPorts. While somebody goes
 // through the ports this is put off until they are done, and kOk is returned.
 int reinitIntfPorts();
@@ -70,9 +70,9 @@ FrameBuffer& getRxBuffer();
 int refreshIntfPort(Port& port);
 
 // True when the port may send now: refreshed, up, and not excluded by the platform.
-bool portIsUsable(Port& port);
+[[nodiscard]] bool portIsUsable(Port& port);
 
 // Open and bind one socket of a port. kOk, kFailure when the MTU cannot be read, kIntfError on
 // socket, bind or name failure.
-int setupLldpSocket(Port& port);
-int setupIeee1905Socket(Port& port);
+[[nodiscard]] int setupLldpSocket(Port& port);
+[[nodiscard]] int setupIeee1905Socket(Port& port);

@@ -13,15 +13,15 @@
 std::string interfaceName(unsigned ifIndex);
 
 // A raw link-layer socket that hears nothing yet, -1 on failure.
-int openRawSocket();
+[[nodiscard]] int openRawSocket();
 
 // Binds the socket to the interface so that it hears frames of the EtherType (host byte order)
 // that come in; onBridge makes it hear them on a port of a kernel bridge too. May be repeated after
 // the interface joined or left a bridge. False on failure.
-bool bindRawSocket(int fd, unsigned ifIndex, uint16_t etherType, bool onBridge);
+[[nodiscard]] bool bindRawSocket(int fd, unsigned ifIndex, uint16_t etherType, bool onBridge);
 
 // True when the interface is a port of a kernel bridge.
-bool isBridgePort(unsigned ifIndex);
+[[nodiscard]] bool isBridgePort(unsigned ifIndex);
 
 // Leaves a socket that is only written to with nothing to receive.
 void stopReceiving(int fd);
@@ -36,8 +36,8 @@ bool interfaceFlags(int fd, const char* name, short& flags);
 void acceptAllMulticasts(int fd, const char* name);
 
 // MTU in bytes, -1 on failure.
-int interfaceMtu(int fd, const char* name);
+[[nodiscard]] int interfaceMtu(int fd, const char* name);
 
 // Waits until one of the descriptors below limit is readable or the time is over; the result and
 // the set are those of select(2).
-int waitReadable(int limit, fd_set& readable, int seconds);
+[[nodiscard]] int waitReadable(int limit, fd_set& readable, int seconds);

@@ -29,8 +29,8 @@ struct SlotsState {
 };
 
 // Create or take over a segment and put it into its initial state. kOk or kFailure.
-int initServReqShm();
-int initServRespShm();
+[[nodiscard]] int initServReqShm();
+[[nodiscard]] int initServRespShm();
 // The attached segments, nullptr while there are none.
 uint8_t* getServReqShm();
 uint8_t* getServRespShm();

@@ -72,7 +72,7 @@ void writeNon1905Nbrs(JsonWriter& out, const Ieee1905DevTable& dev) {
         const LocalIntf local = findLocalIntf(dev, list.localIntfMac);
         for (const auto& mac : list.nbrs) {
             const WifiClient* client = nullptr;
-            (void)checkIntfMacMediaType(dev, mac, client);
+            checkIntfMacMediaType(dev, mac, client);
             out.beginObject("NonIEEE1905Neighbor.", ++number);
             out.text("LocalInterface", local.reference);
             out.mac("NeighborInterfaceId", mac);

@@ -37,8 +37,8 @@ int answerResult(const ServReq& request, uint16_t answer, int result) {
 
 // The tables follow what the platform has taken.
 int answerWpsCode(const ServReq& request, uint16_t answer, int code) {
-    (void)answerCode(request, answer, code);
-    if (code == kOk) (void)updateWPSConfig();
+    answerCode(request, answer, code);
+    if (code == kOk) updateWPSConfig();
     return kOk;
 }
 
@@ -165,31 +165,31 @@ int handleSendWIFISyncAllReq(const ServReq& request, uint16_t answer) {
 
 int handlesetFWresultServReq(const ServReq& request, uint16_t answer) {
     const int result = setFWresult(signedNumber(request, req::kValue1));
-    (void)answerCode(request, answer, kOk);
+    answerCode(request, answer, kOk);
     return result;
 }
 
 int handlesetPBEServReq(const ServReq& request, uint16_t answer) {
     const int result = sendPBEvent();
-    (void)answerCode(request, answer, kOk);
+    answerCode(request, answer, kOk);
     return result;
 }
 
 int handlesetSocketReinitServReq(const ServReq& request, uint16_t answer) {
     const int result = reinitIntfPorts();
-    (void)answerCode(request, answer, kOk);
+    answerCode(request, answer, kOk);
     return result;
 }
 
 int handleprintfvm1905logServReq(const ServReq& request, uint16_t answer) {
     const int result = writeJsonvm1905log();
-    (void)answerCode(request, answer, kOk);
+    answerCode(request, answer, kOk);
     return result;
 }
 
 int handleSetDebugLevelReq(const ServReq& request, uint16_t answer) {
     const uint32_t level = request.number(req::kValue1);
-    (void)answerCode(request, answer, kOk);
+    answerCode(request, answer, kOk);
     if (level != kShowTables) return setDebugLevel(static_cast<uint8_t>(level));
     showportinfo();
     showtopolTable();

@@ -299,7 +299,7 @@ int handleNetworkCtrlReq(const ServReq& request, uint16_t answer) {
 int handleSendDiscoveryReq(const ServReq& request, uint16_t answer) {
     const int topol = sendTopolDisc();
     const int vend = sendVendDiscMsg(nullptr);
-    (void)respRetCode(request.pid(), answer, kOk);
+    respRetCode(request.pid(), answer, kOk);
     return topol != kOk ? topol : vend;
 }
 
@@ -313,6 +313,6 @@ int sendUpdateConifgCtrlToExtender() {
 
 int handleUpdateExtenderConifgReq(const ServReq& request, uint16_t answer) {
     // Meant: answered before anything is done.
-    (void)respRetCode(request.pid(), answer, kOk);
+    respRetCode(request.pid(), answer, kOk);
     return sendUpdateConifgCtrlToExtender();
 }

@@ -59,7 +59,7 @@ void forgetAcknowledgements(const ApAutoConfRenewReq& info) {
         if (info.unicast != 0 && dev.alMac != meant) continue;
         dev.apAutoConf.syncFlags[*band] = 0;
     }
-    (void)requestUpdateDataModel(0);
+    requestUpdateDataModel(0);
 }
 
 int sendRenew(const ApAutoConfRenewReq& info) {

@@ -12,14 +12,14 @@ struct ServiceMonitor {
     uint32_t state = kUninit;
 };
 
-int initServiceMonitor();
-int startServiceMonitor();
+[[nodiscard]] int initServiceMonitor();
+[[nodiscard]] int startServiceMonitor();
 // Handles at most one request. Called on every pass of the main loop.
-int runServiceMonitor();
+[[nodiscard]] int runServiceMonitor();
 int destroyServiceMonitor();
 
 // A MonitorState.
 uint32_t getServiceMonitorState();
 
 // Forgets the clients that wait and takes the requests of the platform library. kOk.
-int initServiceHandler();
+[[nodiscard]] int initServiceHandler();

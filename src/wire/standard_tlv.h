@@ -80,62 +80,62 @@ struct Wsc {
 };
 
 // LLDP.
-std::optional<Tlv> genChassisIdTlv();
-std::optional<Tlv> genPortIdTlv(const MacAddr& portMac);
-std::optional<Tlv> genTtlTlv();
-std::optional<Tlv> genEndOfLldpduTlv();
+[[nodiscard]] std::optional<Tlv> genChassisIdTlv();
+[[nodiscard]] std::optional<Tlv> genPortIdTlv(const MacAddr& portMac);
+[[nodiscard]] std::optional<Tlv> genTtlTlv();
+[[nodiscard]] std::optional<Tlv> genEndOfLldpduTlv();
 
 // IEEE 1905.1. index is that of a local interface.
-std::optional<Tlv> genEndOfMsgTlv();
-std::optional<Tlv> genAlMacTlv();
-std::optional<Tlv> genMacTlv(const MacAddr& mac);
-std::optional<Tlv> genDevInfoTlv();
-std::optional<Tlv> genDevBrdgCapTlv();
-std::optional<Tlv> genNon1905NbrDevTlv(unsigned index);
-std::optional<Tlv> gen1905NbrDevTlv(unsigned index);
-std::optional<Tlv> genMetricQueryTlv(const MetricQuery& query);
-std::optional<Tlv> genTxMetricTlv(const LinkMetricInfo& info);
-std::optional<Tlv> genRxMetricTlv(const LinkMetricInfo& info);
-std::optional<Tlv> genMetricResCodeTlv();
-std::optional<Tlv> genSearchRoleTlv(uint32_t role);         // low 8 bits
-std::optional<Tlv> genAutoConfFreqBandTlv(uint32_t band);   // low 8 bits
-std::optional<Tlv> genSupportedRoleTlv(uint32_t role);      // low 8 bits
-std::optional<Tlv> genSupportedFreqBandTlv(uint32_t band);  // low 8 bits
-std::optional<Tlv> genWscTlv(const Wsc& wsc);
-std::optional<Tlv> genWscUpdatetimeTlv(std::string_view updateTime);
-std::optional<Tlv> genPBEventNtfTlv(const PBEventNtf& event);
-std::optional<Tlv> genPBJoinNtfTlv(const PBJoinNtf& join);
+[[nodiscard]] std::optional<Tlv> genEndOfMsgTlv();
+[[nodiscard]] std::optional<Tlv> genAlMacTlv();
+[[nodiscard]] std::optional<Tlv> genMacTlv(const MacAddr& mac);
+[[nodiscard]] std::optional<Tlv> genDevInfoTlv();
+[[nodiscard]] std::optional<Tlv> genDevBrdgCapTlv();
+[[nodiscard]] std::optional<Tlv> genNon1905NbrDevTlv(unsigned index);
+[[nodiscard]] std::optional<Tlv> gen1905NbrDevTlv(unsigned index);
+[[nodiscard]] std::optional<Tlv> genMetricQueryTlv(const MetricQuery& query);
+[[nodiscard]] std::optional<Tlv> genTxMetricTlv(const LinkMetricInfo& info);
+[[nodiscard]] std::optional<Tlv> genRxMetricTlv(const LinkMetricInfo& info);
+[[nodiscard]] std::optional<Tlv> genMetricResCodeTlv();
+[[nodiscard]] std::optional<Tlv> genSearchRoleTlv(uint32_t role);         // low 8 bits
+[[nodiscard]] std::optional<Tlv> genAutoConfFreqBandTlv(uint32_t band);   // low 8 bits
+[[nodiscard]] std::optional<Tlv> genSupportedRoleTlv(uint32_t role);      // low 8 bits
+[[nodiscard]] std::optional<Tlv> genSupportedFreqBandTlv(uint32_t band);  // low 8 bits
+[[nodiscard]] std::optional<Tlv> genWscTlv(const Wsc& wsc);
+[[nodiscard]] std::optional<Tlv> genWscUpdatetimeTlv(std::string_view updateTime);
+[[nodiscard]] std::optional<Tlv> genPBEventNtfTlv(const PBEventNtf& event);
+[[nodiscard]] std::optional<Tlv> genPBJoinNtfTlv(const PBJoinNtf& join);
 
 // LLDP.
-size_t parseChassisIdTlv(MacAddr& mac, Bytes tlv);
-size_t parsePortIdTlv(MacAddr& mac, Bytes tlv);
-size_t parseTtlTlv(uint16_t& ttl, Bytes tlv);
-int parseEndOfLldpduTlv(Bytes tlv);
+[[nodiscard]] size_t parseChassisIdTlv(MacAddr& mac, Bytes tlv);
+[[nodiscard]] size_t parsePortIdTlv(MacAddr& mac, Bytes tlv);
+[[nodiscard]] size_t parseTtlTlv(uint16_t& ttl, Bytes tlv);
+[[nodiscard]] int parseEndOfLldpduTlv(Bytes tlv);
 
 // IEEE 1905.1.
-int parseEndOfMsgTlv(Bytes tlv);
-size_t parseAlMacTlv(MacAddr& mac, Bytes tlv);
-size_t parseMacTlv(MacAddr& mac, Bytes tlv);
+[[nodiscard]] int parseEndOfMsgTlv(Bytes tlv);
+[[nodiscard]] size_t parseAlMacTlv(MacAddr& mac, Bytes tlv);
+[[nodiscard]] size_t parseMacTlv(MacAddr& mac, Bytes tlv);
 // receiverId is stored in the record and means what the caller wants.
-size_t parseDevInfoTlv(DevTopol& dev, uint16_t receiverId, Bytes tlv);
-size_t parseDevBrdgCapTlv(DevTopol& dev, Bytes tlv);
+[[nodiscard]] size_t parseDevInfoTlv(DevTopol& dev, uint16_t receiverId, Bytes tlv);
+[[nodiscard]] size_t parseDevBrdgCapTlv(DevTopol& dev, Bytes tlv);
 // The number of neighbours comes from the TLV's length.
-size_t parseNon1905NbrDevTlv(DevTopol& dev, Bytes tlv);
-size_t parse1905NbrDevTlv(DevTopol& dev, Bytes tlv);
+[[nodiscard]] size_t parseNon1905NbrDevTlv(DevTopol& dev, Bytes tlv);
+[[nodiscard]] size_t parse1905NbrDevTlv(DevTopol& dev, Bytes tlv);
 // The selector, not the length, picks the layout.
-size_t parseMetricQueryTlv(MetricQuery& query, Bytes tlv);
+[[nodiscard]] size_t parseMetricQueryTlv(MetricQuery& query, Bytes tlv);
 // Both merge into one entry per pair of interfaces; the number of links comes from the length.
-size_t parseTxMetricTlv(LinkMetricInfo& info, Bytes tlv);
-size_t parseRxMetricTlv(LinkMetricInfo& info, Bytes tlv);
-size_t parseMetricResCodeTlv(uint8_t& code, Bytes tlv);
-size_t parseSrchRoleTlv(uint8_t& role, Bytes tlv);
-size_t parseAutoConfFreqBandTlv(uint8_t& band, Bytes tlv);
-size_t parseSupportedRoleTlv(uint8_t& role, Bytes tlv);
-size_t parseSupportedFreqBandTlv(uint8_t& band, Bytes tlv);
-size_t parseWscTlv(Wsc& wsc, Bytes tlv);
+[[nodiscard]] size_t parseTxMetricTlv(LinkMetricInfo& info, Bytes tlv);
+[[nodiscard]] size_t parseRxMetricTlv(LinkMetricInfo& info, Bytes tlv);
+[[nodiscard]] size_t parseMetricResCodeTlv(uint8_t& code, Bytes tlv);
+[[nodiscard]] size_t parseSrchRoleTlv(uint8_t& role, Bytes tlv);
+[[nodiscard]] size_t parseAutoConfFreqBandTlv(uint8_t& band, Bytes tlv);
+[[nodiscard]] size_t parseSupportedRoleTlv(uint8_t& role, Bytes tlv);
+[[nodiscard]] size_t parseSupportedFreqBandTlv(uint8_t& band, Bytes tlv);
+[[nodiscard]] size_t parseWscTlv(Wsc& wsc, Bytes tlv);
 // A text longer than the destination is cut.
-size_t parseWscUpdatetimeTlv(Text<32>& updateTime, Bytes tlv);
-size_t parsePBEventNtfTlv(PBEventNtf& event, Bytes tlv);
-size_t parsePBJoinNtfTlv(PBJoinNtf& join, Bytes tlv);
+[[nodiscard]] size_t parseWscUpdatetimeTlv(Text<32>& updateTime, Bytes tlv);
+[[nodiscard]] size_t parsePBEventNtfTlv(PBEventNtf& event, Bytes tlv);
+[[nodiscard]] size_t parsePBJoinNtfTlv(PBJoinNtf& join, Bytes tlv);
 // Skips a TLV of any other type by its length; rejects without a line what is cut off.
-size_t parseUnsupportedTlv(Bytes tlv);
+[[nodiscard]] size_t parseUnsupportedTlv(Bytes tlv);

@@ -6,4 +6,4 @@
 // Fetches what one of the platform's getters fills in, PLATFORM_SYNC_DATA_LEN bytes. Returns the
 // getter's result, or kFailure for a text that is longer than a message can carry (logged): half a
 // setting is none. The text is untouched on failure.
-int fetchSyncText(int (*get)(char* data), std::string& text);
+[[nodiscard]] int fetchSyncText(int (*get)(char* data), std::string& text);

@@ -64,8 +64,8 @@ using TlvList = std::vector<Tlv>;
 
 // Write the wire form of a TLV to the start of out and return its size in bytes, 0 when out is
 // too small or the length does not fit its field.
-size_t flatten1905Tlv(const Tlv& tlv, std::span<uint8_t> out);
-size_t flattenLldpTlv(const Tlv& tlv, std::span<uint8_t> out);
+[[nodiscard]] size_t flatten1905Tlv(const Tlv& tlv, std::span<uint8_t> out);
+[[nodiscard]] size_t flattenLldpTlv(const Tlv& tlv, std::span<uint8_t> out);
 
 // Walks the TLVs of an area up to its end-of-message TLV. parse is called with the bytes from a
 // TLV's header to the end of the area and returns the number of bytes it consumed, 0 to reject.

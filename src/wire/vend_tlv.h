@@ -9,8 +9,8 @@
 
 // The TLV of a vendor message that leaves by the port with this MAC; nothing when its type is
 // unknown or its payload is not that of the type.
-std::optional<Tlv> genVendSpecTlv(const VendMsg& msg, const MacAddr& portMac);
+[[nodiscard]] std::optional<Tlv> genVendSpecTlv(const VendMsg& msg, const MacAddr& portMac);
 
 // Decodes the TLV at the start of the bytes into msg. Returns the number of bytes consumed, 0 when
 // it is no vendor TLV of our OUI, or its type or payload is not understood.
-size_t parseVendSpecTlv(Bytes tlv, VendMsg& msg);
+[[nodiscard]] size_t parseVendSpecTlv(Bytes tlv, VendMsg& msg);
