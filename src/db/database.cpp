@@ -14,22 +14,6 @@ AlTable* al() {
     return db().al_table.get();
 }
 
-// The index-th entry of those that the predicate selects.
-template <typename Pred>
-IntfNbrDev* nbrAt(IntfTable& intf, unsigned index, size_t bound, Pred selects, const char* caller,
-                  int line) {
-    if (index < bound) {
-        for (auto& nbr : intf.nbrs) {
-            if (selects(nbr) && index-- == 0) return &nbr;
-        }
-    }
-    if (DEBUGLEVEL >= 2) {
-        logLine(2, caller, line, "invalid index (%d/%d)\r\n", static_cast<int>(index),
-                static_cast<int>(bound));
-    }
-    return nullptr;
-}
-
 }  // namespace
 
 AlTable& createDatabase() {
@@ -55,14 +39,6 @@ bool isOwnAlMac(const MacAddr& alMac) {
 
 const uint8_t* getAlOui() {
     return al() != nullptr ? al()->oui.data() : nullptr;
-}
-
-const std::vector<uint8_t>& getAlVendInfo() {
-    return al() != nullptr ? al()->vendInfo : db().noVendInfo;
-}
-
-uint32_t getAlOperStatus() {
-    return al() != nullptr ? al()->operStatus : 0;
 }
 
 uint32_t getNetTopolCap() {
@@ -117,23 +93,6 @@ IntfTable* getIntfTableByName(std::string_view name) {
     return nullptr;
 }
 
-IntfNbrDev* getIntfNbrDevByIndex(IntfTable& intf, unsigned index) {
-    return nbrAt(
-        intf, index, intf.nbrs.size(), [](const auto&) { return true; }, __func__, __LINE__);
-}
-
-IntfNbrDev* getIntf1905NbrDevByIndex(IntfTable& intf, unsigned index) {
-    return nbrAt(
-        intf, index, intf.nbr1905Num(), [](const auto& nbr) { return nbr.is1905; }, __func__,
-        __LINE__);
-}
-
-IntfNbrDev* getIntfNon1905NbrDevByIndex(IntfTable& intf, unsigned index) {
-    return nbrAt(
-        intf, index, intf.nbrNon1905Num(), [](const auto& nbr) { return !nbr.is1905; }, __func__,
-        __LINE__);
-}
-
 IntfNbrDev* getIntfNbrDevByMac(IntfTable& intf, const MacAddr& nbrIntfMac) {
     for (auto& nbr : intf.nbrs) {
         if (nbr.nbrIntfMac == nbrIntfMac) return &nbr;
@@ -149,23 +108,6 @@ BrdgTuple* getBrdgTupleByIndex(unsigned index) {
     const unsigned bound = getBrdgTupleNum();
     if (index < bound) return &al()->brdgTuples[index];
     LOG(2, "invalid index (%d/%d)\r\n", static_cast<int>(index), static_cast<int>(bound));
-    return nullptr;
-}
-
-FwdRule* getFwdRuleTableByIndex(unsigned index) {
-    const size_t bound = al() != nullptr ? al()->fwdRules.size() : 0;
-    if (index < bound) return &al()->fwdRules[index];
-    LOG(2, "invalid index (%d/%d)\r\n", static_cast<int>(index), static_cast<int>(bound));
-    return nullptr;
-}
-
-FwdRule* getFwdRuleTableByRuleId(uint16_t ruleId) {
-    if (al() != nullptr) {
-        for (auto& rule : al()->fwdRules) {
-            if (rule.ruleId == ruleId) return &rule;
-        }
-    }
-    LOG(2, "invalid ruleId = %d\r\n", ruleId);
     return nullptr;
 }
 

@@ -30,9 +30,7 @@ AlTable* getAlTable();                  // nullptr without a database
 const MacAddr* getAlMac();              // nullptr without a database
 bool isOwnAlMac(const MacAddr& alMac);  // false without a database
 const uint8_t* getAlOui();              // 3 bytes, nullptr without a database
-const std::vector<uint8_t>& getAlVendInfo();
-uint32_t getAlOperStatus();
-uint32_t getNetTopolCap();  // enable switch, 0 without a database
+uint32_t getNetTopolCap();              // enable switch, 0 without a database
 uint32_t getNetTopolStatus();
 TopolTable* getNetTopolTable();
 std::list<Ieee1905DevTable>& getIeee1905DevTables();  // empty without a database
@@ -42,14 +40,9 @@ uint8_t getIntfNum();
 IntfTable* getIntfTableByIndex(unsigned index);
 IntfTable* getIntfTableById(const MacAddr& mac, uint32_t mediaType);
 IntfTable* getIntfTableByName(std::string_view name);
-IntfNbrDev* getIntfNbrDevByIndex(IntfTable& intf, unsigned index);
-IntfNbrDev* getIntf1905NbrDevByIndex(IntfTable& intf, unsigned index);
-IntfNbrDev* getIntfNon1905NbrDevByIndex(IntfTable& intf, unsigned index);
 IntfNbrDev* getIntfNbrDevByMac(IntfTable& intf, const MacAddr& nbrIntfMac);
 uint8_t getBrdgTupleNum();
 BrdgTuple* getBrdgTupleByIndex(unsigned index);
-FwdRule* getFwdRuleTableByIndex(unsigned index);
-FwdRule* getFwdRuleTableByRuleId(uint16_t ruleId);
 SecurityTable* getSecurityTable();
 std::vector<NbrDev>& getNbrDevTable();  // likewise
 // Number of neighbour devices in 8-bit arithmetic: 256 of them count as 0, which is meant.

@@ -10,11 +10,6 @@
 namespace {
 
 template <typename List>
-auto* entryAt(List& list, unsigned index) {
-    return index < list.size() ? &list[index] : nullptr;
-}
-
-template <typename List>
 auto findList(List& lists, const MacAddr& localIntfMac) {
     return std::find_if(lists.begin(), lists.end(),
                         [&](const auto& list) { return list.localIntfMac == localIntfMac; });
@@ -159,23 +154,6 @@ int removeIeee1905DevTable(const MacAddr& alMac) {
     return kOk;
 }
 
-void destroyIeee1905DevTable() {
-    getIeee1905DevTables().clear();
-}
-
-Ieee1905DevTable* getIeee1905DevTableByIndex(unsigned index) {
-    auto& devs = getIeee1905DevTables();
-    if (devs.empty()) {
-        LOG_PUTS(3, "Ieee1905DevTable is empty\r");
-        return nullptr;
-    }
-    if (index >= devs.size()) {
-        LOG(3, "invalid index (%d/%d)\r\n", static_cast<int>(index), static_cast<int>(devs.size()));
-        return nullptr;
-    }
-    return &*std::next(devs.begin(), static_cast<std::ptrdiff_t>(index));
-}
-
 Ieee1905DevTable* getIeee1905DevTableById(const MacAddr& alMac) {
     auto& devs = getIeee1905DevTables();
     if (devs.empty()) {
@@ -186,26 +164,6 @@ Ieee1905DevTable* getIeee1905DevTableById(const MacAddr& alMac) {
         if (dev.alMac == alMac) return &dev;
     }
     return nullptr;
-}
-
-DevIntf* getIeee1905DevIntfTableByIndex(Ieee1905DevTable& dev, unsigned index) {
-    LOG(4, "index = %d\r\n", static_cast<int>(index));
-    return entryAt(dev.intfs, index);
-}
-
-Non1905NbrList* getNon1905NbrDevByIndex(Ieee1905DevTable& dev, unsigned index) {
-    LOG(4, "index = %d\r\n", static_cast<int>(index));
-    return entryAt(dev.non1905Lists, index);
-}
-
-Ieee1905NbrList* getIeee1905NbrDevByIndex(Ieee1905DevTable& dev, unsigned index) {
-    LOG(4, "index = %d\r\n", static_cast<int>(index));
-    return entryAt(dev.ieee1905Lists, index);
-}
-
-BrdgTuple* getBrdgTupleTableByIndex(Ieee1905DevTable& dev, unsigned index) {
-    LOG(4, "index=%d\r\n", static_cast<int>(index));
-    return entryAt(dev.brdgTuples, index);
 }
 
 const MacAddr* getalMacOfIeee1905DevTableByintfMac(const MacAddr& intfMac) {

@@ -15,16 +15,8 @@ void updateWifiSync(Ieee1905DevTable& dev);
 // Removes a device and logs its loss. kOk, or kFailure when it is absent.
 int removeIeee1905DevTable(const MacAddr& alMac);
 
-// Empties the table without logging.
-void destroyIeee1905DevTable();
-
 // nullptr when there is no such record.
-Ieee1905DevTable* getIeee1905DevTableByIndex(unsigned index);
 Ieee1905DevTable* getIeee1905DevTableById(const MacAddr& alMac);
-DevIntf* getIeee1905DevIntfTableByIndex(Ieee1905DevTable& dev, unsigned index);
-Non1905NbrList* getNon1905NbrDevByIndex(Ieee1905DevTable& dev, unsigned index);
-Ieee1905NbrList* getIeee1905NbrDevByIndex(Ieee1905DevTable& dev, unsigned index);
-BrdgTuple* getBrdgTupleTableByIndex(Ieee1905DevTable& dev, unsigned index);
 
 // AL MAC of the device that lists this interface, nullptr when none does.
 const MacAddr* getalMacOfIeee1905DevTableByintfMac(const MacAddr& intfMac);

@@ -237,10 +237,6 @@ int setEnableNetTopolOption(uint32_t enable) {
     return kOk;
 }
 
-uint16_t getMaxChangeLogEntriesOption() {
-    return config().maxChangeLogEntries;
-}
-
 int setMaxChangeLogEntriesOption(uint16_t maximum) {
     if (config().maxChangeLogEntries == maximum) return kUnchanged;
     config().maxChangeLogEntries = std::min(maximum, kMaxChangeLog);
@@ -287,10 +283,6 @@ int setEnableLogOption(uint32_t enable) {
     return store(config().enableLog, enable) ? kOk : kUnchanged;
 }
 
-const char* getLogFolderOption() {
-    return config().logFolder.c_str();
-}
-
 int setLogFolderOption(const char* folder) {
     if (folder == nullptr) return kFailure;
     config().logFolder = folder;
@@ -303,53 +295,5 @@ uint8_t getLogIndexOption() {
 
 int setLogIndexOption(uint8_t index) {
     config().logIndex = index;
-    return kOk;
-}
-
-const char* sys_getFirmwareversionOption() {
-    return identity().firmwareVersion.c_str();
-}
-const char* sys_getDevicehostname() {
-    return identity().hostname.c_str();
-}
-const char* sys_getDeviceBuildNumber() {
-    return identity().buildNumber.c_str();
-}
-const char* sys_getDevicemode() {
-    return identity().deviceMode.c_str();
-}
-const char* sys_getReleaseVersion() {
-    return identity().releaseVersion.c_str();
-}
-const char* sys_getReleaseVersion_git() {
-    return identity().releaseVersionGit.c_str();
-}
-const char* sys_getAppVersion() {
-    return identity().appVersion.c_str();
-}
-const char* sys_getL2DeviveCtrlVersion() {
-    return identity().l2DeviveCtrlVersion.c_str();
-}
-const char* sys_getWiFiAutoCfgVersion() {
-    return identity().wifiAutoCfgVersion.c_str();
-}
-const char* sys_getWiFiOnOffVersion() {
-    return identity().wifiOnOffVersion.c_str();
-}
-const char* sys_getFwUpgradeVersion() {
-    return identity().fwUpgradeVersion.c_str();
-}
-const char* sys_getLEDOnOffVersion() {
-    return identity().ledOnOffVersion.c_str();
-}
-const char* sys_getDSIVersion() {
-    return identity().dsiVersion.c_str();
-}
-const char* sys_getvm1905VersionVersion() {
-    return identity().vm1905Version.c_str();
-}
-
-int sys_getDeviceLANMac(MacAddr& mac) {
-    mac = identity().lanMac;
     return kOk;
 }

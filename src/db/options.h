@@ -23,8 +23,7 @@ int setDefSysConfig();
 uint8_t getDebugLevelOption();
 int setDebugLevelOption(uint8_t level);  // leaves the running level alone
 uint32_t getEnableNetTopolOption();
-int setEnableNetTopolOption(uint32_t enable);  // 1 enables the topology, 0 disables it
-uint16_t getMaxChangeLogEntriesOption();
+int setEnableNetTopolOption(uint32_t enable);        // 1 enables the topology, 0 disables it
 int setMaxChangeLogEntriesOption(uint16_t maximum);  // stores at most 256
 uint32_t getEnableRebootFromNbrOption();
 int setEnableRebootFromNbrOption(uint32_t enable);
@@ -34,26 +33,9 @@ const char* getDataModelFolderOption();
 int setDataModelFolderOption(const char* folder);  // cut to 31 characters; kFailure for nullptr
 uint32_t getEnableLogOption();
 int setEnableLogOption(uint32_t enable);
-const char* getLogFolderOption();
 int setLogFolderOption(const char* folder);  // cut to 31 characters; kFailure for nullptr
 uint8_t getLogIndexOption();
 int setLogIndexOption(uint8_t index);  // never kUnchanged
-
-const char* sys_getFirmwareversionOption();
-const char* sys_getDevicehostname();
-const char* sys_getDeviceBuildNumber();
-const char* sys_getDevicemode();
-const char* sys_getReleaseVersion();
-const char* sys_getReleaseVersion_git();
-const char* sys_getAppVersion();
-const char* sys_getL2DeviveCtrlVersion();
-const char* sys_getWiFiAutoCfgVersion();
-const char* sys_getWiFiOnOffVersion();
-const char* sys_getFwUpgradeVersion();
-const char* sys_getLEDOnOffVersion();
-const char* sys_getDSIVersion();
-const char* sys_getvm1905VersionVersion();
-int sys_getDeviceLANMac(MacAddr& mac);  // kOk
 
 // The release as printed at start-up.
 inline constexpr const char* kReleaseVersionGit = "WIFISYS_RTK_9.2";

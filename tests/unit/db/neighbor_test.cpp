@@ -2,6 +2,7 @@
 #include "db/data_manager.h"
 #include "db/database.h"
 #include "db/device_table.h"
+#include "db/exported_accessors.h"
 #include "db/local_tables.h"
 #include "db/neighbor_aging.h"
 #include "db/upcalls.h"

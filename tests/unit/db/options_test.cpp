@@ -1,4 +1,5 @@
 #include "db/options.h"
+#include "db/exported_accessors.h"
 
 #include <filesystem>
 #include <fstream>
