@@ -6,10 +6,6 @@
 #include <string_view>
 #include <vector>
 
-#include "api.h"
-
-namespace plat {
-
 struct CommandOptions {
     std::chrono::milliseconds limit{2000};
     std::string* output = nullptr;  // takes the first maxOutput bytes of standard output
@@ -21,9 +17,7 @@ struct CommandOptions {
 // loop and after it. Returns its exit status, or 16 when it cannot be started, is ended by a
 // signal, or is not done after the limit; then its whole process group is killed. What it started
 // in the background may outlive it.
-PLAT_API int runCommand(const std::vector<std::string>& argv, const CommandOptions& options);
+[[nodiscard]] int runCommand(const std::vector<std::string>& argv, const CommandOptions& options);
 
 // The full path of a program in PATH or a system directory, empty when it is not installed.
-PLAT_API std::string findProgram(std::string_view name);
-
-}  // namespace plat
+std::string findProgram(std::string_view name);

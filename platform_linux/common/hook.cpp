@@ -7,10 +7,10 @@
 #include <cstdlib>
 #include <list>
 
+#include "base/result.h"
 #include "common/log.h"
 #include "common/text.h"
 
-namespace plat {
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -38,11 +38,10 @@ struct Wait {
     Clock::duration length;
 };
 
-struct Hooks {
+struct {
     std::list<Answer> answers;  // newest last
     std::vector<Wait> waits;    // the recent ones
-};
-Hooks hooks;
+} hooks;
 
 // The status of a hook that ends in the time that the daemon has for it.
 std::optional<int> waitForHook(JobId id) {
@@ -58,13 +57,14 @@ std::optional<int> waitForHook(JobId id) {
 }
 
 std::string hookFile(const std::string& name) {
-    const char* folder = ::secure_getenv("VM1905_HOOKS");
+    const char* folder = secure_getenv("VM1905_HOOKS");
     return std::string(folder != nullptr ? folder : "/etc/vm1905/hooks") + "/" + name;
 }
 
 Answer* findAnswer(const std::string& name, const std::vector<std::string>& args) {
-    for (Answer& answer : hooks.answers)
+    for (Answer& answer : hooks.answers) {
         if (answer.name == name && answer.args == args) return &answer;
+    }
     return nullptr;
 }
 
@@ -76,9 +76,9 @@ void keepAnswer(const std::string& name, const std::vector<std::string>& args, i
     hooks.answers.push_back({name, args, status, output, false, Clock::now()});
 }
 
-int give(Answer& answer, std::string* output) {
+int give(Answer& answer, std::string& output) {
     answer.read = true;
-    *output = answer.output;
+    output = answer.output;
     return answer.status;
 }
 
@@ -88,18 +88,18 @@ JobId start(const std::string& name, const std::vector<std::string>& args, JobOp
     collectJobs();
     options.name = "hook " + name;
     if (!hasHook(name)) {
-        PLAT_LOG(2, "no hook for this action: provide an executable %s", hookFile(name).c_str());
+        LOG_LINE(2, "no hook for this action: provide an executable %s", hookFile(name).c_str());
         return 0;
     }
     if (isJobAtWork(options.name)) {
-        PLAT_LOG(2, "hook %s is still at work, refuse to run it again", name.c_str());
+        LOG_LINE(2, "hook %s is still at work, refuse to run it again", name.c_str());
         return 0;
     }
     std::vector<std::string> argv{hookFile(name)};
     argv.insert(argv.end(), args.begin(), args.end());
     return startJob(argv, options,
                     [name, okLevel, done = std::move(done)](int status, const std::string& output) {
-                        PLAT_LOG(status == 0 ? okLevel : 2, "hook %s: %d", name.c_str(), status);
+                        LOG_LINE(status == 0 ? okLevel : 2, "hook %s: %d", name.c_str(), status);
                         if (done) done(status, output);
                     });
 }
@@ -109,8 +109,8 @@ JobId start(const std::string& name, const std::vector<std::string>& args, JobOp
 bool hasHook(const std::string& name) {
     const std::string file = hookFile(name);
     struct stat info {};
-    return ::stat(file.c_str(), &info) == 0 && S_ISREG(info.st_mode) &&
-           ::access(file.c_str(), X_OK) == 0;
+    return stat(file.c_str(), &info) == 0 && S_ISREG(info.st_mode) &&
+           access(file.c_str(), X_OK) == 0;
 }
 
 JobId startHook(const std::string& name, const std::vector<std::string>& args, JobOptions options,
@@ -126,9 +126,9 @@ int runHook(const std::string& name, const std::vector<std::string>& args, JobDo
     return waitForHook(id).value_or(kOk);
 }
 
-int askHook(const std::string& name, const std::vector<std::string>& args, std::string* output,
+int askHook(const std::string& name, const std::vector<std::string>& args, std::string& output,
             size_t maxOutput) {
-    output->clear();
+    output.clear();
     collectJobs();
     Answer* last = findAnswer(name, args);
     const bool fresh = last != nullptr && !last->read && Clock::now() - last->at < kLateLimit;
@@ -139,7 +139,7 @@ int askHook(const std::string& name, const std::vector<std::string>& args, std::
                                keepAnswer(name, args, status, text);
                            });
     if (id == 0) return kFailure;
-    (void)waitForHook(id);
+    waitForHook(id);
     last = findAnswer(name, args);
     return last != nullptr ? give(*last, output) : kFailure;
 }
@@ -148,7 +148,7 @@ int askForText(const std::string& name, const std::vector<std::string>& args, ch
                size_t size) {
     if (text == nullptr) return kFailure;
     std::string output;
-    const int result = askHook(name, args, &output);
+    const int result = askHook(name, args, output);
     copyText(text, size, result == 0 ? trim(output) : "");
     return result == 0 && text[0] == '\0' ? kFailure : result;
 }
@@ -161,5 +161,3 @@ int askIfThere(const std::string& name, const std::vector<std::string>& args, ch
 void forgetHooks() {
     hooks = {};
 }
-
-}  // namespace plat

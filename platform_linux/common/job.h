@@ -10,10 +10,6 @@
 #include <string>
 #include <vector>
 
-#include "api.h"
-
-namespace plat {
-
 struct JobOptions {
     // When it is over the whole process group is killed, at the next collectJobs.
     std::chrono::milliseconds limit{2000};
@@ -37,26 +33,24 @@ inline constexpr size_t kMaxJobs = 32;
 // Starts the program at argv[0] (a path) with these arguments, each handed over as it is, and with
 // the standard input of the options. Never waits. 0, with a line at level 2 and without a call of
 // done, when it cannot be started or too many are at work.
-PLAT_API JobId startJob(const std::vector<std::string>& argv, const JobOptions& options,
-                        JobDone done);
+[[nodiscard]] JobId startJob(const std::vector<std::string>& argv, const JobOptions& options,
+                             JobDone done);
 
 // Waits at most so long for a job to end. Its status as told to done, or none when it is still at
 // work (or was none).
-PLAT_API std::optional<int> waitJob(JobId id, std::chrono::milliseconds most);
+std::optional<int> waitJob(JobId id, std::chrono::milliseconds most);
 
 // Whether it was started and has not been collected yet.
-PLAT_API bool isJobAtWork(JobId id);
+bool isJobAtWork(JobId id);
 // Whether a job of this name is.
-PLAT_API bool isJobAtWork(const std::string& name);
+bool isJobAtWork(const std::string& name);
 
 // Kills the job's process group; done hears of it when it is collected.
-PLAT_API void killJob(JobId id);
+void killJob(JobId id);
 
 // Collects what has ended, reads what was printed, kills what is over its limit. Never waits.
 // Called from runNetCtrl and every second.
-PLAT_API void collectJobs();
+void collectJobs();
 
 // Kills and collects all jobs but those that outlive the library, without telling done.
-PLAT_API void endAllJobs();
-
-}  // namespace plat
+void endAllJobs();

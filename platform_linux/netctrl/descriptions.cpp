@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "api.h"
+#include "base/result.h"
 #include "common/conf.h"
 #include "common/log.h"
 #include "common/text.h"
@@ -17,7 +18,6 @@
 #include "netctrl/records.h"
 #include "netctrl/watch.h"
 
-namespace plat {
 namespace {
 
 // A copy of bytes for the caller to keep, null for none or without memory.
@@ -29,7 +29,7 @@ uint8_t* copyOf(const void* bytes, size_t size) {
 }
 
 // Builds the list that a platform function hands over; until then it owns what it holds.
-template <class Entry>
+template <typename Entry>
 class ListBuilder {
   public:
     using FreeEntry = void (*)(Entry*);
@@ -75,11 +75,11 @@ void freeBrdgDesc(BrdgDesc* desc) {
 }
 
 // Turns a description that leads into our own memory into one of the caller's.
-bool makeOwn(IntfDesc* desc) {
-    desc->mediaInfo = copyOf(desc->mediaInfo, desc->mediaInfoLen);
-    desc->nbrMacs = copyOf(desc->nbrMacs, size_t{desc->nbrNum} * PLATFORM_MAC_LEN);
-    return (desc->mediaInfo != nullptr || desc->mediaInfoLen == 0) &&
-           (desc->nbrMacs != nullptr || desc->nbrNum == 0);
+bool makeOwn(IntfDesc& desc) {
+    desc.mediaInfo = copyOf(desc.mediaInfo, desc.mediaInfoLen);
+    desc.nbrMacs = copyOf(desc.nbrMacs, size_t{desc.nbrNum} * PLATFORM_MAC_LEN);
+    return (desc.mediaInfo != nullptr || desc.mediaInfoLen == 0) &&
+           (desc.nbrMacs != nullptr || desc.nbrNum == 0);
 }
 
 // Load of a link since it was asked for the last time.
@@ -88,10 +88,9 @@ struct Load {
     uint64_t bytes;
 };
 
-struct Loads {
+struct {
     std::map<int, Load> byIndex;
-};
-Loads loads;
+} loads;
 
 // Percent of the time that the link is idle: what the busier direction leaves of the capacity since
 // the last question; 100 while nothing can be said.
@@ -118,38 +117,16 @@ uint16_t clamp16(uint32_t value) {
 // rates of a radio belong to its stations and are not known here: 0.
 uint32_t speedOf(const Intf& intf) {
     if (intf.isRadio()) return 0;
-    if (const auto speed = linkSpeed(intf.name.c_str())) return *speed;
+    if (const auto speed = linkSpeed(intf.name)) return *speed;
     return intf.mediaType == 0 ? 100 : 1000;
 }
 
 }  // namespace
 
-void copyName(char (&field)[PLATFORM_INTF_NAME_LEN], const Intf& intf) {
-    copyText(field, sizeof field, intf.name);
-}
-
-IntfDesc describe(const Intf& intf) {
-    IntfDesc desc{};
-    copyName(desc.name, intf);
-    intf.mac.copyTo(desc.mac);
-    desc.pwrState = intf.pwrState;
-    desc.operStatus = intf.operStatus;
-    desc.mediaType = intf.mediaType;
-    desc.mediaInfoLen = static_cast<uint8_t>(intf.mediaInfo.size());
-    if (!intf.mediaInfo.empty()) desc.mediaInfo = const_cast<uint8_t*>(intf.mediaInfo.data());
-    desc.nbrNum = static_cast<uint16_t>(intf.neighbours.size());
-    desc.nbrMacs = const_cast<uint8_t*>(packed(intf.neighbours));
-    return desc;
-}
-
-}  // namespace plat
-
-using namespace plat;
-
 int getAlDesc(AlDesc* desc) {
     const std::optional<MacAddr> alMac = toldAlMac();
     if (desc == nullptr || !alMac) {
-        PLAT_LOG(1,
+        LOG_LINE(1,
                  "no interface takes part, so there is no AL MAC address; see AL_MAC, EXCLUDE "
                  "and INCLUDE in platform.conf");
         return kFailure;
@@ -167,7 +144,7 @@ int getIntfDesc(IntfDescList* list) {
         IntfDesc* desc = built.append();
         if (desc == nullptr) return kFailure;
         *desc = describe(intf);
-        if (!makeOwn(desc)) return kFailure;
+        if (!makeOwn(*desc)) return kFailure;
     }
     list->intfNum = static_cast<uint8_t>(told().intfs.size());
     list->head = built.release();
@@ -187,15 +164,16 @@ int getBrdgCapability(BrdgDescList* list) {
     uint8_t tuples = 0;
     for (const Bridge& bridge : told().bridges) {
         std::vector<MacAddr> macs;
-        for (const Intf& intf : told().intfs)
+        for (const Intf& intf : told().intfs) {
             if (intf.bridge == bridge.index) macs.push_back(intf.mac);
+        }
         if (macs.empty()) continue;
         BrdgDesc* desc = built.append();
         if (desc == nullptr) return kFailure;
         desc->macNum = static_cast<uint32_t>(macs.size());
         desc->macs = copyOf(macs.data(), macs.size() * PLATFORM_MAC_LEN);
         if (desc->macs == nullptr) return kFailure;
-        ++tuples;
+        tuples++;
     }
     list->tupleNum = tuples;
     list->head = built.release();
@@ -220,28 +198,28 @@ int getLinkMetricList(const uint8_t* intfMac, uint32_t mediaType, LinkDescList* 
     const auto intf = std::find_if(intfs.begin(), intfs.end(), [&](const Intf& i) {
         return i.mac == MacAddr(intfMac) && i.mediaType == mediaType;
     });
-    if (intf == intfs.end()) return kNoIntf;
-    LinkCounters counters{};
-    if (!readLinkCounters(intf->index, &counters)) return kFailure;
+    if (intf == intfs.end()) return kNoLocalIntf;
+    const auto counters = readLinkCounters(intf->index);
+    if (!counters) return kFailure;
     const uint32_t speed = speedOf(*intf);
-    const uint16_t availability = availabilityOf(intf->index, counters, speed);
+    const uint16_t availability = availabilityOf(intf->index, *counters, speed);
 
     ListBuilder<LinkDesc> built([](LinkDesc* desc) { std::free(desc); });
     uint16_t links = 0;
-    for (const MacAddr& neighbour : intf->neighbours) {
+    for (const MacAddr& neighbor : intf->neighbors) {
         LinkDesc* desc = built.append();
         if (desc == nullptr) return kFailure;
-        neighbour.copyTo(desc->nbrIntfMac);
-        // The kernel counts per interface, not per neighbour: with several neighbours on it each
+        neighbor.copyTo(desc->nbrIntfMac);
+        // The kernel counts per interface, not per neighbor: with several neighbors on it each
         // link shows the figures of all.
-        desc->txErrors = static_cast<uint32_t>(counters.txErrors);
-        desc->txPackets = static_cast<uint32_t>(counters.txPackets);
-        desc->rxErrors = static_cast<uint32_t>(counters.rxErrors);
-        desc->rxPackets = static_cast<uint32_t>(counters.rxPackets);
+        desc->txErrors = static_cast<uint32_t>(counters->txErrors);
+        desc->txPackets = static_cast<uint32_t>(counters->txPackets);
+        desc->rxErrors = static_cast<uint32_t>(counters->rxErrors);
+        desc->rxPackets = static_cast<uint32_t>(counters->rxPackets);
         desc->throughput = clamp16(speed);
         desc->availability = availability;
         desc->phyRate = clamp16(speed);
-        ++links;
+        links++;
     }
     list->linkNum = links;
     list->head = built.release();

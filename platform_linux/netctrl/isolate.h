@@ -2,11 +2,7 @@
 // where the daemon relays it.
 #pragma once
 
-namespace plat {
-
 // Applies FORWARD_1905 of platform.conf: "no" installs the rule. In any case what an earlier run
 // left behind is removed first. A kernel or device without nftables goes on forwarding.
 void applyForwarding();
 void removeIsolation();
-
-}  // namespace plat

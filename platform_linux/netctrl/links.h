@@ -2,12 +2,11 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "base/mac_addr.h"
-
-namespace plat {
 
 // One interface as rtnetlink describes it.
 struct Link {
@@ -22,8 +21,8 @@ struct Link {
     int lower = 0;          // index of the interface it is built on, else 0
 };
 
-// All interfaces in the order of their index; false when the kernel does not answer in full.
-bool readLinks(std::vector<Link>* links);
+// All interfaces in the order of their index; none if the kernel does not answer in full.
+std::optional<std::vector<Link>> readLinks();
 
 // Every Ethernet or Wi-Fi interface takes part but loopbacks, bridges, tunnels and the like, the
 // members of a bond (the bond does), a switch's conduit (its ports do), and what platform.conf
@@ -40,9 +39,7 @@ uint32_t operStatusOf(const Link& link);
 struct LinkCounters {
     uint64_t txErrors, txPackets, txBytes, rxErrors, rxPackets, rxBytes;
 };
-bool readLinkCounters(int index, LinkCounters* counters);
+std::optional<LinkCounters> readLinkCounters(int index);
 
 // Sets an interface up or down.
-bool setLinkUp(int index, bool up);
-
-}  // namespace plat
+[[nodiscard]] bool setLinkUp(int index, bool up);

@@ -17,10 +17,8 @@
 #include "base/mac_addr.h"
 #include "base/text.h"
 
-namespace plat {
-
 // One received message: its fixed header of type Header and its attributes up to number Max.
-template <class Header, int Max>
+template <typename Header, int Max>
 class NlMessage {
   public:
     explicit NlMessage(nlmsghdr* message) {
@@ -47,7 +45,7 @@ class NlMessage {
     }
 
   private:
-    template <class T>
+    template <typename T>
     std::optional<T> number(int type) const {
         const nlattr* a = attr(type);
         if (a == nullptr || nla_len(a) < static_cast<int>(sizeof(T))) return std::nullopt;
@@ -70,17 +68,18 @@ class NetlinkSocket {
     // A socket for requests of this protocol (NETLINK_ROUTE, NETLINK_GENERIC).
     static std::optional<NetlinkSocket> open(
         int protocol, std::chrono::milliseconds limit = std::chrono::seconds(1));
-    // A non-blocking socket that receives the notifications about links and neighbours.
+    // A non-blocking socket that receives the notifications about links and neighbors.
     static std::optional<NetlinkSocket> openEvents();
 
     // Sends a request whose payload starts with a fixed header and hands every answer to the
     // function. False on failure, also when the kernel's table changed under a dump.
-    bool request(int type, int flags, std::span<const uint8_t> payload, const OnMessage& take);
+    [[nodiscard]] bool request(int type, int flags, std::span<const uint8_t> payload,
+                               const OnMessage& take);
     // The same for an order; true when the kernel did it.
-    bool order(int type, std::span<const uint8_t> payload);
+    [[nodiscard]] bool order(int type, std::span<const uint8_t> payload);
 
     // Hands over what has arrived. False when notifications were lost.
-    bool drain(const OnMessage& take);
+    [[nodiscard]] bool drain(const OnMessage& take);
 
   private:
     struct Free {
@@ -93,9 +92,7 @@ class NetlinkSocket {
     std::unique_ptr<nl_sock, Free> sock_;
 };
 
-template <class T>
+template <typename T>
 std::span<const uint8_t> bytesOf(const T& record) {
     return {reinterpret_cast<const uint8_t*>(&record), sizeof record};
 }
-
-}  // namespace plat

@@ -6,8 +6,6 @@
 
 #include "api.h"
 
-namespace plat {
-
 void noteWpsChange();                         // NET_STATUS_WPS_CONFIG
 void noteNewFirmware(uint32_t result);        // NET_STATUS_NEW_FIRMWARE
 void noteFirmwareState(uint32_t state);       // NET_STATUS_FW_UPGRADE
@@ -20,5 +18,3 @@ void dropNotices();
 // Asks the daemon to send a standard message (SERV_REQ_...). The result of the send, 16 while the
 // daemon has registered no callback.
 int requestService(uint32_t servId, void* info);
-
-}  // namespace plat

@@ -1,5 +1,5 @@
 // A picture of the device's network as the kernel shows it at one moment: the interfaces that take
-// part, the bridges, and the neighbours known on each interface.
+// part, the bridges, and the neighbors known on each interface.
 #pragma once
 
 #include <cstdint>
@@ -10,8 +10,6 @@
 
 #include "base/mac_addr.h"
 
-namespace plat {
-
 struct Intf {
     int index = 0;  // the kernel's
     std::string name;
@@ -20,13 +18,13 @@ struct Intf {
     uint32_t operStatus = 0;  // PLATFORM_OPER_...
     uint32_t mediaType = 0;
     std::vector<uint8_t> mediaInfo;
-    uint32_t frequency = 0;           // MHz, of a radio that is on a channel, else 0
-    bool hasStations = false;         // a radio that others join
-    bool meshPoint = false;           // one of these that is no access point
-    int bridge = 0;                   // index of the bridge it is a port of, else 0
-    std::vector<MacAddr> neighbours;  // sorted, without repeats
+    uint32_t frequency = 0;          // MHz, of a radio that is on a channel, else 0
+    bool hasStations = false;        // a radio that others join
+    bool meshPoint = false;          // one of these that is no access point
+    int bridge = 0;                  // index of the bridge it is a port of, else 0
+    std::vector<MacAddr> neighbors;  // sorted, without repeats
 
-    bool isRadio() const { return (mediaType & 0xff00) == 0x0100; }
+    bool isRadio() const { return (mediaType & 0xFF00) == 0x0100; }
 };
 
 struct Bridge {
@@ -46,10 +44,10 @@ struct Picture {
 // False when the kernel does not answer in full: then nothing is known, since an interface that is
 // missing from half a picture must not count as removed. The drivers' figures of an interface that
 // the previous picture holds are taken from there.
-bool takePicture(const Picture& previous, Picture* picture);
+std::optional<Picture> takePicture(const Picture& previous);
 
-// Renews the neighbours alone.
-bool takeNeighbours(Picture* picture);
+// Renews the neighbors alone.
+[[nodiscard]] bool takeNeighbors(Picture& picture);
 
 // The address of the abstraction layer: of the lowest-numbered bridge that holds an interface that
 // takes part, else of the lowest-numbered such interface. None without interfaces.
@@ -58,5 +56,3 @@ std::optional<MacAddr> alMacOf(const Picture& picture);
 // The address under which the LAN knows the device: of the lowest-numbered bridge, else of the
 // lowest-numbered interface that takes part.
 std::optional<MacAddr> lanMacOf(const Picture& picture);
-
-}  // namespace plat

@@ -10,37 +10,31 @@
 #include <time.h>
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "api.h"
+#include "base/result.h"
 #include "common/conf.h"
+#include "common/files.h"
 #include "common/text.h"
 #include "netctrl/ethtool.h"
 #include "netctrl/netlink.h"
 #include "netctrl/watch.h"
 #include "netctrl/wireless.h"
 
-namespace plat {
 namespace {
 
 using AddressMessage = NlMessage<ifaddrmsg, IFA_MAX>;
 
 // Facts about the device, not about a run of the library: they outlive destroyNetCtrl.
-struct Kept {
+struct {
     LedState led{};
     std::optional<std::string> wifiCountryCode;
-};
-Kept kept;
-
-int answer(char* text, size_t size, std::string_view value) {
-    if (text == nullptr) return kFailure;
-    copyText(text, size, value);
-    return kOk;
-}
+} kept;
 
 // ---- Addresses ---------------------------------------------------------------------------------
 
@@ -60,7 +54,7 @@ std::optional<Address> addressOf(nlmsghdr* message, uint8_t family) {
         entry.attr(IFA_LOCAL) != nullptr ? entry.attr(IFA_LOCAL) : entry.attr(IFA_ADDRESS);
     if (own == nullptr || nla_len(own) < (family == AF_INET6 ? 16 : 4)) return std::nullopt;
     char text[PLATFORM_IPV6_LEN];
-    if (::inet_ntop(family, nla_data(own), text, sizeof text) == nullptr) return std::nullopt;
+    if (inet_ntop(family, nla_data(own), text, sizeof text) == nullptr) return std::nullopt;
     return Address{static_cast<int>(entry.header().ifa_index),
                    entry.header().ifa_scope < RT_SCOPE_LINK, text};
 }
@@ -74,8 +68,9 @@ std::optional<std::vector<Address>> readAddresses(uint8_t family) {
     const auto take = [&](nlmsghdr* message) {
         if (auto address = addressOf(message, family)) addresses.push_back(std::move(*address));
     };
-    if (!socket || !socket->request(RTM_GETADDR, NLM_F_DUMP, bytesOf(ask), take))
+    if (!socket || !socket->request(RTM_GETADDR, NLM_F_DUMP, bytesOf(ask), take)) {
         return std::nullopt;
+    }
     std::stable_partition(addresses.begin(), addresses.end(),
                           [](const Address& address) { return address.global; });
     return addresses;
@@ -108,25 +103,24 @@ std::vector<int> participants() {
 // ---- System ------------------------------------------------------------------------------------
 
 bool isNamed(const std::string& pid, std::string_view process) {
-    std::ifstream file("/proc/" + pid + "/comm");
-    std::string comm;
-    return std::getline(file, comm) && comm == process;
+    return lineOf(readFile("/proc/" + pid + "/comm", 64), 0) == process;
 }
 
 // Whether a process runs. To look through all of them is dear: it is done once a minute, and in
 // between only when the one that was found has gone.
 class ProcessWatch {
+    using Clock = std::chrono::steady_clock;
+    static constexpr std::chrono::minutes kScanPeriod{1};
+
   public:
     explicit ProcessWatch(std::string_view name) : name_(name) {}
 
     // None when the processes cannot be listed.
     std::optional<bool> runs() {
         if (!pid_.empty() && isNamed(pid_, name_)) return true;
-        timespec now{};
-        ::clock_gettime(CLOCK_MONOTONIC, &now);
-        const bool due = pid_.empty() ? now.tv_sec >= nextScan_ : true;
-        if (!due) return false;
-        nextScan_ = now.tv_sec + 60;
+        const auto now = Clock::now();
+        if (pid_.empty() && now < nextScan_) return false;
+        nextScan_ = now + kScanPeriod;
         return scan();
     }
 
@@ -147,7 +141,7 @@ class ProcessWatch {
 
     std::string_view name_;
     std::string pid_;
-    time_t nextScan_ = 0;
+    Clock::time_point nextScan_{};
 };
 ProcessWatch dnsmasq("dnsmasq");
 
@@ -176,7 +170,7 @@ bool addListeners(uint8_t family, Listeners& listeners) {
 std::optional<Listeners> readListeners() {
     Listeners listeners;
     if (!addListeners(AF_INET, listeners)) return std::nullopt;
-    (void)addListeners(AF_INET6, listeners);  // a kernel without IPv6 refuses
+    addListeners(AF_INET6, listeners);  // a kernel without IPv6 refuses
     return listeners;
 }
 
@@ -204,7 +198,7 @@ std::string jsonName(std::string name) {
 std::string portItem(const Intf& intf) {
     std::string state = "down";
     if (isUp(intf)) {
-        const auto speed = linkSpeed(intf.name.c_str());
+        const auto speed = linkSpeed(intf.name);
         state = speed ? std::to_string(*speed) : "up";
     }
     return '"' + jsonName(intf.name) + ':' + state + '"';
@@ -227,17 +221,13 @@ std::string_view onlyMediumUp() {
 }  // namespace
 
 void keepLedState(std::string_view status, std::string_view brightness) {
-    copyText(kept.led.status, sizeof kept.led.status, status);
-    copyText(kept.led.brightness, sizeof kept.led.brightness, brightness);
+    copyText(kept.led.status, status);
+    copyText(kept.led.brightness, brightness);
 }
 
 void keepWifiCountryCode(std::string_view code) {
     kept.wifiCountryCode = code;
 }
-
-}  // namespace plat
-
-using namespace plat;
 
 int getDeviceIP(char text[32]) {
     if (text == nullptr) return kFailure;
@@ -245,10 +235,12 @@ int getDeviceIP(char text[32]) {
     if (!addresses) return kFailure;
     std::vector<int> candidates = participants();
     if (const auto bridge = lanBridge()) candidates.insert(candidates.begin(), *bridge);
-    for (const int index : candidates)
-        for (const Address& address : *addresses)
-            if (address.index == index) return answer(text, 32, address.text);
-    return answer(text, 32, {});
+    for (const int index : candidates) {
+        for (const Address& address : *addresses) {
+            if (address.index == index) return answerText(text, 32, address.text);
+        }
+    }
+    return answerText(text, 32, {});
 }
 
 int getIPv6Info(IPv6Info* info) {
@@ -261,15 +253,15 @@ int getIPv6Info(IPv6Info* info) {
     for (const Address& address : *addresses) {
         if (std::find(bearers.begin(), bearers.end(), address.index) == bearers.end()) continue;
         if (info->num == PLATFORM_IPV6_MAX) break;
-        copyText(info->address[info->num++], PLATFORM_IPV6_LEN, address.text);
+        copyText(info->address[info->num++], address.text);
     }
     return kOk;
 }
 
 int getDeviceUptime(char text[32]) {
     timespec sinceBoot{};
-    if (::clock_gettime(CLOCK_BOOTTIME, &sinceBoot) != 0) return kFailure;
-    return answer(text, 32, std::to_string(sinceBoot.tv_sec));
+    if (clock_gettime(CLOCK_BOOTTIME, &sinceBoot) != 0) return kFailure;
+    return answerText(text, 32, std::to_string(sinceBoot.tv_sec));
 }
 
 int getLEDState(LedState* state) {
@@ -282,8 +274,8 @@ int getSecurityState(SecurityState* state) {
     if (state == nullptr) return kFailure;
     const auto listeners = readListeners();
     if (!listeners) return kFailure;
-    copyText(state->ssh, sizeof state->ssh, listeners->ssh ? "on" : "off");
-    copyText(state->telnet, sizeof state->telnet, listeners->telnet ? "on" : "off");
+    copyText(state->ssh, listeners->ssh ? "on" : "off");
+    copyText(state->telnet, listeners->telnet ? "on" : "off");
     return kOk;
 }
 
@@ -295,7 +287,7 @@ int getConfigureState(uint8_t* configure) {
 }
 
 int getDaisychainOption(char text[32]) {
-    return answer(text, 32, conf().value("DAISYCHAIN"));
+    return answerText(text, 32, conf().value("DAISYCHAIN"));
 }
 
 int getNetworkState(NetworkState* state) {
@@ -317,21 +309,21 @@ int getEthernetPortState(char text[128]) {
         if (list.size() + item.size() >= 128) break;
         list += item;
     }
-    return answer(text, 128, list);
+    return answerText(text, 128, list);
 }
 
 int getBackhaulType(char text[32]) {
     const std::string_view given = conf().value("BACKHAUL");
-    return answer(text, 32, given.empty() ? onlyMediumUp() : given);
+    return answerText(text, 32, given.empty() ? onlyMediumUp() : given);
 }
 
 int getCountryCode(char text[16]) {
-    return answer(text, 16, conf().value("COUNTRY_CODE"));
+    return answerText(text, 16, conf().value("COUNTRY_CODE"));
 }
 
 int getWIFICountryCode(char text[16]) {
-    if (kept.wifiCountryCode) return answer(text, 16, *kept.wifiCountryCode);
-    return answer(text, 16, conf().value("WIFI_COUNTRY_CODE"));
+    if (kept.wifiCountryCode) return answerText(text, 16, *kept.wifiCountryCode);
+    return answerText(text, 16, conf().value("WIFI_COUNTRY_CODE"));
 }
 
 int getWIFIChannelInfo(WifiChannels* channels) {

@@ -3,11 +3,7 @@
 
 #include <string_view>
 
-namespace plat {
-
 // What the LED control printed: status and brightness.
 void keepLedState(std::string_view status, std::string_view brightness);
 // The country code that the radios were set to.
 void keepWifiCountryCode(std::string_view code);
-
-}  // namespace plat

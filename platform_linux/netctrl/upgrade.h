@@ -3,8 +3,6 @@
 
 #include <cstdint>
 
-namespace plat {
-
 // Removes what a crash has left behind, at the start of the library.
 void startUpgrade();
 
@@ -20,5 +18,3 @@ void dropUpgrade();
 // The state of the own upgrade, PLATFORM_FW_...; a change is reported.
 void setFirmwareState(uint32_t state);
 uint32_t firmwareState();
-
-}  // namespace plat

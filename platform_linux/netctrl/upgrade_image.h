@@ -13,8 +13,6 @@
 
 struct evp_md_ctx_st;
 
-namespace plat {
-
 inline constexpr std::string_view kManifestSuffix = ".manifest";
 inline constexpr size_t kMostManifest = size_t{16} * 1024;
 
@@ -29,7 +27,7 @@ struct Manifest {
 std::optional<Manifest> parseManifest(std::string_view text);
 
 // Whether a device of that host name is meant.
-bool isFor(const Manifest& manifest, const char* hostname);
+bool isFor(const Manifest& manifest, const std::string& hostname);
 
 // The file's text; empty when it cannot be read or is longer than a manifest may be.
 std::string readManifest(const std::string& path);
@@ -57,5 +55,3 @@ class Digest {
     Fd file_;
     Context context_;
 };
-
-}  // namespace plat

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "api.h"
+#include "base/result.h"
 #include "common/conf.h"
 #include "common/hook.h"
 #include "common/log.h"
@@ -14,7 +15,6 @@
 #include "netctrl/upgrade_parts.h"
 #include "netctrl/upgrade_rounds.h"
 
-namespace plat {
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -30,13 +30,12 @@ struct Offer {
     Check check = Check::kWaiting;
 };
 
-struct Offers {
+struct {
     std::vector<Offer> list;
     std::optional<Digest> digest;  // of the first that waits
     UpgradeRounds rounds;
     bool taken = false;  // an image has been verified since checkLocalFW was called
-};
-Offers offers;
+} offers;
 
 std::string pathOf(const std::string& name) {
     return firmwareFolder() + "/" + name;
@@ -64,7 +63,7 @@ Offer readOffer(const std::string& file, const Stamp& manifestStamp, const Stamp
         offer.manifest = std::move(*manifest);
     } else {
         offer.check = Check::kBad;
-        PLAT_LOG(1, "firmware: the manifest of %s has no usable VERSION and SHA256", file.c_str());
+        LOG_LINE(1, "firmware: the manifest of %s has no usable VERSION and SHA256", file.c_str());
     }
     return offer;
 }
@@ -102,7 +101,7 @@ Offer* firstWaiting() {
 
 // What is announced for a device: rather an image that names its hosts than one that does not, then
 // the newest manifest. nullptr when there is nothing, or it is not verified.
-const Offer* offerFor(const char* hostname) {
+const Offer* offerFor(const std::string& hostname) {
     const Offer* best = nullptr;
     const auto rank = [](const Offer& offer) {
         return std::tuple(!offer.manifest.hosts.empty(), offer.manifestStamp[2],
@@ -131,7 +130,7 @@ void verifyOffers() {
     const bool good = *digest == offer->manifest.sha256;
     offer->check = good ? Check::kGood : Check::kBad;
     offers.taken = offers.taken || good;
-    PLAT_LOG(good ? 3 : 1, "firmware: %s, version %s, %s", offer->file.c_str(),
+    LOG_LINE(good ? 3 : 1, "firmware: %s, version %s, %s", offer->file.c_str(),
              offer->manifest.version.c_str(),
              good ? "is announced" : "does not match its manifest and is left alone");
 }
@@ -158,13 +157,14 @@ void directUpgrade() {
     }
     lookForOffers();
     const auto isGood = [](const Offer& offer) { return offer.check == Check::kGood; };
-    if (firstWaiting() != nullptr || std::none_of(offers.list.begin(), offers.list.end(), isGood))
+    if (firstWaiting() != nullptr || std::none_of(offers.list.begin(), offers.list.end(), isGood)) {
         return;
+    }
     const bool wasServing = offers.rounds.isServing();
     const bool isNext = offers.rounds.advance(Clock::now());
     if (wasServing && !offers.rounds.isServing()) stopServer();
     char hostname[128];
-    (void)getHostname(hostname);
+    getHostname(hostname);
     const Offer* offer = isNext ? offerFor(hostname) : nullptr;
     if (offer != nullptr) installOwn(pathOf(offer->file), offer->manifest);
 }
@@ -186,16 +186,13 @@ void dropUpgrade() {
     dropInstall();
 }
 
-}  // namespace plat
-
-using namespace plat;
-
 int getNewFWVersionByPlatform(const char* ownHostname, const char* hostname,
                               char version[PLATFORM_FW_TEXT_LEN]) {
     if (version == nullptr) return kFailure;
-    if (hasHook("extender-firmware-version"))
+    if (hasHook("extender-firmware-version")) {
         return askForText("extender-firmware-version", {orEmpty(ownHostname), orEmpty(hostname)},
                           version, PLATFORM_FW_TEXT_LEN);
+    }
     const Offer* offer = offerFor(orEmpty(hostname));
     copyText(version, PLATFORM_FW_TEXT_LEN, offer != nullptr ? offer->manifest.version : "");
     return offer != nullptr ? kOk : kFailure;
@@ -207,7 +204,7 @@ int getDownloanURL(const char* ownHostname, const char* hostname, char url[PLATF
     std::string text;
     int result = kOk;
     if (hasHook("extender-firmware-url")) {
-        result = askHook("extender-firmware-url", {orEmpty(ownHostname), orEmpty(hostname)}, &text);
+        result = askHook("extender-firmware-url", {orEmpty(ownHostname), orEmpty(hostname)}, text);
         if (result != 0) text.clear();
     } else if (const Offer* offer = offerFor(orEmpty(hostname))) {
         const std::string base = firmwareUrl();
@@ -219,6 +216,6 @@ int getDownloanURL(const char* ownHostname, const char* hostname, char url[PLATF
 }
 
 // Meant: the folder itself is looked into by directUpgrade, more often than this asks.
-int checkLocalFW(void) {
+int checkLocalFW() {
     return std::exchange(offers.taken, false) ? kOk : kFailure;
 }

@@ -10,8 +10,6 @@
 #include "netctrl/upgrade.h"
 #include "netctrl/upgrade_image.h"
 
-namespace plat {
-
 // ---- upgrade_offer ----
 
 // FIRMWARE_FOLDER.
@@ -55,7 +53,7 @@ struct Installation {
 // Verifies an image by its manifest and hands it to the hook "firmware-install". The state tells
 // how it goes. False, with a line in the log, when there is no such hook or another image is at
 // work.
-bool installImage(Installation order);
+[[nodiscard]] bool installImage(Installation order);
 
 // Whether nobody writes an image, not even a hook that has outlived the daemon that started it.
 bool isInstallFree();
@@ -79,5 +77,3 @@ void sweepFetches();
 
 // Ends the download that is at work and removes what was fetched, unless it is being installed.
 void dropFetch();
-
-}  // namespace plat

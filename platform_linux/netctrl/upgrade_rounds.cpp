@@ -2,7 +2,6 @@
 
 #include "common/log.h"
 
-namespace plat {
 namespace {
 
 using std::chrono::minutes;
@@ -44,7 +43,7 @@ bool UpgradeRounds::order(Time now) {
     if (!quiet && now - since_ < kMostOrdering) return false;
     // After a round that did not end well some may only wait for their reboot.
     if (ordered_ || isRetry_) {
-        PLAT_LOG(3, "firmware: all devices are ordered");
+        LOG_LINE(3, "firmware: all devices are ordered");
         enter(Phase::kRebooting, now);
         return false;
     }
@@ -55,15 +54,15 @@ bool UpgradeRounds::order(Time now) {
 bool UpgradeRounds::reboot(Time now) {
     const bool done = checkEXdeviceFWStateIsReady() == 0;
     if (!done && now - since_ < kMostRebooting) return false;
-    if (done) PLAT_LOG(3, "firmware: all devices have been rebooted");
+    if (done) LOG_LINE(3, "firmware: all devices have been rebooted");
     if (!done) {
-        PLAT_LOG(1, "firmware: some devices did not follow in time");
+        LOG_LINE(1, "firmware: some devices did not follow in time");
         // A device that never tells its state, of another maker's maybe, must not keep those back
         // that stand ready.
-        (void)sendEXdeviceReboot();
+        sendEXdeviceReboot();
     }
     const bool last = ++rounds_ == kMostRounds;
-    if (last) PLAT_LOG(1, "firmware: no more orders until it is announced anew");
+    if (last) LOG_LINE(1, "firmware: no more orders until it is announced anew");
     isRetry_ = !done;
     enter(Phase::kResting, now);
     return done || last;
@@ -74,7 +73,7 @@ bool UpgradeRounds::advance(Time now) {
         case Phase::kStarting:
             // The devices that stand ready since the last round are rebooted in this one only while
             // they are listed.
-            if (!isRetry_) (void)removeallFWupgradelist();
+            if (!isRetry_) removeallFWupgradelist();
             ordered_ = false;
             lastCall_ = {};
             lastOrder_ = now;
@@ -85,11 +84,10 @@ bool UpgradeRounds::advance(Time now) {
         case Phase::kRebooting:
             return reboot(now);
         case Phase::kResting:
-            if (rounds_ < kMostRounds && now - since_ >= (ordered_ || isRetry_ ? kRetry : kPause))
+            if (rounds_ < kMostRounds && now - since_ >= (ordered_ || isRetry_ ? kRetry : kPause)) {
                 phase_ = Phase::kStarting;
+            }
             return false;
     }
     return false;
 }
-
-}  // namespace plat

@@ -4,8 +4,6 @@
 
 #include <chrono>
 
-namespace plat {
-
 class UpgradeRounds {
   public:
     using Time = std::chrono::steady_clock::time_point;
@@ -37,5 +35,3 @@ class UpgradeRounds {
     bool isRetry_ = false;  // the round before did not end well
     int rounds_ = 0;        // in which there was anything to order
 };
-
-}  // namespace plat

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "api.h"
+#include "base/result.h"
 #include "common/command.h"
 #include "common/conf.h"
 #include "common/hook.h"
@@ -13,7 +14,6 @@
 #include "common/log.h"
 #include "netctrl/upgrade_parts.h"
 
-namespace plat {
 namespace {
 
 constexpr const char* kHook = "ftp-server";
@@ -22,14 +22,13 @@ constexpr const char* kPort = "8905";
 constexpr std::chrono::hours kServerLife{1};
 constexpr std::chrono::milliseconds kEndWait{500};
 
-struct Server {
+struct {
     bool wanted = false;
     bool killed = false;      // the one that is at work
     JobId job = 0;            // the server, or the hook that starts or stops it
     std::string address;      // where the server listens
     bool complained = false;  // of what is missing
-};
-Server server;
+} server;
 
 std::string ownAddress() {
     char address[32] = {};
@@ -41,8 +40,9 @@ const char* obstacle() {
     if (findProgram("busybox").empty()) return "there is no busybox";
     if (ownAddress().empty()) return "there is no IPv4 address";
     // It would run what lies there, at the wish of whoever asks.
-    if (::access((firmwareFolder() + "/cgi-bin").c_str(), F_OK) == 0)
+    if (access((firmwareFolder() + "/cgi-bin").c_str(), F_OK) == 0) {
         return "there is a cgi-bin in FIRMWARE_FOLDER";
+    }
     return nullptr;
 }
 
@@ -55,10 +55,11 @@ void killServer() {
 
 void serverEnded(int status) {
     if (!server.wanted) return;
-    if (server.killed)
-        (void)startServer();
-    else
-        PLAT_LOG(1, "firmware: the server has ended: %d", status);
+    if (server.killed) {
+        startServer();
+    } else {
+        LOG_LINE(1, "firmware: the server has ended: %d", status);
+    }
 }
 
 int startServer() {
@@ -86,7 +87,7 @@ int runServerHook() {
     const bool start = server.wanted;
     server.job = startHook(kHook, {start ? "1" : "0"}, {.limit = kHookLimit, .outlives = true},
                            [start](int, const std::string&) {
-                               if (server.wanted != start) (void)runServerHook();
+                               if (server.wanted != start) runServerHook();
                            });
     return server.job != 0 ? kOk : kFailure;
 }
@@ -98,8 +99,9 @@ std::string firmwareUrl() {
     if (url.empty()) {
         const char* missing = obstacle();
         if (hasHook(kHook) && !ownAddress().empty()) missing = nullptr;
-        if (missing != nullptr && !server.complained)
-            PLAT_LOG(1, "firmware: %s; see FIRMWARE_URL and the hook ftp-server", missing);
+        if (missing != nullptr && !server.complained) {
+            LOG_LINE(1, "firmware: %s; see FIRMWARE_URL and the hook ftp-server", missing);
+        }
         server.complained = missing != nullptr;
         if (missing != nullptr) return {};
         url = "http://" + ownAddress() + ":" + kPort;
@@ -108,18 +110,14 @@ std::string firmwareUrl() {
 }
 
 void stopServer() {
-    if (server.wanted) (void)set_vsftpd_StartStop(0);
+    if (server.wanted) set_vsftpd_StartStop(0);
 }
 
 void endServer() {
     stopServer();
-    (void)waitJob(server.job, kEndWait);
+    waitJob(server.job, kEndWait);
     server = {};
 }
-
-}  // namespace plat
-
-using namespace plat;
 
 int set_vsftpd_StartStop(int32_t start) {
     server.wanted = start == 1;

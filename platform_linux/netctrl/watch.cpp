@@ -8,13 +8,13 @@
 #include <iterator>
 #include <map>
 
+#include "base/result.h"
 #include "common/conf.h"
 #include "common/log.h"
 #include "common/text.h"
 #include "netctrl/netlink.h"
 #include "netctrl/records.h"
 
-namespace plat {
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -25,18 +25,17 @@ constexpr int kMaxFailures = 12;
 // The kernel tells of no change of a radio's channel, so radios are asked from time to time.
 constexpr std::chrono::seconds kRadioPeriod{60};
 
-struct Watch {
+struct {
     std::optional<NetlinkSocket> events;
     int failures = 0;
     bool linksChanged = false;
-    bool neighboursChanged = false;
+    bool neighborsChanged = false;
     Clock::time_point pictureTaken{};
     bool reporting = false;
 
     Picture told;
     std::optional<MacAddr> alMac;
-};
-Watch watch;
+} watch;
 
 void noteNotification(nlmsghdr* message) {
     switch (message->nlmsg_type) {
@@ -46,7 +45,7 @@ void noteNotification(nlmsghdr* message) {
             break;
         case RTM_NEWNEIGH:
         case RTM_DELNEIGH:
-            watch.neighboursChanged = true;
+            watch.neighborsChanged = true;
             break;
         default:
             break;
@@ -56,7 +55,7 @@ void noteNotification(nlmsghdr* message) {
 // Listens again after a failure; what happened meanwhile is found by a fresh picture.
 bool listen() {
     if (watch.events && !watch.events->drain(noteNotification)) {
-        PLAT_LOG(4, "notifications of the kernel were lost; looking afresh");
+        LOG_LINE(4, "notifications of the kernel were lost; looking afresh");
         watch.events.reset();
     }
     if (watch.events) return true;
@@ -79,8 +78,9 @@ std::optional<MacAddr> chooseAlMac(const Picture& picture) {
 // Members by bridge, of the interfaces that take part.
 std::map<int, std::vector<int>> tuplesOf(const Picture& picture) {
     std::map<int, std::vector<int>> tuples;
-    for (const Intf& intf : picture.intfs)
+    for (const Intf& intf : picture.intfs) {
         if (intf.bridge != 0) tuples[intf.bridge].push_back(intf.index);
+    }
     return tuples;
 }
 
@@ -122,17 +122,17 @@ class Reporter {
         for (const Intf& intf : now_.intfs) {
             reportState(NET_STATUS_INTF_PWR_STATE, &Intf::pwrState, intf);
             reportState(NET_STATUS_INTF_OPER_STATUS, &Intf::operStatus, intf);
-            reportNeighbours(intf);
+            reportNeighbors(intf);
         }
         reportAlMac();
     }
 
   private:
-    template <class Record>
+    template <typename Record>
     void report(uint32_t eventId, const Record& record) {
         uint32_t result = 0;
         callback_(eventId, &record, &result);
-        if (result != 0) PLAT_LOG(2, "network status event %u was refused: %u", eventId, result);
+        if (result != 0) LOG_LINE(2, "network status event %u was refused: %u", eventId, result);
     }
 
     static Intf& toldOf(const Intf& intf) {
@@ -145,7 +145,7 @@ class Reporter {
         std::vector<IntfDesc> descs;
         descs.reserve(intfs.size());
         for (const Intf& intf : intfs) descs.push_back(describe(intf));
-        for (size_t i = 1; i < descs.size(); ++i) descs[i - 1].next = &descs[i];
+        for (size_t i = 1; i < descs.size(); i++) descs[i - 1].next = &descs[i];
         report(eventId, IntfListEvent{static_cast<uint8_t>(descs.size()), descs.data()});
     }
 
@@ -161,8 +161,9 @@ class Reporter {
 
     void reportAdded() {
         std::vector<Intf> added;
-        for (const Intf& intf : now_.intfs)
+        for (const Intf& intf : now_.intfs) {
             if (sameIn(watch.told, intf) == nullptr) added.push_back(intf);
+        }
         auto& intfs = watch.told.intfs;
         intfs.insert(intfs.end(), added.begin(), added.end());
         std::sort(intfs.begin(), intfs.end(),
@@ -174,7 +175,7 @@ class Reporter {
         Intf& old = toldOf(intf);
         if (old.mac == intf.mac) return;
         IntfMacEvent event{};
-        copyName(event.name, old);
+        copyText(event.name, old.name);
         old.mac.copyTo(event.mac);
         event.mediaType = old.mediaType;
         intf.mac.copyTo(event.newMac);
@@ -200,17 +201,17 @@ class Reporter {
         Intf& old = toldOf(intf);
         if (old.*state == intf.*state) return;
         IntfStateEvent event{};
-        copyName(event.name, intf);
+        copyText(event.name, intf.name);
         intf.mac.copyTo(event.mac);
         event.mediaType = intf.mediaType;
         event.newState = old.*state = intf.*state;
         report(eventId, event);
     }
 
-    void reportNeighbourList(uint32_t eventId, const Intf& intf, const std::vector<MacAddr>& macs) {
+    void reportNeighborList(uint32_t eventId, const Intf& intf, const std::vector<MacAddr>& macs) {
         if (macs.empty()) return;
         IntfNbrEvent event{};
-        copyName(event.name, intf);
+        copyText(event.name, intf.name);
         intf.mac.copyTo(event.mac);
         event.mediaType = intf.mediaType;
         event.macNum = static_cast<uint16_t>(macs.size());
@@ -218,12 +219,13 @@ class Reporter {
         report(eventId, event);
     }
 
-    void reportNeighbours(const Intf& intf) {
-        const std::vector<MacAddr> before = std::exchange(toldOf(intf).neighbours, intf.neighbours);
-        reportNeighbourList(NET_STATUS_INTF_NBR_REMOVED, intf, difference(before, intf.neighbours));
+    void reportNeighbors(const Intf& intf) {
+        const std::vector<MacAddr> before = std::exchange(toldOf(intf).neighbors, intf.neighbors);
+        reportNeighborList(NET_STATUS_INTF_NBR_REMOVED, intf, difference(before, intf.neighbors));
         // One at a time: the daemon's own test for repeats is sound for the first of a list only.
-        for (const MacAddr& mac : difference(intf.neighbours, before))
-            reportNeighbourList(NET_STATUS_INTF_NBR_ADDED, intf, {mac});
+        for (const MacAddr& mac : difference(intf.neighbors, before)) {
+            reportNeighborList(NET_STATUS_INTF_NBR_ADDED, intf, {mac});
+        }
     }
 
     void reportAlMac() {
@@ -247,14 +249,15 @@ bool radiosAreDue() {
 }
 
 // A picture of the present; what went unchanged is not asked for again.
-bool takePresent(Picture* now) {
+std::optional<Picture> takePresent() {
     if (watch.linksChanged || radiosAreDue()) {
-        if (!takePicture(watch.told, now)) return false;
-        watch.pictureTaken = Clock::now();
-        return true;
+        auto now = takePicture(watch.told);
+        if (now) watch.pictureTaken = Clock::now();
+        return now;
     }
-    *now = watch.told;
-    return takeNeighbours(now);
+    std::optional<Picture> now = watch.told;
+    if (!takeNeighbors(*now)) now.reset();
+    return now;
 }
 
 }  // namespace
@@ -272,11 +275,11 @@ void closeWatch() {
 bool tellAnew() {
     // What is told while reports are being made is exactly what they have told so far.
     if (watch.reporting) return true;
-    Picture now;
-    if (!takePicture(watch.told, &now)) return false;
+    auto now = takePicture(watch.told);
+    if (!now) return false;
     watch.pictureTaken = Clock::now();
-    watch.alMac = chooseAlMac(now);
-    watch.told = std::move(now);
+    watch.alMac = chooseAlMac(*now);
+    watch.told = std::move(*now);
     return true;
 }
 
@@ -290,21 +293,19 @@ std::optional<MacAddr> toldAlMac() {
 
 int runWatch(NetStatusEventCallback callback) {
     if (!listen()) {
-        PLAT_LOG(1, "can't listen to the kernel (%d)", ++watch.failures);
+        LOG_LINE(1, "can't listen to the kernel (%d)", ++watch.failures);
         return watch.failures < kMaxFailures ? kOk : kFailure;
     }
     watch.failures = 0;
     if (callback == nullptr) return kOk;
-    if (!watch.linksChanged && !watch.neighboursChanged && !radiosAreDue()) return kOk;
+    if (!watch.linksChanged && !watch.neighborsChanged && !radiosAreDue()) return kOk;
 
-    Picture now;
+    const auto now = takePresent();
     // Tried again at the next call: the kernel's tables may just be changing.
-    if (!takePresent(&now)) return kOk;
-    watch.linksChanged = watch.neighboursChanged = false;
+    if (!now) return kOk;
+    watch.linksChanged = watch.neighborsChanged = false;
     watch.reporting = true;
-    Reporter(callback, now).reportAll();
+    Reporter(callback, *now).reportAll();
     watch.reporting = false;
     return kOk;
 }
-
-}  // namespace plat

@@ -10,7 +10,6 @@
 #include "common/conf.h"
 #include "common/text.h"
 
-namespace plat {
 namespace {
 
 enum : uint32_t { k80211n24 = 0x0103, k80211ac = 0x0105, k80211ad = 0x0106 };
@@ -86,10 +85,12 @@ bool hasStations(uint32_t type) {
 uint32_t bitRateOf(nlattr* nested) {
     std::array<nlattr*, NL80211_RATE_INFO_MAX + 1> attrs{};
     if (nested == nullptr ||
-        nla_parse_nested(attrs.data(), NL80211_RATE_INFO_MAX, nested, nullptr) < 0)
+        nla_parse_nested(attrs.data(), NL80211_RATE_INFO_MAX, nested, nullptr) < 0) {
         return 0;
-    if (const nlattr* wide = attrs[NL80211_RATE_INFO_BITRATE32]; wide && nla_len(wide) >= 4)
+    }
+    if (const nlattr* wide = attrs[NL80211_RATE_INFO_BITRATE32]; wide && nla_len(wide) >= 4) {
         return nla_get_u32(wide);
+    }
     const nlattr* narrow = attrs[NL80211_RATE_INFO_BITRATE];
     return narrow != nullptr && nla_len(narrow) >= 2 ? nla_get_u16(narrow) : 0;
 }
@@ -100,13 +101,13 @@ std::string rateText(uint32_t rate) {
 }
 
 // Strength by the kernel's dBm, or none of both when the driver does not tell.
-void setStrength(nlattr* signal, WifiStation* station) {
+void setStrength(nlattr* signal, WifiStation& station) {
     constexpr int kNoiseFloor = -95;  // dBm
     if (signal == nullptr || nla_len(signal) < 1) return;
     const int byte = nla_get_u8(signal);
     const int dbm = byte < 128 ? byte : byte - 256;
-    station->rssi = static_cast<uint16_t>(std::max(dbm - kNoiseFloor, 0));
-    station->signalLevel = static_cast<uint16_t>(std::clamp(2 * (dbm + 100), 0, 100));
+    station.rssi = static_cast<uint16_t>(std::max(dbm - kNoiseFloor, 0));
+    station.signalLevel = static_cast<uint16_t>(std::clamp(2 * (dbm + 100), 0, 100));
 }
 
 }  // namespace
@@ -122,8 +123,9 @@ std::optional<WifiInfo> parseWifiInterface(nlmsghdr* message) {
     // An access point's own address is the BSSID. The BSSID of a station's access point would
     // need a scan result; it stays zero.
     const std::optional<MacAddr> mac = answer.mac(NL80211_ATTR_MAC);
-    if (mac && (type == NL80211_IFTYPE_AP || type == NL80211_IFTYPE_P2P_GO))
+    if (mac && (type == NL80211_IFTYPE_AP || type == NL80211_IFTYPE_P2P_GO)) {
         mac->copyTo(wifi.info.data());
+    }
     wifi.info[6] = roleOf(type);
     wifi.info[7] = bandwidthOf(answer.u32(NL80211_ATTR_CHANNEL_WIDTH).value_or(0));
     wifi.info[8] = channelIndexOf(answer.u32(NL80211_ATTR_CENTER_FREQ1).value_or(frequency));
@@ -138,16 +140,17 @@ std::optional<WifiStation> parseWifiStation(nlmsghdr* message) {
     nlattr* nested = answer.attr(NL80211_ATTR_STA_INFO);
     std::array<nlattr*, NL80211_STA_INFO_MAX + 1> info{};
     if (!mac || nested == nullptr ||
-        nla_parse_nested(info.data(), NL80211_STA_INFO_MAX, nested, nullptr) < 0)
+        nla_parse_nested(info.data(), NL80211_STA_INFO_MAX, nested, nullptr) < 0) {
         return std::nullopt;
+    }
     const uint32_t tx = bitRateOf(info[NL80211_STA_INFO_TX_BITRATE]);
     WifiStation station{};
     mac->copyTo(station.mac);
-    station.rate = static_cast<uint16_t>(std::min<uint32_t>(tx / 10, 0xffff));
+    station.rate = static_cast<uint16_t>(std::min<uint32_t>(tx / 10, 0xFFFF));
     nlattr* average = info[NL80211_STA_INFO_SIGNAL_AVG];
-    setStrength(average != nullptr ? average : info[NL80211_STA_INFO_SIGNAL], &station);
-    copyText(station.tx, sizeof station.tx, rateText(tx));
-    copyText(station.rx, sizeof station.rx, rateText(bitRateOf(info[NL80211_STA_INFO_RX_BITRATE])));
+    setStrength(average != nullptr ? average : info[NL80211_STA_INFO_SIGNAL], station);
+    copyText(station.tx, rateText(tx));
+    copyText(station.rx, rateText(bitRateOf(info[NL80211_STA_INFO_RX_BITRATE])));
     return station;
 }
 
@@ -169,12 +172,13 @@ WifiChannels channelsOf(std::vector<uint32_t> frequencies) {
         if (!is24 && (frequency < 5150 || frequency > 5895)) continue;
         const std::string number = std::to_string(channelIndexOf(frequency));
         if (is24) {
-            if (channels.band24[0] == '\0')
-                copyText(channels.band24, sizeof channels.band24, number);
+            if (channels.band24[0] == '\0') {
+                copyText(channels.band24, number);
+            }
         } else if (channels.band5[0] == '\0') {
-            copyText(channels.band5, sizeof channels.band5, number);
+            copyText(channels.band5, number);
         } else if (number != channels.band5) {
-            copyText(channels.band5High, sizeof channels.band5High, number);
+            copyText(channels.band5High, number);
         }
     }
     return channels;
@@ -218,5 +222,3 @@ std::vector<WifiStation> Nl80211::stations(int ifindex) {
             });
     return stations;
 }
-
-}  // namespace plat

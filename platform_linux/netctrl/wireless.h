@@ -11,8 +11,6 @@
 #include "api.h"
 #include "netctrl/netlink.h"
 
-namespace plat {
-
 struct WifiInfo {
     bool onChannel;                // false while the radio is off: then the media type is a guess
     uint32_t mediaType;            // IEEE 1905.1 media-type code
@@ -58,5 +56,3 @@ class Nl80211 {
     std::optional<NetlinkSocket> socket_;
     std::optional<uint16_t> family_;
 };
-
-}  // namespace plat

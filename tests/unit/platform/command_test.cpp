@@ -26,7 +26,7 @@ auto openFds() {
 // Without collecting any.
 bool hasChildren() {
     siginfo_t info{};
-    return ::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == 0;
+    return waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == 0;
 }
 
 // Whether the process, which is not our child, is gone or only waits to be collected.
@@ -113,7 +113,7 @@ TEST(Hooks, ThatTakeLongAreLeftAtWork) {
     EXPECT_EQ(prompt([] { return setLEDvalue(2); }), 16) << "one at a time";
     EXPECT_EQ(prompt([] { return setAPSteering(1); }), 0);
     std::string output;
-    EXPECT_EQ(prompt([&] { return plat::askHook("system", {}, &output); }), 16);
+    EXPECT_EQ(prompt([&] { return askHook("system", {}, output); }), 16);
 
     for (const char* name : {"led.go", "system.go"}) folder.write(name, "");
     EXPECT_TRUE(collected());
@@ -124,7 +124,7 @@ TEST(Hooks, ThatTakeLongAreLeftAtWork) {
     EXPECT_EQ(getLEDState(&led), 0);
     EXPECT_EQ(std::string(led.status) + " " + led.brightness, "blue 7");
     EXPECT_TRUE(ends(folder.read("ap-steering.pid")));
-    EXPECT_EQ(prompt([&] { return plat::askHook("system", {}, &output); }), 0);
+    EXPECT_EQ(prompt([&] { return askHook("system", {}, output); }), 0);
     EXPECT_EQ(output, std::string(8192, 'v'));
     EXPECT_EQ(openFds(), fds);
 }
@@ -134,7 +134,7 @@ TEST(Hooks, AreWaitedForNoLongerAllTogetherThanOne) {
     const char* const names[] = {"one", "two", "three", "four", "five", "six"};
     for (const char* name : names) folder.hook(name, "sleep 0.05");
     const auto start = steady_clock::now();
-    for (const char* name : names) EXPECT_EQ(plat::runHook(name), 0);
+    for (const char* name : names) EXPECT_EQ(runHook(name), 0);
     // With room for starting them: one by one they would take 300 ms.
     EXPECT_LT(steady_clock::now() - start, 2 * kMostBlocking);
     EXPECT_TRUE(collected());
@@ -144,7 +144,7 @@ TEST(Hooks, AnswerAQuestionWithWhatWasLastKnown) {
     const ScratchFolder folder;
     std::string output;
     const auto ask = [&](const char* arg) {
-        return prompt([&] { return plat::askHook("ask", {arg}, &output); });
+        return prompt([&] { return askHook("ask", {arg}, output); });
     };
     folder.hook("ask", "echo \"old $1\"");
     EXPECT_EQ(ask("a"), 0);
@@ -164,11 +164,11 @@ TEST(Jobs, AreFewAndEndWithTheLibrary) {
     const auto fds = openFds();
     bool told = false;
     const auto start = [&told](const std::string& program) {
-        return plat::startJob({program, "1000"}, {.limit = seconds(100)},
-                              [&told](int, const std::string&) { told = true; });
+        return startJob({program, "1000"}, {.limit = seconds(100)},
+                        [&told](int, const std::string&) { told = true; });
     };
     EXPECT_NE(start(folder.path("child")), 0U);
-    for (size_t i = 1; i < plat::kMaxJobs; ++i) EXPECT_NE(start("/bin/sleep"), 0U);
+    for (size_t i = 1; i < kMaxJobs; i++) EXPECT_NE(start("/bin/sleep"), 0U);
     EXPECT_EQ(start("/bin/sleep"), 0U);
     EXPECT_TRUE(becomes([&folder] { return !folder.read("child.pid").empty(); }));
     EXPECT_EQ(destroyNetCtrl(), 0);
@@ -181,24 +181,24 @@ TEST(Jobs, AreFewAndEndWithTheLibrary) {
 TEST(Commands, AreBoundedInTimeAndOutput) {
     std::string output;
     const auto status = [&output](const char* script, milliseconds limit) {
-        return plat::runCommand({"/bin/sh", "-c", script},
-                                {.limit = limit, .output = &output, .maxOutput = 1000});
+        return runCommand({"/bin/sh", "-c", script},
+                          {.limit = limit, .output = &output, .maxOutput = 1000});
     };
     EXPECT_EQ(status("exec yes", milliseconds(200)), 16) << "it writes without a pause";
     EXPECT_EQ(output.size(), 1000U);
     // What it leaves in the background holds our pipe, but does not delay the answer.
     EXPECT_EQ(status("sleep 1000 & echo $!; exit 4", seconds(2)), 4);
-    EXPECT_EQ(::kill(std::stoi(output), SIGKILL), 0);
+    EXPECT_EQ(kill(std::stoi(output), SIGKILL), 0);
     EXPECT_EQ(status("kill -9 $$", seconds(2)), 16);
-    EXPECT_EQ(plat::runCommand({"/nonexistent"}, {}), 16);
-    EXPECT_EQ(plat::runCommand({}, {}), 16);
+    EXPECT_EQ(runCommand({"/nonexistent"}, {}), 16);
+    EXPECT_EQ(runCommand({}, {}), 16);
     EXPECT_FALSE(hasChildren());
 }
 
 TEST(Commands, InheritNothingButOutputAndErrors) {
-    const int leak = ::dup(0);  // not close-on-exec
+    const int leak = dup(0);  // not close-on-exec
     std::string output;
-    EXPECT_EQ(plat::runCommand({"/bin/ls", "/proc/self/fd"}, {.output = &output}), 0);
+    EXPECT_EQ(runCommand({"/bin/ls", "/proc/self/fd"}, {.output = &output}), 0);
     EXPECT_EQ(output, "0\n1\n2\n3\n");  // 3 is the folder that it reads
-    ::close(leak);
+    close(leak);
 }

@@ -3,8 +3,6 @@
 
 #include "support.h"
 
-using plat::Conf;
-
 TEST(PlatformConf, TakesKeysValuesAndComments) {
     Conf conf;
     conf.parse(
@@ -30,7 +28,7 @@ TEST(PlatformConf, TakesKeysValuesAndComments) {
 TEST(PlatformConf, NamesUnknownKeysButDoesNotFloodTheLog) {
     std::string text = "COLOUR = red\n";
     std::mt19937 random(1);
-    for (int i = 0; i < 60000; ++i) text += static_cast<char>(random());
+    for (int i = 0; i < 60000; i++) text += static_cast<char>(random());
     testing::internal::CaptureStdout();
     Conf().parse(text);
     const std::string log = testing::internal::GetCapturedStdout();
@@ -41,25 +39,27 @@ TEST(PlatformConf, NamesUnknownKeysButDoesNotFloodTheLog) {
 TEST(PlatformConf, ReadsAnyFile) {
     const ScratchFolder folder;
     folder.platformConf(std::string("HOSTNAME = early\n") + std::string(10 << 20, 'x'));
-    EXPECT_EQ(plat::conf().value("HOSTNAME"), "early");
+    EXPECT_EQ(conf().value("HOSTNAME"), "early");
     folder.platformConf(std::string("HOSTNAME = a\0b\nDEVICE_MODE = on\n", 32));
-    EXPECT_FALSE(plat::conf().has("HOSTNAME"));
-    EXPECT_EQ(plat::conf().value("DEVICE_MODE"), "on");
+    EXPECT_FALSE(conf().has("HOSTNAME"));
+    EXPECT_EQ(conf().value("DEVICE_MODE"), "on");
     for (const char* path : {"/nonexistent/platform.conf", "/tmp"}) {
-        ::setenv("VM1905_PLATFORM_CONF", path, 1);
-        plat::reloadConf();
-        EXPECT_FALSE(plat::conf().has("DEVICE_MODE"));
+        setenv("VM1905_PLATFORM_CONF", path, 1);
+        reloadConf();
+        EXPECT_FALSE(conf().has("DEVICE_MODE"));
     }
 }
 
 TEST(PlatformText, AddressesNumbersAndHexDigits) {
-    EXPECT_EQ(plat::parseMac("02:00:5e:AA:bb:0c"), MacAddr(2, 0, 0x5e, 0xaa, 0xbb, 0x0c));
-    for (const char* bad : {"", "02:00:5e:aa:bb:0g", "02:00:5e:aa:bb:0c:", "02.00.5e.aa.bb.0c"})
-        EXPECT_FALSE(plat::parseMac(bad)) << bad;
-    EXPECT_EQ(plat::parseNumber("0x0105"), 0x105u);
-    EXPECT_EQ(plat::parseNumber("4294967295"), 0xffffffffu);
-    for (const char* bad : {"", "0x", "4294967296", "-1", "1 "})
-        EXPECT_FALSE(plat::parseNumber(bad)) << bad;
-    EXPECT_EQ(plat::parseHex(" 00ff\n1A "), (std::vector<uint8_t>{0, 0xff, 0x1a}));
-    EXPECT_FALSE(plat::parseHex("0ff") || plat::parseHex("zz"));
+    EXPECT_EQ(parseMac("02:00:5e:AA:bb:0c"), MacAddr(2, 0, 0x5e, 0xaa, 0xbb, 0x0c));
+    for (const char* bad : {"", "02:00:5e:aa:bb:0g", "02:00:5e:aa:bb:0c:", "02.00.5e.aa.bb.0c"}) {
+        EXPECT_FALSE(parseMac(bad)) << bad;
+    }
+    EXPECT_EQ(parseNumber("0x0105"), 0x105u);
+    EXPECT_EQ(parseNumber("4294967295"), 0xffffffffu);
+    for (const char* bad : {"", "0x", "4294967296", "-1", "1 "}) {
+        EXPECT_FALSE(parseNumber(bad)) << bad;
+    }
+    EXPECT_EQ(parseHex(" 00ff\n1A "), (std::vector<uint8_t>{0, 0xff, 0x1a}));
+    EXPECT_FALSE(parseHex("0ff") || parseHex("zz"));
 }

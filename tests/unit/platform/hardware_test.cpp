@@ -10,8 +10,6 @@
 #include "netctrl/wireless.h"
 #include "support.h"
 
-using plat::Link;
-
 TEST(Links, TakePartByTheirKind) {
     const ScratchFolder folder;
     folder.platformConf("EXCLUDE = eth7 tap1\nINCLUDE = tap*\n");
@@ -37,8 +35,9 @@ TEST(Links, TakePartByTheirKind) {
                          row.mac, row.flags, 0, row.master, row.lower});
     }
     std::string takingPart;
-    for (const Link& each : links)
-        if (plat::takesPart(each, links)) takingPart += each.name + " ";
+    for (const Link& each : links) {
+        if (takesPart(each, links)) takingPart += each.name + " ";
+    }
     EXPECT_EQ(takingPart, "lan1 bond0 eth2 eth2.5 tap0 wlan0 ");
 }
 
@@ -76,20 +75,20 @@ TEST(Radios, AreDescribedByTheirChannel) {
             (void)nla_put_u32(msg, NL80211_ATTR_CHANNEL_WIDTH, c.width);
             (void)nla_put_u32(msg, NL80211_ATTR_CENTER_FREQ1, c.center);
         }
-        const auto wifi = plat::parseWifiInterface(nlmsg_hdr(msg));
+        const auto wifi = parseWifiInterface(nlmsg_hdr(msg));
         ASSERT_TRUE(wifi);
         EXPECT_EQ(wifi->onChannel, c.frequency != 0);
         EXPECT_EQ(wifi->mediaType, c.mediaType);
-        EXPECT_EQ(plat::hexText(wifi->info), c.info);
+        EXPECT_EQ(hexText(wifi->info), c.info);
         nlmsg_hdr(msg)->nlmsg_len = NLMSG_HDRLEN + 2;
-        EXPECT_FALSE(plat::parseWifiInterface(nlmsg_hdr(msg))) << "cut";
+        EXPECT_FALSE(parseWifiInterface(nlmsg_hdr(msg))) << "cut";
     }
 }
 
 TEST(Radios, TellTheirStations) {
     const auto answer = wifiMessage(MacAddr(2, 0x57, 0xa0, 0, 0, 1));
     nl_msg* const msg = answer.get();
-    EXPECT_FALSE(plat::parseWifiStation(nlmsg_hdr(msg))) << "nothing is told of it";
+    EXPECT_FALSE(parseWifiStation(nlmsg_hdr(msg))) << "nothing is told of it";
     nlattr* const info = nla_nest_start(msg, NL80211_ATTR_STA_INFO | NLA_F_NESTED);
     (void)nla_put_s8(msg, NL80211_STA_INFO_SIGNAL_AVG, -55);
     nlattr* const tx = nla_nest_start(msg, NL80211_STA_INFO_TX_BITRATE | NLA_F_NESTED);
@@ -100,28 +99,29 @@ TEST(Radios, TellTheirStations) {
     (void)nla_put_u16(msg, NL80211_RATE_INFO_BITRATE, 7805);
     (void)nla_nest_end(msg, rx);
     (void)nla_nest_end(msg, info);
-    const auto station = plat::parseWifiStation(nlmsg_hdr(msg));
+    const auto station = parseWifiStation(nlmsg_hdr(msg));
     ASSERT_TRUE(station);
-    EXPECT_EQ(plat::macText(station->mac), "02:57:a0:00:00:01");
+    EXPECT_EQ(macText(station->mac), "02:57:a0:00:00:01");
     EXPECT_EQ(std::tuple(station->rate, station->rssi, station->signalLevel),
               std::tuple(8667, 40, 90));
     EXPECT_EQ(std::string(station->tx) + ", " + station->rx, "8667.0 Mb/s, 780.5 Mb/s");
 
     const ScratchFolder folder;
     folder.platformConf("WIFI_ROLE.wlan1 = Guest_5GH\n");
-    EXPECT_EQ(plat::connTypeOf("wlan1", 5500, false), "Guest_5GH");
-    EXPECT_EQ(plat::connTypeOf("wlan0", 5500, false), "Main_5G");
-    EXPECT_EQ(plat::connTypeOf("wlan0", 2437, true), "Mesh_2G");
+    EXPECT_EQ(connTypeOf("wlan1", 5500, false), "Guest_5GH");
+    EXPECT_EQ(connTypeOf("wlan0", 5500, false), "Main_5G");
+    EXPECT_EQ(connTypeOf("wlan0", 2437, true), "Mesh_2G");
 }
 
 TEST(Netlink, ASocketAnswersRequestAfterRequest) {
-    auto socket = plat::NetlinkSocket::open(NETLINK_GENERIC);
+    auto socket = NetlinkSocket::open(NETLINK_GENERIC);
     ASSERT_TRUE(socket);
     // For a family by its name.
-    const std::vector<uint8_t> ask = *plat::parseHex("03010000 0b00 0200 6e6c6374726c 0000");
+    const std::vector<uint8_t> ask = *parseHex("03010000 0b00 0200 6e6c6374726c 0000");
     int answers = 0;
-    for (int i = 0; i < 3; ++i)
-        EXPECT_TRUE(socket->request(GENL_ID_CTRL, 0, ask, [&](nlmsghdr*) { ++answers; }));
+    for (int i = 0; i < 3; i++) {
+        EXPECT_TRUE(socket->request(GENL_ID_CTRL, 0, ask, [&](nlmsghdr*) { answers++; }));
+    }
     EXPECT_EQ(answers, 3);
 }
 
@@ -140,7 +140,7 @@ TEST(Stations, AreTheLinesOfAHookThatAreInOrder) {
     EXPECT_EQ(list.count, 2);
     std::string shown;
     for (WifiStation* station = list.head; station != nullptr;) {
-        shown += plat::macText(station->mac) + "|" + station->tx + "|" + station->rx + "|" +
+        shown += macText(station->mac) + "|" + station->tx + "|" + station->rx + "|" +
                  station->connType + "\n";
         std::free(std::exchange(station, station->next));
     }

@@ -19,7 +19,7 @@ std::string tuples() {
     EXPECT_EQ(getBrdgCapability(&list), 0);
     for (BrdgDesc* desc = list.head; desc != nullptr;) {
         all += "(";
-        for (size_t i = 0; i < desc->macNum; ++i) all += plat::macText(desc->macs + 6 * i) + " ";
+        for (size_t i = 0; i < desc->macNum; i++) all += macText(desc->macs + 6 * i) + " ";
         all += ")";
         std::free(desc->macs);
         std::free(std::exchange(desc, desc->next));
@@ -29,7 +29,7 @@ std::string tuples() {
 
 std::string alMac() {
     AlDesc desc{};
-    return getAlDesc(&desc) == 0 ? plat::macText(desc.alMac) : "";
+    return getAlDesc(&desc) == 0 ? macText(desc.alMac) : "";
 }
 
 // A pair of cable ends, v0 or v1; the far end is left out of the picture by the name.
@@ -103,7 +103,7 @@ TEST_F(Network, PowerAndStatusFollowTheLink) {
     });
 }
 
-TEST_F(Network, BridgesAndTheirNeighbours) {
+TEST_F(Network, BridgesAndTheirNeighbors) {
     inOwnNetwork([] {
         cable("v0");
         cable("v1");
@@ -116,7 +116,7 @@ TEST_F(Network, BridgesAndTheirNeighbours) {
         EXPECT_EQ(told.after("link set v0 master br0"), "bridges");
         EXPECT_EQ(tuples(), "(" + kV0 + " " + kV1 + " )");
 
-        // Learned and static entries are neighbours; the bridge's own addresses are not.
+        // Learned and static entries are neighbors; the bridge's own addresses are not.
         const std::string fdb = "bridge fdb add 02:00:00:00:01:0";
         run(fdb + "1 dev v0 master dynamic");
         run(fdb + "2 dev v0 master static");
@@ -131,7 +131,7 @@ TEST_F(Network, BridgesAndTheirNeighbours) {
         EXPECT_EQ(getLinkMetricList(v0.mac, 0x0105, &links), 1);
         ASSERT_EQ(getLinkMetricList(v0.mac, kGigabit, &links), 0);
         ASSERT_EQ(links.linkNum, 2);
-        EXPECT_EQ(plat::macText(links.head->next->nbrIntfMac), "02:00:00:00:01:02");
+        EXPECT_EQ(macText(links.head->next->nbrIntfMac), "02:00:00:00:01:02");
         EXPECT_EQ(links.head->phyRate, 10000);  // what a veth says of itself
         EXPECT_EQ(links.head->availability, 100);
         std::free(links.head->next);
@@ -160,7 +160,7 @@ TEST_F(Network, TheAlMacOutlivesAChangeOfTheBridgesAddress) {
     });
 }
 
-TEST_F(Network, PlainInterfacesHaveTheNeighboursThatIpKnows) {
+TEST_F(Network, PlainInterfacesHaveTheNeighborsThatIpKnows) {
     inOwnNetwork([this] {
         cable("v0");
         Told told;
@@ -174,7 +174,7 @@ TEST_F(Network, PlainInterfacesHaveTheNeighboursThatIpKnows) {
 
         // Far more notifications than the socket holds: found by looking afresh.
         std::string batch;
-        for (int i = 1000; i < 3000; ++i) {
+        for (int i = 1000; i < 3000; i++) {
             const std::string n = std::to_string(i), high = n.substr(0, 2), low = n.substr(2);
             batch += "neigh add 10.1." + high + "." + std::to_string(i % 100) +
                      " lladdr 02:00:00:01:" + high + ":" + low + " dev v0 nud permanent\n";
@@ -189,7 +189,7 @@ TEST_F(Network, IdentityComesFromTheSystemUnlessGiven) {
         const auto lanMac = [] {
             uint8_t mac[6];
             EXPECT_EQ(getDeviceLANMac(mac), 0);
-            return plat::macText(mac);
+            return macText(mac);
         };
         cable("v0");
         EXPECT_EQ(lanMac(), kV0);
@@ -219,8 +219,7 @@ TEST_F(Network, Forward1905NoOwnsARuleOfItsOwn) {
             EXPECT_EQ(initNetCtrl(), 0);
             EXPECT_EQ(startNetCtrl(), 0);
             std::string rules;
-            (void)plat::runCommand({plat::findProgram("nft"), "list", "ruleset"},
-                                   {.output = &rules});
+            EXPECT_EQ(runCommand({findProgram("nft"), "list", "ruleset"}, {.output = &rules}), 0);
             EXPECT_EQ(rules.find("0x893a") != rules.npos, setting == std::string("no")) << rules;
             EXPECT_EQ(rules.find("0x893a"), rules.rfind("0x893a")) << rules;
             EXPECT_NE(rules.find("others"), rules.npos);

@@ -16,10 +16,10 @@ void sendMessage(uint32_t servId, void* info, uint32_t* retCode) {
         text << " band " << +static_cast<ApAutoConfSrch*>(info)->freqBand;
     } else if (servId == SERV_REQ_AP_AUTOCONF_RESP) {
         const auto& r = *static_cast<ApAutoConfRespReq*>(info);
-        text << " to " << plat::macText(r.dstMac) << " id " << r.msgId << " band " << +r.freqBand;
+        text << " to " << macText(r.dstMac) << " id " << r.msgId << " band " << +r.freqBand;
     } else if (servId == SERV_REQ_AP_AUTOCONF_WSC) {
         const auto& r = *static_cast<ApAutoConfWscReq*>(info);
-        text << " to " << plat::macText(r.dstMac) << " " << plat::hexText({r.frame, r.frameLen});
+        text << " to " << macText(r.dstMac) << " " << hexText({r.frame, r.frameLen});
     }
     sent += text.str() + "\n";
     *retCode = servId == SERV_REQ_PB_EVENT ? 19 : 0;

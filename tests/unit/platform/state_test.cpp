@@ -16,12 +16,12 @@ std::string security() {
 }
 
 int listenOn(int family, uint16_t port) {
-    const int fd = ::socket(family, SOCK_STREAM, 0);
+    const int fd = socket(family, SOCK_STREAM, 0);
     sockaddr_in6 address{};
     address.sin6_family = static_cast<sa_family_t>(family);
     address.sin6_port = htons(port);  // where IPv4 has it, too
-    EXPECT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    EXPECT_EQ(::listen(fd, 1), 0);
+    EXPECT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    EXPECT_EQ(listen(fd, 1), 0);
     return fd;
 }
 
@@ -33,8 +33,9 @@ TEST(State, OfTheNetworkComesFromTheKernel) {
     inOwnNetwork([] {
         ip("link add plain type veth peer name far-plain");
         ip("link add port type veth peer name far-port");
-        for (const std::string name : {"plain", "far-plain", "port"})
+        for (const std::string name : {"plain", "far-plain", "port"}) {
             ip("link set " + name + " up");
+        }
         ip("addr add 192.0.2.7/24 dev plain");
         ip("addr add 2001:db8::7/64 dev plain nodad");
         IPv6Info ipv6{};
@@ -65,8 +66,9 @@ TEST(State, OfTheNetworkComesFromTheKernel) {
         EXPECT_EQ(std::string(ipv6.address[ipv6.num - 1]).substr(0, 4), "fe80");
 
         // No name may break the JSON list, and no item is cut.
-        for (const char* digit : {"0", "1", "2", "3", "4", "5"})
+        for (const char* digit : {"0", "1", "2", "3", "4", "5"}) {
             ip(std::string("link add quo\"te\\port") + digit + " type veth peer name far-" + digit);
+        }
         (void)told.next();
         const std::string ports = textOf<128>(getEthernetPortState);
         EXPECT_TRUE(ports.ends_with(R"(,"quo?te?port4:down")")) << ports;
@@ -74,10 +76,10 @@ TEST(State, OfTheNetworkComesFromTheKernel) {
         EXPECT_EQ(security(), "off off");
         const int ssh = listenOn(AF_INET6, 22);
         EXPECT_EQ(security(), "on off");
-        ::close(ssh);
+        close(ssh);
         const int telnet = listenOn(AF_INET, 23);
         EXPECT_EQ(security(), "off on");
-        ::close(telnet);
+        close(telnet);
     });
 }
 
@@ -102,8 +104,8 @@ TEST(State, OfTheProductComesFromItsOwnerAndItsHooks) {
 
         NetworkState states[3]{};
         const char* const names[] = {"dnsmasq", "another", "dnsmasq"};
-        for (size_t i = 0; i < std::size(names); ++i) {
-            ::prctl(PR_SET_NAME, names[i]);
+        for (size_t i = 0; i < std::size(names); i++) {
+            prctl(PR_SET_NAME, names[i]);
             EXPECT_EQ(getNetworkState(&states[i]), 0);
         }
         EXPECT_EQ(states[0].dnsmasq, 1);
@@ -114,7 +116,7 @@ TEST(State, OfTheProductComesFromItsOwnerAndItsHooks) {
 
 TEST(Radios, ShowTheirChannels) {
     const auto shown = [](const std::vector<uint32_t>& frequencies) {
-        const WifiChannels channels = plat::channelsOf(frequencies);
+        const WifiChannels channels = channelsOf(frequencies);
         return std::string(channels.band24) + "/" + channels.band5 + "/" + channels.band5High;
     };
     EXPECT_EQ(shown({0, 2437, 5745, 5180, 5180}), "6/36/149");

@@ -29,9 +29,9 @@ void writeFile(const std::string& path, const std::string& text) {
 
 // Root of a user namespace of its own; the real root does without.
 bool enterOwnNetwork() {
-    const std::string uid = std::to_string(::geteuid());
-    const std::string gid = std::to_string(::getegid());
-    if (::unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0) return ::unshare(CLONE_NEWNET) == 0;
+    const std::string uid = std::to_string(geteuid());
+    const std::string gid = std::to_string(getegid());
+    if (unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0) return unshare(CLONE_NEWNET) == 0;
     writeFile("/proc/self/setgroups", "deny");
     writeFile("/proc/self/uid_map", "0 " + uid + " 1");
     writeFile("/proc/self/gid_map", "0 " + gid + " 1");
@@ -44,8 +44,7 @@ std::string eventText(uint32_t eventId, const void* info) {
     switch (eventId) {
         case NET_STATUS_INTF_MAC: {
             const auto& e = *static_cast<const IntfMacEvent*>(info);
-            return std::string("mac ") + e.name + " " + plat::macText(e.mac) + " " +
-                   plat::macText(e.newMac);
+            return std::string("mac ") + e.name + " " + macText(e.mac) + " " + macText(e.newMac);
         }
         case NET_STATUS_INTF_PWR_STATE: {
             const auto& e = *static_cast<const IntfStateEvent*>(info);
@@ -56,11 +55,11 @@ std::string eventText(uint32_t eventId, const void* info) {
             const auto& e = *static_cast<const IntfNbrEvent*>(info);
             std::string text = eventId == NET_STATUS_INTF_NBR_ADDED ? "heard " : "lost ";
             text += e.name;
-            for (size_t i = 0; i < e.macNum; ++i) text += " " + plat::macText(e.macs + 6 * i);
+            for (size_t i = 0; i < e.macNum; i++) text += " " + macText(e.macs + 6 * i);
             return text;
         }
         case NET_STATUS_AL_MAC:
-            return "al " + plat::macText(static_cast<const AlMacEvent*>(info)->newMac);
+            return "al " + macText(static_cast<const AlMacEvent*>(info)->newMac);
         case NET_STATUS_BRDG_CAP:
             return "bridges";
         case NET_STATUS_WPS_CONFIG:
@@ -80,7 +79,7 @@ std::string eventText(uint32_t eventId, const void* info) {
 
 ScratchFolder::ScratchFolder() {
     char name[] = "/tmp/platform_test.XXXXXX";
-    path_ = ::mkdtemp(name);
+    path_ = mkdtemp(name);
 }
 
 ScratchFolder::~ScratchFolder() {
@@ -89,7 +88,7 @@ ScratchFolder::~ScratchFolder() {
 
 void ScratchFolder::write(const std::string& name, const std::string& text, int mode) const {
     writeFile(path(name), text);
-    ::chmod(path(name).c_str(), static_cast<mode_t>(mode));
+    chmod(path(name).c_str(), static_cast<mode_t>(mode));
 }
 
 std::string ScratchFolder::read(const std::string& name) const {
@@ -100,50 +99,50 @@ std::string ScratchFolder::read(const std::string& name) const {
 
 void ScratchFolder::hook(const std::string& name, const std::string& body) const {
     write(name, "#!/bin/sh\n" + body + "\n", 0755);
-    ::setenv("VM1905_HOOKS", path_.c_str(), 1);
+    setenv("VM1905_HOOKS", path_.c_str(), 1);
     // As after a pause: it is waited for as long as any.
-    plat::forgetHooks();
+    forgetHooks();
 }
 
 void ScratchFolder::platformConf(const std::string& text) const {
     write("platform.conf", text);
-    ::setenv("VM1905_PLATFORM_CONF", path("platform.conf").c_str(), 1);
-    plat::reloadConf();
+    setenv("VM1905_PLATFORM_CONF", path("platform.conf").c_str(), 1);
+    reloadConf();
 }
 
 bool becomes(const std::function<bool()>& condition) {
     const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     while (!condition()) {
         if (std::chrono::steady_clock::now() > until) return false;
-        ::poll(nullptr, 0, 5);
+        poll(nullptr, 0, 5);
     }
     return true;
 }
 
 void inOwnNetwork(const std::function<void()>& body) {
     std::fflush(stdout);
-    const pid_t child = ::fork();
+    const pid_t child = fork();
     ASSERT_GE(child, 0);
     if (child == 0) {
         if (!enterOwnNetwork()) {
             ADD_FAILURE() << "the kernel allows no user namespaces, and we are not root";
         } else {
-            ::setenv("VM1905_PLATFORM_CONF", "/nonexistent", 0);
+            setenv("VM1905_PLATFORM_CONF", "/nonexistent", 0);
             body();
         }
         std::fflush(stdout);
-        ::_exit(testing::Test::HasFailure() ? 1 : 0);
+        _exit(testing::Test::HasFailure() ? 1 : 0);
     }
     int status = 0;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_EQ(status, 0) << "failed in the child process, see above";
 }
 
 void run(const std::string& commandLine) {
     std::istringstream words(commandLine);
     std::vector<std::string> argv{std::istream_iterator<std::string>(words), {}};
-    argv[0] = plat::findProgram(argv[0]);
-    EXPECT_EQ(plat::runCommand(argv, {.limit = std::chrono::seconds(10)}), 0) << commandLine;
+    argv[0] = findProgram(argv[0]);
+    EXPECT_EQ(runCommand(argv, {.limit = std::chrono::seconds(10)}), 0) << commandLine;
 }
 
 std::map<std::string, IntfDesc> describeAll() {
@@ -164,7 +163,7 @@ Told::Told() {
     EXPECT_EQ(initNetCtrl(), 0);
     for (const auto& [name, desc] : describeAll()) {
         statuses[name] = desc.operStatus;
-        ++intfNum;
+        intfNum++;
     }
     EXPECT_EQ(startNetCtrl(), 0);
     listener = this;

@@ -28,19 +28,19 @@ int checkEXdeviceFWVersion(int32_t mode) {
     calls += "v" + std::to_string(mode);
     return phaseOne;
 }
-int checkEXdeviceFWStateIsReady(void) {
+int checkEXdeviceFWStateIsReady() {
     calls += "r";
     return phaseTwo;
 }
-int sendEXdeviceReboot(void) {
+int sendEXdeviceReboot() {
     calls += "R";
     return 16;
 }
-int removeallFWupgradelist(void) {
+int removeallFWupgradelist() {
     calls += "f";
     return 0;
 }
-int rebootSystem(void) {
+int rebootSystem() {
     calls += "b";
     return 16;
 }
@@ -48,32 +48,35 @@ int rebootSystem(void) {
 TEST(Manifest, IsTakenOnlyWithAVersionAndADigest) {
     const std::string digest(64, 'a');
     const std::string version = "VERSION = 2.0_b-1\r\n";
-    const auto good = plat::parseManifest("# new\nSHA256=" + std::string(64, 'A') +
-                                          "\nwhat is this\n" + version + "HOSTS = attic* cellar");
+    const auto good = parseManifest("# new\nSHA256=" + std::string(64, 'A') + "\nwhat is this\n" +
+                                    version + "HOSTS = attic* cellar");
     ASSERT_TRUE(good);
     EXPECT_EQ(good->version, "2.0_b-1");
     EXPECT_EQ(good->sha256, digest);
     EXPECT_TRUE(isFor(*good, "attic-2") && isFor(*good, "cellar") && !isFor(*good, "porch"));
-    EXPECT_TRUE(plat::isFor({"2", digest, ""}, "porch"));
+    EXPECT_TRUE(isFor({"2", digest, ""}, "porch"));
 
     for (const std::string& bad :
-         {digest, digest + "0", digest.substr(2), digest.substr(1) + "g", std::string(5, '\0')})
-        EXPECT_EQ(plat::parseManifest(version + "SHA256 = " + bad).has_value(), bad == digest);
+         {digest, digest + "0", digest.substr(2), digest.substr(1) + "g", std::string(5, '\0')}) {
+        EXPECT_EQ(parseManifest(version + "SHA256 = " + bad).has_value(), bad == digest);
+    }
     for (const std::string& bad : {std::string(), std::string("2.0 b"), std::string("-2"),
-                                   std::string("a\x1b[1m"), std::string(128, '9')})
-        EXPECT_FALSE(plat::parseManifest("VERSION = " + bad + "\nSHA256 = " + digest)) << bad;
+                                   std::string("a\x1b[1m"), std::string(128, '9')}) {
+        EXPECT_FALSE(parseManifest("VERSION = " + bad + "\nSHA256 = " + digest)) << bad;
+    }
 }
 
 TEST(UpgradeRounds, OrderUntilNobodyNeedsItThenRebootThenThisDevice) {
-    plat::UpgradeRounds rounds;
-    plat::UpgradeRounds::Time now{seconds(1000)};
+    UpgradeRounds rounds;
+    UpgradeRounds::Time now{seconds(1000)};
     // What is called within so many seconds with these answers; "!" where this device itself is the
     // next.
     const auto go = [&](int ordered, int rebooted, int length) {
         phaseOne = ordered;
         phaseTwo = rebooted;
-        for (int i = 0; i < length; i += 5, now += seconds(5))
+        for (int i = 0; i < length; i += 5, now += seconds(5)) {
             if (rounds.advance(now)) calls += "!";
+        }
         return std::exchange(calls, {});
     };
     // Nothing to order: this device after a while, which others may need to be heard.
@@ -101,8 +104,9 @@ TEST(UpgradeRounds, OrderUntilNobodyNeedsItThenRebootThenThisDevice) {
     // ever. All stay listed for a later round; and this device follows after the last one.
     rounds.restart();
     const std::string days = go(0, 16, 3 * 86400);
-    for (const auto& [call, times] : {std::pair{'f', 1}, {'1', 3}, {'r', 3 * 240}, {'R', 3}})
+    for (const auto& [call, times] : {std::pair{'f', 1}, {'1', 3}, {'r', 3 * 240}, {'R', 3}}) {
         EXPECT_EQ(std::count(days.begin(), days.end(), call), times) << call;
+    }
     EXPECT_EQ(days.find('!'), days.size() - 1);
 }
 
@@ -133,7 +137,7 @@ class Upgraded {
         return ::becomes([&] {
             EXPECT_EQ(reSendRenewbySynclist(), 0);
             (void)told->next();
-            ::poll(nullptr, 0, 15);
+            poll(nullptr, 0, 15);
             return condition();
         });
     }
@@ -142,15 +146,15 @@ class Upgraded {
     void serve() {
         (void)told->next();
         ASSERT_EQ(set_vsftpd_StartStop(1), 0);
-        plat::collectJobs();
-        ::poll(nullptr, 0, 300);
+        collectJobs();
+        poll(nullptr, 0, 300);
     }
     // The state in which an order for the image ends.
     uint32_t fetched(const std::string& url) {
         serve();
         FwCtrl order{6, 1, {}, {}};
-        plat::copyText(order.url, sizeof order.url, url);
-        for (int times = 0; times < 2; ++times) EXPECT_EQ(FWCtrl(&order), 0);
+        copyText(order.url, url);
+        for (int times = 0; times < 2; times++) EXPECT_EQ(FWCtrl(&order), 0);
         EXPECT_EQ(state(), uint32_t{PLATFORM_FW_UPGRADE});
         EXPECT_TRUE(becomes([] { return state() != PLATFORM_FW_UPGRADE; }));
         EXPECT_TRUE(becomes([this] { return !hasDownloads(); }));
@@ -223,12 +227,12 @@ TEST(Upgrade, AnInstallationOutlivesTheDaemon) {
         device.serve();
         FwCtrl order{6, 1, "http://192.0.2.1:8905/fw.bin", {}};
         ASSERT_EQ(FWCtrl(&order), 0);
-        ASSERT_TRUE(device.becomes([] { return plat::isJobAtWork("hook firmware-install"); }));
+        ASSERT_TRUE(device.becomes([] { return isJobAtWork("hook firmware-install"); }));
         device.told.reset();
         ASSERT_EQ(initNetCtrl(), 0);
         EXPECT_EQ(FWCtrl(&order), 16) << "it is at work";
         device.folder.write("firmware-install.go", "");
-        EXPECT_GT(::wait(nullptr), 0);
+        EXPECT_GT(wait(nullptr), 0);
         EXPECT_EQ(device.folder.read("firmware-install.got"), kImage);
         EXPECT_TRUE(device.hasDownloads());
         ASSERT_EQ(initNetCtrl(), 0);
@@ -241,7 +245,7 @@ TEST(Upgrade, TheServerBecomesWhatWasWantedLast) {
     folder.hook("ftp-server", "until [ -e \"$0.go\" ]; do sleep 0.02; done; echo $1 >>\"$0.got\"");
     const auto isTold = [&folder](const std::string& told) {
         return becomes([&] {
-            plat::collectJobs();
+            collectJobs();
             return folder.read("ftp-server.got") == told;
         });
     };
@@ -250,19 +254,19 @@ TEST(Upgrade, TheServerBecomesWhatWasWantedLast) {
     folder.write("ftp-server.go", "");
     EXPECT_TRUE(isTold("1\n0\n"));
     // At the end of the library a start that is at work is followed by the stop as well.
-    while (plat::isJobAtWork("hook ftp-server")) plat::collectJobs();
+    while (isJobAtWork("hook ftp-server")) collectJobs();
     EXPECT_EQ(set_vsftpd_StartStop(1), 0);
     EXPECT_EQ(destroyNetCtrl(), 0);
     EXPECT_TRUE(isTold("1\n0\n1\n0\n"));
-    EXPECT_GT(::wait(nullptr), 0);
+    EXPECT_GT(wait(nullptr), 0);
 }
 
 TEST(Jobs, WriteNoMoreThanTheyMay) {
     const ScratchFolder folder;
-    const plat::JobId job = plat::startJob(
+    const JobId job = startJob(
         {"/bin/sh", "-c", "sleep 0.2; exec head -c 100000 /dev/zero >\"$0\"", folder.path("big")},
         {.limit = seconds(10), .maxFile = 1000}, {});
-    EXPECT_EQ(plat::waitJob(job, seconds(10)), 16);
+    EXPECT_EQ(waitJob(job, seconds(10)), 16);
     EXPECT_EQ(folder.read("big").size(), 1000U);
 }
 
@@ -274,7 +278,7 @@ TEST(Upgrade, OrdersThatCannotBeCarriedOutAreRefused) {
                             "http://h/a\nb", "gopher://h/x", "/etc/shadow", "http://127.0.0.1/x",
                             "ftp://LOCALHOST:80/x", "http://[::1]:80/x", "http://a@0x7f.1/x",
                             "http://[::ffff:127.0.0.1]/x", "http://%31%32%37.0.0.1/x"}) {
-        plat::copyText(order.url, sizeof order.url, url);
+        copyText(order.url, url);
         EXPECT_EQ(FWCtrl(&order), 16) << url;
     }
     // Of a name that comes from the network a hook may make a path or an argument.
@@ -283,7 +287,7 @@ TEST(Upgrade, OrdersThatCannotBeCarriedOutAreRefused) {
     order.fwOption = 5;
     EXPECT_EQ(FWCtrl(&order), 0);
     for (const char* name : {"../../x", "-o", "a b", "a%2f", ".ssh"}) {
-        plat::copyText(order.fileName, sizeof order.fileName, name);
+        copyText(order.fileName, name);
         EXPECT_EQ(FWCtrl(&order), 16) << name;
         EXPECT_EQ(DownloadLogFile(name, "ftp://h/x"), 16) << name;
     }
