@@ -23,8 +23,8 @@ namespace {
 // A copy of bytes for the caller to keep, null for none or without memory.
 uint8_t* copyOf(const void* bytes, size_t size) {
     if (bytes == nullptr || size == 0) return nullptr;
-    auto* copy = static_cast<uint8_t*>(std::malloc(size));
-    if (copy != nullptr) std::memcpy(copy, bytes, size);
+    auto* copy = static_cast<uint8_t*>(malloc(size));
+    if (copy != nullptr) memcpy(copy, bytes, size);
     return copy;
 }
 
@@ -46,7 +46,7 @@ class ListBuilder {
 
     // A zeroed entry at the end of the list, null without memory.
     Entry* append() {
-        auto* entry = static_cast<Entry*>(std::calloc(1, sizeof(Entry)));
+        auto* entry = static_cast<Entry*>(calloc(1, sizeof(Entry)));
         if (entry == nullptr) return nullptr;
         *tail_ = entry;
         tail_ = &entry->next;
@@ -64,14 +64,14 @@ class ListBuilder {
 };
 
 void freeIntfDesc(IntfDesc* desc) {
-    std::free(desc->mediaInfo);
-    std::free(desc->nbrMacs);
-    std::free(desc);
+    free(desc->mediaInfo);
+    free(desc->nbrMacs);
+    free(desc);
 }
 
 void freeBrdgDesc(BrdgDesc* desc) {
-    std::free(desc->macs);
-    std::free(desc);
+    free(desc->macs);
+    free(desc);
 }
 
 // Turns a description that leads into our own memory into one of the caller's.
@@ -204,7 +204,7 @@ int getLinkMetricList(const uint8_t* intfMac, uint32_t mediaType, LinkDescList* 
     const uint32_t speed = speedOf(*intf);
     const uint16_t availability = availabilityOf(intf->index, *counters, speed);
 
-    ListBuilder<LinkDesc> built([](LinkDesc* desc) { std::free(desc); });
+    ListBuilder<LinkDesc> built([](LinkDesc* desc) { free(desc); });
     uint16_t links = 0;
     for (const MacAddr& neighbor : intf->neighbors) {
         LinkDesc* desc = built.append();

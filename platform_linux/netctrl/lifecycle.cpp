@@ -5,9 +5,9 @@
 #include "common/conf.h"
 #include "common/hook.h"
 #include "common/log.h"
+#include "netctrl/firmware_upgrade.h"
 #include "netctrl/isolate.h"
 #include "netctrl/notices.h"
-#include "netctrl/upgrade.h"
 #include "netctrl/watch.h"
 
 namespace {

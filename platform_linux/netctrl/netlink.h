@@ -50,7 +50,7 @@ class NlMessage {
         const nlattr* a = attr(type);
         if (a == nullptr || nla_len(a) < static_cast<int>(sizeof(T))) return std::nullopt;
         T value;
-        std::memcpy(&value, nla_data(a), sizeof value);
+        memcpy(&value, nla_data(a), sizeof value);
         return value;
     }
 

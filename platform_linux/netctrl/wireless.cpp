@@ -23,9 +23,9 @@ std::vector<uint8_t> genlRequest(uint8_t command, int attribute, std::span<const
     attr.nla_type = static_cast<uint16_t>(attribute);
     attr.nla_len = static_cast<uint16_t>(NLA_HDRLEN + value.size());
     std::vector<uint8_t> bytes(sizeof header + static_cast<size_t>(NLA_ALIGN(attr.nla_len)));
-    std::memcpy(bytes.data(), &header, sizeof header);
-    std::memcpy(bytes.data() + sizeof header, &attr, sizeof attr);
-    std::memcpy(bytes.data() + sizeof header + NLA_HDRLEN, value.data(), value.size());
+    memcpy(bytes.data(), &header, sizeof header);
+    memcpy(bytes.data() + sizeof header, &attr, sizeof attr);
+    memcpy(bytes.data() + sizeof header + NLA_HDRLEN, value.data(), value.size());
     return bytes;
 }
 

@@ -1,5 +1,5 @@
-// Where the devices find the announced images: a server of ours, another machine's or the
-// product's.
+#include "netctrl/firmware_server.h"
+
 #include <unistd.h>
 
 #include <chrono>
@@ -12,7 +12,7 @@
 #include "common/hook.h"
 #include "common/job.h"
 #include "common/log.h"
-#include "netctrl/upgrade_parts.h"
+#include "netctrl/firmware_offer.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "netctrl/upgrade_image.h"
+#include "netctrl/firmware_image.h"
 
 #include <fcntl.h>
 #include <openssl/evp.h>

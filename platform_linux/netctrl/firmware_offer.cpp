@@ -1,4 +1,5 @@
-// Images that a Registrar announces to the mesh, and when who is ordered to take them.
+#include "netctrl/firmware_offer.h"
+
 #include <algorithm>
 #include <filesystem>
 #include <string>
@@ -12,8 +13,10 @@
 #include "common/hook.h"
 #include "common/log.h"
 #include "common/text.h"
-#include "netctrl/upgrade_parts.h"
-#include "netctrl/upgrade_rounds.h"
+#include "netctrl/firmware_image.h"
+#include "netctrl/firmware_own.h"
+#include "netctrl/firmware_rounds.h"
+#include "netctrl/firmware_server.h"
 
 namespace {
 
@@ -119,22 +122,6 @@ bool isRegistrar() {
     return getWPSConfig(&config) == kOk && config.deviceType == PLATFORM_REGISTRAR;
 }
 
-// One step of the first that waits.
-void verifyOffers() {
-    Offer* offer = firstWaiting();
-    if (offer == nullptr) return;
-    if (!offers.digest) offers.digest = Digest::open(pathOf(offer->file));
-    const auto digest = offers.digest ? offers.digest->step() : std::optional<std::string>("");
-    if (!digest) return;
-    offers.digest.reset();
-    const bool good = *digest == offer->manifest.sha256;
-    offer->check = good ? Check::kGood : Check::kBad;
-    offers.taken = offers.taken || good;
-    LOG_LINE(good ? 3 : 1, "firmware: %s, version %s, %s", offer->file.c_str(),
-             offer->manifest.version.c_str(),
-             good ? "is announced" : "does not match its manifest and is left alone");
-}
-
 void dropOffers() {
     stopServer();
     retryOwn();
@@ -148,9 +135,7 @@ std::string firmwareFolder() {
     return std::string(given.empty() ? "/var/lib/vm1905/firmware" : given);
 }
 
-void directUpgrade() {
-    // While this device itself follows, nobody is ordered to.
-    if (workOnOwn()) return;
+void directOffers() {
     if (!isRegistrar()) {
         if (!offers.list.empty()) dropOffers();
         return;
@@ -169,21 +154,23 @@ void directUpgrade() {
     if (offer != nullptr) installOwn(pathOf(offer->file), offer->manifest);
 }
 
-void startUpgrade() {
-    sweepFetches();
+void verifyOffers() {
+    Offer* offer = firstWaiting();
+    if (offer == nullptr) return;
+    if (!offers.digest) offers.digest = Digest::open(pathOf(offer->file));
+    const auto digest = offers.digest ? offers.digest->step() : std::optional<std::string>("");
+    if (!digest) return;
+    offers.digest.reset();
+    const bool good = *digest == offer->manifest.sha256;
+    offer->check = good ? Check::kGood : Check::kBad;
+    offers.taken = offers.taken || good;
+    LOG_LINE(good ? 3 : 1, "firmware: %s, version %s, %s", offer->file.c_str(),
+             offer->manifest.version.c_str(),
+             good ? "is announced" : "does not match its manifest and is left alone");
 }
 
-// One image at a time, since each step takes as long as the daemon may be held up.
-void workOnUpgrade() {
-    if (!workOnInstall()) verifyOffers();
-}
-
-void dropUpgrade() {
+void forgetOffers() {
     offers = {};
-    endServer();
-    dropOwn();
-    dropFetch();
-    dropInstall();
 }
 
 int getNewFWVersionByPlatform(const char* ownHostname, const char* hostname,

@@ -1,5 +1,5 @@
 // The firmware upgrade: manifests, the order of the rounds, and images that go over a real server.
-#include "netctrl/upgrade_image.h"
+#include "netctrl/firmware_image.h"
 
 #include <poll.h>
 #include <sys/wait.h>
@@ -7,7 +7,7 @@
 #include <filesystem>
 
 #include "common/job.h"
-#include "netctrl/upgrade_rounds.h"
+#include "netctrl/firmware_rounds.h"
 #include "platform/exports.h"
 #include "support.h"
 

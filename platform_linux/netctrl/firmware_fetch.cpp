@@ -1,5 +1,5 @@
-// A firmware order: the image and its manifest are fetched by a program of the system, then
-// installed. URL and file name come from the network.
+#include "netctrl/firmware_fetch.h"
+
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <strings.h>
@@ -22,7 +22,9 @@
 #include "common/job.h"
 #include "common/log.h"
 #include "common/text.h"
-#include "netctrl/upgrade_parts.h"
+#include "netctrl/firmware_image.h"
+#include "netctrl/firmware_install.h"
+#include "netctrl/firmware_state.h"
 
 namespace {
 

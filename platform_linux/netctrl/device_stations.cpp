@@ -122,7 +122,7 @@ int getWIFIConfig(WifiStationList* list) {
     }
     WifiStation** tail = &list->head;
     for (const WifiStation& station : stations) {
-        *tail = static_cast<WifiStation*>(std::malloc(sizeof station));
+        *tail = static_cast<WifiStation*>(malloc(sizeof station));
         if (*tail == nullptr) break;
         **tail = station;
         (*tail)->next = nullptr;

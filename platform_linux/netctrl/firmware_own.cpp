@@ -1,4 +1,5 @@
-// The image that a Registrar installs on itself once the others are done.
+#include "netctrl/firmware_own.h"
+
 #include <cstdio>
 #include <fstream>
 #include <string>
@@ -8,7 +9,9 @@
 #include "common/files.h"
 #include "common/log.h"
 #include "common/text.h"
-#include "netctrl/upgrade_parts.h"
+#include "netctrl/firmware_install.h"
+#include "netctrl/firmware_offer.h"
+#include "netctrl/firmware_state.h"
 #include "platform/exports.h"
 
 namespace {

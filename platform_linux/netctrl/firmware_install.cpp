@@ -1,4 +1,5 @@
-// Installation of a firmware image on this device: verified here, written by the product's hook.
+#include "netctrl/firmware_install.h"
+
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -8,11 +9,11 @@
 #include <cstdio>
 #include <utility>
 
-#include "api.h"
 #include "common/hook.h"
 #include "common/log.h"
-#include "netctrl/upgrade_parts.h"
-#include "netctrl/upgrade_rounds.h"
+#include "netctrl/firmware_fetch.h"
+#include "netctrl/firmware_rounds.h"
+#include "netctrl/firmware_state.h"
 
 namespace {
 

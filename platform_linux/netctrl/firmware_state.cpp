@@ -1,12 +1,11 @@
-// State of the own firmware upgrade, as the installation or management processes tell it.
+#include "netctrl/firmware_state.h"
+
 #include <array>
 #include <string_view>
 
-#include "api.h"
 #include "base/result.h"
 #include "common/text.h"
 #include "netctrl/notices.h"
-#include "netctrl/upgrade.h"
 
 namespace {
 

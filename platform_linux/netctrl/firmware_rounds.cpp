@@ -1,4 +1,4 @@
-#include "netctrl/upgrade_rounds.h"
+#include "netctrl/firmware_rounds.h"
 
 #include "common/log.h"
 
