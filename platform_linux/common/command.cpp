@@ -18,7 +18,7 @@ constexpr std::chrono::milliseconds kKillWait{100};
 int runCommand(const std::vector<std::string>& argv, const CommandOptions& options) {
     std::string* output = options.output;
     if (output != nullptr) output->clear();
-    // It may be collected after this function is gone, so what it is told into is its own.
+    // Shared: the job may be collected after this function has returned.
     const auto printed = std::make_shared<std::string>();
     const JobId id = startJob(argv,
                               {.limit = options.limit,

@@ -15,12 +15,11 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// With the start of the programs the daemon is to be held up for less than 100 ms, also by several
-// hooks that are run one after the other: what one was waited for is taken from what is left for
-// the next ones.
-constexpr std::chrono::milliseconds kMostWaiting{75};
-constexpr std::chrono::milliseconds kWaitingTime{250};
-// How long an answer that came late waits for the question to be asked again.
+// Hooks, even several in a row, may hold up the daemon for less than 100 ms, including the start of
+// the programs. They share this budget: what one uses up is missing for the next ones.
+constexpr std::chrono::milliseconds kWaitBudget{75};
+constexpr std::chrono::milliseconds kBudgetPeriod{250};
+// How long a late answer is kept for the same question to be asked again.
 constexpr std::chrono::seconds kLateLimit{60};
 constexpr size_t kMaxAnswers = 64;
 
@@ -43,11 +42,11 @@ struct {
     std::vector<Wait> waits;    // the recent ones
 } hooks;
 
-// The status of a hook that ends in the time that the daemon has for it.
+// Its status if it ends within what is left of the budget.
 std::optional<int> waitForHook(JobId id) {
     const auto start = Clock::now();
-    std::erase_if(hooks.waits, [&](const Wait& wait) { return start - wait.end > kWaitingTime; });
-    Clock::duration left = kMostWaiting;
+    std::erase_if(hooks.waits, [&](const Wait& wait) { return start - wait.end > kBudgetPeriod; });
+    Clock::duration left = kWaitBudget;
     for (const Wait& wait : hooks.waits) left -= wait.length;
     const auto status =
         waitJob(id, std::chrono::floor<std::chrono::milliseconds>(std::max(left, {})));
@@ -82,7 +81,7 @@ int give(Answer& answer, std::string& output) {
     return answer.status;
 }
 
-// okLevel is that of the line about a success.
+// okLevel: log level of the line about a success.
 JobId start(const std::string& name, const std::vector<std::string>& args, JobOptions options,
             uint8_t okLevel, JobDone done) {
     collectJobs();
@@ -91,8 +90,8 @@ JobId start(const std::string& name, const std::vector<std::string>& args, JobOp
         LOG_LINE(2, "no hook for this action: provide an executable %s", hookFile(name).c_str());
         return 0;
     }
-    if (isJobAtWork(options.name)) {
-        LOG_LINE(2, "hook %s is still at work, refuse to run it again", name.c_str());
+    if (isJobRunning(options.name)) {
+        LOG_LINE(2, "hook %s is still running, refuse to run it again", name.c_str());
         return 0;
     }
     std::vector<std::string> argv{hookFile(name)};
@@ -122,7 +121,7 @@ int runHook(const std::string& name, const std::vector<std::string>& args, JobDo
             std::chrono::milliseconds limit) {
     const JobId id = startHook(name, args, {.limit = limit}, std::move(done));
     if (id == 0) return kFailure;
-    // Still at work counts as accepted: whoever asked cannot be kept waiting.
+    // Still running counts as accepted: the caller cannot be kept waiting.
     return waitForHook(id).value_or(kOk);
 }
 
@@ -132,8 +131,8 @@ int askHook(const std::string& name, const std::vector<std::string>& args, std::
     collectJobs();
     Answer* last = findAnswer(name, args);
     const bool fresh = last != nullptr && !last->read && Clock::now() - last->at < kLateLimit;
-    if (fresh || (last != nullptr && isJobAtWork("hook " + name))) return give(*last, output);
-    // What is asked every few seconds is worth a line only when it goes wrong.
+    if (fresh || (last != nullptr && isJobRunning("hook " + name))) return give(*last, output);
+    // Questions come every few seconds, so only a failure is worth a line.
     const JobId id = start(name, args, {.limit = kHookLimit, .maxOutput = maxOutput}, 4,
                            [name, args](int status, const std::string& text) {
                                keepAnswer(name, args, status, text);

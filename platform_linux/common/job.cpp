@@ -29,7 +29,7 @@ constexpr milliseconds kEndWait{500};
 struct Job {
     JobId id = 0;
     pid_t pid = -1;
-    Fd in;  // its standard output; closed once the other side is
+    Fd in;  // reads its standard output; closed at its end
     JobOptions options;
     JobDone done;
     std::string output;
@@ -65,7 +65,7 @@ pid_t spawn(const std::vector<std::string>& argv, int stdoutFd, const JobOptions
     } else {
         posix_spawn_file_actions_addopen(&files.actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     }
-    // A pipe that nobody reads any more would end it.
+    // Writing into a pipe that nobody reads would end it.
     if (options.outlives) {
         posix_spawn_file_actions_addopen(&files.actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
     } else {
@@ -75,7 +75,7 @@ pid_t spawn(const std::vector<std::string>& argv, int stdoutFd, const JobOptions
         posix_spawn_file_actions_addopen(&files.actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
     }
 #if defined(__GLIBC__) && __GLIBC_PREREQ(2, 34)
-    // Not every descriptor of the process is ours to mark close-on-exec.
+    // Other parts of the process may open descriptors that are not close-on-exec.
     posix_spawn_file_actions_addclosefrom_np(&files.actions, STDERR_FILENO + 1);
 #endif
 
@@ -100,8 +100,7 @@ pid_t spawn(const std::vector<std::string>& argv, int stdoutFd, const JobOptions
     return -1;
 }
 
-// Reads what is there. A job that writes without end must not keep us here, so only so much is
-// read at a time.
+// Reads what is there, up to a limit: a job that writes without end must not keep us here.
 void drain(Job& job) {
     std::array<char, 4096> buffer;
     for (int reads = 0; reads < 256 && job.in; reads++) {
@@ -121,7 +120,7 @@ void killGroup(Job& job) {
     job.killed = true;
 }
 
-// Its status when it has ended.
+// Its exit status, or none while it is running.
 std::optional<int> statusOf(Job& job) {
     drain(job);
     int status = 0;
@@ -134,7 +133,7 @@ std::optional<int> statusOf(Job& job) {
         }
         return kFailure;
     }
-    // Somebody else has collected it: how it ended is lost.
+    // Collected by somebody else: its status is lost.
     if (ended < 0 && errno == ECHILD) return kFailure;
     if (!job.killed && Clock::now() >= job.until) {
         LOG_LINE(2, "%s took longer than %lld ms and was killed", job.options.name.c_str(),
@@ -149,7 +148,7 @@ std::list<Job>::iterator findJob(JobId id) {
                         [id](const Job& job) { return job.id == id; });
 }
 
-// The job has left the list when its end is told, so that whoever hears it may start it again.
+// Removes the job before calling done, so that done may start it again.
 void finish(std::list<Job>::iterator it, int status) {
     std::list<Job> ended;
     ended.splice(ended.begin(), jobs.list, it);
@@ -162,7 +161,7 @@ void finish(std::list<Job>::iterator it, int status) {
 JobId startJob(const std::vector<std::string>& argv, const JobOptions& options, JobDone done) {
     if (argv.empty()) return 0;
     if (jobs.list.size() >= kMaxJobs) {
-        LOG_LINE(2, "%zu programs are at work, refuse %s", kMaxJobs, argv[0].c_str());
+        LOG_LINE(2, "%zu programs are running, refuse %s", kMaxJobs, argv[0].c_str());
         return 0;
     }
     int ends[2];
@@ -179,7 +178,7 @@ JobId startJob(const std::vector<std::string>& argv, const JobOptions& options, 
         return 0;
     }
     if (options.maxFile > 0) {
-        // Set while it begins to run, long before it can have written so much.
+        // In time: it has only just started and cannot have written that much.
         const rlimit most{options.maxFile, options.maxFile};
         if (prlimit(job.pid, RLIMIT_FSIZE, &most, nullptr) != 0) {
             LOG_LINE(2, "can't limit the files of %s: %m", argv[0].c_str());
@@ -197,7 +196,6 @@ JobId startJob(const std::vector<std::string>& argv, const JobOptions& options, 
 std::optional<int> waitJob(JobId id, milliseconds most) {
     const auto until = Clock::now() + most;
     for (;;) {
-        // Looked up each time: nothing else is told of meanwhile, but a list is a list.
         const auto it = findJob(id);
         if (it == jobs.list.end()) return {};
         if (const auto status = statusOf(*it)) {
@@ -211,11 +209,11 @@ std::optional<int> waitJob(JobId id, milliseconds most) {
     }
 }
 
-bool isJobAtWork(JobId id) {
+bool isJobRunning(JobId id) {
     return findJob(id) != jobs.list.end();
 }
 
-bool isJobAtWork(const std::string& name) {
+bool isJobRunning(const std::string& name) {
     return std::any_of(jobs.list.begin(), jobs.list.end(),
                        [&name](const Job& job) { return job.options.name == name; });
 }
@@ -225,7 +223,7 @@ void killJob(JobId id) {
 }
 
 void collectJobs() {
-    // What is told of an end may start, wait for and collect others: so by identifier.
+    // By identifier, because done may start, wait for and collect other jobs.
     std::vector<JobId> ids;
     for (const Job& job : jobs.list) ids.push_back(job.id);
     for (const JobId id : ids) waitJob(id, milliseconds{0});

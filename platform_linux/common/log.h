@@ -1,10 +1,10 @@
-// The platform library's debug lines. They go to standard output among the daemon's and obey the
-// same running level.
+// The platform library's debug lines, written to standard output among the daemon's and subject to
+// the same level.
 #pragma once
 
 #include "platform/exports.h"
 
-// One line; the line end is added.
+// Logs one line, printf-like; the line end is added.
 #define LOG_LINE(level, ...)                             \
     do {                                                 \
         if (DEBUGLEVEL >= (level)) logLine(__VA_ARGS__); \

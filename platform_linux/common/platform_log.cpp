@@ -38,7 +38,7 @@ int outputlogData(const char* line) {
     if (line == nullptr) return kFailure;
     std::string text = line;
     while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) text.pop_back();
-    // Lines carry texts of other devices, which must not be able to forge a line of their own.
+    // Lines contain texts from other devices, which must not be able to forge lines.
     for (char& c : text) {
         if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '?';
     }

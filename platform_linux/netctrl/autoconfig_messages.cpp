@@ -1,7 +1,6 @@
-// AP auto-configuration and push button: the standard messages that go out, and what comes in.
-//
-// The daemon carries the messages; what they mean for the radios is up to the product's hooks. A
-// hook that wants to answer with a WSC frame prints it as hexadecimal digits.
+// AP auto-configuration and push button messages. The daemon transports them; the product's hooks
+// decide what they mean for the radios. A hook answers with a WSC frame by printing it in
+// hexadecimal.
 #include <algorithm>
 #include <memory>
 #include <vector>
@@ -17,7 +16,7 @@
 namespace {
 
 void fillOwnAlMac(uint8_t* mac) {
-    toldAlMac().value_or(MacAddr{}).copyTo(mac);
+    reportedAlMac().value_or(MacAddr{}).copyTo(mac);
 }
 
 int sendWscFrame(const MacAddr& dstMac, const std::vector<uint8_t>& frame) {
@@ -28,16 +27,16 @@ int sendWscFrame(const MacAddr& dstMac, const std::vector<uint8_t>& frame) {
     return requestService(SERV_REQ_AP_AUTOCONF_WSC, &request);
 }
 
-// Runs a hook and sends what it answers to the device that caused it.
+// Runs a hook and sends the frame that it prints to the given MAC address.
 int runAutoConfHook(const std::string& name, const std::vector<std::string>& args,
                     const uint8_t* replyTo) {
-    // It may come after this function is gone.
+    // Shared: the answer may come after this function has returned.
     const auto sent = std::make_shared<int>(kOk);
     const auto answer = [name, sent, to = MacAddr(replyTo)](int result, const std::string& output) {
         if (result != 0 || trim(output).empty()) return;
         const auto frame = parseHex(output);
         if (!frame) {
-            LOG_LINE(1, "hook %s printed something else than hexadecimal digits", name.c_str());
+            LOG_LINE(1, "the output of hook %s is not hexadecimal", name.c_str());
         }
         *sent = frame ? sendWscFrame(to, *frame) : kFailure;
     };
@@ -62,7 +61,7 @@ int notifyRoleMessage(const char* hook, const ApAutoConfInfo* msg) {
 
 }  // namespace
 
-// A Registrar that is set to answer on that band does so; whoever is not searched for keeps quiet.
+// Only a Registrar whose "send response" value for the band is set answers.
 int notifyApAutoConfSrchMsgReceived(const ApAutoConfSrch* msg) {
     if (msg == nullptr) return kFailure;
     WpsConfig config{};
@@ -131,10 +130,10 @@ int vmNetCtrl_WPS_sendRenewMsg(uint8_t band) {
     return sendRenew(band);
 }
 
-// The event names the media types whose interfaces the button may add a device to: the radios.
+// The event lists the media types of the radios, since the button adds devices to these.
 int sendPBEvent() {
     std::vector<PbMediaType> types;
-    for (const Intf& intf : told().intfs) {
+    for (const Intf& intf : reported().intfs) {
         if (!intf.isRadio()) continue;
         const auto type = static_cast<uint16_t>(intf.mediaType);
         const auto same = [type](const PbMediaType& t) { return t.mediaType == type; };

@@ -1,5 +1,5 @@
-// WPS and auto-configuration settings: plain state that the management processes set and the daemon
-// mirrors.
+// WPS and auto-configuration settings, kept in memory. Management processes set them; the daemon
+// keeps a copy.
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -18,7 +18,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// A renew that nobody ended counts as over after this time.
+// A renew ends after this time at the latest.
 constexpr std::chrono::seconds kRenewLimit{120};
 
 struct Band {
@@ -26,7 +26,7 @@ struct Band {
     WpsBandConfig config;
 };
 
-// New values of the device mode, to be confirmed in time.
+// New values of the device mode that must be confirmed in time.
 struct Trial {
     WpsConfig before;
     Clock::time_point until;
@@ -46,7 +46,7 @@ uint8_t low8(int32_t value) {
     return static_cast<uint8_t>(value);
 }
 
-// Stores a value; if it is another one, the next runNetCtrl reports it.
+// Stores a value; the next runNetCtrl reports a change.
 template <typename Value>
 void change(Value& field, const Value& value) {
     if (memcmp(&field, &value, sizeof value) == 0) return;
@@ -77,7 +77,7 @@ int getWPSConfig(WpsConfig* config) {
 
 int setWPSConfigChangetimeout(int32_t deviceType, int32_t sendSearch, int32_t sendResponse,
                               int32_t timeout) {
-    // A trial within a trial still falls back to what was in force before the first.
+    // A trial within a trial falls back to the values from before the first one.
     const WpsConfig before = wps.trial ? wps.trial->before : wps.config;
     const int result = timeout < 0 ? kFailure : setWPSConfig(deviceType, sendSearch, sendResponse);
     if (result == kOk && timeout > 0) {
@@ -92,7 +92,7 @@ int getChangetomeout_flag() {
 
 int check_ChangeDeviceMode_timeout() {
     if (!wps.trial || Clock::now() < wps.trial->until) return kOk;
-    LOG_LINE(2, "the new device mode was not confirmed in time; the former one is back");
+    LOG_LINE(2, "the new device mode was not confirmed in time; the former one is restored");
     change(wps.config, wps.trial->before);
     wps.trial.reset();
     return kOk;
@@ -142,8 +142,8 @@ int getAPautoconfig(uint8_t* setting) {
     return kOk;
 }
 
-// The Wi-Fi sync list names the devices that a renew still waits for. Nothing here configures the
-// Wi-Fi of other devices, so it is empty: no device is in it, and none can be taken off.
+// The Wi-Fi sync list holds the devices that a renew still waits for. This library does not
+// configure the Wi-Fi of other devices, so the list is always empty.
 int getWPSSyncListByMac(WpsSyncRecord*) {
     return kFailure;
 }
@@ -160,7 +160,7 @@ int setAPautoconfigFlag(const uint8_t* alMac, uint8_t band) {
     return kFailure;
 }
 
-// No renew of ours is ever repeated: what the schedule gives us here is the second.
+// This library never repeats a renew, but the daemon calls this every second.
 int reSendRenewbySynclist() {
     tickSecond();
     return kOk;
@@ -197,7 +197,7 @@ int getApproveFlag(int32_t* approve) {
     return kOk;
 }
 
-// The host name admits nobody: it is easily borrowed.
+// The host name is ignored because it is easily forged.
 int checkMACisApprove(const uint8_t* alMac, const char* /*hostname*/) {
     if (alMac == nullptr) return kFailure;
     if (wps.approveAll || !conf().has("APPROVED")) return kOk;

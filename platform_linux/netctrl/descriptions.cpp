@@ -1,5 +1,4 @@
-// Descriptions of the abstraction layer, the interfaces, the bridges, the security setting and the
-// links.
+// Descriptions of the abstraction layer, interfaces, bridges, security setting and links.
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
@@ -20,7 +19,7 @@
 
 namespace {
 
-// A copy of bytes for the caller to keep, null for none or without memory.
+// A malloc'ed copy; nullptr if there are no bytes or no memory.
 uint8_t* copyOf(const void* bytes, size_t size) {
     if (bytes == nullptr || size == 0) return nullptr;
     auto* copy = static_cast<uint8_t*>(malloc(size));
@@ -28,7 +27,7 @@ uint8_t* copyOf(const void* bytes, size_t size) {
     return copy;
 }
 
-// Builds the list that a platform function hands over; until then it owns what it holds.
+// Builds the list that a platform function hands over, and frees it if that fails.
 template <typename Entry>
 class ListBuilder {
   public:
@@ -44,7 +43,7 @@ class ListBuilder {
     ListBuilder(const ListBuilder&) = delete;
     ListBuilder& operator=(const ListBuilder&) = delete;
 
-    // A zeroed entry at the end of the list, null without memory.
+    // A zeroed entry at the end of the list, nullptr if there is no memory.
     Entry* append() {
         auto* entry = static_cast<Entry*>(calloc(1, sizeof(Entry)));
         if (entry == nullptr) return nullptr;
@@ -74,7 +73,7 @@ void freeBrdgDesc(BrdgDesc* desc) {
     free(desc);
 }
 
-// Turns a description that leads into our own memory into one of the caller's.
+// Replaces pointers into our own memory by copies for the caller.
 bool makeOwn(IntfDesc& desc) {
     desc.mediaInfo = copyOf(desc.mediaInfo, desc.mediaInfoLen);
     desc.nbrMacs = copyOf(desc.nbrMacs, size_t{desc.nbrNum} * PLATFORM_MAC_LEN);
@@ -82,7 +81,7 @@ bool makeOwn(IntfDesc& desc) {
            (desc.nbrMacs != nullptr || desc.nbrNum == 0);
 }
 
-// Load of a link since it was asked for the last time.
+// The traffic of a link when it was last asked for.
 struct Load {
     std::chrono::steady_clock::time_point when;
     uint64_t bytes;
@@ -92,11 +91,11 @@ struct {
     std::map<int, Load> byIndex;
 } loads;
 
-// Percent of the time that the link is idle: what the busier direction leaves of the capacity since
-// the last question; 100 while nothing can be said.
+// Percent of the capacity that the busier direction has left unused since the last call; 100 if
+// that is unknown.
 uint16_t availabilityOf(int index, const LinkCounters& counters, uint32_t speed) {
     std::erase_if(loads.byIndex,
-                  [](const auto& load) { return told().byIndex(load.first) == nullptr; });
+                  [](const auto& load) { return reported().byIndex(load.first) == nullptr; });
     const auto now = std::chrono::steady_clock::now();
     // Full duplex: the sum would make a half-used link look busy.
     const uint64_t bytes = std::max(counters.txBytes, counters.rxBytes);
@@ -113,8 +112,8 @@ uint16_t clamp16(uint32_t value) {
     return static_cast<uint16_t>(std::min(value, 0xffffu));
 }
 
-// A wired link whose driver names no speed counts with the nominal speed of its media type. The
-// rates of a radio belong to its stations and are not known here: 0.
+// Mb/s; the nominal speed of the media type if a wired driver reports none. 0 for radios, whose
+// rates depend on the station.
 uint32_t speedOf(const Intf& intf) {
     if (intf.isRadio()) return 0;
     if (const auto speed = linkSpeed(intf.name)) return *speed;
@@ -124,10 +123,10 @@ uint32_t speedOf(const Intf& intf) {
 }  // namespace
 
 int getAlDesc(AlDesc* desc) {
-    const std::optional<MacAddr> alMac = toldAlMac();
+    const std::optional<MacAddr> alMac = reportedAlMac();
     if (desc == nullptr || !alMac) {
         LOG_LINE(1,
-                 "no interface takes part, so there is no AL MAC address; see AL_MAC, EXCLUDE "
+                 "no participating interface, hence no AL MAC address; see AL_MAC, EXCLUDE "
                  "and INCLUDE in platform.conf");
         return kFailure;
     }
@@ -137,23 +136,23 @@ int getAlDesc(AlDesc* desc) {
 }
 
 int getIntfDesc(IntfDescList* list) {
-    if (list == nullptr || !tellAnew()) return kFailure;
+    if (list == nullptr || !resetReported()) return kFailure;
     *list = {};
     ListBuilder<IntfDesc> built(freeIntfDesc);
-    for (const Intf& intf : told().intfs) {
+    for (const Intf& intf : reported().intfs) {
         IntfDesc* desc = built.append();
         if (desc == nullptr) return kFailure;
         *desc = describe(intf);
         if (!makeOwn(*desc)) return kFailure;
     }
-    list->intfNum = static_cast<uint8_t>(told().intfs.size());
+    list->intfNum = static_cast<uint8_t>(reported().intfs.size());
     list->head = built.release();
     return kOk;
 }
 
 int getIntfmatchNum(uint8_t* num) {
     if (num == nullptr) return kFailure;
-    *num = static_cast<uint8_t>(told().intfs.size());
+    *num = static_cast<uint8_t>(reported().intfs.size());
     return kOk;
 }
 
@@ -162,9 +161,9 @@ int getBrdgCapability(BrdgDescList* list) {
     *list = {};
     ListBuilder<BrdgDesc> built(freeBrdgDesc);
     uint8_t tuples = 0;
-    for (const Bridge& bridge : told().bridges) {
+    for (const Bridge& bridge : reported().bridges) {
         std::vector<MacAddr> macs;
-        for (const Intf& intf : told().intfs) {
+        for (const Intf& intf : reported().intfs) {
             if (intf.bridge == bridge.index) macs.push_back(intf.mac);
         }
         if (macs.empty()) continue;
@@ -194,7 +193,7 @@ int getSecurityConfig(SecurityDesc* desc) {
 int getLinkMetricList(const uint8_t* intfMac, uint32_t mediaType, LinkDescList* list) {
     if (intfMac == nullptr || list == nullptr) return kFailure;
     *list = {};
-    const auto& intfs = told().intfs;
+    const auto& intfs = reported().intfs;
     const auto intf = std::find_if(intfs.begin(), intfs.end(), [&](const Intf& i) {
         return i.mac == MacAddr(intfMac) && i.mediaType == mediaType;
     });
@@ -210,8 +209,7 @@ int getLinkMetricList(const uint8_t* intfMac, uint32_t mediaType, LinkDescList* 
         LinkDesc* desc = built.append();
         if (desc == nullptr) return kFailure;
         neighbor.copyTo(desc->nbrIntfMac);
-        // The kernel counts per interface, not per neighbor: with several neighbors on it each
-        // link shows the figures of all.
+        // The kernel counts per interface, not per neighbor, so each link shows the total.
         desc->txErrors = static_cast<uint32_t>(counters->txErrors);
         desc->txPackets = static_cast<uint32_t>(counters->txPackets);
         desc->rxErrors = static_cast<uint32_t>(counters->rxErrors);
@@ -227,5 +225,5 @@ int getLinkMetricList(const uint8_t* intfMac, uint32_t mediaType, LinkDescList* 
 }
 
 int getDeviceSendMsgEnable(const char* intfName) {
-    return intfName != nullptr && told().byName(intfName) != nullptr ? kOk : kFailure;
+    return intfName != nullptr && reported().byName(intfName) != nullptr ? kOk : kFailure;
 }

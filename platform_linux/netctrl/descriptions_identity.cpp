@@ -1,4 +1,4 @@
-// Identity of the device: what platform.conf says, else what the system knows.
+// Identity of the device, from platform.conf or else from the system.
 #include <unistd.h>
 
 #include <array>
@@ -31,7 +31,7 @@ std::string fromOsRelease(std::initializer_list<std::string_view> keys) {
     return {};
 }
 
-// Fails, with an empty text, if there is nothing to answer.
+// An unknown text is empty, and a failure.
 int answerKnown(char* text, size_t size, std::string_view value) {
     const int result = answerText(text, size, value);
     return value.empty() ? kFailure : result;
@@ -65,7 +65,7 @@ int getDeviceMode(char text[32]) {
 int getDeviceLANMac(uint8_t mac[PLATFORM_MAC_LEN]) {
     if (mac == nullptr) return kFailure;
     std::optional<MacAddr> found = parseMac(conf().value("LAN_MAC"));
-    // The daemon asks before it starts the library, so there is no picture to look at yet.
+    // The daemon asks before it starts the library, so there is no picture yet.
     if (!found) {
         const std::optional<Picture> picture = takePicture({});
         if (picture) found = lanMacOf(*picture);

@@ -1,4 +1,4 @@
-// Actions that only the product can carry out: each is a hook. docs/platform.md has their names,
+// Actions that only the product can carry out. Each is a hook; docs/platform.md lists their
 // arguments and results.
 #include <algorithm>
 #include <chrono>
@@ -14,7 +14,7 @@
 
 namespace {
 
-// Settings that a radio or a network takes its time to follow; files that come over the network.
+// For settings that radios and networks apply slowly, and for files from the network.
 constexpr std::chrono::seconds kSlowLimit{30};
 constexpr std::chrono::seconds kTransferLimit{300};
 
@@ -98,7 +98,7 @@ int SecurityCtrl_parseM2(const uint8_t* alMac, uint16_t len, const uint8_t* data
     return runHook("security-m2", {macText(alMac), hexText({data, len})});
 }
 
-// The exchanges are the hooks'; nothing of them is kept here.
+// The hooks keep the exchanges.
 int SecurityCtrl_cleanDataToList() {
     return kOk;
 }
@@ -113,7 +113,7 @@ int getResponseLogFile(const uint8_t* alMac, LogFileRef* file) {
     return result == 0 && file->fileName[0] == '\0' ? kFailure : result;
 }
 
-// Both come from the network.
+// Both texts come from the network.
 int DownloadLogFile(const char* fileName, const char* ftpUrl) {
     if (!isPlainName(orEmpty(fileName)) || orEmpty(ftpUrl)[0] == '-') return kFailure;
     return runHook("log-file-fetch", {orEmpty(fileName), orEmpty(ftpUrl)}, {}, kTransferLimit);

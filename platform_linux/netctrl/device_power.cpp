@@ -1,4 +1,4 @@
-// Power state of interfaces: the kernel's up and down.
+// Power state of interfaces: up and down in the kernel.
 #include "api.h"
 #include "base/result.h"
 #include "common/log.h"
@@ -7,12 +7,12 @@
 
 namespace {
 
-// Applies the state to every interface that the condition picks.
+// Applies the state to every interface for which picks() is true.
 template <typename Picks>
 int setPwrState(uint32_t state, Picks picks) {
     if (state != PLATFORM_PWR_ON && state != PLATFORM_PWR_OFF) return kPwrUnsupported;
     int result = kNoLocalIntf;
-    for (const Intf& intf : told().intfs) {
+    for (const Intf& intf : reported().intfs) {
         if (!picks(intf)) continue;
         const bool done = setLinkUp(intf.index, state == PLATFORM_PWR_ON);
         LOG_LINE(done ? 3 : 1, "set %s %s: %s", intf.name.c_str(),

@@ -1,4 +1,4 @@
-// The speed test: a hook measures, the daemon carries orders and figures.
+// The speed test. A hook measures; the daemon transports orders and results.
 #include <algorithm>
 #include <ctime>
 #include <limits>
@@ -39,7 +39,7 @@ int outputSpeedTestData(const uint8_t* alMac, const char* data) {
     if (hasHook("speed-test-result")) {
         return runHook("speed-test-result", {macText(alMac), orEmpty(data)});
     }
-    // Whoever has no hook for the figures finds them in the log.
+    // Without a hook the results go to the platform log.
     return outputlogData(("[SpeedTest] " + macText(alMac) + ": " + orEmpty(data)).c_str());
 }
 

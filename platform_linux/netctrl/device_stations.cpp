@@ -1,4 +1,4 @@
-// The Wi-Fi stations of this device: of a hook where there is one, else of the kernel's radios.
+// The Wi-Fi stations of this device, from the hook if there is one, else from the kernel.
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -19,12 +19,12 @@ namespace {
 constexpr char kHook[] = "stations";
 constexpr size_t kMaxOutput = size_t{64} * 1024;
 constexpr size_t kMaxStations = 1024;
-// Complaints about single lines: the hook is asked every 2 seconds.
+// Complaints per answer: the hook is asked every 2 seconds.
 constexpr int kMaxComplaints = 8;
-// For all radios together. One that the kernel keeps busy must not hold up the daemon.
+// For all radios together: a busy driver must not hold up the daemon.
 constexpr std::chrono::milliseconds kRadioLimit{50};
 
-// Kept from one question to the next.
+// Kept open between calls.
 std::optional<Nl80211> radios;
 
 // MAC address, media type, rate, RSSI, signal level, Tx, Rx, connection type.
@@ -68,7 +68,7 @@ std::optional<WifiStation> stationIn(std::string_view line) {
     return station;
 }
 
-// What is no such line is left out.
+// Skips lines of any other form.
 std::vector<WifiStation> parseStations(std::string_view lines) {
     std::vector<WifiStation> stations;
     int complaints = 0;
@@ -77,7 +77,7 @@ std::vector<WifiStation> parseStations(std::string_view lines) {
         if (const auto station = stationIn(line)) {
             stations.push_back(*station);
         } else if (!line.empty() && complaints++ < kMaxComplaints) {
-            LOG_LINE(3, "hook %s: a line is not 8 fields with commas between", kHook);
+            LOG_LINE(3, "hook %s: a line does not have 8 valid fields separated by commas", kHook);
         }
     }
     return stations;
@@ -90,12 +90,12 @@ int askForStations(std::vector<WifiStation>& stations) {
     return result;
 }
 
-// The stations of radios that others join: access points and mesh points.
+// The stations of all access points and mesh points.
 std::vector<WifiStation> stationsOfRadios() {
     std::vector<WifiStation> stations;
     using Clock = std::chrono::steady_clock;
     const auto until = Clock::now() + kRadioLimit;
-    for (const Intf& intf : told().intfs) {
+    for (const Intf& intf : reported().intfs) {
         if (!intf.hasStations) continue;
         if (Clock::now() >= until) break;
         if (!radios || !radios->isThere()) radios.emplace(kRadioLimit);

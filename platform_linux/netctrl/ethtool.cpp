@@ -13,7 +13,7 @@ namespace {
 
 enum : uint32_t { kFastEthernet = 0x0000, kGigabitEthernet = 0x0001 };
 
-// The older of the two queries: every kernel answers it, also those of old products.
+// The older of the two queries, because all kernels support it.
 std::optional<ethtool_cmd> queryLink(const std::string& ifname) {
     const Fd fd(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     if (!fd) return std::nullopt;
@@ -28,7 +28,7 @@ std::optional<ethtool_cmd> queryLink(const std::string& ifname) {
 
 std::optional<uint32_t> speedOf(const ethtool_cmd& settings) {
     const uint32_t speed = ethtool_cmd_speed(&settings);
-    // A driver without a link says -1, in 16 or in 32 bits.
+    // Without a link, drivers report -1 in 16 or in 32 bits.
     if (speed == 0 || speed == 0xFFFF || speed == static_cast<uint32_t>(SPEED_UNKNOWN)) {
         return std::nullopt;
     }
@@ -52,7 +52,7 @@ uint32_t ethernetMediaType(const std::string& ifname) {
     if (!settings) return kGigabitEthernet;
     const uint32_t speeds = settings->supported & ~kNoSpeed;
     if (speeds != 0) return (speeds & ~kUpTo100) != 0 ? kGigabitEthernet : kFastEthernet;
-    // A virtual interface lists no speeds, at most a present one.
+    // A virtual interface lists no supported speeds, but it may report its present speed.
     const auto speed = speedOf(*settings);
     return speed && *speed <= 100 ? kFastEthernet : kGigabitEthernet;
 }

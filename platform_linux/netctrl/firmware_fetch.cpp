@@ -32,10 +32,10 @@ using std::chrono::seconds;
 
 constexpr uint8_t kNoOption = 0;
 constexpr uint8_t kFetchOption = 6;
-// The server may only just be starting. A failure is noticed a second later, which is a pause.
+// The server may still be starting. Failures are noticed only a second later, so there is a pause.
 constexpr int kMostAttempts = 5;
-// A Registrar that has heard for 240 seconds of nothing but Upgrade repeats its order, which
-// changes nothing.
+// A Registrar that sees no other state than Upgrade for 240 seconds repeats its order, without
+// effect.
 constexpr seconds kManifestLimit{10};
 constexpr seconds kImageLimit{180};
 constexpr uint64_t kMostImage = uint64_t{512} * 1024 * 1024;
@@ -43,9 +43,9 @@ constexpr uint64_t kMostImage = uint64_t{512} * 1024 * 1024;
 constexpr const char* kFolderName = "vm1905_firmware.";
 
 struct {
-    std::string url;     // of the image; empty while nothing is at work
-    std::string folder;  // of its own, removed at the end
-    int attempts = 0;    // at the manifest
+    std::string url;     // of the image; empty while nothing is fetched
+    std::string folder;  // for this download only, removed at the end
+    int attempts = 0;    // to fetch the manifest
 } fetch;
 
 std::string imagePath() {
@@ -68,21 +68,21 @@ void fail(const char* why) {
     setFirmwareState(PLATFORM_FW_FAILED);
 }
 
-// A quarter of the room is left for the rest of the device.
+// Leaves a quarter of the free space to the rest of the device.
 uint64_t mostBytes(const std::string& folder) {
     struct statvfs info {};
     if (statvfs(folder.c_str(), &info) != 0) return 0;
     return std::min<uint64_t>(kMostImage, info.f_bavail * info.f_frsize / 4 * 3);
 }
 
-// The command that fetches a URL into a file: without a file of settings, without redirections.
-// Empty when no such program is installed.
+// The command that fetches a URL into a file, ignoring settings files and refusing redirections.
+// Empty if there is no such program.
 std::vector<std::string> downloader(const std::string& url, const std::string& file,
                                     seconds limit) {
     if (const std::string curl = findProgram("curl"); !curl.empty()) {
         return {curl, "-q", "--silent", "--show-error", "--fail", "--globoff", "--proto",
                 "=http,https,ftp", "--max-redirs", "0", "--connect-timeout", "10",
-                // Should the daemon not be there any more to end it.
+                // In case the daemon is gone and cannot end it.
                 "--max-time", std::to_string(limit.count()), "--output", file, "--", url};
     }
     if (const std::string wget = findProgram("wget"); !wget.empty()) {
@@ -99,7 +99,7 @@ std::vector<std::string> downloader(const std::string& url, const std::string& f
                     "--",
                     url};
         }
-        // Of a smaller system, where the name leads to a program of many names.
+        // On small systems wget is a link to a program such as busybox.
         return {wget, "-q", "-O", file, "--", url};
     }
     const std::string busybox = findProgram("busybox");
@@ -144,12 +144,12 @@ void manifestFetched(int status) {
     }
     if (!download(fetch.url, imagePath(), mostBytes(fetch.folder), kImageLimit,
                   [](int ended, const std::string&) { imageFetched(ended); })) {
-        fail("no room, or no program to fetch it");
+        fail("no space, or no program to fetch it");
     }
 }
 
-// The host in what follows the scheme of a URL, without brackets; empty when it is written in a way
-// that the program that fetches may read as another one.
+// The host in the part of a URL after the scheme, without brackets. Empty if the downloader might
+// read it differently.
 std::string hostIn(std::string_view rest) {
     rest = rest.substr(0, rest.find_first_of("/?#"));
     if (const size_t at = rest.rfind('@'); at != rest.npos) rest.remove_prefix(at + 1);
@@ -162,8 +162,8 @@ std::string hostIn(std::string_view rest) {
     return plain ? std::string(host) : "";
 }
 
-// An order must not lead to what only this device itself can reach: "localhost", and addresses of
-// the loopback in whatever way they are written.
+// An order must not lead to services that are private to this device: "localhost" and loopback
+// addresses in any notation.
 bool isOwnHost(std::string host) {
     if (host.ends_with('.')) host.pop_back();
     in_addr v4{};
@@ -178,7 +178,7 @@ bool isOwnHost(std::string host) {
     return strcasecmp(host.c_str(), "localhost") == 0;
 }
 
-// The program that fetches takes the rest apart.
+// Only the scheme, the host and the characters are checked here; the downloader parses the rest.
 bool isFetchable(std::string_view url) {
     constexpr std::array<std::string_view, 3> kSchemes = {"http://", "https://", "ftp://"};
     const bool isPlain = std::all_of(url.begin(), url.end(),
@@ -194,12 +194,12 @@ bool isFetchable(std::string_view url) {
 int startFetch(std::string url, const std::string& fileName) {
     if (url.ends_with('/') && isPlainName(fileName)) url += fileName;
     if (!isFetchable(url)) {
-        LOG_LINE(1, "firmware: no http, https or ftp URL of another device to fetch it from");
+        LOG_LINE(1, "firmware: the order has no http, https or ftp URL of another device");
         return kFailure;
     }
     if (!fetch.url.empty()) return url == fetch.url ? kOk : kFailure;
     if (!hasHook("firmware-install") || !isInstallFree()) {
-        LOG_LINE(1, "firmware: there is no hook firmware-install, or it is at work");
+        LOG_LINE(1, "firmware: there is no hook firmware-install, or it is running");
         return kFailure;
     }
     std::string folder = downloadFolder() + "/" + kFolderName + "XXXXXX";
@@ -228,7 +228,7 @@ void sweepFetches() {
          !error && entry != end; entry.increment(error)) {
         const std::string path = entry->path();
         struct stat info {};
-        // The folder may be everybody's.
+        // Others may write to the folder, too.
         if (entry->path().filename().string().starts_with(kFolderName) &&
             lstat(path.c_str(), &info) == 0 && info.st_uid == geteuid()) {
             left.push_back(path);
@@ -257,6 +257,6 @@ int FWCtrl(const FwCtrl* ctrl) {
         return kOk;
     }
     if (ctrl->fwOption == kFetchOption) return startFetch(url, fileName);
-    LOG_LINE(2, "firmware: no hook firmware for the option %d", ctrl->fwOption);
+    LOG_LINE(2, "firmware: option %d needs the hook firmware", ctrl->fwOption);
     return kFailure;
 }

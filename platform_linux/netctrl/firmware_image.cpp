@@ -15,7 +15,7 @@
 
 namespace {
 
-// A version is shown, logged, compared as it is and an argument of a hook.
+// A version is shown, logged and passed to a hook.
 bool isVersion(std::string_view text) {
     return !text.empty() && text.size() < PLATFORM_FW_TEXT_LEN && text[0] != '-' &&
            std::all_of(text.begin(), text.end(), isNameChar);

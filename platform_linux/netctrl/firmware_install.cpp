@@ -21,27 +21,27 @@ using Clock = std::chrono::steady_clock;
 
 constexpr const char* kInstallHook = "firmware-install";
 constexpr std::chrono::minutes kInstallLimit{10};
-// A Registrar that was restarted meanwhile knows of no reboot; idle again, it orders anew. Until
-// then one that had to wait for others comes back to it.
+// Longer than a Registrar may take for devices that had to wait for others. If it was restarted it
+// has forgotten the reboot, but orders this device again once it is Idle.
 constexpr auto kRebootLimit = 2 * UpgradeRounds::kRetry;
 
 struct {
     Installation order;
     std::optional<Stamp> stamp;
-    std::optional<Digest> digest;                // while it is verified
-    Fd lock{};                                   // while it is at work
-    std::optional<Clock::time_point> installed;  // when, while the reboot is awaited
+    std::optional<Digest> digest;                // during verification
+    Fd lock{};                                   // held until the end
+    std::optional<Clock::time_point> installed;  // when; while waiting for the reboot
 } install;
 
 std::string lockFile() {
     return downloadFolder() + "/vm1905_firmware.lock";
 }
 
-// Also held by the hook as its standard input, which is empty: so it is known to be at work when
-// the daemon that started it is not any more. Without a descriptor when another one holds it.
+// The hook holds the lock, too, as its empty standard input, so that it is known to be running even
+// after the daemon that started it has gone. An empty Fd if another process holds the lock.
 Fd takeLock() {
     struct stat status {};
-    // Who else may write into the folder must not be able to forbid upgrades.
+    // Others who may write to the folder must not be able to block upgrades.
     if (lstat(lockFile().c_str(), &status) == 0 && status.st_uid != geteuid()) {
         remove(lockFile().c_str());
     }
@@ -60,7 +60,7 @@ void finish(bool installed) {
 
 void startInstallHook() {
     const Installation& order = install.order;
-    LOG_LINE(3, "firmware: version %s is verified, install it", order.manifest.version.c_str());
+    LOG_LINE(3, "firmware: version %s is verified, installing it", order.manifest.version.c_str());
     if (order.begin && !order.begin()) return finish(false);
     const JobId job =
         startHook(kInstallHook, {order.path, order.manifest.version},
@@ -72,7 +72,7 @@ void startInstallHook() {
 void verified(const std::string& digest) {
     const Installation& order = install.order;
     install.digest.reset();
-    // The hook opens the path anew, which must still lead to what was read.
+    // The hook will open the path again, so it must still be the file that was read.
     if (digest == order.manifest.sha256 && install.stamp == stampOf(order.path)) {
         return startInstallHook();
     }

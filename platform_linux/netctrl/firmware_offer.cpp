@@ -35,7 +35,7 @@ struct Offer {
 
 struct {
     std::vector<Offer> list;
-    std::optional<Digest> digest;  // of the first that waits
+    std::optional<Digest> digest;  // of the first offer that waits
     UpgradeRounds rounds;
     bool taken = false;  // an image has been verified since checkLocalFW was called
 } offers;
@@ -44,7 +44,7 @@ std::string pathOf(const std::string& name) {
     return firmwareFolder() + "/" + name;
 }
 
-// The images in the folder that have a manifest, by name.
+// The images in the folder that have a manifest, sorted by name.
 std::vector<std::string> announcedFiles() {
     std::vector<std::string> files;
     std::error_code error;
@@ -71,7 +71,7 @@ Offer readOffer(const std::string& file, const Stamp& manifestStamp, const Stamp
     return offer;
 }
 
-// Takes up what has changed in the folder; what has not keeps its verification.
+// Takes up changes in the folder. Unchanged images stay verified.
 void lookForOffers() {
     std::vector<Offer> found;
     bool changed = false;
@@ -102,8 +102,8 @@ Offer* firstWaiting() {
     return it != offers.list.end() ? &*it : nullptr;
 }
 
-// What is announced for a device: rather an image that names its hosts than one that does not, then
-// the newest manifest. nullptr when there is nothing, or it is not verified.
+// The verified image for a device, nullptr if there is none. Images for certain hosts take
+// precedence, then the newest manifest.
 const Offer* offerFor(const std::string& hostname) {
     const Offer* best = nullptr;
     const auto rank = [](const Offer& offer) {
@@ -202,7 +202,7 @@ int getDownloanURL(const char* ownHostname, const char* hostname, char url[PLATF
     return result == 0 && url[0] == '\0' ? kFailure : result;
 }
 
-// Meant: the folder itself is looked into by directUpgrade, more often than this asks.
+// Meant: does not look into the folder, since directOffers does so more often.
 int checkLocalFW() {
     return std::exchange(offers.taken, false) ? kOk : kFailure;
 }

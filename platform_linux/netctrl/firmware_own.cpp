@@ -20,10 +20,10 @@ enum class Stage { kNothing, kInstalling, kInstalled, kShown };
 
 struct {
     Stage stage = Stage::kNothing;
-    std::string tried;  // digest of what could not be installed here
+    std::string tried;  // digest of the image that could not be installed
 } own;
 
-// Of the image whose installation here was begun last: it is not tried twice.
+// Holds the digest of the last image that this device began to install, which is not tried twice.
 std::string noteFile() {
     return firmwareFolder() + "/.installed";
 }
@@ -33,16 +33,16 @@ std::string noted() {
 }
 
 void giveUp(const std::string& digest, const char* why) {
-    LOG_LINE(1, "firmware: this device stays with its own: %s", why);
+    LOG_LINE(1, "firmware: this device keeps its version: %s", why);
     own.tried = digest;
 }
 
-// Before the hook runs, which may not come back: without the note a device that tells another
-// version afterwards would install it again and again.
+// Written before the hook runs, because it may not return. Without the note, a device that reports
+// another version afterwards would install the image again and again.
 bool note(const std::string& digest) {
     std::ofstream file(noteFile());
     if (file << digest << std::endl) return true;
-    LOG_LINE(1, "firmware: what is installed can't be noted in FIRMWARE_FOLDER");
+    LOG_LINE(1, "firmware: can't write .installed in FIRMWARE_FOLDER");
     return false;
 }
 
@@ -74,7 +74,7 @@ void installOwn(const std::string& path, const Manifest& manifest) {
 
 bool workOnOwn() {
     const Stage stage = own.stage;
-    // One pass lies between, so that the mesh sees why the device goes.
+    // Waits one pass, so that the mesh sees the state Reboot.
     if (stage == Stage::kInstalled) {
         own.stage = Stage::kShown;
     } else if (stage == Stage::kShown) {

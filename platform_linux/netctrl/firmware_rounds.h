@@ -1,5 +1,5 @@
-// When a Registrar orders what. A round sends every device that runs another firmware than the
-// announced one its order, waits until all have fetched it, and reboots them.
+// The rounds of a Registrar. A round orders every device with another version than the announced
+// one to fetch it, waits until all have installed it, and reboots them.
 #pragma once
 
 #include <chrono>
@@ -8,17 +8,17 @@ class UpgradeRounds {
   public:
     using Time = std::chrono::steady_clock::time_point;
 
-    // Until what did not follow, or has joined, is ordered again.
+    // Pause before devices that did not follow, or have joined, are ordered again.
     static constexpr std::chrono::minutes kRetry{60};
 
-    // Begins anew: what is announced has changed.
+    // Starts over, after a change of the announcement.
     void restart() { *this = {}; }
 
-    // To be called every few seconds. True when this device itself is the next, as a round has
-    // ended well or the last one has ended; after each round it rests.
+    // Call every few seconds. True once it is this device's turn: after a round in which all
+    // devices followed, or after the last round.
     bool advance(Time now);
 
-    // Whether devices have been ordered in the round that is under way.
+    // Whether devices have been ordered in the present round.
     bool isServing() const { return ordered_ && phase_ != Phase::kResting; }
 
   private:
@@ -28,10 +28,10 @@ class UpgradeRounds {
     void enter(Phase phase, Time now);
 
     Phase phase_ = Phase::kStarting;
-    Time since_{};      // begin of the phase
-    Time lastCall_{};   // of the first phase of the daemon
-    Time lastOrder_{};  // or begin of the round
+    Time since_{};      // start of the phase
+    Time lastCall_{};   // of checkEXdeviceFWVersion
+    Time lastOrder_{};  // or start of the round
     bool ordered_ = false;
-    bool isRetry_ = false;  // the round before did not end well
-    int rounds_ = 0;        // in which there was anything to order
+    bool isRetry_ = false;  // the last round failed
+    int rounds_ = 0;        // with orders
 };

@@ -18,16 +18,16 @@ namespace {
 
 constexpr const char* kHook = "ftp-server";
 constexpr const char* kPort = "8905";
-// A server that a crash of the daemon has left behind ends by itself.
+// After a crash of the daemon the server ends by itself.
 constexpr std::chrono::hours kServerLife{1};
 constexpr std::chrono::milliseconds kEndWait{500};
 
 struct {
     bool wanted = false;
-    bool killed = false;      // the one that is at work
+    bool killed = false;      // the server that is running
     JobId job = 0;            // the server, or the hook that starts or stops it
     std::string address;      // where the server listens
-    bool complained = false;  // of what is missing
+    bool complained = false;  // has logged what is missing
 } server;
 
 std::string ownAddress() {
@@ -35,11 +35,11 @@ std::string ownAddress() {
     return getDeviceIP(address) == kOk ? address : "";
 }
 
-// What is missing for a server of ours; nullptr when nothing is.
+// What prevents our own server from running; nullptr if nothing does.
 const char* obstacle() {
     if (findProgram("busybox").empty()) return "there is no busybox";
     if (ownAddress().empty()) return "there is no IPv4 address";
-    // It would run what lies there, at the wish of whoever asks.
+    // The server would run the programs in it on request.
     if (access((firmwareFolder() + "/cgi-bin").c_str(), F_OK) == 0) {
         return "there is a cgi-bin in FIRMWARE_FOLDER";
     }
@@ -64,7 +64,7 @@ void serverEnded(int status) {
 
 int startServer() {
     const std::string address = ownAddress();
-    if (isJobAtWork(server.job)) {  // if it was killed, its end starts another
+    if (isJobRunning(server.job)) {  // a killed server is started again at its end
         if (!server.killed && server.address != address) killServer();
         return kOk;
     }
@@ -73,7 +73,7 @@ int startServer() {
     const std::string busybox = findProgram("busybox");
     server.killed = false;
     server.address = address;
-    // An empty file of settings, since without one the product's would apply.
+    // Empty settings, because without any it would read those of the product.
     server.job = startJob({busybox, "timeout", std::to_string(life.count()), busybox, "httpd", "-f",
                            "-c", "/dev/null", "-p", address + ":" + kPort, "-h", firmwareFolder()},
                           {.limit = life, .name = "firmware server"},
@@ -81,9 +81,9 @@ int startServer() {
     return server.job != 0 ? kOk : kFailure;
 }
 
-// A call while it is at work counts: its end looks at what is wanted by then.
+// If the hook is still running, its end triggers a new run when another state is wanted by then.
 int runServerHook() {
-    if (isJobAtWork(server.job)) return kOk;
+    if (isJobRunning(server.job)) return kOk;
     const bool start = server.wanted;
     server.job = startHook(kHook, {start ? "1" : "0"}, {.limit = kHookLimit, .outlives = true},
                            [start](int, const std::string&) {
@@ -122,7 +122,7 @@ void endServer() {
 int set_vsftpd_StartStop(int32_t start) {
     server.wanted = start == 1;
     if (hasHook(kHook)) return runServerHook();
-    if (!conf().value("FIRMWARE_URL").empty()) return kOk;  // somebody else serves
+    if (!conf().value("FIRMWARE_URL").empty()) return kOk;  // another machine serves
     if (server.wanted) return startServer();
     killServer();
     return kOk;

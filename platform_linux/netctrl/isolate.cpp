@@ -8,7 +8,7 @@
 
 namespace {
 
-// Adding the table first makes the removal of an absent one no error.
+// Adding the table first avoids an error if it does not exist.
 constexpr char kRemove[] = "add table bridge vm1905; delete table bridge vm1905";
 constexpr char kIsolate[] =
     "add table bridge vm1905; delete table bridge vm1905; "
@@ -29,7 +29,7 @@ bool runNft(const std::string& nft, const char* commands, bool quiet) {
 void applyForwarding() {
     const std::string nft = findProgram("nft");
     if (conf().value("FORWARD_1905") != "no") {
-        // A kernel without nftables refuses, and has nothing left over either.
+        // Fails on a kernel without nftables, which has nothing to remove either.
         runNft(nft, kRemove, true);
         return;
     }
@@ -37,12 +37,12 @@ void applyForwarding() {
     if (isolation.installed) return;
     if (nft.empty()) {
         LOG_LINE(1,
-                 "FORWARD_1905 = no needs the program nft, which is not installed: install the "
-                 "package nftables. Bridges go on forwarding IEEE 1905.1 frames");
+                 "FORWARD_1905 = no needs the program nft: install the package nftables. "
+                 "Bridges continue to forward IEEE 1905.1 frames");
     } else {
         LOG_LINE(1,
-                 "nft refused the rule of FORWARD_1905 = no; the kernel needs nf_tables for "
-                 "bridges. Bridges go on forwarding IEEE 1905.1 frames");
+                 "nft refused the rule for FORWARD_1905 = no; the kernel needs nf_tables for "
+                 "bridges. Bridges continue to forward IEEE 1905.1 frames");
     }
 }
 

@@ -65,7 +65,7 @@ int destroyNetCtrl() {
 }
 
 int setNetCtrlDebugLevel(uint8_t level) {
-    // The level itself is the daemon's DEBUGLEVEL, read before each line.
+    // The level is in the daemon's DEBUGLEVEL, which is read before each line.
     LOG_LINE(4, "debug level %d", level);
     return kOk;
 }

@@ -16,7 +16,7 @@ namespace {
 
 using LinkMessage = NlMessage<ifinfomsg, IFLA_MAX>;
 
-// Kinds of virtual interfaces that carry a cable's, a switch port's or a radio's frames.
+// Kinds of interfaces that carry the frames of a cable, a switch port or a radio.
 constexpr std::array<std::string_view, 5> kKinds = {"", "veth", "vlan", "dsa", "bond"};
 
 Link linkOf(const LinkMessage& message) {
@@ -100,7 +100,7 @@ uint32_t operStatusOf(const Link& link) {
             return PLATFORM_OPER_LOWER_LAYER_DOWN;
         case IF_OPER_TESTING:
             return PLATFORM_OPER_ERROR;
-        // Drivers that do not keep the state leave it unknown; the carrier tells then.
+        // Not every driver keeps the state; then the carrier decides.
         case IF_OPER_UNKNOWN:
             return (link.flags & IFF_LOWER_UP) != 0 ? PLATFORM_OPER_UP : PLATFORM_OPER_DOWN;
         default:

@@ -24,18 +24,20 @@ struct Link {
 // All interfaces in the order of their index; none if the kernel does not answer in full.
 std::optional<std::vector<Link>> readLinks();
 
-// Every Ethernet or Wi-Fi interface takes part but loopbacks, bridges, tunnels and the like, the
-// members of a bond (the bond does), a switch's conduit (its ports do), and what platform.conf
-// EXCLUDEs. INCLUDE admits interfaces of a kind that is left out otherwise.
+// Whether the interface takes part in IEEE 1905.1 traffic. Ethernet and Wi-Fi interfaces do, except
+// loopbacks, bridges, tunnels and the like, members of a bond (the bond does instead), the conduit
+// of a switch (its ports do instead) and those in EXCLUDE of platform.conf. INCLUDE admits
+// interfaces of other kinds.
 bool takesPart(const Link& link, const std::vector<Link>& all);
 
+// nullptr if there is no such interface.
 const Link* linkByIndex(const std::vector<Link>& links, int index);
 
 // PLATFORM_PWR_... and PLATFORM_OPER_... of an interface.
 uint32_t pwrStateOf(const Link& link);
 uint32_t operStatusOf(const Link& link);
 
-// Packet counters of one interface.
+// Packet counters of one interface; none if the kernel does not know it.
 struct LinkCounters {
     uint64_t txErrors, txPackets, txBytes, rxErrors, rxPackets, rxBytes;
 };

@@ -15,7 +15,7 @@ int handOver(nl_msg* message, void* arg) {
     return NL_OK;
 }
 
-// More notifications than this wait for the next call, so that a storm cannot hold up the caller.
+// The rest waits for the next call, so that a storm of notifications cannot hold up the caller.
 constexpr int kMaxReadsPerDrain = 1000;
 
 }  // namespace
@@ -55,7 +55,7 @@ int NetlinkSocket::receive(const OnMessage& take) {
 
 bool NetlinkSocket::request(int type, int flags, std::span<const uint8_t> payload,
                             const OnMessage& take) {
-    // An acknowledgement after the answer would be taken for the answer to the next request.
+    // An acknowledgement after the answer would be mistaken for the next answer.
     nl_socket_disable_auto_ack(sock_.get());
     const int sent = nl_send_simple(sock_.get(), type, flags, const_cast<uint8_t*>(payload.data()),
                                     payload.size());

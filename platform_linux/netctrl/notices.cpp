@@ -6,7 +6,7 @@
 
 namespace {
 
-// The newest of each kind is all that matters.
+// Only the newest of each kind matters.
 struct {
     bool wps = false;
     std::optional<uint32_t> newFirmware;
@@ -14,7 +14,7 @@ struct {
     std::optional<std::string> led;
 } notices;
 
-// The record of NET_STATUS_LED: readers take 32 bytes.
+// The record of NET_STATUS_LED, of which the daemon reads 32 bytes.
 std::array<char, 33> ledRecord(const std::string& text) {
     std::array<char, 33> record{};
     text.copy(record.data(), record.size() - 1);

@@ -17,9 +17,9 @@ namespace {
 
 using NeighborMessage = NlMessage<ndmsg, NDA_MAX>;
 
-// Counts travel as 8 bits.
+// The records of the platform functions count in 8 bits.
 constexpr size_t kMaxIntfs = 255;
-// Far above any home; a forwarding table that somebody floods must not grow ours.
+// Far above any home. Protects against a flooded forwarding table.
 constexpr size_t kMaxNeighbors = 4096;
 
 void describeMedia(const Picture& previous, Nl80211& wifi, Intf& intf) {
@@ -41,14 +41,14 @@ void describeMedia(const Picture& previous, Nl80211& wifi, Intf& intf) {
     if (!intf.isRadio()) intf.mediaInfo.clear();
 }
 
-// A host behind the interface, by a forwarding or neighbor table entry: none for entries that
-// stand for the device itself or for groups.
+// The host that a forwarding or neighbor table entry describes; none for entries about this device
+// or groups.
 std::optional<MacAddr> hostOf(const NeighborMessage& entry, const Picture& picture) {
-    // Absent while nobody has answered.
+    // Absent until the host has answered.
     const std::optional<MacAddr> mac = entry.mac(NDA_LLADDR);
     if (!mac || mac->isZero() || (mac->b[0] & 1) != 0) return std::nullopt;
-    // The permanent entries of a forwarding table are the bridge's and the driver's own addresses;
-    // a permanent neighbor entry of a plain interface is a host that the administrator knows.
+    // Permanent entries of a forwarding table are addresses of the bridge and the driver. On a
+    // plain interface, however, the administrator has entered them.
     if (entry.header().ndm_family == AF_BRIDGE && (entry.header().ndm_state & NUD_PERMANENT) != 0) {
         return std::nullopt;
     }
@@ -57,8 +57,8 @@ std::optional<MacAddr> hostOf(const NeighborMessage& entry, const Picture& pictu
     return mac;
 }
 
-// A port's neighbors are those that its bridge, or the switch that does the bridge's work, has
-// learned; a plain interface has no such table, there it is the hosts that IP has found.
+// The neighbors of a bridge port are what the bridge, or the switch it is offloaded to, has
+// learned. Other interfaces have no such table; their neighbors are the hosts that IP has found.
 void noteNeighbor(const NeighborMessage& entry, Picture& picture) {
     const bool ofBridge = entry.header().ndm_family == AF_BRIDGE;
     const auto intf =
@@ -75,7 +75,7 @@ bool readNeighbors(uint8_t family, Picture& picture) {
         if (entry.ok()) noteNeighbor(entry, picture);
     };
     if (!socket) return false;
-    // Kernels take the longer header for the bridges' tables.
+    // Bridge tables are requested with the longer header.
     if (family == AF_BRIDGE) {
         ifinfomsg ask{};
         ask.ifi_family = family;
@@ -110,7 +110,7 @@ std::optional<Picture> takePicture(const Picture& previous) {
         if (link.kind == "bridge") picture.bridges.push_back({link.index, link.mac});
         if (!takesPart(link, *links)) continue;
         if (picture.intfs.size() == kMaxIntfs) {
-            LOG_LINE(2, "more than %zu interfaces; %s is left out", kMaxIntfs, link.name.c_str());
+            LOG_LINE(2, "more than %zu interfaces; %s is ignored", kMaxIntfs, link.name.c_str());
             continue;
         }
         Intf intf;

@@ -1,10 +1,10 @@
-// From pictures to the records of the platform functions.
+// Records of the platform functions made from pictures.
 #pragma once
 
 #include "api.h"
 #include "netctrl/picture.h"
 
-// A description whose pointers lead into the interface.
+// The pointers in it refer to the interface, which must outlive it.
 IntfDesc describe(const Intf& intf);
 
 // The addresses as packed bytes, nullptr if there are none.

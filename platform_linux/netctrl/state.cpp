@@ -1,4 +1,4 @@
-// What this device shows of itself. The network is the one that the daemon has been told of.
+// The state that this device shows. Interfaces are those that have been reported to the daemon.
 #include "netctrl/state.h"
 
 #include <arpa/inet.h>
@@ -30,7 +30,7 @@ namespace {
 
 using AddressMessage = NlMessage<ifaddrmsg, IFA_MAX>;
 
-// Facts about the device, not about a run of the library: they outlive destroyNetCtrl.
+// Facts about the device rather than about the run: they survive destroyNetCtrl.
 struct {
     LedState led{};
     std::optional<std::string> wifiCountryCode;
@@ -47,9 +47,9 @@ struct Address {
 std::optional<Address> addressOf(nlmsghdr* message, uint8_t family) {
     const AddressMessage entry(message);
     if (!entry.ok() || entry.header().ifa_family != family) return std::nullopt;
-    // Not in use: whether the address is taken is still being asked, or it is.
+    // Not in use: duplicate detection is running or has failed.
     if ((entry.header().ifa_flags & (IFA_F_TENTATIVE | IFA_F_DADFAILED)) != 0) return std::nullopt;
-    // On a point-to-point link the other attribute is the peer.
+    // On a point-to-point link IFA_ADDRESS is the peer.
     const nlattr* own =
         entry.attr(IFA_LOCAL) != nullptr ? entry.attr(IFA_LOCAL) : entry.attr(IFA_ADDRESS);
     if (own == nullptr || nla_len(own) < (family == AF_INET6 ? 16 : 4)) return std::nullopt;
@@ -59,7 +59,7 @@ std::optional<Address> addressOf(nlmsghdr* message, uint8_t family) {
                    entry.header().ifa_scope < RT_SCOPE_LINK, text};
 }
 
-// All addresses of that family, link-local ones last; none when the kernel does not answer in full.
+// All addresses of that family, link-local ones last; none if the kernel does not answer in full.
 std::optional<std::vector<Address>> readAddresses(uint8_t family) {
     std::vector<Address> addresses;
     ifaddrmsg ask{};
@@ -77,16 +77,16 @@ std::optional<std::vector<Address>> readAddresses(uint8_t family) {
 }
 
 bool hasPorts(const Bridge& bridge) {
-    const auto& intfs = told().intfs;
+    const auto& intfs = reported().intfs;
     return std::any_of(intfs.begin(), intfs.end(),
                        [&bridge](const Intf& intf) { return intf.bridge == bridge.index; });
 }
 
-// None on a device without a bridge. The AL MAC may be given, or have been a bridge's earlier: then
-// it is the bridge that would be asked for one.
+// The bridge with the AL MAC address. If there is none, because the address is configured or was
+// chosen earlier, the first bridge with a participating interface. None without either.
 std::optional<int> lanBridge() {
-    const auto& bridges = told().bridges;
-    const auto alMac = toldAlMac();
+    const auto& bridges = reported().bridges;
+    const auto alMac = reportedAlMac();
     auto found = std::find_if(bridges.begin(), bridges.end(),
                               [&alMac](const Bridge& bridge) { return bridge.mac == alMac; });
     if (found == bridges.end()) found = std::find_if(bridges.begin(), bridges.end(), hasPorts);
@@ -96,7 +96,7 @@ std::optional<int> lanBridge() {
 
 std::vector<int> participants() {
     std::vector<int> indexes;
-    for (const Intf& intf : told().intfs) indexes.push_back(intf.index);
+    for (const Intf& intf : reported().intfs) indexes.push_back(intf.index);
     return indexes;
 }
 
@@ -106,8 +106,8 @@ bool isNamed(const std::string& pid, std::string_view process) {
     return lineOf(readFile("/proc/" + pid + "/comm", 64), 0) == process;
 }
 
-// Whether a process runs. To look through all of them is dear: it is done once a minute, and in
-// between only when the one that was found has gone.
+// Whether a process of some name is running. Searching all processes is expensive, so it is done
+// once a minute, and earlier only if the known process has gone.
 class ProcessWatch {
     using Clock = std::chrono::steady_clock;
     static constexpr std::chrono::minutes kScanPeriod{1};
@@ -115,7 +115,7 @@ class ProcessWatch {
   public:
     explicit ProcessWatch(std::string_view name) : name_(name) {}
 
-    // None when the processes cannot be listed.
+    // None if the processes cannot be listed.
     std::optional<bool> runs() {
         if (!pid_.empty() && isNamed(pid_, name_)) return true;
         const auto now = Clock::now();
@@ -149,7 +149,7 @@ struct Listeners {
     bool ssh = false, telnet = false;
 };
 
-// Asks for the listening sockets alone: /proc/net/tcp would take the kernel milliseconds.
+// Requests only the listening sockets, because reading /proc/net/tcp takes milliseconds.
 bool addListeners(uint8_t family, Listeners& listeners) {
     constexpr uint32_t kListen = 1U << TCP_LISTEN;
     inet_diag_req_v2 ask{};
@@ -170,7 +170,7 @@ bool addListeners(uint8_t family, Listeners& listeners) {
 std::optional<Listeners> readListeners() {
     Listeners listeners;
     if (!addListeners(AF_INET, listeners)) return std::nullopt;
-    addListeners(AF_INET6, listeners);  // a kernel without IPv6 refuses
+    addListeners(AF_INET6, listeners);  // fails on a kernel without IPv6
     return listeners;
 }
 
@@ -187,7 +187,7 @@ bool isUp(const Intf& intf) {
     return intf.operStatus == PLATFORM_OPER_UP;
 }
 
-// The kernel allows nearly every byte in a name; none must end the JSON string.
+// Names may contain nearly any byte, but must not break the JSON string.
 std::string jsonName(std::string name) {
     std::replace_if(
         name.begin(), name.end(),
@@ -204,11 +204,11 @@ std::string portItem(const Intf& intf) {
     return '"' + jsonName(intf.name) + ':' + state + '"';
 }
 
-// A fact as long as no other kind of link is up; which of two carries the mesh is not for us to
-// tell.
+// Certain only while all links that are up are of one kind: which of two carries the mesh is
+// unknown here.
 std::string_view onlyMediumUp() {
     bool ethernet = false, wifi = false, other = false;
-    for (const Intf& intf : told().intfs) {
+    for (const Intf& intf : reported().intfs) {
         if (!isUp(intf)) continue;
         ethernet = ethernet || mediumOf(intf) == Medium::kEthernet;
         wifi = wifi || mediumOf(intf) == Medium::kWifi;
@@ -293,7 +293,7 @@ int getDaisychainOption(char text[32]) {
 int getNetworkState(NetworkState* state) {
     const auto running = dnsmasq.runs();
     if (state == nullptr || !running) return kFailure;
-    const auto& intfs = told().intfs;
+    const auto& intfs = reported().intfs;
     const auto ports = std::count_if(intfs.begin(), intfs.end(),
                                      [](const Intf& intf) { return intf.bridge != 0; });
     *state = {*running ? 1 : 0, static_cast<int32_t>(ports)};
@@ -302,10 +302,10 @@ int getNetworkState(NetworkState* state) {
 
 int getEthernetPortState(char text[128]) {
     std::string list;
-    for (const Intf& intf : told().intfs) {
+    for (const Intf& intf : reported().intfs) {
         if (mediumOf(intf) != Medium::kEthernet) continue;
         const std::string item = (list.empty() ? "" : ",") + portItem(intf);
-        // A cut item would leave a JSON string open.
+        // A cut item would be an open JSON string.
         if (list.size() + item.size() >= 128) break;
         list += item;
     }
@@ -329,12 +329,12 @@ int getWIFICountryCode(char text[16]) {
 int getWIFIChannelInfo(WifiChannels* channels) {
     if (channels == nullptr) return kFailure;
     std::vector<uint32_t> frequencies;
-    for (const Intf& intf : told().intfs) frequencies.push_back(intf.frequency);
+    for (const Intf& intf : reported().intfs) frequencies.push_back(intf.frequency);
     *channels = channelsOf(std::move(frequencies));
     return kOk;
 }
 
-// What a WSC frame does to which network is the hooks' knowledge; nothing of it is kept here.
+// Only the hooks know which network a WSC frame configures.
 int getAPautoconfigTimes(AutoConfTimes* times) {
     if (times == nullptr) return kFailure;
     *times = {};

@@ -19,10 +19,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// How often in a row listening may fail before it counts as lost: with the daemon's call every 5
-// seconds, a minute.
+// Consecutive failures to listen before giving up. At one call per 5 seconds, a minute.
 constexpr int kMaxFailures = 12;
-// The kernel tells of no change of a radio's channel, so radios are asked from time to time.
+// The kernel does not announce channel changes, so radios are polled.
 constexpr std::chrono::seconds kRadioPeriod{60};
 
 struct {
@@ -33,7 +32,7 @@ struct {
     Clock::time_point pictureTaken{};
     bool reporting = false;
 
-    Picture told;
+    Picture reported;
     std::optional<MacAddr> alMac;
 } watch;
 
@@ -52,10 +51,10 @@ void noteNotification(nlmsghdr* message) {
     }
 }
 
-// Listens again after a failure; what happened meanwhile is found by a fresh picture.
+// Listens again after a failure. A fresh picture will show what happened meanwhile.
 bool listen() {
     if (watch.events && !watch.events->drain(noteNotification)) {
-        LOG_LINE(4, "notifications of the kernel were lost; looking afresh");
+        LOG_LINE(4, "kernel notifications were lost; taking a fresh picture");
         watch.events.reset();
     }
     if (watch.events) return true;
@@ -75,7 +74,7 @@ std::optional<MacAddr> chooseAlMac(const Picture& picture) {
     return alMacOf(picture);
 }
 
-// Members by bridge, of the interfaces that take part.
+// The participating interfaces of each bridge, by index.
 std::map<int, std::vector<int>> tuplesOf(const Picture& picture) {
     std::map<int, std::vector<int>> tuples;
     for (const Intf& intf : picture.intfs) {
@@ -90,33 +89,33 @@ std::vector<MacAddr> difference(const std::vector<MacAddr>& a, const std::vector
     return only;
 }
 
-// The same interface, perhaps changed. One that was made anew under an old name is another.
+// The same interface, perhaps changed; nullptr if it is gone. An interface created anew under an
+// old name is a different one.
 const Intf* sameIn(const Picture& picture, const Intf& intf) {
     const Intf* other = picture.byIndex(intf.index);
     return other != nullptr && other->name == intf.name ? other : nullptr;
 }
 
-// The events, in an order in which the daemon understands each one: who is gone, who came, then
-// what is new about whom. Each is put into `told` before it is reported, because the daemon asks
-// back from inside the callback.
+// Reports events in an order that the daemon can follow: removals, additions, then changes. Each is
+// entered in `watch.reported` first, because the daemon asks back from inside the callback.
 class Reporter {
   public:
     Reporter(NetStatusEventCallback callback, const Picture& now)
         : callback_(callback), now_(now) {}
 
     void reportAll() {
-        const auto oldTuples = tuplesOf(watch.told);
+        const auto oldTuples = tuplesOf(watch.reported);
         reportRemoved();
         reportAdded();
-        watch.told.bridges = now_.bridges;
-        watch.told.ownMacs = now_.ownMacs;
+        watch.reported.bridges = now_.bridges;
+        watch.reported.ownMacs = now_.ownMacs;
         for (const Intf& intf : now_.intfs) {
             reportMac(intf);
             reportMedia(intf);
-            toldOf(intf).bridge = intf.bridge;
-            toldOf(intf).frequency = intf.frequency;
-            toldOf(intf).hasStations = intf.hasStations;
-            toldOf(intf).meshPoint = intf.meshPoint;
+            reportedOf(intf).bridge = intf.bridge;
+            reportedOf(intf).frequency = intf.frequency;
+            reportedOf(intf).hasStations = intf.hasStations;
+            reportedOf(intf).meshPoint = intf.meshPoint;
         }
         if (tuplesOf(now_) != oldTuples) report(NET_STATUS_BRDG_CAP, now_);
         for (const Intf& intf : now_.intfs) {
@@ -135,8 +134,8 @@ class Reporter {
         if (result != 0) LOG_LINE(2, "network status event %u was refused: %u", eventId, result);
     }
 
-    static Intf& toldOf(const Intf& intf) {
-        return *std::find_if(watch.told.intfs.begin(), watch.told.intfs.end(),
+    static Intf& reportedOf(const Intf& intf) {
+        return *std::find_if(watch.reported.intfs.begin(), watch.reported.intfs.end(),
                              [&intf](const Intf& i) { return i.index == intf.index; });
     }
 
@@ -151,7 +150,7 @@ class Reporter {
 
     void reportRemoved() {
         std::vector<Intf> gone;
-        std::erase_if(watch.told.intfs, [&](const Intf& intf) {
+        std::erase_if(watch.reported.intfs, [&](const Intf& intf) {
             if (sameIn(now_, intf) != nullptr) return false;
             gone.push_back(intf);
             return true;
@@ -162,9 +161,9 @@ class Reporter {
     void reportAdded() {
         std::vector<Intf> added;
         for (const Intf& intf : now_.intfs) {
-            if (sameIn(watch.told, intf) == nullptr) added.push_back(intf);
+            if (sameIn(watch.reported, intf) == nullptr) added.push_back(intf);
         }
-        auto& intfs = watch.told.intfs;
+        auto& intfs = watch.reported.intfs;
         intfs.insert(intfs.end(), added.begin(), added.end());
         std::sort(intfs.begin(), intfs.end(),
                   [](const Intf& a, const Intf& b) { return a.index < b.index; });
@@ -172,7 +171,7 @@ class Reporter {
     }
 
     void reportMac(const Intf& intf) {
-        Intf& old = toldOf(intf);
+        Intf& old = reportedOf(intf);
         if (old.mac == intf.mac) return;
         IntfMacEvent event{};
         copyText(event.name, old.name);
@@ -184,7 +183,7 @@ class Reporter {
     }
 
     void reportMedia(const Intf& intf) {
-        Intf& old = toldOf(intf);
+        Intf& old = reportedOf(intf);
         if (old.mediaType == intf.mediaType && old.mediaInfo == intf.mediaInfo) return;
         IntfMediaTypeEvent event{};
         intf.mac.copyTo(event.mac);
@@ -198,7 +197,7 @@ class Reporter {
     }
 
     void reportState(uint32_t eventId, uint32_t Intf::*state, const Intf& intf) {
-        Intf& old = toldOf(intf);
+        Intf& old = reportedOf(intf);
         if (old.*state == intf.*state) return;
         IntfStateEvent event{};
         copyText(event.name, intf.name);
@@ -220,9 +219,10 @@ class Reporter {
     }
 
     void reportNeighbors(const Intf& intf) {
-        const std::vector<MacAddr> before = std::exchange(toldOf(intf).neighbors, intf.neighbors);
+        const std::vector<MacAddr> before =
+            std::exchange(reportedOf(intf).neighbors, intf.neighbors);
         reportNeighborList(NET_STATUS_INTF_NBR_REMOVED, intf, difference(before, intf.neighbors));
-        // One at a time: the daemon's own test for repeats is sound for the first of a list only.
+        // One at a time, because the daemon checks only the first of a list for repeats.
         for (const MacAddr& mac : difference(intf.neighbors, before)) {
             reportNeighborList(NET_STATUS_INTF_NBR_ADDED, intf, {mac});
         }
@@ -244,18 +244,18 @@ class Reporter {
 
 bool radiosAreDue() {
     const auto isRadio = [](const Intf& intf) { return !intf.mediaInfo.empty(); };
-    return std::any_of(watch.told.intfs.begin(), watch.told.intfs.end(), isRadio) &&
+    return std::any_of(watch.reported.intfs.begin(), watch.reported.intfs.end(), isRadio) &&
            Clock::now() - watch.pictureTaken >= kRadioPeriod;
 }
 
-// A picture of the present; what went unchanged is not asked for again.
+// A picture of the present. Links are read again only if they have changed.
 std::optional<Picture> takePresent() {
     if (watch.linksChanged || radiosAreDue()) {
-        auto now = takePicture(watch.told);
+        auto now = takePicture(watch.reported);
         if (now) watch.pictureTaken = Clock::now();
         return now;
     }
-    std::optional<Picture> now = watch.told;
+    std::optional<Picture> now = watch.reported;
     if (!takeNeighbors(*now)) now.reset();
     return now;
 }
@@ -265,29 +265,29 @@ std::optional<Picture> takePresent() {
 bool openWatch() {
     closeWatch();
     watch.events = NetlinkSocket::openEvents();
-    return watch.events && tellAnew();
+    return watch.events && resetReported();
 }
 
 void closeWatch() {
     watch = {};
 }
 
-bool tellAnew() {
-    // What is told while reports are being made is exactly what they have told so far.
+bool resetReported() {
+    // During a report only the events so far count.
     if (watch.reporting) return true;
-    auto now = takePicture(watch.told);
+    auto now = takePicture(watch.reported);
     if (!now) return false;
     watch.pictureTaken = Clock::now();
     watch.alMac = chooseAlMac(*now);
-    watch.told = std::move(*now);
+    watch.reported = std::move(*now);
     return true;
 }
 
-const Picture& told() {
-    return watch.told;
+const Picture& reported() {
+    return watch.reported;
 }
 
-std::optional<MacAddr> toldAlMac() {
+std::optional<MacAddr> reportedAlMac() {
     return watch.alMac;
 }
 
@@ -301,7 +301,7 @@ int runWatch(NetStatusEventCallback callback) {
     if (!watch.linksChanged && !watch.neighborsChanged && !radiosAreDue()) return kOk;
 
     const auto now = takePresent();
-    // Tried again at the next call: the kernel's tables may just be changing.
+    // The next call tries again: the kernel's tables may be changing just now.
     if (!now) return kOk;
     watch.linksChanged = watch.neighborsChanged = false;
     watch.reporting = true;

@@ -29,14 +29,14 @@ std::vector<uint8_t> genlRequest(uint8_t command, int attribute, std::span<const
     return bytes;
 }
 
-// Which standard the radio speaks cannot be told from its channel alone: the usual one of its band
-// is named. MEDIA_TYPE.<interface> in platform.conf says otherwise.
+// The usual standard of the band, since the frequency (MHz) alone does not determine it.
+// MEDIA_TYPE.<interface> in platform.conf overrides it.
 uint32_t mediaTypeOf(uint32_t frequency) {
     if (frequency >= 57000) return k80211ad;
     return frequency >= 4900 ? k80211ac : k80211n24;
 }
 
-// The role as IEEE 1905.1 codes it, in the upper four bits.
+// The IEEE 1905.1 code of the role, in the upper four bits.
 uint8_t roleOf(uint32_t type) {
     switch (type) {
         case NL80211_IFTYPE_STATION:
@@ -67,7 +67,7 @@ uint8_t bandwidthOf(uint32_t width) {
 
 uint8_t channelIndexOf(uint32_t frequency) {
     if (frequency < 2407) return 0;
-    // Channel 14 stands apart from the others of its band.
+    // Channel 14 does not follow the spacing of its band.
     if (frequency == 2484) return 14;
     return static_cast<uint8_t>((frequency - (frequency < 5000 ? 2407 : 5000)) / 5);
 }
@@ -81,7 +81,7 @@ bool hasStations(uint32_t type) {
            type == NL80211_IFTYPE_P2P_GO || isMeshPoint(type);
 }
 
-// In units of 100 kb/s, as the kernel counts; 0 when it is not told.
+// In units of 100 kb/s, as in the kernel; 0 if absent.
 uint32_t bitRateOf(nlattr* nested) {
     std::array<nlattr*, NL80211_RATE_INFO_MAX + 1> attrs{};
     if (nested == nullptr ||
@@ -100,7 +100,7 @@ std::string rateText(uint32_t rate) {
     return std::to_string(rate / 10) + "." + std::to_string(rate % 10) + " Mb/s";
 }
 
-// Strength by the kernel's dBm, or none of both when the driver does not tell.
+// RSSI and signal level from the dBm of the kernel; both stay 0 if absent.
 void setStrength(nlattr* signal, WifiStation& station) {
     constexpr int kNoiseFloor = -95;  // dBm
     if (signal == nullptr || nla_len(signal) < 1) return;
@@ -120,8 +120,8 @@ std::optional<WifiInfo> parseWifiInterface(nlmsghdr* message) {
 
     WifiInfo wifi{frequency != 0, mediaTypeOf(frequency), {},
                   frequency,      hasStations(type),      isMeshPoint(type)};
-    // An access point's own address is the BSSID. The BSSID of a station's access point would
-    // need a scan result; it stays zero.
+    // The address of an access point is the BSSID. For stations the BSSID stays zero, since it
+    // would take a scan result to find it.
     const std::optional<MacAddr> mac = answer.mac(NL80211_ATTR_MAC);
     if (mac && (type == NL80211_IFTYPE_AP || type == NL80211_IFTYPE_P2P_GO)) {
         mac->copyTo(wifi.info.data());

@@ -227,7 +227,7 @@ TEST(Upgrade, AnInstallationOutlivesTheDaemon) {
         device.serve();
         FwCtrl order{6, 1, "http://192.0.2.1:8905/fw.bin", {}};
         ASSERT_EQ(FWCtrl(&order), 0);
-        ASSERT_TRUE(device.becomes([] { return isJobAtWork("hook firmware-install"); }));
+        ASSERT_TRUE(device.becomes([] { return isJobRunning("hook firmware-install"); }));
         device.told.reset();
         ASSERT_EQ(initNetCtrl(), 0);
         EXPECT_EQ(FWCtrl(&order), 16) << "it is at work";
@@ -254,7 +254,7 @@ TEST(Upgrade, TheServerBecomesWhatWasWantedLast) {
     folder.write("ftp-server.go", "");
     EXPECT_TRUE(isTold("1\n0\n"));
     // At the end of the library a start that is at work is followed by the stop as well.
-    while (isJobAtWork("hook ftp-server")) collectJobs();
+    while (isJobRunning("hook ftp-server")) collectJobs();
     EXPECT_EQ(set_vsftpd_StartStop(1), 0);
     EXPECT_EQ(destroyNetCtrl(), 0);
     EXPECT_TRUE(isTold("1\n0\n1\n0\n"));
