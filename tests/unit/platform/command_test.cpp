@@ -118,7 +118,7 @@ TEST(Hooks, ThatTakeLongAreLeftAtWork) {
     for (const char* name : {"led.go", "system.go"}) folder.write(name, "");
     EXPECT_TRUE(collected());
     const std::string log = testing::internal::GetCapturedStdout();
-    EXPECT_NE(log.find("hook led is still at work"), log.npos) << log;
+    EXPECT_NE(log.find("hook led is still running"), log.npos) << log;
     EXPECT_NE(log.find("hook ap-steering took longer than 2000 ms"), log.npos) << log;
     LedState led{};
     EXPECT_EQ(getLEDState(&led), 0);
