@@ -115,8 +115,8 @@ typedef struct WpsBandConfig {
 /* Returns the values of the band 0, 1, 32 or 33. */
 int getWPSConfByBand(uint8_t band, WpsBandConfig* config);
 
-/* An entry of the Wi-Fi sync list, 9 bytes without padding. The list holds the devices that have
- * not yet applied the Wi-Fi configuration. */
+/* An entry of the Wi-Fi sync list, 9 bytes without padding. The list holds the devices that a
+ * renew still waits for. */
 typedef struct WpsSyncRecord {
     uint8_t selector; /* by band: 0 or 1, set by the caller */
     uint8_t mac[PLATFORM_MAC_LEN];
