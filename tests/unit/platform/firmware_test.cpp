@@ -124,7 +124,7 @@ class Upgraded {
                             "\nINCLUDE = v0\nHOSTNAME = attic\nFIRMWARE_VERSION = 1.0\n");
         std::filesystem::create_directory(folder.path("downloads"));
         folder.hook("firmware-install", "cat \"$1\" >\"$0.got\"; echo \" $2\" >>\"$0.got\"");
-        told = std::make_unique<Told>();
+        daemon = std::make_unique<Listener>();
     }
     // Announces an image, whatever its digest.
     void announce(const std::string& image, const std::string& digest,
@@ -136,7 +136,7 @@ class Upgraded {
     bool becomes(const std::function<bool()>& condition) {
         return ::becomes([&] {
             EXPECT_EQ(reSendRenewbySynclist(), 0);
-            (void)told->next();
+            (void)daemon->next();
             poll(nullptr, 0, 15);
             return condition();
         });
@@ -144,7 +144,7 @@ class Upgraded {
     bool hasDownloads() const { return !std::filesystem::is_empty(folder.path("downloads")); }
     // Not before the announcement is taken up, which ends the server of an earlier one.
     void serve() {
-        (void)told->next();
+        (void)daemon->next();
         ASSERT_EQ(set_vsftpd_StartStop(1), 0);
         collectJobs();
         poll(nullptr, 0, 300);
@@ -167,7 +167,7 @@ class Upgraded {
     }
 
     const ScratchFolder folder;
-    std::unique_ptr<Told> told;
+    std::unique_ptr<Listener> daemon;
 };
 
 }  // namespace
@@ -188,7 +188,7 @@ TEST(Upgrade, AnImageIsInstalledOnlyAsItWasAnnounced) {
         device.announce(kImage, kDigest);
         ASSERT_TRUE(device.becomes(offered));
         EXPECT_EQ(checkLocalFW(), 0);
-        EXPECT_EQ(checkLocalFW(), 16) << "told once";
+        EXPECT_EQ(checkLocalFW(), 16) << "daemon once";
         EXPECT_EQ(getNewFWVersionByPlatform("", "porch", version), 16);
         ASSERT_EQ(getDownloanURL("", "attic", url, file), 0);
         EXPECT_EQ(device.fetched(url), uint32_t{PLATFORM_FW_REBOOT});
@@ -228,7 +228,7 @@ TEST(Upgrade, AnInstallationOutlivesTheDaemon) {
         FwCtrl order{6, 1, "http://192.0.2.1:8905/fw.bin", {}};
         ASSERT_EQ(FWCtrl(&order), 0);
         ASSERT_TRUE(device.becomes([] { return isJobRunning("hook firmware-install"); }));
-        device.told.reset();
+        device.daemon.reset();
         ASSERT_EQ(initNetCtrl(), 0);
         EXPECT_EQ(FWCtrl(&order), 16) << "it is at work";
         device.folder.write("firmware-install.go", "");
@@ -243,10 +243,10 @@ TEST(Upgrade, AnInstallationOutlivesTheDaemon) {
 TEST(Upgrade, TheServerBecomesWhatWasWantedLast) {
     const ScratchFolder folder;
     folder.hook("ftp-server", "until [ -e \"$0.go\" ]; do sleep 0.02; done; echo $1 >>\"$0.got\"");
-    const auto isTold = [&folder](const std::string& told) {
+    const auto isTold = [&folder](const std::string& daemon) {
         return becomes([&] {
             collectJobs();
-            return folder.read("ftp-server.got") == told;
+            return folder.read("ftp-server.got") == daemon;
         });
     };
     EXPECT_EQ(set_vsftpd_StartStop(1), 0);

@@ -1,10 +1,9 @@
-// What the device shows of itself, from the kernel, platform.conf and what the hooks have said.
+// The state that the device shows, from the kernel, platform.conf and hooks.
 #include <netinet/in.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "netctrl/wireless.h"
 #include "support.h"
 
 namespace {
@@ -19,7 +18,7 @@ int listenOn(int family, uint16_t port) {
     const int fd = socket(family, SOCK_STREAM, 0);
     sockaddr_in6 address{};
     address.sin6_family = static_cast<sa_family_t>(family);
-    address.sin6_port = htons(port);  // where IPv4 has it, too
+    address.sin6_port = htons(port);  // at the same offset for IPv4
     EXPECT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
     EXPECT_EQ(listen(fd, 1), 0);
     return fd;
@@ -27,7 +26,7 @@ int listenOn(int family, uint16_t port) {
 
 }  // namespace
 
-TEST(State, OfTheNetworkComesFromTheKernel) {
+TEST(State, OfTheNetworkIsThatOfTheKernel) {
     const ScratchFolder folder;
     folder.platformConf("EXCLUDE = far-*\n");
     inOwnNetwork([] {
@@ -39,8 +38,8 @@ TEST(State, OfTheNetworkComesFromTheKernel) {
         ip("addr add 192.0.2.7/24 dev plain");
         ip("addr add 2001:db8::7/64 dev plain nodad");
         IPv6Info ipv6{};
-        Told told;
-        EXPECT_TRUE(told.statusBecomes("plain", PLATFORM_OPER_UP));
+        Listener daemon;
+        EXPECT_TRUE(daemon.statusBecomes("plain", PLATFORM_OPER_UP));
         EXPECT_EQ(textOf<32>(getDeviceIP), "192.0.2.7");
         EXPECT_EQ(textOf<128>(getEthernetPortState), R"("plain:10000","port:down")");
         EXPECT_EQ(textOf<32>(getBackhaulType), "Ethernet");
@@ -51,7 +50,7 @@ TEST(State, OfTheNetworkComesFromTheKernel) {
         ip("link set port master br0");
         ip("link set br0 up");
         ip("link set far-port up");
-        EXPECT_TRUE(told.statusBecomes("port", PLATFORM_OPER_UP));
+        EXPECT_TRUE(daemon.statusBecomes("port", PLATFORM_OPER_UP));
         EXPECT_EQ(textOf<32>(getDeviceIP), "192.0.2.7");  // the bridge has none yet
         ip("addr add fe80::5/64 dev br0 nodad");
         ip("addr add fd00::1/64 dev br0 nodad");
@@ -69,11 +68,10 @@ TEST(State, OfTheNetworkComesFromTheKernel) {
         for (const char* digit : {"0", "1", "2", "3", "4", "5"}) {
             ip(std::string("link add quo\"te\\port") + digit + " type veth peer name far-" + digit);
         }
-        (void)told.next();
+        (void)daemon.next();
         const std::string ports = textOf<128>(getEthernetPortState);
         EXPECT_TRUE(ports.ends_with(R"(,"quo?te?port4:down")")) << ports;
 
-        EXPECT_EQ(security(), "off off");
         const int ssh = listenOn(AF_INET6, 22);
         EXPECT_EQ(security(), "on off");
         close(ssh);
@@ -83,7 +81,7 @@ TEST(State, OfTheNetworkComesFromTheKernel) {
     });
 }
 
-TEST(State, OfTheProductComesFromItsOwnerAndItsHooks) {
+TEST(State, OfTheProductIsConfiguredOrFromHooks) {
     inOwnNetwork([] {
         const ScratchFolder folder;
         uint8_t configure = 9;
@@ -109,17 +107,7 @@ TEST(State, OfTheProductComesFromItsOwnerAndItsHooks) {
             EXPECT_EQ(getNetworkState(&states[i]), 0);
         }
         EXPECT_EQ(states[0].dnsmasq, 1);
-        // The machine of the test may run one itself.
-        EXPECT_EQ(states[2].dnsmasq, states[1].dnsmasq) << "looked for once a minute";
+        // The host may run a dnsmasq itself.
+        EXPECT_EQ(states[2].dnsmasq, states[1].dnsmasq) << "searched once a minute";
     });
-}
-
-TEST(Radios, ShowTheirChannels) {
-    const auto shown = [](const std::vector<uint32_t>& frequencies) {
-        const WifiChannels channels = channelsOf(frequencies);
-        return std::string(channels.band24) + "/" + channels.band5 + "/" + channels.band5High;
-    };
-    EXPECT_EQ(shown({0, 2437, 5745, 5180, 5180}), "6/36/149");
-    EXPECT_EQ(shown({5500, 5500, 2484}), "14/100/");
-    EXPECT_EQ(shown({5955, 60480, 0}), "//");
 }

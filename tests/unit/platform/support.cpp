@@ -21,13 +21,13 @@ uint8_t DEBUGLEVEL = 2;
 
 namespace {
 
-Told* listener = nullptr;
+Listener* listener = nullptr;
 
 void writeFile(const std::string& path, const std::string& text) {
     std::ofstream(path) << text;
 }
 
-// Root of a user namespace of its own; the real root does without.
+// Becomes root in a new user namespace; the real root needs none.
 bool enterOwnNetwork() {
     const std::string uid = std::to_string(geteuid());
     const std::string gid = std::to_string(getegid());
@@ -38,41 +38,15 @@ bool enterOwnNetwork() {
     return true;
 }
 
-// Of an event about one interface, or none.
-std::string eventText(uint32_t eventId, const void* info) {
-    const auto number = [info] { return std::to_string(*static_cast<const uint32_t*>(info)); };
-    switch (eventId) {
-        case NET_STATUS_INTF_MAC: {
-            const auto& e = *static_cast<const IntfMacEvent*>(info);
-            return std::string("mac ") + e.name + " " + macText(e.mac) + " " + macText(e.newMac);
-        }
-        case NET_STATUS_INTF_PWR_STATE: {
-            const auto& e = *static_cast<const IntfStateEvent*>(info);
-            return std::string("power ") + e.name + " " + std::to_string(e.newState);
-        }
-        case NET_STATUS_INTF_NBR_ADDED:
-        case NET_STATUS_INTF_NBR_REMOVED: {
-            const auto& e = *static_cast<const IntfNbrEvent*>(info);
-            std::string text = eventId == NET_STATUS_INTF_NBR_ADDED ? "heard " : "lost ";
-            text += e.name;
-            for (size_t i = 0; i < e.macNum; i++) text += " " + macText(e.macs + 6 * i);
-            return text;
-        }
-        case NET_STATUS_AL_MAC:
-            return "al " + macText(static_cast<const AlMacEvent*>(info)->newMac);
-        case NET_STATUS_BRDG_CAP:
-            return "bridges";
-        case NET_STATUS_WPS_CONFIG:
-            return "wps";
-        case NET_STATUS_NEW_FIRMWARE:
-            return "firmware " + number();
-        case NET_STATUS_FW_UPGRADE:
-            return "upgrade " + number();
-        case NET_STATUS_LED:
-            return std::string("led ") + static_cast<const char*>(info);
-        default:
-            return "event " + std::to_string(eventId);
-    }
+template <typename Record>
+const Record& as(const void* info) {
+    return *static_cast<const Record*>(info);
+}
+
+std::string macsText(const IntfNbrEvent& event) {
+    std::string text;
+    for (size_t i = 0; i < event.macNum; i++) text += " " + macText(event.macs + 6 * i);
+    return text;
 }
 
 }  // namespace
@@ -100,7 +74,6 @@ std::string ScratchFolder::read(const std::string& name) const {
 void ScratchFolder::hook(const std::string& name, const std::string& body) const {
     write(name, "#!/bin/sh\n" + body + "\n", 0755);
     setenv("VM1905_HOOKS", path_.c_str(), 1);
-    // As after a pause: it is waited for as long as any.
     forgetHooks();
 }
 
@@ -159,7 +132,7 @@ std::map<std::string, IntfDesc> describeAll() {
     return intfs;
 }
 
-Told::Told() {
+Listener::Listener() {
     EXPECT_EQ(initNetCtrl(), 0);
     for (const auto& [name, desc] : describeAll()) {
         statuses[name] = desc.operStatus;
@@ -170,23 +143,23 @@ Told::Told() {
     EXPECT_EQ(setNetStatusEventCallbackFunc(callback), 0);
 }
 
-Told::~Told() {
+Listener::~Listener() {
     EXPECT_EQ(destroyNetCtrl(), 0);
     listener = nullptr;
 }
 
-std::string Told::next() {
+std::string Listener::next() {
     events.clear();
     EXPECT_EQ(runNetCtrl(), 0);
     return events;
 }
 
-std::string Told::after(const std::string& args) {
+std::string Listener::after(const std::string& args) {
     ip(args);
     return next();
 }
 
-bool Told::statusBecomes(const std::string& ifname, uint32_t status) {
+bool Listener::statusBecomes(const std::string& ifname, uint32_t status) {
     events.clear();
     return becomes([&] {
         EXPECT_EQ(runNetCtrl(), 0);
@@ -194,25 +167,61 @@ bool Told::statusBecomes(const std::string& ifname, uint32_t status) {
     });
 }
 
-void Told::callback(uint32_t eventId, const void* info, uint32_t* result) {
-    if (eventId == NET_STATUS_INTF_ADDED || eventId == NET_STATUS_INTF_REMOVED) {
-        const auto& e = *static_cast<const IntfListEvent*>(info);
-        const bool added = eventId == NET_STATUS_INTF_ADDED;
-        listener->intfNum += added ? e.intfNum : -e.intfNum;
-        for (const IntfDesc* d = e.head; d != nullptr; d = d->next) {
-            listener->note((added ? "added " : "removed ") + std::string(d->name));
-            // Ports are opened right after an addition.
-            EXPECT_EQ(getDeviceSendMsgEnable(d->name) == 0, added) << d->name;
-            if (added) listener->statuses[d->name] = d->operStatus;
-        }
-    } else if (eventId == NET_STATUS_INTF_OPER_STATUS) {
-        const auto& e = *static_cast<const IntfStateEvent*>(info);
-        EXPECT_NE(std::exchange(listener->statuses[e.name], e.newState), e.newState) << "no change";
-    } else {
-        listener->note(eventText(eventId, info));
-    }
+void Listener::callback(uint32_t eventId, const void* info, uint32_t* result) {
+    listener->record(eventId, info);
     uint8_t num = 0;
     EXPECT_EQ(getIntfmatchNum(&num), 0);
     EXPECT_EQ(num, listener->intfNum);
     *result = 0;
+}
+
+void Listener::record(uint32_t eventId, const void* info) {
+    switch (eventId) {
+        case NET_STATUS_INTF_ADDED:
+        case NET_STATUS_INTF_REMOVED: {
+            const auto& e = as<IntfListEvent>(info);
+            const bool added = eventId == NET_STATUS_INTF_ADDED;
+            intfNum += added ? e.intfNum : -e.intfNum;
+            for (const IntfDesc* desc = e.head; desc != nullptr; desc = desc->next) {
+                note((added ? "added " : "removed ") + std::string(desc->name));
+                // The daemon opens ports right after an addition.
+                EXPECT_EQ(getDeviceSendMsgEnable(desc->name) == 0, added) << desc->name;
+                if (added) statuses[desc->name] = desc->operStatus;
+            }
+            return;
+        }
+        case NET_STATUS_INTF_OPER_STATUS: {
+            const auto& e = as<IntfStateEvent>(info);
+            EXPECT_NE(std::exchange(statuses[e.name], e.newState), e.newState) << "no change";
+            return;
+        }
+        case NET_STATUS_INTF_PWR_STATE: {
+            const auto& e = as<IntfStateEvent>(info);
+            return note(std::string("power ") + e.name + " " + std::to_string(e.newState));
+        }
+        case NET_STATUS_INTF_MAC: {
+            const auto& e = as<IntfMacEvent>(info);
+            return note(std::string("mac ") + e.name + " " + macText(e.mac) + " " +
+                        macText(e.newMac));
+        }
+        case NET_STATUS_INTF_NBR_ADDED:
+            return note("heard " +
+                        (as<IntfNbrEvent>(info).name + macsText(as<IntfNbrEvent>(info))));
+        case NET_STATUS_INTF_NBR_REMOVED:
+            return note("lost " + (as<IntfNbrEvent>(info).name + macsText(as<IntfNbrEvent>(info))));
+        case NET_STATUS_AL_MAC:
+            return note("al " + macText(as<AlMacEvent>(info).newMac));
+        case NET_STATUS_BRDG_CAP:
+            return note("bridges");
+        case NET_STATUS_WPS_CONFIG:
+            return note("wps");
+        case NET_STATUS_NEW_FIRMWARE:
+            return note("firmware " + std::to_string(as<uint32_t>(info)));
+        case NET_STATUS_FW_UPGRADE:
+            return note("upgrade " + std::to_string(as<uint32_t>(info)));
+        case NET_STATUS_LED:
+            return note(std::string("led ") + static_cast<const char*>(info));
+        default:
+            return note("event " + std::to_string(eventId));
+    }
 }
