@@ -1,4 +1,4 @@
-// The firmware upgrade: manifests, the order of the rounds, and images that go over a real server.
+// The firmware upgrade: manifests, the order of the rounds, and images from a real server.
 #include "netctrl/firmware_image.h"
 
 #include <poll.h>
@@ -45,32 +45,36 @@ int rebootSystem() {
     return 16;
 }
 
-TEST(Manifest, IsTakenOnlyWithAVersionAndADigest) {
+TEST(Manifest, NeedsAVersionAndADigest) {
     const std::string digest(64, 'a');
-    const std::string version = "VERSION = 2.0_b-1\r\n";
-    const auto good = parseManifest("# new\nSHA256=" + std::string(64, 'A') + "\nwhat is this\n" +
-                                    version + "HOSTS = attic* cellar");
+    const auto good = parseManifest("# new\nSHA256=" + std::string(64, 'A') +
+                                    "\nwhat is this\nVERSION = 2.0_b-1\r\nHOSTS = attic* cellar");
     ASSERT_TRUE(good);
-    EXPECT_EQ(good->version, "2.0_b-1");
-    EXPECT_EQ(good->sha256, digest);
+    EXPECT_EQ(good->version + " " + good->sha256, "2.0_b-1 " + digest);
     EXPECT_TRUE(isFor(*good, "attic-2") && isFor(*good, "cellar") && !isFor(*good, "porch"));
     EXPECT_TRUE(isFor({"2", digest, ""}, "porch"));
 
-    for (const std::string& bad :
-         {digest, digest + "0", digest.substr(2), digest.substr(1) + "g", std::string(5, '\0')}) {
-        EXPECT_EQ(parseManifest(version + "SHA256 = " + bad).has_value(), bad == digest);
-    }
-    for (const std::string& bad : {std::string(), std::string("2.0 b"), std::string("-2"),
-                                   std::string("a\x1b[1m"), std::string(128, '9')}) {
-        EXPECT_FALSE(parseManifest("VERSION = " + bad + "\nSHA256 = " + digest)) << bad;
+    const std::pair<std::string, std::string> bad[] = {
+        {"2.0", digest + "0"},
+        {"2.0", digest.substr(2)},
+        {"2.0", digest.substr(1) + "g"},
+        {"2.0", std::string(5, '\0')},
+        {"", digest},
+        {"2.0 b", digest},
+        {"-2", digest},
+        {"a\x1b[1m", digest},
+        {std::string(128, '9'), digest},
+    };
+    for (const auto& [version, sha256] : bad) {
+        EXPECT_FALSE(parseManifest("VERSION = " + version + "\nSHA256 = " + sha256))
+            << version << ", " << sha256;
     }
 }
 
-TEST(UpgradeRounds, OrderUntilNobodyNeedsItThenRebootThenThisDevice) {
+TEST(UpgradeRounds, OrderThenRebootThenUpgradeThisDevice) {
     UpgradeRounds rounds;
     UpgradeRounds::Time now{seconds(1000)};
-    // What is called within so many seconds with these answers; "!" where this device itself is the
-    // next.
+    // The calls within `length` seconds, given these answers; "!": it is this device's turn.
     const auto go = [&](int ordered, int rebooted, int length) {
         phaseOne = ordered;
         phaseTwo = rebooted;
@@ -79,7 +83,7 @@ TEST(UpgradeRounds, OrderUntilNobodyNeedsItThenRebootThenThisDevice) {
         }
         return std::exchange(calls, {});
     };
-    // Nothing to order: this device after a while, which others may need to be heard.
+    // Nothing to order: this device follows after a while, in which others may still be found.
     EXPECT_EQ(go(16, 16, 45), "fv1v4v4v4v4!");
     EXPECT_FALSE(rounds.isServing());
     EXPECT_EQ(go(16, 16, 60), "");
@@ -88,20 +92,20 @@ TEST(UpgradeRounds, OrderUntilNobodyNeedsItThenRebootThenThisDevice) {
     rounds.restart();
     EXPECT_EQ(go(0, 16, 20), "fv1v4");
     EXPECT_TRUE(rounds.isServing());
-    // A device that fails is ordered again within half a minute, so for as long none is rebooted.
+    // For half a minute no device is rebooted, because one that fails may need another order.
     EXPECT_EQ(go(16, 16, 50), "v4v4v4v4rrr");
     EXPECT_EQ(go(16, 0, 5), "r!");
     EXPECT_FALSE(rounds.isServing());
     EXPECT_EQ(go(16, 0, 3500), "");
     EXPECT_EQ(go(16, 0, 110), "fv1");
 
-    // A round later those are rebooted that had to wait for others.
+    // Devices that had to wait for others are rebooted a round later.
     rounds.restart();
     EXPECT_TRUE(go(0, 16, 1510).ends_with("rrrR"));
     EXPECT_EQ(go(16, 0, 3700), "v1v4v4v4v4r!");
 
-    // Devices that never come to an end neither hold up those that stand ready, nor are ordered for
-    // ever. All stay listed for a later round; and this device follows after the last one.
+    // Devices that never finish do not hold up those that are ready, and are not ordered forever.
+    // All stay listed for later rounds. This device follows after the last one.
     rounds.restart();
     const std::string days = go(0, 16, 3 * 86400);
     for (const auto& [call, times] : {std::pair{'f', 1}, {'1', 3}, {'r', 3 * 240}, {'R', 3}}) {
@@ -112,13 +116,12 @@ TEST(UpgradeRounds, OrderUntilNobodyNeedsItThenRebootThenThisDevice) {
 
 namespace {
 
-// A device that serves an image to itself, and records what is installed.
+// A device that serves an image to itself and records what is installed.
 class Upgraded {
   public:
     Upgraded() {
-        ip("link add v0 type veth peer name v1");
-        ip("address add 192.0.2.1/24 dev v0");
-        for (const std::string name : {"lo", "v0", "v1"}) ip("link set " + name + " up");
+        ip("link add v0 type veth peer name v1; address add 192.0.2.1/24 dev v0");
+        ip("link set lo up; link set v0 up; link set v1 up");
         folder.platformConf("FIRMWARE_FOLDER = " + folder.path() +
                             "\nFIRMWARE_DOWNLOAD = " + folder.path("downloads") +
                             "\nINCLUDE = v0\nHOSTNAME = attic\nFIRMWARE_VERSION = 1.0\n");
@@ -126,25 +129,24 @@ class Upgraded {
         folder.hook("firmware-install", "cat \"$1\" >\"$0.got\"; echo \" $2\" >>\"$0.got\"");
         daemon = std::make_unique<Listener>();
     }
-    // Announces an image, whatever its digest.
     void announce(const std::string& image, const std::string& digest,
                   const std::string& rest = "VERSION = 2.0\nHOSTS = attic\n") {
         folder.write("fw.bin", image);
         folder.write("fw.bin.manifest", rest + "SHA256 = " + digest + "\n");
     }
-    // The same while the schedule goes on.
+    // Follows the daemon's schedule meanwhile.
     bool becomes(const std::function<bool()>& condition) {
         return ::becomes([&] {
             EXPECT_EQ(reSendRenewbySynclist(), 0);
-            (void)daemon->next();
+            daemon->next();
             poll(nullptr, 0, 15);
             return condition();
         });
     }
     bool hasDownloads() const { return !std::filesystem::is_empty(folder.path("downloads")); }
-    // Not before the announcement is taken up, which ends the server of an earlier one.
+    // Takes the announcement up first, because that stops the server.
     void serve() {
-        (void)daemon->next();
+        daemon->next();
         ASSERT_EQ(set_vsftpd_StartStop(1), 0);
         collectJobs();
         poll(nullptr, 0, 300);
@@ -172,7 +174,7 @@ class Upgraded {
 
 }  // namespace
 
-TEST(Upgrade, AnImageIsInstalledOnlyAsItWasAnnounced) {
+TEST(Upgrade, OnlyTheAnnouncedImageIsInstalled) {
     inOwnNetwork([] {
         Upgraded device;
         char version[PLATFORM_FW_TEXT_LEN], url[PLATFORM_FW_URL_LEN];
@@ -188,31 +190,37 @@ TEST(Upgrade, AnImageIsInstalledOnlyAsItWasAnnounced) {
         device.announce(kImage, kDigest);
         ASSERT_TRUE(device.becomes(offered));
         EXPECT_EQ(checkLocalFW(), 0);
-        EXPECT_EQ(checkLocalFW(), 16) << "daemon once";
+        EXPECT_EQ(checkLocalFW(), 16) << "reported once";
         EXPECT_EQ(getNewFWVersionByPlatform("", "porch", version), 16);
         ASSERT_EQ(getDownloanURL("", "attic", url, file), 0);
         EXPECT_EQ(device.fetched(url), uint32_t{PLATFORM_FW_REBOOT});
         EXPECT_EQ(installed(), "the new firmware 2.0\n");
 
-        // Corrupted, truncated, without a manifest, for another device, and what runs already.
         device.folder.hook("firmware-install", "echo must not run >\"$0.got\"");
-        for (const char* image : {"the nEw firmware", "the new firm", ""}) {
-            device.folder.write("fw.bin", image);
-            EXPECT_EQ(device.fetched(url), uint32_t{PLATFORM_FW_FAILED}) << image;
+        constexpr uint32_t kFailed = PLATFORM_FW_FAILED, kIdle = PLATFORM_FW_IDLE;
+        const struct {
+            const char *name, *image, *manifest;
+            uint32_t state;
+        } table[] = {
+            {"corrupted", "the nEw firmware", "VERSION = 2.0\n", kFailed},
+            {"cut", "the new firm", "VERSION = 2.0\n", kFailed},
+            {"empty", "", "VERSION = 2.0\n", kFailed},
+            {"no manifest", kImage, "", kFailed},
+            {"other device", kImage, "VERSION = 2.0\nHOSTS = porch\n", kFailed},
+            {"running version", kImage, "VERSION = 1.0\n", kIdle},
+        };
+        for (const auto& row : table) {
+            device.announce(row.image, kDigest, row.manifest);
+            EXPECT_EQ(device.fetched(url), row.state) << row.name;
         }
-        EXPECT_EQ(device.fetched(url + std::string("2")), uint32_t{PLATFORM_FW_FAILED});
-        const FwCtrl forget{};
-        EXPECT_EQ(FWCtrl(&forget), 0);
-        EXPECT_EQ(Upgraded::state(), uint32_t{PLATFORM_FW_IDLE});
-        device.announce(kImage, kDigest, "VERSION = 2.0\nHOSTS = porch\n");
-        EXPECT_EQ(device.fetched(url), uint32_t{PLATFORM_FW_FAILED});
-        device.announce(kImage, kDigest, "VERSION = 1.0\n");
-        EXPECT_EQ(device.fetched(url), uint32_t{PLATFORM_FW_IDLE});
         EXPECT_EQ(installed(), "the new firmware 2.0\n");
 
         device.announce(kImage, kDigest);
         device.folder.hook("firmware-install", "exit 1");
-        EXPECT_EQ(device.fetched(url), uint32_t{PLATFORM_FW_FAILED}) << "the installation fails";
+        EXPECT_EQ(device.fetched(url), kFailed) << "the installation fails";
+        const FwCtrl forget{};
+        EXPECT_EQ(FWCtrl(&forget), 0);
+        EXPECT_EQ(Upgraded::state(), kIdle);
         EXPECT_EQ(set_vsftpd_StartStop(0), 0);
     });
 }
@@ -230,7 +238,7 @@ TEST(Upgrade, AnInstallationOutlivesTheDaemon) {
         ASSERT_TRUE(device.becomes([] { return isJobRunning("hook firmware-install"); }));
         device.daemon.reset();
         ASSERT_EQ(initNetCtrl(), 0);
-        EXPECT_EQ(FWCtrl(&order), 16) << "it is at work";
+        EXPECT_EQ(FWCtrl(&order), 16) << "still installing";
         device.folder.write("firmware-install.go", "");
         EXPECT_GT(wait(nullptr), 0);
         EXPECT_EQ(device.folder.read("firmware-install.got"), kImage);
@@ -240,40 +248,32 @@ TEST(Upgrade, AnInstallationOutlivesTheDaemon) {
     });
 }
 
-TEST(Upgrade, TheServerBecomesWhatWasWantedLast) {
+TEST(Upgrade, TheServerFollowsTheLastOrder) {
     const ScratchFolder folder;
     folder.hook("ftp-server", "until [ -e \"$0.go\" ]; do sleep 0.02; done; echo $1 >>\"$0.got\"");
-    const auto isTold = [&folder](const std::string& daemon) {
+    const auto hasRun = [&folder](const std::string& args) {
         return becomes([&] {
             collectJobs();
-            return folder.read("ftp-server.got") == daemon;
+            return folder.read("ftp-server.got") == args;
         });
     };
     EXPECT_EQ(set_vsftpd_StartStop(1), 0);
     EXPECT_EQ(set_vsftpd_StartStop(0), 0);
     folder.write("ftp-server.go", "");
-    EXPECT_TRUE(isTold("1\n0\n"));
-    // At the end of the library a start that is at work is followed by the stop as well.
+    EXPECT_TRUE(hasRun("1\n0\n"));
+    // At the end of the library, a running start is followed by a stop, too.
     while (isJobRunning("hook ftp-server")) collectJobs();
     EXPECT_EQ(set_vsftpd_StartStop(1), 0);
     EXPECT_EQ(destroyNetCtrl(), 0);
-    EXPECT_TRUE(isTold("1\n0\n1\n0\n"));
+    EXPECT_TRUE(hasRun("1\n0\n1\n0\n"));
     EXPECT_GT(wait(nullptr), 0);
-}
-
-TEST(Jobs, WriteNoMoreThanTheyMay) {
-    const ScratchFolder folder;
-    const JobId job = startJob(
-        {"/bin/sh", "-c", "sleep 0.2; exec head -c 100000 /dev/zero >\"$0\"", folder.path("big")},
-        {.limit = seconds(10), .maxFile = 1000}, {});
-    EXPECT_EQ(waitJob(job, seconds(10)), 16);
-    EXPECT_EQ(folder.read("big").size(), 1000U);
 }
 
 TEST(Upgrade, OrdersThatCannotBeCarriedOutAreRefused) {
     const ScratchFolder folder;
+    FwCtrl order{6, 1, "http://host/fw", {}};
+    EXPECT_EQ(FWCtrl(&order), 16) << "no hook";
     folder.hook("firmware-install", "exit 0");
-    FwCtrl order{6, 1, {}, {}};
     for (const char* url : {"", "file:///etc/shadow", "http://", "-o/etc/passwd", "HTTP://h/x y",
                             "http://h/a\nb", "gopher://h/x", "/etc/shadow", "http://127.0.0.1/x",
                             "ftp://LOCALHOST:80/x", "http://[::1]:80/x", "http://a@0x7f.1/x",
@@ -281,7 +281,7 @@ TEST(Upgrade, OrdersThatCannotBeCarriedOutAreRefused) {
         copyText(order.url, url);
         EXPECT_EQ(FWCtrl(&order), 16) << url;
     }
-    // Of a name that comes from the network a hook may make a path or an argument.
+    // A hook may use a name from the network as a path or an argument.
     folder.hook("firmware", "[ \"$1\" = 5 ]");
     folder.hook("log-file-fetch", "exit 0");
     order.fwOption = 5;

@@ -150,11 +150,9 @@ TEST(Stations, AreTheValidLinesOfTheHook) {
     ASSERT_EQ(getWIFIConfig(&list), 0);
     EXPECT_EQ(list.count, 2);
     std::string shown;
-    for (WifiStation* station = list.head; station != nullptr;) {
-        shown += macText(station->mac) + "|" + station->tx + "|" + station->rx + "|" +
-                 station->connType + "\n";
-        free(std::exchange(station, station->next));
-    }
+    takeList(list.head, [&shown](const WifiStation& s) {
+        shown += macText(s.mac) + "|" + s.tx + "|" + s.rx + "|" + s.connType + "\n";
+    });
     EXPECT_EQ(shown,
               "02:57:a0:00:00:01|866.7 Mb/s||Main_5GH\n"
               "02:57:a0:00:00:06|a tx of more than thirty-one by|rx|x\n");

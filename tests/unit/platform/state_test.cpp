@@ -30,13 +30,10 @@ TEST(State, OfTheNetworkIsThatOfTheKernel) {
     const ScratchFolder folder;
     folder.platformConf("EXCLUDE = far-*\n");
     inOwnNetwork([] {
-        ip("link add plain type veth peer name far-plain");
-        ip("link add port type veth peer name far-port");
-        for (const std::string name : {"plain", "far-plain", "port"}) {
-            ip("link set " + name + " up");
-        }
-        ip("addr add 192.0.2.7/24 dev plain");
-        ip("addr add 2001:db8::7/64 dev plain nodad");
+        ip("link add plain type veth peer name far-plain; link set plain up; link set far-plain "
+           "up");
+        ip("link add port type veth peer name far-port; link set port up");
+        ip("addr add 192.0.2.7/24 dev plain; addr add 2001:db8::7/64 dev plain nodad");
         IPv6Info ipv6{};
         Listener daemon;
         EXPECT_TRUE(daemon.statusBecomes("plain", PLATFORM_OPER_UP));
@@ -46,14 +43,11 @@ TEST(State, OfTheNetworkIsThatOfTheKernel) {
         EXPECT_EQ(getIPv6Info(&ipv6), 0);
         EXPECT_STREQ(ipv6.address[0], "2001:db8::7");
 
-        ip("link add br0 type bridge");
-        ip("link set port master br0");
-        ip("link set br0 up");
-        ip("link set far-port up");
+        ip("link add br0 type bridge; link set port master br0");
+        ip("link set br0 up; link set far-port up");
         EXPECT_TRUE(daemon.statusBecomes("port", PLATFORM_OPER_UP));
         EXPECT_EQ(textOf<32>(getDeviceIP), "192.0.2.7");  // the bridge has none yet
-        ip("addr add fe80::5/64 dev br0 nodad");
-        ip("addr add fd00::1/64 dev br0 nodad");
+        ip("addr add fe80::5/64 dev br0 nodad; addr add fd00::1/64 dev br0 nodad");
         ip("addr add 192.0.2.1/24 dev br0");
         EXPECT_EQ(textOf<32>(getDeviceIP), "192.0.2.1");
         NetworkState network{};
@@ -68,7 +62,7 @@ TEST(State, OfTheNetworkIsThatOfTheKernel) {
         for (const char* digit : {"0", "1", "2", "3", "4", "5"}) {
             ip(std::string("link add quo\"te\\port") + digit + " type veth peer name far-" + digit);
         }
-        (void)daemon.next();
+        daemon.next();
         const std::string ports = textOf<128>(getEthernetPortState);
         EXPECT_TRUE(ports.ends_with(R"(,"quo?te?port4:down")")) << ports;
 
@@ -93,7 +87,6 @@ TEST(State, OfTheProductIsConfiguredOrFromHooks) {
         EXPECT_EQ(textOf<32>(getBackhaulType), "G.hn");
         EXPECT_EQ(getConfigureState(&configure), 0);
         EXPECT_EQ(configure, 2);
-
         EXPECT_EQ(textOf<16>(getWIFICountryCode), "SE");
         folder.hook("wifi-country-code", "[ $1 = NO ]");
         EXPECT_EQ(setWIFICountryCode("NO"), 0);

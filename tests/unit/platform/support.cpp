@@ -8,7 +8,6 @@
 
 #include <chrono>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -43,21 +42,11 @@ const Record& as(const void* info) {
     return *static_cast<const Record*>(info);
 }
 
-std::string macsText(const IntfNbrEvent& event) {
-    std::string text;
-    for (size_t i = 0; i < event.macNum; i++) text += " " + macText(event.macs + 6 * i);
-    return text;
-}
-
 }  // namespace
 
 ScratchFolder::ScratchFolder() {
     char name[] = "/tmp/platform_test.XXXXXX";
     path_ = mkdtemp(name);
-}
-
-ScratchFolder::~ScratchFolder() {
-    std::filesystem::remove_all(path_);
 }
 
 void ScratchFolder::write(const std::string& name, const std::string& text, int mode) const {
@@ -83,6 +72,12 @@ void ScratchFolder::platformConf(const std::string& text) const {
     reloadConf();
 }
 
+std::string macsText(const uint8_t* packed, size_t count) {
+    std::string text;
+    for (size_t i = 0; i < count; i++) text += " " + macText(packed + 6 * i);
+    return text;
+}
+
 bool becomes(const std::function<bool()>& condition) {
     const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     while (!condition()) {
@@ -93,17 +88,15 @@ bool becomes(const std::function<bool()>& condition) {
 }
 
 void inOwnNetwork(const std::function<void()>& body) {
-    std::fflush(stdout);
+    fflush(stdout);
     const pid_t child = fork();
     ASSERT_GE(child, 0);
     if (child == 0) {
-        if (!enterOwnNetwork()) {
-            ADD_FAILURE() << "the kernel allows no user namespaces, and we are not root";
-        } else {
-            setenv("VM1905_PLATFORM_CONF", "/nonexistent", 0);
-            body();
-        }
-        std::fflush(stdout);
+        EXPECT_TRUE(enterOwnNetwork())
+            << "the kernel allows no user namespaces, and we are not root";
+        setenv("VM1905_PLATFORM_CONF", "/nonexistent", 0);
+        if (!testing::Test::HasFailure()) body();
+        fflush(stdout);
         _exit(testing::Test::HasFailure() ? 1 : 0);
     }
     int status = 0;
@@ -118,16 +111,20 @@ void run(const std::string& commandLine) {
     EXPECT_EQ(runCommand(argv, {.limit = std::chrono::seconds(10)}), 0) << commandLine;
 }
 
+void ip(const std::string& commands) {
+    std::istringstream all(commands);
+    for (std::string command; std::getline(all, command, ';');) run("ip " + command);
+}
+
 std::map<std::string, IntfDesc> describeAll() {
     std::map<std::string, IntfDesc> intfs;
     IntfDescList list{};
     EXPECT_EQ(getIntfDesc(&list), 0);
-    for (IntfDesc* desc = list.head; desc != nullptr;) {
-        intfs[desc->name] = *desc;
-        std::free(desc->mediaInfo);
-        std::free(desc->nbrMacs);
-        std::free(std::exchange(desc, desc->next));
-    }
+    takeList(list.head, [&intfs](const IntfDesc& desc) {
+        intfs[desc.name] = desc;
+        free(desc.mediaInfo);
+        free(desc.nbrMacs);
+    });
     EXPECT_EQ(intfs.size(), list.intfNum);
     return intfs;
 }
@@ -154,8 +151,8 @@ std::string Listener::next() {
     return events;
 }
 
-std::string Listener::after(const std::string& args) {
-    ip(args);
+std::string Listener::after(const std::string& commands) {
+    ip(commands);
     return next();
 }
 
@@ -176,52 +173,36 @@ void Listener::callback(uint32_t eventId, const void* info, uint32_t* result) {
 }
 
 void Listener::record(uint32_t eventId, const void* info) {
-    switch (eventId) {
-        case NET_STATUS_INTF_ADDED:
-        case NET_STATUS_INTF_REMOVED: {
-            const auto& e = as<IntfListEvent>(info);
-            const bool added = eventId == NET_STATUS_INTF_ADDED;
-            intfNum += added ? e.intfNum : -e.intfNum;
-            for (const IntfDesc* desc = e.head; desc != nullptr; desc = desc->next) {
-                note((added ? "added " : "removed ") + std::string(desc->name));
-                // The daemon opens ports right after an addition.
-                EXPECT_EQ(getDeviceSendMsgEnable(desc->name) == 0, added) << desc->name;
-                if (added) statuses[desc->name] = desc->operStatus;
-            }
-            return;
+    const auto number = [info] { return std::to_string(as<uint32_t>(info)); };
+    if (eventId == NET_STATUS_INTF_ADDED || eventId == NET_STATUS_INTF_REMOVED) {
+        const auto& e = as<IntfListEvent>(info);
+        const bool added = eventId == NET_STATUS_INTF_ADDED;
+        intfNum += added ? e.intfNum : -e.intfNum;
+        for (const IntfDesc* desc = e.head; desc != nullptr; desc = desc->next) {
+            note((added ? "added " : "removed ") + std::string(desc->name));
+            // The daemon opens ports right after an addition.
+            EXPECT_EQ(getDeviceSendMsgEnable(desc->name) == 0, added) << desc->name;
+            if (added) statuses[desc->name] = desc->operStatus;
         }
-        case NET_STATUS_INTF_OPER_STATUS: {
-            const auto& e = as<IntfStateEvent>(info);
-            EXPECT_NE(std::exchange(statuses[e.name], e.newState), e.newState) << "no change";
-            return;
-        }
-        case NET_STATUS_INTF_PWR_STATE: {
-            const auto& e = as<IntfStateEvent>(info);
-            return note(std::string("power ") + e.name + " " + std::to_string(e.newState));
-        }
-        case NET_STATUS_INTF_MAC: {
-            const auto& e = as<IntfMacEvent>(info);
-            return note(std::string("mac ") + e.name + " " + macText(e.mac) + " " +
-                        macText(e.newMac));
-        }
-        case NET_STATUS_INTF_NBR_ADDED:
-            return note("heard " +
-                        (as<IntfNbrEvent>(info).name + macsText(as<IntfNbrEvent>(info))));
-        case NET_STATUS_INTF_NBR_REMOVED:
-            return note("lost " + (as<IntfNbrEvent>(info).name + macsText(as<IntfNbrEvent>(info))));
-        case NET_STATUS_AL_MAC:
-            return note("al " + macText(as<AlMacEvent>(info).newMac));
-        case NET_STATUS_BRDG_CAP:
-            return note("bridges");
-        case NET_STATUS_WPS_CONFIG:
-            return note("wps");
-        case NET_STATUS_NEW_FIRMWARE:
-            return note("firmware " + std::to_string(as<uint32_t>(info)));
-        case NET_STATUS_FW_UPGRADE:
-            return note("upgrade " + std::to_string(as<uint32_t>(info)));
-        case NET_STATUS_LED:
-            return note(std::string("led ") + static_cast<const char*>(info));
-        default:
-            return note("event " + std::to_string(eventId));
+    } else if (eventId == NET_STATUS_INTF_OPER_STATUS) {
+        const auto& e = as<IntfStateEvent>(info);
+        EXPECT_NE(std::exchange(statuses[e.name], e.newState), e.newState) << "no change";
+    } else if (eventId == NET_STATUS_INTF_PWR_STATE) {
+        const auto& e = as<IntfStateEvent>(info);
+        note(std::string("power ") + e.name + " " + std::to_string(e.newState));
+    } else if (eventId == NET_STATUS_INTF_MAC) {
+        const auto& e = as<IntfMacEvent>(info);
+        note(std::string("mac ") + e.name + macsText(e.mac, 1) + macsText(e.newMac, 1));
+    } else if (eventId == NET_STATUS_INTF_NBR_ADDED || eventId == NET_STATUS_INTF_NBR_REMOVED) {
+        const auto& e = as<IntfNbrEvent>(info);
+        const std::string verb = eventId == NET_STATUS_INTF_NBR_ADDED ? "heard " : "lost ";
+        note(verb + e.name + macsText(e.macs, e.macNum));
     }
+    if (eventId == NET_STATUS_AL_MAC) note("al " + macText(as<AlMacEvent>(info).newMac));
+    if (eventId == NET_STATUS_INTF_MEDIA_TYPE) note("media");
+    if (eventId == NET_STATUS_BRDG_CAP) note("bridges");
+    if (eventId == NET_STATUS_WPS_CONFIG) note("wps");
+    if (eventId == NET_STATUS_NEW_FIRMWARE) note("firmware " + number());
+    if (eventId == NET_STATUS_FW_UPGRADE) note("upgrade " + number());
+    if (eventId == NET_STATUS_LED) note(std::string("led ") + static_cast<const char*>(info));
 }

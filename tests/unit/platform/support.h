@@ -3,9 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <string>
+#include <utility>
 
 #include "api.h"
 #include "common/command.h"
@@ -16,7 +19,7 @@
 class ScratchFolder {
   public:
     ScratchFolder();
-    ~ScratchFolder();
+    ~ScratchFolder() { std::filesystem::remove_all(path_); }
     std::string path(const std::string& name) const { return path_ + "/" + name; }
     const std::string& path() const { return path_; }
     void write(const std::string& name, const std::string& text, int mode = 0644) const;
@@ -38,9 +41,8 @@ void inOwnNetwork(const std::function<void()>& body);
 
 // Runs a program with blank-separated arguments; a failure fails the test.
 void run(const std::string& commandLine);
-inline void ip(const std::string& args) {
-    run("ip " + args);
-}
+// The same for ip with each of these arguments, separated by semicolons.
+void ip(const std::string& commands);
 
 // The answer of a platform function that fills a text.
 template <size_t N>
@@ -49,6 +51,18 @@ std::string textOf(int (*question)(char*)) {
     EXPECT_EQ(question(text), 0);
     return text;
 }
+
+// Calls take() for each entry of a list and frees the entry.
+template <typename Entry, typename Take>
+void takeList(Entry* head, Take take) {
+    while (head != nullptr) {
+        take(*head);
+        free(std::exchange(head, head->next));
+    }
+}
+
+// " <mac> <mac>"
+std::string macsText(const uint8_t* packed, size_t count);
 
 // Interfaces by name, from getIntfDesc; their pointers are no longer valid.
 std::map<std::string, IntfDesc> describeAll();
@@ -63,8 +77,8 @@ class Listener {
     ~Listener();
     // The events of one runNetCtrl: "lost v0 <mac>, bridges".
     std::string next();
-    // The same after a call of ip.
-    std::string after(const std::string& args);
+    // The same after calls of ip.
+    std::string after(const std::string& commands);
     // Calls runNetCtrl until the interface is reported with this operational status. These events
     // are recorded separately, since the kernel sends them in its own time.
     bool statusBecomes(const std::string& ifname, uint32_t status);
