@@ -174,78 +174,75 @@ class Upgraded {
 
 }  // namespace
 
-TEST(Upgrade, OnlyTheAnnouncedImageIsInstalled) {
-    inOwnNetwork([] {
-        Upgraded device;
-        char version[PLATFORM_FW_TEXT_LEN], url[PLATFORM_FW_URL_LEN];
-        char file[PLATFORM_FW_FILE_NAME_LEN];
-        const auto offered = [&] { return getNewFWVersionByPlatform("", "attic", version) == 0; };
-        const auto installed = [&] { return device.folder.read("firmware-install.got"); };
+NETWORK_TEST(Upgrade, OnlyTheAnnouncedImageIsInstalled) {
+    Upgraded device;
+    char version[PLATFORM_FW_TEXT_LEN], url[PLATFORM_FW_URL_LEN];
+    char file[PLATFORM_FW_FILE_NAME_LEN];
+    const auto offered = [&] { return getNewFWVersionByPlatform("", "attic", version) == 0; };
+    const auto installed = [&] { return device.folder.read("firmware-install.got"); };
 
-        device.announce(kImage, std::string(64, '0'));
-        calls.clear();
-        EXPECT_TRUE(device.becomes([pass = 0]() mutable { return ++pass == 20; }));
-        EXPECT_FALSE(offered()) << "it does not match its manifest";
-        EXPECT_EQ(calls, "");
-        device.announce(kImage, kDigest);
-        ASSERT_TRUE(device.becomes(offered));
-        EXPECT_EQ(checkLocalFW(), 0);
-        EXPECT_EQ(checkLocalFW(), 16) << "reported once";
-        EXPECT_EQ(getNewFWVersionByPlatform("", "porch", version), 16);
-        ASSERT_EQ(getDownloanURL("", "attic", url, file), 0);
-        EXPECT_EQ(device.fetched(url), uint32_t{PLATFORM_FW_REBOOT});
-        EXPECT_EQ(installed(), "the new firmware 2.0\n");
+    device.announce(kImage, std::string(64, '0'));
+    calls.clear();
+    EXPECT_TRUE(device.becomes([pass = 0]() mutable { return ++pass == 20; }));
+    EXPECT_FALSE(offered()) << "it does not match its manifest";
+    EXPECT_EQ(calls, "");
+    device.announce(kImage, kDigest);
+    ASSERT_TRUE(device.becomes(offered));
+    EXPECT_EQ(checkLocalFW(), 0);
+    EXPECT_EQ(checkLocalFW(), 16) << "reported once";
+    EXPECT_EQ(getNewFWVersionByPlatform("", "porch", version), 16);
+    ASSERT_EQ(getDownloanURL("", "attic", url, file), 0);
+    EXPECT_EQ(device.fetched(url), uint32_t{PLATFORM_FW_REBOOT});
+    EXPECT_EQ(installed(), "the new firmware 2.0\n");
 
-        device.folder.hook("firmware-install", "echo must not run >\"$0.got\"");
-        constexpr uint32_t kFailed = PLATFORM_FW_FAILED, kIdle = PLATFORM_FW_IDLE;
-        const struct {
-            const char *name, *image, *manifest;
-            uint32_t state;
-        } table[] = {
-            {"corrupted", "the nEw firmware", "VERSION = 2.0\n", kFailed},
-            {"cut", "the new firm", "VERSION = 2.0\n", kFailed},
-            {"empty", "", "VERSION = 2.0\n", kFailed},
-            {"no manifest", kImage, "", kFailed},
-            {"other device", kImage, "VERSION = 2.0\nHOSTS = porch\n", kFailed},
-            {"running version", kImage, "VERSION = 1.0\n", kIdle},
-        };
-        for (const auto& row : table) {
-            device.announce(row.image, kDigest, row.manifest);
-            EXPECT_EQ(device.fetched(url), row.state) << row.name;
-        }
-        EXPECT_EQ(installed(), "the new firmware 2.0\n");
+    device.folder.hook("firmware-install", "echo must not run >\"$0.got\"");
+    constexpr uint32_t kFailed = PLATFORM_FW_FAILED, kIdle = PLATFORM_FW_IDLE;
+    const struct {
+        const char *name, *image, *manifest;
+        uint32_t state;
+    } table[] = {
+        {"corrupted", "the nEw firmware", "VERSION = 2.0\n", kFailed},
+        {"cut", "the new firm", "VERSION = 2.0\n", kFailed},
+        {"empty", "", "VERSION = 2.0\n", kFailed},
+        {"no version", kImage, "", kFailed},
+        {"other device", kImage, "VERSION = 2.0\nHOSTS = porch\n", kFailed},
+        {"running version", kImage, "VERSION = 1.0\n", kIdle},
+    };
+    for (const auto& row : table) {
+        device.announce(row.image, kDigest, row.manifest);
+        EXPECT_EQ(device.fetched(url), row.state) << row.name;
+    }
+    EXPECT_EQ(device.fetched(url + std::string("2")), kFailed) << "no manifest";
+    EXPECT_EQ(installed(), "the new firmware 2.0\n");
 
-        device.announce(kImage, kDigest);
-        device.folder.hook("firmware-install", "exit 1");
-        EXPECT_EQ(device.fetched(url), kFailed) << "the installation fails";
-        const FwCtrl forget{};
-        EXPECT_EQ(FWCtrl(&forget), 0);
-        EXPECT_EQ(Upgraded::state(), kIdle);
-        EXPECT_EQ(set_vsftpd_StartStop(0), 0);
-    });
+    device.announce(kImage, kDigest);
+    device.folder.hook("firmware-install", "exit 1");
+    EXPECT_EQ(device.fetched(url), kFailed) << "the installation fails";
+    const FwCtrl forget{};
+    EXPECT_EQ(FWCtrl(&forget), 0);
+    EXPECT_EQ(Upgraded::state(), kIdle);
+    EXPECT_EQ(set_vsftpd_StartStop(0), 0);
 }
 
-TEST(Upgrade, AnInstallationOutlivesTheDaemon) {
-    inOwnNetwork([] {
-        Upgraded device;
-        device.folder.hook("firmware-install",
-                           "echo; until [ -e \"$0.go\" ]; do sleep 0.02; done; echo; "
-                           "cat \"$1\" >\"$0.got\"");
-        device.announce(kImage, kDigest);
-        device.serve();
-        FwCtrl order{6, 1, "http://192.0.2.1:8905/fw.bin", {}};
-        ASSERT_EQ(FWCtrl(&order), 0);
-        ASSERT_TRUE(device.becomes([] { return isJobRunning("hook firmware-install"); }));
-        device.daemon.reset();
-        ASSERT_EQ(initNetCtrl(), 0);
-        EXPECT_EQ(FWCtrl(&order), 16) << "still installing";
-        device.folder.write("firmware-install.go", "");
-        EXPECT_GT(wait(nullptr), 0);
-        EXPECT_EQ(device.folder.read("firmware-install.got"), kImage);
-        EXPECT_TRUE(device.hasDownloads());
-        ASSERT_EQ(initNetCtrl(), 0);
-        EXPECT_FALSE(device.hasDownloads());
-    });
+NETWORK_TEST(Upgrade, AnInstallationOutlivesTheDaemon) {
+    Upgraded device;
+    device.folder.hook("firmware-install",
+                       "echo; until [ -e \"$0.go\" ]; do sleep 0.02; done; echo; "
+                       "cat \"$1\" >\"$0.got\"");
+    device.announce(kImage, kDigest);
+    device.serve();
+    FwCtrl order{6, 1, "http://192.0.2.1:8905/fw.bin", {}};
+    ASSERT_EQ(FWCtrl(&order), 0);
+    ASSERT_TRUE(device.becomes([] { return isJobRunning("hook firmware-install"); }));
+    device.daemon.reset();
+    ASSERT_EQ(initNetCtrl(), 0);
+    EXPECT_EQ(FWCtrl(&order), 16) << "still installing";
+    device.folder.write("firmware-install.go", "");
+    EXPECT_GT(wait(nullptr), 0);
+    EXPECT_EQ(device.folder.read("firmware-install.got"), kImage);
+    EXPECT_TRUE(device.hasDownloads());
+    ASSERT_EQ(initNetCtrl(), 0);
+    EXPECT_FALSE(device.hasDownloads());
 }
 
 TEST(Upgrade, TheServerFollowsTheLastOrder) {

@@ -30,40 +30,38 @@ std::string takeSent() {
 
 }  // namespace
 
-TEST(Settings, AreReturnedAndChangesReportedOnce) {
-    inOwnNetwork([] {
-        Listener daemon;
-        const auto values = [] {
-            WpsConfig config{};
-            EXPECT_EQ(getWPSConfig(&config), 0);
-            return std::vector<int>{config.deviceType, config.sendSearch, config.sendResponse};
-        };
-        const std::vector<int> lowBytes{1, 300 & 0xFF, 0xFF};
-        for (const char* events : {"wps", ""}) {
-            EXPECT_EQ(setWPSConfig(1, 300, -1), 0);
-            EXPECT_EQ(daemon.next(), events);
-        }
-        EXPECT_EQ(setWPSConfig(2, 0, 0), 16);
-        EXPECT_EQ(values(), lowBytes);
-        EXPECT_EQ(setWPSConfByBand("All", 1, 2), 0);
-        EXPECT_EQ(daemon.next(), "wps");
-        for (const char* bad : {"2", "all", "0 "}) {
-            EXPECT_EQ(setWPSConfByBand(bad, 0, 0), 16) << bad;
-        }
+NETWORK_TEST(Settings, AreReturnedAndChangesReportedOnce) {
+    Listener daemon;
+    const auto values = [] {
+        WpsConfig config{};
+        EXPECT_EQ(getWPSConfig(&config), 0);
+        return std::vector<int>{config.deviceType, config.sendSearch, config.sendResponse};
+    };
+    const std::vector<int> lowBytes{1, 300 & 0xFF, 0xFF};
+    for (const char* events : {"wps", ""}) {
+        EXPECT_EQ(setWPSConfig(1, 300, -1), 0);
+        EXPECT_EQ(daemon.next(), events);
+    }
+    EXPECT_EQ(setWPSConfig(2, 0, 0), 16);
+    EXPECT_EQ(values(), lowBytes);
+    EXPECT_EQ(setWPSConfByBand("All", 1, 2), 0);
+    EXPECT_EQ(daemon.next(), "wps");
+    for (const char* bad : {"2", "all", "0 "}) {
+        EXPECT_EQ(setWPSConfByBand(bad, 0, 0), 16) << bad;
+    }
 
-        // The former device mode returns after a trial unless the new one is confirmed.
-        EXPECT_EQ(setWPSConfigChangetimeout(0, 0, 0, 1), 0);
-        EXPECT_TRUE(becomes([] {
-            EXPECT_EQ(check_ChangeDeviceMode_timeout(), 0);
-            return getChangetomeout_flag() == 0;
-        }));
-        EXPECT_EQ(values(), lowBytes);
-        EXPECT_EQ(setWPSConfigChangetimeout(0, 0, 0, 1000), 0);
+    // The former device mode returns after a trial unless the new one is confirmed.
+    EXPECT_EQ(setWPSConfigChangetimeout(0, 0, 0, 1), 0);
+    EXPECT_TRUE(becomes([] {
         EXPECT_EQ(check_ChangeDeviceMode_timeout(), 0);
-        EXPECT_EQ(getChangetomeout_flag(), 1);
-        EXPECT_EQ(setWPSConfig(0, 0, 0), 0);
-        EXPECT_EQ(getChangetomeout_flag(), 0);
-    });
+        return getChangetomeout_flag() == 0;
+    }));
+    EXPECT_EQ(values(), lowBytes);
+    EXPECT_EQ(setWPSConfigChangetimeout(0, 0, 0, 1000), 0);
+    EXPECT_EQ(check_ChangeDeviceMode_timeout(), 0);
+    EXPECT_EQ(getChangetomeout_flag(), 1);
+    EXPECT_EQ(setWPSConfig(0, 0, 0), 0);
+    EXPECT_EQ(getChangetomeout_flag(), 0);
 }
 
 TEST(Settings, AdmissionFollowsTheListUnlessAllAreApproved) {
@@ -79,49 +77,45 @@ TEST(Settings, AdmissionFollowsTheListUnlessAllAreApproved) {
     }
 }
 
-TEST(Settings, FirmwareAndLedAreReported) {
-    inOwnNetwork([] {
-        const ScratchFolder folder;
-        Listener daemon;
-        EXPECT_EQ(setFWState("Upgrade_EX\r\n"), 0);
-        for (const char* bad : {"6", ""}) EXPECT_EQ(setFWState(bad), 16) << bad;
-        EXPECT_EQ(setFWresult(1), 0);
-        folder.hook("led", "echo dimmed to $1 percent of what it can do at most");
-        EXPECT_EQ(setLEDvalue(40), 0);
-        EXPECT_EQ(daemon.next(), "firmware 1, upgrade 4, led dimmed to 40 percent of what it ");
-        EXPECT_EQ(setFWState("4"), 0);
-        EXPECT_EQ(daemon.next(), "");
-    });
+NETWORK_TEST(Settings, FirmwareAndLedAreReported) {
+    const ScratchFolder folder;
+    Listener daemon;
+    EXPECT_EQ(setFWState("Upgrade_EX\r\n"), 0);
+    for (const char* bad : {"6", ""}) EXPECT_EQ(setFWState(bad), 16) << bad;
+    EXPECT_EQ(setFWresult(1), 0);
+    folder.hook("led", "echo dimmed to $1 percent of what it can do at most");
+    EXPECT_EQ(setLEDvalue(40), 0);
+    EXPECT_EQ(daemon.next(), "firmware 1, upgrade 4, led dimmed to 40 percent of what it ");
+    EXPECT_EQ(setFWState("4"), 0);
+    EXPECT_EQ(daemon.next(), "");
 }
 
-TEST(AutoConfiguration, SendsThroughTheDaemon) {
-    inOwnNetwork([] {
-        const ScratchFolder folder;
-        Listener daemon;
-        EXPECT_EQ(sendWPSSearch(1), 16) << "no callback yet";
-        EXPECT_EQ(setServReqCallbackFunc(sendMessage), 0);
-        EXPECT_EQ(sendWPSSearch(1), 0);
-        EXPECT_EQ(sendPBEvent(), 19) << "the result of the daemon";
-        EXPECT_EQ(takeSent(), "0 band 1\n4\n");
+NETWORK_TEST(AutoConfiguration, SendsThroughTheDaemon) {
+    const ScratchFolder folder;
+    Listener daemon;
+    EXPECT_EQ(sendWPSSearch(1), 16) << "no callback yet";
+    EXPECT_EQ(setServReqCallbackFunc(sendMessage), 0);
+    EXPECT_EQ(sendWPSSearch(1), 0);
+    EXPECT_EQ(sendPBEvent(), 19) << "the result of the daemon";
+    EXPECT_EQ(takeSent(), "0 band 1\n4\n");
 
-        // Only a Registrar with "send response" answers a search.
-        const ApAutoConfSrch search{0, 1, {2, 0, 0, 0, 0, 7}, 99};
-        EXPECT_EQ(notifyApAutoConfSrchMsgReceived(&search), 0);
-        EXPECT_EQ(setWPSConfByBand("1", 0, 1), 0);
-        EXPECT_EQ(notifyApAutoConfSrchMsgReceived(&search), 0);
-        EXPECT_EQ(setWPSConfig(1, 1, 1), 0);
-        EXPECT_EQ(notifyApAutoConfSrchMsgReceived(&search), 0);
-        EXPECT_EQ(takeSent(), "1 to 02:00:00:00:00:07 id 99 band 1\n");
+    // Only a Registrar with "send response" answers a search.
+    const ApAutoConfSrch search{0, 1, {2, 0, 0, 0, 0, 7}, 99};
+    EXPECT_EQ(notifyApAutoConfSrchMsgReceived(&search), 0);
+    EXPECT_EQ(setWPSConfByBand("1", 0, 1), 0);
+    EXPECT_EQ(notifyApAutoConfSrchMsgReceived(&search), 0);
+    EXPECT_EQ(setWPSConfig(1, 1, 1), 0);
+    EXPECT_EQ(notifyApAutoConfSrchMsgReceived(&search), 0);
+    EXPECT_EQ(takeSent(), "1 to 02:00:00:00:00:07 id 99 band 1\n");
 
-        // The output of the hook is sent to the source of the frame.
-        const uint8_t frame[] = {0x10, 0x4A, 0x00};
-        const ApAutoConfWsc wsc{{2, 0, 0, 0, 0, 7}, {2, 0, 0, 0, 0, 8}, 3, frame, "12"};
-        folder.hook("autoconf-wsc", "[ \"$3$4\" = 104a0012 ] && echo beef");
-        EXPECT_EQ(notifyApAutoConfWscMsgReceived(&wsc), 0);
-        folder.hook("autoconf-wsc", "echo no frame");
-        EXPECT_EQ(notifyApAutoConfWscMsgReceived(&wsc), 16);
-        EXPECT_EQ(takeSent(), "2 to 02:00:00:00:00:08 beef\n");
-    });
+    // The output of the hook is sent to the source of the frame.
+    const uint8_t frame[] = {0x10, 0x4A, 0x00};
+    const ApAutoConfWsc wsc{{2, 0, 0, 0, 0, 7}, {2, 0, 0, 0, 0, 8}, 3, frame, "12"};
+    folder.hook("autoconf-wsc", "[ \"$3$4\" = 104a0012 ] && echo beef");
+    EXPECT_EQ(notifyApAutoConfWscMsgReceived(&wsc), 0);
+    folder.hook("autoconf-wsc", "echo no frame");
+    EXPECT_EQ(notifyApAutoConfWscMsgReceived(&wsc), 16);
+    EXPECT_EQ(takeSent(), "2 to 02:00:00:00:00:08 beef\n");
 }
 
 TEST(Log, IsTheNamedFileAndKeepsLinesWhole) {

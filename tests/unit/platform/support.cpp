@@ -87,7 +87,7 @@ bool becomes(const std::function<bool()>& condition) {
     return true;
 }
 
-void inOwnNetwork(const std::function<void()>& body) {
+void inOwnNetwork(void (*body)()) {
     fflush(stdout);
     const pid_t child = fork();
     ASSERT_GE(child, 0);

@@ -37,7 +37,14 @@ class ScratchFolder {
 bool becomes(const std::function<bool()>& condition);
 
 // Runs the body in a child process with an empty network namespace and a fresh library.
-void inOwnNetwork(const std::function<void()>& body);
+void inOwnNetwork(void (*body)());
+// A test that runs there.
+#define NETWORK_TEST(suite, name)  \
+    static void suite##name();     \
+    TEST(suite, name) {            \
+        inOwnNetwork(suite##name); \
+    }                              \
+    static void suite##name()
 
 // Runs a program with blank-separated arguments; a failure fails the test.
 void run(const std::string& commandLine);
