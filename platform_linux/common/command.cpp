@@ -6,9 +6,9 @@
 #include <cstdlib>
 #include <memory>
 
+#include "base/result.h"
 #include "common/job.h"
 
-namespace plat {
 namespace {
 
 constexpr std::chrono::milliseconds kKillWait{100};
@@ -18,7 +18,7 @@ constexpr std::chrono::milliseconds kKillWait{100};
 int runCommand(const std::vector<std::string>& argv, const CommandOptions& options) {
     std::string* output = options.output;
     if (output != nullptr) output->clear();
-    // It may be collected after this function is gone, so what it is told into is its own.
+    // Shared: the job may be collected after this function has returned.
     const auto printed = std::make_shared<std::string>();
     const JobId id = startJob(argv,
                               {.limit = options.limit,
@@ -32,16 +32,14 @@ int runCommand(const std::vector<std::string>& argv, const CommandOptions& optio
 }
 
 std::string findProgram(std::string_view name) {
-    const char* path = std::getenv("PATH");
+    const char* path = getenv("PATH");
     std::string folders = path != nullptr ? path : "";
     folders += ":/usr/sbin:/usr/bin:/sbin:/bin";
     for (size_t start = 0; start <= folders.size();) {
         const size_t end = std::min(folders.find(':', start), folders.size());
         std::string file = folders.substr(start, end - start) + "/" + std::string(name);
-        if (file.starts_with('/') && ::access(file.c_str(), X_OK) == 0) return file;
+        if (file.starts_with('/') && access(file.c_str(), X_OK) == 0) return file;
         start = end + 1;
     }
     return {};
 }
-
-}  // namespace plat

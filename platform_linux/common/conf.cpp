@@ -1,23 +1,19 @@
 #include "common/conf.h"
 
-#include <fcntl.h>
-#include <fnmatch.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <optional>
 
-#include "base/fd.h"
+#include "common/files.h"
 #include "common/log.h"
 #include "common/text.h"
 
-namespace plat {
 namespace {
 
-// Far above any sensible file; what lies beyond is not read.
+// Far above any sensible file; the rest is ignored.
 constexpr size_t kMaxFile = size_t{64} * 1024;
-// Complaints about single lines; a file that is none of ours must not flood the log.
+// Complaints about single lines: a wrong file must not flood the log.
 constexpr int kMaxComplaints = 8;
 
 constexpr std::array<std::string_view, 23> kKeys = {
@@ -33,7 +29,7 @@ bool isKnown(std::string_view key) {
     });
 }
 
-// A key is printed into the log, so it must be harmless text.
+// Keys are logged, so they must be harmless text.
 bool isKey(std::string_view text) {
     return !text.empty() && text.size() <= 64 && std::all_of(text.begin(), text.end(), [](char c) {
         return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') ||
@@ -41,75 +37,72 @@ bool isKey(std::string_view text) {
     });
 }
 
+// Without quotes or a comment.
 std::string_view valueIn(std::string_view text) {
-    text = trim(text);
     if (text.starts_with('"')) {
         const size_t end = text.find('"', 1);
         if (end != text.npos) return text.substr(1, end - 1);
     }
-    for (size_t i = 0; i < text.size(); ++i)
-        if (text[i] == '#' && (i == 0 || text[i - 1] == ' ' || text[i - 1] == '\t'))
+    for (size_t i = 0; i < text.size(); i++) {
+        if (text[i] == '#' && (i == 0 || text[i - 1] == ' ' || text[i - 1] == '\t')) {
             return trim(text.substr(0, i));
+        }
+    }
     return text;
 }
 
-struct Loaded {
+struct {
     std::optional<Conf> conf;
-};
-Loaded loaded;
+} loaded;
 
-std::string readFile(const char* path) {
-    std::string text;
-    const Fd file(::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    if (file.get() < 0) return text;
-    text.resize(kMaxFile + 1);
-    size_t size = 0;
-    while (size < text.size()) {
-        const ssize_t n = ::read(file.get(), text.data() + size, text.size() - size);
-        if (n <= 0) break;
-        size += static_cast<size_t>(n);
+void load(Complaints complaints) {
+    const char* given = secure_getenv("VM1905_PLATFORM_CONF");
+    const char* path = given != nullptr ? given : "/etc/vm1905/platform.conf";
+    std::string text = readFile(path, kMaxFile + 1);
+    if (text.size() > kMaxFile) {
+        text.resize(kMaxFile);
+        if (complaints == Complaints::kLog) {
+            LOG_LINE(2, "%s is longer than %zu bytes; the rest is ignored", path, kMaxFile);
+        }
     }
-    if (size > kMaxFile) {
-        size = kMaxFile;
-        PLAT_LOG(2, "%s is longer than %zu bytes; the rest is not read", path, kMaxFile);
-    }
-    text.resize(size);
-    return text;
+    Conf fresh;
+    fresh.parse(text, complaints);
+    loaded.conf = std::move(fresh);
 }
 
 }  // namespace
 
-void Conf::parse(std::string_view text) {
-    int complaints = 0;
-    for (int number = 1; !text.empty(); ++number) {
-        const size_t end = text.find('\n');
-        const std::string_view line = trim(text.substr(0, end));
-        text.remove_prefix(end == text.npos ? text.size() : end + 1);
+void Conf::parse(std::string_view text, Complaints complaints) {
+    int bad = 0;
+    const auto mayComplain = [&] {
+        return complaints == Complaints::kLog && bad++ < kMaxComplaints;
+    };
+    for (int number = 1; !text.empty(); number++) {
+        const std::string_view line = takeLine(text);
         if (line.empty() || line.starts_with('#')) continue;
 
-        const size_t equals = line.find('=');
-        const std::string_view key = trim(line.substr(0, equals));
-        if (equals == line.npos || !isKey(key) || line.find('\0') != line.npos) {
-            if (complaints++ < kMaxComplaints)
-                PLAT_LOG(2, "platform.conf: line %d is not KEY = value", number);
+        const auto entry = parseKeyValue(line);
+        if (!entry || !isKey(entry->key) || line.find('\0') != line.npos) {
+            if (mayComplain()) LOG_LINE(2, "platform.conf: line %d is not KEY = value", number);
             continue;
         }
+        const std::string key(entry->key);
         if (!isKnown(key)) {
-            if (complaints++ < kMaxComplaints)
-                PLAT_LOG(2, "platform.conf: unknown key %s", std::string(key).c_str());
+            if (mayComplain()) LOG_LINE(2, "platform.conf: unknown key %s", key.c_str());
             continue;
         }
-        const auto same = [key](const auto& entry) { return entry.first == key; };
-        std::erase_if(entries_, same);
-        entries_.emplace_back(key, valueIn(line.substr(equals + 1)));
+        std::erase_if(entries_, [&key](const auto& known) { return known.first == key; });
+        entries_.emplace_back(key, valueIn(entry->value));
     }
-    if (complaints > kMaxComplaints)
-        PLAT_LOG(2, "platform.conf: %d more such lines", complaints - kMaxComplaints);
+    if (bad > kMaxComplaints) {
+        LOG_LINE(2, "platform.conf: %d more such lines", bad - kMaxComplaints);
+    }
 }
 
 std::string_view Conf::value(std::string_view key) const {
-    for (const auto& [name, text] : entries_)
+    for (const auto& [name, text] : entries_) {
         if (name == key) return text;
+    }
     return {};
 }
 
@@ -118,24 +111,15 @@ bool Conf::has(std::string_view key) const {
                        [key](const auto& entry) { return entry.first == key; });
 }
 
-bool Conf::matches(std::string_view key, const char* name) const {
-    bool found = false;
-    forEachWord(value(key), [&](std::string_view word) {
-        found = found || ::fnmatch(std::string(word).c_str(), name, 0) == 0;
-    });
-    return found;
+bool Conf::matches(std::string_view key, const std::string& name) const {
+    return matchesAny(value(key), name);
 }
 
 const Conf& conf() {
-    if (!loaded.conf) reloadConf();
+    if (!loaded.conf) load(Complaints::kDrop);
     return *loaded.conf;
 }
 
 void reloadConf() {
-    const char* path = ::secure_getenv("VM1905_PLATFORM_CONF");
-    Conf fresh;
-    fresh.parse(readFile(path != nullptr ? path : "/etc/vm1905/platform.conf"));
-    loaded.conf = std::move(fresh);
+    load(Complaints::kLog);
 }
-
-}  // namespace plat

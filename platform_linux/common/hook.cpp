@@ -7,20 +7,19 @@
 #include <cstdlib>
 #include <list>
 
+#include "base/result.h"
 #include "common/log.h"
 #include "common/text.h"
 
-namespace plat {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// With the start of the programs the daemon is to be held up for less than 100 ms, also by several
-// hooks that are run one after the other: what one was waited for is taken from what is left for
-// the next ones.
-constexpr std::chrono::milliseconds kMostWaiting{75};
-constexpr std::chrono::milliseconds kWaitingTime{250};
-// How long an answer that came late waits for the question to be asked again.
+// Hooks, even several in a row, may hold up the daemon for less than 100 ms, including the start of
+// the programs. They share this budget: what one uses up is missing for the next ones.
+constexpr std::chrono::milliseconds kWaitBudget{75};
+constexpr std::chrono::milliseconds kBudgetPeriod{250};
+// How long a late answer is kept for the same question to be asked again.
 constexpr std::chrono::seconds kLateLimit{60};
 constexpr size_t kMaxAnswers = 64;
 
@@ -38,17 +37,16 @@ struct Wait {
     Clock::duration length;
 };
 
-struct Hooks {
+struct {
     std::list<Answer> answers;  // newest last
     std::vector<Wait> waits;    // the recent ones
-};
-Hooks hooks;
+} hooks;
 
-// The status of a hook that ends in the time that the daemon has for it.
+// Its status if it ends within what is left of the budget.
 std::optional<int> waitForHook(JobId id) {
     const auto start = Clock::now();
-    std::erase_if(hooks.waits, [&](const Wait& wait) { return start - wait.end > kWaitingTime; });
-    Clock::duration left = kMostWaiting;
+    std::erase_if(hooks.waits, [&](const Wait& wait) { return start - wait.end > kBudgetPeriod; });
+    Clock::duration left = kWaitBudget;
     for (const Wait& wait : hooks.waits) left -= wait.length;
     const auto status =
         waitJob(id, std::chrono::floor<std::chrono::milliseconds>(std::max(left, {})));
@@ -58,13 +56,14 @@ std::optional<int> waitForHook(JobId id) {
 }
 
 std::string hookFile(const std::string& name) {
-    const char* folder = ::secure_getenv("VM1905_HOOKS");
+    const char* folder = secure_getenv("VM1905_HOOKS");
     return std::string(folder != nullptr ? folder : "/etc/vm1905/hooks") + "/" + name;
 }
 
 Answer* findAnswer(const std::string& name, const std::vector<std::string>& args) {
-    for (Answer& answer : hooks.answers)
+    for (Answer& answer : hooks.answers) {
         if (answer.name == name && answer.args == args) return &answer;
+    }
     return nullptr;
 }
 
@@ -76,30 +75,30 @@ void keepAnswer(const std::string& name, const std::vector<std::string>& args, i
     hooks.answers.push_back({name, args, status, output, false, Clock::now()});
 }
 
-int give(Answer& answer, std::string* output) {
+int give(Answer& answer, std::string& output) {
     answer.read = true;
-    *output = answer.output;
+    output = answer.output;
     return answer.status;
 }
 
-// okLevel is that of the line about a success.
+// okLevel: log level of the line about a success.
 JobId start(const std::string& name, const std::vector<std::string>& args, JobOptions options,
             uint8_t okLevel, JobDone done) {
     collectJobs();
     options.name = "hook " + name;
     if (!hasHook(name)) {
-        PLAT_LOG(2, "no hook for this action: provide an executable %s", hookFile(name).c_str());
+        LOG_LINE(2, "no hook for this action: provide an executable %s", hookFile(name).c_str());
         return 0;
     }
-    if (isJobAtWork(options.name)) {
-        PLAT_LOG(2, "hook %s is still at work, refuse to run it again", name.c_str());
+    if (isJobRunning(options.name)) {
+        LOG_LINE(2, "hook %s is still running, refuse to run it again", name.c_str());
         return 0;
     }
     std::vector<std::string> argv{hookFile(name)};
     argv.insert(argv.end(), args.begin(), args.end());
     return startJob(argv, options,
                     [name, okLevel, done = std::move(done)](int status, const std::string& output) {
-                        PLAT_LOG(status == 0 ? okLevel : 2, "hook %s: %d", name.c_str(), status);
+                        LOG_LINE(status == 0 ? okLevel : 2, "hook %s: %d", name.c_str(), status);
                         if (done) done(status, output);
                     });
 }
@@ -109,8 +108,8 @@ JobId start(const std::string& name, const std::vector<std::string>& args, JobOp
 bool hasHook(const std::string& name) {
     const std::string file = hookFile(name);
     struct stat info {};
-    return ::stat(file.c_str(), &info) == 0 && S_ISREG(info.st_mode) &&
-           ::access(file.c_str(), X_OK) == 0;
+    return stat(file.c_str(), &info) == 0 && S_ISREG(info.st_mode) &&
+           access(file.c_str(), X_OK) == 0;
 }
 
 JobId startHook(const std::string& name, const std::vector<std::string>& args, JobOptions options,
@@ -122,24 +121,24 @@ int runHook(const std::string& name, const std::vector<std::string>& args, JobDo
             std::chrono::milliseconds limit) {
     const JobId id = startHook(name, args, {.limit = limit}, std::move(done));
     if (id == 0) return kFailure;
-    // Still at work counts as accepted: whoever asked cannot be kept waiting.
+    // Still running counts as accepted: the caller cannot be kept waiting.
     return waitForHook(id).value_or(kOk);
 }
 
-int askHook(const std::string& name, const std::vector<std::string>& args, std::string* output,
+int askHook(const std::string& name, const std::vector<std::string>& args, std::string& output,
             size_t maxOutput) {
-    output->clear();
+    output.clear();
     collectJobs();
     Answer* last = findAnswer(name, args);
     const bool fresh = last != nullptr && !last->read && Clock::now() - last->at < kLateLimit;
-    if (fresh || (last != nullptr && isJobAtWork("hook " + name))) return give(*last, output);
-    // What is asked every few seconds is worth a line only when it goes wrong.
+    if (fresh || (last != nullptr && isJobRunning("hook " + name))) return give(*last, output);
+    // Questions come every few seconds, so only a failure is worth a line.
     const JobId id = start(name, args, {.limit = kHookLimit, .maxOutput = maxOutput}, 4,
                            [name, args](int status, const std::string& text) {
                                keepAnswer(name, args, status, text);
                            });
     if (id == 0) return kFailure;
-    (void)waitForHook(id);
+    waitForHook(id);
     last = findAnswer(name, args);
     return last != nullptr ? give(*last, output) : kFailure;
 }
@@ -148,7 +147,7 @@ int askForText(const std::string& name, const std::vector<std::string>& args, ch
                size_t size) {
     if (text == nullptr) return kFailure;
     std::string output;
-    const int result = askHook(name, args, &output);
+    const int result = askHook(name, args, output);
     copyText(text, size, result == 0 ? trim(output) : "");
     return result == 0 && text[0] == '\0' ? kFailure : result;
 }
@@ -161,5 +160,3 @@ int askIfThere(const std::string& name, const std::vector<std::string>& args, ch
 void forgetHooks() {
     hooks = {};
 }
-
-}  // namespace plat

@@ -1,8 +1,7 @@
 // The product's hooks (docs/platform.md): executables by name, none of which holds up the daemon.
 //
-// All hooks together are waited for 75 ms in a quarter of a second; otherwise they are left at
-// work, for as long as their limit allows. While one of a name is at work, another start of that
-// name is refused with 16.
+// The library waits 75 ms per 250 ms for all hooks together. After that they go on in the
+// background until their limit. While a hook is running, it cannot be started again: 16.
 #pragma once
 
 #include <chrono>
@@ -11,41 +10,37 @@
 
 #include "common/job.h"
 
-namespace plat {
-
 inline constexpr std::chrono::milliseconds kHookLimit{2000};
 
-// An action. Returns the hook's exit status; 0, accepted, while it is still at work; 16 when there
-// is no such hook, it is at work already or cannot be started. done, which may be empty, is told
-// its end in every case but the last, before this returns or later.
-PLAT_API int runHook(const std::string& name, const std::vector<std::string>& args = {},
-                     JobDone done = {}, std::chrono::milliseconds limit = kHookLimit);
+// An action. Returns the hook's exit status; 0, accepted, if it is still running; 16 if there is no
+// such hook, it is running already or cannot be started. Unless it was not started, done (which may
+// be empty) is called at its end, before this returns or later.
+int runHook(const std::string& name, const std::vector<std::string>& args = {}, JobDone done = {},
+            std::chrono::milliseconds limit = kHookLimit);
 
-// A question: *output takes what the hook printed. Returns its exit status. A hook that is still at
-// work is answered for by the last answer to the same call (name and arguments) if there was one,
-// else by 16; the next call then finds the new one.
-PLAT_API int askHook(const std::string& name, const std::vector<std::string>& args,
-                     std::string* output, size_t maxOutput = JobOptions{}.maxOutput);
+// A question. Stores what the hook printed and returns its exit status. While the hook is still
+// running, the last answer to the same call (name and arguments) is used, or 16 if there is none;
+// a later call gets the new answer.
+int askHook(const std::string& name, const std::vector<std::string>& args, std::string& output,
+            size_t maxOutput = JobOptions{}.maxOutput);
 
-// A question whose answer is one text: what the hook printed, without white space around it, cut to
-// size and terminated; empty unless it returned 0. Returns its exit status, 16 when it printed
-// nothing or text is null.
-PLAT_API int askForText(const std::string& name, const std::vector<std::string>& args, char* text,
-                        size_t size);
+// A question whose answer is one text: what the hook printed, trimmed, cut to size (bytes) and
+// terminated; empty unless the hook returned 0. Returns the exit status; 16 if it printed nothing
+// or text is nullptr.
+int askForText(const std::string& name, const std::vector<std::string>& args, char* text,
+               size_t size);
 
-// The same for what is asked on a schedule: without the hook 16 at once, with nothing to complain
-// of and the text left alone.
-PLAT_API int askIfThere(const std::string& name, const std::vector<std::string>& args, char* text,
-                        size_t size);
+// The same for what is asked on a schedule: without the hook it returns 16 silently and leaves the
+// text alone.
+int askIfThere(const std::string& name, const std::vector<std::string>& args, char* text,
+               size_t size);
 
-// Starts a hook without waiting for it at all. Its job, or 0 as for the 16 of runHook.
-PLAT_API JobId startHook(const std::string& name, const std::vector<std::string>& args,
-                         JobOptions options, JobDone done);
+// Starts a hook without waiting for it. Returns its job, or 0 where runHook returns 16.
+[[nodiscard]] JobId startHook(const std::string& name, const std::vector<std::string>& args,
+                              JobOptions options, JobDone done);
 
 // Whether there is an executable of this name.
-PLAT_API bool hasHook(const std::string& name);
+bool hasHook(const std::string& name);
 
-// Forgets the answers.
-PLAT_API void forgetHooks();
-
-}  // namespace plat
+// Forgets all answers and that time was spent waiting.
+void forgetHooks();

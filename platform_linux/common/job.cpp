@@ -13,11 +13,11 @@
 #include <list>
 
 #include "base/fd.h"
+#include "base/result.h"
 #include "common/log.h"
 
 extern char** environ;
 
-namespace plat {
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -29,7 +29,7 @@ constexpr milliseconds kEndWait{500};
 struct Job {
     JobId id = 0;
     pid_t pid = -1;
-    Fd in;  // its standard output; closed once the other side is
+    Fd in;  // reads its standard output; closed at its end
     JobOptions options;
     JobDone done;
     std::string output;
@@ -37,11 +37,10 @@ struct Job {
     bool killed = false;
 };
 
-struct Jobs {
+struct {
     std::list<Job> list;
     JobId last = 0;
-};
-Jobs jobs;
+} jobs;
 
 struct SpawnActions {
     posix_spawn_file_actions_t actions;
@@ -61,19 +60,22 @@ struct SpawnAttr {
 
 pid_t spawn(const std::vector<std::string>& argv, int stdoutFd, const JobOptions& options) {
     SpawnActions files;
-    if (options.in >= 0)
+    if (options.in >= 0) {
         posix_spawn_file_actions_adddup2(&files.actions, options.in, STDIN_FILENO);
-    else
+    } else {
         posix_spawn_file_actions_addopen(&files.actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    // A pipe that nobody reads any more would end it.
-    if (options.outlives)
+    }
+    // Writing into a pipe that nobody reads would end it.
+    if (options.outlives) {
         posix_spawn_file_actions_addopen(&files.actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-    else
+    } else {
         posix_spawn_file_actions_adddup2(&files.actions, stdoutFd, STDOUT_FILENO);
-    if (options.quiet)
+    }
+    if (options.quiet) {
         posix_spawn_file_actions_addopen(&files.actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    }
 #if defined(__GLIBC__) && __GLIBC_PREREQ(2, 34)
-    // Not every descriptor of the process is ours to mark close-on-exec.
+    // Other parts of the process may open descriptors that are not close-on-exec.
     posix_spawn_file_actions_addclosefrom_np(&files.actions, STDERR_FILENO + 1);
 #endif
 
@@ -92,19 +94,17 @@ pid_t spawn(const std::vector<std::string>& argv, int stdoutFd, const JobOptions
     for (const std::string& arg : argv) args.push_back(const_cast<char*>(arg.c_str()));
     args.push_back(nullptr);
     pid_t pid = -1;
-    const int error =
-        ::posix_spawn(&pid, args[0], &files.actions, &attr.attr, args.data(), environ);
+    const int error = posix_spawn(&pid, args[0], &files.actions, &attr.attr, args.data(), environ);
     if (error == 0) return pid;
     errno = error;
     return -1;
 }
 
-// Reads what is there. A job that writes without end must not keep us here, so only so much is
-// read at a time.
+// Reads what is there, up to a limit: a job that writes without end must not keep us here.
 void drain(Job& job) {
     std::array<char, 4096> buffer;
-    for (int reads = 0; reads < 256 && job.in.get() >= 0; ++reads) {
-        const ssize_t n = ::read(job.in.get(), buffer.data(), buffer.size());
+    for (int reads = 0; reads < 256 && job.in; reads++) {
+        const ssize_t n = read(job.in.get(), buffer.data(), buffer.size());
         if (n < 0 && (errno == EAGAIN || errno == EINTR)) return;
         if (n <= 0) {
             job.in = Fd();
@@ -116,26 +116,27 @@ void drain(Job& job) {
 }
 
 void killGroup(Job& job) {
-    if (!job.killed) ::kill(-job.pid, SIGKILL);
+    if (!job.killed) kill(-job.pid, SIGKILL);
     job.killed = true;
 }
 
-// Its status when it has ended.
+// Its exit status, or none while it is running.
 std::optional<int> statusOf(Job& job) {
     drain(job);
     int status = 0;
-    const pid_t ended = ::waitpid(job.pid, &status, WNOHANG);
+    const pid_t ended = waitpid(job.pid, &status, WNOHANG);
     if (ended == job.pid) {
         drain(job);
         if (WIFEXITED(status)) return WEXITSTATUS(status);
-        if (!job.killed)
-            PLAT_LOG(2, "%s was ended by signal %d", job.options.name.c_str(), WTERMSIG(status));
+        if (!job.killed) {
+            LOG_LINE(2, "%s was ended by signal %d", job.options.name.c_str(), WTERMSIG(status));
+        }
         return kFailure;
     }
-    // Somebody else has collected it: how it ended is lost.
+    // Collected by somebody else: its status is lost.
     if (ended < 0 && errno == ECHILD) return kFailure;
     if (!job.killed && Clock::now() >= job.until) {
-        PLAT_LOG(2, "%s took longer than %lld ms and was killed", job.options.name.c_str(),
+        LOG_LINE(2, "%s took longer than %lld ms and was killed", job.options.name.c_str(),
                  static_cast<long long>(job.options.limit.count()));
         killGroup(job);
     }
@@ -147,7 +148,7 @@ std::list<Job>::iterator findJob(JobId id) {
                         [id](const Job& job) { return job.id == id; });
 }
 
-// The job has left the list when its end is told, so that whoever hears it may start it again.
+// Removes the job before calling done, so that done may start it again.
 void finish(std::list<Job>::iterator it, int status) {
     std::list<Job> ended;
     ended.splice(ended.begin(), jobs.list, it);
@@ -160,27 +161,28 @@ void finish(std::list<Job>::iterator it, int status) {
 JobId startJob(const std::vector<std::string>& argv, const JobOptions& options, JobDone done) {
     if (argv.empty()) return 0;
     if (jobs.list.size() >= kMaxJobs) {
-        PLAT_LOG(2, "%zu programs are at work, refuse %s", kMaxJobs, argv[0].c_str());
+        LOG_LINE(2, "%zu programs are running, refuse %s", kMaxJobs, argv[0].c_str());
         return 0;
     }
     int ends[2];
-    if (::pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) return 0;
+    if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) return 0;
     Job job;
     job.in = Fd(ends[0]);
     const Fd out(ends[1]);
     // Only our side may be non-blocking.
-    (void)::fcntl(out.get(), F_SETFL, 0);
+    fcntl(out.get(), F_SETFL, 0);
 
     job.pid = spawn(argv, out.get(), options);
     if (job.pid < 0) {
-        PLAT_LOG(2, "can't run %s: %m", argv[0].c_str());
+        LOG_LINE(2, "can't run %s: %m", argv[0].c_str());
         return 0;
     }
     if (options.maxFile > 0) {
-        // Set while it begins to run, long before it can have written so much.
+        // In time: it has only just started and cannot have written that much.
         const rlimit most{options.maxFile, options.maxFile};
-        if (::prlimit(job.pid, RLIMIT_FSIZE, &most, nullptr) != 0)
-            PLAT_LOG(2, "can't limit the files of %s: %m", argv[0].c_str());
+        if (prlimit(job.pid, RLIMIT_FSIZE, &most, nullptr) != 0) {
+            LOG_LINE(2, "can't limit the files of %s: %m", argv[0].c_str());
+        }
     }
     job.id = ++jobs.last;
     job.options = options;
@@ -194,7 +196,6 @@ JobId startJob(const std::vector<std::string>& argv, const JobOptions& options, 
 std::optional<int> waitJob(JobId id, milliseconds most) {
     const auto until = Clock::now() + most;
     for (;;) {
-        // Looked up each time: nothing else is told of meanwhile, but a list is a list.
         const auto it = findJob(id);
         if (it == jobs.list.end()) return {};
         if (const auto status = statusOf(*it)) {
@@ -204,15 +205,15 @@ std::optional<int> waitJob(JobId id, milliseconds most) {
         const auto left = std::chrono::ceil<milliseconds>(until - Clock::now());
         if (left <= milliseconds{0}) return {};
         pollfd waitFor{it->in.get(), POLLIN, 0};
-        ::poll(&waitFor, 1, static_cast<int>(std::min(kPollStep, left).count()));
+        poll(&waitFor, 1, static_cast<int>(std::min(kPollStep, left).count()));
     }
 }
 
-bool isJobAtWork(JobId id) {
+bool isJobRunning(JobId id) {
     return findJob(id) != jobs.list.end();
 }
 
-bool isJobAtWork(const std::string& name) {
+bool isJobRunning(const std::string& name) {
     return std::any_of(jobs.list.begin(), jobs.list.end(),
                        [&name](const Job& job) { return job.options.name == name; });
 }
@@ -222,10 +223,10 @@ void killJob(JobId id) {
 }
 
 void collectJobs() {
-    // What is told of an end may start, wait for and collect others: so by identifier.
+    // By identifier, because done may start, wait for and collect other jobs.
     std::vector<JobId> ids;
     for (const Job& job : jobs.list) ids.push_back(job.id);
-    for (const JobId id : ids) (void)waitJob(id, milliseconds{0});
+    for (const JobId id : ids) waitJob(id, milliseconds{0});
 }
 
 void endAllJobs() {
@@ -235,9 +236,8 @@ void endAllJobs() {
         job.done = nullptr;
     }
     const auto until = Clock::now() + kEndWait;
-    for (collectJobs(); !jobs.list.empty() && Clock::now() < until; collectJobs())
-        ::poll(nullptr, 0, 1);
+    for (collectJobs(); !jobs.list.empty() && Clock::now() < until; collectJobs()) {
+        poll(nullptr, 0, 1);
+    }
     jobs.list.clear();
 }
-
-}  // namespace plat

@@ -1,6 +1,5 @@
-// Programs that the platform library runs: without a shell, in a process group of their own, for a
-// bounded time, and without holding up the daemon. A job is started, goes on beside the daemon and
-// is collected by a later pass.
+// Programs that the platform library runs without a shell, each in a process group of its own and
+// for a bounded time. A job runs beside the daemon and is collected by a later pass.
 #pragma once
 
 #include <chrono>
@@ -10,53 +9,47 @@
 #include <string>
 #include <vector>
 
-#include "api.h"
-
-namespace plat {
-
 struct JobOptions {
-    // When it is over the whole process group is killed, at the next collectJobs.
+    // Afterwards collectJobs kills the whole process group.
     std::chrono::milliseconds limit{2000};
-    size_t maxOutput = 8192;  // so many bytes of standard output are kept, the rest is read away
-    bool quiet = false;       // standard error goes nowhere instead of to ours
-    uint64_t maxFile = 0;     // no file that it writes grows beyond so many bytes; 0: no limit
-    bool outlives = false;    // goes on when the library ends; what it prints goes nowhere
-    int in = -1;              // its standard input; -1: an empty one
-    std::string name{};       // in log lines; without it the program's path
+    size_t maxOutput = 8192;  // bytes of standard output that are kept; the rest is discarded
+    bool quiet = false;       // discard standard error
+    uint64_t maxFile = 0;     // bytes that a file written by it may have; 0: no limit
+    bool outlives = false;    // keeps running when the library ends; its output is discarded
+    int in = -1;              // standard input; -1: an empty one
+    std::string name{};       // for log lines; the program's path if empty
 };
 
-// Told of the end of a job, once, from collectJobs or waitJob: its exit status, or 16 when it was
-// ended by a signal or took longer than its limit; and what it has printed. May start jobs.
+// Called once at the end of a job, from collectJobs or waitJob, with what it printed and its exit
+// status; 16 if it was ended by a signal or exceeded its limit. May start jobs.
 using JobDone = std::function<void(int status, const std::string& output)>;
 
 using JobId = uint64_t;  // never 0
 
-// Jobs at work at the same time; the next one is refused.
+// Jobs that can run at the same time; further ones are refused.
 inline constexpr size_t kMaxJobs = 32;
 
-// Starts the program at argv[0] (a path) with these arguments, each handed over as it is, and with
-// the standard input of the options. Never waits. 0, with a line at level 2 and without a call of
-// done, when it cannot be started or too many are at work.
-PLAT_API JobId startJob(const std::vector<std::string>& argv, const JobOptions& options,
-                        JobDone done);
+// Starts the program at the path argv[0] with these arguments, unchanged. Never waits. Returns 0,
+// with a log line at level 2, if it cannot be started or too many are running; done is then not
+// called.
+[[nodiscard]] JobId startJob(const std::vector<std::string>& argv, const JobOptions& options,
+                             JobDone done);
 
-// Waits at most so long for a job to end. Its status as told to done, or none when it is still at
-// work (or was none).
-PLAT_API std::optional<int> waitJob(JobId id, std::chrono::milliseconds most);
+// Waits for a job to end, for `most` at the longest. Returns the status that done is given; none if
+// it is still running or there is no such job.
+std::optional<int> waitJob(JobId id, std::chrono::milliseconds most);
 
-// Whether it was started and has not been collected yet.
-PLAT_API bool isJobAtWork(JobId id);
-// Whether a job of this name is.
-PLAT_API bool isJobAtWork(const std::string& name);
+// Whether the job has been started and not been collected yet.
+bool isJobRunning(JobId id);
+// The same for any job of this name.
+bool isJobRunning(const std::string& name);
 
-// Kills the job's process group; done hears of it when it is collected.
-PLAT_API void killJob(JobId id);
+// Kills the job's process group; done is called when it is collected.
+void killJob(JobId id);
 
-// Collects what has ended, reads what was printed, kills what is over its limit. Never waits.
+// Collects jobs that have ended, reads output, kills jobs that exceed their limit. Never waits.
 // Called from runNetCtrl and every second.
-PLAT_API void collectJobs();
+void collectJobs();
 
-// Kills and collects all jobs but those that outlive the library, without telling done.
-PLAT_API void endAllJobs();
-
-}  // namespace plat
+// Kills and collects all jobs except those that outlive the library, without calling done.
+void endAllJobs();

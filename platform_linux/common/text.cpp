@@ -1,23 +1,26 @@
 #include "common/text.h"
 
+#include <fnmatch.h>
+
 #include <algorithm>
 #include <charconv>
 #include <cstring>
 
-namespace plat {
+#include "base/result.h"
 
 std::string macText(const uint8_t* mac) {
-    return ::macText(mac != nullptr ? MacAddr(mac) : MacAddr{});
+    return macText(mac != nullptr ? MacAddr(mac) : MacAddr{});
 }
 
 std::optional<MacAddr> parseMac(std::string_view text) {
     if (text.size() != 17) return std::nullopt;
     MacAddr mac;
-    for (size_t i = 0; i < mac.b.size(); ++i) {
+    for (size_t i = 0; i < mac.b.size(); i++) {
         const char* digits = text.data() + 3 * i;
         if (i > 0 && digits[-1] != ':' && digits[-1] != '-') return std::nullopt;
-        if (std::from_chars(digits, digits + 2, mac.b[i], 16).ptr != digits + 2)
+        if (std::from_chars(digits, digits + 2, mac.b[i], 16).ptr != digits + 2) {
             return std::nullopt;
+        }
     }
     return mac;
 }
@@ -35,11 +38,12 @@ std::string hexText(std::span<const uint8_t> bytes) {
 
 std::optional<std::vector<uint8_t>> parseHex(std::string_view text) {
     std::string digits;
-    for (const char c : text)
-        if (std::strchr(" \t\r\n", c) == nullptr) digits += c;
+    for (const char c : text) {
+        if (strchr(" \t\r\n", c) == nullptr) digits += c;
+    }
     if (digits.size() % 2 != 0) return std::nullopt;
     std::vector<uint8_t> bytes(digits.size() / 2);
-    for (size_t i = 0; i < bytes.size(); ++i) {
+    for (size_t i = 0; i < bytes.size(); i++) {
         const char* pair = digits.data() + 2 * i;
         if (std::from_chars(pair, pair + 2, bytes[i], 16).ptr != pair + 2) return std::nullopt;
     }
@@ -63,13 +67,30 @@ std::string_view trim(std::string_view text) {
     return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
+std::string_view takeLine(std::string_view& text) {
+    const size_t end = text.find('\n');
+    const std::string_view line = trim(text.substr(0, end));
+    text.remove_prefix(end == text.npos ? text.size() : end + 1);
+    return line;
+}
+
 std::string_view lineOf(std::string_view text, size_t n) {
-    for (;;) {
-        const size_t end = text.find('\n');
-        if (n-- == 0) return trim(text.substr(0, end));
-        if (end == text.npos) return {};
-        text.remove_prefix(end + 1);
-    }
+    while (n-- > 0) takeLine(text);
+    return takeLine(text);
+}
+
+std::optional<KeyValue> parseKeyValue(std::string_view line) {
+    const size_t equals = line.find('=');
+    if (equals == line.npos) return std::nullopt;
+    return KeyValue{trim(line.substr(0, equals)), trim(line.substr(equals + 1))};
+}
+
+bool matchesAny(std::string_view patterns, const std::string& name) {
+    bool found = false;
+    forEachWord(patterns, [&](std::string_view word) {
+        found = found || fnmatch(std::string(word).c_str(), name.c_str(), 0) == 0;
+    });
+    return found;
 }
 
 bool isNameChar(char c) {
@@ -85,8 +106,12 @@ bool isPlainName(std::string_view name) {
 void copyText(char* buffer, size_t size, std::string_view text) {
     if (buffer == nullptr || size == 0) return;
     const size_t n = std::min(text.size(), size - 1);
-    if (n > 0) std::memcpy(buffer, text.data(), n);
-    std::memset(buffer + n, 0, size - n);
+    if (n > 0) memcpy(buffer, text.data(), n);
+    memset(buffer + n, 0, size - n);
 }
 
-}  // namespace plat
+int answerText(char* buffer, size_t size, std::string_view text) {
+    if (buffer == nullptr) return kFailure;
+    copyText(buffer, size, text);
+    return kOk;
+}

@@ -1,5 +1,4 @@
-// Descriptions of the abstraction layer, the interfaces, the bridges, the security setting and the
-// links.
+// Descriptions of the abstraction layer, interfaces, bridges, security setting and links.
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
@@ -9,6 +8,7 @@
 #include <vector>
 
 #include "api.h"
+#include "base/result.h"
 #include "common/conf.h"
 #include "common/log.h"
 #include "common/text.h"
@@ -17,19 +17,18 @@
 #include "netctrl/records.h"
 #include "netctrl/watch.h"
 
-namespace plat {
 namespace {
 
-// A copy of bytes for the caller to keep, null for none or without memory.
+// A malloc'ed copy; nullptr if there are no bytes or no memory.
 uint8_t* copyOf(const void* bytes, size_t size) {
     if (bytes == nullptr || size == 0) return nullptr;
-    auto* copy = static_cast<uint8_t*>(std::malloc(size));
-    if (copy != nullptr) std::memcpy(copy, bytes, size);
+    auto* copy = static_cast<uint8_t*>(malloc(size));
+    if (copy != nullptr) memcpy(copy, bytes, size);
     return copy;
 }
 
-// Builds the list that a platform function hands over; until then it owns what it holds.
-template <class Entry>
+// Builds the list that a platform function hands over, and frees it if that fails.
+template <typename Entry>
 class ListBuilder {
   public:
     using FreeEntry = void (*)(Entry*);
@@ -44,9 +43,9 @@ class ListBuilder {
     ListBuilder(const ListBuilder&) = delete;
     ListBuilder& operator=(const ListBuilder&) = delete;
 
-    // A zeroed entry at the end of the list, null without memory.
+    // A zeroed entry at the end of the list, nullptr if there is no memory.
     Entry* append() {
-        auto* entry = static_cast<Entry*>(std::calloc(1, sizeof(Entry)));
+        auto* entry = static_cast<Entry*>(calloc(1, sizeof(Entry)));
         if (entry == nullptr) return nullptr;
         *tail_ = entry;
         tail_ = &entry->next;
@@ -64,40 +63,39 @@ class ListBuilder {
 };
 
 void freeIntfDesc(IntfDesc* desc) {
-    std::free(desc->mediaInfo);
-    std::free(desc->nbrMacs);
-    std::free(desc);
+    free(desc->mediaInfo);
+    free(desc->nbrMacs);
+    free(desc);
 }
 
 void freeBrdgDesc(BrdgDesc* desc) {
-    std::free(desc->macs);
-    std::free(desc);
+    free(desc->macs);
+    free(desc);
 }
 
-// Turns a description that leads into our own memory into one of the caller's.
-bool makeOwn(IntfDesc* desc) {
-    desc->mediaInfo = copyOf(desc->mediaInfo, desc->mediaInfoLen);
-    desc->nbrMacs = copyOf(desc->nbrMacs, size_t{desc->nbrNum} * PLATFORM_MAC_LEN);
-    return (desc->mediaInfo != nullptr || desc->mediaInfoLen == 0) &&
-           (desc->nbrMacs != nullptr || desc->nbrNum == 0);
+// Replaces pointers into our own memory by copies for the caller.
+bool makeOwn(IntfDesc& desc) {
+    desc.mediaInfo = copyOf(desc.mediaInfo, desc.mediaInfoLen);
+    desc.nbrMacs = copyOf(desc.nbrMacs, size_t{desc.nbrNum} * PLATFORM_MAC_LEN);
+    return (desc.mediaInfo != nullptr || desc.mediaInfoLen == 0) &&
+           (desc.nbrMacs != nullptr || desc.nbrNum == 0);
 }
 
-// Load of a link since it was asked for the last time.
+// The traffic of a link when it was last asked for.
 struct Load {
     std::chrono::steady_clock::time_point when;
     uint64_t bytes;
 };
 
-struct Loads {
+struct {
     std::map<int, Load> byIndex;
-};
-Loads loads;
+} loads;
 
-// Percent of the time that the link is idle: what the busier direction leaves of the capacity since
-// the last question; 100 while nothing can be said.
+// Percent of the capacity that the busier direction has left unused since the last call; 100 if
+// that is unknown.
 uint16_t availabilityOf(int index, const LinkCounters& counters, uint32_t speed) {
     std::erase_if(loads.byIndex,
-                  [](const auto& load) { return told().byIndex(load.first) == nullptr; });
+                  [](const auto& load) { return reported().byIndex(load.first) == nullptr; });
     const auto now = std::chrono::steady_clock::now();
     // Full duplex: the sum would make a half-used link look busy.
     const uint64_t bytes = std::max(counters.txBytes, counters.rxBytes);
@@ -114,43 +112,21 @@ uint16_t clamp16(uint32_t value) {
     return static_cast<uint16_t>(std::min(value, 0xffffu));
 }
 
-// A wired link whose driver names no speed counts with the nominal speed of its media type. The
-// rates of a radio belong to its stations and are not known here: 0.
+// Mb/s; the nominal speed of the media type if a wired driver reports none. 0 for radios, whose
+// rates depend on the station.
 uint32_t speedOf(const Intf& intf) {
     if (intf.isRadio()) return 0;
-    if (const auto speed = linkSpeed(intf.name.c_str())) return *speed;
+    if (const auto speed = linkSpeed(intf.name)) return *speed;
     return intf.mediaType == 0 ? 100 : 1000;
 }
 
 }  // namespace
 
-void copyName(char (&field)[PLATFORM_INTF_NAME_LEN], const Intf& intf) {
-    copyText(field, sizeof field, intf.name);
-}
-
-IntfDesc describe(const Intf& intf) {
-    IntfDesc desc{};
-    copyName(desc.name, intf);
-    intf.mac.copyTo(desc.mac);
-    desc.pwrState = intf.pwrState;
-    desc.operStatus = intf.operStatus;
-    desc.mediaType = intf.mediaType;
-    desc.mediaInfoLen = static_cast<uint8_t>(intf.mediaInfo.size());
-    if (!intf.mediaInfo.empty()) desc.mediaInfo = const_cast<uint8_t*>(intf.mediaInfo.data());
-    desc.nbrNum = static_cast<uint16_t>(intf.neighbours.size());
-    desc.nbrMacs = const_cast<uint8_t*>(packed(intf.neighbours));
-    return desc;
-}
-
-}  // namespace plat
-
-using namespace plat;
-
 int getAlDesc(AlDesc* desc) {
-    const std::optional<MacAddr> alMac = toldAlMac();
+    const std::optional<MacAddr> alMac = reportedAlMac();
     if (desc == nullptr || !alMac) {
-        PLAT_LOG(1,
-                 "no interface takes part, so there is no AL MAC address; see AL_MAC, EXCLUDE "
+        LOG_LINE(1,
+                 "no participating interface, hence no AL MAC address; see AL_MAC, EXCLUDE "
                  "and INCLUDE in platform.conf");
         return kFailure;
     }
@@ -160,23 +136,23 @@ int getAlDesc(AlDesc* desc) {
 }
 
 int getIntfDesc(IntfDescList* list) {
-    if (list == nullptr || !tellAnew()) return kFailure;
+    if (list == nullptr || !resetReported()) return kFailure;
     *list = {};
     ListBuilder<IntfDesc> built(freeIntfDesc);
-    for (const Intf& intf : told().intfs) {
+    for (const Intf& intf : reported().intfs) {
         IntfDesc* desc = built.append();
         if (desc == nullptr) return kFailure;
         *desc = describe(intf);
-        if (!makeOwn(desc)) return kFailure;
+        if (!makeOwn(*desc)) return kFailure;
     }
-    list->intfNum = static_cast<uint8_t>(told().intfs.size());
+    list->intfNum = static_cast<uint8_t>(reported().intfs.size());
     list->head = built.release();
     return kOk;
 }
 
 int getIntfmatchNum(uint8_t* num) {
     if (num == nullptr) return kFailure;
-    *num = static_cast<uint8_t>(told().intfs.size());
+    *num = static_cast<uint8_t>(reported().intfs.size());
     return kOk;
 }
 
@@ -185,17 +161,18 @@ int getBrdgCapability(BrdgDescList* list) {
     *list = {};
     ListBuilder<BrdgDesc> built(freeBrdgDesc);
     uint8_t tuples = 0;
-    for (const Bridge& bridge : told().bridges) {
+    for (const Bridge& bridge : reported().bridges) {
         std::vector<MacAddr> macs;
-        for (const Intf& intf : told().intfs)
+        for (const Intf& intf : reported().intfs) {
             if (intf.bridge == bridge.index) macs.push_back(intf.mac);
+        }
         if (macs.empty()) continue;
         BrdgDesc* desc = built.append();
         if (desc == nullptr) return kFailure;
         desc->macNum = static_cast<uint32_t>(macs.size());
         desc->macs = copyOf(macs.data(), macs.size() * PLATFORM_MAC_LEN);
         if (desc->macs == nullptr) return kFailure;
-        ++tuples;
+        tuples++;
     }
     list->tupleNum = tuples;
     list->head = built.release();
@@ -216,32 +193,31 @@ int getSecurityConfig(SecurityDesc* desc) {
 int getLinkMetricList(const uint8_t* intfMac, uint32_t mediaType, LinkDescList* list) {
     if (intfMac == nullptr || list == nullptr) return kFailure;
     *list = {};
-    const auto& intfs = told().intfs;
+    const auto& intfs = reported().intfs;
     const auto intf = std::find_if(intfs.begin(), intfs.end(), [&](const Intf& i) {
         return i.mac == MacAddr(intfMac) && i.mediaType == mediaType;
     });
-    if (intf == intfs.end()) return kNoIntf;
-    LinkCounters counters{};
-    if (!readLinkCounters(intf->index, &counters)) return kFailure;
+    if (intf == intfs.end()) return kNoLocalIntf;
+    const auto counters = readLinkCounters(intf->index);
+    if (!counters) return kFailure;
     const uint32_t speed = speedOf(*intf);
-    const uint16_t availability = availabilityOf(intf->index, counters, speed);
+    const uint16_t availability = availabilityOf(intf->index, *counters, speed);
 
-    ListBuilder<LinkDesc> built([](LinkDesc* desc) { std::free(desc); });
+    ListBuilder<LinkDesc> built([](LinkDesc* desc) { free(desc); });
     uint16_t links = 0;
-    for (const MacAddr& neighbour : intf->neighbours) {
+    for (const MacAddr& neighbor : intf->neighbors) {
         LinkDesc* desc = built.append();
         if (desc == nullptr) return kFailure;
-        neighbour.copyTo(desc->nbrIntfMac);
-        // The kernel counts per interface, not per neighbour: with several neighbours on it each
-        // link shows the figures of all.
-        desc->txErrors = static_cast<uint32_t>(counters.txErrors);
-        desc->txPackets = static_cast<uint32_t>(counters.txPackets);
-        desc->rxErrors = static_cast<uint32_t>(counters.rxErrors);
-        desc->rxPackets = static_cast<uint32_t>(counters.rxPackets);
+        neighbor.copyTo(desc->nbrIntfMac);
+        // The kernel counts per interface, not per neighbor, so each link shows the total.
+        desc->txErrors = static_cast<uint32_t>(counters->txErrors);
+        desc->txPackets = static_cast<uint32_t>(counters->txPackets);
+        desc->rxErrors = static_cast<uint32_t>(counters->rxErrors);
+        desc->rxPackets = static_cast<uint32_t>(counters->rxPackets);
         desc->throughput = clamp16(speed);
         desc->availability = availability;
         desc->phyRate = clamp16(speed);
-        ++links;
+        links++;
     }
     list->linkNum = links;
     list->head = built.release();
@@ -249,5 +225,5 @@ int getLinkMetricList(const uint8_t* intfMac, uint32_t mediaType, LinkDescList* 
 }
 
 int getDeviceSendMsgEnable(const char* intfName) {
-    return intfName != nullptr && told().byName(intfName) != nullptr ? kOk : kFailure;
+    return intfName != nullptr && reported().byName(intfName) != nullptr ? kOk : kFailure;
 }

@@ -1,16 +1,13 @@
-// What a network driver says about its wired link.
+// What network drivers report about wired links.
 #pragma once
 
 #include <cstdint>
 #include <optional>
+#include <string>
 
-namespace plat {
+// Present speed in Mb/s; none if the driver does not know it or the link is down.
+std::optional<uint32_t> linkSpeed(const std::string& ifname);
 
-// Present speed in Mb/s; none when the driver does not know it or the link is down.
-std::optional<uint32_t> linkSpeed(const char* ifname);
-
-// IEEE 1905.1 media type of a wired interface. It follows from what the interface can do, not from
-// its present speed, so that it does not change each time a cable is pulled.
-uint32_t ethernetMediaType(const char* ifname);
-
-}  // namespace plat
+// IEEE 1905.1 media type of a wired interface. It depends on the supported speeds, not the present
+// one, so that it does not change when a cable is pulled.
+uint32_t ethernetMediaType(const std::string& ifname);

@@ -1,12 +1,9 @@
-// Keeps the kernel's bridges from forwarding IEEE 1905.1 frames, so that a multicast goes on only
-// where the daemon relays it.
+// Keeps the kernel's bridges from forwarding IEEE 1905.1 frames, so that multicasts are relayed by
+// the daemon only.
 #pragma once
 
-namespace plat {
-
-// Applies FORWARD_1905 of platform.conf: "no" installs the rule. In any case what an earlier run
-// left behind is removed first. A kernel or device without nftables goes on forwarding.
+// Applies FORWARD_1905 of platform.conf: removes the rule that an earlier run left behind, and
+// installs it if the value is "no". Without nftables the bridges continue to forward.
 void applyForwarding();
+// Removes the rule if this run installed it.
 void removeIsolation();
-
-}  // namespace plat

@@ -1,27 +1,27 @@
 // Lifecycle of the library and the callbacks it reports through.
 #include "netctrl/lifecycle.h"
+
+#include "base/result.h"
 #include "common/conf.h"
 #include "common/hook.h"
 #include "common/log.h"
+#include "netctrl/firmware_upgrade.h"
 #include "netctrl/isolate.h"
 #include "netctrl/notices.h"
-#include "netctrl/upgrade.h"
 #include "netctrl/watch.h"
 
-namespace plat {
 namespace {
 
-struct Callbacks {
+struct {
     NetStatusEventCallback netStatus = nullptr;
     ServReqCallback servReq = nullptr;
-};
-Callbacks callbacks;
+} callbacks;
 
 }  // namespace
 
 int requestService(uint32_t servId, void* info) {
     if (callbacks.servReq == nullptr) {
-        PLAT_LOG(2, "service request %u before the daemon is ready for it", servId);
+        LOG_LINE(2, "service request %u before the daemon is ready for it", servId);
         return kFailure;
     }
     uint32_t result = kFailure;
@@ -34,22 +34,18 @@ void tickSecond() {
     workOnUpgrade();
 }
 
-}  // namespace plat
-
-using namespace plat;
-
-int initNetCtrl(void) {
+int initNetCtrl() {
     reloadConf();
     startUpgrade();
     return openWatch() ? kOk : kFailure;
 }
 
-int startNetCtrl(void) {
+int startNetCtrl() {
     applyForwarding();
     return kOk;
 }
 
-int runNetCtrl(void) {
+int runNetCtrl() {
     collectJobs();
     const int result = runWatch(callbacks.netStatus);
     reportNotices(callbacks.netStatus);
@@ -57,7 +53,7 @@ int runNetCtrl(void) {
     return result;
 }
 
-int destroyNetCtrl(void) {
+int destroyNetCtrl() {
     removeIsolation();
     closeWatch();
     dropNotices();
@@ -69,8 +65,8 @@ int destroyNetCtrl(void) {
 }
 
 int setNetCtrlDebugLevel(uint8_t level) {
-    // The level itself is the daemon's DEBUGLEVEL, read before each line.
-    PLAT_LOG(4, "debug level %d", level);
+    // The level is in the daemon's DEBUGLEVEL, which is read before each line.
+    LOG_LINE(4, "debug level %d", level);
     return kOk;
 }
 

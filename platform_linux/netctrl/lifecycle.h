@@ -1,9 +1,5 @@
-// What goes on beside the daemon between two calls of runNetCtrl.
+// Work between two calls of runNetCtrl.
 #pragma once
 
-namespace plat {
-
-// Once a second: collects programs that have ended and goes on with images that are verified.
+// Call once a second: collects programs that have ended and continues to verify images.
 void tickSecond();
-
-}  // namespace plat

@@ -12,12 +12,11 @@
 #include "common/conf.h"
 #include "netctrl/netlink.h"
 
-namespace plat {
 namespace {
 
 using LinkMessage = NlMessage<ifinfomsg, IFLA_MAX>;
 
-// Kinds of virtual interfaces that carry a cable's, a switch port's or a radio's frames.
+// Kinds of interfaces that carry the frames of a cable, a switch port or a radio.
 constexpr std::array<std::string_view, 5> kKinds = {"", "veth", "vlan", "dsa", "bond"};
 
 Link linkOf(const LinkMessage& message) {
@@ -32,15 +31,16 @@ Link linkOf(const LinkMessage& message) {
     link.lower = static_cast<int>(message.u32(IFLA_LINK).value_or(0));
     if (nlattr* info = message.attr(IFLA_LINKINFO)) {
         std::array<nlattr*, IFLA_INFO_MAX + 1> nested{};
-        if (nla_parse_nested(nested.data(), IFLA_INFO_MAX, info, nullptr) >= 0)
+        if (nla_parse_nested(nested.data(), IFLA_INFO_MAX, info, nullptr) >= 0) {
             link.kind = LinkMessage::textOf(nested[IFLA_INFO_KIND]);
+        }
     }
     return link;
 }
 
 }  // namespace
 
-bool readLinks(std::vector<Link>* links) {
+std::optional<std::vector<Link>> readLinks() {
     struct {
         ifinfomsg header;
         rtattr attr;
@@ -51,16 +51,16 @@ bool readLinks(std::vector<Link>* links) {
     ask.attr.rta_len = RTA_LENGTH(sizeof ask.mask);
     ask.mask = RTEXT_FILTER_SKIP_STATS;
 
-    links->clear();
+    std::vector<Link> links;
+    const auto take = [&links](nlmsghdr* message) {
+        const LinkMessage link(message);
+        if (link.ok()) links.push_back(linkOf(link));
+    };
     auto socket = NetlinkSocket::open(NETLINK_ROUTE);
-    const bool done = socket && socket->request(RTM_GETLINK, NLM_F_DUMP, bytesOf(ask),
-                                                [links](nlmsghdr* message) {
-                                                    const LinkMessage link(message);
-                                                    if (link.ok()) links->push_back(linkOf(link));
-                                                });
-    std::sort(links->begin(), links->end(),
+    if (!socket || !socket->request(RTM_GETLINK, NLM_F_DUMP, bytesOf(ask), take)) return {};
+    std::sort(links.begin(), links.end(),
               [](const Link& a, const Link& b) { return a.index < b.index; });
-    return done;
+    return links;
 }
 
 const Link* linkByIndex(const std::vector<Link>& links, int index) {
@@ -71,9 +71,10 @@ const Link* linkByIndex(const std::vector<Link>& links, int index) {
 
 bool takesPart(const Link& link, const std::vector<Link>& all) {
     if (!link.ethernet || (link.flags & IFF_LOOPBACK) != 0 || link.kind == "bridge" ||
-        link.mac.isZero() || conf().matches("EXCLUDE", link.name.c_str()))
+        link.mac.isZero() || conf().matches("EXCLUDE", link.name)) {
         return false;
-    if (conf().matches("INCLUDE", link.name.c_str())) return true;
+    }
+    if (conf().matches("INCLUDE", link.name)) return true;
     if (std::find(kKinds.begin(), kKinds.end(), link.kind) == kKinds.end()) return false;
 
     const Link* master = linkByIndex(all, link.master);
@@ -99,7 +100,7 @@ uint32_t operStatusOf(const Link& link) {
             return PLATFORM_OPER_LOWER_LAYER_DOWN;
         case IF_OPER_TESTING:
             return PLATFORM_OPER_ERROR;
-        // Drivers that do not keep the state leave it unknown; the carrier tells then.
+        // Not every driver keeps the state; then the carrier decides.
         case IF_OPER_UNKNOWN:
             return (link.flags & IFF_LOWER_UP) != 0 ? PLATFORM_OPER_UP : PLATFORM_OPER_DOWN;
         default:
@@ -107,24 +108,24 @@ uint32_t operStatusOf(const Link& link) {
     }
 }
 
-bool readLinkCounters(int index, LinkCounters* counters) {
+std::optional<LinkCounters> readLinkCounters(int index) {
     ifinfomsg ask{};
     ask.ifi_index = index;
-    auto socket = NetlinkSocket::open(NETLINK_ROUTE);
-    bool found = false;
+    std::optional<LinkCounters> counters;
     const auto take = [&](nlmsghdr* message) {
         const LinkMessage link(message);
         const nlattr* stats = link.ok() ? link.attr(IFLA_STATS64) : nullptr;
-        rtnl_link_stats64 figures{};
         if (stats == nullptr) return;
+        rtnl_link_stats64 figures{};
         // Newer kernels append fields.
-        std::memcpy(&figures, nla_data(stats),
-                    std::min(sizeof figures, static_cast<size_t>(nla_len(stats))));
-        *counters = {figures.tx_errors, figures.tx_packets, figures.tx_bytes,
-                     figures.rx_errors, figures.rx_packets, figures.rx_bytes};
-        found = true;
+        memcpy(&figures, nla_data(stats),
+               std::min(sizeof figures, static_cast<size_t>(nla_len(stats))));
+        counters = {figures.tx_errors, figures.tx_packets, figures.tx_bytes,
+                    figures.rx_errors, figures.rx_packets, figures.rx_bytes};
     };
-    return socket && socket->request(RTM_GETLINK, 0, bytesOf(ask), take) && found;
+    auto socket = NetlinkSocket::open(NETLINK_ROUTE);
+    if (!socket || !socket->request(RTM_GETLINK, 0, bytesOf(ask), take)) return {};
+    return counters;
 }
 
 bool setLinkUp(int index, bool up) {
@@ -135,5 +136,3 @@ bool setLinkUp(int index, bool up) {
     auto socket = NetlinkSocket::open(NETLINK_ROUTE);
     return socket && socket->order(RTM_NEWLINK, bytesOf(order));
 }
-
-}  // namespace plat

@@ -2,12 +2,11 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "base/mac_addr.h"
-
-namespace plat {
 
 // One interface as rtnetlink describes it.
 struct Link {
@@ -22,27 +21,27 @@ struct Link {
     int lower = 0;          // index of the interface it is built on, else 0
 };
 
-// All interfaces in the order of their index; false when the kernel does not answer in full.
-bool readLinks(std::vector<Link>* links);
+// All interfaces in the order of their index; none if the kernel does not answer in full.
+std::optional<std::vector<Link>> readLinks();
 
-// Every Ethernet or Wi-Fi interface takes part but loopbacks, bridges, tunnels and the like, the
-// members of a bond (the bond does), a switch's conduit (its ports do), and what platform.conf
-// EXCLUDEs. INCLUDE admits interfaces of a kind that is left out otherwise.
+// Whether the interface takes part in IEEE 1905.1 traffic. Ethernet and Wi-Fi interfaces do, except
+// loopbacks, bridges, tunnels and the like, members of a bond (the bond does instead), the conduit
+// of a switch (its ports do instead) and those in EXCLUDE of platform.conf. INCLUDE admits
+// interfaces of other kinds.
 bool takesPart(const Link& link, const std::vector<Link>& all);
 
+// nullptr if there is no such interface.
 const Link* linkByIndex(const std::vector<Link>& links, int index);
 
 // PLATFORM_PWR_... and PLATFORM_OPER_... of an interface.
 uint32_t pwrStateOf(const Link& link);
 uint32_t operStatusOf(const Link& link);
 
-// Packet counters of one interface.
+// Packet counters of one interface; none if the kernel does not know it.
 struct LinkCounters {
     uint64_t txErrors, txPackets, txBytes, rxErrors, rxPackets, rxBytes;
 };
-bool readLinkCounters(int index, LinkCounters* counters);
+std::optional<LinkCounters> readLinkCounters(int index);
 
 // Sets an interface up or down.
-bool setLinkUp(int index, bool up);
-
-}  // namespace plat
+[[nodiscard]] bool setLinkUp(int index, bool up);

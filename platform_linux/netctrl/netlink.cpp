@@ -8,7 +8,6 @@
 
 #include "common/log.h"
 
-namespace plat {
 namespace {
 
 int handOver(nl_msg* message, void* arg) {
@@ -16,7 +15,7 @@ int handOver(nl_msg* message, void* arg) {
     return NL_OK;
 }
 
-// More notifications than this wait for the next call, so that a storm cannot hold up the caller.
+// The rest waits for the next call, so that a storm of notifications cannot hold up the caller.
 constexpr int kMaxReadsPerDrain = 1000;
 
 }  // namespace
@@ -26,13 +25,12 @@ std::optional<NetlinkSocket> NetlinkSocket::open(int protocol, std::chrono::mill
     if (socket.sock_ == nullptr) return std::nullopt;
     const int error = nl_connect(socket.sock_.get(), protocol);
     if (error < 0) {
-        PLAT_LOG(1, "can't open a netlink socket: %s", nl_geterror(error));
+        LOG_LINE(1, "can't open a netlink socket: %s", nl_geterror(error));
         return std::nullopt;
     }
     const auto whole = std::chrono::floor<std::chrono::seconds>(most);
     const timeval limit{whole.count(), std::chrono::microseconds(most - whole).count()};
-    (void)::setsockopt(nl_socket_get_fd(socket.sock_.get()), SOL_SOCKET, SO_RCVTIMEO, &limit,
-                       sizeof limit);
+    setsockopt(nl_socket_get_fd(socket.sock_.get()), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
     return socket;
 }
 
@@ -43,7 +41,7 @@ std::optional<NetlinkSocket> NetlinkSocket::openEvents() {
     nl_socket_disable_seq_check(sock);
     const int error = nl_socket_add_memberships(sock, RTNLGRP_LINK, RTNLGRP_NEIGH, 0);
     if (error < 0 || nl_socket_set_nonblocking(sock) < 0) {
-        PLAT_LOG(1, "can't watch the network interfaces: %s", nl_geterror(error));
+        LOG_LINE(1, "can't watch the network interfaces: %s", nl_geterror(error));
         return std::nullopt;
     }
     return socket;
@@ -57,7 +55,7 @@ int NetlinkSocket::receive(const OnMessage& take) {
 
 bool NetlinkSocket::request(int type, int flags, std::span<const uint8_t> payload,
                             const OnMessage& take) {
-    // An acknowledgement after the answer would be taken for the answer to the next request.
+    // An acknowledgement after the answer would be mistaken for the next answer.
     nl_socket_disable_auto_ack(sock_.get());
     const int sent = nl_send_simple(sock_.get(), type, flags, const_cast<uint8_t*>(payload.data()),
                                     payload.size());
@@ -72,12 +70,10 @@ bool NetlinkSocket::order(int type, std::span<const uint8_t> payload) {
 }
 
 bool NetlinkSocket::drain(const OnMessage& take) {
-    for (int reads = 0; reads < kMaxReadsPerDrain; ++reads) {
+    for (int reads = 0; reads < kMaxReadsPerDrain; reads++) {
         const int result = receive(take);
         if (result == -NLE_AGAIN) return true;
         if (result < 0) return false;
     }
     return true;
 }
-
-}  // namespace plat

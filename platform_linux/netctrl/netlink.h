@@ -1,4 +1,4 @@
-// Requests to the kernel over netlink, and the watch on its notifications.
+// Requests to the kernel over netlink, and its notifications.
 #pragma once
 
 #include <netlink/attr.h>
@@ -17,10 +17,8 @@
 #include "base/mac_addr.h"
 #include "base/text.h"
 
-namespace plat {
-
-// One received message: its fixed header of type Header and its attributes up to number Max.
-template <class Header, int Max>
+// A received message: a fixed header and attributes with the numbers 0 to Max.
+template <typename Header, int Max>
 class NlMessage {
   public:
     explicit NlMessage(nlmsghdr* message) {
@@ -34,7 +32,7 @@ class NlMessage {
 
     std::optional<uint32_t> u32(int type) const { return number<uint32_t>(type); }
     std::optional<uint8_t> u8(int type) const { return number<uint8_t>(type); }
-    // A MAC address, none when the attribute is absent or of another length.
+    // None if the attribute is absent or has another length.
     std::optional<MacAddr> mac(int type) const {
         const nlattr* a = attr(type);
         if (a == nullptr || nla_len(a) != 6) return std::nullopt;
@@ -47,12 +45,12 @@ class NlMessage {
     }
 
   private:
-    template <class T>
+    template <typename T>
     std::optional<T> number(int type) const {
         const nlattr* a = attr(type);
         if (a == nullptr || nla_len(a) < static_cast<int>(sizeof(T))) return std::nullopt;
         T value;
-        std::memcpy(&value, nla_data(a), sizeof value);
+        memcpy(&value, nla_data(a), sizeof value);
         return value;
     }
 
@@ -61,26 +59,27 @@ class NlMessage {
     bool ok_ = false;
 };
 
-// A netlink socket. Requests block for a second or the limit given, and a socket whose request
-// failed is not to be used again: late answers could still arrive on it.
+// A netlink socket. A request blocks for at most the limit. After a failed request the socket must
+// not be used again, since late answers may still arrive on it.
 class NetlinkSocket {
   public:
     using OnMessage = std::function<void(nlmsghdr*)>;
 
-    // A socket for requests of this protocol (NETLINK_ROUTE, NETLINK_GENERIC).
+    // A socket for requests of this protocol (NETLINK_...); none on failure.
     static std::optional<NetlinkSocket> open(
         int protocol, std::chrono::milliseconds limit = std::chrono::seconds(1));
-    // A non-blocking socket that receives the notifications about links and neighbours.
+    // A non-blocking socket for notifications about links and neighbors; none on failure.
     static std::optional<NetlinkSocket> openEvents();
 
-    // Sends a request whose payload starts with a fixed header and hands every answer to the
-    // function. False on failure, also when the kernel's table changed under a dump.
-    bool request(int type, int flags, std::span<const uint8_t> payload, const OnMessage& take);
-    // The same for an order; true when the kernel did it.
-    bool order(int type, std::span<const uint8_t> payload);
+    // Sends a request, whose payload starts with a fixed header, and calls take() for each answer.
+    // False on failure, including a table that changed during a dump.
+    [[nodiscard]] bool request(int type, int flags, std::span<const uint8_t> payload,
+                               const OnMessage& take);
+    // Sends an order; true if the kernel carried it out.
+    [[nodiscard]] bool order(int type, std::span<const uint8_t> payload);
 
-    // Hands over what has arrived. False when notifications were lost.
-    bool drain(const OnMessage& take);
+    // Calls take() for each message that has arrived. False if notifications were lost.
+    [[nodiscard]] bool drain(const OnMessage& take);
 
   private:
     struct Free {
@@ -93,9 +92,8 @@ class NetlinkSocket {
     std::unique_ptr<nl_sock, Free> sock_;
 };
 
-template <class T>
+// The bytes of a record as the payload of a request.
+template <typename T>
 std::span<const uint8_t> bytesOf(const T& record) {
     return {reinterpret_cast<const uint8_t*>(&record), sizeof record};
 }
-
-}  // namespace plat

@@ -4,19 +4,17 @@
 #include <optional>
 #include <utility>
 
-namespace plat {
 namespace {
 
-// The newest of each kind is all that matters.
-struct Notices {
+// Only the newest of each kind matters.
+struct {
     bool wps = false;
     std::optional<uint32_t> newFirmware;
     std::optional<uint32_t> firmwareState;
     std::optional<std::string> led;
-};
-Notices notices;
+} notices;
 
-// The record of NET_STATUS_LED: readers take 32 bytes.
+// The record of NET_STATUS_LED, of which the daemon reads 32 bytes.
 std::array<char, 33> ledRecord(const std::string& text) {
     std::array<char, 33> record{};
     text.copy(record.data(), record.size() - 1);
@@ -44,12 +42,10 @@ void dropNotices() {
 
 void reportNotices(NetStatusEventCallback callback) {
     if (callback == nullptr) return;
-    const Notices waiting = std::exchange(notices, {});
+    const auto waiting = std::exchange(notices, {});
     uint32_t result = 0;
     if (waiting.wps) callback(NET_STATUS_WPS_CONFIG, &waiting.wps, &result);
     if (waiting.newFirmware) callback(NET_STATUS_NEW_FIRMWARE, &*waiting.newFirmware, &result);
     if (waiting.firmwareState) callback(NET_STATUS_FW_UPGRADE, &*waiting.firmwareState, &result);
     if (waiting.led) callback(NET_STATUS_LED, ledRecord(*waiting.led).data(), &result);
 }
-
-}  // namespace plat

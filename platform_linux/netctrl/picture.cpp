@@ -13,69 +13,69 @@
 #include "netctrl/netlink.h"
 #include "netctrl/wireless.h"
 
-namespace plat {
 namespace {
 
-using NeighbourMessage = NlMessage<ndmsg, NDA_MAX>;
+using NeighborMessage = NlMessage<ndmsg, NDA_MAX>;
 
-// Counts travel as 8 bits.
+// The records of the platform functions count in 8 bits.
 constexpr size_t kMaxIntfs = 255;
-// Far above any home; a forwarding table that somebody floods must not grow ours.
-constexpr size_t kMaxNeighbours = 4096;
+// Far above any home. Protects against a flooded forwarding table.
+constexpr size_t kMaxNeighbors = 4096;
 
-void describeMedia(const Picture& previous, Nl80211* wifi, Intf* intf) {
-    const Intf* known = previous.byIndex(intf->index);
-    if (known != nullptr && known->name != intf->name) known = nullptr;
+void describeMedia(const Picture& previous, Nl80211& wifi, Intf& intf) {
+    const Intf* known = previous.byIndex(intf.index);
+    if (known != nullptr && known->name != intf.name) known = nullptr;
 
-    if (const auto info = wifi->query(intf->index)) {
-        intf->mediaType = info->onChannel || known == nullptr ? info->mediaType : known->mediaType;
-        intf->mediaInfo.assign(info->info.begin(), info->info.end());
-        intf->frequency = info->frequency;
-        intf->hasStations = info->hasStations;
-        intf->meshPoint = info->meshPoint;
+    if (const auto info = wifi.query(intf.index)) {
+        intf.mediaType = info->onChannel || known == nullptr ? info->mediaType : known->mediaType;
+        intf.mediaInfo.assign(info->info.begin(), info->info.end());
+        intf.frequency = info->frequency;
+        intf.hasStations = info->hasStations;
+        intf.meshPoint = info->meshPoint;
     } else {
-        intf->mediaType =
-            known != nullptr ? known->mediaType : ethernetMediaType(intf->name.c_str());
+        intf.mediaType = known != nullptr ? known->mediaType : ethernetMediaType(intf.name);
     }
-    if (const auto given = parseNumber(conf().value("MEDIA_TYPE." + intf->name)))
-        intf->mediaType = *given & 0xffff;
-    if (!intf->isRadio()) intf->mediaInfo.clear();
+    if (const auto given = parseNumber(conf().value("MEDIA_TYPE." + intf.name))) {
+        intf.mediaType = *given & 0xFFFF;
+    }
+    if (!intf.isRadio()) intf.mediaInfo.clear();
 }
 
-// A host behind the interface, by a forwarding or neighbour table entry: none for entries that
-// stand for the device itself or for groups.
-std::optional<MacAddr> hostOf(const NeighbourMessage& entry, const Picture& picture) {
-    // Absent while nobody has answered.
+// The host that a forwarding or neighbor table entry describes; none for entries about this device
+// or groups.
+std::optional<MacAddr> hostOf(const NeighborMessage& entry, const Picture& picture) {
+    // Absent until the host has answered.
     const std::optional<MacAddr> mac = entry.mac(NDA_LLADDR);
     if (!mac || mac->isZero() || (mac->b[0] & 1) != 0) return std::nullopt;
-    // The permanent entries of a forwarding table are the bridge's and the driver's own addresses;
-    // a permanent neighbour entry of a plain interface is a host that the administrator knows.
-    if (entry.header().ndm_family == AF_BRIDGE && (entry.header().ndm_state & NUD_PERMANENT) != 0)
+    // Permanent entries of a forwarding table are addresses of the bridge and the driver. On a
+    // plain interface, however, the administrator has entered them.
+    if (entry.header().ndm_family == AF_BRIDGE && (entry.header().ndm_state & NUD_PERMANENT) != 0) {
         return std::nullopt;
+    }
     const auto& own = picture.ownMacs;
     if (std::find(own.begin(), own.end(), *mac) != own.end()) return std::nullopt;
     return mac;
 }
 
-// A port's neighbours are those that its bridge, or the switch that does the bridge's work, has
-// learned; a plain interface has no such table, there it is the hosts that IP has found.
-void noteNeighbour(const NeighbourMessage& entry, Picture* picture) {
+// The neighbors of a bridge port are what the bridge, or the switch it is offloaded to, has
+// learned. Other interfaces have no such table; their neighbors are the hosts that IP has found.
+void noteNeighbor(const NeighborMessage& entry, Picture& picture) {
     const bool ofBridge = entry.header().ndm_family == AF_BRIDGE;
     const auto intf =
-        std::find_if(picture->intfs.begin(), picture->intfs.end(),
+        std::find_if(picture.intfs.begin(), picture.intfs.end(),
                      [&entry](const Intf& i) { return i.index == entry.header().ndm_ifindex; });
-    if (intf == picture->intfs.end() || ofBridge != (intf->bridge != 0)) return;
-    if (const auto host = hostOf(entry, *picture)) intf->neighbours.push_back(*host);
+    if (intf == picture.intfs.end() || ofBridge != (intf->bridge != 0)) return;
+    if (const auto host = hostOf(entry, picture)) intf->neighbors.push_back(*host);
 }
 
-bool readNeighbours(uint8_t family, Picture* picture) {
+bool readNeighbors(uint8_t family, Picture& picture) {
     auto socket = NetlinkSocket::open(NETLINK_ROUTE);
-    const auto take = [picture](nlmsghdr* message) {
-        const NeighbourMessage entry(message);
-        if (entry.ok()) noteNeighbour(entry, picture);
+    const auto take = [&picture](nlmsghdr* message) {
+        const NeighborMessage entry(message);
+        if (entry.ok()) noteNeighbor(entry, picture);
     };
     if (!socket) return false;
-    // Kernels take the longer header for the bridges' tables.
+    // Bridge tables are requested with the longer header.
     if (family == AF_BRIDGE) {
         ifinfomsg ask{};
         ask.ifi_family = family;
@@ -100,17 +100,17 @@ const Intf* Picture::byName(std::string_view name) const {
     return found != intfs.end() ? &*found : nullptr;
 }
 
-bool takePicture(const Picture& previous, Picture* picture) {
-    std::vector<Link> links;
-    if (!readLinks(&links)) return false;
-    *picture = {};
+std::optional<Picture> takePicture(const Picture& previous) {
+    const auto links = readLinks();
+    if (!links) return std::nullopt;
+    Picture picture;
     Nl80211 wifi;
-    for (const Link& link : links) {
-        if (!link.mac.isZero()) picture->ownMacs.push_back(link.mac);
-        if (link.kind == "bridge") picture->bridges.push_back({link.index, link.mac});
-        if (!takesPart(link, links)) continue;
-        if (picture->intfs.size() == kMaxIntfs) {
-            PLAT_LOG(2, "more than %zu interfaces; %s is left out", kMaxIntfs, link.name.c_str());
+    for (const Link& link : *links) {
+        if (!link.mac.isZero()) picture.ownMacs.push_back(link.mac);
+        if (link.kind == "bridge") picture.bridges.push_back({link.index, link.mac});
+        if (!takesPart(link, *links)) continue;
+        if (picture.intfs.size() == kMaxIntfs) {
+            LOG_LINE(2, "more than %zu interfaces; %s is ignored", kMaxIntfs, link.name.c_str());
             continue;
         }
         Intf intf;
@@ -119,34 +119,37 @@ bool takePicture(const Picture& previous, Picture* picture) {
         intf.mac = link.mac;
         intf.pwrState = pwrStateOf(link);
         intf.operStatus = operStatusOf(link);
-        const Link* master = linkByIndex(links, link.master);
+        const Link* master = linkByIndex(*links, link.master);
         if (master != nullptr && master->kind == "bridge") intf.bridge = master->index;
-        describeMedia(previous, &wifi, &intf);
-        picture->intfs.push_back(std::move(intf));
+        describeMedia(previous, wifi, intf);
+        picture.intfs.push_back(std::move(intf));
     }
-    return takeNeighbours(picture);
+    if (!takeNeighbors(picture)) return std::nullopt;
+    return picture;
 }
 
-bool takeNeighbours(Picture* picture) {
-    for (Intf& intf : picture->intfs) intf.neighbours.clear();
-    if (!readNeighbours(AF_BRIDGE, picture) || !readNeighbours(AF_UNSPEC, picture)) return false;
-    for (Intf& intf : picture->intfs) {
-        auto& macs = intf.neighbours;
+bool takeNeighbors(Picture& picture) {
+    for (Intf& intf : picture.intfs) intf.neighbors.clear();
+    if (!readNeighbors(AF_BRIDGE, picture) || !readNeighbors(AF_UNSPEC, picture)) return false;
+    for (Intf& intf : picture.intfs) {
+        auto& macs = intf.neighbors;
         std::sort(macs.begin(), macs.end());
         macs.erase(std::unique(macs.begin(), macs.end()), macs.end());
-        if (macs.size() <= kMaxNeighbours) continue;
-        PLAT_LOG(2, "%s has %zu neighbours; %zu are reported", intf.name.c_str(), macs.size(),
-                 kMaxNeighbours);
-        macs.resize(kMaxNeighbours);
+        if (macs.size() <= kMaxNeighbors) continue;
+        LOG_LINE(2, "%s has %zu neighbors; %zu are reported", intf.name.c_str(), macs.size(),
+                 kMaxNeighbors);
+        macs.resize(kMaxNeighbors);
         macs.shrink_to_fit();
     }
     return true;
 }
 
 std::optional<MacAddr> alMacOf(const Picture& picture) {
-    for (const Bridge& bridge : picture.bridges)
-        for (const Intf& intf : picture.intfs)
+    for (const Bridge& bridge : picture.bridges) {
+        for (const Intf& intf : picture.intfs) {
             if (intf.bridge == bridge.index) return bridge.mac;
+        }
+    }
     if (picture.intfs.empty()) return std::nullopt;
     return picture.intfs.front().mac;
 }
@@ -156,5 +159,3 @@ std::optional<MacAddr> lanMacOf(const Picture& picture) {
     if (picture.intfs.empty()) return std::nullopt;
     return picture.intfs.front().mac;
 }
-
-}  // namespace plat

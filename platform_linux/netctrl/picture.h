@@ -1,5 +1,5 @@
-// A picture of the device's network as the kernel shows it at one moment: the interfaces that take
-// part, the bridges, and the neighbours known on each interface.
+// A picture of the device's network at one moment: the participating interfaces, the bridges and
+// the neighbors known on each interface.
 #pragma once
 
 #include <cstdint>
@@ -10,23 +10,21 @@
 
 #include "base/mac_addr.h"
 
-namespace plat {
-
 struct Intf {
-    int index = 0;  // the kernel's
+    int index = 0;  // in the kernel
     std::string name;
     MacAddr mac;
     uint32_t pwrState = 0;    // PLATFORM_PWR_...
     uint32_t operStatus = 0;  // PLATFORM_OPER_...
     uint32_t mediaType = 0;
     std::vector<uint8_t> mediaInfo;
-    uint32_t frequency = 0;           // MHz, of a radio that is on a channel, else 0
-    bool hasStations = false;         // a radio that others join
-    bool meshPoint = false;           // one of these that is no access point
-    int bridge = 0;                   // index of the bridge it is a port of, else 0
-    std::vector<MacAddr> neighbours;  // sorted, without repeats
+    uint32_t frequency = 0;          // MHz, 0 unless it is a radio on a channel
+    bool hasStations = false;        // it is an access point or mesh point
+    bool meshPoint = false;          // it is a mesh point
+    int bridge = 0;                  // index of its bridge, 0 if it has none
+    std::vector<MacAddr> neighbors;  // sorted, unique
 
-    bool isRadio() const { return (mediaType & 0xff00) == 0x0100; }
+    bool isRadio() const { return (mediaType & 0xFF00) == 0x0100; }
 };
 
 struct Bridge {
@@ -43,20 +41,17 @@ struct Picture {
     const Intf* byName(std::string_view name) const;
 };
 
-// False when the kernel does not answer in full: then nothing is known, since an interface that is
-// missing from half a picture must not count as removed. The drivers' figures of an interface that
-// the previous picture holds are taken from there.
-bool takePicture(const Picture& previous, Picture* picture);
+// None if the kernel does not answer in full, since an interface missing from half a picture must
+// not count as removed. Driver data of known interfaces is taken from the previous picture.
+std::optional<Picture> takePicture(const Picture& previous);
 
-// Renews the neighbours alone.
-bool takeNeighbours(Picture* picture);
+// Updates only the neighbors. False, with a partial list, if the kernel does not answer in full.
+[[nodiscard]] bool takeNeighbors(Picture& picture);
 
-// The address of the abstraction layer: of the lowest-numbered bridge that holds an interface that
-// takes part, else of the lowest-numbered such interface. None without interfaces.
+// The AL MAC address: that of the lowest-numbered bridge with a participating interface, else of
+// the lowest-numbered participating interface. None without interfaces.
 std::optional<MacAddr> alMacOf(const Picture& picture);
 
-// The address under which the LAN knows the device: of the lowest-numbered bridge, else of the
-// lowest-numbered interface that takes part.
+// The LAN MAC address: that of the lowest-numbered bridge, else of the lowest-numbered
+// participating interface. None without either.
 std::optional<MacAddr> lanMacOf(const Picture& picture);
-
-}  // namespace plat

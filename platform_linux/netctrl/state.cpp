@@ -1,4 +1,4 @@
-// What this device shows of itself. The network is the one that the daemon has been told of.
+// The state that this device shows. Interfaces are those that have been reported to the daemon.
 #include "netctrl/state.h"
 
 #include <arpa/inet.h>
@@ -10,37 +10,31 @@
 #include <time.h>
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "api.h"
+#include "base/result.h"
 #include "common/conf.h"
+#include "common/files.h"
 #include "common/text.h"
 #include "netctrl/ethtool.h"
 #include "netctrl/netlink.h"
 #include "netctrl/watch.h"
 #include "netctrl/wireless.h"
 
-namespace plat {
 namespace {
 
 using AddressMessage = NlMessage<ifaddrmsg, IFA_MAX>;
 
-// Facts about the device, not about a run of the library: they outlive destroyNetCtrl.
-struct Kept {
+// Facts about the device rather than about the run: they survive destroyNetCtrl.
+struct {
     LedState led{};
     std::optional<std::string> wifiCountryCode;
-};
-Kept kept;
-
-int answer(char* text, size_t size, std::string_view value) {
-    if (text == nullptr) return kFailure;
-    copyText(text, size, value);
-    return kOk;
-}
+} kept;
 
 // ---- Addresses ---------------------------------------------------------------------------------
 
@@ -53,19 +47,19 @@ struct Address {
 std::optional<Address> addressOf(nlmsghdr* message, uint8_t family) {
     const AddressMessage entry(message);
     if (!entry.ok() || entry.header().ifa_family != family) return std::nullopt;
-    // Not in use: whether the address is taken is still being asked, or it is.
+    // Not in use: duplicate detection is running or has failed.
     if ((entry.header().ifa_flags & (IFA_F_TENTATIVE | IFA_F_DADFAILED)) != 0) return std::nullopt;
-    // On a point-to-point link the other attribute is the peer.
+    // On a point-to-point link IFA_ADDRESS is the peer.
     const nlattr* own =
         entry.attr(IFA_LOCAL) != nullptr ? entry.attr(IFA_LOCAL) : entry.attr(IFA_ADDRESS);
     if (own == nullptr || nla_len(own) < (family == AF_INET6 ? 16 : 4)) return std::nullopt;
     char text[PLATFORM_IPV6_LEN];
-    if (::inet_ntop(family, nla_data(own), text, sizeof text) == nullptr) return std::nullopt;
+    if (inet_ntop(family, nla_data(own), text, sizeof text) == nullptr) return std::nullopt;
     return Address{static_cast<int>(entry.header().ifa_index),
                    entry.header().ifa_scope < RT_SCOPE_LINK, text};
 }
 
-// All addresses of that family, link-local ones last; none when the kernel does not answer in full.
+// All addresses of that family, link-local ones last; none if the kernel does not answer in full.
 std::optional<std::vector<Address>> readAddresses(uint8_t family) {
     std::vector<Address> addresses;
     ifaddrmsg ask{};
@@ -74,24 +68,25 @@ std::optional<std::vector<Address>> readAddresses(uint8_t family) {
     const auto take = [&](nlmsghdr* message) {
         if (auto address = addressOf(message, family)) addresses.push_back(std::move(*address));
     };
-    if (!socket || !socket->request(RTM_GETADDR, NLM_F_DUMP, bytesOf(ask), take))
+    if (!socket || !socket->request(RTM_GETADDR, NLM_F_DUMP, bytesOf(ask), take)) {
         return std::nullopt;
+    }
     std::stable_partition(addresses.begin(), addresses.end(),
                           [](const Address& address) { return address.global; });
     return addresses;
 }
 
 bool hasPorts(const Bridge& bridge) {
-    const auto& intfs = told().intfs;
+    const auto& intfs = reported().intfs;
     return std::any_of(intfs.begin(), intfs.end(),
                        [&bridge](const Intf& intf) { return intf.bridge == bridge.index; });
 }
 
-// None on a device without a bridge. The AL MAC may be given, or have been a bridge's earlier: then
-// it is the bridge that would be asked for one.
+// The bridge with the AL MAC address. If there is none, because the address is configured or was
+// chosen earlier, the first bridge with a participating interface. None without either.
 std::optional<int> lanBridge() {
-    const auto& bridges = told().bridges;
-    const auto alMac = toldAlMac();
+    const auto& bridges = reported().bridges;
+    const auto alMac = reportedAlMac();
     auto found = std::find_if(bridges.begin(), bridges.end(),
                               [&alMac](const Bridge& bridge) { return bridge.mac == alMac; });
     if (found == bridges.end()) found = std::find_if(bridges.begin(), bridges.end(), hasPorts);
@@ -101,32 +96,31 @@ std::optional<int> lanBridge() {
 
 std::vector<int> participants() {
     std::vector<int> indexes;
-    for (const Intf& intf : told().intfs) indexes.push_back(intf.index);
+    for (const Intf& intf : reported().intfs) indexes.push_back(intf.index);
     return indexes;
 }
 
 // ---- System ------------------------------------------------------------------------------------
 
 bool isNamed(const std::string& pid, std::string_view process) {
-    std::ifstream file("/proc/" + pid + "/comm");
-    std::string comm;
-    return std::getline(file, comm) && comm == process;
+    return lineOf(readFile("/proc/" + pid + "/comm", 64), 0) == process;
 }
 
-// Whether a process runs. To look through all of them is dear: it is done once a minute, and in
-// between only when the one that was found has gone.
+// Whether a process of some name is running. Searching all processes is expensive, so it is done
+// once a minute, and earlier only if the known process has gone.
 class ProcessWatch {
+    using Clock = std::chrono::steady_clock;
+    static constexpr std::chrono::minutes kScanPeriod{1};
+
   public:
     explicit ProcessWatch(std::string_view name) : name_(name) {}
 
-    // None when the processes cannot be listed.
+    // None if the processes cannot be listed.
     std::optional<bool> runs() {
         if (!pid_.empty() && isNamed(pid_, name_)) return true;
-        timespec now{};
-        ::clock_gettime(CLOCK_MONOTONIC, &now);
-        const bool due = pid_.empty() ? now.tv_sec >= nextScan_ : true;
-        if (!due) return false;
-        nextScan_ = now.tv_sec + 60;
+        const auto now = Clock::now();
+        if (pid_.empty() && now < nextScan_) return false;
+        nextScan_ = now + kScanPeriod;
         return scan();
     }
 
@@ -147,7 +141,7 @@ class ProcessWatch {
 
     std::string_view name_;
     std::string pid_;
-    time_t nextScan_ = 0;
+    Clock::time_point nextScan_{};
 };
 ProcessWatch dnsmasq("dnsmasq");
 
@@ -155,7 +149,7 @@ struct Listeners {
     bool ssh = false, telnet = false;
 };
 
-// Asks for the listening sockets alone: /proc/net/tcp would take the kernel milliseconds.
+// Requests only the listening sockets, because reading /proc/net/tcp takes milliseconds.
 bool addListeners(uint8_t family, Listeners& listeners) {
     constexpr uint32_t kListen = 1U << TCP_LISTEN;
     inet_diag_req_v2 ask{};
@@ -176,7 +170,7 @@ bool addListeners(uint8_t family, Listeners& listeners) {
 std::optional<Listeners> readListeners() {
     Listeners listeners;
     if (!addListeners(AF_INET, listeners)) return std::nullopt;
-    (void)addListeners(AF_INET6, listeners);  // a kernel without IPv6 refuses
+    addListeners(AF_INET6, listeners);  // fails on a kernel without IPv6
     return listeners;
 }
 
@@ -193,7 +187,7 @@ bool isUp(const Intf& intf) {
     return intf.operStatus == PLATFORM_OPER_UP;
 }
 
-// The kernel allows nearly every byte in a name; none must end the JSON string.
+// Names may contain nearly any byte, but must not break the JSON string.
 std::string jsonName(std::string name) {
     std::replace_if(
         name.begin(), name.end(),
@@ -204,17 +198,17 @@ std::string jsonName(std::string name) {
 std::string portItem(const Intf& intf) {
     std::string state = "down";
     if (isUp(intf)) {
-        const auto speed = linkSpeed(intf.name.c_str());
+        const auto speed = linkSpeed(intf.name);
         state = speed ? std::to_string(*speed) : "up";
     }
     return '"' + jsonName(intf.name) + ':' + state + '"';
 }
 
-// A fact as long as no other kind of link is up; which of two carries the mesh is not for us to
-// tell.
+// Certain only while all links that are up are of one kind: which of two carries the mesh is
+// unknown here.
 std::string_view onlyMediumUp() {
     bool ethernet = false, wifi = false, other = false;
-    for (const Intf& intf : told().intfs) {
+    for (const Intf& intf : reported().intfs) {
         if (!isUp(intf)) continue;
         ethernet = ethernet || mediumOf(intf) == Medium::kEthernet;
         wifi = wifi || mediumOf(intf) == Medium::kWifi;
@@ -227,17 +221,13 @@ std::string_view onlyMediumUp() {
 }  // namespace
 
 void keepLedState(std::string_view status, std::string_view brightness) {
-    copyText(kept.led.status, sizeof kept.led.status, status);
-    copyText(kept.led.brightness, sizeof kept.led.brightness, brightness);
+    copyText(kept.led.status, status);
+    copyText(kept.led.brightness, brightness);
 }
 
 void keepWifiCountryCode(std::string_view code) {
     kept.wifiCountryCode = code;
 }
-
-}  // namespace plat
-
-using namespace plat;
 
 int getDeviceIP(char text[32]) {
     if (text == nullptr) return kFailure;
@@ -245,10 +235,12 @@ int getDeviceIP(char text[32]) {
     if (!addresses) return kFailure;
     std::vector<int> candidates = participants();
     if (const auto bridge = lanBridge()) candidates.insert(candidates.begin(), *bridge);
-    for (const int index : candidates)
-        for (const Address& address : *addresses)
-            if (address.index == index) return answer(text, 32, address.text);
-    return answer(text, 32, {});
+    for (const int index : candidates) {
+        for (const Address& address : *addresses) {
+            if (address.index == index) return answerText(text, 32, address.text);
+        }
+    }
+    return answerText(text, 32, {});
 }
 
 int getIPv6Info(IPv6Info* info) {
@@ -261,15 +253,15 @@ int getIPv6Info(IPv6Info* info) {
     for (const Address& address : *addresses) {
         if (std::find(bearers.begin(), bearers.end(), address.index) == bearers.end()) continue;
         if (info->num == PLATFORM_IPV6_MAX) break;
-        copyText(info->address[info->num++], PLATFORM_IPV6_LEN, address.text);
+        copyText(info->address[info->num++], address.text);
     }
     return kOk;
 }
 
 int getDeviceUptime(char text[32]) {
     timespec sinceBoot{};
-    if (::clock_gettime(CLOCK_BOOTTIME, &sinceBoot) != 0) return kFailure;
-    return answer(text, 32, std::to_string(sinceBoot.tv_sec));
+    if (clock_gettime(CLOCK_BOOTTIME, &sinceBoot) != 0) return kFailure;
+    return answerText(text, 32, std::to_string(sinceBoot.tv_sec));
 }
 
 int getLEDState(LedState* state) {
@@ -282,8 +274,8 @@ int getSecurityState(SecurityState* state) {
     if (state == nullptr) return kFailure;
     const auto listeners = readListeners();
     if (!listeners) return kFailure;
-    copyText(state->ssh, sizeof state->ssh, listeners->ssh ? "on" : "off");
-    copyText(state->telnet, sizeof state->telnet, listeners->telnet ? "on" : "off");
+    copyText(state->ssh, listeners->ssh ? "on" : "off");
+    copyText(state->telnet, listeners->telnet ? "on" : "off");
     return kOk;
 }
 
@@ -295,13 +287,13 @@ int getConfigureState(uint8_t* configure) {
 }
 
 int getDaisychainOption(char text[32]) {
-    return answer(text, 32, conf().value("DAISYCHAIN"));
+    return answerText(text, 32, conf().value("DAISYCHAIN"));
 }
 
 int getNetworkState(NetworkState* state) {
     const auto running = dnsmasq.runs();
     if (state == nullptr || !running) return kFailure;
-    const auto& intfs = told().intfs;
+    const auto& intfs = reported().intfs;
     const auto ports = std::count_if(intfs.begin(), intfs.end(),
                                      [](const Intf& intf) { return intf.bridge != 0; });
     *state = {*running ? 1 : 0, static_cast<int32_t>(ports)};
@@ -310,39 +302,39 @@ int getNetworkState(NetworkState* state) {
 
 int getEthernetPortState(char text[128]) {
     std::string list;
-    for (const Intf& intf : told().intfs) {
+    for (const Intf& intf : reported().intfs) {
         if (mediumOf(intf) != Medium::kEthernet) continue;
         const std::string item = (list.empty() ? "" : ",") + portItem(intf);
-        // A cut item would leave a JSON string open.
+        // A cut item would be an open JSON string.
         if (list.size() + item.size() >= 128) break;
         list += item;
     }
-    return answer(text, 128, list);
+    return answerText(text, 128, list);
 }
 
 int getBackhaulType(char text[32]) {
     const std::string_view given = conf().value("BACKHAUL");
-    return answer(text, 32, given.empty() ? onlyMediumUp() : given);
+    return answerText(text, 32, given.empty() ? onlyMediumUp() : given);
 }
 
 int getCountryCode(char text[16]) {
-    return answer(text, 16, conf().value("COUNTRY_CODE"));
+    return answerText(text, 16, conf().value("COUNTRY_CODE"));
 }
 
 int getWIFICountryCode(char text[16]) {
-    if (kept.wifiCountryCode) return answer(text, 16, *kept.wifiCountryCode);
-    return answer(text, 16, conf().value("WIFI_COUNTRY_CODE"));
+    if (kept.wifiCountryCode) return answerText(text, 16, *kept.wifiCountryCode);
+    return answerText(text, 16, conf().value("WIFI_COUNTRY_CODE"));
 }
 
 int getWIFIChannelInfo(WifiChannels* channels) {
     if (channels == nullptr) return kFailure;
     std::vector<uint32_t> frequencies;
-    for (const Intf& intf : told().intfs) frequencies.push_back(intf.frequency);
+    for (const Intf& intf : reported().intfs) frequencies.push_back(intf.frequency);
     *channels = channelsOf(std::move(frequencies));
     return kOk;
 }
 
-// What a WSC frame does to which network is the hooks' knowledge; nothing of it is kept here.
+// Only the hooks know which network a WSC frame configures.
 int getAPautoconfigTimes(AutoConfTimes* times) {
     if (times == nullptr) return kFailure;
     *times = {};

@@ -1,13 +1,9 @@
-// What the actions leave behind for the questions about the device's state.
+// Results of actions that are part of the device's state.
 #pragma once
 
 #include <string_view>
 
-namespace plat {
-
-// What the LED control printed: status and brightness.
+// The status and brightness texts that the LED hook printed.
 void keepLedState(std::string_view status, std::string_view brightness);
 // The country code that the radios were set to.
 void keepWifiCountryCode(std::string_view code);
-
-}  // namespace plat

@@ -8,35 +8,33 @@
 #include <iterator>
 #include <map>
 
+#include "base/result.h"
 #include "common/conf.h"
 #include "common/log.h"
 #include "common/text.h"
 #include "netctrl/netlink.h"
 #include "netctrl/records.h"
 
-namespace plat {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// How often in a row listening may fail before it counts as lost: with the daemon's call every 5
-// seconds, a minute.
+// Consecutive failures to listen before giving up. At one call per 5 seconds, a minute.
 constexpr int kMaxFailures = 12;
-// The kernel tells of no change of a radio's channel, so radios are asked from time to time.
+// The kernel does not announce channel changes, so radios are polled.
 constexpr std::chrono::seconds kRadioPeriod{60};
 
-struct Watch {
+struct {
     std::optional<NetlinkSocket> events;
     int failures = 0;
     bool linksChanged = false;
-    bool neighboursChanged = false;
+    bool neighborsChanged = false;
     Clock::time_point pictureTaken{};
     bool reporting = false;
 
-    Picture told;
+    Picture reported;
     std::optional<MacAddr> alMac;
-};
-Watch watch;
+} watch;
 
 void noteNotification(nlmsghdr* message) {
     switch (message->nlmsg_type) {
@@ -46,17 +44,17 @@ void noteNotification(nlmsghdr* message) {
             break;
         case RTM_NEWNEIGH:
         case RTM_DELNEIGH:
-            watch.neighboursChanged = true;
+            watch.neighborsChanged = true;
             break;
         default:
             break;
     }
 }
 
-// Listens again after a failure; what happened meanwhile is found by a fresh picture.
+// Listens again after a failure. A fresh picture will show what happened meanwhile.
 bool listen() {
     if (watch.events && !watch.events->drain(noteNotification)) {
-        PLAT_LOG(4, "notifications of the kernel were lost; looking afresh");
+        LOG_LINE(4, "kernel notifications were lost; taking a fresh picture");
         watch.events.reset();
     }
     if (watch.events) return true;
@@ -76,11 +74,12 @@ std::optional<MacAddr> chooseAlMac(const Picture& picture) {
     return alMacOf(picture);
 }
 
-// Members by bridge, of the interfaces that take part.
+// The participating interfaces of each bridge, by index.
 std::map<int, std::vector<int>> tuplesOf(const Picture& picture) {
     std::map<int, std::vector<int>> tuples;
-    for (const Intf& intf : picture.intfs)
+    for (const Intf& intf : picture.intfs) {
         if (intf.bridge != 0) tuples[intf.bridge].push_back(intf.index);
+    }
     return tuples;
 }
 
@@ -90,53 +89,53 @@ std::vector<MacAddr> difference(const std::vector<MacAddr>& a, const std::vector
     return only;
 }
 
-// The same interface, perhaps changed. One that was made anew under an old name is another.
+// The same interface, perhaps changed; nullptr if it is gone. An interface created anew under an
+// old name is a different one.
 const Intf* sameIn(const Picture& picture, const Intf& intf) {
     const Intf* other = picture.byIndex(intf.index);
     return other != nullptr && other->name == intf.name ? other : nullptr;
 }
 
-// The events, in an order in which the daemon understands each one: who is gone, who came, then
-// what is new about whom. Each is put into `told` before it is reported, because the daemon asks
-// back from inside the callback.
+// Reports events in an order that the daemon can follow: removals, additions, then changes. Each is
+// entered in `watch.reported` first, because the daemon asks back from inside the callback.
 class Reporter {
   public:
     Reporter(NetStatusEventCallback callback, const Picture& now)
         : callback_(callback), now_(now) {}
 
     void reportAll() {
-        const auto oldTuples = tuplesOf(watch.told);
+        const auto oldTuples = tuplesOf(watch.reported);
         reportRemoved();
         reportAdded();
-        watch.told.bridges = now_.bridges;
-        watch.told.ownMacs = now_.ownMacs;
+        watch.reported.bridges = now_.bridges;
+        watch.reported.ownMacs = now_.ownMacs;
         for (const Intf& intf : now_.intfs) {
             reportMac(intf);
             reportMedia(intf);
-            toldOf(intf).bridge = intf.bridge;
-            toldOf(intf).frequency = intf.frequency;
-            toldOf(intf).hasStations = intf.hasStations;
-            toldOf(intf).meshPoint = intf.meshPoint;
+            reportedOf(intf).bridge = intf.bridge;
+            reportedOf(intf).frequency = intf.frequency;
+            reportedOf(intf).hasStations = intf.hasStations;
+            reportedOf(intf).meshPoint = intf.meshPoint;
         }
         if (tuplesOf(now_) != oldTuples) report(NET_STATUS_BRDG_CAP, now_);
         for (const Intf& intf : now_.intfs) {
             reportState(NET_STATUS_INTF_PWR_STATE, &Intf::pwrState, intf);
             reportState(NET_STATUS_INTF_OPER_STATUS, &Intf::operStatus, intf);
-            reportNeighbours(intf);
+            reportNeighbors(intf);
         }
         reportAlMac();
     }
 
   private:
-    template <class Record>
+    template <typename Record>
     void report(uint32_t eventId, const Record& record) {
         uint32_t result = 0;
         callback_(eventId, &record, &result);
-        if (result != 0) PLAT_LOG(2, "network status event %u was refused: %u", eventId, result);
+        if (result != 0) LOG_LINE(2, "network status event %u was refused: %u", eventId, result);
     }
 
-    static Intf& toldOf(const Intf& intf) {
-        return *std::find_if(watch.told.intfs.begin(), watch.told.intfs.end(),
+    static Intf& reportedOf(const Intf& intf) {
+        return *std::find_if(watch.reported.intfs.begin(), watch.reported.intfs.end(),
                              [&intf](const Intf& i) { return i.index == intf.index; });
     }
 
@@ -145,13 +144,13 @@ class Reporter {
         std::vector<IntfDesc> descs;
         descs.reserve(intfs.size());
         for (const Intf& intf : intfs) descs.push_back(describe(intf));
-        for (size_t i = 1; i < descs.size(); ++i) descs[i - 1].next = &descs[i];
+        for (size_t i = 1; i < descs.size(); i++) descs[i - 1].next = &descs[i];
         report(eventId, IntfListEvent{static_cast<uint8_t>(descs.size()), descs.data()});
     }
 
     void reportRemoved() {
         std::vector<Intf> gone;
-        std::erase_if(watch.told.intfs, [&](const Intf& intf) {
+        std::erase_if(watch.reported.intfs, [&](const Intf& intf) {
             if (sameIn(now_, intf) != nullptr) return false;
             gone.push_back(intf);
             return true;
@@ -161,9 +160,10 @@ class Reporter {
 
     void reportAdded() {
         std::vector<Intf> added;
-        for (const Intf& intf : now_.intfs)
-            if (sameIn(watch.told, intf) == nullptr) added.push_back(intf);
-        auto& intfs = watch.told.intfs;
+        for (const Intf& intf : now_.intfs) {
+            if (sameIn(watch.reported, intf) == nullptr) added.push_back(intf);
+        }
+        auto& intfs = watch.reported.intfs;
         intfs.insert(intfs.end(), added.begin(), added.end());
         std::sort(intfs.begin(), intfs.end(),
                   [](const Intf& a, const Intf& b) { return a.index < b.index; });
@@ -171,10 +171,10 @@ class Reporter {
     }
 
     void reportMac(const Intf& intf) {
-        Intf& old = toldOf(intf);
+        Intf& old = reportedOf(intf);
         if (old.mac == intf.mac) return;
         IntfMacEvent event{};
-        copyName(event.name, old);
+        copyText(event.name, old.name);
         old.mac.copyTo(event.mac);
         event.mediaType = old.mediaType;
         intf.mac.copyTo(event.newMac);
@@ -183,7 +183,7 @@ class Reporter {
     }
 
     void reportMedia(const Intf& intf) {
-        Intf& old = toldOf(intf);
+        Intf& old = reportedOf(intf);
         if (old.mediaType == intf.mediaType && old.mediaInfo == intf.mediaInfo) return;
         IntfMediaTypeEvent event{};
         intf.mac.copyTo(event.mac);
@@ -197,20 +197,20 @@ class Reporter {
     }
 
     void reportState(uint32_t eventId, uint32_t Intf::*state, const Intf& intf) {
-        Intf& old = toldOf(intf);
+        Intf& old = reportedOf(intf);
         if (old.*state == intf.*state) return;
         IntfStateEvent event{};
-        copyName(event.name, intf);
+        copyText(event.name, intf.name);
         intf.mac.copyTo(event.mac);
         event.mediaType = intf.mediaType;
         event.newState = old.*state = intf.*state;
         report(eventId, event);
     }
 
-    void reportNeighbourList(uint32_t eventId, const Intf& intf, const std::vector<MacAddr>& macs) {
+    void reportNeighborList(uint32_t eventId, const Intf& intf, const std::vector<MacAddr>& macs) {
         if (macs.empty()) return;
         IntfNbrEvent event{};
-        copyName(event.name, intf);
+        copyText(event.name, intf.name);
         intf.mac.copyTo(event.mac);
         event.mediaType = intf.mediaType;
         event.macNum = static_cast<uint16_t>(macs.size());
@@ -218,12 +218,14 @@ class Reporter {
         report(eventId, event);
     }
 
-    void reportNeighbours(const Intf& intf) {
-        const std::vector<MacAddr> before = std::exchange(toldOf(intf).neighbours, intf.neighbours);
-        reportNeighbourList(NET_STATUS_INTF_NBR_REMOVED, intf, difference(before, intf.neighbours));
-        // One at a time: the daemon's own test for repeats is sound for the first of a list only.
-        for (const MacAddr& mac : difference(intf.neighbours, before))
-            reportNeighbourList(NET_STATUS_INTF_NBR_ADDED, intf, {mac});
+    void reportNeighbors(const Intf& intf) {
+        const std::vector<MacAddr> before =
+            std::exchange(reportedOf(intf).neighbors, intf.neighbors);
+        reportNeighborList(NET_STATUS_INTF_NBR_REMOVED, intf, difference(before, intf.neighbors));
+        // One at a time, because the daemon checks only the first of a list for repeats.
+        for (const MacAddr& mac : difference(intf.neighbors, before)) {
+            reportNeighborList(NET_STATUS_INTF_NBR_ADDED, intf, {mac});
+        }
     }
 
     void reportAlMac() {
@@ -242,19 +244,20 @@ class Reporter {
 
 bool radiosAreDue() {
     const auto isRadio = [](const Intf& intf) { return !intf.mediaInfo.empty(); };
-    return std::any_of(watch.told.intfs.begin(), watch.told.intfs.end(), isRadio) &&
+    return std::any_of(watch.reported.intfs.begin(), watch.reported.intfs.end(), isRadio) &&
            Clock::now() - watch.pictureTaken >= kRadioPeriod;
 }
 
-// A picture of the present; what went unchanged is not asked for again.
-bool takePresent(Picture* now) {
+// A picture of the present. Links are read again only if they have changed.
+std::optional<Picture> takePresent() {
     if (watch.linksChanged || radiosAreDue()) {
-        if (!takePicture(watch.told, now)) return false;
-        watch.pictureTaken = Clock::now();
-        return true;
+        auto now = takePicture(watch.reported);
+        if (now) watch.pictureTaken = Clock::now();
+        return now;
     }
-    *now = watch.told;
-    return takeNeighbours(now);
+    std::optional<Picture> now = watch.reported;
+    if (!takeNeighbors(*now)) now.reset();
+    return now;
 }
 
 }  // namespace
@@ -262,49 +265,47 @@ bool takePresent(Picture* now) {
 bool openWatch() {
     closeWatch();
     watch.events = NetlinkSocket::openEvents();
-    return watch.events && tellAnew();
+    return watch.events && resetReported();
 }
 
 void closeWatch() {
     watch = {};
 }
 
-bool tellAnew() {
-    // What is told while reports are being made is exactly what they have told so far.
+bool resetReported() {
+    // During a report only the events so far count.
     if (watch.reporting) return true;
-    Picture now;
-    if (!takePicture(watch.told, &now)) return false;
+    auto now = takePicture(watch.reported);
+    if (!now) return false;
     watch.pictureTaken = Clock::now();
-    watch.alMac = chooseAlMac(now);
-    watch.told = std::move(now);
+    watch.alMac = chooseAlMac(*now);
+    watch.reported = std::move(*now);
     return true;
 }
 
-const Picture& told() {
-    return watch.told;
+const Picture& reported() {
+    return watch.reported;
 }
 
-std::optional<MacAddr> toldAlMac() {
+std::optional<MacAddr> reportedAlMac() {
     return watch.alMac;
 }
 
 int runWatch(NetStatusEventCallback callback) {
     if (!listen()) {
-        PLAT_LOG(1, "can't listen to the kernel (%d)", ++watch.failures);
+        LOG_LINE(1, "can't listen to the kernel (%d)", ++watch.failures);
         return watch.failures < kMaxFailures ? kOk : kFailure;
     }
     watch.failures = 0;
     if (callback == nullptr) return kOk;
-    if (!watch.linksChanged && !watch.neighboursChanged && !radiosAreDue()) return kOk;
+    if (!watch.linksChanged && !watch.neighborsChanged && !radiosAreDue()) return kOk;
 
-    Picture now;
-    // Tried again at the next call: the kernel's tables may just be changing.
-    if (!takePresent(&now)) return kOk;
-    watch.linksChanged = watch.neighboursChanged = false;
+    const auto now = takePresent();
+    // The next call tries again: the kernel's tables may be changing just now.
+    if (!now) return kOk;
+    watch.linksChanged = watch.neighborsChanged = false;
     watch.reporting = true;
-    Reporter(callback, now).reportAll();
+    Reporter(callback, *now).reportAll();
     watch.reporting = false;
     return kOk;
 }
-
-}  // namespace plat

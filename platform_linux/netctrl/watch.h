@@ -1,28 +1,23 @@
-// What the daemon has been told about the device's network, and the reports of what changes in it.
+// What has been reported to the daemon about the device's network, and the reports of changes.
 #pragma once
 
 #include "api.h"
 #include "netctrl/picture.h"
 
-namespace plat {
-
-// Begins to listen to the kernel; false when that is impossible.
-bool openWatch();
+// Starts listening to the kernel; false if that is impossible.
+[[nodiscard]] bool openWatch();
 void closeWatch();
 
-// Takes a fresh picture as what the daemon is told now; what changes from here on is reported.
-// False when the kernel does not answer.
-bool tellAnew();
+// Takes a fresh picture as the one that the daemon knows; later changes will be reported. False if
+// the kernel does not answer.
+[[nodiscard]] bool resetReported();
 
-// What the daemon has been told, every report made so far included.
-const Picture& told();
-// The AL MAC address as told; the one that the rule gives at first, kept for as long as one of the
-// device's interfaces bears it. A bridge takes over a new port's address, which must not turn the
-// device into another one for its neighbours.
-std::optional<MacAddr> toldAlMac();
+// The network as the daemon knows it, including every report so far.
+const Picture& reported();
+// The AL MAC address as the daemon knows it. Once chosen by alMacOf() it is kept while any
+// interface of the device has it: a bridge may take over the address of a new port, but the device
+// must not look like another one to its neighbors.
+std::optional<MacAddr> reportedAlMac();
 
-// Reports, through the callback, what has changed since. 0, or 16 when the kernel cannot be
-// listened to any longer.
+// Reports changes through the callback. 16 if listening to the kernel has failed for good, else 0.
 int runWatch(NetStatusEventCallback callback);
-
-}  // namespace plat

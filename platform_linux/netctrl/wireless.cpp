@@ -10,7 +10,6 @@
 #include "common/conf.h"
 #include "common/text.h"
 
-namespace plat {
 namespace {
 
 enum : uint32_t { k80211n24 = 0x0103, k80211ac = 0x0105, k80211ad = 0x0106 };
@@ -24,20 +23,20 @@ std::vector<uint8_t> genlRequest(uint8_t command, int attribute, std::span<const
     attr.nla_type = static_cast<uint16_t>(attribute);
     attr.nla_len = static_cast<uint16_t>(NLA_HDRLEN + value.size());
     std::vector<uint8_t> bytes(sizeof header + static_cast<size_t>(NLA_ALIGN(attr.nla_len)));
-    std::memcpy(bytes.data(), &header, sizeof header);
-    std::memcpy(bytes.data() + sizeof header, &attr, sizeof attr);
-    std::memcpy(bytes.data() + sizeof header + NLA_HDRLEN, value.data(), value.size());
+    memcpy(bytes.data(), &header, sizeof header);
+    memcpy(bytes.data() + sizeof header, &attr, sizeof attr);
+    memcpy(bytes.data() + sizeof header + NLA_HDRLEN, value.data(), value.size());
     return bytes;
 }
 
-// Which standard the radio speaks cannot be told from its channel alone: the usual one of its band
-// is named. MEDIA_TYPE.<interface> in platform.conf says otherwise.
+// The usual standard of the band, since the frequency (MHz) alone does not determine it.
+// MEDIA_TYPE.<interface> in platform.conf overrides it.
 uint32_t mediaTypeOf(uint32_t frequency) {
     if (frequency >= 57000) return k80211ad;
     return frequency >= 4900 ? k80211ac : k80211n24;
 }
 
-// The role as IEEE 1905.1 codes it, in the upper four bits.
+// The IEEE 1905.1 code of the role, in the upper four bits.
 uint8_t roleOf(uint32_t type) {
     switch (type) {
         case NL80211_IFTYPE_STATION:
@@ -68,7 +67,7 @@ uint8_t bandwidthOf(uint32_t width) {
 
 uint8_t channelIndexOf(uint32_t frequency) {
     if (frequency < 2407) return 0;
-    // Channel 14 stands apart from the others of its band.
+    // Channel 14 does not follow the spacing of its band.
     if (frequency == 2484) return 14;
     return static_cast<uint8_t>((frequency - (frequency < 5000 ? 2407 : 5000)) / 5);
 }
@@ -82,14 +81,16 @@ bool hasStations(uint32_t type) {
            type == NL80211_IFTYPE_P2P_GO || isMeshPoint(type);
 }
 
-// In units of 100 kb/s, as the kernel counts; 0 when it is not told.
+// In units of 100 kb/s, as in the kernel; 0 if absent.
 uint32_t bitRateOf(nlattr* nested) {
     std::array<nlattr*, NL80211_RATE_INFO_MAX + 1> attrs{};
     if (nested == nullptr ||
-        nla_parse_nested(attrs.data(), NL80211_RATE_INFO_MAX, nested, nullptr) < 0)
+        nla_parse_nested(attrs.data(), NL80211_RATE_INFO_MAX, nested, nullptr) < 0) {
         return 0;
-    if (const nlattr* wide = attrs[NL80211_RATE_INFO_BITRATE32]; wide && nla_len(wide) >= 4)
+    }
+    if (const nlattr* wide = attrs[NL80211_RATE_INFO_BITRATE32]; wide && nla_len(wide) >= 4) {
         return nla_get_u32(wide);
+    }
     const nlattr* narrow = attrs[NL80211_RATE_INFO_BITRATE];
     return narrow != nullptr && nla_len(narrow) >= 2 ? nla_get_u16(narrow) : 0;
 }
@@ -99,14 +100,14 @@ std::string rateText(uint32_t rate) {
     return std::to_string(rate / 10) + "." + std::to_string(rate % 10) + " Mb/s";
 }
 
-// Strength by the kernel's dBm, or none of both when the driver does not tell.
-void setStrength(nlattr* signal, WifiStation* station) {
+// RSSI and signal level from the dBm of the kernel; both stay 0 if absent.
+void setStrength(nlattr* signal, WifiStation& station) {
     constexpr int kNoiseFloor = -95;  // dBm
     if (signal == nullptr || nla_len(signal) < 1) return;
     const int byte = nla_get_u8(signal);
     const int dbm = byte < 128 ? byte : byte - 256;
-    station->rssi = static_cast<uint16_t>(std::max(dbm - kNoiseFloor, 0));
-    station->signalLevel = static_cast<uint16_t>(std::clamp(2 * (dbm + 100), 0, 100));
+    station.rssi = static_cast<uint16_t>(std::max(dbm - kNoiseFloor, 0));
+    station.signalLevel = static_cast<uint16_t>(std::clamp(2 * (dbm + 100), 0, 100));
 }
 
 }  // namespace
@@ -119,11 +120,12 @@ std::optional<WifiInfo> parseWifiInterface(nlmsghdr* message) {
 
     WifiInfo wifi{frequency != 0, mediaTypeOf(frequency), {},
                   frequency,      hasStations(type),      isMeshPoint(type)};
-    // An access point's own address is the BSSID. The BSSID of a station's access point would
-    // need a scan result; it stays zero.
+    // The address of an access point is the BSSID. For stations the BSSID stays zero, since it
+    // would take a scan result to find it.
     const std::optional<MacAddr> mac = answer.mac(NL80211_ATTR_MAC);
-    if (mac && (type == NL80211_IFTYPE_AP || type == NL80211_IFTYPE_P2P_GO))
+    if (mac && (type == NL80211_IFTYPE_AP || type == NL80211_IFTYPE_P2P_GO)) {
         mac->copyTo(wifi.info.data());
+    }
     wifi.info[6] = roleOf(type);
     wifi.info[7] = bandwidthOf(answer.u32(NL80211_ATTR_CHANNEL_WIDTH).value_or(0));
     wifi.info[8] = channelIndexOf(answer.u32(NL80211_ATTR_CENTER_FREQ1).value_or(frequency));
@@ -138,16 +140,17 @@ std::optional<WifiStation> parseWifiStation(nlmsghdr* message) {
     nlattr* nested = answer.attr(NL80211_ATTR_STA_INFO);
     std::array<nlattr*, NL80211_STA_INFO_MAX + 1> info{};
     if (!mac || nested == nullptr ||
-        nla_parse_nested(info.data(), NL80211_STA_INFO_MAX, nested, nullptr) < 0)
+        nla_parse_nested(info.data(), NL80211_STA_INFO_MAX, nested, nullptr) < 0) {
         return std::nullopt;
+    }
     const uint32_t tx = bitRateOf(info[NL80211_STA_INFO_TX_BITRATE]);
     WifiStation station{};
     mac->copyTo(station.mac);
-    station.rate = static_cast<uint16_t>(std::min<uint32_t>(tx / 10, 0xffff));
+    station.rate = static_cast<uint16_t>(std::min<uint32_t>(tx / 10, 0xFFFF));
     nlattr* average = info[NL80211_STA_INFO_SIGNAL_AVG];
-    setStrength(average != nullptr ? average : info[NL80211_STA_INFO_SIGNAL], &station);
-    copyText(station.tx, sizeof station.tx, rateText(tx));
-    copyText(station.rx, sizeof station.rx, rateText(bitRateOf(info[NL80211_STA_INFO_RX_BITRATE])));
+    setStrength(average != nullptr ? average : info[NL80211_STA_INFO_SIGNAL], station);
+    copyText(station.tx, rateText(tx));
+    copyText(station.rx, rateText(bitRateOf(info[NL80211_STA_INFO_RX_BITRATE])));
     return station;
 }
 
@@ -169,12 +172,13 @@ WifiChannels channelsOf(std::vector<uint32_t> frequencies) {
         if (!is24 && (frequency < 5150 || frequency > 5895)) continue;
         const std::string number = std::to_string(channelIndexOf(frequency));
         if (is24) {
-            if (channels.band24[0] == '\0')
-                copyText(channels.band24, sizeof channels.band24, number);
+            if (channels.band24[0] == '\0') {
+                copyText(channels.band24, number);
+            }
         } else if (channels.band5[0] == '\0') {
-            copyText(channels.band5, sizeof channels.band5, number);
+            copyText(channels.band5, number);
         } else if (number != channels.band5) {
-            copyText(channels.band5High, sizeof channels.band5High, number);
+            copyText(channels.band5High, number);
         }
     }
     return channels;
@@ -218,5 +222,3 @@ std::vector<WifiStation> Nl80211::stations(int ifindex) {
             });
     return stations;
 }
-
-}  // namespace plat

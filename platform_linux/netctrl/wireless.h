@@ -1,4 +1,4 @@
-// What nl80211 says about a wireless interface.
+// What nl80211 reports about wireless interfaces.
 #pragma once
 
 #include <array>
@@ -11,10 +11,8 @@
 #include "api.h"
 #include "netctrl/netlink.h"
 
-namespace plat {
-
 struct WifiInfo {
-    bool onChannel;                // false while the radio is off: then the media type is a guess
+    bool onChannel;                // false while the radio is off; mediaType is then a guess
     uint32_t mediaType;            // IEEE 1905.1 media-type code
     std::array<uint8_t, 10> info;  // its media-specific information
     uint32_t frequency;            // MHz of its primary channel, 0 while the radio is off
@@ -22,35 +20,34 @@ struct WifiInfo {
     bool meshPoint;
 };
 
-// Reads the answer to NL80211_CMD_GET_INTERFACE; none when it describes no wireless interface.
+// Reads the answer to NL80211_CMD_GET_INTERFACE; none if it is not about a wireless interface.
 std::optional<WifiInfo> parseWifiInterface(nlmsghdr* message);
 
-// Reads one station of the answer to NL80211_CMD_GET_STATION, but for what its radio tells (media
-// type, connection type); none when it describes none.
+// Reads one station of the answer to NL80211_CMD_GET_STATION, without what depends on the radio
+// (media type, connection type); none if it is not about a station.
 std::optional<WifiStation> parseWifiStation(nlmsghdr* message);
 
-// The name of the network that the stations of a radio are in: as platform.conf names it, else made
-// of what the radio is and the band of its frequency (MHz), such as "Main_5G".
+// The name of the network that the stations of a radio are in: WIFI_ROLE of platform.conf, else
+// made from the kind of radio and the band of its frequency (MHz), such as "Main_5G".
 std::string connTypeOf(const std::string& ifname, uint32_t frequency, bool meshPoint);
 
-// The channel numbers at these frequencies (MHz, 0 for none). The interfaces of one radio share a
-// channel; of two 5 GHz channels the lower is band5, and of more than two the highest band5High.
-// 6 and 60 GHz have no field.
+// The channels at these frequencies (MHz, 0 for none). Of several 5 GHz channels the lowest is
+// band5 and the highest band5High. 6 and 60 GHz have no field.
 WifiChannels channelsOf(std::vector<uint32_t> frequencies);
 
 class Nl80211 {
   public:
-    // Finds the kernel's nl80211; without it no interface is wireless. No request takes longer than
-    // the limit.
+    // Looks nl80211 up in the kernel; without it no interface is wireless. The limit is for each
+    // request.
     explicit Nl80211(std::chrono::milliseconds limit = std::chrono::seconds(1));
     bool isThere() const { return family_.has_value(); }
-    // None when the interface is not wireless or cannot be asked.
+    // None if the interface is not wireless or the request fails.
     std::optional<WifiInfo> query(int ifindex);
-    // The stations of a wireless interface; none when it cannot be asked.
+    // The stations of a wireless interface; empty if the request fails.
     std::vector<WifiStation> stations(int ifindex);
 
   private:
-    // On a socket that is kept until a request has failed on it.
+    // Keeps the socket until a request fails.
     void request(int type, int flags, std::span<const uint8_t> payload,
                  const NetlinkSocket::OnMessage& take);
 
@@ -58,5 +55,3 @@ class Nl80211 {
     std::optional<NetlinkSocket> socket_;
     std::optional<uint16_t> family_;
 };
-
-}  // namespace plat

@@ -1,9 +1,9 @@
 /* Descriptions of the device: abstraction layer, interfaces, bridges, security, link metrics.
  *
- * Every function fills a record that the caller owns and returns 0 on success, another value on
- * failure; on failure the record holds nothing that must be freed. Buffers and list entries that
- * a function hangs into a record come from malloc() and become the caller's, which frees them
- * with free(). MAC addresses are 6 bytes in wire order, numbers are in host byte order. */
+ * Every function fills a record of the caller and returns 0 on success, another value on failure;
+ * on failure the record refers to nothing that must be freed. Buffers and list entries in a record
+ * must come from malloc(); the caller frees them with free(). The functions must not block. MAC
+ * addresses are 6 bytes in wire order, numbers are in host byte order. */
 #ifndef VM1905_PLATFORM_DESCRIPTIONS_H
 #define VM1905_PLATFORM_DESCRIPTIONS_H
 
@@ -36,10 +36,10 @@ enum {
 typedef struct AlDesc {
     uint8_t alMac[PLATFORM_MAC_LEN];
     uint32_t vendInfoLen; /* bytes at vendInfo */
-    uint8_t* vendInfo;    /* NULL when vendInfoLen is 0 */
+    uint8_t* vendInfo;    /* NULL if vendInfoLen is 0 */
 } AlDesc;
 
-/* One local interface. Lists of these keep the platform's order. */
+/* A local interface. The daemon keeps the order of the list. */
 typedef struct IntfDesc {
     struct IntfDesc* next;
     char name[PLATFORM_INTF_NAME_LEN]; /* NUL-padded */
@@ -48,38 +48,38 @@ typedef struct IntfDesc {
     uint32_t operStatus;  /* PLATFORM_OPER_... */
     uint32_t mediaType;   /* IEEE 1905.1 media-type code */
     uint8_t mediaInfoLen; /* bytes at mediaInfo */
-    uint8_t* mediaInfo;   /* media-specific information, NULL when mediaInfoLen is 0 */
-    uint8_t oui[3];
+    uint8_t* mediaInfo;   /* media-specific information, NULL if mediaInfoLen is 0 */
+    uint8_t oui[3];       /* of the vendor information, in wire order */
     uint32_t vendInfoLen; /* bytes at vendInfo */
-    uint8_t* vendInfo;    /* NULL when vendInfoLen is 0 */
-    uint16_t nbrNum;      /* neighbour MACs at nbrMacs */
-    uint8_t* nbrMacs;     /* nbrNum packed MACs of neighbour interfaces, NULL when nbrNum is 0 */
+    uint8_t* vendInfo;    /* NULL if vendInfoLen is 0 */
+    uint16_t nbrNum;      /* MACs at nbrMacs */
+    uint8_t* nbrMacs;     /* packed MACs of neighbor interfaces, NULL if nbrNum is 0 */
 } IntfDesc;
 
 typedef struct IntfDescList {
-    uint8_t intfNum;
+    uint8_t intfNum; /* entries at head */
     IntfDesc* head;
 } IntfDescList;
 
-/* One bridging tuple: the interfaces that one bridge connects. */
+/* A bridging tuple: the interfaces that one bridge connects. */
 typedef struct BrdgDesc {
     struct BrdgDesc* next;
     uint32_t macNum; /* interface MACs at macs */
-    uint8_t* macs;   /* macNum packed MACs, NULL when macNum is 0 */
+    uint8_t* macs;   /* packed MACs, NULL if macNum is 0 */
 } BrdgDesc;
 
 typedef struct BrdgDescList {
-    uint8_t tupleNum;
+    uint8_t tupleNum; /* entries at head */
     BrdgDesc* head;
 } BrdgDescList;
 
 typedef struct SecurityDesc {
-    uint32_t mode; /* 0 user-configured pass phrase, 1 push button, 2 near field */
-    uint16_t len;  /* bytes at value */
-    uint8_t* value;
+    uint32_t mode;  /* 0 user-configured pass phrase, 1 push button, 2 near field */
+    uint16_t len;   /* bytes at value */
+    uint8_t* value; /* the key, NULL if len is 0 */
 } SecurityDesc;
 
-/* Link metrics towards one neighbour interface. */
+/* Link metrics towards one neighbor interface. Errors and packets are counts. */
 typedef struct LinkDesc {
     struct LinkDesc* next;
     uint8_t nbrIntfMac[PLATFORM_MAC_LEN];
@@ -88,43 +88,47 @@ typedef struct LinkDesc {
     uint32_t rxErrors;
     uint32_t rxPackets;
     uint16_t throughput;   /* MAC throughput capacity, Mb/s */
-    uint16_t availability; /* percent of the time the link is idle */
+    uint16_t availability; /* percent of the time that the link is idle */
     uint16_t phyRate;      /* Mb/s */
     uint16_t rssi;         /* dB, 0 on wired links */
 } LinkDesc;
 
 typedef struct LinkDescList {
-    uint16_t linkNum;
+    uint16_t linkNum; /* entries at head */
     LinkDesc* head;
 } LinkDescList;
 
 /* The AL MAC address and vendor information of this device. */
 int getAlDesc(AlDesc* desc);
 
-/* All local interfaces that take part, with the neighbour interfaces known on each. */
+/* All participating local interfaces, with the neighbor interfaces known on each. */
 int getIntfDesc(IntfDescList* list);
 
-/* Number of local interfaces as getIntfDesc and the interface events since then told it, so that
- * it always agrees with what the daemon has been told. */
+/* The number of local interfaces that the daemon knows of: from getIntfDesc and the interface
+ * events since then, including the event that is being reported. */
 int getIntfmatchNum(uint8_t* num);
 
-/* The bridging tuples. */
+/* The bridging tuples. During an event, as of that event. */
 int getBrdgCapability(BrdgDescList* list);
 
 /* The security setting of the network. */
 int getSecurityConfig(SecurityDesc* desc);
 
-/* The links of the interface with this MAC (6 bytes) and media type. */
+/* The links of the interface with this MAC address and media type. */
 int getLinkMetricList(const uint8_t* intfMac, uint32_t mediaType, LinkDescList* list);
 
-/* 0 when the interface takes part in IEEE 1905.1 traffic, non-zero when it is excluded. */
+/* 0 if the interface with this NUL-terminated name takes part in IEEE 1905.1 traffic, non-zero if
+ * it is excluded. During an event, as of that event. Called for every frame, so it must be cheap.
+ */
 int getDeviceSendMsgEnable(const char* intfName);
 
-/* Identity of the device. Each text is NUL-terminated within the stated size. */
+/* Identity of the device. Each text is NUL-terminated within its size; an unknown one is empty. The
+ * daemon calls these functions before initNetCtrl (lifecycle.h). */
 int getFirmwareVersion(char text[128]);
 int getHostname(char text[128]);
 int getBuildNumber(char text[32]);
 int getDeviceMode(char text[32]);
+/* The MAC address that is shown as that of the LAN. */
 int getDeviceLANMac(uint8_t mac[PLATFORM_MAC_LEN]);
 
 #ifdef __cplusplus

@@ -8,31 +8,34 @@
 extern "C" {
 #endif
 
-/* The running debug level: a line of level L is printed when DEBUGLEVEL >= L. */
+/* The running debug level, 0 critical to 5 verbose: a line of level L is printed if
+ * DEBUGLEVEL >= L. The library uses it without defining it. */
 extern uint8_t DEBUGLEVEL;
 
-/* Upgrade of the other devices, to be called by the library's upgrade logic on the daemon's thread.
+/* Firmware upgrade of the other devices. The library's upgrade logic calls these functions on the
+ * daemon's thread.
  *
- * First phase: sends every admitted device whose firmware differs from the one that
- * getNewFWVersionByPlatform tells the order to fetch it, and starts the FTP service. Mode 1, 2 or
- * 4: in 1 and 2 a device whose last upgrade failed and for which there is nothing new is told so. 0
- * when at least one order was sent, else 16; to be called again until the devices have followed. */
+ * First phase. Starts the FTP service (set_vsftpd_StartStop) and sends an order to fetch firmware
+ * to every admitted device whose version differs from the one that getNewFWVersionByPlatform
+ * returns. mode is 1, 2 or 4: in modes 1 and 2 a device whose last upgrade failed, and for which
+ * there is no other version, is ordered to clear that state. Returns 0 if at least one order was
+ * sent, else 16. Call it repeatedly until the devices have followed. */
 int checkEXdeviceFWVersion(int32_t mode);
 
-/* Second phase: once every device has fetched its firmware, orders them to reboot. 0 when all have
- * answered that, else 16; to be called again until then. */
+/* Second phase. Once every device has fetched its firmware, orders them to reboot. Returns 0 when
+ * all have acknowledged that, else 16. Call it repeatedly until it returns 0. */
 int checkEXdeviceFWStateIsReady(void);
 
-/* Orders the reboot of the devices that stand ready, whatever the others do; the second phase calls
- * it once nobody is left to wait for. 0 when all have answered theirs, else 16. */
+/* Orders the devices that are ready to reboot, regardless of the others. The second phase calls it
+ * once there is no device left to wait for. Returns 0 when all have acknowledged, else 16. */
 int sendEXdeviceReboot(void);
 
-/* Forgets where the upgrades stand, so that the devices that have followed one can be ordered to
- * the next: to be called before the first phase. 0. */
+/* Forgets the progress of all upgrades, so that devices that have completed one can be ordered
+ * again. Call it before the first phase. Returns 0. */
 int removeallFWupgradelist(void);
 
-/* Restarts this device at once, after the file systems were written out. 16 when the kernel
- * refuses; else it does not return, but in a PID namespace, whose processes the kernel ends. */
+/* Writes out the file systems and restarts this device at once. Returns 16 if the kernel refuses.
+ * On success it returns only in a PID namespace, where the kernel then ends the processes. */
 int rebootSystem(void);
 
 #ifdef __cplusplus

@@ -10,28 +10,28 @@
 extern "C" {
 #endif
 
-/* Prepare the library. Only identity, log and debug level are asked for earlier. 0 on success, else
- * the daemon exits. */
+/* Prepares the library. Only the identity functions (descriptions.h), outputlogData and
+ * setNetCtrlDebugLevel may be called before. 0 on success, else the daemon exits. */
 int initNetCtrl(void);
 
-/* Begin to work; the daemon's records and ports exist by now. 0 on success. */
+/* Starts the library; the daemon's records and ports exist by now. 0 on success. */
 int startNetCtrl(void);
 
-/* Called from the daemon's main loop, at most every 5 seconds. Must return promptly: nothing
- * else runs meanwhile. Network-status events are reported from inside this call. A non-zero
- * result stops the daemon. */
+/* Called from the daemon's main loop every 5 seconds, not more often. Must return within 100 ms,
+ * since nothing else runs meanwhile. The library reports network-status events from inside this
+ * call. A non-zero result stops the daemon. */
 int runNetCtrl(void);
 
-/* Release everything. 0 on success. */
+/* Releases everything. 0 on success. */
 int destroyNetCtrl(void);
 
-/* The running debug level changed (0 critical ... 5 verbose). 0 on success. */
+/* The running debug level has changed; 0 critical to 5 verbose. 0 on success. */
 int setNetCtrlDebugLevel(uint8_t level);
 
-/* One line of text, NUL-terminated, for the platform log (the product's own). 0 on success. */
+/* Writes a NUL-terminated line to the platform log, which belongs to the product. 0 on success. */
 int outputlogData(const char* line);
 
-/* Network-status events: what the library reports about this device. */
+/* Network-status events, by which the library reports changes of this device, and their records. */
 enum {
     NET_STATUS_AL_MAC = 0,           /* AlMacEvent */
     NET_STATUS_INTF_MAC = 1,         /* IntfMacEvent */
@@ -42,28 +42,29 @@ enum {
     NET_STATUS_INTF_MEDIA_TYPE = 6,  /* IntfMediaTypeEvent */
     NET_STATUS_INTF_NBR_ADDED = 7,   /* IntfNbrEvent */
     NET_STATUS_INTF_NBR_REMOVED = 8, /* IntfNbrEvent */
-    NET_STATUS_BRDG_CAP = 9,         /* any record, not read */
-    NET_STATUS_WPS_CONFIG = 10,      /* any record, not read */
-    NET_STATUS_NEW_FIRMWARE = 11,    /* uint32_t result */
-    NET_STATUS_FW_UPGRADE = 12,      /* uint32_t status */
+    NET_STATUS_BRDG_CAP = 9,         /* any record, ignored */
+    NET_STATUS_WPS_CONFIG = 10,      /* any record, ignored */
+    NET_STATUS_NEW_FIRMWARE = 11,    /* uint32_t: 1 found, else not */
+    NET_STATUS_FW_UPGRADE = 12,      /* uint32_t: PLATFORM_FW_... */
     NET_STATUS_LED = 13              /* NUL-terminated text */
 };
 
-/* Event records. Everything in them stays the library's and need only live during the call. */
+/* Event records. They belong to the library and must be valid during the call only. MAC addresses
+ * are 6 bytes in wire order, numbers are in host byte order. */
 typedef struct AlMacEvent {
-    uint8_t oldMac[PLATFORM_MAC_LEN]; /* not read */
+    uint8_t oldMac[PLATFORM_MAC_LEN]; /* ignored */
     uint8_t newMac[PLATFORM_MAC_LEN];
 } AlMacEvent;
 
 typedef struct IntfMacEvent {
     char name[PLATFORM_INTF_NAME_LEN]; /* NUL-padded */
-    uint8_t mac[PLATFORM_MAC_LEN];
+    uint8_t mac[PLATFORM_MAC_LEN];     /* the former one */
     uint32_t mediaType;
     uint8_t newMac[PLATFORM_MAC_LEN];
 } IntfMacEvent;
 
 typedef struct IntfListEvent {
-    uint8_t intfNum;
+    uint8_t intfNum; /* entries at head */
     const IntfDesc* head;
 } IntfListEvent;
 
@@ -72,14 +73,14 @@ typedef struct IntfStateEvent {
     uint8_t mac[PLATFORM_MAC_LEN];
     uint32_t mediaType;
     uint32_t reserved;
-    uint32_t newState;
+    uint32_t newState; /* PLATFORM_PWR_... or PLATFORM_OPER_... */
 } IntfStateEvent;
 
 typedef struct IntfMediaTypeEvent {
     uint8_t mac[PLATFORM_MAC_LEN];
     uint32_t oldMediaType;
     uint32_t newMediaType;
-    uint8_t mediaInfoLen;
+    uint8_t mediaInfoLen; /* bytes at mediaInfo */
     const uint8_t* mediaInfo;
 } IntfMediaTypeEvent;
 
@@ -87,17 +88,20 @@ typedef struct IntfNbrEvent {
     char name[PLATFORM_INTF_NAME_LEN]; /* NUL-padded */
     uint8_t mac[PLATFORM_MAC_LEN];
     uint32_t mediaType;
-    uint16_t macNum;
-    const uint8_t* macs; /* macNum packed MACs */
+    uint16_t macNum;     /* MACs at macs */
+    const uint8_t* macs; /* packed */
 } IntfNbrEvent;
 
-/* result receives 0, or 16 when info is NULL. Called on the daemon's thread from inside runNetCtrl
- * or an action (device.h, autoconfig.h), never from inside a question (descriptions.h): the daemon
- * is then at work with what the event would change. */
+/* The daemon's event callback. *result becomes 0, or 16 if info is NULL. The library must call it
+ * on the daemon's thread, from inside runNetCtrl or an action (device.h, autoconfig.h), but never
+ * from inside a function of descriptions.h: the daemon is then using what the event would change.
+ */
 typedef void (*NetStatusEventCallback)(uint32_t eventId, const void* info, uint32_t* result);
+/* Registers the callback. 0 on success. */
 int setNetStatusEventCallbackFunc(NetStatusEventCallback callback);
 
-/* Service requests: standard messages that the library asks the daemon to send. */
+/* Service requests, by which the library asks the daemon to send standard messages, and their
+ * records (autoconfig.h). */
 enum {
     SERV_REQ_AP_AUTOCONF_SEARCH = 0, /* ApAutoConfSrch */
     SERV_REQ_AP_AUTOCONF_RESP = 1,   /* ApAutoConfRespReq */
@@ -107,8 +111,10 @@ enum {
     SERV_REQ_PB_JOIN = 5             /* PbJoinReq */
 };
 
-/* retCode receives 0 or the failure code of the send. */
+/* The daemon's callback for service requests. *retCode becomes 0 or the failure code of the send.
+ * To be called on the daemon's thread. */
 typedef void (*ServReqCallback)(uint32_t servId, void* info, uint32_t* retCode);
+/* Registers the callback. 0 on success. */
 int setServReqCallbackFunc(ServReqCallback callback);
 
 #ifdef __cplusplus

@@ -1,8 +1,6 @@
-// The device's network as the library tells it, on real interfaces of a namespace of its own.
+// The network that the library reports, on real interfaces in a network namespace.
 #include <algorithm>
-#include <cstdlib>
 #include <string>
-#include <utility>
 
 #include "support.h"
 
@@ -12,218 +10,195 @@ constexpr uint32_t kGigabit = 0x0001;
 
 const std::string kV0 = "02:00:00:00:00:10", kV1 = "02:00:00:00:00:11";
 
-// Bridging tuples: "(<mac> <mac> )".
+// Bridging tuples: "( <mac> <mac> )".
 std::string tuples() {
     std::string all;
     BrdgDescList list{};
     EXPECT_EQ(getBrdgCapability(&list), 0);
-    for (BrdgDesc* desc = list.head; desc != nullptr;) {
-        all += "(";
-        for (size_t i = 0; i < desc->macNum; ++i) all += plat::macText(desc->macs + 6 * i) + " ";
-        all += ")";
-        std::free(desc->macs);
-        std::free(std::exchange(desc, desc->next));
-    }
+    takeList(list.head, [&](const BrdgDesc& desc) {
+        all += "(" + macsText(desc.macs, desc.macNum) + " )";
+        free(desc.macs);
+    });
     return all;
 }
 
 std::string alMac() {
     AlDesc desc{};
-    return getAlDesc(&desc) == 0 ? plat::macText(desc.alMac) : "";
+    return getAlDesc(&desc) == 0 ? macText(desc.alMac) : "";
 }
 
-// A pair of cable ends, v0 or v1; the far end is left out of the picture by the name.
+// A cable from v0 or v1 to far-v0 or far-v1, which is excluded by its name.
 void cable(const std::string& name) {
     const std::string digit(1, name.back());
     ip("link add " + name + " address 02:00:00:00:00:1" + digit + " type veth peer name far-" +
-       name + " address 02:00:00:00:00:2" + digit);
-    ip("link set " + name + " up");
-    ip("link set far-" + name + " up");
+       name + " address 02:00:00:00:00:2" + digit + "; link set " + name + " up; link set far-" +
+       name + " up");
 }
 
-class Network : public testing::Test {
-  protected:
-    Network() { folder_.platformConf("EXCLUDE = far-*\n"); }
-    ScratchFolder folder_;
+struct NetworkFolder : ScratchFolder {
+    NetworkFolder() { platformConf("EXCLUDE = far-*\n"); }
 };
 
 }  // namespace
 
-TEST_F(Network, InterfacesComeAndGo) {
-    inOwnNetwork([] {
-        EXPECT_EQ(alMac(), "");
-        cable("v0");
-        Told told;
-        EXPECT_EQ(told.intfNum, 1);
-        EXPECT_EQ(alMac(), kV0);
-        EXPECT_EQ(told.next(), "");
-        cable("v1");
-        EXPECT_EQ(told.after("link add br0 type bridge"), "added v1");
-        for (const char* name : {"br0", "far-v1", "lo"}) EXPECT_NE(getDeviceSendMsgEnable(name), 0);
-        EXPECT_EQ(told.after("link del v1"), "removed v1");
+NETWORK_TEST(Network, InterfacesComeAndGo) {
+    const NetworkFolder folder;
+    EXPECT_EQ(alMac(), "");
+    cable("v0");
+    Listener daemon;
+    EXPECT_EQ(alMac(), kV0);
+    cable("v1");
+    EXPECT_EQ(daemon.after("link add br0 type bridge"), "added v1");
+    for (const char* name : {"br0", "far-v1", "lo"}) EXPECT_NE(getDeviceSendMsgEnable(name), 0);
+    EXPECT_EQ(daemon.after("link del v1"), "removed v1");
 
-        // Made anew between two looks: same name, same address, but another interface.
-        ip("link del v0");
-        EXPECT_EQ(told.after("link add v0 address " + kV0 + " type veth peer name far-v0"),
-                  "removed v0, added v0");
-        EXPECT_EQ(told.after("link set v0 name uplink"), "removed v0, added uplink");
-        EXPECT_EQ(told.after("link set uplink address 02:00:00:00:00:99"),
-                  "mac uplink " + kV0 + " 02:00:00:00:00:99, al 02:00:00:00:00:99");
-        EXPECT_EQ(alMac(), "02:00:00:00:00:99");
-        EXPECT_EQ(told.after("link del uplink"), "removed uplink");
-        EXPECT_EQ(told.intfNum, 0);
-    });
+    // Created again between two pictures: same name and address, but another interface.
+    EXPECT_EQ(
+        daemon.after("link del v0; link add v0 address " + kV0 + " type veth peer name far-v0"),
+        "removed v0, added v0");
+    EXPECT_EQ(daemon.after("link set v0 name uplink"), "removed v0, added uplink");
+    EXPECT_EQ(daemon.after("link set uplink address 02:00:00:00:00:99"),
+              "mac uplink " + kV0 + " 02:00:00:00:00:99, al 02:00:00:00:00:99");
+    EXPECT_EQ(daemon.after("link del uplink"), "removed uplink");
 }
 
-TEST_F(Network, PowerAndStatusFollowTheLink) {
-    inOwnNetwork([this] {
-        folder_.platformConf("EXCLUDE = far-*\nMEDIA_TYPE.v1 = 0x0105\n");
-        cable("v0");
-        cable("v1");
-        Told told;
-        const auto intfs = describeAll();
-        const uint8_t* const v0 = intfs.at("v0").mac;
-        EXPECT_EQ(intfs.at("v0").pwrState, uint32_t{PLATFORM_PWR_ON});
-        EXPECT_EQ(intfs.at("v0").mediaType, kGigabit);
-        EXPECT_EQ(intfs.at("v1").mediaType, 0x0105u);
+NETWORK_TEST(Network, PowerAndStatusFollowTheLink) {
+    const NetworkFolder folder;
+    folder.platformConf("EXCLUDE = far-*\nMEDIA_TYPE.v1 = 0x0105\n");
+    cable("v0");
+    cable("v1");
+    Listener daemon;
+    EXPECT_EQ(daemon.after("link set v0 down"), "power v0 2");
+    EXPECT_EQ(daemon.after("link set v0 up"), "power v0 0");
+    EXPECT_TRUE(daemon.statusBecomes("v0", PLATFORM_OPER_UP));
+    ip("link set far-v0 down");
+    EXPECT_TRUE(daemon.statusBecomes("v0", PLATFORM_OPER_LOWER_LAYER_DOWN));
+    EXPECT_EQ(daemon.events, "");
 
-        EXPECT_EQ(told.after("link set v0 down"), "power v0 2");
-        EXPECT_EQ(told.after("link set v0 up"), "power v0 0");
-        EXPECT_TRUE(told.statusBecomes("v0", PLATFORM_OPER_UP));
-        ip("link set far-v0 down");
-        EXPECT_TRUE(told.statusBecomes("v0", PLATFORM_OPER_LOWER_LAYER_DOWN));
-        EXPECT_EQ(told.events, "");
-
-        EXPECT_EQ(setIntfPwrStateById(v0, kGigabit, PLATFORM_PWR_OFF), 0);
-        EXPECT_EQ(setIntfPwrStateById(v0, kGigabit, PLATFORM_PWR_SAVE), 2);
-        EXPECT_EQ(setIntfPwrStateById(v0, 0x0105, PLATFORM_PWR_ON), 1);
-        EXPECT_EQ(setIntfPwrStateByType(0x0105, PLATFORM_PWR_OFF), 0);
-        EXPECT_EQ(setIntfPwrStateByType(0x0200, PLATFORM_PWR_OFF), 1);
-        EXPECT_EQ(told.next(), "power v0 2, power v1 2");
-    });
+    const MacAddr mac = *parseMac(kV0);
+    const uint8_t* const v0 = mac.data();
+    EXPECT_EQ(setIntfPwrStateById(v0, kGigabit, PLATFORM_PWR_OFF), 0);
+    EXPECT_EQ(setIntfPwrStateById(v0, kGigabit, PLATFORM_PWR_SAVE), 2);
+    EXPECT_EQ(setIntfPwrStateById(v0, 0x0105, PLATFORM_PWR_ON), 1);
+    EXPECT_EQ(setIntfPwrStateByType(0x0105, PLATFORM_PWR_OFF), 0);
+    EXPECT_EQ(setIntfPwrStateByType(0x0200, PLATFORM_PWR_OFF), 1);
+    EXPECT_EQ(daemon.next(), "power v0 2, power v1 2");
 }
 
-TEST_F(Network, BridgesAndTheirNeighbours) {
-    inOwnNetwork([] {
-        cable("v0");
-        cable("v1");
-        ip("link add br0 address 02:00:00:00:00:b0 type bridge");
-        ip("link set br0 up");
-        ip("link set v1 master br0");
-        Told told;
-        EXPECT_EQ(alMac(), "02:00:00:00:00:b0");
-        EXPECT_EQ(tuples(), "(" + kV1 + " )");
-        EXPECT_EQ(told.after("link set v0 master br0"), "bridges");
-        EXPECT_EQ(tuples(), "(" + kV0 + " " + kV1 + " )");
+NETWORK_TEST(Network, BridgesAndTheirNeighbors) {
+    const NetworkFolder folder;
+    cable("v0");
+    cable("v1");
+    ip("link add br0 address 02:00:00:00:00:b0 type bridge; link set br0 up");
+    ip("link set v1 master br0");
+    Listener daemon;
+    EXPECT_EQ(alMac(), "02:00:00:00:00:b0");
+    EXPECT_EQ(tuples(), "( " + kV1 + " )");
+    EXPECT_EQ(daemon.after("link set v0 master br0"), "bridges");
+    EXPECT_EQ(tuples(), "( " + kV0 + " " + kV1 + " )");
 
-        // Learned and static entries are neighbours; the bridge's own addresses are not.
-        const std::string fdb = "bridge fdb add 02:00:00:00:01:0";
-        run(fdb + "1 dev v0 master dynamic");
-        run(fdb + "2 dev v0 master static");
-        run(fdb + "3 dev v0 master local");
-        run(fdb + "4 dev v0 self");
-        EXPECT_EQ(told.next(), "heard v0 02:00:00:00:01:01, heard v0 02:00:00:00:01:02");
-        EXPECT_EQ(told.next(), "");
+    // Learned and static entries are neighbors; the bridge's own addresses are not.
+    const std::string fdb = "bridge fdb add 02:00:00:00:01:0";
+    run(fdb + "1 dev v0 master dynamic");
+    run(fdb + "2 dev v0 master static");
+    run(fdb + "3 dev v0 master local");
+    run(fdb + "4 dev v0 self");
+    EXPECT_EQ(daemon.next(), "heard v0 02:00:00:00:01:01, heard v0 02:00:00:00:01:02");
+    EXPECT_EQ(daemon.next(), "");
 
-        const IntfDesc v0 = describeAll().at("v0");
-        EXPECT_EQ(v0.nbrNum, 2);
-        LinkDescList links{};
-        EXPECT_EQ(getLinkMetricList(v0.mac, 0x0105, &links), 1);
-        ASSERT_EQ(getLinkMetricList(v0.mac, kGigabit, &links), 0);
-        ASSERT_EQ(links.linkNum, 2);
-        EXPECT_EQ(plat::macText(links.head->next->nbrIntfMac), "02:00:00:00:01:02");
-        EXPECT_EQ(links.head->phyRate, 10000);  // what a veth says of itself
-        EXPECT_EQ(links.head->availability, 100);
-        std::free(links.head->next);
-        std::free(links.head);
-
-        run("bridge fdb replace 02:00:00:00:01:01 dev v1 master static");
-        EXPECT_EQ(told.next(), "lost v0 02:00:00:00:01:01, heard v1 02:00:00:00:01:01");
-        EXPECT_EQ(told.after("link set v0 nomaster"), "bridges, lost v0 02:00:00:00:01:02");
-        EXPECT_EQ(told.after("link del br0"), "bridges, lost v1 02:00:00:00:01:01, al " + kV0);
-        EXPECT_EQ(tuples(), "");
+    const IntfDesc v0 = describeAll().at("v0");
+    EXPECT_EQ(v0.nbrNum, 2);
+    LinkDescList links{};
+    EXPECT_EQ(getLinkMetricList(v0.mac, 0x0105, &links), 1);
+    ASSERT_EQ(getLinkMetricList(v0.mac, kGigabit, &links), 0);
+    ASSERT_EQ(links.linkNum, 2);
+    EXPECT_EQ(macText(links.head->next->nbrIntfMac), "02:00:00:00:01:02");
+    takeList(links.head, [](const LinkDesc& link) {
+        EXPECT_EQ(link.phyRate, 10000);  // as a veth reports
+        EXPECT_EQ(link.availability, 100);
     });
+
+    run("bridge fdb replace 02:00:00:00:01:01 dev v1 master static");
+    EXPECT_EQ(daemon.next(), "lost v0 02:00:00:00:01:01, heard v1 02:00:00:00:01:01");
+    EXPECT_EQ(daemon.after("link set v0 nomaster"), "bridges, lost v0 02:00:00:00:01:02");
+    EXPECT_EQ(daemon.after("link del br0"), "bridges, lost v1 02:00:00:00:01:01, al " + kV0);
+    EXPECT_EQ(tuples(), "");
 }
 
 // A bridge without an address of its own takes over the lowest one of its ports.
-TEST_F(Network, TheAlMacOutlivesAChangeOfTheBridgesAddress) {
-    inOwnNetwork([] {
-        cable("v1");
-        ip("link add br0 type bridge");
-        ip("link set v1 master br0");
-        Told told;
-        EXPECT_EQ(alMac(), kV1);
-        cable("v0");
-        EXPECT_EQ(told.after("link set v0 master br0"), "added v0, bridges");
-        EXPECT_EQ(alMac(), kV1);
-        EXPECT_EQ(told.after("link del v1"), "removed v1, bridges, al " + kV0);
-    });
+NETWORK_TEST(Network, TheAlMacOutlivesAChangeOfTheBridgesAddress) {
+    const NetworkFolder folder;
+    cable("v1");
+    ip("link add br0 type bridge");
+    ip("link set v1 master br0");
+    Listener daemon;
+    EXPECT_EQ(alMac(), kV1);
+    cable("v0");
+    EXPECT_EQ(daemon.after("link set v0 master br0"), "added v0, bridges");
+    EXPECT_EQ(alMac(), kV1);
+    EXPECT_EQ(daemon.after("link del v1"), "removed v1, bridges, al " + kV0);
 }
 
-TEST_F(Network, PlainInterfacesHaveTheNeighboursThatIpKnows) {
-    inOwnNetwork([this] {
-        cable("v0");
-        Told told;
-        const std::string add = "neigh replace 10.0.0.";
-        ip(add + "1 lladdr 02:00:00:00:02:01 dev v0 nud reachable");
-        ip(add + "2 lladdr 02:00:00:00:02:01 dev v0 nud stale");
-        ip(add + "3 dev v0 nud failed");
-        ip(add + "4 lladdr 02:00:00:00:00:20 dev v0 nud permanent");  // the far end, also ours
-        EXPECT_EQ(told.next(), "heard v0 02:00:00:00:02:01");
-        EXPECT_EQ(told.after("neigh del 10.0.0.1 dev v0"), "");
+NETWORK_TEST(Network, PlainInterfacesHaveTheNeighborsOfIp) {
+    const NetworkFolder folder;
+    cable("v0");
+    Listener daemon;
+    const std::string add = "neigh replace 10.0.0.";
+    ip(add + "1 lladdr 02:00:00:00:02:01 dev v0 nud reachable");
+    ip(add + "2 lladdr 02:00:00:00:02:01 dev v0 nud stale");
+    ip(add + "3 dev v0 nud failed");
+    ip(add + "4 lladdr 02:00:00:00:00:20 dev v0 nud permanent");  // our own far end
+    EXPECT_EQ(daemon.next(), "heard v0 02:00:00:00:02:01");
+    EXPECT_EQ(daemon.after("neigh del 10.0.0.1 dev v0"), "");
 
-        // Far more notifications than the socket holds: found by looking afresh.
-        std::string batch;
-        for (int i = 1000; i < 3000; ++i) {
-            const std::string n = std::to_string(i), high = n.substr(0, 2), low = n.substr(2);
-            batch += "neigh add 10.1." + high + "." + std::to_string(i % 100) +
-                     " lladdr 02:00:00:01:" + high + ":" + low + " dev v0 nud permanent\n";
-        }
-        folder_.write("batch", batch);
-        EXPECT_EQ(std::ranges::count(told.after("-batch " + folder_.path("batch")), ','), 1999);
-    });
+    // More notifications than the socket can hold: a fresh picture finds the neighbors.
+    std::string batch;
+    for (int i = 1000; i < 3000; i++) {
+        const std::string n = std::to_string(i), high = n.substr(0, 2), low = n.substr(2);
+        batch += "neigh add 10.1." + high + "." + std::to_string(i % 100) +
+                 " lladdr 02:00:00:01:" + high + ":" + low + " dev v0 nud permanent\n";
+    }
+    folder.write("batch", batch);
+    EXPECT_EQ(std::ranges::count(daemon.after("-batch " + folder.path("batch")), ','), 1999);
 }
 
-TEST_F(Network, IdentityComesFromTheSystemUnlessGiven) {
-    inOwnNetwork([this] {
-        const auto lanMac = [] {
-            uint8_t mac[6];
-            EXPECT_EQ(getDeviceLANMac(mac), 0);
-            return plat::macText(mac);
-        };
-        cable("v0");
-        EXPECT_EQ(lanMac(), kV0);
-        ip("link add br0 address 02:00:00:00:00:b0 type bridge");
-        EXPECT_EQ(lanMac(), "02:00:00:00:00:b0");
-        char text[128];
-        EXPECT_EQ(getDeviceMode(text), 16);
+NETWORK_TEST(Network, IdentityIsThatOfTheSystemUnlessConfigured) {
+    const NetworkFolder folder;
+    const auto lanMac = [] {
+        uint8_t mac[6];
+        EXPECT_EQ(getDeviceLANMac(mac), 0);
+        return macText(mac);
+    };
+    cable("v0");
+    EXPECT_EQ(lanMac(), kV0);
+    ip("link add br0 address 02:00:00:00:00:b0 type bridge");
+    EXPECT_EQ(lanMac(), "02:00:00:00:00:b0");
+    char text[128];
+    EXPECT_EQ(getDeviceMode(text), 16);
 
-        folder_.platformConf("LAN_MAC = 02:00:00:00:00:0a\nSECURITY_KEY = s3cret\nHOSTNAME = " +
-                             std::string(200, '9'));
-        EXPECT_EQ(lanMac(), "02:00:00:00:00:0a");
-        EXPECT_EQ(textOf<128>(getHostname), std::string(127, '9'));
-        SecurityDesc security{};
-        EXPECT_EQ(getSecurityConfig(&security), 0);
-        EXPECT_EQ(std::string(reinterpret_cast<char*>(security.value), security.len), "s3cret");
-        std::free(security.value);
-    });
+    folder.platformConf("LAN_MAC = 02:00:00:00:00:0a\nSECURITY_KEY = s3cret\nHOSTNAME = " +
+                        std::string(200, '9'));
+    EXPECT_EQ(lanMac(), "02:00:00:00:00:0a");
+    EXPECT_EQ(textOf<128>(getHostname), std::string(127, '9'));
+    SecurityDesc security{};
+    EXPECT_EQ(getSecurityConfig(&security), 0);
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(security.value), security.len), "s3cret");
+    free(security.value);
 }
 
-// That the rule isolates the hops and goes with the daemon is shown in the lab.
-TEST_F(Network, Forward1905NoOwnsARuleOfItsOwn) {
-    inOwnNetwork([this] {
-        run("nft add table bridge others");
-        // As after a crash: what is there is replaced, not added to, or removed.
-        for (const char* setting : {"no", "no", "yes"}) {
-            folder_.platformConf("FORWARD_1905 = " + std::string(setting) + "\n");
-            EXPECT_EQ(initNetCtrl(), 0);
-            EXPECT_EQ(startNetCtrl(), 0);
-            std::string rules;
-            (void)plat::runCommand({plat::findProgram("nft"), "list", "ruleset"},
-                                   {.output = &rules});
-            EXPECT_EQ(rules.find("0x893a") != rules.npos, setting == std::string("no")) << rules;
-            EXPECT_EQ(rules.find("0x893a"), rules.rfind("0x893a")) << rules;
-            EXPECT_NE(rules.find("others"), rules.npos);
-        }
-    });
+// A mesh test checks that the rule isolates the hops and is removed with the daemon.
+NETWORK_TEST(Network, Forward1905NoHasOneRuleOfItsOwn) {
+    const NetworkFolder folder;
+    run("nft add table bridge others");
+    // As after a crash: an existing rule is replaced or removed.
+    for (const char* setting : {"no", "no", "yes"}) {
+        folder.platformConf("FORWARD_1905 = " + std::string(setting) + "\n");
+        EXPECT_EQ(initNetCtrl(), 0);
+        EXPECT_EQ(startNetCtrl(), 0);
+        std::string rules;
+        EXPECT_EQ(runCommand({findProgram("nft"), "list", "ruleset"}, {.output = &rules}), 0);
+        EXPECT_EQ(rules.find("0x893a") != rules.npos, setting == std::string("no")) << rules;
+        EXPECT_EQ(rules.find("0x893a"), rules.rfind("0x893a")) << rules;
+        EXPECT_NE(rules.find("others"), rules.npos);
+    }
 }

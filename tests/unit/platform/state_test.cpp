@@ -1,10 +1,9 @@
-// What the device shows of itself, from the kernel, platform.conf and what the hooks have said.
+// The state that the device shows, from the kernel, platform.conf and hooks.
 #include <netinet/in.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "netctrl/wireless.h"
 #include "support.h"
 
 namespace {
@@ -16,108 +15,88 @@ std::string security() {
 }
 
 int listenOn(int family, uint16_t port) {
-    const int fd = ::socket(family, SOCK_STREAM, 0);
+    const int fd = socket(family, SOCK_STREAM, 0);
     sockaddr_in6 address{};
     address.sin6_family = static_cast<sa_family_t>(family);
-    address.sin6_port = htons(port);  // where IPv4 has it, too
-    EXPECT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    EXPECT_EQ(::listen(fd, 1), 0);
+    address.sin6_port = htons(port);  // at the same offset for IPv4
+    EXPECT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    EXPECT_EQ(listen(fd, 1), 0);
     return fd;
 }
 
 }  // namespace
 
-TEST(State, OfTheNetworkComesFromTheKernel) {
+NETWORK_TEST(State, OfTheNetworkIsThatOfTheKernel) {
     const ScratchFolder folder;
     folder.platformConf("EXCLUDE = far-*\n");
-    inOwnNetwork([] {
-        ip("link add plain type veth peer name far-plain");
-        ip("link add port type veth peer name far-port");
-        for (const std::string name : {"plain", "far-plain", "port"})
-            ip("link set " + name + " up");
-        ip("addr add 192.0.2.7/24 dev plain");
-        ip("addr add 2001:db8::7/64 dev plain nodad");
-        IPv6Info ipv6{};
-        Told told;
-        EXPECT_TRUE(told.statusBecomes("plain", PLATFORM_OPER_UP));
-        EXPECT_EQ(textOf<32>(getDeviceIP), "192.0.2.7");
-        EXPECT_EQ(textOf<128>(getEthernetPortState), R"("plain:10000","port:down")");
-        EXPECT_EQ(textOf<32>(getBackhaulType), "Ethernet");
-        EXPECT_EQ(getIPv6Info(&ipv6), 0);
-        EXPECT_STREQ(ipv6.address[0], "2001:db8::7");
+    ip("link add plain type veth peer name far-plain; link set plain up; link set far-plain "
+       "up");
+    ip("link add port type veth peer name far-port; link set port up");
+    ip("addr add 192.0.2.7/24 dev plain; addr add 2001:db8::7/64 dev plain nodad");
+    IPv6Info ipv6{};
+    Listener daemon;
+    EXPECT_TRUE(daemon.statusBecomes("plain", PLATFORM_OPER_UP));
+    EXPECT_EQ(textOf<32>(getDeviceIP), "192.0.2.7");
+    EXPECT_EQ(textOf<128>(getEthernetPortState), R"("plain:10000","port:down")");
+    EXPECT_EQ(textOf<32>(getBackhaulType), "Ethernet");
+    EXPECT_EQ(getIPv6Info(&ipv6), 0);
+    EXPECT_STREQ(ipv6.address[0], "2001:db8::7");
 
-        ip("link add br0 type bridge");
-        ip("link set port master br0");
-        ip("link set br0 up");
-        ip("link set far-port up");
-        EXPECT_TRUE(told.statusBecomes("port", PLATFORM_OPER_UP));
-        EXPECT_EQ(textOf<32>(getDeviceIP), "192.0.2.7");  // the bridge has none yet
-        ip("addr add fe80::5/64 dev br0 nodad");
-        ip("addr add fd00::1/64 dev br0 nodad");
-        ip("addr add 192.0.2.1/24 dev br0");
-        EXPECT_EQ(textOf<32>(getDeviceIP), "192.0.2.1");
-        NetworkState network{};
-        EXPECT_EQ(getNetworkState(&network), 0);
-        EXPECT_EQ(network.intfInBridge, 1);
-        EXPECT_EQ(getIPv6Info(&ipv6), 0);
-        ASSERT_GE(ipv6.num, 2);
-        EXPECT_STREQ(ipv6.address[0], "fd00::1");
-        EXPECT_EQ(std::string(ipv6.address[ipv6.num - 1]).substr(0, 4), "fe80");
+    ip("link add br0 type bridge; link set port master br0");
+    ip("link set br0 up; link set far-port up");
+    EXPECT_TRUE(daemon.statusBecomes("port", PLATFORM_OPER_UP));
+    EXPECT_EQ(textOf<32>(getDeviceIP), "192.0.2.7");  // the bridge has none yet
+    ip("addr add fe80::5/64 dev br0 nodad; addr add fd00::1/64 dev br0 nodad");
+    ip("addr add 192.0.2.1/24 dev br0");
+    EXPECT_EQ(textOf<32>(getDeviceIP), "192.0.2.1");
+    NetworkState network{};
+    EXPECT_EQ(getNetworkState(&network), 0);
+    EXPECT_EQ(network.intfInBridge, 1);
+    EXPECT_EQ(getIPv6Info(&ipv6), 0);
+    ASSERT_GE(ipv6.num, 2);
+    EXPECT_STREQ(ipv6.address[0], "fd00::1");
+    EXPECT_EQ(std::string(ipv6.address[ipv6.num - 1]).substr(0, 4), "fe80");
 
-        // No name may break the JSON list, and no item is cut.
-        for (const char* digit : {"0", "1", "2", "3", "4", "5"})
-            ip(std::string("link add quo\"te\\port") + digit + " type veth peer name far-" + digit);
-        (void)told.next();
-        const std::string ports = textOf<128>(getEthernetPortState);
-        EXPECT_TRUE(ports.ends_with(R"(,"quo?te?port4:down")")) << ports;
+    // No name may break the JSON list, and no item is cut.
+    for (const char* digit : {"0", "1", "2", "3", "4", "5"}) {
+        ip(std::string("link add quo\"te\\port") + digit + " type veth peer name far-" + digit);
+    }
+    daemon.next();
+    const std::string ports = textOf<128>(getEthernetPortState);
+    EXPECT_TRUE(ports.ends_with(R"(,"quo?te?port4:down")")) << ports;
 
-        EXPECT_EQ(security(), "off off");
-        const int ssh = listenOn(AF_INET6, 22);
-        EXPECT_EQ(security(), "on off");
-        ::close(ssh);
-        const int telnet = listenOn(AF_INET, 23);
-        EXPECT_EQ(security(), "off on");
-        ::close(telnet);
-    });
+    const int ssh = listenOn(AF_INET6, 22);
+    EXPECT_EQ(security(), "on off");
+    close(ssh);
+    const int telnet = listenOn(AF_INET, 23);
+    EXPECT_EQ(security(), "off on");
+    close(telnet);
 }
 
-TEST(State, OfTheProductComesFromItsOwnerAndItsHooks) {
-    inOwnNetwork([] {
-        const ScratchFolder folder;
-        uint8_t configure = 9;
-        EXPECT_EQ(getConfigureState(&configure), 16);
-        folder.platformConf(
-            "CONFIGURED = no\nCOUNTRY_CODE = an-over-long-country-code\n"
-            "WIFI_COUNTRY_CODE = SE\nBACKHAUL = G.hn\n");
-        EXPECT_EQ(textOf<16>(getCountryCode), "an-over-long-co");
-        EXPECT_EQ(textOf<32>(getBackhaulType), "G.hn");
-        EXPECT_EQ(getConfigureState(&configure), 0);
-        EXPECT_EQ(configure, 2);
+NETWORK_TEST(State, OfTheProductIsConfiguredOrFromHooks) {
+    const ScratchFolder folder;
+    uint8_t configure = 9;
+    EXPECT_EQ(getConfigureState(&configure), 16);
+    folder.platformConf(
+        "CONFIGURED = no\nCOUNTRY_CODE = an-over-long-country-code\n"
+        "WIFI_COUNTRY_CODE = SE\nBACKHAUL = G.hn\n");
+    EXPECT_EQ(textOf<16>(getCountryCode), "an-over-long-co");
+    EXPECT_EQ(textOf<32>(getBackhaulType), "G.hn");
+    EXPECT_EQ(getConfigureState(&configure), 0);
+    EXPECT_EQ(configure, 2);
+    EXPECT_EQ(textOf<16>(getWIFICountryCode), "SE");
+    folder.hook("wifi-country-code", "[ $1 = NO ]");
+    EXPECT_EQ(setWIFICountryCode("NO"), 0);
+    EXPECT_EQ(setWIFICountryCode("XX"), 1);
+    EXPECT_EQ(textOf<16>(getWIFICountryCode), "NO");
 
-        EXPECT_EQ(textOf<16>(getWIFICountryCode), "SE");
-        folder.hook("wifi-country-code", "[ $1 = NO ]");
-        EXPECT_EQ(setWIFICountryCode("NO"), 0);
-        EXPECT_EQ(setWIFICountryCode("XX"), 1);
-        EXPECT_EQ(textOf<16>(getWIFICountryCode), "NO");
-
-        NetworkState states[3]{};
-        const char* const names[] = {"dnsmasq", "another", "dnsmasq"};
-        for (size_t i = 0; i < std::size(names); ++i) {
-            ::prctl(PR_SET_NAME, names[i]);
-            EXPECT_EQ(getNetworkState(&states[i]), 0);
-        }
-        EXPECT_EQ(states[0].dnsmasq, 1);
-        // The machine of the test may run one itself.
-        EXPECT_EQ(states[2].dnsmasq, states[1].dnsmasq) << "looked for once a minute";
-    });
-}
-
-TEST(Radios, ShowTheirChannels) {
-    const auto shown = [](const std::vector<uint32_t>& frequencies) {
-        const WifiChannels channels = plat::channelsOf(frequencies);
-        return std::string(channels.band24) + "/" + channels.band5 + "/" + channels.band5High;
-    };
-    EXPECT_EQ(shown({0, 2437, 5745, 5180, 5180}), "6/36/149");
-    EXPECT_EQ(shown({5500, 5500, 2484}), "14/100/");
-    EXPECT_EQ(shown({5955, 60480, 0}), "//");
+    NetworkState states[3]{};
+    const char* const names[] = {"dnsmasq", "another", "dnsmasq"};
+    for (size_t i = 0; i < std::size(names); i++) {
+        prctl(PR_SET_NAME, names[i]);
+        EXPECT_EQ(getNetworkState(&states[i]), 0);
+    }
+    EXPECT_EQ(states[0].dnsmasq, 1);
+    // The host may run a dnsmasq itself.
+    EXPECT_EQ(states[2].dnsmasq, states[1].dnsmasq) << "searched once a minute";
 }

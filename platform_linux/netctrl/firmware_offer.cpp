@@ -1,4 +1,5 @@
-// Images that a Registrar announces to the mesh, and when who is ordered to take them.
+#include "netctrl/firmware_offer.h"
+
 #include <algorithm>
 #include <filesystem>
 #include <string>
@@ -7,14 +8,16 @@
 #include <vector>
 
 #include "api.h"
+#include "base/result.h"
 #include "common/conf.h"
 #include "common/hook.h"
 #include "common/log.h"
 #include "common/text.h"
-#include "netctrl/upgrade_parts.h"
-#include "netctrl/upgrade_rounds.h"
+#include "netctrl/firmware_image.h"
+#include "netctrl/firmware_own.h"
+#include "netctrl/firmware_rounds.h"
+#include "netctrl/firmware_server.h"
 
-namespace plat {
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -30,19 +33,18 @@ struct Offer {
     Check check = Check::kWaiting;
 };
 
-struct Offers {
+struct {
     std::vector<Offer> list;
-    std::optional<Digest> digest;  // of the first that waits
+    std::optional<Digest> digest;  // of the first offer that waits
     UpgradeRounds rounds;
     bool taken = false;  // an image has been verified since checkLocalFW was called
-};
-Offers offers;
+} offers;
 
 std::string pathOf(const std::string& name) {
     return firmwareFolder() + "/" + name;
 }
 
-// The images in the folder that have a manifest, by name.
+// The images in the folder that have a manifest, sorted by name.
 std::vector<std::string> announcedFiles() {
     std::vector<std::string> files;
     std::error_code error;
@@ -64,12 +66,12 @@ Offer readOffer(const std::string& file, const Stamp& manifestStamp, const Stamp
         offer.manifest = std::move(*manifest);
     } else {
         offer.check = Check::kBad;
-        PLAT_LOG(1, "firmware: the manifest of %s has no usable VERSION and SHA256", file.c_str());
+        LOG_LINE(1, "firmware: the manifest of %s has no usable VERSION and SHA256", file.c_str());
     }
     return offer;
 }
 
-// Takes up what has changed in the folder; what has not keeps its verification.
+// Takes up changes in the folder. Unchanged images stay verified.
 void lookForOffers() {
     std::vector<Offer> found;
     bool changed = false;
@@ -100,9 +102,9 @@ Offer* firstWaiting() {
     return it != offers.list.end() ? &*it : nullptr;
 }
 
-// What is announced for a device: rather an image that names its hosts than one that does not, then
-// the newest manifest. nullptr when there is nothing, or it is not verified.
-const Offer* offerFor(const char* hostname) {
+// The verified image for a device, nullptr if there is none. Images for certain hosts take
+// precedence, then the newest manifest.
+const Offer* offerFor(const std::string& hostname) {
     const Offer* best = nullptr;
     const auto rank = [](const Offer& offer) {
         return std::tuple(!offer.manifest.hosts.empty(), offer.manifestStamp[2],
@@ -120,22 +122,6 @@ bool isRegistrar() {
     return getWPSConfig(&config) == kOk && config.deviceType == PLATFORM_REGISTRAR;
 }
 
-// One step of the first that waits.
-void verifyOffers() {
-    Offer* offer = firstWaiting();
-    if (offer == nullptr) return;
-    if (!offers.digest) offers.digest = Digest::open(pathOf(offer->file));
-    const auto digest = offers.digest ? offers.digest->step() : std::optional<std::string>("");
-    if (!digest) return;
-    offers.digest.reset();
-    const bool good = *digest == offer->manifest.sha256;
-    offer->check = good ? Check::kGood : Check::kBad;
-    offers.taken = offers.taken || good;
-    PLAT_LOG(good ? 3 : 1, "firmware: %s, version %s, %s", offer->file.c_str(),
-             offer->manifest.version.c_str(),
-             good ? "is announced" : "does not match its manifest and is left alone");
-}
-
 void dropOffers() {
     stopServer();
     retryOwn();
@@ -149,53 +135,51 @@ std::string firmwareFolder() {
     return std::string(given.empty() ? "/var/lib/vm1905/firmware" : given);
 }
 
-void directUpgrade() {
-    // While this device itself follows, nobody is ordered to.
-    if (workOnOwn()) return;
+void directOffers() {
     if (!isRegistrar()) {
         if (!offers.list.empty()) dropOffers();
         return;
     }
     lookForOffers();
     const auto isGood = [](const Offer& offer) { return offer.check == Check::kGood; };
-    if (firstWaiting() != nullptr || std::none_of(offers.list.begin(), offers.list.end(), isGood))
+    if (firstWaiting() != nullptr || std::none_of(offers.list.begin(), offers.list.end(), isGood)) {
         return;
+    }
     const bool wasServing = offers.rounds.isServing();
     const bool isNext = offers.rounds.advance(Clock::now());
     if (wasServing && !offers.rounds.isServing()) stopServer();
     char hostname[128];
-    (void)getHostname(hostname);
+    getHostname(hostname);
     const Offer* offer = isNext ? offerFor(hostname) : nullptr;
     if (offer != nullptr) installOwn(pathOf(offer->file), offer->manifest);
 }
 
-void startUpgrade() {
-    sweepFetches();
+void verifyOffers() {
+    Offer* offer = firstWaiting();
+    if (offer == nullptr) return;
+    if (!offers.digest) offers.digest = Digest::open(pathOf(offer->file));
+    const auto digest = offers.digest ? offers.digest->step() : std::optional<std::string>("");
+    if (!digest) return;
+    offers.digest.reset();
+    const bool good = *digest == offer->manifest.sha256;
+    offer->check = good ? Check::kGood : Check::kBad;
+    offers.taken = offers.taken || good;
+    LOG_LINE(good ? 3 : 1, "firmware: %s, version %s, %s", offer->file.c_str(),
+             offer->manifest.version.c_str(),
+             good ? "is announced" : "does not match its manifest and is left alone");
 }
 
-// One image at a time, since each step takes as long as the daemon may be held up.
-void workOnUpgrade() {
-    if (!workOnInstall()) verifyOffers();
-}
-
-void dropUpgrade() {
+void forgetOffers() {
     offers = {};
-    endServer();
-    dropOwn();
-    dropFetch();
-    dropInstall();
 }
-
-}  // namespace plat
-
-using namespace plat;
 
 int getNewFWVersionByPlatform(const char* ownHostname, const char* hostname,
                               char version[PLATFORM_FW_TEXT_LEN]) {
     if (version == nullptr) return kFailure;
-    if (hasHook("extender-firmware-version"))
+    if (hasHook("extender-firmware-version")) {
         return askForText("extender-firmware-version", {orEmpty(ownHostname), orEmpty(hostname)},
                           version, PLATFORM_FW_TEXT_LEN);
+    }
     const Offer* offer = offerFor(orEmpty(hostname));
     copyText(version, PLATFORM_FW_TEXT_LEN, offer != nullptr ? offer->manifest.version : "");
     return offer != nullptr ? kOk : kFailure;
@@ -207,7 +191,7 @@ int getDownloanURL(const char* ownHostname, const char* hostname, char url[PLATF
     std::string text;
     int result = kOk;
     if (hasHook("extender-firmware-url")) {
-        result = askHook("extender-firmware-url", {orEmpty(ownHostname), orEmpty(hostname)}, &text);
+        result = askHook("extender-firmware-url", {orEmpty(ownHostname), orEmpty(hostname)}, text);
         if (result != 0) text.clear();
     } else if (const Offer* offer = offerFor(orEmpty(hostname))) {
         const std::string base = firmwareUrl();
@@ -218,7 +202,7 @@ int getDownloanURL(const char* ownHostname, const char* hostname, char url[PLATF
     return result == 0 && url[0] == '\0' ? kFailure : result;
 }
 
-// Meant: the folder itself is looked into by directUpgrade, more often than this asks.
-int checkLocalFW(void) {
+// Meant: does not look into the folder, since directOffers does so more often.
+int checkLocalFW() {
     return std::exchange(offers.taken, false) ? kOk : kFailure;
 }

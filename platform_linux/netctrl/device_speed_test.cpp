@@ -1,28 +1,24 @@
-// The speed test: a hook measures, the daemon carries orders and figures.
+// The speed test. A hook measures; the daemon transports orders and results.
 #include <algorithm>
 #include <ctime>
 #include <limits>
 #include <string>
 
 #include "api.h"
+#include "base/result.h"
 #include "common/hook.h"
 #include "common/text.h"
 
-namespace plat {
 namespace {
 
-struct SpeedTest {
+struct {
     bool running = false;
     int timeout = 0;
     uint32_t startTime = 0;  // seconds since the epoch
     int32_t sendCtrlFlag = 1;
-};
-SpeedTest speedTest;
+} speedTest;
 
 }  // namespace
-}  // namespace plat
-
-using namespace plat;
 
 int setSpeedTestStartStop(const SpeedTestCtrl* ctrl) {
     if (ctrl == nullptr) return kFailure;
@@ -40,9 +36,10 @@ int setSpeedTestStartStop(const SpeedTestCtrl* ctrl) {
 }
 
 int outputSpeedTestData(const uint8_t* alMac, const char* data) {
-    if (hasHook("speed-test-result"))
+    if (hasHook("speed-test-result")) {
         return runHook("speed-test-result", {macText(alMac), orEmpty(data)});
-    // Whoever has no hook for the figures finds them in the log.
+    }
+    // Without a hook the results go to the platform log.
     return outputlogData(("[SpeedTest] " + macText(alMac) + ": " + orEmpty(data)).c_str());
 }
 
@@ -50,14 +47,14 @@ int getSpeedTestData(char data[PLATFORM_SYNC_DATA_LEN]) {
     return askIfThere("speed-test-data", {}, data, PLATFORM_SYNC_DATA_LEN);
 }
 
-int initSpeedTestData(void) {
+int initSpeedTestData() {
     speedTest.running = false;
     speedTest.timeout = 0;
     return kOk;
 }
 
-int getSpeedTestState(void) {
-    const bool begun = std::time(nullptr) >= static_cast<time_t>(speedTest.startTime);
+int getSpeedTestState() {
+    const bool begun = time(nullptr) >= static_cast<time_t>(speedTest.startTime);
     return speedTest.running && begun ? kOk : kFailure;
 }
 
@@ -66,11 +63,11 @@ int setSpeedTestState(int32_t running) {
     return kOk;
 }
 
-int getSpeedTestTimeout(void) {
+int getSpeedTestTimeout() {
     return speedTest.timeout;
 }
 
-int getSpeedTestSendCtrlflag(void) {
+int getSpeedTestSendCtrlflag() {
     return speedTest.sendCtrlFlag;
 }
 

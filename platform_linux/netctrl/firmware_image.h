@@ -1,4 +1,4 @@
-// A firmware image and the manifest that stands next to it: "X.manifest" tells of the image "X".
+// Firmware images and their manifests: "X.manifest" describes the image "X" in the same folder.
 #pragma once
 
 #include <array>
@@ -13,40 +13,38 @@
 
 struct evp_md_ctx_st;
 
-namespace plat {
-
 inline constexpr std::string_view kManifestSuffix = ".manifest";
 inline constexpr size_t kMostManifest = size_t{16} * 1024;
 
 struct Manifest {
-    std::string version;  // letters, digits and . _ + -, the first no -
+    std::string version;  // letters, digits and . _ + -, not starting with -
     std::string sha256;   // of the image, 64 lower-case digits
-    std::string hosts;    // patterns of the host names that it is for; empty: every one
+    std::string hosts;    // patterns of host names that it is meant for; empty: all
 };
 
-// What a manifest's text says, "KEY = value" lines. None when VERSION or SHA256 is missing or is
-// none. Any bytes are safe.
+// Parses "KEY = value" lines. None if VERSION or SHA256 is missing or malformed. Any bytes are
+// safe.
 std::optional<Manifest> parseManifest(std::string_view text);
 
-// Whether a device of that host name is meant.
-bool isFor(const Manifest& manifest, const char* hostname);
+// Whether the image is meant for a device of that host name.
+bool isFor(const Manifest& manifest, const std::string& hostname);
 
-// The file's text; empty when it cannot be read or is longer than a manifest may be.
+// The text of the file; empty if it cannot be read or is too long for a manifest.
 std::string readManifest(const std::string& path);
 
-// Size, inode and time of a file: changes when the file does.
+// Size, inode and modification time of a file: changes when the file does.
 using Stamp = std::array<int64_t, 4>;
-// None when there is no such regular file.
+// None if there is no such regular file.
 std::optional<Stamp> stampOf(const std::string& path);
 
-// The SHA-256 of a file, computed a part at a time.
+// Computes the SHA-256 of a file in steps.
 class Digest {
   public:
-    // None when the file cannot be opened or there is no SHA-256.
+    // None if the file cannot be opened or SHA-256 is unavailable.
     static std::optional<Digest> open(const std::string& path);
 
-    // Goes on for about that long, and returns the 64 digits when the end of the file is reached;
-    // empty when it cannot be read.
+    // Continues for about that long. Returns the 64 digits at the end of the file, an empty text if
+    // reading fails, and none before.
     std::optional<std::string> step(std::chrono::milliseconds most = std::chrono::milliseconds(40));
 
   private:
@@ -57,5 +55,3 @@ class Digest {
     Fd file_;
     Context context_;
 };
-
-}  // namespace plat

@@ -1,4 +1,4 @@
-// Actions that only the product can carry out: each is a hook. docs/platform.md has their names,
+// Actions that only the product can carry out. Each is a hook; docs/platform.md lists their
 // arguments and results.
 #include <algorithm>
 #include <chrono>
@@ -6,33 +6,26 @@
 #include <vector>
 
 #include "api.h"
+#include "base/result.h"
 #include "common/hook.h"
 #include "common/text.h"
 #include "netctrl/notices.h"
 #include "netctrl/state.h"
 
-namespace plat {
 namespace {
 
-// Settings that a radio or a network takes its time to follow; files that come over the network.
+// For settings that radios and networks apply slowly, and for files from the network.
 constexpr std::chrono::seconds kSlowLimit{30};
 constexpr std::chrono::seconds kTransferLimit{300};
 
-std::string number(int64_t value) {
-    return std::to_string(value);
-}
-
 }  // namespace
-}  // namespace plat
 
-using namespace plat;
-
-int resetToDefault(void) {
+int resetToDefault() {
     return runHook("reset-to-default", {}, {}, kSlowLimit);
 }
 
 int setLEDvalue(uint8_t ledOption) {
-    return runHook("led", {number(ledOption)}, [](int result, const std::string& output) {
+    return runHook("led", {std::to_string(ledOption)}, [](int result, const std::string& output) {
         if (result != 0 || trim(output).empty()) return;
         const std::string_view status = lineOf(output, 0);
         keepLedState(status, lineOf(output, 1));
@@ -41,11 +34,11 @@ int setLEDvalue(uint8_t ledOption) {
 }
 
 int setSystemvalue(uint8_t systemOption) {
-    return runHook("system", {number(systemOption)}, {}, kSlowLimit);
+    return runHook("system", {std::to_string(systemOption)}, {}, kSlowLimit);
 }
 
 int setNetworkCtrl(uint16_t networkOption, const char* command) {
-    return runHook("network", {number(networkOption), orEmpty(command)}, {}, kSlowLimit);
+    return runHook("network", {std::to_string(networkOption), orEmpty(command)}, {}, kSlowLimit);
 }
 
 int setWIFICountryCode(const char* countryCode) {
@@ -105,48 +98,48 @@ int SecurityCtrl_parseM2(const uint8_t* alMac, uint16_t len, const uint8_t* data
     return runHook("security-m2", {macText(alMac), hexText({data, len})});
 }
 
-// The exchanges are the hooks'; nothing of them is kept here.
-int SecurityCtrl_cleanDataToList(void) {
+// The hooks keep the exchanges.
+int SecurityCtrl_cleanDataToList() {
     return kOk;
 }
 
 int getResponseLogFile(const uint8_t* alMac, LogFileRef* file) {
     if (file == nullptr) return kFailure;
     std::string output;
-    const int result = askHook("log-file-publish", {macText(alMac)}, &output);
+    const int result = askHook("log-file-publish", {macText(alMac)}, output);
     if (result != 0) output.clear();
-    copyText(file->fileName, sizeof file->fileName, lineOf(output, 0));
-    copyText(file->ftpUrl, sizeof file->ftpUrl, lineOf(output, 1));
+    copyText(file->fileName, lineOf(output, 0));
+    copyText(file->ftpUrl, lineOf(output, 1));
     return result == 0 && file->fileName[0] == '\0' ? kFailure : result;
 }
 
-// Both come from the network.
+// Both texts come from the network.
 int DownloadLogFile(const char* fileName, const char* ftpUrl) {
     if (!isPlainName(orEmpty(fileName)) || orEmpty(ftpUrl)[0] == '-') return kFailure;
     return runHook("log-file-fetch", {orEmpty(fileName), orEmpty(ftpUrl)}, {}, kTransferLimit);
 }
 
 int getAckDownloadLogFile(const uint8_t* alMac, int32_t result) {
-    return runHook("log-file-fetched", {macText(alMac), number(result)});
+    return runHook("log-file-fetched", {macText(alMac), std::to_string(result)});
 }
 
 int setAPSteering(int32_t option) {
-    return runHook("ap-steering", {number(option)});
+    return runHook("ap-steering", {std::to_string(option)});
 }
 
 int sendBcnRptReq(const BcnRptReq* req) {
     if (req == nullptr) return kFailure;
     return runHook("beacon-report-request",
-                   {macText(req->staMac), macText(req->bssid), number(req->operatingClass),
-                    number(req->channel), number(req->mode), number(req->duration),
-                    std::string(fieldText(req->ssid))});
+                   {macText(req->staMac), macText(req->bssid), std::to_string(req->operatingClass),
+                    std::to_string(req->channel), std::to_string(req->mode),
+                    std::to_string(req->duration), std::string(fieldText(req->ssid))});
 }
 
 int getBcnRptReq(BcnRpt* report) {
     if (report == nullptr) return kFailure;
     report->len = 0;
     std::string output;
-    const int result = askHook("beacon-report-get", {macText(report->staMac)}, &output);
+    const int result = askHook("beacon-report-get", {macText(report->staMac)}, output);
     if (result != 0) return result;
     const auto bytes = parseHex(output);
     if (!bytes || bytes->size() > sizeof report->data) return kFailure;
@@ -157,9 +150,10 @@ int getBcnRptReq(BcnRpt* report) {
 
 int sendBTMReq(const BtmReq* req) {
     if (req == nullptr) return kFailure;
-    return runHook("btm-request", {macText(req->staMac), macText(req->bssid),
-                                   number(req->operatingClass), number(req->channel),
-                                   number(req->disassocImminent), number(req->disassocTimer)});
+    return runHook("btm-request",
+                   {macText(req->staMac), macText(req->bssid), std::to_string(req->operatingClass),
+                    std::to_string(req->channel), std::to_string(req->disassocImminent),
+                    std::to_string(req->disassocTimer)});
 }
 
 int addToBlacklist(const uint8_t* staMac) {

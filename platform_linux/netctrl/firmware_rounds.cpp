@@ -1,27 +1,26 @@
-#include "netctrl/upgrade_rounds.h"
+#include "netctrl/firmware_rounds.h"
 
 #include "common/log.h"
 
-namespace plat {
 namespace {
 
 using std::chrono::minutes;
 using std::chrono::seconds;
 
 constexpr seconds kOrderPeriod{10};
-// The daemon sends a device no second order within 30 seconds: as long as this after the last one
-// its silence may mean that a device has failed and waits for the next.
+// The daemon does not repeat an order within 30 seconds. So for that long after the last order, no
+// new one may also mean that a device has failed and waits for it.
 constexpr seconds kQuiet{31};
 constexpr seconds kMostOrdering{300};
-// The daemon does not tell whether any device is still at work, so this is enough for the slowest:
-// 4 minutes to fetch, what verifying takes, 10 to install, and a reboot.
+// The daemon does not report whether a device is still busy, so this is enough for the slowest: 4
+// minutes to fetch, the verification, 10 minutes to install, and the reboot.
 constexpr seconds kMostRebooting{1200};
-constexpr minutes kPause{1};  // when nobody needed an order
-// A device that says it has installed the image and comes back with its old one must not be
-// rebooted for ever.
+constexpr minutes kPause{1};  // after a round without orders
+// Ends the reboots of a device that reports an installation but comes back with its old version.
 constexpr int kMostRounds = 3;
 
-// In mode 1 a device that has failed at what it runs by now is told to forget that; once is enough.
+// In mode 1 a device that failed at the version it now runs is also ordered to clear that state.
+// Once per round is enough.
 constexpr int kTellFailed = 1;
 constexpr int kOrderOnly = 4;
 
@@ -42,9 +41,9 @@ bool UpgradeRounds::order(Time now) {
     }
     const bool quiet = now - lastOrder_ >= kQuiet;
     if (!quiet && now - since_ < kMostOrdering) return false;
-    // After a round that did not end well some may only wait for their reboot.
+    // After a failed round, some devices may be waiting only for their reboot.
     if (ordered_ || isRetry_) {
-        PLAT_LOG(3, "firmware: all devices are ordered");
+        LOG_LINE(3, "firmware: all orders are sent");
         enter(Phase::kRebooting, now);
         return false;
     }
@@ -55,15 +54,14 @@ bool UpgradeRounds::order(Time now) {
 bool UpgradeRounds::reboot(Time now) {
     const bool done = checkEXdeviceFWStateIsReady() == 0;
     if (!done && now - since_ < kMostRebooting) return false;
-    if (done) PLAT_LOG(3, "firmware: all devices have been rebooted");
+    if (done) LOG_LINE(3, "firmware: all devices have been rebooted");
     if (!done) {
-        PLAT_LOG(1, "firmware: some devices did not follow in time");
-        // A device that never tells its state, of another maker's maybe, must not keep those back
-        // that stand ready.
-        (void)sendEXdeviceReboot();
+        LOG_LINE(1, "firmware: some devices did not follow in time");
+        // A device that never reports its state must not hold back those that are ready.
+        sendEXdeviceReboot();
     }
     const bool last = ++rounds_ == kMostRounds;
-    if (last) PLAT_LOG(1, "firmware: no more orders until it is announced anew");
+    if (last) LOG_LINE(1, "firmware: no more orders until the announcement changes");
     isRetry_ = !done;
     enter(Phase::kResting, now);
     return done || last;
@@ -72,9 +70,8 @@ bool UpgradeRounds::reboot(Time now) {
 bool UpgradeRounds::advance(Time now) {
     switch (phase_) {
         case Phase::kStarting:
-            // The devices that stand ready since the last round are rebooted in this one only while
-            // they are listed.
-            if (!isRetry_) (void)removeallFWupgradelist();
+            // Devices that are ready since a failed round must stay listed to be rebooted.
+            if (!isRetry_) removeallFWupgradelist();
             ordered_ = false;
             lastCall_ = {};
             lastOrder_ = now;
@@ -85,11 +82,10 @@ bool UpgradeRounds::advance(Time now) {
         case Phase::kRebooting:
             return reboot(now);
         case Phase::kResting:
-            if (rounds_ < kMostRounds && now - since_ >= (ordered_ || isRetry_ ? kRetry : kPause))
+            if (rounds_ < kMostRounds && now - since_ >= (ordered_ || isRetry_ ? kRetry : kPause)) {
                 phase_ = Phase::kStarting;
+            }
             return false;
     }
     return false;
 }
-
-}  // namespace plat

@@ -1,4 +1,4 @@
-// The Wi-Fi stations of this device: of a hook where there is one, else of the kernel's radios.
+// The Wi-Fi stations of this device, from the hook if there is one, else from the kernel.
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -7,38 +7,39 @@
 #include <string>
 
 #include "api.h"
+#include "base/result.h"
 #include "common/hook.h"
 #include "common/log.h"
 #include "common/text.h"
 #include "netctrl/watch.h"
 #include "netctrl/wireless.h"
 
-namespace plat {
 namespace {
 
 constexpr char kHook[] = "stations";
 constexpr size_t kMaxOutput = size_t{64} * 1024;
 constexpr size_t kMaxStations = 1024;
-// Complaints about single lines: the hook is asked every 2 seconds.
+// Complaints per answer: the hook is asked every 2 seconds.
 constexpr int kMaxComplaints = 8;
-// For all radios together. One that the kernel keeps busy must not hold up the daemon.
+// For all radios together: a busy driver must not hold up the daemon.
 constexpr std::chrono::milliseconds kRadioLimit{50};
 
-// Kept from one question to the next.
+// Kept open between calls.
 std::optional<Nl80211> radios;
 
 // MAC address, media type, rate, RSSI, signal level, Tx, Rx, connection type.
 using Fields = std::array<std::string_view, 8>;
 
-// False when there are not just as many.
-bool splitLine(std::string_view line, Fields* fields) {
-    for (size_t i = 0; i < fields->size(); ++i) {
+// None if the line has more or fewer.
+std::optional<Fields> splitLine(std::string_view line) {
+    Fields fields;
+    for (size_t i = 0; i < fields.size(); i++) {
         const size_t end = line.find(',');
-        if ((end == line.npos) != (i + 1 == fields->size())) return false;
-        (*fields)[i] = trim(line.substr(0, end));
-        line.remove_prefix(std::min(end, line.size() - 1) + 1);
+        if ((end == line.npos) != (i + 1 == fields.size())) return {};
+        fields[i] = trim(line.substr(0, end));
+        line.remove_prefix(end == line.npos ? line.size() : end + 1);
     }
-    return true;
+    return fields;
 }
 
 std::optional<uint16_t> figure(std::string_view text) {
@@ -48,11 +49,12 @@ std::optional<uint16_t> figure(std::string_view text) {
 }
 
 std::optional<WifiStation> stationIn(std::string_view line) {
-    Fields fields;
-    if (!splitLine(line, &fields)) return {};
-    const auto mac = parseMac(fields[0]);
-    const auto mediaType = parseNumber(fields[1]);
-    const auto rate = figure(fields[2]), rssi = figure(fields[3]), level = figure(fields[4]);
+    const auto fields = splitLine(line);
+    if (!fields) return {};
+    const auto& [macField, type, rateField, rssiField, levelField, tx, rx, connType] = *fields;
+    const auto mac = parseMac(macField);
+    const auto mediaType = parseNumber(type);
+    const auto rate = figure(rateField), rssi = figure(rssiField), level = figure(levelField);
     if (!mac || !mediaType || !rate || !rssi || !level) return {};
     WifiStation station{};
     mac->copyTo(station.mac);
@@ -60,48 +62,47 @@ std::optional<WifiStation> stationIn(std::string_view line) {
     station.rate = *rate;
     station.rssi = *rssi;
     station.signalLevel = *level;
-    copyText(station.tx, sizeof station.tx, fields[5]);
-    copyText(station.rx, sizeof station.rx, fields[6]);
-    copyText(station.connType, sizeof station.connType, fields[7]);
+    copyText(station.tx, tx);
+    copyText(station.rx, rx);
+    copyText(station.connType, connType);
     return station;
 }
 
-// What is no such line is left out.
+// Skips lines of any other form.
 std::vector<WifiStation> parseStations(std::string_view lines) {
     std::vector<WifiStation> stations;
     int complaints = 0;
     while (!lines.empty() && stations.size() < kMaxStations) {
-        const size_t end = std::min(lines.find('\n'), lines.size());
-        const std::string_view line = trim(lines.substr(0, end));
-        if (const auto station = stationIn(line))
+        const std::string_view line = takeLine(lines);
+        if (const auto station = stationIn(line)) {
             stations.push_back(*station);
-        else if (!line.empty() && complaints++ < kMaxComplaints)
-            PLAT_LOG(3, "hook %s: a line is not 8 fields with commas between", kHook);
-        lines.remove_prefix(std::min(end + 1, lines.size()));
+        } else if (!line.empty() && complaints++ < kMaxComplaints) {
+            LOG_LINE(3, "hook %s: a line does not have 8 valid fields separated by commas", kHook);
+        }
     }
     return stations;
 }
 
-int askForStations(std::vector<WifiStation>* stations) {
+int askForStations(std::vector<WifiStation>& stations) {
     std::string output;
-    const int result = askHook(kHook, {}, &output, kMaxOutput);
-    if (result == 0) *stations = parseStations(output);
+    const int result = askHook(kHook, {}, output, kMaxOutput);
+    if (result == 0) stations = parseStations(output);
     return result;
 }
 
-// The stations of radios that others join: access points and mesh points.
+// The stations of all access points and mesh points.
 std::vector<WifiStation> stationsOfRadios() {
     std::vector<WifiStation> stations;
     using Clock = std::chrono::steady_clock;
     const auto until = Clock::now() + kRadioLimit;
-    for (const Intf& intf : told().intfs) {
+    for (const Intf& intf : reported().intfs) {
         if (!intf.hasStations) continue;
         if (Clock::now() >= until) break;
         if (!radios || !radios->isThere()) radios.emplace(kRadioLimit);
         const std::string connType = connTypeOf(intf.name, intf.frequency, intf.meshPoint);
         for (WifiStation& station : radios->stations(intf.index)) {
             station.mediaType = intf.mediaType;
-            copyText(station.connType, sizeof station.connType, connType);
+            copyText(station.connType, connType);
             if (stations.size() < kMaxStations) stations.push_back(station);
         }
     }
@@ -109,27 +110,24 @@ std::vector<WifiStation> stationsOfRadios() {
 }
 
 }  // namespace
-}  // namespace plat
-
-using namespace plat;
 
 int getWIFIConfig(WifiStationList* list) {
     if (list == nullptr) return kFailure;
     *list = {};
     std::vector<WifiStation> stations;
     if (hasHook(kHook)) {
-        if (const int result = askForStations(&stations)) return result;
+        if (const int result = askForStations(stations)) return result;
     } else {
         stations = stationsOfRadios();
     }
     WifiStation** tail = &list->head;
     for (const WifiStation& station : stations) {
-        *tail = static_cast<WifiStation*>(std::malloc(sizeof station));
+        *tail = static_cast<WifiStation*>(malloc(sizeof station));
         if (*tail == nullptr) break;
         **tail = station;
         (*tail)->next = nullptr;
         tail = &(*tail)->next;
-        ++list->count;
+        list->count++;
     }
     return kOk;
 }

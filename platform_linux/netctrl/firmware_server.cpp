@@ -1,48 +1,48 @@
-// Where the devices find the announced images: a server of ours, another machine's or the
-// product's.
+#include "netctrl/firmware_server.h"
+
 #include <unistd.h>
 
 #include <chrono>
 #include <string>
 
 #include "api.h"
+#include "base/result.h"
 #include "common/command.h"
 #include "common/conf.h"
 #include "common/hook.h"
 #include "common/job.h"
 #include "common/log.h"
-#include "netctrl/upgrade_parts.h"
+#include "netctrl/firmware_offer.h"
 
-namespace plat {
 namespace {
 
 constexpr const char* kHook = "ftp-server";
 constexpr const char* kPort = "8905";
-// A server that a crash of the daemon has left behind ends by itself.
+// After a crash of the daemon the server ends by itself.
 constexpr std::chrono::hours kServerLife{1};
 constexpr std::chrono::milliseconds kEndWait{500};
 
-struct Server {
+struct {
     bool wanted = false;
-    bool killed = false;      // the one that is at work
+    bool killed = false;      // the server that is running
     JobId job = 0;            // the server, or the hook that starts or stops it
     std::string address;      // where the server listens
-    bool complained = false;  // of what is missing
-};
-Server server;
+    bool complained = false;  // has logged what is missing
+} server;
 
 std::string ownAddress() {
     char address[32] = {};
     return getDeviceIP(address) == kOk ? address : "";
 }
 
-// What is missing for a server of ours; nullptr when nothing is.
+// What prevents our own server from running; nullptr if nothing does.
 const char* obstacle() {
     if (findProgram("busybox").empty()) return "there is no busybox";
     if (ownAddress().empty()) return "there is no IPv4 address";
-    // It would run what lies there, at the wish of whoever asks.
-    if (::access((firmwareFolder() + "/cgi-bin").c_str(), F_OK) == 0)
+    // The server would run the programs in it on request.
+    if (access((firmwareFolder() + "/cgi-bin").c_str(), F_OK) == 0) {
         return "there is a cgi-bin in FIRMWARE_FOLDER";
+    }
     return nullptr;
 }
 
@@ -55,15 +55,16 @@ void killServer() {
 
 void serverEnded(int status) {
     if (!server.wanted) return;
-    if (server.killed)
-        (void)startServer();
-    else
-        PLAT_LOG(1, "firmware: the server has ended: %d", status);
+    if (server.killed) {
+        startServer();
+    } else {
+        LOG_LINE(1, "firmware: the server has ended: %d", status);
+    }
 }
 
 int startServer() {
     const std::string address = ownAddress();
-    if (isJobAtWork(server.job)) {  // if it was killed, its end starts another
+    if (isJobRunning(server.job)) {  // a killed server is started again at its end
         if (!server.killed && server.address != address) killServer();
         return kOk;
     }
@@ -72,7 +73,7 @@ int startServer() {
     const std::string busybox = findProgram("busybox");
     server.killed = false;
     server.address = address;
-    // An empty file of settings, since without one the product's would apply.
+    // Empty settings, because without any it would read those of the product.
     server.job = startJob({busybox, "timeout", std::to_string(life.count()), busybox, "httpd", "-f",
                            "-c", "/dev/null", "-p", address + ":" + kPort, "-h", firmwareFolder()},
                           {.limit = life, .name = "firmware server"},
@@ -80,13 +81,13 @@ int startServer() {
     return server.job != 0 ? kOk : kFailure;
 }
 
-// A call while it is at work counts: its end looks at what is wanted by then.
+// If the hook is still running, its end triggers a new run when another state is wanted by then.
 int runServerHook() {
-    if (isJobAtWork(server.job)) return kOk;
+    if (isJobRunning(server.job)) return kOk;
     const bool start = server.wanted;
     server.job = startHook(kHook, {start ? "1" : "0"}, {.limit = kHookLimit, .outlives = true},
                            [start](int, const std::string&) {
-                               if (server.wanted != start) (void)runServerHook();
+                               if (server.wanted != start) runServerHook();
                            });
     return server.job != 0 ? kOk : kFailure;
 }
@@ -98,8 +99,9 @@ std::string firmwareUrl() {
     if (url.empty()) {
         const char* missing = obstacle();
         if (hasHook(kHook) && !ownAddress().empty()) missing = nullptr;
-        if (missing != nullptr && !server.complained)
-            PLAT_LOG(1, "firmware: %s; see FIRMWARE_URL and the hook ftp-server", missing);
+        if (missing != nullptr && !server.complained) {
+            LOG_LINE(1, "firmware: %s; see FIRMWARE_URL and the hook ftp-server", missing);
+        }
         server.complained = missing != nullptr;
         if (missing != nullptr) return {};
         url = "http://" + ownAddress() + ":" + kPort;
@@ -108,23 +110,19 @@ std::string firmwareUrl() {
 }
 
 void stopServer() {
-    if (server.wanted) (void)set_vsftpd_StartStop(0);
+    if (server.wanted) set_vsftpd_StartStop(0);
 }
 
 void endServer() {
     stopServer();
-    (void)waitJob(server.job, kEndWait);
+    waitJob(server.job, kEndWait);
     server = {};
 }
-
-}  // namespace plat
-
-using namespace plat;
 
 int set_vsftpd_StartStop(int32_t start) {
     server.wanted = start == 1;
     if (hasHook(kHook)) return runServerHook();
-    if (!conf().value("FIRMWARE_URL").empty()) return kOk;  // somebody else serves
+    if (!conf().value("FIRMWARE_URL").empty()) return kOk;  // another machine serves
     if (server.wanted) return startServer();
     killServer();
     return kOk;

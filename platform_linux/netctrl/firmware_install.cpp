@@ -1,4 +1,5 @@
-// Installation of a firmware image on this device: verified here, written by the product's hook.
+#include "netctrl/firmware_install.h"
+
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -8,51 +9,49 @@
 #include <cstdio>
 #include <utility>
 
-#include "api.h"
 #include "common/hook.h"
 #include "common/log.h"
-#include "netctrl/upgrade_parts.h"
-#include "netctrl/upgrade_rounds.h"
+#include "netctrl/firmware_fetch.h"
+#include "netctrl/firmware_rounds.h"
+#include "netctrl/firmware_state.h"
 
-namespace plat {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
 constexpr const char* kInstallHook = "firmware-install";
 constexpr std::chrono::minutes kInstallLimit{10};
-// A Registrar that was restarted meanwhile knows of no reboot; idle again, it orders anew. Until
-// then one that had to wait for others comes back to it.
+// Longer than a Registrar may take for devices that had to wait for others. If it was restarted it
+// has forgotten the reboot, but orders this device again once it is Idle.
 constexpr auto kRebootLimit = 2 * UpgradeRounds::kRetry;
 
-struct Install {
+struct {
     Installation order;
     std::optional<Stamp> stamp;
-    std::optional<Digest> digest;                // while it is verified
-    Fd lock{};                                   // while it is at work
-    std::optional<Clock::time_point> installed;  // when, while the reboot is awaited
-};
-Install install;
+    std::optional<Digest> digest;                // during verification
+    Fd lock{};                                   // held until the end
+    std::optional<Clock::time_point> installed;  // when; while waiting for the reboot
+} install;
 
 std::string lockFile() {
     return downloadFolder() + "/vm1905_firmware.lock";
 }
 
-// Also held by the hook as its standard input, which is empty: so it is known to be at work when
-// the daemon that started it is not any more. Without a descriptor when another one holds it.
+// The hook holds the lock, too, as its empty standard input, so that it is known to be running even
+// after the daemon that started it has gone. An empty Fd if another process holds the lock.
 Fd takeLock() {
     struct stat status {};
-    // Who else may write into the folder must not be able to forbid upgrades.
-    if (::lstat(lockFile().c_str(), &status) == 0 && status.st_uid != ::geteuid())
-        (void)std::remove(lockFile().c_str());
-    Fd lock(
-        ::open(lockFile().c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
-    if (lock.get() < 0 || ::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) return Fd();
+    // Others who may write to the folder must not be able to block upgrades.
+    if (lstat(lockFile().c_str(), &status) == 0 && status.st_uid != geteuid()) {
+        remove(lockFile().c_str());
+    }
+    Fd lock(open(lockFile().c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
+    if (!lock || flock(lock.get(), LOCK_EX | LOCK_NB) != 0) return Fd();
     return lock;
 }
 
 void finish(bool installed) {
-    (void)::unlink(lockFile().c_str());
+    unlink(lockFile().c_str());
     setFirmwareState(installed ? PLATFORM_FW_REBOOT : PLATFORM_FW_FAILED);
     const auto done = std::exchange(install, {}).order.done;
     if (installed) install.installed = Clock::now();
@@ -61,7 +60,7 @@ void finish(bool installed) {
 
 void startInstallHook() {
     const Installation& order = install.order;
-    PLAT_LOG(3, "firmware: version %s is verified, install it", order.manifest.version.c_str());
+    LOG_LINE(3, "firmware: version %s is verified, installing it", order.manifest.version.c_str());
     if (order.begin && !order.begin()) return finish(false);
     const JobId job =
         startHook(kInstallHook, {order.path, order.manifest.version},
@@ -73,10 +72,11 @@ void startInstallHook() {
 void verified(const std::string& digest) {
     const Installation& order = install.order;
     install.digest.reset();
-    // The hook opens the path anew, which must still lead to what was read.
-    if (digest == order.manifest.sha256 && install.stamp == stampOf(order.path))
+    // The hook will open the path again, so it must still be the file that was read.
+    if (digest == order.manifest.sha256 && install.stamp == stampOf(order.path)) {
         return startInstallHook();
-    PLAT_LOG(1, "firmware: %s does not match its manifest and is not installed",
+    }
+    LOG_LINE(1, "firmware: %s does not match its manifest and is not installed",
              order.path.c_str());
     finish(false);
 }
@@ -85,20 +85,20 @@ void verified(const std::string& digest) {
 
 bool installImage(Installation order) {
     if (!hasHook(kInstallHook)) {
-        PLAT_LOG(1, "firmware: there is no hook firmware-install");
+        LOG_LINE(1, "firmware: there is no hook firmware-install");
         return false;
     }
     Fd lock = takeLock();
-    if (lock.get() < 0) {
-        PLAT_LOG(1, "firmware: another image is being installed, or %s can't be made",
+    if (!lock) {
+        LOG_LINE(1, "firmware: another image is being installed, or %s can't be made",
                  lockFile().c_str());
         return false;
     }
     const auto stamp = stampOf(order.path);
     auto digest = stamp ? Digest::open(order.path) : std::nullopt;
     if (!digest) {
-        PLAT_LOG(1, "firmware: can't read %s", order.path.c_str());
-        (void)::unlink(lockFile().c_str());
+        LOG_LINE(1, "firmware: can't read %s", order.path.c_str());
+        unlink(lockFile().c_str());
         return false;
     }
     install = {std::move(order), stamp, std::move(digest), std::move(lock), {}};
@@ -108,12 +108,12 @@ bool installImage(Installation order) {
 
 bool isInstallFree() {
     const Fd lock = takeLock();
-    if (lock.get() >= 0) (void)::unlink(lockFile().c_str());
-    return lock.get() >= 0;
+    if (lock) unlink(lockFile().c_str());
+    return static_cast<bool>(lock);
 }
 
 bool isInstalling() {
-    return install.lock.get() >= 0 && !install.digest;
+    return install.lock && !install.digest;
 }
 
 bool workOnInstall() {
@@ -128,8 +128,6 @@ bool workOnInstall() {
 }
 
 void dropInstall() {
-    if (!isInstalling() && install.lock.get() >= 0) (void)::unlink(lockFile().c_str());
+    if (!isInstalling() && install.lock) unlink(lockFile().c_str());
     install = {};
 }
-
-}  // namespace plat

@@ -1,5 +1,5 @@
-// A firmware order: the image and its manifest are fetched by a program of the system, then
-// installed. URL and file name come from the network.
+#include "netctrl/firmware_fetch.h"
+
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <strings.h>
@@ -15,37 +15,38 @@
 #include <vector>
 
 #include "api.h"
+#include "base/result.h"
 #include "common/command.h"
 #include "common/conf.h"
 #include "common/hook.h"
 #include "common/job.h"
 #include "common/log.h"
 #include "common/text.h"
-#include "netctrl/upgrade_parts.h"
+#include "netctrl/firmware_image.h"
+#include "netctrl/firmware_install.h"
+#include "netctrl/firmware_state.h"
 
-namespace plat {
 namespace {
 
 using std::chrono::seconds;
 
 constexpr uint8_t kNoOption = 0;
 constexpr uint8_t kFetchOption = 6;
-// The server may only just be starting. A failure is noticed a second later, which is a pause.
+// The server may still be starting. Failures are noticed only a second later, so there is a pause.
 constexpr int kMostAttempts = 5;
-// A Registrar that has heard for 240 seconds of nothing but Upgrade repeats its order, which
-// changes nothing.
+// A Registrar that sees no other state than Upgrade for 240 seconds repeats its order, without
+// effect.
 constexpr seconds kManifestLimit{10};
 constexpr seconds kImageLimit{180};
 constexpr uint64_t kMostImage = uint64_t{512} * 1024 * 1024;
 
 constexpr const char* kFolderName = "vm1905_firmware.";
 
-struct Fetch {
-    std::string url;     // of the image; empty while nothing is at work
-    std::string folder;  // of its own, removed at the end
-    int attempts = 0;    // at the manifest
-};
-Fetch fetch;
+struct {
+    std::string url;     // of the image; empty while nothing is fetched
+    std::string folder;  // for this download only, removed at the end
+    int attempts = 0;    // to fetch the manifest
+} fetch;
 
 std::string imagePath() {
     return fetch.folder + "/image";
@@ -62,31 +63,32 @@ void finish() {
 }
 
 void fail(const char* why) {
-    PLAT_LOG(1, "firmware: %s: %s", fetch.url.c_str(), why);
+    LOG_LINE(1, "firmware: %s: %s", fetch.url.c_str(), why);
     finish();
     setFirmwareState(PLATFORM_FW_FAILED);
 }
 
-// A quarter of the room is left for the rest of the device.
+// Leaves a quarter of the free space to the rest of the device.
 uint64_t mostBytes(const std::string& folder) {
     struct statvfs info {};
-    if (::statvfs(folder.c_str(), &info) != 0) return 0;
+    if (statvfs(folder.c_str(), &info) != 0) return 0;
     return std::min<uint64_t>(kMostImage, info.f_bavail * info.f_frsize / 4 * 3);
 }
 
-// The command that fetches a URL into a file: without a file of settings, without redirections.
-// Empty when no such program is installed.
+// The command that fetches a URL into a file, ignoring settings files and refusing redirections.
+// Empty if there is no such program.
 std::vector<std::string> downloader(const std::string& url, const std::string& file,
                                     seconds limit) {
-    if (const std::string curl = findProgram("curl"); !curl.empty())
+    if (const std::string curl = findProgram("curl"); !curl.empty()) {
         return {curl, "-q", "--silent", "--show-error", "--fail", "--globoff", "--proto",
                 "=http,https,ftp", "--max-redirs", "0", "--connect-timeout", "10",
-                // Should the daemon not be there any more to end it.
+                // In case the daemon is gone and cannot end it.
                 "--max-time", std::to_string(limit.count()), "--output", file, "--", url};
+    }
     if (const std::string wget = findProgram("wget"); !wget.empty()) {
         std::error_code error;
         const auto real = std::filesystem::canonical(wget, error).filename().string();
-        if (real.starts_with("wget"))
+        if (real.starts_with("wget")) {
             return {wget,
                     "--no-config",
                     "--quiet",
@@ -96,7 +98,8 @@ std::vector<std::string> downloader(const std::string& url, const std::string& f
                     "--output-document=" + file,
                     "--",
                     url};
-        // Of a smaller system, where the name leads to a program of many names.
+        }
+        // On small systems wget is a link to a program such as busybox.
         return {wget, "-q", "-O", file, "--", url};
     }
     const std::string busybox = findProgram("busybox");
@@ -121,7 +124,7 @@ void imageFetched(int status) {
 void manifestFetched(int status);
 
 bool fetchManifest() {
-    ++fetch.attempts;
+    fetch.attempts++;
     return download(fetch.url + std::string(kManifestSuffix), manifestPath(), kMostManifest,
                     kManifestLimit, [](int ended, const std::string&) { manifestFetched(ended); });
 }
@@ -131,21 +134,22 @@ void manifestFetched(int status) {
     const auto manifest = parseManifest(readManifest(manifestPath()));
     if (status != 0 || !manifest) return fail("there is no usable manifest for it");
     char hostname[128], version[128];
-    (void)getHostname(hostname);
-    (void)getFirmwareVersion(version);
+    getHostname(hostname);
+    getFirmwareVersion(version);
     if (!isFor(*manifest, hostname)) return fail("it is for other devices");
     if (manifest->version == version) {
-        PLAT_LOG(2, "firmware: version %s runs already", version);
+        LOG_LINE(2, "firmware: version %s runs already", version);
         finish();
         return setFirmwareState(PLATFORM_FW_IDLE);
     }
     if (!download(fetch.url, imagePath(), mostBytes(fetch.folder), kImageLimit,
-                  [](int ended, const std::string&) { imageFetched(ended); }))
-        fail("no room, or no program to fetch it");
+                  [](int ended, const std::string&) { imageFetched(ended); })) {
+        fail("no space, or no program to fetch it");
+    }
 }
 
-// The host in what follows the scheme of a URL, without brackets; empty when it is written in a way
-// that the program that fetches may read as another one.
+// The host in the part of a URL after the scheme, without brackets. Empty if the downloader might
+// read it differently.
 std::string hostIn(std::string_view rest) {
     rest = rest.substr(0, rest.find_first_of("/?#"));
     if (const size_t at = rest.rfind('@'); at != rest.npos) rest.remove_prefix(at + 1);
@@ -158,21 +162,23 @@ std::string hostIn(std::string_view rest) {
     return plain ? std::string(host) : "";
 }
 
-// An order must not lead to what only this device itself can reach: "localhost", and addresses of
-// the loopback in whatever way they are written.
+// An order must not lead to services that are private to this device: "localhost" and loopback
+// addresses in any notation.
 bool isOwnHost(std::string host) {
     if (host.ends_with('.')) host.pop_back();
     in_addr v4{};
     in6_addr v6{};
-    if (::inet_aton(host.c_str(), &v4) != 0)
+    if (inet_aton(host.c_str(), &v4) != 0) {
         return (ntohl(v4.s_addr) >> 24) == 127 || (ntohl(v4.s_addr) >> 24) == 0;
-    if (::inet_pton(AF_INET6, host.c_str(), &v6) == 1)
+    }
+    if (inet_pton(AF_INET6, host.c_str(), &v6) == 1) {
         return IN6_IS_ADDR_LOOPBACK(&v6) || IN6_IS_ADDR_UNSPECIFIED(&v6) ||
                IN6_IS_ADDR_V4MAPPED(&v6);
-    return ::strcasecmp(host.c_str(), "localhost") == 0;
+    }
+    return strcasecmp(host.c_str(), "localhost") == 0;
 }
 
-// The program that fetches takes the rest apart.
+// Only the scheme, the host and the characters are checked here; the downloader parses the rest.
 bool isFetchable(std::string_view url) {
     constexpr std::array<std::string_view, 3> kSchemes = {"http://", "https://", "ftp://"};
     const bool isPlain = std::all_of(url.begin(), url.end(),
@@ -188,22 +194,22 @@ bool isFetchable(std::string_view url) {
 int startFetch(std::string url, const std::string& fileName) {
     if (url.ends_with('/') && isPlainName(fileName)) url += fileName;
     if (!isFetchable(url)) {
-        PLAT_LOG(1, "firmware: no http, https or ftp URL of another device to fetch it from");
+        LOG_LINE(1, "firmware: the order has no http, https or ftp URL of another device");
         return kFailure;
     }
     if (!fetch.url.empty()) return url == fetch.url ? kOk : kFailure;
     if (!hasHook("firmware-install") || !isInstallFree()) {
-        PLAT_LOG(1, "firmware: there is no hook firmware-install, or it is at work");
+        LOG_LINE(1, "firmware: there is no hook firmware-install, or it is running");
         return kFailure;
     }
     std::string folder = downloadFolder() + "/" + kFolderName + "XXXXXX";
-    if (::mkdtemp(folder.data()) == nullptr) {
-        PLAT_LOG(1, "firmware: can't make %s: %m", folder.c_str());
+    if (mkdtemp(folder.data()) == nullptr) {
+        LOG_LINE(1, "firmware: can't make %s: %m", folder.c_str());
         return kFailure;
     }
     fetch = {url, folder, 0};
     setFirmwareState(PLATFORM_FW_UPGRADE);
-    PLAT_LOG(3, "firmware: fetch %s", url.c_str());
+    LOG_LINE(3, "firmware: fetch %s", url.c_str());
     if (!fetchManifest()) fail("no program to fetch it");
     return firmwareState() == PLATFORM_FW_UPGRADE ? kOk : kFailure;
 }
@@ -222,10 +228,11 @@ void sweepFetches() {
          !error && entry != end; entry.increment(error)) {
         const std::string path = entry->path();
         struct stat info {};
-        // The folder may be everybody's.
+        // Others may write to the folder, too.
         if (entry->path().filename().string().starts_with(kFolderName) &&
-            ::lstat(path.c_str(), &info) == 0 && info.st_uid == ::geteuid())
+            lstat(path.c_str(), &info) == 0 && info.st_uid == geteuid()) {
             left.push_back(path);
+        }
     }
     if (left.empty() || !isInstallFree()) return;
     for (const std::string& path : left) std::filesystem::remove_all(path, error);
@@ -235,10 +242,6 @@ void dropFetch() {
     if (isInstalling()) fetch.folder.clear();
     finish();
 }
-
-}  // namespace plat
-
-using namespace plat;
 
 int FWCtrl(const FwCtrl* ctrl) {
     if (ctrl == nullptr) return kFailure;
@@ -254,6 +257,6 @@ int FWCtrl(const FwCtrl* ctrl) {
         return kOk;
     }
     if (ctrl->fwOption == kFetchOption) return startFetch(url, fileName);
-    PLAT_LOG(2, "firmware: no hook firmware for the option %d", ctrl->fwOption);
+    LOG_LINE(2, "firmware: option %d needs the hook firmware", ctrl->fwOption);
     return kFailure;
 }

@@ -1,22 +1,22 @@
-// AP auto-configuration and push button: the standard messages that go out, and what comes in.
-//
-// The daemon carries the messages; what they mean for the radios is up to the product's hooks. A
-// hook that wants to answer with a WSC frame prints it as hexadecimal digits.
+// AP auto-configuration and push button messages. The daemon transports them; the product's hooks
+// decide what they mean for the radios. A hook answers with a WSC frame by printing it in
+// hexadecimal.
 #include <algorithm>
 #include <memory>
 #include <vector>
 
+#include "api.h"
+#include "base/result.h"
 #include "common/hook.h"
 #include "common/log.h"
 #include "common/text.h"
 #include "netctrl/notices.h"
 #include "netctrl/watch.h"
 
-namespace plat {
 namespace {
 
 void fillOwnAlMac(uint8_t* mac) {
-    toldAlMac().value_or(MacAddr{}).copyTo(mac);
+    reportedAlMac().value_or(MacAddr{}).copyTo(mac);
 }
 
 int sendWscFrame(const MacAddr& dstMac, const std::vector<uint8_t>& frame) {
@@ -27,24 +27,21 @@ int sendWscFrame(const MacAddr& dstMac, const std::vector<uint8_t>& frame) {
     return requestService(SERV_REQ_AP_AUTOCONF_WSC, &request);
 }
 
-// Runs a hook and sends what it answers to the device that caused it.
+// Runs a hook and sends the frame that it prints to the given MAC address.
 int runAutoConfHook(const std::string& name, const std::vector<std::string>& args,
                     const uint8_t* replyTo) {
-    // It may come after this function is gone.
+    // Shared: the answer may come after this function has returned.
     const auto sent = std::make_shared<int>(kOk);
     const auto answer = [name, sent, to = MacAddr(replyTo)](int result, const std::string& output) {
         if (result != 0 || trim(output).empty()) return;
         const auto frame = parseHex(output);
-        if (!frame)
-            PLAT_LOG(1, "hook %s printed something else than hexadecimal digits", name.c_str());
+        if (!frame) {
+            LOG_LINE(1, "the output of hook %s is not hexadecimal", name.c_str());
+        }
         *sent = frame ? sendWscFrame(to, *frame) : kFailure;
     };
     const int result = runHook(name, args, answer);
     return result != 0 ? result : *sent;
-}
-
-std::string number(uint32_t value) {
-    return std::to_string(value);
 }
 
 int sendRenew(uint8_t band) {
@@ -57,24 +54,22 @@ int sendRenew(uint8_t band) {
 int notifyRoleMessage(const char* hook, const ApAutoConfInfo* msg) {
     if (msg == nullptr) return kFailure;
     return runAutoConfHook(hook,
-                           {macText(msg->alMac), number(msg->supportedRole), number(msg->freqBand),
-                            number(msg->msgId)},
+                           {macText(msg->alMac), std::to_string(msg->supportedRole),
+                            std::to_string(msg->freqBand), std::to_string(msg->msgId)},
                            msg->alMac);
 }
 
 }  // namespace
-}  // namespace plat
 
-using namespace plat;
-
-// A Registrar that is set to answer on that band does so; whoever is not searched for keeps quiet.
+// Only a Registrar whose "send response" value for the band is set answers.
 int notifyApAutoConfSrchMsgReceived(const ApAutoConfSrch* msg) {
     if (msg == nullptr) return kFailure;
     WpsConfig config{};
     WpsBandConfig band{};
-    (void)getWPSConfig(&config);
-    if (config.deviceType != PLATFORM_REGISTRAR || msg->searchedRole != PLATFORM_REGISTRAR)
+    getWPSConfig(&config);
+    if (config.deviceType != PLATFORM_REGISTRAR || msg->searchedRole != PLATFORM_REGISTRAR) {
         return kOk;
+    }
     const uint8_t answers =
         getWPSConfByBand(msg->freqBand, &band) == kOk ? band.sendResponse : config.sendResponse;
     if (answers == 0) return kOk;
@@ -106,15 +101,16 @@ int notifyApAutoConfWscMsgReceived(const ApAutoConfWsc* msg) {
 
 int notifyPBEventMsgReceived(const PbEvent* msg) {
     if (msg == nullptr || (msg->mediaTypes == nullptr && msg->mediaTypeNum != 0)) return kFailure;
-    std::vector<std::string> args{macText(msg->alMac), number(msg->msgId)};
-    for (uint8_t i = 0; i < msg->mediaTypeNum; ++i)
-        args.push_back(number(msg->mediaTypes[i].mediaType));
+    std::vector<std::string> args{macText(msg->alMac), std::to_string(msg->msgId)};
+    for (uint8_t i = 0; i < msg->mediaTypeNum; i++) {
+        args.push_back(std::to_string(msg->mediaTypes[i].mediaType));
+    }
     return runHook("push-button", args);
 }
 
 int notifyPBJoinMsgReceived(const PbJoin* msg) {
     if (msg == nullptr) return kFailure;
-    return runHook("push-button-join", {macText(msg->alMac), number(msg->msgId),
+    return runHook("push-button-join", {macText(msg->alMac), std::to_string(msg->msgId),
                                         macText(msg->txIntfMac), macText(msg->newDevIntfMac)});
 }
 
@@ -134,16 +130,17 @@ int vmNetCtrl_WPS_sendRenewMsg(uint8_t band) {
     return sendRenew(band);
 }
 
-// The event names the media types whose interfaces the button may add a device to: the radios.
-int sendPBEvent(void) {
+// The event lists the media types of the radios, since the button adds devices to these.
+int sendPBEvent() {
     std::vector<PbMediaType> types;
-    for (const Intf& intf : told().intfs) {
+    for (const Intf& intf : reported().intfs) {
         if (!intf.isRadio()) continue;
         const auto type = static_cast<uint16_t>(intf.mediaType);
         const auto same = [type](const PbMediaType& t) { return t.mediaType == type; };
-        if (std::none_of(types.begin(), types.end(), same))
+        if (std::none_of(types.begin(), types.end(), same)) {
             types.push_back(
                 {type, static_cast<uint8_t>(intf.mediaInfo.size()), intf.mediaInfo.data()});
+        }
     }
     PbEventReq request{};
     request.mediaTypeNum = static_cast<uint8_t>(types.size());

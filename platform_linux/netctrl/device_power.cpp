@@ -1,31 +1,29 @@
-// Power state of interfaces: the kernel's up and down.
+// Power state of interfaces: up and down in the kernel.
+#include "api.h"
+#include "base/result.h"
 #include "common/log.h"
 #include "netctrl/links.h"
 #include "netctrl/watch.h"
 
-namespace plat {
 namespace {
 
-// Applies the state to every interface that the condition picks.
-template <class Picks>
+// Applies the state to every interface for which picks() is true.
+template <typename Picks>
 int setPwrState(uint32_t state, Picks picks) {
     if (state != PLATFORM_PWR_ON && state != PLATFORM_PWR_OFF) return kPwrUnsupported;
-    int result = kNoIntf;
-    for (const Intf& intf : told().intfs) {
+    int result = kNoLocalIntf;
+    for (const Intf& intf : reported().intfs) {
         if (!picks(intf)) continue;
         const bool done = setLinkUp(intf.index, state == PLATFORM_PWR_ON);
-        PLAT_LOG(done ? 3 : 1, "set %s %s: %s", intf.name.c_str(),
+        LOG_LINE(done ? 3 : 1, "set %s %s: %s", intf.name.c_str(),
                  state == PLATFORM_PWR_ON ? "up" : "down", done ? "done" : "failed");
         if (!done) result = kFailure;
-        if (done && result == kNoIntf) result = kOk;
+        if (done && result == kNoLocalIntf) result = kOk;
     }
     return result;
 }
 
 }  // namespace
-}  // namespace plat
-
-using namespace plat;
 
 int setIntfPwrStateByType(uint32_t mediaType, uint32_t state) {
     return setPwrState(state, [=](const Intf& intf) { return intf.mediaType == mediaType; });

@@ -1,23 +1,24 @@
-// WPS and auto-configuration settings: plain state that the management processes set and the daemon
-// mirrors.
+// WPS and auto-configuration settings, kept in memory. Management processes set them; the daemon
+// keeps a copy.
 #include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstring>
 #include <optional>
 
+#include "api.h"
+#include "base/result.h"
 #include "common/conf.h"
 #include "common/log.h"
 #include "common/text.h"
 #include "netctrl/lifecycle.h"
 #include "netctrl/notices.h"
 
-namespace plat {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// A renew that nobody ended counts as over after this time.
+// A renew ends after this time at the latest.
 constexpr std::chrono::seconds kRenewLimit{120};
 
 struct Band {
@@ -25,13 +26,13 @@ struct Band {
     WpsBandConfig config;
 };
 
-// New values of the device mode, to be confirmed in time.
+// New values of the device mode that must be confirmed in time.
 struct Trial {
     WpsConfig before;
     Clock::time_point until;
 };
 
-struct Wps {
+struct {
     WpsConfig config{};
     std::array<Band, 4> bands{{{0, {}}, {1, {}}, {32, {}}, {33, {}}}};
     uint8_t reload = 0;
@@ -39,18 +40,17 @@ struct Wps {
     bool approveAll = false;
     std::optional<Clock::time_point> renewUntil;
     std::optional<Trial> trial;
-};
-Wps wps;
+} wps;
 
 uint8_t low8(int32_t value) {
     return static_cast<uint8_t>(value);
 }
 
-// Stores a value; the daemon is told at the next opportunity when it is another one.
-template <class Value>
-void store(Value* place, const Value& value) {
-    if (std::memcmp(place, &value, sizeof value) == 0) return;
-    *place = value;
+// Stores a value; the next runNetCtrl reports a change.
+template <typename Value>
+void change(Value& field, const Value& value) {
+    if (memcmp(&field, &value, sizeof value) == 0) return;
+    field = value;
     noteWpsChange();
 }
 
@@ -61,14 +61,11 @@ Band* bandOf(uint32_t code) {
 }
 
 }  // namespace
-}  // namespace plat
-
-using namespace plat;
 
 int setWPSConfig(int32_t deviceType, int32_t sendSearch, int32_t sendResponse) {
     if (deviceType != PLATFORM_REGISTRAR && deviceType != PLATFORM_ENROLLEE) return kFailure;
     wps.trial.reset();
-    store(&wps.config, WpsConfig{low8(deviceType), low8(sendSearch), low8(sendResponse)});
+    change(wps.config, WpsConfig{low8(deviceType), low8(sendSearch), low8(sendResponse)});
     return kOk;
 }
 
@@ -80,22 +77,23 @@ int getWPSConfig(WpsConfig* config) {
 
 int setWPSConfigChangetimeout(int32_t deviceType, int32_t sendSearch, int32_t sendResponse,
                               int32_t timeout) {
-    // A trial within a trial still falls back to what was in force before the first.
+    // A trial within a trial falls back to the values from before the first one.
     const WpsConfig before = wps.trial ? wps.trial->before : wps.config;
     const int result = timeout < 0 ? kFailure : setWPSConfig(deviceType, sendSearch, sendResponse);
-    if (result == kOk && timeout > 0)
+    if (result == kOk && timeout > 0) {
         wps.trial = Trial{before, Clock::now() + std::chrono::seconds(timeout)};
+    }
     return result;
 }
 
-int getChangetomeout_flag(void) {
+int getChangetomeout_flag() {
     return wps.trial.has_value() ? 1 : 0;
 }
 
-int check_ChangeDeviceMode_timeout(void) {
+int check_ChangeDeviceMode_timeout() {
     if (!wps.trial || Clock::now() < wps.trial->until) return kOk;
-    PLAT_LOG(2, "the new device mode was not confirmed in time; the former one is back");
-    store(&wps.config, wps.trial->before);
+    LOG_LINE(2, "the new device mode was not confirmed in time; the former one is restored");
+    change(wps.config, wps.trial->before);
     wps.trial.reset();
     return kOk;
 }
@@ -103,14 +101,14 @@ int check_ChangeDeviceMode_timeout(void) {
 int setWPSConfByBand(const char* band, int32_t sendSearch, int32_t sendResponse) {
     if (band == nullptr) return kFailure;
     const WpsBandConfig config{low8(sendSearch), low8(sendResponse)};
-    if (std::strcmp(band, "All") == 0) {
-        for (Band& each : wps.bands) store(&each.config, config);
+    if (strcmp(band, "All") == 0) {
+        for (Band& each : wps.bands) change(each.config, config);
         return kOk;
     }
     const auto code = parseNumber(band);
     Band* found = code ? bandOf(*code) : nullptr;
     if (found == nullptr) return kFailure;
-    store(&found->config, config);
+    change(found->config, config);
     return kOk;
 }
 
@@ -123,7 +121,7 @@ int getWPSConfByBand(uint8_t band, WpsBandConfig* config) {
 
 int setWiFiReloadFlag(int32_t deviceType, int32_t reload) {
     if (deviceType != PLATFORM_REGISTRAR && deviceType != PLATFORM_ENROLLEE) return kFailure;
-    store(&wps.reload, low8(reload));
+    change(wps.reload, low8(reload));
     return kOk;
 }
 
@@ -134,7 +132,7 @@ int getWiFiReload(uint8_t* reload) {
 }
 
 int setAPautoconfig(uint8_t setting) {
-    store(&wps.autoconfig, setting);
+    change(wps.autoconfig, setting);
     return kOk;
 }
 
@@ -144,8 +142,8 @@ int getAPautoconfig(uint8_t* setting) {
     return kOk;
 }
 
-// The Wi-Fi sync list names the devices that a renew still waits for. Nothing here configures the
-// Wi-Fi of other devices, so it is empty: no device is in it, and none can be taken off.
+// The Wi-Fi sync list holds the devices that a renew still waits for. This library does not
+// configure the Wi-Fi of other devices, so the list is always empty.
 int getWPSSyncListByMac(WpsSyncRecord*) {
     return kFailure;
 }
@@ -158,12 +156,12 @@ int getWPSSyncListByBand(WpsSyncRecord* record) {
 
 int setAPautoconfigFlag(const uint8_t* alMac, uint8_t band) {
     if (wps.renewUntil) return kOk;
-    PLAT_LOG(3, "%s acknowledged band %d, but no renew waits for it", macText(alMac).c_str(), band);
+    LOG_LINE(3, "%s acknowledged band %d, but no renew waits for it", macText(alMac).c_str(), band);
     return kFailure;
 }
 
-// No renew of ours is ever repeated: what the schedule gives us here is the second.
-int reSendRenewbySynclist(void) {
+// This library never repeats a renew, but the daemon calls this every second.
+int reSendRenewbySynclist() {
     tickSecond();
     return kOk;
 }
@@ -174,16 +172,16 @@ int start_and_stop_Renew(int32_t start) {
     return kOk;
 }
 
-int getSendRenew_flag(void) {
+int getSendRenew_flag() {
     return wps.renewUntil.has_value() ? 1 : 0;
 }
 
-int check_Renew_timeout(void) {
+int check_Renew_timeout() {
     if (wps.renewUntil && Clock::now() >= *wps.renewUntil) wps.renewUntil.reset();
     return kOk;
 }
 
-int wifi_flag_init(void) {
+int wifi_flag_init() {
     return start_and_stop_Renew(0);
 }
 
@@ -199,15 +197,16 @@ int getApproveFlag(int32_t* approve) {
     return kOk;
 }
 
-int checkMACisApprove(const uint8_t* alMac, const char* hostname) {
+// The host name is ignored because it is easily forged.
+int checkMACisApprove(const uint8_t* alMac, const char* /*hostname*/) {
     if (alMac == nullptr) return kFailure;
     if (wps.approveAll || !conf().has("APPROVED")) return kOk;
     bool listed = false;
     forEachWord(conf().value("APPROVED"), [&](std::string_view word) {
         listed = listed || parseMac(word) == MacAddr(alMac);
     });
-    if (!listed)
-        PLAT_LOG(3, "device %s is not in APPROVED of platform.conf", macText(alMac).c_str());
-    (void)hostname;  // a name is easily borrowed, so it admits nobody
+    if (!listed) {
+        LOG_LINE(3, "device %s is not in APPROVED of platform.conf", macText(alMac).c_str());
+    }
     return listed ? kOk : kFailure;
 }

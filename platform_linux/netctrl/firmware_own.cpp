@@ -1,54 +1,55 @@
-// The image that a Registrar installs on itself once the others are done.
+#include "netctrl/firmware_own.h"
+
 #include <cstdio>
 #include <fstream>
 #include <string>
 #include <utility>
 
 #include "api.h"
+#include "common/files.h"
 #include "common/log.h"
-#include "netctrl/upgrade_parts.h"
+#include "common/text.h"
+#include "netctrl/firmware_install.h"
+#include "netctrl/firmware_offer.h"
+#include "netctrl/firmware_state.h"
 #include "platform/exports.h"
 
-namespace plat {
 namespace {
 
 enum class Stage { kNothing, kInstalling, kInstalled, kShown };
 
-struct Own {
+struct {
     Stage stage = Stage::kNothing;
-    std::string tried;  // digest of what could not be installed here
-};
-Own own;
+    std::string tried;  // digest of the image that could not be installed
+} own;
 
-// Of the image whose installation here was begun last: it is not tried twice.
+// Holds the digest of the last image that this device began to install, which is not tried twice.
 std::string noteFile() {
     return firmwareFolder() + "/.installed";
 }
 
 std::string noted() {
-    std::ifstream file(noteFile());
-    std::string digest;
-    return std::getline(file, digest) ? digest : "";
+    return std::string(lineOf(readFile(noteFile(), 128), 0));
 }
 
 void giveUp(const std::string& digest, const char* why) {
-    PLAT_LOG(1, "firmware: this device stays with its own: %s", why);
+    LOG_LINE(1, "firmware: this device keeps its version: %s", why);
     own.tried = digest;
 }
 
-// Before the hook runs, which may not come back: without the note a device that tells another
-// version afterwards would install it again and again.
+// Written before the hook runs, because it may not return. Without the note, a device that reports
+// another version afterwards would install the image again and again.
 bool note(const std::string& digest) {
     std::ofstream file(noteFile());
     if (file << digest << std::endl) return true;
-    PLAT_LOG(1, "firmware: what is installed can't be noted in FIRMWARE_FOLDER");
+    LOG_LINE(1, "firmware: can't write .installed in FIRMWARE_FOLDER");
     return false;
 }
 
 void installed(const std::string& digest, bool good) {
     own.stage = good ? Stage::kInstalled : Stage::kNothing;
     if (good) return;
-    (void)std::remove(noteFile().c_str());
+    remove(noteFile().c_str());
     giveUp(digest, "the installation failed");
 }
 
@@ -56,27 +57,29 @@ void installed(const std::string& digest, bool good) {
 
 void installOwn(const std::string& path, const Manifest& manifest) {
     char version[128];
-    (void)getFirmwareVersion(version);
+    getFirmwareVersion(version);
     const std::string& digest = manifest.sha256;
     if (own.stage != Stage::kNothing || manifest.version == version || digest == own.tried) return;
-    if (noted() == digest)
+    if (noted() == digest) {
         return giveUp(digest, "the announced image was installed before, but does not run");
+    }
     own.stage = Stage::kInstalling;
     if (installImage({path, manifest, [digest] { return note(digest); },
-                      [digest](bool good) { installed(digest, good); }}))
+                      [digest](bool good) { installed(digest, good); }})) {
         return;
+    }
     own.stage = Stage::kNothing;
     giveUp(digest, "it can't be installed");
 }
 
 bool workOnOwn() {
     const Stage stage = own.stage;
-    // One pass lies between, so that the mesh sees why the device goes.
+    // Waits one pass, so that the mesh sees the state Reboot.
     if (stage == Stage::kInstalled) {
         own.stage = Stage::kShown;
     } else if (stage == Stage::kShown) {
-        PLAT_LOG(2, "firmware: reboot into the new one");
-        (void)rebootSystem();
+        LOG_LINE(2, "firmware: reboot into the new one");
+        rebootSystem();
         own.stage = Stage::kNothing;
         setFirmwareState(PLATFORM_FW_FAILED);
     }
@@ -90,5 +93,3 @@ void retryOwn() {
 void dropOwn() {
     own = {};
 }
-
-}  // namespace plat

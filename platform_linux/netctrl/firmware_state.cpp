@@ -1,27 +1,26 @@
-// State of the own firmware upgrade, as the installation or management processes tell it.
+#include "netctrl/firmware_state.h"
+
 #include <array>
 #include <string_view>
 
-#include "api.h"
+#include "base/result.h"
 #include "common/text.h"
 #include "netctrl/notices.h"
-#include "netctrl/upgrade.h"
 
-namespace plat {
 namespace {
 
 constexpr std::array<std::string_view, 6> kLabels = {"Failed",  "Idle",       "Busy",
                                                      "Upgrade", "Upgrade_EX", "Reboot"};
 static_assert(kLabels[PLATFORM_FW_REBOOT] == "Reboot");
 
-struct Firmware {
+struct {
     uint32_t state = PLATFORM_FW_IDLE;
-};
-Firmware firmware;
+} firmware;
 
 std::optional<uint32_t> stateOf(std::string_view text) {
-    for (uint32_t state = 0; state < kLabels.size(); ++state)
+    for (uint32_t state = 0; state < kLabels.size(); state++) {
         if (kLabels[state] == text) return state;
+    }
     const auto value = parseNumber(text);
     return value && *value < kLabels.size() ? value : std::nullopt;
 }
@@ -36,10 +35,6 @@ void setFirmwareState(uint32_t state) {
 uint32_t firmwareState() {
     return firmware.state;
 }
-
-}  // namespace plat
-
-using namespace plat;
 
 int getfirmwareStatus(int32_t, int32_t, uint32_t* status) {
     if (status == nullptr) return kFailure;

@@ -1,0 +1,11 @@
+// Files that are read whole.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+enum class Links { kFollow, kRefuse };
+
+// The first bytes of a file, at most as many as given; empty if it cannot be read. A FIFO does not
+// block. kRefuse: a symbolic link cannot be read.
+std::string readFile(const std::string& path, size_t most, Links links = Links::kFollow);

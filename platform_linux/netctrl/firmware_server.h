@@ -1,0 +1,14 @@
+// Where the devices find the announced images: our own server, another machine's or the product's.
+#pragma once
+
+#include <string>
+
+// The URL of every image up to its name, with a slash at its end. Empty while nothing can serve
+// them; the first time a log line says what is missing.
+std::string firmwareUrl();
+
+// Stops the server if it was started.
+void stopServer();
+
+// The same at the end of the library: waits briefly for a start or stop that is still running.
+void endServer();
