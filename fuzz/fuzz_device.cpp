@@ -13,6 +13,7 @@
 #include "base/clock.h"
 #include "base/log.h"
 #include "base/result.h"
+#include "base/state.h"
 #include "controller/alarm.h"
 #include "controller/announcements.h"
 #include "controller/controller_loop.h"
@@ -151,7 +152,7 @@ void startDevice(uint8_t switches, const Folder& folder) {
     (void)setEnableLogOption(1);
     (void)setLogIndexOption(1);
     installUpcalls();
-    setRootApFolder(getDataModelFolderOption());
+    stateOf<RootAp>().folder = getDataModelFolderOption();
     if (initDataManager() != kOk || initMessageMonitor() != kOk) abort();
     (void)startMessageMonitor();
 }

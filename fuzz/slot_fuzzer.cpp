@@ -36,8 +36,6 @@ uint8_t takeFlag(uint8_t* slot, uint8_t next) {
 }
 
 void start() {
-    usePrivateSlots();
-    setWakeFifoPath(nullptr);
     if (initServiceMonitor() != 0 || startServiceMonitor() != 0) abort();
 }
 

@@ -38,10 +38,6 @@ bool isIpAddress(const Text<32>& text) {
 
 }  // namespace
 
-void setRootApFolder(std::string_view folder) {
-    rootAp().folder = folder;
-}
-
 bool rootApMeshMacsPublished() {
     return rootAp().flag_rootap_mesh_mac != 0;
 }

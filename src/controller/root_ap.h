@@ -20,9 +20,6 @@ struct RootAp {
     std::string folder = "/tmp";
 };
 
-// Where the files are written instead.
-void setRootApFolder(std::string_view folder);
-
 // Once in the daemon's life, as soon as the Registrar has told the names of its three mesh
 // interfaces: writes their MACs into ROOTAP_MESH_MAC.
 void publishRootApMeshMacs();

@@ -100,10 +100,6 @@ int destroyServRespShm() {
     return destroySegment(state().response);
 }
 
-void usePrivateSlots() {
-    state().request.key = state().response.key = IPC_PRIVATE;
-}
-
 ServReq::ServReq(const uint8_t* slot) {
     std::memcpy(bytes_.data(), slot, bytes_.size());
 }

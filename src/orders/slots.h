@@ -38,10 +38,6 @@ uint8_t* getServRespShm();
 int destroyServReqShm();
 int destroyServRespShm();
 
-// For tests: segments of their own (IPC_PRIVATE) instead of those that all processes share. Counts
-// from the next init.
-void usePrivateSlots();
-
 // A request as it was when the daemon took it.
 class ServReq {
   public:

@@ -5,9 +5,9 @@
 #include "base/result.h"
 #include "db/database.h"
 #include "platform/autoconfig.h"
-#include "publish/device_info.h"
 #include "publish/json_autoconfig.h"
 #include "publish/json_device.h"
+#include "publish/json_device_info.h"
 #include "publish/json_writer.h"
 #include "publish/labels.h"
 

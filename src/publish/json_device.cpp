@@ -5,7 +5,7 @@
 
 #include "base/result.h"
 #include "platform/autoconfig.h"
-#include "publish/device_info.h"
+#include "publish/json_device_info.h"
 #include "publish/labels.h"
 
 namespace {

@@ -57,7 +57,3 @@ void closeWakeFifo() {
     state().fifo = Fd();
     (void)unlink(state().path.c_str());
 }
-
-void setWakeFifoPath(const char* path) {
-    state().path = path != nullptr ? path : "";
-}

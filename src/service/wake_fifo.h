@@ -19,6 +19,3 @@ int wakeFifoFd();
 void drainWakeFifo();
 // Removes it.
 void closeWakeFifo();
-
-// For tests: another place for it, nullptr for none. Counts from the next openWakeFifo.
-void setWakeFifoPath(const char* path);

@@ -8,7 +8,6 @@
 #include "daemon/main_loop.h"
 #include "db/data_manager.h"
 #include "db/options.h"
-#include "service/wake_fifo.h"
 
 namespace sim {
 namespace {
@@ -36,8 +35,6 @@ void startDaemon(const DeviceOptions& options, const Site& site) {
     const bool isConfigured = initSysConfig() == kOk;
     DEBUGLEVEL = debugLevel;  // the configuration sets it
     installUpcalls();
-    usePrivateSlots();
-    setWakeFifoPath(nullptr);
     if (!isConfigured || initNetCtrl() != kOk || initDataManager() != kOk ||
         initMessageMonitor() != kOk || initServiceMonitor() != kOk) {
         throw std::runtime_error(site.name + ": the daemon cannot be initialized");

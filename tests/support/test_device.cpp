@@ -1,5 +1,7 @@
 #include "support/test_device.h"
 
+#include <sys/ipc.h>
+
 #include <memory>
 
 #include "base/state.h"
@@ -11,6 +13,12 @@ std::unique_ptr<TestDevice> fresh;
 const bool isThere = (freshDevice(), true);
 
 }  // namespace
+
+TestDevice::TestDevice() {
+    auto& slots = std::get<SlotsState>(state);
+    slots.request.key = slots.response.key = IPC_PRIVATE;
+    std::get<WakeFifo>(state).path = "";
+}
 
 FakePlatform& fakePlatform() {
     return stateOf<FakePlatform>();

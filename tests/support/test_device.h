@@ -1,5 +1,6 @@
 // A device of a test: the state of the daemon, a scripted platform library and cables of the test's
-// making. One is there from the start of the program.
+// making. Its slots are its own, and it has no wake FIFO. One is there from the start of the
+// program.
 #pragma once
 
 #include "daemon/device_state.h"
@@ -7,6 +8,8 @@
 #include "support/fake_raw_socket.h"
 
 struct TestDevice {
+    TestDevice();
+
     FakePlatform platform;
     FakeNet net;
     DeviceState state;  // goes first: its sockets are ends of the cables

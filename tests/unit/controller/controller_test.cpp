@@ -5,6 +5,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "base/state.h"
 #include "controller/controller_loop.h"
 #include "controller/root_ap.h"
 #include "controller/wifi_client_report.h"
@@ -163,7 +164,7 @@ TEST_F(Controller, OwnRecordFollowsThePlatform) {
 }
 
 TEST_F(Controller, RootApIsPublished) {
-    setRootApFolder(folder());
+    stateOf<RootAp>().folder = folder();
     const std::string macs = folder() + "/ROOTAP_MESH_MAC", ip = folder() + "/rootap_ip";
     auto& commands = fakeSystem().commands;
     commands.clear();

@@ -23,8 +23,6 @@ class Service : public Device {
   protected:
     void SetUp() override {
         Device::SetUp();
-        usePrivateSlots();
-        setWakeFifoPath(nullptr);
         ASSERT_EQ(initServiceMonitor(), kOk);
         ASSERT_EQ(startServiceMonitor(), kOk);
     }
@@ -151,7 +149,7 @@ TEST_F(Service, SlotsAndStates) {
 
 TEST_F(Service, APokeEndsTheWait) {
     const std::string path = folder() + "/wake";
-    setWakeFifoPath(path.c_str());
+    stateOf<WakeFifo>().path = path;
     ASSERT_EQ(destroyServiceMonitor(), kOk);
     std::ofstream(path) << "mine";
     ASSERT_EQ(initServiceMonitor(), kOk);

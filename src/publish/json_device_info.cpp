@@ -1,4 +1,4 @@
-#include "publish/device_info.h"
+#include "publish/json_device_info.h"
 
 #include <algorithm>
 #include <climits>
