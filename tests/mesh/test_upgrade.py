@@ -1,10 +1,9 @@
-"""A mesh follows its Registrar to the next firmware, over its own network. The daemon's own times
-rule: half a minute lies between the last order and the first reboot."""
+"""A mesh follows its Registrar to the next firmware, over its own network."""
 
 import hashlib
 import random
 
-from lab import Lab, al_mac, wait_until
+from lab import Lab, al_mac
 from model import al, remotes
 
 DEVICES = {"dev1": al_mac(1), "dev2": al_mac(2), "dev3": al_mac(3)}
@@ -31,7 +30,7 @@ def told(lab, device):
 
 def test_a_mesh_is_upgraded():
     digest = hashlib.sha256(IMAGE).hexdigest()
-    with Lab("line", "3") as mesh:
+    with Lab("line", "3", own_clock=True) as mesh:
         for device in DEVICES:
             write(mesh, device, "/etc/vm1905/hooks/firmware-install", INSTALL, "755")
             mesh.shell(device, f"""
@@ -43,7 +42,7 @@ def test_a_mesh_is_upgraded():
         mesh("kill", *DEVICES)
         mesh("start", *DEVICES)
         old = {al_mac(2): ("1.0", "Idle"), al_mac(3): ("1.0", "Idle")}
-        wait_until(lambda: told(mesh, "dev1") == old, 20, "the versions before")
+        mesh.until(lambda: told(mesh, "dev1") == old, "the versions before")
         write(mesh, "dev1", f"{FOLDER}/fw-2.0.bin", IMAGE)
         write(mesh, "dev1", f"{FOLDER}/fw-2.0.bin.manifest",
               f"VERSION = 2.0\nSHA256 = {digest}\n".encode())
@@ -54,7 +53,7 @@ def test_a_mesh_is_upgraded():
                        and al(mesh.model(device)).get("FirmwareState") == "Idle"
                        for device, own in DEVICES.items())
 
-        wait_until(everybody_runs_it, 140, "all run version 2.0", 1)
+        mesh.until(everybody_runs_it, "all run version 2.0", gain=2)
         for device in DEVICES:
             found = mesh.run(device, "sha256sum", "/etc/vm1905/installed").split()[0]
             assert found == digest
