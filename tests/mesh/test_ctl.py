@@ -19,11 +19,11 @@ chmod +x /etc/vm1905/hooks/led
 
 @pytest.fixture(scope="module")
 def lab():
-    with Lab("line", "3") as made:
+    with Lab("line", "3", own_clock=True) as made:
         made.shell("dev2", HOOK)
-        made("wait")
-        wait_until(lambda: len(show(made, "topology")["topology"]) == 3, 30, "all are known")
-        wait_until(lambda: "dev3" in made.model_text("dev1"), 30, "names are known")
+        made.complete()
+        made.until(lambda: len(show(made, "topology")["topology"]) == 3, "all are known")
+        made.until(lambda: '"dev3"' in made.model_text("dev1"), "names are known")
         yield made
 
 
@@ -63,10 +63,10 @@ def test_every_device_sees_the_cables_of_the_lab(lab):
     macs = {al_mac(number): f"dev{number}" for number in (1, 2, 3)}
     for root, chain in chains.items():
         for asked in {"dev1", root}:
-            wait_until(lambda: sorted(
+            lab.until(lambda: sorted(
                 (row["name"], macs[row["parent"]], row["parent_port"], row["port"])
                 for row in show(lab, "topology", "--root", root, device=asked)["topology"]
-                if row["parent"]) == sorted(chain), 20, f"{asked} sees {root} on top")
+                if row["parent"]) == sorted(chain), f"{asked} sees {root} on top")
     drawn = ctl(lab, "topology").stdout.splitlines()
     assert [line.split()[:2] for line in drawn[1:]] == [
         ["dev1", al_mac(1)], ["`--", "dev2"], ["`--", "dev3"]]
@@ -93,8 +93,7 @@ def test_records_are_those_of_the_lab(lab):
 
 def test_an_order_is_answered_by_the_device(lab):
     assert ctl(lab, "led", "dev2", "7").stdout == "done: led, dev2\n"
-    wait_until(lambda: show(lab, "device", al_mac(2))["led_status"] == "blue", 10,
-               "it tells its LED")
+    lab.until(lambda: show(lab, "device", al_mac(2))["led_status"] == "blue", "it tells its LED")
     failed = ctl(lab, "--json", "led", "DEV2", "9")
     assert failed.returncode == REFUSED and json.loads(failed.stdout)["result"] == 5
     assert "nobody answers" in ctl(lab, "led", "all", "3").stdout
@@ -110,8 +109,8 @@ def test_options_are_set_and_read(lab):
     assert ctl(lab, "get", "allow-power").stdout == "no\n"
     assert ctl(lab, "set", "allow-power", "0").stdout == "unchanged: set allow-power\n"
     asked = ("get", "allow-power", "dev1")
-    wait_until(lambda: show(lab, *asked, device="dev2") == {"allow_power": False}, 80,
-               "the others are told")
+    lab.until(lambda: show(lab, *asked, device="dev2") == {"allow_power": False},
+              "the others are told")
 
 
 @pytest.mark.parametrize("arguments, status, said", [
@@ -142,8 +141,8 @@ def test_dangerous_orders_want_a_yes(lab):
     assert lab.device("dev3")["boots"] == boots
     text, status = on_terminal(lab, "reboot", "dev3", typed="yes\n")
     assert status == DONE and "done: reboot, dev3" in text
-    wait_until(lambda: lab.device("dev3")["boots"] > boots, 20, "it reboots")
-    lab("wait")
+    lab.until(lambda: lab.device("dev3")["boots"] > boots, "it reboots")
+    lab.complete()
 
 
 def plant(lab, path, *names):
@@ -217,7 +216,7 @@ def test_watch_does_not_outlive_its_reader(lab):
 
 
 def test_completion_knows_commands_options_and_devices(lab):
-    source = (ROOT / "client" / "ctl" / "vm1905ctl.bash").read_text(encoding="utf-8")
+    source = (ROOT / "ctl" / "vm1905ctl.bash").read_text(encoding="utf-8")
     for words, expected in ((("reb",), {"reboot"}), (("led", ""), {"all", "dev2", "dev3"}),
                             (("blacklist", ""), {"add", "remove"}),
                             (("watch", "--interval", "2", "device", ""), {"self", "dev2", "dev3"}),

@@ -39,7 +39,7 @@ LINES = "\n".join(
 
 @pytest.fixture(scope="module")
 def lab():
-    with Lab("line", "3") as made:
+    with Lab("line", "3", own_clock=True) as made:
         made.shell("dev1", hooks(stations=LINES, wifi_channel_get="echo 6 36",
                                  speed_test_result="") +
                    "\n".join(f"bridge fdb add {station(n)} dev eth0 master static"
@@ -73,7 +73,7 @@ def test_stations_of_a_device_are_shown_by_the_others(lab, stranger):
 
     expected = {station(n): (100 + n, 40, 90 - n, "866.7 Mb/s", "1 Mb/s", "Guest_5GH", True)
                 for n in range(STATION_NUM)}
-    wait_until(lambda: shown() == expected, 25, "all stations in the neighbour's model")
+    lab.until(lambda: shown() == expected, "all stations in the neighbor's model")
     assert {frame.destination for frame in list(stranger.heard) if frame.vendor == STATIONS} == \
         {MULTICAST}
 
@@ -83,48 +83,44 @@ def test_channels_are_handed_out_until_acknowledged(lab):
         path = f"/tmp/vm1905/vm1905WIFIChannel_{al_mac(number).replace(':', '')}"
         return lab.attempt("exec", "dev1", "--", "cat", path).stdout
 
-    wait_until(lambda: result(2) == "success\n" and result(3) == "fail\n", 75, "both have answered")
+    lab.until(lambda: result(2) == "success\n" and result(3) == "fail\n", "both have answered")
     assert calls(lab, "dev2", "wifi-channel-set") == [f"{al_mac(1)} 6 36"]
 
 
 def test_a_speed_test_tells_its_figures_to_who_ordered_it(lab, stranger):
-    order = b"\1\2" + text("http://192.0.2.9/") + struct.pack(">II", 0, 3) + raw(stranger.mac)
+    order = b"\1\2" + text("http://192.0.2.9/") + struct.pack(">II", 0, 60) + raw(stranger.mac)
     kind, payload = stranger.ask(TARGET, START, order)
     assert (kind, payload[6:]) == (ACK, DONE)
-    assert calls(lab, "dev2", "speed-test") == [f"1 2 http://192.0.2.9/ 0 3 {stranger.mac}"]
+    assert calls(lab, "dev2", "speed-test") == [f"1 2 http://192.0.2.9/ 0 60 {stranger.mac}"]
 
     def figures():
         return [frame for frame in list(stranger.heard)
                 if frame.vendor == DATA and frame.payload[:6] == raw(TARGET_AL)]
 
-    wait_until(lambda: len(figures()) >= 4, 8, "four lines of figures")
-    time.sleep(2)
-    found = figures()
-    # The last may fall into the second in which the time is over.
-    assert len(found) <= 5 and all(frame.payload[8:] == f"line {n}".encode()
-                                   for n, frame in enumerate(found, 1))
-    # Such a line reaches whoever shows it on the device that ordered the test.
+    found = lab.until(lambda: len(figures()) >= 3 and figures(), "three lines of figures")
+    for number, frame in enumerate(found, 1):
+        assert frame.payload[8:] == f"line {number}".encode()
+    # Such a line reaches the hook that shows it on the device that ordered the test.
     stranger.tell(al_mac(1), DATA, raw(stranger.al) + text("94 Mb/s; $(id)"))
     wait_until(lambda: calls(lab, "dev1", "speed-test-result") ==
                [f"{stranger.al} 94 Mb/s; $(id)"], 5, "the line at the Registrar")
 
 
 def test_a_hook_that_hangs_holds_nothing_up(lab, stranger):
+    stranger.hello(TARGET)
     lab.shell("dev2", hooks(stations="sleep 1000 & sleep 1000"))
-    wait_until(lambda: calls(lab, "dev2", "stations"), 5, "the hook is run")
-    slowest, end = 0.0, time.monotonic() + 8
-    while time.monotonic() < end:
+
+    def is_run_again():
         begin = time.monotonic()
         assert stranger.ask(TARGET, CONF_QUERY, raw(TARGET_AL))[0] == CONF_RESP
-        slowest = max(slowest, time.monotonic() - begin)
-        time.sleep(0.01)
-    assert len(calls(lab, "dev2", "stations")) >= 2, "it was given up and run again"
-    # The daemon's own share is below 100 ms; the rest is this program's way to the wire.
-    assert slowest < 0.3, slowest
+        assert time.monotonic() - begin < 1, "a hook may take 2 seconds"
+        return len(calls(lab, "dev2", "stations")) >= 2
+
+    lab.until(is_run_again, "the hook is given up and run again")
+    assert "hook stations took longer than 2000 ms and was killed" in lab.log("dev2")
     lab.shell("dev2", f"rm {HOOKS}/stations")
 
     def sleepers():
         return lab.shell("dev2", "cat /proc/[0-9]*/comm 2>/dev/null || true").split().count("sleep")
 
-    wait_until(lambda: sleepers() == 0, 8, "nothing is left over")
-    assert "hook stations took longer than 2000 ms and was killed" in lab.log("dev2")
+    lab.until(lambda: sleepers() == 0, "nothing is left over")
