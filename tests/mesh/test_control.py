@@ -45,7 +45,7 @@ def restarted(lab, device, script=":"):
     """The AL of a daemon that has only just started, with what the script has made of its files."""
     lab.shell(device, script)
     lab.restart(device)
-    return wait_until(lambda: al(lab.model(device)), 5, "the first data model")
+    return lab.until(lambda: al(lab.model(device)), "the first data model")
 
 
 @pytest.fixture

@@ -19,7 +19,7 @@ chmod +x /etc/vm1905/hooks/led
 
 @pytest.fixture(scope="module")
 def lab():
-    with Lab("line", "3", own_clock=True) as made:
+    with Lab("line", "3") as made:
         made.shell("dev2", HOOK)
         made.complete()
         made.until(lambda: len(show(made, "topology")["topology"]) == 3, "all are known")

@@ -39,7 +39,7 @@ LINES = "\n".join(
 
 @pytest.fixture(scope="module")
 def lab():
-    with Lab("line", "3", own_clock=True) as made:
+    with Lab("line", "3") as made:
         made.shell("dev1", hooks(stations=LINES, wifi_channel_get="echo 6 36",
                                  speed_test_result="") +
                    "\n".join(f"bridge fdb add {station(n)} dev eth0 master static"

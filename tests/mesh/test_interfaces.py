@@ -11,7 +11,7 @@ NEW, OLD = "02:00:00:00:01:77", "02:00:00:00:01:78"
 
 @pytest.fixture(scope="module")
 def lab():
-    with Lab("line", "3", own_clock=True) as made:
+    with Lab("line", "3") as made:
         made.complete()
         yield made
 

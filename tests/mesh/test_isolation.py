@@ -14,7 +14,10 @@ def start():
         lab("kill", "dev1", "dev2", "dev3")
         with lab.capture("dev1", "dev2") as first, lab.capture("dev2", "dev3") as second:
             lab("start", "dev1", "dev2", "dev3")
-            time.sleep(12)
+            # Until each end has heard a notification of the other.
+            lab.until(lambda: all(f"macSa = {port_mac(2, port)}, version = 0xa0, type = 1," in
+                                  lab.log(device) for device, port in (("dev1", 0), ("dev3", 1))),
+                      "relayed notifications")
             end = time.time()
             time.sleep(1)  # what is sent up to the end is to pass both cables
         yield lab, *([frame for frame in decode(cable.data)

@@ -1,7 +1,5 @@
 """A ring, the shape in which a message that comes back would go round for ever."""
 
-import time
-
 from frames import DISCOVERY, NOTIFICATION, decode, messages
 from lab import Lab, al_mac
 from model import remotes
@@ -11,14 +9,15 @@ PAIRS = (("dev1", "dev2"), ("dev2", "dev3"), ("dev3", "dev1"))
 
 def test_a_ring_is_discovered_and_nothing_circulates():
     with Lab("ring", "3") as lab:
-        lab("wait", "--seconds", "25")
+        lab.complete()
         with lab.capture(*PAIRS[0]) as one, lab.capture(*PAIRS[1]) as two, \
                 lab.capture(*PAIRS[2]) as three:
             # One that comes back makes the others talk: discoveries, then notifications.
             lab.restart("dev2")
-            time.sleep(15)
+            lab.complete()
+            lab.pass_time(5)
         with lab.capture(*PAIRS[0]) as settled:
-            time.sleep(8)
+            lab.pass_time(8)
         copies = {}
         for cable in (one, two, three):
             for frame in messages(decode(cable.data), DISCOVERY, NOTIFICATION):

@@ -21,7 +21,7 @@ class Probe(Program):
     """A process with the client library."""
 
     def __init__(self, lab):
-        super().__init__(lab, DEVICE, lab.environment["VM1905_BUILD"] + "/probe")
+        super().__init__(lab, DEVICE, lab.build + "/probe")
 
     def request(self, service, payload="", timeout=3000):
         self.say(f"{service} {payload or '-'} {timeout}")
@@ -64,7 +64,7 @@ class Answering(Neighbor):
 def lab():
     # The third never looks at the network, so that nothing in the tables moves.
     with Lab("line", "3", "--args", "dev3=-t 0") as made:
-        wait_until(lambda: al_mac(2) in made.model_text(DEVICE), 30, "the neighbor is known")
+        made.until(lambda: al_mac(2) in made.model_text(DEVICE), "the neighbor is known")
         yield made
 
 
@@ -72,9 +72,9 @@ def lab():
 def client(lab):
     with Probe(lab) as made:
         # Every table that is asked for has its entry.
-        wait_until(lambda: all(made.ask(*request)[1] != CODE for request in (
-            (12, OWN + "00"), (30, "00"), (36, AL2 + "01"), (40, AL2 + "00"))), 20, "its tables")
-        wait_until(lambda: made.ask(28)[2][10:16] == "010001", 20, "the topology")
+        lab.until(lambda: all(made.ask(*request)[1] != CODE for request in (
+            (12, OWN + "00"), (30, "00"), (36, AL2 + "01"), (40, AL2 + "00"))), "its tables")
+        lab.until(lambda: made.ask(28)[2][10:16] == "010001", "the topology")
         yield made
 
 
@@ -235,7 +235,7 @@ def test_turns_and_the_fifo(lab, client):
 
 
 def test_the_documented_client_compiles_and_works(lab, tmp_path):
-    build = pathlib.Path(lab.environment["VM1905_BUILD"])
+    build = pathlib.Path(lab.build)
     code = re.search("```c\n(.*?)```", (ROOT / "docs" / "service-channel.md").read_text(),
                      re.DOTALL).group(1)
     (tmp_path / "devices.c").write_text(code)
@@ -251,14 +251,14 @@ def test_the_documented_client_compiles_and_works(lab, tmp_path):
 @pytest.mark.parametrize("ending", ["touch /tmp/vm1905_stop", "kill -9 $(pidof vm1905)"])
 def test_the_daemon_ends_and_comes_back(lab, client, stranger, ending):
     stranger.hello(PORT)
-    wait_until(lambda: client.ask(LED, led(stranger), 300)[:2] == (TIMEOUT, 0), 20,
-               "the neighbor is known")
+    lab.until(lambda: client.ask(LED, led(stranger), 300)[:2] == (TIMEOUT, 0),
+              "the neighbor is known")
     client.post(LED, led(stranger), 8000)
     lab.shell(DEVICE, ending)
     assert client.answer()[0] == RESTARTED
     assert client.ask(0)[0] == NO_DAEMON
     with Probe(lab) as newcomer:
         assert newcomer.ask(0)[0] == NO_DAEMON
-    lab.shell(DEVICE, f"rm -f /tmp/vm1905_stop; cd /; setsid {lab.environment['VM1905_BUILD']}"
-              "/vm1905 -d 4 -x 0 > /tmp/vm1905.out 2>&1 < /dev/null &")
+    lab.shell(DEVICE, f"rm -f /tmp/vm1905_stop; cd /; {' '.join(lab.daemon_environment)} "
+              f"setsid {lab.build}/vm1905 -d 4 -x 0 > /tmp/vm1905.out 2>&1 < /dev/null &")
     wait_until(lambda: client.ask(0)[:2] == (0, 1), 10, "the new daemon answers")

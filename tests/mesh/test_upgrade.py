@@ -30,7 +30,7 @@ def told(lab, device):
 
 def test_a_mesh_is_upgraded():
     digest = hashlib.sha256(IMAGE).hexdigest()
-    with Lab("line", "3", own_clock=True) as mesh:
+    with Lab("line", "3") as mesh:
         for device in DEVICES:
             write(mesh, device, "/etc/vm1905/hooks/firmware-install", INSTALL, "755")
             mesh.shell(device, f"""

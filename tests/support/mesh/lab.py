@@ -42,35 +42,24 @@ def wait_until(condition, seconds, what, pause=0.1):
 
 
 class Lab:
-    def __init__(self, *up, own_clock=False):
-        """own_clock: the daemons follow a clock of the lab's own, see advance()."""
-        self.environment = dict(os.environ, VM1905_LAB=f"test-{os.getpid()}-{next(_numbers)}")
-        self.arguments = [*up, "--until-exit-of", str(os.getpid())]
+    """Its daemons follow a clock that the test can set ahead."""
+
+    def __init__(self, *up):
+        self.build = os.environ["VM1905_BUILD"]
         self.inits = {}  # process ids, for reading files of the devices
-        if own_clock:
-            # The build folder is the one that all devices see.
-            build = os.environ["VM1905_BUILD"]
-            self.clock = tempfile.NamedTemporaryFile(dir=build, prefix="clock-")
-            self.ahead = 0
-            self.advance(0)
-            self.arguments += ["--env", f"LD_PRELOAD={build}/libclock_ahead.so",
-                               "--env", f"CLOCK_AHEAD={self.clock.name}"]
-            # AddressSanitizer wants to be the first library, but need not be.
-            self.environment["ASAN_OPTIONS"] = ":".join(
-                filter(None, (os.environ.get("ASAN_OPTIONS"), "verify_asan_link_order=0")))
-
-    def advance(self, seconds):
-        """Sets the clocks of all daemons of the lab ahead, at once."""
-        self.ahead += seconds
-        os.pwrite(self.clock.fileno(), struct.pack("q", self.ahead), 0)
-
-    def until(self, condition, what, gain=1):
-        """Like wait_until(), but the lab's own clock gains some seconds with every look."""
-        return wait_until(lambda: condition() or self.advance(gain), 40, what, 0.2)
-
-    def complete(self):
-        """Waits until every device knows those it hears, and whom they hear."""
-        self.until(lambda: self.attempt("wait", "--seconds", "0").returncode == 0, "a complete mesh")
+        # In the one folder that all devices share.
+        self.clock = tempfile.NamedTemporaryFile(dir=self.build, prefix="clock-")
+        self.ahead = 0
+        self.advance(0)
+        self.daemon_environment = [f"LD_PRELOAD={self.build}/libclock_ahead.so",
+                                   f"CLOCK_AHEAD={self.clock.name}"]
+        # AddressSanitizer insists on being the first library, but need not be.
+        sanitizer = (os.environ.get("ASAN_OPTIONS"), "verify_asan_link_order=0")
+        self.environment = dict(os.environ, VM1905_LAB=f"test-{os.getpid()}-{next(_numbers)}",
+                                ASAN_OPTIONS=":".join(filter(None, sanitizer)))
+        self.arguments = [*up, "--until-exit-of", str(os.getpid())]
+        for variable in self.daemon_environment:
+            self.arguments += ["--env", variable]
 
     def __enter__(self):
         self("up", *self.arguments)
@@ -78,6 +67,25 @@ class Lab:
 
     def __exit__(self, *_):
         self("down")
+
+    def advance(self, seconds):
+        """Sets the clocks of all daemons ahead, at once."""
+        self.ahead += seconds
+        os.pwrite(self.clock.fileno(), struct.pack("q", self.ahead), 0)
+
+    def pass_time(self, seconds):
+        """Lets these seconds pass quickly, but not so that a device misses one."""
+        for _ in range(seconds):
+            self.advance(1)
+            time.sleep(0.25)
+
+    def until(self, condition, what, gain=1):
+        """Like wait_until(), but the daemons' clocks gain some seconds with every look."""
+        return wait_until(lambda: condition() or self.advance(gain), 40, what, 0.2)
+
+    def complete(self):
+        """Waits until every device knows those it hears, and whom they hear."""
+        self.until(lambda: self.attempt("wait", "--seconds", "0").returncode == 0, "a complete mesh")
 
     @property
     def folder(self):

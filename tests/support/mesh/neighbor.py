@@ -67,7 +67,7 @@ class Neighbor(Program):
     """On a port of a device. Its addresses are its own, so that nobody takes it for the device."""
 
     def __init__(self, lab, device, port, mac="02:57:a0:00:00:00", al="02:57:a0:00:00:ff"):
-        self.mac, self.al, self.heard, self.id = mac, al, [], 0x1000
+        self.lab, self.mac, self.al, self.heard, self.id = lab, mac, al, [], 0x1000
         self.sending = threading.Lock()
         super().__init__(lab, device, "python3", "-c", WIRE, port)
         assert self.hear() == "ready"
@@ -95,16 +95,16 @@ class Neighbor(Program):
             return message_id
 
     def hello(self, device):
-        """Is known to the device when this returns. Nobody hears the first call while it starts,
-        and whoever was heard within the last 5 seconds is not asked."""
+        """Is known to the device when this returns: it asks whom it has not heard for 5 seconds."""
         since = time.monotonic()
-        for seconds in (1, 1, 6, 6):
+
+        def is_asked():
             self.send(MULTICAST, DISCOVERY, tlv(1, raw(self.al)) + tlv(2, raw(self.mac)))
-            if wait_for(lambda: any(frame.type == QUERY and frame.source == device and
-                                    frame.time > since for frame in list(self.heard)),
-                        seconds, 0.02):
-                return
-        raise AssertionError("no topology query for the neighbor")
+            return wait_for(lambda: any(frame.type == QUERY and frame.source == device and
+                                        frame.time > since for frame in list(self.heard)),
+                            1, 0.02)
+
+        self.lab.until(is_asked, f"a topology query of {device} for the neighbor", gain=5)
 
     def tell(self, device, kind, payload):
         return self.send(device, VENDOR, vendor_tlv(self.al, kind, payload))
