@@ -83,9 +83,10 @@ class Lab:
         """Like wait_until(), but the daemons' clocks gain some seconds with every look."""
         return wait_until(lambda: condition() or self.advance(gain), 40, what, 0.2)
 
-    def complete(self):
+    def complete(self, gain=1):
         """Waits until every device knows those it hears, and whom they hear."""
-        self.until(lambda: self.attempt("wait", "--seconds", "0").returncode == 0, "a complete mesh")
+        self.until(lambda: self.attempt("wait", "--seconds", "0").returncode == 0,
+                   "a complete mesh", gain)
 
     @property
     def folder(self):
@@ -127,19 +128,21 @@ class Lab:
 
     def model_text(self, device):
         """The device's data model as it stands in the file; empty while there is none."""
-        try:
-            path = pathlib.Path(f"/proc/{self.inits[device]}/root/tmp/vm1905.json")
-            return path.read_text(encoding="utf-8", errors="replace")
-        except (KeyError, OSError):  # not asked for yet, or the device has rebooted since
+        for _ in range(2):
+            with contextlib.suppress(KeyError, OSError):
+                path = pathlib.Path(f"/proc/{self.inits[device]}/root/tmp/vm1905.json")
+                return path.read_text(encoding="utf-8", errors="replace")
+            # There is no file, or the device has rebooted.
             self.inits = {name: entry["init"] for name, entry in self.status()["devices"].items()}
-            return ""
+        return ""
 
     def model(self, device):
-        """The parsed data model; empty while there is none or it is being written."""
-        try:
-            return json.loads(self.model_text(device))
-        except ValueError:
-            return {}
+        """The parsed data model; empty while there is none."""
+        for _ in range(5):
+            with contextlib.suppress(ValueError):
+                return json.loads(self.model_text(device))
+            time.sleep(0.02)  # it may be half-written
+        return {}
 
     def restart(self, device):
         """Power off and on, and a daemon that starts fresh."""
