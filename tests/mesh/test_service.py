@@ -259,6 +259,7 @@ def test_the_daemon_ends_and_comes_back(lab, client, stranger, ending):
     assert client.ask(0)[0] == NO_DAEMON
     with Probe(lab) as newcomer:
         assert newcomer.ask(0)[0] == NO_DAEMON
-    lab.shell(DEVICE, f"rm -f /tmp/vm1905_stop; cd /; {' '.join(lab.daemon_environment)} "
-              f"setsid {lab.build}/vm1905 -d 4 -x 0 > /tmp/vm1905.out 2>&1 < /dev/null &")
+    lab.shell(DEVICE, "rm -f /tmp/vm1905_stop; cd /; setsid env "
+              f"{' '.join(lab.daemon_environment)} {lab.build}/vm1905 -d 4 -x 0 "
+              "> /tmp/vm1905.out 2>&1 < /dev/null &")
     wait_until(lambda: client.ask(0)[:2] == (0, 1), 10, "the new daemon answers")
