@@ -30,7 +30,7 @@ def test_a_new_interface_is_taken_in_and_a_removed_one_dropped(lab):
     lab.shell("dev1", f"""ip link add eth7 address {NEW} type veth peer name eth8 address {OLD}
         ip link set eth7 master br-lan up; ip link set eth8 up""")
     lab.until(lambda: {"eth7", "eth8"} <= set(own(lab, "dev1")), "the new ones are listed")
-    lab.until(lambda: {NEW, OLD} <= set(remote(lab, "dev2", 1)), "the neighbor is told")
+    lab.until(lambda: {NEW, OLD} <= set(remote(lab, "dev2", 1)), "the neighbor knows")
     # Its discoveries leave by the new port, too, and carry its MAC: seen from the other end.
     with lab.capture("dev1", "eth8") as cable:
         lab.advance(DISCOVERY_PERIOD)
@@ -41,7 +41,7 @@ def test_a_new_interface_is_taken_in_and_a_removed_one_dropped(lab):
 
     lab.shell("dev1", "ip link del eth7")
     lab.until(lambda: own(lab, "dev1") == ["eth0"], "the removed interfaces are gone")
-    lab.until(lambda: len(remote(lab, "dev2", 1)) == 1, "the neighbor is told")
+    lab.until(lambda: len(remote(lab, "dev2", 1)) == 1, "the neighbor knows")
     assert lab.device("dev1")["daemons"] == [daemon], "without a restart"
 
 

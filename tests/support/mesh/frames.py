@@ -1,4 +1,4 @@
-"""Frames as tshark reads them, so that nobody but the daemon itself need believe its encoder."""
+"""Frames as tshark reads them, which makes it the judge of the daemon's encoder."""
 
 import subprocess
 import xml.etree.ElementTree as xml
@@ -23,7 +23,7 @@ class Tlv:
 
 
 class Frame:
-    """kind is "ieee1905", "lldp", or what else tshark makes of it."""
+    """kind is "ieee1905", "lldp", or tshark's name of another protocol."""
 
     def __init__(self, packet):
         protocols = {proto.get("name"): proto for proto in packet.findall("proto")}
@@ -50,7 +50,7 @@ class Frame:
                     if field.get("name") == name)
 
     def types(self):
-        """The types of its TLVs, up to and with the end of message."""
+        """The types of its TLVs, including the end of message."""
         return [tlv.type for tlv in self.tlvs]
 
     def tlv(self, number):

@@ -1,4 +1,4 @@
-"""A lab for the length of a test, and what is asked of it again and again."""
+"""A lab for the duration of a test."""
 
 import contextlib
 import itertools
@@ -13,7 +13,7 @@ import time
 
 ROOT = pathlib.Path(__file__).resolve().parents[3]
 MESH = str(ROOT / "lab" / "mesh")
-COMMAND_LIMIT = 90  # seconds for one command of the lab
+COMMAND_LIMIT = 90  # seconds for one lab/mesh command
 
 _numbers = itertools.count(1)
 
@@ -27,7 +27,7 @@ def port_mac(number, port):
 
 
 def wait_for(condition, seconds, pause=0.1):
-    """The first true value of condition(), a false one when there is none within these seconds."""
+    """The first true value of condition(), or its last value after these seconds."""
     limit = time.monotonic() + seconds
     while not (value := condition()) and time.monotonic() < limit:
         time.sleep(pause)
@@ -35,19 +35,19 @@ def wait_for(condition, seconds, pause=0.1):
 
 
 def wait_until(condition, seconds, what, pause=0.1):
-    """The first true value of condition(); fails the test after so many seconds."""
+    """The first true value of condition(); fails the test after these seconds."""
     value = wait_for(condition, seconds, pause)
     assert value, f"not within {seconds} s: {what}"
     return value
 
 
 class Lab:
-    """Its daemons follow a clock that the test can set ahead."""
+    """Its daemons have a clock that the test can set ahead; the kernel and files do not follow."""
 
     def __init__(self, *up):
         self.build = os.environ["VM1905_BUILD"]
         self.inits = {}  # process ids, for reading files of the devices
-        # In the one folder that all devices share.
+        # All devices share the build folder, but not /tmp.
         self.clock = tempfile.NamedTemporaryFile(dir=self.build, prefix="clock-")
         self.ahead = 0
         self.advance(0)
@@ -74,7 +74,7 @@ class Lab:
         os.pwrite(self.clock.fileno(), struct.pack("q", self.ahead), 0)
 
     def pass_time(self, seconds):
-        """Lets these seconds pass quickly, but not so that a device misses one."""
+        """Lets these seconds pass quickly, one by one."""
         for _ in range(seconds):
             self.advance(1)
             time.sleep(0.25)
@@ -104,7 +104,7 @@ class Lab:
         return done.stdout
 
     def start(self, *arguments, **options):
-        """A command that runs on; the caller ends it."""
+        """A command that keeps running; the caller ends it."""
         options = {"stdout": subprocess.PIPE, "stderr": subprocess.STDOUT, **options}
         return subprocess.Popen([MESH, *arguments], env=self.environment, text=True, **options)
 
@@ -123,11 +123,11 @@ class Lab:
         return self.status()["devices"][name]
 
     def log(self, device):
-        # As bytes, since the ends of its lines are part of the texts.
+        # Read as bytes, since the line ends are part of the texts.
         return (self.folder / f"{device}.log").read_bytes().decode(errors="replace")
 
     def model_text(self, device):
-        """The device's data model as it stands in the file; empty while there is none."""
+        """The content of the device's data model; empty if there is none."""
         for _ in range(2):
             with contextlib.suppress(KeyError, OSError):
                 path = pathlib.Path(f"/proc/{self.inits[device]}/root/tmp/vm1905.json")
@@ -137,7 +137,7 @@ class Lab:
         return ""
 
     def model(self, device):
-        """The parsed data model; empty while there is none."""
+        """The parsed data model; empty if there is none."""
         for _ in range(5):
             with contextlib.suppress(ValueError):
                 return json.loads(self.model_text(device))
@@ -145,7 +145,7 @@ class Lab:
         return {}
 
     def restart(self, device):
-        """Power off and on, and a daemon that starts fresh."""
+        """Power off and on, with a new daemon."""
         self("kill", device)
         self("start", device)
 
@@ -175,7 +175,7 @@ class Recording:
 
 
 class Program:
-    """A program in a device, spoken to line by line."""
+    """A program in a device that reads and writes lines."""
 
     def __init__(self, lab, device, *command):
         self.process = lab.start("exec", device, "--", *command, stdin=subprocess.PIPE, stderr=None)
