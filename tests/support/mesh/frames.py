@@ -61,15 +61,6 @@ class Frame:
         return next((tlv.get("ieee1905.1905_al_mac_addr") for tlv in self.tlvs if tlv.type == 1),
                     None)
 
-    def neighbors(self):
-        """Local interface -> AL MACs, of a topology response."""
-        found = {}
-        for tlv in self.tlvs:
-            if tlv.type == 7:
-                found.setdefault(tlv.get("ieee1905.local_intf.mac_address"), []).extend(
-                    tlv.all("ieee1905.neighbor_al_mac_addr"))
-        return found
-
     def __repr__(self):
         if self.kind != "ieee1905":
             return f"<{self.kind} {self.source} to {self.destination}>"

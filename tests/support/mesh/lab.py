@@ -85,8 +85,9 @@ class Lab:
 
     def complete(self, gain=1):
         """Waits until every device knows those it hears, and whom they hear."""
-        self.until(lambda: self.attempt("wait", "--seconds", "0").returncode == 0,
-                   "a complete mesh", gain)
+        look = ("wait", "--seconds", "0")
+        wait_for(lambda: self.attempt(*look).returncode == 0 or self.advance(gain), 40, 0.2)
+        self(*look)  # fails with what is missing
 
     @property
     def folder(self):
