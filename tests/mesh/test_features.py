@@ -5,7 +5,7 @@ import struct
 import time
 
 import pytest
-from lab import Lab, al_mac, port_mac
+from lab import Lab, al_mac, port_mac, wait_for, wait_until
 from neighbor import Neighbor, raw, text
 
 TARGET, TARGET_AL = port_mac(2, 1), al_mac(2)  # the device that the stranger talks to
@@ -53,8 +53,10 @@ def test_channels_are_handed_out_until_acknowledged(lab):
         path = f"/tmp/vm1905/vm1905WIFIChannel_{al_mac(number).replace(':', '')}"
         return lab.attempt("exec", "dev1", "--", "cat", path).stdout
 
-    lab.until(lambda: result(2) == "success\n" and result(3) == "fail\n", "both have answered",
-              gain=5)
+    def have_answered():
+        return wait_for(lambda: result(2) == "success\n" and result(3) == "fail\n", 2)
+
+    lab.until(have_answered, "the results of dev2 and dev3", gain=30)
     assert calls(lab, "dev2", "wifi-channel-set") == [f"{al_mac(1)} 6 36"]
 
 
@@ -68,13 +70,13 @@ def test_a_speed_test_sends_its_figures_to_the_device_that_ordered_it(lab, stran
         return [frame for frame in list(stranger.heard)
                 if frame.vendor == DATA and frame.payload[:6] == raw(TARGET_AL)]
 
-    found = lab.until(lambda: len(figures()) >= 3 and figures(), "three lines of figures")
+    found = wait_until(lambda: len(figures()) >= 3 and figures(), 30, "three lines of figures")
     for number, frame in enumerate(found, 1):
         assert frame.payload[8:] == f"line {number}".encode()
     # Such a line reaches the hook that shows it on the device that ordered the test.
     stranger.tell(al_mac(1), DATA, raw(stranger.al) + text("94 Mb/s; $(id)"))
-    lab.until(lambda: calls(lab, "dev1", "speed-test-result") ==
-              [f"{stranger.al} 94 Mb/s; $(id)"], "the line at the Registrar")
+    wait_until(lambda: calls(lab, "dev1", "speed-test-result") ==
+               [f"{stranger.al} 94 Mb/s; $(id)"], 10, "the line at the Registrar")
 
 
 def test_a_hook_that_hangs_holds_nothing_up(lab, stranger):

@@ -3,7 +3,7 @@
 import hashlib
 import random
 
-from lab import Lab, al_mac
+from lab import Lab, al_mac, wait_until
 from model import al, remotes
 
 DEVICES = {"dev1": al_mac(1), "dev2": al_mac(2), "dev3": al_mac(3)}
@@ -53,6 +53,11 @@ def test_a_mesh_is_upgraded():
                        and al(mesh.model(device)).get("FirmwareState") == "Idle"
                        for device, own in DEVICES.items())
 
+        # Fetching has time limits of its own, so only the rest of the time passes quickly.
+        mesh.until(lambda: "firmware: fetch" in mesh.log("dev2"), "the orders")
+        for device in ("dev2", "dev3"):
+            wait_until(lambda: "firmware: version 2.0 is verified" in mesh.log(device), 60,
+                       f"the image on {device}")
         mesh.until(everybody_runs_it, "all run version 2.0", gain=2)
         for device in DEVICES:
             found = mesh.run(device, "sha256sum", "/etc/vm1905/installed").split()[0]

@@ -80,13 +80,15 @@ class Lab:
             time.sleep(0.25)
 
     def until(self, condition, what, gain=1):
-        """Like wait_until(), but the daemons' clocks gain some seconds with every look."""
-        return wait_until(lambda: condition() or self.advance(gain), 40, what, 0.2)
+        """Like wait_until(), but the daemons' clocks gain some seconds with every look.
+
+        Not for programs that the daemon runs: it may give them only a few of these seconds."""
+        return wait_until(lambda: condition() or self.advance(gain), 60, what, 0.2)
 
     def complete(self, gain=1):
         """Waits until every device knows those it hears, and whom they hear."""
         look = ("wait", "--seconds", "0")
-        wait_for(lambda: self.attempt(*look).returncode == 0 or self.advance(gain), 40, 0.2)
+        wait_for(lambda: self.attempt(*look).returncode == 0 or self.advance(gain), 60, 0.2)
         self(*look)  # fails with what is missing
 
     @property
