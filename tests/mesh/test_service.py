@@ -53,7 +53,7 @@ class Answering(Neighbor):
         """The next message of this type, repetitions excluded."""
         return wait_until(lambda: next((
             frame for frame in list(self.heard)
-            if frame.vendor == kind and frame.id not in self.seen), None), 5, f"order {kind}")
+            if frame.vendor == kind and frame.id not in self.seen), None), 20, f"order {kind}")
 
     def answer(self, order, kind, payload):
         self.forget()
@@ -80,6 +80,8 @@ def client(lab):
 def stranger(lab):
     with Answering(lab, "dev2", "eth0") as made:
         made.hello(PORT)
+        # Only now can it be sent orders.
+        lab.until(lambda: made.al in lab.model_text(DEVICE), "the daemon knows the stranger")
         yield made
 
 
