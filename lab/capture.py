@@ -1,4 +1,4 @@
-"""Records the frames of one interface of the present network namespace in pcap format."""
+"""Records the frames of one interface of the current network namespace in pcap format."""
 
 import errno
 import select
@@ -44,12 +44,12 @@ def main():
                 if left is not None and left <= 0:
                     break
                 ready = select.select([tap, sys.stdin], [], [], left)[0]
-                if sys.stdin in ready or not ready:  # its starter has gone, or the time is over
+                if sys.stdin in ready or not ready:  # the parent has ended, or time is up
                     break
                 try:
                     frame, stamps, _, _ = tap.recvmsg(LONGEST, 64)
                 except OSError as error:
-                    if error.errno == errno.ENETDOWN:  # told once when the cable is cut
+                    if error.errno == errno.ENETDOWN:  # reported once when the cable is cut
                         continue
                     raise
                 stamp = struct.unpack("@qq", stamps[0][2]) if stamps else divmod(time.time_ns(),

@@ -1,4 +1,4 @@
-"""How the commands talk to a running lab."""
+"""What the commands of lab/mesh need to talk to a running lab."""
 
 import json
 import os
@@ -12,17 +12,17 @@ PATIENCE = 60  # seconds
 
 
 class Failure(Exception):
-    """Something that the user is told in one line, with what to do next."""
+    """An error message for the user: one line that says what to do next."""
 
 
 class Misuse(Failure):
-    """The same for a command line that makes no sense."""
+    """The same for a wrong command line."""
 
 
 def lab_name():
     name = os.environ.get("VM1905_LAB") or "lab"
     if not name.replace("-", "").replace("_", "").isalnum() or len(name) > 40:
-        raise Misuse(f"VM1905_LAB={name!r} is no usable name; take up to 40 letters, digits, "
+        raise Misuse(f"VM1905_LAB={name!r} is not a valid name; use up to 40 letters, digits, "
                      "- or _")
     return name
 
@@ -32,7 +32,7 @@ def state_folder():
 
 
 def connect():
-    """A connection to the keeper, and its process id as seen from here; None without a keeper."""
+    """A connection to the keeper and its process id as seen from here; None if there is none."""
     folder = state_folder()
     if not os.path.lexists(folder) or not planning.is_ours(folder):
         return None
@@ -48,14 +48,14 @@ def connect():
 
 
 def ask(**request):
-    """One request to the keeper and its answer, with the keeper's process id under "keeper"."""
+    """Returns the keeper's answer to a request, with its process id as "keeper"."""
     found = connect()
     if found is None:
         name = lab_name()
         if os.path.lexists(state_folder()):
             raise Failure(f'lab "{name}" has died, see {state_folder()}/keeper.log; '
-                          "clear it away with: lab/mesh down")
-        raise Failure(f'no lab "{name}" is up; start one, for example with: lab/mesh up line 3')
+                          "clean up with: lab/mesh down")
+        raise Failure(f'lab "{name}" is not up; start it, for example with: lab/mesh up line 3')
     link, pid = found
     with link:
         link.settimeout(PATIENCE)
@@ -67,7 +67,7 @@ def ask(**request):
                           "lab/mesh down") from None
     if not line:
         raise Failure(f"the lab died on this request, see {state_folder()}/keeper.log; "
-                      "clear it away with: lab/mesh down")
+                      "clean up with: lab/mesh down")
     answer = json.loads(line)
     if "error" in answer:
         raise Failure(answer["error"])
@@ -76,7 +76,7 @@ def ask(**request):
 
 
 def device_processes(pid_space):
-    """Process id (ours) -> (id within the device, command name) of all that runs in a device."""
+    """The processes of a device: id as seen from here -> (id in the device, command name)."""
     found = {}
     for entry in os.listdir("/proc"):
         if not entry.isdigit():
@@ -87,14 +87,14 @@ def device_processes(pid_space):
             with open(f"/proc/{entry}/status", encoding="utf-8", errors="replace") as file:
                 fields = dict(line.rstrip("\n").split(":\t", 1) for line in file if ":\t" in line)
         except OSError:
-            continue  # ended meanwhile, or somebody else's
+            continue  # it has just ended, or belongs to another user
         if not fields["State"].startswith("Z"):
             found[int(entry)] = (int(fields["NSpid"].split()[-1]), fields["Name"])
     return found
 
 
 def powered(name, status=None):
-    """The init of a device, by our process id, for entering the device."""
+    """The process id, as seen from here, of a device's init, by which to enter the device."""
     status = status or ask(do="status")
     for device in status["devices"]:
         if device["name"] == name:
@@ -109,7 +109,7 @@ def powered(name, status=None):
 
 
 def enter(keeper, *options):
-    """The start of an nsenter command, through the lab's user namespace where it has one."""
+    """The start of an nsenter command; it passes the lab's user namespace if there is one."""
     command = ["nsenter", *options]
     if os.stat(f"/proc/{keeper}/ns/user").st_ino != os.stat("/proc/self/ns/user").st_ino:
         command += [f"--user=/proc/{keeper}/ns/user", "--preserve-credentials"]
@@ -117,8 +117,8 @@ def enter(keeper, *options):
 
 
 def data_model(name, status):
-    """A device's /tmp/vm1905.json; None when it has not written it yet."""
-    # Seen through its init, the device's own files.
+    """A device's /tmp/vm1905.json; None if there is none yet."""
+    # The path leads to the device's own files.
     path = f"/proc/{powered(name, status)}/root/tmp/vm1905.json"
     for patience in range(5, -1, -1):
         try:
@@ -128,12 +128,12 @@ def data_model(name, status):
             return None
         except ValueError as error:
             if patience == 0:
-                raise Failure(f"{name}: /tmp/vm1905.json is no JSON: {error}") from None
-            time.sleep(0.05)  # it may have been caught while it was written
+                raise Failure(f"{name}: /tmp/vm1905.json is not valid JSON: {error}") from None
+            time.sleep(0.05)  # it may be half-written
 
 
 def audible(status):
-    """AL MAC -> AL MACs of those that it should hear, for every powered device."""
+    """AL MAC of every powered device -> AL MACs of the devices it should hear."""
     macs = {device["name"]: device["mac"] for device in status["devices"] if device["on"]}
     direct = {mac: set() for mac in macs.values()}
     for cable in status["cables"]:
@@ -142,7 +142,7 @@ def audible(status):
             direct[left].add(right)
             direct[right].add(left)
     heard = {mac: set(others) for mac, others in direct.items()}
-    if not status["isolate"]:  # then the bridges carry on what arrives
+    if not status["isolate"]:  # the bridges forward
         for _ in heard:
             for mac, others in heard.items():
                 others.update(*(direct[other] for other in others))

@@ -1,13 +1,12 @@
-"""The process that holds a lab together. lab/mesh starts it; it is not called by hand.
+"""The process that holds a lab together. lab/mesh starts it; do not call it yourself.
 
-It is process 1 of a PID namespace in which everything of the lab runs: when it ends, however it
-ends, the kernel ends the devices with it, and their network and mount namespaces go with their
-last user. That is why nothing can be left behind.
+It is process 1 of the PID namespace in which the whole lab runs. However it ends, the kernel kills
+all devices with it, and their network and mount namespaces disappear with their last user. So
+nothing can be left behind.
 
 A device is a "chassis" (network, mount and UTS namespace, kept open here as file descriptors while
 the lab exists) and, while it is powered, a PID and an IPC namespace in which a small init runs the
-daemon. reboot(2) in a PID namespace ends that init with SIGHUP, which is how a reboot is told from
-everything else.
+daemon. reboot(2) in a PID namespace kills that init with SIGHUP, which nothing else does.
 """
 
 import json
@@ -25,9 +24,9 @@ import traceback
 import kernel
 from plan import BRIDGE
 
-BOOT_PAUSE = 1.0  # seconds from a reboot to the next start, so that the neighbours see it
+BOOT_PAUSE = 1.0  # seconds between a reboot and the next start, so that the neighbors notice
 START_LIMIT = 20.0  # seconds for a device to start its daemon
-SETTLE_LIMIT = 20.0  # seconds a spanning tree may take
+SETTLE_LIMIT = 20.0  # seconds for a spanning tree to settle
 PRIVATE_FOLDERS = ("/tmp", "/run")
 
 
@@ -37,14 +36,14 @@ class Device:
         self.mac = plan["mac"]
         self.arguments = plan["arguments"]
         self.log = os.path.join(state, f"{self.name}.log")
-        self.spaces = {}  # kind of namespace -> descriptor of the chassis' one
+        self.spaces = {}  # kind of namespace -> its descriptor, for the chassis
         self.init = None  # process id within the lab, while the device is on
         self.pid_space = None  # inode of its PID namespace
-        self.status = None  # pipe on which the init reports what happens inside
-        self.started = False  # whether it has started the daemon
+        self.status = None  # pipe on which the init reports
+        self.started = False  # the init has started the daemon
         self.boots = 0
         self.due = None  # when a rebooting device starts again
-        self.ending = None  # how the last daemon or the device itself ended
+        self.ending = None  # how the last daemon, or the device itself, ended
 
     def note(self, text):
         with open(self.log, "a", encoding="utf-8") as file:
@@ -56,7 +55,7 @@ class Device:
 def build_chassis(device, plan):
     kernel.unshare(kernel.CLONE_NEWNS | kernel.CLONE_NEWNET | kernel.CLONE_NEWUTS)
     socket.sethostname(device.name)
-    # Neighbour solicitations and router queries would fill every capture.
+    # IPv6 neighbor and router discovery would fill every capture.
     for group in ("all", "default"):
         path = f"/proc/sys/net/ipv6/conf/{group}/disable_ipv6"
         if os.path.exists(path):
@@ -77,7 +76,7 @@ def build_chassis(device, plan):
 
 
 def device_init(device, plan, log, status):
-    """Process 1 of a powered device: starts the daemon and reaps what dies. Never returns."""
+    """Process 1 of a powered device: starts the daemon and reaps dead processes. Never returns."""
     kernel.mount("proc", "/proc", "proc")
     build = plan["build"]
     original = os.open(build, os.O_PATH | os.O_DIRECTORY)
@@ -97,7 +96,7 @@ def device_init(device, plan, log, status):
                               env=plan["environment"], start_new_session=True)
     os.close(log)
     report(started=daemon.pid)
-    # From here on a dead child stays pending, so that none is missed between two looks.
+    # Blocked, the signal stays pending, so no dead child is missed between two looks.
     signal.pthread_sigmask(signal.SIG_BLOCK, {signal.SIGCHLD})
     while True:
         while True:
@@ -110,7 +109,7 @@ def device_init(device, plan, log, status):
             with open(f"/proc/{ended.si_pid}/comm", encoding="utf-8", errors="replace") as file:
                 name = file.read().strip()
             _, code = os.waitpid(ended.si_pid, 0)
-            # A daemon that restarts itself becomes a child of this process, too.
+            # A daemon that restarted itself is a child of this process, too.
             if name == "vm1905" or ended.si_pid == daemon.pid:
                 report(ended=describe(code))
         signal.sigwait({signal.SIGCHLD})
@@ -154,8 +153,8 @@ class Keeper:
             raise RuntimeError(f"{device or 'lab'}: ip failed: {done.stderr.strip()}")
 
     def make_network(self):
-        # A ring of bridges would carry a broadcast round and round; the kernel's spanning tree
-        # with its shortest timers opens it within seconds.
+        # A ring of bridges would forward a broadcast forever. The kernel's spanning tree, with its
+        # shortest timers, opens the ring within seconds.
         tree = ("stp_state 1 forward_delay 200 hello_time 100 max_age 600"
                 if self.plan["kind"] == "ring" else "stp_state 0")
         for device in self.devices.values():
@@ -197,7 +196,7 @@ class Keeper:
         while any(state in ("listening", "learning")
                   for device in self.devices.values() for state in self.port_states(device)):
             if time.monotonic() > limit:
-                raise RuntimeError("the spanning tree of the ring does not settle")
+                raise RuntimeError("the spanning tree of the ring did not settle")
             time.sleep(0.2)
 
     # Power
@@ -233,7 +232,7 @@ class Keeper:
         device.boots += 1
         device.note(f"powered on ({device.boots})")
         device.status, writer = os.pipe()
-        # Opened here, since the folder of the log is out of sight in the device.
+        # Opened here because the device cannot see the log's folder.
         log = os.open(device.log, os.O_WRONLY | os.O_APPEND)
         launcher = os.fork()
         if launcher == 0:
@@ -253,18 +252,19 @@ class Keeper:
                     os.kill(device.init, signal.SIGKILL)
                     device.init = None
                 self.set_ports(device, False)
-                raise RuntimeError(f"{device.name} does not start: {device.ending or 'no answer'}")
+                raise RuntimeError(
+                    f"{device.name} did not start: {device.ending or 'no answer'}")
         self.selector.register(device.status, selectors.EVENT_READ, (self.hear, device))
 
     def launch(self, device, log, status):
-        """Child of the keeper: enters the chassis, and leaves an init behind in it."""
+        """Child of the keeper: enters the chassis and starts an init there."""
         try:
             signal.set_wakeup_fd(-1)
             signal.signal(signal.SIGCHLD, signal.SIG_DFL)
             for kind, flag in (("uts", kernel.CLONE_NEWUTS), ("net", kernel.CLONE_NEWNET),
                                ("mnt", kernel.CLONE_NEWNS)):
                 kernel.setns(device.spaces[kind], flag)
-            # Mounts made from here on end with this boot, the chassis keeps its own.
+            # Later mounts belong to this boot only, not to the chassis.
             kernel.unshare(kernel.CLONE_NEWNS | kernel.CLONE_NEWIPC | kernel.CLONE_NEWPID)
             init = os.fork()
             if init:
@@ -277,8 +277,8 @@ class Keeper:
             os._exit(1)
 
     def hear(self, device):
-        """Takes in what a device's init reports; false when it has nothing more to say."""
-        # A report is shorter than a pipe's atomic write, so that no line is ever split.
+        """Reads what a device's init reports; false at the end of the pipe."""
+        # A report is shorter than an atomic write to a pipe, so no line is ever split.
         text = os.read(device.status, 65536)
         for line in text.splitlines():
             fields = json.loads(line)
@@ -294,7 +294,7 @@ class Keeper:
         return bool(text)
 
     def gone(self, device, code):
-        """The init of a device has ended, and everything in the device with it."""
+        """The init of a device has ended, and with it everything in the device."""
         while self.hear(device):
             pass
         self.selector.unregister(device.status)
@@ -350,7 +350,7 @@ class Keeper:
         raise RuntimeError(f"there is no cable from {first} to {second}")
 
     def leave(self, _):
-        """The process for which the lab was made has ended."""
+        """The process named by --until-exit-of has ended."""
         shutil.rmtree(self.state, ignore_errors=True)
         sys.exit(0)
 
@@ -381,7 +381,7 @@ class Keeper:
         limit = time.monotonic() + 5
         while any(device.init in inits for device in changed):
             if time.monotonic() > limit:
-                raise RuntimeError("not everything ends; is a command in a device stopped?")
+                raise RuntimeError("a device does not end; is a command in it stopped?")
             time.sleep(0.01)
             self.reap()
         return {"changed": [device.name for device in changed]}
@@ -389,7 +389,7 @@ class Keeper:
     def do_start(self, request):
         devices = [self.find_device(name) for name in request["devices"]]
         changed = [device for device in devices if device.init is None]
-        # All ports first: what the first says must find the others' ports up.
+        # All ports first, so that every device hears the first messages of the others.
         for device in changed:
             self.set_ports(device, True)
         for device in changed:
@@ -403,13 +403,13 @@ class Keeper:
             try:
                 request = json.loads(connection.makefile("rb").readline())
                 answer = getattr(self, "do_" + request["do"])(request)
-            except Exception as error:  # whatever goes wrong, the lab stays up and says so
+            except Exception as error:  # after any error the lab stays up and reports it
                 traceback.print_exc()
                 answer = {"error": str(error)}
             try:
                 connection.sendall((json.dumps(answer) + "\n").encode())
             except OSError:
-                pass  # the caller has gone away; the work is done all the same
+                pass  # the caller has gone, but the request is done
 
     def run(self, listener, master):
         wake_reader, wake_writer = os.pipe()
@@ -430,7 +430,7 @@ class Keeper:
             waiting = [device.due for device in self.devices.values() if device.due is not None]
             timeout = max(0.0, min(waiting) - time.monotonic()) if waiting else None
             for key, _ in self.selector.select(timeout):
-                # What went before in this round may have closed it.
+                # An earlier action of this round may have closed it.
                 if self.selector.get_map().get(key.fd) == key:
                     action, argument = key.data
                     action(argument)
@@ -446,7 +446,7 @@ def main():
         os.set_inheritable(progress, False)
         with open(os.path.join(state, "plan.json"), encoding="utf-8") as file:
             plan = json.load(file)
-        # A dead child must interrupt the wait in run(), which an ignored signal would not.
+        # A dead child must interrupt the wait in run(); an ignored signal would not.
         signal.signal(signal.SIGCHLD, lambda *_: None)
         kernel.mount("none", "/", None, kernel.MS_REC | kernel.MS_PRIVATE)
         kernel.mount("proc", "/proc", "proc")

@@ -1,4 +1,4 @@
-"""The few Linux calls that Python's standard library does not wrap."""
+"""The Linux calls that Python's standard library does not wrap."""
 
 import ctypes
 import os
@@ -40,7 +40,7 @@ def mount(source, target, filesystem=None, flags=0, options=None):
 
 
 def enter_user_namespace():
-    """Makes the caller root of a new user namespace which holds nobody else."""
+    """Makes the caller root of a new user namespace, with no other users in it."""
     user, group = os.geteuid(), os.getegid()
     unshare(CLONE_NEWUSER)
     for name, text in (("setgroups", "deny"), ("uid_map", f"0 {user} 1"),
@@ -50,7 +50,7 @@ def enter_user_namespace():
 
 
 def attempt(step):
-    """Runs step() in a child process; None when it succeeds, else the reason as text."""
+    """Runs step() in a child process. Returns None if it succeeds, else the reason as text."""
     reader, writer = os.pipe()
     child = os.fork()
     if child == 0:
@@ -68,10 +68,10 @@ def attempt(step):
 
 
 def shadow(directory, without=()):
-    """Covers a directory with a writable private copy of its entries.
+    """Covers a directory with a private one in which entries can be added.
 
-    Names can then be added which the host does not have. Symbolic links are copied as they are,
-    since a relative one would point elsewhere if it were followed from the hidden original.
+    It links to the original entries. Symbolic links are copied, since a relative one would point
+    elsewhere from the place to which the original directory moves.
     """
     stage = "/tmp"
     mount("tmpfs", stage, "tmpfs", 0, "mode=0755")

@@ -1,4 +1,4 @@
-"""Reads a device's data model, and draws what it knows of the mesh as a tree."""
+"""Reads a device's data model and draws what the device knows of the mesh as a tree."""
 
 import re
 
@@ -6,7 +6,7 @@ UNKNOWN = ("", "Unknown")
 
 
 def numbered(parent, prefix):
-    """The objects "Prefix.1", "Prefix.2", ... of a parent in the order of their numbers."""
+    """The objects "Prefix.1", "Prefix.2", ... of a parent, by number."""
     pattern = re.compile(re.escape(prefix) + r"\.(\d+)")
     found = ((pattern.fullmatch(key), value) for key, value in parent.items())
     return [value for _, value in sorted((int(match[1]), value) for match, value in found if match)]
@@ -21,7 +21,7 @@ def remote_devices(data):
 
 
 def gaps(data, own, heard):
-    """What is still missing, in words. heard: AL MAC -> AL MACs which that device should hear."""
+    """Says what is still missing. heard: AL MAC -> AL MACs of the devices it should hear."""
     found = {device["IEEE1905Id"]: {entry["NeighborDeviceId"]
                                     for entry in numbered(device, "IEEE1905Neighbor")}
              for device in remote_devices(data) if numbered(device, "Interface")}
@@ -32,11 +32,11 @@ def gaps(data, own, heard):
             yield f"does not know that {mac} hears {' and '.join(sorted(lost))}"
     topology = abstraction_layer(data).get("NetworkTopology", {})
     if topology.get("Enable") and topology["Status"] == "Incomplete":
-        yield "calls its topology incomplete"
+        yield "reports its topology as incomplete"
 
 
 def branch(lines):
-    """Puts a tree's branches before groups of lines."""
+    """Draws the branches of a tree before groups of lines."""
     for index, group in enumerate(lines):
         last = index == len(lines) - 1
         for depth, line in enumerate(group):
@@ -47,7 +47,7 @@ def branch(lines):
 
 
 def draw(name, data, names):
-    """names: AL MAC -> what to call the device, for those that have told no host name."""
+    """names: AL MAC -> name, for devices whose host name is unknown."""
     al = abstraction_layer(data)
     remotes = remote_devices(data)
     names = dict(names)
@@ -84,7 +84,7 @@ def draw(name, data, names):
     groups = [["itself", *branch(list(interfaces(al)))]]
     for device in remotes:
         mac = device["IEEE1905Id"]
-        # A device reports by which of our interfaces it hears us, which is how we hear it.
+        # A device reports which of our interfaces it hears, and there we hear it.
         through = sorted({own[entry["NeighborInterfaceId"]]
                           for entry in numbered(device, "IEEE1905Neighbor")
                           if entry["NeighborDeviceId"] == al["IEEE1905Id"]

@@ -1,4 +1,4 @@
-"""What a lab consists of: devices, cables, addresses, and where its state is kept."""
+"""What a lab consists of (devices, cables, addresses) and where its state is kept."""
 
 import os
 import stat
@@ -25,7 +25,7 @@ def bridge_mac(device):
 
 
 def make(kind, count):
-    """Devices in order and the cables between their ports, numbered as they are plugged in."""
+    """The devices and the cables between their ports, numbered in the order of the cables."""
     names = [f"dev{n}" for n in range(1, count + 1)]
     ports = {name: 0 for name in names}
     cables = []
@@ -48,6 +48,6 @@ def state_folder(lab):
 
 
 def is_ours(folder):
-    """Whether a state folder may be trusted: /tmp is open to everybody."""
+    """True if a state folder may be trusted: anybody can create one in /tmp."""
     status = os.lstat(folder)
     return stat.S_ISDIR(status.st_mode) and status.st_uid == os.getuid()

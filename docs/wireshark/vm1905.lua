@@ -2,14 +2,14 @@
 --
 --     tshark -X lua_script:docs/wireshark/vm1905.lua -r capture.pcap -Y vm1905
 --
--- The built-in dissector of IEEE 1905.1 offers no table to register a vendor in. So this comes
--- after it and takes the vendor TLVs that it has found, also those of reassembled messages.
+-- The built-in dissector of IEEE 1905.1 has no table in which a vendor can register, so this is a
+-- postdissector: it decodes the vendor TLVs found there, including those of reassembled messages.
 
 local OUI = 0x0a3c71
-local HEADER_LENGTH = 12  -- what follows the OUI, before the payload
+local HEADER_LENGTH = 12  -- between the OUI and the payload
 
--- Number -> label, layout. Types without a label are refused by every device. What stands between
--- "begin" and "end" is checked against the daemon's tables by the unit test of the protocol page.
+-- Number -> label, layout. Every device refuses types without a label. A unit test compares the lines
+-- between "begin" and "end" with the daemon's tables.
 local TYPES = {
     -- begin types
     [0] = {"VEND_MSG_TYPE_CONF_QUERY", "AlMacPayload"},
@@ -84,7 +84,7 @@ local TYPES = {
     -- end types
 }
 
--- Configuration items, and those of a firmware order with a file name.
+-- Configuration items, followed by the items of a firmware order with a file name.
 local CONF_ITEMS = {
     -- begin items
     [0] = "EnableReboot",
@@ -140,7 +140,7 @@ local CONF_ITEMS = {
 }
 for n = 1, 8 do CONF_ITEMS[100 + n] = "IPv6IP " .. n end
 local FIRMWARE_ITEMS = {[0] = "FWOption", "FWTopoOption", "FWURL", "FWFileName"}
--- Items that are numbers; all others are texts.
+-- Numeric items; all others are text.
 local NUMBERS = {EnableReboot = true, EnableInterfacePowerControl = true, DeviceType = true,
                  MaxChangeLogEntries = true, FirmwareState = true, FWOption = true,
                  FWTopoOption = true}
@@ -151,7 +151,7 @@ local POWER_STATES = {[0] = "on", [1] = "power save", [2] = "off", [3] = "not su
 local ROLES = {[0] = "Registrar", [1] = "Enrollee"}
 local FIRMWARE_STATES = {[0] = "Failed", "Idle", "Busy", "Upgrade", "Upgrade_EX", "Reboot"}
 local ITEM_WORDS = {DeviceType = ROLES, FirmwareState = FIRMWARE_STATES}
--- What the option of a message is.
+-- The meaning of a message's option.
 local OPTIONS = {[16] = "WPSOption", [18] = "AP steering option", [26] = "result", [30] = "result",
                  [31] = "frequency band", [33] = "LEDOption", [34] = "LEDOption",
                  [38] = "firmware state", [74] = "SystemOption", [75] = "SystemOption"}
@@ -182,7 +182,7 @@ local fields = {
     item_number = ProtoField.uint16("vm1905.item.number", "value"),
     item_text = ProtoField.string("vm1905.item.text", "value"),
 }
--- The other fields of payloads bear the names that they have in the layouts.
+-- The other payload fields have the names used in the layouts.
 local function define(kind, names)
     for name in names:gmatch("%S+") do
         fields[name] = ProtoField[kind]("vm1905." .. name:lower(), name)
@@ -209,7 +209,7 @@ local unknown_type = ProtoExpert.new("vm1905.unknown_type", "Unknown message typ
                                      expert.group.UNDECODED, expert.severity.WARN)
 vm1905.experts = {cut_off, other_length, unknown_type}
 
--- Reads a payload field by field. Once bytes are missing it is over: ok is false, numbers are 0 and
+-- Reads a payload field by field. After the first missing byte ok is false, numbers read as 0 and
 -- nothing more is shown.
 local Cursor = {}
 Cursor.__index = Cursor
@@ -230,7 +230,7 @@ function Cursor:take(length)
     return part
 end
 
--- A number; also the item that shows it.
+-- Returns a number and the tree item that shows it.
 function Cursor:number(name, width)
     local part = self:take(width)
     if not part then return 0 end
@@ -266,7 +266,7 @@ function Cursor:text(count_name, name) return self:string(name, self:u16(count_n
 function Cursor:list(count_name, read)
     local outer = self.tree
     for n = 1, self:u8(count_name) do
-        -- One byte for every entry at least, so that a large count costs nothing.
+        -- An entry has at least one byte, so a large count costs nothing.
         if not self.ok or self:left() == 0 then
             self.ok = false
             break
@@ -341,7 +341,7 @@ local LAYOUTS = {
     end,
     IntfPwrCtrlResp = function(c) c:list("intfnum", intf_result) end,
     WifiStateResp = function(c, payload_length)
-        -- Old senders have rate and rssi in one byte each; the declared length alone tells them.
+        -- Old senders use one byte each for rate and rssi; only the declared length shows it.
         local width = (payload_length >= 1 and (payload_length - 1) % 13 == 0) and 2 or 1
         c:list("num", function(e)
             local title = e:mac("mac")
@@ -444,7 +444,7 @@ local LAYOUTS = {
     end,
 }
 
--- range: what follows the OUI in the TLV.
+-- range: the TLV's value after the OUI.
 local function dissect(oui, range, pinfo, root)
     local tree = root:add(vm1905, range)
     tree:add(fields.oui, oui)
@@ -478,7 +478,7 @@ function vm1905.dissector(_, pinfo, root)
     local ouis = {}
     for _, oui in ipairs({get_ouis()}) do ouis[oui.offset] = oui.range end
     for _, content in ipairs({get_contents()}) do
-        -- A TLV of nothing but an OUI has no content, so the two lists need not be of one length.
+        -- A TLV that holds only an OUI has no content, so the two lists may differ in length.
         local oui = ouis[content.offset - 3]
         if content.len > 0 and oui and oui:uint() == OUI then
             dissect(oui, content.range, pinfo, root)

@@ -1,4 +1,4 @@
-"""vm1905ctl in a mesh of real daemons: what it shows, what it orders, and how it ends."""
+"""vm1905ctl in a mesh of real daemons: views, orders and exit codes."""
 
 import json
 import os
@@ -8,7 +8,7 @@ import subprocess
 import time
 
 import pytest
-from lab import MESH, ROOT, Lab, al_mac, port_mac, wait_until
+from lab import MESH, ROOT, Lab, al_mac, port_mac
 
 DONE, REFUSED, USAGE, NO_DAEMON, TIMED_OUT = range(5)
 HOOK = """mkdir -p /etc/vm1905/hooks
@@ -21,9 +21,9 @@ chmod +x /etc/vm1905/hooks/led
 def lab():
     with Lab("line", "3") as made:
         made.shell("dev2", HOOK)
-        made("wait")
-        wait_until(lambda: len(show(made, "topology")["topology"]) == 3, 30, "all are known")
-        wait_until(lambda: "dev3" in made.model_text("dev1"), 30, "names are known")
+        made.complete()
+        made.until(lambda: len(show(made, "topology")["topology"]) == 3, "all are known")
+        made.until(lambda: '"dev3"' in made.model_text("dev1"), "names are known")
         yield made
 
 
@@ -38,7 +38,7 @@ def show(lab, *arguments, **options):
 
 
 def on_terminal(lab, *arguments, typed=""):
-    """What it prints on a terminal, and its exit status."""
+    """Its output on a terminal and its exit status."""
     ours, theirs = pty.openpty()
     process = subprocess.Popen([MESH, "exec", "dev1", "--", "vm1905ctl", *arguments], stdin=theirs,
                                stdout=theirs, stderr=theirs, env=lab.environment,
@@ -56,17 +56,17 @@ def on_terminal(lab, *arguments, typed=""):
 
 
 def test_every_device_sees_the_cables_of_the_lab(lab):
-    # Per device on top: who hangs off whom, with the ports of both.
+    # Root -> each other device, its parent, and the ports of both.
     chains = {"dev1": [("dev2", "dev1", "eth0", "eth0"), ("dev3", "dev2", "eth1", "eth0")],
               "dev2": [("dev1", "dev2", "eth0", "eth0"), ("dev3", "dev2", "eth1", "eth0")],
               "dev3": [("dev2", "dev3", "eth0", "eth1"), ("dev1", "dev2", "eth0", "eth0")]}
     macs = {al_mac(number): f"dev{number}" for number in (1, 2, 3)}
     for root, chain in chains.items():
         for asked in {"dev1", root}:
-            wait_until(lambda: sorted(
+            lab.until(lambda: sorted(
                 (row["name"], macs[row["parent"]], row["parent_port"], row["port"])
                 for row in show(lab, "topology", "--root", root, device=asked)["topology"]
-                if row["parent"]) == sorted(chain), 20, f"{asked} sees {root} on top")
+                if row["parent"]) == sorted(chain), f"{asked} sees {root} on top")
     drawn = ctl(lab, "topology").stdout.splitlines()
     assert [line.split()[:2] for line in drawn[1:]] == [
         ["dev1", al_mac(1)], ["`--", "dev2"], ["`--", "dev3"]]
@@ -93,15 +93,14 @@ def test_records_are_those_of_the_lab(lab):
 
 def test_an_order_is_answered_by_the_device(lab):
     assert ctl(lab, "led", "dev2", "7").stdout == "done: led, dev2\n"
-    wait_until(lambda: show(lab, "device", al_mac(2))["led_status"] == "blue", 10,
-               "it tells its LED")
+    lab.until(lambda: show(lab, "device", al_mac(2))["led_status"] == "blue", "its LED state")
     failed = ctl(lab, "--json", "led", "DEV2", "9")
     assert failed.returncode == REFUSED and json.loads(failed.stdout)["result"] == 5
     assert "nobody answers" in ctl(lab, "led", "all", "3").stdout
     for order, name, answered in ((("network", "dev2", "1", "x"), "network", False),
                                   (("wps", "renew", "main24"), "wps renew main24", True)):
-        told = show(lab, *order)
-        assert (told["answered"], told["order"]) == (answered, name)
+        report = show(lab, *order)
+        assert (report["answered"], report["order"]) == (answered, name)
     assert ctl(lab, "power", "dev2", "on", "eth1").stdout.split()[-3:] == ["eth1", "0", "done"]
 
 
@@ -110,8 +109,8 @@ def test_options_are_set_and_read(lab):
     assert ctl(lab, "get", "allow-power").stdout == "no\n"
     assert ctl(lab, "set", "allow-power", "0").stdout == "unchanged: set allow-power\n"
     asked = ("get", "allow-power", "dev1")
-    wait_until(lambda: show(lab, *asked, device="dev2") == {"allow_power": False}, 80,
-               "the others are told")
+    lab.until(lambda: show(lab, *asked, device="dev2") == {"allow_power": False},
+              "the others know")
 
 
 @pytest.mark.parametrize("arguments, status, said", [
@@ -121,7 +120,6 @@ def test_options_are_set_and_read(lab):
     (("send", "3"), REFUSED, "code 64"),
     (("steer", "dev3", "1"), REFUSED, "code 16"),  # it has no hook
     (("led", "attic", "1"), USAGE, "no device is called attic\n.*dev2"),
-    (("send", "2"), USAGE, "--to DEVICE"),
     (("reboot", "self"), USAGE, "this is dev1 itself"),
     (("power", "self", "off"), USAGE, "--yes"),
     (("power", "dev2", "off", "wlan7"), USAGE, "no interface wlan7"),
@@ -142,29 +140,29 @@ def test_dangerous_orders_want_a_yes(lab):
     assert lab.device("dev3")["boots"] == boots
     text, status = on_terminal(lab, "reboot", "dev3", typed="yes\n")
     assert status == DONE and "done: reboot, dev3" in text
-    wait_until(lambda: lab.device("dev3")["boots"] > boots, 20, "it reboots")
-    lab("wait")
+    lab.until(lambda: lab.device("dev3")["boots"] > boots, "it reboots")
+    lab.complete()
 
 
 def plant(lab, path, *names):
-    """dev1's data model with one name in the place of another."""
+    """Writes dev1's data model with one name replaced by another."""
     lab.run("dev1", "tee", path, input=lab.model_text("dev1").replace(*names),
             encoding="utf-8")
 
 
-def test_names_of_others_drive_no_terminal_and_mislead_nobody(lab):
+def test_names_of_others_are_escaped_and_must_be_unique(lab):
     plant(lab, "/tmp/evil.json", "dev3", '\x1b]0;owned\x07\u202e"q\\$(reboot)')
     for form in ("--yes", "--keyvalue", "--json"):
         out = ctl(lab, "devices", "--data-model", "/tmp/evil.json", form).stdout
         assert "owned" in out and al_mac(3) in out and "dev2" in out
         assert not re.search("[\x00-\x09\x0b-\x1f\x7f-\x9f\u202e]", out)
-    # A name that two have is nobody's.
+    # A name that two devices have refers to neither.
     plant(lab, "/tmp/twice.json", '"dev3"', '"dev2"')
     done = ctl(lab, "led", "dev2", "1", "--data-model", "/tmp/twice.json")
     assert done.returncode == USAGE and al_mac(2) in done.stderr and al_mac(3) in done.stderr
 
 
-def test_without_a_data_model_addresses_stand_for_names(lab):
+def test_without_a_data_model_addresses_replace_names(lab):
     lab.shell("dev1", "printf '{ \"Device\": ' > /tmp/broken.json")
     for path in ("/tmp/no.json", "/tmp/broken.json"):
         done = ctl(lab, "topology", "--json", "--data-model", path)
@@ -182,7 +180,7 @@ def test_watch_prints_what_changes_and_ends(lab):
     clock = r"\d\d:\d\d:\d\d\n"
     assert re.fullmatch(clock, watching.stdout.readline())
     assert [watching.stdout.readline() for _ in range(2)] == ["yes\n", "\n"]
-    time.sleep(1)  # several looks that find nothing new
+    time.sleep(1)  # several intervals without a change
     assert ctl(lab, "set", "allow-reboot", "0").returncode == DONE
     assert re.fullmatch(clock, watching.stdout.readline())
     assert watching.stdout.readline() == "no\n"
@@ -192,7 +190,7 @@ def test_watch_prints_what_changes_and_ends(lab):
 
 
 def test_watch_ends_while_the_daemon_is_silent(lab):
-    # One that finds out that it is, and one that still waits when it is told to end.
+    # One times out, the other still waits when it is ended.
     watching = [lab.start("exec", "dev1", "--", "vm1905ctl", "watch", "--json", "--interval", "0.3",
                           "--timeout", seconds, "get", "al-mac", stderr=subprocess.DEVNULL)
                 for seconds in ("1", "60")]
@@ -225,7 +223,7 @@ def test_completion_knows_commands_options_and_devices(lab):
                             (("watch", "topology", "--ro"), {"--root"})):
         script = (f"COMP_WORDS=(vm1905ctl {' '.join(w or repr('') for w in words)}); "
                   f"COMP_CWORD={len(words)}; _vm1905ctl; printf '%s\\n' \"${{COMPREPLY[@]}}\"")
-        # As text: a device need not see the folder that this lies in.
+        # As text, since a device may not see the source folder.
         done = lab.run("dev1", "bash", "-c", f"{source}\n{script}")
         found = {word for word in done.split() if not word.startswith("02-")}
         assert found == expected, words

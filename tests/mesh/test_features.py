@@ -1,29 +1,21 @@
-"""What devices do together beyond the topology, with hooks in the place of radios: stations, the
-settings that a Registrar hands out, the speed test; and a hook that hangs. The stranger sits on the
-last cable of a line of three."""
+"""Features of the controller, with hooks in place of radios: the settings that a Registrar hands
+out, the speed test; and a hook that hangs. The stranger is on the last cable of a line of three."""
 
 import struct
 import time
 
 import pytest
-from frames import MULTICAST
-from lab import Lab, al_mac, port_mac, wait_until
-from model import numbered, remotes
+from lab import Lab, al_mac, port_mac, wait_for, wait_until
 from neighbor import Neighbor, raw, text
 
 TARGET, TARGET_AL = port_mac(2, 1), al_mac(2)  # the device that the stranger talks to
-CONF_QUERY, CONF_RESP, START, DATA, ACK, STATIONS = 0, 1, 10, 11, 26, 36
+CONF_QUERY, CONF_RESP, START, DATA, ACK = 0, 1, 10, 11, 26
 DONE = b"\0"
-STATION_NUM = 30
 HOOKS = "/etc/vm1905/hooks"
 
 
-def station(number):
-    return f"02:57:a1:00:00:{number:02x}"
-
-
 def hooks(**scripts):
-    """A shell script that makes these hooks; each keeps its arguments, a call a line."""
+    """A shell script that writes these hooks. Each logs its arguments, one line per call."""
     made = f"mkdir -p {HOOKS}\n"
     for name, script in scripts.items():
         path = f"{HOOKS}/{name.replace('_', '-')}"
@@ -32,18 +24,10 @@ def hooks(**scripts):
     return made
 
 
-LINES = "\n".join(
-    f"echo '{station(n)}, 0x0105, {100 + n}, 40, {90 - n}, 866.7 Mb/s, 1 Mb/s, Guest_5GH'"
-    for n in range(STATION_NUM))
-
-
 @pytest.fixture(scope="module")
 def lab():
     with Lab("line", "3") as made:
-        made.shell("dev1", hooks(stations=LINES, wifi_channel_get="echo 6 36",
-                                 speed_test_result="") +
-                   "\n".join(f"bridge fdb add {station(n)} dev eth0 master static"
-                             for n in range(STATION_NUM)))
+        made.shell("dev1", hooks(wifi_channel_get="echo 6 36", speed_test_result=""))
         made.shell("dev2", hooks(wifi_channel_set="", speed_test="",
                                  speed_test_data="echo \"line $(wc -l <$0.calls)\""))
         made.shell("dev3", hooks(wifi_channel_set="exit 3"))
@@ -64,67 +48,52 @@ def calls(lab, device, hook):
     return done.stdout.splitlines() if done.returncode == 0 else []
 
 
-def test_stations_of_a_device_are_shown_by_the_others(lab, stranger):
-    def shown():
-        device = remotes(lab.model("dev2")).get(al_mac(1), {})
-        return {it["NeighborInterfaceId"]: tuple(it[key] for key in (
-            "RATE", "RSSI", "SignalLevel", "Tx", "Rx", "ConnType")) + ("802.11" in it["MediaType"],)
-                for it in numbered(device, "NonIEEE1905Neighbor") if "RATE" in it}
-
-    expected = {station(n): (100 + n, 40, 90 - n, "866.7 Mb/s", "1 Mb/s", "Guest_5GH", True)
-                for n in range(STATION_NUM)}
-    wait_until(lambda: shown() == expected, 25, "all stations in the neighbour's model")
-    assert {frame.destination for frame in list(stranger.heard) if frame.vendor == STATIONS} == \
-        {MULTICAST}
-
-
 def test_channels_are_handed_out_until_acknowledged(lab):
     def result(number):
         path = f"/tmp/vm1905/vm1905WIFIChannel_{al_mac(number).replace(':', '')}"
         return lab.attempt("exec", "dev1", "--", "cat", path).stdout
 
-    wait_until(lambda: result(2) == "success\n" and result(3) == "fail\n", 75, "both have answered")
+    def have_answered():
+        return wait_for(lambda: result(2) == "success\n" and result(3) == "fail\n", 2)
+
+    lab.until(have_answered, "the results of dev2 and dev3", gain=30)
     assert calls(lab, "dev2", "wifi-channel-set") == [f"{al_mac(1)} 6 36"]
 
 
-def test_a_speed_test_tells_its_figures_to_who_ordered_it(lab, stranger):
-    order = b"\1\2" + text("http://192.0.2.9/") + struct.pack(">II", 0, 3) + raw(stranger.mac)
+def test_a_speed_test_sends_its_figures_to_the_device_that_ordered_it(lab, stranger):
+    order = b"\1\2" + text("http://192.0.2.9/") + struct.pack(">II", 0, 60) + raw(stranger.mac)
     kind, payload = stranger.ask(TARGET, START, order)
     assert (kind, payload[6:]) == (ACK, DONE)
-    assert calls(lab, "dev2", "speed-test") == [f"1 2 http://192.0.2.9/ 0 3 {stranger.mac}"]
+    assert calls(lab, "dev2", "speed-test") == [f"1 2 http://192.0.2.9/ 0 60 {stranger.mac}"]
 
     def figures():
         return [frame for frame in list(stranger.heard)
                 if frame.vendor == DATA and frame.payload[:6] == raw(TARGET_AL)]
 
-    wait_until(lambda: len(figures()) >= 4, 8, "four lines of figures")
-    time.sleep(2)
-    found = figures()
-    # The last may fall into the second in which the time is over.
-    assert len(found) <= 5 and all(frame.payload[8:] == f"line {n}".encode()
-                                   for n, frame in enumerate(found, 1))
-    # Such a line reaches whoever shows it on the device that ordered the test.
+    found = wait_until(lambda: len(figures()) >= 3 and figures(), 30, "three lines of figures")
+    for number, frame in enumerate(found, 1):
+        assert frame.payload[8:] == f"line {number}".encode()
+    # Such a line reaches the hook that shows it on the device that ordered the test.
     stranger.tell(al_mac(1), DATA, raw(stranger.al) + text("94 Mb/s; $(id)"))
     wait_until(lambda: calls(lab, "dev1", "speed-test-result") ==
-               [f"{stranger.al} 94 Mb/s; $(id)"], 5, "the line at the Registrar")
+               [f"{stranger.al} 94 Mb/s; $(id)"], 10, "the line at the Registrar")
 
 
 def test_a_hook_that_hangs_holds_nothing_up(lab, stranger):
+    stranger.hello(TARGET)
     lab.shell("dev2", hooks(stations="sleep 1000 & sleep 1000"))
-    wait_until(lambda: calls(lab, "dev2", "stations"), 5, "the hook is run")
-    slowest, end = 0.0, time.monotonic() + 8
-    while time.monotonic() < end:
+
+    def is_run_again():
         begin = time.monotonic()
         assert stranger.ask(TARGET, CONF_QUERY, raw(TARGET_AL))[0] == CONF_RESP
-        slowest = max(slowest, time.monotonic() - begin)
-        time.sleep(0.01)
-    assert len(calls(lab, "dev2", "stations")) >= 2, "it was given up and run again"
-    # The daemon's own share is below 100 ms; the rest is this program's way to the wire.
-    assert slowest < 0.3, slowest
+        assert time.monotonic() - begin < 1, "a hook may take 2 seconds"
+        return len(calls(lab, "dev2", "stations")) >= 2
+
+    lab.until(is_run_again, "the hook is given up and run again")
+    assert "hook stations took longer than 2000 ms and was killed" in lab.log("dev2")
     lab.shell("dev2", f"rm {HOOKS}/stations")
 
     def sleepers():
         return lab.shell("dev2", "cat /proc/[0-9]*/comm 2>/dev/null || true").split().count("sleep")
 
-    wait_until(lambda: sleepers() == 0, 8, "nothing is left over")
-    assert "hook stations took longer than 2000 ms and was killed" in lab.log("dev2")
+    lab.until(lambda: sleepers() == 0, "nothing is left over")

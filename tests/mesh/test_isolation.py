@@ -1,5 +1,4 @@
-"""With the hops isolated a device hears nobody but its neighbours, and only relaying carries a
-multicast further."""
+"""With isolated hops a device hears only its direct neighbors; multicasts pass them by relaying."""
 
 import time
 
@@ -14,9 +13,12 @@ def start():
         lab("kill", "dev1", "dev2", "dev3")
         with lab.capture("dev1", "dev2") as first, lab.capture("dev2", "dev3") as second:
             lab("start", "dev1", "dev2", "dev3")
-            time.sleep(12)
+            # Until each end has heard a notification of the other.
+            lab.until(lambda: all(f"macSa = {port_mac(2, port)}, version = 0xa0, type = 1," in
+                                  lab.log(device) for device, port in (("dev1", 0), ("dev3", 1))),
+                      "relayed notifications")
             end = time.time()
-            time.sleep(1)  # what is sent up to the end is to pass both cables
+            time.sleep(1)  # frames sent until then have time to pass both cables
         yield lab, *([frame for frame in decode(cable.data)
                       if frame.time < end or frame.source == middle]
                      for cable, middle in ((first, port_mac(2, 0)), (second, port_mac(2, 1))))
@@ -32,7 +34,7 @@ def test_a_notification_passes_the_middle_with_the_mac_of_each_hop(start):
                   frame.sender() == al_mac(origin)]
         assert sent and {(frame.type, frame.source, frame.relayed) for frame in passed} == {
             (NOTIFICATION, hop, True)}
-        # Each once; the last may have been sent after the end.
+        # Each once; the last one may have been sent after the end.
         assert [frame.id for frame in passed][:len(sent)] == sent
         assert f"macSa = {hop}, version = 0xa0, type = 1, id = {sent[0]}" in lab.log(
             f"dev{4 - origin}")

@@ -1,4 +1,4 @@
-"""The lab itself: what the other tests stand on, and that it leaves nothing behind."""
+"""The lab itself: devices are separate, reboot, and leave nothing behind."""
 
 import contextlib
 import os
@@ -21,7 +21,7 @@ def namespaces(pids):
 
 
 def host():
-    """What of this machine a lab could change."""
+    """Everything on this machine that a lab could change."""
     links = sorted(os.listdir("/sys/class/net"))
     with open("/proc/self/mountinfo", encoding="utf-8") as file:
         return links, file.read(), os.path.exists("/usr/sbin/vm1905"), os.path.exists("/etc/vm1905")
@@ -49,7 +49,7 @@ def test_a_device_is_separate_from_the_host_and_from_the_others(line):
     seen = line.shell("dev2", "hostname; ls /sys/class/net; ls -A /tmp /etc/vm1905; ipcs -m; ps ax")
     assert "mine" not in seen and "lab-x\n" not in seen and "47110" not in seen
     assert "dev2\nbr-lan\neth0\neth1\nlo\n" in seen
-    # Its own processes only, and not as number one, which could neither be stopped nor crash.
+    # The daemon is not process 1, which could neither be stopped nor crash.
     assert line.shell("dev2", "cat /proc/[0-9]*/comm").count("vm1905") == 1
     assert line.run("dev2", "cat", "/proc/1/comm").strip() != "vm1905"
     assert not os.path.exists("/tmp/vm1905-lab-x")
@@ -66,7 +66,7 @@ def test_a_reboot_and_a_pulled_plug_empty_tmp_and_keep_the_configuration(line):
         assert line.device("dev1")["daemons"] and links(line, "dev2")["eth0"]
         line.shell("dev1", "echo lost > /tmp/lost")
         line("kill", "dev1")
-        assert not links(line, "dev2")["eth0"], "its neighbour still sees a carrier"
+        assert not links(line, "dev2")["eth0"], "its neighbor still sees a carrier"
         assert line.device("dev1")["power"] == "off"
         line("start", "dev1")
 

@@ -1,4 +1,4 @@
-"""A real lldpd, with no part in the mesh, lists our daemon as its neighbor."""
+"""A real lldpd lists our daemon as its neighbor."""
 
 import json
 import os
@@ -9,13 +9,13 @@ from lab import Lab, al_mac, port_mac, wait_until
 
 def test_lldpd_lists_the_daemon():
     if os.geteuid() != 0:
-        pytest.skip("lldpd gives up root for a user of its own, which a user namespace of one "
-                    "user does not have")
+        pytest.skip("lldpd switches to a user of its own, which a user namespace with one user "
+                    "does not have")
     with Lab("line", "2") as lab:
         lab.shell("dev2", "touch /tmp/vm1905_stop")
         wait_until(lambda: not lab.device("dev2")["daemons"], 10, "the daemon of dev2 ends")
         lab.shell("dev2", "mkdir -p /run/lldpd; lldpd -I eth0 -O /dev/null 2> /dev/null")
-        # It speaks LLDP first thing.
+        # It sends LLDP right after its start.
         lab.restart("dev1")
 
         def neighbors():
@@ -23,7 +23,7 @@ def test_lldpd_lists_the_daemon():
             return json.loads(done.stdout or "{}").get("lldp", {}).get("interface")
 
         found = wait_until(neighbors, 15, "lldpd lists a neighbor")
-        # lldpcli writes a list of one as its only entry.
+        # lldpcli writes a list of one entry as that entry.
         entry = (found[0] if isinstance(found, list) else found)["eth0"]
         (chassis,) = entry["chassis"].values() if "id" not in entry["chassis"] else [
             entry["chassis"]]

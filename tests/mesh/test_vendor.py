@@ -1,5 +1,5 @@
-"""The vendor protocol: what devices do for a stranger who speaks it, byte by byte, and what the
-dissector makes of all that they say. The stranger sits on the last cable of a line of three."""
+"""The vendor protocol: how devices answer a stranger, and how the dissector shows their messages.
+The stranger is on the last cable of a line of three."""
 
 import pathlib
 import re
@@ -7,7 +7,7 @@ import struct
 
 import pytest
 from frames import VENDOR, decode, messages
-from lab import ROOT, Lab, al_mac, port_mac, wait_until
+from lab import ROOT, Lab, al_mac, port_mac
 from neighbor import GIGABIT, Neighbor, raw, text
 
 DEVICES = ("dev1", "dev2", "dev3")
@@ -73,8 +73,8 @@ def test_a_result_text_is_written_as_it_is(lab, stranger):
     result = """it's "$(touch /tmp/pwned)" and `touch /tmp/pwned`; touch /tmp/pwned & $HOME > *"""
     stranger.tell(TARGET, WIFI_STATE_ACK, raw(stranger.al) + text(result))
     path = f"/tmp/vm1905/vm1905WIFIState_{stranger.al.replace(':', '')}"
-    wait_until(lambda: lab.attempt("exec", "dev2", "--", "cat", path).stdout == result + "\n", 5,
-               "the result text")
+    lab.until(lambda: lab.attempt("exec", "dev2", "--", "cat", path).stdout == result + "\n",
+              "the result text")
     assert "pwned" not in lab.shell("dev2", "ls /tmp /tmp/vm1905 /")
     assert not pathlib.Path("/tmp/pwned").exists()
 
@@ -84,12 +84,12 @@ def test_a_reboot_is_answered_before_the_device_goes(lab, stranger):
     assert stranger.ask(TARGET, REBOOT_REQ, OTHER) == (REBOOT_RESP, NOT_ADDRESSED)
     assert "reboot...\r" not in lab.log("dev2") and lab.device("dev2")["boots"] == before
     assert stranger.ask(TARGET, REBOOT_REQ, raw(TARGET_AL)) == (REBOOT_RESP, DONE)
-    wait_until(lambda: lab.device("dev2")["boots"] == before + 1, 10, "it comes back")
+    lab.until(lambda: lab.device("dev2")["boots"] == before + 1, "it comes back")
     assert re.search(r"reboot\.\.\.\r.*rebooted.*powered on", lab.log("dev2"), re.DOTALL)
-    # What it has done for a neighbour stands in a file that outlives the reboot.
+    # The message log in /etc survives the reboot.
     lines = lab.run("dev2", "cat", "/etc/vm1905/vm1905.log0").splitlines()
     assert any(f"type=0x0004, from: {stranger.al}/{stranger.mac} time: " in line for line in lines)
-    # The wire is where it was, and the device answers on it.
+    # The device answers on the same cable as before.
     stranger.hello(TARGET)
 
 

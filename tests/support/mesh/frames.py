@@ -1,4 +1,4 @@
-"""Frames as tshark reads them, so that nobody but the daemon itself need believe its encoder."""
+"""Frames as tshark reads them, which makes it the judge of the daemon's encoder."""
 
 import subprocess
 import xml.etree.ElementTree as xml
@@ -23,7 +23,7 @@ class Tlv:
 
 
 class Frame:
-    """kind is "ieee1905", "lldp", or what else tshark makes of it."""
+    """kind is "ieee1905", "lldp", or tshark's name of another protocol."""
 
     def __init__(self, packet):
         protocols = {proto.get("name"): proto for proto in packet.findall("proto")}
@@ -50,7 +50,7 @@ class Frame:
                     if field.get("name") == name)
 
     def types(self):
-        """The types of its TLVs, up to and with the end of message."""
+        """The types of its TLVs, including the end of message."""
         return [tlv.type for tlv in self.tlvs]
 
     def tlv(self, number):
@@ -60,15 +60,6 @@ class Frame:
         """The AL MAC in its AL MAC address TLV; None for a message without one."""
         return next((tlv.get("ieee1905.1905_al_mac_addr") for tlv in self.tlvs if tlv.type == 1),
                     None)
-
-    def neighbors(self):
-        """Local interface -> AL MACs, of a topology response."""
-        found = {}
-        for tlv in self.tlvs:
-            if tlv.type == 7:
-                found.setdefault(tlv.get("ieee1905.local_intf.mac_address"), []).extend(
-                    tlv.all("ieee1905.neighbor_al_mac_addr"))
-        return found
 
     def __repr__(self):
         if self.kind != "ieee1905":

@@ -1,4 +1,4 @@
-"""A lab for the length of a test, and what is asked of it again and again."""
+"""A lab for the duration of a test."""
 
 import contextlib
 import itertools
@@ -6,13 +6,14 @@ import json
 import os
 import pathlib
 import signal
+import struct
 import subprocess
 import tempfile
 import time
 
 ROOT = pathlib.Path(__file__).resolve().parents[3]
 MESH = str(ROOT / "lab" / "mesh")
-COMMAND_LIMIT = 90  # seconds for one command of the lab
+COMMAND_LIMIT = 90  # seconds for one lab/mesh command
 
 _numbers = itertools.count(1)
 
@@ -26,7 +27,7 @@ def port_mac(number, port):
 
 
 def wait_for(condition, seconds, pause=0.1):
-    """The first true value of condition(), a false one when there is none within these seconds."""
+    """The first true value of condition(), or its last value after these seconds."""
     limit = time.monotonic() + seconds
     while not (value := condition()) and time.monotonic() < limit:
         time.sleep(pause)
@@ -34,16 +35,31 @@ def wait_for(condition, seconds, pause=0.1):
 
 
 def wait_until(condition, seconds, what, pause=0.1):
-    """The first true value of condition(); fails the test after so many seconds."""
+    """The first true value of condition(); fails the test after these seconds."""
     value = wait_for(condition, seconds, pause)
     assert value, f"not within {seconds} s: {what}"
     return value
 
 
 class Lab:
+    """Its daemons have a clock that the test can set ahead; the kernel and files do not follow."""
+
     def __init__(self, *up):
-        self.environment = dict(os.environ, VM1905_LAB=f"test-{os.getpid()}-{next(_numbers)}")
+        self.build = os.environ["VM1905_BUILD"]
+        self.inits = {}  # process ids, for reading files of the devices
+        # All devices share the build folder, but not /tmp.
+        self.clock = tempfile.NamedTemporaryFile(dir=self.build, prefix="clock-")
+        self.ahead = 0
+        self.advance(0)
+        self.daemon_environment = [f"LD_PRELOAD={self.build}/libclock_ahead.so",
+                                   f"CLOCK_AHEAD={self.clock.name}"]
+        # AddressSanitizer insists on being the first library, but need not be.
+        sanitizer = (os.environ.get("ASAN_OPTIONS"), "verify_asan_link_order=0")
+        self.environment = dict(os.environ, VM1905_LAB=f"test-{os.getpid()}-{next(_numbers)}",
+                                ASAN_OPTIONS=":".join(filter(None, sanitizer)))
         self.arguments = [*up, "--until-exit-of", str(os.getpid())]
+        for variable in self.daemon_environment:
+            self.arguments += ["--env", variable]
 
     def __enter__(self):
         self("up", *self.arguments)
@@ -51,6 +67,29 @@ class Lab:
 
     def __exit__(self, *_):
         self("down")
+
+    def advance(self, seconds):
+        """Sets the clocks of all daemons ahead, at once."""
+        self.ahead += seconds
+        os.pwrite(self.clock.fileno(), struct.pack("q", self.ahead), 0)
+
+    def pass_time(self, seconds):
+        """Lets these seconds pass quickly, one by one."""
+        for _ in range(seconds):
+            self.advance(1)
+            time.sleep(0.25)
+
+    def until(self, condition, what, gain=1):
+        """Like wait_until(), but the daemons' clocks gain some seconds with every look.
+
+        Not for programs that the daemon runs: it may give them only a few of these seconds."""
+        return wait_until(lambda: condition() or self.advance(gain), 60, what, 0.2)
+
+    def complete(self, gain=1):
+        """Waits until every device knows those it hears, and whom they hear."""
+        look = ("wait", "--seconds", "0")
+        wait_for(lambda: self.attempt(*look).returncode == 0 or self.advance(gain), 60, 0.2)
+        self(*look)  # fails with what is missing
 
     @property
     def folder(self):
@@ -68,7 +107,7 @@ class Lab:
         return done.stdout
 
     def start(self, *arguments, **options):
-        """A command that runs on; the caller ends it."""
+        """A command that keeps running; the caller ends it."""
         options = {"stdout": subprocess.PIPE, "stderr": subprocess.STDOUT, **options}
         return subprocess.Popen([MESH, *arguments], env=self.environment, text=True, **options)
 
@@ -87,23 +126,29 @@ class Lab:
         return self.status()["devices"][name]
 
     def log(self, device):
-        # As bytes, since the ends of its lines are part of the texts.
+        # Read as bytes, since the line ends are part of the texts.
         return (self.folder / f"{device}.log").read_bytes().decode(errors="replace")
 
     def model_text(self, device):
-        """The device's data model as it stands in the file; empty while there is none."""
-        done = self.attempt("exec", device, "--", "cat", "/tmp/vm1905.json")
-        return done.stdout if done.returncode == 0 else ""
+        """The content of the device's data model; empty if there is none."""
+        for _ in range(2):
+            with contextlib.suppress(KeyError, OSError):
+                path = pathlib.Path(f"/proc/{self.inits[device]}/root/tmp/vm1905.json")
+                return path.read_text(encoding="utf-8", errors="replace")
+            # There is no file, or the device has rebooted.
+            self.inits = {name: entry["init"] for name, entry in self.status()["devices"].items()}
+        return ""
 
     def model(self, device):
-        """The parsed data model; empty while there is none or it is being written."""
-        try:
-            return json.loads(self.model_text(device))
-        except ValueError:
-            return {}
+        """The parsed data model; empty if there is none."""
+        for _ in range(5):
+            with contextlib.suppress(ValueError):
+                return json.loads(self.model_text(device))
+            time.sleep(0.02)  # it may be half-written
+        return {}
 
     def restart(self, device):
-        """Power off and on, and a daemon that starts fresh."""
+        """Power off and on, with a new daemon."""
         self("kill", device)
         self("start", device)
 
@@ -133,7 +178,7 @@ class Recording:
 
 
 class Program:
-    """A program in a device, spoken to line by line."""
+    """A program in a device that reads and writes lines."""
 
     def __init__(self, lab, device, *command):
         self.process = lab.start("exec", device, "--", *command, stdin=subprocess.PIPE, stderr=None)

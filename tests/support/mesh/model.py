@@ -6,7 +6,7 @@ def al(model):
 
 
 def numbered(parent, prefix):
-    """The objects Prefix.1, Prefix.2, ..., which must be numbered without a gap."""
+    """The objects Prefix.1, Prefix.2, ...; fails if there is a gap in the numbers."""
     found = {key: value for key, value in parent.items() if key.startswith(prefix + ".")}
     assert list(found) == [f"{prefix}.{n}" for n in range(1, len(found) + 1)], list(found)
     return list(found.values())

@@ -1,5 +1,5 @@
-"""A neighbour made of nothing but frames: it says hello, tells its topology to whoever asks, and is
-silent otherwise. Its messages are written byte by byte, from docs/vendor-protocol.md."""
+"""A neighbor of the test's own, which answers topology queries and sends what it is given. It
+composes its messages byte by byte, from docs/vendor-protocol.md."""
 
 import struct
 import threading
@@ -10,8 +10,8 @@ from lab import Program, wait_for
 
 GIGABIT = 1  # media type
 
-# Runs in a device: frames in hexadecimal from standard input onto a port, and from the port to
-# standard output. A socket for one EtherType sees nothing on the port of a bridge.
+# Runs in a device: sends frames in hexadecimal from standard input to a port, and from the port to
+# standard output. On the port of a bridge, a socket for one EtherType receives nothing.
 WIRE = """
 import select, socket, sys
 wire = socket.socket(socket.AF_PACKET, socket.SOCK_RAW, socket.htons(3))
@@ -46,12 +46,12 @@ def vendor_tlv(al, kind, payload):
 
 
 def text(value):
-    """A text in a payload: its length, then its bytes."""
+    """A text in a payload: length and bytes."""
     return struct.pack(">H", len(value)) + value.encode()
 
 
 class Heard:
-    """A frame that reached the neighbour; vendor and payload are None without a vendor TLV."""
+    """A frame that reached the neighbor; vendor and payload are None without a vendor TLV."""
 
     def __init__(self, frame):
         self.time = time.monotonic()
@@ -64,10 +64,10 @@ class Heard:
 
 
 class Neighbor(Program):
-    """On a port of a device. Its addresses are its own, so that nobody takes it for the device."""
+    """On a port of a device, but with addresses of its own."""
 
     def __init__(self, lab, device, port, mac="02:57:a0:00:00:00", al="02:57:a0:00:00:ff"):
-        self.mac, self.al, self.heard, self.id = mac, al, [], 0x1000
+        self.lab, self.mac, self.al, self.heard, self.id = lab, mac, al, [], 0x1000
         self.sending = threading.Lock()
         super().__init__(lab, device, "python3", "-c", WIRE, port)
         assert self.hear() == "ready"
@@ -95,23 +95,23 @@ class Neighbor(Program):
             return message_id
 
     def hello(self, device):
-        """Is known to the device when this returns. Nobody hears the first call while it starts,
-        and whoever was heard within the last 5 seconds is not asked."""
+        """Returns when the device knows it. The device queries a sender that was silent for 5 s."""
         since = time.monotonic()
-        for seconds in (1, 1, 6, 6):
+
+        def is_asked():
             self.send(MULTICAST, DISCOVERY, tlv(1, raw(self.al)) + tlv(2, raw(self.mac)))
-            if wait_for(lambda: any(frame.type == QUERY and frame.source == device and
-                                    frame.time > since for frame in list(self.heard)),
-                        seconds, 0.02):
-                return
-        raise AssertionError("no topology query for the neighbor")
+            return wait_for(lambda: any(frame.type == QUERY and frame.source == device and
+                                        frame.time > since for frame in list(self.heard)),
+                            1, 0.02)
+
+        self.lab.until(is_asked, f"a topology query of {device} for the neighbor", gain=5)
 
     def tell(self, device, kind, payload):
         return self.send(device, VENDOR, vendor_tlv(self.al, kind, payload))
 
     def ask(self, device, kind, payload):
-        """The type and the payload of the answer. A request may be lost while a device reopens its
-        ports, and is then made again."""
+        """The type and the payload of the answer. A device may miss a request while it reopens its
+        ports, so it is repeated once."""
         asked = set()
 
         def answers():
@@ -122,4 +122,4 @@ class Neighbor(Program):
             asked.add(self.tell(device, kind, payload))
             if found := wait_for(answers, 5, 0.02):
                 return found[0].vendor, found[0].payload
-        raise AssertionError(f"no answer to {kind}")
+        raise AssertionError(f"{device} does not answer type {kind}")

@@ -1,7 +1,7 @@
-/* Asks the daemon by the client library, and prints what came of it. Reads lines
+/* Sends requests to the daemon through the client library. Reads lines
  *   SERVICE PAYLOAD TIMEOUT_MS
- * PAYLOAD is hexadecimal, or "-" for none. Tells "taken" as soon as the daemon has the request, and
- * then in a line: result, id of the answer, and its payload without the zeros at its end. */
+ * where PAYLOAD is hexadecimal, or "-" if empty. Prints "taken" when the daemon has the request,
+ * and then the result, the id of the answer, and its payload without trailing zeros. */
 #include <stdio.h>
 #include <string.h>
 
