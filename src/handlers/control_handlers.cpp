@@ -111,7 +111,7 @@ int handleNetworkCtrlReqMsg(const VendContext& context, const NetworkCtrlReq& re
     NetworkCtrlResp answer;
     answer.networkOption = request.networkOption;
     answer.retCode = resultByte(retCode);
-    return answerRequest(context, VEND_MSG_TYPE_NETWORKCTRL_RESP, answer, retCode);
+    return answerRequest(context, VEND_MSG_TYPE_NETWORKCTRL_RESP, std::move(answer), retCode);
 }
 
 int handleNetworkCtrlRespMsg(const VendContext& context, const NetworkCtrlResp& answer) {

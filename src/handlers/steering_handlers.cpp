@@ -83,7 +83,7 @@ int handleBlacklistReqMsg(const VendContext& context, const BlacklistReq& reques
     BlacklistResp answer;
     answer.option = request.option;
     answer.retCode = resultByte(retCode);
-    return answerRequest(context, VEND_MSG_TYPE_ADDBLACKLIST_RESP, answer, retCode);
+    return answerRequest(context, VEND_MSG_TYPE_ADDBLACKLIST_RESP, std::move(answer), retCode);
 }
 
 int handleBlacklistRespMsg(const VendContext& context, const BlacklistResp& answer) {
