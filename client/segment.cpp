@@ -27,7 +27,7 @@ int Segment::attach() {
     if (found != id_ || memory_ == nullptr) {
         detach();
         void* const memory = shmat(found, nullptr, 0);
-        if (reinterpret_cast<intptr_t>(memory) == -1) {
+        if (memory == reinterpret_cast<void*>(-1)) {
             // Removed since it was found.
             return errno == EIDRM || errno == EINVAL ? VM1905_NO_DAEMON : VM1905_SYSTEM;
         }

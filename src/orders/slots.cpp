@@ -61,7 +61,7 @@ int initSegment(Segment& segment) {
         return kFailure;
     }
     void* const memory = shmat(segment.id, nullptr, 0);
-    if (reinterpret_cast<intptr_t>(memory) == -1) {
+    if (memory == reinterpret_cast<void*>(-1)) {
         LOG_PUTS(1, "shmat() failed\r");
         return kFailure;
     }
