@@ -132,7 +132,7 @@ void inOwnNetwork(const std::function<void()>& body) {
             body();
         }
         std::fflush(stdout);
-        ::_exit(testing::Test::HasFailure() ? 1 : 0);
+        std::exit(testing::Test::HasFailure() ? 1 : 0);  // not _exit: coverage is written here
     }
     int status = 0;
     ASSERT_EQ(::waitpid(child, &status, 0), child);
