@@ -2,14 +2,14 @@
 
 Seconds MessageMemory::store(const MacAddr& alMac, uint16_t msgType, uint16_t msgId) {
     const Seconds time = now();
-    Entry* slot = nullptr;
-    Seconds greatestAge = 0;
+    Entry* slot = entries_.data();
+    Seconds greatestAge = time - slot->time;
     for (Entry& entry : entries_) {
         if (entry.msgId == kFree) {
             slot = &entry;
             break;
         }
-        if (slot == nullptr || time - entry.time > greatestAge) {
+        if (time - entry.time > greatestAge) {
             slot = &entry;
             greatestAge = time - entry.time;
         }

@@ -99,7 +99,7 @@ uint8_t readNbrListHead(TlvReader& tlv, uint8_t type, unsigned entrySize, MacAdd
     tlv.demandAtLeast(type, 6);
     localIntfMac = tlv.mac();
     const uint8_t num = entriesAfter(tlv, 6, entrySize);
-    tlv.demand(num * entrySize <= tlv.left());
+    tlv.demand(size_t{num} * entrySize <= tlv.left());
     return tlv.ok() ? num : uint8_t{0};
 }
 
@@ -130,7 +130,7 @@ uint8_t readMetricHead(TlvReader& tlv, uint8_t type, unsigned linkSize, LinkMetr
     tlv.skip(6);
     const MacAddr alMac = tlv.mac();
     const uint8_t num = entriesAfter(tlv, 12, linkSize);
-    tlv.demand(num * linkSize <= tlv.left());
+    tlv.demand(size_t{num} * linkSize <= tlv.left());
     if (!tlv.ok()) return 0;
     info.alMac = alMac;
     return num;

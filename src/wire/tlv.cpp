@@ -18,6 +18,6 @@ size_t flatten1905Tlv(const Tlv& tlv, std::span<uint8_t> out) {
 size_t flattenLldpTlv(const Tlv& tlv, std::span<uint8_t> out) {
     if (tlv.value.size() > 0x1FF) return 0;
     ByteWriter writer(out);
-    writer.u16(static_cast<uint32_t>(tlv.type * 512U + tlv.value.size())).bytes(tlv.value);
+    writer.u16(static_cast<uint32_t>(size_t{tlv.type} * 512 + tlv.value.size())).bytes(tlv.value);
     return finish(writer);
 }

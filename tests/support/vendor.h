@@ -1,6 +1,7 @@
 // Vendor messages as bytes, one valid payload per type, written by hand.
 #pragma once
 
+#include <initializer_list>
 #include <vector>
 
 #include "support/frames.h"
@@ -35,31 +36,33 @@ inline Frame item(unsigned type, std::string_view value) {
 inline std::vector<VendSample> vendSamples(const MacAddr& almac) {
     const Frame al = bytesOf(almac);
     const Frame mac = bytesOf(kStation);
+    using Types = std::initializer_list<unsigned>;
     std::vector<VendSample> all;
-    for (const unsigned type : {0, 2, 4, 8, 13, 22, 28, 37, 39, 42, 51}) all.push_back({type, al});
-    for (const unsigned type : {5, 17, 19, 21, 23, 32, 35, 54, 69, 76}) {
+    for (const unsigned type : Types{0, 2, 4, 8, 13, 22, 28, 37, 39, 42, 51})
+        all.push_back({type, al});
+    for (const unsigned type : Types{5, 17, 19, 21, 23, 32, 35, 54, 69, 76}) {
         all.push_back({type, hex("10")});
     }
-    for (const unsigned type : {16, 18, 26, 30, 31, 33, 34, 38, 47, 48, 55, 74, 75}) {
+    for (const unsigned type : Types{16, 18, 26, 30, 31, 33, 34, 38, 47, 48, 55, 74, 75}) {
         all.push_back({type, al + hex("21")});
     }
-    for (const unsigned type : {11, 14, 15, 40, 41, 43, 56}) {
+    for (const unsigned type : Types{11, 14, 15, 40, 41, 43, 56}) {
         all.push_back({type, al + textBytes("some text")});
     }
     const Frame items = hex("03") + item(0, "\1") + item(7, "name") + item(42, "");
-    for (const unsigned type : {1, 52}) all.push_back({type, al + items});
-    for (const unsigned type : {10, 12}) {
+    for (const unsigned type : Types{1, 52}) all.push_back({type, al + items});
+    for (const unsigned type : Types{10, 12}) {
         all.push_back(
             {type, hex("01 02") + textBytes("http://x") + hex("01020304 0000003c") + mac});
     }
-    for (const unsigned type : {64, 66}) {
+    for (const unsigned type : Types{64, 66}) {
         all.push_back({type, al + mac + mac + hex("51 06 01 0064") + textBytes("ssid")});
     }
-    for (const unsigned type : {65, 67}) {
+    for (const unsigned type : Types{65, 67}) {
         all.push_back({type, hex("01 00") + mac + hex("0003 0a0b0c")});
     }
-    for (const unsigned type : {70, 72}) all.push_back({type, al + hex("01") + mac});
-    for (const unsigned type : {71, 73}) all.push_back({type, hex("01 10")});
+    for (const unsigned type : Types{70, 72}) all.push_back({type, al + hex("01") + mac});
+    for (const unsigned type : Types{71, 73}) all.push_back({type, hex("01 10")});
     const std::string client =
         "{0=02:57:a0:00:00:01,1=0105,2=866,3=40,4=55,5=t,x,6=r,7=Main_5GH,8=00:00:00:00:00:00}";
     const std::vector<VendSample> others{

@@ -160,7 +160,7 @@ TEST_F(Neighbors, ChangeLogIsARing) {
     (void)updateChangeLogTable(0, {}, {}, 0, peer(7).al);
     EXPECT_EQ(topol().changeLogNum, 3);
     EXPECT_EQ(topol().changeLogNext, 1);
-    for (const auto& [index, nbr] : {std::pair{0, 7}, {1, 5}, {2, 6}})
+    for (const auto& [index, nbr] : {std::pair{0U, 7U}, {1U, 5U}, {2U, 6U}})
         EXPECT_EQ(topol().changeLog.at(index).nbrMac, peer(nbr).al) << index;
     (void)setChangeLogMaxEntries(1000);
     for (unsigned i = 0; i < 300; i++) (void)updateChangeLogTable(0, {}, {}, 0, peer(i).al);
