@@ -12,12 +12,6 @@
 #include "net/raw_socket.h"
 #include "support/fake_platform.h"
 
-namespace {
-
-constexpr int kFirstTestFd = 1024;
-
-}  // namespace
-
 FakeNet::~FakeNet() {
     for (const auto& socket : sockets) close(socket.far);
 }
@@ -118,7 +112,7 @@ int openRawSocket() {
     }
     for (const int end : ends) growReceiveBuffer(end);
     // Leaves the descriptors below 1,024, to which select(2) is limited, to the daemons.
-    if (const int high = fcntl(ends[1], F_DUPFD_CLOEXEC, kFirstTestFd); high >= 0) {
+    if (const int high = fcntl(ends[1], F_DUPFD_CLOEXEC, 1024); high >= 0) {
         close(std::exchange(ends[1], high));
     }
     net.sockets.push_back({ends[0], ends[1]});

@@ -2,6 +2,7 @@
 
 #include "db/change_log.h"
 #include "db/device_table.h"
+#include "db/exported_accessors.h"
 #include "db/local_tables.h"
 #include "support/device.h"
 
@@ -196,7 +197,7 @@ TEST_F(Neighbors, ResponsesLogWhoCameAndWent) {
         // Meant: new lists are compared with the first old one, whatever its interface.
         {record({}, {{2, {4}}, {3, {5}}}), record({}, {{2, {4}}, {3, {5}}}), "+5@3 "}};
     for (const auto& [old, next, expected] : oldNextChanges) {
-        topol().devs.clear();
+        destroyIeee1905DevTable();
         EXPECT_EQ(store(old), kOk);
         EXPECT_EQ(changes(), "+1 ") << "a new device";
         EXPECT_EQ(store(next), kOk);
@@ -214,13 +215,13 @@ TEST_F(Neighbors, AResponseKeepsTheOtherFields) {
     auto first = record({}, {});
     first.intfs = {{peer(3).intf, 1, {}, 0, Text<16>("wlan0")}};
     (void)store(first);
-    topol().devs.front().hostname = "extender";
-    topol().devs.front().wifiClients.resize(2);
+    getIeee1905DevTableByIndex(0)->hostname = "extender";
+    getIeee1905DevTableByIndex(0)->wifiClients.resize(2);
     (void)store({});
     auto next = record({}, {{3, {4}}});
     next.intfs = {{peer(5).intf, 1, {}, 255, {}}, {peer(3).intf, 2, {}, 255, {}}};
     (void)store(next);
-    const auto& dev = topol().devs.front();  // still the first
+    const auto& dev = *getIeee1905DevTableByIndex(0);  // still the first
     EXPECT_EQ(dev.hostname, "extender");
     EXPECT_EQ(dev.wifiClients.size(), 2U);
     EXPECT_EQ(dev.wifiSync, (std::array<uint8_t, 2>{7, 8}));
