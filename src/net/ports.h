@@ -72,8 +72,8 @@ FrameBuffer& getRxBuffer();
 // name.
 int refreshIntfPort(Port& port);
 
-// True if the port may send now: it is up, which is asked anew, and the platform does not exclude
-// it.
+// True if the port may send now: it is up (the kernel is asked again) and the platform does not
+// exclude it.
 [[nodiscard]] bool portIsUsable(Port& port);
 
 // Open and bind one socket of a port; the first also reads its flags and MTU. kOk, kFailure if the
