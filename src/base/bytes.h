@@ -1,6 +1,6 @@
-// The only two ways in which bytes from and for the outside are touched. Both are big-endian and
-// fail closed: once a read or write would leave the buffer, ok() is false, reads give zero, and
-// nothing more is read or written.
+// Reader and writer for all bytes that come from outside or go there. Both are big-endian and fail
+// closed: once an access would leave the buffer, ok() is false, reads return zero, and nothing more
+// is read or written.
 #pragma once
 
 #include <cstdint>
@@ -14,10 +14,11 @@ using Bytes = std::span<const uint8_t>;
 
 class ByteReader {
   public:
+    // The bytes must outlive the reader.
     explicit ByteReader(Bytes bytes) : bytes_(bytes) {}
 
     bool ok() const { return ok_; }
-    size_t position() const { return pos_; }
+    size_t position() const { return pos_; }  // bytes read so far
     size_t left() const { return bytes_.size() - pos_; }
 
     uint8_t u8() { return static_cast<uint8_t>(number(1)); }
@@ -27,7 +28,7 @@ class ByteReader {
         const Bytes raw = take(6);
         return raw.size() == 6 ? MacAddr(raw.data()) : MacAddr{};
     }
-    // The next n bytes, or none when fewer are left.
+    // The next n bytes; empty, and the reader has failed, if fewer are left.
     Bytes take(size_t n) {
         if (!ok_ || n > left()) {
             ok_ = false;
@@ -38,7 +39,7 @@ class ByteReader {
         return part;
     }
     void skip(size_t n) { (void)take(n); }
-    // For what is there but cannot be: nothing more is read.
+    // For a caller that found an impossible value: the reader has failed.
     void fail() { ok_ = false; }
 
   private:
@@ -55,11 +56,13 @@ class ByteReader {
 
 class ByteWriter {
   public:
+    // The buffer must outlive the writer.
     explicit ByteWriter(std::span<uint8_t> out) : out_(out) {}
 
     bool ok() const { return ok_; }
-    size_t position() const { return pos_; }
+    size_t position() const { return pos_; }  // bytes written or skipped so far
 
+    // Numbers are cut to their low 8, 16 or 32 bits.
     ByteWriter& u8(uint32_t v) { return number(v, 1); }
     ByteWriter& u16(uint32_t v) { return number(v, 2); }
     ByteWriter& u32(uint32_t v) { return number(v, 4); }
@@ -99,7 +102,7 @@ class ByteWriter {
     bool ok_ = true;
 };
 
-// count packed MAC addresses, none when there are no bytes.
+// Unpacks count addresses of 6 bytes each; empty if packed is nullptr.
 inline std::vector<MacAddr> unpackMacs(const uint8_t* packed, size_t count) {
     std::vector<MacAddr> macs;
     if (packed == nullptr) return macs;

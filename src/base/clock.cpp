@@ -15,7 +15,7 @@ int64_t nanoseconds(clockid_t clock) {
     return t.tv_sec * kNanoseconds + t.tv_nsec;
 }
 
-// How far the wall clock is ahead of the time since boot.
+// How far the wall clock is ahead of the time since boot, in nanoseconds.
 int64_t wallClockLead() {
     return nanoseconds(CLOCK_REALTIME) - nanoseconds(CLOCK_BOOTTIME);
 }
@@ -36,6 +36,7 @@ Seconds wallClock() {
 Seconds toWallClock(Seconds stamp) {
     if (testSource != nullptr) return stamp;
     const int64_t stepped = wallClockLead() - leadAtStart;
+    // Rounded to the nearest second.
     const int64_t half = stepped < 0 ? -kNanoseconds / 2 : kNanoseconds / 2;
     return stamp + (stepped + half) / kNanoseconds;
 }

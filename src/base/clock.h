@@ -5,19 +5,19 @@
 
 using Seconds = int64_t;
 
-// Whole seconds since the epoch that never step: the wall clock when the daemon started plus the
-// monotonic time since then. All ageing compares these, so that setting the clock after boot
-// neither ages anything out nor freezes it.
+// Seconds since the epoch, by a clock that never steps: the wall clock at the start of the daemon
+// plus the time since then. All aging compares these stamps, so that setting the clock after boot
+// neither expires anything nor keeps it forever.
 Seconds now();
 
-// The present wall clock in whole seconds since the epoch.
+// The wall clock in whole seconds since the epoch.
 Seconds wallClock();
 
-// Maps a stamp taken with now() to the wall clock as it is set at present. For stamps that are
-// shown to a person or a client.
+// Converts a stamp of now() to the wall clock as it is set at present, for stamps that people or
+// clients see.
 Seconds toWallClock(Seconds stamp);
 
-// Waits; ends early when a signal arrives.
+// Waits this many microseconds, or until a signal arrives.
 void sleepMicroseconds(unsigned microseconds);
 
 // Replaces the source of now() and wallClock(); nullptr restores the system's clock.

@@ -1,4 +1,4 @@
-// A file descriptor that closes itself.
+// Owner of a file descriptor, which it closes.
 #pragma once
 
 #include <unistd.h>
@@ -18,7 +18,7 @@ class Fd {
         if (fd_ >= 0) close(fd_);
     }
 
-    int get() const { return fd_; }
+    int get() const { return fd_; }  // -1 if there is none
     explicit operator bool() const { return fd_ >= 0; }
 
   private:

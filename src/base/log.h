@@ -1,5 +1,5 @@
 // The debug log: one line per call on standard output, flushed at once. A line of level L is
-// printed when DEBUGLEVEL >= L.
+// printed if DEBUGLEVEL >= L.
 #pragma once
 
 #include <cstdint>
@@ -12,16 +12,18 @@
         if (DEBUGLEVEL >= (level)) logLine((level), __func__, __LINE__, __VA_ARGS__); \
     } while (0)
 
-// The same for a constant text that carries no line feed of its own.
+// The same for a constant text; adds the line feed.
 #define LOG_PUTS(level, text) LOG(level, "%s\n", text)
 
-// Prints the prefix, the message, and flushes. Used through the macros.
+// Prints a prefix (wall clock, level, function, line) and the printf-like message. Normally called
+// through the macros, which check the level.
 void logLine(int level, const char* function, int line, const char* format, ...)
     __attribute__((format(printf, 4, 5)));
 
-// Stores the low 8 bits as running level and forwards it to the platform library; kOk.
+// Sets the running level, also in the platform library. kOk.
 int setDebugLevel(uint8_t level);
+// The running level.
 uint8_t getDebugLevel();
 
-// Hands a line (NUL-terminated by this function, printf-like) to the platform log.
+// Formats a line like printf, cuts it to 2047 bytes and hands it to the log of the platform.
 void Outputlog(const char* format, ...) __attribute__((format(printf, 1, 2)));

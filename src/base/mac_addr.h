@@ -1,4 +1,4 @@
-// A MAC address as a value: compare, hash, print.
+// A MAC address as a value that can be compared, hashed and printed.
 #pragma once
 
 #include <array>
@@ -18,7 +18,8 @@ struct MacAddr {
     // Copies 6 bytes in wire order.
     explicit MacAddr(const uint8_t* bytes) { std::memcpy(b.data(), bytes, b.size()); }
 
-    // As a number: tables are searched by address all the time, and byte by byte takes longer.
+    // The address as a number. Searches through the tables compare numbers, which is faster than
+    // comparing bytes.
     constexpr uint64_t number() const {
         return uint64_t{b[0]} << 40 | uint64_t{b[1]} << 32 | uint64_t{b[2]} << 24 |
                uint64_t{b[3]} << 16 | uint64_t{b[4]} << 8 | b[5];
@@ -38,7 +39,7 @@ struct std::hash<MacAddr> {
     }
 };
 
-// printf pieces: a format and the matching arguments.
+// A printf format for a MAC address, and the arguments for it.
 #define MAC_FMT "%.2x:%.2x:%.2x:%.2x:%.2x:%.2x"
 #define MAC_ARGS(m) (m).b[0], (m).b[1], (m).b[2], (m).b[3], (m).b[4], (m).b[5]
 

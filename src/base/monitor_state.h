@@ -1,4 +1,4 @@
-// The states of the two monitors: of the frames and of the service channel.
+// States of the two monitors, that of the frames and that of the service channel.
 #pragma once
 
 #include <cstdint>

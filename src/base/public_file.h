@@ -1,12 +1,12 @@
-// Files in folders that anybody may write into: something else may have been put there under their
-// names, which a writer must neither wait for nor follow.
+// Files in folders that everybody may write to. Somebody may have put a link, a FIFO or a device
+// there under the name of the file: a writer must neither follow nor wait for it.
 #pragma once
 
 #include <string_view>
 
-// True when nothing stands there, or an ordinary file. For what a shell command is about to write.
+// True if the path is absent or a regular file. Checked before a shell command writes to the path.
 [[nodiscard]] bool isOrdinaryFile(const char* path);
 
-// Writes a file in one go, over what stood there. kFailure when what stands there is no ordinary
-// file or cannot be opened, which is left as it is, and when writing fails, which is logged.
+// Replaces the content of a file, or creates it. kOk, or kFailure if the path is not a regular file
+// or cannot be opened (it is then left alone), or if writing fails (logged).
 [[nodiscard]] int writePublicFile(const char* path, std::string_view text);

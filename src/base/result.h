@@ -6,22 +6,22 @@ enum Result : int {
     kOk = 0,
     kNoLocalIntf = 1,       // local interface not found
     kPwrUnsupported = 2,    // power state unsupported
-    kNotAddressed = 7,      // addressed device is not this one, or neighbour not found
+    kNotAddressed = 7,      // addressed device is not this one, or neighbor not found
     kFailure = 16,          // general failure
     kNoTable = 17,          // the table does not exist
     kInvalidState = 18,     // operation not allowed in the present state
     kIntfError = 19,        // socket or interface error
     kUnknownItem = 32,      // service answer: no such configuration item
-    kZeroLogMax = 34,       // service answer: a change log must have room for an entry
+    kZeroLogMax = 34,       // service answer: a change log needs room for at least one entry
     kUnchanged = 34,        // a setter was given the value it already holds
     kUnknownService = 48,   // no such service id
-    kTypeNotAllowed = 64,   // service answer: no message type for a client to send
+    kTypeNotAllowed = 64,   // service answer: clients may not send this message type
     kDuplicate = 65,        // message already generated or received
     kIndexOutOfRange = 80,  // service answer: index out of range
     kTableEmpty = 81,       // service answer: the table is empty
     kIntfNotFound = 82,     // service answer: no interface with this MAC and media type
-    kKnownNbrDev = 83,      // neighbour device already known
-    kNewNbrDev = 84,        // neighbour device new or back again
+    kKnownNbrDev = 83,      // neighbor device already known
+    kNewNbrDev = 84,        // neighbor device new or back again
     kNothingChanged = 85,   // nothing changed, or the target was not found
     kChanged = 86,          // changed; the data-model rewrite was requested
     kDevNotFound = 87,      // service answer: no device with this AL MAC
@@ -29,7 +29,8 @@ enum Result : int {
     kTopolIncomplete = 98,  // the topology is not available yet
 };
 
-// A result of the platform or the daemon as it travels: what does not fit is a general failure.
+// The byte that carries a result of the daemon or the platform in a message. A result that does not
+// fit in a byte becomes kFailure.
 constexpr unsigned char resultByte(int result) {
     return static_cast<unsigned char>(result >= 0 && result <= 0xFF ? result : kFailure);
 }

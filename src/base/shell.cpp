@@ -10,7 +10,7 @@ int runShell(const char* format, ...) {
     va_start(args, format);
     const int length = vsnprintf(command, sizeof command, format, args);
     va_end(args);
-    // A command that was cut is another command.
+    // A truncated command would do something else.
     if (length < 0 || static_cast<size_t>(length) >= sizeof command) return -1;
     return system(command);
 }

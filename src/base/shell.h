@@ -1,15 +1,15 @@
-// Commands for the shell.
+// Shell commands.
 #pragma once
 
 #include <optional>
 #include <string>
 #include <string_view>
 
-// Runs a printf-like command through the shell and waits for it; the status of system(3), -1 when
-// the command is too long. Nothing that comes from outside may stand in it unescaped.
+// Formats a command like printf, runs it through the shell and waits for it. Returns the status of
+// system(3), or -1 if the command exceeds 4095 bytes. Text from outside must be escaped first.
 int runShell(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
-// Text as it must stand between the double quotes of an echo command to come out as it is; for
-// plain text that is the text itself. Nothing for what shells echo differently: backslashes,
-// options.
+// Escapes a text for use between the double quotes of an echo command, so that echo prints it
+// unchanged. Plain text comes back as it is. std::nullopt for text that not every shell echoes
+// alike: with a backslash or a NUL, or one that looks like an option of echo.
 [[nodiscard]] std::optional<std::string> escapeForEcho(std::string_view text);

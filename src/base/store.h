@@ -1,7 +1,7 @@
-// Setting a value of which somebody wants to know whether it changed.
+// Assignment that returns whether the value changed.
 #pragma once
 
-// Stores value; true when the field held another one.
+// Stores value in field; true if field held another one.
 template <typename Field, typename Value>
 bool store(Field& field, const Value& value) {
     if (field == value) return false;

@@ -2,7 +2,7 @@
 
 namespace {
 
-// The length of the UTF-8 character at the start, 0 when there is none.
+// The length in bytes of the UTF-8 character at the start of text (not empty), 0 if it is invalid.
 size_t utf8Length(std::string_view text) {
     const auto at = [&](size_t i) { return static_cast<uint8_t>(text[i]); };
     const size_t length = at(0) < 0x80   ? 1
@@ -15,17 +15,17 @@ size_t utf8Length(std::string_view text) {
     for (size_t i = 1; i < length; i++) {
         if ((at(i) & 0xC0) != 0x80) return 0;
     }
-    // Overlong forms, surrogates, and what lies behind the last character.
-    const bool odd = (at(0) == 0xE0 && at(1) < 0xA0) || (at(0) == 0xED && at(1) >= 0xA0) ||
-                     (at(0) == 0xF0 && at(1) < 0x90) || (at(0) == 0xF4 && at(1) >= 0x90);
-    return odd ? 0 : length;
+    // Overlong forms, surrogates, and code points above U+10FFFF.
+    const bool invalid = (at(0) == 0xE0 && at(1) < 0xA0) || (at(0) == 0xED && at(1) >= 0xA0) ||
+                         (at(0) == 0xF0 && at(1) < 0x90) || (at(0) == 0xF4 && at(1) >= 0x90);
+    return invalid ? 0 : length;
 }
 
 bool isPlain(char c) {
     return static_cast<uint8_t>(c) >= 0x20 && c != 0x7F && c != '"' && c != '\\';
 }
 
-// The length of the string or number at the start, 0 when there is none.
+// The length of the JSON string or number at the start, 0 if there is none.
 size_t jsonItemLength(std::string_view text) {
     if (text.empty()) return 0;
     if (text[0] != '"') {

@@ -1,4 +1,4 @@
-// A text buffer of fixed capacity, NUL-terminated; what does not fit is cut.
+// Text buffers of fixed size, and checks of text that comes from outside.
 #pragma once
 
 #include <algorithm>
@@ -8,18 +8,19 @@
 #include <string>
 #include <string_view>
 
-// Text up to its first NUL, if there is one.
+// The text up to its first NUL, or all of it.
 constexpr std::string_view upToNul(std::string_view text) {
     return text.substr(0, text.find('\0'));
 }
 
-// The text in a field of a record, which it may fill whole.
+// The text in a field of a record. A text that fills the field has no terminator.
 template <size_t N>
 constexpr std::string_view fieldText(const char (&field)[N]) {
     return upToNul({field, N});
 }
 
-template <size_t N>  // N bytes, the terminator included
+// A NUL-terminated text in a buffer of N bytes. Longer texts are cut.
+template <size_t N>
 class Text {
   public:
     Text() = default;
@@ -29,7 +30,7 @@ class Text {
         return *this;
     }
 
-    // Takes the text up to its first NUL, cut to the capacity. The text may be part of this one.
+    // Stores the text up to its first NUL, cut to N - 1 bytes. It may be part of this very text.
     void assign(std::string_view text) {
         const size_t n = std::min(upToNul(text).size(), N - 1);
         if (n != 0) std::memmove(buf_.data(), text.data(), n);
@@ -41,7 +42,7 @@ class Text {
     operator std::string_view() const { return view(); }
     bool empty() const { return buf_[0] == '\0'; }
     static constexpr size_t capacity() { return N; }
-    // For functions that fill a buffer of this size; follow with terminate().
+    // The buffer, for functions that fill one of this size; call terminate() afterwards.
     char* data() { return buf_.data(); }
     void terminate() { buf_[N - 1] = '\0'; }
 
@@ -52,15 +53,16 @@ class Text {
     std::array<char, N> buf_{};
 };
 
-// Text of another device or of the platform, fit to stand between quotes in the data model, which
-// writes texts as they are stored: up to its first NUL, without control characters, quotes,
-// backslashes and what is no UTF-8.
-// Of a longer text the first maxBytes at most, in whole characters.
+// Cleans a text from another device or the platform for the data model, which writes stored texts
+// between quotes without escaping them: takes the text up to its first NUL and drops control
+// characters, quotes, backslashes and invalid UTF-8. The result is cut to maxBytes, between
+// characters.
 [[nodiscard]] std::string plainText(std::string_view text, size_t maxBytes = std::string::npos);
+// Stores the cleaned text, cut to what the field holds.
 template <size_t N>
 void storePlain(Text<N>& field, std::string_view text) {
     field = plainText(text, N - 1);
 }
 
-// True for a comma-separated list of JSON strings and numbers, also for an empty one.
+// True if the text is empty or a comma-separated list of JSON strings and unsigned numbers.
 [[nodiscard]] bool isJsonItems(std::string_view text);

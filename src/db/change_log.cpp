@@ -31,7 +31,7 @@ int updateChangeLogTable(uint32_t eventType, const MacAddr& reporterAlMac,
 int setChangeLogMaxEntries(uint16_t maximum) {
     TopolTable* topol = getNetTopolTable();
     if (topol == nullptr) return kFailure;
-    // The newest stay, the oldest first, so that the ring goes on at its new length.
+    // Move the newest entries to the front, oldest first, so that the ring continues behind them.
     auto& log = topol->changeLog;
     const size_t num = std::min<size_t>(topol->changeLogNum, log.size());
     const size_t kept = std::min<size_t>(num, maximum);

@@ -1,14 +1,15 @@
-// The ring of at most 256 neighbours that came or went.
+// The change log: a ring of the neighbors that came or went, at most 256 of them.
 #pragma once
 
 #include "db/records.h"
 
-// Writes an entry, over the oldest one when the log is full, and asks for a data-model rewrite,
-// with notify for a topology notification too. kOk.
+// Adds an entry with the present time, over the oldest one if the log is full, and requests a
+// data-model rewrite; with notify also a topology notification. eventType is a ChangeEvent, nbrType
+// a ChangeNbrType. kOk, also without a database.
 int updateChangeLogTable(uint32_t eventType, const MacAddr& reporterAlMac,
                          const MacAddr& reporterIntfMac, uint32_t nbrType, const MacAddr& nbrMac,
                          bool notify = true);
 
-// The number of entries that are kept; more than the 256 there is room for has no effect beyond
-// that. kOk, or kFailure without a database.
+// Sets the number of entries that the log keeps, in effect at most 256. The newest entries survive.
+// kOk, or kFailure without a database.
 int setChangeLogMaxEntries(uint16_t maximum);

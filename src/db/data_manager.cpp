@@ -12,7 +12,7 @@
 
 namespace {
 
-// The system's own OUI.
+// The OUI of this family of devices.
 constexpr std::array<uint8_t, 3> kOui{0x0A, 0x3C, 0x71};
 
 int retrieveAlTable(AlTable& al) {

@@ -1,17 +1,20 @@
-// The topology database: its filling from the platform, its end, and its switches.
+// Fills the topology database from the platform, destroys it, and changes its switches.
 #pragma once
 
 #include <cstdint>
 
-// Creates the database and fills it from the platform. kOk, or the code of the first step that
-// failed (the database then does not exist).
+// Creates the database and fills it from the platform. kOk, or the result of the first platform
+// call that failed; the database then does not exist.
 [[nodiscard]] int initDataManager();
-// Frees it. kOk.
+// Frees the database. kOk.
 int destroyDataManager();
 
-// Stores the first of len bytes at value: key 0 enable reboot from a neighbour, key 1 enable
-// interface power control from a neighbour. kOk, or kFailure for another key or no database.
+// Sets a permission of the neighbors from the first of len bytes at value: key 0 reboot, key 1
+// interface power control. kOk, or kFailure for another key, without a byte or without a database.
 int setAlTableConfValue(int key, int len, const void* value);
-int enableNetTopol();                    // kOk
-int disableNetTopol();                   // kOk
-int setNetTopolStatus(uint32_t status);  // kOk
+// Switch the topology on or off and request a data-model rewrite. kOk.
+int enableNetTopol();
+int disableNetTopol();
+// Sets the status of the topology (TopolTable::status); a change requests a data-model rewrite.
+// kOk.
+int setNetTopolStatus(uint32_t status);

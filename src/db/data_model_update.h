@@ -1,4 +1,4 @@
-// The request for a rewrite of the data-model files.
+// Requests to rewrite the data-model files.
 #pragma once
 
 #include "base/clock.h"
@@ -8,9 +8,9 @@ struct DataModelUpdateReq {
     Seconds firstRequestTime = 0;
 };
 
-// Asks for a rewrite; a burst of requests gives one rewrite, 2 seconds after its first. flag 1 also
-// asks for a topology notification. kOk.
+// Requests a rewrite. A burst of requests causes one rewrite, 2 seconds after the first of them.
+// flag 1 also requests a topology notification. kOk.
 int requestUpdateDataModel(int flag);
 
-// Performs the rewrite when it is due. Called on every pass of the main loop. kOk.
+// Performs a requested rewrite that is due. Called on every pass of the main loop. kOk.
 int checkDataModelStatus();

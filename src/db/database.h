@@ -1,6 +1,6 @@
-// The topology database: the root record of what this device knows, and the accessors of its
-// tables. data_manager.h fills it, local_tables.h and own_state.h update what describes this
-// device; neighbours, remote devices and the change log have modules of their own.
+// The topology database and the accessors of its tables. data_manager.h fills it; local_tables.h
+// and own_state.h update the part that describes this device; neighbors, remote devices and the
+// change log have modules of their own.
 //
 // An accessor that returns a pointer returns nullptr if there is no such entry; the pointer stays
 // valid until its table changes.
@@ -13,38 +13,42 @@
 #include "db/records.h"
 
 struct Database {
-    std::unique_ptr<AlTable> al_table;
-    // What the accessors return without a database; always empty.
+    std::unique_ptr<AlTable> al_table;  // nullptr: there is no database
+    // Returned by the accessors if there is no database; always empty.
     std::vector<uint8_t> noVendInfo;
     std::list<IntfTable> noIntfs;
     std::vector<NbrDev> noNbrDevs;
     std::list<Ieee1905DevTable> noDevs;
 };
 
-// Creates an empty database, in place of an older one.
+// Creates an empty database, which replaces an older one.
 AlTable& createDatabase();
-// Frees it.
+// Frees the database.
 void destroyDatabase();
 
-AlTable* getAlTable();                  // nullptr without a database
-const MacAddr* getAlMac();              // nullptr without a database
-bool isOwnAlMac(const MacAddr& alMac);  // false without a database
-const uint8_t* getAlOui();              // 3 bytes, nullptr without a database
-uint32_t getNetTopolCap();              // enable switch, 0 without a database
-uint32_t getNetTopolStatus();
-TopolTable* getNetTopolTable();
+AlTable* getAlTable();                                // nullptr without a database
+const MacAddr* getAlMac();                            // nullptr without a database
+bool isOwnAlMac(const MacAddr& alMac);                // false without a database
+const uint8_t* getAlOui();                            // 3 bytes, nullptr without a database
+uint32_t getNetTopolCap();                            // TopolTable::enable, 0 without a database
+uint32_t getNetTopolStatus();                         // TopolTable::status, 0 without a database
+TopolTable* getNetTopolTable();                       // nullptr without a database
 std::list<Ieee1905DevTable>& getIeee1905DevTables();  // empty without a database
 std::list<IntfTable>& getIntfTable();                 // likewise
-// Asks the platform for the number of interfaces, stores it and returns it.
+// Asks the platform for the number of interfaces, stores and returns it; the stored number if the
+// platform fails, 0 without a database.
 uint8_t getIntfNum();
+// The index-th interface (from 0) of those that the stored number covers.
 IntfTable* getIntfTableByIndex(unsigned index);
 IntfTable* getIntfTableById(const MacAddr& mac, uint32_t mediaType);
 IntfTable* getIntfTableByName(std::string_view name);
+// The neighbor interface with this MAC on a local interface.
 IntfNbrDev* getIntfNbrDevByMac(IntfTable& intf, const MacAddr& nbrIntfMac);
-uint8_t getBrdgTupleNum();
-BrdgTuple* getBrdgTupleByIndex(unsigned index);
-SecurityTable* getSecurityTable();
-std::vector<NbrDev>& getNbrDevTable();  // likewise
-// Number of neighbour devices in 8-bit arithmetic: 256 of them count as 0, which is meant.
+uint8_t getBrdgTupleNum();                       // low 8 bits; 0 without a database
+BrdgTuple* getBrdgTupleByIndex(unsigned index);  // from 0
+SecurityTable* getSecurityTable();               // nullptr without a database
+std::vector<NbrDev>& getNbrDevTable();           // empty without a database
+// Meant: the number of neighbor devices modulo 256.
 uint8_t getNbrDevNum();
-NbrDev* getNbrDevTableByIndex(unsigned index);  // index modulo 256
+// The index-th neighbor device (from 0). Meant: the index is taken modulo 256.
+NbrDev* getNbrDevTableByIndex(unsigned index);

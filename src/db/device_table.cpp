@@ -24,14 +24,15 @@ bool holds(const std::vector<Ieee1905Nbr>& list, const MacAddr& alMac) {
                        [&](const Ieee1905Nbr& nbr) { return nbr.alMac == alMac; });
 }
 
-// Who reports a change: the device itself when it had such a list before, else this daemon.
+// Who reports a change in the log: the remote device if it had such a list before, else this
+// device.
 struct Reporter {
     MacAddr alMac;
     MacAddr intfMac;
 };
 
-// What a response tells of others is no reason to notify everybody: all would query, and their
-// answers tell it again.
+// Logs without a topology notification: every device would react with a query, and the responses
+// would repeat the same news.
 void logChange(ChangeEvent event, const Reporter& reporter, ChangeNbrType type,
                const MacAddr& nbr) {
     updateChangeLogTable(event, reporter.alMac, reporter.intfMac, type, nbr, false);
@@ -62,8 +63,8 @@ void log1905Changes(const DevTopol& old, const DevTopol& next, const Reporter& s
             }
             continue;
         }
-        // Meant: the comparison is with the first old list, whatever its interface, and losses
-        // are logged only when nobody is left.
+        // Meant: each list is compared with the first old one, whatever its interface, and losses
+        // are logged only if the new list is empty.
         const auto& before = old.ieee1905Lists.front().nbrs;
         const Reporter device{next.alMac, list.localIntfMac};
         for (const auto& nbr : list.nbrs) {
@@ -74,7 +75,7 @@ void log1905Changes(const DevTopol& old, const DevTopol& next, const Reporter& s
     }
 }
 
-// Names and power states of interfaces come by vendor messages.
+// Keeps the names and power states of interfaces, which only vendor messages carry.
 void takeOverIntfState(const DevTopol& old, DevTopol& next) {
     for (auto& intf : next.intfs) {
         for (const auto& before : old.intfs) {
@@ -85,8 +86,8 @@ void takeOverIntfState(const DevTopol& old, DevTopol& next) {
     }
 }
 
-// True when this response tells too much beside those of all others. Most of it goes into the data
-// model as well.
+// True if this response and those of all other devices have more entries than the database may
+// hold. The limit also bounds the size of the data model.
 bool isTooMuch(const DevTopol& dev) {
     size_t total = dev.entryNum();
     for (const auto& other : getIeee1905DevTables()) {
@@ -146,7 +147,7 @@ int removeIeee1905DevTable(const MacAddr& alMac) {
         LOG(3, "can't find the neighbor device (" MAC_FMT ")\r\n", MAC_ARGS(alMac));
         return kFailure;
     }
-    // alMac may stand in the record that goes.
+    // alMac may refer into the record that is erased.
     const MacAddr lost = alMac;
     devs.erase(it);
     updateChangeLogTable(kLostNeighbor, *getAlMac(), *getAlMac(), kIeee1905Nbr, lost);

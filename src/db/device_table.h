@@ -3,20 +3,21 @@
 
 #include "db/records.h"
 
-// Stores what a freshly parsed topology response tells, heard on the interface with this MAC and
-// media type, and logs who came and went. What a topology response does not carry stays in an
-// older record of the same device. kOk, or kFailure when the interface is unknown or the table is
+// Stores the content of a topology response that the local interface with this MAC and media type
+// heard, and logs neighbors that came or went. An existing record of the device keeps its fields
+// that no topology response carries. kOk, or kFailure if the interface is unknown or the table is
 // full.
 int updateIeee1905DevTable(const MacAddr& intfMac, uint32_t mediaType, DevTopol&& dev);
 
-// Fetches the device's two values from the platform's Wi-Fi sync list, zero when it is not there.
+// Copies the device's two values from the Wi-Fi sync list of the platform; zeros if the list does
+// not have the device.
 void updateWifiSync(Ieee1905DevTable& dev);
 
-// Removes a device and logs its loss. kOk, or kFailure when it is absent.
+// Removes a device and logs its loss. kOk, or kFailure if there is no such device.
 int removeIeee1905DevTable(const MacAddr& alMac);
 
-// nullptr when there is no such record.
+// The record of a device, nullptr if there is none. Valid until the device is removed.
 Ieee1905DevTable* getIeee1905DevTableById(const MacAddr& alMac);
 
-// AL MAC of the device that lists this interface, nullptr when none does.
+// The AL MAC of the device that has an interface with this MAC, nullptr if none has.
 const MacAddr* getalMacOfIeee1905DevTableByintfMac(const MacAddr& intfMac);

@@ -17,7 +17,8 @@ auto* entryAt(List& list, unsigned index) {
     return index < list.size() ? &list[index] : nullptr;
 }
 
-// The index-th entry of those that the predicate selects.
+// The index-th of the neighbors that the predicate selects; bound is their number. The log line of
+// a bad index names the caller.
 template <typename Pred>
 IntfNbrDev* nbrAt(IntfTable& intf, unsigned index, size_t bound, Pred selects, const char* caller,
                   int line) {

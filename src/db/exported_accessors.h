@@ -1,7 +1,9 @@
-// Accessors under given names that the daemon itself does not call. It exports them by name, like
-// all of its functions, for a product's platform library.
+// Accessors that the daemon itself does not call. It exports them, like all its functions, under
+// given names for the platform library of a product.
 //
-// A pointer is nullptr if there is no such entry, and valid until its table changes.
+// A returned record is nullptr if there is no such entry, and stays valid until its table changes.
+// Indexes count from 0. Texts are NUL-terminated; they stay valid, but their content changes when
+// the option or identity is read again.
 #pragma once
 
 #include <cstdint>
@@ -12,20 +14,20 @@
 // The own device.
 const std::vector<uint8_t>& getAlVendInfo();  // empty without a database
 uint32_t getAlOperStatus();                   // 0 without a database
-// The index-th neighbor of an interface, of all or of one kind.
+// The index-th neighbor of an interface: of all, of the 1905 or of the other neighbors.
 IntfNbrDev* getIntfNbrDevByIndex(IntfTable& intf, unsigned index);
 IntfNbrDev* getIntf1905NbrDevByIndex(IntfTable& intf, unsigned index);
 IntfNbrDev* getIntfNon1905NbrDevByIndex(IntfTable& intf, unsigned index);
 FwdRule* getFwdRuleTableByIndex(unsigned index);
 FwdRule* getFwdRuleTableByRuleId(uint16_t ruleId);
 
-// Remote devices.
+// Remote devices, and the index-th interface, neighbor list or bridging tuple of one.
 Ieee1905DevTable* getIeee1905DevTableByIndex(unsigned index);
 DevIntf* getIeee1905DevIntfTableByIndex(Ieee1905DevTable& dev, unsigned index);
 Non1905NbrList* getNon1905NbrDevByIndex(Ieee1905DevTable& dev, unsigned index);
 Ieee1905NbrList* getIeee1905NbrDevByIndex(Ieee1905DevTable& dev, unsigned index);
 BrdgTuple* getBrdgTupleTableByIndex(Ieee1905DevTable& dev, unsigned index);
-// Empties the table without logging.
+// Removes all remote devices without logging their loss.
 void destroyIeee1905DevTable();
 
 // Options, versions and identity, as read at start-up.
@@ -45,4 +47,4 @@ const char* sys_getFwUpgradeVersion();
 const char* sys_getLEDOnOffVersion();
 const char* sys_getDSIVersion();
 const char* sys_getvm1905VersionVersion();
-int sys_getDeviceLANMac(MacAddr& mac);  // kOk
+int sys_getDeviceLANMac(MacAddr& mac);  // sets mac; kOk

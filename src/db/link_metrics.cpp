@@ -12,8 +12,8 @@ namespace {
 
 constexpr Seconds kLinkCacheTime = 5;
 
-// The platform's links of an interface with what the table knows of the neighbours; nothing when
-// the platform fails.
+// The links of an interface from the platform, completed with the AL MAC and bridge flag of each
+// neighbor from the table. std::nullopt if the platform fails.
 std::optional<std::vector<LinkTableEntry>> fetchLinks(IntfTable& intf) {
     LinkDescList list{};
     if (getLinkMetricList(intf.mac.data(), intf.mediaType, &list) != 0) return std::nullopt;

@@ -1,4 +1,4 @@
-// Link metrics of the local interfaces and towards the neighbour devices.
+// Link metrics of the local interfaces and of the links to neighbor devices.
 #pragma once
 
 #include <optional>
@@ -6,16 +6,18 @@
 
 #include "db/records.h"
 
-// The interface with a fresh link list, asked from the platform at most every 5 seconds (an empty
-// answer is asked for again). nullptr when the interface is unknown or the platform fails.
+// The interface with its links up to date: they are fetched from the platform again if they are 5
+// or more seconds old or empty. nullptr if the interface is unknown or the platform fails.
 IntfTable* getIntfLinkMetricsById(const MacAddr& mac, uint32_t mediaType);
 
-// The link metrics of one interface, always fresh. kOk, or kFailure with table untouched.
+// Fetches the link metrics of one interface into table. kOk, or kFailure with table untouched if
+// the interface is unknown or the platform fails.
 int getIntfLinkTableById(const MacAddr& mac, uint32_t mediaType, LinkTable& table);
 
-// One LinkTable per local interface in list order. kOk, or kFailure at the first failure of the
-// platform.
+// Appends one LinkTable per local interface, in list order. kOk, or kFailure at the first failure
+// of the platform.
 int getLinkTableOfAllIntf(std::vector<LinkTable>& tables);
 
-// For every neighbour device the links to it, possibly none. Nothing when the platform fails.
+// The links to every neighbor device, one entry per device, possibly without links. std::nullopt if
+// the platform fails.
 std::optional<std::vector<LinkMetricInfo>> getLinkMetricInfo();

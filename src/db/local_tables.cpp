@@ -233,8 +233,8 @@ int addIntfNbrIntf(std::string_view name, const MacAddr& mac, uint32_t mediaType
     }
     bool added = false;
     for (size_t i = 0; i < macs.size(); i++) {
-        // Meant: the duplicate test looks at every second MAC of the list, the new entry takes the
-        // MAC itself. Past the end of the list there is no match.
+        // Meant: the check for duplicates looks at the MAC at twice the index, if the list has one,
+        // and not at the MAC that is added.
         if (2 * i < macs.size() && getIntfNbrDevByMac(*intf, macs[2 * i]) != nullptr) {
             LOG(4, "neighbor interface (" MAC_FMT ", mediaType = %x) has existed\r\n",
                 MAC_ARGS(macs[2 * i]), mediaType);

@@ -1,8 +1,9 @@
-// The tables that describe this device: interfaces, the neighbours that the platform reports on
-// them, bridging tuples.
+// The tables that describe this device: interfaces, the neighbors that the platform reports on
+// them, and bridging tuples.
 //
-// Unless told otherwise, updaters return kChanged when something changed (the rewrite of the data
-// model has then been requested), kNothingChanged when nothing did or the target was not found.
+// Unless described otherwise, an update returns kChanged if it changed something, and has then
+// requested a data-model rewrite and a topology notification; it returns kNothingChanged if nothing
+// changed or the target was not found.
 #pragma once
 
 #include <string_view>
@@ -11,40 +12,46 @@
 #include "db/records.h"
 #include "platform/descriptions.h"
 
-// Fill the tables from the platform. kOk, or the platform's failure code.
+// Fill the tables from the platform. kOk, or the result of the platform call that failed.
 [[nodiscard]] int retrieveIntfTable(AlTable& al);
 [[nodiscard]] int retrieveBrdgTupleTable(AlTable& al);
 
+// Sets the AL MAC of this device.
 int updateAlMac(const MacAddr& alMac);
-// Finds the interface by its name alone, replaces its MAC and reopens the ports.
+// Set the MAC (and reopen the ports), the power state or the status of an interface. They find it
+// by its name alone; newState and newStatus are those of platform/descriptions.h.
 int updateIntfMac(std::string_view name, const MacAddr& oldMac, uint32_t mediaType,
                   const MacAddr& newMac);
 int updateIntfPwrState(std::string_view name, const MacAddr& mac, uint32_t mediaType,
                        uint32_t newState);
 int updateIntfOperStatus(std::string_view name, const MacAddr& mac, uint32_t mediaType,
                          uint32_t newStatus);
+// Sets the media type and media-specific information of the interface with this MAC and media type.
 int updateIntfMediaType(const MacAddr& mac, uint32_t oldMediaType, uint32_t newMediaType,
                         const MediaInfo& mediaInfo);
 
-// Pass a power state (0 on ... ) on to the platform; its result.
+// Order a power state (IntfTable::pwrState) from the platform, for all interfaces of a media type
+// or for one interface. The result of the platform.
 int setIntfPwrStateByMediaType(uint32_t mediaType, uint32_t state);
 int setIntfPwrStateByMac(const MacAddr& mac, uint32_t mediaType, uint32_t state);
 
-// Adds every description that is not in the table yet, by name, MAC and media type. kFailure when
-// a description lacks what its counts promise. The descriptions stay the caller's.
+// Adds the described interfaces that the table does not have yet; name, MAC and media type identify
+// an interface. kFailure without a database, or at a description that announces media information
+// or neighbors and has a null pointer for them. The caller keeps the descriptions.
 int addIntf(const IntfDesc* list);
-// Removes every interface that is described.
+// Removes the described interfaces.
 int removeIntf(const IntfDesc* list);
-// Neighbour interfaces of a local interface, named by its name; macs are 6-byte neighbour
-// interface MACs. kNoLocalIntf when the interface is unknown.
+// Add or remove neighbor interfaces of a local interface, which is found by its name alone.
+// kNoLocalIntf if it is unknown.
 int addIntfNbrIntf(std::string_view name, const MacAddr& mac, uint32_t mediaType,
                    const std::vector<MacAddr>& macs);
 int removeIntfNbrIntf(std::string_view name, const MacAddr& mac, uint32_t mediaType,
                       const std::vector<MacAddr>& macs);
-// Fetches the bridging tuples again. kChanged or kFailure.
+// Replaces the bridging tuples with those of the platform. kChanged, or kFailure without a database
+// or if the platform fails; the old tuples are gone in that case.
 int requestUpdateBrdgCap();
 
-// Makes room for one more neighbour. When the table is full the oldest neighbour that is no 1905
-// device gives way: those never age, and frames with made-up addresses bring them. False when
-// there is none.
+// Makes room for newcomer among the neighbors of an interface. In a full table the oldest neighbor
+// that is no 1905 device gives way: such neighbors never age, and frames with forged addresses
+// create them. False if there is no such neighbor.
 [[nodiscard]] bool makeNbrRoom(IntfTable& intf, const MacAddr& newcomer);

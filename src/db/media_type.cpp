@@ -24,7 +24,7 @@ constexpr std::array<MediaTypeLabel, 14> kLabels{{
     {0x0200, "IEEE 1901 Wavelet(IEEE 1901 Wavelet)"},
     {0x0201, "IEEE 1901 FFT(IEEE 1901 FFT)"},
     {0x0300, "MoCAv1.1(MoCAv1.1)"},
-    {0x0301, "MoCAv2.0(MoCAv2.0)"},  // our own addition to the standard's codes
+    {0x0301, "MoCAv2.0(MoCAv2.0)"},  // not a standard code
 }};
 
 constexpr bool byCode(const MediaTypeLabel& a, const MediaTypeLabel& b) {

@@ -3,5 +3,5 @@
 
 #include <cstdint>
 
-// The label shown for a media-type code, "Unknown" for a code without one.
+// The label of a media-type code, "Unknown" for an unknown code.
 const char* mediaTypeLabel(uint32_t mediaType);

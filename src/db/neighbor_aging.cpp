@@ -10,24 +10,17 @@
 
 namespace {
 
-constexpr Seconds kSilenceLimit = 130;     // a neighbour this long silent is gone
-constexpr Seconds kBridgeInterval = 60;    // discoveries this far apart and no LLDP: a bridge
-constexpr Seconds kReturnInterval = 5;     // a discovery after this long counts as a return
-constexpr Seconds kNotificationDelay = 3;  // from a device's appearance
+constexpr Seconds kSilenceLimit = 130;     // a neighbor that is silent this long is gone
+constexpr Seconds kBridgeInterval = 60;    // discoveries this far apart without LLDP mean a bridge
+constexpr Seconds kReturnInterval = 5;     // a discovery after this much silence is a return
+constexpr Seconds kNotificationDelay = 3;  // after the appearance of a device
 constexpr Seconds kQueryInterval = 3;
 constexpr uint8_t kMaxQueries = 3;
 
 void setBridge(IntfNbrDev& nbr, const MacAddr& localMac, bool bridge) {
     nbr.bridgeFlag = bridge ? 1 : 0;
-    if (bridge) {
-        LOG(3,
-            "the result of IEEE 803.1 bridge(s) detection is (" MAC_FMT "/" MAC_FMT "): TRUE\r\n",
-            MAC_ARGS(localMac), MAC_ARGS(nbr.nbrIntfMac));
-    } else {
-        LOG(3,
-            "the result of IEEE 803.1 bridge(s) detection is (" MAC_FMT "/" MAC_FMT "): FALSE\r\n",
-            MAC_ARGS(localMac), MAC_ARGS(nbr.nbrIntfMac));
-    }
+    LOG(3, "the result of IEEE 803.1 bridge(s) detection is (" MAC_FMT "/" MAC_FMT "): %s\r\n",
+        MAC_ARGS(localMac), MAC_ARGS(nbr.nbrIntfMac), bridge ? "TRUE" : "FALSE");
 }
 
 int report(bool changed) {
@@ -47,7 +40,7 @@ int addTopolNbr(IntfTable& intf, const MacAddr& alMac, const MacAddr& intfMac) {
 bool noteDiscovery(IntfNbrDev& nbr, const MacAddr& localMac, const MacAddr& alMac) {
     const Seconds time = now();
     bool changed = false;
-    // A known neighbour may have got another AL MAC.
+    // The AL MAC of a known neighbor may have changed.
     if (!nbr.is1905 || nbr.nbrAlMac != alMac) {
         nbr.nbrAlMac = alMac;
         nbr.is1905 = true;
@@ -187,6 +180,6 @@ bool isInBrdgTuple(std::string_view name) {
 int checkIntfIsBrdg(std::string_view name) {
     const AlTable* al = getAlTable();
     if (al == nullptr) return 0;
-    // A host without a bridge still speaks.
+    // A device without a bridge sends by every interface.
     return al->brdgTuples.empty() || isInBrdgTuple(name) ? 1 : 0;
 }

@@ -28,66 +28,56 @@ SysIdentity& identity() {
     return getSysCtrl().identity;
 }
 
-// A key of a configuration file. store takes the value as text, nullptr for the default.
+// A key of a configuration file.
 struct Key {
     const char* name;
+    const char* fallback;  // the value if the file has none
     void (*store)(const char* value);
 };
 
-int number(const char* value, int fallback) {
-    return value != nullptr ? atoi(value) : fallback;
+template <auto Member>
+void storeNumber(const char* value) {
+    auto& field = config().*Member;
+    field = static_cast<std::remove_reference_t<decltype(field)>>(atoi(value));
 }
 
 void storeDebugLevel(const char* value) {
-    config().debugLevel = static_cast<uint8_t>(number(value, 3));
+    storeNumber<&SysConfig::debugLevel>(value);
     setDebugLevel(config().debugLevel);
 }
 
-template <auto Member, int Default>
-void storeNumber(const char* value) {
-    auto& field = config().*Member;
-    field = static_cast<std::remove_reference_t<decltype(field)>>(number(value, Default));
-}
-
-void storeDataModelFolder(const char* value) {
-    config().dataModelFolder = value != nullptr ? value : "/tmp";
-}
-
-void storeLogFolder(const char* value) {
-    config().logFolder = value != nullptr ? value : "/etc/vm1905";
+template <auto Member>
+void storeFolder(const char* value) {
+    config().*Member = value;
 }
 
 template <auto Member>
 void storeVersion(const char* value) {
-    (identity().*Member) = value != nullptr ? value : "0";
+    identity().*Member = value;
 }
 
-void storeAppVersion(const char* value) {
-    identity().appVersion = value != nullptr ? value : "1.0";
-}
-
-// The first key that occurs anywhere in a line wins, so the order counts.
+// A line sets the first key of the list that occurs anywhere in it, so the order matters.
 constexpr Key kConfigKeys[] = {
-    {"DEBUG_LEVEL", storeDebugLevel},
-    {"ENABLE_NET_TOPOL", storeNumber<&SysConfig::enableNetTopol, 1>},
-    {"MAX_CHANGE_LOG_ENTRIES", storeNumber<&SysConfig::maxChangeLogEntries, kMaxChangeLog>},
-    {"ENABLE_REBOOT_FROM_NBR", storeNumber<&SysConfig::enableRebootFromNbr, 1>},
-    {"ENABLE_INTF_PWR_CTRL_FROM_NBR", storeNumber<&SysConfig::enableIntfPwrCtrlFromNbr, 1>},
-    {"DATA_MODEL_FOLDER", storeDataModelFolder},
-    {"ENABLE_LOG", storeNumber<&SysConfig::enableLog, 0>},
-    {"LOG_FOLDER", storeLogFolder},
-    {"LOG_INDEX", storeNumber<&SysConfig::logIndex, 0>},
+    {"DEBUG_LEVEL", "3", storeDebugLevel},
+    {"ENABLE_NET_TOPOL", "1", storeNumber<&SysConfig::enableNetTopol>},
+    {"MAX_CHANGE_LOG_ENTRIES", "256", storeNumber<&SysConfig::maxChangeLogEntries>},
+    {"ENABLE_REBOOT_FROM_NBR", "1", storeNumber<&SysConfig::enableRebootFromNbr>},
+    {"ENABLE_INTF_PWR_CTRL_FROM_NBR", "1", storeNumber<&SysConfig::enableIntfPwrCtrlFromNbr>},
+    {"DATA_MODEL_FOLDER", "/tmp", storeFolder<&SysConfig::dataModelFolder>},
+    {"ENABLE_LOG", "0", storeNumber<&SysConfig::enableLog>},
+    {"LOG_FOLDER", "/etc/vm1905", storeFolder<&SysConfig::logFolder>},
+    {"LOG_INDEX", "0", storeNumber<&SysConfig::logIndex>},
 };
 
 constexpr Key kVersionKeys[] = {
-    {"AppVersion", storeAppVersion},
-    {"L2DeviveCtrl", storeVersion<&SysIdentity::l2DeviveCtrlVersion>},
-    {"WiFiAutoCfg", storeVersion<&SysIdentity::wifiAutoCfgVersion>},
-    {"WiFiOnOff", storeVersion<&SysIdentity::wifiOnOffVersion>},
-    {"FwUpgrade", storeVersion<&SysIdentity::fwUpgradeVersion>},
-    {"LEDOnOff", storeVersion<&SysIdentity::ledOnOffVersion>},
-    {"DSI", storeVersion<&SysIdentity::dsiVersion>},
-    {"vm1905Version", storeVersion<&SysIdentity::vm1905Version>},
+    {"AppVersion", "1.0", storeVersion<&SysIdentity::appVersion>},
+    {"L2DeviveCtrl", "0", storeVersion<&SysIdentity::l2DeviveCtrlVersion>},
+    {"WiFiAutoCfg", "0", storeVersion<&SysIdentity::wifiAutoCfgVersion>},
+    {"WiFiOnOff", "0", storeVersion<&SysIdentity::wifiOnOffVersion>},
+    {"FwUpgrade", "0", storeVersion<&SysIdentity::fwUpgradeVersion>},
+    {"LEDOnOff", "0", storeVersion<&SysIdentity::ledOnOffVersion>},
+    {"DSI", "0", storeVersion<&SysIdentity::dsiVersion>},
+    {"vm1905Version", "0", storeVersion<&SysIdentity::vm1905Version>},
 };
 
 using File = std::unique_ptr<FILE, decltype(&fclose)>;
@@ -99,7 +89,7 @@ File openConfFile(const char* name) {
     return file;
 }
 
-// The token that begins at or after pos and ends before one of the separators; pos moves past it.
+// The first token at or behind pos, empty if there is none. pos moves behind its separator.
 std::string_view nextToken(std::string_view line, size_t& pos, const char* separators) {
     const size_t begin = line.find_first_not_of(separators, pos);
     if (begin == line.npos) {
@@ -123,17 +113,17 @@ void readKeys(FILE* file, const Key (&keys)[N]) {
             size_t pos = 0;
             (void)nextToken(line, pos, "= ;\n");
             const std::string value(nextToken(line, pos, "= ;\r\n"));
-            keys[i].store(value.empty() ? nullptr : value.c_str());
+            keys[i].store(value.empty() ? keys[i].fallback : value.c_str());
             seen[i] = true;
             break;
         }
     }
     for (size_t i = 0; i < N; i++) {
-        if (!seen[i]) keys[i].store(nullptr);
+        if (!seen[i]) keys[i].store(keys[i].fallback);
     }
 }
 
-// Fills a text from a platform function; it stays empty when that fails.
+// Fills a text from a platform function; the text is empty if that fails.
 template <typename TextField>
 void fetch(int (*get)(char*), TextField& text) {
     text = "";
@@ -141,7 +131,7 @@ void fetch(int (*get)(char*), TextField& text) {
     text.terminate();
 }
 
-// A permission of the neighbours goes into the AlTable too, under this key.
+// Stores a permission of the neighbors in the AlTable too, under this key of setAlTableConfValue.
 int mirrorPermission(int alTableKey, uint32_t isEnable) {
     const uint8_t value = static_cast<uint8_t>(isEnable);
     (void)setAlTableConfValue(alTableKey, 1, &value);
@@ -188,8 +178,8 @@ int initSysConfig() {
 }
 
 int initVersion() {
-    // Meant: the running level is 3 after start-up whatever DEBUG_LEVEL says, until something sets
-    // it again. The option keeps the file's value.
+    // Meant: after start-up the running level is 3, whatever DEBUG_LEVEL says, until something sets
+    // it again. The option keeps the value of the file.
     setDebugLevel(3);
     const File file = openConfFile("vm1905_Version");
     if (!file) return kFailure;
@@ -240,7 +230,7 @@ int setEnableNetTopolOption(uint32_t enable) {
 int setMaxChangeLogEntriesOption(uint16_t maximum) {
     if (config().maxChangeLogEntries == maximum) return kUnchanged;
     config().maxChangeLogEntries = std::min(maximum, kMaxChangeLog);
-    // Meant: the change log gets the number as asked for.
+    // Meant: the change log gets the number without the limit.
     setChangeLogMaxEntries(maximum);
     return kOk;
 }

@@ -1,7 +1,8 @@
 // The configuration options: read from "vm1905.conf" and "vm1905_Version" at start-up, changed by
 // setters at run time, never written back.
 //
-// Setters return kOk, or kUnchanged when the value is the present one.
+// Unless described otherwise, setters return kOk, or kUnchanged if the option has the value
+// already.
 #pragma once
 
 #include <cstdint>
@@ -9,19 +10,19 @@
 
 #include "base/mac_addr.h"
 
-// The folder of the configuration files, at most 31 characters.
+// Sets the folder of the configuration files, cut to 31 characters.
 void setConfFolder(std::string_view folder);
 
-// Reads both files and the platform's identity strings. kOk, or kFailure when "vm1905.conf" cannot
-// be opened (nothing else is then read).
+// Reads both files and the identity of the device from the platform. kOk, or kFailure if
+// "vm1905.conf" cannot be opened; nothing else is read in that case.
 [[nodiscard]] int initSysConfig();
-// Reads "vm1905_Version". kOk, or kFailure when it cannot be opened.
+// Reads "vm1905_Version". kOk, or kFailure if it cannot be opened.
 int initVersion();
-// Puts the nine file options back to their defaults. kOk.
+// Resets the nine options of "vm1905.conf" to their defaults. kOk.
 int setDefSysConfig();
 
 uint8_t getDebugLevelOption();
-int setDebugLevelOption(uint8_t level);  // leaves the running level alone
+int setDebugLevelOption(uint8_t level);  // does not change the running level
 uint32_t getEnableNetTopolOption();
 int setEnableNetTopolOption(uint32_t enable);        // 1 enables the topology, 0 disables it
 int setMaxChangeLogEntriesOption(uint16_t maximum);  // stores at most 256
@@ -29,13 +30,14 @@ uint32_t getEnableRebootFromNbrOption();
 int setEnableRebootFromNbrOption(uint32_t enable);
 uint32_t getEnableIntfPwrCtrlFromNbrOption();
 int setEnableIntfPwrCtrlFromNbrOption(uint32_t enable);
-const char* getDataModelFolderOption();
-int setDataModelFolderOption(const char* folder);  // cut to 31 characters; kFailure for nullptr
 uint32_t getEnableLogOption();
 int setEnableLogOption(uint32_t enable);
-int setLogFolderOption(const char* folder);  // cut to 31 characters; kFailure for nullptr
+const char* getDataModelFolderOption();
+// The setters of folders cut to 31 characters; kOk, or kFailure for nullptr.
+int setDataModelFolderOption(const char* folder);
+int setLogFolderOption(const char* folder);
 uint8_t getLogIndexOption();
-int setLogIndexOption(uint8_t index);  // never kUnchanged
+int setLogIndexOption(uint8_t index);  // always kOk
 
-// The release as printed at start-up.
+// The release, printed at start-up.
 inline constexpr const char* kReleaseVersionGit = "WIFISYS_RTK_9.2";

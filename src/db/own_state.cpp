@@ -17,6 +17,7 @@ void writeAndNotify() {
     requestUpdateDataModel(1);
 }
 
+// Copies one address of the Wi-Fi sync list of the platform; true if it changed.
 bool mirrorSyncList(AlTable& al, uint8_t selector) {
     WpsSyncRecord record{};
     record.selector = selector;

@@ -1,5 +1,5 @@
-// The records of the topology database. Lists keep their order: it is the order on the wire and
-// in the data model.
+// The records of the topology database. Lists keep their order: it is the order of the entries on
+// the wire and in the data model.
 #pragma once
 
 #include <algorithm>
@@ -13,12 +13,12 @@
 #include "base/mac_addr.h"
 #include "base/text.h"
 
-// Tables that strangers can fill stop here, far above any real home.
+// Limits of the tables that strangers can fill, far above the needs of any real home.
 inline constexpr size_t kMaxIntfNbrs = 4096;
 inline constexpr size_t kMaxNbrDevs = 4096;
 inline constexpr size_t kMaxDevEntries = 255;  // interfaces, tuples and lists of a remote device
-inline constexpr size_t kMaxDevNbrs = 4096;    // neighbours of a remote device, of each kind
-inline constexpr size_t kMaxMeshEntries = 131072;  // what all remote devices tell, see entryNum()
+inline constexpr size_t kMaxDevNbrs = 4096;    // neighbors of a remote device, of each kind
+inline constexpr size_t kMaxMeshEntries = 131072;  // sum of entryNum() over all remote devices
 
 enum NbrMsgType : int { kNbrDiscovery = 0, kNbrNotification = 1, kNbrResponse = 3 };
 
@@ -27,12 +27,12 @@ enum ChangeNbrType : uint32_t { kIeee1905Nbr = 0, kNon1905Nbr = 1 };
 
 using MediaInfo = std::vector<uint8_t>;  // media-specific information, at most 255 bytes
 
-// One neighbour interface seen on a local interface.
+// A neighbor interface seen on a local interface.
 struct IntfNbrDev {
     MacAddr nbrAlMac{};
     MacAddr nbrIntfMac{};
     bool is1905 = false;
-    Seconds last1905Time = 0;  // last topology discovery, or the notification that made the entry
+    Seconds last1905Time = 0;  // last topology discovery, at first the message that created it
     bool lldpSeen = false;
     Seconds lldpTime = 0;
     uint16_t lldpTtl = 0;    // seconds
@@ -53,7 +53,7 @@ struct LinkTableEntry {
     uint16_t rssi = 0;          // dB
 };
 
-// Link metrics of one local interface, built on request.
+// The link metrics of one local interface, built on request.
 struct LinkTable {
     MacAddr alMac;
     MacAddr intfMac;
@@ -61,7 +61,7 @@ struct LinkTable {
     std::vector<LinkTableEntry> links;
 };
 
-// One link of a link-metric message.
+// One link in a link-metric message; units as in LinkTableEntry.
 struct LinkMetric {
     MacAddr localIntfMac;
     MacAddr nbrIntfMac;
@@ -77,8 +77,8 @@ struct LinkMetric {
     uint8_t rssi = 0;
 };
 
-// The links to one neighbour device. alMac is the neighbour's: one field fills both AL MAC
-// positions of a link-metric TLV, which is meant.
+// The links to one neighbor device. Meant: the AL MAC of the neighbor fills both AL MAC fields of a
+// link-metric TLV.
 struct LinkMetricInfo {
     MacAddr alMac;
     std::vector<LinkMetric> links;
@@ -90,14 +90,14 @@ struct IntfTable {
     MacAddr mac;
     uint32_t pwrState = 0;    // 0 on, 1 power save, 2 off, 3 unsupported
     uint32_t operStatus = 0;  // as the platform reports it
-    Seconds lastChange = 0;   // of power state or status
+    Seconds lastChange = 0;   // of the power state or the status
     uint32_t mediaType = 0;
-    MediaInfo mediaInfo;
+    MediaInfo mediaInfo{};
     std::array<uint8_t, 3> oui{};
-    std::vector<uint8_t> vendInfo;
-    std::vector<IntfNbrDev> nbrs;
-    Seconds linkTime = 0;  // when links was fetched
-    std::vector<LinkTableEntry> links;
+    std::vector<uint8_t> vendInfo{};
+    std::vector<IntfNbrDev> nbrs{};
+    Seconds linkTime = 0;  // when the links were fetched
+    std::vector<LinkTableEntry> links{};
 
     size_t nbr1905Num() const {
         return static_cast<size_t>(
@@ -119,18 +119,18 @@ struct SecurityTable {
     std::vector<uint8_t> value;
 };
 
-// A neighbour IEEE 1905.1 device.
+// A neighbor IEEE 1905.1 device.
 struct NbrDev {
     MacAddr alMac;
     Seconds lastSeen = 0;
-    bool ntfSent = false;   // a notification was requested for the present appearance
-    Seconds queryTime = 0;  // last query because of a notification, 0: none pending
+    bool ntfSent = false;   // a notification of its latest appearance was requested
+    Seconds queryTime = 0;  // of the last query that a notification caused, 0: none is pending
     bool respReceived = false;
     uint8_t queryRetries = 0;
 };
 
-// What the vendor protocol tells of a device and the data model shows, for the own device and for
-// every remote one alike. Empty texts are what nobody has told yet.
+// Properties that the vendor protocol carries and the data model shows, of this device and of every
+// remote one. A text is empty until it is known.
 struct DeviceInfo {
     Text<32> ledStatus;
     Text<32> ledBrightness;
@@ -158,12 +158,12 @@ struct DeviceInfo {
     Text<32> vm1905Version;
 };
 
-// When each Wi-Fi network was last configured, as the device words it; empty when never. Main,
-// guest and visitor networks, then AP and station of each backhaul.
+// When each Wi-Fi network was last configured, in the wording of the device; empty if never: the
+// main, guest and visitor networks, then AP and station of each backhaul.
 inline constexpr size_t kApAutoConfTimes = 12;
 using ApAutoConfTimes = std::array<Text<32>, kApAutoConfTimes>;
 
-// Where a remote device's AP auto-configuration stands. Bands 0, 1, 32, 33.
+// State of the AP auto-configuration of a remote device, by band (kWifiBands).
 struct ApAutoConfState {
     std::array<std::array<uint8_t, 2>, 4> counters{};
     std::array<uint8_t, 4> syncFlags{};
@@ -214,7 +214,8 @@ struct Ieee1905NbrList {
     std::vector<Ieee1905Nbr> nbrs;
 };
 
-// What only the vendor protocol tells of a remote device; a topology response leaves it alone.
+// The part of a remote device's record that only vendor messages fill; topology responses leave it
+// alone.
 struct VendItems {
     uint8_t enableReboot = 255;
     uint8_t enableIntfPwrCtrl = 255;
@@ -237,10 +238,10 @@ struct VendItems {
     MsgCheckConfig flagDeviceinfo;
 };
 
-// What a topology response tells of a device.
+// The content of a topology response.
 struct DevTopol {
     MacAddr alMac;
-    uint16_t receiverId = 0;  // stored by parseDevInfoTlv
+    uint16_t receiverId = 0;  // that of parseDevInfoTlv
     std::vector<DevIntf> intfs;
     std::vector<Non1905NbrList> non1905Lists;
     std::vector<Ieee1905NbrList> ieee1905Lists;
@@ -256,8 +257,8 @@ struct DevTopol {
         for (const auto& list : ieee1905Lists) n += list.nbrs.size();
         return n;
     }
-    // How much this is to keep: each neighbour, interface and bridged address is one, and so are
-    // eight bytes of media-specific information.
+    // The size for kMaxMeshEntries: each neighbor, interface, bridged address and eight bytes of
+    // media-specific information count as one.
     size_t entryNum() const {
         size_t n = non1905NbrNum() + ieee1905NbrNum();
         for (const auto& intf : intfs) n += 1 + intf.mediaInfo.size() / 8;
@@ -266,10 +267,10 @@ struct DevTopol {
     }
 };
 
-// A remote device, as its topology responses and vendor messages describe it.
+// A remote device, filled from its topology responses and vendor messages.
 struct Ieee1905DevTable : DevTopol, VendItems {
     uint8_t status = 0;
-    std::array<uint8_t, 2> wifiSync{};  // from the Wi-Fi sync list
+    std::array<uint8_t, 2> wifiSync{};  // from the Wi-Fi sync list of the platform
 };
 
 struct ChangeLogEntry {
@@ -281,7 +282,7 @@ struct ChangeLogEntry {
     MacAddr nbrMac;
 };
 
-// The network-topology block of the AlTable.
+// The network topology, part of the AlTable.
 struct TopolTable {
     static constexpr size_t kChangeLogCapacity = 256;
 
@@ -296,7 +297,7 @@ struct TopolTable {
     uint16_t ieee1905DevNum() const { return static_cast<uint16_t>(devs.size()); }
 };
 
-// The own abstraction layer: the root of the database.
+// The abstraction layer of this device, root of the database.
 struct AlTable {
     MacAddr alMac;
     std::array<uint8_t, 3> oui{};

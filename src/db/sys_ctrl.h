@@ -1,4 +1,4 @@
-// The system control record: what the daemon is doing, how it is configured, and its one alarm.
+// The system control record: state of the daemon, its options, its identity and its one alarm.
 #pragma once
 
 #include <cstdint>
@@ -47,16 +47,18 @@ struct SysCtrl {
     Seconds lastNetCtrlRun = 0;
     SysConfig config;
     SysIdentity identity;
-    Seconds discAlarmTime = 0;  // 0 or less: not armed
+    Seconds discAlarmTime = 0;  // when the alarm goes off; 0 or less: not armed
     int (*discAlarmHandler)() = nullptr;
 };
 
+// The record of the device in use.
 SysCtrl& getSysCtrl();
 
+// The state of the daemon (SysState).
 uint32_t getSysState();
 void setSysState(uint32_t state);
 
-// The device model that the daemon was started for, by its name (-m), at most 31 characters.
+// Sets the name of the device model (option -m), cut to 31 characters.
 void setDeviceModelType(std::string_view name);
-// 0 for an empty name and "0", 1 for every other. Some periodic checks run only for 0.
+// 0 if the name is empty or "0", else 1. Some periodic checks run only for 0.
 int getDeviceModelType();

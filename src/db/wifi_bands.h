@@ -1,4 +1,4 @@
-// The frequency bands by which Wi-Fi networks are configured.
+// The frequency bands in which Wi-Fi networks are configured.
 #pragma once
 
 #include <algorithm>
@@ -9,8 +9,8 @@
 // Main network on 2.4 and 5 GHz, guest network on 2.4 and 5 GHz.
 inline constexpr std::array<uint8_t, 4> kWifiBands{0, 1, 32, 33};
 
-// The place of a band in this list, by which what is kept of each band is ordered; nothing for
-// another number.
+// The index of a band in kWifiBands and in the lists that are ordered like it; std::nullopt for any
+// other number.
 inline std::optional<size_t> bandIndex(uint8_t band) {
     const auto at = std::find(kWifiBands.begin(), kWifiBands.end(), band);
     if (at == kWifiBands.end()) return std::nullopt;

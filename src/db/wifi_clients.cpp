@@ -12,13 +12,13 @@ namespace {
 
 constexpr size_t kItems = 9;
 constexpr size_t kMaxClients = 1024;       // of one device
-constexpr size_t kMaxMeshClients = 16384;  // of all, and one more for each that has none
-// Reports come every two seconds, the answers to queries every thirty.
+constexpr size_t kMaxMeshClients = 16384;  // of all devices, and one more for each without any
+// Devices report their stations every 2 seconds and answer queries for them every 30.
 constexpr Seconds kSilence = 35;
 
 using Items = std::array<std::string, kItems>;
 
-// Splits "{0=...,1=...}"; a text may hold commas, but not the mark of the next item.
+// Splits "{0=...,1=...}". An item may contain commas, but not the mark of the next item (",1=").
 bool splitRecord(std::string_view record, Items& items) {
     if (record.size() < 4 || record.front() != '{' || record.back() != '}') return false;
     record = record.substr(1, record.size() - 2);
@@ -65,7 +65,7 @@ bool storeRecord(Ieee1905DevTable& dev, std::string_view record) {
     return true;
 }
 
-// The next record of a chunk, empty at its end or where it is not understood.
+// Takes the next record off a chunk; empty at its end or if it is malformed.
 std::string_view takeRecord(std::string_view& chunk) {
     constexpr size_t kDigits = 3;
     if (chunk.size() < kDigits || chunk.find_first_not_of("0123456789") < kDigits) return {};
@@ -101,7 +101,7 @@ WifiClient& touchWifiClient(Ieee1905DevTable& dev, const MacAddr& mac) {
     auto it = std::ranges::find_if(clients, [&](const auto& client) { return client.mac == mac; });
     if (it == clients.end()) {
         if (isFull(clients)) {
-            LOG(2, "too many stations, the longest silent one gives way (" MAC_FMT ")\r\n",
+            LOG(2, "too many stations, replace the longest silent one by (" MAC_FMT ")\r\n",
                 MAC_ARGS(mac));
             clients.erase(std::ranges::min_element(clients, {}, &WifiClient::lastHeard));
         }

@@ -1,4 +1,4 @@
-// Fragmented messages of which not all has arrived.
+// Fragmented messages that have not arrived completely.
 #pragma once
 
 #include <cstdint>
@@ -28,20 +28,20 @@ struct FragmentStore {
 inline constexpr size_t kMaxFragCmdus = 64;
 inline constexpr size_t kMaxFragments = 64;
 
-// The entry of this source, type and id that began on this port, nullptr when there is none. A
-// message that comes by two ports is two of them.
+// The unfinished message with the source, type and id of hdr on this port, nullptr if there is
+// none. A message that arrives on two ports is stored once for each.
 [[nodiscard]] FragCmdu* findFragCmdu(const Port& port, const FrameHdr& hdr);
 
-// Adds a fragment's TLV area to its message, which is begun when it is the first. The oldest
-// unfinished message gives way to a new one when there are too many. kOk, or kFailure when the
-// message has too many fragments.
+// Adds the TLV area of a fragment to its message, which the first fragment creates. If there are
+// too many messages, the oldest one gives way. kOk, or kFailure if the message has too many
+// fragments.
 [[nodiscard]] int storeFragment(const Port& port, const FrameHdr& hdr, Bytes area);
 
-// Forgets a message.
+// Removes a message that findFragCmdu returned.
 void removeFragCmdu(const FragCmdu* cmdu);
 
-// Forgets messages whose last fragment is 6 or more seconds old.
+// Removes messages whose latest fragment is 6 or more seconds old.
 void checkFragmessageTimeout();
 
-// Forgets all.
+// Removes all messages.
 void destroyFragCmdus();

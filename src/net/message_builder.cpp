@@ -12,22 +12,22 @@ namespace {
 
 constexpr std::string_view kNoUpdateTime = "0000000000";
 
-// Collects TLVs; a mandatory one that is missing spoils the list.
+// Collects TLVs. If a mandatory one is missing, the result is empty.
 class Builder {
   public:
     Builder() { list_.reserve(12); }
     Builder& must(std::optional<Tlv>&& tlv);
     Builder& may(std::optional<Tlv>&& tlv);
-    TlvList take() { return spoilt_ ? TlvList{} : std::move(list_); }
+    TlvList take() { return failed_ ? TlvList{} : std::move(list_); }
 
   private:
     TlvList list_;
-    bool spoilt_ = false;
+    bool failed_ = false;
 };
 
-// Out of line: they are used all over.
+// Not inlined, because they are called in many places.
 [[gnu::noinline]] Builder& Builder::must(std::optional<Tlv>&& tlv) {
-    if (!tlv) spoilt_ = true;
+    if (!tlv) failed_ = true;
     return may(std::move(tlv));
 }
 
@@ -81,7 +81,7 @@ TlvList genWscMsg(const Wsc& wsc) {
     return builder.take();
 }
 
-// The types whose body needs nothing but the type and the port.
+// The TLVs of the types that need only the type and the port.
 TlvList genOwnBody(const Port& port, uint16_t msgType) {
     switch (msgType) {
         case kMsgTopolDisc:

@@ -1,4 +1,4 @@
-// Which TLVs a message is made of.
+// The TLVs of each message type.
 #pragma once
 
 #include <cstdint>
@@ -15,17 +15,16 @@ struct RoleBand {
     uint8_t band = 0;
 };
 
-// What a message consists of behind its headers.
+// The content of a message behind its headers.
 struct MsgBody {
     // Builds the TLVs in order, without the end-of-message TLV, for the port by which the message
-    // leaves; none when a mandatory one cannot be built. Without a function the body is that of
-    // the type, which types 0 to 3 have.
+    // leaves; empty if a mandatory one cannot be built. Without a function the type determines the
+    // TLVs, which only types 0 to 3 can.
     std::function<TlvList(const Port& port)> build{};
     bool namesPort = false;  // the TLVs differ from port to port
 };
 
-// The bodies that need more than the type. They refer to what they are given, which must outlive
-// them.
+// The bodies of the other types. They refer to their argument, which must outlive them.
 [[nodiscard]] MsgBody vendSpecBody(const VendMsg& msg);            // type 4
 [[nodiscard]] MsgBody metricQueryBody(const MetricQuery& query);   // type 5
 [[nodiscard]] MsgBody metricRespBody(const MetricQuery& query);    // type 6
@@ -34,21 +33,21 @@ struct MsgBody {
 [[nodiscard]] MsgBody wscBody(const Wsc& wsc);                     // type 9
 [[nodiscard]] MsgBody pbEventBody(const PBEventNtf& event);        // type 11
 [[nodiscard]] MsgBody pbJoinBody(const PBJoinNtf& join);           // type 12
-[[nodiscard]] MsgBody readyBody(const TlvList& tlvs);  // any, as somebody else has built it
+[[nodiscard]] MsgBody readyBody(const TlvList& tlvs);              // any type, built already
 
-// How a message travels.
+// How a message of a type is sent.
 struct MsgTraits {
     bool relay = false;            // the relay indicator of its multicasts
-    bool expectsResponse = false;  // it is remembered to pair the response with
+    bool expectsResponse = false;  // it is registered as a query
 };
 
-// The TLVs of an LLDP frame for this port, in order; empty when one cannot be built.
+// The TLVs of an LLDP frame for this port, in order; empty if one cannot be built.
 [[nodiscard]] TlvList genLldpMsg(const Port& port);
 
-// The TLVs of a message in order, without the end-of-message TLV; empty when a mandatory one
-// cannot be built, the type has no body of its own, or the type is above 12. traits is set first.
+// The TLVs of a message in order, without the end-of-message TLV. Empty if a mandatory one cannot
+// be built, or if body has no function and the type is not 0 to 3. Always sets traits.
 [[nodiscard]] TlvList gen1905Msg(const Port& port, uint16_t msgType, const MsgBody& body,
                                  MsgTraits& traits);
 
-// True for messages that name the port by which they leave.
+// True if the TLVs differ from port to port.
 [[nodiscard]] bool isBuiltPerPort(uint16_t msgType, const MsgBody& body);

@@ -1,4 +1,4 @@
-// A fixed table of messages that gives up its oldest entry when full.
+// A table of fixed size that remembers messages. If it is full, a new entry replaces the oldest.
 #pragma once
 
 #include <array>
@@ -19,10 +19,11 @@ class MessageMemory {
     static constexpr Seconds kNoAge = INT64_MAX;
 
     void clear() { entries_ = {}; }
-    // Into the first free entry, else over the oldest; of equally old ones the first. Returns the
-    // age of the entry that gave way in seconds, kNoAge when none did.
+    // Stores a message with the present time in the first free entry, else over the oldest; of
+    // equally old ones over the first. Returns the age in seconds of the entry that it replaced,
+    // kNoAge if it replaced none.
     Seconds store(const MacAddr& alMac, uint16_t msgType, uint16_t msgId);
-    // The first entry in use for which matches(entry) is true, nullptr when there is none.
+    // The first used entry for which matches(entry) is true, nullptr if there is none.
     template <typename Matches>
     Entry* find(Matches matches) {
         for (Entry& entry : entries_) {

@@ -31,7 +31,7 @@ bool setupSockets(Port& port) {
     return true;
 }
 
-// The platform and the kernel are both asked: one may know of bridges that the other does not.
+// Asks the platform and the kernel: each may know of bridges that the other does not.
 bool isOnBridge(const Port& port) {
     return isInBrdgTuple(port.name) || isBridgePort(port.ifIndex);
 }
@@ -43,7 +43,7 @@ bool isUp(short flags) {
 }  // namespace
 
 int initIntfPorts() {
-    // Apart, because the platform may ask for the same while it is asked about an interface.
+    // A list of its own: the platform may call this very function while it answers a question here.
     std::list<Port> ports;
     for (unsigned ifIndex = 1; ifIndex <= kLastIfIndex; ifIndex++) {
         const std::string name = interfaceName(ifIndex);
@@ -126,18 +126,14 @@ int refreshIntfPort(Port& port) {
         LOG_PUTS(2, "invalid interface name\r");
         return kIntfError;
     }
-    // Meant: when the query fails, the index in place of the flags decides, so that an odd one
-    // counts as up.
+    // Meant: if the kernel does not answer, the interface index is taken for the flags, so that a
+    // port with an odd index counts as up.
     short flags = port.ifIndex;
     if (!interfaceFlags(port.lldpSock.get(), port.name.c_str(), flags)) {
         LOG(2, "failed to call ioctl(SIOCGIFFLAGS) of interface (%s)\r\n", port.name.c_str());
     }
     port.isDown = !isUp(flags);
-    if (port.isDown) {
-        LOG(4, "- port (%s) status: DOWN\r\n", port.name.c_str());
-    } else {
-        LOG(4, "- port (%s) status: UP\r\n", port.name.c_str());
-    }
+    LOG(4, "- port (%s) status: %s\r\n", port.name.c_str(), port.isDown ? "DOWN" : "UP");
     return kOk;
 }
 
@@ -162,7 +158,7 @@ int setupLldpSocket(Port& port) {
         LOG_PUTS(2, "invalid interface name\r");
         return kIntfError;
     }
-    // LLDP is spoken, never heard.
+    // LLDP frames are sent, never received.
     stopReceiving(fd);
     short flags = 0;
     (void)interfaceFlags(fd, port.name.c_str(), flags);

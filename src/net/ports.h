@@ -1,5 +1,5 @@
 // The ports: local interfaces with their LLDP and IEEE 1905.1 sockets, and the two frame buffers
-// that all of them share.
+// that they share.
 #pragma once
 
 #include <array>
@@ -10,7 +10,7 @@
 #include "base/mac_addr.h"
 #include "base/text.h"
 
-inline constexpr size_t kMaxFrameLen = 1500;  // destination MAC first
+inline constexpr size_t kMaxFrameLen = 1500;  // from the destination MAC on
 
 struct FrameBuffer {
     uint32_t length = 0;
@@ -26,28 +26,29 @@ struct Port {
     uint32_t mtu = 0;
     MacAddr mac;
     bool isDown = false;
-    bool onBridge = false;  // how the sockets are bound
+    bool onBridge = false;  // the IEEE 1905.1 socket is bound for a port of a bridge
 };
 
 struct PortsState {
     std::list<Port> ports;
-    unsigned users = 0;         // of the list
-    bool reinitWanted = false;  // when the last user is done
+    unsigned users = 0;         // number of PortsInUse objects
+    bool reinitWanted = false;  // rebuild the list when the last user is done
     FrameBuffer txBuffer;
     FrameBuffer rxBuffer;
 };
 
-// Builds the port list from the kernel's interfaces 1 to 253 and the interface table. kOk, or
-// kFailure when the interface table is empty.
+// Builds the list of ports: the kernel interfaces with index 1 to 253 that are in the interface
+// table and that the platform does not exclude. An interface whose sockets cannot be set up is left
+// out. kOk, or kFailure if the interface table is empty.
 [[nodiscard]] int initIntfPorts();
-// Closes all ports and builds the list again; the result of initIntfPorts. While somebody goes
-// through the ports this is put off until they are done, and kOk is returned.
+// Closes all ports and builds the list again. The result of initIntfPorts; or kOk while the ports
+// are in use (PortsInUse): the list is then rebuilt at the end of that use.
 int reinitIntfPorts();
 // Closes all ports. kOk.
 int destroyIntfPorts();
 
-// Held by whoever goes through the ports or works with one of them: a handler or the platform
-// library may ask meanwhile for the ports to be built anew.
+// Keeps the list of ports as it is while this object lives. Code that iterates over the ports or
+// uses one of them needs it: a handler or the platform may call reinitIntfPorts meanwhile.
 class PortsInUse {
   public:
     PortsInUse();
@@ -56,23 +57,27 @@ class PortsInUse {
     PortsInUse& operator=(const PortsInUse&) = delete;
 };
 
-// Binds anew the IEEE 1905.1 sockets of ports that joined or left a kernel bridge. kOk.
+// Binds the IEEE 1905.1 sockets of ports that joined or left a bridge again. kOk.
 int rebindIntfPorts();
 
-// The platform reports another media type of an interface.
+// Changes the media type of the ports with this MAC and media type.
 void updatePortMediaType(const MacAddr& mac, uint32_t oldMediaType, uint32_t newMediaType);
 
 std::list<Port>& getIntfPorts();
+// The buffers of the frame that is being sent and of the frame that was received last.
 FrameBuffer& getTxBuffer();
 FrameBuffer& getRxBuffer();
 
-// Asks the kernel whether the port is up. kOk, or kIntfError when the port has no name.
+// Asks the kernel whether the port is up and sets isDown. kOk, or kIntfError if the port has no
+// name.
 int refreshIntfPort(Port& port);
 
-// True when the port may send now: refreshed, up, and not excluded by the platform.
+// True if the port may send now: it is up (the kernel is asked again) and the platform does not
+// exclude it.
 [[nodiscard]] bool portIsUsable(Port& port);
 
-// Open and bind one socket of a port. kOk, kFailure when the MTU cannot be read, kIntfError on
-// socket, bind or name failure.
+// Open and bind one socket of a port; the first also reads its flags and MTU. kOk, kFailure if the
+// MTU cannot be read, or kIntfError if the socket cannot be opened or bound or the port has no
+// name.
 [[nodiscard]] int setupLldpSocket(Port& port);
 [[nodiscard]] int setupIeee1905Socket(Port& port);

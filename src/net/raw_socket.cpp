@@ -29,7 +29,7 @@ bool attachFilter(int fd, sock_filter* code, size_t length) {
     return setsockopt(fd, SOL_SOCKET, SO_ATTACH_FILTER, &program, sizeof program) == 0;
 }
 
-// Passes frames of one EtherType, but not those that leave.
+// Lets only incoming frames of one EtherType pass.
 bool filterEtherType(int fd, uint16_t etherType) {
     constexpr uint32_t kPacketType = static_cast<uint32_t>(SKF_AD_OFF + SKF_AD_PKTTYPE);
     std::array<sock_filter, 6> code{{
@@ -51,9 +51,9 @@ std::string interfaceName(unsigned ifIndex) {
 }
 
 int openRawSocket() {
-    // Protocol 0 hears nothing until it is bound: no frame of another interface slips in.
+    // With protocol 0 the socket receives no frames of other interfaces before it is bound.
     const int fd = socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0);
-    // A driver whose queue is full must not hold up everything else.
+    // A driver with a full queue must not stall the daemon.
     const timeval limit{0, kSendTimeoutMicroseconds};
     if (fd >= 0) (void)setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
     return fd;
@@ -68,7 +68,7 @@ bool isBridgePort(unsigned ifIndex) {
 bool bindRawSocket(int fd, unsigned ifIndex, uint16_t etherType, bool onBridge) {
     if (!filterEtherType(fd, etherType)) return false;
     if (onBridge) {
-        // Saves the filter the frames that leave, where the kernel knows how.
+        // Kernels that know this option skip outgoing frames before they reach the filter.
         const int on = 1;
         (void)setsockopt(fd, SOL_PACKET, PACKET_IGNORE_OUTGOING, &on, sizeof on);
     }

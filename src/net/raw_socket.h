@@ -1,5 +1,5 @@
-// What a port asks of the operating system. Tests link their own version of this module, in which
-// interfaces and cables are of their making.
+// The calls of the ports to the operating system. Tests replace this module by one with simulated
+// interfaces and cables.
 #pragma once
 
 #include <sys/select.h>
@@ -9,35 +9,35 @@
 
 #include "base/mac_addr.h"
 
-// Name of the interface with this kernel index, empty when there is none.
+// The name of the interface with this kernel index, empty if there is none.
 std::string interfaceName(unsigned ifIndex);
 
-// A raw link-layer socket that hears nothing yet, -1 on failure.
+// Opens a raw link-layer socket, which receives nothing until it is bound; -1 on failure.
 [[nodiscard]] int openRawSocket();
 
-// Binds the socket to the interface so that it hears frames of the EtherType (host byte order)
-// that come in; onBridge makes it hear them on a port of a kernel bridge too. May be repeated after
-// the interface joined or left a bridge. False on failure.
+// Binds the socket to the interface, so that it receives incoming frames of the EtherType (host
+// byte order). onBridge must be true for a port of a kernel bridge. May be called again after the
+// interface joined or left a bridge. False on failure.
 [[nodiscard]] bool bindRawSocket(int fd, unsigned ifIndex, uint16_t etherType, bool onBridge);
 
-// True when the interface is a port of a kernel bridge.
+// True if the interface is a port of a kernel bridge.
 [[nodiscard]] bool isBridgePort(unsigned ifIndex);
 
-// Leaves a socket that is only written to with nothing to receive.
+// Makes a socket that is only written to receive nothing.
 void stopReceiving(int fd);
 
-// Asks for a receive buffer that holds a long burst.
+// Requests a receive buffer of 4 MiB, which holds a long burst; failures are ignored.
 void growReceiveBuffer(int fd);
 
-// Reads the interface's flags (IFF_...). False on failure, flags then stay as they are.
+// Reads the flags (IFF_...) of the interface. False on failure, with flags unchanged.
 bool interfaceFlags(int fd, const char* name, short& flags);
 
-// Lets the interface accept every multicast; failures are ignored.
+// Makes the interface accept every multicast; failures are ignored.
 void acceptAllMulticasts(int fd, const char* name);
 
-// MTU in bytes, -1 on failure.
+// The MTU of the interface in bytes, -1 on failure.
 [[nodiscard]] int interfaceMtu(int fd, const char* name);
 
-// Waits until one of the descriptors below limit is readable or the time is over; the result and
-// the set are those of select(2).
+// Waits until one of the descriptors below limit in the set is readable or the time is over. The
+// result and the set are those of select(2).
 [[nodiscard]] int waitReadable(int limit, fd_set& readable, int seconds);

@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr size_t kFrameBudget = 1498;  // a frame stays below this
+constexpr size_t kFrameBudget = 1498;  // every frame is shorter than this
 constexpr size_t kEndOfMsgLen = 3;
 constexpr Seconds kGenRecvLifetime = 5;
 constexpr uint16_t kMsgIdModulus = 65535;  // meant: 65535 itself is never used
@@ -23,22 +23,22 @@ TransmitterState& module() {
     return stateOf<TransmitterState>();
 }
 
-// The identifier was used: tells it and moves on.
+// Marks the identifier as used: stores it in *used and moves to the next one.
 void takeMsgId(uint16_t* used) {
     if (used != nullptr) *used = module().msgId;
     module().msgId = static_cast<uint16_t>((module().msgId + 1) % kMsgIdModulus);
 }
 
-// One message on its way out of one port. Without a destination it is a multicast.
+// A message that leaves by a port.
 struct Outgoing {
     const Port& port;
-    const MacAddr* dstMac;
+    const MacAddr* dstMac;  // nullptr for a multicast
     uint16_t msgType;
     uint16_t msgId;
     bool relay;
 };
 
-// Sends what stands in the transmit buffer up to length, headers to be filled in.
+// Fills in the headers in the transmit buffer and sends the first length bytes of it.
 int sendFragment(const Outgoing& out, uint8_t fragId, bool last, size_t length) {
     FrameBuffer& tx = getTxBuffer();
     const std::span<uint8_t> frame(tx.frame);
@@ -72,7 +72,7 @@ int sendFragment(const Outgoing& out, uint8_t fragId, bool last, size_t length) 
     return kOk;
 }
 
-// Splits the message between TLVs; a TLV is never split.
+// Sends a message in fragments. A TLV is never split.
 int sendFragments(const Outgoing& out, const TlvList& tlvs) {
     FrameBuffer& tx = getTxBuffer();
     tx.frame.fill(0);
@@ -91,7 +91,7 @@ int sendFragments(const Outgoing& out, const TlvList& tlvs) {
         const auto next = std::next(tlv);
         const bool last = next == tlvs.end();
         if (!last && position + next->flatSize1905() + kEndOfMsgLen < kFrameBudget) continue;
-        // The end-of-message TLV is the zeros behind.
+        // The zeros behind the TLVs are the end-of-message TLV.
         if (const int result = sendFragment(out, fragId, last, position + kEndOfMsgLen);
             result != kOk) {
             return result;
@@ -107,7 +107,7 @@ IntfTable* intfOf(const Port& port) {
     return getIntfTableById(port.mac, port.mediaType);
 }
 
-// The TLVs of a message: built anew for every port that it names, else once.
+// The TLVs of a message: built for each port if they differ from port to port, else once.
 class Message {
   public:
     Message(uint16_t msgType, const MsgBody& body)
@@ -115,7 +115,7 @@ class Message {
         if (!perPort_) build({});
     }
 
-    // True when the message cannot be built at all. A topology query may be empty.
+    // True if the message could not be built. Only a topology query may be empty.
     bool failed() const { return failed_; }
     const MsgTraits& traits() const { return traits_; }
     const TlvList& forPort(const Port& port) {
@@ -139,10 +139,10 @@ class Message {
     MsgTraits traits_;
 };
 
-// What became of a unicast on all ports.
+// The result of a unicast over all ports.
 struct Outcome {
     bool built = true;
-    bool left = false;  // at least one frame
+    bool left = false;  // by at least one port
 };
 
 void sendOn(const Port& port, const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
@@ -155,7 +155,7 @@ void sendOn(const Port& port, const MacAddr& dstMac, uint16_t msgType, uint16_t 
     }
 }
 
-// Types 0 and 1 name the sending port and go to the MAC by every port.
+// Types 0 and 1 name the port by which they leave and go to dstMac by every port.
 Outcome sendByEveryPort(const MacAddr& dstMac, uint16_t msgType, const MsgBody& body) {
     const PortsInUse guard;
     Message message(msgType, body);
@@ -171,8 +171,8 @@ Outcome sendByEveryPort(const MacAddr& dstMac, uint16_t msgType, const MsgBody& 
     return outcome;
 }
 
-// True for a neighbour interface of the device, or with the interface MAC, that dstMac names. An AL
-// MAC that is not known yet is zero and names nobody.
+// True if dstMac is the MAC of the neighbor interface or the AL MAC of its device. An AL MAC of
+// zero is not known yet and matches nothing.
 bool isNamedBy(const IntfNbrDev& nbr, const MacAddr& dstMac) {
     return nbr.nbrIntfMac == dstMac || (nbr.nbrAlMac == dstMac && !dstMac.isZero());
 }
@@ -184,10 +184,11 @@ bool isKnownAlMac(const MacAddr& mac) {
     });
 }
 
-// Sends to every interface of the device by the port on which it is heard. A bridge learns the AL
-// MAC of a device that has it on its own bridge, too: that entry is no other interface of it.
-Outcome sendToNeighbour(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
-                        const MsgBody& body, bool isResponse) {
+// Sends to every interface of the device by the port on which it was heard. A device may use its AL
+// MAC on its own bridge, too; a bridge here then reports it like an interface MAC, in an entry
+// without an AL MAC. That entry is skipped, as it is not another interface of the device.
+Outcome sendToNeighbor(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId, const MsgBody& body,
+                       bool isResponse) {
     const PortsInUse guard;
     Message message(msgType, body);
     Outcome outcome{.built = !message.failed()};
@@ -214,7 +215,7 @@ int reportUnsent(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId) {
     return kFailure;
 }
 
-// The AL MAC of the neighbour that this MAC belongs to, else the MAC itself.
+// The AL MAC of the neighbor with this AL MAC or interface MAC; the MAC itself if it is unknown.
 MacAddr alMacOf(const MacAddr& mac) {
     for (const auto& intf : getIntfTable()) {
         for (const auto& nbr : intf.nbrs) {
@@ -240,7 +241,7 @@ int requestSend1905UcastMsg(const MacAddr& dstMac, uint16_t msgType, const MsgBo
     } else if (msgType == kMsgTopolDisc || msgType == kMsgTopolNtf) {
         outcome = sendByEveryPort(dstMac, msgType, body);
     } else {
-        outcome = sendToNeighbour(dstMac, msgType, module().msgId, body, false);
+        outcome = sendToNeighbor(dstMac, msgType, module().msgId, body, false);
     }
     if (!outcome.built) return kFailure;
     if (!outcome.left) return reportUnsent(dstMac, msgType, module().msgId);
@@ -254,7 +255,7 @@ int requestSend1905UcastRespMsg(const MacAddr& dstMac, uint16_t msgType, uint16_
         LOG(4, "message type (%de) isn't supported\r\n", msgType);
         return reportUnsent(dstMac, msgType, msgId);
     }
-    const Outcome outcome = sendToNeighbour(dstMac, msgType, msgId, body, true);
+    const Outcome outcome = sendToNeighbor(dstMac, msgType, msgId, body, true);
     if (!outcome.built) return kFailure;
     return outcome.left ? kOk : reportUnsent(dstMac, msgType, msgId);
 }
@@ -350,7 +351,7 @@ int send1905McastMsg(const Port& port, uint16_t msgType, uint16_t msgId, bool re
         result != kOk) {
         return result;
     }
-    // So that it is recognised when a neighbour relays it back.
+    // To recognize it if a neighbor relays it back.
     (void)registerGenRecvMsg(*getAlMac(), msgType, msgId);
     if (registerQuery) (void)registerQueriedMsg(*getAlMac(), msgType, msgId);
     return kOk;
@@ -362,7 +363,7 @@ bool registerGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId) 
 }
 
 bool lookupGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId) {
-    // An old entry does not hide a fresh one: a device that restarted uses its identifiers again.
+    // Expired entries are skipped: a device that restarted uses its identifiers again.
     const Seconds time = now();
     return module().genRecvMsgs.find([&](const auto& entry) {
         return entry.alMac == alMac && entry.msgType == msgType && entry.msgId == msgId &&
@@ -384,7 +385,7 @@ int checkMatchQueryRespPair(const MacAddr& srcMac, uint16_t respType, uint16_t r
     const MacAddr alMac = alMacOf(srcMac);
     LOG(4, "alMac = " MAC_FMT ", macSa = " MAC_FMT ", type = %d, id = %d\r\n", MAC_ARGS(alMac),
         MAC_ARGS(srcMac), respType, respId);
-    // Meant: any sender will do unless the query went to the all-zero address.
+    // Meant: any device may answer, unless the query went to the all-zero address.
     auto* entry = module().queriedMsgs.find([&](const auto& query) {
         return query.msgType + 1 == respType && query.msgId == respId &&
                (query.alMac == alMac || !query.alMac.isZero());

@@ -1,4 +1,5 @@
-// Sends messages: fragments, multicasts, relays, LLDP; remembers what was sent and asked.
+// Sends unicasts, multicasts, relayed messages and LLDP frames, in fragments where necessary, and
+// remembers messages and queries.
 #pragma once
 
 #include <cstdint>
@@ -13,45 +14,47 @@ struct TransmitterState {
     MessageMemory queriedMsgs;
 };
 
-// Empties both memories. kOk.
+// Clears both memories. kOk.
 int initMessageTransmitter();
 
-// Sends a message to one device by every port on which it is a neighbour; dstMac is its AL MAC or
-// the MAC of one of its interfaces. kOk when at least one frame left, msgId then holds the
-// identifier used; else kFailure.
+// Sends a message to one device by every port on which it is a neighbor; dstMac is its AL MAC or
+// the MAC of one of its interfaces. Types 0 and 1 go to dstMac by every port. kOk if it left by
+// at least one port, and *msgId is then the identifier used; else kFailure.
 int requestSend1905UcastMsg(const MacAddr& dstMac, uint16_t msgType, const MsgBody& body,
                             uint16_t* msgId = nullptr);
 
-// The same as an answer: under the identifier of the message that is answered.
+// Sends a response to one device, in the same way, under the identifier of the query.
 int requestSend1905UcastRespMsg(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
                                 const MsgBody& body);
 
-// Sends a message to all neighbours by every port that may carry multicasts; msgId receives the
-// (last) identifier used. kOk, or kFailure when the message cannot be built.
+// Sends a message to all neighbors by every port that may send multicasts. *msgId is the last
+// identifier used: a discovery uses one per port. kOk, also if nothing could be sent, or kFailure
+// if the message cannot be built.
 int requestSend1905McastMsg(uint16_t msgType, const MsgBody& body, uint16_t* msgId = nullptr);
 
-// Writes the frame in the receive buffer to every other port, with that port's MAC as its source.
-// kOk, or kFailure at the first failed write.
+// Sends the frame in the receive buffer by every other port, with the MAC of that port as its
+// source. kOk, or kFailure at the first failed write.
 int requestRelayMcastMsg(const Port& incoming);
 
-// Sends an LLDP frame by every port that is up. kOk, or kFailure when it cannot be built.
+// Sends an LLDP frame by every port that is up. kOk, or kFailure if it cannot be built.
 int requestSendLldpMsg();
 
-// Send the TLVs of one message by one port, in as many frames as it takes. With registerQuery the
-// message is remembered as a query. kOk or kFailure.
+// Send one message by one port, in as many frames as necessary; registerQuery registers it as a
+// query. kOk, or kFailure if a TLV is too large, a write fails, or there are no TLVs (a topology
+// query by unicast needs none).
 int send1905UcastMsg(const Port& port, const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
                      bool registerQuery, const TlvList& tlvs);
 int send1905McastMsg(const Port& port, uint16_t msgType, uint16_t msgId, bool relay,
                      bool registerQuery, const TlvList& tlvs);
 
-// The memory of generated and received multicasts. An entry counts for 5 seconds. Registering
-// returns false when it displaced an entry that still counted.
+// The memory of multicasts that were generated or received in the last 5 seconds. Registering
+// returns false if the new entry replaced one that is not older than that.
 bool registerGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId);
 bool lookupGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId);
 
-// The memory of queries. dstMac and srcMac are AL MACs or interface MACs of neighbours. kOk, or
-// kFailure without a database.
+// Remembers a query to a neighbor, given by its AL MAC or an interface MAC. kOk, or kFailure
+// without a database.
 int registerQueriedMsg(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId);
-// 1 when the response answers a query, which is then forgotten, 0 when not, kFailure without a
-// database.
+// 1 if the response of a neighbor (AL MAC or interface MAC) answers a registered query, which is
+// then forgotten; 0 if not; kFailure without a database.
 int checkMatchQueryRespPair(const MacAddr& srcMac, uint16_t respType, uint16_t respId);

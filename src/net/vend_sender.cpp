@@ -34,7 +34,7 @@ int sendVendRespMsg(const MacAddr& dstMac, uint16_t msgId, VendMsgType type,
 int sendVendDiscMsg(const MacAddr* dstMac) {
     const MacAddr* alMac = getAlMac();
     if (alMac == nullptr) return kFailure;
-    // The interface MAC is that of the port by which the message leaves: the encoder knows it.
+    // The encoder fills in the interface MAC: that of the port by which the message leaves.
     VendDisc disc;
     disc.alMac = *alMac;
     return dstMac != nullptr ? sendVendMsg(*dstMac, VEND_MSG_TYPE_VEND_DISC, std::move(disc))

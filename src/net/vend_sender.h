@@ -1,4 +1,4 @@
-// Making and sending of vendor messages of this device.
+// Builds and sends the vendor messages of this device.
 #pragma once
 
 #include <memory>
@@ -6,17 +6,17 @@
 
 #include "wire/vend_msg.h"
 
-// A message of this type with the own OUI and AL MAC; nothing without a database.
+// A message of this type with this device's OUI and AL MAC; std::nullopt without a database.
 std::optional<VendMsg> makeVendMsg(VendMsgType type, VendPayload&& payload);
 
-// Send a vendor message to one device (AL MAC or interface MAC), to all, or as an answer under the
-// identifier of the message that is answered. msgId receives the identifier used. The result of
-// the send; kFailure without a database.
+// Send a vendor message to one device (AL MAC or interface MAC), to all devices, or to one device
+// as a response under the identifier of the request. *msgId is set as by the functions of
+// transmitter.h, whose result is returned; kFailure without a database.
 int sendVendMsg(const MacAddr& dstMac, VendMsgType type, VendPayload&& payload,
                 uint16_t* msgId = nullptr);
 int sendVendMcastMsg(VendMsgType type, VendPayload&& payload, uint16_t* msgId = nullptr);
 int sendVendRespMsg(const MacAddr& dstMac, uint16_t msgId, VendMsgType type, VendPayload&& payload);
 
-// Sends a vendor discovery to a neighbour (AL MAC or interface MAC), or to all when dstMac is
-// nullptr. The result of the send; kFailure without a database.
+// Sends a vendor discovery to a neighbor (AL MAC or interface MAC), or to all if dstMac is nullptr.
+// The result of the send; kFailure without a database.
 int sendVendDiscMsg(const MacAddr* dstMac);

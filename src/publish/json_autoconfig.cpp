@@ -20,7 +20,7 @@ constexpr std::array<const char*, kApAutoConfTimes> kTimeKeys{
     "Backhaul5GAP_time", "Backhaul5GST_time", "Backhaul5G2AP_time", "Backhaul5G2ST_time"};
 
 void writeOwnState(JsonWriter& out, const AlTable& al) {
-    // Meant: the guest network on 5 GHz is called "Guest4G" here.
+    // Meant: the key of the guest network on 5 GHz is "Guest4G" here.
     static constexpr std::array<const char*, 4> kKeys{"Main24G", "Main5G", "Guest24G", "Guest4G"};
     for (size_t i = 0; i < kKeys.size(); i++) out.numbers(kKeys[i], al.wpsBandConfig[i], kColumn);
     for (size_t i = 0; i < kApAutoConfTimes; i++) {
@@ -43,7 +43,7 @@ void writeDeviceState(JsonWriter& out, const Ieee1905DevTable& dev, size_t numbe
         "AP-autoconfig_Main24G", "AP-autoconfig_Main5G", "AP-autoconfig_Guest24G",
         "AP-autoconfig_Guest5G"};
     for (size_t i = 0; i < kKeys.size(); i++) out.numbers(kKeys[i], dev.apAutoConf.counters[i]);
-    // Meant: of each backhaul the station before the AP, unlike above.
+    // Meant: the station of each backhaul comes before its AP, unlike above.
     static constexpr std::array<size_t, kApAutoConfTimes> kOrder{0, 1, 2, 3, 4,  5,
                                                                  7, 6, 9, 8, 11, 10};
     for (const size_t i : kOrder) out.text(kTimeKeys[i], dev.apAutoConf.times[i], kColumn);

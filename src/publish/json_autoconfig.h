@@ -6,13 +6,13 @@
 
 #include "db/records.h"
 
-// Rewrites "vm1905_APautoconfig.json" in the data-model folder. kOk always; a file that cannot be
+// Rewrites "vm1905_APautoconfig.json" in the data-model folder. Always kOk; a file that cannot be
 // opened is left as it is.
 int writeJsonAPautoconfig();
 
-// Its text; empty without al, and no devices without topol.
+// The text of that file: empty if al is nullptr, without devices if topol is nullptr.
 std::string renderJsonAPautoconfig(const AlTable* al, const TopolTable* topol);
 
-// Whether an Enrollee is in step with this device's configuration of a band (0, 1, 32 or 33).
-// kOk, or kFailure for another band, with flag left alone.
+// Sets flag to the device's sync flag of a band (0, 1, 32 or 33): whether an Enrollee has this
+// device's configuration of the band. kOk, or kFailure for another band, with flag unchanged.
 int getAPautoconfigFlag(const Ieee1905DevTable& dev, uint8_t band, uint8_t& flag);

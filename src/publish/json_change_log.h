@@ -5,9 +5,9 @@
 
 #include "db/records.h"
 
-// Rewrites "vm1905_log.json" in the data-model folder. kOk always; a file that cannot be opened is
+// Rewrites "vm1905_log.json" in the data-model folder. Always kOk; a file that cannot be opened is
 // left as it is.
 int writeJsonvm1905log();
 
-// Its text, an empty object without topol.
+// The text of that file, an empty object if topol is nullptr.
 std::string renderJsonvm1905log(const TopolTable* topol);

@@ -13,8 +13,8 @@
 
 namespace {
 
-// Ordinary shares of the file, so that the text seldom has to grow: in a large mesh nearly all of
-// it is neighbours, for every device may hear every other.
+// Usual sizes of a device and of a neighbor in bytes, to reserve the text. In a large mesh nearly
+// all of it is neighbors, because every device may hear every other.
 constexpr size_t kDeviceSize = 3000;
 constexpr size_t kNbrSize = 270;
 
@@ -102,7 +102,7 @@ std::string renderJsonDataModel(const AlTable* al, const TopolTable* topol,
     writeAlMembers(out, *al);
     writeOwnIntfs(out, *al);
     if (topol != nullptr) writeTopology(out, *al, *topol);
-    // Meant: the closing braces belong to the security object and go with it.
+    // Meant: without the security object the closing braces are missing too.
     if (security == nullptr) return out.take();
     writeSecurity(out, *security);
     for (int open = 0; open < 4; open++) out.end();

@@ -5,12 +5,12 @@
 
 #include "db/records.h"
 
-// Rewrites "vm1905.json" in the data-model folder, then "vm1905_APautoconfig.json". kOk always; a
+// Rewrites "vm1905.json" in the data-model folder, then "vm1905_APautoconfig.json". Always kOk; a
 // file that cannot be opened is left as it is.
 int writeJsonDataModel();
 
-// The text of "vm1905.json". A missing table leaves out what it would tell: without topology there
-// is no "NetworkTopology" object; without security no "Security" object and no closing brace;
-// without al just the three opening lines. The front end copes with the last two.
+// The text of "vm1905.json". Arguments may be nullptr: without topol there is no "NetworkTopology"
+// object, without security no "Security" object and no closing brace, without al only the three
+// opening lines. The front end accepts the last two, although they are not valid JSON.
 std::string renderJsonDataModel(const AlTable* al, const TopolTable* topol,
                                 const SecurityTable* security);

@@ -10,13 +10,14 @@
 
 namespace {
 
-// One end of a link, as far as it is known.
+// The near end of a link, as far as it is known.
 struct LocalIntf {
     std::string reference;
     uint32_t mediaType = NbrIntf::kNoMediaType;
 };
 
-// An empty reference when the device lists neighbours on an interface that it does not list.
+// The interface of the device with this MAC. The reference is empty if the device lists neighbors
+// on an interface that it does not list itself.
 LocalIntf findLocalIntf(const Ieee1905DevTable& dev, const MacAddr& mac) {
     size_t number = 0;
     for (const auto& intf : dev.intfs) {
@@ -50,8 +51,8 @@ void writeIeee1905Nbr(JsonWriter& out, size_t number, std::string_view localIntf
 
 void writeIeee1905Nbrs(JsonWriter& out, const DataModel& model, const Ieee1905DevTable& dev) {
     size_t number = 0;
-    // A neighbour that is listed again is reached by something else than the Wi-Fi links that were
-    // written with its first entry.
+    // The Wi-Fi links of a neighbor are written at its first entry. Every further entry of the
+    // neighbor is another link.
     std::unordered_set<MacAddr> written;
     for (const auto& list : dev.ieee1905Lists) {
         const LocalIntf local = findLocalIntf(dev, list.localIntfMac);
@@ -80,7 +81,7 @@ void writeNon1905Nbrs(JsonWriter& out, const Ieee1905DevTable& dev) {
                 out.text("MediaType", non1905NbrMediaLabel(client->mediaType, client->connType));
                 writeWifiLink(out, *client);
             } else {
-                // What hangs on an interface and is no station has that interface's medium.
+                // A neighbor that is no station has the media type of the interface.
                 out.text("MediaType", non1905NbrMediaLabel(local.mediaType, ""));
             }
             out.end();
@@ -162,8 +163,8 @@ int checkIntfMacMediaType(const Ieee1905DevTable& dev, const MacAddr& mac,
 
 int checkIeee1905NbrIsWIFI(JsonWriter& out, const Ieee1905DevTable& dev, const Ieee1905Nbr& nbr,
                            size_t& number, std::string_view localIntf) {
-    // A zero owner marks a station that is no 1905 device.
     int written = 0;
+    // A zero owner marks a station that is no 1905 device.
     if (nbr.alMac.isZero()) return written;
     for (const auto& client : dev.wifiClients) {
         if (client.ownerAlMac != nbr.alMac) continue;

@@ -1,4 +1,4 @@
-// The "IEEE1905Device." objects: remote devices with their interfaces, neighbours and bridges.
+// The "IEEE1905Device." objects: remote devices with their interfaces, neighbors and bridges.
 #pragma once
 
 #include <string_view>
@@ -16,46 +16,46 @@ struct NbrIntf {
     uint32_t mediaType = kNoMediaType;
 };
 
-// Who hears whom in the whole database. A topology response names a 1905 neighbour by its AL MAC
-// alone; its interface is the one on which it hears the device in turn.
+// Which device hears which, in the whole database. A topology response names a 1905 neighbor only
+// by its AL MAC; the interface of the neighbor is the one on which it hears the device in turn.
 class Hearings {
   public:
     Hearings(const AlTable& al, const TopolTable& topol);
-    // Of several interfaces the one of this medium. A device that is not known, or does not hear
-    // the other yet, has a zero MAC and no medium.
+    // The interface on which one device (by) hears another (heard), if possible one with this media
+    // type. A zero MAC and no media type if the device is unknown or does not hear the other.
     NbrIntf intfOf(const MacAddr& by, const MacAddr& heard, uint32_t mediaType) const;
 
   private:
-    // On this interface a device hears another.
+    // A device that is heard, and the interface on which it is heard.
     struct Hearing {
-        uint64_t heard;  // its address as a number
+        uint64_t heard;  // MacAddr::number() of its AL MAC
         NbrIntf intf;
     };
     static bool isBefore(const Hearing& left, const Hearing& right) {
         return left.heard < right.heard;
     }
 
-    // By the device that hears, each list ordered: all devices may hear all.
+    // By the device that hears. The lists are sorted for fast lookup: all devices may hear all.
     std::unordered_map<MacAddr, std::vector<Hearing>> heardBy_;
 };
 
-// The database while it is being written out.
+// The database from which the data model is written.
 struct DataModel {
     const AlTable& al;
     Hearings hearings;
 };
 
-// Writes the object of a remote device, with all below it, under this number (from 1).
+// Writes the object of a remote device with this number (from 1).
 void writeIeee1905Device(JsonWriter& out, const DataModel& model, const Ieee1905DevTable& dev,
                          size_t number);
 
-// Points client to the record of the station with this MAC in the device's Wi-Fi client list, and
-// leaves it alone when there is none. kOk.
+// Points client to the record of the station with this MAC in the Wi-Fi client list of the device;
+// unchanged if there is none. kOk.
 int checkIntfMacMediaType(const Ieee1905DevTable& dev, const MacAddr& mac,
                           const WifiClient*& client);
 
-// Writes one "IEEE1905Neighbor." object per Wi-Fi link that the device's client list holds to this
-// neighbour, numbered onwards from the number of objects written before, which it raises.
-// localIntf names the device's interface. Returns how many objects were written.
+// Writes one "IEEE1905Neighbor." object for each Wi-Fi link to this neighbor in the client list of
+// the device. number is that of the object written last and is increased; localIntf is the
+// reference to the interface of the device ("Interface.1"). Returns the number of objects written.
 int checkIeee1905NbrIsWIFI(JsonWriter& out, const Ieee1905DevTable& dev, const Ieee1905Nbr& nbr,
                            size_t& number, std::string_view localIntf);

@@ -12,7 +12,7 @@ std::string_view orUnknown(std::string_view text) {
     return text.empty() ? "Unknown" : text;
 }
 
-// Component versions are kept as texts and written as numbers; what is none counts as 0.
+// The versions of components are stored as texts and written as numbers, 0 for any other text.
 int64_t versionNumber(const Text<32>& version) {
     return std::clamp<int64_t>(strtol(version.c_str(), nullptr, 10), INT_MIN, INT_MAX);
 }
@@ -22,7 +22,7 @@ void writeIPv6(JsonWriter& out, const std::vector<std::string>& addresses) {
     out.append("[");
     bool first = true;
     for (const auto& address : addresses) {
-        // Each further address stands below the first.
+        // The further addresses are aligned below the first.
         if (!first) out.append(",\n").append(out.tabs()).append(std::string(11, ' '));
         out.appendQuoted(address);
         first = false;

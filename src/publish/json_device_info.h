@@ -1,4 +1,4 @@
-// The runs of members that the own device and remote ones have in common.
+// Groups of members that the objects of this device and of remote devices have in common.
 #pragma once
 
 #include <string_view>
@@ -6,8 +6,8 @@
 #include "db/records.h"
 #include "publish/json_writer.h"
 
-// "ReleaseVersion" to "LEDBrightness". The newer form of the release version goes before the
-// older one where a device has both.
+// "ReleaseVersion" to "LEDBrightness". newerRelease, unless empty, replaces the older form of the
+// release version.
 void writeReleaseAndLed(JsonWriter& out, std::string_view release, std::string_view newerRelease,
                         const DeviceInfo& info);
 // "NetworkState_dnsmasq" to "WIFICountryCode".

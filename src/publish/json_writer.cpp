@@ -92,9 +92,9 @@ JsonWriter& JsonWriter::append(int64_t number) {
     return *this;
 }
 
-// Meant: nothing is escaped, the file holds texts as they are stored. Those of other devices are
-// stored without quotes (plainText); a quote in the own mode, build number, version or interface
-// names or in the password makes the file invalid JSON.
+// Meant: texts are written as they are stored, without escaping. Those of other devices are stored
+// without quotes (plainText), but a quote in this device's mode, build number, version or password
+// or in an interface name makes the file invalid JSON.
 JsonWriter& JsonWriter::appendQuoted(std::string_view value) {
     out_.push_back('"');
     out_.append(value);

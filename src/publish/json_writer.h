@@ -1,4 +1,5 @@
-// The text of the data-model files, built by hand: the front end reads this exact layout.
+// The text of the data-model files. No JSON library builds it, because the front end depends on the
+// exact layout.
 #pragma once
 
 #include <cstddef>
@@ -10,20 +11,21 @@
 
 #include "base/mac_addr.h"
 
-// One member per line, a tab per level, a comma before each member but the first. Lists of objects
-// are members of their parent, named by a prefix and a number from 1, and never arrays, so that
-// the shape is the same for none, one and many.
+// Writes one member per line, indented by one tab per level. A list of objects is no array: its
+// objects are members of the parent, named by a prefix and a number from 1, so that the layout does
+// not depend on their number.
 class JsonWriter {
   public:
+    // expectedSize is the number of bytes to reserve.
     explicit JsonWriter(size_t expectedSize) { out_.reserve(expectedSize); }
 
-    void begin();  // the outermost object
+    void begin();  // opens the outermost object
     void beginObject(std::string_view key);
     void beginObject(std::string_view prefix, size_t number);
     void end();  // closes the innermost object
 
-    // A value stands in the given column behind its key's opening quote and colon, one blank
-    // behind the colon where none is given.
+    // Write a member. Blanks in front of the value make up for a key that, with its closing quote,
+    // is shorter than column characters.
     void text(std::string_view key, std::string_view value, size_t column = 0);
     void mac(std::string_view key, const MacAddr& value);
     void number(std::string_view key, int64_t value, size_t column = 0);
@@ -31,7 +33,7 @@ class JsonWriter {
     void boolean(std::string_view key, bool value);
     void numbers(std::string_view key, std::span<const uint8_t> values, size_t column = 0);
 
-    // What has no common form: a member's value is whatever is appended next.
+    // Writes only the key of a member, for values of another form: append them next.
     void key(std::string_view key, size_t column = 0);
     JsonWriter& append(std::string_view part) {
         out_.append(part);
@@ -42,7 +44,7 @@ class JsonWriter {
     JsonWriter& append(const MacAddr& mac);
 
     std::string tabs() const { return std::string(depth_, '\t'); }  // the indentation of a member
-    std::string take() { return std::move(out_); }
+    std::string take() { return std::move(out_); }                  // the whole text
 
   private:
     void newMember();
@@ -52,6 +54,6 @@ class JsonWriter {
     bool first_ = true;  // the next member is the first of its object
 };
 
-// Writes a file in the data-model folder in one go, over what stood there. A file that cannot be
-// opened is left as it is, without a word.
+// Replaces the content of a file in the data-model folder. A file that cannot be opened is left as
+// it is, without a log line.
 void writeDataModelFile(const char* name, std::string_view text);

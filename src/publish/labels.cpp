@@ -9,6 +9,7 @@
 
 namespace {
 
+// The label at this index, other if there is none.
 template <size_t N>
 const char* labelOf(const std::array<const char*, N>& labels, uint32_t number,
                     const char* other = "Unknown") {
@@ -39,7 +40,7 @@ bool isHighBand(std::string_view connType) {
 }  // namespace
 
 const char* alStatusLabel(uint32_t status) {
-    // Meant: "UP" in capitals.
+    // Meant: "UP", not "Up".
     static constexpr std::array<const char*, 7> kLabels{
         "UP", "Down", nullptr, "Dormant", "NotPresent", "LowerLayerDown", "Error"};
     return labelOf(kLabels, status);

@@ -1,8 +1,8 @@
-// Listings of the ports and of the topology on the console, for those who debug a mesh.
+// Lists the ports and the topology on standard output, for debugging a mesh.
 #pragma once
 
-// The ports: name, interface index, whether it is up, MAC, MTU, medium.
+// Lists the ports: name, interface index, up or down, MAC, MTU and media type.
 void showportinfo();
-// The AL MAC, the state of the topology, the own interfaces with the neighbours on each, and the
-// devices. Nothing without a database.
+// Lists the AL MAC, the state of the topology, this device's interfaces with their neighbors, and
+// the remote devices. Prints nothing without a database.
 void showtopolTable();

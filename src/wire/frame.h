@@ -19,7 +19,7 @@ inline constexpr size_t kHeadersLen = kEtherHdrLen + kCmduHdrLen;
 inline constexpr size_t kSrcMacOffset = 6;
 inline constexpr size_t kMinFrameLen = 64;  // shorter frames are padded with zeros
 
-// Meant: not 0. Only devices of the same family are heard.
+// Meant: not 0. Messages of other devices, which have another version, are ignored.
 inline constexpr uint8_t kCmduVersion = 0xA0;
 
 enum MsgType : uint16_t {
@@ -39,13 +39,14 @@ enum MsgType : uint16_t {
     kMsgTypeNum = 13,
 };
 
-// Write a 14-byte Ethernet header to the start of out. kOk, or kFailure when out is too small.
+// Write a 14-byte Ethernet header with source portMac to the start of out: to the LLDP multicast
+// address, to dstMac, or to the 1905 multicast address. kOk, or kFailure if out is too small.
 int genLldpEtherHdr(const MacAddr& portMac, std::span<uint8_t> out);
 int gen1905UcastEtherHdr(const MacAddr& portMac, const MacAddr& dstMac, std::span<uint8_t> out);
 int gen1905McastEtherHdr(const MacAddr& portMac, std::span<uint8_t> out);
 
-// Writes the 8-byte CMDU header to the start of out. The indicators are 0 or 1; for any other
-// value the flags byte stays unwritten. kOk, or kFailure when out is too small.
+// Writes the 8-byte CMDU header, with big-endian numbers, to the start of out. The indicators are 0
+// or 1; with any other value the flags byte is left as it is. kOk, or kFailure if out is too small.
 int gen1905CmduHdr(uint16_t msgType, uint16_t msgId, uint8_t fragId, int lastFragmentIndicator,
                    int relayIndicator, std::span<uint8_t> out);
 
@@ -62,5 +63,5 @@ struct FrameHdr {
     bool relay = false;
 };
 
-// Reads the headers; what did not arrive reads as zero.
+// Reads the headers. Fields beyond the end of the frame are zero.
 FrameHdr parseFrameHdr(Bytes frame);

@@ -1,14 +1,15 @@
 // Codec of the standard TLVs: LLDP and IEEE 1905.1.
 //
-// A generator returns a TLV whose value is in wire order, or nothing when there is nothing to say
-// or no database to say it from.
+// A generator returns a TLV whose value is in wire order (numbers are big-endian). It returns
+// std::nullopt if there is no database, if the TLV would have no content, or if its length does not
+// fit. Lists are cut to the entries that fit in one TLV.
 //
-// A parser takes the bytes from the TLV's header to the end of what arrived and returns how many
-// of them it consumed, header included, or 0 when it rejects the TLV; it logs why at level 2.
-// A TLV whose length does not even cover its fixed part is rejected; counts inside a TLV are
-// followed as far as bytes arrived, not as far as the TLV's length says, unless a description below
-// says otherwise. What was decoded before a rejection may stay in the
-// destination. The two end markers return kOk or kFailure instead.
+// A parser takes the bytes from the header of the TLV to the end of the received message. It
+// returns the number of bytes consumed, header included, or 0 if it rejects the TLV, for which it
+// logs a line at level 2. A TLV whose length does not cover its fixed part is rejected. Unless
+// described otherwise, a parser follows the counts inside the TLV up to the end of the message,
+// even beyond the length of the TLV. Parts decoded before a rejection may stay in the destination.
+// The parsers of the two end markers return kOk or kFailure instead.
 #pragma once
 
 #include <cstdint>
@@ -47,13 +48,13 @@ enum TlvType : uint8_t {
     kTlvWsc = 17,
     kTlvPBEventNtf = 18,
     kTlvPBJoinNtf = 19,
-    kTlvWscUpdateTime = 80,  // our own addition to the standard set
+    kTlvWscUpdateTime = 80,  // not a standard type
 };
 
-inline constexpr uint16_t kLldpTtl = 180;  // seconds, sent and demanded
+inline constexpr uint16_t kLldpTtl = 180;  // seconds; the only value sent and accepted
 
 struct MetricQuery {
-    uint8_t nbrSelector = 0;  // 0 all neighbours, 1 one
+    uint8_t nbrSelector = 0;  // 0 all neighbors, 1 one
     MacAddr nbrAlMac;
     uint8_t metrics = 0;  // 0 transmitter, 1 receiver, 2 both
 };
@@ -76,7 +77,7 @@ struct PBJoinNtf {
 
 struct Wsc {
     std::vector<uint8_t> frame;
-    Text<32> updateTime;  // "" or "0000000000": none
+    Text<32> updateTime;  // "" or "0000000000" if there is none
 };
 
 // LLDP.
@@ -85,7 +86,7 @@ struct Wsc {
 [[nodiscard]] std::optional<Tlv> genTtlTlv();
 [[nodiscard]] std::optional<Tlv> genEndOfLldpduTlv();
 
-// IEEE 1905.1. index is that of a local interface.
+// IEEE 1905.1. index is that of a local interface (getIntfTableByIndex).
 [[nodiscard]] std::optional<Tlv> genEndOfMsgTlv();
 [[nodiscard]] std::optional<Tlv> genAlMacTlv();
 [[nodiscard]] std::optional<Tlv> genMacTlv(const MacAddr& mac);
@@ -116,15 +117,16 @@ struct Wsc {
 [[nodiscard]] int parseEndOfMsgTlv(Bytes tlv);
 [[nodiscard]] size_t parseAlMacTlv(MacAddr& mac, Bytes tlv);
 [[nodiscard]] size_t parseMacTlv(MacAddr& mac, Bytes tlv);
-// receiverId is stored in the record and means what the caller wants.
+// receiverId is stored in the record. It is for the caller and has no further meaning.
 [[nodiscard]] size_t parseDevInfoTlv(DevTopol& dev, uint16_t receiverId, Bytes tlv);
 [[nodiscard]] size_t parseDevBrdgCapTlv(DevTopol& dev, Bytes tlv);
-// The number of neighbours comes from the TLV's length.
+// The length of the TLV determines the number of neighbors.
 [[nodiscard]] size_t parseNon1905NbrDevTlv(DevTopol& dev, Bytes tlv);
 [[nodiscard]] size_t parse1905NbrDevTlv(DevTopol& dev, Bytes tlv);
-// The selector, not the length, picks the layout.
+// The selector, not the length, determines the layout.
 [[nodiscard]] size_t parseMetricQueryTlv(MetricQuery& query, Bytes tlv);
-// Both merge into one entry per pair of interfaces; the number of links comes from the length.
+// Both merge into one link per pair of interfaces. The length of the TLV determines the number of
+// links.
 [[nodiscard]] size_t parseTxMetricTlv(LinkMetricInfo& info, Bytes tlv);
 [[nodiscard]] size_t parseRxMetricTlv(LinkMetricInfo& info, Bytes tlv);
 [[nodiscard]] size_t parseMetricResCodeTlv(uint8_t& code, Bytes tlv);
@@ -133,9 +135,9 @@ struct Wsc {
 [[nodiscard]] size_t parseSupportedRoleTlv(uint8_t& role, Bytes tlv);
 [[nodiscard]] size_t parseSupportedFreqBandTlv(uint8_t& band, Bytes tlv);
 [[nodiscard]] size_t parseWscTlv(Wsc& wsc, Bytes tlv);
-// A text longer than the destination is cut.
+// Cuts a text that is longer than the destination.
 [[nodiscard]] size_t parseWscUpdatetimeTlv(Text<32>& updateTime, Bytes tlv);
 [[nodiscard]] size_t parsePBEventNtfTlv(PBEventNtf& event, Bytes tlv);
 [[nodiscard]] size_t parsePBJoinNtfTlv(PBJoinNtf& join, Bytes tlv);
-// Skips a TLV of any other type by its length; rejects without a line what is cut off.
+// Skips a TLV of any other type by its length; rejects one that is cut off, without a log line.
 [[nodiscard]] size_t parseUnsupportedTlv(Bytes tlv);

@@ -11,8 +11,8 @@ constexpr uint8_t kChassisSubtypeMac = 4;
 constexpr uint8_t kPortSubtypeMac = 3;
 constexpr uint8_t kBridgeFlag = 0x80;
 
-// A TLV with this many bytes of value, which write fills. Nothing when they are too many for the
-// length field.
+// A TLV with a value of this size in bytes, which write fills. std::nullopt if the size does not
+// fit in the length field.
 template <typename Write>
 std::optional<Tlv> makeTlv(uint8_t type, size_t size, Write&& write) {
     std::optional<Tlv> tlv;
@@ -37,19 +37,19 @@ std::optional<Tlv> makeMacTlv(uint8_t type, const MacAddr& mac) {
     return makeTlv(type, 6, [&](ByteWriter& out) { out.mac(mac); });
 }
 
-// As many bytes or entries as a one-byte count can announce.
+// The first entries of a list, as many as a one-byte count can announce.
 template <typename T>
 std::span<const T> countable(const std::vector<T>& list) {
     return std::span(list).first(std::min<size_t>(list.size(), 0xFF));
 }
 
-// As many records as a TLV that can be sent holds beside its head. Here and below, what does not
-// fit is left out: a longer TLV could not be sent, nor the message that it is in.
+// The number of records that fit in a TLV behind its head. Here and below the rest is left out: a
+// longer TLV could not be sent, and neither could its message.
 constexpr size_t fitting(size_t records, size_t headSize, size_t recordSize) {
     return std::min(records, (kMaxSentTlvLength - headSize) / recordSize);
 }
 
-// The neighbours of one kind on an interface.
+// The TLV of the neighbors of one kind on an interface.
 template <uint8_t kType>
 std::optional<Tlv> makeNbrTlv(unsigned index) {
     constexpr bool k1905 = kType == kTlv1905Nbr;
@@ -69,8 +69,8 @@ std::optional<Tlv> makeNbrTlv(unsigned index) {
     });
 }
 
-// A link-metric TLV has a place for the transmitter's AL MAC and one for the neighbour's. The
-// neighbour's fills both, which is meant: peers of this family send and expect it so.
+// The AL MACs of transmitter and neighbor. Meant: the neighbor's fills both, because devices of
+// this family send and expect it so.
 ByteWriter& writeMetricHead(ByteWriter& out, const LinkMetricInfo& info) {
     return out.mac(info.alMac).mac(info.alMac);
 }
@@ -165,7 +165,7 @@ std::optional<Tlv> gen1905NbrDevTlv(unsigned index) {
 }
 
 std::optional<Tlv> genMetricQueryTlv(const MetricQuery& query) {
-    // Always the long layout, also for all neighbours, with zeros in place of the AL MAC.
+    // Always the long layout; a query for all neighbors has zeros for the AL MAC.
     return makeTlv(kTlvMetricQuery, 8, [&](ByteWriter& out) {
         out.u8(query.nbrSelector)
             .mac(query.nbrSelector == 1 ? query.nbrAlMac : MacAddr{})

@@ -11,8 +11,8 @@ namespace {
 constexpr uint8_t kChassisSubtypeMac = 4;
 constexpr uint8_t kPortSubtypeMac = 3;
 
-// A TLV as it arrived: header, then value. Once something that was demanded of it does not hold,
-// it fails closed like any read past the end. The reads of a parser therefore need one check.
+// Reads a received TLV: its header at once, then its value. A demand that does not hold makes it
+// fail like a read past the end, so that a parser needs only one check at its end.
 class TlvReader : public ByteReader {
   public:
     explicit TlvReader(Bytes tlv) : ByteReader(tlv), type(u8()), length(u16()) {}
@@ -29,7 +29,7 @@ class TlvReader : public ByteReader {
     const uint16_t length;
 };
 
-// The same with an LLDP header.
+// The same for a TLV with an LLDP header.
 class LldpTlvReader : public ByteReader {
   public:
     explicit LldpTlvReader(Bytes tlv) : ByteReader(tlv) {
@@ -42,8 +42,8 @@ class LldpTlvReader : public ByteReader {
     int length;
 };
 
-// The result of a parser: how far the TLV was read, 0 when something of it did not hold. failure is
-// a format for the type and the length; the log line is the parser's, which stands in its prefix.
+// The result of a parser: the bytes read, or 0 if a read or demand failed. failure is a format for
+// the type and the length; the prefix of the log line names the parser.
 size_t consumed(const TlvReader& tlv, const char* failure,
                 const char* parser = __builtin_FUNCTION(), int line = __builtin_LINE()) {
     if (tlv.ok()) return tlv.position();
@@ -53,7 +53,7 @@ size_t consumed(const TlvReader& tlv, const char* failure,
     return 0;
 }
 
-// A TLV of one byte; the byte stays as it is unless the TLV is accepted.
+// Parses a TLV of one byte; out changes only if the TLV is accepted.
 size_t readByteTlv(uint8_t& out, Bytes bytes, uint8_t type, const char* failure,
                    const char* parser = __builtin_FUNCTION(), int line = __builtin_LINE()) {
     TlvReader tlv(bytes);
@@ -63,7 +63,7 @@ size_t readByteTlv(uint8_t& out, Bytes bytes, uint8_t type, const char* failure,
     return consumed(tlv, failure, parser, line);
 }
 
-// The same for an address.
+// The same for a TLV of one address.
 size_t readMacTlv(MacAddr& out, Bytes bytes, uint8_t type, const char* failure,
                   const char* parser = __builtin_FUNCTION(), int line = __builtin_LINE()) {
     TlvReader tlv(bytes);
@@ -73,6 +73,7 @@ size_t readMacTlv(MacAddr& out, Bytes bytes, uint8_t type, const char* failure,
     return consumed(tlv, failure, parser, line);
 }
 
+// The same for an LLDP TLV of a subtype and an address.
 size_t readLldpMacTlv(MacAddr& out, Bytes bytes, int type, uint8_t subtype, const char* failure,
                       const char* parser = __builtin_FUNCTION(), int line = __builtin_LINE()) {
     LldpTlvReader tlv(bytes);
@@ -88,13 +89,14 @@ size_t readLldpMacTlv(MacAddr& out, Bytes bytes, int type, uint8_t subtype, cons
     return 0;
 }
 
-// The number of entries that follow the fixed part of a TLV, in the 8 bits that peers count in:
-// of a longer list only so many are read, and the rest is not part of what was consumed.
+// The number of entries behind the fixed part of a TLV. Meant: modulo 256, because peers count in 8
+// bits. The other entries of a longer list are not consumed.
 uint8_t entriesAfter(const TlvReader& tlv, unsigned fixed, unsigned entrySize) {
     return static_cast<uint8_t>(tlv.ok() ? (tlv.length - fixed) / entrySize : 0);
 }
 
-// Starts a neighbour list TLV: its fixed part, and the check that all entries arrived.
+// Reads the fixed part of a neighbor list TLV and checks that all entries arrived. Returns their
+// number, 0 on failure.
 uint8_t readNbrListHead(TlvReader& tlv, uint8_t type, unsigned entrySize, MacAddr& localIntfMac) {
     tlv.demandAtLeast(type, 6);
     localIntfMac = tlv.mac();
@@ -103,7 +105,8 @@ uint8_t readNbrListHead(TlvReader& tlv, uint8_t type, unsigned entrySize, MacAdd
     return tlv.ok() ? num : uint8_t{0};
 }
 
-// Room for so many more entries, at least doubled: repeated TLVs grow a list in linear time.
+// Reserves room for more entries. A list that has some at least doubles its capacity, so that it
+// grows in linear time if a message repeats a TLV.
 template <typename T>
 void makeRoom(std::vector<T>& list, size_t more) {
     const size_t needed = list.size() + more;
@@ -112,7 +115,7 @@ void makeRoom(std::vector<T>& list, size_t more) {
     }
 }
 
-// A message has a neighbour list for each interface at most, unless it is a strange one.
+// Appends a list for num neighbors. An ordinary message has at most one list per interface.
 template <typename List>
 List& appendNbrList(std::vector<List>& lists, const DevTopol& dev, const MacAddr& intfMac,
                     uint8_t num) {
@@ -123,8 +126,8 @@ List& appendNbrList(std::vector<List>& lists, const DevTopol& dev, const MacAddr
     return list;
 }
 
-// Starts a link-metric TLV. It has a place for the transmitter's AL MAC and one for the
-// neighbour's; both go into one field, so that the second stays, which is meant.
+// Reads the fixed part of a link-metric TLV and checks that all links arrived. Returns their
+// number, 0 on failure. Meant: of the AL MACs of transmitter and neighbor only the second is kept.
 uint8_t readMetricHead(TlvReader& tlv, uint8_t type, unsigned linkSize, LinkMetricInfo& info) {
     tlv.demandAtLeast(type, 12);
     tlv.skip(6);
@@ -136,8 +139,8 @@ uint8_t readMetricHead(TlvReader& tlv, uint8_t type, unsigned linkSize, LinkMetr
     return num;
 }
 
-// The entry of the link between two interfaces, new if there is none: what a transmitter and a
-// receiver TLV tell of a link ends up in one entry.
+// Reads the addresses of a link and returns its entry, new if there is none: the transmitter and
+// the receiver TLV of a link fill one entry.
 LinkMetric& readLink(TlvReader& tlv, LinkMetricInfo& info) {
     const MacAddr local = tlv.mac();
     const MacAddr nbr = tlv.mac();
@@ -167,7 +170,7 @@ size_t parsePortIdTlv(MacAddr& mac, Bytes tlv) {
 size_t parseTtlTlv(uint16_t& ttl, Bytes tlv) {
     LldpTlvReader reader(tlv);
     const uint16_t value = reader.u16();
-    // Only the time to live that this family of devices sends, which is meant.
+    // Meant: only the time to live that devices of this family send is accepted.
     if (!reader.ok() || reader.type != kLldpTlvTtl || reader.length != 2 || value != kLldpTtl) {
         LOG_PUTS(2, "incorrect LLDP time to live TLV\r");
         return 0;
@@ -211,7 +214,7 @@ size_t parseDevInfoTlv(DevTopol& dev, uint16_t receiverId, Bytes tlv) {
     if (reader.ok()) {
         dev.alMac = alMac;
         dev.receiverId = receiverId;
-        // An interface takes 9 bytes: no room for more of them than can have arrived.
+        // An interface takes at least 9 bytes; reserve no more than can have arrived.
         makeRoom(dev.intfs, std::min<size_t>(num, reader.left() / 9));
     }
     for (unsigned i = 0; i < num && reader.ok(); i++) {
@@ -278,8 +281,8 @@ size_t parse1905NbrDevTlv(DevTopol& dev, Bytes tlv) {
 size_t parseMetricQueryTlv(MetricQuery& query, Bytes tlv) {
     TlvReader reader(tlv);
     reader.demand(reader.type == kTlvMetricQuery && (reader.length == 2 || reader.length == 8));
-    // The selector, not the length, picks the layout, which is meant: a query for all neighbours
-    // is read as the short one even when it has the length of the long one.
+    // Meant: the selector determines the layout. A query for all neighbors is read as the short
+    // layout even if it has the length of the long one.
     const uint8_t selector = reader.u8();
     const MacAddr alMac = selector == 1 ? reader.mac() : MacAddr{};
     const uint8_t metrics = reader.u8();
@@ -346,7 +349,7 @@ size_t parseWscTlv(Wsc& wsc, Bytes tlv) {
     reader.demandAtLeast(kTlvWsc, 0);
     const Bytes frame = reader.take(reader.length);
     if (reader.ok()) wsc.frame.assign(frame.begin(), frame.end());
-    // The text of another TLV, which is meant.
+    // Meant: the text names another TLV.
     return consumed(reader, "TLV (type=%d/len=%d): invalid SupportedFreqBand TLV\r\n");
 }
 
@@ -356,7 +359,7 @@ size_t parseWscUpdatetimeTlv(Text<32>& updateTime, Bytes tlv) {
     const Bytes text = reader.take(reader.length);
     if (reader.ok())
         updateTime = std::string_view(reinterpret_cast<const char*>(text.data()), text.size());
-    // The text of another TLV, which is meant.
+    // Meant: the text names another TLV.
     return consumed(reader, "TLV (type=%d/len=%d): invalid SupportedFreqBand TLV\r\n");
 }
 

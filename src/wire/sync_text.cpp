@@ -13,8 +13,7 @@ int fetchSyncText(int (*get)(char* data), std::string& text) {
     if (result != 0) return result;
     const size_t length = strnlen(data, sizeof data);
     if (length > kMaxSyncText) {
-        LOG(2, "a text of the platform's is too long to be sent (%zu > %zu)\n", length,
-            kMaxSyncText);
+        LOG(2, "a text of the platform is too long to send (%zu > %zu)\n", length, kMaxSyncText);
         return kFailure;
     }
     text.assign(data, length);

@@ -1,9 +1,9 @@
-// The texts of the platform's that a message carries whole.
+// Texts of the platform that a message carries whole.
 #pragma once
 
 #include <string>
 
-// Fetches what one of the platform's getters fills in, PLATFORM_SYNC_DATA_LEN bytes. Returns the
-// getter's result, or kFailure for a text that is longer than a message can carry (logged): half a
-// setting is none. The text is untouched on failure.
+// Fetches a text by a getter of the platform, which fills PLATFORM_SYNC_DATA_LEN bytes. The result
+// of the getter, or kFailure (logged) if the text is longer than a message can carry: a truncated
+// setting would be useless. On failure text stays unchanged.
 [[nodiscard]] int fetchSyncText(int (*get)(char* data), std::string& text);

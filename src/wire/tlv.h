@@ -1,4 +1,4 @@
-// A TLV in memory, its wire forms, and the walk over the TLV area of a received message.
+// A TLV in memory, its wire forms, and the iteration over the TLVs of a received message.
 #pragma once
 
 #include <algorithm>
@@ -17,8 +17,8 @@ inline constexpr size_t kMaxTlvLength = 0xFFFF;
 inline constexpr size_t kMaxSentTlvSize = 1400;  // header included; a TLV is never split
 inline constexpr size_t kMaxSentTlvLength = kMaxSentTlvSize - k1905TlvHeaderLen;
 
-// Bytes of a size fixed when they are made, zero at first. Most TLVs are small and most messages
-// have many, so that small ones are held in place: to allocate took half the time of a message.
+// A byte array whose size is fixed at construction, zero at first. Small ones need no allocation:
+// most messages have many small TLVs, and allocating took half the time of building a message.
 class TlvValue {
   public:
     TlvValue() = default;
@@ -59,17 +59,18 @@ struct Tlv {
     size_t flatSize1905() const { return value.size() + k1905TlvHeaderLen; }
 };
 
-// In wire order.
+// The TLVs of a message in wire order.
 using TlvList = std::vector<Tlv>;
 
-// Write the wire form of a TLV to the start of out and return its size in bytes, 0 when out is
-// too small or the length does not fit its field.
+// Write the wire form of a TLV (big-endian) to the start of out. Return its size in bytes, 0 if out
+// is too small or the length does not fit its field: 16 bits for IEEE 1905.1, 9 bits for LLDP.
 [[nodiscard]] size_t flatten1905Tlv(const Tlv& tlv, std::span<uint8_t> out);
 [[nodiscard]] size_t flattenLldpTlv(const Tlv& tlv, std::span<uint8_t> out);
 
-// Walks the TLVs of an area up to its end-of-message TLV. parse is called with the bytes from a
-// TLV's header to the end of the area and returns the number of bytes it consumed, 0 to reject.
-// True when every TLV was accepted and lay within the area; area then starts at the end marker.
+// Iterates over the TLVs of an area up to the end-of-message TLV. parse gets the bytes from the
+// header of a TLV to the end of the area and returns the number of bytes it consumed, 0 to reject
+// the TLV. True if every TLV was accepted and lay within the area; area then starts at the
+// end-of-message TLV, or is empty if there is none.
 template <typename Parse>
 bool walkTlvs(Bytes& area, Parse&& parse) {
     while (!area.empty() && area[0] != 0) {

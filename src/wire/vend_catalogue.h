@@ -1,6 +1,6 @@
-// The catalogue of the vendor messages: which payload each number carries.
-// handlers/vend_dispatch.cpp tells what an arriving message does. To add a message: its number in
-// vend_msg.h, a struct in vend_payloads.h unless one fits, a row here, a handler and its row there.
+// The catalogue of the vendor messages: the payload and meaning of each number. A new message needs
+// a number in vend_msg.h, a struct in vend_payloads.h unless one of those fits, a row here, and a
+// handler with a row in handlers/vend_dispatch.cpp.
 #pragma once
 
 #include <algorithm>
@@ -12,12 +12,12 @@
 
 struct VendType {
     uint16_t number;
-    size_t payload;      // which alternative of VendPayload
-    const char* layout;  // its name
+    size_t payload;      // index of the alternative of VendPayloads
+    const char* layout;  // name of that struct
     const char* meaning;
 };
 
-// The place of a struct among the alternatives of VendPayload.
+// The index of a struct among the alternatives of VendPayloads.
 template <typename Payload, size_t kIndex = 0>
 consteval size_t payloadIndex() {
     if constexpr (std::is_same_v<std::variant_alternative_t<kIndex, VendPayloads>, Payload>) {
@@ -27,7 +27,7 @@ consteval size_t payloadIndex() {
     }
 }
 
-// A row a line, by number.
+// One row per line, sorted by number.
 // clang-format off
 #define VEND_TYPE(name, Payload, meaning) \
     VendType{VEND_MSG_TYPE_##name, payloadIndex<Payload>(), #Payload, meaning}
@@ -106,7 +106,7 @@ inline constexpr VendType kVendTypes[] = {
 // clang-format on
 static_assert(std::ranges::is_sorted(kVendTypes, {}, &VendType::number));
 
-// nullptr for an unknown number.
+// The row of a number, nullptr if it is unknown.
 constexpr const VendType* findVendType(uint16_t number) {
     const auto* const it = std::ranges::lower_bound(kVendTypes, number, {}, &VendType::number);
     return it != std::end(kVendTypes) && it->number == number ? it : nullptr;

@@ -38,7 +38,7 @@ Bytes FieldReader::takeWithin(size_t length, size_t capacity) {
     return in_.take(length);
 }
 
-// A text ends at its first NUL, as it does for whoever it is handed to.
+// A text ends at its first NUL, because it does so for the functions that get it.
 void FieldReader::takeText(std::string& value, size_t length, size_t capacity) {
     const Bytes bytes = takeWithin(length, capacity);
     value = upToNul({reinterpret_cast<const char*>(bytes.data()), bytes.size()});

@@ -1,11 +1,11 @@
-// How the payload of a vendor message is described. A layout is a struct with
+// Encodes and decodes the payloads of vendor messages. A payload is a struct with
 //
 //     template <class Fields, class Self>
 //     static void describe(Fields& fields, Self& self);
 //
-// that names its fields in wire order. The same description writes the payload and reads it, and
-// documents it: hence the names. Numbers are big-endian; texts and data carry their length in front
-// and no terminator.
+// that passes its fields to fields in wire order. FieldWriter and FieldReader have a function for
+// each kind of field; the names document the fields. Numbers are big-endian. Texts and data have
+// their length in bytes in front, in two bytes, and no terminator.
 #pragma once
 
 #include <string>
@@ -13,12 +13,12 @@
 
 #include "base/bytes.h"
 
-// Where a message leaves: the vendor discovery carries the MAC of that port.
+// The port by which a message leaves, whose MAC the vendor discovery carries.
 struct SendContext {
     const MacAddr& portMac;
 };
 
-// Appends a payload to a byte vector. ok() is false when a list or text exceeds its capacity.
+// Appends a payload to a byte vector. ok() is false if a list, text or data exceeded its capacity.
 class FieldWriter {
   public:
     FieldWriter(std::vector<uint8_t>& out, const SendContext& context)
@@ -33,7 +33,7 @@ class FieldWriter {
     void portMac(const char*, const MacAddr&) { bytes(context_.portMac.b); }
 
     void text(const char* countName, const char* name, const std::string& value, size_t capacity);
-    // between() describes what stands between the length and the data.
+    // between() describes the fields between the length and the data.
     template <typename Between>
     void data(const char*, const char*, const std::vector<uint8_t>& value, size_t capacity,
               Between&& between) {
@@ -42,17 +42,18 @@ class FieldWriter {
         between();
         bytes(value);
     }
-    // A list with its number of entries in one byte.
+    // A list with its number of entries in front, in one byte.
     template <typename List, typename Entry>
     void list(const char*, const List& entries, size_t capacity, Entry&& describeEntry) {
         demand(entries.size() <= capacity);
         number(entries.size(), 1);
         for (const auto& entry : entries) describeEntry(*this, entry);
     }
-    // A field of 2 bytes, of 1 in the entries of old senders.
+    // A field of 2 bytes, or of 1 byte in entries of old senders (see FieldReader::tellWidth).
     void wide(const char* name, uint16_t value) { u16(name, value); }
     void tellWidth(size_t, size_t) {}
-    // A length that counts one byte more than the text: the option in front of the text.
+    // An option of one byte and a text, with a length in front that counts both. A length of 0
+    // means option 0 and no text.
     void optionAndText(const char* countName, const char* optionName, const char* name,
                        uint8_t option, const std::string& value, size_t capacity);
 
@@ -66,10 +67,10 @@ class FieldWriter {
     bool ok_ = true;
 };
 
-// Reads a payload. The reader fails when bytes are missing or the decoded form has no room.
+// Reads a payload. The ByteReader fails if bytes are missing or a capacity is exceeded.
 class FieldReader {
   public:
-    // payloadLen is the length that the message declares.
+    // payloadLen is the length in bytes that the message declares.
     FieldReader(ByteReader& in, size_t payloadLen) : in_(in), payloadLen_(payloadLen) {}
 
     void u8(const char*, uint8_t& value) { value = in_.u8(); }
@@ -94,8 +95,9 @@ class FieldReader {
         for (size_t i = 0; i < num && in_.ok(); i++) describeEntry(*this, entries.emplace_back());
     }
     void wide(const char*, uint16_t& value) { value = narrow_ ? in_.u8() : in_.u16(); }
-    // The width of the entries follows from the length of the payload alone, which is meant: old
-    // and new senders live side by side.
+    // Sets the width of the wide() fields: 2 bytes if the payload behind its first head bytes is a
+    // multiple of wideEntry bytes, else 1 byte. Meant: only the length distinguishes the entries of
+    // new and old senders, which may be in the same mesh.
     void tellWidth(size_t head, size_t wideEntry) {
         narrow_ = payloadLen_ < head || (payloadLen_ - head) % wideEntry != 0;
     }

@@ -7,7 +7,7 @@
 #include "base/mac_addr.h"
 #include "wire/vend_payloads.h"
 
-// A number without a name here is refused everywhere. The unused ones are encoded and parsed, but
+// Any other number is refused everywhere. The unused numbers can be encoded and parsed, but are
 // refused on arrival.
 enum VendMsgType : uint16_t {
     VEND_MSG_TYPE_CONF_QUERY = 0,
@@ -84,7 +84,7 @@ enum VendMsgType : uint16_t {
 struct VendMsg {
     std::array<uint8_t, 3> oui{};
     MacAddr alMac;        // of the sending device
-    uint8_t headerA = 0;  // carried through, never validated
+    uint8_t headerA = 0;  // stored, but never checked
     uint8_t headerB = 1;
     uint16_t vendMsgType = 0;
     VendPayload payload;

@@ -1,6 +1,6 @@
-// The payloads of the vendor messages, one struct per layout, in decoded form. The comment above
-// each shows it byte by byte (offset or "n", width in brackets); docs/vendor-protocol.md tells
-// which messages carry which.
+// The payloads of the vendor messages in decoded form, one struct per layout. The comment above
+// each shows its bytes: offset (or "n", where it varies), name and width in bytes.
+// docs/vendor-protocol.md lists the messages with their payloads.
 #pragma once
 
 #include <string>
@@ -10,10 +10,11 @@
 #include "base/mac_addr.h"
 #include "base/result.h"
 
+// Capacities: numbers of entries, and lengths of texts and data in bytes.
 inline constexpr size_t kMaxIntfEntries = 30;
 inline constexpr size_t kMaxItems = 255;
 inline constexpr size_t kMaxItemValue = 128;
-inline constexpr size_t kMaxUrl = 1023;  // with its terminator it fills the platform's 1,024 bytes
+inline constexpr size_t kMaxUrl = 1023;  // the platform has 1,024 bytes, terminator included
 inline constexpr size_t kMaxFileName = 511;
 inline constexpr size_t kMaxLogFileName = 255;
 inline constexpr size_t kMaxSyncText = 1374;  // a longer TLV could not be sent
@@ -24,7 +25,7 @@ inline constexpr size_t kMaxSecurityData = 1400;
 inline constexpr size_t kMaxBcnRpt = 600;
 inline constexpr size_t kMaxSsid = 32;
 
-// A bare AL MAC: of the addressed device in queries and orders, of the sender in searches.
+// Only an AL MAC: of the addressed device in queries and orders, of the sender in searches.
 //   0 almac (6)
 struct AlMacPayload {
     MacAddr almac;
@@ -49,8 +50,8 @@ struct RetCodePayload {
     }
 };
 
-// One number for one device: LEDOption, SystemOption, WPSOption, AP steering option, frequency
-// band, firmware state or result, as the message tells.
+// One number for one device. Its meaning depends on the message: LEDOption, SystemOption,
+// WPSOption, AP steering option, frequency band, firmware state or result.
 //   0 almac (6), 6 option (1)
 struct OptionPayload {
     MacAddr almac;
@@ -63,7 +64,7 @@ struct OptionPayload {
     }
 };
 
-// A text of the sender whose content is the platform's, or a chunk of Wi-Fi client records.
+// A text whose content the platforms define, or a chunk of records of Wi-Fi clients.
 //   0 almac (6), 6 datalen (2), 8 data (datalen)
 struct TextPayload {
     MacAddr almac;
@@ -76,7 +77,7 @@ struct TextPayload {
     }
 };
 
-// Numbered values with their length.
+// A value with its number and length.
 //   n type (1), n+1 length (2), n+3 value (length)
 struct Item {
     uint8_t type = 0;
@@ -89,7 +90,7 @@ struct Item {
     }
 };
 
-// Everything that a device tells about itself.
+// The configuration and state of the sender.
 //   0 almac (6), 6 itemnum (1), 7 items
 struct ConfResp {
     MacAddr almac;  // of the responding device
@@ -103,7 +104,7 @@ struct ConfResp {
     }
 };
 
-// An interface and one number about it: power state or result.
+// An interface with its power state or a result.
 //   n intfmac (6), n+6 mediaType (2), n+8 pwrState or retCode (1)
 struct IntfValue {
     MacAddr mac;
@@ -118,7 +119,7 @@ struct IntfValue {
     }
 };
 
-// The power states of all interfaces of the sender.
+// The power states of the sender's interfaces.
 //   0 almac (6), 6 intfnum (1), 7 entries of 9
 struct IntfPwrStateResp {
     MacAddr almac;
@@ -132,7 +133,7 @@ struct IntfPwrStateResp {
     }
 };
 
-// Interfaces that shall go to a power state. A zero MAC stands for all of its media type.
+// Orders a power state for interfaces. A zero MAC means all interfaces of the media type.
 //   0 almac (6), 6 intfnum (1), 7 entries of 8: intfmac (6), mediaType (2); n pwrState (1)
 struct IntfPwrCtrlReq {
     struct Entry {
@@ -154,7 +155,7 @@ struct IntfPwrCtrlReq {
     }
 };
 
-// What became of them.
+// The result for each of these interfaces.
 //   0 intfnum (1), 1 entries of 9
 struct IntfPwrCtrlResp {
     std::vector<IntfValue> intfs;
@@ -166,7 +167,7 @@ struct IntfPwrCtrlResp {
     }
 };
 
-// The Wi-Fi stations of the sender. Old senders have rate and rssi in one byte each.
+// The Wi-Fi stations of the sender. Old senders use one byte each for rate and rssi.
 //   0 num (1), 1 entries of 13 (or 11): mac (6), mediaType (2), rate (2), rssi (2), signalLevel (1)
 struct WifiStateResp {
     struct Entry {
@@ -191,7 +192,7 @@ struct WifiStateResp {
     }
 };
 
-// Start or stop of a speed test.
+// Starts or stops a speed test.
 //   0 Enable (1), 1 Action (1), 2 URLcount (2), 4 URL (URLcount), n StartTime (4, seconds since
 //   the epoch), n+4 runtime (4, seconds), n+8 lanMac (6)
 struct SpeedTestCtrlReq {
@@ -214,7 +215,8 @@ struct SpeedTestCtrlReq {
 };
 
 // A firmware order.
-//   0 FWOption (1), 1 length (2), 3 FWTopoOption (1), 4 FWURL (length - 1); a length of 0 ends it
+//   0 FWOption (1), 1 length (2), 3 FWTopoOption (1), 4 FWURL (length - 1); with a length of 0
+//   nothing follows
 struct FwCtrlReq {
     uint8_t fwOption = 0;
     uint8_t fwTopoOption = 0;
@@ -230,7 +232,7 @@ struct FwCtrlReq {
 // Items of the second form of a firmware order.
 enum FwItem : uint8_t { kFwOption = 0, kFwTopoOption = 1, kFwUrl = 2, kFwFileName = 3 };
 
-// The same with a file name, as items (FwItem).
+// A firmware order with a file name, as items (FwItem).
 //   0 itemnum (1), 1 items
 struct FwCtrl2Req {
     std::vector<Item> items;
@@ -242,7 +244,7 @@ struct FwCtrl2Req {
     }
 };
 
-// An order as a line of text.
+// A command as a line of text.
 //   0 CommandDatacount (2), 2 CommandURLcount (2), 4 CommandURL (CommandURLcount)
 struct SendCommandReq {
     uint16_t commandDataCount = 0;
@@ -275,7 +277,7 @@ struct IntfNameResp {
     }
 };
 
-// Where the sender's log file is.
+// The location of the sender's log file.
 //   0 almac (6), 6 Filenamecount (2), 8 Filename, n FTPURLcount (2), n+2 FTPURL
 struct LogFileResp {
     MacAddr almac;
@@ -304,11 +306,11 @@ struct SecurityCtrlMsg {
     }
 };
 
-// "I am here".
+// Announces the sender on the port by which it leaves.
 //   0 almac (6), 6 intfmac (6)
 struct VendDisc {
     MacAddr alMac;
-    MacAddr intfMac;  // not looked at by the encoder, which knows the port
+    MacAddr intfMac;  // ignored by the encoder, which takes that of the port
 
     template <class Fields, class Self>
     static void describe(Fields& f, Self& p) {
@@ -317,7 +319,8 @@ struct VendDisc {
     }
 };
 
-//   0 almac (6), 6 NetworkOption (2), 8 NetworkCommandCount (2), 10 command text
+// Orders a network setting.
+//   0 almac (6), 6 NetworkOption (2), 8 NetworkCommandCount (2), 10 NetworkCommand
 struct NetworkCtrlReq {
     MacAddr almac;
     uint16_t networkOption = 0;
@@ -331,6 +334,7 @@ struct NetworkCtrlReq {
     }
 };
 
+// The result of such an order.
 //   0 NetworkOption (2), 2 retCode (1)
 struct NetworkCtrlResp {
     uint16_t networkOption = 0;
@@ -343,6 +347,7 @@ struct NetworkCtrlResp {
     }
 };
 
+// Orders a Wi-Fi country code.
 //   0 almac (6), 6 length (2), 8 WIFICountryCode (length)
 struct CountryCodeReq {
     MacAddr almac;
@@ -355,7 +360,8 @@ struct CountryCodeReq {
     }
 };
 
-// Asks a device to ask one of its stations for a beacon report, or for the last one it gave.
+// Asks a device to request a beacon report from one of its stations, or to return the last report
+// of the station.
 //   0 almac (6), 6 staMac (6), 12 bssid (6), 18 operatingClass (1), 19 channel (1), 20 mode (1),
 //   21 duration (2, time units), 23 ssidlen (2), 25 ssid (ssidlen)
 struct BcnRptReqPayload {
@@ -381,9 +387,9 @@ struct BcnRptReqPayload {
     }
 };
 
-// The answer to both.
-//   0 kind (1): 0 the request went to the station, 1 its last report; 1 retCode (1), 2 staMac (6),
-//   8 reportlen (2), 10 report (reportlen)
+// The answer to both requests.
+//   0 kind (1): 0 a report was requested from the station, 1 its last report; 1 retCode (1),
+//   2 staMac (6), 8 reportlen (2), 10 report (reportlen)
 struct BcnRptResp {
     uint8_t kind = 0;
     uint8_t retCode = 0;
@@ -399,7 +405,7 @@ struct BcnRptResp {
     }
 };
 
-// Asks a device to send one of its stations to another BSS.
+// Asks a device to move one of its stations to another BSS.
 //   0 almac (6), 6 staMac (6), 12 bssid (6), 18 operatingClass (1), 19 channel (1),
 //   20 disassocImminent (1), 21 disassocTimer (2, beacon intervals)
 struct BtmReqPayload {
@@ -425,7 +431,7 @@ struct BtmReqPayload {
 
 enum BlacklistOption : uint8_t { kBlacklistAdd = 0, kBlacklistRemove = 1 };
 
-// A station for the blacklist.
+// Adds a station to the blacklist or removes it.
 //   0 almac (6), 6 option (1): BlacklistOption; 7 staMac (6)
 struct BlacklistReq {
     MacAddr almac;
@@ -440,7 +446,8 @@ struct BlacklistReq {
     }
 };
 
-//   0 option (1) of the request, 1 retCode (1)
+// The result of such a request, with its option.
+//   0 option (1), 1 retCode (1)
 struct BlacklistResp {
     uint8_t option = 0;
     uint8_t retCode = 0;
@@ -459,8 +466,8 @@ using VendPayloads =
                  VendDisc, NetworkCtrlReq, NetworkCtrlResp, CountryCodeReq, BcnRptReqPayload,
                  BcnRptResp, BtmReqPayload, BlacklistReq, BlacklistResp>;
 
-// What a vendor message carries: one of the layouts, or nothing yet. Its special members are out of
-// line, as every sender needs them.
+// The payload of a vendor message: one of the layouts, or std::monostate before one is stored. Its
+// special members are not inlined, because every sender uses them.
 struct VendPayload : VendPayloads {
     using VendPayloads::variant;
     VendPayload();

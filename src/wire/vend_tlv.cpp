@@ -10,7 +10,7 @@
 
 namespace {
 
-// OUI, AL MAC, two header bytes, message type, payload length.
+// OUI (3), AL MAC (6), two header bytes, message type (2), payload length (2).
 constexpr size_t kVendHdrLen = 15;
 
 const VendType* knownType(uint16_t vendMsgType) {
@@ -21,7 +21,7 @@ const VendType* knownType(uint16_t vendMsgType) {
     return type;
 }
 
-// Appends a payload; false when one of its lists or texts exceeds its capacity.
+// Appends a payload to out; false if one of its fields exceeds its capacity.
 bool write(const VendPayload& payload, const SendContext& context, std::vector<uint8_t>& out) {
     FieldWriter writer(out, context);
     std::visit(
@@ -35,8 +35,7 @@ bool write(const VendPayload& payload, const SendContext& context, std::vector<u
     return writer.ok();
 }
 
-// Reads a payload of this declared length; the reader fails when it is cut off or has no room in
-// the decoded form.
+// Reads a payload of this declared length; the reader fails if the payload is malformed.
 template <size_t kPayload>
 void read(ByteReader& reader, size_t payloadLen, VendPayload& payload) {
     using Payload = std::variant_alternative_t<kPayload, VendPayloads>;
@@ -48,14 +47,14 @@ void read(ByteReader& reader, size_t payloadLen, VendPayload& payload) {
 
 using Read = void (*)(ByteReader& reader, size_t payloadLen, VendPayload& payload);
 
-// By alternative of VendPayload.
+// The read functions by alternative of VendPayloads.
 template <size_t... kPayloads>
 constexpr std::array<Read, sizeof...(kPayloads)> readers(std::index_sequence<kPayloads...>) {
     return {read<kPayloads>...};
 }
 constexpr auto kReaders = readers(std::make_index_sequence<std::variant_size_v<VendPayloads>>());
 
-// Header and payload; false when they cannot be encoded.
+// Encodes header and payload into out; false if they cannot be encoded.
 bool encode(const VendMsg& msg, const MacAddr& portMac, std::vector<uint8_t>& out) {
     const VendType* type = knownType(msg.vendMsgType);
     if (type == nullptr || type->payload != msg.payload.index()) return false;
@@ -98,7 +97,8 @@ size_t parseVendSpecTlv(Bytes tlv, VendMsg& msg) {
     msg.headerA = reader.u8();
     msg.headerB = reader.u8();
     msg.vendMsgType = reader.u16();
-    // Meant: a parser reads its own counts, what it consumes is not compared with the length.
+    // Meant: the counts inside the payload decide; the length is not compared with what is
+    // consumed.
     const uint16_t payloadLen = reader.u16();
     LOG(4, "the vendor specific message type is (%d)\r\n", msg.vendMsgType);
     const VendType* vendType = knownType(msg.vendMsgType);

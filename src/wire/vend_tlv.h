@@ -7,10 +7,10 @@
 #include "wire/tlv.h"
 #include "wire/vend_msg.h"
 
-// The TLV of a vendor message that leaves by the port with this MAC; nothing when its type is
-// unknown or its payload is not that of the type.
+// The TLV of a vendor message that leaves by the port with this MAC. std::nullopt (logged) if its
+// type is unknown, its payload is not that of the type, or a field exceeds its capacity.
 [[nodiscard]] std::optional<Tlv> genVendSpecTlv(const VendMsg& msg, const MacAddr& portMac);
 
-// Decodes the TLV at the start of the bytes into msg. Returns the number of bytes consumed, 0 when
-// it is no vendor TLV of our OUI, or its type or payload is not understood.
+// Decodes the TLV at the start of the bytes into msg. Returns the number of bytes consumed, or 0
+// (logged) if it is no vendor TLV with our OUI, its type is unknown, or its payload is malformed.
 [[nodiscard]] size_t parseVendSpecTlv(Bytes tlv, VendMsg& msg);

@@ -1,5 +1,5 @@
-// A whole device between a scripted platform and cables of the test's making, started as the
-// daemon starts it; and the neighbours that talk to it.
+// Fixture with a whole device, which runs as in the daemon, but on a scripted platform and
+// simulated cables; and messages of neighbors for it.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -31,9 +31,9 @@ inline const MacAddr kOwnAl = FakePlatform{}.alMac;
 inline const MacAddr kEth0 = FakePlatform{}.intfs[0].mac;
 inline const MacAddr kEth1 = FakePlatform{}.intfs[1].mac;
 inline const MacAddr kEth2{0x02, 0x19, 0x05, 0, 1, 2};
-inline constexpr uint32_t kMedia = 1;  // of all of them
+inline constexpr uint32_t kMedia = 1;  // media type of all of them
 
-// Another device and the interface by which it is heard.
+// Another device: its AL MAC, and the interface that is heard.
 struct Peer {
     MacAddr al, intf;
 };
@@ -58,7 +58,7 @@ inline Frame response(const Peer& from, unsigned id) {
                      devInfoTlv(from) + macTlv(1, from.al) + endOfMsg());
 }
 
-// A vendor message that the device has sent.
+// A vendor message that the device sent.
 struct SentVend {
     MacAddr dst;
     unsigned id = 0, type = 0;
@@ -80,8 +80,7 @@ class Device : public testing::Test {
         useSystemClock();
     }
 
-    // Brings the device up on the interfaces of the scripted platform. What it sends at start-up
-    // is taken off the cables.
+    // Starts the device on the interfaces of the scripted platform, and drops what it sends.
     void start() {
         fakeNet().addPlatformIntfs();
         installUpcalls();
@@ -99,19 +98,19 @@ class Device : public testing::Test {
         }
         abort();
     }
-    // The result of recv1905Msg.
+    // Injects a frame and returns the result of recv1905Msg.
     static int receive(const std::string& name, const Frame& frame) {
         EXPECT_TRUE(fakeNet().inject(name, frame));
         const PortsInUse guard;
         return recv1905Msg(port(name));
     }
-    // What was sent on the interface since the last look.
+    // The frames sent on the interface since the last call.
     static std::vector<Sent> sent(const std::string& name) {
         std::vector<Sent> all;
         for (const auto& frame : fakeNet().captureFrames(name)) all.push_back(decodeFrame(frame));
         return all;
     }
-    // The vendor messages among these frames.
+    // The vendor messages sent on eth0 since the last call.
     static std::vector<SentVend> sentVend() {
         std::vector<SentVend> all;
         for (const auto& s : sent("eth0")) {
@@ -122,23 +121,24 @@ class Device : public testing::Test {
         }
         return all;
     }
-    // What the platform was told to do since the last look: "setLEDvalue 1; ".
+    // The actions of the platform since the last call: "setLEDvalue 1; ".
     static std::string calls() {
         std::string all;
         for (const auto& call : std::exchange(fakePlatform().calls, {})) all += call + "; ";
         return all;
     }
+    // Drops the frames sent so far.
     static void drop() {
         for (const auto& intf : fakePlatform().intfs) (void)sent(intf.name);
     }
-    // The types of these frames: "4 2 ".
+    // The types of the frames sent on the interface since the last call: "4 2 ".
     static std::string types(const std::string& name) {
         std::string all;
         for (const auto& s : sent(name)) all += std::to_string(s.type) + " ";
         return all;
     }
     static IntfTable& eth0() { return getIntfTable().front(); }
-    // A neighbour is discovered on eth0, is asked, and answers.
+    // A neighbor is discovered on eth0, gets a query and answers it.
     static void meet(const Peer& who, unsigned id) {
         (void)receive("eth0", discovery(who, id));
         const auto asked = sent("eth0");

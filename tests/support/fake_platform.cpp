@@ -11,7 +11,7 @@
 
 namespace {
 
-// What the daemon frees with free().
+// Allocates memory that the daemon releases with free().
 uint8_t* mallocCopy(const Frame& bytes) {
     if (bytes.empty()) return nullptr;
     auto* copy = static_cast<uint8_t*>(malloc(bytes.size()));
@@ -25,7 +25,7 @@ uint8_t* mallocMacs(const std::vector<MacAddr>& macs) {
     return mallocCopy(packed);
 }
 
-// A list of records that fill makes of the items.
+// A linked list of records; fill sets a record from its item.
 template <typename Record, typename Item, typename Fill>
 Record* mallocList(const std::vector<Item>& items, const Fill& fill) {
     Record* head = nullptr;
@@ -85,7 +85,7 @@ int resultOf(const char* function) {
     return it == p.results.end() ? kOk : it->second;
 }
 
-// Records an action and tells its scripted result.
+// Records an action and returns its scripted result.
 template <typename... Args>
 int act(const char* function, const Args&... args) {
     std::string call = function;
@@ -97,13 +97,13 @@ int act(const char* function, const Args&... args) {
 
 }  // namespace
 
-// An action that is nothing but recorded: its parameters, and which of them are shown.
+// An action that is only recorded: its parameters, and those that are shown.
 #define ACTS(function, parameters, ...)                   \
     int function parameters {                             \
         return act(#function __VA_OPT__(, ) __VA_ARGS__); \
     }
 
-// Questions; p is the platform.
+// Getters; p is the platform.
 #define ANSWERS_TEXT(function, size, answer)                       \
     int function(char text[size]) {                                \
         [[maybe_unused]] const FakePlatform& p = fakePlatform();   \
@@ -118,7 +118,7 @@ int act(const char* function, const Args&... args) {
         *out = __VA_ARGS__;                                        \
         return kOk;                                                \
     }
-#define TELLS(function, answer)                 \
+#define RETURNS(function, answer)               \
     int function() {                            \
         const FakePlatform& p = fakePlatform(); \
         return answer;                          \
@@ -139,7 +139,6 @@ FakeIntfDescs::~FakeIntfDescs() {
 ACTS(initNetCtrl, ())
 ACTS(startNetCtrl, ())
 ACTS(runNetCtrl, ())
-ACTS(destroyNetCtrl, ())
 ACTS(setNetCtrlDebugLevel, (uint8_t level), level)
 ACTS(outputlogData, (const char* line), line)
 
@@ -252,9 +251,9 @@ ACTS(vmNetCtrl_WPS_sendRenewMsg, (uint8_t band), band)
 ACTS(sendPBEvent, ())
 ACTS(start_and_stop_Renew, (int32_t start), start)
 ACTS(wifi_flag_init, ())
-TELLS(getSendRenew_flag, p.sendRenewFlag)
+RETURNS(getSendRenew_flag, p.sendRenewFlag)
 ACTS(check_Renew_timeout, ())
-TELLS(getChangetomeout_flag, p.changeTimeoutFlag)
+RETURNS(getChangetomeout_flag, p.changeTimeoutFlag)
 ACTS(check_ChangeDeviceMode_timeout, ())
 ACTS(reSendRenewbySynclist, ())
 
@@ -317,13 +316,13 @@ int setSpeedTestStartStop(const SpeedTestCtrl* ctrl) {
 ANSWERS_TEXT(getSpeedTestData, PLATFORM_SYNC_DATA_LEN, p.speedTestData)
 ACTS(outputSpeedTestData, (const uint8_t* alMac, const char* data), alMac, data)
 ACTS(initSpeedTestData, ())
-TELLS(getSpeedTestState, p.speedTestRunning ? kOk : kFailure)
+RETURNS(getSpeedTestState, p.speedTestRunning ? kOk : kFailure)
 int setSpeedTestState(int32_t running) {
     fakePlatform().speedTestRunning = running == 1;
     return act("setSpeedTestState", running);
 }
-TELLS(getSpeedTestTimeout, p.speedTestTimeout)
-TELLS(getSpeedTestSendCtrlflag, p.speedTestCtrlFlag)
+RETURNS(getSpeedTestTimeout, p.speedTestTimeout)
+RETURNS(getSpeedTestSendCtrlflag, p.speedTestCtrlFlag)
 int setSpeedTestSendCtrlflag(int32_t flag) {
     fakePlatform().speedTestCtrlFlag = flag;
     return act("setSpeedTestSendCtrlflag", flag);

@@ -1,4 +1,4 @@
-// A platform library that answers what a test scripted and remembers what it was told to do.
+// A platform library that gives scripted answers and records the actions.
 #pragma once
 
 #include <algorithm>
@@ -60,23 +60,22 @@ struct FakePlatform {
     IPv6Info ipv6{};
     LedState led{};
     SecurityState securityState{};
-    uint8_t configure = 0;  // 0: unknown, the question fails
+    uint8_t configure = 0;  // 0: getConfigureState fails
     NetworkState networkState{};
     WifiChannels wifiChannels{};
     AutoConfTimes apAutoconfigTimes{};
 
-    // Functions that fail, with kFailure or with the code given here.
+    // Functions that return kFailure or another result.
     std::set<std::string> fail;
     std::map<std::string, int> results;
-    // Every action in order: "setIntfPwrStateById 02:19:05:00:01:00 1 2". Plain questions are not
-    // recorded.
+    // All actions in order: "setIntfPwrStateById 02:19:05:00:01:00 1 2". Getters are not recorded.
     std::vector<std::string> calls;
-    std::function<void()> onAction;  // inside every action, after it was recorded
+    std::function<void()> onAction;  // called by every action, after it was recorded
 
     NetStatusEventCallback netStatusCallback = nullptr;
     ServReqCallback servReqCallback = nullptr;
 
-    // Reports through the registered callback and returns its result.
+    // Call the registered callback and return its result.
     uint32_t raiseNetStatus(uint32_t eventId, const void* info) const {
         uint32_t result = 0xFFFF;
         netStatusCallback(eventId, info, &result);
@@ -87,7 +86,7 @@ struct FakePlatform {
         servReqCallback(servId, info, &result);
         return result;
     }
-    // True when an action with this beginning was recorded.
+    // True if an action that begins like this was recorded.
     bool called(const std::string& beginning) const {
         return std::any_of(calls.begin(), calls.end(),
                            [&](const auto& call) { return call.starts_with(beginning); });
@@ -97,7 +96,7 @@ struct FakePlatform {
 // Of the device in use (test_device.h).
 FakePlatform& fakePlatform();
 
-// Descriptions as an event carries them; owns them.
+// Owner of descriptions in the form that an event carries.
 class FakeIntfDescs {
   public:
     explicit FakeIntfDescs(const std::vector<FakeIntf>& intfs);

@@ -12,12 +12,6 @@
 #include "net/raw_socket.h"
 #include "support/fake_platform.h"
 
-namespace {
-
-constexpr int kFirstTestFd = 1024;
-
-}  // namespace
-
 FakeNet::~FakeNet() {
     for (const auto& socket : sockets) close(socket.far);
 }
@@ -42,31 +36,29 @@ FakeNet::Socket* FakeNet::socketOf(int fd) {
     return it == sockets.end() ? nullptr : &*it;
 }
 
-// Takes what the daemon has written so far. True when it has closed its end.
+// Reads what the daemon has written so far. True if the daemon has closed its end, then closes the
+// other.
 bool FakeNet::drain(const Socket& socket) {
     std::array<uint8_t, 4096> buffer;
     for (;;) {
         const ssize_t size = recv(socket.far, buffer.data(), buffer.size(), MSG_DONTWAIT);
-        if (size == 0) return true;
+        if (size == 0) return close(socket.far) == 0;
         if (size > 0) {
             captured[{socket.name, socket.etherType}].emplace_back(buffer.begin(),
                                                                    buffer.begin() + size);
-        } else if (errno != ECONNRESET) {  // it was closed with something unread
+        } else if (errno != ECONNRESET) {  // closed with unread data
             return false;
         }
     }
 }
 
-// Drains all sockets and forgets those that the daemon has closed.
+// Drains all sockets and removes those that the daemon has closed.
 void FakeNet::collect() {
-    std::erase_if(sockets, [this](const Socket& socket) {
-        const bool closed = drain(socket);
-        if (closed) close(socket.far);
-        return closed;
-    });
+    std::erase_if(sockets, [this](const Socket& socket) { return drain(socket); });
 }
 
-// A descriptor stays open for a while after its port was retired, so the last one counts.
+// The newest of the open sockets: rebuilding the ports opens new ones before it closes the old
+// ones.
 FakeNet::Socket* FakeNet::newest(const std::string& name, uint16_t etherType) {
     collect();
     Socket* found = nullptr;
@@ -119,8 +111,8 @@ int openRawSocket() {
         return -1;
     }
     for (const int end : ends) growReceiveBuffer(end);
-    // The low descriptors, of which select(2) knows 1,024, are for the daemons.
-    if (const int high = fcntl(ends[1], F_DUPFD_CLOEXEC, kFirstTestFd); high >= 0) {
+    // Leaves the descriptors below 1,024, to which select(2) is limited, to the daemons.
+    if (const int high = fcntl(ends[1], F_DUPFD_CLOEXEC, 1024); high >= 0) {
         close(std::exchange(ends[1], high));
     }
     net.sockets.push_back({ends[0], ends[1]});
@@ -145,10 +137,10 @@ void stopReceiving(int fd) {
     if (auto* socket = fakeNet().socketOf(fd)) socket->stopped = true;
 }
 
-// Of a socket pair the sender's buffer counts, so that of both ends is made to grow.
+// For a socket pair the size of the send buffer matters; called for both ends.
 void growReceiveBuffer(int fd) {
     const int size = 4 << 20;
-    // Forced needs a privilege; otherwise the kernel cuts it to its own limit.
+    // SO_SNDBUFFORCE needs a privilege; the kernel limits the other.
     if (setsockopt(fd, SOL_SOCKET, SO_SNDBUFFORCE, &size, sizeof size) != 0) {
         (void)setsockopt(fd, SOL_SOCKET, SO_SNDBUF, &size, sizeof size);
     }
@@ -170,7 +162,7 @@ int interfaceMtu(int, const char* name) {
     return intf == nullptr ? -1 : intf->mtu;
 }
 
-// Never waits: what a test wants to be there is there, and the test drives the clock.
+// Never waits: the frames of the test have arrived already, and the test sets the clock.
 int waitReadable(int limit, fd_set& readable, int) {
     timeval none{0, 0};
     fakeNet().lastReady = select(limit, &readable, nullptr, nullptr, &none);

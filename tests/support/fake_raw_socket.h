@@ -1,5 +1,5 @@
-// Interfaces and cables made by a test, in place of the kernel's packet sockets: every socket of
-// the daemon is one end of a SOCK_SEQPACKET pair, the test holds the other.
+// Simulated interfaces and cables that replace net/raw_socket.cpp: every socket of the daemon is
+// one end of a SOCK_SEQPACKET pair, and the test has the other.
 #pragma once
 
 #include <cstdint>
@@ -14,7 +14,7 @@
 
 struct FakeNetIntf {
     bool up = true;
-    int mtu = 1500;  // -1: asking for it fails
+    int mtu = 1500;  // -1: interfaceMtu fails
     bool bridgePort = false;
     bool failFlags = false;
     std::set<uint16_t> failBind{};  // EtherTypes
@@ -22,12 +22,12 @@ struct FakeNetIntf {
 };
 
 struct FakeNet {
-    // Interfaces by name; the kernel indexes follow.
+    // Interfaces by name, and names by kernel index.
     std::map<std::string, FakeNetIntf> intfs;
     std::map<unsigned, std::string> names;
-    // One entry per coming openRawSocket: false fails it. When empty, all succeed.
+    // One entry per future call of openRawSocket: false fails it. When empty, all succeed.
     std::deque<bool> openScript;
-    int lastReady = 0;  // what the last waitReadable returned
+    int lastReady = 0;  // result of the last waitReadable
 
     FakeNet() = default;
     FakeNet(const FakeNet&) = delete;
@@ -39,15 +39,15 @@ struct FakeNet {
     void addPlatformIntfs();
     FakeNetIntf* find(const std::string& name);
 
-    // Hands a frame to the socket that the daemon bound last on the interface. False when there is
-    // none or its buffer is full.
+    // Sends a frame to the 1905 socket of the daemon on the interface. False if there is none or
+    // its buffer is full.
     bool inject(const std::string& name, const std::vector<uint8_t>& frame);
-    // What the daemon has sent on the interface since the last call, in order.
+    // The frames that the daemon sent on the interface since the last call, in order.
     std::vector<std::vector<uint8_t>> captureFrames(const std::string& name,
                                                     uint16_t etherType = kEtherType1905);
-    // Number of sockets that the daemon has bound to the interface and not closed.
+    // The number of open sockets of the daemon on the interface.
     size_t openSockets(const std::string& name, uint16_t etherType = kEtherType1905);
-    // The daemon said that it will not read from the socket that it bound last.
+    // True if the daemon called stopReceiving for its socket on the interface.
     bool receiveStopped(const std::string& name, uint16_t etherType);
 
     // For the functions of raw_socket.h.
@@ -57,7 +57,7 @@ struct FakeNet {
         uint16_t etherType = 0;
         bool stopped = false;
     };
-    std::vector<Socket> sockets;  // in the order of their opening
+    std::vector<Socket> sockets;  // in the order of opening
     std::map<std::pair<std::string, uint16_t>, std::vector<std::vector<uint8_t>>> captured;
 
     Socket* socketOf(int fd);

@@ -1,10 +1,5 @@
 #include "support/fake_system.h"
 
-FakeSystem& fakeSystem() {
-    static FakeSystem system;
-    return system;
-}
-
 extern "C" int reboot(int) noexcept {
     fakeSystem().reboots++;
     if (fakeSystem().onReboot) fakeSystem().onReboot();

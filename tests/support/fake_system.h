@@ -1,5 +1,5 @@
-// Stands in for what would leave the test: the shell and the reboot of the machine. To link it is
-// to replace them.
+// Replaces the shell and the reboot of the machine, which must not leave the test, in every program
+// that links fake_system.cpp.
 #pragma once
 
 #include <functional>
@@ -9,7 +9,8 @@
 struct FakeSystem {
     std::vector<std::string> commands;  // handed to the shell, in order
     int reboots = 0;
-    std::function<void()> onReboot;
+    std::function<void()> onReboot;  // called by every reboot
 };
 
+// Of the device in use (test_device.h).
 FakeSystem& fakeSystem();

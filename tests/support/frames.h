@@ -1,4 +1,4 @@
-// Bytes on the wire, written by hand: independent of the daemon's own builders.
+// Bytes on the wire, independent of the builders of the daemon.
 #pragma once
 
 #include <cstdint>
@@ -13,30 +13,23 @@
 
 using Frame = std::vector<uint8_t>;
 
-// "01 a0 ff" or "01a0ff"; anything but hexadecimal digits separates.
+inline constexpr std::string_view kHexDigits = "0123456789abcdef";
+
+// The bytes of "01 a0 ff" or "01a0ff"; all other characters are separators.
 inline Frame hex(std::string_view text) {
     Frame out;
-    int high = -1;
+    size_t high = kHexDigits.npos;
     for (const char c : text) {
-        const int digit = c >= '0' && c <= '9'   ? c - '0'
-                          : c >= 'a' && c <= 'f' ? c - 'a' + 10
-                          : c >= 'A' && c <= 'F' ? c - 'A' + 10
-                                                 : -1;
-        if (digit >= 0 && high >= 0) {
-            out.push_back(static_cast<uint8_t>(high * 16 + digit));
-            high = -1;
-        } else {
-            high = digit;
-        }
+        const size_t digit = kHexDigits.find(c);
+        const bool isPair = high != kHexDigits.npos && digit != kHexDigits.npos;
+        if (isPair) out.push_back(static_cast<uint8_t>(high * 16 + digit));
+        high = isPair ? kHexDigits.npos : digit;
     }
     return out;
 }
-
 inline std::string print(const Frame& bytes) {
     std::string out;
-    for (const uint8_t byte : bytes) {
-        for (const int digit : {byte >> 4, byte & 15}) out += "0123456789abcdef"[digit];
-    }
+    for (const uint8_t byte : bytes) out += {kHexDigits[byte >> 4], kHexDigits[byte & 15]};
     return out;
 }
 
@@ -47,7 +40,6 @@ inline Frame operator+(Frame left, const Frame& right) {
 inline Frame bytesOf(const MacAddr& mac) {
     return {mac.b.begin(), mac.b.end()};
 }
-
 inline Frame bytesOf(const TlvValue& value) {
     return {value.data(), value.data() + value.size()};
 }
@@ -55,11 +47,8 @@ inline Frame be16(unsigned value) {
     return {static_cast<uint8_t>(value >> 8), static_cast<uint8_t>(value)};
 }
 
-// A TLV with a length of its own choice, by default the true one.
-inline Frame tlvBytes(uint8_t type, const Frame& value, int length = -1) {
-    return Frame{type} +
-           be16(length < 0 ? static_cast<unsigned>(value.size()) : static_cast<unsigned>(length)) +
-           value;
+inline Frame tlvBytes(uint8_t type, const Frame& value) {
+    return Frame{type} + be16(static_cast<unsigned>(value.size())) + value;
 }
 inline Frame macTlv(uint8_t type, const MacAddr& mac) {
     return tlvBytes(type, bytesOf(mac));
@@ -70,7 +59,7 @@ inline Frame endOfMsg() {
 
 inline constexpr uint8_t kLastFragment = 0x80;
 
-// An IEEE 1905.1 frame; tlvs is everything after the CMDU header.
+// An IEEE 1905.1 frame; tlvs is everything behind the CMDU header.
 inline Frame frame1905(const MacAddr& dst, const MacAddr& src, unsigned type, unsigned id,
                        const Frame& tlvs, uint8_t flags = kLastFragment, uint8_t fragId = 0,
                        uint8_t version = kCmduVersion) {
@@ -78,7 +67,7 @@ inline Frame frame1905(const MacAddr& dst, const MacAddr& src, unsigned type, un
            be16(id) + Frame{fragId, flags} + tlvs;
 }
 
-// A frame that a device has sent.
+// A frame that a device sent.
 struct Sent {
     MacAddr dst, src;
     unsigned type = 0, id = 0, fragId = 0, flags = 0;

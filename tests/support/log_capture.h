@@ -1,4 +1,4 @@
-// What the daemon logs while this object lives, at the given debug level.
+// Captures the log of the daemon, at the given debug level, while this object lives.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -35,7 +35,7 @@ class LogCapture {
     }
 
   private:
-    // What a failed expectation says is captured too, and must not be lost.
+    // Messages of failed expectations are captured too; prints them.
     static std::string take() {
         std::string logged = testing::internal::GetCapturedStdout();
         if (testing::Test::HasFailure()) fputs(logged.c_str(), stderr);
@@ -46,7 +46,7 @@ class LogCapture {
     bool capturing_ = true;
 };
 
-// How often part occurs in text.
+// The number of occurrences of part in text.
 inline size_t occurrences(const std::string& text, const std::string& part) {
     size_t n = 0;
     for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) n++;

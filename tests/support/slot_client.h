@@ -1,5 +1,5 @@
-// A client of the service channel in the process of the daemon: fills the request slot, empties the
-// response slot, and prints what was there.
+// A client of the service channel in the process of the daemon: fills the request slot and empties
+// the response slot.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@
 #include "orders/slots.h"
 #include "support/frames.h"
 
-// Numbers as a client on this machine writes them.
+// Numbers in the byte order of this machine, as clients write them.
 template <typename T>
 Frame hostBytes(T value) {
     const auto* bytes = reinterpret_cast<const uint8_t*>(&value);
@@ -28,7 +28,7 @@ inline Frame zeros(size_t n) {
     return Frame(n, 0);
 }
 
-// An answer as takeAnswer prints it: without the zeros at its end.
+// An answer in the form that takeAnswer returns: without zeros at its end.
 inline std::string answer(unsigned servId, Frame payload) {
     while (!payload.empty() && payload.back() == 0) payload.pop_back();
     return std::to_string(servId) + ":" + print(payload);
@@ -48,7 +48,7 @@ inline void postRequest(unsigned servId, const Frame& payload, int pid = getpid(
     std::copy(payload.begin(), payload.end(), slot + 7);
     flagOf(slot) = 0;
 }
-// What stands in the response slot for this process, which empties it; "" when there is nothing.
+// Takes the answer for this process from the response slot; "" if there is none.
 inline std::string takeAnswer() {
     uint8_t* const slot = getServRespShm();
     if (flagOf(slot) != 0) return "";
@@ -56,6 +56,6 @@ inline std::string takeAnswer() {
     flagOf(slot) = 1;
     unsigned servId = 0;
     while (Frame(slot + 4, slot + 6) != num16(servId)) servId++;
-    // Vendor properties reach beyond the slot.
+    // Vendor properties extend beyond the slot.
     return answer(servId, Frame(slot + 7, slot + (servId == 5 ? 636 : 632)));
 }

@@ -1,4 +1,4 @@
-// A clock that stands still until the test moves it.
+// A clock that only the test moves.
 #pragma once
 
 #include "base/clock.h"

@@ -10,7 +10,7 @@ namespace {
 
 std::unique_ptr<TestDevice> fresh;
 
-const bool isThere = (freshDevice(), true);
+const bool started = (freshDevice(), true);
 
 }  // namespace
 
@@ -28,9 +28,14 @@ FakeNet& fakeNet() {
     return stateOf<FakeNet>();
 }
 
+FakeSystem& fakeSystem() {
+    return stateOf<FakeSystem>();
+}
+
 void useDevice(TestDevice& device) {
     stateInUse<FakePlatform> = &device.platform;
     stateInUse<FakeNet> = &device.net;
+    stateInUse<FakeSystem> = &device.system;
     useDevice(device.state);
 }
 

@@ -1,22 +1,24 @@
-// A device of a test: the state of the daemon, a scripted platform library and cables of the test's
-// making. Its slots are its own, and it has no wake FIFO. One is there from the start of the
-// program.
+// A device in a test: the state of the daemon, a scripted platform, simulated cables, and no access
+// to the shell. It has service slots of its own and no wake FIFO. Every test program starts with
+// one device.
 #pragma once
 
 #include "daemon/device_state.h"
 #include "support/fake_platform.h"
 #include "support/fake_raw_socket.h"
+#include "support/fake_system.h"
 
 struct TestDevice {
     TestDevice();
 
     FakePlatform platform;
     FakeNet net;
-    DeviceState state;  // goes first: its sockets are ends of the cables
+    FakeSystem system;
+    DeviceState state;  // destroyed first: its sockets are ends of the cables
 };
 
-// From now on every module works on this device, and fakePlatform() and fakeNet() are its own.
+// Makes all modules use this device. fakePlatform(), fakeNet() and fakeSystem() return its parts.
 void useDevice(TestDevice& device);
 
-// Throws away the device that this made before, with all that it knows, and uses a new one.
+// Uses a new device and destroys the one that the previous call created.
 void freshDevice();

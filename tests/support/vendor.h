@@ -1,4 +1,4 @@
-// Vendor messages as bytes, one valid payload per type, written by hand.
+// Bytes of vendor messages, with a valid payload for each type.
 #pragma once
 
 #include <initializer_list>
@@ -13,12 +13,10 @@ struct VendSample {
     Frame payload;
 };
 
-// A vendor-specific TLV of this system; length is the declared one, by default the true one.
-inline Frame vendTlv(const MacAddr& alMac, unsigned type, const Frame& payload, int length = -1) {
+// A vendor-specific TLV of this system.
+inline Frame vendTlv(const MacAddr& alMac, unsigned type, const Frame& payload) {
     return tlvBytes(11, hex("0a3c71") + bytesOf(alMac) + hex("0001") + be16(type) +
-                            be16(length < 0 ? static_cast<unsigned>(payload.size())
-                                            : static_cast<unsigned>(length)) +
-                            payload);
+                            be16(static_cast<unsigned>(payload.size())) + payload);
 }
 inline Frame vendFrame(const MacAddr& dst, const MacAddr& src, const MacAddr& alMac, unsigned id,
                        unsigned type, const Frame& payload) {
@@ -32,12 +30,31 @@ inline Frame item(unsigned type, std::string_view value) {
     return Frame{static_cast<uint8_t>(type)} + textBytes(value);
 }
 
-// almac is the one that a payload carries, of the addressed device or of the sender.
+// almac is the AL MAC in the payloads: that of the addressed device or of the sender.
 inline std::vector<VendSample> vendSamples(const MacAddr& almac) {
     const Frame al = bytesOf(almac);
-    const Frame mac = bytesOf(kStation);
     using Types = std::initializer_list<unsigned>;
-    std::vector<VendSample> all;
+    const Frame mac = bytesOf(kStation);
+    const std::string client =
+        "{0=02:57:a0:00:00:01,1=0105,2=866,3=40,4=55,5=t,x,6=r,7=Main_5GH,8=00:00:00:00:00:00}";
+    std::vector<VendSample> all{
+        {3, al + hex("01") + mac + hex("0105 02")},
+        {6, al + hex("02") + mac + hex("0001") + mac + hex("0105") + hex("02")},
+        {7, hex("01") + mac + hex("0105 10")},
+        {9, hex("02") + mac + hex("0105 0362 0028 37") + mac + hex("0103 0041 0029 38")},
+        {20, hex("06 0005 01") + Frame{'u', 'r', 'l', '!'}},
+        {25, hex("0007") + textBytes("5 anything")},
+        {27, al + hex("01") + mac + textBytes("wlan0")},
+        {29, al + textBytes("log.tgz") + textBytes("ftp://x/")},
+        {36, al + textBytes("0" + std::to_string(client.size()) + client)},
+        {44, al + hex("0003 01 112233")},
+        {45, al + mac},
+        {46, hex("04") + item(0, "\6") + item(1, "\1") + item(2, "url") + item(3, "file")},
+        {49, al + hex("0102") + textBytes("command")},
+        {50, hex("0102 00")},
+        {53, al + textBytes("DE")},
+        {68, al + mac + mac + hex("51 06 01 0064")},
+    };
     for (const unsigned type : Types{0, 2, 4, 8, 13, 22, 28, 37, 39, 42, 51})
         all.push_back({type, al});
     for (const unsigned type : Types{5, 17, 19, 21, 23, 32, 35, 54, 69, 76}) {
@@ -63,26 +80,5 @@ inline std::vector<VendSample> vendSamples(const MacAddr& almac) {
     }
     for (const unsigned type : Types{70, 72}) all.push_back({type, al + hex("01") + mac});
     for (const unsigned type : Types{71, 73}) all.push_back({type, hex("01 10")});
-    const std::string client =
-        "{0=02:57:a0:00:00:01,1=0105,2=866,3=40,4=55,5=t,x,6=r,7=Main_5GH,8=00:00:00:00:00:00}";
-    const std::vector<VendSample> others{
-        {3, al + hex("01") + mac + hex("0105 02")},
-        {6, al + hex("02") + mac + hex("0001") + mac + hex("0105") + hex("02")},
-        {7, hex("01") + mac + hex("0105 10")},
-        {9, hex("02") + mac + hex("0105 0362 0028 37") + mac + hex("0103 0041 0029 38")},
-        {20, hex("06 0005 01") + Frame{'u', 'r', 'l', '!'}},
-        {25, hex("0007") + textBytes("5 anything")},
-        {27, al + hex("01") + mac + textBytes("wlan0")},
-        {29, al + textBytes("log.tgz") + textBytes("ftp://x/")},
-        {36, al + textBytes("0" + std::to_string(client.size()) + client)},
-        {44, al + hex("0003 01 112233")},
-        {45, al + mac},
-        {46, hex("04") + item(0, "\6") + item(1, "\1") + item(2, "url") + item(3, "file")},
-        {49, al + hex("0102") + textBytes("command")},
-        {50, hex("0102 00")},
-        {53, al + textBytes("DE")},
-        {68, al + mac + mac + hex("51 06 01 0064")},
-    };
-    all.insert(all.end(), others.begin(), others.end());
     return all;
 }

@@ -1,9 +1,8 @@
 #include "db/database.h"
-#include "db/data_manager.h"
+
 #include "db/link_metrics.h"
 #include "db/local_tables.h"
 #include "db/own_state.h"
-#include "db/upcalls.h"
 #include "support/device.h"
 
 namespace {
@@ -31,43 +30,38 @@ class Database : public Device {
     }
 };
 
-TEST_F(Database, UpdatersTellWhatChanged) {
-    const uint8_t no = 0;
-    const std::pair<int, int> resultAndExpected[] = {
-        {updateIntfPwrState("eth9", kEth0, kMedia, 2), kNothingChanged},
-        {updateIntfMediaType(kEth1, 99, 0x105, {}), kNothingChanged},
-        {setAlTableConfValue(1, 1, &no), kOk},
-        {setAlTableConfValue(2, 1, &no), kFailure},
-        {removeIntfNbrIntf("eth9", {}, 0, {kA}), kNoLocalIntf},
-        {removeIntfNbrIntf("eth0", {}, 0, {peer(9).intf}), kNothingChanged},
-        {removeIntfNbrIntf("eth0", {}, 0, {kB, peer(9).intf, kA}), kChanged},
-        {updateLEDStatus("on") + updateLEDStatus("on"), kOk},
-        {updateNewFWUpgradeStatus(3) + updateNewFWUpgradeStatus(3), kOk}};
-    for (const auto& row : resultAndExpected)
-        EXPECT_EQ(row.first, row.second) << "row " << &row - resultAndExpected;
+TEST_F(Database, UpdatesReturnWhetherTheyChanged) {
+    const std::tuple<std::string, int, int> cases[] = {
+        {"unknown name", updateIntfPwrState("eth9", kEth0, kMedia, 2), kNothingChanged},
+        {"unknown media type", updateIntfMediaType(kEth1, 99, 0x105, {}), kNothingChanged},
+        {"unknown key", setAlTableConfValue(2, 1, ""), kFailure},
+        {"neighbor of nothing", removeIntfNbrIntf("eth9", {}, 0, {kA}), kNoLocalIntf},
+        {"unknown neighbor", removeIntfNbrIntf("eth0", {}, 0, {peer(9).intf}), kNothingChanged},
+        {"two of three", removeIntfNbrIntf("eth0", {}, 0, {kB, peer(9).intf, kA}), kChanged}};
+    for (const auto& [name, result, expected] : cases) EXPECT_EQ(result, expected) << name;
     EXPECT_EQ(nbrMacs(), Macs{kC});
-    EXPECT_EQ(getAlTable()->enableIntfPwrCtrlFromNbr, 0);
-    EXPECT_EQ(rewrites, 2) << "at once for LED and firmware, but only for a change";
+    for (int i = 0; i < 2; i++) EXPECT_EQ(updateLEDStatus("on") + updateNewFWUpgradeStatus(3), kOk);
+    EXPECT_EQ(rewrites, 2) << "at once, and only for a change";
     fakePlatform().fail = {"getBrdgCapability"};
     EXPECT_EQ(requestUpdateBrdgCap(), kFailure);
-    EXPECT_EQ(getBrdgTupleNum(), 0) << "dropped all the same";
+    EXPECT_EQ(getBrdgTupleNum(), 0) << "the old tuples are gone";
 }
 
-TEST_F(Database, NeighbourInterfacesAreAddedLikeThis) {
-    const std::tuple<Macs, Macs, Macs> knownAddedThen[] = {
+TEST_F(Database, NeighborInterfacesAreAdded) {
+    const std::tuple<Macs, Macs, Macs> knownAddedResult[] = {
         {{}, {kA}, {kA}},
         {{kA}, {kA}, {kA}},
-        // Meant: the second MAC is compared with what stands at twice its place, if anything.
+        // Meant: the check for duplicates looks at the MAC at twice the index, if there is one.
         {{kB}, {kA, kB}, {kB, kA, kB}},
         {{kC}, {kA, kB, kC}, {kC, kA, kC}}};
-    for (const auto& [known, added, then] : knownAddedThen) {
+    for (const auto& [known, added, then] : knownAddedResult) {
         eth0().nbrs.clear();
         for (const auto& mac : known) eth0().nbrs.push_back({.nbrIntfMac = mac});
         EXPECT_EQ(addIntfNbrIntf("eth0", {}, 0, added), then == known ? kNothingChanged : kChanged);
         EXPECT_EQ(nbrMacs(), then);
     }
     EXPECT_EQ(addIntfNbrIntf("eth9", kEth0, kMedia, {kA}), kNoLocalIntf);
-    // When the table is full the oldest that is no 1905 device gives way.
+    // In a full table the oldest neighbor that is no 1905 device gives way.
     eth0().nbrs.assign(4094, {.is1905 = true});
     EXPECT_EQ(addIntfNbrIntf("eth0", {}, 0, {kC, kA}), kChanged);
     EXPECT_EQ(addIntfNbrIntf("eth0", {}, 0, {kB}), kChanged);
@@ -77,11 +71,11 @@ TEST_F(Database, NeighbourInterfacesAreAddedLikeThis) {
     EXPECT_EQ(addIntfNbrIntf("eth0", {}, 0, {kB}), kNothingChanged);
 }
 
-TEST_F(Database, LinkMetricsAreAskedForEveryFiveSeconds) {
+TEST_F(Database, LinkMetricsAreFetchedEveryFiveSeconds) {
     eth0().nbrs[1].nbrAlMac = peer(2).al;
     const auto links = [] { return getIntfLinkMetricsById(kEth0, kMedia)->links.size(); };
     EXPECT_EQ(links() + links(), 0U);
-    EXPECT_EQ(fakePlatform().linkMetricCalls, 2U) << "an empty answer is asked for again";
+    EXPECT_EQ(fakePlatform().linkMetricCalls, 2U) << "an empty list is fetched again";
     LinkDesc desc{};
     kB.copyTo(desc.nbrIntfMac);
     fakePlatform().intfs[0].links = {desc};

@@ -1,11 +1,9 @@
+#include "db/neighbor_aging.h"
+
 #include "db/change_log.h"
-#include "db/data_manager.h"
-#include "db/database.h"
 #include "db/device_table.h"
 #include "db/exported_accessors.h"
 #include "db/local_tables.h"
-#include "db/neighbor_aging.h"
-#include "db/upcalls.h"
 #include "support/device.h"
 
 namespace {
@@ -29,8 +27,8 @@ class Neighbors : public Device {
     }
     static int note(int type, const Peer& who = kPeer) { return updateNbrDevTable(type, who.al); }
     static int store(DevTopol dev) { return updateIeee1905DevTable(kEth0, kMedia, std::move(dev)); }
-    // Who came (+) and went (-) since the last look, n for a non-1905 neighbour, @ for the
-    // interface of the device that reports it, if it is not this one.
+    // Who came (+) and went (-) since the last call; n marks a non-1905 neighbor, @ the interface
+    // of another device that reports it.
     static std::string changes() {
         std::string all;
         for (unsigned i = 0; i < topol().changeLogNum; i++) {
@@ -46,9 +44,9 @@ class Neighbors : public Device {
 };
 
 TEST_F(Neighbors, BridgesAreDetected) {
-    // Seconds that pass, Discovery, Notification or Lldp, result, verdict.
+    // Seconds that pass; discovery, notification or LLDP frame; result; bridge flag.
     const std::tuple<Seconds, char, int, int> steps[] = {
-        {0, 'L', kNothingChanged, 0},  // creates nothing
+        {0, 'L', kNothingChanged, 0},  // creates no entry
         {0, 'D', kChanged, 0},         {59, 'D', kNothingChanged, 0}, {60, 'D', kChanged, 1},
         {60, 'D', kNothingChanged, 1}, {1, 'L', kChanged, 0},         {1, 'L', kNothingChanged, 0},
         {90, 'D', kNothingChanged, 0},  // LLDP was seen once
@@ -57,16 +55,17 @@ TEST_F(Neighbors, BridgesAreDetected) {
         advance(after);
         EXPECT_EQ(what == 'L' ? updateLldpDiscInfo(kEth0, kMedia, kPeer.al, kPeer.intf, 180)
                               : heard(what == 'D' ? 0 : 1),
-                  result);
-        EXPECT_TRUE(eth0().nbrs.empty() || eth0().nbrs[0].bridgeFlag == bridge);
+                  result)
+            << after << what;
+        EXPECT_TRUE(eth0().nbrs.empty() || eth0().nbrs[0].bridgeFlag == bridge) << after << what;
     }
-    // A discovery within the TTL of an LLDP frame clears the verdict as well.
+    // A discovery within the TTL of an LLDP frame clears the flag as well.
     for (const auto& [age, cleared] : {std::pair{180, false}, {179, true}}) {
         eth0().nbrs[0].lldpTime = test_clock::time - age;
         eth0().nbrs[0].bridgeFlag = 1;
         EXPECT_EQ(heard(0), cleared ? kChanged : kNothingChanged);
     }
-    // A notification makes no 1905 neighbour of another, but adds one that is unknown.
+    // A notification does not turn a known neighbor into a 1905 one, but adds an unknown neighbor.
     eth0().nbrs[0] = {.nbrIntfMac = kPeer.intf};
     EXPECT_EQ(heard(1), kNothingChanged);
     EXPECT_EQ(eth0().nbrs[0].nbrAlMac, kPeer.al);
@@ -76,7 +75,7 @@ TEST_F(Neighbors, BridgesAreDetected) {
     EXPECT_EQ(updateTopolInfo(0, kEth0, 99, {}, {}), kFailure);
 }
 
-TEST_F(Neighbors, SilentOnesGoAfter130Seconds) {
+TEST_F(Neighbors, TimeOutAfter130Seconds) {
     (void)addIntfNbrIntf("eth0", {}, 0, {peer(9).intf});
     for (const unsigned n : {1U, 2U, 3U}) (void)(heard(0, peer(n)) + note(kNbrDiscovery, peer(n)));
     Ieee1905DevTable dev;
@@ -93,8 +92,8 @@ TEST_F(Neighbors, SilentOnesGoAfter130Seconds) {
         EXPECT_EQ(eth0().nbrs.size(), left);
         EXPECT_EQ(getNbrDevNum(), left - 1);
     }
-    EXPECT_EQ(eth0().nbrs[0].nbrIntfMac, peer(9).intf) << "others never age";
-    EXPECT_EQ(changes(), "-1 ") << "the third had no record";
+    EXPECT_EQ(eth0().nbrs[0].nbrIntfMac, peer(9).intf) << "other neighbors never age";
+    EXPECT_EQ(changes(), "-1 ") << "only the first had a record";
 }
 
 TEST_F(Neighbors, DevicesAreNewKnownOrBack) {
@@ -104,7 +103,7 @@ TEST_F(Neighbors, DevicesAreNewKnownOrBack) {
         {9, kNbrNotification, kKnownNbrDev}, {60, kNbrDiscovery, kNewNbrDev}};
     for (const auto& [after, type, result] : steps) {
         advance(after);
-        EXPECT_EQ(note(type), result);
+        EXPECT_EQ(note(type), result) << after;
     }
     getNbrDevTable().resize(4096);
     eth0().nbrs.assign(4096, {.is1905 = true});
@@ -117,25 +116,25 @@ TEST_F(Neighbors, DevicesAreNewKnownOrBack) {
 }
 
 TEST_F(Neighbors, FollowUpTraffic) {
-    // What is heard at which seconds, and what follows within 30.
-    const std::tuple<std::map<int, int>, int, int> cases[] = {
-        {{{0, kNbrDiscovery}}, 1, 0},
-        {{{0, kNbrNotification}}, 1, 3},
-        {{{0, kNbrNotification}, {5, kNbrResponse}}, 1, 1},
-        {{{0, kNbrDiscovery}, {10, kNbrDiscovery}, {14, kNbrDiscovery}}, 2, 0},
-        {{{0, kNbrNotification}, {2, kNbrNotification}, {20, kNbrNotification}}, 1, 6}};
-    for (const auto& [messages, wantedNotifications, wantedQueries] : cases) {
+    // Messages by second, and the notifications and queries within 30 seconds.
+    const std::tuple<std::string, std::map<int, int>, int, int> cases[] = {
+        {"discovery", {{0, kNbrDiscovery}}, 1, 0},
+        {"notification", {{0, kNbrNotification}}, 1, 3},
+        {"answered query", {{0, kNbrNotification}, {5, kNbrResponse}}, 1, 1},
+        {"return", {{0, kNbrDiscovery}, {10, kNbrDiscovery}, {14, kNbrDiscovery}}, 2, 0},
+        {"more", {{0, kNbrNotification}, {2, kNbrNotification}, {20, kNbrNotification}}, 1, 6}};
+    for (const auto& [name, messages, expectedNotifications, expectedQueries] : cases) {
         getNbrDevTable().clear();
         notifications = queries = 0;
         for (int second = 0; second < 30; second++) {
             if (messages.contains(second)) (void)note(messages.at(second));
             (void)checkNbrDevTableTimeOut();
-            EXPECT_EQ(notifications > 0, second >= 3);
-            EXPECT_TRUE(second >= 3 || queries == 0);
+            EXPECT_EQ(notifications > 0, second >= 3) << name;
+            EXPECT_TRUE(second >= 3 || queries == 0) << name;
             advance(1);
         }
-        EXPECT_EQ(notifications, wantedNotifications);
-        EXPECT_EQ(queries, wantedQueries);
+        EXPECT_EQ(notifications, expectedNotifications) << name;
+        EXPECT_EQ(queries, expectedQueries) << name;
     }
 }
 
@@ -151,7 +150,7 @@ TEST_F(Neighbors, ChangeLogIsARing) {
         const size_t newest = num == 0 ? 0 : (next + num - 1U) % num;
         EXPECT_EQ(topol().changeLog[newest].nbrMac, peer(events - 1).al);
     }
-    // Whatever its length becomes, the newest stay, in their order.
+    // When its size changes, the newest entries stay, in order.
     (void)setChangeLogMaxEntries(4);
     (void)changes();
     for (unsigned i = 1; i <= 6; i++) (void)updateChangeLogTable(0, {}, {}, 0, peer(i).al);
@@ -165,10 +164,10 @@ TEST_F(Neighbors, ChangeLogIsARing) {
     (void)setChangeLogMaxEntries(1000);
     for (unsigned i = 0; i < 300; i++) (void)updateChangeLogTable(0, {}, {}, 0, peer(i).al);
     (void)setChangeLogMaxEntries(1);
-    EXPECT_EQ(topol().changeLog.at(0).nbrMac, peer(299).al) << "the ring is as long as the area";
+    EXPECT_EQ(topol().changeLog.at(0).nbrMac, peer(299).al) << "the ring never exceeds 256 entries";
 }
 
-// Neighbour lists by the interface they belong to.
+// Neighbor lists by interface.
 using Lists = std::vector<std::pair<unsigned, std::vector<unsigned>>>;
 Ieee1905DevTable record(const Lists& others, const Lists& devices) {
     Ieee1905DevTable dev;
@@ -192,10 +191,10 @@ TEST_F(Neighbors, ResponsesLogWhoCameAndWent) {
         {record({{2, {4}}}, {{2, {6}}}), record({}, {}), ""},
         {record({}, {{2, {4}}}), record({}, {{2, {4, 5}}}), "+5@2 "},
         {record({}, {}), record({}, {{2, {4, 5}}}), "+4 +5 "},
-        // Meant: one of several losses is not logged, the loss of all is.
+        // Meant: a loss is logged only if no neighbor is left.
         {record({}, {{2, {4, 5}}}), record({}, {{2, {5}}}), ""},
         {record({}, {{2, {4, 5}}}), record({}, {{2, {}}}), "-4@2 -5@2 "},
-        // Meant: the first old list counts, whatever its interface.
+        // Meant: new lists are compared with the first old one, whatever its interface.
         {record({}, {{2, {4}}, {3, {5}}}), record({}, {{2, {4}}, {3, {5}}}), "+5@3 "}};
     for (const auto& [old, next, expected] : oldNextChanges) {
         destroyIeee1905DevTable();
@@ -211,7 +210,7 @@ TEST_F(Neighbors, ResponsesLogWhoCameAndWent) {
     EXPECT_EQ(changes(), "-1 ");
 }
 
-TEST_F(Neighbors, AResponseKeepsWhatItDoesNotCarry) {
+TEST_F(Neighbors, AResponseKeepsTheOtherFields) {
     fakePlatform().wpsSyncList[kPeer.al] = {7, 8};
     auto first = record({}, {});
     first.intfs = {{peer(3).intf, 1, {}, 0, Text<16>("wlan0")}};
@@ -222,7 +221,7 @@ TEST_F(Neighbors, AResponseKeepsWhatItDoesNotCarry) {
     auto next = record({}, {{3, {4}}});
     next.intfs = {{peer(5).intf, 1, {}, 255, {}}, {peer(3).intf, 2, {}, 255, {}}};
     (void)store(next);
-    const auto& dev = *getIeee1905DevTableByIndex(0);  // in its place
+    const auto& dev = *getIeee1905DevTableByIndex(0);  // still the first
     EXPECT_EQ(dev.hostname, "extender");
     EXPECT_EQ(dev.wifiClients.size(), 2U);
     EXPECT_EQ(dev.wifiSync, (std::array<uint8_t, 2>{7, 8}));

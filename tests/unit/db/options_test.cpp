@@ -1,15 +1,11 @@
 #include "db/options.h"
-#include "db/exported_accessors.h"
 
-#include <filesystem>
 #include <fstream>
 
-#include "base/result.h"
-#include "db/database.h"
+#include "db/exported_accessors.h"
 #include "db/sys_ctrl.h"
-#include "db/upcalls.h"
+#include "support/device.h"
 #include "support/log_capture.h"
-#include "support/test_device.h"
 
 namespace {
 
@@ -33,30 +29,24 @@ std::string versions() {
     return all;
 }
 
-class Options : public testing::Test {
+class Options : public Device {
   protected:
     void SetUp() override {
-        freshDevice();
-        ASSERT_NE(mkdtemp(folder_.data()), nullptr);
-        setConfFolder(folder_);
+        Device::SetUp();
+        setConfFolder(folder());
         setNines();
-    }
-    void TearDown() override {
-        std::filesystem::remove_all(folder_);
-        freshDevice();
     }
     static void setNines() {
         const Text<32> nine("/nine");
         getSysCtrl().config = {9, 9, 9, 9, 9, nine, 9, nine, 9};
     }
     void write(const char* file, const std::string& text) const {
-        std::ofstream(folder_ + "/" + file, std::ios::binary) << text;
+        std::ofstream(folder() + "/" + file, std::ios::binary) << text;
     }
-    std::string folder_ = "/tmp/vm1905-XXXXXX";
     LogCapture log_{2};
 };
 
-TEST_F(Options, FileIsReadLikeThis) {
+TEST_F(Options, AreReadFromTheFile) {
     std::string binary;
     for (int i = 0; i < 100'000; i++) binary += static_cast<char>(i * 7);
     const std::string xs(200, 'x'), folders = " /tmp 0 /etc/vm1905 ";
@@ -69,13 +59,13 @@ TEST_F(Options, FileIsReadLikeThis) {
          "LOG_FOLDER = /var/log;\nLOG_INDEX=2 # note",
          "4 0 8 0 0 /a 1 /var/log 2"},
         {"#DEBUG_LEVEL=4\n\rLOG_INDEX=3\nNOTHING=1\n\n", kDefaults},
-        // A key counts anywhere in its line, the first of the list; the value is the second word.
+        // The first key of the list that occurs in a line counts; the value is the second word.
         {"my DEBUG_LEVEL=4\nxLOG_INDEXx=5", "0 1 256 1 1" + folders + "5"},
         {"LOG_INDEX=2 ENABLE_LOG=7", "3 1 256 1 1 /tmp 2 /etc/vm1905 0"},
         {"DEBUG_LEVEL=260\nENABLE_NET_TOPOL=7\nMAX_CHANGE_LOG_ENTRIES=300\nENABLE_LOG=yes",
          "4 7 300 1 1" + folders + "0"},  // numbers are not checked
         {"LOG_FOLDER=" + xs, "3 1 256 1 1 /tmp 0 " + xs.substr(0, 31) + " 0"},
-        // A line is cut after 127 characters; the rest is a line of its own.
+        // A line ends after 127 characters; the rest is another line.
         {xs.substr(0, 116) + "LOG_INDEX=12\n", "3 1 256 1 1" + folders + "1"},
         {xs.substr(0, 127) + "LOG_INDEX=12\n", "3 1 256 1 1" + folders + "12"},
         {binary + "\nLOG_INDEX=4\n", "3 1 256 1 1" + folders + "4"},
@@ -88,10 +78,10 @@ TEST_F(Options, FileIsReadLikeThis) {
     }
 }
 
-TEST_F(Options, MissingFileTouchesNothing) {
+TEST_F(Options, MissingFileChangesNothing) {
     EXPECT_EQ(initSysConfig(), kFailure);
     EXPECT_EQ(options(), "9 9 9 9 9 /nine 9 /nine 9");
-    EXPECT_EQ(occurrences(log_.text(), "can't open file: " + folder_ + "/vm1905.conf\r\n"), 1U);
+    EXPECT_EQ(occurrences(log_.text(), "can't open file: " + folder() + "/vm1905.conf\r\n"), 1U);
     EXPECT_EQ(setDefSysConfig(), kOk);
     EXPECT_EQ(options(), kDefaults);
 }
@@ -102,7 +92,7 @@ TEST_F(Options, IdentityVersionsAndRunningLevel) {
     EXPECT_EQ(initSysConfig(), kOk);
     EXPECT_EQ(sys_getDevicehostname(), std::string(127, 'h'));
     EXPECT_EQ(versions(), "        ") << "empty without a file";
-    // Meant: DEBUG_LEVEL acts while the files are read, and 3 is what stays.
+    // Meant: DEBUG_LEVEL is in effect while the files are read, then 3.
     EXPECT_TRUE(fakePlatform().called("setNetCtrlDebugLevel 4"));
     EXPECT_EQ(getDebugLevel() * 10 + getDebugLevelOption(), 34);
     write("vm1905_Version",
@@ -114,7 +104,7 @@ TEST_F(Options, IdentityVersionsAndRunningLevel) {
 
 int notifications;
 
-TEST_F(Options, SettersTellWhatChanged) {
+TEST_F(Options, SettersReturnWhetherTheyChanged) {
     notifications = 0;
     AlTable& al = createDatabase();
     al.enableIntfPwrCtrlFromNbr = 1;
@@ -124,9 +114,9 @@ TEST_F(Options, SettersTellWhatChanged) {
                                  setEnableIntfPwrCtrlFromNbrOption(0), setEnableLogOption(1),
                                  setMaxChangeLogEntriesOption(256)})
             EXPECT_EQ(result, expected);
-        EXPECT_EQ(setLogIndexOption(3), kOk) << "meant: also when it is that already";
+        EXPECT_EQ(setLogIndexOption(3), kOk) << "meant: also for the present value";
     }
-    // Meant: stored with a limit, passed on and compared without.
+    // Meant: stored with a limit, compared and passed on without.
     for (int i = 0; i < 2; i++) EXPECT_EQ(setMaxChangeLogEntriesOption(300), kOk);
     EXPECT_EQ(al.topol.maxChangeLogEntries, 300);
     for (const uint32_t enable : {1U, 0U, 2U}) {
@@ -139,7 +129,7 @@ TEST_F(Options, SettersTellWhatChanged) {
     EXPECT_EQ(al.enableRebootFromNbr * 10 + al.enableIntfPwrCtrlFromNbr, 10);
     EXPECT_EQ(notifications, 2);
     EXPECT_EQ(options(), "5 2 256 1 0 /data 1 /log 3");
-    EXPECT_EQ(getDebugLevel(), 2) << "the running level is another matter";
+    EXPECT_EQ(getDebugLevel(), 0) << "the running level is independent";
 }
 
 }  // namespace

@@ -27,7 +27,7 @@ class Builder : public Device {
         (void)updateNbrDevTable(kNbrDiscovery, peer(2).al);
         (void)updateNbrDevTable(kNbrDiscovery, peer(4).al);
     }
-    // The types of the TLVs, then r for relay and q for query.
+    // The types of the TLVs, then r if it is relayed and q if it expects a response.
     std::string build(uint16_t type, const MsgBody& body) {
         MsgTraits traits{true, true};
         list_ = gen1905Msg(port("eth1"), type, body, traits);
@@ -44,51 +44,47 @@ TEST_F(Builder, MessagesCarryTheseTlvs) {
     const PBEventNtf event;
     const PBJoinNtf join;
     const Wsc dated{{1, 2}, Text<32>("2024010112")}, undated, zero{{1}, Text<32>("0000000000")};
-    const std::pair<uint16_t, MsgBody> messages[] = {{0, {}},
-                                                     {1, {}},
-                                                     {2, {}},
-                                                     {3, {}},
-                                                     {4, {}},
-                                                     {5, metricQueryBody(query)},
-                                                     {5, {}},
-                                                     {7, apSearchBody(info)},
-                                                     {8, apSupportedBody(info)},
-                                                     {9, wscBody(dated)},
-                                                     {9, wscBody(undated)},
-                                                     {9, wscBody(zero)},
-                                                     {10, apSupportedBody(info)},
-                                                     {11, pbEventBody(event)},
-                                                     {12, pbJoinBody(join)},
-                                                     {13, {}}};
-    std::string all;
-    for (const auto& [type, body] : messages)
-        all += std::to_string(type) + ": " + build(type, body) + "\n";
-    EXPECT_EQ(all,
-              "0: 1 2 \n1: 1 2 r\n2: 1 q\n3: 3 6 6 7 1 \n4: r\n5: 8 q\n5: q\n7: 1 13 14 rq\n"
-              "8: 1 15 16 \n9: 1 17 80 \n9: 1 17 \n9: 1 17 \n10: 1 15 16 r\n11: 1 18 r\n"
-              "12: 1 19 r\n13: \n");
+    const std::tuple<uint16_t, MsgBody, std::string> typeBodyTlvs[] = {
+        {0, {}, "1 2 "},
+        {1, {}, "1 2 r"},
+        {2, {}, "1 q"},
+        {3, {}, "3 6 6 7 1 "},
+        {4, {}, "r"},
+        {5, metricQueryBody(query), "8 q"},
+        {5, {}, "q"},
+        {7, apSearchBody(info), "1 13 14 rq"},
+        {8, apSupportedBody(info), "1 15 16 "},
+        {9, wscBody(dated), "1 17 80 "},
+        {9, wscBody(undated), "1 17 "},
+        {9, wscBody(zero), "1 17 "},
+        {10, apSupportedBody(info), "1 15 16 r"},
+        {11, pbEventBody(event), "1 18 r"},
+        {12, pbJoinBody(join), "1 19 r"},
+        {13, {}, ""}};
+    for (const auto& [type, body, tlvs] : typeBodyTlvs) EXPECT_EQ(build(type, body), tlvs) << type;
     (void)build(0, {});
-    EXPECT_EQ(bytesOf(list_[1].value), bytesOf(kEth1)) << "the MAC of the sending port";
+    EXPECT_EQ(bytesOf(list_[1].value), bytesOf(kEth1)) << "the MAC of the port";
     getAlTable()->brdgTuples = {{{kEth0, kEth1}}};
     EXPECT_EQ(build(3, {}), "3 4 6 6 7 1 ");
-    fakePlatform().intfs.push_back({"untold", kEth2});
-    EXPECT_EQ(build(3, {}), "") << "no message without its device information";
+    fakePlatform().intfs.push_back({"unreported", kEth2});
+    EXPECT_EQ(build(3, {}), "") << "no response without device information";
 }
 
 TEST_F(Builder, LinkMetricResponse) {
     LinkDesc link{};
     peer(2).intf.copyTo(link.nbrIntfMac);
     fakePlatform().intfs[1].links = {link};
-    const MetricQuery queries[] = {{0, {}, 1},         {0, {}, 2},         {1, peer(2).al, 2},
-                                   {1, peer(4).al, 0}, {1, peer(9).al, 2}, {1, peer(2).intf, 2},
-                                   {2, {}, 2},         {0, {}, 0}};
-    std::string all;
-    for (const auto& query : queries) all += build(6, metricRespBody(query)) + "| ";
-    EXPECT_EQ(all, "10 10 | 9 10 9 10 | 9 10 | 9 | 12 | 12 | | 9 9 | ");
+    const std::pair<MetricQuery, std::string> cases[] = {
+        {{0, {}, 1}, "10 10 "},     {{0, {}, 2}, "9 10 9 10 "},  {{1, peer(2).al, 2}, "9 10 "},
+        {{1, peer(4).al, 0}, "9 "}, {{1, peer(9).al, 2}, "12 "}, {{1, peer(2).intf, 2}, "12 "},
+        {{2, {}, 2}, ""},           {{0, {}, 0}, "9 9 "}};
+    for (const auto& [query, tlvs] : cases) {
+        EXPECT_EQ(build(6, metricRespBody(query)), tlvs) << query.metrics;
+    }
     EXPECT_EQ(list_[0].value.size(), 12U + 29U);
-    EXPECT_EQ(list_[1].value.size(), 12U) << "a neighbour without links";
+    EXPECT_EQ(list_[1].value.size(), 12U) << "a neighbor without links";
     fakePlatform().fail = {"getLinkMetricList"};
-    EXPECT_EQ(build(6, metricRespBody(queries[0])), "");
+    EXPECT_EQ(build(6, metricRespBody(cases[0].first)), "");
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #include "net/ports.h"
 
-#include "db/data_manager.h"
-#include "db/database.h"
 #include "db/local_tables.h"
 #include "support/device.h"
 #include "support/log_capture.h"
@@ -24,14 +22,14 @@ class Ports : public Device {
     }
 };
 
-TEST_F(Ports, AreMadeOfWhatIsKnownAndTakesPart) {
+TEST_F(Ports, AreKnownInterfacesThatAreNotExcluded) {
     auto& net = fakeNet();
     const FakeIntfDescs more({{"eth3", peer(3).intf}, {"eth4", peer(4).intf}});
     ASSERT_EQ(addIntf(more.head()), kChanged);
     fakePlatform().excludedIntfs = {"eth4"};
     net.addIntf("stranger", 1);  // not in the table
     net.addIntf("eth0", 7).mtu = 1400;
-    net.addIntf("eth1", 253);  // the last index that is looked at
+    net.addIntf("eth1", 253);  // the highest index
     net.addIntf("eth2", 8).up = false;
     net.addIntf("eth3", 254);
     net.addIntf("eth4", 9);
@@ -39,7 +37,7 @@ TEST_F(Ports, AreMadeOfWhatIsKnownAndTakesPart) {
     EXPECT_EQ(names(), "eth0 eth2- eth1 ");
     EXPECT_EQ(port("eth0").mtu, 1400U);
     EXPECT_TRUE(net.intfs["eth0"].allMulti);
-    EXPECT_TRUE(net.receiveStopped("eth0", kEtherTypeLldp)) << "LLDP is never read";
+    EXPECT_TRUE(net.receiveStopped("eth0", kEtherTypeLldp)) << "LLDP is only sent";
     EXPECT_FALSE(net.receiveStopped("eth0", kEtherType1905));
     getIntfTable().clear();
     EXPECT_EQ(initMessageMonitor(), kFailure);
@@ -71,22 +69,23 @@ TEST_F(Ports, RefreshAsksTheKernel) {
         for (const auto& [up, fails] : {std::pair{false, false}, {true, false}, {false, true}}) {
             fakeNet().intfs[name] = {.up = up, .failFlags = fails};
             EXPECT_EQ(refreshIntfPort(port(name)), kOk);
-            // Meant: when the query fails, an odd index counts as up.
+            // Meant: if the kernel does not answer, a port with an odd index counts as up.
             EXPECT_EQ(port(name).isDown, fails ? name != "eth1" : !up) << name;
         }
     }
 }
 
-TEST_F(Ports, AreBoundAnewWhenABridgeTakesThem) {
+TEST_F(Ports, AreBoundAgainWhenTheyJoinABridge) {
     fakeNet().addPlatformIntfs();
     ASSERT_EQ(initIntfPorts(), kOk);
     LogCapture log(2);
-    // On a bridge, whether a bind would fail, and does: a failed one is tried again.
-    const std::set<uint16_t> none, fails{kEtherType1905};
-    const std::tuple<bool, std::set<uint16_t>, unsigned> steps[] = {
-        {false, fails, 0}, {true, fails, 1}, {true, none, 0}, {true, fails, 0}, {false, fails, 1}};
-    for (const auto& [onBridge, failBind, failures] : steps) {
-        fakeNet().intfs["eth1"] = {.bridgePort = onBridge, .failBind = failBind};
+    // Whether the port is on a bridge, whether a bind would fail, and the failures: a failed bind
+    // is repeated, any other is not.
+    const std::tuple<bool, bool, unsigned> steps[] = {
+        {false, true, 0}, {true, true, 1}, {true, false, 0}, {true, true, 0}, {false, true, 1}};
+    for (const auto& [onBridge, fails, failures] : steps) {
+        fakeNet().intfs["eth1"].bridgePort = onBridge;
+        fakeNet().intfs["eth1"].failBind = fails ? std::set{kEtherType1905} : std::set<uint16_t>{};
         (void)rebindIntfPorts();
         EXPECT_EQ(occurrences(log.text(), "failed to name a (IEEE 1905.1)"), failures);
     }

@@ -2,8 +2,6 @@
 
 #include <fcntl.h>
 
-#include "db/data_manager.h"
-#include "db/database.h"
 #include "db/neighbor_aging.h"
 #include "support/device.h"
 #include "support/log_capture.h"
@@ -16,8 +14,8 @@ class Transmitter : public Device {
         Device::SetUp();
         addEth2();
     }
-    // Neighbour 1 is heard on eth0 by two interfaces and on eth1 by one.
-    void startWithNeighbour() {
+    // Two interfaces of neighbor 1 are heard on eth0, and one on eth1.
+    void startWithNeighbor() {
         start();
         (void)updateTopolInfo(0, kEth0, kMedia, peer(1).al, peer(1).intf);
         (void)updateTopolInfo(0, kEth0, kMedia, peer(1).al, peer(2).intf);
@@ -28,7 +26,7 @@ class Transmitter : public Device {
         return send1905UcastMsg(port("eth0"), peer(1).intf, type, 7, false, tlvs);
     }
     static Tlv tlv(size_t flatSize) { return {0x55, TlvValue(Frame(flatSize - 3, 0xAA))}; }
-    // Where frames went: "port:last byte of the MAC".
+    // Where the frames went: "port:last byte of the MAC".
     static std::string destinations() {
         std::string all;
         for (const std::string name : {"eth0", "eth1", "eth2"}) {
@@ -66,7 +64,7 @@ TEST_F(Transmitter, RefusesWhatCannotBeSent) {
     EXPECT_EQ(occurrences(log.text(), "failed to send message size = (1401) > 1400 \r\n"), 1U);
     EXPECT_EQ(sendTlvs({}), kFailure);
     EXPECT_EQ(sendTlvs({tlv(1400), tlv(70'000)}), kFailure);
-    EXPECT_EQ(sent("eth0").size(), 1U) << "what has left is not recalled";
+    EXPECT_EQ(sent("eth0").size(), 1U) << "the first TLV has left already";
     EXPECT_EQ(sendTlvs({}, kMsgTopolQuery), kOk) << "a query may be empty";
     EXPECT_EQ(fakeNet().captureFrames("eth0"),
               std::vector<Frame>{frame1905(peer(1).intf, kEth0, 2, 7, Frame(42))});
@@ -77,31 +75,31 @@ TEST_F(Transmitter, RefusesWhatCannotBeSent) {
 TEST_F(Transmitter, IdentifiersWrapBefore65535) {
     ASSERT_EQ(initDataManager(), kOk);
     uint16_t id = 0;
-    do {  // no port yet, so that nothing is sent
+    do {  // there is no port yet, so that nothing is sent
         ASSERT_EQ(requestSend1905McastMsg(kMsgTopolNtf, {}, &id), kOk);
     } while (id != 65534);
     start();
     EXPECT_EQ(requestSend1905McastMsg(kMsgTopolNtf, {}, &id), kOk);
-    EXPECT_EQ(id, 4) << "start-up took one for each topology discovery and one for the vendor's";
+    EXPECT_EQ(id, 4) << "start() used one per topology discovery and one for the vendor discovery";
     EXPECT_EQ(requestSend1905McastMsg(kMsgTopolDisc, {}, &id), kOk);
     EXPECT_EQ(id, 7) << "the last one used";
     for (unsigned i = 0; i < 3; i++) {
         const auto all = sent("eth" + std::to_string(i));
         ASSERT_EQ(all.size(), 2U);
-        // One id for all ports, but a discovery takes one for each port, which it names.
+        // One identifier for all ports; a discovery, which names its port, uses one per port.
         EXPECT_EQ(std::tuple(all[0].id, all[0].flags), std::tuple(4U, 0xC0U));
         EXPECT_EQ(std::tuple(all[1].id, all[1].flags), std::tuple(5 + i, 0x80U));
         EXPECT_EQ(MacAddr(&all[1].frame[34]), fakePlatform().intfs[i].mac);
     }
 }
 
-TEST_F(Transmitter, MulticastsLeaveByBridgeMembersThatMaySend) {
+TEST_F(Transmitter, MulticastsLeaveByPortsOfBridges) {
     fakePlatform().brdgTuples = {{kEth0, kEth1}};
     start();
     const std::pair<std::function<void()>, std::string> cases[] = {
         {[] {}, "eth0:19 eth1:19 "},
         {[] { fakePlatform().excludedIntfs = {"eth1"}; }, "eth0:19 "},
-        {[] { getAlTable()->brdgTuples.clear(); }, "eth0:19 eth2:19 "},  // then every one may
+        {[] { getAlTable()->brdgTuples.clear(); }, "eth0:19 eth2:19 "},  // without bridges: all
         {[] { fakeNet().intfs["eth2"].up = false; }, "eth0:19 "},
         {[] { port("eth0").ieee1905Sock = broken(); }, ""}};
     for (const auto& [change, expected] : cases) {
@@ -112,8 +110,8 @@ TEST_F(Transmitter, MulticastsLeaveByBridgeMembersThatMaySend) {
 }
 
 TEST_F(Transmitter, UnicastsGoToEveryInterfaceOfTheDevice) {
-    startWithNeighbour();
-    // A discovery names the port by which it leaves: the device need not be known.
+    startWithNeighbor();
+    // A discovery also goes to an unknown device.
     const std::tuple<MacAddr, uint16_t, std::string> cases[] = {
         {peer(1).al, kMsgTopolQuery, "eth0:1 eth0:2 eth1:3 "},
         {peer(2).intf, kMsgTopolQuery, "eth0:2 "},
@@ -127,14 +125,14 @@ TEST_F(Transmitter, UnicastsGoToEveryInterfaceOfTheDevice) {
     for (const auto& [dst, type, expected] : cases) {
         used = 0xEEEE;
         EXPECT_EQ(requestSend1905UcastMsg(dst, type, {}, &used), expected.empty() ? kFailure : kOk);
-        EXPECT_EQ(used, expected.empty() ? 0xEEEE : ++id) << "taken when something left";
+        EXPECT_EQ(used, expected.empty() ? 0xEEEE : ++id) << "used if something left";
         EXPECT_EQ(destinations(), expected);
     }
     EXPECT_EQ(requestSend1905UcastRespMsg(peer(3).intf, kMsgTopolResp, 0xABCD, {}), kOk);
     EXPECT_EQ(sent("eth1").at(0).id, 0xABCDU);
     port("eth0").ieee1905Sock = broken();
     EXPECT_EQ(requestSend1905UcastMsg(peer(1).al, kMsgTopolQuery, {}, &used), kOk);
-    EXPECT_EQ(used, id + 1) << "responses take none";
+    EXPECT_EQ(used, id + 1) << "the response used none";
     EXPECT_EQ(destinations(), "eth1:3 ");
     fakeNet().intfs["eth1"].up = false;
     EXPECT_EQ(requestSend1905UcastMsg(peer(1).al, kMsgTopolQuery, {}), kFailure);
@@ -142,24 +140,24 @@ TEST_F(Transmitter, UnicastsGoToEveryInterfaceOfTheDevice) {
 
 TEST_F(Transmitter, ResponsesArePairedOnce) {
     EXPECT_EQ(registerQueriedMsg(peer(1).al, 2, 1), kFailure) << "no database";
-    startWithNeighbour();
-    const std::tuple<MacAddr, MacAddr, uint16_t, uint16_t, int> askedAnswers[] = {
-        {peer(1).al, peer(9).al, 3, 70, 1},  // meant: type and id decide
+    startWithNeighbor();
+    const std::tuple<MacAddr, MacAddr, uint16_t, uint16_t, int> cases[] = {
+        {peer(1).al, peer(9).al, 3, 70, 1},  // meant: any device may answer
         {peer(1).al, peer(1).al, 4, 70, 0},
         {peer(1).al, peer(1).al, 3, 71, 0},
         {{}, peer(1).al, 3, 70, 0},
         {{}, {}, 3, 70, 1}};
-    for (const auto& [asked, answers, type, id, result] : askedAnswers) {
+    for (const auto& [asked, answers, type, id, result] : cases) {
         (void)initMessageTransmitter();
         EXPECT_EQ(registerQueriedMsg(asked, 2, 70), kOk);
         advance(1000);  // a query does not expire
-        EXPECT_EQ(checkMatchQueryRespPair(answers, type, id), result);
+        EXPECT_EQ(checkMatchQueryRespPair(answers, type, id), result) << type << " " << id;
         EXPECT_EQ(checkMatchQueryRespPair(answers, type, id), 0);
     }
     uint16_t query = 0;
     (void)requestSend1905UcastMsg(peer(1).al, kMsgTopolQuery, {}, &query);
     (void)requestSend1905UcastRespMsg(peer(1).al, kMsgTopolQuery, 4321, {});
-    EXPECT_EQ(checkMatchQueryRespPair(peer(1).intf, 3, 4321), 0) << "no query of ours";
+    EXPECT_EQ(checkMatchQueryRespPair(peer(1).intf, 3, 4321), 0) << "a response is no query";
     EXPECT_EQ(checkMatchQueryRespPair(peer(1).intf, 3, query), 1);
 }
 

@@ -1,15 +1,13 @@
 #include "publish/json_data_model.h"
 
-#include <gtest/gtest.h>
-
 #include <nlohmann/json.hpp>
 
 #include "publish/labels.h"
-#include "support/test_clock.h"
-#include "support/test_device.h"
+#include "support/device.h"
 
 namespace {
 
+using namespace std::string_view_literals;
 using Json = nlohmann::ordered_json;
 
 const std::string kGolden =
@@ -39,7 +37,8 @@ Ieee1905DevTable device(uint8_t number) {
     return dev;
 }
 
-// "local interface MAC medium" of every 1905 neighbour of a remote device, RATE for a Wi-Fi link.
+// "local interface MAC media type" of every 1905 neighbor of a remote device, RATE for a Wi-Fi
+// link.
 std::string ieee1905Neighbors(const Json& dev) {
     std::string all;
     for (const auto& [key, nbr] : dev.items()) {
@@ -52,12 +51,11 @@ std::string ieee1905Neighbors(const Json& dev) {
     return all;
 }
 
-class JsonDataModel : public testing::Test {
+class JsonDataModel : public Device {
   protected:
     void SetUp() override {
-        freshDevice();
-        setTestTime(1077);
-        al.lastChange = 1000;
+        Device::SetUp();
+        al.lastChange = now() - 77;
         al.alMac = alMac(1);
         al.enableRebootFromNbr = 1;
         al.deviceMode = "router";
@@ -65,22 +63,13 @@ class JsonDataModel : public testing::Test {
         al.releaseVersion = "7879";
         al.buildNumber = "42";
         al.approveFlag = -1;
-        IntfTable eth0;
-        eth0.name = "eth0";
-        eth0.mac = intfMac(1, 0);
-        eth0.mediaType = 1;
-        IntfTable mesh;
-        mesh.name = "wlan1-msh0";
-        mesh.mac = intfMac(1, 1);
-        mesh.mediaType = 260;
-        mesh.pwrState = 3;
-        al.intfs = {eth0, mesh};
+        al.intfs = {
+            {.name = "eth0"sv, .mac = intfMac(1, 0), .mediaType = 1},
+            {.name = "wlan1-msh0"sv, .mac = intfMac(1, 1), .pwrState = 3, .mediaType = 260}};
         al.topol.enable = 1;
         al.topol.status = 1;
         al.security = {1, {'s', 'e', 'c', 'r', 'e', 't', 0, 0}};
     }
-    void TearDown() override { useSystemClock(); }
-
     std::string text() const { return renderJsonDataModel(&al, &al.topol, &al.security); }
     Json parsedAl() const { return Json::parse(text())["Device"]["X_5E1F09_IEEE1905"]["AL"]; }
     Json parsedDevice(int number) const {
@@ -90,7 +79,7 @@ class JsonDataModel : public testing::Test {
     AlTable al;
 };
 
-// Everything that a device's object can hold.
+// A device with every member that its object can have.
 Ieee1905DevTable fullDevice() {
     Ieee1905DevTable dev = device(2);
     dev.firmwareState = 4;
@@ -104,30 +93,11 @@ Ieee1905DevTable fullDevice() {
     dev.role = 1;
     dev.buildNumber = "7";
     dev.deviceUptime = "5 days";
-    DeviceInfo& info = dev.info;
-    info.ledStatus = "on";
-    info.ledBrightness = "80";
-    info.daisychainOption = "1";
-    info.netStateDnsmasq = 3;
-    info.netStateIntfInBridge = 4;
-    info.configure = 2;
-    info.sshState = "ssh";
-    info.telnetState = "telnet";
-    info.countryCode = "DE";
-    info.wifiCountryCode = "FR";
-    info.wifi24GChannel = "6";
-    info.wifi5GChannel = "36";
-    info.wifi5G2Channel = "100";
-    info.ipv6 = {"fe80::1", "2001:db8::1"};
-    info.ethernetPortState = "1,0";
-    info.backhaulType = "wifi";
-    info.appVersion = "1.0";
-    info.l2DeviveCtrlVersion = "11";
-    info.wifiAutoCfgVersion = "12";
-    info.wifiOnOffVersion = "13";
-    info.fwUpgradeVersion = "1502";
-    info.ledOnOffVersion = "none";
-    info.vm1905Version = "99999999999999999999";
+    dev.info = {"on"sv,  "80"sv,     "1"sv,    3,        4,       2,
+                "ssh"sv, "telnet"sv, "DE"sv,   "FR"sv,   "6"sv,   "36"sv,
+                "100"sv, {},         "1,0"sv,  "wifi"sv, "1.0"sv, "11"sv,
+                "12"sv,  "13"sv,     "1502"sv, "none"sv, {},      "99999999999999999999"sv};
+    dev.info.ipv6 = {"fe80::1", "2001:db8::1"};
     dev.non1905Lists = {{intfMac(2, 0), {hostMac(1)}}, {intfMac(2, 1), {hostMac(2)}}};
     dev.ieee1905Lists = {{intfMac(2, 0), {{alMac(1), 0}}},
                          {intfMac(2, 1), {{alMac(3), 1}}},
@@ -140,24 +110,22 @@ Ieee1905DevTable fullDevice() {
 }
 
 TEST_F(JsonDataModel, IsWrittenToTheByte) {
-    IntfNbrDev nbr;
-    nbr.nbrAlMac = alMac(2);
-    nbr.is1905 = true;
-    al.intfs.front().nbrs = {nbr};
+    al.intfs.front().nbrs = {{.nbrAlMac = alMac(2), .is1905 = true}};
     al.topol.devs = {fullDevice()};
     fakePlatform().notApproved = {alMac(2)};
     EXPECT_EQ(text(), kGolden);
     EXPECT_TRUE(Json::accept(kGolden));
 }
 
-TEST_F(JsonDataModel, RoleDecidesWhatIsTold) {
+TEST_F(JsonDataModel, MembersDependOnTheRole) {
     al.topol.devs = {fullDevice()};
     al.wpsConfig[0] = 1;
     al.wifiReload = 2;
     EXPECT_NE(text().find("\"DeviceType\": \"Enrollee\",\n\t\t\t\t\"DaisychainOption\": \"\",\n"
                           "\t\t\t\t\"AP-autoconfig_WiFiReload\": 2,\n"),
               std::string::npos);
-    EXPECT_EQ(text().find("Authorized"), std::string::npos) << "the golden one is a Registrar's";
+    EXPECT_EQ(text().find("Authorized"), std::string::npos)
+        << "the golden file has it, as that of a Registrar";
 }
 
 TEST_F(JsonDataModel, ListsMayBeEmpty) {
@@ -171,7 +139,7 @@ TEST_F(JsonDataModel, ListsMayBeEmpty) {
     }
 }
 
-TEST_F(JsonDataModel, MissingTablesLeaveOutWhatTheyHold) {
+TEST_F(JsonDataModel, MissingTablesLeaveOutTheirMembers) {
     EXPECT_EQ(renderJsonDataModel(nullptr, nullptr, nullptr),
               "{\n\t\"Device\": {\n\t\t\"X_5E1F09_IEEE1905\": {\n");
     const std::string whole = text();
@@ -189,13 +157,13 @@ TEST_F(JsonDataModel, TextsAreWrittenAsStored) {
     EXPECT_NE(text().find("\"DeviceMode\": \"a\"b\\c\n\x01\",\n"), std::string::npos);
 }
 
-TEST_F(JsonDataModel, NeighbourInterfacesAreFoundWhereTheyAreKnown) {
-    // Two cables between 2 and 3; 3 also hears 2 over the air, as the first of its lists.
+TEST_F(JsonDataModel, NeighborInterfacesAreFound) {
+    // 2 and 3 are connected by two cables, and 3 also hears 2 over the air, in its first list.
     Ieee1905DevTable two = device(2);
     two.ieee1905Lists = {{intfMac(2, 0), {{alMac(3), 0}, {alMac(4), 0}}}};
     Ieee1905DevTable three = device(3);
     three.ieee1905Lists = {{intfMac(3, 1), {{alMac(2), 0}}}, {intfMac(3, 0), {{alMac(2), 0}}}};
-    // Every Wi-Fi link to a neighbour is an object.
+    // Every Wi-Fi link to a neighbor is an object.
     Ieee1905DevTable five = device(5);
     five.ieee1905Lists = {{intfMac(5, 1), {{alMac(3), 0}, {{}, 0}, {alMac(4), 0}}}};
     five.wifiClients = {station(alMac(3), intfMac(3, 1), 259, "Mesh_24G"),
@@ -212,7 +180,7 @@ TEST_F(JsonDataModel, NeighbourInterfacesAreFoundWhereTheyAreKnown) {
               "Interface.2 00:00:00:00:00:00 Unknown\n");
 }
 
-// Those of the high band stand in the golden file, odd as they are.
+// The golden file has those of the high band.
 TEST(Labels, OthersArePlainOrUnknown) {
     for (const char* other : {"", "wlan1-va1", "Mesh_5GH"}) {
         for (const auto label : {intfMediaLabel, non1905NbrMediaLabel, ieee1905NbrMediaLabel})
@@ -220,7 +188,7 @@ TEST(Labels, OthersArePlainOrUnknown) {
     }
     EXPECT_STREQ(intfMediaLabel(2, "eth0"), "Unknown");
     EXPECT_STREQ(pwrStateLabel(7), "Unknown");
-    EXPECT_STREQ(alStatusLabel(2), "Unknown");  // between two that have one
+    EXPECT_STREQ(alStatusLabel(2), "Unknown");  // a gap
     EXPECT_STREQ(changeEventLabel(2), "");
 }
 

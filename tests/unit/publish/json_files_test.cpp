@@ -1,29 +1,18 @@
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <cstdlib>
 #include <ctime>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 
 #include "base/fd.h"
-#include "base/result.h"
-#include "db/data_manager.h"
-#include "db/database.h"
-#include "db/options.h"
 #include "publish/json_autoconfig.h"
 #include "publish/json_change_log.h"
 #include "publish/json_data_model.h"
+#include "support/device.h"
 #include "support/log_capture.h"
-#include "support/test_clock.h"
-#include "support/test_device.h"
 
 namespace {
-
-namespace fs = std::filesystem;
 
 const std::string kAutoconfig =
 #include "golden_autoconfig.inc"
@@ -53,8 +42,9 @@ TEST(JsonAPautoconfig, IsWrittenToTheByte) {
     EXPECT_EQ(renderJsonAPautoconfig(nullptr, nullptr), "");
 }
 
-TEST(JsonChangeLog, IsWrittenToTheByte) {
-    setTestTime(1770091600);
+using JsonChangeLog = Device;
+
+TEST_F(JsonChangeLog, IsWrittenToTheByte) {
     setenv("TZ", "EST5", 1);
     tzset();
     TopolTable topol;
@@ -71,36 +61,24 @@ TEST(JsonChangeLog, IsWrittenToTheByte) {
     EXPECT_EQ(renderJsonvm1905log(nullptr), "{\n}\n");
     unsetenv("TZ");
     tzset();
-    useSystemClock();
 }
 
-class DataModelFiles : public testing::Test {
+class DataModelFiles : public Device {
   protected:
     void SetUp() override {
-        freshDevice();
-        setTestTime(1000);
-        char folder[] = "/tmp/datamodelXXXXXX";
-        ASSERT_NE(mkdtemp(folder), nullptr);
-        folder_ = folder;
-        (void)setDataModelFolderOption(folder);
+        Device::SetUp();
         ASSERT_EQ(initDataManager(), kOk);
     }
-    void TearDown() override {
-        freshDevice();
-        fs::remove_all(folder_);
-        useSystemClock();
-    }
+    std::string path(const char* name) const { return folder() + "/" + name; }
     std::string read(const char* name) const {
-        std::ifstream file(folder_ / name);
+        std::ifstream file(path(name));
         return {std::istreambuf_iterator<char>(file), {}};
     }
-
-    fs::path folder_;
 };
 
 TEST_F(DataModelFiles, AreOverwrittenWhole) {
     for (const char* name : {"vm1905.json", "vm1905_APautoconfig.json", "vm1905_log.json"}) {
-        std::ofstream(folder_ / name) << std::string(100000, 'x');
+        std::ofstream(path(name)) << std::string(100000, 'x');
     }
     EXPECT_EQ(writeJsonDataModel(), kOk);
     EXPECT_EQ(writeJsonvm1905log(), kOk);
@@ -111,20 +89,20 @@ TEST_F(DataModelFiles, AreOverwrittenWhole) {
     EXPECT_EQ(read("vm1905_log.json"), renderJsonvm1905log(getNetTopolTable()));
 }
 
-// Others may write into the folder, too.
-TEST_F(DataModelFiles, WhatIsPlantedIsLeftAlone) {
-    std::ofstream(folder_ / "precious") << "kept";
-    fs::create_symlink(folder_ / "precious", folder_ / "vm1905.json");
-    ASSERT_EQ(mkfifo((folder_ / "vm1905_log.json").c_str(), 0666), 0);
-    const Fd reader(open((folder_ / "vm1905_log.json").c_str(), O_RDONLY | O_NONBLOCK));
+// Everybody may write to the folder.
+TEST_F(DataModelFiles, LinksAndFifosAreLeftAlone) {
+    std::ofstream(path("precious")) << "kept";
+    std::filesystem::create_symlink(path("precious"), path("vm1905.json"));
+    ASSERT_EQ(mkfifo(path("vm1905_log.json").c_str(), 0666), 0);
+    const Fd reader(open(path("vm1905_log.json").c_str(), O_RDONLY | O_NONBLOCK));
     LogCapture log(3);
     EXPECT_EQ(writeJsonDataModel(), kOk);
     EXPECT_EQ(writeJsonvm1905log(), kOk);
-    EXPECT_EQ(log.finish(), "") << "without a word";
-    EXPECT_EQ(fs::file_size(folder_ / "precious"), 4U);
+    EXPECT_EQ(log.finish(), "");
+    EXPECT_EQ(read("precious"), "kept");
     EXPECT_NE(read("vm1905_APautoconfig.json"), "");
     char byte = 0;
-    EXPECT_LE(::read(reader.get(), &byte, 1), 0) << "nothing goes to whoever made the FIFO";
+    EXPECT_LE(::read(reader.get(), &byte, 1), 0) << "nothing is written to the FIFO";
 }
 
 }  // namespace

@@ -1,4 +1,3 @@
-// The vendor TLV and the payloads of all types.
 #include <set>
 
 #include "support/device.h"
@@ -18,7 +17,7 @@ class Codec : public Device {
     }
     static bool parses(const Frame& tlv) {
         VendMsg msg;
-        const Frame copy(tlv);  // of exactly this size, so that a sanitizer sees what lies behind
+        const Frame copy(tlv);  // of exactly this size, so that a sanitizer sees reads beyond it
         const size_t consumed = parseVendSpecTlv(copy, msg);
         return consumed != 0 && consumed == tlv.size();
     }
@@ -29,7 +28,7 @@ class Codec : public Device {
 };
 
 TEST_F(Codec, EveryTypeDecodesAndEncodesToTheSameBytes) {
-    std::set<unsigned> covered;
+    std::set<unsigned> covered, catalogued;
     for (const auto& [type, payload] : vendSamples(kOwnAl)) {
         covered.insert(type);
         const Frame wire = vendTlv(kOwnAl, type, payload);
@@ -38,30 +37,24 @@ TEST_F(Codec, EveryTypeDecodesAndEncodesToTheSameBytes) {
         EXPECT_EQ(msg.vendMsgType, type);
         ASSERT_NE(msg.payload.index(), 0U) << type;
         EXPECT_EQ(encode(msg), wire) << type;
-    }
-    std::set<unsigned> catalogued;
-    for (const auto& type : kVendTypes) catalogued.insert(type.number);
-    EXPECT_EQ(covered, catalogued);
-}
-
-TEST_F(Codec, WhatIsCutOffIsRejected) {
-    for (const auto& [type, payload] : vendSamples(kOwnAl)) {
-        const Frame wire = vendTlv(kOwnAl, type, payload);
+        // Incomplete TLVs are rejected.
         for (size_t size = 0; size < wire.size(); size++) {
             EXPECT_FALSE(parses(Frame(wire.begin(), wire.begin() + static_cast<long>(size))))
                 << type << " cut at " << size;
         }
-        // Whatever a byte says, nothing outside the TLV is read.
+        // No value of any byte causes a read beyond the TLV.
         for (size_t at = 18; at < wire.size(); at++) {
             Frame odd = wire;
             odd[at] = 0xFF;
-            VendMsg msg;
-            EXPECT_LE(parseVendSpecTlv(odd, msg), odd.size());
+            VendMsg decoded;
+            EXPECT_LE(parseVendSpecTlv(odd, decoded), odd.size()) << type << " at " << at;
         }
     }
+    for (const auto& type : kVendTypes) catalogued.insert(type.number);
+    EXPECT_EQ(covered, catalogued);
 }
 
-TEST_F(Codec, CapacitiesAreKept) {
+TEST_F(Codec, CapacitiesAreLimits) {
     const Frame al = bytesOf(kOwnAl);
     const auto times = [](size_t n, const Frame& entry) {
         Frame all{static_cast<uint8_t>(n)};
@@ -102,7 +95,7 @@ TEST_F(Codec, CapacitiesAreKept) {
     EXPECT_TRUE(encode(msg).empty()) << "the payload of another type";
 }
 
-TEST_F(Codec, OddMessages) {
+TEST_F(Codec, RejectionsAreLogged) {
     const std::pair<Frame, std::string> refused[] = {
         {vendTlv(kOwnAl, 4, {}), "TLV type/len (11/15): invalid vendor specific TLV\r\n"},
         {tlvBytes(12, Frame(30)), "TLV type/len (12/30): invalid vendor specific TLV\r\n"},
@@ -116,25 +109,19 @@ TEST_F(Codec, OddMessages) {
         EXPECT_FALSE(parses(tlv)) << line;
         EXPECT_EQ(occurrences(log.text(), line), 1U) << line;
     }
-    // An order with no URL ends after its length, whatever follows.
+    // An order without URL ends behind its length.
     VendMsg msg;
     EXPECT_EQ(parseVendSpecTlv(vendTlv(kOwnAl, 20, hex("06 0000 ffff")), msg), 18U + 3);
 }
 
-// The length of the payload alone tells the width of the entries.
-TEST_F(Codec, WifiStateEntriesHaveTwoWidths) {
-    const Frame mac = bytesOf(kStation);
-    const Frame wide = mac + hex("0105 0362 0128 37");
-    const Frame narrow = mac + hex("0105 62 28 37");
-    const std::tuple<Frame, unsigned, unsigned> payloadRateRssi[] = {
-        {hex("02") + wide + wide, 0x362, 0x128}, {hex("02") + narrow + narrow, 0x62, 0x28}};
-    for (const auto& [payload, rate, rssi] : payloadRateRssi) {
-        VendMsg msg;
-        ASSERT_NE(parseVendSpecTlv(vendTlv(kOwnAl, 9, payload), msg), 0U);
-        const auto& entry = std::get<WifiStateResp>(msg.payload).entries.at(1);
-        EXPECT_EQ(std::tuple(entry.mac, entry.mediaType, entry.rate, entry.rssi, entry.signalLevel),
-                  std::tuple(kStation, 0x105, rate, rssi, 0x37));
-    }
+// Only the length of the payload distinguishes them from those of new senders.
+TEST_F(Codec, OldWifiStateEntriesAreNarrow) {
+    const Frame entry = bytesOf(kStation) + hex("0105 62 28 37");
+    VendMsg msg;
+    ASSERT_NE(parseVendSpecTlv(vendTlv(kOwnAl, 9, hex("02") + entry + entry), msg), 0U);
+    const auto& e = std::get<WifiStateResp>(msg.payload).entries.at(1);
+    EXPECT_EQ(std::tuple(e.mac, e.mediaType, e.rate, e.rssi, e.signalLevel),
+              std::tuple(kStation, 0x105, 0x62, 0x28, 0x37));
 }
 
 }  // namespace
