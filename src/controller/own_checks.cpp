@@ -30,6 +30,9 @@ struct TextRow {
     Text<N> DeviceInfo::*field;
     char (Answer::*source)[M];
 };
+// Clang before 17 needs this guide for an aggregate.
+template <typename Answer, size_t N, size_t M>
+TextRow(Text<N> DeviceInfo::*, char (Answer::*)[M]) -> TextRow<Answer, N, M>;
 
 template <size_t N>
 bool storeText(Text<N>& field, std::string_view text) {

@@ -1,4 +1,4 @@
-// The firmware upgrade of the extenders, by what is sent to them.
+// The firmware upgrade of the extenders, observed by the orders that they get.
 #include "controller/controller_loop.h"
 #include "controller/firmware_upgrade.h"
 #include "db/device_table.h"
@@ -21,7 +21,8 @@ class Upgrade : public Device {
         drop();
     }
     static Ieee1905DevTable& dev() { return *getIeee1905DevTableById(peer(1).al); }
-    // The vendor messages sent since the last look, type and payload.
+    // The vendor messages sent since the last call, type and payload. Bytes that are no printable
+    // characters are decimal: "20:6.0.13.1.ftp://u".
     static std::string orders() {
         std::string all;
         for (const auto& s : sentVend()) {
@@ -45,7 +46,7 @@ class Upgrade : public Device {
 constexpr const char* kOrder = "20:6.0.13.1.ftp://u10.rest ";
 
 TEST_F(Upgrade, OrdersFollowStateVersionAndAge) {
-    // Its version, which is 2.0.0 when there is nothing newer.
+    // The platform offers version 2.0.0.
     const std::tuple<uint8_t, const char*, int, std::string> stateVersionModeSent[] = {
         {PLATFORM_FW_IDLE, "1.0", 1, kOrder},    {PLATFORM_FW_IDLE, "2.0.0", 1, ""},
         {PLATFORM_FW_FAILED, "1.0", 4, kOrder},  {PLATFORM_FW_FAILED, "2.0.0", 4, ""},
@@ -58,7 +59,7 @@ TEST_F(Upgrade, OrdersFollowStateVersionAndAge) {
         dev().firmwareVersion = std::string_view(version);
         EXPECT_EQ(phaseOne(mode), sent) << int(state) << " " << version << " " << mode;
     }
-    // Only one version of the component takes the form with the file name.
+    // Only one version of the component takes an order with a file name.
     dev().firmwareState = PLATFORM_FW_IDLE;
     dev().firmwareVersion = "1.0";
     for (const auto& [version, order] : {std::pair{"1501", kOrder},
@@ -68,7 +69,7 @@ TEST_F(Upgrade, OrdersFollowStateVersionAndAge) {
         dev().info.fwUpgradeVersion = std::string_view(version);
         EXPECT_EQ(phaseOne(1), order) << version;
     }
-    // Not again too soon; a device that upgrades is left alone for four minutes.
+    // There is no second order too soon, and none to an upgrading device for four minutes.
     LogCapture log(4);
     for (const auto& [second, sent] :
          {std::pair{5, ""}, {9, ""}, {10, ""}, {30, ""}, {31, kOrder}}) {
@@ -93,7 +94,7 @@ TEST_F(Upgrade, RebootsAreOrderedWhenAllAreReady) {
     const std::string reboot = "4:2.238.0.0.0.1. ";
     const auto phaseTwo = [](const std::string& expected) {
         const int result = checkEXdeviceFWStateIsReady();
-        EXPECT_EQ(orders(), expected);
+        EXPECT_EQ(orders(), expected) << int(dev().firmwareState);
         return result;
     };
     dev().firmwareState = PLATFORM_FW_IDLE;
@@ -104,9 +105,9 @@ TEST_F(Upgrade, RebootsAreOrderedWhenAllAreReady) {
     EXPECT_EQ(phaseTwo(question), kFailure);
     dev().firmwareState = PLATFORM_FW_REBOOT;
     advance(79);
-    EXPECT_EQ(phaseTwo(""), kFailure) << "ordered a short while ago";
+    EXPECT_EQ(phaseTwo(""), kFailure) << "ordered 79 seconds ago";
     (void)addFWupgradelist(peer(1).al, 0, 0);
-    EXPECT_EQ(phaseTwo(reboot), kFailure) << "not finished before it answers";
+    EXPECT_EQ(phaseTwo(reboot), kFailure) << "the reboot is not yet answered";
     (void)addFWupgradelist(peer(1).al, 0, 2);
     EXPECT_EQ(phaseTwo(""), kOk);
     fakePlatform().fail = {"getDownloanURL"};

@@ -30,7 +30,7 @@ TEST(CommandLine, IsReadLikeThis) {
               "/c 'M' 4 0 1 2 0 1 7 8 1 1");
     for (const char* args : {"", "foo - restart", "-d", "-c"})
         EXPECT_EQ(parsed(args), "/etc/vm1905 '' -1 -1 -1 -1 -1 0 0 0 0 0") << args;
-    // A value is looked at as an option too.
+    // Meant: a value that looks like an option is one too.
     EXPECT_EQ(parsed("-c -t 1"), "-t '' -1 1 -1 -1 -1 0 0 0 0 0");
     EXPECT_EQ(parsed("-dxyz -1"), "usage");
 }

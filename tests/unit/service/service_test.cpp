@@ -337,16 +337,15 @@ TEST_F(Service, StandardMessages) {
 }
 
 // Any local process may write anything into the slots.
-TEST_F(Service, AnyIdAndAnyBytes) {
+TEST_F(Service, AnyBytes) {
     startWithPeer();
     LogCapture quiet(0);  // a request may raise the level
     std::mt19937 random(1905);
-    for (unsigned i = 0; i < 65536 + 100'000; i++) {
-        // First every service, then random requests, half of them to a known device.
-        Frame bytes(i < 65536 ? 0 : random() % 244);
+    for (unsigned i = 0; i < 50'000; i++) {
+        const auto service = static_cast<unsigned>(random() % 220);
+        Frame bytes(random() % 244);
         for (auto& byte : bytes) byte = static_cast<uint8_t>(random());
-        if (i % 2 == 0) bytes = kAl + bytes;
-        const unsigned service = i < 65536 ? i : static_cast<unsigned>(random() % 220);
+        if (i % 2 == 0) bytes = kAl + bytes;  // to a known device
         postRequest(service, bytes, static_cast<int>(random() | 0x80000000));
         ASSERT_EQ(runServiceMonitor(), kOk) << service;
         ASSERT_EQ(flagOf(getServReqShm()), 1) << service;
