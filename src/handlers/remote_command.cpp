@@ -38,7 +38,7 @@ uint8_t takeNumber(CommandTokens& tokens) {
 // One builder per option. Each takes the tokens after the option.
 int copyCommand_Set_Reboot(size_t, CommandTokens& tokens, VendMsg& msg) {
     msg.vendMsgType = VEND_MSG_TYPE_REBOOT_REQ;
-    msg.payload = AlMacPayload{macOf(take(tokens))};
+    msg.payload.emplace<AlMacPayload>(AlMacPayload{macOf(take(tokens))});
     return kOk;
 }
 
@@ -57,14 +57,14 @@ int copyCommand_Set_Power_Ctrl(size_t tokenCount, CommandTokens& tokens, VendMsg
         request.pwrState = static_cast<uint8_t>(strtol(tokens.back().c_str(), nullptr, 10));
     }
     msg.vendMsgType = VEND_MSG_TYPE_INTF_PWR_CTRL_REQ;
-    msg.payload = std::move(request);
+    msg.payload.emplace<IntfPwrCtrlReq>(std::move(request));
     return kOk;
 }
 
 int copyOption(VendMsgType type, CommandTokens& tokens, VendMsg& msg) {
     const MacAddr almac = macOf(take(tokens));
     msg.vendMsgType = type;
-    msg.payload = OptionPayload{almac, takeNumber(tokens)};
+    msg.payload.emplace<OptionPayload>(OptionPayload{almac, takeNumber(tokens)});
     return kOk;
 }
 
@@ -83,13 +83,13 @@ int copyCommand_FW_control(size_t, CommandTokens& tokens, VendMsg& msg) {
     request.fwTopoOption = takeNumber(tokens);
     request.fwUrl = take(tokens);
     msg.vendMsgType = VEND_MSG_TYPE_FW_CTRL_REQ;
-    msg.payload = std::move(request);
+    msg.payload.emplace<FwCtrlReq>(std::move(request));
     return kOk;
 }
 
 int copyCommand_Reset_To_Default(size_t, CommandTokens& tokens, VendMsg& msg) {
     msg.vendMsgType = VEND_MSG_TYPE_RESETTODEFAULT_REQ;
-    msg.payload = AlMacPayload{macOf(take(tokens))};
+    msg.payload.emplace<AlMacPayload>(AlMacPayload{macOf(take(tokens))});
     return kOk;
 }
 
@@ -120,7 +120,7 @@ CommandTokens split(std::string_view line) {
 int parseCommand(size_t tokenCount, CommandTokens& tokens, VendMsg& msg) {
     const int option = static_cast<int>(strtol(take(tokens).c_str(), nullptr, 10));
     LOG(4, "option = %d \n", option);
-    msg.payload = std::monostate{};
+    msg.payload.emplace<std::monostate>();
     for (const auto& known : kOptions) {
         if (known.option == option) return known.build(tokenCount, tokens, msg);
     }

@@ -18,9 +18,8 @@ std::string parsed(const std::string& args) {
     CommandLine c;
     if (!parseCommandLine(static_cast<int>(argv.size()), argv.data(), c)) return "usage";
     std::string all = c.confFolder + " '" + c.modelName + "'";
-    for (const int value : {c.debugLevel, c.topolCap, c.reboot, c.powerCtrl, c.enableLog})
-        all += " " + std::to_string(value);
-    for (const int value : {c.deviceType, c.sendSearch, c.sendResponse, c.wifiReload, c.approve})
+    for (const int value : {c.debugLevel, c.topolCap, c.reboot, c.powerCtrl, c.enableLog,
+                            c.deviceType, c.sendSearch, c.sendResponse, c.wifiReload, c.approve})
         all += " " + std::to_string(value);
     return all;
 }
