@@ -12,6 +12,7 @@ its mistakes.
 import pathlib
 import struct
 import sys
+from random import Random
 
 MULTICAST = bytes.fromhex("0180c2000013")
 OWN_AL = bytes.fromhex("021905000001")
@@ -115,7 +116,8 @@ def seeds():
         step(frame(1, disc, 5, LAST | RELAY), PASS, 4),
         step(frame(1, disc, 5, LAST | RELAY), PASS | PORT_DOWN, 200))
     changed = device(PEER_AL, [intf(PEER_MAC, 1)])
-    changed += tlv(6, PEER_MAC + bytes.fromhex("02ee00000009")) + tlv(7, PEER_MAC + OTHER_AL + b"\0")
+    changed += tlv(6, PEER_MAC + bytes.fromhex("02ee00000009"))
+    changed += tlv(7, PEER_MAC + OTHER_AL + b"\0")
     yield "changed_neighbors", case(
         hello, answer, step(frame(1, disc, 5, LAST | RELAY), PASS, 4),
         step(frame(3, changed + AL + END, 0, **own), ANSWERS | PASS, 1))
@@ -309,6 +311,11 @@ def slot_seeds():
     yield "unknown", case(*(request(n) for n in (1, 3, 217, 254, 255, 0xFFFF)))
     yield "interfaces", case(*(request(2, bytes([n]), options, 1) for n in (0, 1, 2, 255)
                                for options in (OWN_PID, OWN_PID | MARKS_IDLE, 0, MARKS_IDLE)))
+    random = Random(1905)
+    for n in range(8):
+        yield f"random_{n}", case(*known, *(
+            request(random.randrange(220), random.choice((PEER_AL, b"")) + random.randbytes(240))
+            for _ in range(60)))
     yield "uncollected", case(*(request(0, b"", OWN_PID | LEAVES) for _ in range(4)))
 
 

@@ -11,7 +11,6 @@ struct Quiet {
     Seconds spacing;  // between their starts
     Seconds minutes;
 };
-
 class QuietMesh : public testing::TestWithParam<Quiet> {};
 
 // The frames per minute on one shared segment:
@@ -34,9 +33,8 @@ TEST_P(QuietMesh, SendsNoMoreThanItsPeriodsAskFor) {
     const size_t before = mesh.framesSent();
     mesh.run(60 * minutes);
     const size_t perMinute = (mesh.framesSent() - before) / static_cast<size_t>(minutes);
-    const size_t notifications = spacing == 0 ? 1 : n;
-    EXPECT_LE(perMinute, n * (2 + notifications +
-                              (n - 1) * (6 + 2 * notifications + 2 * 9 + 15 * notifications)));
+    const size_t news = spacing == 0 ? 1 : n;
+    EXPECT_LE(perMinute, n * (2 + news + (n - 1) * (6 + 2 * news + 2 * 9 + 15 * news)));
     EXPECT_GE(perMinute, n * 2 + n * (n - 1) * 3) << "the mesh is asleep";
 
     for (size_t i = 0; i < n; i++) EXPECT_EQ(mesh.in(devices[i], tableSizes), sizes[i]) << i;

@@ -1,7 +1,6 @@
 // The service channel through its real slots: a client posts a request, the monitor runs, the
 // client reads the answer. In the tables, payloads are hexadecimal and numbers little-endian.
 #include <fstream>
-#include <random>
 
 #include "base/state.h"
 #include "db/change_log.h"
@@ -334,25 +333,6 @@ TEST_F(Service, StandardMessages) {
     EXPECT_EQ(eventId, event.msgId);
     EXPECT_EQ(fakePlatform().raiseServReq(SERV_REQ_PB_JOIN, nullptr), 16U);
     EXPECT_EQ(fakePlatform().raiseServReq(6, &event), 16U);
-}
-
-// Any local process may write anything into the slots.
-TEST_F(Service, AnyBytes) {
-    startWithPeer();
-    LogCapture quiet(0);  // a request may raise the level
-    std::mt19937 random(1905);
-    for (unsigned i = 0; i < 50'000; i++) {
-        const auto service = static_cast<unsigned>(random() % 220);
-        Frame bytes(random() % 244);
-        for (auto& byte : bytes) byte = static_cast<uint8_t>(random());
-        if (i % 2 == 0) bytes = kAl + bytes;  // to a known device
-        postRequest(service, bytes, static_cast<int>(random() | 0x80000000));
-        ASSERT_EQ(runServiceMonitor(), kOk) << service;
-        ASSERT_EQ(flagOf(getServReqShm()), 1) << service;
-        flagOf(getServRespShm()) = 1;
-        drop();
-    }
-    EXPECT_EQ(ask(0).substr(0, 2), "1:");
 }
 
 }  // namespace
