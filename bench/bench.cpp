@@ -1,5 +1,5 @@
-// What the hot paths cost: the topology response, a frame on its way to its handler, the data
-// model file.
+// Measures the hot paths: the topology response, the reception of a frame, and writing the
+// data-model file.
 #include <benchmark/benchmark.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -24,7 +24,7 @@ namespace {
 
 using Area = std::array<uint8_t, 16384>;
 
-// 0 interfaces stands for the reference device.
+// 0 interfaces means the reference device.
 void startSized(benchmark::State& state) {
     if (state.range(0) == 0) {
         startReferenceDevice();
@@ -62,7 +62,8 @@ BENCHMARK(decode)->Name("topology_response/decode")->Arg(0)->Arg(4)->Arg(16)->Ar
 
 constexpr unsigned kBatch = 64;
 
-// A frame from its socket to the end of its handler; injecting and draining are not measured.
+// Receives frames, from the socket to the end of the handler. Injecting and draining are not
+// measured.
 void receiveFrames(benchmark::State& state, unsigned type, const Frame& tlvs) {
     startReferenceDevice();
     Port& port = getIntfPorts().front();
@@ -72,7 +73,7 @@ void receiveFrames(benchmark::State& state, unsigned type, const Frame& tlvs) {
         state.PauseTiming();
         (void)fakeNet().captureFrames(name);
         for (unsigned i = 0; i < kBatch; i++) {
-            // Ids differ, or the memory of received messages drops the frame.
+            // Each has a new id: a repeated one would be dropped as a duplicate.
             if (!fakeNet().inject(name, frame1905(k1905Multicast, nbrIntfMac(2), type, id++, tlvs) +
                                             Frame(18, 0))) {
                 state.SkipWithError("the socket is full");
@@ -89,20 +90,20 @@ void receiveFrames(benchmark::State& state, unsigned type, const Frame& tlvs) {
     stopDevice();
 }
 
-// A discovery of a neighbour that is known by now.
+// A discovery of a known neighbor.
 void receiveDiscovery(benchmark::State& state) {
     receiveFrames(state, kMsgTopolDisc,
                   macTlv(kTlvAlMac, nbrAlMac(2)) + macTlv(kTlvMac, nbrIntfMac(2)) + endOfMsg());
 }
 BENCHMARK(receiveDiscovery)->Name("receive/topology_discovery");
 
-// With the response built and sent.
+// A query, including the response to it.
 void receiveQuery(benchmark::State& state) {
     receiveFrames(state, kMsgTopolQuery, macTlv(kTlvAlMac, nbrAlMac(2)) + endOfMsg());
 }
 BENCHMARK(receiveQuery)->Name("receive/topology_query");
 
-// Writes the file for a mesh of this many remote devices.
+// Writes the file for a mesh of range(0) remote devices.
 void writeJson(benchmark::State& state) {
     startReferenceDevice();
     std::string folder = "/tmp/vm1905-XXXXXX";

@@ -29,7 +29,8 @@ void addIntf(unsigned n) {
     fakePlatform().intfs.push_back(intf);
 }
 
-// The first of the interface's neighbours are non-1905, the others 1905 devices.
+// Starts a device whose first intfsWithNbrs interfaces have neighbors, each non1905PerIntf non-1905
+// and the rest 1905 devices.
 void start(unsigned nbrsPerIntf, unsigned non1905PerIntf, unsigned intfsWithNbrs) {
     DEBUGLEVEL = 0;
     setTestTime(kStart);

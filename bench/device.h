@@ -1,4 +1,4 @@
-// A device to measure on: a scripted platform, a database, and neighbours.
+// A device to measure on: the daemon on a scripted platform, with neighbors.
 #pragma once
 
 #include <cstdint>
@@ -9,20 +9,20 @@
 #include "base/mac_addr.h"
 #include "db/records.h"
 
-// Addresses of the n-th neighbour.
+// Addresses of the n-th neighbor.
 MacAddr nbrAlMac(unsigned n);
 MacAddr nbrIntfMac(unsigned n);
 
-// Starts a device of 3 interfaces, one of them Wi-Fi, all in one bridge, with 4 non-1905 and 4
-// 1905 neighbours on two of them. Its topology response has 170 bytes.
+// Starts a device with 3 interfaces in one bridge, one of them Wi-Fi. Two of them have 2 non-1905
+// and 2 1905 neighbors each. Its topology response has 170 bytes.
 void startReferenceDevice();
-// Starts a device with this many Gigabit interfaces in one bridge, on each of them a non-1905 and
-// a 1905 neighbour.
+// Starts a device with intfNum Gigabit interfaces in one bridge, each with one non-1905 and one
+// 1905 neighbor.
 void startDevice(unsigned intfNum);
 void stopDevice();
 
-// Builds the own topology response and flattens it, end-of-message TLV included, to the start of
-// out. Its size in bytes.
+// Writes the device's topology response to out, with its end-of-message TLV. Returns the size in
+// bytes.
 size_t encodeTopolResp(std::span<uint8_t> out);
-// Decodes one. False when it is rejected.
+// Reads the TLVs of a topology response into dev. False if they are rejected.
 bool decodeTopolResp(Bytes area, DevTopol& dev);

@@ -1,6 +1,6 @@
 // Floods an interface with topology discoveries:
 //   flood INTERFACE COUNT FRAMES_PER_SECOND
-// A rate of 0 is as fast as the interface takes them. Prints frames sent and seconds taken.
+// A rate of 0 means as fast as possible. Prints the number of frames sent and the seconds taken.
 #include <linux/if_ether.h>
 #include <linux/if_packet.h>
 #include <net/if.h>
@@ -19,14 +19,14 @@
 namespace {
 
 constexpr uint16_t kEtherType = 0x893a;
-constexpr unsigned kSenders = 4;  // a handful of neighbours, as in a home
-constexpr unsigned kBatch = 32;   // frames of one system call
+constexpr unsigned kSenders = 4;  // a handful of neighbors, as in a home
+constexpr unsigned kBatch = 32;   // frames per system call
 constexpr size_t kFrameSize = 64;
 constexpr auto kTick = std::chrono::milliseconds(1);
 
 using Frame = std::array<uint8_t, kFrameSize>;
 
-// Message ids go up by one per sender, so that at 5,000 frames a second one comes again after
+// The ids of each sender are consecutive. At 5,000 frames per second an id is used again after
 // 52 seconds, long after the receiver has forgotten it.
 Frame discovery(unsigned long number) {
     const auto sender = static_cast<uint8_t>(number % kSenders);
@@ -40,7 +40,7 @@ Frame discovery(unsigned long number) {
     const std::array<uint8_t, 3> alMacTlv = {1, 0, 6};
     const std::array<uint8_t, 3> macTlv = {2, 0, 6};
 
-    Frame frame{};  // what stays zero is the end of message and padding
+    Frame frame{};  // the zero bytes at its end are the end of message and padding
     size_t at = 0;
     const auto put = [&](const auto& bytes) {
         std::memcpy(frame.data() + at, bytes.data(), bytes.size());
@@ -57,7 +57,7 @@ Frame discovery(unsigned long number) {
     return frame;
 }
 
-// Sends frames first, first + 1, ...; false when the interface does not take them.
+// Sends count frames from number first on. False if the interface does not accept them.
 bool sendFrames(int sock, unsigned long first, unsigned count) {
     std::array<Frame, kBatch> frames;
     std::array<iovec, kBatch> parts;

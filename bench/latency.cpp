@@ -1,6 +1,6 @@
-// Asks the daemon of this device for its own record, again and again:
+// Asks the daemon of this device for its own record COUNT times:
 //   latency COUNT LONGEST_PAUSE_MS
-// with a pause of random length before each request. Prints the microseconds of each.
+// Pauses before each request, for a random time. Prints the microseconds that each one took.
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>

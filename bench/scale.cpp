@@ -1,8 +1,8 @@
-// Meshes of growing size on one segment, with a driven clock: a Registrar and so many Enrollees.
+// Simulates meshes of growing size on one segment, a Registrar and its Enrollees:
 //   vm1905_scale [MINUTES [ENROLLEES...]]
-// For each size, after 130 seconds to settle and again at the end: the heap that a device takes,
-// and the sizes of the Registrar's tables, which may not grow; between the two, the CPU time that a
-// device took. And the cost of a pass of the main loop in which nothing arrives.
+// For each size, prints the frames and the CPU time per minute, the cost of an idle pass of the
+// main loop, and the heap per device before and after those minutes. Each mesh first has 130
+// seconds to settle; after that the Registrar's tables must not grow.
 #include <malloc.h>
 
 #include <chrono>
@@ -34,8 +34,8 @@ double microsecondsOfPass() {
 }
 
 struct Figures {
-    double registrar = 0, enrollee = 0;  // ms of CPU so far, of the Enrollees the mean
-    double heap = 0;                     // kB a device
+    double registrar = 0, enrollee = 0;  // ms of CPU so far, the mean of all Enrollees
+    double heap = 0;                     // kB per device
 };
 
 Figures measure(sim::Mesh& mesh, const std::vector<Device>& devices) {

@@ -1,4 +1,4 @@
-// What the vendor messages that travel most cost: encode and decode of the TLV.
+// Measures encoding and decoding the most frequent vendor messages.
 #include <benchmark/benchmark.h>
 
 #include <string>
@@ -63,7 +63,7 @@ void clientChunkTlv(benchmark::State& state) {
 }
 BENCHMARK(clientChunkTlv)->Name("wifi_client_chunk/tlv");
 
-// From the text to the sender's table.
+// Reads the text into the sender's table.
 void clientChunkRecords(benchmark::State& state) {
     startReferenceDevice();
     const std::string chunk = clientChunk();

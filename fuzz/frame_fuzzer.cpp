@@ -1,4 +1,4 @@
-// Frames from the wire into recv1905Msg: every step is a frame.
+// Feeds frames to recv1905Msg. Every step is a frame.
 #include "fuzz_device.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

@@ -41,7 +41,7 @@
 #include "wire/vend_msg.h"
 #include "wire/vend_tlv.h"
 
-// What a message may bring the daemon to do must not happen to the machine of the fuzzer.
+// A message may make the daemon reboot or run a command. Not on the machine of the fuzzer.
 extern "C" int reboot(int) noexcept {
     return 0;
 }
@@ -52,11 +52,11 @@ extern "C" int system(const char*) {
 namespace {
 
 constexpr Seconds kStart = 1'700'000'000;
-constexpr Seconds kLifetime = 131;  // after which everybody has been silent for too long
+constexpr Seconds kLifetime = 131;  // after that much silence all other devices have timed out
 constexpr unsigned kMaxSteps = 64;
 constexpr size_t kMsgIdOffset = 18;
 
-// The data model is written to a folder of its own that goes away with the process.
+// A folder for the data model, removed at the end of the process.
 class Folder {
   public:
     Folder() {
@@ -100,7 +100,7 @@ void scriptPlatform(uint8_t switches) {
     }
 }
 
-// Whatever others have said, a parser must take what is published of it.
+// The published files must be valid JSON, whatever other devices have sent.
 void checkPublished() {
     const std::string model =
         renderJsonDataModel(getAlTable(), getNetTopolTable(), getSecurityTable());
@@ -108,17 +108,18 @@ void checkPublished() {
     if (!nlohmann::json::accept(model) || !nlohmann::json::accept(autoconfig)) abort();
 }
 
-// A vendor message must be one that this device would take itself, of the length that it declares.
+// A vendor message must be one that this device itself would accept, of the length that it
+// declares.
 size_t parseOwnVendorTlv(Bytes area) {
     VendMsg msg;
     const size_t consumed = parseVendSpecTlv(area, msg);
     return consumed == parseUnsupportedTlv(area) ? consumed : 0;
 }
 
-// What this device builds itself must be well-formed, whatever it has heard before.
+// What this device builds itself must be well-formed, whatever it has received before.
 void checkSent(const FrameHdr& hdr, const Frame& frame) {
     Bytes area = Bytes(frame).subspan(kHeadersLen);
-    if (hdr.msgType == kMsgVendSpec && hdr.dstMac != k1905Multicast) {  // else it may be relayed
+    if (hdr.msgType == kMsgVendSpec && hdr.dstMac != k1905Multicast) {  // multicasts may be relayed
         if (!walkTlvs(area, parseOwnVendorTlv)) abort();
         return;
     }
@@ -133,8 +134,8 @@ void checkSent(const FrameHdr& hdr, const Frame& frame) {
 std::array<uint16_t, kMsgTypeNum> sentIds;
 
 void ask() {
-    static const MetricQuery query{1, {0x02, 0xAA, 0, 0, 0, 1}, 2};
-    static const RoleBand search{0, 1};
+    const MetricQuery query{1, {0x02, 0xAA, 0, 0, 0, 1}, 2};
+    const RoleBand search{0, 1};
     (void)requestSend1905UcastMsg(MacAddr{0x02, 0xAA, 0, 0, 0, 0x10}, kMsgMetricQuery,
                                   metricQueryBody(query));
     (void)requestSend1905McastMsg(kMsgApAutoConfSrch, apSearchBody(search));
@@ -233,7 +234,7 @@ void fuzzDevice(Bytes input, const FuzzTarget& target) {
 }
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    // The daemon's log is formatted and thrown away.
+    // The daemon's log is formatted and discarded.
     if (freopen("/dev/null", "w", stdout) == nullptr) abort();
     return 0;
 }

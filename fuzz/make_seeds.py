@@ -1,16 +1,18 @@
 #!/usr/bin/env python3
 """Writes inputs for the fuzzers into corpus/frame and corpus/slot.
 
-  make_seeds.py                     well-formed messages of all types, and some that are not;
-                                    requests of all kinds
-  make_seeds.py CAPTURE.pcap        what each device of a capture (lab/mesh capture) has heard
+  make_seeds.py                     messages of all types, well-formed and malformed; requests of
+                                    all kinds
+  make_seeds.py CAPTURE.pcap        what each device of a capture (lab/mesh capture) has received
 
-An input is a byte of switches, then steps of {options, seconds, length, bytes}; see
-fuzz_device.h and slot_fuzzer.cpp. Written without the daemon's own code, so that it does not share its mistakes.
+An input is a byte of switches, then steps of {options, seconds, length, bytes}; see fuzz_device.h
+and slot_fuzzer.cpp. The inputs are built without the daemon's own code, so that they do not share
+its mistakes.
 """
 import pathlib
 import struct
 import sys
+from random import Random
 
 MULTICAST = bytes.fromhex("0180c2000013")
 OWN_AL = bytes.fromhex("021905000001")
@@ -107,15 +109,16 @@ def seeds():
     answer = step(frame(3, response(), 0, **own), ANSWERS | PASS, 1)
     yield "exchange", case(hello, answer, step(frame(2, AL + END, 2, **own), PASS, 3))
     other = tlv(1, OTHER_AL) + tlv(2, OTHER_MAC) + END
-    yield "two_neighbours", case(
+    yield "two_neighbors", case(
         hello, answer, step(frame(0, other, src=OTHER_MAC), SECOND_PORT),
         step(frame(3, response(OTHER_AL, OTHER_MAC), 0, src=OTHER_MAC, **own),
              SECOND_PORT | ANSWERS | PASS, 2),
         step(frame(1, disc, 5, LAST | RELAY), PASS, 4),
         step(frame(1, disc, 5, LAST | RELAY), PASS | PORT_DOWN, 200))
     changed = device(PEER_AL, [intf(PEER_MAC, 1)])
-    changed += tlv(6, PEER_MAC + bytes.fromhex("02ee00000009")) + tlv(7, PEER_MAC + OTHER_AL + b"\0")
-    yield "changed_neighbours", case(
+    changed += tlv(6, PEER_MAC + bytes.fromhex("02ee00000009"))
+    changed += tlv(7, PEER_MAC + OTHER_AL + b"\0")
+    yield "changed_neighbors", case(
         hello, answer, step(frame(1, disc, 5, LAST | RELAY), PASS, 4),
         step(frame(3, changed + AL + END, 0, **own), ANSWERS | PASS, 1))
     yield "behind_bridge", case(
@@ -174,7 +177,7 @@ def client(mac, tx=b"t"):
 
 
 def vendor_payloads():
-    """Name of the input -> {type, payload}, by layout."""
+    """Maps the name of an input to the (type, payload) pairs of its messages, grouped by layout."""
     own, wired = OWN_AL, struct.pack(">H", 1)
     conf = [item(n, b"1") for n in (0, 1, 4, 9)] + [item(2, b"1.2.3\n"), item(3, b"\x01\x00")]
     conf += [item(n, b"text %d" % n) for n in (5, 6, 7, 8, 10, *range(13, 17), *range(19, 26), 42)]
@@ -233,7 +236,7 @@ def vendor_seeds():
              step(frame(3, response(), 0, dst=OWN_MAC), ANSWERS | PASS, 3)]
 
     def told(tlvs, switches=VERBOSE):
-        """Each in a message of its own, from a device that is known."""
+        """An input that sends each TLV in a message of its own, from a known device."""
         return case(*known, *(step(frame(4, one + END, 100 + i, dst=OWN_MAC), ANSWERS | PASS, 1)
                               for i, one in enumerate(tlvs)), switches=switches)
 
@@ -244,7 +247,7 @@ def vendor_seeds():
                                      VERBOSE | roles.get(name, 0))
     some = {kind: payload for payloads in groups.values() for kind, payload in payloads}
     some = list(some.items())
-    for n in (0, 1):  # half of the types each, as an input has room for 64 steps
+    for n in (0, 1):  # half of the types each: an input has at most 64 steps
         yield f"vendor_cut_{n}", told([vendor_tlv(kind, payload[:-1] if payload else b"")
                                        for kind, payload in some[n::2]], 0)
     yield "vendor_counts", told([vendor_tlv(kind, payload) for kind, payload in (
@@ -308,6 +311,11 @@ def slot_seeds():
     yield "unknown", case(*(request(n) for n in (1, 3, 217, 254, 255, 0xFFFF)))
     yield "interfaces", case(*(request(2, bytes([n]), options, 1) for n in (0, 1, 2, 255)
                                for options in (OWN_PID, OWN_PID | MARKS_IDLE, 0, MARKS_IDLE)))
+    random = Random(1905)
+    for n in range(8):
+        yield f"random_{n}", case(*known, *(
+            request(random.randrange(220), random.choice((PEER_AL, b"")) + random.randbytes(240))
+            for _ in range(60)))
     yield "uncollected", case(*(request(0, b"", OWN_PID | LEAVES) for _ in range(4)))
 
 
@@ -324,9 +332,9 @@ def packets(capture):
 
 
 def heard(capture):
-    """One input per device that told its AL MAC, with that device as the one under test."""
+    """One input per device whose AL MAC is known, with that device as the one under test."""
     frames = [(t, f) for t, f in packets(capture) if f[12:14] == b"\x89\x3a"]
-    # Both begin with a TLV that holds the sender's AL MAC, and nobody relays them.
+    # These types begin with a TLV that holds the sender's AL MAC, and are not relayed.
     devices = {f[6:12]: f[25:31] for _, f in frames if f[17] in (0, 3)}
     for mac, al in devices.items():
         steps, last = [], frames[0][0]

@@ -20,7 +20,7 @@ int main(int argc, char** argv) {
     }
     std::sort(files.begin(), files.end());
     for (const auto& path : files) {
-        fprintf(stderr, "%s\n", path.c_str());  // the last one is that which crashed
+        fprintf(stderr, "%s\n", path.c_str());  // after a crash, the last one is the culprit
         std::ifstream file(path, std::ios::binary);
         const std::vector<char> text{std::istreambuf_iterator<char>(file), {}};
         const std::vector<uint8_t> input(text.begin(), text.end());

@@ -1,5 +1,5 @@
-// Requests of local processes into runServiceMonitor: a step is a request slot, or with kFrame a
-// frame, so that there are neighbours to give orders to and answers of theirs.
+// Feeds requests of local processes to runServiceMonitor. A step is the content of a request slot,
+// or with kFrame a frame, which may announce a neighbor to give orders to, or be its answer.
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,14 +19,14 @@ namespace {
 constexpr uint8_t kFrame = 0x20;
 // Options of a request.
 constexpr uint8_t kOwnPid = 0x01;     // from a process that exists
-constexpr uint8_t kMarksIdle = 0x02;  // the client ends the wait of the daemon
-constexpr uint8_t kLeaves = 0x08;     // and does not collect its answer
+constexpr uint8_t kMarksIdle = 0x02;  // the client frees the request slot while the daemon waits
+constexpr uint8_t kLeaves = 0x08;     // the client does not collect its answer
 
 constexpr uint8_t kRawSend = 200;
 
 bool marksIdle = false;
 
-// Its bytes as a slot holds them.
+// The own process id as a slot holds it.
 std::array<uint8_t, sizeof(pid_t)> ownPid() {
     return std::bit_cast<std::array<uint8_t, sizeof(pid_t)>>(getpid());
 }
@@ -48,7 +48,7 @@ void post(Bytes bytes, uint8_t options) {
     slot[slots::kFlag.at] = slots::kFull;
     takeSent(true);
     if (runServiceMonitor() != 0 || slot[slots::kFlag.at] != slots::kIdle) abort();
-    // What a client has built itself is sent as it is.
+    // Messages that a client has built itself are sent unchecked.
     takeSent(slot[slots::kServId.at] != kRawSend);
     if ((options & kLeaves) == 0) (void)takeFlag(getServRespShm(), slots::kIdle);
 }
@@ -57,7 +57,7 @@ void step(Bytes bytes, uint8_t options) {
     (options & kFrame) != 0 ? receiveFrame(bytes, options) : post(bytes, options);
 }
 
-// Whatever was asked before, the next client is served.
+// The next client must be served, whatever the input was.
 void stop() {
     post({}, kOwnPid | kLeaves);  // service 0
     const uint8_t* const answer = getServRespShm();
@@ -70,7 +70,7 @@ void stop() {
 
 }  // namespace
 
-// The daemon sleeps only while it waits for a client.
+// The daemon sleeps only while it waits for a client, so this is the client's turn.
 extern "C" int usleep(useconds_t) {
     if (marksIdle) (void)takeFlag(getServReqShm(), slots::kIdle);
     return 0;

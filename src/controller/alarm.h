@@ -3,12 +3,12 @@
 
 #include <cstdint>
 
-// Installs the function that a firing alarm calls (its result is ignored). kOk, or kFailure for
-// a null handler.
+// Sets the function that the alarm calls; its result is ignored. kOk, or kFailure if handler is
+// nullptr.
 int setDiscMsgTransAlarmHandler(int (*handler)());
 
-// Arms the alarm in sec seconds, replacing an earlier time. kOk.
+// Sets the alarm to sec seconds from now. Replaces an earlier time. kOk.
 int setDiscMsgTransAlarm(uint16_t sec);
 
-// Disarms and fires the alarm when it is due. kOk, or kFailure when no handler is installed.
+// If the alarm is due, disarms it and calls the handler. kOk, or kFailure if no handler is set.
 int checkAlarms();

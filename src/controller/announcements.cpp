@@ -25,7 +25,7 @@ Announcements& module() {
 }
 
 int discAlarmHandler() {
-    rebindIntfPorts();  // a platform need not report that a port joined a bridge
+    rebindIntfPorts();  // the platform may not report that a port has joined a bridge
     if (getNetTopolCap() != 1) {
         LOG_PUTS(4, "The capability of network topology is disable\r");
         return setDiscMsgTransAlarm(kAlarmPeriod);

@@ -1,4 +1,5 @@
-// What the daemon sends on its own: discoveries from the alarm, one notification after changes.
+// What the daemon sends unasked: discoveries when the alarm fires, and a notification after
+// changes.
 #pragma once
 
 #include "base/clock.h"
@@ -8,16 +9,18 @@ struct Announcements {
     Seconds ntfRequestTime = 0;
 };
 
-// Sends the first discoveries, installs and arms the discovery alarm, and registers for the
-// platform's network-status events. kOk, or kTopolDisabled when the topology capability is off
-// (the daemon goes on in either case).
+// Sends the first discoveries, sets the discovery alarm, and registers for the platform's
+// network-status events. kOk, or kTopolDisabled if the topology capability is off, with which the
+// daemon runs too.
 int initMessageHandler();
 
-// Asks for one topology notification; requests within the second before it leaves are one. kOk.
+// Requests a topology notification. It is delayed by a second or two, and later requests in that
+// time add nothing. kOk.
 int requestSendTopolNtfMsg();
 
-// Sends the pending notification when it is due. Called on every pass of the main loop. kOk.
+// Sends the requested notification if it is due. Called on every pass of the main loop. kOk.
 int checkUnsentTopolNtfMsg();
 
-// Multicasts a topology discovery, and LLDP frames with it. kOk or kFailure.
+// Multicasts a topology discovery and sends LLDP frames. kOk, or kFailure if the discovery cannot
+// be sent.
 int sendTopolDisc();

@@ -36,7 +36,7 @@ bool isClientReportWanted() {
     return getSendWIFIClientInfo_flag() == 1;
 }
 
-// Every pass looks after renews and device-mode changes that are under way.
+// Renews and device-mode changes under way are checked on every pass.
 int checkRenewals() {
     if (getSendRenew_flag() == 1) check_Renew_timeout();
     if (getChangetomeout_flag() == 1) (void)check_ChangeDeviceMode_timeout();
@@ -51,7 +51,7 @@ struct Check {
     int (*run)();
 };
 
-// To add a check: a row here, its stamp in CheckId, its period in ScheduleSettings.
+// A new check needs a row here, an entry in CheckId and a period in ScheduleSettings.
 constexpr Check kChecks[] = {
     {"sendWIFIClientInfo", &S::Time_SENDWIFICLIENTINFO, kCheckWIFIClientInfo, isClientReportWanted,
      sendWIFIClientInfo},
@@ -64,7 +64,7 @@ constexpr Check kChecks[] = {
      checkWIFIChannelSync},
     {"checkWIFIStateSync", &S::Time_CHECKWIFISTATESYNC, kCheckWIFIStateSync, isDefaultModel,
      checkWIFIStateSync},
-    // The stamp follows the period, also when no order waits.
+    // No condition: the period counts even while no order waits.
     {"checkSpeedTestCtrl", &S::Time_CHECKSPEEDTESTCTRLSTATE, kCheckSpeedTestCtrl, nullptr,
      runSpeedTestCtrl},
     {"sendSpeedTestData", &S::Time_SENDSPEEDTESTDATA, kCheckSpeedTestData, nullptr,
@@ -105,7 +105,7 @@ consteval bool checksAreInOrder() {
 }
 static_assert(checksAreInOrder());
 
-// What is not asked for by force waits until more than these have passed.
+// Unless forced, these parts wait until more than this time has passed.
 constexpr Seconds kQueryPause = 2;
 constexpr Seconds kRootApPause = 10;
 
@@ -120,22 +120,22 @@ void runChecks(Seconds time) {
             continue;
         }
         if (check.condition != nullptr && !check.condition()) continue;
-        // A check that fails waits for its next period, too.
+        // Set before the check runs: one that fails waits for its next period too.
         checkTimeStamp(check.stamp) = time;
         LOG(5, "%s\n", check.name);
         (void)check.run();
     }
 }
 
-// True, with the stamp set to time, by force or after a pause.
-bool comesDue(Seconds& stamp, Seconds time, int force, Seconds pause) {
+// True, with the stamp set to time, if forced or after the pause.
+bool restartIfDue(Seconds& stamp, Seconds time, int force, Seconds pause) {
     if (force != 1 && time - stamp <= pause) return false;
     stamp = time;
     return true;
 }
 
-// True, with the stamps set to time, when the device is to be asked.
-bool comesDue(MsgCheckConfig& record, Seconds time, int32_t period, int32_t timeout) {
+// True, with the stamps set to time, if the device must be queried.
+bool restartIfDue(MsgCheckConfig& record, Seconds time, int32_t period, int32_t timeout) {
     const bool again = time - record.checkTime >= period;
     const bool unanswered = record.checkFlag == 0 && time - record.timeout >= timeout;
     if (!again && !unanswered) return false;
@@ -151,16 +151,16 @@ void queryDevices(Seconds time) {
         MacAddr alMac;
         bool conf, pwrState;
     };
-    // All records are done with before anything is sent.
+    // Nothing is sent while a record is in use.
     std::vector<Query> queries;
     const S& settings = scheduleSettings();
     for (auto& dev : topol->devs) {
-        // Meant: the record named after the power state is that of the configuration queries, and
-        // the one named after the device information that of the power-state query.
-        const bool conf = comesDue(dev.flagPowerstate, time, settings.Time_POWERSTATE,
-                                   settings.Timeout_POWERSTATE);
-        const bool pwrState = comesDue(dev.flagDeviceinfo, time, settings.Time_DEVICEINFO,
-                                       settings.Timeout_DEVICEINFO);
+        // Meant: the record named after the power state times the configuration queries, the one
+        // named after the device information the power-state query.
+        const bool conf = restartIfDue(dev.flagPowerstate, time, settings.Time_POWERSTATE,
+                                       settings.Timeout_POWERSTATE);
+        const bool pwrState = restartIfDue(dev.flagDeviceinfo, time, settings.Time_DEVICEINFO,
+                                           settings.Timeout_DEVICEINFO);
         if (conf || pwrState) queries.push_back({dev.alMac, conf, pwrState});
     }
     for (const auto& query : queries) {
@@ -200,44 +200,20 @@ void logRecord(const MsgCheckConfig& record) {
 }  // namespace
 
 void MessageTransmitterLoop(Seconds time, int force) {
-    // All periods and pauses are whole seconds: within the second of the last pass nothing comes
-    // due by itself.
+    // All periods are whole seconds, so nothing else can be due twice in the same second.
     if (force != 1 && time == loop().lastPass) {
         checkRenewals();
         return;
     }
     loop().lastPass = time;
     runChecks(time);
-    if (comesDue(loop().lastQueries, time, force, kQueryPause)) queryDevices(time);
-    if (!rootApMeshMacsPublished() && comesDue(loop().lastMeshMacs, time, force, kRootApPause)) {
+    if (restartIfDue(loop().lastQueries, time, force, kQueryPause)) queryDevices(time);
+    if (!rootApMeshMacsPublished() &&
+        restartIfDue(loop().lastMeshMacs, time, force, kRootApPause)) {
         publishRootApMeshMacs();
     }
-    if (isRootApIpWanted() && comesDue(loop().lastIp, time, force, kRootApPause)) publishRootApIp();
-}
-
-int getMessageTransmitterCheck(const MacAddr& alMac, const char* flagName, MsgCheckConfig* record) {
-    if (flagName == nullptr || record == nullptr) {
-        LOG_PUTS(4, "Error !");
-        return kFailure;
-    }
-    const MsgCheckConfig* found = findRecord(alMac, flagName);
-    if (found == nullptr) return kFailure;
-    *record = *found;
-    logRecord(*record);
-    return kOk;
-}
-
-int setMessageTransmitterCheck(const MacAddr& alMac, const char* flagName,
-                               const MsgCheckConfig* record) {
-    if (flagName == nullptr || record == nullptr) {
-        LOG_PUTS(4, "Error !");
-        return kFailure;
-    }
-    MsgCheckConfig* found = findRecord(alMac, flagName);
-    if (found == nullptr) return kFailure;
-    *found = *record;
-    logRecord(*record);
-    return kOk;
+    if (isRootApIpWanted() && restartIfDue(loop().lastIp, time, force, kRootApPause))
+        publishRootApIp();
 }
 
 int setMessageTransmitterCheckFlag(const MacAddr& alMac, const char* flagName, int flag) {
@@ -266,4 +242,29 @@ void deviceDescribed(const MacAddr& alMac) {
 void deviceAnswered(const MacAddr& alMac, AwaitedAnswer answer) {
     const bool conf = answer == AwaitedAnswer::kConf;
     (void)setMessageTransmitterCheckFlag(alMac, conf ? "flag_deviceinfo" : "flag_powerstate", 1);
+}
+
+int getMessageTransmitterCheck(const MacAddr& alMac, const char* flagName, MsgCheckConfig* record) {
+    if (flagName == nullptr || record == nullptr) {
+        LOG_PUTS(4, "Error !");
+        return kFailure;
+    }
+    const MsgCheckConfig* found = findRecord(alMac, flagName);
+    if (found == nullptr) return kFailure;
+    *record = *found;
+    logRecord(*record);
+    return kOk;
+}
+
+int setMessageTransmitterCheck(const MacAddr& alMac, const char* flagName,
+                               const MsgCheckConfig* record) {
+    if (flagName == nullptr || record == nullptr) {
+        LOG_PUTS(4, "Error !");
+        return kFailure;
+    }
+    MsgCheckConfig* found = findRecord(alMac, flagName);
+    if (found == nullptr) return kFailure;
+    *found = *record;
+    logRecord(*record);
+    return kOk;
 }

@@ -2,7 +2,6 @@
 
 #include <cstdlib>
 #include <list>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -20,11 +19,11 @@
 
 namespace {
 
-constexpr Seconds kTooFast = 9;          // after an order none is sent again
-constexpr Seconds kNotYet = 30;          // nor until then
-constexpr Seconds kDownload = 79;        // a device that was ordered so recently is at work
-constexpr Seconds kUpgradeTime = 240;    // a device that says so upgrades that long
-constexpr long kItemFormVersion = 1502;  // of the component that takes the order with a file name
+constexpr Seconds kTooFast = 9;          // the log line differs from that of kNotYet
+constexpr Seconds kNotYet = 30;          // no second order is sent within this time
+constexpr Seconds kDownload = 79;        // after an order the device is taken to be downloading
+constexpr Seconds kUpgradeTime = 240;    // a device that reports an upgrade is left alone
+constexpr long kItemFormVersion = 1502;  // component version that takes an order with a file name
 constexpr uint8_t kDownloadOption = 6;
 constexpr uint8_t kTopoOption = 1;
 
@@ -39,7 +38,7 @@ bool isUpgradeOverdue(const MacAddr& alMac) {
     return entry == nullptr || now() - entry->time > kUpgradeTime;
 }
 
-// True when an order was sent.
+// Orders an upgrade if the versions differ. True if an order was sent.
 bool orderOrNote(const Ieee1905DevTable& dev, const char* ownHostname, bool different) {
     if (different) {
         return sendEXdeviceFWCtrl(dev.alMac, dev.info.fwUpgradeVersion, ownHostname,
@@ -49,7 +48,7 @@ bool orderOrNote(const Ieee1905DevTable& dev, const char* ownHostname, bool diff
     return false;
 }
 
-// True when an order was sent to the device.
+// Orders an upgrade if the device's state allows it. True if an order was sent.
 bool upgrade(const Ieee1905DevTable& dev, int32_t mode) {
     LOG(4,
         "alMac : [" MAC_FMT "], Hostname = [%s], firmwareversion = [%s], firmwareStatus  = [%d]\n",
@@ -77,7 +76,8 @@ bool upgrade(const Ieee1905DevTable& dev, int32_t mode) {
     }
 }
 
-// Ready to reboot, or with nothing to do. Whoever does not tell is asked.
+// True if the device is ready to reboot, or has nothing to upgrade. In any other state the device
+// is asked for it again.
 bool isReady(const Ieee1905DevTable& dev) {
     if (dev.firmwareState == PLATFORM_FW_REBOOT) return true;
     if (dev.firmwareState == PLATFORM_FW_IDLE || dev.firmwareState == PLATFORM_FW_FAILED) {
@@ -95,7 +95,7 @@ std::vector<uint8_t> textItem(const char* text) {
     return {line.begin(), line.end()};
 }
 
-// The order with its values as items.
+// The order in the form whose values are items.
 VendPayload itemForm(const char* url, const char* fileName) {
     FwCtrl2Req request;
     request.items = {{kFwOption, {kDownloadOption}}, {kFwTopoOption, {kTopoOption}}};
@@ -104,7 +104,7 @@ VendPayload itemForm(const char* url, const char* fileName) {
     return request;
 }
 
-// True when the last order to the device is too recent for another.
+// True if the last order to the device is too recent for another one.
 bool isTooSoon(const MacAddr& alMac) {
     const FWupgradeEntry* entry = findFWupgradelist(alMac);
     if (entry == nullptr) return false;
@@ -165,7 +165,7 @@ int sendEXdeviceFWCtrl(const MacAddr& alMac, std::string_view version, const cha
     addFWupgradelistHistory(alMac, 1);
     Outputlog("[FWupgrade] send (URL:%s)(FileName:%s) to (" MAC_FMT ")", url, fileName,
               MAC_ARGS(alMac));
-    // Meant: exactly this version of the extender's component, no other, takes the item form.
+    // Meant: exactly this version of the component, not a later one, takes the item form.
     if (strtol(versionText.c_str(), nullptr, 10) == kItemFormVersion) {
         (void)sendVendMsg(alMac, VEND_MSG_TYPE_FW_CTRL_2_REQ, itemForm(url, fileName));
     } else {

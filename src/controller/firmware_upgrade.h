@@ -8,19 +8,19 @@
 
 #include "base/mac_addr.h"
 
-// Sends a device its order. version is what its firmware-upgrade component told; the host names
-// select what the platform offers. kOk, or kFailure when the last order is not long ago or the
-// platform offers nothing.
+// Orders a device to upgrade. version is the version of the device's firmware-upgrade component;
+// the platform chooses the firmware by the two host names. kOk, or kFailure if the last order was
+// sent a short while ago or the platform has no firmware.
 int sendEXdeviceFWCtrl(const MacAddr& alMac, std::string_view version, const char* ownHostname,
                        const char* hostname);
 
-// Asks a device for its firmware state. The result of the send.
+// Asks a device for its firmware state. kFailure without a database, else the result of the send.
 int sendFWStatechangeRequest(const MacAddr& alMac);
 
-// Sends a firmware order with these arguments; url may be nullptr. The result of the send.
+// Sends a firmware order with these values; url may be nullptr. Returns the result of the send.
 int sendFWCtrlTodevice(const MacAddr& alMac, uint8_t fwOption, uint8_t fwTopoOption,
                        const char* url);
 
-// Asks the platform for the state of the own upgrade (both values are passed on to it) and stores
-// it; a change rewrites the data model. kOk.
+// Asks the platform for the state of the own upgrade and stores it. Both values are passed to the
+// platform unchanged. A new state rewrites the data model. kOk.
 int updateFWUpgradeStatus(int32_t value1, int32_t value2);

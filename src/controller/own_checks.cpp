@@ -14,8 +14,8 @@
 
 namespace {
 
-// Asks the platform by get, which returns 0 on success, and hands the answer to
-// apply(AlTable&, answer), which returns whether it changed the record.
+// Reads the platform's answer by get, which returns 0 on success, and stores it by
+// apply(AlTable&, answer), which returns true if it changed the record.
 template <typename Answer, typename Apply>
 int refresh(int (*get)(Answer*), Apply&& apply) {
     AlTable* al = getAlTable();
@@ -24,12 +24,15 @@ int refresh(int (*get)(Answer*), Apply&& apply) {
     return apply(*al, answer) ? requestUpdateDataModel(0) : kOk;
 }
 
-// A text of the own record: the field, and the member of the platform's answer.
+// A text of the own record, and the member of the platform's answer that it is read from.
 template <typename Answer, size_t N, size_t M>
 struct TextRow {
     Text<N> DeviceInfo::*field;
-    char (Answer::*told)[M];
+    char (Answer::*source)[M];
 };
+// Clang before 17 needs this guide for an aggregate.
+template <typename Answer, size_t N, size_t M>
+TextRow(Text<N> DeviceInfo::*, char (Answer::*)[M]) -> TextRow<Answer, N, M>;
 
 template <size_t N>
 bool storeText(Text<N>& field, std::string_view text) {
@@ -40,13 +43,13 @@ bool storeText(Text<N>& field, std::string_view text) {
 template <typename Answer, size_t N, size_t M, typename... More>
 int refreshTexts(int (*get)(Answer*), TextRow<Answer, N, M> row, More... more) {
     return refresh(get, [&](AlTable& al, const Answer& answer) {
-        bool changed = storeText(al.info.*row.field, fieldText(answer.*row.told));
-        ((changed |= storeText(al.info.*more.field, fieldText(answer.*more.told))), ...);
+        bool changed = storeText(al.info.*row.field, fieldText(answer.*row.source));
+        ((changed |= storeText(al.info.*more.field, fieldText(answer.*more.source))), ...);
         return changed;
     });
 }
 
-// The same for a text of the field's own size.
+// The same for an answer that is one text, as long as the field.
 template <size_t N>
 int refreshText(int (*get)(char*), Text<N> DeviceInfo::*field) {
     AlTable* al = getAlTable();
@@ -114,7 +117,7 @@ int checkEthernetPortState() {
     decltype(DeviceInfo::ethernetPortState) state;
     if (al == nullptr || getEthernetPortState(state.data()) != 0) return kFailure;
     state.terminate();
-    // It goes into the data model as it is, quotes included.
+    // The text is copied into the data model unchanged, so it must be valid JSON.
     if (!isJsonItems(state)) return kFailure;
     return store(al->info.ethernetPortState, state) ? requestUpdateDataModel(0) : kOk;
 }

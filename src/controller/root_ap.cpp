@@ -29,7 +29,7 @@ void noteMeshMac(const DevIntf& intf) {
     }
 }
 
-// It comes from another device and goes to the shell.
+// Checked because the text comes from another device and is part of a shell command.
 bool isIpAddress(const Text<32>& text) {
     in6_addr address{};
     return inet_pton(AF_INET, text.c_str(), &address) == 1 ||
@@ -53,7 +53,7 @@ void publishRootApMeshMacs() {
                      [](const RootApMeshRow& row) { return row.found; })) {
         return;
     }
-    // Meant: a file that cannot be written is not tried again.
+    // Meant: there is no second attempt if the file cannot be written.
     rootAp().flag_rootap_mesh_mac = 1;
     std::string text;
     for (const auto& row : rootAp().rows) {

@@ -1,4 +1,5 @@
-// What the other programs of a mesh want to know of its root AP, in two files of /tmp.
+// Publishes the addresses of the mesh's root AP, which is the Registrar, for other programs on this
+// device: two files in /tmp.
 #pragma once
 
 #include <array>
@@ -20,11 +21,13 @@ struct RootAp {
     std::string folder = "/tmp";
 };
 
-// Once in the daemon's life, as soon as the Registrar has told the names of its three mesh
-// interfaces: writes their MACs into ROOTAP_MESH_MAC.
+// Writes the MACs of the Registrar's three mesh interfaces to ROOTAP_MESH_MAC, once all three are
+// known by name.
 void publishRootApMeshMacs();
+// True once publishRootApMeshMacs has tried to write the file, which it does only once.
 bool rootApMeshMacsPublished();
 
-// Writes the Registrar's IP address into rootap_ip whenever it changes. For Enrollees only.
+// Writes the Registrar's IP address to rootap_ip if it has changed.
 void publishRootApIp();
+// True on Enrollees, which alone publish the IP address.
 bool isRootApIpWanted();

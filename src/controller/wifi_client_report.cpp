@@ -49,7 +49,7 @@ int sendWIFIClientInfo() {
         return kFailure;
     }
     std::vector<WifiClient> clients;
-    // A platform that tells none has none.
+    // A platform that cannot list its stations is treated as one without stations.
     if (getWIFIConfdata(clients) != kOk || clients.empty()) {
         LOG_PUTS(4, "No WIFI client.");
         return kFailure;

@@ -1,5 +1,5 @@
-// The report of the Wi-Fi stations of this device, from which every device of the mesh shows rate
-// and signal of a Wi-Fi link.
+// The report of the Wi-Fi stations of this device, from which the other devices know the rate and
+// the signal of its Wi-Fi links.
 #pragma once
 
 #include <cstdint>
@@ -7,15 +7,20 @@
 
 #include "db/records.h"
 
-// Multicasts the stations that the platform knows, in as few messages as they fit into. A station
-// whose texts are too long for a record of 150 characters is left out. kOk, or kFailure when the
-// report is switched off, there is no station, or no database.
+// Multicasts the stations that the platform knows, several per message. A station whose record
+// would have more than 150 characters is left out. kOk, or kFailure if the report is switched off,
+// there is no station, or there is no database.
 int sendWIFIClientInfo();
 
-// Fetches the stations; ownerAlMac is that of the known device that has the station as one of its
-// interfaces, else zero. kOk, or kFailure when the platform does not tell.
+// Appends the stations that the platform knows to list. ownerAlMac is the AL MAC of the device that
+// has the station as one of its interfaces, zero if there is none. kOk, or kFailure if the platform
+// does not know the stations.
 int getWIFIConfdata(std::vector<WifiClient>& list);
 
-// The switch: 1 sends, any other value does not.
+// The switch of the report: 1 is on, any other value off.
 int32_t getSendWIFIClientInfo_flag();
+
+// The daemon itself does not call this one.
+
+// Sets the switch.
 void setSendWIFIClientInfo_flag(int32_t flag);

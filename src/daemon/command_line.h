@@ -3,7 +3,8 @@
 
 #include <string>
 
-// Values as given; the defaults mean "not given" or are what the platform gets then.
+// The values of the options. -1 and "" mean that the option was not given; the other defaults are
+// what the platform gets then.
 struct CommandLine {
     std::string confFolder = "/etc/vm1905";  // -c
     int debugLevel = -1;                     // -d
@@ -19,7 +20,8 @@ struct CommandLine {
     int approve = 0;                         // -a
 };
 
-// Reads the arguments. False when the usage is to be printed instead: -h or an unknown option.
+// Reads the arguments of main() into out. False for -h or an unknown option; print the usage then.
 [[nodiscard]] bool parseCommandLine(int argc, char* const* argv, CommandLine& out);
 
+// Prints the usage to standard output. program is argv[0].
 void printUsage(const char* program);

@@ -19,7 +19,7 @@ namespace {
 
 constexpr const char* kFolder = "/tmp";
 constexpr const char* kDebugFile = "/tmp/vm1905_debug";
-constexpr time_t kSettled = 2;  // seconds after which a change gets a later time stamp
+constexpr time_t kSettled = 2;  // seconds after which a further change has a later time stamp
 
 ControlFiles& module() {
     return stateOf<ControlFiles>();
@@ -30,7 +30,8 @@ bool exists(const char* path) {
     return stat(path, &info) == 0;
 }
 
-// When the folder last changed, zero when it was just now: a further change may bear the same time.
+// The time at which the folder last changed. Zero if that is so recent that a further change could
+// have the same time stamp.
 timespec lastChange() {
     struct stat info {};
     const bool settled = stat(kFolder, &info) == 0 && wallClock() - info.st_mtim.tv_sec >= kSettled;
@@ -43,7 +44,8 @@ bool isStillEmpty(const timespec& change) {
 }
 
 void cleanUp() {
-    // Meant: the pattern does not match the control files, which act until somebody deletes them.
+    // Meant: the pattern does not match the control files, which act until the operator deletes
+    // them.
     (void)runShell("%s%s", "rm -rf ", "/tmp/vm905_*");
 }
 
@@ -71,7 +73,7 @@ int disableTopol() {
 }
 
 int readDebugLevel() {
-    // O_NONBLOCK: a FIFO of that name must not stop the daemon.
+    // O_NONBLOCK: a FIFO of that name must not block the daemon.
     Fd fd(open(kDebugFile, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!fd) {
         LOG(2, "can't open file: %s\r\n", kDebugFile);
@@ -93,7 +95,7 @@ struct ControlFile {
     int (*obey)();
 };
 
-// In the order in which they are obeyed.
+// In the order in which they are handled.
 constexpr ControlFile kControlFiles[] = {
     {"/tmp/vm1905_stop", stop},
     {"/tmp/vm1905_restart", restart},

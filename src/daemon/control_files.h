@@ -1,18 +1,18 @@
-// The control files under /tmp with which an operator steers a running daemon.
+// The control files in /tmp with which an operator controls a running daemon.
 #pragma once
 
 #include <ctime>
 
 struct ControlFiles {
     int g_restart_flag = 0;
-    // When /tmp had last changed when it was found without a control file; zero if that is unknown.
-    // To look for five files costs more than all else that an idle daemon does.
+    // The time stamp of /tmp when it last held no control file, zero if unknown. While it stays the
+    // same there is nothing to look for, which would cost more than the rest of an idle pass.
     timespec emptySince{};
 };
 
-// Looks for the files and acts on those that exist. kOk, or kFailure when the debug file cannot be
-// opened. Called by the main loop once a second.
+// Looks for the files and acts on those that exist. Called by the main loop once a second. kOk, or
+// the result of the first action that fails.
 int checkScriptCmd();
 
-// True once a restart was asked for.
+// True once a restart was requested.
 bool restartRequested();

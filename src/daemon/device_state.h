@@ -1,5 +1,5 @@
-// All that a device knows: the state of every module, lowest floor first. The daemon has one; a
-// test or simulation may make several and clears one by making it anew.
+// The whole state of a device: that of every module, lowest floor first. The daemon has one. A test
+// or simulation may have several; it clears a device by creating it again.
 #pragma once
 
 #include <tuple>
@@ -41,6 +41,6 @@ using ModuleStates = std::tuple<                                          //
 
 struct DeviceState : ModuleStates {};
 
-// From now on every module works on this device, which must outlive its use. The debug level and
-// the clock are the process's and stay as they are.
+// From now on every module works on this device, which must live as long. The debug level and the
+// clock belong to the process and stay as they are.
 void useDevice(DeviceState& device);

@@ -24,7 +24,8 @@
 
 namespace {
 
-// A standard stream that is closed would become a socket or a file of ours, and the log go there.
+// Opens closed standard streams. Otherwise a socket or a file of the daemon would get the number of
+// standard output, and the log would be written to it.
 void keepStandardStreams() {
     int fd = 0;
     do {
@@ -75,9 +76,9 @@ constexpr Init kInits[] = {
     {initServiceMonitor, "failed to initialize service monitor\r"},
 };
 
-// The start-up switches for the platform's WPS configuration.
+// Hands the start-up switches to the platform.
 void applySwitches(const CommandLine& line) {
-    // Meant: only the device type is checked, the other two pass whatever they are.
+    // Meant: only the device type is checked, not the other two.
     if (isSwitch(line.deviceType)) {
         LOG(3, "set DeviceType configuration value to (%d) from argument\r\n", line.deviceType);
         LOG(3, "set SendSearchMsg configuration value to (%d) from argument\r\n", line.sendSearch);

@@ -87,13 +87,13 @@ int runStateMachine() {
 int runMainLoop() {
     Seconds lastLook = 0;
     while (getSysState() == kRunning) {
-        // Once a second, which is how often the loop passes when nothing happens: to look costs
-        // more than to handle a frame.
+        // Only once a second, as often as an idle loop runs: looking costs more than handling a
+        // frame.
         const Seconds time = now();
         if (time != lastLook) (void)checkScriptCmd();
         lastLook = time;
         if (runPass() != kOk) return kFailure;
-        // A timer costs more than a frame, too: the pause is for passes that nothing has paced.
+        // A timer also costs more than a frame. Only a pass that neither waited nor read needs one.
         if (messageMonitorIsPaced()) {
             (void)sched_yield();
         } else {

@@ -1,18 +1,18 @@
-// Start of the controllers and the polling loop.
+// The start of the controllers, and the main loop.
 #pragma once
 
-// Installs the calls upward (db/upcalls.h).
+// Sets the functions that lower floors call in higher ones (db/upcalls.h).
 void installUpcalls();
 
-// Starts platform and monitors. kOk or kFailure.
+// Starts the platform library and the monitors. kOk, or kFailure if one of them fails.
 [[nodiscard]] int startControllers();
 
-// One pass of the main loop but for its control files and its pause. kOk, or kFailure when a
-// monitor or the platform fails.
+// One pass of the main loop, without control files and pause. kOk, or kFailure if a monitor or the
+// platform library fails.
 [[nodiscard]] int runPass();
 
-// Starts the controllers and runs the main loop until it ends. kOk or kFailure.
+// Starts the controllers and runs the main loop until it ends. kOk, or kFailure if either fails.
 int runStateMachine();
 
-// Polls until the system state is stopped. kOk, or kFailure when a monitor or the platform fails.
+// Repeats passes until the system state is stopped. kOk, or kFailure if a pass fails.
 [[nodiscard]] int runMainLoop();

@@ -18,8 +18,8 @@ struct Received {
     Bytes area;
 };
 
-// A TLV of a message, and the function that reads it into the record of the message. It takes the
-// bytes from the TLV's header on and returns how many it consumed, 0 to reject.
+// A TLV type, and the function that reads such a TLV into the record of the message. It gets the
+// bytes from the TLV's header on and returns how many it consumed, 0 to reject the message.
 template <typename Record>
 struct TlvRow {
     uint8_t type;
@@ -44,7 +44,7 @@ bool parseArea(Bytes area, Record& record, const TlvRow<Record> (&rows)[N]) {
     return walkTlvs(area, parse) && parseEndOfMsgTlv(area) == kOk;
 }
 
-// A message of this device's own, come back.
+// True if the message was sent by this device itself.
 bool isLoop(const MacAddr& alMac) {
     if (!isOwnAlMac(alMac)) return false;
     LOG(4, "loop alMac = " MAC_FMT " , return FAILURE\n", MAC_ARGS(alMac));
@@ -57,7 +57,8 @@ size_t parseForeignAlMac(MacAddr& alMac, Bytes tlv) {
     return consumed != 0 && isLoop(alMac) ? 0 : consumed;
 }
 
-// Handles a multicast unless it was seen before. relay is for the types that are relayed.
+// Handles a multicast unless it was seen before. seenAs is the message type under which it is
+// remembered; relay is true for the types that are relayed.
 template <typename Handle>
 int handleOnce(const Received& msg, const MacAddr& alMac, uint16_t seenAs, bool relay,
                Handle&& handle) {
@@ -67,7 +68,7 @@ int handleOnce(const Received& msg, const MacAddr& alMac, uint16_t seenAs, bool 
         return seen;
     }
     const int result = handle();
-    // Meant: a message is relayed whatever its handler answered.
+    // Meant: a message is relayed even if its handler fails.
     if (relay && mayRelay) (void)requestRelayMcastMsg(msg.port);
     return result;
 }
@@ -99,7 +100,7 @@ int parseTopolDisc(const Received& msg) {
 int parseTopolNtf(const Received& msg) {
     Announcement info;
     if (!parseAnnouncement(msg, info)) return kFailure;
-    // Meant: notifications are remembered as discoveries are.
+    // Meant: notifications are remembered under the type of discoveries.
     return handleOnce(msg, info.alMac, kMsgTopolDisc, true, [&] {
         return handleTopolNtfMsg(msg.port.name, msg.port.mac, msg.port.mediaType, msg.hdr.srcMac,
                                  info.alMac);
@@ -335,8 +336,8 @@ constexpr std::array<Parser, kMsgTypeNum> kParsers{
     parsePBJoinNtf,
 };
 
-// Whether a response answers a query of ours. The AP-autoconfiguration search went out by
-// multicast and stands under the own AL MAC.
+// True if a response answers a query of this device. The AP-autoconfiguration search is a
+// multicast, so it is registered under the own AL MAC.
 bool answersQuery(uint16_t msgType, uint16_t msgId, const MacAddr& srcMac, int logLevel) {
     const MacAddr* own = getAlMac();
     const MacAddr& asked = msgType == kMsgApAutoConfResp && own != nullptr ? *own : srcMac;

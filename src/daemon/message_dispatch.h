@@ -1,5 +1,5 @@
-// From a received message to its handler: pairs responses with queries, parses the TLVs, drops
-// echoes and duplicates, and relays the multicasts that are relayed.
+// The way of a received message to its handler: matches responses with queries, parses the TLVs,
+// drops own messages and duplicates, and relays multicasts.
 #pragma once
 
 #include <cstdint>
@@ -8,16 +8,16 @@
 #include "net/fragment_store.h"
 #include "net/ports.h"
 
-// Handles the TLV area of an unfragmented message. The result of its handler; kFailure when it
-// was dropped, kDuplicate when it was generated or received before.
+// Handles the TLV area of an unfragmented message. Returns the result of its handler, kFailure if
+// it was dropped, or kDuplicate if it was sent or received before.
 [[nodiscard]] int parse1905Msg(Port& port, const FrameHdr& hdr, Bytes area);
 
-// Handles a message of which all fragments have arrived. The result of its handler, kOk when it
-// answers no query, kFailure when it does not parse.
+// Handles a message whose fragments have all arrived. Returns the result of its handler, kOk if it
+// answers no query, or kFailure if it cannot be parsed.
 [[nodiscard]] int parse1905FragMsg(Port& port, const FragCmdu& cmdu);
 
-// kOk for a new message, which is remembered, kDuplicate for one seen within 5 seconds. mayRelay
-// becomes false when so many messages came at once that the memory no longer tells what was seen:
-// relaying could then go round in circles.
+// Remembers a multicast of the device alMac. kOk if it is new, kDuplicate if it was seen in the
+// last 5 seconds. Sets mayRelay to false if too many messages came at once to remember them all: a
+// relayed message could then circulate.
 [[nodiscard]] int checkMcastMsgReceived(const MacAddr& alMac, uint16_t msgType, uint16_t msgId,
                                         bool& mayRelay);

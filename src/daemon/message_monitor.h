@@ -7,22 +7,25 @@
 
 struct MessageMonitor {
     uint32_t state = kUninit;
-    bool paced = false;  // the last pass
+    bool paced = false;  // the last pass waited or read a frame
 };
 
-// Builds the ports. kOk or kFailure.
+// Opens the ports. kOk, or kFailure if that fails.
 [[nodiscard]] int initMessageMonitor();
-// Starts transmitter, receiver and handlers. kOk or kFailure.
+// Starts transmitter, receiver and handlers. kOk, or kFailure if one fails or the monitor is not
+// initialized.
 [[nodiscard]] int startMessageMonitor();
-// Waits at most one second for a frame or a poke of the wake FIFO, and receives at most one frame a
-// port. kOk, or kFailure when the
-// monitor was not started.
+// Waits at most one second for a frame or for the wake FIFO, and receives at most one frame per
+// port. kOk, or kFailure if the monitor was not started.
 [[nodiscard]] int runMessageMonitor();
-// True when the last pass waited its time or read a frame. One that did neither would come again at
-// once, without end.
+// True if the last pass waited its full time or read a frame. The main loop pauses after any other
+// pass, so that it does not spin.
 bool messageMonitorIsPaced();
-// Closes the ports. kOk, kInvalidState when there is nothing to destroy, or kFailure.
+// Closes the ports. kOk, kInvalidState if the monitor is not initialized, or kFailure if a port
+// cannot be closed.
 int destroyMessageMonitor();
 
-// A MonitorState.
+// The daemon itself does not call this one.
+
+// The MonitorState.
 uint32_t getMessageMonitorState();

@@ -34,7 +34,7 @@ bool readFrame(const Port& port) {
     return true;
 }
 
-// True when the frame comes from one of the own interfaces.
+// True if the frame comes from one of the own interfaces.
 bool checkmacSaLoop(const MacAddr& srcMac) {
     const auto& intfs = getIntfTable();
     return std::any_of(intfs.begin(), intfs.end(),
@@ -59,7 +59,7 @@ bool acceptHeaders(const Port& port, const FrameHdr& hdr) {
     return hdr.version == kCmduVersion;
 }
 
-// Reports a message that does not parse.
+// Logs a message that cannot be parsed.
 int reported(int result, const FrameHdr& hdr) {
     if (result != kFailure) return kOk;
     LOG(2, "failed to parse the IEEE1905.1 TLVs (type = %d, id = %d)\r\n", hdr.msgType, hdr.msgId);
@@ -74,7 +74,7 @@ int handleLastFragment(Port& port, const FrameHdr& hdr, Bytes area) {
     }
     int result = storeFragment(port, hdr, area);
     if (result == kOk) result = parse1905FragMsg(port, *cmdu);
-    removeFragCmdu(cmdu);  // also when it did not parse: nothing can complete it any more
+    removeFragCmdu(cmdu);  // even if it cannot be parsed: no later fragment completes it
     return reported(result, hdr);
 }
 
@@ -90,7 +90,7 @@ int recv1905Msg(Port& port) {
     const FrameHdr hdr = parseFrameHdr(rx.frame);
     if (!acceptHeaders(port, hdr)) return kFailure;
     if (rx.length < kHeadersLen) {
-        // The fields that did not arrive would read as those of a first fragment.
+        // The missing header fields would read as those of a first fragment.
         reportUnread(port, rx.length);
         return kFailure;
     }

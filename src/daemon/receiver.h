@@ -1,5 +1,5 @@
-// Receives frames: validates their headers and reassembles fragmented messages. daemon/
-// message_dispatch.h handles what is complete.
+// Receives frames: checks their headers and reassembles fragmented messages. Complete messages go
+// to message_dispatch.h.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 #include "base/mac_addr.h"
 #include "net/ports.h"
 
-// A message that was heard before.
+// A message that was received before.
 struct RepeatEntry {
     MacAddr srcMac;
     uint16_t msgType = 0;
@@ -21,11 +21,14 @@ struct Receiver {
     std::list<RepeatEntry> ParseListHsad;
 };
 
-// kOk; nothing is to be prepared.
+// Needs no preparation. kOk.
 int initMessageReceiver();
 
-// Reads and handles one frame of a port. kOk, or kFailure when it was dropped.
+// Reads one frame from a port and handles it. kOk, or kFailure if it was dropped.
 int recv1905Msg(Port& port);
 
-// A filter for repeated messages of one source. kOk to accept, kFailure for a repeat.
+// The daemon itself does not call this one.
+
+// Filters repeated messages of one source, by type or by type and identifier. kOk to accept the
+// message, kFailure for a repetition within 2 seconds.
 int checkparse1905MsgRepeat(const MacAddr& srcMac, uint16_t msgType, uint16_t msgId);

@@ -15,7 +15,7 @@ namespace {
 constexpr uint8_t kFirstIPv6Item = 101;
 constexpr size_t kIPv6Items = 8;
 
-// What a payload may take: the TLV and its header are not split over frames.
+// The TLV must fit into one frame, header included.
 constexpr size_t kMaxPayload = kMaxSentTlvLength - 15;
 constexpr size_t kConfRespHead = 7;
 constexpr size_t kItemHead = 3;
@@ -28,7 +28,7 @@ void storeByte(uint8_t& field, std::string_view value) {
     if (value.size() == 1) field = static_cast<uint8_t>(value[0]);
 }
 
-// The text that a platform function tells, empty when it fails.
+// The text that a platform function returns, empty if it fails.
 std::string platformText(int (*get)(char*)) {
     char text[32] = {};
     return get(text) == 0 ? std::string(fieldText(text)) : std::string();
@@ -90,13 +90,13 @@ void storeWpsBands(Ieee1905DevTable& dev, std::string_view value) {
                  &c[0][1], &c[1][0], &c[1][1], &c[2][0], &c[2][1], &c[3][0], &c[3][1]);
 }
 
-// The list goes into the data model as it is: what is none is not stored.
+// The list is copied into the data model unchanged, so a value that is no list must not be stored.
 void storePortState(Ieee1905DevTable& dev, std::string_view value) {
     const decltype(dev.info.ethernetPortState) cut(value);
     dev.info.ethernetPortState = isJsonItems(cut) ? cut.view() : std::string_view();
 }
 
-// Out of line, once for all items.
+// Not inlined: the rows of the table below would each get a copy.
 [[gnu::noinline]] std::string copyOf(const char* text) {
     return text;
 }
@@ -106,14 +106,14 @@ template <size_t N>
     storePlain(field, value);
 }
 
-// A text of the AlTable, one of its DeviceInfo, one that the platform is asked for, and the time
-// of one network's configuration.
+// A text member of the AlTable.
 template <auto Own, auto Remote>
 constexpr ConfItem alText(uint8_t type, const char* name) {
     return {type, name, "text", [](const AlTable& al) { return copyOf((al.*Own).c_str()); },
             [](Ieee1905DevTable& dev, std::string_view value) { storeText(dev.*Remote, value); }};
 }
 
+// A text member of its DeviceInfo.
 template <auto Member>
 constexpr ConfItem infoText(uint8_t type, const char* name) {
     return {
@@ -121,12 +121,14 @@ constexpr ConfItem infoText(uint8_t type, const char* name) {
         [](Ieee1905DevTable& dev, std::string_view value) { storeText(dev.info.*Member, value); }};
 }
 
+// A text that is read from the platform each time.
 template <auto Remote, auto Get>
 constexpr ConfItem askedText(uint8_t type, const char* name) {
     return {type, name, "text", [](const AlTable&) { return platformText(Get); },
             [](Ieee1905DevTable& dev, std::string_view value) { storeText(dev.*Remote, value); }};
 }
 
+// The time at which a network was last configured.
 template <size_t Network>
 constexpr ConfItem timeText(uint8_t type, const char* name) {
     return {type, name, "text",
@@ -228,7 +230,7 @@ std::vector<Item> readConfItems(const AlTable& al) {
     size_t room = kMaxPayload - kConfRespHead;
     for (const auto& item : kItems) {
         const std::string value = item.read(al);
-        // Meant: the firmware version is told even when it is empty.
+        // Meant: the firmware version is sent even if it is empty.
         if (isText(item) && item.type != 2 && value.empty()) continue;
         if (value.size() > kMaxItemValue || kItemHead + value.size() > room) {
             LOG(2, "no room for configuration item %d\n", item.type);

@@ -1,5 +1,5 @@
-// The items of a configuration response: what a device tells of itself, and where the others keep
-// it. docs/vendor-protocol.md lists them.
+// The items of a configuration response: what a device says about itself, and where the other
+// devices store it. docs/vendor-protocol.md lists them.
 #pragma once
 
 #include <span>
@@ -10,22 +10,23 @@
 
 struct ConfItem {
     uint8_t type;
-    const char* name;   // of the member that shows it
-    const char* width;  // "1", "2" or "text"; a text is sent only when it is not empty
+    const char* name;   // of the member in vm1905.json that shows it
+    const char* width;  // bytes, "1" or "2", or "text"; an empty text is not sent
+    // The value of this device.
     std::string (*read)(const AlTable& al);
-    // The value is of any length and content.
+    // Stores a received value, which may have any length and content.
     void (*store)(Ieee1905DevTable& dev, std::string_view value);
 };
 
-// In the order in which they are sent.
+// All items, in the order in which they are sent.
 std::span<const ConfItem> confItems();
 
-// The items of this device; those for which there is no room in a message are left out.
+// The items of this device. Items that do not fit into one message are left out.
 std::vector<Item> readConfItems(const AlTable& al);
-// Stores the items of a response; unknown ones are ignored. Texts that it does not carry are empty
+// Stores the items of a response. Unknown items are ignored; a missing text becomes empty, as it is
 // at the sender.
 void storeConfItems(Ieee1905DevTable& dev, const std::vector<Item>& items);
 
-// The same for the second form, which carries the IPv6 addresses.
+// The same for the second form, whose items are the IPv6 addresses.
 std::vector<Item> readIPv6Items();
 void storeIPv6Items(Ieee1905DevTable& dev, const std::vector<Item>& items);

@@ -18,8 +18,8 @@
 
 namespace {
 
-// The requester learns the outcome before the device goes down, and without an answer on its way
-// nothing is done.
+// The answer is sent first because act may take the device down. Without an answer act is not
+// called.
 template <typename Act>
 int answerThenAct(const VendContext& context, VendMsgType respType, int retCode, const char* doing,
                   const char* refusal, Act&& act) {

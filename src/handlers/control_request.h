@@ -1,18 +1,15 @@
-// What the handlers of control requests have in common: is the request for this device, and how is
-// it answered.
+// What the handlers of control requests share: the checks of the own role, and the answer.
 #pragma once
-
-#include <memory>
 
 #include "handlers/vend_context.h"
 
-// Roles, as the platform's WPS configuration tells them. Without one a device has none.
-bool isRegistrar();  // else logs "Device is not Registrar"
-bool isEnrollee();   // else logs "Device is not Enrollee"
+// The own role in the platform's WPS configuration; both are false if the platform has none.
+bool isRegistrar();  // if false, logs "Device is not Registrar"
+bool isEnrollee();   // if false, logs "Device is not Enrollee"
 
-// Answers a control request: a remote command with its result code, any other with the response
-// of its type. kOk when the answer is on its way (and, of a remote command, told success), else
-// kFailure.
+// Answers a control request: a remote command with retCode, any other with a response of the type
+// respType that carries retCode or the payload. kOk if the answer was sent (and, for a remote
+// command, retCode is kOk), else kFailure.
 int answerRequest(const VendContext& context, VendMsgType respType, int retCode);
 int answerRequest(const VendContext& context, VendMsgType respType, VendPayload&& payload,
                   int retCode);

@@ -1,6 +1,7 @@
 #include "handlers/firmware_handlers.h"
 
 #include <cstdio>
+#include <cstring>
 
 #include "base/log.h"
 #include "base/result.h"

@@ -31,7 +31,8 @@ int sendIntfNames(const VendContext& context) {
                            std::move(names));
 }
 
-// Finds the interfaces of a device by their MACs, each once: ports of a switch may share one.
+// Finds the interfaces of a device by their MACs, each only once: the ports of a switch may share a
+// MAC.
 class IntfFinder {
   public:
     explicit IntfFinder(Ieee1905DevTable& dev) : intfs_(dev.intfs), taken_(dev.intfs.size()) {}
@@ -62,7 +63,7 @@ uint8_t changePwrState(const VendContext& context, const IntfPwrCtrlReq::Entry& 
     if (!isLocalIntf(intf.mac, intf.mediaType)) {
         LOG(2, "interface MAC is unmatched (" MAC_FMT ") mediaType = %x\r\n", MAC_ARGS(intf.mac),
             intf.mediaType);
-        return kOk;  // meant: no error
+        return kOk;  // Meant: an unknown interface is no error.
     }
     LOG(3, "interface MAC (" MAC_FMT ") is matched, mediaType = %x\r\n", MAC_ARGS(intf.mac),
         intf.mediaType);
@@ -76,7 +77,7 @@ uint8_t changePwrState(const VendContext& context, const IntfPwrCtrlReq::Entry& 
     return resultByte(result);
 }
 
-// The results, by entry of the request; what was not come to stays all zero.
+// One result per entry; entries after a wildcard stay zero.
 std::vector<IntfValue> changePwrStates(const VendContext& context, const IntfPwrCtrlReq& request) {
     std::vector<IntfValue> results(request.intfs.size());
     for (size_t i = 0; i < results.size(); i++) {
@@ -85,7 +86,7 @@ std::vector<IntfValue> changePwrStates(const VendContext& context, const IntfPwr
         const int result = wildcard ? setIntfPwrStateByMediaType(intf.mediaType, request.pwrState)
                                     : changePwrState(context, intf, request.pwrState);
         results[i] = {intf.mac, intf.mediaType, resultByte(result)};
-        if (wildcard) break;  // meant: the rest of the list is ignored
+        if (wildcard) break;  // Meant: the rest of the list is ignored.
     }
     return results;
 }

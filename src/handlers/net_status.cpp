@@ -30,7 +30,7 @@ int intfMacChanged(const IntfMacEvent& event) {
 
 int intfsAdded(const IntfListEvent& event) {
     const int result = addIntf(event.head);
-    getIntfNum();
+    getIntfNum();  // reads the number from the platform
     (void)reinitIntfPorts();
     return result;
 }
@@ -61,7 +61,7 @@ int mediaTypeChanged(const IntfMediaTypeEvent& event) {
     }
     const int result =
         updateIntfMediaType(MacAddr(event.mac), event.oldMediaType, event.newMediaType, info);
-    // Ports are found by their media type.
+    // Ports are looked up by media type.
     if (result == kChanged) {
         updatePortMediaType(MacAddr(event.mac), event.oldMediaType, event.newMediaType);
     }
@@ -135,6 +135,6 @@ void netStatusEventCallback(uint32_t eventId, const void* info, uint32_t* result
         return;
     }
     (void)apply(eventId, info);
-    // Meant: whatever the action answered, the platform reads 0.
+    // Meant: the platform gets kOk even if the event could not be applied.
     if (result != nullptr) *result = kOk;
 }

@@ -3,6 +3,6 @@
 
 #include <cstdint>
 
-// Applies an event (NET_STATUS_... of platform/lifecycle.h, info its record) to the database.
-// result receives 0, or kFailure when info is missing.
+// Applies the event eventId (NET_STATUS_... of platform/lifecycle.h) with its record info to the
+// database. If result is not nullptr it receives kOk, or kFailure if info is nullptr.
 extern "C" void netStatusEventCallback(uint32_t eventId, const void* info, uint32_t* result);

@@ -13,9 +13,9 @@
 
 namespace {
 
-constexpr size_t kMaxToken = 1023;  // what a token has beyond is cut off
+constexpr size_t kMaxToken = 1023;  // longer tokens are cut
 
-// What a token does not spell stays zero.
+// Bytes that the token does not spell stay zero.
 MacAddr macOf(const std::string& token) {
     MacAddr mac;
     (void)sscanf(token.c_str(), "%hhx:%hhx:%hhx:%hhx:%hhx:%hhx", &mac.b[0], &mac.b[1], &mac.b[2],
@@ -23,7 +23,7 @@ MacAddr macOf(const std::string& token) {
     return mac;
 }
 
-// The next token, an empty one behind the last.
+// The next token, empty after the last one.
 std::string take(CommandTokens& tokens) {
     if (tokens.empty()) return {};
     std::string token = std::move(tokens.front());
@@ -35,17 +35,17 @@ uint8_t takeNumber(CommandTokens& tokens) {
     return static_cast<uint8_t>(strtol(take(tokens).c_str(), nullptr, 10));
 }
 
-// One builder per option: they take what follows it.
+// One builder per option. Each takes the tokens after the option.
 int copyCommand_Set_Reboot(size_t, CommandTokens& tokens, VendMsg& msg) {
     msg.vendMsgType = VEND_MSG_TYPE_REBOOT_REQ;
-    msg.payload.emplace<AlMacPayload>(macOf(take(tokens)));
+    msg.payload.emplace<AlMacPayload>(AlMacPayload{macOf(take(tokens))});
     return kOk;
 }
 
 int copyCommand_Set_Power_Ctrl(size_t tokenCount, CommandTokens& tokens, VendMsg& msg) {
     IntfPwrCtrlReq request;
     request.almac = macOf(take(tokens));
-    // Meant: the number of interfaces follows from that of the tokens alone.
+    // Meant: only the number of tokens decides how many interfaces there are.
     const size_t intfNum = tokenCount < 3 ? 0 : (tokenCount - 3) / 2;
     if (intfNum > kMaxIntfEntries) return kFailure;
     for (size_t i = 0; i < intfNum; i++) {
@@ -64,7 +64,7 @@ int copyCommand_Set_Power_Ctrl(size_t tokenCount, CommandTokens& tokens, VendMsg
 int copyOption(VendMsgType type, CommandTokens& tokens, VendMsg& msg) {
     const MacAddr almac = macOf(take(tokens));
     msg.vendMsgType = type;
-    msg.payload.emplace<OptionPayload>(almac, takeNumber(tokens));
+    msg.payload.emplace<OptionPayload>(OptionPayload{almac, takeNumber(tokens)});
     return kOk;
 }
 
@@ -78,7 +78,7 @@ int copyCommand_APSteering(size_t, CommandTokens& tokens, VendMsg& msg) {
 
 int copyCommand_FW_control(size_t, CommandTokens& tokens, VendMsg& msg) {
     FwCtrlReq request;
-    (void)take(tokens);  // the AL MAC: a firmware order names no device
+    (void)take(tokens);  // the AL MAC, which a firmware order does not carry
     request.fwOption = takeNumber(tokens);
     request.fwTopoOption = takeNumber(tokens);
     request.fwUrl = take(tokens);
@@ -89,7 +89,7 @@ int copyCommand_FW_control(size_t, CommandTokens& tokens, VendMsg& msg) {
 
 int copyCommand_Reset_To_Default(size_t, CommandTokens& tokens, VendMsg& msg) {
     msg.vendMsgType = VEND_MSG_TYPE_RESETTODEFAULT_REQ;
-    msg.payload.emplace<AlMacPayload>(macOf(take(tokens)));
+    msg.payload.emplace<AlMacPayload>(AlMacPayload{macOf(take(tokens))});
     return kOk;
 }
 
@@ -98,7 +98,7 @@ struct CommandOption {
     int (*build)(size_t tokenCount, CommandTokens& tokens, VendMsg& msg);
 };
 
-// Meant: 1, 4, 5 and 6 are no options.
+// Meant: there are no options 1, 4, 5 and 6.
 constexpr CommandOption kOptions[] = {
     {2, copyCommand_Set_Reboot},       {3, copyCommand_Set_Power_Ctrl},
     {7, copyCommand_APautoconfig_Cfg}, {8, copyCommand_APSteering},

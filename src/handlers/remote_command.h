@@ -1,10 +1,13 @@
 // Remote commands: control requests that arrive as a line of text.
 //
-// Tokens are separated by single blanks. The first is a decimal option, the second the AL MAC of
-// the device that is meant:
-//   2 reboot; 3 power control: pairs of interface MAC and hexadecimal media type, then the decimal
-//   power state; 7 WPS control: WPSOption; 8 AP steering: option; 9 firmware control: FWOption,
-//   FWTopoOption, URL; 10 reset to default
+// Single blanks separate the tokens. The first token is a decimal option, the second the AL MAC of
+// the addressed device, the others are arguments:
+//   2   reboot
+//   3   power control: pairs of interface MAC and hexadecimal media type, then the decimal state
+//   7   WPS control: WPSOption
+//   8   AP steering: option
+//   9   firmware control: FWOption, FWTopoOption, URL
+//   10  reset to default
 #pragma once
 
 #include <list>
@@ -12,18 +15,20 @@
 
 #include "handlers/vend_context.h"
 
-// They outlive the line, which goes with the message that is built anew.
+// Copies: the line itself is part of the message that is replaced.
 using CommandTokens = std::list<std::string>;
 
-// Makes msg the order that the line spells. kOk, or kFailure for a line that is not understood.
+// Turns msg into the order that the line spells. kOk, or kFailure for an unknown option or too many
+// interfaces.
 [[nodiscard]] int parseRemoteCommand(const SendCommandReq& command, VendMsg& msg);
 
-// The result of a remote command of our own, for the client that waits for it. kOk.
+// Hands the result of a remote command of a local client to that client. kOk.
 int handleSendCommandRespMsg(const VendContext& context, const RetCodePayload& answer);
 
-// Rebuilds the message from the tokens of a line. kOk, or kFailure for an unknown option.
+// Turns msg into the order that the tokens of a line spell; tokenCount is their number. Takes the
+// tokens. kOk or kFailure as above.
 [[nodiscard]] int parseCommand(size_t tokenCount, CommandTokens& tokens, VendMsg& msg);
 
-// Answers a remote command with its result code. kOk when that is kOk and the answer was sent, else
-// kFailure.
+// Answers a remote command with its result code. kOk if retCode is kOk and the answer was sent,
+// else kFailure.
 int requestCommandresult(const VendContext& context, int retCode);

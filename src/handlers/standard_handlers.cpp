@@ -1,7 +1,5 @@
 #include "handlers/standard_handlers.h"
 
-#include <memory>
-
 #include "base/log.h"
 #include "base/result.h"
 #include "db/database.h"
@@ -23,8 +21,8 @@ void listTables() {
     showtopolTable();
 }
 
-// The result of a handler whose message is the platform's. The log line is the handler's, which
-// stands in its prefix.
+// Turns the platform's result into that of the calling handler, and logs failure under the
+// handler's name.
 int handled(int platformResult, const char* failure, const char* handler = __builtin_FUNCTION(),
             int line = __builtin_LINE()) {
     if (platformResult == 0) return kOk;
@@ -34,8 +32,8 @@ int handled(int platformResult, const char* failure, const char* handler = __bui
     return kFailure;
 }
 
-// An Enrollee tells its Registrar that it has taken up the configuration of the band. Whether that
-// can be sent is nothing to the renew.
+// An Enrollee informs its Registrar that it has taken over the configuration of the band. The renew
+// succeeds even if that message cannot be sent.
 int acknowledgeRenew(const ApAutoConfInfo& msg) {
     const AlTable* al = getAlTable();
     if (al != nullptr && al->role() == PLATFORM_ENROLLEE) {
@@ -46,12 +44,6 @@ int acknowledgeRenew(const ApAutoConfInfo& msg) {
 }
 
 }  // namespace
-
-int handleLldpDiscMsg(const MacAddr& localMac, uint32_t mediaType, const MacAddr& nbrAlMac,
-                      const MacAddr& nbrIntfMac, uint16_t ttl) {
-    updateLldpDiscInfo(localMac, mediaType, nbrAlMac, nbrIntfMac, ttl);
-    return kOk;
-}
 
 int handleTopolDiscMsg(std::string_view localName, const MacAddr& localMac, uint32_t mediaType,
                        const MacAddr& srcMac, const MacAddr& alMac, const MacAddr& intfMac) {
@@ -93,12 +85,12 @@ int handleTopolRespMsg(const MacAddr& localMac, uint32_t mediaType, const MacAdd
         return kTopolDisabled;
     }
     const MacAddr alMac = dev.alMac;
-    // A device that cannot age must not be stored.
+    // Without an entry in the neighbor table the device would never time out.
     if (updateNbrDevTable(kNbrResponse, alMac) == kFailure) return kFailure;
     if (updateIeee1905DevTable(localMac, mediaType, std::move(dev)) != kOk) return kFailure;
     if (DEBUGLEVEL >= 4) showportinfo();
-    // The device is asked for more at once, by forced passes of the controller loop that end before
-    // this handler does.
+    // Forces passes of the controller loop, which ask the device for its configuration before this
+    // handler returns.
     upcalls().deviceDescribed(alMac);
     return kOk;
 }
@@ -145,4 +137,10 @@ int handlePBEventNtfMsg(const PbEvent& msg) {
 int handlePBJoinNtfMsg(const PbJoin& msg) {
     return handled(notifyPBJoinMsgReceived(&msg),
                    "fail to handle the 1905.1 push button join notification message\r\n");
+}
+
+int handleLldpDiscMsg(const MacAddr& localMac, uint32_t mediaType, const MacAddr& nbrAlMac,
+                      const MacAddr& nbrIntfMac, uint16_t ttl) {
+    updateLldpDiscInfo(localMac, mediaType, nbrAlMac, nbrIntfMac, ttl);
+    return kOk;
 }

@@ -1,6 +1,7 @@
 // What the daemon does with each standard message.
 //
-// Handlers return kOk, kFailure, or kTopolDisabled when the topology capability is off.
+// Handlers return kOk, kFailure, or kTopolDisabled if the topology capability is off. localMac,
+// mediaType and localName are those of the receiving interface; srcMac is the source of the frame.
 #pragma once
 
 #include <string_view>
@@ -9,28 +10,38 @@
 #include "platform/autoconfig.h"
 #include "wire/standard_tlv.h"
 
-// An LLDP frame: the neighbour's AL MAC (chassis ID), interface MAC (port ID) and time to live in
-// seconds. kOk always.
-int handleLldpDiscMsg(const MacAddr& localMac, uint32_t mediaType, const MacAddr& nbrAlMac,
-                      const MacAddr& nbrIntfMac, uint16_t ttl);
-
-// srcMac is the frame's source; alMac and intfMac come from its TLVs.
+// Notes the neighbor; one that is new gets a vendor discovery and a topology query. alMac and
+// intfMac come from the TLVs of the message. kOk or kTopolDisabled.
 int handleTopolDiscMsg(std::string_view localName, const MacAddr& localMac, uint32_t mediaType,
                        const MacAddr& srcMac, const MacAddr& alMac, const MacAddr& intfMac);
+// Notes the neighbor and asks it for its topology. kOk or kTopolDisabled.
 int handleTopolNtfMsg(std::string_view localName, const MacAddr& localMac, uint32_t mediaType,
                       const MacAddr& srcMac, const MacAddr& alMac);
+// Answers under the identifier msgId of the query. kFailure if the answer cannot be sent.
 int handleTopolQueryMsg(const Port& port, const MacAddr& srcMac, uint16_t msgId);
+// Stores the device and has it asked for its configuration at once. kFailure if it cannot be
+// stored.
 int handleTopolRespMsg(const MacAddr& localMac, uint32_t mediaType, const MacAddr& srcMac,
                        DevTopol&& dev);
+// Answers with link metrics, also without the topology capability. kFailure if the answer cannot be
+// sent.
 int handleMetricQueryMsg(const Port& port, const MacAddr& srcMac, uint16_t msgId,
                          const MetricQuery& query);
 // Link metric responses are ignored. kOk.
 int handleMetricRespMsg();
 
-// These hand the message to the platform library; kFailure when it refuses.
+// These hand the message to the platform library. kFailure if it refuses.
 int handleApAutoConfSrchMsg(const ApAutoConfSrch& msg);
 int handleApAutoConfRespMsg(const ApAutoConfInfo& msg);
 int handleApAutoConfWscMsg(const ApAutoConfWsc& msg);
+// An Enrollee also acknowledges the renew to its Registrar.
 int handleApAutoConfRenewMsg(const ApAutoConfInfo& msg);
 int handlePBEventNtfMsg(const PbEvent& msg);
 int handlePBJoinNtfMsg(const PbJoin& msg);
+
+// The daemon itself does not call this one.
+
+// Notes the sender of an LLDP frame: its AL MAC (chassis ID), interface MAC (port ID) and time to
+// live in seconds. kOk.
+int handleLldpDiscMsg(const MacAddr& localMac, uint32_t mediaType, const MacAddr& nbrAlMac,
+                      const MacAddr& nbrIntfMac, uint16_t ttl);

@@ -4,7 +4,7 @@
 #include "net/ports.h"
 #include "wire/vend_msg.h"
 
-// Where a vendor message came from.
+// How a vendor message arrived: as a remote command, or as a message of its own.
 enum VendPath : int { kVendPathCommand = 25, kVendPathNetwork = 255 };
 
 struct VendContext {

@@ -21,8 +21,8 @@ namespace {
 template <typename Payload>
 using Handle = int (*)(const VendContext& context, const Payload& payload);
 
-// Hands the payload to its handler. A row whose handler takes another payload than the message
-// carries does not compile.
+// Hands the payload to its handler. A row does not compile if the handler takes a payload other
+// than that of the message type.
 template <VendMsgType kNumber, Handle<PayloadOf<kNumber>> kHandle>
 int handle(const VendContext& context) {
     const auto* payload = std::get_if<PayloadOf<kNumber>>(&context.msg.payload);
@@ -34,7 +34,7 @@ constexpr VendHandler handler(const char* label, int logLevel = 3) {
     return {kNumber, label, logLevel, handle<kNumber, kHandle>};
 }
 
-// Turns the line into the order that it spells and has that handled.
+// Handles the order that the line spells.
 int handleSendCommandReqMsg(const VendContext& context, const SendCommandReq& command) {
     VendMsg order;
     order.oui = context.msg.oui;
@@ -43,7 +43,7 @@ int handleSendCommandReqMsg(const VendContext& context, const SendCommandReq& co
     return handleVendSpecMsg(context.port, context.srcMac, context.msgId, order, kVendPathCommand);
 }
 
-// By number. 65 and 67, 70 and 72, 71 and 73 share their label and handler, which is meant.
+// By number. Meant: 65 and 67, 70 and 72, 71 and 73 share their label and handler.
 // clang-format off
 #define HANDLE(name, function) handler<VEND_MSG_TYPE_##name, function>("VEND_MSG_TYPE_" #name)
 constexpr VendHandler kHandlers[] = {

@@ -1,4 +1,4 @@
-// Decoding of received vendor messages, and the table that leads each to its handler.
+// Decodes received vendor messages and calls their handlers.
 #pragma once
 
 #include "base/bytes.h"
@@ -11,18 +11,19 @@ struct VendHandler {
     int (*handle)(const VendContext& context);
 };
 
-// nullptr for a message that is refused on arrival.
+// The handler of the vendor message type number, nullptr if the message is refused on arrival.
 [[nodiscard]] const VendHandler* findVendHandler(uint16_t number);
 
-// kOk; the pending vendor queries are forgotten.
+// Forgets the pending vendor queries. kOk.
 int initVendMessageHandler();
 
-// Decodes the TLV area of a vendor-specific message and handles it. The handler's result, or
-// kFailure when it does not decode.
+// Decodes the TLV area of a vendor-specific message and handles it. port received the frame, srcMac
+// is its source, msgId the message identifier. Returns the handler's result, or kFailure if the
+// area cannot be decoded.
 [[nodiscard]] int parseVendSpecTlvs(const Port& port, const MacAddr& srcMac, uint16_t msgId,
                                     Bytes area);
 
-// Hands a vendor message that came by this path (VendPath) to the handler of its type. The
-// handler's result, kFailure for a type without one.
+// Hands a vendor message that arrived by path (VendPath) to the handler of its type. Returns the
+// handler's result, or kFailure for a type without a handler.
 int handleVendSpecMsg(const Port& port, const MacAddr& srcMac, uint16_t msgId, const VendMsg& msg,
                       int path);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <string>
 
 #include "base/log.h"
@@ -36,13 +37,13 @@ const char* resultText(int result) {
     return result == 0 ? "success" : "fail";
 }
 
-// Answers with a text of this device's: its setting, or the result of taking one over.
+// Answers with a text of this device: its own setting, or the result of taking over a setting.
 int answerText(const VendContext& context, VendMsgType type, std::string_view text) {
     return sendVendRespMsg(context.srcMac, context.msgId, type,
                            TextPayload{*getAlMac(), std::string(text)});
 }
 
-// Hands this device's setting to the one that searches for it.
+// Answers a search with this device's setting, and notes that the sender has it.
 int answerSearch(const VendContext& context, VendMsgType type, WifiSyncKind kind,
                  const std::string& text) {
     noteWifiSyncSent(kind, context.msg.alMac, context.msgId, text);
@@ -53,14 +54,15 @@ void noteAck(const VendContext& context, const TextPayload& answer, WifiSyncKind
     noteWifiSyncAck(kind, context.msg.alMac, context.msgId, answer.data);
 }
 
-// True when this device may leave a file: strangers must not fill the memory that /tmp often is.
+// False if too many devices have left files already: /tmp is often in memory, and strangers must
+// not fill it.
 bool mayLeaveResult(const MacAddr& sender) {
     auto& senders = stateOf<ResultFiles>().senders;
     if (senders.size() < kMaxResultSenders) senders.insert(sender);
     return senders.contains(sender);
 }
 
-// Leaves the result text of a device for whoever shows it.
+// Writes the result text of a device to a file, for other programs to show.
 int writeResultFile(const MacAddr& sender, const TextPayload& answer, const char* pathFormat) {
     char path[64];
     snprintf(path, sizeof path, pathFormat, MAC_ARGS(sender));

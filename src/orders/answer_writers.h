@@ -1,4 +1,7 @@
-// Answers of other devices for the local clients that wait for them.
+// Hands the answers of other devices to the local clients that wait for them.
+//
+// In all functions msgId is the message identifier of the device's answer, by which the client is
+// found. kOk, also if nobody waits.
 #pragma once
 
 #include <cstdint>
@@ -9,13 +12,12 @@ struct BcnRptResp;
 struct BlacklistResp;
 struct IntfPwrCtrlResp;
 
-// Writes the result of an order for the client that waits for it. msgId is the identifier of the
-// device's answer, under which the client is found. An order that was repeated has had other
-// identifiers: firstMsgId is the one that its client knows, 0 for none. kOk, also when nobody
-// waits.
+// Writes the result code of an order into the response slot. An order that was repeated was sent
+// under several identifiers: firstMsgId is the first, under which its client waits, 0 if there is
+// none.
 int answerClient(ServId order, uint16_t msgId, uint8_t result, uint16_t firstMsgId = 0);
 
-// The same for each order; result is the code that the device answered.
+// The same for one order each; result is the code that the device answered.
 inline int respNbrRebootServReq(uint16_t msgId, uint8_t result) {
     return answerClient(kServReboot, msgId, result);
 }
@@ -46,9 +48,9 @@ inline int respSendBcnRptServReq(uint16_t msgId, uint8_t result) {
 inline int respBTMServReq(uint16_t msgId, uint8_t result) {
     return answerClient(kServSendBTM, msgId, result);
 }
-// Adding a station or removing one, as answer.option tells.
+// answer.option says whether the station was added or removed.
 int respBlacklistServReq(uint16_t msgId, const BlacklistResp& answer);
 
-// Answers that carry more than a result.
+// These answers carry more than a result: the state of each interface, and the beacon report.
 int respNbrIntfPwrCtrlServReq(uint16_t msgId, const IntfPwrCtrlResp& answer);
 int respGetBcnRptServReq(uint16_t msgId, const BcnRptResp& answer);

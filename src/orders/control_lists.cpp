@@ -13,9 +13,9 @@ ControlLists& lists() {
     return stateOf<ControlLists>();
 }
 
-// How a list is run.
+// What sets the lists apart.
 struct Kind {
-    CheckId check;  // of the schedule
+    CheckId check;  // its row in the schedule
     int32_t ScheduleSettings::*limit;
     const char* retryLine;
     int (*answer)(uint16_t msgId, uint8_t result) = nullptr;  // to the client that waits
@@ -61,13 +61,13 @@ int setAnsweredList(RetryList<Value>& list, const Kind& kind, const MacAddr* alm
             return kOk;
         }
     }
-    // Meant: the answer of a device that was asked nothing makes an entry, too.
+    // Meant: the answer of a device without an order makes an entry too.
     if (list.append({*almac, msgId, {}, flag, 0}) != kOk) return kFailure;
     activate(list, kind);
     return kOk;
 }
 
-// Enters one device, or with the all-zero address every device of the topology table.
+// Calls add for the device, or for every device of the topology table if the address is all zero.
 template <typename Value, typename Add>
 int enterDevices(RetryList<Value>& list, const Kind& kind, const MacAddr* almac, Add&& add) {
     if (isMissing(almac)) return kFailure;

@@ -1,10 +1,9 @@
-// The orders that wait for their answers: reboot, reset to default, LED, system and network
-// control, and the request for a log file, which may take the other device a while to make. Whoever
-// first sends an order enters it here with flag 1; the handler of its answer clears it; the
-// controller loop repeats the rest, each list with its own period and up to its own limit
-// (orders/schedule.h).
+// The orders that wait for an answer: reboot, reset to default, LED, system and network control,
+// and the request for a log file, which the other device may take a while to make.
 //
-// Unless told otherwise: kOk, or kFailure for a missing address or a full list.
+// The sender of an order enters it here with flag 1, and the handler of its answer clears it. The
+// controller loop repeats the others, each list with its own period and repetition limit
+// (orders/schedule.h).
 #pragma once
 
 #include <cstdint>
@@ -30,35 +29,39 @@ struct ControlLists {
     RetryList<NoValue> logFile;
 };
 
-// flag 1 enters an order that was sent under the identifier msgId (0 when no client waits for the
-// answer). flag 0 ends the order to the device and answers its client with the result; without such
-// an order it leaves an entry that is never repeated.
+// Enter an order to the device (flag 1), or end it (flag 0) and answer its client with result.
+//
+// msgId is the identifier under which the order was sent, 0 if no client waits for the answer. Flag
+// 0 for a device without an order leaves an entry that is never repeated. kOk, or kFailure if
+// almac is nullptr or the list is full.
 int setRebootCtrlList(const MacAddr* almac, uint16_t msgId, int flag, int result = 0);
 int setResetToDefaultCtrlList(const MacAddr* almac, uint16_t msgId, int flag, int result = 0);
 
-// Enter an order with its value (flag 1) for the device, or for every device of the topology table
-// when the address is all zero. A device has one entry: the newest. msgId as above.
+// Enter an order (flag 1) with its value and start its list. The all-zero address means every
+// device of the topology table. A device has one entry, that of its newest order. msgId and the
+// result are as above.
 int setLEDCtrlList(const MacAddr* almac, int32_t value, int flag, uint16_t msgId = 0);
 int setSystemCtrlList(const MacAddr* almac, int32_t value, int flag, uint16_t msgId = 0);
-// NetworkOption and command text.
+// The value is a network option and the text of a command.
 int setNetworkCtrlList(const MacAddr* almac, uint16_t option, std::string_view command, int flag);
-
-// The same for the request of a log file.
+// A request for the log file has no value.
 int setLogFileList(const MacAddr* almac);
 
-// The device has answered. LED and system control: the identifier under which the client of the
-// order waits, 0 when none does. A network order is ended by the answer to its own option only.
+// End the order to a device that has answered. Return the identifier under which the client of the
+// order waits, 0 if none does.
 uint16_t clearLEDCtrlList(const MacAddr& almac);
 uint16_t clearSystemCtrlList(const MacAddr& almac);
+// Only the answer to the entered option ends a network order.
 void clearNetworkCtrlList(const MacAddr& almac, uint16_t option);
 void clearLogFileList(const MacAddr& almac);
 
-// One device of the above. Whether the list is at work stays as it is: set... starts it.
+// As set...List for one device, but without starting the list. kOk, or kFailure if the list is
+// full.
 int addLEDCtrlList(const MacAddr& almac, int32_t value, int flag, uint16_t msgId = 0);
 int addSystemCtrlList(const MacAddr& almac, int32_t value, int flag, uint16_t msgId = 0);
 int addNetworkCtrlList(const MacAddr& almac, uint16_t option, std::string_view command, int flag);
 
-// One pass over a list: repeats what was not answered. kOk.
+// One pass over a list: send the orders again that were not answered. kOk.
 int checkRebootCtrlList();
 int checkResetToDefaultCtrlList();
 int checkLEDCtrlList();

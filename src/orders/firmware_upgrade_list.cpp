@@ -67,16 +67,16 @@ size_t countFWupgradelist(Seconds maxAge) {
     }));
 }
 
-int removeFWupgradelist(const MacAddr& alMac) {
-    // alMac may stand in the entry that goes.
-    const MacAddr gone = alMac;
-    entries().remove_if([&](const FWupgradeEntry& e) { return e.alMac == gone; });
-    return kOk;
-}
-
 int removeallFWupgradelist() {
     entries().clear();
     return kOk;
 }
 
 void addFWupgradelistHistory(const MacAddr& /*alMac*/, int /*value*/) {}
+
+int removeFWupgradelist(const MacAddr& alMac) {
+    // A copy: alMac may be part of the entry that is removed.
+    const MacAddr gone = alMac;
+    entries().remove_if([&](const FWupgradeEntry& e) { return e.alMac == gone; });
+    return kOk;
+}

@@ -1,4 +1,4 @@
-// Where the firmware upgrades of the remote devices stand.
+// The progress of the firmware upgrades of the remote devices.
 #pragma once
 
 #include <cstddef>
@@ -22,23 +22,27 @@ struct FWupgradeEntry {
     MacAddr alMac;
     int32_t state = kFWupgradeNone;
     int32_t sent = 0;  // 1: a firmware-control request was sent
-    Seconds time = 0;  // of the last order or re-stamp
+    Seconds time = 0;  // of the last order, or as set by kFWupgradeSetTime
 };
 
 struct FWupgradeList {
     std::list<FWupgradeEntry> FWupgradelistHead;
 };
 
-// Enters the device when it is new, and sets what the option names. kOk, or kFailure when the list
-// is full.
+// Sets the member that option (FWupgradeOption) selects to value, a state, a flag or a time in
+// seconds. A device without an entry gets one. A finished upgrade keeps its state. kOk, or kFailure
+// if the list is full.
 int addFWupgradelist(const MacAddr& alMac, int option, long value);
-// nullptr when the device has no entry. Valid until the entry is removed.
+// The entry of a device, nullptr if it has none. Valid until the entry is removed.
 FWupgradeEntry* findFWupgradelist(const MacAddr& alMac);
-// How many devices are at an upgrade that was ordered at most so many seconds ago.
+// The number of upgrades under way that were ordered at most maxAge seconds ago.
 size_t countFWupgradelist(Seconds maxAge);
-// Removes the entries of a device; removeallFWupgradelist (platform/exports.h) those of all. kOk.
-int removeFWupgradelist(const MacAddr& alMac);
 
-// Told of every decision about a device: 1 an order was sent, 0 none was needed. An extension
-// point: nothing is kept.
+// Called on every decision about a device with value 1 if an order was sent, 0 if none was needed.
+// An extension point: nothing is stored.
 void addFWupgradelistHistory(const MacAddr& alMac, int value);
+
+// The daemon itself does not call this one.
+
+// Removes the entry of one device; removeallFWupgradelist (platform/exports.h) removes all. kOk.
+int removeFWupgradelist(const MacAddr& alMac);

@@ -25,8 +25,8 @@ int registerServReq(int32_t pid, uint32_t servId, uint16_t msgId) {
     ServReqEntry* expired = nullptr;
     ServReqEntry* oldest = &serv_req().front();
     Seconds greatestAge = 0;
-    // Meant: age alone decides, so that the place of an answered request is taken no sooner than
-    // that of one which still waits.
+    // Meant: only the age counts. An answered request is not replaced sooner than one that still
+    // waits.
     for (auto& entry : serv_req()) {
         const Seconds age = time - entry.time;
         if (age >= kLifetime) {
@@ -43,7 +43,7 @@ int registerServReq(int32_t pid, uint32_t servId, uint16_t msgId) {
 
 int32_t searchServReqRespPid(uint32_t servId, uint16_t msgId) {
     LOG(4, "servId = %d, msgId = %d\r\n", static_cast<int>(servId), msgId);
-    // Meant: a request that has expired is still answered while nobody has taken its place.
+    // Meant: an expired request is still answered until another one replaces it.
     for (auto& entry : serv_req()) {
         if (entry.msgId == kFree || entry.msgId != msgId) continue;
         if (entry.servId + 1U != (servId & 0xFFU)) continue;

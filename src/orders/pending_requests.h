@@ -1,5 +1,5 @@
-// The clients that wait for the answer of another device: which of them asked for what, and under
-// which message identifier it was sent on.
+// The clients that wait for the answer of another device: which client asked for which service, and
+// the identifier of the message that was sent for it.
 #pragma once
 
 #include <array>
@@ -22,13 +22,14 @@ struct PendingRequests {
 
 inline constexpr int32_t kNoClient = -1;
 
-// Forgets all of them.
+// Forgets all clients.
 void initPendingRequests();
 
-// Remembers that the client pid waits for the answer to the message msgId, sent for its request
-// servId. Requests of 6 seconds and more give way; when there are none, the oldest does. kOk.
+// Remembers that the process pid waits for the answer to the message msgId, which was sent for its
+// request servId. If the table is full, the entry replaces one of at least 6 seconds, or else the
+// oldest. kOk.
 int registerServReq(int32_t pid, uint32_t servId, uint16_t msgId);
 
-// The client that waits for the answer servId (its request + 1) to the message msgId, who is then
-// forgotten. kNoClient when nobody does.
+// Finds the client that waits for the answer servId (its request + 1) to the message msgId, and
+// forgets it. Returns its pid, kNoClient if there is none.
 int32_t searchServReqRespPid(uint32_t servId, uint16_t msgId);

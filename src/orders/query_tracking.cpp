@@ -32,7 +32,7 @@ void resend(VendQueryTable& entry, Seconds time) {
         MAC_ARGS(entry.alMac), entry.msgId, entry.vendMsgType, entry.retry,
         static_cast<long>(entry.time), static_cast<long>(time));
     entry.retry++;
-    // Sending registers the query anew; when the memory is full, maybe in this entry.
+    // Sending registers the query again. If the table is full, that may overwrite this entry.
     const VendQueryTable query = entry;
     if (query.vendMsgType == VEND_MSG_TYPE_CONF_QUERY) {
         (void)requestSendConfQueryMsg(query.alMac, query.retry);
@@ -78,7 +78,7 @@ void registerVendQueryMsg(const MacAddr& alMac, uint16_t msgId, uint16_t vendMsg
         }
         if (entry.time < oldest->time) oldest = &entry;
     }
-    // Meant: type and retry count of the displaced query stay.
+    // Meant: the type and the retry count of the replaced query stay.
     oldest->alMac = alMac;
     oldest->msgId = msgId;
     oldest->time = time;

@@ -1,7 +1,7 @@
-// Vendor queries, and the memory of those that wait for their answers.
+// Sends vendor queries and keeps track of those that wait for an answer.
 //
-// Queries of a configuration or of power states are sent again when no answer comes within 5
-// seconds, twice at most; a Wi-Fi state query is forgotten then.
+// Configuration and power-state queries that are not answered within 5 seconds are sent again, at
+// most twice. A Wi-Fi state query is forgotten instead.
 #pragma once
 
 #include <array>
@@ -19,8 +19,8 @@ struct VendQueryTable {
     uint8_t retry = 0;
     Seconds time = 0;
 
-    // Meant: an identifier of 32768 or above counts as none, so that such a query is neither
-    // matched nor sent again.
+    // Meant: identifiers from 32768 on count as free. Such a query is neither matched with its
+    // answer nor sent again.
     bool isActive() const { return static_cast<int16_t>(msgId) >= 0; }
 };
 
@@ -31,19 +31,20 @@ struct VendQueries {
 // Forgets all pending queries. kOk.
 int initVendQueries();
 
-// Send a query to a device and remember it. retry tells how often it was sent before. kOk, or
-// kFailure when it could not be sent (and is not remembered).
+// Send a query to a device and remember it. retry is the number of times that it was sent before.
+// kOk, or kFailure if it cannot be sent; it is not remembered then.
 int requestSendConfQueryMsg(const MacAddr& alMac, uint8_t retry);
 int requestSendIntfPwrStateQueryMsg(const MacAddr& alMac, uint8_t retry);
 int requestSendWIFIstateQueryMsg(const MacAddr& alMac, uint8_t retry);
-// The same for the second form of the configuration, which is never remembered.
+// The same for the second form of the configuration query, which is never remembered.
 int requestSendConfQueryMsg2(const MacAddr& alMac, uint8_t retry);
 
-// Remembers a query that was sent under this identifier. A full memory gives up its oldest entry.
+// Remembers a query of the type vendMsgType that was sent under msgId. If the table is full, the
+// query replaces the oldest one.
 void registerVendQueryMsg(const MacAddr& alMac, uint16_t msgId, uint16_t vendMsgType,
                           uint8_t retry);
-// Forgets the query of this type that the device has answered; none is no error.
+// Forgets the query of this type and identifier that the device has answered, if there is one.
 void ReportVendRespMsg(const MacAddr& alMac, uint16_t msgId, uint16_t vendMsgType);
 
-// Resends or drops overdue queries. Called on every pass of the main loop. kOk.
+// Sends overdue queries again, or drops them. Called on every pass of the main loop. kOk.
 int checkVendRespMsgReceived();

@@ -1,5 +1,5 @@
-// Orders to other devices that are repeated until the device answers: the messages that carry them
-// are not acknowledged otherwise.
+// Orders to other devices, repeated until the device answers. Nothing else acknowledges the
+// messages that carry them.
 #pragma once
 
 #include <list>
@@ -14,20 +14,20 @@ inline constexpr size_t kMaxRetryEntries = 4096;
 template <typename Value>
 struct RetryEntry {
     MacAddr almac;
-    // Of the first sending: the waiting client is answered under it. 0 if none waits.
+    // Of the first transmission, under which the client waits; 0 if none waits.
     uint16_t msgId = 0;
     Value value{};
-    int flag = 0;   // 1 waiting for the answer, 0 answered or given up
+    int flag = 0;   // 1: waiting for the answer, 0: answered or given up
     int count = 0;  // repetitions so far
 };
 
-// The list of one kind of order; a Value is repeated with each.
+// The list of one kind of order. Value is what the order carries.
 template <typename Value>
 class RetryList {
   public:
     using Entry = RetryEntry<Value>;
 
-    // The entry of the device, of several the first that waits; nullptr if there is none.
+    // The entry of the device, nullptr if there is none. Of several, the first that waits.
     Entry* find(const MacAddr& almac) {
         Entry* found = nullptr;
         for (Entry& entry : entries_) {
@@ -38,7 +38,7 @@ class RetryList {
         return found;
     }
 
-    // The device has answered: its order is not repeated any more. Returns the identifier under
+    // Ends the repetition of an order that the device has answered. Returns the identifier under
     // which the client of the order waits, 0 if none does.
     uint16_t answered(const MacAddr& almac) {
         Entry* entry = find(almac);
@@ -47,7 +47,7 @@ class RetryList {
         return std::exchange(entry->msgId, uint16_t{0});
     }
 
-    // kOk, or kFailure when the list is full.
+    // Appends an order. kOk, or kFailure if the list is full.
     [[nodiscard]] int append(Entry&& entry) {
         if (entries_.size() >= kMaxRetryEntries) {
             LOG(2, "too many orders, refuse (" MAC_FMT ")\r\n", MAC_ARGS(entry.almac));
@@ -57,7 +57,8 @@ class RetryList {
         return kOk;
     }
 
-    // A new order takes the place of an earlier one to the same device. kOk or kFailure.
+    // Replaces an earlier order to the same device, or appends. kOk, or kFailure if the list is
+    // full.
     [[nodiscard]] int replace(Entry&& entry) {
         Entry* earlier = find(entry.almac);
         if (earlier == nullptr) return append(std::move(entry));
@@ -65,11 +66,11 @@ class RetryList {
         return kOk;
     }
 
-    // The list has work to do, until a pass finds nothing to repeat.
+    // Starts the repetition, which ends when a pass finds nothing to repeat.
     void activate() { active_ = true; }
 
-    // Repeats by send(entry) every order that was not answered, each up to limit times; a pass that
-    // has nothing to repeat empties the list.
+    // Calls send(entry) for every unanswered order, at most limit times each, and logs retryLine
+    // before. Empties the list if there is nothing to repeat.
     template <typename Send>
     void repeat(int limit, const char* retryLine, Send&& send) {
         if (!active_ || entries_.empty()) return;

@@ -6,7 +6,7 @@
 
 #include "base/clock.h"
 
-// Periods and time-outs are in seconds, ..._LoopCount are numbers of repetitions.
+// Time_... and Timeout_... are seconds, ..._LoopCount are numbers of repetitions.
 struct ScheduleSettings {
     int32_t SendWIFIClientInfo_flag = 1;  // 1: report Wi-Fi clients
     int32_t Time_SENDWIFICLIENTINFO = 2;
@@ -14,7 +14,7 @@ struct ScheduleSettings {
     int32_t Time_CHECKWIFICHANNELINFO = 5;
     int32_t Time_CHECKWIFICHANNELSYNC = 30;
     int32_t Time_CHECKWIFISTATESYNC = 30;
-    int32_t WIFISync_LoopCount = 4;  // as for a system order
+    int32_t WIFISync_LoopCount = 4;
     int32_t Time_CHECKSPEEDTESTCTRLSTATE = 1;
     int32_t SpeedTestCtrl_LoopCount = 10;
     int32_t Time_SENDSPEEDTESTDATA = 1;
@@ -31,9 +31,9 @@ struct ScheduleSettings {
     int32_t KickwificlientCtrl_LoopCount = 6;
     int32_t Time_UPDATENETWORKSTATE = 10;
     int32_t Time_CHECKNETWORKCTRL = 15;
-    int32_t NetworkCtrl_LoopCount = 4;  // as for a system order
+    int32_t NetworkCtrl_LoopCount = 4;
     int32_t Time_CHECKLOGFILE = 5;
-    int32_t LogFile_LoopCount = 4;  // as for a system order
+    int32_t LogFile_LoopCount = 4;
     int32_t Time_CHECKIPv6Info = 60;
     int32_t Time_CHECKSECURITYCTRLLIST = 3;
     int32_t Time_CHECKSECURITYSTATE = 60;
@@ -46,7 +46,7 @@ struct ScheduleSettings {
     int32_t Time_DEVICEINFO = 30;
     int32_t Timeout_DEVICEINFO = 3;
 
-    // No check consults these.
+    // No check uses these.
     int32_t Time_CHECKDAISYCHAINCTRL = 2;
     int32_t Time_CHECKKICKWIFICLIENTCTRL = 10;
     int32_t Time_CHECKDAISYCHAINOPTIONSYNC = 30;
@@ -56,7 +56,7 @@ struct ScheduleSettings {
     int32_t Time_CHECKSECURITYIDENTIFICATION = 15;
 };
 
-// The settings in force; set its members to change them.
+// The current settings. Assign to a member to change it.
 ScheduleSettings& scheduleSettings();
 
 // The periodic checks, in the order of a pass.
@@ -92,5 +92,6 @@ struct Schedule {
     std::array<Seconds, kCheckNum> stamps{};
 };
 
-// When the check last ran, 0 at first. Whoever sets it to now() puts the check off by a period.
+// The time at which the check last ran, 0 before its first run. Setting it to now() delays the
+// check by a full period.
 Seconds& checkTimeStamp(CheckId check);

@@ -1,6 +1,6 @@
 // The numbers of the services that local processes may ask for. The data answer to a service has
-// the next number; answerId tells it. The daemon, the client library and the command line share
-// this header, which needs nothing of the daemon.
+// the next higher number, see answerId. The client library and the command line share this header,
+// so it includes nothing else of the daemon.
 #pragma once
 
 #include <cstdint>
@@ -74,10 +74,10 @@ enum ServId : uint16_t {
     kServUpdateExtenderConf = 216,
 
     kServRetCode = 254,  // an answer that is only a return code
-    kServNone = 255,     // in a slot after initialisation
+    kServNone = 255,     // in a slot after initialization
 };
 
-// The number of the data answer.
+// The number of the data answer to a request.
 constexpr uint16_t answerId(ServId request) {
     return static_cast<uint16_t>(request + 1);
 }

@@ -1,7 +1,9 @@
-// The two shared-memory slots of the service channel, byte by byte: what a client writes into the
-// request slot and what it finds in the response slot. Numbers are in host byte order and unaligned
-// where the offset says so, MAC addresses are 6 bytes in wire order, texts end with a zero byte or
-// with the slot. This header needs nothing of the daemon.
+// The byte layout of the two shared-memory slots of the service channel: what a client writes into
+// the request slot, and what it finds in the response slot.
+//
+// Numbers are in host byte order and may be unaligned. MAC addresses are 6 bytes in wire order.
+// Texts end with a zero byte or at the end of their field. The client library shares this header,
+// so it includes nothing else of the daemon.
 #pragma once
 
 #include <cstddef>
@@ -9,6 +11,7 @@
 
 namespace slots {
 
+// Offset and width in bytes.
 struct Field {
     size_t at;
     size_t width;
@@ -21,16 +24,17 @@ inline constexpr size_t kReqSize = 256;
 inline constexpr size_t kRespSize = 632;
 inline constexpr const char* kWakeFifo = "/tmp/vm1905_wake";  // any byte ends the daemon's wait
 
-// Of flag, in both slots.
-inline constexpr uint8_t kFull = 0;  // a request waits for the daemon, an answer for its client
-inline constexpr uint8_t kIdle = 1;  // the other side has taken it
+// Values of the flag of either slot.
+inline constexpr uint8_t kFull = 0;  // a request waits for the daemon, or an answer for its client
+inline constexpr uint8_t kIdle = 1;  // the receiver has taken it
 
-// The head of both records; pid is signed in a request.
+// The head of both slots.
 inline constexpr Field kPid{0, 4};
 inline constexpr Field kServId{4, 2};
 inline constexpr Field kFlag{6, 1};
 inline constexpr size_t kPayload = 7;
 
+// Fields of requests; the comments name the services (orders/service_ids.h) that use them.
 namespace req {
 // Records of a table.
 inline constexpr Field kIndex{7, 1};  // 2, 20, 30, 34
@@ -57,7 +61,8 @@ inline constexpr Field kBandText{7, 16};  // 189: "All", or the decimal band
 inline constexpr Field kBandSearch{24, 4};
 inline constexpr Field kBandResponse{28, 4};
 inline constexpr Field kStateText{16, 240};  // 177
-// Orders to another device; where that is said, the all-zero address means all of them.
+// Orders to another device. The all-zero address means all devices for 161, 179, 181, 183, 187, 197
+// and 214.
 inline constexpr Field kTarget{7, 6};
 inline constexpr Field kCtrlValue{16, 4};   // 143, 145, 161, 214
 inline constexpr Field kPwrIntfNum{13, 1};  // 136
@@ -91,8 +96,9 @@ inline constexpr Field kDisassocImminent{27, 1};  // 206
 inline constexpr Field kDisassocTimer{28, 2};     // 206: beacon intervals
 }  // namespace req
 
+// Fields of answers, by the number of the answer.
 namespace resp {
-inline constexpr Field kReqId{7, 1};  // 254: of the request, of some requests their answer's
+inline constexpr Field kReqId{7, 1};  // 254: number of the request, or of its data answer
 inline constexpr Field kRetCode{8, 1};
 inline constexpr Field kResult{7, 1};  // 9, 25, 27, 33, 47, 131 and the answers of other devices
 // 1
@@ -126,7 +132,7 @@ inline constexpr Field kLinkThroughput{36, 2};    // Mb/s
 inline constexpr Field kLinkAvailability{38, 2};  // percent
 inline constexpr Field kLinkPhyRate{40, 2};       // Mb/s
 inline constexpr Field kLinkRssi{42, 1};
-// 21: what a rule consists of behind its identifier stays zero
+// 21: the rest of the rule stays zero
 inline constexpr Field kRuleId{8, 2};
 inline constexpr Field kRuleMacNum{10, 1};
 // 29
@@ -155,7 +161,7 @@ inline constexpr Field kDevMediaType{13, 1};
 inline constexpr Field kDevMediaLen{14, 1};
 inline constexpr size_t kDevMediaInfo = 15;
 inline constexpr Field kDevPwrState{630, 1};
-// 39 and 41: entries are a MAC (6); of 41 an AL MAC (6) and a bridge flag (1)
+// 39 and 41: an entry of 39 is a MAC (6), one of 41 an AL MAC (6) and a bridge flag (1)
 inline constexpr Field kNbrLocalMac{7, 6};
 inline constexpr Field kNbrNum{13, 1};
 inline constexpr size_t kNbrs = 14;
@@ -171,7 +177,7 @@ inline constexpr Field kSecLen{8, 2};
 inline constexpr size_t kSecValue = 10;
 // 129, 133
 inline constexpr Field kItemValue{7, 1};
-// 137: entries of 10, MAC (6), media type (2), result (1), one unused
+// 137: entries of 10 bytes, MAC (6), media type (2), result (1), unused (1)
 inline constexpr Field kPwrIntfNum{7, 1};
 inline constexpr size_t kPwrEntries = 8;
 inline constexpr size_t kPwrEntryLen = 10;

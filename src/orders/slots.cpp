@@ -20,7 +20,7 @@ SlotsState& state() {
     return stateOf<SlotsState>();
 }
 
-// Host byte order, whatever the alignment.
+// In host byte order, at any alignment.
 void putNumber(uint8_t* at, size_t width, uint32_t value) {
     const auto half = static_cast<uint16_t>(value);
     const auto byte = static_cast<uint8_t>(value);
@@ -36,7 +36,7 @@ void putNumber(uint8_t* at, size_t width, uint32_t value) {
     }
 }
 
-// The flags are the only synchronisation with the clients: set last, looked at first.
+// The flags are the only synchronization with the clients: written last, read first.
 void setFlag(uint8_t* slot, uint8_t flag) {
     std::atomic_thread_fence(std::memory_order_release);
     std::atomic_ref<uint8_t>(slot[slots::kFlag.at]).store(flag, std::memory_order_release);
@@ -58,7 +58,7 @@ int initSegment(SlotSegment& segment) {
         return kFailure;
     }
     segment.memory.reset(static_cast<uint8_t*>(memory));
-    // One that nobody else can find goes with its process, however that ends.
+    // Nobody can remove a private segment later: it disappears when the process ends.
     if (segment.key == IPC_PRIVATE) (void)shmctl(segment.id, IPC_RMID, nullptr);
     uint8_t* const slot = segment.memory.get();
     std::memset(slot, 0, segment.size);

@@ -1,6 +1,8 @@
-// The request slot and the response slot in shared memory, and the only ways in which the daemon
-// reads and writes them. Everybody on this device may write to either at any time: a request is
-// copied before it is looked at, and nothing in a slot is trusted twice.
+// The request slot and the response slot in shared memory. All access of the daemon to them goes
+// through this header.
+//
+// Any local process may write to either slot at any time. The daemon therefore copies a request
+// before it looks at it, and never reads the same field twice from the slot itself.
 #pragma once
 
 #include <array>
@@ -25,34 +27,35 @@ struct SlotSegment {
 struct SlotsState {
     SlotSegment request{slots::kReqKey, slots::kReqSize};
     SlotSegment response{slots::kRespKey, slots::kRespSize};
-    bool taken = false;  // a request, and not yet marked idle
+    bool taken = false;  // a request was taken and not yet marked idle
 };
 
-// Create or take over a segment and put it into its initial state. kOk or kFailure.
+// Create a segment, or attach to the existing one, and clear it. kOk, or kFailure if the system
+// refuses.
 [[nodiscard]] int initServReqShm();
 [[nodiscard]] int initServRespShm();
-// The attached segments, nullptr while there are none.
+// The attached memory, nullptr if there is none.
 uint8_t* getServReqShm();
 uint8_t* getServRespShm();
-// Detach and remove a segment. kOk or kFailure.
+// Detach and remove a segment. kOk, or kFailure if there is none or the system refuses.
 int destroyServReqShm();
 int destroyServRespShm();
 
-// A request as it was when the daemon took it.
+// A copy of a request. Offsets and fields are those of slot_layout.h.
 class ServReq {
   public:
-    // Copies the slot, slots::kReqSize bytes.
+    // Copies slots::kReqSize bytes from slot.
     explicit ServReq(const uint8_t* slot);
 
     int32_t pid() const { return static_cast<int32_t>(number(slots::kPid)); }
     uint16_t servId() const { return static_cast<uint16_t>(number(slots::kServId)); }
-    // A field of 1, 2 or 4 bytes.
+    // A number of 1, 2 or 4 bytes.
     uint32_t number(slots::Field field) const;
     MacAddr mac(slots::Field field) const { return macAt(field.at); }
     MacAddr macAt(size_t at) const;
-    // A text of at most the field's width, up to its first zero byte.
+    // The field up to its first zero byte.
     std::string_view text(slots::Field field) const;
-    // width bytes, or what is left of the slot.
+    // width bytes, fewer at the end of the slot.
     Bytes bytes(size_t at, size_t width) const;
     bool operator==(const ServReq&) const = default;
 
@@ -60,25 +63,25 @@ class ServReq {
     std::array<uint8_t, slots::kReqSize> bytes_;
 };
 
-// Whether a request waits in the request slot; false without a slot.
+// True if a request waits in the request slot.
 bool requestIsWaiting();
-// The request that waits.
+// Copies the request that waits; only if there is one.
 ServReq takeRequest();
-// Whether the request that was taken still occupies the slot.
+// True while the slot still holds the taken request.
 bool requestIsHeld(const ServReq& request);
-// Clients may write the next one. Once for each request that was taken: the next one may be there
-// already when this is called again.
+// Frees the request slot for the next client. Only the first call after takeRequest has an effect:
+// by the second, the slot may already hold the next request.
 void markRequestIdle();
-// For a request that its client has marked idle.
+// The client itself has freed the slot: markRequestIdle does nothing any more.
 void forgetRequest();
-// What the response slot holds is given up.
+// Discards what the response slot holds.
 void markResponseFree();
 
 inline constexpr unsigned kSlotWait = 5000;  // microseconds between two looks at a slot
-inline constexpr int kSlotLooks = 3;         // unsuccessful ones until the response slot is freed
+inline constexpr int kSlotLooks = 3;         // looks until a full response slot is freed by force
 
-// An answer on its way into the response slot. What is not written stays zero, what does not fit is
-// left out.
+// Builds an answer and writes it into the response slot. Fields that are not set stay zero; bytes
+// that do not fit are left out.
 class ServResp {
   public:
     ServResp(int32_t pid, uint16_t servId);
@@ -87,19 +90,20 @@ class ServResp {
     ServResp& mac(slots::Field field, const MacAddr& value) { return bytes(field.at, value.b); }
     ServResp& bytes(size_t at, Bytes value);
 
-    // Puts the answer into the response slot, whatever is there. kOk, also without a slot.
+    // Overwrites the response slot. kOk, also without a slot.
     int put();
-    // Waits before that until the slot is free; the third unsuccessful look, 15 ms later, frees it.
+    // Waits at most 15 ms for the client of the previous answer to free the slot, then as put().
     int post();
-    // The same, and marks the request slot idle: for answers that nobody else is asked for.
+    // As post(), then frees the request slot. For answers that need no other device.
     int answer();
 
   private:
-    // Meant: four bytes more than the segment was asked for. The longest vendor properties reach
-    // there; the kernel maps whole pages, to the clients as to us.
+    // Meant: four bytes more than the size of the segment. The longest vendor properties reach that
+    // far, which works because the kernel maps whole pages, for the clients too.
     std::array<uint8_t, slots::resp::kVendProp + slots::resp::kMaxVendProp> bytes_{};
-    size_t end_ = slots::kRespSize;  // of what is written
+    size_t end_ = slots::kRespSize;  // of the bytes to copy
 };
 
-// Writes an answer that is only a return code, and marks the request slot idle. kOk.
+// Answers request servId of the client pid with a return code only, and frees the request slot.
+// kOk.
 int respRetCode(int32_t pid, uint16_t servId, int retCode);

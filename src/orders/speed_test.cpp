@@ -1,7 +1,6 @@
 #include "orders/speed_test.h"
 
 #include <algorithm>
-#include <memory>
 
 #include "base/log.h"
 #include "base/result.h"
@@ -76,7 +75,7 @@ int sendSpeedTestData() {
     const MacAddr* own = getAlMac();
     if (own == nullptr || fetchSyncText(getSpeedTestData, text) != 0) return kFailure;
     auto payload = TextPayload{*own, text};
-    // A test that nobody of the mesh has ordered is everybody's.
+    // If no device ordered the test, all of them get its figures.
     if (speedTest().client.isZero())
         return sendVendMcastMsg(VEND_MSG_TYPE_SPEEDTEST_DATA, std::move(payload));
     return sendVendMsg(speedTest().client, VEND_MSG_TYPE_SPEEDTEST_DATA, std::move(payload));

@@ -1,6 +1,6 @@
-// The speed test. A Registrar (or whoever orders one) repeats its start or stop order to each
-// device that has not acknowledged it; a device whose test runs sends a line of figures every
-// second to whoever started it.
+// The speed test. The device that orders one, usually the Registrar, repeats its start or stop
+// order to each device that has not acknowledged it. A device whose test runs sends a line of
+// figures every second to the device that started it.
 #pragma once
 
 #include <vector>
@@ -11,27 +11,31 @@
 
 struct SpeedTestState {
     SpeedTestCtrlReq order;
-    std::vector<MacAddr> silent;  // have not acknowledged it
+    std::vector<MacAddr> silent;  // AL MACs of the devices that have not acknowledged it
     int repeats = 0;
-    MacAddr client;       // who ordered the test of this device, all zero at first
-    Seconds started = 0;  // when its figures were first sent
+    MacAddr client;       // the device that ordered a test of this one, all zero if none did
+    Seconds started = 0;  // when the figures were first sent
 };
 
-// An order went out to the device, to every device of the topology table when the address is all
-// zero. It takes the place of an earlier one. kOk, or kFailure when nobody is there to obey.
+// Notes that order was sent to target, or to every device of the topology table if target is all
+// zero. Replaces an earlier order. kOk, or kFailure if there is no device to obey it or the
+// platform refuses.
 int noteSpeedTestOrder(const MacAddr& target, const SpeedTestCtrlReq& order);
-// The device has acknowledged its order. kOk.
+// Notes that the device has acknowledged its order. kOk, or kFailure if the platform refuses.
 int noteSpeedTestAck(const MacAddr& almac);
-// The device ordered a test of this one.
+// Notes the device that ordered a test of this one.
 void noteSpeedTestClient(const MacAddr& almac);
 
-// Repeats the order to the devices that are silent; those that stay so are given up. kOk.
+// Repeats the order to the devices that have not acknowledged it, and gives up on those that never
+// do. kOk.
 int checkSpeedTestCtrl();
 
-// Sends a line of figures, when the platform has one. kOk, or kFailure without one, or as the send.
+// Sends a line of figures. kFailure if the platform has none, else the result of the send.
 int sendSpeedTestData();
 
-// The two checks of the schedule: the order, while the platform says that it waits; the figures,
-// while a test runs, which ends with its time. kOk.
+// The check of the schedule for the order: runs checkSpeedTestCtrl while the platform's flag says
+// that an order waits. kOk.
 int runSpeedTestCtrl();
+// The check of the schedule for the figures: sends them while a test runs, and ends the test after
+// the platform's time-out. kOk.
 int paceSpeedTestData();

@@ -1,6 +1,5 @@
 #include "orders/wifi_sync.h"
 
-#include <memory>
 #include <string>
 
 #include "base/log.h"
@@ -31,7 +30,7 @@ constexpr Kind kKinds[kWifiSyncNum] = {
     {"Wi-Fi channels", VEND_MSG_TYPE_WIFICHANNELRENEW, getWIFIChannelSync},
 };
 
-// Another text makes everybody's standing void.
+// A new text must reach every device again.
 WifiSync& syncOf(WifiSyncKind kind, std::string_view text) {
     WifiSync& sync = syncs().at(kind);
     if (sync.text != text) sync = {std::string(text), {}};
@@ -61,7 +60,7 @@ int check(WifiSyncKind which) {
     std::string text;
     if (fetchSyncText(kind.get, text) != 0 || text.empty()) return kFailure;
     WifiSync& sync = syncOf(which, text);
-    // A device that comes back after it was lost begins anew.
+    // A device that comes back after it was lost gets the text again.
     std::erase_if(sync.devices,
                   [](const auto& it) { return getIeee1905DevTableById(it.first) == nullptr; });
     for (const auto& dev : topol->devs) {
@@ -95,7 +94,7 @@ void noteWifiSyncAck(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
                      std::string_view result) {
     auto& devices = syncs().at(kind).devices;
     const auto it = devices.find(almac);
-    // The answer to an earlier sending says nothing of the present text.
+    // An answer to an earlier message says nothing about the current text.
     if (it == devices.end() || it->second.msgId != msgId) return;
     it->second.acknowledged = result == "success";
     if (!it->second.acknowledged)

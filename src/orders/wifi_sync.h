@@ -1,5 +1,5 @@
-// The Wi-Fi state and the Wi-Fi channels that a Registrar hands to its Enrollees: sent to each
-// until it has acknowledged the text, and again when the text changes.
+// The Wi-Fi state and the Wi-Fi channels that a Registrar sends to its Enrollees: to each one until
+// it has acknowledged the text, and again after the text has changed.
 #pragma once
 
 #include <array>
@@ -12,10 +12,10 @@
 
 enum WifiSyncKind : uint8_t { kWifiStateSync, kWifiChannelSync, kWifiSyncNum };
 
-// How a device stands to the present text.
+// What a device has got of the current text.
 struct WifiSyncStanding {
-    uint16_t msgId = 0;  // of the last sending
-    int sent = 0;
+    uint16_t msgId = 0;  // of the last transmission
+    int sent = 0;        // number of transmissions
     bool acknowledged = false;
 };
 
@@ -28,15 +28,15 @@ struct WifiSyncState {
     std::array<WifiSync, kWifiSyncNum> syncs;
 };
 
-// A pass of the Registrar over its Enrollees. kOk, or kFailure when there is nothing to hand out or
-// this device is no Registrar.
+// Send the current text to the Enrollees that need it. kOk, or kFailure if there is no text or this
+// device is not the Registrar.
 int checkWIFIStateSync();
 int checkWIFIChannelSync();
 
-// This text was sent to the device under the identifier msgId, to every Enrollee of the topology
-// table when the address is all zero.
+// Notes that text was sent under msgId to the device, or to every Enrollee of the topology table if
+// the address is all zero.
 void noteWifiSyncSent(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
                       std::string_view text);
-// The device answered it with this result text.
+// Notes the result text ("success" or another) that the device answered to the message msgId.
 void noteWifiSyncAck(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
                      std::string_view result);

@@ -26,7 +26,8 @@ int32_t signedNumber(const ServReq& request, Field field) {
     return static_cast<int32_t>(request.number(field));
 }
 
-// Most requests name their answer in a return-code answer, the others themselves.
+// The answer with a return code only. Most requests name their data answer in it, the others
+// themselves (service_catalogue.cpp).
 int answerCode(const ServReq& request, uint16_t answer, int code) {
     return respRetCode(request.pid(), answer, code);
 }
@@ -35,7 +36,7 @@ int answerResult(const ServReq& request, uint16_t answer, int result) {
     return ServResp(request.pid(), answer).number(resp::kResult, resultByte(result)).answer();
 }
 
-// The tables follow what the platform has taken.
+// The tables must follow the platform's WPS configuration.
 int answerWpsCode(const ServReq& request, uint16_t answer, int code) {
     answerCode(request, answer, code);
     if (code == kOk) updateWPSConfig();
@@ -78,7 +79,7 @@ int respSetSecServReq(const ServReq& request, uint16_t answer) {
 }
 
 int respSetConfServReq(const ServReq& request, uint16_t answer) {
-    // Meant: the value is passed on unchecked.
+    // Meant: the value is not checked.
     const uint32_t value = request.number(req::kItemValue);
     switch (request.number(req::kItem)) {
         case 0:
@@ -152,7 +153,7 @@ int handleSendWIFISyncAllReq(const ServReq& request, uint16_t answer) {
     const AlTable* al = getAlTable();
     if (al == nullptr) return answerCode(request, answer, kFailure);
     char data[PLATFORM_SYNC_DATA_LEN];
-    // One band that fails keeps none of the others; the first failure is answered.
+    // The other bands are tried even if one fails; the answer is the first failure.
     int code = wifi_flag_init();
     const auto keepFirst = [&code](int result) { code = code != kOk ? code : result; };
     keepFirst(getWIFIStateSync(data));

@@ -1,25 +1,30 @@
-// Requests for something that this device does itself, answered at once. Where their arguments
-// stand is told by slot_layout.h. Unless told otherwise: kOk, also when the client is told a
-// failure code.
+// Requests for something that this device does itself, answered at once. slot_layout.h has their
+// arguments.
+//
+// Unless stated otherwise they return kOk, even if the client gets a failure code. answer is the
+// service number that the answer names.
 #pragma once
 
 #include <cstdint>
 
 class ServReq;
 
+// Sets the power state of an own interface.
 int respSetIntfPwrStateServReq(const ServReq& request, uint16_t answer);
-// The database knows a forwarding rule by its identifier only: what would make or change one is
+// Forwarding rules. The database stores only their identifiers, so adding and modifying are always
 // answered with kFailure.
 int respAddFwdRuleServReq(const ServReq& request, uint16_t answer);
 int respMdfyFwdRuleServReq(const ServReq& request, uint16_t answer);
 int respRmFwdRuleServReq(const ServReq& request, uint16_t answer);
+// Sets the maximum number of change-log entries, which must not be 0.
 int respSetTopolLogMaxServReq(const ServReq& request, uint16_t answer);
-// Answered with kFailure: the platform has no way to set the security of the network.
+// Always answered with kFailure: the platform cannot set the security of the network.
 int respSetSecServReq(const ServReq& request, uint16_t answer);
+// Sets an option, which permits or forbids orders of other devices.
 int respSetConfServReq(const ServReq& request, uint16_t answer);
 
+// These hand their arguments to the platform and answer with its result.
 int handleWPSSetConfigReq(const ServReq& request, uint16_t answer);
-int handleWPSGetConfigReq(const ServReq& request, uint16_t answer);  // does nothing
 int handleWPSSendRenewReq(const ServReq& request, uint16_t answer);
 int handleWPSSetConfigChangetimeoutReq(const ServReq& request, uint16_t answer);
 int handleWPSSetApproveflagReq(const ServReq& request, uint16_t answer);
@@ -27,12 +32,20 @@ int handleWPSSendSearchReq(const ServReq& request, uint16_t answer);
 int handleWPSWifiReloadReq(const ServReq& request, uint16_t answer);
 int handleWPSSetConfigByBandReq(const ServReq& request, uint16_t answer);
 int handleFWStateReq(const ServReq& request, uint16_t answer);
-int handleWIFIStateActionReq(const ServReq& request, uint16_t answer);  // answers kFailure
+
+// Does nothing and does not answer.
+int handleWPSGetConfigReq(const ServReq& request, uint16_t answer);
+// Always answered with kFailure.
+int handleWIFIStateActionReq(const ServReq& request, uint16_t answer);
+// Starts the Wi-Fi synchronization of all bands and answers with the first failure.
 int handleSendWIFISyncAllReq(const ServReq& request, uint16_t answer);
 
-// These answer success whatever comes of it; the result is that of what was done.
+// These always answer success. They return the result of the action.
 int handlesetFWresultServReq(const ServReq& request, uint16_t answer);
 int handlesetPBEServReq(const ServReq& request, uint16_t answer);
+// Opens the ports anew.
 int handlesetSocketReinitServReq(const ServReq& request, uint16_t answer);
+// Writes the change log to its file.
 int handleprintfvm1905logServReq(const ServReq& request, uint16_t answer);
+// Sets the debug level; 6 prints the tables instead.
 int handleSetDebugLevelReq(const ServReq& request, uint16_t answer);

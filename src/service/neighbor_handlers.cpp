@@ -1,7 +1,6 @@
 #include "service/neighbor_handlers.h"
 
 #include <functional>
-#include <memory>
 #include <string>
 
 #include "base/log.h"
@@ -33,7 +32,7 @@ uint16_t halfOf(const ServReq& request, Field field) {
     return static_cast<uint16_t>(request.number(field));
 }
 
-// kOk when an order may go to the device, else what its client is told.
+// kOk if an order may be sent to the device, else the code for its client.
 int checkTarget(const MacAddr& target) {
     const TopolTable* topol = getNetTopolTable();
     if (topol == nullptr || topol->status != kTopolAvailable) {
@@ -51,8 +50,8 @@ int checkTarget(const MacAddr& target) {
 struct Order {
     VendMsgType type;
     VendPayload payload;
-    std::function<void()> announce{};             // its line in the message log
-    std::function<void(uint16_t msgId)> enter{};  // into the list of orders that are repeated
+    std::function<void()> announce{};             // writes its line to the platform log
+    std::function<void(uint16_t msgId)> enter{};  // adds it to the list of orders to repeat
 };
 
 int sendOrder(const ServReq& request, Order order) {
@@ -71,16 +70,16 @@ int giveOrder(const ServReq& request, Order order) {
                        : respRetCode(request.pid(), request.servId(), code);
 }
 
-// The orders that one number makes.
+// Orders whose only argument is one number.
 int giveOption(const ServReq& request, VendMsgType type) {
     return giveOrder(request, {type, OptionPayload{request.mac(req::kTarget),
                                                    byteOf(request, req::kCtrlValue)}});
 }
 
-// An order that goes to one device or to all.
+// An order to one device or to all.
 struct Control {
     VendMsgType one, all;
-    const char* name;    // in the message log
+    const char* name;    // in the platform log
     const char* object;  // likewise
     int (*enter)(const MacAddr* almac, int32_t value, int flag, uint16_t msgId);
 };
@@ -105,7 +104,7 @@ int giveControl(const ServReq& request, const Control& control) {
     return result;
 }
 
-// To the device that the request names, to all when it names none.
+// Sends to the device that the request names, or to all if its address is zero.
 int sendToTarget(const ServReq& request, VendMsgType type, VendPayload&& payload,
                  uint16_t* msgId = nullptr) {
     const MacAddr target = request.mac(req::kTarget);
@@ -169,7 +168,7 @@ int handleCtrlNbrIntfPwrServReq(const ServReq& request, uint16_t answer) {
     IntfPwrCtrlReq payload;
     payload.almac = request.mac(req::kTarget);
     if (const int code = checkTarget(payload.almac); code != kOk) {
-        // Meant: this request alone is told by its answer's number that there is no such device.
+        // Meant: for an unknown device, this request alone is refused under its answer's number.
         return respRetCode(request.pid(), code == kNotAddressed ? answer : request.servId(), code);
     }
     size_t num = request.number(req::kPwrIntfNum);
@@ -312,7 +311,7 @@ int sendUpdateConifgCtrlToExtender() {
 }
 
 int handleUpdateExtenderConifgReq(const ServReq& request, uint16_t answer) {
-    // Meant: answered before anything is done.
+    // Meant: the client is answered first.
     respRetCode(request.pid(), answer, kOk);
     return sendUpdateConifgCtrlToExtender();
 }

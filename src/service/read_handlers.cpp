@@ -27,7 +27,7 @@ ServResp answerTo(const ServReq& request, uint16_t answer) {
     return {request.pid(), answer};
 }
 
-// What keeps a client from the record with this index in a table of so many: kOk when nothing does.
+// kOk if a table of count records has one with this index, else the code for the client.
 int checkIndex(size_t index, size_t count) {
     if (count == 0) return kTableEmpty;
     return index < count ? kOk : kIndexOutOfRange;
@@ -37,7 +37,7 @@ uint32_t ageOf(Seconds stamp) {
     return static_cast<uint32_t>(now() - stamp);
 }
 
-// An own interface that the request names. When there is none, code tells why.
+// The own interface that the request names. If there is none, nullptr, and code gets the reason.
 IntfTable* findIntf(const ServReq& request, int& code) {
     code = kNoTable;
     if (getAlTable() == nullptr) return nullptr;
@@ -45,6 +45,7 @@ IntfTable* findIntf(const ServReq& request, int& code) {
     return getIntfTableById(request.mac(req::kIntfMac), request.number(req::kMediaType));
 }
 
+// The same, with its link metrics brought up to date.
 IntfTable* findLinks(const ServReq& request, int& code) {
     code = kNoTable;
     if (getAlTable() == nullptr) return nullptr;
@@ -54,6 +55,7 @@ IntfTable* findLinks(const ServReq& request, int& code) {
     return getIntfLinkMetricsById(mac, mediaType);
 }
 
+// The other device that the request names, likewise.
 Ieee1905DevTable* findDev(const ServReq& request, int& code) {
     code = kNoTable;
     if (getNetTopolTable() == nullptr) return nullptr;
@@ -61,7 +63,8 @@ Ieee1905DevTable* findDev(const ServReq& request, int& code) {
     return getIeee1905DevTableById(request.mac(req::kDevAlMac));
 }
 
-// A part of another device: one element of a list of its record. answerWith tells about it.
+// Answers with one element of a list in the record of another device; answerWith(element) writes
+// the answer.
 template <typename List, typename AnswerWith>
 int answerPart(const ServReq& request, List Ieee1905DevTable::*list, AnswerWith&& answerWith) {
     int code = kOk;
@@ -77,11 +80,11 @@ bool clientExists(int32_t pid) {
     return pid > 0 && (kill(pid, 0) == 0 || errno != ESRCH);
 }
 
-// Meant: the wait for a client that never comes back ends, too. Nobody may stop the daemon for
-// good.
+// Meant: the wait ends even if the client never frees the slot, so that no client can block the
+// daemon.
 constexpr int kMostLooks = 200;  // a second
 
-// False when the client has gone meanwhile, or leaves us waiting.
+// Waits until a client marks the request slot idle. False if the client has ended, or none does.
 bool waitForIdleRequest(const ServReq& request) {
     for (int look = 1; requestIsHeld(request); look++) {
         if (look > kMostLooks || !clientExists(request.pid())) return false;
@@ -92,7 +95,7 @@ bool waitForIdleRequest(const ServReq& request) {
     return true;
 }
 
-// As many entries as the slot holds.
+// The number of entries of the list that fit into the slot from begin on.
 template <typename List>
 size_t fitting(const List& list, size_t begin, size_t entryLen) {
     return std::min<size_t>({list.size(), (kRespSize - begin) / entryLen, 255});
@@ -112,8 +115,8 @@ int respGet1905DevServReq(const ServReq& request, uint16_t answer) {
 }
 
 int respGetIntfServReq(const ServReq& request, uint16_t answer) {
-    // Meant: not the response slot is waited for but the request slot, which is in use until this
-    // has returned, unless a client marks it idle.
+    // Meant: this waits for the request slot, not for the response slot. It stays in use until this
+    // function returns, unless a client marks it idle.
     if (!waitForIdleRequest(request)) {
         LOG(2, "the client (%d) has gone or does not mark its request idle\r\n", request.pid());
         return kFailure;
@@ -121,7 +124,7 @@ int respGetIntfServReq(const ServReq& request, uint16_t answer) {
     const auto& intfs = getIntfTable();
     const size_t index = request.number(req::kIndex);
     if (index >= intfs.size()) {
-        // Meant: one code, whatever the cause.
+        // Meant: the same code for every cause.
         return ServResp(request.pid(), kServRetCode)
             .number(resp::kReqId, request.servId())
             .number(resp::kRetCode, kFailure)
@@ -190,7 +193,7 @@ int respGetIntfLinkMetricServReq(const ServReq& request, uint16_t answer) {
 int respGetFwdRuleNumServReq(const ServReq& request, uint16_t /*answer*/) {
     const AlTable* al = getAlTable();
     if (al == nullptr) return refuse(request, kNoTable);
-    // Meant: the number stands where a return code does.
+    // Meant: the number is sent in place of a return code.
     return refuse(request, static_cast<int>(al->fwdRules.size()));
 }
 

@@ -33,7 +33,7 @@ int sendSearch(const ApAutoConfSrch& info) {
     return requestSend1905McastMsg(kMsgApAutoConfSrch, apSearchBody(body));
 }
 
-// Both addresses are the receiver's, and either leads to it.
+// dstMac and dstAlMac both name the receiver; one is enough.
 int sendResponse(const ApAutoConfRespReq& info) {
     const RoleBand body{info.supportedRole, info.freqBand};
     return requestSend1905UcastRespMsg(MacAddr(info.dstMac), kMsgApAutoConfResp, info.msgId,
@@ -47,7 +47,7 @@ int sendWsc(const ApAutoConfWscReq& info) {
     return requestSend1905UcastMsg(MacAddr(info.dstMac), kMsgApAutoConfWsc, wscBody(body));
 }
 
-// What a device has acknowledged of an earlier renew says nothing of this one.
+// Devices that acknowledged an earlier renew must acknowledge this one again.
 void forgetAcknowledgements(const ApAutoConfRenewReq& info) {
     TopolTable* topol = getNetTopolTable();
     const auto band = bandIndex(info.freqBand);

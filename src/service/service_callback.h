@@ -1,9 +1,10 @@
-// What the platform library asks the daemon to send.
+// Sends the messages that the platform library requests.
 #pragma once
 
 #include <cstdint>
 
-// Sends the standard message of a SERV_REQ_... (platform/lifecycle.h) from its record; an event
-// record receives the message identifier. retCode receives the result of the send, or kFailure
-// without a record and for an unknown number.
+// Sends the standard message for servId (SERV_REQ_... of platform/lifecycle.h) with the values of
+// its record info. The message identifier is written back into a push-button event's record. If
+// retCode is not nullptr it receives the result of the send, or kFailure if info is nullptr or
+// servId unknown.
 void servReqCallback(uint32_t servId, void* info, uint32_t* retCode);

@@ -19,7 +19,7 @@ struct Service {
     uint16_t answer;
 };
 
-// A row a line.
+// By number.
 // clang-format off
 constexpr Service kServices[] = {
     {kServGetOwnDev, respGet1905DevServReq, answerId(kServGetOwnDev)},

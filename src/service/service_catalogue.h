@@ -1,15 +1,14 @@
-// Which request of a client is handled by which function.
+// Maps the requests of clients to their handlers.
 #pragma once
 
 #include <cstdint>
 
 class ServReq;
 
-// Handles a request that was taken from the slot. answer is the number that the catalogue pairs
-// with it: the id of its data answer, or what a return-code answer to it names. The result of the
-// handler.
+// Handles a request that was taken from the slot. answer is the service number of the data answer,
+// or the number that an answer with only a return code names. Returns kOk or an error code.
 using ServiceHandler = int (*)(const ServReq& request, uint16_t answer);
 
-// Handles a request and marks the request slot idle. The result of its handler; kUnknownService,
-// without an answer, when there is none.
+// Handles a request and frees the request slot. Returns the result of its handler. If there is
+// none, returns kUnknownService and does not answer.
 int requestHandleService(const ServReq& request);

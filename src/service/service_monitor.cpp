@@ -24,7 +24,7 @@ int invalidOperation() {
     return kInvalidState;
 }
 
-// Meant: "INIT", whatever the state should be.
+// Meant: the line says "INIT" for every expected state.
 int invalidState(MonitorState expected) {
     LOG(1, "invalid operational state (%d) should be (%d/INIT)\r\n", static_cast<int>(state()),
         expected);
@@ -43,8 +43,8 @@ int initServiceMonitor() {
     if (state() != kUninit) return invalidOperation();
     LOG_PUTS(4, "initialize shared memory\r");
     if (initServReqShm() != kOk || initServRespShm() != kOk) {
-        // Meant: the same words for either segment, and when they are destroyed.
-        // Neither is removed: it may be that of a daemon that is running.
+        // Meant: one text for both segments, here and in destroyServiceMonitor.
+        // The segments are not removed: they may belong to a running daemon.
         LOG_PUTS(1, "initSerReqShm() failed\r");
         return kFailure;
     }
@@ -68,7 +68,6 @@ int runServiceMonitor() {
     drainWakeFifo();
     if (!requestIsWaiting()) return kOk;
     const int result = requestHandleService(takeRequest());
-    markRequestIdle();
     if (result != kOk) LOG(2, "failed to handle service request (retCode = %d)\r\n", result);
     return kOk;
 }

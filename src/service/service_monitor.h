@@ -1,7 +1,8 @@
 // The monitor of the service channel for local processes: owns both slots and hands each request
 // to its handler.
 //
-// kOk, kFailure, or kInvalidState when the monitor is not in the state that the call asks for.
+// The functions return kOk, or kFailure if the system refuses. In a wrong state of the monitor,
+// initServiceMonitor and destroyServiceMonitor return kInvalidState, the others kFailure.
 #pragma once
 
 #include <cstdint>
@@ -12,14 +13,19 @@ struct ServiceMonitor {
     uint32_t state = kUninit;
 };
 
+// Creates the slots and the wake FIFO.
 [[nodiscard]] int initServiceMonitor();
+// Begins to serve clients and the platform library.
 [[nodiscard]] int startServiceMonitor();
 // Handles at most one request. Called on every pass of the main loop.
 [[nodiscard]] int runServiceMonitor();
+// Removes the slots and the wake FIFO.
 int destroyServiceMonitor();
 
-// A MonitorState.
-uint32_t getServiceMonitorState();
-
-// Forgets the clients that wait and takes the requests of the platform library. kOk.
+// Forgets the waiting clients and registers for the requests of the platform library. kOk.
 [[nodiscard]] int initServiceHandler();
+
+// The daemon itself does not call this one.
+
+// The MonitorState.
+uint32_t getServiceMonitorState();

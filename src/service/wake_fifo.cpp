@@ -28,14 +28,14 @@ void openWakeFifo() {
     if (state().path.empty()) return;
     const char* const path = state().path.c_str();
     (void)mkfifo(path, 0622);
-    // Open for writing too: without a writer a FIFO is readable for ever. Not through a link, and
-    // not held up by anything that bears the name.
+    // Opened for writing too: a FIFO without a writer is always readable. O_NOFOLLOW and O_NONBLOCK
+    // because another user may have put a link or something that blocks there.
     Fd fifo(open(path, O_RDWR | O_NONBLOCK | O_CLOEXEC | O_NOFOLLOW));
     if (!fifo || !isFifo(fifo.get())) {
         LOG(2, "(%s) is no FIFO of ours\r\n", path);
         return;
     }
-    // The file mode mask does not hold for those who may poke.
+    // Any user may write to it, whatever the file mode mask is.
     (void)fchmod(fifo.get(), 0622);
     state().fifo = std::move(fifo);
 }
@@ -47,7 +47,7 @@ int wakeFifoFd() {
 void drainWakeFifo() {
     if (!state().fifo) return;
     char bytes[256];
-    // Bounded: a client that never stops poking must not stop the daemon.
+    // Bounded, so that a client that never stops writing cannot block the daemon.
     for (int i = 0; i < 256 && read(state().fifo.get(), bytes, sizeof bytes) > 0; i++) {
     }
 }

@@ -1,4 +1,4 @@
-// The FIFO by which a client that has posted a request ends the daemon's wait for frames.
+// The FIFO with which a client that has posted a request ends the daemon's wait for frames.
 #pragma once
 
 #include <string>
@@ -7,15 +7,15 @@
 #include "orders/slot_layout.h"
 
 struct WakeFifo {
-    std::string path = slots::kWakeFifo;  // empty: none is made
+    std::string path = slots::kWakeFifo;  // empty: no FIFO
     Fd fifo;
 };
 
-// Makes it. Without one, clients are served all the same, only up to a second later.
+// Creates and opens the FIFO. If that fails, clients wait up to a second longer for their answers.
 void openWakeFifo();
-// For the wait; -1 without a FIFO.
+// The descriptor to wait on, -1 without a FIFO.
 int wakeFifoFd();
-// Empties it: called on every pass.
+// Reads and discards what clients have written. Called on every pass of the main loop.
 void drainWakeFifo();
-// Removes it.
+// Closes and removes the FIFO.
 void closeWakeFifo();

@@ -33,7 +33,7 @@ void startDaemon(const DeviceOptions& options, const Site& site) {
     const uint8_t debugLevel = DEBUGLEVEL;
     setConfFolder(site.folder);
     const bool isConfigured = initSysConfig() == kOk;
-    DEBUGLEVEL = debugLevel;  // the configuration sets it
+    DEBUGLEVEL = debugLevel;  // the configuration has set it
     installUpcalls();
     if (!isConfigured || initNetCtrl() != kOk || initDataManager() != kOk ||
         initMessageMonitor() != kOk || initServiceMonitor() != kOk) {
@@ -54,7 +54,7 @@ RunningDevice::RunningDevice(const DeviceOptions& options, const Site& site) {
 }
 
 void step() {
-    fakePlatform().calls.clear();  // nobody asks for them here, and a device may run for days
+    fakePlatform().calls.clear();  // not used here, and a device may run for days
     do {
         if (runPass() != kOk) throw std::runtime_error("the main loop ended");
     } while (fakeNet().lastReady > 0);

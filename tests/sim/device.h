@@ -1,5 +1,5 @@
 // One device of a simulated mesh: the daemon on a scripted platform. It runs in the process of the
-// test and does nothing but what the test asks of it.
+// test, and only when the test calls it.
 #pragma once
 
 #include <functional>
@@ -14,28 +14,28 @@ namespace sim {
 struct DeviceOptions {
     std::vector<std::string> intfs{"eth0"};
     bool forwards = false;            // its kernel bridge forwards between the interfaces
-    std::string versions{};           // of its components, as "vm1905_Version" holds them
-    std::function<void()> prepare{};  // runs in the device, before its daemon starts
+    std::string versions{};           // of its components, the content of "vm1905_Version"
+    std::function<void()> prepare{};  // runs in the device before its daemon starts
 };
 
-// Where a device finds itself.
+// The name, the files and the addresses of a device.
 struct Site {
     struct Intf {
         std::string name;
         MacAddr mac;
     };
     std::string name;
-    std::string folder;  // its configuration and data-model files
+    std::string folder;  // of its configuration and data-model files
     MacAddr alMac;
     std::vector<Intf> intfs{};
 };
 
-// A daemon that runs. Destroying it is a power cut.
+// A running daemon. Destroying it cuts the power.
 class RunningDevice {
   public:
     RunningDevice(const DeviceOptions& options, const Site& site);
 
-    // Calls act in the device, between two passes of its daemon.
+    // Calls act in the device, between two passes of its daemon. Returns its result.
     template <typename Act>
     auto run(Act&& act) {
         useDevice(device_);
@@ -46,13 +46,13 @@ class RunningDevice {
     TestDevice device_;
 };
 
-// What a device can be asked to do, see RunningDevice::run.
+// For RunningDevice::run:
 
-// Passes of the daemon until one finds no frame to receive.
+// Runs passes of the daemon until one finds no frame to receive.
 void step();
-// The platform library reports a new text of the LED.
+// Has the platform library report a new text of the LED.
 void changeLed();
-// The sizes of all tables that the neighbors can make grow.
+// Prints the sizes of all tables that neighbors can make grow.
 std::string tableSizes();
 
 }  // namespace sim

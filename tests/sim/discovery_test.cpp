@@ -8,7 +8,7 @@
 namespace sim {
 namespace {
 
-// What each device says of itself all others say of it, and they know nobody else.
+// Each device says about the others what they say about themselves, and knows no further device.
 void expectAgreement(Mesh& mesh, const std::vector<Device>& devices) {
     std::map<std::string, Json> own;
     for (const Device device : devices) own[mesh.alMac(device)] = alOf(mesh.json(device));
@@ -31,12 +31,7 @@ void expectAgreement(Mesh& mesh, const std::vector<Device>& devices) {
 
 TEST(Discovery, AllOnASegmentKnowAll) {
     Mesh mesh;
-    std::vector<Device> devices;
-    const Segment segment = mesh.segment({});
-    for (int i = 0; i < 20; i++) {
-        devices.push_back(mesh.addDevice("d" + std::to_string(i)));
-        mesh.attach(segment, {devices.back(), "eth0"});
-    }
+    const std::vector<Device> devices = mesh.addSegment(20);
     mesh.run(10);
     expectAgreement(mesh, devices);
 }
@@ -67,14 +62,11 @@ TEST(Discovery, LongResponseIsReassembled) {
 
 TEST(Discovery, SilentDeviceOfThreeVanishesAndReturns) {
     Mesh mesh;
-    const Device a = mesh.addDevice("a");
-    const Device b = mesh.addDevice("b");
-    const Device c = mesh.addDevice("c");
-    mesh.segment({{a, "eth0"}, {b, "eth0"}, {c, "eth0"}});
+    const std::vector<Device> devices = mesh.addSegment(3);
+    const Device a = devices[0], b = devices[1], c = devices[2];
     mesh.run(20);
     mesh.kill(c);
-    mesh.run(130);  // after which a neighbour is gone
-    // Nor does anybody list it as a neighbour of somebody else.
+    mesh.run(130);  // the time after which a silent neighbor is removed
     expectAgreement(mesh, {a, b});
     EXPECT_NE(mesh.in(a, tableSizes).find(", neighbors 1, eth0 1,"), std::string::npos);
     mesh.start(c);

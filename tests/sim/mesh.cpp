@@ -16,7 +16,7 @@ namespace sim {
 namespace {
 
 constexpr Seconds kBeginning = 1'700'000'000;
-constexpr size_t kBatch = 32;  // frames an interface and round; every buffer holds them
+constexpr size_t kBatch = 32;  // frames per interface and round, which fit into every buffer
 
 int64_t cpuNanoseconds() {
     timespec time{};
@@ -34,12 +34,12 @@ void allowManyDescriptors() {
 
 }  // namespace
 
-Mesh::Mesh(uint8_t debugLevel) {
+Mesh::Mesh() {
     if (mkdtemp(folder_.data()) == nullptr) {
         throw std::system_error(errno, std::generic_category(), "mkdtemp");
     }
     allowManyDescriptors();
-    DEBUGLEVEL = debugLevel;
+    DEBUGLEVEL = 0;
     setTestTime(kBeginning);
 }
 
@@ -84,6 +84,17 @@ void Mesh::attach(Segment segment, const Plug& plug) {
     wire(segment).ends.push_back({&plugged, intf});
 }
 
+std::vector<Device> Mesh::addSegment(size_t count, Seconds spacing) {
+    std::vector<Device> devices;
+    const Segment common = segment({});
+    for (size_t i = 0; i < count; i++) {
+        devices.push_back(addDevice("d" + std::to_string(i)));
+        attach(common, {devices.back(), "eth0"});
+        if (spacing > 0) run(spacing);
+    }
+    return devices;
+}
+
 void Mesh::start(Device device) {
     Node& started = node(device);
     started.running = std::make_unique<RunningDevice>(started.options, started.site);
@@ -108,8 +119,7 @@ void Mesh::run(Seconds seconds) {
     }
 }
 
-// Rounds, in each of which all devices work on what arrived in the one before: what one of them
-// sends reaches another in the next round.
+// Works in rounds: what a device sends in one round reaches the others in the next.
 void Mesh::settle() {
     const size_t limit = framesSent_ + 1000 + 200 * nodes_.size() * nodes_.size();
     std::vector<Node*> due;
@@ -132,14 +142,14 @@ void Mesh::settle() {
     }
 }
 
-// Hands the device a batch of what has arrived for it. True if there was anything.
+// Delivers a batch of frames to the device. True if there was at least one.
 bool Mesh::deliver(Node& node) {
     if (!node.running) return false;
     bool any = false;
     for (size_t i = 0; i < node.intfs.size(); i++) {
         auto& inbox = node.intfs[i].inbox;
         for (size_t n = 0; n < kBatch && !inbox.empty(); n++) {
-            // A full buffer means that nobody reads: the frame is lost, as on a real interface.
+            // If the buffer is full the frame is lost, as on a real interface.
             (void)node.running->run(
                 [&] { return fakeNet().inject(node.site.intfs[i].name, inbox.front()); });
             inbox.pop_front();
@@ -149,8 +159,8 @@ bool Mesh::deliver(Node& node) {
     return any;
 }
 
-// Takes what the device has sent. A bridge keeps LLDP to itself, and the daemon does not listen to
-// it.
+// Takes what the device has sent. LLDP is dropped: bridges do not forward it, and the daemon does
+// not receive it.
 void Mesh::collect(Node& node) {
     for (size_t i = 0; i < node.intfs.size(); i++) {
         const std::string& name = node.site.intfs[i].name;

@@ -1,6 +1,6 @@
-// A whole mesh in one test: all devices in its process, every cable in the hands of the test, one
-// clock that the test advances. Between two seconds the devices run until none of them has anything
-// left to receive. All of it is deterministic: frames travel in the order of the devices.
+// A whole mesh in one process. The test lays the cables and advances the clock. After each second
+// the devices run until none of them has a frame left to receive. Everything is deterministic:
+// frames travel in the order of the devices.
 //
 //     Mesh mesh;
 //     const Device a = mesh.addDevice("a");
@@ -35,44 +35,48 @@ struct Plug {
 
 class Mesh {
   public:
-    // The devices log at this level.
-    explicit Mesh(uint8_t debugLevel = 0);
+    Mesh();
     ~Mesh();
     Mesh(const Mesh&) = delete;
     Mesh& operator=(const Mesh&) = delete;
 
-    // The device is switched on by the next run. At most 15 characters for the name.
+    // The next run switches the device on. The name has at most 15 characters.
     Device addDevice(const std::string& name, DeviceOptions options = {});
-    // Connects interfaces: a multicast that one sends reaches all others, any other frame the
-    // device that it is addressed to and those that would forward it.
+    // Connects interfaces. A multicast that one sends reaches all others; any other frame reaches
+    // the addressed device and those that forward.
     Segment segment(const std::vector<Plug>& plugs);
     void attach(Segment segment, const Plug& plug);
     Segment cable(Device a, const std::string& intfA, Device b, const std::string& intfB) {
         return segment({{a, intfA}, {b, intfB}});
     }
 
-    // Lets all devices come to rest, then does so once more after each second.
+    // Adds count devices, each with its eth0 on one new segment, and switches on one every spacing
+    // seconds.
+    std::vector<Device> addSegment(size_t count, Seconds spacing = 0);
+
+    // Runs all devices until they are at rest, then again after each second.
     void run(Seconds seconds = 0);
 
-    // Cuts the power, and switches it on again.
+    // Cut the power of a device, and switch it on again.
     void kill(Device device);
     void start(Device device);
-    // Calls act in the device; its result.
+    // Calls act in the device. Returns its result.
     template <typename Act>
     auto in(Device device, Act&& act) {
         return node(device).running->run(std::forward<Act>(act));
     }
 
     std::string alMac(Device device) { return macText(node(device).site.alMac); }
-    // A file as the daemon wrote it last; now: the data model, written on demand.
+    // A file as the daemon last wrote it.
     Json json(Device device, const std::string& file = "vm1905.json");
+    // The data model, written now.
     Json jsonNow(Device device);
 
     // Records the IEEE 1905.1 frames that the segment carries from now on.
     void tap(Segment segment) { wire(segment).tapped = true; }
-    // What was recorded since the last call.
+    // The frames recorded since the last call.
     std::vector<Sent> frames(Segment segment) { return std::exchange(wire(segment).seen, {}); }
-    // Nanoseconds of CPU that the passes of the device's daemon have taken so far.
+    // The CPU time of the device's passes so far, in nanoseconds.
     int64_t cpuTime(Device device) { return node(device).cpuTime; }
     // The number of IEEE 1905.1 frames that the devices have sent so far.
     size_t framesSent() const { return framesSent_; }

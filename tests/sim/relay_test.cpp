@@ -8,20 +8,20 @@
 namespace sim {
 namespace {
 
-// How often one notification of the first device travels on each cable.
+// The number of times that a notification of the first device travels on each cable.
 struct Topology {
     const char* name;
     size_t devices;
-    std::vector<std::pair<size_t, size_t>> cables;  // each on the next interface of its devices
+    std::vector<std::pair<size_t, size_t>> cables;  // each on the next free interfaces
     bool forwards;
     std::vector<size_t> transmissions;
 };
 const Topology kTopologies[] = {
-    // The two ways around meet in the device opposite, which relays the one that comes first.
+    // Both ways around end at the opposite device, which relays the copy that arrives first.
     {"Ring", 4, {{0, 1}, {1, 2}, {2, 3}, {3, 0}}, false, {1, 1, 2, 1}},
-    // What comes by one cable is relayed by the other, where it is the sender's own.
+    // The frame from one cable is relayed by the other, back to its sender.
     {"TwoCables", 2, {{0, 1}, {0, 1}}, false, {1, 2}},
-    // The kernel bridges forward what the daemons relay as well.
+    // The kernel bridges forward the frames that the daemons relay.
     {"ForwardingLine", 4, {{0, 1}, {1, 2}, {2, 3}}, true, {1, 2, 3}},
 };
 
@@ -50,7 +50,7 @@ TEST(Relay, EachNotificationEndsSoon) {
         for (const Segment cable : cables) mesh.tap(cable);
         mesh.in(devices[0], changeLed);
         mesh.run(8);
-        unsigned id = 0;  // of its last one
+        unsigned id = 0;  // of the last notification
         std::vector<size_t> times;
         for (const Segment cable : cables) {
             std::vector<unsigned> ids;

@@ -11,27 +11,21 @@ struct Quiet {
     Seconds spacing;  // between their starts
     Seconds minutes;
 };
-
 class QuietMesh : public testing::TestWithParam<Quiet> {};
 
-// On one shared segment, each minute: every device multicasts its two discoveries. To a neighbour
-// that it did not hear of within 5 seconds each device answers with a vendor discovery and a query,
-// and is answered; its vendor discovery may be such news to the first, so that both ask: 6 frames.
-// 3 seconds after any such news a device multicasts a notification, to which every other device
-// asks a query that is answered: 2 frames. When all discoveries fall into one second, so do the
-// news; else there may be news at each device's turn. Every 30 seconds each device asks each other
-// for its configuration, addresses, stations and power states: 9 frames with the answers, and at
-// most 15 more when a topology response has told of it anew.
+// The frames per minute on one shared segment:
+// - Every device multicasts 2 discoveries.
+// - A device that hears a neighbor after more than 5 seconds sends it a vendor discovery and a
+//   query, which is answered. The neighbor may do the same: 6 frames per pair.
+// - 3 seconds after such news a device multicasts a notification. Every other device sends a query,
+//   which is answered: 2 frames. If all devices start together there is one such notification per
+//   device, otherwise up to one for each other device's turn.
+// - Every 30 seconds each device asks each other one for its configuration, addresses, stations and
+//   power states: 9 frames with the answers, and at most 15 more after a topology response.
 TEST_P(QuietMesh, SendsNoMoreThanItsPeriodsAskFor) {
     const auto [n, spacing, minutes] = GetParam();
     Mesh mesh;
-    std::vector<Device> devices;
-    const Segment segment = mesh.segment({});
-    for (size_t i = 0; i < n; i++) {
-        devices.push_back(mesh.addDevice("d" + std::to_string(i)));
-        mesh.attach(segment, {devices.back(), "eth0"});
-        mesh.run(spacing);
-    }
+    const std::vector<Device> devices = mesh.addSegment(n, spacing);
     mesh.run(130);
     std::vector<std::string> sizes;
     for (const Device device : devices) sizes.push_back(mesh.in(device, tableSizes));
@@ -39,9 +33,8 @@ TEST_P(QuietMesh, SendsNoMoreThanItsPeriodsAskFor) {
     const size_t before = mesh.framesSent();
     mesh.run(60 * minutes);
     const size_t perMinute = (mesh.framesSent() - before) / static_cast<size_t>(minutes);
-    const size_t notifications = spacing == 0 ? 1 : n;
-    EXPECT_LE(perMinute, n * (2 + notifications +
-                              (n - 1) * (6 + 2 * notifications + 2 * 9 + 15 * notifications)));
+    const size_t news = spacing == 0 ? 1 : n;
+    EXPECT_LE(perMinute, n * (2 + news + (n - 1) * (6 + 2 * news + 2 * 9 + 15 * news)));
     EXPECT_GE(perMinute, n * 2 + n * (n - 1) * 3) << "the mesh is asleep";
 
     for (size_t i = 0; i < n; i++) EXPECT_EQ(mesh.in(devices[i], tableSizes), sizes[i]) << i;
@@ -50,12 +43,13 @@ TEST_P(QuietMesh, SendsNoMoreThanItsPeriodsAskFor) {
 INSTANTIATE_TEST_SUITE_P(Of, QuietMesh,
                          testing::Values(Quiet{5, 0, 60}, Quiet{5, 11, 10}, Quiet{20, 0, 2}));
 
-// That the device in the middle has neighbours on two interfaces is no news each time it is told.
-// On both cables, each minute: 8 discoveries; 6 frames for each pair of neighbours, of which there
-// are 2, and 3 when the hop forwards; a notification of each device, without forwarding one more
-// because of devices further off, which come and go by their notifications alone; each of them is 2
-// frames and 2 queries that are answered. And each neighbour asks the other what the vendor
-// protocol tells, see above.
+// A device with neighbors on two interfaces must not be news each time. The frames per minute on
+// both cables:
+// - 8 discoveries.
+// - 6 frames per pair of neighbors: 2 pairs, or 3 if the device in the middle forwards.
+// - 6 frames per notification, with its queries and answers: one per device, or two without
+//   forwarding, because the devices at the ends know of each other by notifications only.
+// - The vendor queries as above.
 TEST(QuietLine, IsQuietWithAndWithoutForwarding) {
     for (const bool forwards : {false, true}) {
         Mesh mesh;

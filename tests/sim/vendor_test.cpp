@@ -1,4 +1,4 @@
-// What one device's platform tells, in the other device's data model.
+// The state that one device's platform reports reaches the other device's data model.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -13,8 +13,8 @@ namespace {
 
 using namespace sim;
 
-// Something to tell about everything.
-void tellAll() {
+// Gives every member a value of its own.
+void fillAll() {
     FakePlatform& platform = fakePlatform();
     platform.intfs.at(0).pwrState = PLATFORM_PWR_SAVE;
     platform.wps.deviceType = 1;
@@ -38,21 +38,16 @@ void tellAll() {
     }
 }
 
-std::string takeOverRole() {
-    (void)updateWPSConfig();
-    return {};
-}
-
 TEST(VendorMesh, EveryMemberReachesTheOtherDevice) {
     Mesh mesh;
     const Device registrar = mesh.addDevice("registrar");
     const Device enrollee = mesh.addDevice(
         "enrollee", {.versions = "AppVersion=1.5\nL2DeviveCtrl=1\nWiFiAutoCfg=2\nWiFiOnOff=3\n"
                                  "FwUpgrade=1502\nLEDOnOff=5\nDSI=6\nvm1905Version=7\n",
-                     .prepare = tellAll});
+                     .prepare = fillAll});
     mesh.cable(registrar, "eth0", enrollee, "eth0");
     mesh.run();
-    mesh.in(enrollee, takeOverRole);
+    mesh.in(enrollee, updateWPSConfig);
     mesh.run(75);
     const Json dev = remotes(mesh.jsonNow(registrar)).at(mesh.alMac(enrollee));
     const Json wanted = Json::parse(R"({
@@ -82,7 +77,7 @@ TEST(VendorMesh, EveryMemberReachesTheOtherDevice) {
     for (const auto& [key, value] : state.items()) {
         if (key.ends_with("_time")) times.insert(value);
     }
-    EXPECT_EQ(times.size(), 12U) << "each its own";
+    EXPECT_EQ(times.size(), 12U) << "all different";
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 #include "base/state.h"
 #include "controller/controller_loop.h"
@@ -39,7 +38,7 @@ class Controller : public Device {
         for (const auto& s : sentVend()) all += std::to_string(s.type) + " ";
         return all;
     }
-    // Passes once a second; what was sent, with the second: "2: 4 5: 4 ".
+    // Passes once a second; the seconds in which vendor messages left: "2: 4 5: 4 ".
     static std::string run(int from, int to) {
         std::string all;
         for (int second = from; second < to; second++) {
@@ -51,7 +50,7 @@ class Controller : public Device {
         }
         return all;
     }
-    // A neighbour that is not asked for anything.
+    // A neighbor that is not queried.
     static void meetSilently(const Peer& who, unsigned id) {
         meet(who, id);
         drop();
@@ -68,7 +67,7 @@ TEST_F(Controller, DevicesAreAskedAtOnceAgainAndEveryHalfMinute) {
     EXPECT_EQ(asked(), "0 51 2 0 51 ") << "each of the two flags forces a pass";
     EXPECT_EQ(run(0, 8), "3: 0 51 2 6: 0 51 2 ") << "unanswered";
     (void)setMessageTransmitterCheckFlag(kPeer.al, "flag_powerstate", 1);
-    EXPECT_EQ(run(8, 13), "9: 2 12: 2 ") << "the configuration was answered";
+    EXPECT_EQ(run(8, 13), "9: 2 12: 2 ") << "only the configuration was answered";
     (void)setMessageTransmitterCheckFlag(kPeer.al, "flag_deviceinfo", 1);
     EXPECT_EQ(run(13, 75), "36: 0 51 42: 2 66: 0 51 72: 2 ");
     scheduleSettings().Time_DEVICEINFO = 5;
@@ -81,14 +80,13 @@ TEST_F(Controller, DevicesAreAskedAtOnceAgainAndEveryHalfMinute) {
 
 TEST_F(Controller, CheckFlagsAreSetByName) {
     meet(kPeer, 1);
-    const std::tuple<MacAddr, const char*, int, int> alMacNameFlagResult[] = {
-        {kPeer.al, "flag_powerstate", 1, kOk},      {kPeer.al, "flag_deviceinfo", 0, kOk},
-        {kPeer.al, "flag_powerstate", 2, kFailure}, {kPeer.al, "flag", 1, kFailure},
-        {kPeer.al, nullptr, 1, kFailure},           {kOther.al, "flag_powerstate", 1, kFailure}};
-    for (const auto& [alMac, name, flag, result] : alMacNameFlagResult) {
-        EXPECT_EQ(setMessageTransmitterCheckFlag(alMac, name, flag), result)
-            << (name != nullptr ? name : "no name") << " " << flag;
-    }
+    const auto& set = setMessageTransmitterCheckFlag;
+    EXPECT_EQ(set(kPeer.al, "flag_powerstate", 1), kOk);
+    EXPECT_EQ(set(kPeer.al, "flag_deviceinfo", 0), kOk);
+    EXPECT_EQ(set(kPeer.al, "flag_powerstate", 2), kFailure);
+    EXPECT_EQ(set(kPeer.al, "flag", 1), kFailure);
+    EXPECT_EQ(set(kPeer.al, nullptr, 1), kFailure);
+    EXPECT_EQ(set(kOther.al, "flag_powerstate", 1), kFailure);
     MsgCheckConfig record;
     EXPECT_EQ(getMessageTransmitterCheck(kPeer.al, "flag_powerstate", &record), kOk);
     EXPECT_EQ(record.timeout, now());
@@ -123,10 +121,9 @@ TEST_F(Controller, ChecksKeepTheirPeriods) {
     setDeviceModelType("other");
     EXPECT_EQ(callsIn13Seconds(),
               (Calls{{"reSendRenewbySynclist", 13}, {"check_ChangeDeviceMode_timeout", 26}}));
-    setDeviceModelType("");
 }
 
-// What the device shows of itself follows the platform, and only a change is written.
+// The own record follows the platform, and only a change is written.
 TEST_F(Controller, OwnRecordFollowsThePlatform) {
     FakePlatform& platform = fakePlatform();
     platform.led = {"on\"\\\n", "80"};
@@ -159,7 +156,7 @@ TEST_F(Controller, OwnRecordFollowsThePlatform) {
     EXPECT_FALSE(written(60)) << "failures";
     EXPECT_EQ(shown(), expected);
     platform.fail.clear();
-    EXPECT_FALSE(written(15)) << "the LED is looked at every 20 seconds";
+    EXPECT_FALSE(written(15)) << "the LED is checked every 20 seconds";
     EXPECT_TRUE(written(5));
 }
 
@@ -168,14 +165,13 @@ TEST_F(Controller, RootApIsPublished) {
     const std::string macs = folder() + "/ROOTAP_MESH_MAC", ip = folder() + "/rootap_ip";
     auto& commands = fakeSystem().commands;
     commands.clear();
-    // What stands in the file after another pass, and then goes.
+    // The content of the file after another pass. The file is removed.
     const auto published = [&] {
         advance(11);
         MessageTransmitterLoop(now(), 0);
-        std::ostringstream text;
-        text << std::ifstream(macs).rdbuf();
+        std::ifstream file(macs);
         std::filesystem::remove(macs);
-        return text.str();
+        return std::string(std::istreambuf_iterator<char>(file), {});
     };
     meet(kPeer, 1);
     Ieee1905DevTable& dev = getNetTopolTable()->devs.front();
@@ -187,11 +183,11 @@ TEST_F(Controller, RootApIsPublished) {
     }
     dev.role = 0;
     dev.deviceIP = "192.0.2.1";
-    EXPECT_EQ(published(), "") << "one is missing";
-    EXPECT_EQ(commands.size(), 0U) << "this is no Enrollee";
+    EXPECT_EQ(published(), "") << "one interface is missing";
+    EXPECT_EQ(commands.size(), 0U) << "this device is no Enrollee";
     dev.intfs[3].name = "wlan1-msh0";
     dev.role = 1;
-    EXPECT_EQ(published(), "") << "not the Registrar";
+    EXPECT_EQ(published(), "") << "the device is not the Registrar";
     dev.role = 0;
     EXPECT_EQ(published(),
               "wlan0-msh0=02:00:00:00:00:02\nwlan1-msh0=02:00:00:00:00:04\n"
@@ -199,14 +195,14 @@ TEST_F(Controller, RootApIsPublished) {
     EXPECT_EQ(published(), "") << "once only";
 
     getAlTable()->wpsConfig[0] = 1;
-    for (const auto* told :
+    for (const std::string_view address :
          {"192.0.2.1", "192.0.2.1", "192.0.2.1; echo 1", "$(id)", "", "2001:db8::1"}) {
-        dev.deviceIP = std::string_view(told);
+        dev.deviceIP = address;
         (void)published();
     }
     EXPECT_EQ(commands,
               (std::vector<std::string>{"echo 192.0.2.1 >" + ip, "echo 2001:db8::1 >" + ip}));
-    // Whoever puts a FIFO there must not stop the daemon.
+    // A FIFO in that place must not block the daemon.
     ASSERT_EQ(mkfifo(ip.c_str(), 0600), 0);
     dev.deviceIP = "192.0.2.3";
     (void)published();
@@ -217,7 +213,6 @@ TEST_F(Controller, OrdersAreRepeatedUntilAnswered) {
     constexpr uint16_t kMsgId = 7;
     constexpr int32_t kPid = 77;
     meetSilently(kPeer, 1);
-    initPendingRequests();
     const struct {
         int (*set)(const MacAddr*, uint16_t, int, int);
         uint16_t answerId;
@@ -235,20 +230,21 @@ TEST_F(Controller, OrdersAreRepeatedUntilAnswered) {
             (void)registerServReq(kPid, list.answerId - 1U, kMsgId);
             EXPECT_EQ(list.set(&kPeer.al, kMsgId, 1, 0), kOk);
         };
+        const auto answer = [&] { EXPECT_EQ(list.set(&kPeer.al, 1, 0, 0), kOk); };
         order();
         EXPECT_EQ(run(0, list.freedAfter), list.repeats);
-        EXPECT_EQ(list.set(&kPeer.al, 1, 0, 0), kOk);
+        answer();
         EXPECT_FALSE(waits()) << "a late answer still reaches the client";
 
         order();
         EXPECT_EQ(run(0, list.freedAfter + 1), list.repeats);
-        EXPECT_EQ(list.set(&kPeer.al, 1, 0, 0), kOk);
+        answer();
         EXPECT_TRUE(waits()) << "the order is forgotten";
-        EXPECT_EQ(run(0, 5), "") << "an answer to nothing is never sent";
+        EXPECT_EQ(run(0, 5), "") << "the entry of such an answer is not sent";
 
         order();
         (void)run(0, 5);
-        EXPECT_EQ(list.set(&kPeer.al, 1, 0, 0), kOk);
+        answer();
         EXPECT_FALSE(waits());
         EXPECT_EQ(run(5, 15), "");
         EXPECT_EQ(list.set(nullptr, kMsgId, 1, 0), kFailure);
@@ -258,42 +254,42 @@ TEST_F(Controller, OrdersAreRepeatedUntilAnswered) {
 TEST_F(Controller, TheNewestValueIsRepeated) {
     meetSilently(kPeer, 1);
     meetSilently(kOther, 2);
-    using Payloads = std::vector<Frame>;
+    const std::string first = print(bytesOf(kPeer.al)), second = print(bytesOf(kOther.al));
     const auto payloads = [](int seconds) {
-        Payloads all;
+        std::string all;
         for (int i = 0; i < seconds; i++) {
             MessageTransmitterLoop(now(), 0);
-            for (const auto& s : sentVend()) all.push_back(s.payload);
+            for (const auto& s : sentVend()) all += print(s.payload) + " ";
             advance(1);
         }
         return all;
     };
-    const auto order = [](const Peer& to, uint8_t value) { return bytesOf(to.al) + Frame{value}; };
     const MacAddr all{};
-    for (const auto& [set, clear] : {std::pair{&setLEDCtrlList, &clearLEDCtrlList},
-                                     {&setSystemCtrlList, &clearSystemCtrlList}}) {
+    for (const auto& [name, set, clear] : {std::tuple{"LED", &setLEDCtrlList, &clearLEDCtrlList},
+                                           {"system", &setSystemCtrlList, &clearSystemCtrlList}}) {
+        SCOPED_TRACE(name);
         EXPECT_EQ(set(&all, 3, 1, 0), kOk);
-        EXPECT_EQ(payloads(6), (Payloads{order(kPeer, 3), order(kOther, 3)}));
+        EXPECT_EQ(payloads(6), first + "03 " + second + "03 ");
         EXPECT_EQ(set(&kPeer.al, 4, 1, 7), kOk);
-        EXPECT_EQ(payloads(6), (Payloads{order(kPeer, 4), order(kOther, 3)}));
+        EXPECT_EQ(payloads(6), first + "04 " + second + "03 ");
         EXPECT_EQ(clear(kPeer.al), 7U) << "its client waits under the first identifier";
         clear(all);
         clear(peer(9).al);
-        EXPECT_EQ(payloads(6), (Payloads{order(kOther, 3)}));
+        EXPECT_EQ(payloads(6), second + "03 ");
         clear(kOther.al);
-        EXPECT_EQ(payloads(12).size(), 0U);
+        EXPECT_EQ(payloads(12), "");
     }
     EXPECT_EQ(setLogFileList(&kPeer.al), kOk);
-    EXPECT_EQ(payloads(11), (Payloads{bytesOf(kPeer.al), bytesOf(kPeer.al)}));
+    EXPECT_EQ(payloads(11), first + " " + first + " ");
     clearLogFileList(kPeer.al);
-    EXPECT_EQ(payloads(12).size(), 0U);
-    const Payloads network{bytesOf(kPeer.al) + hex("0102 0003 72756e")};
+    EXPECT_EQ(payloads(12), "");
+    const std::string network = first + "0102000372756e ";
     EXPECT_EQ(setNetworkCtrlList(&kPeer.al, 0x102, "run", 1), kOk);
     EXPECT_EQ(payloads(16), network);
     clearNetworkCtrlList(kPeer.al, 0x101);
-    EXPECT_EQ(payloads(16), network) << "the answer to another";
+    EXPECT_EQ(payloads(16), network) << "the answer to another order";
     clearNetworkCtrlList(kPeer.al, 0x102);
-    EXPECT_EQ(payloads(31).size(), 0U);
+    EXPECT_EQ(payloads(31), "");
 }
 
 TEST_F(Controller, ListsAreBounded) {
@@ -305,8 +301,6 @@ TEST_F(Controller, ListsAreBounded) {
     const MacAddr more = peer(4096).al;
     EXPECT_EQ(setRebootCtrlList(&more, 1, 1), kFailure);
     EXPECT_EQ(addFWupgradelist(more, 0, 0), kFailure);
-    (void)removeallFWupgradelist();
-    EXPECT_EQ(findFWupgradelist(peer(0).al), nullptr);
 }
 
 TEST_F(Controller, UpgradesAreKeptByDevice) {
@@ -314,10 +308,10 @@ TEST_F(Controller, UpgradesAreKeptByDevice) {
         const FWupgradeEntry& entry = *findFWupgradelist(of.al);
         return std::to_string(entry.state) + " " + std::to_string(entry.sent);
     };
-    // Option and value: state and sent. Meant: the first entry counts as ordered, but not as sent.
-    const std::tuple<int, long, const char*> steps[] = {
+    // Meant: the first call sets the state to ordered, but not the sent flag.
+    const std::tuple<int, long, const char*> optionValueKept[] = {
         {1, 7, "1 0"}, {1, 7, "1 7"}, {0, 0, "0 7"}, {0, 2, "2 7"}, {0, 0, "2 7"}};
-    for (const auto& [option, value, expected] : steps) {
+    for (const auto& [option, value, expected] : optionValueKept) {
         (void)addFWupgradelist(kPeer.al, option, value);
         EXPECT_EQ(kept(kPeer), expected) << option << " " << value;
     }
@@ -326,9 +320,10 @@ TEST_F(Controller, UpgradesAreKeptByDevice) {
     EXPECT_EQ(findFWupgradelist(kPeer.al), nullptr);
     EXPECT_EQ(kept(kOther), "1 0");
     (void)removeallFWupgradelist();
+    EXPECT_EQ(findFWupgradelist(kOther.al), nullptr);
 }
 
-// 30 stations of about 100 characters each, and one that is too long: three messages.
+// 30 stations of about 100 characters each, and one that is too long, give three messages.
 TEST_F(Controller, StationsAreReportedInChunks) {
     EXPECT_EQ(sendWIFIClientInfo(), kFailure) << "no station";
     meetSilently(kPeer, 1);
@@ -336,12 +331,11 @@ TEST_F(Controller, StationsAreReportedInChunks) {
                               "TTTTTTTTTTTT", "RRRRRRRR", "CCCCCCCCC"};
     auto& stations = fakePlatform().stations;
     stations.assign(31, station);
-    // Texts that fill their fields whole make a record of 151 characters or more.
+    // Full text fields make a record of 151 characters or more.
     std::memset(stations[3].tx, 'T', sizeof stations[3].tx);
     std::memset(stations[3].rx, 'R', sizeof stations[3].rx);
     std::memset(stations[3].connType, 'C', sizeof stations[3].connType);
     kPeer.intf.copyTo(stations[7].mac);  // an interface of a known device
-    (void)sent("eth0");
     EXPECT_EQ(sendWIFIClientInfo(), kOk);
     std::string all;
     for (const auto& s : sent("eth0")) {
@@ -357,7 +351,6 @@ TEST_F(Controller, StationsAreReportedInChunks) {
     EXPECT_EQ(occurrences(all, ",8=02:ee:00:00:00:01}"), 1U);
     setSendWIFIClientInfo_flag(0);
     EXPECT_EQ(sendWIFIClientInfo(), kFailure);
-    setSendWIFIClientInfo_flag(1);
 }
 
 }  // namespace

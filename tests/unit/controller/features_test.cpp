@@ -1,4 +1,5 @@
-// What the mesh does together: settings handed out by a Registrar, and the speed test.
+// Features of the mesh: the settings that a Registrar sends to its Enrollees, the speed test, and
+// the acknowledgement of a renew.
 #include "controller/controller_loop.h"
 #include "db/database.h"
 #include "db/device_table.h"
@@ -27,8 +28,8 @@ class Features : public Device {
         }
         drop();
     }
-    // Passes once a second; the vendor messages of this type with the second and the last byte of
-    // whom they went to: "0>1 0>2 30>1 ". The identifier of the last one is kept.
+    // Passes once a second; the vendor messages of this type, each as its second and the last byte
+    // of its destination: "0>1 0>2 30>1 ". Keeps the identifier of the last one.
     std::string run(int seconds, unsigned type) {
         std::string all;
         for (int second = 0; second < seconds; second++) {
@@ -52,7 +53,7 @@ class Features : public Device {
 };
 
 TEST_F(Features, SettingsAreHandedOutUntilAcknowledged) {
-    EXPECT_EQ(run(31, kRenew), "") << "nothing to hand out";
+    EXPECT_EQ(run(31, kRenew), "") << "no text";
     fakePlatform().wifiChannelSync = "6 36";
     fakePlatform().notApproved.insert(kOther.al);
     EXPECT_EQ(run(30, kRenew), "29>1 ");
@@ -72,9 +73,9 @@ TEST_F(Features, SettingsAreHandedOutUntilAcknowledged) {
     getIeee1905DevTableById(kOther.al)->role = 1;
     EXPECT_EQ(run(30, kRenew), "9>2 ") << "it may have forgotten";
     fakePlatform().wifiChannelSync.assign(1375, '6');
-    EXPECT_EQ(run(60, kRenew), "") << "too long for a message, and half a setting is none";
+    EXPECT_EQ(run(60, kRenew), "") << "too long for a message, so it is not sent at all";
     getAlTable()->wpsConfig[0] = 1;
-    EXPECT_EQ(run(90, kRenew), "") << "an Enrollee hands out nothing";
+    EXPECT_EQ(run(90, kRenew), "") << "an Enrollee sends no settings";
 }
 
 TEST_F(Features, SpeedTestOrdersAreRepeatedUntilAcknowledged) {
@@ -95,7 +96,7 @@ TEST_F(Features, SpeedTestOrdersAreRepeatedUntilAcknowledged) {
     EXPECT_EQ(getSpeedTestSendCtrlflag(), 1);
 }
 
-TEST_F(Features, FiguresGoToWhoeverStartedTheTestUntilItsTimeIsOver) {
+TEST_F(Features, FiguresGoToTheDeviceThatStartedTheTestUntilItsTimeIsOver) {
     fakePlatform().speedTestTimeout = 4;
     fakePlatform().speedTestData = "94 Mb/s";
     tell(kOther, 9, kStart, hex("01 00") + textBytes("") + Frame(8) + bytesOf(kStation));
@@ -124,8 +125,9 @@ TEST_F(Features, ARenewIsAcknowledgedAnew) {
     servReqCallback(SERV_REQ_AP_AUTOCONF_RENEW, &renew, &result);
     EXPECT_EQ(flags, (Flags{0, 1, 0, 0}));
     EXPECT_EQ(others, (Flags{0, 0, 0, 0}));
+}
 
-    // The other side of it.
+TEST_F(Features, AnEnrolleeAcknowledgesARenew) {
     const auto answerToRenew = [](unsigned id) {
         const Frame tlvs = macTlv(1, kPeer.al) + tlvBytes(15, {0}) + tlvBytes(16, {33});
         (void)receive("eth0", frame1905(k1905Multicast, kPeer.intf, kMsgApAutoConfRenew, id,
@@ -134,12 +136,11 @@ TEST_F(Features, ARenewIsAcknowledgedAnew) {
         for (const auto& s : sentVend()) all += std::to_string(s.type) + ":" + print(s.payload);
         return all;
     };
-    drop();
     EXPECT_EQ(answerToRenew(91), "") << "a Registrar";
     getAlTable()->wpsConfig[0] = 1;
     EXPECT_EQ(answerToRenew(92), "31:02190500000121");
     fakePlatform().fail.insert("notifyApAutoConfRenewMsgReceived");
-    EXPECT_EQ(answerToRenew(93), "") << "not taken up";
+    EXPECT_EQ(answerToRenew(93), "") << "the platform refuses";
 }
 
 }  // namespace

@@ -16,14 +16,14 @@ const std::string kAl = "010006 02ee00000001 ", kPeerText = "Received 02:ee:00:0
 const std::string kMac = "020006 02ee00010001", kRole = "0f0001 01 100001 02",
                   kAp = "notifyApAutoConf";
 
-// A well-formed message of every type, and what comes of it: see Receiver::effects().
+// A well-formed message of every type, and its effects as Receiver::effects() prints them.
 struct Message {
     unsigned type;
     std::string tlvs, effects;
     bool relayed = false;
 };
 const std::vector<Message> kMessages{
-    {0, kAl + kMac, "eth0:4; eth0:2; 1905 neighbour; "},
+    {0, kAl + kMac, "eth0:4; eth0:2; 1905 neighbor; "},
     {1, kAl + kMac, "eth0:2; eth1:1; other; ", true},
     {2, kAl, ""},
     {3,
@@ -32,7 +32,7 @@ const std::vector<Message> kMessages{
          kAl,
      "device; "},
     {4, "0b001b 0a3c71 02ee00000001 0001 002d 000c 02ee00000001 02ee00010001",
-     "eth0:4; eth0:2; 1905 neighbour; "},
+     "eth0:4; eth0:2; 1905 neighbor; "},
     {5, "080002 00 02", ""},
     {6, "09000c 02ee00000001 021905000001 0a000c 02ee00000001 021905000001 0c0001 00", ""},
     {7, kAl + "0d0001 00 0e0001 02", kAp + "SrchMsg" + kPeerText + "4660 0 2; eth1:7; ", true},
@@ -64,25 +64,24 @@ class Receiver : public Device {
     void SetUp() override {
         Device::SetUp();
         start();
-        // The controller would ask whoever is heard of.
-        upcalls().deviceDescribed = [](const MacAddr&) {};
+        upcalls().deviceDescribed = [](const MacAddr&) {};  // else the controller sends queries
     }
     static bool isStored(unsigned id, unsigned type = 3) {
         const Frame frame = fragment(id, 0, false, type);
         return findFragCmdu(port("eth0"), parseFrameHdr(frame)) != nullptr;
     }
-    // What a handled message changes and causes.
+    // The effects of a handled message: platform calls, frames sent, neighbors, devices.
     static std::string effects() {
         std::string all = calls();
         for (const std::string name : {"eth0", "eth1"}) {
             for (const auto& s : sent(name)) all += name + ":" + std::to_string(s.type) + "; ";
         }
         for (const auto& nbr : getIntfTable().front().nbrs) {
-            all += nbr.is1905 ? "1905 neighbour; " : "other; ";
+            all += nbr.is1905 ? "1905 neighbor; " : "other; ";
         }
         return all + (getNetTopolTable()->devs.empty() ? "" : "device; ");
     }
-    // As new, and a response of the type is expected.
+    // A new device, which expects a response of this type.
     static void renew(unsigned type) {
         fakePlatform().calls.clear();
         (void)destroyDataManager();
@@ -96,21 +95,22 @@ class Receiver : public Device {
 
 TEST_F(Receiver, EveryTypeIsHandledAndSomeRelayed) {
     for (const auto& message : kMessages) {
+        SCOPED_TRACE(message.type);
         renew(message.type);
-        // Other TLVs are skipped, also empty ones; bytes behind the end do not matter.
+        // Unknown TLVs are skipped, even empty ones; bytes after the end do not matter.
         const std::string more = "630000 630003 010203 000000 0102030405";
-        const int stranger = message.type == 2 || message.type == 5 ? kFailure : kOk;
-        EXPECT_EQ(receive("eth0", frameOf(message.type, message.tlvs + more)), stranger);
-        EXPECT_EQ(effects(), message.effects) << message.type;
+        const int fromStranger = message.type == 2 || message.type == 5 ? kFailure : kOk;
+        EXPECT_EQ(receive("eth0", frameOf(message.type, message.tlvs + more)), fromStranger);
+        EXPECT_EQ(effects(), message.effects);
         if (!message.relayed) continue;
-        // Whatever its handler answers.
+        // It is relayed even if its handler fails.
         renew(message.type);
         (void)disableNetTopol();
         fakePlatform().results[message.effects.substr(0, message.effects.find(' '))] = 1;
         (void)receive("eth0", frameOf(message));
         Frame relayed = frameOf(message);
         kEth1.copyTo(&relayed[6]);
-        EXPECT_EQ(sent("eth1").at(0).frame, relayed) << "all but the source stays";
+        EXPECT_EQ(sent("eth1").at(0).frame, relayed) << "only the source changes";
     }
     renew(0);
     meet(kPeer, 1);
@@ -122,8 +122,8 @@ TEST_F(Receiver, EveryTypeIsHandledAndSomeRelayed) {
     }
 }
 
-// Each frame is also wrong in everything that is looked at later.
-TEST_F(Receiver, ChecksStandInThisOrder) {
+// Each frame would also fail all later checks.
+TEST_F(Receiver, FramesAreCheckedInThisOrder) {
     Frame lldp = frame1905(kEth1, kEth1, 13, 1, {}, 0, 0, 0);
     lldp[12] = 0x88, lldp[13] = 0xcc;
     const Frame noTlvs = frame1905(kOwnAl, kPeer.intf, 0, 7, {});
@@ -145,19 +145,19 @@ TEST_F(Receiver, ChecksStandInThisOrder) {
         EXPECT_EQ(occurrences(log.text(), line), 1U) << line;
     }
     EXPECT_EQ(receive("eth0", frame1905(kEth0, kPeer.intf, 13, 1, {}, 0x80, 0, 0)), kFailure);
-    EXPECT_EQ(log.text(), "") << "another version passes in silence";
-    EXPECT_EQ(recv1905Msg(port("eth0")), kFailure) << "nothing there";
+    EXPECT_EQ(log.text(), "") << "another version is dropped without a line";
+    EXPECT_EQ(recv1905Msg(port("eth0")), kFailure) << "no frame";
     EXPECT_EQ(effects(), "");
 }
 
 TEST_F(Receiver, MalformedMessagesAreNotHandled) {
     const std::pair<unsigned, std::string> cases[] = {
-        {0, kMac + "000000"},               // without what is required
-        {0, "010006 000000000000 000000"},  // nobody's
-        {0, kAl + "000001"},                // an end with a length
+        {0, kMac + "000000"},               // no AL MAC
+        {0, "010006 000000000000 000000"},  // zero AL MAC
+        {0, kAl + "000001"},                // end of message with a length
         {0, "010000 000000"},               // zero length
-        {0, kAl + "63ffff 000000"},         // beyond the frame
-        {0, kAl + "63 000000"},             // takes the end for its length
+        {0, kAl + "63ffff 000000"},         // longer than the frame
+        {0, kAl + "63 000000"},             // reads the end of message as its length
         {12, kAl + "130013 020304050607 00ff 020304050608 0203040506 000000"},
         {11, kAl + "120004 ff 0105 00 000000"}};  // 255 entries
     for (const auto& [type, tlvs] : cases) {
@@ -168,10 +168,12 @@ TEST_F(Receiver, MalformedMessagesAreNotHandled) {
         const Frame whole = frameOf(message);
         for (size_t size = 14; size < whole.size(); size++) {
             renew(message.type);
+            SCOPED_TRACE("type " + std::to_string(message.type) + ", bytes " +
+                         std::to_string(size));
             EXPECT_EQ(receive("eth0", Frame(&whole[0], &whole[size])), kFailure);
-            ASSERT_EQ(effects(), "") << "type " << message.type << " cut to " << size << " bytes";
+            ASSERT_EQ(effects(), "");
         }
-        // As often as there is room: nothing of it may leak.
+        // A frame full of repeated TLVs: nothing may leak.
         std::string repeated;
         while (hex(repeated).size() < 1300) repeated += message.tlvs;
         renew(message.type);
@@ -182,31 +184,32 @@ TEST_F(Receiver, MalformedMessagesAreNotHandled) {
 
 TEST_F(Receiver, OwnMessagesAndDuplicatesAreDropped) {
     for (const auto& message : kMessages) {
+        SCOPED_TRACE(message.type);
         renew(message.type);
-        // An AL MAC of our own fails these types; the others do not look at it.
+        // These types check for the own AL MAC.
         const bool failing = message.type <= 5 || message.type == 8 || message.type == 9;
         Frame own = frameOf(message);
         for (size_t i = 22; i + 6 < own.size(); i++) {
             if (MacAddr(&own[i]) == kPeer.al) kOwnAl.copyTo(&own[i]);
         }
-        EXPECT_EQ(receive("eth0", own), failing ? kFailure : kOk) << message.type;
+        EXPECT_EQ(receive("eth0", own), failing ? kFailure : kOk);
         if (!message.relayed) continue;
         renew(message.type);
         for (const auto& [after, relayed] : {std::pair{0, 1U}, {5, 0U}, {1, 1U}}) {
             advance(after);
             EXPECT_EQ(receive("eth0", frameOf(message)), kOk);
-            EXPECT_EQ(sent("eth1").size(), relayed) << message.type;
+            EXPECT_EQ(sent("eth1").size(), relayed);
         }
     }
-    // A full memory forgets the oldest. What displaces one that may still go round in circles is
-    // not relayed.
+    // In a full table a new message replaces the oldest. If that is recent, it may still circulate,
+    // so the new one is not relayed.
     renew(1);
     for (unsigned id = 0; id < 67; id++) {
         if (id == 2) advance(1);
         if (id == 64) advance(5);
         (void)receive("eth0", notification(kPeer, id));
     }
-    EXPECT_EQ(sent("eth1").size(), 66U) << "the last one displaces one of 5 seconds ago";
+    EXPECT_EQ(sent("eth1").size(), 66U) << "the last one replaces one of 5 seconds ago";
     EXPECT_FALSE(lookupGenRecvMsg(kPeer.al, kMsgTopolDisc, 2));
     EXPECT_TRUE(lookupGenRecvMsg(kPeer.al, kMsgTopolDisc, 3));
     advance(6);
@@ -216,20 +219,21 @@ TEST_F(Receiver, OwnMessagesAndDuplicatesAreDropped) {
     EXPECT_TRUE(sent("eth1").empty());
 }
 
-// That they are joined is seen in a mesh.
-TEST_F(Receiver, FragmentsMustBeAskedForAndEndWell) {
-    // Type, type that is asked for, result, line.
+// sim/discovery_test.cpp checks that fragments are joined.
+TEST_F(Receiver, FragmentsMustAnswerAQueryAndBeWellFormed) {
+    // Type, type of the expected response, result, line.
     const std::tuple<unsigned, unsigned, int, std::string> cases[] = {
         {3, 6, kOk, "this message (type = 3, ID = 4660) doesn't match query"},
         {6, 6, kOk, "fragemented CMDU message (type = 6, id = 4660)\r\n"},
         {9, 9, kFailure, "unimplemented: message type (9)\r\n"},
         {13, 3, kFailure, "message type (13) isn't supported\r\n"}};
     for (const auto& [type, asked, result, line] : cases) {
+        SCOPED_TRACE(line);
         renew(asked);
         EXPECT_EQ(receive("eth0", fragment(kId, 0, false, type)), kOk);
         LogCapture log(4);
-        EXPECT_EQ(receive("eth0", fragment(kId, 2, true, type)), result) << line;
-        EXPECT_EQ(occurrences(log.text(), line), 1U) << line;
+        EXPECT_EQ(receive("eth0", fragment(kId, 2, true, type)), result);
+        EXPECT_EQ(occurrences(log.text(), line), 1U);
         EXPECT_EQ(effects(), "");
         EXPECT_FALSE(isStored(kId, type));
     }
@@ -237,26 +241,26 @@ TEST_F(Receiver, FragmentsMustBeAskedForAndEndWell) {
     Frame cut = fragment(kId, 0);
     cut.pop_back();
     EXPECT_EQ(receive("eth0", cut), kOk);
-    EXPECT_EQ(receive("eth0", fragment(kId, 2, true)), kFailure) << "each must end well";
+    EXPECT_EQ(receive("eth0", fragment(kId, 2, true)), kFailure) << "one has no end of message";
 }
 
 TEST_F(Receiver, UnfinishedMessagesAreLimited) {
     for (unsigned id = 0; id < 10'000; id++) ASSERT_EQ(receive("eth0", fragment(id, 0)), kOk);
-    EXPECT_FALSE(isStored(10'000 - 65)) << "the oldest gave way";
+    EXPECT_FALSE(isStored(10'000 - 65)) << "the oldest is dropped";
     EXPECT_TRUE(isStored(10'000 - 64));
     for (unsigned i = 1; i < 64; i++) ASSERT_EQ(receive("eth0", fragment(9999, i)), kOk);
-    EXPECT_EQ(receive("eth0", fragment(9999, 64)), kFailure) << "the 65th";
+    EXPECT_EQ(receive("eth0", fragment(9999, 64)), kFailure) << "the 65th fragment";
     EXPECT_EQ(receive("eth0", fragment(9999, 64, true)), kFailure);
     EXPECT_FALSE(isStored(9999));
     advance(5);
     EXPECT_EQ(receive("eth0", fragment(9998, 1)), kOk);
     advance(1);
     EXPECT_EQ(runMessageMonitor(), kOk);
-    EXPECT_FALSE(isStored(9997)) << "6 seconds";
+    EXPECT_FALSE(isStored(9997)) << "6 seconds old";
     EXPECT_TRUE(isStored(9998));
 }
 
-// Both interfaces have a frame; its handler asks for new ports.
+// Both interfaces have a frame whose handler opens the ports anew.
 TEST_F(Receiver, AHandlerMayRebuildThePorts) {
     fakePlatform().onAction = [] { (void)reinitIntfPorts(); };
     for (unsigned round = 1; round <= 2; round++) {

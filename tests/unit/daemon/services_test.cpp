@@ -18,9 +18,8 @@ std::string parsed(const std::string& args) {
     CommandLine c;
     if (!parseCommandLine(static_cast<int>(argv.size()), argv.data(), c)) return "usage";
     std::string all = c.confFolder + " '" + c.modelName + "'";
-    for (const int value : {c.debugLevel, c.topolCap, c.reboot, c.powerCtrl, c.enableLog})
-        all += " " + std::to_string(value);
-    for (const int value : {c.deviceType, c.sendSearch, c.sendResponse, c.wifiReload, c.approve})
+    for (const int value : {c.debugLevel, c.topolCap, c.reboot, c.powerCtrl, c.enableLog,
+                            c.deviceType, c.sendSearch, c.sendResponse, c.wifiReload, c.approve})
         all += " " + std::to_string(value);
     return all;
 }
@@ -30,7 +29,7 @@ TEST(CommandLine, IsReadLikeThis) {
               "/c 'M' 4 0 1 2 0 1 7 8 1 1");
     for (const char* args : {"", "foo - restart", "-d", "-c"})
         EXPECT_EQ(parsed(args), "/etc/vm1905 '' -1 -1 -1 -1 -1 0 0 0 0 0") << args;
-    // A value is looked at as an option too.
+    // Meant: a value that looks like an option is one too.
     EXPECT_EQ(parsed("-c -t 1"), "-t '' -1 1 -1 -1 -1 0 0 0 0 0");
     EXPECT_EQ(parsed("-dxyz -1"), "usage");
 }

@@ -1,5 +1,5 @@
-// The page about the vendor protocol and the dissector for it tell what the daemon does: their
-// tables of types and items are those of the daemon.
+// The tables of types and items in the vendor-protocol page and in the dissector must be those of
+// the daemon.
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -12,7 +12,7 @@
 
 namespace {
 
-// What stands between the line with "begin NAME" and the one with "end NAME".
+// The lines between the one with "begin NAME" and the one with "end NAME".
 std::string section(const std::string& file, const std::string& name) {
     std::ifstream in(VM1905_DOCS "/" + file);
     const std::string text{std::istreambuf_iterator<char>(in), {}};

@@ -1,23 +1,12 @@
 #include "orders/pending_requests.h"
 
-#include <gtest/gtest.h>
-
-#include "base/log.h"
-#include "support/test_clock.h"
-#include "support/test_device.h"
+#include "support/device.h"
 
 namespace {
 
-class Pending : public testing::Test {
+class Pending : public Device {
   protected:
-    void SetUp() override {
-        DEBUGLEVEL = 0;
-        setTestTime(1'700'000'000);
-        freshDevice();
-    }
-    void TearDown() override { useSystemClock(); }
-
-    // Registers requests of the service 134 by clients of these numbers, each under its number.
+    // The clients with these pids ask for service 134, each under its pid as identifier.
     static void enter(int from, int to) {
         for (int pid = from; pid < to; pid++) {
             (void)registerServReq(pid, 134, static_cast<uint16_t>(pid));
@@ -45,10 +34,10 @@ TEST_F(Pending, AnswersFindTheirClientOnce) {
 TEST_F(Pending, ExpiredGiveWayBeforeTheOldest) {
     enter(0, 128);
     enter(200, 201);
-    EXPECT_FALSE(waits(0)) << "all of the same age: the first gives way";
+    EXPECT_FALSE(waits(0)) << "of the same age, the first is replaced";
     EXPECT_TRUE(waits(7));
     enter(201, 202);
-    EXPECT_FALSE(waits(200)) << "the place of the answered one is taken no sooner";
+    EXPECT_FALSE(waits(200)) << "an answered request is not replaced sooner";
 
     initPendingRequests();
     enter(0, 1);
@@ -58,9 +47,9 @@ TEST_F(Pending, ExpiredGiveWayBeforeTheOldest) {
     enter(200, 201);
     EXPECT_FALSE(waits(0)) << "the oldest";
     advance(2);
-    EXPECT_TRUE(waits(1)) << "expired, but nobody took its place";
+    EXPECT_TRUE(waits(1)) << "expired, but not yet replaced";
     enter(201, 202);
-    EXPECT_FALSE(waits(2)) << "one newcomer ends all that have expired";
+    EXPECT_FALSE(waits(2)) << "a new request removes all expired ones";
     EXPECT_TRUE(waits(200));
     EXPECT_TRUE(waits(201));
 }

@@ -1,4 +1,4 @@
-// Vendor queries and the memory of those that wait for an answer.
+// Vendor queries that wait for an answer.
 #include "orders/query_tracking.h"
 #include "support/device.h"
 #include "support/vendor.h"
@@ -13,7 +13,7 @@ class Queries : public Device {
         (void)receive("eth0", discovery(kPeer, 1));
         drop();
     }
-    // The types of the vendor messages sent, one digit group each.
+    // The types of the vendor messages sent since the last call: "0 2 ".
     static std::string asked() {
         std::string all;
         for (const auto& s : sentVend()) {
@@ -22,7 +22,7 @@ class Queries : public Device {
         }
         return all;
     }
-    // What is sent from second to second, the seconds in between left out.
+    // The seconds in which queries are sent, and their types: "6:0 2 12:2 ".
     static std::string run(Seconds seconds) {
         std::string all;
         for (Seconds t = 1; t <= seconds; t++) {
@@ -42,7 +42,7 @@ TEST_F(Queries, AreRepeatedUntilAnswered) {
     EXPECT_EQ(requestSendWIFIstateQueryMsg(kPeer.al, 0), kOk);
     EXPECT_EQ(requestSendConfQueryMsg2(kPeer.al, 0), kOk);
     EXPECT_EQ(asked(), "0 2 8 51 ");
-    EXPECT_EQ(run(40), "6:0 2 12:2 0 ") << "three times each, the others once";
+    EXPECT_EQ(run(40), "6:0 2 12:2 0 ") << "types 0 and 2 three times, the others once";
 
     EXPECT_EQ(requestSendConfQueryMsg(kPeer.al, 0), kOk);
     (void)asked();
@@ -54,22 +54,22 @@ TEST_F(Queries, AreRepeatedUntilAnswered) {
     EXPECT_EQ(run(20), "");
 
     EXPECT_EQ(requestSendConfQueryMsg(peer(9).al, 0), kFailure);
-    EXPECT_EQ(run(20), "") << "what could not be sent is not remembered";
+    EXPECT_EQ(run(20), "") << "an unsent query is not remembered";
 }
 
-TEST_F(Queries, OddIdentifiersAndAFullMemory) {
+TEST_F(Queries, OddIdentifiersAndAFullTable) {
     registerVendQueryMsg(kPeer.al, 40000, 0, 0);
-    EXPECT_EQ(run(20), "") << "an identifier that reads as negative is never sent again";
+    EXPECT_EQ(run(20), "") << "identifiers from 32768 on are not sent again";
     (void)initVendQueries();
 
-    // The oldest entry takes over the newcomer, but keeps its own type and count.
+    // A new query replaces the oldest entry, but the type and the count of that entry stay.
     for (uint16_t i = 0; i < 64; i++) registerVendQueryMsg(peer(2).al, i, i == 0 ? 2 : 8, 0);
     advance(1);
     registerVendQueryMsg(kPeer.al, 100, 0, 0);
     ReportVendRespMsg(kPeer.al, 100, 0);
     (void)checkVendRespMsgReceived();
     EXPECT_EQ(run(6), "6:2 ");
-    // The one that is sent again is the oldest, and may be remembered in its own place.
+    // The query that is sent again is the oldest, so it replaces its own entry.
     (void)initVendQueries();
     for (uint16_t i = 0; i < 64; i++) {
         registerVendQueryMsg(i == 0 ? kPeer.al : peer(2).al, i, i == 0 ? 2 : 8, 0);

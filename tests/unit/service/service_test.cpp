@@ -1,7 +1,6 @@
 // The service channel through its real slots: a client posts a request, the monitor runs, the
-// client reads what came of it.
+// client reads the answer. In the tables, payloads are hexadecimal and numbers little-endian.
 #include <fstream>
-#include <random>
 
 #include "base/state.h"
 #include "db/change_log.h"
@@ -17,7 +16,17 @@
 
 namespace {
 
+using Text = std::string;
+
 const Peer kPeer = peer(1);
+const Frame kAl = bytesOf(kPeer.al);
+const Text kTo = print(kAl), kOwn = print(bytesOf(kOwnAl)), kNobody = print(bytesOf(kStation));
+const Text kE0 = print(bytesOf(kEth0)), kE1 = print(bytesOf(kEth1)), kAll = "000000000000";
+
+// The data answer to a service.
+Text data(unsigned service, const Text& payload) {
+    return answer(service + 1, hex(payload));
+}
 
 class Service : public Device {
   protected:
@@ -26,25 +35,19 @@ class Service : public Device {
         ASSERT_EQ(initServiceMonitor(), kOk);
         ASSERT_EQ(startServiceMonitor(), kOk);
     }
-    void TearDown() override {
-        (void)destroyServiceMonitor();
-        Device::TearDown();
-    }
 
-    static std::string ask(unsigned servId, const Frame& payload = {}) {
-        postRequest(servId, payload);
+    static Text ask(unsigned service, const Frame& payload = {}) {
+        postRequest(service, payload);
         EXPECT_EQ(runServiceMonitor(), kOk);
         EXPECT_EQ(flagOf(getServReqShm()), 1);
         return takeAnswer();
     }
-    // A vendor message: "4:payload ".
-    static std::string order(const SentVend& s) {
-        return std::to_string(s.type) + ":" + print(s.payload) + " ";
-    }
-    // Those that left by eth0.
-    static std::string orders() {
-        std::string all;
-        for (const auto& s : sentVend()) all += order(s);
+    static Text ask(unsigned service, const Text& payload) { return ask(service, hex(payload)); }
+    static Text order(const SentVend& s) { return std::to_string(s.type) + ":" + print(s.payload); }
+    // The vendor messages that left by eth0, each as "4:payload ".
+    static Text orders() {
+        Text all;
+        for (const auto& s : sentVend()) all += order(s) + " ";
         return all;
     }
     void startWithPeer() {
@@ -53,23 +56,9 @@ class Service : public Device {
         drop();
         (void)calls();
     }
-
-    struct Case {
-        unsigned servId;
-        Frame payload;
-        std::string answer, sent{}, calls{};  // what leaves, and what the platform is told
-    };
-    static void check(const std::vector<Case>& cases) {
-        for (const auto& c : cases) {
-            EXPECT_EQ(ask(c.servId, c.payload), c.answer) << c.servId;
-            EXPECT_EQ(orders(), c.sent) << c.servId;
-            EXPECT_EQ(calls(), c.calls) << c.servId;
-        }
-    }
 };
 
 TEST_F(Service, Records) {
-    const Frame al = bytesOf(kPeer.al);
     fakePlatform().intfs[0].oui = {0xAA, 0xBB, 0xCC};
     fakePlatform().intfs[0].vendInfo.assign(700, 0x77);
     LinkDesc link{nullptr, {}, 1, 2, 3, 4, 1000, 90, 800, 7};
@@ -93,36 +82,46 @@ TEST_F(Service, Records) {
     getAlTable()->fwdRules = {{7}, {8}};
     advance(5);
 
-    const Frame own0 = bytesOf(kEth0) + zeros(1) + num16(1);
-    const Frame nobody = bytesOf(kStation);
-    check({
+    const Text eth0 = kE0 + "00 0100", linkTo = print(bytesOf(kPeer.intf)) + kE0;
+    const struct {
+        unsigned service;
+        Text request, record;
+    } records[] = {
         // clang-format off
-        {0, {}, answer(1, bytesOf(kOwnAl) + zeros(3) + num32(5) + Frame{2})},
-        {4, own0, answer(5, hex("aabbcc") + Frame(626, 0x77))}, {4, nobody, code(4, 82)},
-        {6, own0, answer(7, {})}, {10, own0, answer(11, zeros(1) + num16(1))},
-        {12, own0, answer(13, bytesOf(kPeer.intf) + bytesOf(kEth0) + zeros(1) + num32(1) + num32(2) + num32(3) + num32(4) + num16(1000) + num16(90) + num16(800) + Frame{7})},
-        {12, own0 + Frame{1}, code(12, 80)}, {18, {}, code(18, 2)}, {20, {1}, answer(21, zeros(1) + num16(8))}, {20, {2}, code(20, 80)},
-        {28, {}, answer(29, zeros(1) + num32(1) + Frame{1, 100, 1, 1})},
-        {30, {0}, answer(31, zeros(1) + num32(1'700'000'000) + Frame{1} + al + bytesOf(kEth1) + Frame{1} + nobody)},
-        {30, {1}, code(30, 80)}, {34, {0}, answer(35, al + Frame{9, 2, 2, 1, 1})},
-        {34, {255}, code(34, 80)}, {36, nobody, code(36, 87)}, {36, al + Frame{2}, code(36, 80)},
-        {36, al + Frame{1}, answer(37, bytesOf(kEth1) + Frame{5, 2, 5, 6} + zeros(630 - 17) + Frame{2})},
-        {38, al, answer(39, bytesOf(kEth1) + Frame{2} + nobody + bytesOf(kEth0))},
-        {40, al, answer(41, bytesOf(kEth1) + Frame{1} + bytesOf(kOwnAl) + Frame{1})},
-        {42, al, answer(43, Frame{2} + bytesOf(kEth0) + bytesOf(kEth1))},
-        {44, {}, answer(45, Frame{1} + num16(3) + Frame{1, 2, 3})}, {128, {1}, answer(129, {1})},
-        {128, {2}, code(128, 32)}, {132, al, answer(133, {1})}, {132, al + Frame{9}, code(132, 32)},
-        {1, {}, ""}, {217, {}, ""}, {65535, {}, ""},
+        {0, "", kOwn + "000000 05000000 02"},
+        {4, eth0, "aabbcc" + print(Frame(626, 0x77))},
+        {6, eth0, ""},
+        {10, eth0, "00 0100"},
+        {12, eth0, linkTo + "00 01000000 02000000 03000000 04000000 e803 5a00 2003 07"},
+        {20, "01", "00 0800"},
+        {28, "", "00 01000000 01 64 01 01"},
+        {30, "00", "00 00f15365 01" + kTo + kE1 + "01" + kNobody},
+        {34, "00", kTo + "09 02 02 01 01"},
+        {36, kTo + "01", kE1 + "05 02 0506" + print(zeros(613)) + "02"},
+        {38, kTo, kE1 + "02" + kNobody + kE0},
+        {40, kTo, kE1 + "01" + kOwn + "01"},
+        {42, kTo, "02" + kE0 + kE1},
+        {44, "", "01 0300 010203"},
+        {128, "01", "01"},
+        {132, kTo, "01"},
         // clang-format on
-    });
+    };
+    for (const auto& [service, request, record] : records)
+        EXPECT_EQ(ask(service, request), data(service, record)) << service;
+    const std::tuple<uint8_t, Text, uint8_t> serviceRequestCode[] = {
+        {4, kNobody, 82},     {12, eth0 + "01", 80}, {18, "", 2},  // the number of rules
+        {20, "02", 80},       {30, "01", 80},        {34, "ff", 80},       {36, kNobody, 87},
+        {36, kTo + "02", 80}, {128, "02", 32},       {132, kTo + "09", 32}};
+    for (const auto& [service, request, refusal] : serviceRequestCode)
+        EXPECT_EQ(ask(service, request), code(service, refusal)) << +service;
+    for (const unsigned unknown : {1U, 217U, 65535U}) EXPECT_EQ(ask(unknown), "") << unknown;
 
-    // Far more than fits: the entries that do.
     dev.non1905Lists[0].nbrs.assign(1000, kStation);
-    EXPECT_EQ(ask(38, al).substr(15, 4), "6702");
-
+    EXPECT_EQ(ask(38, kTo).substr(15, 4), "6702") << "as many as fit";
     topol.devs.clear();
     topol.changeLogNum = 0;
-    check({{34, {}, code(34, 81)}, {30, {}, code(30, 81)}});
+    for (const uint8_t id : hex("1e 22")) EXPECT_EQ(ask(id), code(id, 81));
+    EXPECT_EQ(orders() + calls(), "");
     (void)destroyDataManager();
     for (const uint8_t id : hex("00 04 0a 1c 1e 22 24 2c")) EXPECT_EQ(ask(id), code(id, 17));
 }
@@ -134,16 +133,16 @@ TEST_F(Service, SlotsAndStates) {
     EXPECT_EQ(takeAnswer(), "") << "an idle slot holds no request";
     postRequest(28, {});
     EXPECT_EQ(runServiceMonitor(), kOk);
-    EXPECT_EQ(ask(30), code(30, 17)) << "an answer that nobody reads gives way";
+    EXPECT_EQ(ask(30), code(30, 17)) << "an unread answer is overwritten";
     postRequest(28, {});
     (void)takeRequest();
     markRequestIdle();
     postRequest(28, {});
     markRequestIdle();
-    EXPECT_EQ(flagOf(getServReqShm()), 0) << "the next request is there already";
+    EXPECT_EQ(flagOf(getServReqShm()), 0) << "the slot already holds the next request";
     EXPECT_EQ(runServiceMonitor(), kOk);
     EXPECT_EQ(takeAnswer().substr(0, 4), "254:");
-    EXPECT_EQ(initServiceMonitor(), kInvalidState) << "it is under way";
+    EXPECT_EQ(initServiceMonitor(), kInvalidState) << "it runs already";
     EXPECT_EQ(getServiceMonitorState(), 2U);
 }
 
@@ -154,14 +153,14 @@ TEST_F(Service, APokeEndsTheWait) {
     std::ofstream(path) << "mine";
     ASSERT_EQ(initServiceMonitor(), kOk);
     ASSERT_EQ(destroyServiceMonitor(), kOk);
-    EXPECT_EQ(std::filesystem::file_size(path), 4U) << "of somebody else's";
+    EXPECT_EQ(std::filesystem::file_size(path), 4U) << "a file of somebody else";
 
     std::filesystem::remove(path);
     ASSERT_EQ(initServiceMonitor(), kOk);
     ASSERT_EQ(startServiceMonitor(), kOk);
     start();
     std::ofstream(path) << "x" << std::flush;
-    for (const int ready : {1, 0}) {  // one poke, one pass
+    for (const int ready : {1, 0}) {  // one byte ends one wait
         (void)runMessageMonitor();
         EXPECT_EQ(fakeNet().lastReady, ready);
         EXPECT_EQ(runServiceMonitor(), kOk);
@@ -173,112 +172,136 @@ TEST_F(Service, APokeEndsTheWait) {
 TEST_F(Service, ActionsAndMessages) {
     startWithPeer();
     fakePlatform().wifiStateSync = "sync";
-    const Frame al = bytesOf(kPeer.al);
-    const std::string to = print(al), own = print(bytesOf(kOwnAl));
-    (void)getAlTable()->fwdRules.emplace_back(FwdRule{7});
-    check({
+    getAlTable()->fwdRules = {{7}};
+    const Text done = "done";  // a code answer of 0 that names the data answer
+    const struct {
+        unsigned service;
+        Text request, answer, sent{}, calls{};
+    } rows[] = {
         // clang-format off
-        {8, bytesOf(kEth1) + zeros(1) + num16(1) + Frame{2}, answer(9, {}), "", "setIntfPwrStateById 02:19:05:00:01:01 1 2; "},
-        {22, {}, code(22, 16)}, {26, zeros(1) + num16(7), answer(27, {})},
-        {26, zeros(1) + num16(7), answer(27, {16})}, {32, {0}, answer(33, {34})},
-        {32, {50}, answer(33, {})}, {130, {2, 1}, answer(131, {32})}, {130, {0, 200}, answer(131, {})}, {128, {0}, answer(129, {200})},
-        {138, zeros(1) + num32(1) + num32(0) + num32(1), code(139, 0), "", "setWPSConfig 1 0 1; "},
-        {163, zeros(1) + num32(60), code(164, 0), "", "setWPSConfigChangetimeout 1 0 1 60; "}, {140, {}, ""},
-        {141, zeros(6) + Frame{33}, code(142, 0), "", "sendWPSRenew 33; "},
-        {169, zeros(6) + Frame{1}, code(170, 0), "", "sendWPSSearch 1; "},
-        {151, zeros(1) + num32(1), code(152, 0), "", "setFWresult 1; "},
-        {153, {}, code(154, 0), "", "sendPBEvent; "}, {155, {}, code(156, 0)}, {157, {}, code(158, 0)},
-        {165, zeros(1) + num32(1), code(166, 0), "", "setApproveFlag_flag 1; "},
-        {171, zeros(1) + num32(1) + num32(1), code(172, 0), "", "setWiFiReloadFlag 1 1; "},
-        {177, zeros(9) + hex("42757379"), code(178, 0), "", "setFWState Busy; "},
-        {189, hex("416c6c") + zeros(14) + num32(1) + num32(0), code(190, 0), "", "setWPSConfByBand All 1 0; "},
-        {191, {}, code(192, 16)},
-        {161, zeros(9) + num32(0x102), "", "34:00000000000002 ", "outputlogData [LEDCtrl] send LED (258) to multicast; "},
-        {214, zeros(9) + num32(3), "", "75:00000000000003 ", "outputlogData [SystemCtrl] send System (3) to multicast; "},
-        {179, al + hex("0102 00") + num32(1) + num32(60) + bytesOf(kStation) + hex("75"), code(180, 0), "10:0102000175000000010000003c0257a0000001 ", "setSpeedTestSendCtrlflag 0; "},
-        {179, zeros(6), code(180, 0), "12:000000000000000000000000000000000000 ", "setSpeedTestSendCtrlflag 0; "},
-        {181, al, code(182, 0), "13:" + own + " ", ""}, {183, {}, code(184, 0), "14:" + own + "000473796e63 ", ""},
-        {187, al, code(188, 0), "28:" + to + " ", ""}, {187, bytesOf(kStation), code(188, 16)},
-        {197, zeros(7) + num16(0x0102) + hex("6c73"), code(198, 0), "49:" + to + "010200026c73 ", ""},
-        {185, {}, code(186, 0), "45:" + own + print(bytesOf(kEth0)) + " ", ""}, {216, {}, code(217, 0), "56:" + own + "0000 ", ""},
-        {212, {}, code(213, 0), "", "wifi_flag_init; sendWPSSearch 0; sendWPSSearch 1; sendWPSSearch 32; sendWPSSearch 33; "},
+        {8, kE1 + "00 0100 02", "9:", "", "setIntfPwrStateById 02:19:05:00:01:01 1 2; "},
+        {22, "", code(22, 16)},
+        {26, "00 0700", "27:"},
+        {26, "00 0700", "27:10"},
+        {32, "00", "33:22"},
+        {32, "32", "33:"},
+        {130, "02 01", "131:20"},
+        {130, "00 c8", "131:"},
+        {128, "00", "129:c8"},
+        {138, "00 01000000 00000000 01000000", done, "", "setWPSConfig 1 0 1; "},
+        {163, "00 3c000000", done, "", "setWPSConfigChangetimeout 1 0 1 60; "},
+        {140, "", ""},
+        {141, kAll + "21", done, "", "sendWPSRenew 33; "},
+        {169, kAll + "01", done, "", "sendWPSSearch 1; "},
+        {151, "00 01000000", done, "", "setFWresult 1; "},
+        {153, "", done, "", "sendPBEvent; "},
+        {155, "", done},
+        {157, "", done},
+        {165, "00 01000000", done, "", "setApproveFlag_flag 1; "},
+        {167, "00 02000000", done, "", "setNetCtrlDebugLevel 2; "},
+        {171, "00 01000000 01000000", done, "", "setWiFiReloadFlag 1 1; "},
+        {177, "00" + print(zeros(8)) + "42757379", done, "", "setFWState Busy; "},
+        {189, "416c6c" + print(zeros(14)) + "01000000", done, "", "setWPSConfByBand All 1 0; "},
+        {191, "", code(192, 16)},
+        {212, "", done, "", "wifi_flag_init; sendWPSSearch 0; sendWPSSearch 1; "
+                            "sendWPSSearch 32; sendWPSSearch 33; "},
+        {161, kAll + "000000 02010000", "", "34:00000000000002 ",
+         "outputlogData [LEDCtrl] send LED (258) to multicast; "},
+        {214, kAll + "000000 03000000", "", "75:00000000000003 ",
+         "outputlogData [SystemCtrl] send System (3) to multicast; "},
+        {179, kTo + "01 02 00 01000000 3c000000" + kNobody + "75", done,
+         "10:0102000175000000010000003c" + kNobody + " ", "setSpeedTestSendCtrlflag 0; "},
+        {179, kAll, done, "12:" + print(zeros(18)) + " ", "setSpeedTestSendCtrlflag 0; "},
+        {181, kTo, done, "13:" + kOwn + " "},
+        {183, kAll, done, "14:" + kOwn + "000473796e63 "},
+        {187, kTo, done, "28:" + kTo + " "},
+        {187, kNobody, code(188, 16)},
+        {197, kTo + "00 0201 6c73", done, "49:" + kTo + "010200026c73 "},
+        {185, "", done, "45:" + kOwn + kE0 + " "},
+        {216, "", done, "56:" + kOwn + "0000 "},
         // clang-format on
-    });
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::to_string(row.service) + " " + row.request);
+        const auto answerId = static_cast<uint8_t>(row.service + 1);
+        EXPECT_EQ(ask(row.service, row.request),
+                  row.answer == done ? code(answerId, 0) : row.answer);
+        EXPECT_EQ(orders(), row.sent);
+        EXPECT_EQ(calls(), row.calls);
+    }
+    EXPECT_EQ(DEBUGLEVEL, 2);
     (void)checkLEDCtrlList();
-    EXPECT_EQ(orders(), "33:" + to + "02 ") << "to be repeated";
-    (void)calls();
+    EXPECT_EQ(orders(), "33:" + kTo + "02 ") << "repeated to each device";
     EXPECT_TRUE(std::filesystem::exists(folder() + "/vm1905_log.json"));
     fakePlatform().fail = {"sendWPSRenew", "sendPBEvent"};
-    check({{141, {}, code(142, 16), "", "sendWPSRenew 0; "},
-           {153, {}, code(154, 0), "", "sendPBEvent; "},
-           {167, zeros(1) + num32(2), code(168, 0), "", "setNetCtrlDebugLevel 2; "}});
-    EXPECT_EQ(DEBUGLEVEL, 2);
+    EXPECT_EQ(ask(141), code(142, 16));
+    EXPECT_EQ(ask(153), code(154, 0));
     LogCapture shown(2);
-    EXPECT_EQ(ask(167, zeros(1) + num32(6)), code(168, 0));
-    EXPECT_NE(shown.finish().find("ports:"), std::string::npos);
+    EXPECT_EQ(ask(167, "00 06000000"), code(168, 0));
+    EXPECT_NE(shown.finish().find("ports:"), Text::npos);
     EXPECT_EQ(DEBUGLEVEL, 2);
 }
 
 TEST_F(Service, OrdersToOtherDevices) {
     startWithPeer();
-    const Frame al = bytesOf(kPeer.al);
-    const std::string to = print(al);
-    const Frame five = zeros(3) + num32(5);
-    const Frame station = bytesOf(kStation) + bytesOf(kEth0) + hex("51 06 01") + num16(100);
-    const std::string stationOut = to + "0257a0000001" + print(bytesOf(kEth0)) + "5106010064";
+    const Text bss = kNobody + kE0 + "51 06 01 6400", bssSent = kTo + kNobody + kE0 + "5106010064";
     const struct {
-        unsigned servId;
-        Frame payload;      // behind the address
-        std::string order;  // that leaves
-        Frame response;     // to it: message type and payload
-        std::string answer;
-    } cases[] = {
+        uint8_t service;
+        Text request;   // after the address
+        Text order;     // that leaves: message type and payload
+        Text response;  // to it, likewise
+        Text answer = "03";
+    } rows[] = {
         // clang-format off
-        {134, {}, "4:" + to, hex("05 07"), answer(135, {7})},
-        {136, hex("01") + bytesOf(kEth0) + num16(0x0105) + zeros(232) + Frame{2}, "6:" + to + "01" + print(bytesOf(kEth0)) + "010502", hex("07 01 021905000100 0105 10"), answer(137, Frame{1} + bytesOf(kEth0) + num16(0x0105) + Frame{16})},
-        {143, five, "16:" + to + "05", hex("11 03"), answer(144, {3})}, {145, five, "18:" + to + "05", hex("13 03"), answer(146, {3})},
-        {147, hex("06 01 00 752f"), "20:06000301752f", hex("15 03"), answer(148, {3})},
-        {149, {}, "22:" + to, hex("17 03"), answer(150, {3})},
-        {159, hex("000000 3220"), "25:000200023220", hex("20 03"), answer(160, {3})},
-        {161, five, "33:" + to + "05", hex("23 03"), answer(162, {3})},
-        {202, station + hex("41"), "64:" + stationOut + "000141", hex("41 00 03 000000000000 0000"), answer(203, {3})},
-        {204, station, "66:" + stationOut + "0000", hex("43 01 00 0257a0000001 0002 0a0b"), answer(205, Frame{0} + bytesOf(kStation) + num16(2) + hex("0a0b"))},
-        {206, station, "68:" + stationOut, hex("45 03"), answer(207, {3})},
-        {208, bytesOf(kStation), "70:" + to + "000257a0000001", hex("47 00 03"), answer(209, {3})},
-        {210, bytesOf(kStation), "70:" + to + "010257a0000001", hex("47 01 03"), answer(211, {3})},
-        {214, five, "74:" + to + "05", hex("4c 03"), answer(215, {3})},
+        {134, "", "4:" + kTo, "05 03"},
+        {136, "01" + kE0 + "0501" + print(zeros(232)) + "02", "6:" + kTo + "01" + kE0 + "010502",
+         "07 01" + kE0 + "0105 10", "01" + kE0 + "0501 10"},
+        {143, "000000 05", "16:" + kTo + "05", "11 03"},
+        {145, "000000 05", "18:" + kTo + "05", "13 03"},
+        {147, "06 01 00 752f", "20:06000301752f", "15 03"},
+        {149, "", "22:" + kTo, "17 03"},
+        {159, "000000 3220", "25:000200023220", "20 03"},
+        {161, "000000 05", "33:" + kTo + "05", "23 03"},
+        {202, bss + "41", "64:" + bssSent + "000141", "41 00 03" + kAll + "0000"},
+        {204, bss, "66:" + bssSent + "0000", "43 01 00" + kNobody + "0002 0a0b",
+         "00" + kNobody + "0200 0a0b"},
+        {206, bss, "68:" + bssSent, "45 03"},
+        {208, kNobody, "70:" + kTo + "00" + kNobody, "47 00 03"},
+        {210, kNobody, "70:" + kTo + "01" + kNobody, "47 01 03"},
+        {214, "000000 05", "74:" + kTo + "05", "4c 03"},
         // clang-format on
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.servId);
-        const auto id = static_cast<uint8_t>(c.servId);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(+row.service);
         getNetTopolTable()->status = 0;
-        EXPECT_EQ(ask(c.servId, al + c.payload), code(id, 98));
+        EXPECT_EQ(ask(row.service, kTo + row.request), code(row.service, 98));
         getNetTopolTable()->status = 1;
-        EXPECT_EQ(ask(c.servId, bytesOf(kStation) + c.payload), code(id == 136 ? 137 : id, 7));
+        EXPECT_EQ(ask(row.service, kNobody + row.request),
+                  code(row.service == 136 ? 137 : row.service, 7));
         EXPECT_EQ(orders(), "");
 
-        EXPECT_EQ(ask(c.servId, al + c.payload), "");
+        EXPECT_EQ(ask(row.service, kTo + row.request), "");
         const SentVend given = sentVend().at(0);
-        EXPECT_EQ(order(given), c.order + " ");
-        (void)receive("eth0", vendFrame(kEth0, kPeer.intf, kPeer.al, given.id, c.response[0],
-                                        {c.response.begin() + 1, c.response.end()}));
-        EXPECT_EQ(takeAnswer(), c.answer);
+        EXPECT_EQ(order(given), row.order);
+        const Frame response = hex(row.response);
+        (void)receive("eth0", vendFrame(kEth0, kPeer.intf, kPeer.al, given.id, response[0],
+                                        {response.begin() + 1, response.end()}));
+        EXPECT_EQ(takeAnswer(), data(row.service, row.answer));
     }
     stateOf<ControlLists>() = {};
-    EXPECT_EQ(ask(134, al), "");
+    EXPECT_EQ(ask(134, kTo), "");
     drop();
     (void)checkRebootCtrlList();
-    EXPECT_EQ(orders(), "4:" + to + " ") << "to be repeated";
-    EXPECT_EQ(ask(136, al + Frame(249 - 6, 0xFF)), "");
-    EXPECT_EQ(orders().substr(0, 16), "6:" + to + "1e") << "no more than 30 interfaces";
+    EXPECT_EQ(orders(), "4:" + kTo + " ") << "repeated";
+    EXPECT_EQ(ask(136, kAl + Frame(249 - 6, 0xFF)), "");
+    EXPECT_EQ(orders().substr(0, 16), "6:" + kTo + "1e") << "at most 30 interfaces";
 }
 
-// Messages of the clients' and of the platform library's making.
+// Messages that clients have built, and those that the platform library requests.
 TEST_F(Service, StandardMessages) {
     startWithPeer();
     const auto raw = [](unsigned type, const Frame& tlvs) {
-        std::string all = ask(200, bytesOf(kPeer.al) + zeros(1) + num16(type) + tlvs);
+        std::string all = ask(200, kAl + zeros(1) + num16(type) + tlvs);
         for (const auto& s : sent("eth0")) all += " " + std::to_string(s.type) + ": " + s.tlvs;
         return all;
     };
@@ -310,31 +333,6 @@ TEST_F(Service, StandardMessages) {
     EXPECT_EQ(eventId, event.msgId);
     EXPECT_EQ(fakePlatform().raiseServReq(SERV_REQ_PB_JOIN, nullptr), 16U);
     EXPECT_EQ(fakePlatform().raiseServReq(6, &event), 16U);
-}
-
-// The slots are open to every process of the device.
-TEST_F(Service, AnyIdAndAnyBytes) {
-    startWithPeer();
-    LogCapture quiet(0);
-    std::mt19937 random(1905);
-    const auto post = [](unsigned servId, const Frame& payload, int pid) {
-        postRequest(servId, payload, pid);
-        ASSERT_EQ(runServiceMonitor(), kOk);
-        ASSERT_EQ(flagOf(getServReqShm()), 1) << servId;
-        flagOf(getServRespShm()) = 1;
-        drop();
-    };
-    for (unsigned servId = 0; servId < 65536; servId++) post(servId, {}, 0);
-    for (int i = 0; i < 100'000; i++) {
-        Frame payload(random() % 250);
-        for (auto& byte : payload) byte = static_cast<uint8_t>(random());
-        // Every other one means a device that is there.
-        if (i % 2 == 0) payload = bytesOf(kPeer.al) + payload;
-        payload.resize(std::min<size_t>(payload.size(), 249));
-        const int pid = static_cast<int>(random() | 0x80000000);
-        post(static_cast<unsigned>(random() % 220), payload, pid);
-    }
-    EXPECT_EQ(ask(0).substr(0, 2), "1:");
 }
 
 }  // namespace
