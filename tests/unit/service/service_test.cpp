@@ -1,6 +1,7 @@
 // The service channel through its real slots: a client posts a request, the monitor runs, the
 // client reads the answer. In the tables, payloads are hexadecimal and numbers little-endian.
 #include <fstream>
+#include <random>
 
 #include "base/state.h"
 #include "db/change_log.h"
@@ -333,6 +334,25 @@ TEST_F(Service, StandardMessages) {
     EXPECT_EQ(eventId, event.msgId);
     EXPECT_EQ(fakePlatform().raiseServReq(SERV_REQ_PB_JOIN, nullptr), 16U);
     EXPECT_EQ(fakePlatform().raiseServReq(6, &event), 16U);
+}
+
+// The slots are open to every process of the device.
+TEST_F(Service, AnyIdAndAnyBytes) {
+    startWithPeer();
+    LogCapture quiet(0);
+    std::mt19937 random(1905);
+    for (unsigned i = 0; i < 2 * 65536; i++) {
+        Frame payload(i < 65536 ? 0 : random() % 240);
+        for (auto& byte : payload) byte = static_cast<uint8_t>(random());
+        if (i % 2 == 0 && !payload.empty()) payload = kAl + payload;  // a device that exists
+        postRequest(i < 65536 ? i : static_cast<unsigned>(random() % 220), payload,
+                    static_cast<int>(random()));
+        ASSERT_EQ(runServiceMonitor(), kOk);
+        ASSERT_EQ(flagOf(getServReqShm()), 1) << i;
+        flagOf(getServRespShm()) = 1;
+        drop();
+    }
+    EXPECT_EQ(ask(0).substr(0, 2), "1:");
 }
 
 }  // namespace
