@@ -154,7 +154,7 @@ std::string textOf(const Json& value, Unit unit) {
         if (unit == Unit::kSeconds) return durationOf(value.get<int64_t>());
         if (unit == Unit::kTime) return localTime(value.get<int64_t>());
     }
-    const std::string number = dumped(value, -1);
+    std::string number = dumped(value, -1);
     switch (unit) {
         case Unit::kMbps:
             return number + " Mb/s";

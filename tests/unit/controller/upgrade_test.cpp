@@ -31,7 +31,7 @@ class Upgrade : public Device {
     }
     static std::string phaseOne(int mode) {
         const int result = checkEXdeviceFWVersion(mode);
-        const std::string all = orders();
+        std::string all = orders();
         EXPECT_EQ(result == kOk, all.starts_with("20:06") || all.starts_with("46:")) << all;
         return all;
     }

@@ -17,7 +17,8 @@ class Codec : public Device {
     }
     static bool parses(const Frame& tlv) {
         VendMsg msg;
-        const Frame copy(tlv);  // of exactly this size, so that a sanitizer sees reads beyond it
+        // Of exactly this size, so that a sanitizer sees reads beyond the end.
+        const Frame copy(tlv.begin(), tlv.end());
         const size_t consumed = parseVendSpecTlv(copy, msg);
         return consumed != 0 && consumed == tlv.size();
     }
