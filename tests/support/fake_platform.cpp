@@ -147,14 +147,6 @@ int setServReqCallbackFunc(ServReqCallback callback) {
     return kOk;
 }
 
-extern "C" int reboot(int) noexcept {
-    return act("reboot");
-}
-extern "C" int system(const char* command) {
-    if (command != nullptr) fakePlatform().commands.emplace_back(command);
-    return 0;
-}
-
 // Descriptions.
 
 int getAlDesc(AlDesc* desc) {

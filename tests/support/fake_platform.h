@@ -1,5 +1,5 @@
-// A platform library that gives scripted answers and records the actions. It also records what is
-// handed to the shell, and reboots of the machine as the action "reboot"; neither leaves the test.
+// A platform library that gives scripted answers and records the actions. With fake_system.cpp, it
+// also records a reboot, as the action "reboot", and what is handed to the shell.
 #pragma once
 
 #include <algorithm>
