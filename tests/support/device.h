@@ -20,12 +20,14 @@
 #include "db/data_manager.h"
 #include "db/data_model_update.h"
 #include "db/database.h"
+#include "db/device_table.h"
 #include "db/options.h"
 #include "db/upcalls.h"
 #include "net/ports.h"
 #include "support/frames.h"
 #include "support/test_clock.h"
 #include "support/test_device.h"
+#include "support/vendor.h"
 
 inline const MacAddr kOwnAl = FakePlatform{}.alMac;
 inline const MacAddr kEth0 = FakePlatform{}.intfs[0].mac;
@@ -42,6 +44,8 @@ inline Peer peer(unsigned n) {
     const auto low = static_cast<uint8_t>(n);
     return {{0x02, 0xEE, 0, 0, high, low}, {0x02, 0xEE, 0, 1, high, low}};
 }
+inline const Peer kPeer = peer(1);
+inline const Peer kOther = peer(2);
 
 inline Frame discovery(const Peer& from, unsigned id, unsigned type = kMsgTopolDisc) {
     return frame1905(k1905Multicast, from.intf, type, id,
@@ -63,6 +67,8 @@ struct SentVend {
     MacAddr dst;
     unsigned id = 0, type = 0;
     Frame payload;
+
+    std::string text() const { return std::to_string(type) + ":" + print(payload) + " "; }
 };
 
 class Device : public testing::Test {
@@ -117,9 +123,26 @@ class Device : public testing::Test {
             if (s.type != kMsgVendSpec) continue;
             const auto at = s.frame.begin() + 40;
             const auto size = s.frame.at(38) * 256 + s.frame.at(39);
+            lastVendId = s.id;
             all.push_back({s.dst, s.id, s.frame.at(36) * 256U + s.frame.at(37), {at, at + size}});
         }
         return all;
+    }
+    // The same as text, with their payloads: "7:01ff 9:00 ". An id selects those that have it.
+    static std::string orders(unsigned id = 0) {
+        std::string all;
+        for (const auto& s : sentVend()) all += id == 0 || s.id == id ? s.text() : "";
+        return all;
+    }
+    // The types alone: "0 51 ".
+    static std::string vendTypes() {
+        std::string all;
+        for (const auto& s : sentVend()) all += std::to_string(s.type) + " ";
+        return all;
+    }
+    // Receives a vendor message.
+    static int tell(const Peer& from, unsigned id, unsigned type, const Frame& payload) {
+        return receive("eth0", vendFrame(kEth0, from.intf, from.al, id, type, payload));
     }
     // The actions of the platform since the last call: "setLEDvalue 1; ".
     static std::string calls() {
@@ -145,7 +168,18 @@ class Device : public testing::Test {
         ASSERT_FALSE(asked.empty());
         EXPECT_EQ(receive("eth0", response(who, asked.back().id)), kOk);
     }
+    // Starts the device, which then meets this neighbor.
+    void startWithPeer() {
+        start();
+        meet(kPeer, 1);
+        drop();
+        fakePlatform().calls.clear();
+    }
+    static Ieee1905DevTable& dev(const Peer& who = kPeer) {
+        return *getIeee1905DevTableById(who.al);
+    }
     const std::string& folder() const { return folder_; }
+    inline static unsigned lastVendId = 0;  // of those that sentVend returned
 
   private:
     std::string folder_ = "/tmp/vm1905-XXXXXX";

@@ -1,4 +1,5 @@
-// A platform library that gives scripted answers and records the actions.
+// A platform library that gives scripted answers and records the actions. With fake_system.cpp, it
+// also records a reboot, as the action "reboot", and what is handed to the shell.
 #pragma once
 
 #include <algorithm>
@@ -70,7 +71,8 @@ struct FakePlatform {
     std::map<std::string, int> results;
     // All actions in order: "setIntfPwrStateById 02:19:05:00:01:00 1 2". Getters are not recorded.
     std::vector<std::string> calls;
-    std::function<void()> onAction;  // called by every action, after it was recorded
+    std::vector<std::string> commands;  // handed to the shell, in order
+    std::function<void()> onAction;     // called by every action, after it was recorded
 
     NetStatusEventCallback netStatusCallback = nullptr;
     ServReqCallback servReqCallback = nullptr;
@@ -88,8 +90,7 @@ struct FakePlatform {
     }
     // True if an action that begins like this was recorded.
     bool called(const std::string& beginning) const {
-        return std::any_of(calls.begin(), calls.end(),
-                           [&](const auto& call) { return call.starts_with(beginning); });
+        return std::ranges::any_of(calls, [&](auto& call) { return call.starts_with(beginning); });
     }
 };
 

@@ -12,17 +12,12 @@
 #include "orders/slots.h"
 #include "support/frames.h"
 
-// Numbers in the byte order of this machine, as clients write them.
-template <typename T>
-Frame hostBytes(T value) {
-    const auto* bytes = reinterpret_cast<const uint8_t*>(&value);
-    return {bytes, bytes + sizeof value};
-}
+// Numbers as clients write them, in the byte order of the (little-endian) machine.
 inline Frame num16(unsigned value) {
-    return hostBytes(static_cast<uint16_t>(value));
+    return {static_cast<uint8_t>(value), static_cast<uint8_t>(value >> 8)};
 }
 inline Frame num32(unsigned value) {
-    return hostBytes(static_cast<uint32_t>(value));
+    return num16(value) + num16(value >> 16);
 }
 inline Frame zeros(size_t n) {
     return Frame(n, 0);

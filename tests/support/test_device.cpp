@@ -28,14 +28,9 @@ FakeNet& fakeNet() {
     return stateOf<FakeNet>();
 }
 
-FakeSystem& fakeSystem() {
-    return stateOf<FakeSystem>();
-}
-
 void useDevice(TestDevice& device) {
     stateInUse<FakePlatform> = &device.platform;
     stateInUse<FakeNet> = &device.net;
-    stateInUse<FakeSystem> = &device.system;
     useDevice(device.state);
 }
 

@@ -6,18 +6,16 @@
 #include "daemon/device_state.h"
 #include "support/fake_platform.h"
 #include "support/fake_raw_socket.h"
-#include "support/fake_system.h"
 
 struct TestDevice {
     TestDevice();
 
     FakePlatform platform;
     FakeNet net;
-    FakeSystem system;
     DeviceState state;  // destroyed first: its sockets are ends of the cables
 };
 
-// Makes all modules use this device. fakePlatform(), fakeNet() and fakeSystem() return its parts.
+// Makes all modules use this device. fakePlatform() and fakeNet() return its parts.
 void useDevice(TestDevice& device);
 
 // Uses a new device and destroys the one that the previous call created.

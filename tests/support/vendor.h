@@ -1,7 +1,9 @@
 // Bytes of vendor messages, with a valid payload for each type.
 #pragma once
 
-#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "support/frames.h"
@@ -33,7 +35,6 @@ inline Frame item(unsigned type, std::string_view value) {
 // almac is the AL MAC in the payloads: that of the addressed device or of the sender.
 inline std::vector<VendSample> vendSamples(const MacAddr& almac) {
     const Frame al = bytesOf(almac);
-    using Types = std::initializer_list<unsigned>;
     const Frame mac = bytesOf(kStation);
     const std::string client =
         "{0=02:57:a0:00:00:01,1=0105,2=866,3=40,4=55,5=t,x,6=r,7=Main_5GH,8=00:00:00:00:00:00}";
@@ -55,30 +56,20 @@ inline std::vector<VendSample> vendSamples(const MacAddr& almac) {
         {53, al + textBytes("DE")},
         {68, al + mac + mac + hex("51 06 01 0064")},
     };
-    for (const unsigned type : Types{0, 2, 4, 8, 13, 22, 28, 37, 39, 42, 51})
-        all.push_back({type, al});
-    for (const unsigned type : Types{5, 17, 19, 21, 23, 32, 35, 54, 69, 76}) {
-        all.push_back({type, hex("10")});
+    const std::pair<std::vector<unsigned>, Frame> shared[] = {
+        {{0, 2, 4, 8, 13, 22, 28, 37, 39, 42, 51}, al},
+        {{5, 17, 19, 21, 23, 32, 35, 54, 69, 76}, hex("10")},
+        {{16, 18, 26, 30, 31, 33, 34, 38, 47, 48, 55, 74, 75}, al + hex("21")},
+        {{11, 14, 15, 40, 41, 43, 56}, al + textBytes("some text")},
+        {{1, 52}, al + hex("03") + item(0, "\1") + item(7, "name") + item(42, "")},
+        {{10, 12}, hex("01 02") + textBytes("http://x") + hex("01020304 0000003c") + mac},
+        {{64, 66}, al + mac + mac + hex("51 06 01 0064") + textBytes("ssid")},
+        {{65, 67}, hex("01 00") + mac + hex("0003 0a0b0c")},
+        {{70, 72}, al + hex("01") + mac},
+        {{71, 73}, hex("01 10")},
+    };
+    for (const auto& [types, payload] : shared) {
+        for (const unsigned type : types) all.push_back({type, payload});
     }
-    for (const unsigned type : Types{16, 18, 26, 30, 31, 33, 34, 38, 47, 48, 55, 74, 75}) {
-        all.push_back({type, al + hex("21")});
-    }
-    for (const unsigned type : Types{11, 14, 15, 40, 41, 43, 56}) {
-        all.push_back({type, al + textBytes("some text")});
-    }
-    const Frame items = hex("03") + item(0, "\1") + item(7, "name") + item(42, "");
-    for (const unsigned type : Types{1, 52}) all.push_back({type, al + items});
-    for (const unsigned type : Types{10, 12}) {
-        all.push_back(
-            {type, hex("01 02") + textBytes("http://x") + hex("01020304 0000003c") + mac});
-    }
-    for (const unsigned type : Types{64, 66}) {
-        all.push_back({type, al + mac + mac + hex("51 06 01 0064") + textBytes("ssid")});
-    }
-    for (const unsigned type : Types{65, 67}) {
-        all.push_back({type, hex("01 00") + mac + hex("0003 0a0b0c")});
-    }
-    for (const unsigned type : Types{70, 72}) all.push_back({type, al + hex("01") + mac});
-    for (const unsigned type : Types{71, 73}) all.push_back({type, hex("01 10")});
     return all;
 }

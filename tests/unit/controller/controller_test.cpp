@@ -17,13 +17,9 @@
 #include "orders/pending_requests.h"
 #include "orders/schedule.h"
 #include "support/device.h"
-#include "support/fake_system.h"
 #include "support/log_capture.h"
 
 namespace {
-
-const Peer kPeer = peer(1);
-const Peer kOther = peer(2);
 
 class Controller : public Device {
   protected:
@@ -32,18 +28,12 @@ class Controller : public Device {
         start();
     }
 
-    // The types of the vendor messages sent since the last look: "0 51 ".
-    static std::string asked() {
-        std::string all;
-        for (const auto& s : sentVend()) all += std::to_string(s.type) + " ";
-        return all;
-    }
     // Passes once a second; the seconds in which vendor messages left: "2: 4 5: 4 ".
     static std::string run(int from, int to) {
         std::string all;
         for (int second = from; second < to; second++) {
             MessageTransmitterLoop(now(), 0);
-            if (const auto types = asked(); !types.empty()) {
+            if (const auto types = vendTypes(); !types.empty()) {
                 all += std::to_string(second) + ": " + types;
             }
             advance(1);
@@ -64,7 +54,7 @@ class Controller : public Device {
 TEST_F(Controller, DevicesAreAskedAtOnceAgainAndEveryHalfMinute) {
     EXPECT_EQ(run(0, 10), "");
     meet(kPeer, 1);
-    EXPECT_EQ(asked(), "0 51 2 0 51 ") << "each of the two flags forces a pass";
+    EXPECT_EQ(vendTypes(), "0 51 2 0 51 ") << "each of the two flags forces a pass";
     EXPECT_EQ(run(0, 8), "3: 0 51 2 6: 0 51 2 ") << "unanswered";
     (void)setMessageTransmitterCheckFlag(kPeer.al, "flag_powerstate", 1);
     EXPECT_EQ(run(8, 13), "9: 2 12: 2 ") << "only the configuration was answered";
@@ -75,7 +65,7 @@ TEST_F(Controller, DevicesAreAskedAtOnceAgainAndEveryHalfMinute) {
     scheduleSettings() = {};
     (void)removeIeee1905DevTable(kPeer.al);
     MessageTransmitterLoop(now(), 1);
-    EXPECT_EQ(asked(), "");
+    EXPECT_EQ(vendTypes(), "");
 }
 
 TEST_F(Controller, CheckFlagsAreSetByName) {
@@ -163,8 +153,7 @@ TEST_F(Controller, OwnRecordFollowsThePlatform) {
 TEST_F(Controller, RootApIsPublished) {
     stateOf<RootAp>().folder = folder();
     const std::string macs = folder() + "/ROOTAP_MESH_MAC", ip = folder() + "/rootap_ip";
-    auto& commands = fakeSystem().commands;
-    commands.clear();
+    auto& commands = fakePlatform().commands;
     // The content of the file after another pass. The file is removed.
     const auto published = [&] {
         advance(11);

@@ -1,7 +1,6 @@
 // The firmware upgrade of the extenders, observed by the orders that they get.
 #include "controller/controller_loop.h"
 #include "controller/firmware_upgrade.h"
-#include "db/device_table.h"
 #include "orders/control_lists.h"
 #include "orders/firmware_upgrade_list.h"
 #include "platform/exports.h"
@@ -14,20 +13,9 @@ class Upgrade : public Device {
   protected:
     void SetUp() override {
         Device::SetUp();
-        start();
-        meet(peer(1), 1);
+        startWithPeer();
         fakePlatform().fwUrl = "u\nr";
         fakePlatform().fwFileName = "f";
-        drop();
-    }
-    static Ieee1905DevTable& dev() { return *getIeee1905DevTableById(peer(1).al); }
-    // The vendor messages sent since the last call, type and payload: "4:02ee00000001 ".
-    static std::string orders() {
-        std::string all;
-        for (const auto& s : sentVend()) {
-            all += std::to_string(s.type) + ":" + print(s.payload) + " ";
-        }
-        return all;
     }
     static std::string phaseOne(int mode) {
         const int result = checkEXdeviceFWVersion(mode);

@@ -6,8 +6,6 @@
 
 namespace {
 
-const Peer kPeer = peer(1);
-
 using Flow = Device;
 
 TEST_F(Flow, DiscoveriesLeaveAtStartAndEveryMinute) {

@@ -1,69 +1,46 @@
 // The reaction of a device to vendor messages: its answers, its actions, and what it stores.
 #include "db/database.h"
-#include "db/device_table.h"
 #include "support/device.h"
-#include "support/fake_system.h"
 #include "support/log_capture.h"
-#include "support/vendor.h"
 
 namespace {
 
 class Vendor : public Device {
   protected:
-    const Peer kPeer = peer(1);
     const Frame kOwn = bytesOf(kOwnAl);
 
     void SetUp() override {
         Device::SetUp();
-        fakeSystem() = {};  // not part of the device
-        start();
-        meet(kPeer, 1);
-        drop();
+        startWithPeer();
     }
-    // The vendor messages sent since the last call, type and payload: "7:01ff 9:00".
-    static std::string answers(unsigned id = 0) {
-        std::string all;
-        for (const auto& s : sentVend()) {
-            if (id != 0 && s.id != id) continue;
-            all += (all.empty() ? "" : " ") + std::to_string(s.type) + ":" + print(s.payload);
-        }
-        return all;
+    static int tell(unsigned type, const Frame& payload) {
+        return Device::tell(kPeer, 77, type, payload);
     }
-    int tell(unsigned type, const Frame& payload) {
-        return receive("eth0", vendFrame(kEth0, kPeer.intf, kPeer.al, 77, type, payload));
-    }
-    std::string ask(unsigned type, const Frame& payload) {
+    // The answers to a message, without the blank at the end: "7:01ff 9:00".
+    static std::string ask(unsigned type, const Frame& payload) {
         drop();
         fakePlatform().calls.clear();
         (void)tell(type, payload);
-        return answers(77);
+        const std::string answers = orders(77);
+        return answers.substr(0, answers.rfind(' '));
     }
-    Ieee1905DevTable& dev() { return *getIeee1905DevTableById(kPeer.al); }
 };
 
-TEST_F(Vendor, OrdersAreAnsweredBeforeTheDeviceGoesDown) {
-    std::string sentBefore = "nothing";
-    fakeSystem().onReboot = [&] { sentBefore = answers(); };
-    EXPECT_EQ(ask(4, bytesOf(kPeer.al)), "5:07");
+TEST_F(Vendor, OrdersToGoDownAreAnsweredAndObeyed) {
+    const auto done = [](unsigned type, const Frame& addressee) {
+        const std::string answer = ask(type, addressee);
+        return answer + " " + calls();
+    };
+    EXPECT_EQ(done(4, bytesOf(kPeer.al)), "5:07 ");
     (void)setEnableRebootFromNbrOption(0);
-    EXPECT_EQ(ask(4, kOwn), "5:10");
+    EXPECT_EQ(done(4, kOwn), "5:10 ");
     (void)setEnableRebootFromNbrOption(1);
-    EXPECT_EQ(fakeSystem().reboots, 0);
-    (void)ask(4, kOwn);
-    EXPECT_EQ(fakeSystem().reboots, 1);
-    EXPECT_EQ(sentBefore, "5:00");
-
-    EXPECT_EQ(ask(22, bytesOf(kPeer.al)), "23:07");
-    EXPECT_EQ(calls(), "");
-    EXPECT_EQ(ask(22, kOwn), "23:00");
-    EXPECT_EQ(calls(), "resetToDefault; ");
-
+    EXPECT_EQ(done(4, kOwn), "5:00 reboot; ");
+    EXPECT_EQ(done(22, bytesOf(kPeer.al)), "23:07 ");
+    EXPECT_EQ(done(22, kOwn), "23:00 resetToDefault; ");
     // If the answer cannot be sent, the order is not obeyed.
     fakeNet().find("eth0")->up = false;
-    (void)ask(4, kOwn);
-    (void)ask(22, kOwn);
-    EXPECT_EQ(fakeSystem().reboots, 1);
-    EXPECT_EQ(calls(), "");
+    for (const unsigned type : {4, 22}) EXPECT_EQ(done(type, kOwn), " ");
 }
 
 TEST_F(Vendor, InterfacePowerControl) {
@@ -187,7 +164,6 @@ TEST_F(Vendor, RemoteCommands) {
         {"", "", ""},
     };
     fakePlatform().wps.deviceType = 1;
-    fakeSystem().onReboot = [] { fakePlatform().calls.push_back("reboot"); };
     for (const auto& [line, answer, done] : lineAnswerDone) {
         EXPECT_EQ(ask(25, be16(1) + textBytes(line)), answer) << line;
         EXPECT_EQ(calls(), done) << line;
@@ -215,8 +191,7 @@ TEST_F(Vendor, AnswersFillTheRecordOfTheirSender) {
     (void)ask(31, bytesOf(kPeer.al) + hex("20"));
     EXPECT_EQ(dev().apAutoConf.syncFlags, (std::array<uint8_t, 4>{0, 0, 1, 0}));
     // Nothing is stored of a device whose topology is still unknown.
-    (void)receive("eth0",
-                  vendFrame(kEth0, kPeer.intf, peer(9).al, 5, 1, bytesOf(kPeer.al) + Frame(1)));
+    (void)Device::tell({peer(9).al, kPeer.intf}, 5, 1, bytesOf(kPeer.al) + Frame(1));
     EXPECT_EQ(getNetTopolTable()->ieee1905DevNum(), 1);
 }
 
@@ -247,22 +222,20 @@ TEST_F(Vendor, StationsComeAndGo) {
 // The result text of another device becomes part of a shell command.
 TEST_F(Vendor, ResultTextsStayTexts) {
     const Frame al = bytesOf(kPeer.al);
-    (void)ask(15, al + textBytes("a \"b\" `c` $(d)\ne"));
-    (void)ask(41, al + textBytes("ok"));
-    const auto commands = std::exchange(fakeSystem().commands, {});
+    (void)ask(41, al + textBytes("a \"b\" `c` $(d)\ne"));
+    const auto commands = std::exchange(fakePlatform().commands, {});
     EXPECT_EQ(commands.at(1),
               "echo \"a \\\"b\\\" \\`c\\` \\$(d)\ne\" > "
-              "/tmp/vm1905/vm1905WIFIState_02ee00000001");
-    EXPECT_EQ(commands.at(3), "echo \"ok\" > /tmp/vm1905/vm1905WIFIChannel_02ee00000001");
+              "/tmp/vm1905/vm1905WIFIChannel_02ee00000001");
     for (const char* refused : {"back\\slash", "-n"}) {
         EXPECT_EQ(tell(15, al + textBytes(refused)), kFailure) << refused;
     }
-    EXPECT_TRUE(fakeSystem().commands.empty());
+    EXPECT_TRUE(fakePlatform().commands.empty());
 }
 
 TEST_F(Vendor, OrdersAreLoggedInTwoAlternatingFiles) {
     (void)ask(22, kOwn);
-    EXPECT_TRUE(fakeSystem().commands.empty());
+    EXPECT_TRUE(fakePlatform().commands.empty());
     (void)setEnableLogOption(1);
     for (const auto& [index, file, next] : {std::tuple{1, " > /etc/vm1905/vm1905.log0", 2},
                                             {10, " >> /etc/vm1905/vm1905.log0", 11},
@@ -270,7 +243,7 @@ TEST_F(Vendor, OrdersAreLoggedInTwoAlternatingFiles) {
                                             {20, " >> /etc/vm1905/vm1905.log1", 1}}) {
         (void)setLogIndexOption(static_cast<uint8_t>(index));
         (void)ask(22, kOwn);
-        const std::string& line = fakeSystem().commands.back();
+        const std::string& line = fakePlatform().commands.back();
         EXPECT_TRUE(line.starts_with("echo \"" + std::to_string(index) +
                                      ": type=0x0016, from: 02:ee:00:00:00:01/02:ee:00:01:00:01"))
             << line;

@@ -1,7 +1,6 @@
 // Vendor queries that wait for an answer.
 #include "orders/query_tracking.h"
 #include "support/device.h"
-#include "support/vendor.h"
 
 namespace {
 
@@ -13,27 +12,17 @@ class Queries : public Device {
         (void)receive("eth0", discovery(kPeer, 1));
         drop();
     }
-    // The types of the vendor messages sent since the last call: "0 2 ".
-    static std::string asked() {
-        std::string all;
-        for (const auto& s : sentVend()) {
-            all += std::to_string(s.type) + " ";
-            id = s.id;
-        }
-        return all;
-    }
     // The seconds in which queries are sent, and their types: "6:0 2 12:2 ".
     static std::string run(Seconds seconds) {
         std::string all;
         for (Seconds t = 1; t <= seconds; t++) {
             advance(1);
             (void)checkVendRespMsgReceived();
-            if (const std::string now = asked(); !now.empty()) all += std::to_string(t) + ":" + now;
+            if (const std::string now = vendTypes(); !now.empty())
+                all += std::to_string(t) + ":" + now;
         }
         return all;
     }
-    const Peer kPeer = peer(1);
-    inline static unsigned id = 0;
 };
 
 TEST_F(Queries, AreRepeatedUntilAnswered) {
@@ -41,16 +30,16 @@ TEST_F(Queries, AreRepeatedUntilAnswered) {
     EXPECT_EQ(requestSendIntfPwrStateQueryMsg(kPeer.al, 0), kOk);
     EXPECT_EQ(requestSendWIFIstateQueryMsg(kPeer.al, 0), kOk);
     EXPECT_EQ(requestSendConfQueryMsg2(kPeer.al, 0), kOk);
-    EXPECT_EQ(asked(), "0 2 8 51 ");
+    EXPECT_EQ(vendTypes(), "0 2 8 51 ");
     EXPECT_EQ(run(40), "6:0 2 12:2 0 ") << "types 0 and 2 three times, the others once";
 
     EXPECT_EQ(requestSendConfQueryMsg(kPeer.al, 0), kOk);
-    (void)asked();
-    ReportVendRespMsg(kPeer.al, static_cast<uint16_t>(id + 1), 0);
-    ReportVendRespMsg(peer(2).al, static_cast<uint16_t>(id), 0);
-    ReportVendRespMsg(kPeer.al, static_cast<uint16_t>(id), 2);
+    (void)sentVend();
+    ReportVendRespMsg(kPeer.al, static_cast<uint16_t>(lastVendId + 1), 0);
+    ReportVendRespMsg(peer(2).al, static_cast<uint16_t>(lastVendId), 0);
+    ReportVendRespMsg(kPeer.al, static_cast<uint16_t>(lastVendId), 2);
     EXPECT_EQ(run(6), "6:0 ") << "answers to another query";
-    ReportVendRespMsg(kPeer.al, static_cast<uint16_t>(id), 0);
+    ReportVendRespMsg(kPeer.al, static_cast<uint16_t>(lastVendId), 0);
     EXPECT_EQ(run(20), "");
 
     EXPECT_EQ(requestSendConfQueryMsg(peer(9).al, 0), kFailure);

@@ -11,8 +11,7 @@
 #include "support.h"
 
 TEST(Links, TakePartByTheirKind) {
-    const ScratchFolder folder;
-    folder.platformConf("EXCLUDE = eth7 tap1\nINCLUDE = tap*\n");
+    const ScratchFolder folder("EXCLUDE = eth7 tap1\nINCLUDE = tap*\n");
     // index, name, kind, Ethernet, MAC, flags, state, master, lower
     const MacAddr mac(2, 0, 0, 0, 0, 1);
     const std::vector<Link> links = {
@@ -107,8 +106,7 @@ TEST(Radios, HaveStations) {
               std::tuple(8667, 40, 90));
     EXPECT_EQ(std::string(station->tx) + ", " + station->rx, "8667.0 Mb/s, 780.5 Mb/s");
 
-    const ScratchFolder folder;
-    folder.platformConf("WIFI_ROLE.wlan1 = Guest_5GH\n");
+    const ScratchFolder folder("WIFI_ROLE.wlan1 = Guest_5GH\n");
     EXPECT_EQ(connTypeOf("wlan1", 5500, false), "Guest_5GH");
     EXPECT_EQ(connTypeOf("wlan0", 5500, false), "Main_5G");
     EXPECT_EQ(connTypeOf("wlan0", 2437, true), "Mesh_2G");

@@ -35,14 +35,10 @@ void cable(const std::string& name) {
        name + " up");
 }
 
-struct NetworkFolder : ScratchFolder {
-    NetworkFolder() { platformConf("EXCLUDE = far-*\n"); }
-};
-
 }  // namespace
 
 NETWORK_TEST(Network, InterfacesComeAndGo) {
-    const NetworkFolder folder;
+    const ScratchFolder folder("EXCLUDE = far-*\n");
     EXPECT_EQ(alMac(), "");
     cable("v0");
     Listener daemon;
@@ -63,8 +59,7 @@ NETWORK_TEST(Network, InterfacesComeAndGo) {
 }
 
 NETWORK_TEST(Network, PowerAndStatusFollowTheLink) {
-    const NetworkFolder folder;
-    folder.platformConf("EXCLUDE = far-*\nMEDIA_TYPE.v1 = 0x0105\n");
+    const ScratchFolder folder("EXCLUDE = far-*\nMEDIA_TYPE.v1 = 0x0105\n");
     cable("v0");
     cable("v1");
     Listener daemon;
@@ -86,7 +81,7 @@ NETWORK_TEST(Network, PowerAndStatusFollowTheLink) {
 }
 
 NETWORK_TEST(Network, BridgesAndTheirNeighbors) {
-    const NetworkFolder folder;
+    const ScratchFolder folder("EXCLUDE = far-*\n");
     cable("v0");
     cable("v1");
     ip("link add br0 address 02:00:00:00:00:b0 type bridge; link set br0 up");
@@ -127,7 +122,7 @@ NETWORK_TEST(Network, BridgesAndTheirNeighbors) {
 
 // A bridge without an address of its own takes over the lowest one of its ports.
 NETWORK_TEST(Network, TheAlMacOutlivesAChangeOfTheBridgesAddress) {
-    const NetworkFolder folder;
+    const ScratchFolder folder("EXCLUDE = far-*\n");
     cable("v1");
     ip("link add br0 type bridge");
     ip("link set v1 master br0");
@@ -140,7 +135,7 @@ NETWORK_TEST(Network, TheAlMacOutlivesAChangeOfTheBridgesAddress) {
 }
 
 NETWORK_TEST(Network, PlainInterfacesHaveTheNeighborsOfIp) {
-    const NetworkFolder folder;
+    const ScratchFolder folder("EXCLUDE = far-*\n");
     cable("v0");
     Listener daemon;
     const std::string add = "neigh replace 10.0.0.";
@@ -163,7 +158,7 @@ NETWORK_TEST(Network, PlainInterfacesHaveTheNeighborsOfIp) {
 }
 
 NETWORK_TEST(Network, IdentityIsThatOfTheSystemUnlessConfigured) {
-    const NetworkFolder folder;
+    const ScratchFolder folder("EXCLUDE = far-*\n");
     const auto lanMac = [] {
         uint8_t mac[6];
         EXPECT_EQ(getDeviceLANMac(mac), 0);
@@ -188,7 +183,7 @@ NETWORK_TEST(Network, IdentityIsThatOfTheSystemUnlessConfigured) {
 
 // A mesh test checks that the rule isolates the hops and is removed with the daemon.
 NETWORK_TEST(Network, Forward1905NoHasOneRuleOfItsOwn) {
-    const NetworkFolder folder;
+    const ScratchFolder folder("EXCLUDE = far-*\n");
     run("nft add table bridge others");
     // As after a crash: an existing rule is replaced or removed.
     for (const char* setting : {"no", "no", "yes"}) {

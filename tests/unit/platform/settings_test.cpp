@@ -24,10 +24,6 @@ void sendMessage(uint32_t servId, void* info, uint32_t* retCode) {
     *retCode = servId == SERV_REQ_PB_EVENT ? 19 : 0;
 }
 
-std::string takeSent() {
-    return std::exchange(sent, {});
-}
-
 }  // namespace
 
 NETWORK_TEST(Settings, AreReturnedAndChangesReportedOnce) {
@@ -67,7 +63,6 @@ NETWORK_TEST(Settings, AreReturnedAndChangesReportedOnce) {
 TEST(Settings, AdmissionFollowsTheListUnlessAllAreApproved) {
     const ScratchFolder folder;
     const uint8_t known[] = {2, 0, 0, 0, 0, 1}, stranger[] = {2, 0, 0, 0, 0, 2};
-    folder.platformConf("");
     EXPECT_EQ(checkMACisApprove(stranger, "attic"), 0);
     folder.platformConf("APPROVED = 02:00:00:00:00:09 02:00:00:00:00:01\n");
     EXPECT_EQ(checkMACisApprove(known, ""), 0);
@@ -97,7 +92,7 @@ NETWORK_TEST(AutoConfiguration, SendsThroughTheDaemon) {
     EXPECT_EQ(setServReqCallbackFunc(sendMessage), 0);
     EXPECT_EQ(sendWPSSearch(1), 0);
     EXPECT_EQ(sendPBEvent(), 19) << "the result of the daemon";
-    EXPECT_EQ(takeSent(), "0 band 1\n4\n");
+    EXPECT_EQ(std::exchange(sent, {}), "0 band 1\n4\n");
 
     // Only a Registrar with "send response" answers a search.
     const ApAutoConfSrch search{0, 1, {2, 0, 0, 0, 0, 7}, 99};
@@ -106,7 +101,7 @@ NETWORK_TEST(AutoConfiguration, SendsThroughTheDaemon) {
     EXPECT_EQ(notifyApAutoConfSrchMsgReceived(&search), 0);
     EXPECT_EQ(setWPSConfig(1, 1, 1), 0);
     EXPECT_EQ(notifyApAutoConfSrchMsgReceived(&search), 0);
-    EXPECT_EQ(takeSent(), "1 to 02:00:00:00:00:07 id 99 band 1\n");
+    EXPECT_EQ(std::exchange(sent, {}), "1 to 02:00:00:00:00:07 id 99 band 1\n");
 
     // The output of the hook is sent to the source of the frame.
     const uint8_t frame[] = {0x10, 0x4A, 0x00};
@@ -115,7 +110,7 @@ NETWORK_TEST(AutoConfiguration, SendsThroughTheDaemon) {
     EXPECT_EQ(notifyApAutoConfWscMsgReceived(&wsc), 0);
     folder.hook("autoconf-wsc", "echo no frame");
     EXPECT_EQ(notifyApAutoConfWscMsgReceived(&wsc), 16);
-    EXPECT_EQ(takeSent(), "2 to 02:00:00:00:00:08 beef\n");
+    EXPECT_EQ(std::exchange(sent, {}), "2 to 02:00:00:00:00:08 beef\n");
 }
 
 TEST(Log, IsTheNamedFileAndKeepsLinesWhole) {

@@ -27,8 +27,7 @@ int listenOn(int family, uint16_t port) {
 }  // namespace
 
 NETWORK_TEST(State, OfTheNetworkIsThatOfTheKernel) {
-    const ScratchFolder folder;
-    folder.platformConf("EXCLUDE = far-*\n");
+    const ScratchFolder folder("EXCLUDE = far-*\n");
     ip("link add plain type veth peer name far-plain; link set plain up; link set far-plain "
        "up");
     ip("link add port type veth peer name far-port; link set port up");

@@ -44,9 +44,10 @@ const Record& as(const void* info) {
 
 }  // namespace
 
-ScratchFolder::ScratchFolder() {
+ScratchFolder::ScratchFolder(const std::string& conf) {
     char name[] = "/tmp/platform_test.XXXXXX";
     path_ = mkdtemp(name);
+    platformConf(conf);
 }
 
 void ScratchFolder::write(const std::string& name, const std::string& text, int mode) const {
@@ -131,10 +132,8 @@ std::map<std::string, IntfDesc> describeAll() {
 
 Listener::Listener() {
     EXPECT_EQ(initNetCtrl(), 0);
-    for (const auto& [name, desc] : describeAll()) {
-        statuses[name] = desc.operStatus;
-        intfNum++;
-    }
+    for (const auto& [name, desc] : describeAll()) statuses[name] = desc.operStatus;
+    intfNum = static_cast<int>(statuses.size());
     EXPECT_EQ(startNetCtrl(), 0);
     listener = this;
     EXPECT_EQ(setNetStatusEventCallbackFunc(callback), 0);

@@ -18,7 +18,7 @@
 // A folder that is removed with the object.
 class ScratchFolder {
   public:
-    ScratchFolder();
+    explicit ScratchFolder(const std::string& conf = "");  // the text of platform.conf
     ~ScratchFolder() { std::filesystem::remove_all(path_); }
     std::string path(const std::string& name) const { return path_ + "/" + name; }
     const std::string& path() const { return path_; }

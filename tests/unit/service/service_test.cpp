@@ -13,13 +13,11 @@
 #include "support/device.h"
 #include "support/log_capture.h"
 #include "support/slot_client.h"
-#include "support/vendor.h"
 
 namespace {
 
 using Text = std::string;
 
-const Peer kPeer = peer(1);
 const Frame kAl = bytesOf(kPeer.al);
 const Text kTo = print(kAl), kOwn = print(bytesOf(kOwnAl)), kNobody = print(bytesOf(kStation));
 const Text kE0 = print(bytesOf(kEth0)), kE1 = print(bytesOf(kEth1)), kAll = "000000000000";
@@ -44,19 +42,6 @@ class Service : public Device {
         return takeAnswer();
     }
     static Text ask(unsigned service, const Text& payload) { return ask(service, hex(payload)); }
-    static Text order(const SentVend& s) { return std::to_string(s.type) + ":" + print(s.payload); }
-    // The vendor messages that left by eth0, each as "4:payload ".
-    static Text orders() {
-        Text all;
-        for (const auto& s : sentVend()) all += order(s) + " ";
-        return all;
-    }
-    void startWithPeer() {
-        start();
-        meet(kPeer, 1);
-        drop();
-        (void)calls();
-    }
 };
 
 TEST_F(Service, Records) {
@@ -283,10 +268,9 @@ TEST_F(Service, OrdersToOtherDevices) {
 
         EXPECT_EQ(ask(row.service, kTo + row.request), "");
         const SentVend given = sentVend().at(0);
-        EXPECT_EQ(order(given), row.order);
+        EXPECT_EQ(given.text(), row.order + " ");
         const Frame response = hex(row.response);
-        (void)receive("eth0", vendFrame(kEth0, kPeer.intf, kPeer.al, given.id, response[0],
-                                        {response.begin() + 1, response.end()}));
+        (void)tell(kPeer, given.id, response[0], {response.begin() + 1, response.end()});
         EXPECT_EQ(takeAnswer(), data(row.service, row.answer));
     }
     stateOf<ControlLists>() = {};
