@@ -10,9 +10,6 @@ from lab import ROOT, Lab, Program, al_mac, port_mac, wait_until
 from neighbor import Neighbor, raw, vendor_tlv
 
 DEVICE, PORT = "dev1", port_mac(1, 0)
-OWN = raw(PORT).hex() + "000100"  # MAC, unused byte, media type
-AL2 = raw(al_mac(2)).hex()
-CODE = 254
 LED, LED_REQ, LED_RESP = 161, 33, 35
 NO_DAEMON, RESTARTED, TIMEOUT, BUSY = -1, -2, -3, -4
 
@@ -62,8 +59,7 @@ class Answering(Neighbor):
 
 @pytest.fixture(scope="module")
 def lab():
-    # The third takes no part in the topology, so that the tables stay the same.
-    with Lab("line", "3", "--args", "dev3=-t 0") as made:
+    with Lab("line", "3") as made:
         made.until(lambda: al_mac(2) in made.model_text(DEVICE), "the neighbor is known")
         yield made
 
@@ -71,8 +67,6 @@ def lab():
 @pytest.fixture(scope="module")
 def client(lab):
     with Probe(lab) as made:
-        lab.until(lambda: all(made.ask(*request)[1] != CODE for request in (
-            (12, OWN + "00"), (30, "00"), (40, AL2 + "00"))), "an entry in each table")
         yield made
 
 
@@ -83,27 +77,6 @@ def stranger(lab):
         # Only now can it be sent orders.
         lab.until(lambda: made.al in lab.model_text(DEVICE), "the daemon knows the stranger")
         yield made
-
-
-# Request, payload; id of the answer, payload with any digit for a dot.
-LOCAL = (
-    (0, "", 1, raw(al_mac(1)).hex() + "000000" + "." * 8 + "01"),
-    (8, OWN + "00", 9, ""),
-    (10, OWN, 11, "000[1-9]"),
-    (12, OWN + "00", 13,
-     raw(port_mac(2, 0)).hex() + raw(PORT).hex() + "00" + "." * 32 + "1027....1027"),
-    (18, "", CODE, "12"),
-    (30, "00", 31, "00" + "." * 8 + "00" + raw(al_mac(1)).hex() + raw(PORT).hex() + "00" + AL2),
-    (34, "00", 35, AL2 + "00" + "02" + ".." + "01" + "01"),
-    (40, AL2 + "00", 41, raw(port_mac(2, 0)).hex() + "01" + raw(al_mac(1)).hex()),
-)
-
-
-def test_the_daemon_answers_by_itself(client):
-    for service, payload, answer, expected in LOCAL:
-        found = client.ask(service, payload)
-        assert found[:2] == (0, answer) and re.fullmatch(
-            re.sub("(00)+$", "", expected), found[2]), (service, payload, found)
 
 
 def led(stranger):

@@ -39,8 +39,7 @@ def test_a_mesh_is_upgraded():
                 ip address add 192.0.2.{device[3:]}/24 dev br-lan""")
         # Devices of this version get an order with a file name, others without.
         mesh.shell("dev3", "echo 'FwUpgrade = 1502' > /etc/vm1905/vm1905_Version")
-        mesh("kill", *DEVICES)
-        mesh("start", *DEVICES)
+        mesh.restart(*DEVICES)
         old = {al_mac(2): ("1.0", "Idle"), al_mac(3): ("1.0", "Idle")}
         mesh.until(lambda: firmware(mesh, "dev1") == old, "the versions before")
         write(mesh, "dev1", f"{FOLDER}/fw-2.0.bin", IMAGE)

@@ -73,10 +73,10 @@ class Lab:
         self.ahead += seconds
         os.pwrite(self.clock.fileno(), struct.pack("q", self.ahead), 0)
 
-    def pass_time(self, seconds):
-        """Lets these seconds pass quickly, one by one."""
-        for _ in range(seconds):
-            self.advance(1)
+    def pass_time(self, seconds, step=1):
+        """Lets these seconds pass quickly, a step at a time."""
+        for _ in range(0, seconds, step):
+            self.advance(step)
             time.sleep(0.25)
 
     def until(self, condition, what, gain=1):
@@ -147,10 +147,10 @@ class Lab:
             time.sleep(0.02)  # it may be half-written
         return {}
 
-    def restart(self, device):
-        """Power off and on, with a new daemon."""
-        self("kill", device)
-        self("start", device)
+    def restart(self, *devices):
+        """Power off and on, with new daemons."""
+        self("kill", *devices)
+        self("start", *devices)
 
     @contextlib.contextmanager
     def capture(self, first, second):

@@ -6,9 +6,10 @@ import threading
 import time
 
 from frames import DISCOVERY, MULTICAST, QUERY, RESPONSE, VENDOR
-from lab import Program, wait_for
+from lab import Program, al_mac, port_mac, wait_for
 
 GIGABIT = 1  # media type
+TARGET, TARGET_AL = port_mac(2, 1), al_mac(2)  # the device that the stranger talks to
 
 # Runs in a device: sends frames in hexadecimal from standard input to a port, and from the port to
 # standard output. On the port of a bridge, a socket for one EtherType receives nothing.

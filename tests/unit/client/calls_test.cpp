@@ -2,6 +2,7 @@
 // it makes of an answer. Payloads begin at byte 7 of the slots.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <functional>
 #include <string>
@@ -9,32 +10,29 @@
 #include <type_traits>
 
 #include "exchange.h"
+#include "support/frames.h"
 
 namespace {
 
-using Bytes = std::string;  // hexadecimal; in the tables with blanks between the fields
+using Hex = std::string;  // hexadecimal; in the tables with blanks between the fields
 using Client = vm1905_client*;
 
 constexpr vm1905_mac kMac{{0x02, 0x11, 0x22, 0x33, 0x44, 0x55}};
 constexpr vm1905_mac kOther{{0x06, 0, 0, 0, 0, 0x01}};
-const Bytes kM = "021122334455", kO = "060000000001";
+const Hex kM = "021122334455", kO = "060000000001";
 
-Bytes hex(const void* bytes, size_t length) {
-    Bytes out;
-    for (size_t i = 0; i < length; i++) {
-        const uint8_t byte = static_cast<const uint8_t*>(bytes)[i];
-        for (const int half : {byte >> 4, byte & 15}) out += "0123456789abcdef"[half];
-    }
-    return out;
+Hex shown(const void* bytes, size_t length) {
+    const auto* const first = static_cast<const uint8_t*>(bytes);
+    return print(Frame(first, first + length));
 }
-Bytes hexText(const std::string& text) {
-    return hex(text.data(), text.size());
+Hex hexText(const std::string& text) {
+    return shown(text.data(), text.size());
 }
-Bytes zeros(size_t n) {
-    return Bytes(2 * n, '0');
+Hex zeros(size_t n) {
+    return Hex(2 * n, '0');
 }
 // Without blanks and trailing zeros.
-Bytes trimmed(Bytes bytes) {
+Hex trimmed(Hex bytes) {
     std::erase(bytes, ' ');
     while (bytes.ends_with("00")) bytes.resize(bytes.size() - 2);
     return bytes;
@@ -43,33 +41,26 @@ unsigned timeoutOf(uint16_t service) {
     return vm1905_is_for_neighbor(service) != 0 ? 456 : 123;
 }
 // Without any zero, such as in the gaps between the fields of a slot.
-Bytes dense(const Bytes& bytes) {
-    const Bytes all = trimmed(bytes);
-    Bytes out;
-    for (size_t i = 0; i < all.size(); i += 2) {
-        if (all.substr(i, 2) != "00") out += all.substr(i, 2);
-    }
-    return out;
+Hex dense(const Hex& bytes) {
+    Frame all = hex(bytes);
+    std::erase(all, 0);
+    return print(all);
 }
 
 // The channel: what was asked last, and what is answered.
 struct {
     int asked = 0;
     uint16_t service = 0;
-    Bytes payload{};
+    Hex payload{};
     unsigned timeout = 0;
     int result = 0;
     vm1905_answer answer{};
 } channel;
 
-void answerWith(int id, const Bytes& payload, int result = 0) {
+void answerWith(int id, const Hex& payload, int result = 0) {
     channel = {.result = result};
     channel.answer.id = static_cast<uint16_t>(id);
-    const Bytes bytes = trimmed(payload);
-    for (size_t i = 0; i < bytes.size(); i += 2) {
-        channel.answer.payload[i / 2] =
-            static_cast<uint8_t>(std::stoi(bytes.substr(i, 2), nullptr, 16));
-    }
+    std::ranges::copy(hex(payload), channel.answer.payload);
 }
 
 }  // namespace
@@ -83,7 +74,7 @@ int vm1905_call(vm1905_client*, uint16_t service, const void* payload, size_t le
                 unsigned timeout_ms, vm1905_answer* answer) {
     channel.asked++;
     channel.service = service;
-    channel.payload = hex(payload, length);
+    channel.payload = shown(payload, length);
     channel.timeout = timeout_ms;
     if (channel.result == 0) *answer = channel.answer;
     return channel.result;
@@ -93,36 +84,35 @@ namespace {
 
 // The fields of a record one after the other, numbers in host byte order as in the slots.
 template <typename... Field>
-Bytes fields(const Field&... field) {
-    return (hex(&field, sizeof field) + ...);
+Hex fields(const Field&... field) {
+    return (shown(&field, sizeof field) + ...);
 }
 template <typename Record>
-Bytes shown(const Record& r) {
+Hex shown(const Record& r) {
     static_assert(std::has_unique_object_representations_v<Record>, "gaps need a function below");
     return fields(r);
 }
 // clang-format off
-Bytes shown(const vm1905_al& r) { return fields(r.al_mac, r.status, r.age, r.intf_num); }
-Bytes shown(const vm1905_fwd_rule& r) { return fields(r.id, r.mac_num); }
-Bytes shown(const vm1905_vend_prop& r) { return fields(r.oui) + hex(r.data, r.length); }
-Bytes shown(const vm1905_security& r) { return fields(r.mode, r.length) + hex(r.value, r.length); }
-Bytes shown(const vm1905_beacon_report& r) { return fields(r.station, r.length) + hex(r.data, r.length); }
-Bytes shown(const vm1905_link& r) {
+Hex shown(const vm1905_al& r) { return fields(r.al_mac, r.status, r.age, r.intf_num); }
+Hex shown(const vm1905_fwd_rule& r) { return fields(r.id, r.mac_num); }
+Hex shown(const vm1905_vend_prop& r) { return fields(r.oui) + shown(r.data, r.length); }
+Hex shown(const vm1905_security& r) { return fields(r.mode, r.length) + shown(r.value, r.length); }
+Hex shown(const vm1905_beacon_report& r) { return fields(r.station, r.length) + shown(r.data, r.length); }
+Hex shown(const vm1905_link& r) {
     return fields(r.neighbor_mac, r.local_mac, r.bridge, r.tx_errors, r.tx_packets, r.rx_errors, r.rx_packets, r.throughput, r.availability, r.phy_rate, r.rssi);
 }
 // clang-format on
-Bytes shown(const vm1905_pwr_results& r) {
-    Bytes out = fields(r.num);
+Hex shown(const vm1905_pwr_results& r) {
+    Hex out = fields(r.num);
     for (const auto& each : r.results) out += fields(each.mac, each.media_type, each.code);
     return out;
 }
 
 // A call that fills the record that its last argument points to.
 template <typename... Parameter, typename... Argument>
-std::function<int(Client, Bytes&)> reading(int (*call)(Client, Parameter...),
-                                           Argument... arguments) {
+std::function<int(Client, Hex&)> reading(int (*call)(Client, Parameter...), Argument... arguments) {
     using Last = std::tuple_element_t<sizeof...(Parameter) - 1, std::tuple<Parameter...>>;
-    return [=](Client client, Bytes& out) {
+    return [=](Client client, Hex& out) {
         std::remove_pointer_t<Last> record;
         std::memset(static_cast<void*>(&record), 0xee, sizeof record);
         const auto before = record;
@@ -151,9 +141,9 @@ constexpr vm1905_speed_test kSpeedTest{1, 2, 0x01020304, 60, kMac, "ftp://a"};
 TEST(Calls, ReadRecords) {
     const struct {
         uint16_t service;
-        Bytes request, answer;
-        std::function<int(Client, Bytes&)> call;
-        Bytes senseless{};  // an answer with a count beyond its bound
+        Hex request, answer;
+        std::function<int(Client, Hex&)> call;
+        Hex senseless{};  // an answer with a count beyond its bound
     } rows[] = {
         // clang-format off
         {0, "", kM + "01 0000 04030201 05", reading(vm1905_get_al)},
@@ -178,7 +168,7 @@ TEST(Calls, ReadRecords) {
     vm1905_client client;
     for (const auto& row : rows) {
         SCOPED_TRACE(row.service);
-        Bytes found;
+        Hex found;
         answerWith(row.service + 1, row.answer);
         EXPECT_EQ(row.call(&client, found), 0);
         EXPECT_EQ(dense(found), dense(row.answer));
@@ -212,7 +202,7 @@ TEST(Calls, GiveOrders) {
     const std::string longest(240, 'a');
     const struct {
         uint16_t service;
-        Bytes request;
+        Hex request;
         std::function<int(Client)> call;
     } rows[] = {
         // clang-format off
@@ -266,9 +256,9 @@ TEST(Calls, GiveOrders) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.service);
         for (const uint8_t code : {uint8_t{0}, uint8_t{200}}) {
-            answerWith(254, "ff" + hex(&code, 1));
+            answerWith(254, "ff" + shown(&code, 1));
             EXPECT_EQ(row.call(&client), code);
-            answerWith(row.service + 1, hex(&code, 1));
+            answerWith(row.service + 1, shown(&code, 1));
             EXPECT_EQ(row.call(&client), code);
         }
         EXPECT_EQ(channel.service, row.service);

@@ -249,9 +249,7 @@ TEST(StandardTlvParsers, UnusualForms) {
     EXPECT_EQ(parseChassisIdTlv(id, hex("0207 07 010203040506")), 0U);
     EXPECT_EQ(parseChassisIdTlv(id, hex("0208 04 010203040506 00")), 0U);
     EXPECT_TRUE(id.isZero());
-}
 
-TEST(StandardTlvParsers, EndOfLldpdu) {
     EXPECT_EQ(parseEndOfLldpduTlv(hex("0000")), kOk);
     for (const char* bad : {"", "00", "0001", "0200"}) {
         EXPECT_EQ(parseEndOfLldpduTlv(hex(bad)), kFailure) << bad;
