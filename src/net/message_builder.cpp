@@ -25,13 +25,12 @@ class Builder {
     bool failed_ = false;
 };
 
-// Not inlined, because they are called in many places.
-[[gnu::noinline]] Builder& Builder::must(std::optional<Tlv>&& tlv) {
+Builder& Builder::must(std::optional<Tlv>&& tlv) {
     if (!tlv) failed_ = true;
     return may(std::move(tlv));
 }
 
-[[gnu::noinline]] Builder& Builder::may(std::optional<Tlv>&& tlv) {
+Builder& Builder::may(std::optional<Tlv>&& tlv) {
     if (tlv) list_.push_back(std::move(*tlv));
     return *this;
 }
