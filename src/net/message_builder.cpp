@@ -16,24 +16,20 @@ constexpr std::string_view kNoUpdateTime = "0000000000";
 class Builder {
   public:
     Builder() { list_.reserve(12); }
-    Builder& must(std::optional<Tlv>&& tlv);
-    Builder& may(std::optional<Tlv>&& tlv);
+    Builder& must(std::optional<Tlv>&& tlv) {
+        if (!tlv) failed_ = true;
+        return may(std::move(tlv));
+    }
+    Builder& may(std::optional<Tlv>&& tlv) {
+        if (tlv) list_.push_back(std::move(*tlv));
+        return *this;
+    }
     TlvList take() { return failed_ ? TlvList{} : std::move(list_); }
 
   private:
     TlvList list_;
     bool failed_ = false;
 };
-
-Builder& Builder::must(std::optional<Tlv>&& tlv) {
-    if (!tlv) failed_ = true;
-    return may(std::move(tlv));
-}
-
-Builder& Builder::may(std::optional<Tlv>&& tlv) {
-    if (tlv) list_.push_back(std::move(*tlv));
-    return *this;
-}
 
 TlvList genTopolResp() {
     Builder builder;
