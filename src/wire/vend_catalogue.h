@@ -87,7 +87,7 @@ inline constexpr VendType kVendTypes[] = {
     VEND_TYPE(WIFICOUNTRYCODE_REQ, CountryCodeReq, "orders a Wi-Fi country code"),
     VEND_TYPE(WIFICOUNTRYCODE_RESP, RetCodePayload, "result"),
     VEND_TYPE(UNUSED_55, OptionPayload, "not used"),
-    VEND_TYPE(UPDATEEXTENDCONF_REQ, TextPayload, "configuration for the extenders; an empty one: they look at their own anew"),
+    VEND_TYPE(UPDATEEXTENDCONF_REQ, TextPayload, "configuration for the extenders; an empty one makes them read their own again"),
     VEND_TYPE(SENDBCNRPT_REQ, BcnRptReqPayload, "a station shall be asked for a beacon report"),
     VEND_TYPE(SENDBCNRPT_RESP, BcnRptResp, "result of 64"),
     VEND_TYPE(GETBCNRPT_REQ, BcnRptReqPayload, "asks for the last beacon report of a station"),

@@ -134,7 +134,7 @@ void Mesh::settle() {
             node->cpuTime += cpuNanoseconds() - begin;
         }
         for (Node* node : due) collect(*node);
-        if (framesSent_ > limit) throw std::runtime_error("the mesh does not come to rest");
+        if (framesSent_ > limit) throw std::runtime_error("the mesh never stops sending");
         due.clear();
         for (auto& node : nodes_) {
             if (deliver(node)) due.push_back(&node);
