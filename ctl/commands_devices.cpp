@@ -110,7 +110,7 @@ Report setPower(Session& session, const Power& power) {
     const Mac target = session.device(power.device);
     const Mesh mesh = session.mesh();
     const Device* const device = mesh.find(target);
-    if (device == nullptr) check(VM1905_NO_NEIGHBOR, "power of " + target.text());
+    if (device == nullptr) throwFailure(VM1905_NO_NEIGHBOR, "power of " + target.text());
     const auto chosen = chosenInterfaces(*device, power);
     if (isCutOff(*device, power, chosen)) {
         confirm(session, "switch off every interface of " + device->called() +

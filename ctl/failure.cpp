@@ -73,8 +73,7 @@ const char* adviceFor(int result, Asked asked) {
 
 }  // namespace
 
-void check(int result, const std::string& what, Asked asked) {
-    if (result == VM1905_OK) return;
+void throwFailure(int result, const std::string& what, Asked asked) {
     const int error = errno;
     std::string text = (what.empty() ? "" : what + ": ") + vm1905_strerror(result);
     if (result > 0) text += " (code " + std::to_string(result) + ")";

@@ -17,6 +17,10 @@ struct Failure {
 // What was asked for: a value, an action of this device, or an order that another device answers.
 enum class Asked { kRead, kHere, kNeighbor };
 
-// Throws Failure unless the result of the client library is 0. what names the request, such as
-// "reboot of dev2"; it may be empty.
-void check(int result, const std::string& what, Asked asked = Asked::kRead);
+// Throws Failure for a result of the client library. what names the request, such as "reboot of
+// dev2"; it may be empty.
+[[noreturn]] void throwFailure(int result, const std::string& what, Asked asked = Asked::kRead);
+// The same, unless the result is 0.
+inline void check(int result, const std::string& what, Asked asked = Asked::kRead) {
+    if (result != 0) throwFailure(result, what, asked);
+}
