@@ -19,8 +19,16 @@ constexpr uint8_t kMaxQueries = 3;
 
 void setBridge(IntfNbrDev& nbr, const MacAddr& localMac, bool bridge) {
     nbr.bridgeFlag = bridge ? 1 : 0;
-    LOG(3, "the result of IEEE 803.1 bridge(s) detection is (" MAC_FMT "/" MAC_FMT "): %s\r\n",
-        MAC_ARGS(localMac), MAC_ARGS(nbr.nbrIntfMac), bridge ? "TRUE" : "FALSE");
+    // Both texts whole, so that a line of the log is found in the source.
+    if (bridge) {
+        LOG(3,
+            "the result of IEEE 803.1 bridge(s) detection is (" MAC_FMT "/" MAC_FMT "): TRUE\r\n",
+            MAC_ARGS(localMac), MAC_ARGS(nbr.nbrIntfMac));
+    } else {
+        LOG(3,
+            "the result of IEEE 803.1 bridge(s) detection is (" MAC_FMT "/" MAC_FMT "): FALSE\r\n",
+            MAC_ARGS(localMac), MAC_ARGS(nbr.nbrIntfMac));
+    }
 }
 
 int report(bool changed) {

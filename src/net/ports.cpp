@@ -133,7 +133,12 @@ int refreshIntfPort(Port& port) {
         LOG(2, "failed to call ioctl(SIOCGIFFLAGS) of interface (%s)\r\n", port.name.c_str());
     }
     port.isDown = !isUp(flags);
-    LOG(4, "- port (%s) status: %s\r\n", port.name.c_str(), port.isDown ? "DOWN" : "UP");
+    // Both texts whole, so that a line of the log is found in the source.
+    if (port.isDown) {
+        LOG(4, "- port (%s) status: DOWN\r\n", port.name.c_str());
+    } else {
+        LOG(4, "- port (%s) status: UP\r\n", port.name.c_str());
+    }
     return kOk;
 }
 
