@@ -120,6 +120,29 @@ uint32_t speedOf(const Intf& intf) {
     return intf.mediaType == 0 ? 100 : 1000;
 }
 
+// Describes the links to the neighbors of an interface; links counts them. kOk or kFailure.
+int appendLinks(const Intf& intf, ListBuilder<LinkDesc>& built, uint16_t& links) {
+    const auto counters = readLinkCounters(intf.index);
+    if (!counters) return kFailure;
+    const uint32_t speed = speedOf(intf);
+    const uint16_t availability = availabilityOf(intf.index, *counters, speed);
+    for (const MacAddr& neighbor : intf.neighbors) {
+        LinkDesc* desc = built.append();
+        if (desc == nullptr) return kFailure;
+        neighbor.copyTo(desc->nbrIntfMac);
+        // The kernel counts per interface, not per neighbor, so each link shows the total.
+        desc->txErrors = static_cast<uint32_t>(counters->txErrors);
+        desc->txPackets = static_cast<uint32_t>(counters->txPackets);
+        desc->rxErrors = static_cast<uint32_t>(counters->rxErrors);
+        desc->rxPackets = static_cast<uint32_t>(counters->rxPackets);
+        desc->throughput = clamp16(speed);
+        desc->availability = availability;
+        desc->phyRate = clamp16(speed);
+        links++;
+    }
+    return kOk;
+}
+
 }  // namespace
 
 int getAlDesc(AlDesc* desc) {
@@ -193,32 +216,16 @@ int getSecurityConfig(SecurityDesc* desc) {
 int getLinkMetricList(const uint8_t* intfMac, uint32_t mediaType, LinkDescList* list) {
     if (intfMac == nullptr || list == nullptr) return kFailure;
     *list = {};
-    const auto& intfs = reported().intfs;
-    const auto intf = std::find_if(intfs.begin(), intfs.end(), [&](const Intf& i) {
-        return i.mac == MacAddr(intfMac) && i.mediaType == mediaType;
-    });
-    if (intf == intfs.end()) return kNoLocalIntf;
-    const auto counters = readLinkCounters(intf->index);
-    if (!counters) return kFailure;
-    const uint32_t speed = speedOf(*intf);
-    const uint16_t availability = availabilityOf(intf->index, *counters, speed);
-
     ListBuilder<LinkDesc> built([](LinkDesc* desc) { free(desc); });
     uint16_t links = 0;
-    for (const MacAddr& neighbor : intf->neighbors) {
-        LinkDesc* desc = built.append();
-        if (desc == nullptr) return kFailure;
-        neighbor.copyTo(desc->nbrIntfMac);
-        // The kernel counts per interface, not per neighbor, so each link shows the total.
-        desc->txErrors = static_cast<uint32_t>(counters->txErrors);
-        desc->txPackets = static_cast<uint32_t>(counters->txPackets);
-        desc->rxErrors = static_cast<uint32_t>(counters->rxErrors);
-        desc->rxPackets = static_cast<uint32_t>(counters->rxPackets);
-        desc->throughput = clamp16(speed);
-        desc->availability = availability;
-        desc->phyRate = clamp16(speed);
-        links++;
+    int result = kNoLocalIntf;
+    // The ports of a switch may share one MAC; the daemon knows which neighbor is on which.
+    for (const Intf& intf : reported().intfs) {
+        if (intf.mac != MacAddr(intfMac) || intf.mediaType != mediaType) continue;
+        result = appendLinks(intf, built, links);
+        if (result != kOk) return result;
     }
+    if (result != kOk) return result;
     list->linkNum = links;
     list->head = built.release();
     return kOk;

@@ -74,11 +74,11 @@ std::optional<MacAddr> chooseAlMac(const Picture& picture) {
     return alMacOf(picture);
 }
 
-// The participating interfaces of each bridge, by index.
-std::map<int, std::vector<int>> tuplesOf(const Picture& picture) {
-    std::map<int, std::vector<int>> tuples;
+// The MACs of the participating interfaces of each bridge.
+std::map<int, std::vector<MacAddr>> tuplesOf(const Picture& picture) {
+    std::map<int, std::vector<MacAddr>> tuples;
     for (const Intf& intf : picture.intfs) {
-        if (intf.bridge != 0) tuples[intf.bridge].push_back(intf.index);
+        if (intf.bridge != 0) tuples[intf.bridge].push_back(intf.mac);
     }
     return tuples;
 }
