@@ -42,6 +42,7 @@ int vm1905_get_al(vm1905_client* client, vm1905_al* al) {
         answer.number(resp::kAlStatus, out.status);
         answer.number(resp::kAlAge, out.age);
         answer.number(resp::kAlIntfNum, out.intf_num);
+        answer.number(resp::kAlNoPort, out.no_port);
     });
 }
 

@@ -151,6 +151,7 @@ typedef struct vm1905_al {
     uint8_t status; /* 0 up; this daemon reports nothing else */
     uint32_t age;   /* seconds since the last change */
     uint8_t intf_num;
+    uint8_t no_port; /* 1: the daemon has no port open and hears nothing */
 } vm1905_al;
 
 typedef struct vm1905_intf {

@@ -18,7 +18,10 @@ struct Status {
 };
 
 constexpr Column<Status> kStatus[] = {
-    {"daemon", "Daemon", [](const Status&) { return Json("running"); }},
+    {"daemon", "Daemon",
+     [](const Status& s) {
+         return Json(s.al.no_port != 0 ? "running, but no port is open" : "running");
+     }},
     {"name", "Name", [](const Status& s) { return known(s.name); }},
     {"al_mac", "AL MAC", [](const Status& s) { return Json(Mac(s.al.al_mac).text()); }},
     {"role", "Role", [](const Status& s) { return roleOf(s.model); }},

@@ -1,5 +1,6 @@
 #include "base/log.h"
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 
@@ -10,6 +11,7 @@
 uint8_t DEBUGLEVEL = 3;
 
 void logLine(int level, const char* function, int line, const char* format, ...) {
+    const int error = errno;  // stays what it was for the caller
     printf("[vm1905] [TM=%ld/LVL=%d] - %s(%d): ", static_cast<long>(wallClock()), level, function,
            line);
     va_list args;
@@ -17,6 +19,7 @@ void logLine(int level, const char* function, int line, const char* format, ...)
     vprintf(format, args);
     va_end(args);
     fflush(stdout);
+    errno = error;
 }
 
 int setDebugLevel(uint8_t level) {

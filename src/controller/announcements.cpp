@@ -19,9 +19,16 @@ constexpr uint16_t kFirstAlarm = 6;  // seconds after start-up; sends nothing
 constexpr uint16_t kSecondAlarm = 54;
 constexpr uint16_t kAlarmPeriod = 60;
 constexpr Seconds kNotificationDelay = 1;
+constexpr Seconds kRepeatDelay = 3;
 
 Announcements& module() {
     return stateOf<Announcements>();
+}
+
+void announce() {
+    if (getNetTopolCap() != 1) return;
+    (void)sendTopolDisc();
+    (void)sendVendDiscMsg(nullptr);
 }
 
 int discAlarmHandler() {
@@ -71,7 +78,23 @@ int checkUnsentTopolNtfMsg() {
     return kOk;
 }
 
+void announceReturnedLink() {
+    // A link that flaps must not cause more than one announcement in this time.
+    if (module().discRepeatTime != 0) return;
+    module().discRepeatTime = now() + kRepeatDelay;
+    announce();
+}
+
+int checkDiscRepeat() {
+    if (module().discRepeatTime == 0 || now() < module().discRepeatTime) return kOk;
+    module().discRepeatTime = 0;
+    announce();
+    return kOk;
+}
+
 int sendTopolDisc() {
+    // In this order: a neighbor takes an LLDP frame only from an interface that it knows.
+    const int result = requestSend1905McastMsg(kMsgTopolDisc, {});
     (void)requestSendLldpMsg();
-    return requestSend1905McastMsg(kMsgTopolDisc, {});
+    return result;
 }

@@ -7,6 +7,7 @@
 struct Announcements {
     bool ntfPending = false;
     Seconds ntfRequestTime = 0;
+    Seconds discRepeatTime = 0;  // when the discoveries after a link's return are repeated, or 0
 };
 
 // Sends the first discoveries, sets the discovery alarm, and registers for the platform's
@@ -21,6 +22,13 @@ int requestSendTopolNtfMsg();
 // Sends the requested notification if it is due. Called on every pass of the main loop. kOk.
 int checkUnsentTopolNtfMsg();
 
-// Multicasts a topology discovery and sends LLDP frames. kOk, or kFailure if the discovery cannot
+// Sends the discoveries at once, because the link of a port has returned, and has them repeated 3
+// seconds later: the other end of the link may not be ready yet.
+void announceReturnedLink();
+
+// Repeats these discoveries if they are due. Called on every pass of the main loop. kOk.
+int checkDiscRepeat();
+
+// Multicasts a topology discovery, then sends LLDP frames. kOk, or kFailure if the discovery cannot
 // be sent.
 int sendTopolDisc();

@@ -12,6 +12,7 @@
 #include "daemon/receiver.h"
 #include "db/data_model_update.h"
 #include "db/database.h"
+#include "db/neighbor_aging.h"
 #include "db/sys_ctrl.h"
 #include "db/upcalls.h"
 #include "handlers/wifi_handlers.h"
@@ -30,7 +31,7 @@
 #include "service/wake_fifo.h"
 
 using ModuleStates = std::tuple<                                          //
-    SysCtrl, Database, DataModelUpdateReq, Upcalls,                       // db
+    SysCtrl, Database, DataModelUpdateReq, NeighborAging, Upcalls,        // db
     PortsState, TransmitterState, FragmentStore,                          // net
     VendQueries, ControlLists, FWupgradeList, Schedule, PendingRequests,  // orders
     SlotsState, SpeedTestState, WifiSyncState,                            //

@@ -70,6 +70,7 @@ int runPass() {
     checkNbrDevTableTimeOut();
     checkDataModelStatus();
     checkUnsentTopolNtfMsg();
+    checkDiscRepeat();
     checkVendRespMsgReceived();
     if (runMessageMonitor() != kOk) return kFailure;
     if (runServiceMonitor() != kOk) return kFailure;

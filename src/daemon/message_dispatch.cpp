@@ -361,6 +361,29 @@ int checkMcastMsgReceived(const MacAddr& alMac, uint16_t msgType, uint16_t msgId
     return kOk;
 }
 
+int parseLldpMsg(const Port& port, Bytes area) {
+    MacAddr alMac;
+    MacAddr intfMac;
+    uint16_t ttl = 0;
+    const auto take = [&](auto& value, auto parse) {
+        const size_t size = parse(value, area);
+        area = area.subspan(size);
+        return size != 0;
+    };
+    if (!take(alMac, parseChassisIdTlv) || !take(intfMac, parsePortIdTlv) ||
+        !take(ttl, parseTtlTlv)) {
+        return kFailure;
+    }
+    ByteReader others(area);
+    for (uint16_t tlv = others.u16(); tlv != 0; tlv = others.u16()) others.skip(tlv & 0x1FF);
+    if (!others.ok()) {
+        LOG_PUTS(2, "LLDP frame without an end\r");
+        return kFailure;
+    }
+    if (ttl == 0) return kOk;  // its sender leaves, and will age out
+    return handleLldpDiscMsg(port.name, port.mac, port.mediaType, alMac, intfMac, ttl);
+}
+
 int parse1905Msg(Port& port, const FrameHdr& hdr, Bytes area) {
     LOG(4, "macSa = " MAC_FMT ", msgType = %d, msgId = %d\r\n", MAC_ARGS(hdr.srcMac), hdr.msgType,
         hdr.msgId);

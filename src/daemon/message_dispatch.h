@@ -16,6 +16,10 @@
 // answers no query, or kFailure if it cannot be parsed.
 [[nodiscard]] int parse1905FragMsg(Port& port, const FragCmdu& cmdu);
 
+// Handles the TLV area of an LLDP frame. kOk, or kFailure if it is malformed or does not identify
+// its sender by MAC addresses.
+int parseLldpMsg(const Port& port, Bytes area);
+
 // Remembers a multicast of the device alMac. kOk if it is new, kDuplicate if it was seen in the
 // last 5 seconds. Sets mayRelay to false if too many messages came at once to remember them all: a
 // relayed message could then circulate.

@@ -66,26 +66,36 @@ int runMessageMonitor() {
     fd_set readable;
     FD_ZERO(&readable);
     int limit = 0;
+    const auto watch = [&](int fd) {
+        if (fd < 0 || fd >= FD_SETSIZE) return;
+        FD_SET(fd, &readable);
+        limit = std::max(limit, fd + 1);
+    };
     for (const auto& port : getIntfPorts()) {
-        const int fd = port.ieee1905Sock.get();
-        if (fd >= FD_SETSIZE) continue;
-        FD_SET(fd, &readable);
-        limit = std::max(limit, fd + 1);
+        watch(port.ieee1905Sock.get());
+        if (getReadLldpOption()) watch(port.lldpSock.get());
     }
-    if (const int fd = wakeFifoFd(); fd >= 0 && fd < FD_SETSIZE) {
-        FD_SET(fd, &readable);
-        limit = std::max(limit, fd + 1);
-    }
+    watch(wakeFifoFd());
+    watch(linkEventsFd());
     const int ready = waitReadable(limit, readable, kWaitSeconds);
     module().paced = ready == 0;
     if (ready <= 0) return kOk;
 
+    const auto isReadable = [&](int fd) {
+        return fd >= 0 && fd < FD_SETSIZE && FD_ISSET(fd, &readable);
+    };
+    if (isReadable(linkEventsFd()) && aLinkHasReturned()) announceReturnedLink();
     const PortsInUse guard;
     for (auto& port : getIntfPorts()) {
-        const int fd = port.ieee1905Sock.get();
-        if (fd >= FD_SETSIZE || !FD_ISSET(fd, &readable)) continue;
-        (void)recv1905Msg(port);
-        module().paced |= getRxBuffer().length > 0;
+        const bool hasLldp = getReadLldpOption() && isReadable(port.lldpSock.get());
+        if (isReadable(port.ieee1905Sock.get())) {
+            (void)recv1905Msg(port);
+            module().paced |= getRxBuffer().length > 0;
+        }
+        if (hasLldp) {
+            (void)recvLldpMsg(port);
+            module().paced |= getRxBuffer().length > 0;
+        }
     }
     return kOk;
 }

@@ -20,18 +20,14 @@ void reportUnread(const Port& port, ssize_t size) {
         static_cast<int>(size));
 }
 
-bool readFrame(const Port& port) {
+// Reads a frame into the receive buffer. The result of recvfrom(2).
+ssize_t readFrame(const Fd& socket) {
     FrameBuffer& rx = getRxBuffer();
     rx.frame.fill(0);
-    rx.length = 0;
-    const ssize_t size = recvfrom(port.ieee1905Sock.get(), rx.frame.data(), rx.frame.size(),
-                                  MSG_DONTWAIT, nullptr, nullptr);
-    if (size <= 0) {
-        reportUnread(port, size);
-        return false;
-    }
-    rx.length = static_cast<uint32_t>(size);
-    return true;
+    const ssize_t size =
+        recvfrom(socket.get(), rx.frame.data(), rx.frame.size(), MSG_DONTWAIT, nullptr, nullptr);
+    rx.length = static_cast<uint32_t>(std::max<ssize_t>(size, 0));
+    return size;
 }
 
 // True if the frame comes from one of the own interfaces.
@@ -85,7 +81,10 @@ int initMessageReceiver() {
 }
 
 int recv1905Msg(Port& port) {
-    if (!readFrame(port)) return kFailure;
+    if (const ssize_t size = readFrame(port.ieee1905Sock); size <= 0) {
+        reportUnread(port, size);
+        return kFailure;
+    }
     const FrameBuffer& rx = getRxBuffer();
     const FrameHdr hdr = parseFrameHdr(rx.frame);
     if (!acceptHeaders(port, hdr)) return kFailure;
@@ -104,6 +103,18 @@ int recv1905Msg(Port& port) {
     if (!hdr.lastFragment) return storeFragment(port, hdr, area);
     if (hdr.fragId > 0) return handleLastFragment(port, hdr, area);
     return reported(parse1905Msg(port, hdr, area), hdr);
+}
+
+int recvLldpMsg(Port& port) {
+    if (readFrame(port.lldpSock) <= 0) return kFailure;
+    const FrameBuffer& rx = getRxBuffer();
+    const FrameHdr hdr = parseFrameHdr(rx.frame);
+    // The other LLDP addresses pass some bridges.
+    if (rx.length < kEtherHdrLen || hdr.etherType != kEtherTypeLldp ||
+        hdr.dstMac != kLldpMulticast || checkmacSaLoop(hdr.srcMac)) {
+        return kFailure;
+    }
+    return parseLldpMsg(port, Bytes(rx.frame.data(), rx.length).subspan(kEtherHdrLen));
 }
 
 int checkparse1905MsgRepeat(const MacAddr& srcMac, uint16_t msgType, uint16_t msgId) {

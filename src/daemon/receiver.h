@@ -27,6 +27,9 @@ int initMessageReceiver();
 // Reads one frame from a port and handles it. kOk, or kFailure if it was dropped.
 int recv1905Msg(Port& port);
 
+// The same for an LLDP frame.
+int recvLldpMsg(Port& port);
+
 // The daemon itself does not call this one.
 
 // Filters repeated messages of one source, by type or by type and identifier. kOk to accept the

@@ -93,6 +93,11 @@ IntfTable* getIntfTableByName(std::string_view name) {
     return nullptr;
 }
 
+IntfTable* getIntfTableOf(std::string_view name, const MacAddr& mac, uint32_t mediaType) {
+    IntfTable* intf = getIntfTableByName(name);
+    return intf != nullptr ? intf : getIntfTableById(mac, mediaType);
+}
+
 IntfNbrDev* getIntfNbrDevByMac(IntfTable& intf, const MacAddr& nbrIntfMac) {
     for (auto& nbr : intf.nbrs) {
         if (nbr.nbrIntfMac == nbrIntfMac) return &nbr;

@@ -42,6 +42,9 @@ uint8_t getIntfNum();
 IntfTable* getIntfTableByIndex(unsigned index);
 IntfTable* getIntfTableById(const MacAddr& mac, uint32_t mediaType);
 IntfTable* getIntfTableByName(std::string_view name);
+// The interface with this name, else the one with this MAC and media type. Several interfaces may
+// share a MAC, as those of a switch do.
+IntfTable* getIntfTableOf(std::string_view name, const MacAddr& mac, uint32_t mediaType);
 // The neighbor interface with this MAC on a local interface.
 IntfNbrDev* getIntfNbrDevByMac(IntfTable& intf, const MacAddr& nbrIntfMac);
 uint8_t getBrdgTupleNum();                       // low 8 bits; 0 without a database

@@ -5,6 +5,7 @@
 #include "db/change_log.h"
 #include "db/data_model_update.h"
 #include "db/database.h"
+#include "db/mesh_macs.h"
 #include "platform/autoconfig.h"
 
 namespace {
@@ -38,19 +39,24 @@ void logChange(ChangeEvent event, const Reporter& reporter, ChangeNbrType type,
     updateChangeLogTable(event, reporter.alMac, reporter.intfMac, type, nbr, false);
 }
 
+// Addresses of the mesh itself are no news.
 void logNon1905Changes(const DevTopol& old, const DevTopol& next, const Reporter& self) {
+    MeshMacs mesh(&next);
+    const auto log = [&](ChangeEvent event, const Reporter& reporter, const MacAddr& mac) {
+        if (!mesh.contains(mac)) logChange(event, reporter, kNon1905Nbr, mac);
+    };
     for (const auto& list : next.non1905Lists) {
         const auto before = findList(old.non1905Lists, list.localIntfMac);
         if (before == old.non1905Lists.end()) {
-            for (const auto& mac : list.nbrs) logChange(kNewNeighbor, self, kNon1905Nbr, mac);
+            for (const auto& mac : list.nbrs) log(kNewNeighbor, self, mac);
             continue;
         }
         const Reporter device{next.alMac, list.localIntfMac};
         for (const auto& mac : list.nbrs) {
-            if (!holds(before->nbrs, mac)) logChange(kNewNeighbor, device, kNon1905Nbr, mac);
+            if (!holds(before->nbrs, mac)) log(kNewNeighbor, device, mac);
         }
         for (const auto& mac : before->nbrs) {
-            if (!holds(list.nbrs, mac)) logChange(kLostNeighbor, device, kNon1905Nbr, mac);
+            if (!holds(list.nbrs, mac)) log(kLostNeighbor, device, mac);
         }
     }
 }

@@ -69,6 +69,16 @@ int changed() {
     return kChanged;
 }
 
+// Once only: ports that share a MAC are several members of a tuple.
+void replaceInTuples(AlTable& al, const MacAddr& oldMac, const MacAddr& newMac) {
+    for (auto& tuple : al.brdgTuples) {
+        const auto member = std::find(tuple.macs.begin(), tuple.macs.end(), oldMac);
+        if (member == tuple.macs.end()) continue;
+        *member = newMac;
+        return;
+    }
+}
+
 }  // namespace
 
 bool makeNbrRoom(IntfTable& intf, const MacAddr& newcomer) {
@@ -123,6 +133,7 @@ int updateIntfMac(std::string_view name, const MacAddr& /*oldMac*/, uint32_t /*m
                   const MacAddr& newMac) {
     IntfTable* intf = getIntfTableByName(name);
     if (intf == nullptr) return kNothingChanged;
+    if (AlTable* al = getAlTable(); al != nullptr) replaceInTuples(*al, intf->mac, newMac);
     intf->mac = newMac;
     (void)upcalls().reinitIntfPorts();
     return changed();
@@ -263,6 +274,12 @@ int removeIntfNbrIntf(std::string_view name, const MacAddr& mac, uint32_t /*medi
                          [&](const IntfNbrDev& nbr) { return nbr.nbrIntfMac == nbrMac; });
         if (it == intf->nbrs.end()) {
             LOG(2, "neighbor interface (" MAC_FMT ") isn't found \r\n", MAC_ARGS(nbrMac));
+            continue;
+        }
+        // A bridge forgets, and ARP fails, long before a neighbor is gone.
+        if (it->isLiving1905(now())) {
+            LOG(4, "neighbor interface (" MAC_FMT ") is a living 1905 neighbor\r\n",
+                MAC_ARGS(nbrMac));
             continue;
         }
         intf->nbrs.erase(it);

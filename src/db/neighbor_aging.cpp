@@ -1,17 +1,21 @@
 #include "db/neighbor_aging.h"
 
+#include <utility>
+
 #include "base/log.h"
 #include "base/result.h"
+#include "base/state.h"
 #include "db/data_model_update.h"
 #include "db/database.h"
 #include "db/device_table.h"
 #include "db/local_tables.h"
+#include "db/options.h"
 #include "db/upcalls.h"
 
 namespace {
 
-constexpr Seconds kSilenceLimit = 130;     // a neighbor that is silent this long is gone
 constexpr Seconds kBridgeInterval = 60;    // discoveries this far apart without LLDP mean a bridge
+constexpr Seconds kLldpGrace = 3;          // LLDP frames leave together with discoveries
 constexpr Seconds kReturnInterval = 5;     // a discovery after this much silence is a return
 constexpr Seconds kNotificationDelay = 3;  // after the appearance of a device
 constexpr Seconds kQueryInterval = 3;
@@ -37,42 +41,70 @@ int report(bool changed) {
     return kChanged;
 }
 
-int addTopolNbr(IntfTable& intf, const MacAddr& alMac, const MacAddr& intfMac) {
+int addTopolNbr(int kind, IntfTable& intf, const MacAddr& alMac, const MacAddr& intfMac) {
     if (!makeNbrRoom(intf, intfMac)) return kNothingChanged;
     LOG(3, "add a new neighbor (" MAC_FMT ")\r\n", MAC_ARGS(alMac));
-    intf.nbrs.push_back(
-        {.nbrAlMac = alMac, .nbrIntfMac = intfMac, .is1905 = true, .last1905Time = now()});
+    intf.nbrs.push_back({.nbrAlMac = alMac,
+                         .nbrIntfMac = intfMac,
+                         .is1905 = true,
+                         .last1905Time = now(),
+                         .discTime = kind == kNbrDiscovery ? now() : 0});
     return report(true);
+}
+
+// Removes a device whose interface now bears another AL MAC, unless it has one more.
+void dropFormerDevice(const MacAddr& alMac) {
+    for (const auto& intf : getIntfTable()) {
+        for (const auto& nbr : intf.nbrs) {
+            if (nbr.nbrAlMac == alMac) return;
+        }
+    }
+    if (std::erase_if(getNbrDevTable(), [&](const NbrDev& dev) { return dev.alMac == alMac; }) == 0)
+        return;
+    LOG(3, "neihbor device (" MAC_FMT ") disconnected\r\n", MAC_ARGS(alMac));
+    (void)removeIeee1905DevTable(alMac);
 }
 
 bool noteDiscovery(IntfNbrDev& nbr, const MacAddr& localMac, const MacAddr& alMac) {
     const Seconds time = now();
     bool changed = false;
-    // The AL MAC of a known neighbor may have changed.
     if (!nbr.is1905 || nbr.nbrAlMac != alMac) {
-        nbr.nbrAlMac = alMac;
+        const MacAddr former = std::exchange(nbr.nbrAlMac, alMac);
         nbr.is1905 = true;
         changed = true;
+        if (!former.isZero() && former != alMac) dropFormerDevice(former);
     }
-    if (nbr.lldpSeen && time - nbr.lldpTime < nbr.lldpTtl && nbr.bridgeFlag == 1) {
+    if (nbr.lldpIsValid(time) && nbr.bridgeFlag == 1) {
         setBridge(nbr, localMac, false);
         changed = true;
-    } else if (!nbr.lldpSeen && nbr.last1905Time >= 1 &&
+    } else if (!getReadLldpOption() && !nbr.lldpSeen && nbr.last1905Time >= 1 &&
                time - nbr.last1905Time >= kBridgeInterval && nbr.bridgeFlag == 0) {
         setBridge(nbr, localMac, true);
         changed = true;
     }
-    nbr.last1905Time = time;
+    nbr.last1905Time = nbr.discTime = time;
     return changed;
+}
+
+// True if a neighbor's discovery arrived without the LLDP frame that leaves with it: a bridge in
+// between has swallowed that.
+bool lacksLldp(const IntfNbrDev& nbr, Seconds time) {
+    return getReadLldpOption() && nbr.is1905 && nbr.bridgeFlag == 0 && nbr.discTime > 0 &&
+           time - nbr.discTime >= kLldpGrace && !nbr.lldpIsValid(time);
+}
+
+// True once a second: within one, nothing comes due.
+bool isNewSecond(Seconds& checked, Seconds time) {
+    return std::exchange(checked, time) != time;
 }
 
 }  // namespace
 
-int updateLldpDiscInfo(const MacAddr& localMac, uint32_t mediaType, const MacAddr& nbrAlMac,
-                       const MacAddr& nbrIntfMac, uint16_t ttl) {
+int updateLldpDiscInfo(std::string_view localName, const MacAddr& localMac, uint32_t mediaType,
+                       const MacAddr& nbrAlMac, const MacAddr& nbrIntfMac, uint16_t ttl) {
     LOG(4, "alMac = " MAC_FMT ", intfMac = " MAC_FMT ", ttl = %d\r\n", MAC_ARGS(nbrAlMac),
         MAC_ARGS(nbrIntfMac), ttl);
-    IntfTable* intf = getIntfTableById(localMac, mediaType);
+    IntfTable* intf = getIntfTableOf(localName, localMac, mediaType);
     if (intf == nullptr) return kFailure;
     IntfNbrDev* nbr = getIntfNbrDevByMac(*intf, nbrIntfMac);
     if (nbr == nullptr) return kNothingChanged;
@@ -84,14 +116,14 @@ int updateLldpDiscInfo(const MacAddr& localMac, uint32_t mediaType, const MacAdd
     return report(true);
 }
 
-int updateTopolInfo(int kind, const MacAddr& localMac, uint32_t mediaType, const MacAddr& nbrAlMac,
-                    const MacAddr& nbrIntfMac) {
+int updateTopolInfo(int kind, std::string_view localName, const MacAddr& localMac,
+                    uint32_t mediaType, const MacAddr& nbrAlMac, const MacAddr& nbrIntfMac) {
     LOG(4, "alMac = " MAC_FMT ", intfMac = " MAC_FMT ", mediaType = 0x%04x \n", MAC_ARGS(nbrAlMac),
         MAC_ARGS(nbrIntfMac), mediaType);
-    IntfTable* intf = getIntfTableById(localMac, mediaType);
+    IntfTable* intf = getIntfTableOf(localName, localMac, mediaType);
     if (intf == nullptr) return kFailure;
     IntfNbrDev* nbr = getIntfNbrDevByMac(*intf, nbrIntfMac);
-    if (nbr == nullptr) return addTopolNbr(*intf, nbrAlMac, nbrIntfMac);
+    if (nbr == nullptr) return addTopolNbr(kind, *intf, nbrAlMac, nbrIntfMac);
     if (kind == kNbrDiscovery) return report(noteDiscovery(*nbr, localMac, nbrAlMac));
     if (!nbr->is1905) nbr->nbrAlMac = nbrAlMac;
     return kNothingChanged;
@@ -99,16 +131,21 @@ int updateTopolInfo(int kind, const MacAddr& localMac, uint32_t mediaType, const
 
 int checkIntfNbrIntfTimeOut() {
     const Seconds time = now();
+    if (!isNewSecond(stateOf<NeighborAging>().intfsChecked, time)) return kNothingChanged;
     bool changed = false;
     for (auto& intf : getIntfTable()) {
         for (auto it = intf.nbrs.begin(); it != intf.nbrs.end();) {
-            if (!it->is1905 || time - it->last1905Time < kSilenceLimit) {
-                ++it;
+            if (it->is1905 && !it->isLiving1905(time)) {
+                LOG(3, "remove a neighbor interface (" MAC_FMT ")\r\n", MAC_ARGS(it->nbrIntfMac));
+                it = intf.nbrs.erase(it);
+                changed = true;
                 continue;
             }
-            LOG(3, "remove a neighbor interface (" MAC_FMT ")\r\n", MAC_ARGS(it->nbrIntfMac));
-            it = intf.nbrs.erase(it);
-            changed = true;
+            if (lacksLldp(*it, time)) {
+                setBridge(*it, intf.mac, true);
+                changed = true;
+            }
+            ++it;
         }
     }
     return report(changed);
@@ -152,6 +189,7 @@ int updateNbrDevTable(int msgType, const MacAddr& alMac) {
 
 int checkNbrDevTableTimeOut() {
     const Seconds time = now();
+    if (!isNewSecond(stateOf<NeighborAging>().devsChecked, time)) return kOk;
     auto& devs = getNbrDevTable();
     for (auto it = devs.begin(); it != devs.end();) {
         const MacAddr alMac = it->alMac;

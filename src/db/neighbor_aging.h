@@ -4,18 +4,27 @@
 
 #include "db/records.h"
 
+struct NeighborAging {
+    Seconds intfsChecked = -1;  // time of the last look at the neighbor interfaces
+    Seconds devsChecked = -1;   // and devices
+};
+
 // Notes an LLDP frame from a known neighbor interface; ttl in seconds. Never creates an entry.
 // kChanged or kNothingChanged, or kFailure if the local interface is unknown.
-int updateLldpDiscInfo(const MacAddr& localMac, uint32_t mediaType, const MacAddr& nbrAlMac,
-                       const MacAddr& nbrIntfMac, uint16_t ttl);
+// The local interface is found by its name, else by MAC and media type.
+int updateLldpDiscInfo(std::string_view localName, const MacAddr& localMac, uint32_t mediaType,
+                       const MacAddr& nbrAlMac, const MacAddr& nbrIntfMac, uint16_t ttl);
 
 // Notes a topology discovery (kNbrDiscovery) or notification (kNbrNotification), adds an unknown
-// neighbor interface, and detects IEEE 802.1 bridges in between. Results as above.
-int updateTopolInfo(int kind, const MacAddr& localMac, uint32_t mediaType, const MacAddr& nbrAlMac,
-                    const MacAddr& nbrIntfMac);
+// neighbor interface, and detects IEEE 802.1 bridges in between. A discovery with a new AL MAC on a
+// known neighbor interface removes the old device, unless it is heard on another interface. Local
+// interface and results as above.
+int updateTopolInfo(int kind, std::string_view localName, const MacAddr& localMac,
+                    uint32_t mediaType, const MacAddr& nbrAlMac, const MacAddr& nbrIntfMac);
 
-// Removes the interfaces of 1905 neighbors after 130 seconds without a discovery. kChanged or
-// kNothingChanged. Called on every pass of the main loop.
+// Removes the interfaces of 1905 neighbors after 130 seconds without a discovery. If LLDP is read,
+// also finds the bridges that swallow the LLDP frames of a neighbor whose discoveries arrive.
+// kChanged or kNothingChanged. Called on every pass of the main loop; looks once a second.
 int checkIntfNbrIntfTimeOut();
 
 // Notes a message (NbrMsgType) of a neighbor device. kNewNbrDev for a device that is new or back,
@@ -24,7 +33,7 @@ int updateNbrDevTable(int msgType, const MacAddr& alMac);
 
 // Removes devices that were silent for 130 seconds, requests a topology notification 3 seconds
 // after a device appeared, and repeats unanswered topology queries. kOk. Called on every pass of
-// the main loop.
+// the main loop; looks once a second.
 int checkNbrDevTableTimeOut();
 
 // True if the interface is in a bridging tuple.

@@ -67,6 +67,7 @@ constexpr Key kConfigKeys[] = {
     {"ENABLE_LOG", "0", storeNumber<&SysConfig::enableLog>},
     {"LOG_FOLDER", "/etc/vm1905", storeFolder<&SysConfig::logFolder>},
     {"LOG_INDEX", "0", storeNumber<&SysConfig::logIndex>},
+    {"READ_LLDP", "0", storeNumber<&SysConfig::readLldp>},
 };
 
 constexpr Key kVersionKeys[] = {
@@ -281,6 +282,10 @@ int setLogFolderOption(const char* folder) {
 
 uint8_t getLogIndexOption() {
     return config().logIndex;
+}
+
+bool getReadLldpOption() {
+    return config().readLldp == 1;
 }
 
 int setLogIndexOption(uint8_t index) {

@@ -18,7 +18,7 @@ void setConfFolder(std::string_view folder);
 [[nodiscard]] int initSysConfig();
 // Reads "vm1905_Version". kOk, or kFailure if it cannot be opened.
 int initVersion();
-// Resets the nine options of "vm1905.conf" to their defaults. kOk.
+// Resets the options of "vm1905.conf" to their defaults. kOk.
 int setDefSysConfig();
 
 uint8_t getDebugLevelOption();
@@ -38,6 +38,8 @@ int setDataModelFolderOption(const char* folder);
 int setLogFolderOption(const char* folder);
 uint8_t getLogIndexOption();
 int setLogIndexOption(uint8_t index);  // always kOk
+// True if LLDP frames of neighbors are read.
+bool getReadLldpOption();
 
 // The release, printed at start-up.
 inline constexpr const char* kReleaseVersionGit = "WIFISYS_RTK_9.2";

@@ -27,16 +27,22 @@ enum ChangeNbrType : uint32_t { kIeee1905Nbr = 0, kNon1905Nbr = 1 };
 
 using MediaInfo = std::vector<uint8_t>;  // media-specific information, at most 255 bytes
 
+inline constexpr Seconds kSilenceLimit = 130;  // a 1905 neighbor that is silent this long is gone
+
 // A neighbor interface seen on a local interface.
 struct IntfNbrDev {
     MacAddr nbrAlMac{};
     MacAddr nbrIntfMac{};
     bool is1905 = false;
     Seconds last1905Time = 0;  // last topology discovery, at first the message that created it
+    Seconds discTime = 0;      // last topology discovery, 0 before the first
     bool lldpSeen = false;
     Seconds lldpTime = 0;
     uint16_t lldpTtl = 0;    // seconds
     uint8_t bridgeFlag = 0;  // 1: an IEEE 802.1 bridge is in between
+
+    bool isLiving1905(Seconds time) const { return is1905 && time - last1905Time < kSilenceLimit; }
+    bool lldpIsValid(Seconds time) const { return lldpSeen && time - lldpTime < lldpTtl; }
 };
 
 struct LinkTableEntry {

@@ -61,10 +61,7 @@ int mediaTypeChanged(const IntfMediaTypeEvent& event) {
     }
     const int result =
         updateIntfMediaType(MacAddr(event.mac), event.oldMediaType, event.newMediaType, info);
-    // Ports are looked up by media type.
-    if (result == kChanged) {
-        updatePortMediaType(MacAddr(event.mac), event.oldMediaType, event.newMediaType);
-    }
+    updatePortMediaTypes();
     return result;
 }
 

@@ -49,7 +49,7 @@ int handleTopolDiscMsg(std::string_view localName, const MacAddr& localMac, uint
                        const MacAddr& srcMac, const MacAddr& alMac, const MacAddr& intfMac) {
     (void)addIntfNbrIntf(localName, localMac, mediaType, {intfMac});
     if (getNetTopolCap() != 1) return kTopolDisabled;
-    updateTopolInfo(kNbrDiscovery, localMac, mediaType, alMac, srcMac);
+    updateTopolInfo(kNbrDiscovery, localName, localMac, mediaType, alMac, srcMac);
     listTables();
     if (updateNbrDevTable(kNbrDiscovery, alMac) == kNewNbrDev) {
         (void)sendVendDiscMsg(&srcMac);
@@ -62,7 +62,7 @@ int handleTopolNtfMsg(std::string_view localName, const MacAddr& localMac, uint3
                       const MacAddr& srcMac, const MacAddr& alMac) {
     (void)addIntfNbrIntf(localName, localMac, mediaType, {srcMac});
     if (getNetTopolCap() != 1) return kTopolDisabled;
-    updateTopolInfo(kNbrNotification, localMac, mediaType, alMac, srcMac);
+    updateTopolInfo(kNbrNotification, localName, localMac, mediaType, alMac, srcMac);
     listTables();
     (void)updateNbrDevTable(kNbrNotification, alMac);
     (void)requestSend1905UcastMsg(srcMac, kMsgTopolQuery, {});
@@ -139,8 +139,8 @@ int handlePBJoinNtfMsg(const PbJoin& msg) {
                    "fail to handle the 1905.1 push button join notification message\r\n");
 }
 
-int handleLldpDiscMsg(const MacAddr& localMac, uint32_t mediaType, const MacAddr& nbrAlMac,
-                      const MacAddr& nbrIntfMac, uint16_t ttl) {
-    updateLldpDiscInfo(localMac, mediaType, nbrAlMac, nbrIntfMac, ttl);
+int handleLldpDiscMsg(std::string_view localName, const MacAddr& localMac, uint32_t mediaType,
+                      const MacAddr& nbrAlMac, const MacAddr& nbrIntfMac, uint16_t ttl) {
+    updateLldpDiscInfo(localName, localMac, mediaType, nbrAlMac, nbrIntfMac, ttl);
     return kOk;
 }

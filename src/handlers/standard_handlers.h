@@ -39,9 +39,7 @@ int handleApAutoConfRenewMsg(const ApAutoConfInfo& msg);
 int handlePBEventNtfMsg(const PbEvent& msg);
 int handlePBJoinNtfMsg(const PbJoin& msg);
 
-// The daemon itself does not call this one.
-
 // Notes the sender of an LLDP frame: its AL MAC (chassis ID), interface MAC (port ID) and time to
 // live in seconds. kOk.
-int handleLldpDiscMsg(const MacAddr& localMac, uint32_t mediaType, const MacAddr& nbrAlMac,
-                      const MacAddr& nbrIntfMac, uint16_t ttl);
+int handleLldpDiscMsg(std::string_view localName, const MacAddr& localMac, uint32_t mediaType,
+                      const MacAddr& nbrAlMac, const MacAddr& nbrIntfMac, uint16_t ttl);

@@ -2,11 +2,15 @@
 
 #include <net/if.h>
 
+#include <cerrno>
+#include <cstring>
+
 #include "base/log.h"
 #include "base/result.h"
 #include "base/state.h"
 #include "db/database.h"
 #include "db/neighbor_aging.h"
+#include "db/options.h"
 #include "net/raw_socket.h"
 #include "platform/descriptions.h"
 #include "wire/frame.h"
@@ -40,11 +44,32 @@ bool isUp(short flags) {
     return (flags & IFF_UP) != 0;
 }
 
+bool hasCarrier(const Port& port) {
+    short flags = 0;
+    (void)interfaceFlags(port.lldpSock.get(), port.name.c_str(), flags);
+    return (flags & IFF_RUNNING) != 0;
+}
+
+void reportIndexesOutOfRange() {
+    for (const auto& intf : getIntfTable()) {
+        const unsigned ifIndex = interfaceIndex(intf.name.c_str());
+        if (ifIndex <= kLastIfIndex) continue;
+        LOG(2, "interface (%s) gets no port: its index is %d, the highest possible is %d\r\n",
+            intf.name.c_str(), static_cast<int>(ifIndex), static_cast<int>(kLastIfIndex));
+    }
+}
+
+// Stores the new state. True if it was false and is true now.
+bool rises(bool& state, bool next) {
+    return !std::exchange(state, next) && next;
+}
+
 }  // namespace
 
 int initIntfPorts() {
     // A list of its own: the platform may call this very function while it answers a question here.
     std::list<Port> ports;
+    int error = 0;  // of the last interface that was left out
     for (unsigned ifIndex = 1; ifIndex <= kLastIfIndex; ifIndex++) {
         const std::string name = interfaceName(ifIndex);
         if (name.empty() || getDeviceSendMsgEnable(name.c_str()) != 0) continue;
@@ -61,9 +86,19 @@ int initIntfPorts() {
         port.mac = intf->mac;
         port.name = name;
         port.mediaType = intf->mediaType;
-        if (setupSockets(port)) ports.push_back(std::move(port));
+        if (setupSockets(port)) {
+            ports.push_back(std::move(port));
+        } else {
+            error = errno;
+        }
+    }
+    reportIndexesOutOfRange();
+    if (ports.empty()) {
+        LOG(1, "no port is open, nothing can be sent or received: %s\r\n",
+            error != 0 ? strerror(error) : "no interface takes part");
     }
     module().ports = std::move(ports);
+    if (!module().linkEvents) module().linkEvents = openLinkEvents();
     return kOk;
 }
 
@@ -105,10 +140,28 @@ int rebindIntfPorts() {
     return kOk;
 }
 
-void updatePortMediaType(const MacAddr& mac, uint32_t oldMediaType, uint32_t newMediaType) {
+void updatePortMediaTypes() {
     for (auto& port : module().ports) {
-        if (port.mac == mac && port.mediaType == oldMediaType) port.mediaType = newMediaType;
+        const IntfTable* intf = getIntfTableByName(port.name);
+        if (intf != nullptr) port.mediaType = intf->mediaType;
     }
+}
+
+int linkEventsFd() {
+    return module().linkEvents.get();
+}
+
+bool aLinkHasReturned() {
+    std::vector<LinkEvent> events;
+    const bool complete = readLinkEvents(linkEventsFd(), events);
+    bool returned = false;
+    for (auto& port : module().ports) {
+        for (const LinkEvent& event : events) {
+            if (event.ifIndex == port.ifIndex) returned |= rises(port.hasCarrier, event.hasCarrier);
+        }
+        if (!complete) returned |= rises(port.hasCarrier, hasCarrier(port));
+    }
+    return returned;
 }
 
 std::list<Port>& getIntfPorts() {
@@ -163,11 +216,11 @@ int setupLldpSocket(Port& port) {
         LOG_PUTS(2, "invalid interface name\r");
         return kIntfError;
     }
-    // LLDP frames are sent, never received.
-    stopReceiving(fd);
+    if (!getReadLldpOption()) stopReceiving(fd);
     short flags = 0;
     (void)interfaceFlags(fd, port.name.c_str(), flags);
     port.isDown = !isUp(flags);
+    port.hasCarrier = (flags & IFF_RUNNING) != 0;
     acceptAllMulticasts(fd, port.name.c_str());
     const int mtu = interfaceMtu(fd, port.name.c_str());
     if (mtu < 0) {

@@ -26,6 +26,7 @@ struct Port {
     uint32_t mtu = 0;
     MacAddr mac;
     bool isDown = false;
+    bool hasCarrier = false;
     bool onBridge = false;  // the IEEE 1905.1 socket is bound for a port of a bridge
 };
 
@@ -33,13 +34,15 @@ struct PortsState {
     std::list<Port> ports;
     unsigned users = 0;         // number of PortsInUse objects
     bool reinitWanted = false;  // rebuild the list when the last user is done
+    Fd linkEvents;              // openLinkEvents
     FrameBuffer txBuffer;
     FrameBuffer rxBuffer;
 };
 
 // Builds the list of ports: the kernel interfaces with index 1 to 253 that are in the interface
 // table and that the platform does not exclude. An interface whose sockets cannot be set up is left
-// out. kOk, or kFailure if the interface table is empty.
+// out. Logs the interfaces beyond these indexes, and if no port is open. kOk, or kFailure if the
+// interface table is empty.
 [[nodiscard]] int initIntfPorts();
 // Closes all ports and builds the list again. The result of initIntfPorts; or kOk while the ports
 // are in use (PortsInUse): the list is then rebuilt at the end of that use.
@@ -60,8 +63,13 @@ class PortsInUse {
 // Binds the IEEE 1905.1 sockets of ports that joined or left a bridge again. kOk.
 int rebindIntfPorts();
 
-// Changes the media type of the ports with this MAC and media type.
-void updatePortMediaType(const MacAddr& mac, uint32_t oldMediaType, uint32_t newMediaType);
+// Gives the ports the media types of their interfaces.
+void updatePortMediaTypes();
+
+// The descriptor that is readable when a link has changed, -1 if there is none.
+int linkEventsFd();
+// Reads what the kernel says about links. True if the carrier of a port has returned.
+[[nodiscard]] bool aLinkHasReturned();
 
 std::list<Port>& getIntfPorts();
 // The buffers of the frame that is being sent and of the frame that was received last.

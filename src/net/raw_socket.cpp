@@ -3,14 +3,18 @@
 #include <arpa/inet.h>
 #include <linux/filter.h>
 #include <linux/if_packet.h>
+#include <linux/rtnetlink.h>
 #include <net/if.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <span>
 
 namespace {
 
@@ -43,11 +47,37 @@ bool filterEtherType(int fd, uint16_t etherType) {
     return attachFilter(fd, code.data(), code.size());
 }
 
+template <typename Record>
+bool readRecord(std::span<const char> bytes, Record& record) {
+    if (bytes.size() < sizeof record) return false;
+    memcpy(&record, bytes.data(), sizeof record);
+    return true;
+}
+
+// Appends the links that one datagram of the kernel reports.
+void takeLinks(std::span<const char> datagram, std::vector<LinkEvent>& events) {
+    nlmsghdr header{};
+    while (readRecord(datagram, header) && header.nlmsg_len >= sizeof header) {
+        const size_t length = std::min<size_t>(header.nlmsg_len, datagram.size());
+        ifinfomsg link{};
+        if (header.nlmsg_type == RTM_NEWLINK &&
+            readRecord(datagram.subspan(sizeof header, length - sizeof header), link)) {
+            events.push_back(
+                {static_cast<unsigned>(link.ifi_index), (link.ifi_flags & IFF_RUNNING) != 0});
+        }
+        datagram = datagram.subspan(std::min<size_t>(NLMSG_ALIGN(length), datagram.size()));
+    }
+}
+
 }  // namespace
 
 std::string interfaceName(unsigned ifIndex) {
     std::array<char, IF_NAMESIZE> name{};
     return if_indextoname(ifIndex, name.data()) != nullptr ? name.data() : "";
+}
+
+unsigned interfaceIndex(const char* name) {
+    return if_nametoindex(name);
 }
 
 int openRawSocket() {
@@ -113,4 +143,31 @@ int interfaceMtu(int fd, const char* name) {
 int waitReadable(int limit, fd_set& readable, int seconds) {
     timeval timeout{seconds, 0};
     return select(limit, &readable, nullptr, nullptr, &timeout);
+}
+
+Fd openLinkEvents() {
+    Fd fd(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_ROUTE));
+    sockaddr_nl address{};
+    address.nl_family = AF_NETLINK;
+    address.nl_groups = RTMGRP_LINK;
+    if (bind(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) return {};
+    return fd;
+}
+
+bool readLinkEvents(int fd, std::vector<LinkEvent>& events) {
+    std::array<char, 16384> datagram;
+    bool complete = true;
+    for (;;) {
+        sockaddr_nl sender{};
+        socklen_t length = sizeof sender;
+        const ssize_t size = recvfrom(fd, datagram.data(), datagram.size(), MSG_DONTWAIT,
+                                      reinterpret_cast<sockaddr*>(&sender), &length);
+        if (size < 0 && errno == ENOBUFS) {
+            complete = false;
+        } else if (size < 0 && errno != EINTR) {
+            return complete;
+        } else if (size > 0 && sender.nl_pid == 0) {  // other processes may write here, too
+            takeLinks(std::span(datagram).first(static_cast<size_t>(size)), events);
+        }
+    }
 }

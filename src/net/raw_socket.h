@@ -6,11 +6,15 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
-#include "base/mac_addr.h"
+#include "base/fd.h"
 
 // The name of the interface with this kernel index, empty if there is none.
 std::string interfaceName(unsigned ifIndex);
+
+// The kernel index of the interface, 0 if there is none.
+unsigned interfaceIndex(const char* name);
 
 // Opens a raw link-layer socket, which receives nothing until it is bound; -1 on failure.
 [[nodiscard]] int openRawSocket();
@@ -37,6 +41,18 @@ void acceptAllMulticasts(int fd, const char* name);
 
 // The MTU of the interface in bytes, -1 on failure.
 [[nodiscard]] int interfaceMtu(int fd, const char* name);
+
+// Opens a socket on which the kernel announces changes of interfaces; none on failure.
+[[nodiscard]] Fd openLinkEvents();
+
+// An interface whose link the kernel reports, with or without a carrier.
+struct LinkEvent {
+    unsigned ifIndex = 0;
+    bool hasCarrier = false;
+};
+
+// Reads all waiting events of such a socket. False if the kernel has dropped some.
+bool readLinkEvents(int fd, std::vector<LinkEvent>& events);
 
 // Waits until one of the descriptors below limit in the set is readable or the time is over. The
 // result and the set are those of select(2).

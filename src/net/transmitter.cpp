@@ -104,7 +104,7 @@ int sendFragments(const Outgoing& out, const TlvList& tlvs) {
 }
 
 IntfTable* intfOf(const Port& port) {
-    return getIntfTableById(port.mac, port.mediaType);
+    return getIntfTableOf(port.name, port.mac, port.mediaType);
 }
 
 // The TLVs of a message: built for each port if they differ from port to port, else once.

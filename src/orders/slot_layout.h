@@ -106,6 +106,7 @@ inline constexpr Field kAlMac{7, 6};
 inline constexpr Field kAlStatus{13, 1};
 inline constexpr Field kAlAge{16, 4};  // seconds since the last change
 inline constexpr Field kAlIntfNum{20, 1};
+inline constexpr Field kAlNoPort{21, 1};  // 1: no port is open
 // 3
 inline constexpr Field kIntfMac{7, 6};
 inline constexpr Field kIntfStatus{13, 1};

@@ -12,6 +12,7 @@
 #include "db/device_table.h"
 #include "db/link_metrics.h"
 #include "db/options.h"
+#include "net/ports.h"
 #include "orders/service_ids.h"
 #include "orders/slots.h"
 
@@ -111,6 +112,7 @@ int respGet1905DevServReq(const ServReq& request, uint16_t answer) {
         .number(resp::kAlStatus, al->alStatus)
         .number(resp::kAlAge, ageOf(al->lastChange))
         .number(resp::kAlIntfNum, static_cast<uint32_t>(al->intfs.size()))
+        .number(resp::kAlNoPort, getIntfPorts().empty() ? 1 : 0)
         .answer();
 }
 

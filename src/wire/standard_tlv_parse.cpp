@@ -4,6 +4,7 @@
 
 #include "base/log.h"
 #include "base/result.h"
+#include "db/options.h"
 #include "wire/standard_tlv.h"
 
 namespace {
@@ -170,8 +171,10 @@ size_t parsePortIdTlv(MacAddr& mac, Bytes tlv) {
 size_t parseTtlTlv(uint16_t& ttl, Bytes tlv) {
     LldpTlvReader reader(tlv);
     const uint16_t value = reader.u16();
-    // Meant: only the time to live that devices of this family send is accepted.
-    if (!reader.ok() || reader.type != kLldpTlvTtl || reader.length != 2 || value != kLldpTtl) {
+    // Meant: only the time to live that devices of this family send is accepted, unless the frames
+    // of all neighbors are read.
+    const bool known = value == kLldpTtl || getReadLldpOption();
+    if (!reader.ok() || reader.type != kLldpTlvTtl || reader.length != 2 || !known) {
         LOG_PUTS(2, "incorrect LLDP time to live TLV\r");
         return 0;
     }

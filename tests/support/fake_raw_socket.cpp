@@ -68,8 +68,14 @@ FakeNet::Socket* FakeNet::newest(const std::string& name, uint16_t etherType) {
     return found;
 }
 
-bool FakeNet::inject(const std::string& name, const std::vector<uint8_t>& frame) {
-    const Socket* socket = newest(name, kEtherType1905);
+void FakeNet::linkEvent(unsigned ifIndex, bool hasCarrier) {
+    const LinkEvent event{ifIndex, hasCarrier};
+    (void)send(linkEvents.get(), &event, sizeof event, MSG_NOSIGNAL);
+}
+
+bool FakeNet::inject(const std::string& name, const std::vector<uint8_t>& frame,
+                     uint16_t etherType) {
+    const Socket* socket = newest(name, etherType);
     return socket != nullptr &&
            send(socket->far, frame.data(), frame.size(), MSG_DONTWAIT | MSG_NOSIGNAL) ==
                static_cast<ssize_t>(frame.size());
@@ -96,6 +102,28 @@ bool FakeNet::receiveStopped(const std::string& name, uint16_t etherType) {
 std::string interfaceName(unsigned ifIndex) {
     const auto it = fakeNet().names.find(ifIndex);
     return it == fakeNet().names.end() ? "" : it->second;
+}
+
+unsigned interfaceIndex(const char* name) {
+    for (const auto& [ifIndex, known] : fakeNet().names) {
+        if (known == name) return ifIndex;
+    }
+    return 0;
+}
+
+Fd openLinkEvents() {
+    std::array<int, 2> ends{};
+    if (!fakeNet().reportsLinks ||
+        socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0)
+        return {};
+    fakeNet().linkEvents = Fd(ends[1]);
+    return Fd(ends[0]);
+}
+
+bool readLinkEvents(int fd, std::vector<LinkEvent>& events) {
+    LinkEvent event;
+    while (recv(fd, &event, sizeof event, MSG_DONTWAIT) == sizeof event) events.push_back(event);
+    return true;
 }
 
 int openRawSocket() {
@@ -149,7 +177,7 @@ void growReceiveBuffer(int fd) {
 bool interfaceFlags(int, const char* name, short& flags) {
     const FakeNetIntf* intf = fakeNet().find(name);
     if (intf == nullptr || intf->failFlags) return false;
-    flags = intf->up ? IFF_UP : 0;
+    flags = intf->up ? IFF_UP | IFF_RUNNING : 0;
     return true;
 }
 

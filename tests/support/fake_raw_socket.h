@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/fd.h"
 #include "wire/frame.h"
 
 struct FakeNetIntf {
@@ -27,7 +28,9 @@ struct FakeNet {
     std::map<unsigned, std::string> names;
     // One entry per future call of openRawSocket: false fails it. When empty, all succeed.
     std::deque<bool> openScript;
-    int lastReady = 0;  // result of the last waitReadable
+    int lastReady = 0;          // result of the last waitReadable
+    bool reportsLinks = false;  // set it before the ports are opened; costs a descriptor
+    Fd linkEvents;              // the test's end
 
     FakeNet() = default;
     FakeNet(const FakeNet&) = delete;
@@ -37,11 +40,14 @@ struct FakeNet {
     FakeNetIntf& addIntf(const std::string& name, unsigned ifIndex);
     // Adds the interfaces of the scripted platform under the indexes 2, 3, ...
     void addPlatformIntfs();
+    // Reports the carrier of an interface to the daemon.
+    void linkEvent(unsigned ifIndex, bool hasCarrier);
     FakeNetIntf* find(const std::string& name);
 
     // Sends a frame to the 1905 socket of the daemon on the interface. False if there is none or
     // its buffer is full.
-    bool inject(const std::string& name, const std::vector<uint8_t>& frame);
+    bool inject(const std::string& name, const std::vector<uint8_t>& frame,
+                uint16_t etherType = kEtherType1905);
     // The frames that the daemon sent on the interface since the last call, in order.
     std::vector<std::vector<uint8_t>> captureFrames(const std::string& name,
                                                     uint16_t etherType = kEtherType1905);

@@ -23,7 +23,7 @@ class Neighbors : public Device {
     }
     static TopolTable& topol() { return *getNetTopolTable(); }
     static int heard(int kind, const Peer& who = kPeer) {
-        return updateTopolInfo(kind, kEth0, kMedia, who.al, who.intf);
+        return updateTopolInfo(kind, "eth0", kEth0, kMedia, who.al, who.intf);
     }
     static int note(int type, const Peer& who = kPeer) { return updateNbrDevTable(type, who.al); }
     static int store(DevTopol dev) { return updateIeee1905DevTable(kEth0, kMedia, std::move(dev)); }
@@ -53,7 +53,7 @@ TEST_F(Neighbors, BridgesAreDetected) {
         {0, 'N', kNothingChanged, 0}};
     for (const auto& [after, what, result, bridge] : steps) {
         advance(after);
-        EXPECT_EQ(what == 'L' ? updateLldpDiscInfo(kEth0, kMedia, kPeer.al, kPeer.intf, 180)
+        EXPECT_EQ(what == 'L' ? updateLldpDiscInfo("eth0", kEth0, kMedia, kPeer.al, kPeer.intf, 180)
                               : heard(what == 'D' ? 0 : 1),
                   result)
             << after << what;
@@ -72,7 +72,7 @@ TEST_F(Neighbors, BridgesAreDetected) {
     EXPECT_EQ(eth0().nbr1905Num(), 0U);
     EXPECT_EQ(heard(1, peer(2)), kChanged);
     EXPECT_EQ(heard(0, {peer(7).al, peer(2).intf}), kChanged) << "another AL MAC";
-    EXPECT_EQ(updateTopolInfo(0, kEth0, 99, {}, {}), kFailure);
+    EXPECT_EQ(updateTopolInfo(0, "", kEth0, 99, {}, {}), kFailure);
 }
 
 TEST_F(Neighbors, TimeOutAfter130Seconds) {

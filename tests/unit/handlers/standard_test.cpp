@@ -41,7 +41,7 @@ TEST_F(Flow, WithoutTopologyNeighborsAreOnlyRegistered) {
     EXPECT_EQ(handleTopolRespMsg(kEth0, kMedia, kPeer.intf, {}), kTopolDisabled);
     EXPECT_EQ(handleMetricQueryMsg(port("eth0"), kPeer.intf, 1, {1, kPeer.al, 2}), kOk)
         << "answered all the same";
-    EXPECT_EQ(handleLldpDiscMsg(kEth0, kMedia, kPeer.al, kPeer.intf, 180), kOk);
+    EXPECT_EQ(handleLldpDiscMsg("eth0", kEth0, kMedia, kPeer.al, kPeer.intf, 180), kOk);
     EXPECT_TRUE(eth0().nbrs[0].lldpSeen);
 }
 

@@ -23,7 +23,7 @@ class Builder : public Device {
         fakePlatform().intfs[0].nbrs = {peer(1).intf};
         fakePlatform().intfs[1].nbrs = {peer(2).intf, peer(3).intf};
         start();
-        (void)updateTopolInfo(kNbrDiscovery, kEth1, kMedia, peer(2).al, peer(2).intf);
+        (void)updateTopolInfo(kNbrDiscovery, "eth1", kEth1, kMedia, peer(2).al, peer(2).intf);
         (void)updateNbrDevTable(kNbrDiscovery, peer(2).al);
         (void)updateNbrDevTable(kNbrDiscovery, peer(4).al);
     }

@@ -17,9 +17,9 @@ class Transmitter : public Device {
     // Two interfaces of neighbor 1 are heard on eth0, and one on eth1.
     void startWithNeighbor() {
         start();
-        (void)updateTopolInfo(0, kEth0, kMedia, peer(1).al, peer(1).intf);
-        (void)updateTopolInfo(0, kEth0, kMedia, peer(1).al, peer(2).intf);
-        (void)updateTopolInfo(0, kEth1, kMedia, peer(1).al, peer(3).intf);
+        (void)updateTopolInfo(0, "eth0", kEth0, kMedia, peer(1).al, peer(1).intf);
+        (void)updateTopolInfo(0, "eth0", kEth0, kMedia, peer(1).al, peer(2).intf);
+        (void)updateTopolInfo(0, "eth1", kEth1, kMedia, peer(1).al, peer(3).intf);
     }
     static Fd broken() { return Fd(open("/dev/null", O_RDONLY | O_CLOEXEC)); }
     static int sendTlvs(const TlvList& tlvs, uint16_t type = kMsgTopolResp) {

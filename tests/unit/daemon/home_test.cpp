@@ -1,0 +1,166 @@
+// What an ordinary home does to a device: bridges that forget, ports that share a MAC, cables that
+// are pulled, devices that change.
+#include "db/device_table.h"
+#include "db/local_tables.h"
+#include "db/neighbor_aging.h"
+#include "net/transmitter.h"
+#include "support/device.h"
+#include "support/log_capture.h"
+#include "wire/standard_tlv.h"
+
+namespace {
+
+class Home : public Device {
+  protected:
+    static int lldp(const std::string& tlvs, const MacAddr& dst = kLldpMulticast) {
+        EXPECT_TRUE(fakeNet().inject(
+            "eth0", bytesOf(dst) + bytesOf(kPeer.intf) + hex("88cc" + tlvs), kEtherTypeLldp));
+        return recvLldpMsg(port("eth0"));
+    }
+    static void runPass() {
+        EXPECT_EQ(runMessageMonitor(), kOk);
+        (void)checkDiscRepeat();
+        (void)checkIntfNbrIntfTimeOut();
+    }
+    // One pass in each of the next seconds.
+    static void run(int seconds) {
+        for (; seconds > 0; seconds--) {
+            advance(1);
+            runPass();
+        }
+    }
+    static std::string flags() {
+        std::string all;
+        for (const auto& nbr : eth0().nbrs) all += std::to_string(nbr.bridgeFlag) + " ";
+        return all;
+    }
+};
+
+TEST_F(Home, ABridgeThatForgetsRemovesNoLivingNeighbor) {
+    startWithPeer();
+    (void)addIntfNbrIntf("eth0", {}, 0, {peer(9).intf});
+    advance(kSilenceLimit - 1);
+    for (const auto& [after, left] : {std::pair{0, 1U}, {1, 0U}}) {
+        advance(after);
+        (void)removeIntfNbrIntf("eth0", {}, 0, {kPeer.intf, peer(9).intf});
+        EXPECT_EQ(eth0().nbrs.size(), left) << "a host goes at once";
+    }
+}
+
+TEST_F(Home, ANewMacOfAPortReplacesTheOldOneInItsBridge) {
+    fakePlatform().brdgTuples = {{kEth0, kEth1}};
+    start();
+    const MacAddr next{0x02, 0x19, 0x05, 0, 2, 0};
+    EXPECT_EQ(updateIntfMac("eth0", {}, 0, next), kChanged);
+    (void)sendTopolDisc();
+    EXPECT_EQ(types("eth0") + types("eth1"), "0 0 ") << "both still send multicasts";
+    EXPECT_EQ(getBrdgTupleByIndex(0)->macs, (std::vector{next, kEth1}));
+}
+
+TEST_F(Home, PortsThatShareAMacAreKeptApart) {
+    fakePlatform().intfs[1].mac = kEth0;
+    start();
+    meet(kOther, 1);
+    (void)receive("eth1", discovery(kPeer, 2));
+    const IntfTable& eth1 = *getIntfTableByName("eth1");
+    ASSERT_EQ(std::tuple(eth0().nbrs.size(), eth1.nbrs.size()), std::tuple(1U, 1U));
+    EXPECT_EQ(std::tuple(eth1.nbrs[0].nbrIntfMac, eth1.nbr1905Num()), std::tuple(kPeer.intf, 1U));
+    drop();
+    (void)requestSend1905UcastMsg(kPeer.al, kMsgTopolQuery, {});
+    EXPECT_EQ(types("eth0") + "| " + types("eth1"), "| 2 ");
+}
+
+TEST_F(Home, LldpShowsWhetherABridgeIsInBetween) {
+    const std::string ids = "0207 04 02ee00000001 0407 03 02ee00010001 ", ttl = "0602 0078 ";
+    EXPECT_EQ(getReadLldpOption(), false);
+    getSysCtrl().config.readLldp = 1;
+    start();
+    (void)receive("eth0", discovery(kPeer, 1));
+    EXPECT_EQ(lldp(ids + ttl + "0000"), kOk) << "another time to live than ours";
+    run(5);
+    EXPECT_EQ(flags(), "0 ") << "a cable";
+    advance(60);
+    (void)receive("eth0", discovery(kPeer, 2));
+    EXPECT_EQ(flags(), "0 ");
+    run(60);
+    EXPECT_EQ(flags(), "1 ") << "no LLDP frame in its time to live";
+    EXPECT_EQ(lldp(ids + ttl + "0e04 00140004 0000"), kOk);
+    EXPECT_EQ(flags(), "0 ");
+    // A neighbor that is new, and whose LLDP frames never arrive.
+    (void)receive("eth0", discovery(kOther, 3));
+    run(2);
+    EXPECT_EQ(flags(), "0 0 ");
+    run(1);
+    EXPECT_EQ(flags(), "0 1 ");
+    // Frames that are refused change nothing.
+    eth0().nbrs[0].lldpTtl = 1;
+    for (const std::string& bad :
+         {ids + "0602 0078", ids + "0000", "0207 04 02ee00000001 " + ttl + "0000", ids + ttl + "0eff",
+          ids + "0602 0000 0000"}) {
+        (void)lldp(bad);
+        EXPECT_EQ(eth0().nbrs[0].lldpTtl, 1) << bad;
+    }
+    EXPECT_EQ(lldp(ids + ttl + "0000", MacAddr{0x01, 0x80, 0xC2, 0, 0, 0}), kFailure);
+}
+
+TEST_F(Home, ANeighborWithANewAlMacIsOneDevice) {
+    startWithPeer();
+    const Peer renamed{peer(7).al, kPeer.intf}, second{kPeer.al, peer(3).intf};
+    (void)receive("eth1", discovery(second, 2));
+    for (const auto& [id, known] : {std::pair{3U, 2U}, {5U, 1U}}) {
+        (void)receive("eth0", discovery(renamed, id));
+        EXPECT_EQ(getNbrDevNum(), known) << "it keeps its other interface at first";
+        EXPECT_EQ(getIeee1905DevTables().size(), known - 1);
+        (void)receive("eth0", discovery(kPeer, id + 1));
+        getIntfTableByName("eth1")->nbrs.clear();
+        if (id == 3) meet(kPeer, 100);
+    }
+}
+
+TEST_F(Home, AReturningLinkIsAnnouncedAtOnce) {
+    fakeNet().reportsLinks = true;
+    start();
+    run(10);
+    drop();
+    fakeNet().linkEvent(2, false);
+    runPass();
+    EXPECT_EQ(types("eth1"), "");
+    for (const bool up : {true, true, false, true}) fakeNet().linkEvent(2, up);
+    runPass();
+    EXPECT_EQ(types("eth1"), "0 4 ") << "once, however often it flaps";
+    run(2);
+    EXPECT_EQ(types("eth1"), "");
+    run(2);
+    EXPECT_EQ(types("eth1"), "0 4 ") << "again, for an end that was not ready";
+    run(20);
+    EXPECT_EQ(types("eth1"), "");
+}
+
+TEST_F(Home, ADeviceOfTheMeshIsNoHost) {
+    startWithPeer();
+    const MacAddr host = peer(9).intf;
+    (void)addIntfNbrIntf("eth1", {}, 0, {kOwnAl});
+    for (const MacAddr& mac : {kPeer.al, kPeer.intf, host}) {
+        (void)addIntfNbrIntf("eth1", {}, 0, {mac});
+    }
+    // Another device reports them.
+    DevTopol dev = Device::dev();
+    dev.non1905Lists = {{kPeer.intf, {}}};
+    (void)updateIeee1905DevTable(kEth0, kMedia, DevTopol(dev));
+    const uint16_t before = getNetTopolTable()->changeLogNum;
+    dev.non1905Lists[0].nbrs = {kOwnAl, kEth0, kPeer.al, host};
+    (void)updateIeee1905DevTable(kEth0, kMedia, DevTopol(dev));
+    EXPECT_EQ(getNetTopolTable()->changeLogNum, before + 1) << "the host";
+}
+
+TEST_F(Home, PortsThatCannotBeOpenedAreReported) {
+    fakeNet().addIntf("eth0", 300);
+    ASSERT_EQ(initDataManager(), kOk);
+    LogCapture log(2);
+    EXPECT_EQ(initIntfPorts(), kOk);
+    const std::string text = log.text();
+    EXPECT_EQ(occurrences(text, "interface (eth0) gets no port: its index is 300"), 1U);
+    EXPECT_EQ(occurrences(text, "no port is open, nothing can be sent or received: "), 1U);
+}
+
+}  // namespace
