@@ -135,16 +135,18 @@ def data_model(name, status):
 def audible(status):
     """AL MAC of every powered device -> AL MACs of the devices it should hear."""
     macs = {device["name"]: device["mac"] for device in status["devices"] if device["on"]}
-    direct = {mac: set() for mac in macs.values()}
-    for cable in status["cables"]:
-        left, right = (macs.get(end["device"]) for end in cable["ends"])
-        if cable["up"] and left and right:
-            direct[left].add(right)
-            direct[right].add(left)
-    heard = {mac: set(others) for mac, others in direct.items()}
-    if not status["isolate"]:  # the bridges forward
-        for _ in heard:
-            for mac, others in heard.items():
-                others.update(*(direct[other] for other in others))
-                others.discard(mac)
-    return heard
+    switches = {other["name"] for other in status["others"] if other["kind"] == "switch"}
+    forwarding = switches if status["isolate"] else switches | set(macs)
+
+    def hears(name):
+        found, pending = {name}, [name]
+        while pending:
+            here = pending.pop()
+            for ends in ([end["device"] for end in cable["ends"]]
+                         for cable in status["cables"] if cable["up"]):
+                new = set(ends) - found if here in ends else set()
+                found |= new
+                pending += new & forwarding
+        return {macs[other] for other in found - {name} if other in macs}
+
+    return {mac: hears(name) for name, mac in macs.items()}

@@ -28,9 +28,22 @@ BOOT_PAUSE = 1.0  # seconds between a reboot and the next start, so that the nei
 START_LIMIT = 20.0  # seconds for a device to start its daemon
 SETTLE_LIMIT = 20.0  # seconds for a spanning tree to settle
 PRIVATE_FOLDERS = ("/tmp", "/run")
+HOST_PROTOCOL = b"\x88\xb5"  # EtherType for local experiments
+
+
+class Other:
+    """A switch or a host: a network namespace, without a daemon and always on."""
+
+    def __init__(self, plan):
+        self.name = plan["name"]
+        self.kind = plan["kind"]
+        self.mac = plan["mac"]
+        self.spaces = {}
 
 
 class Device:
+    kind = "device"
+
     def __init__(self, plan, state):
         self.name = plan["name"]
         self.mac = plan["mac"]
@@ -52,20 +65,25 @@ class Device:
 
 # Inside a device
 
-def build_chassis(device, plan):
-    kernel.unshare(kernel.CLONE_NEWNS | kernel.CLONE_NEWNET | kernel.CLONE_NEWUTS)
-    socket.sethostname(device.name)
-    # IPv6 neighbor and router discovery would fill every capture.
+def silence_ipv6():
+    """Its neighbor and router discovery would fill every capture."""
     for group in ("all", "default"):
         path = f"/proc/sys/net/ipv6/conf/{group}/disable_ipv6"
         if os.path.exists(path):
             with open(path, "w", encoding="ascii") as file:
                 file.write("1")
+
+
+def build_chassis(device, plan):
+    kernel.unshare(kernel.CLONE_NEWNS | kernel.CLONE_NEWNET | kernel.CLONE_NEWUTS)
+    socket.sethostname(device.name)
+    silence_ipv6()
     kernel.mount("sysfs", "/sys", "sysfs")
     kernel.shadow("/etc", without=("vm1905",))
     os.mkdir("/etc/vm1905")
     with open("/etc/vm1905/vm1905.conf", "w", encoding="ascii") as file:
-        file.write("ENABLE_NET_TOPOL = 1\nDATA_MODEL_FOLDER = /tmp\n")
+        file.write("\n".join(["ENABLE_NET_TOPOL = 1", "DATA_MODEL_FOLDER = /tmp", *plan["conf"],
+                              ""]))
     with open("/etc/vm1905/platform.conf", "w", encoding="ascii") as file:
         file.write("FORWARD_1905 = no\n" if plan["isolate"] else "FORWARD_1905 = yes\n")
     programs = [name for name in ("vm1905", "vm1905ctl")
@@ -115,6 +133,20 @@ def device_init(device, plan, log, status):
         signal.sigwait({signal.SIGCHLD})
 
 
+def live_as(kind, pause):
+    """The process of a switch or host. A host says something to everybody again and again, before
+    the bridges forget it. Never returns."""
+    while True:
+        time.sleep(pause)
+        if kind == "host":
+            try:
+                with socket.socket(socket.AF_PACKET, socket.SOCK_RAW) as link:
+                    link.bind(("eth0", 0))
+                    link.send(b"\xff" * 6 + link.getsockname()[4] + HOST_PROTOCOL + bytes(46))
+            except OSError:
+                pass  # its cable is not plugged in
+
+
 def close_all_but(kept):
     for entry in os.listdir("/proc/self/fd"):
         if int(entry) not in kept:
@@ -137,6 +169,8 @@ class Keeper:
         self.state = state
         self.plan = plan
         self.devices = {entry["name"]: Device(entry, state) for entry in plan["devices"]}
+        self.others = {entry["name"]: Other(entry) for entry in plan["others"]}
+        self.nodes = {**self.devices, **self.others}
         self.cables = [{"ends": ends, "up": True} for ends in plan["cables"]]
         self.selector = selectors.DefaultSelector()
 
@@ -144,38 +178,44 @@ class Keeper:
 
     def ip(self, device, lines):
         """Runs ip commands in a device's network namespace, or in the keeper's own for None."""
-        space = self.devices[device].spaces["net"] if device else None
+        space = self.nodes[device].spaces["net"] if device else None
         done = subprocess.run(
             ["ip", "-batch", "-"], input="\n".join(lines) + "\n", text=True, capture_output=True,
-            check=False, pass_fds=[entry.spaces["net"] for entry in self.devices.values()],
+            check=False, pass_fds=[entry.spaces["net"] for entry in self.nodes.values()],
             preexec_fn=(lambda: kernel.setns(space, kernel.CLONE_NEWNET)) if device else None)
         if done.returncode != 0:
             raise RuntimeError(f"{device or 'lab'}: ip failed: {done.stderr.strip()}")
 
     def make_network(self):
-        # A ring of bridges would forward a broadcast forever. The kernel's spanning tree, with its
-        # shortest timers, opens the ring within seconds.
-        tree = ("stp_state 1 forward_delay 200 hello_time 100 max_age 600"
-                if self.plan["kind"] == "ring" else "stp_state 0")
-        for device in self.devices.values():
-            self.ip(device.name, [
-                "link set lo up",
-                f"link add {BRIDGE} address {device.mac} type bridge {tree} mcast_snooping 0",
+        # A loop of bridges would forward a broadcast forever. The kernel's spanning tree, with its
+        # shortest timers, opens it within seconds.
+        tree = "stp_state 1 forward_delay 200 hello_time 100 max_age 600"
+        ageing = int(self.plan["ageing"] * 100)
+        for node in self.nodes.values():
+            self.ip(node.name, ["link set lo up"])
+            if node.kind == "host":
+                continue
+            ways = tree if self.plan["loops"] and node.kind == "device" else "stp_state 0"
+            self.ip(node.name, [
+                f"link add {BRIDGE} address {node.mac} type bridge {ways} mcast_snooping 0 "
+                f"ageing_time {ageing}",
                 f"link set {BRIDGE} up"])
         for cable in self.cables:
             left, right = (
                 f"name {end['port']} address {end['mac']} netns "
-                f"/proc/self/fd/{self.devices[end['device']].spaces['net']}"
+                f"/proc/self/fd/{self.nodes[end['device']].spaces['net']}"
                 for end in cable["ends"])
             self.ip(None, [f"link add {left} type veth peer {right}"])
             for end in cable["ends"]:
-                self.ip(end["device"], [f"link set {end['port']} master {BRIDGE}"])
+                if self.nodes[end["device"]].kind != "host":
+                    self.ip(end["device"], [f"link set {end['port']} master {BRIDGE}"])
         for cable in self.cables:
             self.set_cable(cable, everybody_on=True)
 
     def set_cable(self, cable, everybody_on=False):
         for end in cable["ends"]:
-            on = everybody_on or self.devices[end["device"]].init is not None
+            on = everybody_on or self.nodes[end["device"]].kind != "device" or \
+                self.devices[end["device"]].init is not None
             self.ip(end["device"],
                     [f"link set {end['port']} {'up' if on and cable['up'] else 'down'}"])
 
@@ -196,7 +236,7 @@ class Keeper:
         while any(state in ("listening", "learning")
                   for device in self.devices.values() for state in self.port_states(device)):
             if time.monotonic() > limit:
-                raise RuntimeError("the spanning tree of the ring did not settle")
+                raise RuntimeError("the spanning tree did not settle")
             time.sleep(0.2)
 
     # Power
@@ -226,6 +266,26 @@ class Keeper:
             os.close(ready[0])
             os.close(done[1])
             os.waitpid(child, 0)
+
+    def place(self, other):
+        """Gives a switch or host its namespace, which its process keeps open."""
+        reader, writer = os.pipe()
+        child = os.fork()
+        if child == 0:
+            try:
+                signal.signal(signal.SIGCHLD, signal.SIG_DFL)
+                kernel.unshare(kernel.CLONE_NEWNET)
+                silence_ipv6()
+                os.write(writer, b"\n")
+                close_all_but({0, 1, 2})
+                live_as(other.kind, self.plan["ageing"] / 3)
+            finally:
+                os._exit(1)
+        os.close(writer)
+        with os.fdopen(reader, "rb") as pipe:
+            if pipe.read(1) != b"\n":
+                raise RuntimeError(f"{other.name}: ended while starting")
+        other.spaces["net"] = os.open(f"/proc/{child}/ns/net", os.O_RDONLY)
 
     def power_on(self, device):
         self.set_ports(device, True)
@@ -343,7 +403,8 @@ class Keeper:
 
     def find_cable(self, first, second):
         for name in (first, second):
-            self.find_device(name)
+            if name not in self.nodes:
+                self.find_device(name)
         for cable in self.cables:
             if {end["device"] for end in cable["ends"]} == {first, second}:
                 return cable
@@ -357,6 +418,7 @@ class Keeper:
     def do_status(self, _):
         return {"kind": self.plan["kind"], "build": self.plan["build"],
                 "isolate": self.plan["isolate"], "cables": self.cables,
+                "others": self.plan["others"],
                 "devices": [{"name": device.name, "mac": device.mac, "boots": device.boots,
                              "on": device.init is not None, "pid_space": device.pid_space,
                              "rebooting": device.due is not None, "ending": device.ending,
@@ -456,9 +518,11 @@ def main():
         keeper = Keeper(state, plan)
         for device in keeper.devices.values():
             keeper.assemble(device)
+        for other in keeper.others.values():
+            keeper.place(other)
         keeper.make_network()
-        if plan["kind"] == "ring":
-            say(say="waiting for the spanning tree of the ring")
+        if plan["loops"]:
+            say(say="waiting for the spanning tree")
             keeper.wait_for_tree()
         for device in keeper.devices.values():
             keeper.power_on(device)
