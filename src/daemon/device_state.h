@@ -14,6 +14,7 @@
 #include "db/database.h"
 #include "db/sys_ctrl.h"
 #include "db/upcalls.h"
+#include "handlers/answer_memory.h"
 #include "handlers/wifi_handlers.h"
 #include "net/fragment_store.h"
 #include "net/ports.h"
@@ -34,7 +35,7 @@ using ModuleStates = std::tuple<                                          //
     PortsState, TransmitterState, FragmentStore,                          // net
     VendQueries, ControlLists, FWupgradeList, Schedule, PendingRequests,  // orders
     SlotsState, SpeedTestState, WifiSyncState,                            //
-    ResultFiles,                                                          // handlers
+    AnswerMemory, ResultFiles,                                            // handlers
     Announcements, ControllerLoop, RootAp,                                // controller
     ServiceMonitor, WakeFifo,                                             // service
     MessageMonitor, Receiver, ControlFiles>;                              // daemon

@@ -7,9 +7,9 @@
 #include "db/device_table.h"
 #include "db/upcalls.h"
 #include "db/wifi_clients.h"
+#include "handlers/answer_memory.h"
 #include "handlers/conf_items.h"
 #include "handlers/firmware_handlers.h"
-#include "net/vend_sender.h"
 #include "orders/query_tracking.h"
 #include "platform/autoconfig.h"
 
@@ -19,7 +19,7 @@ int sendConfResp(const VendContext& context, VendMsgType type, std::vector<Item>
     ConfResp answer;
     answer.almac = *getAlMac();
     answer.items = std::move(items);
-    return sendVendRespMsg(context.srcMac, context.msgId, type, std::move(answer));
+    return sendAnswer(context, type, std::move(answer));
 }
 
 }  // namespace

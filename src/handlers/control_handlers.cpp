@@ -24,6 +24,7 @@ template <typename Act>
 int answerThenAct(const VendContext& context, VendMsgType respType, int retCode, const char* doing,
                   const char* refusal, Act&& act) {
     const int answered = answerRequest(context, respType, retCode);
+    context.outcome.isUndone = answered != kOk;
     if (retCode != kOk || answered != kOk) {
         LOG(2, "%s\n", refusal);
         return answered;

@@ -90,13 +90,15 @@ void noteWifiSyncSent(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
     }
 }
 
-void noteWifiSyncAck(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
+bool noteWifiSyncAck(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
                      std::string_view result) {
     auto& devices = syncs().at(kind).devices;
     const auto it = devices.find(almac);
     // An answer to an earlier message says nothing about the current text.
-    if (it == devices.end() || it->second.msgId != msgId) return;
-    it->second.acknowledged = result == "success";
-    if (!it->second.acknowledged)
-        LOG(2, "%s: refused by (" MAC_FMT ")\n", kKinds[kind].name, MAC_ARGS(almac));
+    if (it == devices.end() || it->second.msgId != msgId) return true;
+    const bool success = result == "success";
+    if (!success) LOG(2, "%s: refused by (" MAC_FMT ")\n", kKinds[kind].name, MAC_ARGS(almac));
+    if (it->second.acknowledged) return success;
+    it->second.acknowledged = success;
+    return true;
 }

@@ -37,6 +37,7 @@ int checkWIFIChannelSync();
 // the address is all zero.
 void noteWifiSyncSent(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
                       std::string_view text);
-// Notes the result text ("success" or another) that the device answered to the message msgId.
-void noteWifiSyncAck(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
+// Notes the result text ("success" or another) that the device answered to the message msgId. False
+// if it must be ignored: a late failure after a success.
+bool noteWifiSyncAck(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
                      std::string_view result);

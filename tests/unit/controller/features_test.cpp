@@ -53,7 +53,11 @@ TEST_F(Features, SettingsAreHandedOutUntilAcknowledged) {
     acknowledge("success", lastId_ + 1);
     EXPECT_EQ(run(30, kRenew), "29>1 ") << "another message was acknowledged";
     acknowledge("success", lastId_);
-    EXPECT_EQ(run(60, kRenew), "");
+    advance(6);
+    fakePlatform().calls.clear();
+    acknowledge("fail", lastId_);
+    EXPECT_FALSE(fakePlatform().called("setWIFIChannelSyncList"));
+    EXPECT_EQ(run(54, kRenew), "") << "a late failure of the same message";
 
     fakePlatform().wifiChannelSync = "11 36";
     fakePlatform().notApproved.clear();
