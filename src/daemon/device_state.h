@@ -18,6 +18,7 @@
 #include "handlers/wifi_handlers.h"
 #include "net/fragment_store.h"
 #include "net/ports.h"
+#include "net/relay_limit.h"
 #include "net/transmitter.h"
 #include "orders/control_lists.h"
 #include "orders/firmware_upgrade_list.h"
@@ -32,7 +33,7 @@
 
 using ModuleStates = std::tuple<                                          //
     SysCtrl, Database, DataModelUpdateReq, Upcalls,                       // db
-    PortsState, TransmitterState, FragmentStore,                          // net
+    PortsState, TransmitterState, FragmentStore, RelayLimit,              // net
     VendQueries, ControlLists, FWupgradeList, Schedule, PendingRequests,  // orders
     SlotsState, SpeedTestState, WifiSyncState,                            //
     AnswerMemory, ResultFiles,                                            // handlers

@@ -352,14 +352,14 @@ int send1905McastMsg(const Port& port, uint16_t msgType, uint16_t msgId, bool re
         return result;
     }
     // To recognize it if a neighbor relays it back.
-    (void)registerGenRecvMsg(*getAlMac(), msgType, msgId);
+    registerGenRecvMsg(*getAlMac(), msgType, msgId);
     if (registerQuery) (void)registerQueriedMsg(*getAlMac(), msgType, msgId);
     return kOk;
 }
 
-bool registerGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId) {
+void registerGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId) {
     LOG(4, "alMac = " MAC_FMT ", msgType = %d, msgId = %d\r\n", MAC_ARGS(alMac), msgType, msgId);
-    return module().genRecvMsgs.store(alMac, msgType, msgId) > kGenRecvLifetime;
+    module().genRecvMsgs.store(alMac, msgType, msgId);
 }
 
 bool lookupGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId) {
@@ -376,7 +376,7 @@ int registerQueriedMsg(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId) 
     const MacAddr alMac = alMacOf(dstMac);
     LOG(4, "alMac = " MAC_FMT ", macDa = " MAC_FMT ", type = %d, id = %d\r\n", MAC_ARGS(alMac),
         MAC_ARGS(dstMac), msgType, msgId);
-    (void)module().queriedMsgs.store(alMac, msgType, msgId);
+    module().queriedMsgs.store(alMac, msgType, msgId);
     return kOk;
 }
 
