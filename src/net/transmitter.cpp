@@ -177,26 +177,25 @@ bool isNamedBy(const IntfNbrDev& nbr, const MacAddr& dstMac) {
     return nbr.nbrIntfMac == dstMac || (nbr.nbrAlMac == dstMac && !dstMac.isZero());
 }
 
-bool isKnownAlMac(const MacAddr& mac) {
-    return std::ranges::any_of(getIntfTable(), [&](const IntfTable& intf) {
-        return std::ranges::any_of(
-            intf.nbrs, [&](const IntfNbrDev& nbr) { return nbr.nbrAlMac == mac && !mac.isZero(); });
-    });
+bool isHeardAlMac(const IntfTable& intf, const MacAddr& mac) {
+    return std::ranges::any_of(
+        intf.nbrs, [&](const IntfNbrDev& nbr) { return nbr.nbrAlMac == mac && !mac.isZero(); });
 }
 
 // Sends to every interface of the device by the port on which it was heard. A device may use its AL
 // MAC on its own bridge, too; a bridge here then reports it like an interface MAC, in an entry
-// without an AL MAC. That entry is skipped, as it is not another interface of the device.
+// without an AL MAC. That entry is skipped if the device is heard on the same port, as it is not
+// another interface of the device.
 Outcome sendToNeighbor(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId, const MsgBody& body,
                        bool isResponse) {
     const PortsInUse guard;
     Message message(msgType, body);
     Outcome outcome{.built = !message.failed()};
     if (message.failed()) return outcome;
-    const bool byAlMac = isKnownAlMac(dstMac);
     for (auto& port : getIntfPorts()) {
         const IntfTable* intf = intfOf(port);
         if (intf == nullptr) continue;
+        const bool byAlMac = isHeardAlMac(*intf, dstMac);
         const TlvList& tlvs = message.forPort(port);
         if (message.failed()) return {.built = false, .left = outcome.left};
         for (const auto& nbr : intf->nbrs) {
