@@ -15,9 +15,11 @@
 #include "db/neighbor_aging.h"
 #include "db/sys_ctrl.h"
 #include "db/upcalls.h"
+#include "handlers/answer_memory.h"
 #include "handlers/wifi_handlers.h"
 #include "net/fragment_store.h"
 #include "net/ports.h"
+#include "net/relay_limit.h"
 #include "net/transmitter.h"
 #include "orders/control_lists.h"
 #include "orders/firmware_upgrade_list.h"
@@ -32,10 +34,10 @@
 
 using ModuleStates = std::tuple<                                          //
     SysCtrl, Database, DataModelUpdateReq, NeighborAging, Upcalls,        // db
-    PortsState, TransmitterState, FragmentStore,                          // net
+    PortsState, TransmitterState, FragmentStore, RelayLimit,              // net
     VendQueries, ControlLists, FWupgradeList, Schedule, PendingRequests,  // orders
     SlotsState, SpeedTestState, WifiSyncState,                            //
-    ResultFiles,                                                          // handlers
+    AnswerMemory, ResultFiles,                                            // handlers
     Announcements, ControllerLoop, RootAp,                                // controller
     ServiceMonitor, WakeFifo,                                             // service
     MessageMonitor, Receiver, ControlFiles>;                              // daemon

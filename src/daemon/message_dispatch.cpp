@@ -7,6 +7,7 @@
 #include "db/database.h"
 #include "handlers/standard_handlers.h"
 #include "handlers/vend_dispatch.h"
+#include "net/relay_limit.h"
 #include "net/transmitter.h"
 #include "wire/standard_tlv.h"
 
@@ -62,14 +63,12 @@ size_t parseForeignAlMac(MacAddr& alMac, Bytes tlv) {
 template <typename Handle>
 int handleOnce(const Received& msg, const MacAddr& alMac, uint16_t seenAs, bool relay,
                Handle&& handle) {
-    bool mayRelay = true;
-    if (const int seen = checkMcastMsgReceived(alMac, seenAs, msg.hdr.msgId, mayRelay);
-        seen != kOk) {
+    if (const int seen = checkMcastMsgReceived(alMac, seenAs, msg.hdr.msgId); seen != kOk) {
         return seen;
     }
     const int result = handle();
     // Meant: a message is relayed even if its handler fails.
-    if (relay && mayRelay) (void)requestRelayMcastMsg(msg.port);
+    if (relay && mayRelay(alMac, msg.port)) (void)requestRelayMcastMsg(msg.port);
     return result;
 }
 
@@ -349,7 +348,7 @@ bool answersQuery(uint16_t msgType, uint16_t msgId, const MacAddr& srcMac, int l
 
 }  // namespace
 
-int checkMcastMsgReceived(const MacAddr& alMac, uint16_t msgType, uint16_t msgId, bool& mayRelay) {
+int checkMcastMsgReceived(const MacAddr& alMac, uint16_t msgType, uint16_t msgId) {
     if (lookupGenRecvMsg(alMac, msgType, msgId)) {
         LOG(3,
             "the message (AL MAC = " MAC_FMT
@@ -357,7 +356,7 @@ int checkMcastMsgReceived(const MacAddr& alMac, uint16_t msgType, uint16_t msgId
             MAC_ARGS(alMac), msgType, msgId);
         return kDuplicate;
     }
-    mayRelay = registerGenRecvMsg(alMac, msgType, msgId);
+    registerGenRecvMsg(alMac, msgType, msgId);
     return kOk;
 }
 

@@ -21,7 +21,5 @@
 int parseLldpMsg(const Port& port, Bytes area);
 
 // Remembers a multicast of the device alMac. kOk if it is new, kDuplicate if it was seen in the
-// last 5 seconds. Sets mayRelay to false if too many messages came at once to remember them all: a
-// relayed message could then circulate.
-[[nodiscard]] int checkMcastMsgReceived(const MacAddr& alMac, uint16_t msgType, uint16_t msgId,
-                                        bool& mayRelay);
+// last 5 seconds.
+[[nodiscard]] int checkMcastMsgReceived(const MacAddr& alMac, uint16_t msgType, uint16_t msgId);

@@ -228,6 +228,7 @@ struct VendItems {
     uint8_t role = 255;  // PLATFORM_REGISTRAR, PLATFORM_ENROLLEE, or not known yet
     uint8_t firmwareState = 255;
     uint16_t maxChangeLogEntries = 0;
+    uint16_t vendDiscId = 0;  // message identifier of its last vendor discovery
     Text<128> firmwareVersion;
     Text<128> hostname;
     Text<32> deviceIP;

@@ -1,5 +1,7 @@
 #include "handlers/conf_handlers.h"
 
+#include <cstdlib>
+
 #include "base/log.h"
 #include "base/result.h"
 #include "db/data_model_update.h"
@@ -7,10 +9,11 @@
 #include "db/device_table.h"
 #include "db/upcalls.h"
 #include "db/wifi_clients.h"
+#include "handlers/answer_memory.h"
 #include "handlers/conf_items.h"
 #include "handlers/firmware_handlers.h"
-#include "net/vend_sender.h"
 #include "orders/query_tracking.h"
+#include "orders/wifi_sync.h"
 #include "platform/autoconfig.h"
 
 namespace {
@@ -19,7 +22,13 @@ int sendConfResp(const VendContext& context, VendMsgType type, std::vector<Item>
     ConfResp answer;
     answer.almac = *getAlMac();
     answer.items = std::move(items);
-    return sendVendRespMsg(context.srcMac, context.msgId, type, std::move(answer));
+    return sendAnswer(context, type, std::move(answer));
+}
+
+// True if both uptimes are known and the device has restarted in between.
+bool isEarlier(const Text<32>& uptime, const Text<32>& before) {
+    if (uptime.empty() || before.empty()) return false;
+    return strtoull(uptime.c_str(), nullptr, 10) < strtoull(before.c_str(), nullptr, 10);
 }
 
 }  // namespace
@@ -33,7 +42,9 @@ int handleConfRespMsg(const VendContext& context, const ConfResp& answer) {
     ReportVendRespMsg(sender, context.msgId, VEND_MSG_TYPE_CONF_QUERY);
     Ieee1905DevTable* dev = getIeee1905DevTableById(sender);
     if (dev == nullptr) return kOk;
+    const auto uptime = dev->deviceUptime;
     storeConfItems(*dev, answer.items);
+    if (isEarlier(dev->deviceUptime, uptime)) forgetWifiSync(sender);
     LOG(4, "vm1905Version git = %s\n", dev->firmwareVersion.c_str());
     noteRemoteFirmwareState(*dev);
     if (!dev->hostname.empty()) (void)checkMACisApprove(sender.data(), dev->hostname.c_str());

@@ -13,6 +13,7 @@
 #include "orders/answer_writers.h"
 #include "orders/control_lists.h"
 #include "orders/firmware_upgrade_list.h"
+#include "orders/wifi_sync.h"
 #include "platform/device.h"
 #include "wire/vend_payloads.h"
 
@@ -24,6 +25,7 @@ template <typename Act>
 int answerThenAct(const VendContext& context, VendMsgType respType, int retCode, const char* doing,
                   const char* refusal, Act&& act) {
     const int answered = answerRequest(context, respType, retCode);
+    context.outcome.isUndone = answered != kOk;
     if (retCode != kOk || answered != kOk) {
         LOG(2, "%s\n", refusal);
         return answered;
@@ -74,6 +76,7 @@ int handleResetToDefaultReqMsg(const VendContext& context, const AlMacPayload& r
 
 int handleResetToDefaultRespMsg(const VendContext& context, const RetCodePayload& answer) {
     if (getIeee1905DevTableById(context.msg.alMac) == nullptr) return kFailure;
+    if (answer.retCode == kOk) forgetWifiSync(context.msg.alMac);
     return setResetToDefaultCtrlList(&context.msg.alMac, context.msgId, 0, answer.retCode);
 }
 

@@ -2,8 +2,8 @@
 
 #include "base/log.h"
 #include "base/result.h"
+#include "handlers/answer_memory.h"
 #include "handlers/remote_command.h"
-#include "net/vend_sender.h"
 #include "platform/autoconfig.h"
 #include "wire/vend_payloads.h"
 
@@ -35,6 +35,6 @@ int answerRequest(const VendContext& context, VendMsgType respType, int retCode)
 int answerRequest(const VendContext& context, VendMsgType respType, VendPayload&& payload,
                   int retCode) {
     if (context.path == kVendPathCommand) return requestCommandresult(context, retCode);
-    const int result = sendVendRespMsg(context.srcMac, context.msgId, respType, std::move(payload));
+    const int result = sendAnswer(context, respType, std::move(payload));
     return result == kOk ? kOk : kFailure;
 }

@@ -6,8 +6,7 @@
 #include "base/log.h"
 #include "base/result.h"
 #include "db/database.h"
-#include "handlers/control_request.h"
-#include "net/vend_sender.h"
+#include "handlers/answer_memory.h"
 #include "orders/control_lists.h"
 #include "orders/speed_test.h"
 #include "platform/device.h"
@@ -23,8 +22,7 @@ int resultOf(int platformResult) {
 }
 
 int acknowledge(const VendContext& context, VendMsgType type, int retCode) {
-    return sendVendRespMsg(context.srcMac, context.msgId, type,
-                           OptionPayload{*getAlMac(), resultByte(retCode)});
+    return sendAnswer(context, type, OptionPayload{*getAlMac(), resultByte(retCode)});
 }
 
 }  // namespace
@@ -64,8 +62,7 @@ int handleRequestLogFileReqMsg(const VendContext& context, const AlMacPayload& /
     answer.almac = *getAlMac();
     answer.fileName = fieldText(file.fileName);
     answer.ftpUrl = fieldText(file.ftpUrl);
-    return sendVendRespMsg(context.srcMac, context.msgId, VEND_MSG_TYPE_REQUESTLOGFILE_RESP,
-                           std::move(answer));
+    return sendAnswer(context, VEND_MSG_TYPE_REQUESTLOGFILE_RESP, std::move(answer));
 }
 
 int handleResponseLogFileReqMsg(const VendContext& context, const LogFileResp& file) {

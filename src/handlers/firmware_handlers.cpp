@@ -8,8 +8,8 @@
 #include "db/data_model_update.h"
 #include "db/database.h"
 #include "db/device_table.h"
+#include "handlers/answer_memory.h"
 #include "handlers/control_request.h"
-#include "net/vend_sender.h"
 #include "orders/answer_writers.h"
 #include "orders/firmware_upgrade_list.h"
 #include "platform/device.h"
@@ -65,8 +65,8 @@ int handleFWCrtlRespMsg(const VendContext& context, const RetCodePayload& answer
 int handleFWStateChangeRequestMsg(const VendContext& context, const AlMacPayload& /*request*/) {
     uint32_t state = getAlTable()->fwUpgradeStatus;
     (void)getfirmwareStatus(0, 0, &state);
-    return sendVendRespMsg(context.srcMac, context.msgId, VEND_MSG_TYPE_FWSTATECHANGE_RESP,
-                           OptionPayload{*getAlMac(), static_cast<uint8_t>(state)});
+    return sendAnswer(context, VEND_MSG_TYPE_FWSTATECHANGE_RESP,
+                      OptionPayload{*getAlMac(), static_cast<uint8_t>(state)});
 }
 
 int handleFWStateChangeResponseMsg(const VendContext& context, const OptionPayload& answer) {

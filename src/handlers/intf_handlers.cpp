@@ -10,9 +10,9 @@
 #include "db/local_tables.h"
 #include "db/options.h"
 #include "db/upcalls.h"
+#include "handlers/answer_memory.h"
 #include "handlers/control_request.h"
 #include "handlers/message_log.h"
-#include "net/vend_sender.h"
 #include "orders/answer_writers.h"
 #include "orders/query_tracking.h"
 #include "platform/descriptions.h"
@@ -27,8 +27,7 @@ int sendIntfNames(const VendContext& context) {
         if (names.intfs.size() == kMaxIntfEntries) break;
         names.intfs.push_back({intf.mac, std::string(intf.name.view())});
     }
-    return sendVendRespMsg(context.srcMac, context.msgId, VEND_MSG_TYPE_INTF_NAME_RESP,
-                           std::move(names));
+    return sendAnswer(context, VEND_MSG_TYPE_INTF_NAME_RESP, std::move(names));
 }
 
 // Finds the interfaces of a device by their MACs, each only once: the ports of a switch may share a
@@ -107,8 +106,7 @@ int handleIntfPwrStateQueryMsg(const VendContext& context, const AlMacPayload& /
         states.intfs.push_back(
             {intf.mac, static_cast<uint16_t>(intf.mediaType), static_cast<uint8_t>(intf.pwrState)});
     }
-    if (sendVendRespMsg(context.srcMac, context.msgId, VEND_MSG_TYPE_INTF_PWR_STATE_RESP,
-                        std::move(states)) != kOk) {
+    if (sendAnswer(context, VEND_MSG_TYPE_INTF_PWR_STATE_RESP, std::move(states)) != kOk) {
         return kFailure;
     }
     return sendIntfNames(context);

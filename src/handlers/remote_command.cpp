@@ -7,7 +7,7 @@
 
 #include "base/log.h"
 #include "base/result.h"
-#include "net/vend_sender.h"
+#include "handlers/answer_memory.h"
 #include "orders/answer_writers.h"
 #include "wire/vend_payloads.h"
 
@@ -129,8 +129,7 @@ int parseCommand(size_t tokenCount, CommandTokens& tokens, VendMsg& msg) {
 }
 
 int requestCommandresult(const VendContext& context, int retCode) {
-    const int sent = sendVendRespMsg(context.srcMac, context.msgId, VEND_MSG_TYPE_SENDCOMMAND_RESP,
-                                     RetCodePayload(retCode));
+    const int sent = sendAnswer(context, VEND_MSG_TYPE_SENDCOMMAND_RESP, RetCodePayload(retCode));
     if (retCode == kOk && sent == kOk) return kOk;
     LOG_PUTS(2, "Send Command\r");
     return kFailure;

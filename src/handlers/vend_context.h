@@ -1,11 +1,19 @@
 // A received vendor message on its way to its handler.
 #pragma once
 
+#include <vector>
+
 #include "net/ports.h"
 #include "wire/vend_msg.h"
 
 // How a vendor message arrived: as a remote command, or as a message of its own.
 enum VendPath : int { kVendPathCommand = 25, kVendPathNetwork = 255 };
+
+// What a handler has done.
+struct VendOutcome {
+    std::vector<VendMsg> answers{};
+    bool isUndone = false;  // nothing, since no answer could be sent
+};
 
 struct VendContext {
     const Port& port;
@@ -13,4 +21,5 @@ struct VendContext {
     uint16_t msgId;
     const VendMsg& msg;
     int path;  // VendPath
+    VendOutcome& outcome;
 };

@@ -1,13 +1,34 @@
 #include "handlers/vend_disc.h"
 
+#include <utility>
+
 #include "base/result.h"
 #include "db/database.h"
+#include "db/device_table.h"
 #include "handlers/standard_handlers.h"
 #include "handlers/vend_context.h"
+#include "orders/wifi_sync.h"
 #include "wire/vend_payloads.h"
+
+namespace {
+
+// A device that starts uses the message identifiers from 0 on: at most one for each port before its
+// first vendor discovery.
+constexpr uint16_t kFirstMsgIds = 256;
+
+// An identifier that goes back this far is hardly one that has wrapped.
+void noteStart(const MacAddr& alMac, uint16_t msgId) {
+    Ieee1905DevTable* dev = getIeee1905DevTableById(alMac);
+    if (dev == nullptr) return;
+    const uint16_t before = std::exchange(dev->vendDiscId, msgId);
+    if (msgId < kFirstMsgIds && msgId < before) forgetWifiSync(alMac);
+}
+
+}  // namespace
 
 int handleVendDiscMsg(const VendContext& context, const VendDisc& disc) {
     if (disc.alMac.isZero() || isOwnAlMac(disc.alMac)) return kFailure;
+    noteStart(disc.alMac, context.msgId);
     const Port& port = context.port;
     const int result = handleTopolDiscMsg(port.name, port.mac, port.mediaType, context.srcMac,
                                           disc.alMac, disc.intfMac);

@@ -2,6 +2,7 @@
 
 #include "base/log.h"
 #include "base/result.h"
+#include "handlers/answer_memory.h"
 #include "handlers/conf_handlers.h"
 #include "handlers/control_handlers.h"
 #include "handlers/diagnosis_handlers.h"
@@ -31,8 +32,14 @@ int handle(const VendContext& context) {
 
 template <VendMsgType kNumber, Handle<PayloadOf<kNumber>> kHandle>
 constexpr VendHandler handler(const char* label, int logLevel = 3) {
-    return {kNumber, label, logLevel, handle<kNumber, kHandle>};
+    return {kNumber, label, true, logLevel, handle<kNumber, kHandle>};
 }
+template <VendMsgType kNumber, Handle<PayloadOf<kNumber>> kHandle>
+constexpr VendHandler copyHandler(const char* label) {
+    return {kNumber, label, false, 3, handle<kNumber, kHandle>};
+}
+
+int handleVendSpecMsg(const VendContext& context);
 
 // Handles the order that the line spells.
 int handleSendCommandReqMsg(const VendContext& context, const SendCommandReq& command) {
@@ -40,23 +47,27 @@ int handleSendCommandReqMsg(const VendContext& context, const SendCommandReq& co
     order.oui = context.msg.oui;
     order.alMac = context.msg.alMac;
     if (parseRemoteCommand(command, order) != kOk) return kFailure;
-    return handleVendSpecMsg(context.port, context.srcMac, context.msgId, order, kVendPathCommand);
+    return handleVendSpecMsg(
+        {context.port, context.srcMac, context.msgId, order, kVendPathCommand, context.outcome});
 }
 
-// By number. Meant: 65 and 67, 70 and 72, 71 and 73 share their label and handler.
+// By number. HANDLE_COPIES is for queries, reports and announcements: handling a copy does no harm,
+// and remembering them would drive the orders out of the memory. Meant: 65 and 67, 70 and 72, 71
+// and 73 share their label and handler.
 // clang-format off
 #define HANDLE(name, function) handler<VEND_MSG_TYPE_##name, function>("VEND_MSG_TYPE_" #name)
+#define HANDLE_COPIES(name, function) copyHandler<VEND_MSG_TYPE_##name, function>("VEND_MSG_TYPE_" #name)
 constexpr VendHandler kHandlers[] = {
-    HANDLE(CONF_QUERY, handleConfQueryMsg),
-    HANDLE(CONF_RESP, handleConfRespMsg),
-    HANDLE(INTF_PWR_STATE_QUERY, handleIntfPwrStateQueryMsg),
-    HANDLE(INTF_PWR_STATE_RESP, handleIntfPwrStateRespMsg),
+    HANDLE_COPIES(CONF_QUERY, handleConfQueryMsg),
+    HANDLE_COPIES(CONF_RESP, handleConfRespMsg),
+    HANDLE_COPIES(INTF_PWR_STATE_QUERY, handleIntfPwrStateQueryMsg),
+    HANDLE_COPIES(INTF_PWR_STATE_RESP, handleIntfPwrStateRespMsg),
     HANDLE(REBOOT_REQ, handleRebootReqMsg),
     HANDLE(REBOOT_RESP, handleRebootRespMsg),
     HANDLE(INTF_PWR_CTRL_REQ, handleIntfPwrCrtlReqMsg),
     HANDLE(INTF_PWR_CTRL_RESP, handleIntfPwrCrtlRespMsg),
-    HANDLE(WIFI_STATE_REQ, handleWIFIStateQueryMsg),
-    HANDLE(WIFI_STATE_RESP, handleWIFIStateRespMsg),
+    HANDLE_COPIES(WIFI_STATE_REQ, handleWIFIStateQueryMsg),
+    HANDLE_COPIES(WIFI_STATE_RESP, handleWIFIStateRespMsg),
     HANDLE(SPEEDTEST_START, handleSpeedTestStartStopMsg),
     HANDLE(SPEEDTEST_DATA, handleSpeedTestDataMsg),
     HANDLE(SPEEDTEST_STOP, handleSpeedTestStartStopMsg),
@@ -73,7 +84,7 @@ constexpr VendHandler kHandlers[] = {
     HANDLE(RESETTODEFAULT_RESP, handleResetToDefaultRespMsg),
     HANDLE(SENDCOMMAND_REQ, handleSendCommandReqMsg),
     HANDLE(SPEEDTEST_ACK, handleSpeedTestAckMsg),
-    HANDLE(INTF_NAME_RESP, handleIntfNameRespMsg),
+    HANDLE_COPIES(INTF_NAME_RESP, handleIntfNameRespMsg),
     HANDLE(REQUESTLOGFILE_REQ, handleRequestLogFileReqMsg),
     HANDLE(REQUESTLOGFILE_RESP, handleResponseLogFileReqMsg),
     HANDLE(REQUESTLOGFILE_ACK, handleAckLogFileReqMsg),
@@ -82,19 +93,19 @@ constexpr VendHandler kHandlers[] = {
     HANDLE(LED_CTRL_REQ, handleLEDCtrlReqMsg),
     HANDLE(LED_CTRL_MCAST_REQ, handleLEDCtrlMCASTReqMsg),
     HANDLE(LED_CTRL_RESP, handleLEDCtrlRespMsg),
-    HANDLE(WIFI_CLIENT_MCAST2, handleWIFIClientmcastMsg),
-    HANDLE(FWSTATECHANGE_REQ, handleFWStateChangeRequestMsg),
-    HANDLE(FWSTATECHANGE_RESP, handleFWStateChangeResponseMsg),
+    HANDLE_COPIES(WIFI_CLIENT_MCAST2, handleWIFIClientmcastMsg),
+    HANDLE_COPIES(FWSTATECHANGE_REQ, handleFWStateChangeRequestMsg),
+    HANDLE_COPIES(FWSTATECHANGE_RESP, handleFWStateChangeResponseMsg),
     HANDLE(WIFICHANNELSEARCH, handleWIFIChannelSearchMsg),
     HANDLE(WIFICHANNELRENEW, handleWIFIChannelRenewMsg),
     HANDLE(WIFICHANNELACK, handleWIFIChannelAckMsg),
     HANDLE(SECURITYCTRL_MSG, handleSecurityCtrlReqMsg),
-    HANDLE(VEND_DISC, handleVendDiscMsg),
+    HANDLE_COPIES(VEND_DISC, handleVendDiscMsg),
     HANDLE(FW_CTRL_2_REQ, handleFWCrtl2ReqMsg),
     HANDLE(NETWORKCTRL_REQ, handleNetworkCtrlReqMsg),
     HANDLE(NETWORKCTRL_RESP, handleNetworkCtrlRespMsg),
-    HANDLE(CONF_QUERY2, handleConfQueryMsg2),
-    HANDLE(CONF_RESP2, handleConfRespMsg2),
+    HANDLE_COPIES(CONF_QUERY2, handleConfQueryMsg2),
+    HANDLE_COPIES(CONF_RESP2, handleConfRespMsg2),
     handler<VEND_MSG_TYPE_WIFICOUNTRYCODE_REQ, handleWIFICountryCodeCtrlReqMsg>("VEND_MSG_TYPE_WIFICOUNTRYCODE_REQ", 4),
     handler<VEND_MSG_TYPE_WIFICOUNTRYCODE_RESP, handleWIFICountryCodeCtrlRespMsg>("VEND_MSG_TYPE_WIFICOUNTRYCODE_RESP", 4),
     HANDLE(UPDATEEXTENDCONF_REQ, handleUpdateExtenderconifgReqMsg),
@@ -113,8 +124,25 @@ constexpr VendHandler kHandlers[] = {
     HANDLE(SYSTEM_CTRL_RESP, handleSystemCtrlRespMsg),
 };
 #undef HANDLE
+#undef HANDLE_COPIES
 // clang-format on
 static_assert(std::ranges::is_sorted(kHandlers, {}, &VendHandler::number));
+
+int handleVendSpecMsg(const VendContext& context) {
+    const uint16_t number = context.msg.vendMsgType;
+    const VendHandler* row = findVendHandler(number);
+    if (row == nullptr) {
+        LOG(3, "vendor specific message type (%d) is unsoppourted\r\n", number);
+        return kFailure;
+    }
+    LOG(row->logLevel, "vendor specific message type is (%d)[%s]\r\n", number, row->label);
+    // The message that carries a remote command has been looked up already.
+    if (!row->once || context.path == kVendPathCommand) return row->handle(context);
+    if (repeatAnswers(context)) return kDuplicate;
+    const int result = row->handle(context);
+    if (!context.outcome.isUndone) rememberAnswers(context);
+    return result;
+}
 
 }  // namespace
 
@@ -143,11 +171,6 @@ int parseVendSpecTlvs(const Port& port, const MacAddr& srcMac, uint16_t msgId, B
 
 int handleVendSpecMsg(const Port& port, const MacAddr& srcMac, uint16_t msgId, const VendMsg& msg,
                       int path) {
-    const VendHandler* row = findVendHandler(msg.vendMsgType);
-    if (row == nullptr) {
-        LOG(3, "vendor specific message type (%d) is unsoppourted\r\n", msg.vendMsgType);
-        return kFailure;
-    }
-    LOG(row->logLevel, "vendor specific message type is (%d)[%s]\r\n", msg.vendMsgType, row->label);
-    return row->handle({port, srcMac, msgId, msg, path});
+    VendOutcome outcome;
+    return handleVendSpecMsg({port, srcMac, msgId, msg, path, outcome});
 }

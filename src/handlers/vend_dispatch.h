@@ -7,6 +7,7 @@
 struct VendHandler {
     uint16_t number;
     const char* label;
+    bool once;     // copies are answered as before, and not handled again
     int logLevel;  // of the line with the label
     int (*handle)(const VendContext& context);
 };
@@ -24,6 +25,7 @@ int initVendMessageHandler();
                                     Bytes area);
 
 // Hands a vendor message that arrived by path (VendPath) to the handler of its type. Returns the
-// handler's result, or kFailure for a type without a handler.
+// handler's result, kFailure for a type without a handler, or kDuplicate for a copy of a message of
+// the last 5 seconds, which was answered as before.
 int handleVendSpecMsg(const Port& port, const MacAddr& srcMac, uint16_t msgId, const VendMsg& msg,
                       int path);

@@ -16,8 +16,8 @@
 #include "db/device_table.h"
 #include "db/wifi_bands.h"
 #include "db/wifi_clients.h"
+#include "handlers/answer_memory.h"
 #include "handlers/control_request.h"
-#include "net/vend_sender.h"
 #include "orders/answer_writers.h"
 #include "orders/wifi_sync.h"
 #include "platform/autoconfig.h"
@@ -39,8 +39,7 @@ const char* resultText(int result) {
 
 // Answers with a text of this device: its own setting, or the result of taking over a setting.
 int answerText(const VendContext& context, VendMsgType type, std::string_view text) {
-    return sendVendRespMsg(context.srcMac, context.msgId, type,
-                           TextPayload{*getAlMac(), std::string(text)});
+    return sendAnswer(context, type, TextPayload{*getAlMac(), std::string(text)});
 }
 
 // Answers a search with this device's setting, and notes that the sender has it.
@@ -48,10 +47,6 @@ int answerSearch(const VendContext& context, VendMsgType type, WifiSyncKind kind
                  const std::string& text) {
     noteWifiSyncSent(kind, context.msg.alMac, context.msgId, text);
     return answerText(context, type, text);
-}
-
-void noteAck(const VendContext& context, const TextPayload& answer, WifiSyncKind kind) {
-    noteWifiSyncAck(kind, context.msg.alMac, context.msgId, answer.data);
 }
 
 // False if too many devices have left files already: /tmp is often in memory, and strangers must
@@ -76,6 +71,15 @@ int writeResultFile(const MacAddr& sender, const TextPayload& answer, const char
     return runShell("echo \"%s\" > %s", text->c_str(), path) == 0 ? kOk : kFailure;
 }
 
+// Takes over the result that a device answers to a synchronization.
+int takeResult(const VendContext& context, const TextPayload& answer, WifiSyncKind kind,
+               int (*setSyncList)(const uint8_t*, const char*), const char* pathFormat) {
+    const MacAddr& sender = context.msg.alMac;
+    if (!noteWifiSyncAck(kind, sender, context.msgId, answer.data)) return kOk;
+    (void)setSyncList(sender.data(), answer.data.c_str());
+    return writeResultFile(sender, answer, pathFormat);
+}
+
 }  // namespace
 
 int handleWIFIStateQueryMsg(const VendContext& context, const AlMacPayload& /*query*/) {
@@ -90,8 +94,7 @@ int handleWIFIStateQueryMsg(const VendContext& context, const AlMacPayload& /*qu
                                   station->rate, station->rssi,
                                   static_cast<uint8_t>(station->signalLevel)});
     }
-    return sendVendRespMsg(context.srcMac, context.msgId, VEND_MSG_TYPE_WIFI_STATE_RESP,
-                           std::move(answer));
+    return sendAnswer(context, VEND_MSG_TYPE_WIFI_STATE_RESP, std::move(answer));
 }
 
 int handleWIFIStateRespMsg(const VendContext& context, const WifiStateResp& answer) {
@@ -136,10 +139,8 @@ int handleWIFIStateRenewMsg(const VendContext& context, const TextPayload& renew
 }
 
 int handleWIFIStateAckMsg(const VendContext& context, const TextPayload& answer) {
-    noteAck(context, answer, kWifiStateSync);
-    (void)setWIFIStateSyncList(context.msg.alMac.data(), answer.data.c_str());
-    return writeResultFile(context.msg.alMac, answer,
-                           "/tmp/vm1905/vm1905WIFIState_%02x%02x%02x%02x%02x%02x");
+    return takeResult(context, answer, kWifiStateSync, setWIFIStateSyncList,
+                      "/tmp/vm1905/vm1905WIFIState_%02x%02x%02x%02x%02x%02x");
 }
 
 int handleWIFIChannelSearchMsg(const VendContext& context, const AlMacPayload& /*search*/) {
@@ -162,10 +163,8 @@ int handleWIFIChannelRenewMsg(const VendContext& context, const TextPayload& ren
 }
 
 int handleWIFIChannelAckMsg(const VendContext& context, const TextPayload& answer) {
-    noteAck(context, answer, kWifiChannelSync);
-    (void)setWIFIChannelSyncList(context.msg.alMac.data(), answer.data.c_str());
-    return writeResultFile(context.msg.alMac, answer,
-                           "/tmp/vm1905/vm1905WIFIChannel_%02x%02x%02x%02x%02x%02x");
+    return takeResult(context, answer, kWifiChannelSync, setWIFIChannelSyncList,
+                      "/tmp/vm1905/vm1905WIFIChannel_%02x%02x%02x%02x%02x%02x");
 }
 
 int handleWIFICountryCodeCtrlReqMsg(const VendContext& context, const CountryCodeReq& request) {

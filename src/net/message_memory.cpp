@@ -1,6 +1,6 @@
 #include "net/message_memory.h"
 
-Seconds MessageMemory::store(const MacAddr& alMac, uint16_t msgType, uint16_t msgId) {
+void MessageMemory::store(const MacAddr& alMac, uint16_t msgType, uint16_t msgId) {
     const Seconds time = now();
     Entry* slot = entries_.data();
     Seconds greatestAge = time - slot->time;
@@ -14,7 +14,5 @@ Seconds MessageMemory::store(const MacAddr& alMac, uint16_t msgType, uint16_t ms
             greatestAge = time - entry.time;
         }
     }
-    const Seconds displacedAge = slot->msgId == kFree ? kNoAge : time - slot->time;
     *slot = {alMac, msgType, msgId, time};
-    return displacedAge;
 }

@@ -16,13 +16,11 @@ class MessageMemory {
         Seconds time = 0;
     };
     static constexpr int32_t kFree = -1;
-    static constexpr Seconds kNoAge = INT64_MAX;
 
     void clear() { entries_ = {}; }
     // Stores a message with the present time in the first free entry, else over the oldest; of
-    // equally old ones over the first. Returns the age in seconds of the entry that it replaced,
-    // kNoAge if it replaced none.
-    Seconds store(const MacAddr& alMac, uint16_t msgType, uint16_t msgId);
+    // equally old ones over the first.
+    void store(const MacAddr& alMac, uint16_t msgType, uint16_t msgId);
     // The first used entry for which matches(entry) is true, nullptr if there is none.
     template <typename Matches>
     Entry* find(Matches matches) {

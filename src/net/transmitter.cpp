@@ -177,26 +177,25 @@ bool isNamedBy(const IntfNbrDev& nbr, const MacAddr& dstMac) {
     return nbr.nbrIntfMac == dstMac || (nbr.nbrAlMac == dstMac && !dstMac.isZero());
 }
 
-bool isKnownAlMac(const MacAddr& mac) {
-    return std::ranges::any_of(getIntfTable(), [&](const IntfTable& intf) {
-        return std::ranges::any_of(
-            intf.nbrs, [&](const IntfNbrDev& nbr) { return nbr.nbrAlMac == mac && !mac.isZero(); });
-    });
+bool isHeardAlMac(const IntfTable& intf, const MacAddr& mac) {
+    return std::ranges::any_of(
+        intf.nbrs, [&](const IntfNbrDev& nbr) { return nbr.nbrAlMac == mac && !mac.isZero(); });
 }
 
 // Sends to every interface of the device by the port on which it was heard. A device may use its AL
 // MAC on its own bridge, too; a bridge here then reports it like an interface MAC, in an entry
-// without an AL MAC. That entry is skipped, as it is not another interface of the device.
+// without an AL MAC. That entry is skipped if the device is heard on the same port, as it is not
+// another interface of the device.
 Outcome sendToNeighbor(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId, const MsgBody& body,
                        bool isResponse) {
     const PortsInUse guard;
     Message message(msgType, body);
     Outcome outcome{.built = !message.failed()};
     if (message.failed()) return outcome;
-    const bool byAlMac = isKnownAlMac(dstMac);
     for (auto& port : getIntfPorts()) {
         const IntfTable* intf = intfOf(port);
         if (intf == nullptr) continue;
+        const bool byAlMac = isHeardAlMac(*intf, dstMac);
         const TlvList& tlvs = message.forPort(port);
         if (message.failed()) return {.built = false, .left = outcome.left};
         for (const auto& nbr : intf->nbrs) {
@@ -352,14 +351,14 @@ int send1905McastMsg(const Port& port, uint16_t msgType, uint16_t msgId, bool re
         return result;
     }
     // To recognize it if a neighbor relays it back.
-    (void)registerGenRecvMsg(*getAlMac(), msgType, msgId);
+    registerGenRecvMsg(*getAlMac(), msgType, msgId);
     if (registerQuery) (void)registerQueriedMsg(*getAlMac(), msgType, msgId);
     return kOk;
 }
 
-bool registerGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId) {
+void registerGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId) {
     LOG(4, "alMac = " MAC_FMT ", msgType = %d, msgId = %d\r\n", MAC_ARGS(alMac), msgType, msgId);
-    return module().genRecvMsgs.store(alMac, msgType, msgId) > kGenRecvLifetime;
+    module().genRecvMsgs.store(alMac, msgType, msgId);
 }
 
 bool lookupGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId) {
@@ -376,7 +375,7 @@ int registerQueriedMsg(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId) 
     const MacAddr alMac = alMacOf(dstMac);
     LOG(4, "alMac = " MAC_FMT ", macDa = " MAC_FMT ", type = %d, id = %d\r\n", MAC_ARGS(alMac),
         MAC_ARGS(dstMac), msgType, msgId);
-    (void)module().queriedMsgs.store(alMac, msgType, msgId);
+    module().queriedMsgs.store(alMac, msgType, msgId);
     return kOk;
 }
 

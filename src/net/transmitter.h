@@ -47,9 +47,8 @@ int send1905UcastMsg(const Port& port, const MacAddr& dstMac, uint16_t msgType, 
 int send1905McastMsg(const Port& port, uint16_t msgType, uint16_t msgId, bool relay,
                      bool registerQuery, const TlvList& tlvs);
 
-// The memory of multicasts that were generated or received in the last 5 seconds. Registering
-// returns false if the new entry replaced one that is not older than that.
-bool registerGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId);
+// The memory of multicasts that were generated or received in the last 5 seconds.
+void registerGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId);
 bool lookupGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId);
 
 // Remembers a query to a neighbor, given by its AL MAC or an interface MAC. kOk, or kFailure

@@ -24,11 +24,8 @@ int sendVendMcastMsg(VendMsgType type, VendPayload&& payload, uint16_t* msgId) {
     return msg ? requestSend1905McastMsg(kMsgVendSpec, vendSpecBody(*msg), msgId) : kFailure;
 }
 
-int sendVendRespMsg(const MacAddr& dstMac, uint16_t msgId, VendMsgType type,
-                    VendPayload&& payload) {
-    const auto msg = makeVendMsg(type, std::move(payload));
-    return msg ? requestSend1905UcastRespMsg(dstMac, kMsgVendSpec, msgId, vendSpecBody(*msg))
-               : kFailure;
+int sendVendRespMsg(const MacAddr& dstMac, uint16_t msgId, const VendMsg& msg) {
+    return requestSend1905UcastRespMsg(dstMac, kMsgVendSpec, msgId, vendSpecBody(msg));
 }
 
 int sendVendDiscMsg(const MacAddr* dstMac) {

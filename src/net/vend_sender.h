@@ -9,13 +9,13 @@
 // A message of this type with this device's OUI and AL MAC; std::nullopt without a database.
 std::optional<VendMsg> makeVendMsg(VendMsgType type, VendPayload&& payload);
 
-// Send a vendor message to one device (AL MAC or interface MAC), to all devices, or to one device
-// as a response under the identifier of the request. *msgId is set as by the functions of
-// transmitter.h, whose result is returned; kFailure without a database.
+// Send a vendor message to one device (AL MAC or interface MAC) or to all devices. *msgId is set as
+// by the functions of transmitter.h, whose result is returned; kFailure without a database.
 int sendVendMsg(const MacAddr& dstMac, VendMsgType type, VendPayload&& payload,
                 uint16_t* msgId = nullptr);
 int sendVendMcastMsg(VendMsgType type, VendPayload&& payload, uint16_t* msgId = nullptr);
-int sendVendRespMsg(const MacAddr& dstMac, uint16_t msgId, VendMsgType type, VendPayload&& payload);
+// Sends a response to one device, under the identifier of the request. The result of the send.
+int sendVendRespMsg(const MacAddr& dstMac, uint16_t msgId, const VendMsg& msg);
 
 // Sends a vendor discovery to a neighbor (AL MAC or interface MAC), or to all if dstMac is nullptr.
 // The result of the send; kFailure without a database.

@@ -5,6 +5,7 @@
 #include "base/log.h"
 #include "base/result.h"
 #include "base/state.h"
+#include "db/data_model_update.h"
 #include "db/database.h"
 #include "db/device_table.h"
 #include "net/vend_sender.h"
@@ -15,6 +16,8 @@
 #include "wire/vend_payloads.h"
 
 namespace {
+
+constexpr Seconds kLongPause = 3600;
 
 auto& syncs() {
     return stateOf<WifiSyncState>().syncs;
@@ -44,11 +47,14 @@ bool isWanted(const Ieee1905DevTable& dev) {
 
 void handOut(const Kind& kind, const MacAddr& almac, const std::string& text,
              WifiSyncStanding& standing) {
-    if (standing.acknowledged || standing.sent > scheduleSettings().WIFISync_LoopCount) return;
-    if (standing.sent == scheduleSettings().WIFISync_LoopCount)
-        LOG(2, "%s: no acknowledgement from (" MAC_FMT "), last attempt\n", kind.name,
-            MAC_ARGS(almac));
+    const int limit = scheduleSettings().WIFISync_LoopCount;
+    if (standing.acknowledged) return;
+    if (standing.sent > limit && now() - standing.time < kLongPause) return;
+    if (standing.sent == limit)
+        LOG(2, "%s: no acknowledgement from (" MAC_FMT "), one attempt an hour from now on\n",
+            kind.name, MAC_ARGS(almac));
     standing.sent++;
+    standing.time = now();
     (void)sendVendMsg(almac, kind.renew, TextPayload{*getAlMac(), text}, &standing.msgId);
 }
 
@@ -86,17 +92,27 @@ void noteWifiSyncSent(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
     if (topol == nullptr) return;
     for (const auto& dev : topol->devs) {
         if (almac.isZero() ? dev.role == PLATFORM_ENROLLEE : dev.alMac == almac)
-            sync.devices[dev.alMac] = {msgId, 1, false};
+            sync.devices[dev.alMac] = {msgId, 1, false, now()};
     }
 }
 
-void noteWifiSyncAck(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
+bool noteWifiSyncAck(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
                      std::string_view result) {
     auto& devices = syncs().at(kind).devices;
     const auto it = devices.find(almac);
     // An answer to an earlier message says nothing about the current text.
-    if (it == devices.end() || it->second.msgId != msgId) return;
-    it->second.acknowledged = result == "success";
-    if (!it->second.acknowledged)
-        LOG(2, "%s: refused by (" MAC_FMT ")\n", kKinds[kind].name, MAC_ARGS(almac));
+    if (it == devices.end() || it->second.msgId != msgId) return true;
+    const bool success = result == "success";
+    if (!success) LOG(2, "%s: refused by (" MAC_FMT ")\n", kKinds[kind].name, MAC_ARGS(almac));
+    if (it->second.acknowledged) return success;
+    it->second.acknowledged = success;
+    return true;
+}
+
+void forgetWifiSync(const MacAddr& almac) {
+    for (WifiSync& sync : syncs()) sync.devices.erase(almac);
+    Ieee1905DevTable* dev = getIeee1905DevTableById(almac);
+    if (dev == nullptr) return;
+    dev->apAutoConf.syncFlags = {};
+    requestUpdateDataModel(0);
 }

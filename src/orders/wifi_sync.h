@@ -1,5 +1,5 @@
 // The Wi-Fi state and the Wi-Fi channels that a Registrar sends to its Enrollees: to each one until
-// it has acknowledged the text, and again after the text has changed.
+// it has acknowledged the text, and again after the text has changed or the device has restarted.
 #pragma once
 
 #include <array>
@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/clock.h"
 #include "base/mac_addr.h"
 
 enum WifiSyncKind : uint8_t { kWifiStateSync, kWifiChannelSync, kWifiSyncNum };
@@ -17,6 +18,7 @@ struct WifiSyncStanding {
     uint16_t msgId = 0;  // of the last transmission
     int sent = 0;        // number of transmissions
     bool acknowledged = false;
+    Seconds time = 0;  // of the last transmission
 };
 
 struct WifiSync {
@@ -28,7 +30,8 @@ struct WifiSyncState {
     std::array<WifiSync, kWifiSyncNum> syncs;
 };
 
-// Send the current text to the Enrollees that need it. kOk, or kFailure if there is no text or this
+// Send the current text to the Enrollees that need it: every 30 seconds, and after five attempts
+// once an hour. kOk, or kFailure if there is no text or this
 // device is not the Registrar.
 int checkWIFIStateSync();
 int checkWIFIChannelSync();
@@ -37,6 +40,10 @@ int checkWIFIChannelSync();
 // the address is all zero.
 void noteWifiSyncSent(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
                       std::string_view text);
-// Notes the result text ("success" or another) that the device answered to the message msgId.
-void noteWifiSyncAck(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
+// Notes the result text ("success" or another) that the device answered to the message msgId. False
+// if it must be ignored: a late failure after a success.
+bool noteWifiSyncAck(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
                      std::string_view result);
+// Notes that the device has restarted or was reset: it gets all texts again, and its
+// acknowledgements of renews no longer count.
+void forgetWifiSync(const MacAddr& almac);

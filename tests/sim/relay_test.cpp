@@ -73,5 +73,30 @@ TEST(Relay, EachNotificationEndsSoon) {
     }
 }
 
+// More messages go around a ring than its devices remember.
+TEST(Relay, AStormEnds) {
+    Mesh mesh;
+    std::vector<Device> ring;
+    for (const auto* name : {"a", "b", "c", "d"})
+        ring.push_back(mesh.addDevice(name, {.intfs = {"eth0", "eth1"}}));
+    for (size_t i = 0; i < ring.size(); i++)
+        mesh.tap(mesh.cable(ring[i], "eth0", ring[(i + 1) % ring.size()], "eth1"));
+    mesh.run(30);
+    mesh.in(ring[0], [] {
+        for (uint8_t n = 1; n <= 100; n++) {
+            const MacAddr stranger{2, 0xEE, 0, 0, 0, n};
+            EXPECT_TRUE(fakeNet().inject("eth0", frame1905(k1905Multicast, stranger, kMsgTopolNtf,
+                                                           n, macTlv(1, stranger) + endOfMsg())));
+        }
+    });
+    mesh.run(1);  // throws if the devices never come to rest
+    const auto notifications = [&] {
+        return std::ranges::count(mesh.frames(Segment{0}), kMsgTopolNtf, &Sent::type);
+    };
+    EXPECT_GE(notifications(), 64);
+    mesh.run(1);
+    EXPECT_LT(notifications(), 8) << "those of the ring itself";
+}
+
 }  // namespace
 }  // namespace sim

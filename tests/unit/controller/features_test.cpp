@@ -53,11 +53,16 @@ TEST_F(Features, SettingsAreHandedOutUntilAcknowledged) {
     acknowledge("success", lastId_ + 1);
     EXPECT_EQ(run(30, kRenew), "29>1 ") << "another message was acknowledged";
     acknowledge("success", lastId_);
-    EXPECT_EQ(run(60, kRenew), "");
+    advance(6);
+    fakePlatform().calls.clear();
+    acknowledge("fail", lastId_);
+    EXPECT_FALSE(fakePlatform().called("setWIFIChannelSyncList"));
+    EXPECT_EQ(run(54, kRenew), "") << "a late failure of the same message";
 
     fakePlatform().wifiChannelSync = "11 36";
     fakePlatform().notApproved.clear();
     EXPECT_EQ(run(200, kRenew), "29>1 29>2 59>1 59>2 89>1 89>2 119>1 119>2 149>1 149>2 ");
+    EXPECT_EQ(run(7200, kRenew), "3549>1 3549>2 7149>1 7149>2 ") << "once an hour";
     (void)removeIeee1905DevTable(kOther.al);
     EXPECT_EQ(run(30, kRenew), "");
     meet(kOther, 3);
@@ -67,6 +72,36 @@ TEST_F(Features, SettingsAreHandedOutUntilAcknowledged) {
     EXPECT_EQ(run(60, kRenew), "") << "too long for a message, so it is not sent at all";
     getAlTable()->wpsConfig[0] = 1;
     EXPECT_EQ(run(90, kRenew), "") << "an Enrollee sends no settings";
+}
+
+TEST_F(Features, ARestartedEnrolleeGetsTheSettingsAgain) {
+    unsigned id = 1000;
+    const Frame al = bytesOf(kPeer.al);
+    const auto uptime = [&](const char* seconds) {
+        (void)tell(kPeer, ++id, 1, al + hex("01") + item(15, seconds));
+    };
+    const auto announce = [&](unsigned msgId) {
+        (void)tell(kPeer, msgId, 45, al + bytesOf(kPeer.intf));
+    };
+    const std::pair<std::function<void()>, bool> eventAgain[] = {
+        {[&] { (void)tell(kPeer, ++id, 23, {16}); }, false},
+        {[&] { (void)tell(kPeer, ++id, 23, {0}); }, true},
+        {[&] { uptime("100"), uptime("200"), uptime(""); }, false},
+        {[&] { uptime("200"), uptime("50"); }, true},
+        {[&] { announce(3), announce(65000), announce(500), announce(600); }, false},
+        // Its identifiers begin anew.
+        {[&] { announce(4); }, true},
+        {[&] { announce(4), announce(5); }, false}};
+    fakePlatform().wifiChannelSync = "6 36";
+    fakePlatform().notApproved.insert(kOther.al);
+    (void)run(31, kRenew);
+    for (const auto& [event, again] : eventAgain) {
+        acknowledge("success", lastId_);
+        dev(kPeer).apAutoConf.syncFlags = {1, 1, 1, 1};
+        event();
+        EXPECT_EQ(run(30, kRenew).empty(), !again) << id;
+        EXPECT_EQ(dev(kPeer).apAutoConf.syncFlags[3], again ? 0 : 1) << id;
+    }
 }
 
 TEST_F(Features, SpeedTestOrdersAreRepeatedUntilAcknowledged) {

@@ -201,22 +201,34 @@ TEST_F(Receiver, OwnMessagesAndDuplicatesAreDropped) {
             EXPECT_EQ(sent("eth1").size(), relayed);
         }
     }
-    // In a full table a new message replaces the oldest. If that is recent, it may still circulate,
-    // so the new one is not relayed.
     renew(1);
-    for (unsigned id = 0; id < 67; id++) {
-        if (id == 2) advance(1);
-        if (id == 64) advance(5);
-        (void)receive("eth0", notification(kPeer, id));
-    }
-    EXPECT_EQ(sent("eth1").size(), 66U) << "the last one replaces one of 5 seconds ago";
-    EXPECT_FALSE(lookupGenRecvMsg(kPeer.al, kMsgTopolDisc, 2));
-    EXPECT_TRUE(lookupGenRecvMsg(kPeer.al, kMsgTopolDisc, 3));
-    advance(6);
     // Meant: discovery and notification share their identifiers.
     (void)receive("eth0", discovery(kPeer, 77));
     (void)receive("eth0", notification(kPeer, 77));
     EXPECT_TRUE(sent("eth1").empty());
+}
+
+// However many multicasts arrive, those of known devices are relayed.
+TEST_F(Receiver, RelaysAreLimited) {
+    LogCapture log(2);
+    // The number of relayed notifications, of count devices that send so many each.
+    unsigned id = 0;
+    const auto relayed = [&](unsigned first, unsigned count, unsigned each, const char* from) {
+        for (unsigned n = 0; n < count * each; n++)
+            (void)receive(from, notification(peer(first + n % count), ++id));
+        const auto all = sent(from == std::string("eth0") ? "eth1" : "eth0");
+        return std::ranges::count(all, kMsgTopolNtf, &Sent::type);
+    };
+    meet(kPeer, ++id);
+    meet(kOther, ++id);
+    drop();
+    EXPECT_EQ(relayed(1, 1, 65, "eth0"), 64) << "one device";
+    EXPECT_EQ(relayed(100, 300, 1, "eth0"), 64) << "strangers on one of two ports";
+    EXPECT_EQ(relayed(500, 300, 1, "eth1"), 64) << "those on the other";
+    EXPECT_EQ(relayed(2, 1, 65, "eth0"), 64);
+    EXPECT_EQ(occurrences(log.text(), "too many multicasts"), 1U);
+    advance(1);
+    EXPECT_EQ(relayed(1, 2, 45, "eth0"), 90) << "more than the memory holds";
 }
 
 // sim/discovery_test.cpp checks that fragments are joined.

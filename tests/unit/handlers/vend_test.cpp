@@ -14,16 +14,17 @@ class Vendor : public Device {
         startWithPeer();
     }
     static int tell(unsigned type, const Frame& payload) {
-        return Device::tell(kPeer, 77, type, payload);
+        return Device::tell(kPeer, ++id_, type, payload);
     }
     // The answers to a message, without the blank at the end: "7:01ff 9:00".
     static std::string ask(unsigned type, const Frame& payload) {
         drop();
         fakePlatform().calls.clear();
         (void)tell(type, payload);
-        const std::string answers = orders(77);
+        const std::string answers = orders(id_);
         return answers.substr(0, answers.rfind(' '));
     }
+    inline static unsigned id_ = 77;  // of the last message
 };
 
 TEST_F(Vendor, OrdersToGoDownAreAnsweredAndObeyed) {
@@ -41,6 +42,56 @@ TEST_F(Vendor, OrdersToGoDownAreAnsweredAndObeyed) {
     // If the answer cannot be sent, the order is not obeyed.
     fakeNet().find("eth0")->up = false;
     for (const unsigned type : {4, 22}) EXPECT_EQ(done(type, kOwn), " ");
+}
+
+// The same message arrives by every link and for every interface address.
+TEST_F(Vendor, ACopyIsAnsweredAsBeforeAndNotObeyed) {
+    const Peer again{kPeer.al, peer(3).intf};
+    (void)receive("eth0", discovery(again, 2));
+    const auto count = [](const Peer& from, unsigned id, unsigned type, const Frame& payload) {
+        drop();
+        fakePlatform().calls.clear();
+        (void)Device::tell(from, id, type, payload);
+        std::string all;
+        for (const auto& s : sentVend()) all += s.dst == from.intf && s.id == id ? s.text() : "";
+        return std::pair{all, std::to_string(fakePlatform().calls.size())};
+    };
+    using Effects = std::pair<std::string, std::string>;
+    for (const auto& [type, payload] : std::initializer_list<std::pair<unsigned, Frame>>{
+             {4, kOwn},
+             {14, kOwn + textBytes("x")},
+             {15, kOwn + textBytes("success")},
+             {25, be16(1) + textBytes("8 02:19:05:00:00:01 4")},
+             {29, kOwn + textBytes("a") + textBytes("b")},
+             {30, kOwn + Frame{0}},
+             {34, kOwn + hex("09")},
+             {44, kOwn + hex("0002 01 aabb")}}) {
+        SCOPED_TRACE(type);
+        fakePlatform().wps.deviceType = 1;
+        fakePlatform().results.clear();
+        const unsigned id = ++id_;
+        const Effects first = count(kPeer, id, type, payload);
+        for (const char* busy : {"parseWIFIStateSyncdata", "setAPSteering", "DownloadLogFile"})
+            fakePlatform().results[busy] = 16;
+        const Effects copy{first.first, "0"};
+        EXPECT_EQ(count(again, id, type, payload), copy);
+        advance(5);
+        EXPECT_EQ(count(kPeer, id, type, payload), copy);
+        EXPECT_NE(count({peer(9).al, kPeer.intf}, id, 33, kOwn + hex("09")).second, "0");
+        advance(1);
+        EXPECT_EQ(count(kPeer, id, type, payload).second, first.second) << "too old";
+    }
+    const unsigned oldest = id_ + 1;
+    const auto led = [&](unsigned id) { return count(kPeer, id, 33, kOwn + hex("01")).second; };
+    while (id_ < oldest + 255) (void)led(++id_);
+    EXPECT_EQ(led(oldest), "0");
+    (void)led(++id_);
+    EXPECT_NE(led(oldest), "0") << "the oldest gives way";
+    // If the order could not be answered, it was not obeyed, and a copy gets a second chance.
+    fakeNet().find("eth0")->up = false;
+    EXPECT_EQ(count(kPeer, ++id_, 22, kOwn), Effects("", "0"));
+    fakeNet().find("eth0")->up = true;
+    EXPECT_EQ(count(kPeer, id_, 22, kOwn), Effects("23:00 ", "1"));
 }
 
 TEST_F(Vendor, InterfacePowerControl) {

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 
+#include "db/local_tables.h"
 #include "db/neighbor_aging.h"
 #include "support/device.h"
 #include "support/log_capture.h"
@@ -130,6 +131,13 @@ TEST_F(Transmitter, UnicastsGoToEveryInterfaceOfTheDevice) {
     }
     EXPECT_EQ(requestSend1905UcastRespMsg(peer(3).intf, kMsgTopolResp, 0xABCD, {}), kOk);
     EXPECT_EQ(sent("eth1").at(0).id, 0xABCDU);
+    // An interface may have the AL MAC as its address: on eth1 it is not a second one of the
+    // device, on eth2 it is the only one.
+    (void)addIntfNbrIntf("eth1", kEth1, kMedia, {peer(1).al});
+    (void)addIntfNbrIntf("eth2", kEth2, kMedia, {peer(1).al});
+    EXPECT_EQ(requestSend1905UcastRespMsg(peer(1).al, kMsgTopolResp, 5, {}), kOk);
+    EXPECT_EQ(destinations(), "eth0:1 eth0:2 eth1:3 eth2:1 ");
+    fakeNet().intfs["eth2"].up = false;
     port("eth0").ieee1905Sock = broken();
     EXPECT_EQ(requestSend1905UcastMsg(peer(1).al, kMsgTopolQuery, {}, &used), kOk);
     EXPECT_EQ(used, id + 1) << "the response used none";
