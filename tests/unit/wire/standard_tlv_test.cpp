@@ -186,9 +186,52 @@ TEST_F(StandardTlv, EmptyAndOversizedOnes) {
     (void)requestUpdateBrdgCap();
     EXPECT_FALSE(genDevBrdgCapTlv());
     EXPECT_FALSE(genWscTlv({std::vector<uint8_t>(0x10000), {}})) << "more than 16 bits of length";
-    // Long lists are cut to what can be sent.
-    EXPECT_EQ(genTxMetricTlv({kMac, std::vector<LinkMetric>(2260)})->value.size(), 12U + 47 * 29);
-    EXPECT_EQ(genRxMetricTlv({kMac, std::vector<LinkMetric>(2260)})->value.size(), 12U + 60 * 23);
+}
+
+// Lists leave in parts, and the reader joins them. What has no parts is cut.
+TEST_F(StandardTlv, LongOnesFit) {
+    auto& nbrs = getIntfTable().front().nbrs;
+    LinkMetricInfo links{kMac, std::vector<LinkMetric>(100)};
+    for (uint8_t i = 0; i < 250; i++) {
+        nbrs.push_back({.nbrAlMac = {9, 0, 0, 0, 0, i}, .is1905 = true});
+        nbrs.push_back({.nbrIntfMac = {9, 0, 0, 0, 0, i}});
+        links.links[i % 100].nbrIntfMac.b[5] = i % 100;
+    }
+    DevTopol dev;
+    LinkMetricInfo metrics;
+    std::string parts;
+    const auto send = [&](const std::optional<Tlv>& tlv, auto& record, auto parse) {
+        if (tlv)
+            parts += std::to_string(tlv->type) + ":" + std::to_string(tlv->flatSize1905()) + " ";
+        return tlv && parse(record, flat(tlv)) > 0;
+    };
+    for (size_t i = 0; send(genNon1905NbrDevTlv(0, i), dev, parseNon1905NbrDevTlv); i++) continue;
+    for (size_t i = 0; send(gen1905NbrDevTlv(0, i), dev, parse1905NbrDevTlv); i++) continue;
+    for (size_t i = 0; send(genTxMetricTlv(links, i), metrics, parseTxMetricTlv); i++) continue;
+    for (size_t i = 0; send(genRxMetricTlv(links, i), metrics, parseRxMetricTlv); i++) continue;
+    EXPECT_EQ(parts, "6:1395 6:135 7:1395 7:387 9:1378 9:1378 9:189 10:1395 10:935 ");
+    EXPECT_EQ(dev.non1905Lists.size() + dev.ieee1905Lists.size(), 2U);
+    EXPECT_EQ(dev.non1905NbrNum() + dev.ieee1905NbrNum(), 2U * 252);
+    EXPECT_EQ(metrics.links.size(), 100U);
+
+    LogCapture log(2);
+    for (uint8_t i = 2; i < 200; i++) {
+        fakePlatform().intfs.push_back({"eth" + std::to_string(i), {9, 0, 0, 0, 1, i}});
+        getIntfTable().emplace_back().mac = {9, 0, 0, 0, 1, i};
+    }
+    EXPECT_TRUE(send(genDevInfoTlv(), dev, parseDevInfo));
+    EXPECT_EQ(dev.intfs.size(), 154U);
+    getAlTable()->brdgTuples = {{{kMac}}, {std::vector<MacAddr>(240)}, {{kMac}}};
+    EXPECT_TRUE(send(genDevBrdgCapTlv(), dev, parseDevBrdgCapTlv));
+    EXPECT_EQ(dev.brdgTuples.at(1).macs.size(), 231U);
+    EXPECT_EQ(occurrences(log.text(), " is cut to "), 2U);
+    // A record that would be too long is refused as such.
+    nbrs.resize(4300, nbrs.back());
+    for (size_t i = 0; send(genNon1905NbrDevTlv(0, i), dev, parseNon1905NbrDevTlv); i++) continue;
+    EXPECT_EQ(dev.non1905NbrNum(), 252U + 16 * 231);
+    const std::string said = log.text();
+    EXPECT_EQ(occurrences(said, "beyond the limits"), 1U);
+    EXPECT_EQ(occurrences(said, "invalid"), 0U);
 }
 
 TEST_F(StandardTlv, DecodedContentIsWhatWasEncoded) {
