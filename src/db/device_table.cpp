@@ -1,5 +1,7 @@
 #include "db/device_table.h"
 
+#include <unordered_set>
+
 #include "base/log.h"
 #include "base/result.h"
 #include "db/change_log.h"
@@ -16,13 +18,19 @@ auto findList(List& lists, const MacAddr& localIntfMac) {
                         [&](const auto& list) { return list.localIntfMac == localIntfMac; });
 }
 
-bool holds(const std::vector<MacAddr>& list, const MacAddr& mac) {
-    return std::find(list.begin(), list.end(), mac) != list.end();
+const MacAddr& macOf(const MacAddr& nbr) {
+    return nbr;
+}
+const MacAddr& macOf(const Ieee1905Nbr& nbr) {
+    return nbr.alMac;
 }
 
-bool holds(const std::vector<Ieee1905Nbr>& list, const MacAddr& alMac) {
-    return std::any_of(list.begin(), list.end(),
-                       [&](const Ieee1905Nbr& nbr) { return nbr.alMac == alMac; });
+// The neighbors of a list for fast lookup: there may be thousands.
+template <typename Nbr>
+std::unordered_set<MacAddr> setOf(const std::vector<Nbr>& list) {
+    std::unordered_set<MacAddr> macs(list.size());
+    for (const auto& nbr : list) macs.insert(macOf(nbr));
+    return macs;
 }
 
 // Who reports a change in the log: the remote device if it had such a list before, else this
@@ -41,7 +49,7 @@ void logChange(ChangeEvent event, const Reporter& reporter, ChangeNbrType type,
 
 // Addresses of the mesh itself are no news.
 void logNon1905Changes(const DevTopol& old, const DevTopol& next, const Reporter& self) {
-    MeshMacs mesh(&next);
+    MeshMacs mesh(*getAlTable(), &next);
     const auto log = [&](ChangeEvent event, const Reporter& reporter, const MacAddr& mac) {
         if (!mesh.contains(mac)) logChange(event, reporter, kNon1905Nbr, mac);
     };
@@ -52,16 +60,19 @@ void logNon1905Changes(const DevTopol& old, const DevTopol& next, const Reporter
             continue;
         }
         const Reporter device{next.alMac, list.localIntfMac};
+        const auto olds = setOf(before->nbrs), news = setOf(list.nbrs);
         for (const auto& mac : list.nbrs) {
-            if (!holds(before->nbrs, mac)) log(kNewNeighbor, device, mac);
+            if (!olds.contains(mac)) log(kNewNeighbor, device, mac);
         }
         for (const auto& mac : before->nbrs) {
-            if (!holds(list.nbrs, mac)) log(kLostNeighbor, device, mac);
+            if (!news.contains(mac)) log(kLostNeighbor, device, mac);
         }
     }
 }
 
 void log1905Changes(const DevTopol& old, const DevTopol& next, const Reporter& self) {
+    std::unordered_set<MacAddr> olds;
+    if (!old.ieee1905Lists.empty()) olds = setOf(old.ieee1905Lists.front().nbrs);
     for (const auto& list : next.ieee1905Lists) {
         if (old.ieee1905Lists.empty()) {
             for (const auto& nbr : list.nbrs) {
@@ -71,13 +82,15 @@ void log1905Changes(const DevTopol& old, const DevTopol& next, const Reporter& s
         }
         // Meant: each list is compared with the first old one, whatever its interface, and losses
         // are logged only if the new list is empty.
-        const auto& before = old.ieee1905Lists.front().nbrs;
         const Reporter device{next.alMac, list.localIntfMac};
         for (const auto& nbr : list.nbrs) {
-            if (!holds(before, nbr.alMac)) logChange(kNewNeighbor, device, kIeee1905Nbr, nbr.alMac);
+            if (!olds.contains(nbr.alMac)) {
+                logChange(kNewNeighbor, device, kIeee1905Nbr, nbr.alMac);
+            }
         }
         if (!list.nbrs.empty()) continue;
-        for (const auto& nbr : before) logChange(kLostNeighbor, device, kIeee1905Nbr, nbr.alMac);
+        for (const auto& nbr : old.ieee1905Lists.front().nbrs)
+            logChange(kLostNeighbor, device, kIeee1905Nbr, nbr.alMac);
     }
 }
 
@@ -92,14 +105,16 @@ void takeOverIntfState(const DevTopol& old, DevTopol& next) {
     }
 }
 
-// True if this response and those of all other devices have more entries than the database may
-// hold. The limit also bounds the size of the data model.
-bool isTooMuch(const DevTopol& dev) {
-    size_t total = dev.entryNum();
-    for (const auto& other : getIeee1905DevTables()) {
-        if (other.alMac != dev.alMac) total += other.entryNum();
+// True if the records of all remote devices would take too much memory with this response.
+bool isTooMuch(const DevTopol& dev, const Ieee1905DevTable* stored) {
+    size_t total = dev.memory();
+    for (const auto& other : getIeee1905DevTables()) total += other.memory();
+    if (stored != nullptr) {
+        total -= stored->DevTopol::memory();
+    } else {
+        total += sizeof(Ieee1905DevTable);
     }
-    return total > kMaxMeshEntries;
+    return total > kMaxMeshBytes;
 }
 
 }  // namespace
@@ -112,13 +127,13 @@ int updateIeee1905DevTable(const MacAddr& intfMac, uint32_t mediaType, DevTopol&
     }
     if (getIntfTableById(intfMac, mediaType) == nullptr) return kFailure;
 
-    if (isTooMuch(dev)) {
+    Ieee1905DevTable* stored = getIeee1905DevTableById(dev.alMac);
+    if (isTooMuch(dev, stored)) {
         LOG(2, "the database is full, refuse the topology of (" MAC_FMT ")\r\n",
             MAC_ARGS(dev.alMac));
         return kFailure;
     }
     const Reporter self{*getAlMac(), intfMac};
-    Ieee1905DevTable* stored = getIeee1905DevTableById(dev.alMac);
     if (stored != nullptr) {
         logNon1905Changes(*stored, dev, self);
         log1905Changes(*stored, dev, self);

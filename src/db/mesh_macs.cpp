@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "db/database.h"
-
 bool MeshMacs::contains(const MacAddr& mac) {
     if (macs_.empty()) collect();
     return std::ranges::binary_search(macs_, mac);
@@ -18,15 +16,15 @@ std::vector<MacAddr> MeshMacs::hostsOf(const std::vector<MacAddr>& macs) {
 }
 
 void MeshMacs::collect() {
-    if (const MacAddr* own = getAlMac()) macs_.push_back(*own);
-    for (const auto& intf : getIntfTable()) {
+    macs_.push_back(al_.alMac);
+    for (const auto& intf : al_.intfs) {
         macs_.push_back(intf.mac);
         for (const auto& nbr : intf.nbrs) {
             if (nbr.is1905) macs_.insert(macs_.end(), {nbr.nbrAlMac, nbr.nbrIntfMac});
         }
     }
-    for (const auto& dev : getNbrDevTable()) macs_.push_back(dev.alMac);
-    for (const auto& dev : getIeee1905DevTables()) add(dev);
+    for (const auto& dev : al_.nbrDevs) macs_.push_back(dev.alMac);
+    for (const auto& dev : al_.topol.devs) add(dev);
     if (more_ != nullptr) add(*more_);
     std::ranges::sort(macs_);
 }

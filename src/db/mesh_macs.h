@@ -1,5 +1,5 @@
-// The addresses that belong to the devices of the mesh. A bridge learns them like those of any host,
-// but they are no hosts.
+// The addresses that belong to the devices of the mesh. A bridge learns them like those of any
+// host, but they are no hosts.
 #pragma once
 
 #include <vector>
@@ -9,8 +9,8 @@
 // The AL MACs and interface MACs of this device, of its 1905 neighbors and of all remote devices.
 class MeshMacs {
   public:
-    // more, if given, is a device that the database does not have yet. It must live as long.
-    explicit MeshMacs(const DevTopol* more = nullptr) : more_(more) {}
+    // more, if given, is a device that the database does not have yet. Both must live as long.
+    explicit MeshMacs(const AlTable& al, const DevTopol* more = nullptr) : al_(al), more_(more) {}
 
     // Collects the addresses at the first call.
     bool contains(const MacAddr& mac);
@@ -21,6 +21,7 @@ class MeshMacs {
     void collect();
     void add(const DevTopol& dev);
 
+    const AlTable& al_;
     const DevTopol* more_;
     std::vector<MacAddr> macs_;  // sorted
 };

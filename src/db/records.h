@@ -18,7 +18,7 @@ inline constexpr size_t kMaxIntfNbrs = 4096;
 inline constexpr size_t kMaxNbrDevs = 4096;
 inline constexpr size_t kMaxDevEntries = 255;  // interfaces, tuples and lists of a remote device
 inline constexpr size_t kMaxDevNbrs = 4096;    // neighbors of a remote device, of each kind
-inline constexpr size_t kMaxMeshEntries = 131072;  // sum of entryNum() over all remote devices
+inline constexpr size_t kMaxMeshBytes = 16U << 20;  // sum of memory() over all remote devices
 
 enum NbrMsgType : int { kNbrDiscovery = 0, kNbrNotification = 1, kNbrResponse = 3 };
 
@@ -28,6 +28,13 @@ enum ChangeNbrType : uint32_t { kIeee1905Nbr = 0, kNon1905Nbr = 1 };
 using MediaInfo = std::vector<uint8_t>;  // media-specific information, at most 255 bytes
 
 inline constexpr Seconds kSilenceLimit = 130;  // a 1905 neighbor that is silent this long is gone
+
+// The bytes that a list allocates.
+template <typename T>
+size_t memoryOf(const std::vector<T>& list) {
+    constexpr size_t kAllocation = 16;  // what the allocator adds
+    return list.capacity() == 0 ? 0 : kAllocation + list.capacity() * sizeof(T);
+}
 
 // A neighbor interface seen on a local interface.
 struct IntfNbrDev {
@@ -264,12 +271,14 @@ struct DevTopol {
         for (const auto& list : ieee1905Lists) n += list.nbrs.size();
         return n;
     }
-    // The size for kMaxMeshEntries: each neighbor, interface, bridged address and eight bytes of
-    // media-specific information count as one.
-    size_t entryNum() const {
-        size_t n = non1905NbrNum() + ieee1905NbrNum();
-        for (const auto& intf : intfs) n += 1 + intf.mediaInfo.size() / 8;
-        for (const auto& tuple : brdgTuples) n += tuple.macs.size();
+    // The memory that the lists take.
+    size_t memory() const {
+        size_t n = memoryOf(intfs) + memoryOf(non1905Lists) + memoryOf(ieee1905Lists) +
+                   memoryOf(brdgTuples);
+        for (const auto& intf : intfs) n += memoryOf(intf.mediaInfo);
+        for (const auto& list : non1905Lists) n += memoryOf(list.nbrs);
+        for (const auto& list : ieee1905Lists) n += memoryOf(list.nbrs);
+        for (const auto& tuple : brdgTuples) n += memoryOf(tuple.macs);
         return n;
     }
 };
@@ -278,6 +287,13 @@ struct DevTopol {
 struct Ieee1905DevTable : DevTopol, VendItems {
     uint8_t status = 0;
     std::array<uint8_t, 2> wifiSync{};  // from the Wi-Fi sync list of the platform
+
+    // The memory of the whole record.
+    size_t memory() const {
+        size_t n = sizeof *this + DevTopol::memory() + memoryOf(wifiClients) + memoryOf(info.ipv6);
+        for (const auto& address : info.ipv6) n += address.capacity();
+        return n;
+    }
 };
 
 struct ChangeLogEntry {

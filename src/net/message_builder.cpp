@@ -24,6 +24,12 @@ class Builder {
         if (tlv) list_.push_back(std::move(*tlv));
         return *this;
     }
+    // Adds the TLVs of all parts of a list.
+    template <typename Gen>
+    Builder& parts(const Gen& gen) {
+        for (size_t part = 0; auto tlv = gen(part); part++) may(std::move(tlv));
+        return *this;
+    }
     TlvList take() { return failed_ ? TlvList{} : std::move(list_); }
 
   private:
@@ -35,14 +41,22 @@ TlvList genTopolResp() {
     Builder builder;
     builder.must(genDevInfoTlv()).may(genDevBrdgCapTlv());
     const unsigned intfNum = getIntfNum();
-    for (unsigned i = 0; i < intfNum; i++) builder.may(genNon1905NbrDevTlv(i));
-    for (unsigned i = 0; i < intfNum; i++) builder.may(gen1905NbrDevTlv(i));
+    for (unsigned i = 0; i < intfNum; i++) {
+        builder.parts([i](size_t part) { return genNon1905NbrDevTlv(i, part); });
+    }
+    for (unsigned i = 0; i < intfNum; i++) {
+        builder.parts([i](size_t part) { return gen1905NbrDevTlv(i, part); });
+    }
     return builder.must(genAlMacTlv()).take();
 }
 
 void addMetrics(Builder& builder, const LinkMetricInfo& info, uint8_t metrics) {
-    if (metrics == 0 || metrics == 2) builder.must(genTxMetricTlv(info));
-    if (metrics == 1 || metrics == 2) builder.must(genRxMetricTlv(info));
+    if (metrics == 0 || metrics == 2) {
+        builder.parts([&](size_t part) { return genTxMetricTlv(info, part); });
+    }
+    if (metrics == 1 || metrics == 2) {
+        builder.parts([&](size_t part) { return genRxMetricTlv(info, part); });
+    }
 }
 
 bool isNbrDev(const MacAddr& alMac) {

@@ -69,7 +69,7 @@ void writeOwnIntfs(JsonWriter& out, const AlTable& al) {
 }
 
 void writeTopology(JsonWriter& out, const AlTable& al, const TopolTable& topol) {
-    const DataModel model{al, {al, topol}};
+    DataModel model{al, Hearings(al, topol), MeshMacs(al)};
 
     out.beginObject("NetworkTopology");
     out.boolean("Enable", topol.enable == 1);

@@ -1,7 +1,6 @@
 #include "publish/json_device.h"
 
 #include <algorithm>
-#include <unordered_set>
 
 #include "base/result.h"
 #include "platform/autoconfig.h"
@@ -10,10 +9,10 @@
 
 namespace {
 
-// The near end of a link, as far as it is known.
+// The near end of a link.
 struct LocalIntf {
     std::string reference;
-    uint32_t mediaType = NbrIntf::kNoMediaType;
+    LinkEnd end;
 };
 
 // The interface of the device with this MAC. The reference is empty if the device lists neighbors
@@ -22,9 +21,10 @@ LocalIntf findLocalIntf(const Ieee1905DevTable& dev, const MacAddr& mac) {
     size_t number = 0;
     for (const auto& intf : dev.intfs) {
         number++;
-        if (intf.mac == mac) return {"Interface." + std::to_string(number), intf.mediaType};
+        if (intf.mac != mac) continue;
+        return {"Interface." + std::to_string(number), {mac, intf.mediaType}};
     }
-    return {};
+    return {"", {.mac = mac}};
 }
 
 void writeWifiLink(JsonWriter& out, const WifiClient& client) {
@@ -37,7 +37,7 @@ void writeWifiLink(JsonWriter& out, const WifiClient& client) {
 }
 
 void writeIeee1905Nbr(JsonWriter& out, size_t number, std::string_view localIntf,
-                      const Ieee1905Nbr& nbr, const NbrIntf& nbrIntf, const WifiClient* client) {
+                      const Ieee1905Nbr& nbr, const LinkEnd& nbrIntf, const WifiClient* client) {
     out.beginObject("IEEE1905Neighbor.", number);
     out.text("LocalInterface", localIntf);
     out.mac("NeighborDeviceId", nbr.alMac);
@@ -49,27 +49,30 @@ void writeIeee1905Nbr(JsonWriter& out, size_t number, std::string_view localIntf
     out.end();
 }
 
+// One object for each entry of the lists.
 void writeIeee1905Nbrs(JsonWriter& out, const DataModel& model, const Ieee1905DevTable& dev) {
     size_t number = 0;
-    // The Wi-Fi links of a neighbor are written at its first entry. Every further entry of the
-    // neighbor is another link.
-    std::unordered_set<MacAddr> written;
+    FreeClients clients;
+    for (const auto& client : dev.wifiClients) {
+        // A zero owner marks a station that is no 1905 device.
+        if (!client.ownerAlMac.isZero()) clients.push_back(&client);
+    }
     for (const auto& list : dev.ieee1905Lists) {
-        const LocalIntf local = findLocalIntf(dev, list.localIntfMac);
+        const auto [reference, local] = findLocalIntf(dev, list.localIntfMac);
         for (const auto& nbr : list.nbrs) {
-            if (written.insert(nbr.alMac).second &&
-                checkIeee1905NbrIsWIFI(out, dev, nbr, number, local.reference) > 0) {
-                continue;
+            const LinkEnd far = model.hearings.intfOf(nbr.alMac, dev.alMac, local);
+            if (checkIeee1905NbrIsWIFI(out, clients, nbr, number, reference, local.mediaType,
+                                       far.mac) == 0) {
+                writeIeee1905Nbr(out, ++number, reference, nbr, far, nullptr);
             }
-            writeIeee1905Nbr(out, ++number, local.reference, nbr,
-                             model.hearings.intfOf(nbr.alMac, dev.alMac, local.mediaType), nullptr);
         }
     }
 }
 
-void writeNon1905Nbrs(JsonWriter& out, const Ieee1905DevTable& dev) {
+void writeNon1905Nbrs(JsonWriter& out, const Ieee1905DevTable& dev,
+                      const std::vector<Non1905NbrList>& lists) {
     size_t number = 0;
-    for (const auto& list : dev.non1905Lists) {
+    for (const auto& list : lists) {
         const LocalIntf local = findLocalIntf(dev, list.localIntfMac);
         for (const auto& mac : list.nbrs) {
             const WifiClient* client = nullptr;
@@ -82,7 +85,7 @@ void writeNon1905Nbrs(JsonWriter& out, const Ieee1905DevTable& dev) {
                 writeWifiLink(out, *client);
             } else {
                 // A neighbor that is no station has the media type of the interface.
-                out.text("MediaType", non1905NbrMediaLabel(local.mediaType, ""));
+                out.text("MediaType", non1905NbrMediaLabel(local.end.mediaType, ""));
             }
             out.end();
         }
@@ -120,35 +123,45 @@ void writeBrdgTuples(JsonWriter& out, const Ieee1905DevTable& dev) {
 }  // namespace
 
 Hearings::Hearings(const AlTable& al, const TopolTable& topol) {
-    std::vector<Hearing>& own = heardBy_[al.alMac];
+    numbers_.reserve(topol.devs.size() + 1);
+    numbers_.emplace(al.alMac, 0);
+    size_t number = 0;
+    for (const auto& dev : topol.devs) numbers_.emplace(dev.alMac, ++number);
+    of_.resize(number + 1);
     for (const auto& intf : al.intfs) {
         for (const auto& nbr : intf.nbrs) {
-            if (nbr.is1905) own.push_back({nbr.nbrAlMac.number(), {intf.mac, intf.mediaType}});
+            if (nbr.is1905) add(nbr.nbrAlMac, {0, nbr.nbrIntfMac, {intf.mac, intf.mediaType}});
         }
     }
+    size_t by = 0;
     for (const auto& dev : topol.devs) {
-        std::vector<Hearing>& hearings = heardBy_[dev.alMac];
+        by++;
         for (const auto& list : dev.ieee1905Lists) {
-            const NbrIntf intf{list.localIntfMac, findLocalIntf(dev, list.localIntfMac).mediaType};
-            hearings.reserve(hearings.size() + list.nbrs.size());
-            for (const auto& nbr : list.nbrs) hearings.push_back({nbr.alMac.number(), intf});
+            const LinkEnd intf = findLocalIntf(dev, list.localIntfMac).end;
+            for (const auto& nbr : list.nbrs) add(nbr.alMac, {by, {}, intf});
         }
-    }
-    for (auto& [by, hearings] : heardBy_) {
-        std::stable_sort(hearings.begin(), hearings.end(), isBefore);
     }
 }
 
-NbrIntf Hearings::intfOf(const MacAddr& by, const MacAddr& heard, uint32_t mediaType) const {
-    const auto hearings = heardBy_.find(by);
-    if (hearings == heardBy_.end()) return {};
-    const auto [begin, end] = std::equal_range(hearings->second.begin(), hearings->second.end(),
-                                               Hearing{heard.number(), {}}, isBefore);
-    const auto same = std::find_if(begin, end, [mediaType](const Hearing& hearing) {
-        return hearing.intf.mediaType == mediaType;
-    });
-    if (same != end) return same->intf;
-    return begin != end ? begin->intf : NbrIntf{};
+void Hearings::add(const MacAddr& heard, const Hearing& hearing) {
+    const auto number = numbers_.find(heard);
+    if (number != numbers_.end()) of_[number->second].push_back(hearing);
+}
+
+LinkEnd Hearings::intfOf(const MacAddr& by, const MacAddr& heard, const LinkEnd& on) const {
+    const auto byNumber = numbers_.find(by), heardNumber = numbers_.find(heard);
+    if (byNumber == numbers_.end() || heardNumber == numbers_.end()) return {};
+    LinkEnd best;
+    int bestFit = -1;
+    for (const Hearing& hearing :
+         std::ranges::equal_range(of_[heardNumber->second], byNumber->second, {}, &Hearing::by)) {
+        const int fit = (hearing.heardIntf == on.mac ? 2 : 0) +
+                        (hearing.intf.mediaType == on.mediaType ? 1 : 0);
+        if (fit <= bestFit) continue;
+        best = hearing.intf;
+        bestFit = fit;
+    }
+    return best;
 }
 
 int checkIntfMacMediaType(const Ieee1905DevTable& dev, const MacAddr& mac,
@@ -161,25 +174,35 @@ int checkIntfMacMediaType(const Ieee1905DevTable& dev, const MacAddr& mac,
     return kOk;
 }
 
-int checkIeee1905NbrIsWIFI(JsonWriter& out, const Ieee1905DevTable& dev, const Ieee1905Nbr& nbr,
-                           size_t& number, std::string_view localIntf) {
-    int written = 0;
-    // A zero owner marks a station that is no 1905 device.
-    if (nbr.alMac.isZero()) return written;
-    for (const auto& client : dev.wifiClients) {
-        if (client.ownerAlMac != nbr.alMac) continue;
-        writeIeee1905Nbr(out, ++number, localIntf, nbr, {client.mac, client.mediaType}, &client);
-        written++;
+int checkIeee1905NbrIsWIFI(JsonWriter& out, FreeClients& clients, const Ieee1905Nbr& nbr,
+                           size_t& number, std::string_view localIntf, uint32_t mediaType,
+                           const MacAddr& nbrIntfMac) {
+    constexpr uint32_t kWifi = 0x01;
+    if (mediaType >> 8 != kWifi) return 0;
+    auto chosen = clients.end();
+    for (auto it = clients.begin(); it != clients.end(); ++it) {
+        if ((*it)->ownerAlMac != nbr.alMac || (*it)->mediaType != mediaType) continue;
+        if (chosen == clients.end() || (*it)->mac == nbrIntfMac) chosen = it;
     }
-    return written;
+    if (chosen == clients.end()) return 0;
+    const WifiClient& client = **chosen;
+    clients.erase(chosen);
+    writeIeee1905Nbr(out, ++number, localIntf, nbr, {client.mac, client.mediaType}, &client);
+    return 1;
 }
 
-void writeIeee1905Device(JsonWriter& out, const DataModel& model, const Ieee1905DevTable& dev,
+void writeIeee1905Device(JsonWriter& out, DataModel& model, const Ieee1905DevTable& dev,
                          size_t number) {
+    std::vector<Non1905NbrList> hosts;
+    size_t hostNum = 0;
+    for (const auto& list : dev.non1905Lists) {
+        hosts.push_back({list.localIntfMac, model.mesh.hostsOf(list.nbrs)});
+        hostNum += hosts.back().nbrs.size();
+    }
     out.beginObject("IEEE1905Device.", number);
     out.mac("IEEE1905Id", dev.alMac);
     out.number("InterfaceNumberOfEntries", static_cast<int64_t>(dev.intfs.size()));
-    out.number("NonIEEE1905NeighborNumberOfEntries", static_cast<int64_t>(dev.non1905NbrNum()));
+    out.number("NonIEEE1905NeighborNumberOfEntries", static_cast<int64_t>(hostNum));
     out.number("IEEE1905NeighborNumberOfEntries", static_cast<int64_t>(dev.ieee1905NbrNum()));
     out.number("BridgingTupleNumberOfEntries", static_cast<int64_t>(dev.brdgTuples.size()));
     out.text("FirmwareState", firmwareStateLabel(dev.firmwareState));
@@ -199,7 +222,7 @@ void writeIeee1905Device(JsonWriter& out, const DataModel& model, const Ieee1905
     out.text("DeviceUptime", dev.deviceUptime);
     writeAddressesAndVersions(out, dev.info);
     writeIntfs(out, dev);
-    writeNon1905Nbrs(out, dev);
+    writeNon1905Nbrs(out, dev, hosts);
     writeIeee1905Nbrs(out, model, dev);
     writeBrdgTuples(out, dev);
     out.end();

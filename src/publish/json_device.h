@@ -5,11 +5,12 @@
 #include <unordered_map>
 #include <vector>
 
+#include "db/mesh_macs.h"
 #include "db/records.h"
 #include "publish/json_writer.h"
 
-// The interface at the far end of a link, as far as it is known.
-struct NbrIntf {
+// One end of a link, as far as it is known.
+struct LinkEnd {
     static constexpr uint32_t kNoMediaType = UINT32_MAX;
 
     MacAddr mac;
@@ -21,32 +22,34 @@ struct NbrIntf {
 class Hearings {
   public:
     Hearings(const AlTable& al, const TopolTable& topol);
-    // The interface on which one device (by) hears another (heard), if possible one with this media
-    // type. A zero MAC and no media type if the device is unknown or does not hear the other.
-    NbrIntf intfOf(const MacAddr& by, const MacAddr& heard, uint32_t mediaType) const;
+    // The interface on which one device (by) hears another (heard). If there are several, then the
+    // one on which it hears this interface of the other (on), which only this device knows of its
+    // own, else one with the same media type. A zero MAC and no media type if the device is unknown
+    // or does not hear the other.
+    LinkEnd intfOf(const MacAddr& by, const MacAddr& heard, const LinkEnd& on) const;
 
   private:
-    // A device that is heard, and the interface on which it is heard.
     struct Hearing {
-        uint64_t heard;  // MacAddr::number() of its AL MAC
-        NbrIntf intf;
+        size_t by;          // number of the device that hears
+        MacAddr heardIntf;  // zero: unknown
+        LinkEnd intf;
     };
-    static bool isBefore(const Hearing& left, const Hearing& right) {
-        return left.heard < right.heard;
-    }
+    void add(const MacAddr& heard, const Hearing& hearing);
 
-    // By the device that hears. The lists are sorted for fast lookup: all devices may hear all.
-    std::unordered_map<MacAddr, std::vector<Hearing>> heardBy_;
+    std::unordered_map<MacAddr, size_t> numbers_;  // of all devices, this one first
+    // By the number of the device that is heard, in the order of those that hear it.
+    std::vector<std::vector<Hearing>> of_;
 };
 
 // The database from which the data model is written.
 struct DataModel {
     const AlTable& al;
     Hearings hearings;
+    MeshMacs mesh;
 };
 
 // Writes the object of a remote device with this number (from 1).
-void writeIeee1905Device(JsonWriter& out, const DataModel& model, const Ieee1905DevTable& dev,
+void writeIeee1905Device(JsonWriter& out, DataModel& model, const Ieee1905DevTable& dev,
                          size_t number);
 
 // Points client to the record of the station with this MAC in the Wi-Fi client list of the device;
@@ -54,8 +57,14 @@ void writeIeee1905Device(JsonWriter& out, const DataModel& model, const Ieee1905
 int checkIntfMacMediaType(const Ieee1905DevTable& dev, const MacAddr& mac,
                           const WifiClient*& client);
 
-// Writes one "IEEE1905Neighbor." object for each Wi-Fi link to this neighbor in the client list of
-// the device. number is that of the object written last and is increased; localIntf is the
-// reference to the interface of the device ("Interface.1"). Returns the number of objects written.
-int checkIeee1905NbrIsWIFI(JsonWriter& out, const Ieee1905DevTable& dev, const Ieee1905Nbr& nbr,
-                           size_t& number, std::string_view localIntf);
+// The stations in the Wi-Fi client list of a device that are no link of an object yet.
+using FreeClients = std::vector<const WifiClient*>;
+
+// Writes an "IEEE1905Neighbor." object with the Wi-Fi members if a client is this neighbor and has
+// the medium of the local interface; of several the one with the MAC of the neighbor's interface.
+// Takes the client off the list. number is that of the object written last and is increased;
+// localIntf is the reference to the interface of the device ("Interface.1"). Returns the number of
+// objects written: 0 or 1.
+int checkIeee1905NbrIsWIFI(JsonWriter& out, FreeClients& clients, const Ieee1905Nbr& nbr,
+                           size_t& number, std::string_view localIntf, uint32_t mediaType,
+                           const MacAddr& nbrIntfMac);

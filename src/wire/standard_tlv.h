@@ -2,7 +2,9 @@
 //
 // A generator returns a TLV whose value is in wire order (numbers are big-endian). It returns
 // std::nullopt if there is no database, if the TLV would have no content, or if its length does not
-// fit. Lists are cut to the entries that fit in one TLV.
+// fit. A list that is too long for one TLV is divided into parts, each a TLV of its own: part
+// counts from 0, and there is no TLV past the last part. Device information and bridging capability
+// cannot be divided; they are cut to what fits, with a log line at level 2.
 //
 // A parser takes the bytes from the header of the TLV to the end of the received message. It
 // returns the number of bytes consumed, header included, or 0 if it rejects the TLV, for which it
@@ -92,11 +94,11 @@ struct Wsc {
 [[nodiscard]] std::optional<Tlv> genMacTlv(const MacAddr& mac);
 [[nodiscard]] std::optional<Tlv> genDevInfoTlv();
 [[nodiscard]] std::optional<Tlv> genDevBrdgCapTlv();
-[[nodiscard]] std::optional<Tlv> genNon1905NbrDevTlv(unsigned index);
-[[nodiscard]] std::optional<Tlv> gen1905NbrDevTlv(unsigned index);
+[[nodiscard]] std::optional<Tlv> genNon1905NbrDevTlv(unsigned index, size_t part = 0);
+[[nodiscard]] std::optional<Tlv> gen1905NbrDevTlv(unsigned index, size_t part = 0);
 [[nodiscard]] std::optional<Tlv> genMetricQueryTlv(const MetricQuery& query);
-[[nodiscard]] std::optional<Tlv> genTxMetricTlv(const LinkMetricInfo& info);
-[[nodiscard]] std::optional<Tlv> genRxMetricTlv(const LinkMetricInfo& info);
+[[nodiscard]] std::optional<Tlv> genTxMetricTlv(const LinkMetricInfo& info, size_t part = 0);
+[[nodiscard]] std::optional<Tlv> genRxMetricTlv(const LinkMetricInfo& info, size_t part = 0);
 [[nodiscard]] std::optional<Tlv> genMetricResCodeTlv();
 [[nodiscard]] std::optional<Tlv> genSearchRoleTlv(uint32_t role);         // low 8 bits
 [[nodiscard]] std::optional<Tlv> genAutoConfFreqBandTlv(uint32_t band);   // low 8 bits
@@ -117,10 +119,13 @@ struct Wsc {
 [[nodiscard]] int parseEndOfMsgTlv(Bytes tlv);
 [[nodiscard]] size_t parseAlMacTlv(MacAddr& mac, Bytes tlv);
 [[nodiscard]] size_t parseMacTlv(MacAddr& mac, Bytes tlv);
-// receiverId is stored in the record. It is for the caller and has no further meaning.
+// The four parsers of a topology response reject a TLV with which the device would exceed a limit
+// of db/records.h, with a log line that says so. receiverId is stored in the record. It is for the
+// caller and has no further meaning.
 [[nodiscard]] size_t parseDevInfoTlv(DevTopol& dev, uint16_t receiverId, Bytes tlv);
 [[nodiscard]] size_t parseDevBrdgCapTlv(DevTopol& dev, Bytes tlv);
-// The length of the TLV determines the number of neighbors.
+// The length of the TLV determines the number of neighbors. They join those that the record already
+// has on the interface.
 [[nodiscard]] size_t parseNon1905NbrDevTlv(DevTopol& dev, Bytes tlv);
 [[nodiscard]] size_t parse1905NbrDevTlv(DevTopol& dev, Bytes tlv);
 // The selector, not the length, determines the layout.

@@ -3,6 +3,7 @@
 
 #include "base/log.h"
 #include "db/database.h"
+#include "db/mesh_macs.h"
 #include "wire/standard_tlv.h"
 
 namespace {
@@ -43,36 +44,56 @@ std::span<const T> countable(const std::vector<T>& list) {
     return std::span(list).first(std::min<size_t>(list.size(), 0xFF));
 }
 
-// The number of records that fit in a TLV behind its head. Here and below the rest is left out: a
-// longer TLV could not be sent, and neither could its message.
-constexpr size_t fitting(size_t records, size_t headSize, size_t recordSize) {
-    return std::min(records, (kMaxSentTlvLength - headSize) / recordSize);
+// The part-th of the equal parts into which a list is divided so that each fits in a TLV behind its
+// head. Empty past the end of the list.
+template <typename T>
+std::span<const T> partOf(const std::vector<T>& list, size_t part, size_t headSize,
+                          size_t entrySize) {
+    const size_t most = (kMaxSentTlvLength - headSize) / entrySize;
+    const size_t begin = std::min(list.size(), part * most);
+    return std::span(list).subspan(begin, std::min(list.size() - begin, most));
 }
 
-// The TLV of the neighbors of one kind on an interface.
+// A part of the list of neighbors of one kind on an interface.
 template <uint8_t kType>
-std::optional<Tlv> makeNbrTlv(unsigned index) {
+std::optional<Tlv> makeNbrTlv(unsigned index, size_t part) {
     constexpr bool k1905 = kType == kTlv1905Nbr;
     constexpr size_t kEntrySize = k1905 ? 7 : 6;
     const IntfTable* intf = getIntfTableByIndex(index);
     if (intf == nullptr) return std::nullopt;
-    const size_t num = k1905 ? intf->nbr1905Num() : intf->nbrNon1905Num();
-    if (num == 0) return std::nullopt;
-    return makeTlv(kType, 6 + kEntrySize * fitting(num, 6, kEntrySize), [&](ByteWriter& out) {
+    std::vector<const IntfNbrDev*> all;
+    MeshMacs mesh(*getAlTable());
+    for (const auto& nbr : intf->nbrs) {
+        if (nbr.is1905 != k1905) continue;
+        // A bridge also learns the addresses of the mesh itself, which are no hosts.
+        if (k1905 || !mesh.contains(nbr.nbrIntfMac)) all.push_back(&nbr);
+    }
+    const auto nbrs = partOf(all, part, 6, kEntrySize);
+    if (nbrs.empty()) return std::nullopt;
+    return makeTlv(kType, 6 + kEntrySize * nbrs.size(), [&](ByteWriter& out) {
         out.mac(intf->mac);
-        for (const auto& nbr : intf->nbrs) {
-            if (nbr.is1905 != k1905) continue;
-            out.mac(k1905 ? nbr.nbrAlMac : nbr.nbrIntfMac);
-            if (k1905) out.u8(nbr.bridgeFlag == 1 ? kBridgeFlag : 0);
-            if (!out.ok()) break;
+        for (const IntfNbrDev* nbr : nbrs) {
+            out.mac(k1905 ? nbr->nbrAlMac : nbr->nbrIntfMac);
+            if (k1905) out.u8(nbr->bridgeFlag == 1 ? kBridgeFlag : 0);
         }
     });
 }
 
-// The AL MACs of transmitter and neighbor. Meant: the neighbor's fills both, because devices of
-// this family send and expect it so.
-ByteWriter& writeMetricHead(ByteWriter& out, const LinkMetricInfo& info) {
-    return out.mac(info.alMac).mac(info.alMac);
+// A part of the links to a neighbor, whose first part may be empty. Meant: the AL MAC of the
+// neighbor stands for that of the transmitter too, because devices of this family send and expect
+// it so.
+template <typename WriteLink>
+std::optional<Tlv> makeMetricTlv(uint8_t type, const LinkMetricInfo& info, size_t part,
+                                 size_t linkSize, WriteLink&& writeLink) {
+    const auto links = partOf(info.links, part, 12, linkSize);
+    if (links.empty() && part > 0) return std::nullopt;
+    return makeTlv(type, 12 + linkSize * links.size(), [&](ByteWriter& out) {
+        out.mac(info.alMac).mac(info.alMac);
+        for (const auto& link : links) {
+            out.mac(link.localIntfMac).mac(link.nbrIntfMac).u16(link.mediaType);
+            writeLink(out, link);
+        }
+    });
 }
 
 }  // namespace
@@ -127,6 +148,10 @@ std::optional<Tlv> genDevInfoTlv() {
         if (next > kMaxSentTlvLength) break;
         size = next;
     }
+    if (fit < num) {
+        LOG(2, "the device information is cut to %d of %d interfaces\r\n", static_cast<int>(fit),
+            num);
+    }
     return makeTlv(kTlvDevInfo, size, [&](ByteWriter& out) {
         out.mac(*alMac).u8(fit);
         for (auto it = intfs.begin(); it != end; ++it) {
@@ -139,29 +164,36 @@ std::optional<Tlv> genDevInfoTlv() {
 std::optional<Tlv> genDevBrdgCapTlv() {
     const uint8_t num = getBrdgTupleNum();
     if (num == 0) return std::nullopt;
+    std::vector<std::span<const MacAddr>> tuples;
     size_t size = 1;
-    unsigned fit = 0;
-    for (; fit < num; fit++) {
-        const size_t next = size + 1 + 6 * countable(getBrdgTupleByIndex(fit)->macs).size();
-        if (next > kMaxSentTlvLength) break;
-        size = next;
+    bool cut = false;
+    for (unsigned i = 0; i < num && size < kMaxSentTlvLength; i++) {
+        const auto& macs = getBrdgTupleByIndex(i)->macs;
+        const size_t fit = std::min(countable(macs).size(), (kMaxSentTlvLength - size - 1) / 6);
+        cut = cut || fit < macs.size();
+        if (fit == 0 && !macs.empty()) break;
+        tuples.push_back(std::span(macs).first(fit));
+        size += 1 + 6 * fit;
+    }
+    if (cut || tuples.size() < num) {
+        LOG(2, "the bridging capability is cut to %d bytes, %d of %d tuples\r\n",
+            static_cast<int>(size), static_cast<int>(tuples.size()), num);
     }
     return makeTlv(kTlvDevBrdgCap, size, [&](ByteWriter& out) {
-        out.u8(fit);
-        for (unsigned i = 0; i < fit; i++) {
-            const auto macs = countable(getBrdgTupleByIndex(i)->macs);
+        out.u8(static_cast<uint32_t>(tuples.size()));
+        for (const auto& macs : tuples) {
             out.u8(static_cast<uint32_t>(macs.size()));
             for (const auto& mac : macs) out.mac(mac);
         }
     });
 }
 
-std::optional<Tlv> genNon1905NbrDevTlv(unsigned index) {
-    return makeNbrTlv<kTlvNon1905Nbr>(index);
+std::optional<Tlv> genNon1905NbrDevTlv(unsigned index, size_t part) {
+    return makeNbrTlv<kTlvNon1905Nbr>(index, part);
 }
 
-std::optional<Tlv> gen1905NbrDevTlv(unsigned index) {
-    return makeNbrTlv<kTlv1905Nbr>(index);
+std::optional<Tlv> gen1905NbrDevTlv(unsigned index, size_t part) {
+    return makeNbrTlv<kTlv1905Nbr>(index, part);
 }
 
 std::optional<Tlv> genMetricQueryTlv(const MetricQuery& query) {
@@ -173,26 +205,16 @@ std::optional<Tlv> genMetricQueryTlv(const MetricQuery& query) {
     });
 }
 
-std::optional<Tlv> genTxMetricTlv(const LinkMetricInfo& info) {
-    const size_t num = fitting(info.links.size(), 12, 29);
-    return makeTlv(kTlvTxMetric, 12 + 29 * num, [&](ByteWriter& out) {
-        writeMetricHead(out, info);
-        for (const auto& link : std::span(info.links).first(num)) {
-            out.mac(link.localIntfMac).mac(link.nbrIntfMac).u16(link.mediaType).u8(link.bridgeFlag);
-            out.u32(link.txErrors).u32(link.txPackets);
-            out.u16(link.throughput).u16(link.availability).u16(link.phyRate);
-        }
+std::optional<Tlv> genTxMetricTlv(const LinkMetricInfo& info, size_t part) {
+    return makeMetricTlv(kTlvTxMetric, info, part, 29, [](ByteWriter& out, const auto& link) {
+        out.u8(link.bridgeFlag).u32(link.txErrors).u32(link.txPackets);
+        out.u16(link.throughput).u16(link.availability).u16(link.phyRate);
     });
 }
 
-std::optional<Tlv> genRxMetricTlv(const LinkMetricInfo& info) {
-    const size_t num = fitting(info.links.size(), 12, 23);
-    return makeTlv(kTlvRxMetric, 12 + 23 * num, [&](ByteWriter& out) {
-        writeMetricHead(out, info);
-        for (const auto& link : std::span(info.links).first(num)) {
-            out.mac(link.localIntfMac).mac(link.nbrIntfMac).u16(link.mediaType);
-            out.u32(link.rxErrors).u32(link.rxPackets).u8(link.rssi);
-        }
+std::optional<Tlv> genRxMetricTlv(const LinkMetricInfo& info, size_t part) {
+    return makeMetricTlv(kTlvRxMetric, info, part, 23, [](ByteWriter& out, const auto& link) {
+        out.u32(link.rxErrors).u32(link.rxPackets).u8(link.rssi);
     });
 }
 

@@ -116,15 +116,33 @@ void makeRoom(std::vector<T>& list, size_t more) {
     }
 }
 
-// Appends a list for num neighbors. An ordinary message has at most one list per interface.
+// For a well-formed TLV with more than the record of a device may hold.
+size_t refuse(const MacAddr& alMac, const char* parser = __builtin_FUNCTION(),
+              int line = __builtin_LINE()) {
+    if (DEBUGLEVEL >= 2) {
+        logLine(2, parser, line, "the topology of (" MAC_FMT ") is beyond the limits\r\n",
+                MAC_ARGS(alMac));
+    }
+    return 0;
+}
+
+// The neighbors on an interface, with room for num more: a long list arrives in several TLVs.
+// nullptr if the device would then have too many neighbors or lists.
 template <typename List>
-List& appendNbrList(std::vector<List>& lists, const DevTopol& dev, const MacAddr& intfMac,
-                    uint8_t num) {
-    if (lists.empty()) lists.reserve(std::max<size_t>(dev.intfs.size(), 1));
-    List& list = lists.emplace_back();
-    list.localIntfMac = intfMac;
-    list.nbrs.reserve(num);
-    return list;
+auto* nbrsOf(std::vector<List>& lists, const DevTopol& dev, const MacAddr& intfMac, uint8_t num) {
+    size_t total = num;
+    for (const auto& list : lists) total += list.nbrs.size();
+    auto list = std::ranges::find(lists, intfMac, &List::localIntfMac);
+    const bool isNew = list == lists.end();
+    if (total > kMaxDevNbrs || (isNew && lists.size() >= kMaxDevEntries)) {
+        return static_cast<decltype(&list->nbrs)>(nullptr);
+    }
+    if (isNew) {
+        if (lists.empty()) lists.reserve(std::max<size_t>(dev.intfs.size(), 1));
+        list = lists.insert(lists.end(), {intfMac, {}});
+    }
+    makeRoom(list->nbrs, num);
+    return &list->nbrs;
 }
 
 // Reads the fixed part of a link-metric TLV and checks that all links arrived. Returns their
@@ -213,7 +231,7 @@ size_t parseDevInfoTlv(DevTopol& dev, uint16_t receiverId, Bytes tlv) {
     reader.demandAtLeast(kTlvDevInfo, 7);
     const MacAddr alMac = reader.mac();
     const uint8_t num = reader.u8();
-    reader.demand(dev.intfs.size() + num <= kMaxDevEntries);
+    if (dev.intfs.size() + num > kMaxDevEntries) return refuse(alMac);
     if (reader.ok()) {
         dev.alMac = alMac;
         dev.receiverId = receiverId;
@@ -237,7 +255,7 @@ size_t parseDevBrdgCapTlv(DevTopol& dev, Bytes tlv) {
     TlvReader reader(tlv);
     reader.demandAtLeast(kTlvDevBrdgCap, 1);
     const uint8_t num = reader.u8();
-    reader.demand(dev.brdgTuples.size() + num <= kMaxDevEntries);
+    if (dev.brdgTuples.size() + num > kMaxDevEntries) return refuse(dev.alMac);
     makeRoom(dev.brdgTuples, std::min<size_t>(num, reader.left()));
     for (unsigned i = 0; i < num && reader.ok(); i++) {
         const size_t macNum = reader.u8();
@@ -254,13 +272,12 @@ size_t parseNon1905NbrDevTlv(DevTopol& dev, Bytes tlv) {
     TlvReader reader(tlv);
     MacAddr localIntfMac;
     const uint8_t num = readNbrListHead(reader, kTlvNon1905Nbr, 6, localIntfMac);
-    reader.demand(dev.non1905Lists.size() < kMaxDevEntries &&
-                  dev.non1905NbrNum() + num <= kMaxDevNbrs);
     if (!reader.ok())
         return consumed(reader,
                         "TLV (type=%d/len=%d): invalid non-1905 neighbor device list TLV\r\n");
-    auto& nbrs = appendNbrList(dev.non1905Lists, dev, localIntfMac, num).nbrs;
-    for (unsigned i = 0; i < num; i++) nbrs.push_back(reader.mac());
+    auto* nbrs = nbrsOf(dev.non1905Lists, dev, localIntfMac, num);
+    if (nbrs == nullptr) return refuse(dev.alMac);
+    for (unsigned i = 0; i < num; i++) nbrs->push_back(reader.mac());
     return reader.position();
 }
 
@@ -268,15 +285,14 @@ size_t parse1905NbrDevTlv(DevTopol& dev, Bytes tlv) {
     TlvReader reader(tlv);
     MacAddr localIntfMac;
     const uint8_t num = readNbrListHead(reader, kTlv1905Nbr, 7, localIntfMac);
-    reader.demand(dev.ieee1905Lists.size() < kMaxDevEntries &&
-                  dev.ieee1905NbrNum() + num <= kMaxDevNbrs);
     if (!reader.ok())
         return consumed(reader,
                         "TLV (type=%d/len=%d): invalid 1905.1 neighbor device list TLV\r\n");
-    auto& nbrs = appendNbrList(dev.ieee1905Lists, dev, localIntfMac, num).nbrs;
+    auto* nbrs = nbrsOf(dev.ieee1905Lists, dev, localIntfMac, num);
+    if (nbrs == nullptr) return refuse(dev.alMac);
     for (unsigned i = 0; i < num; i++) {
         const MacAddr alMac = reader.mac();
-        nbrs.push_back({alMac, static_cast<uint8_t>(reader.u8() >> 7)});
+        nbrs->push_back({alMac, static_cast<uint8_t>(reader.u8() >> 7)});
     }
     return reader.position();
 }

@@ -47,6 +47,11 @@ TEST(Discovery, LongResponseIsReassembled) {
         for (auto& intf : fakePlatform().intfs) {
             for (uint8_t n = 0; n < 5; n++) intf.nbrs.push_back({6, 0, 0, 0, intf.mac.b[5], n});
         }
+        // More than one TLV can carry.
+        for (unsigned n = 0; n < 500; n++) {
+            fakePlatform().intfs[1].nbrs.push_back(
+                {6, 0, 0, 1, static_cast<uint8_t>(n >> 8), static_cast<uint8_t>(n)});
+        }
     };
     const Device big = mesh.addDevice("big", options);
     const Device small = mesh.addDevice("small");
@@ -55,7 +60,7 @@ TEST(Discovery, LongResponseIsReassembled) {
 
     expectAgreement(mesh, {big, small});
     const Json dev = remotes(mesh.json(small)).at(mesh.alMac(big));
-    EXPECT_EQ(numbered(dev, "NonIEEE1905Neighbor.").size(), 200U);
+    EXPECT_EQ(numbered(dev, "NonIEEE1905Neighbor.").size(), 700U);
     EXPECT_EQ(numbered(dev, "NonIEEE1905Neighbor.").back().at("LocalInterface"), "Interface.40");
     EXPECT_EQ(numbered(dev, "BridgingTuple.").at(0).at("InterfaceList").size(), 40U);
 }

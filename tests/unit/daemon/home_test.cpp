@@ -1,9 +1,13 @@
 // What an ordinary home does to a device: bridges that forget, ports that share a MAC, cables that
 // are pulled, devices that change.
+#include <fstream>
+#include <iterator>
+
 #include "db/device_table.h"
 #include "db/local_tables.h"
 #include "db/neighbor_aging.h"
 #include "net/transmitter.h"
+#include "publish/json_data_model.h"
 #include "support/device.h"
 #include "support/log_capture.h"
 #include "wire/standard_tlv.h"
@@ -95,8 +99,8 @@ TEST_F(Home, LldpShowsWhetherABridgeIsInBetween) {
     // Frames that are refused change nothing.
     eth0().nbrs[0].lldpTtl = 1;
     for (const std::string& bad :
-         {ids + "0602 0078", ids + "0000", "0207 04 02ee00000001 " + ttl + "0000", ids + ttl + "0eff",
-          ids + "0602 0000 0000"}) {
+         {ids + "0602 0078", ids + "0000", "0207 04 02ee00000001 " + ttl + "0000",
+          ids + ttl + "0eff", ids + "0602 0000 0000"}) {
         (void)lldp(bad);
         EXPECT_EQ(eth0().nbrs[0].lldpTtl, 1) << bad;
     }
@@ -143,6 +147,10 @@ TEST_F(Home, ADeviceOfTheMeshIsNoHost) {
     for (const MacAddr& mac : {kPeer.al, kPeer.intf, host}) {
         (void)addIntfNbrIntf("eth1", {}, 0, {mac});
     }
+    getIntfNum();
+    EXPECT_EQ(bytesOf(genNon1905NbrDevTlv(1)->value), bytesOf(kEth1) + bytesOf(host));
+    eth0().nbrs.push_back({.nbrIntfMac = kPeer.al});
+    EXPECT_EQ(genNon1905NbrDevTlv(0), std::nullopt) << "nobody else";
     // Another device reports them.
     DevTopol dev = Device::dev();
     dev.non1905Lists = {{kPeer.intf, {}}};
@@ -151,6 +159,11 @@ TEST_F(Home, ADeviceOfTheMeshIsNoHost) {
     dev.non1905Lists[0].nbrs = {kOwnAl, kEth0, kPeer.al, host};
     (void)updateIeee1905DevTable(kEth0, kMedia, DevTopol(dev));
     EXPECT_EQ(getNetTopolTable()->changeLogNum, before + 1) << "the host";
+    (void)writeJsonDataModel();
+    std::ifstream file(folder() + "/vm1905.json");
+    const std::string json(std::istreambuf_iterator<char>(file), {});
+    EXPECT_EQ(occurrences(json, "\"NonIEEE1905NeighborNumberOfEntries\": 1,"), 1U) << json;
+    EXPECT_EQ(occurrences(json, "\"NonIEEE1905Neighbor."), 1U);
 }
 
 TEST_F(Home, PortsThatCannotBeOpenedAreReported) {

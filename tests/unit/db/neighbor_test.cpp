@@ -5,6 +5,7 @@
 #include "db/exported_accessors.h"
 #include "db/local_tables.h"
 #include "support/device.h"
+#include "support/log_capture.h"
 
 namespace {
 
@@ -208,6 +209,28 @@ TEST_F(Neighbors, ResponsesLogWhoCameAndWent) {
     EXPECT_EQ(topol().ieee1905DevNum(), 1);
     EXPECT_EQ(removeIeee1905DevTable(kPeer.al), kOk);
     EXPECT_EQ(changes(), "-1 ");
+}
+
+TEST_F(Neighbors, RecordsOfAllDevicesHaveABudget) {
+    LogCapture log(2);
+    unsigned refused = 0;
+    for (unsigned i = 1; i < 300; i++) {
+        auto dev = record({}, {});
+        dev.alMac = peer(i).al;
+        // 255 lists or tuples without an entry, and 4096 neighbors of each kind.
+        dev.ieee1905Lists.resize(255);
+        dev.brdgTuples.resize(i % 2 == 0 ? 255 : 0);
+        dev.ieee1905Lists[0].nbrs.resize(4096);
+        dev.non1905Lists = {{kEth0, std::vector<MacAddr>(4096)}};
+        refused += store(dev) == kOk ? 0 : 1;
+    }
+    size_t memory = 0;
+    for (const auto& dev : topol().devs) memory += dev.memory();
+    EXPECT_LE(memory, 16U << 20);
+    EXPECT_GT(memory, 15U << 20);
+    EXPECT_EQ(occurrences(log.text(), "the database is full"), refused);
+    // One that is known may shrink.
+    EXPECT_EQ(store(record({}, {})), kOk);
 }
 
 TEST_F(Neighbors, AResponseKeepsTheOtherFields) {

@@ -66,6 +66,9 @@ TEST_F(Builder, MessagesCarryTheseTlvs) {
     EXPECT_EQ(bytesOf(list_[1].value), bytesOf(kEth1)) << "the MAC of the port";
     getAlTable()->brdgTuples = {{{kEth0, kEth1}}};
     EXPECT_EQ(build(3, {}), "3 4 6 6 7 1 ");
+    auto& nbrs = getIntfTable().front().nbrs;
+    nbrs.resize(300, nbrs.front());
+    EXPECT_EQ(build(3, {}), "3 4 6 6 6 7 1 ") << "a long list takes two TLVs";
     fakePlatform().intfs.push_back({"unreported", kEth2});
     EXPECT_EQ(build(3, {}), "") << "no response without device information";
 }
@@ -83,6 +86,9 @@ TEST_F(Builder, LinkMetricResponse) {
     }
     EXPECT_EQ(list_[0].value.size(), 12U + 29U);
     EXPECT_EQ(list_[1].value.size(), 12U) << "a neighbor without links";
+    fakePlatform().intfs[1].links.resize(100, link);
+    EXPECT_EQ(build(6, metricRespBody(cases[3].first)), "9 ") << "a neighbor without links";
+    EXPECT_EQ(build(6, metricRespBody(cases[2].first)), "9 9 9 10 10 ");
     fakePlatform().fail = {"getLinkMetricList"};
     EXPECT_EQ(build(6, metricRespBody(cases[0].first)), "");
 }

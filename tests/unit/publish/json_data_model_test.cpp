@@ -163,21 +163,37 @@ TEST_F(JsonDataModel, NeighborInterfacesAreFound) {
     two.ieee1905Lists = {{intfMac(2, 0), {{alMac(3), 0}, {alMac(4), 0}}}};
     Ieee1905DevTable three = device(3);
     three.ieee1905Lists = {{intfMac(3, 1), {{alMac(2), 0}}}, {intfMac(3, 0), {{alMac(2), 0}}}};
-    // Every Wi-Fi link to a neighbor is an object.
+    // This device has two cables to 4, crossed.
+    Ieee1905DevTable four = device(4);
+    four.intfs[1].mediaType = 0;
+    four.ieee1905Lists = {{intfMac(4, 0), {{alMac(1), 0}}}, {intfMac(4, 1), {{alMac(1), 0}}}};
+    al.intfs.back().mediaType = 1;
+    al.intfs.front().nbrs = {{.nbrAlMac = alMac(4), .nbrIntfMac = intfMac(4, 1), .is1905 = true}};
+    al.intfs.back().nbrs = {{.nbrAlMac = alMac(4), .nbrIntfMac = intfMac(4, 0), .is1905 = true}};
+    // 3 is linked to 5 by a cable and two radios; a client of another medium is no link.
     Ieee1905DevTable five = device(5);
-    five.ieee1905Lists = {{intfMac(5, 1), {{alMac(3), 0}, {{}, 0}, {alMac(4), 0}}}};
-    five.wifiClients = {station(alMac(3), intfMac(3, 1), 259, "Mesh_24G"),
+    five.intfs.push_back({intfMac(5, 2), 259, {}, 255, {}});
+    for (uint8_t i = 0; i < 3; i++) {
+        five.ieee1905Lists.push_back({intfMac(5, i), {{alMac(3), 0}, {{}, 0}}});
+    }
+    five.wifiClients = {station(alMac(3), intfMac(3, 3), 259, "Mesh_24G"),
                         station({}, hostMac(1), 261, "Main_5G"),
+                        station(alMac(3), intfMac(3, 4), 0, "Main_5G"),
                         station(alMac(3), intfMac(3, 2), 261, "Main_5G")};
-    al.topol.devs = {two, three, device(4), five};
+    al.topol.devs = {two, three, four, five};
     EXPECT_EQ(ieee1905Neighbors(parsedDevice(1)),
               "Interface.1 02:19:05:00:03:00 IEEE 802.3u(IEEE 802.3u Fast Ethernet)\n"
               "Interface.1 00:00:00:00:00:00 Unknown\n");
+    EXPECT_EQ(ieee1905Neighbors(parsedDevice(3)),
+              "Interface.1 02:19:05:00:01:01 IEEE 802.3ab(IEEE 802.3ab Gigabit Ethernet)\n"
+              "Interface.2 02:19:05:00:01:00 IEEE 802.3ab(IEEE 802.3ab Gigabit Ethernet)\n");
     EXPECT_EQ(ieee1905Neighbors(parsedDevice(4)),
-              "Interface.2 02:19:05:00:03:01 IEEE 802.11n 2.4(IEEE 802.11n (2.4GHz)) RATE\n"
+              "Interface.1 00:00:00:00:00:00 Unknown\n"
+              "Interface.1 00:00:00:00:00:00 Unknown\n"
               "Interface.2 02:19:05:00:03:02 IEEE 802.11ac(IEEE 802.11ac (5GHz)) RATE\n"
               "Interface.2 00:00:00:00:00:00 Unknown\n"
-              "Interface.2 00:00:00:00:00:00 Unknown\n");
+              "Interface.3 02:19:05:00:03:03 IEEE 802.11n 2.4(IEEE 802.11n (2.4GHz)) RATE\n"
+              "Interface.3 00:00:00:00:00:00 Unknown\n");
 }
 
 // The golden file has those of the high band.

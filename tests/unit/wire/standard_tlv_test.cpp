@@ -39,7 +39,7 @@ class StandardTlv : public testing::Test {
         auto& intfs = fakePlatform().intfs;
         intfs[0].mediaType = 0x0105;
         intfs[0].mediaInfo = {0xAA, 0xBB};
-        intfs[0].nbrs = {kMac, kPeer, {7, 7, 7, 7, 7, 7}, {8, 8, 8, 8, 8, 8}};
+        intfs[0].nbrs = {{6, 6, 6, 6, 6, 6}, kPeer, {7, 7, 7, 7, 7, 7}, {8, 8, 8, 8, 8, 8}};
         fakePlatform().brdgTuples = {{intfs[0].mac, intfs[1].mac}, {}};
         ASSERT_EQ(initDataManager(), kOk);
         auto& nbrs = getIntfTable().front().nbrs;
@@ -110,7 +110,7 @@ TEST_F(StandardTlv, WrittenAndParsed) {
          into(to.dev, parseDevInfo), "invalid 1905.1 device information type", 7},
         {flat(genDevBrdgCapTlv()), "04000f 02 02 021905000100 021905000101 00",
          into(to.dev, parseDevBrdgCapTlv), "invalid device bridging capability", 1},
-        {flat(genNon1905NbrDevTlv(0)), "060012 021905000100 010203040506 070707070707",
+        {flat(genNon1905NbrDevTlv(0)), "060012 021905000100 060606060606 070707070707",
          into(to.dev, parseNon1905NbrDevTlv), "invalid non-1905 neighbor device list", 6},
         {flat(gen1905NbrDevTlv(0)), "070014 021905000100 0a0b0c0d0e0f80 01020304050600",
          into(to.dev, parse1905NbrDevTlv), "invalid 1905.1 neighbor device list", 6},
@@ -186,9 +186,52 @@ TEST_F(StandardTlv, EmptyAndOversizedOnes) {
     (void)requestUpdateBrdgCap();
     EXPECT_FALSE(genDevBrdgCapTlv());
     EXPECT_FALSE(genWscTlv({std::vector<uint8_t>(0x10000), {}})) << "more than 16 bits of length";
-    // Long lists are cut to what can be sent.
-    EXPECT_EQ(genTxMetricTlv({kMac, std::vector<LinkMetric>(2260)})->value.size(), 12U + 47 * 29);
-    EXPECT_EQ(genRxMetricTlv({kMac, std::vector<LinkMetric>(2260)})->value.size(), 12U + 60 * 23);
+}
+
+// Lists leave in parts, and the reader joins them. What has no parts is cut.
+TEST_F(StandardTlv, LongOnesFit) {
+    auto& nbrs = getIntfTable().front().nbrs;
+    LinkMetricInfo links{kMac, std::vector<LinkMetric>(100)};
+    for (uint8_t i = 0; i < 250; i++) {
+        nbrs.push_back({.nbrAlMac = {9, 0, 0, 0, 2, i}, .is1905 = true});
+        nbrs.push_back({.nbrIntfMac = {9, 0, 0, 0, 0, i}});
+        links.links[i % 100].nbrIntfMac.b[5] = i % 100;
+    }
+    DevTopol dev;
+    LinkMetricInfo metrics;
+    std::string parts;
+    const auto send = [&](const std::optional<Tlv>& tlv, auto& record, auto parse) {
+        if (tlv)
+            parts += std::to_string(tlv->type) + ":" + std::to_string(tlv->flatSize1905()) + " ";
+        return tlv && parse(record, flat(tlv)) > 0;
+    };
+    for (size_t i = 0; send(genNon1905NbrDevTlv(0, i), dev, parseNon1905NbrDevTlv); i++) continue;
+    for (size_t i = 0; send(gen1905NbrDevTlv(0, i), dev, parse1905NbrDevTlv); i++) continue;
+    for (size_t i = 0; send(genTxMetricTlv(links, i), metrics, parseTxMetricTlv); i++) continue;
+    for (size_t i = 0; send(genRxMetricTlv(links, i), metrics, parseRxMetricTlv); i++) continue;
+    EXPECT_EQ(parts, "6:1395 6:135 7:1395 7:387 9:1378 9:1378 9:189 10:1395 10:935 ");
+    EXPECT_EQ(dev.non1905Lists.size() + dev.ieee1905Lists.size(), 2U);
+    EXPECT_EQ(dev.non1905NbrNum() + dev.ieee1905NbrNum(), 2U * 252);
+    EXPECT_EQ(metrics.links.size(), 100U);
+
+    LogCapture log(2);
+    for (uint8_t i = 2; i < 200; i++) {
+        fakePlatform().intfs.push_back({"eth" + std::to_string(i), {9, 0, 0, 0, 1, i}});
+        getIntfTable().emplace_back().mac = {9, 0, 0, 0, 1, i};
+    }
+    EXPECT_TRUE(send(genDevInfoTlv(), dev, parseDevInfo));
+    EXPECT_EQ(dev.intfs.size(), 154U);
+    getAlTable()->brdgTuples = {{{kMac}}, {std::vector<MacAddr>(240)}, {{kMac}}};
+    EXPECT_TRUE(send(genDevBrdgCapTlv(), dev, parseDevBrdgCapTlv));
+    EXPECT_EQ(dev.brdgTuples.at(1).macs.size(), 231U);
+    EXPECT_EQ(occurrences(log.text(), " is cut to "), 2U);
+    // A record that would be too long is refused as such.
+    nbrs.resize(4300, nbrs.back());
+    for (size_t i = 0; send(genNon1905NbrDevTlv(0, i), dev, parseNon1905NbrDevTlv); i++) continue;
+    EXPECT_EQ(dev.non1905NbrNum(), 252U + 16 * 231);
+    const std::string said = log.text();
+    EXPECT_EQ(occurrences(said, "beyond the limits"), 1U);
+    EXPECT_EQ(occurrences(said, "invalid"), 0U);
 }
 
 TEST_F(StandardTlv, DecodedContentIsWhatWasEncoded) {
@@ -203,7 +246,8 @@ TEST_F(StandardTlv, DecodedContentIsWhatWasEncoded) {
     (void)parseNon1905NbrDevTlv(dev, flat(genNon1905NbrDevTlv(0)));
     ASSERT_EQ(dev.non1905Lists.size(), 1U);
     EXPECT_EQ(dev.non1905Lists[0].localIntfMac, dev.intfs[0].mac);
-    EXPECT_EQ(dev.non1905Lists[0].nbrs, (std::vector<MacAddr>{kMac, {7, 7, 7, 7, 7, 7}}));
+    EXPECT_EQ(dev.non1905Lists[0].nbrs,
+              (std::vector<MacAddr>{{6, 6, 6, 6, 6, 6}, {7, 7, 7, 7, 7, 7}}));
     (void)parse1905NbrDevTlv(dev, flat(gen1905NbrDevTlv(0)));
     ASSERT_EQ(dev.ieee1905NbrNum(), 2U);
     EXPECT_EQ(dev.ieee1905Lists[0].nbrs[0].alMac, kPeer);
