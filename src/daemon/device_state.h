@@ -34,7 +34,7 @@ using ModuleStates = std::tuple<                                          //
     PortsState, TransmitterState, FragmentStore,                          // net
     VendQueries, ControlLists, FWupgradeList, Schedule, PendingRequests,  // orders
     SlotsState, SpeedTestState, WifiSyncState,                            //
-    ResultFiles,                                                          // handlers
+    MessageLog, ResultFiles,                                              // handlers
     Announcements, ControllerLoop, RootAp,                                // controller
     ServiceMonitor, WakeFifo,                                             // service
     MessageMonitor, Receiver, ControlFiles>;                              // daemon
