@@ -203,7 +203,15 @@ int respGetFwdRuleServReq(const ServReq& request, uint16_t answer) {
     const size_t index = request.number(req::kIndex);
     const int code = checkIndex(index, al->fwdRules.size());
     if (code != kOk) return refuse(request, code);
-    return answerTo(request, answer).number(resp::kRuleId, al->fwdRules[index].ruleId).answer();
+    const FwdRule& rule = al->fwdRules[index];
+    ServResp out = answerTo(request, answer);
+    out.number(resp::kRuleId, rule.ruleId)
+        .number(resp::kRuleMacNum, static_cast<uint32_t>(rule.macs.size()))
+        .bytes(resp::kRuleMatch, rule.match);
+    for (size_t i = 0; i < rule.macs.size(); i++) {
+        out.bytes(resp::kRuleMacs + i * resp::kMacLen, rule.macs[i].b);
+    }
+    return out.answer();
 }
 
 int respGetTopolServReq(const ServReq& request, uint16_t answer) {

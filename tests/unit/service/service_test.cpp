@@ -65,7 +65,7 @@ TEST_F(Service, Records) {
     dev.brdgTuples = {{{kEth0, kEth1}}};
     dev.enableReboot = 1;
     (void)updateChangeLogTable(kLostNeighbor, kPeer.al, kEth1, kNon1905Nbr, kStation);
-    getAlTable()->fwdRules = {{7}, {8}};
+    getAlTable()->fwdRules = {{.ruleId = 7}, {.ruleId = 8}};
     advance(5);
 
     const Text eth0 = kE0 + "00 0100", linkTo = print(bytesOf(kPeer.intf)) + kE0;
@@ -158,7 +158,6 @@ TEST_F(Service, APokeEndsTheWait) {
 TEST_F(Service, ActionsAndMessages) {
     startWithPeer();
     fakePlatform().wifiStateSync = "sync";
-    getAlTable()->fwdRules = {{7}};
     const Text done = "done";  // a code answer of 0 that names the data answer
     const struct {
         unsigned service;
@@ -166,9 +165,6 @@ TEST_F(Service, ActionsAndMessages) {
     } rows[] = {
         // clang-format off
         {8, kE1 + "00 0100 02", "9:", "", "setIntfPwrStateById 02:19:05:00:01:01 1 2; "},
-        {22, "", code(22, 16)},
-        {26, "00 0700", "27:"},
-        {26, "00 0700", "27:10"},
         {32, "00", "33:22"},
         {32, "32", "33:"},
         {130, "02 01", "131:20"},
@@ -226,6 +222,30 @@ TEST_F(Service, ActionsAndMessages) {
     EXPECT_EQ(ask(167, "00 06000000"), code(168, 0));
     EXPECT_NE(shown.finish().find("ports:"), Text::npos);
     EXPECT_EQ(DEBUGLEVEL, 2);
+}
+
+TEST_F(Service, ForwardingRules) {
+    start();
+    const Text match = kE0 + "01" + kE1 + "01 0008 01 0200 01 0300 00 0400 01";
+    const auto rule = [&](const Text& id, const Frame& macs) {
+        Frame all = hex("00" + id) + Frame{static_cast<uint8_t>(macs.size() / 6)} + macs;
+        all.resize(191 - 7);
+        return all + hex(match);
+    };
+    const Frame e0 = bytesOf(kEth0), both = e0 + bytesOf(kEth1);
+    for (const Text id : {"0000", "0900", "0000"}) EXPECT_EQ(ask(22, rule(id, both)), code(22, 0));
+    EXPECT_EQ(ask(22, rule("0900", both)), code(22, 16)) << "there is one";
+    EXPECT_EQ(ask(22, rule("0000", Frame(31 * 6))), code(22, 16)) << "more than the answer holds";
+    EXPECT_EQ(ask(24, rule("0900", e0)), "25:");
+    EXPECT_EQ(ask(24, rule("0700", e0)), "25:10");
+    EXPECT_EQ(ask(26, "00 0700"), "27:10");
+    EXPECT_EQ(ask(20, "00"), answer(21, rule("0100", both))) << "the daemon chose the identifier";
+    EXPECT_EQ(ask(20, "01"), answer(21, rule("0900", e0)));
+    EXPECT_EQ(ask(26, "00 0100"), "27:");
+    EXPECT_EQ(ask(20, "01"), answer(21, rule("0200", both)));
+    while (ask(22, rule("0000", {})) == code(22, 0)) {
+    }
+    EXPECT_EQ(ask(18), code(18, 255)) << "as many as the answers can count";
 }
 
 TEST_F(Service, OrdersToOtherDevices) {
@@ -295,6 +315,9 @@ TEST_F(Service, StandardMessages) {
     EXPECT_EQ(raw(4, vendTlv(kOwnAl, 13, bytesOf(kOwnAl))), done + " 4: 11");
     EXPECT_EQ(raw(5, tlvBytes(8, {0, 0, 0, 0, 0, 0, 0, 2})), done + " 5: 8");
     EXPECT_EQ(raw(7, tlvBytes(200, {9}) + tlvBytes(14, {1})), done + " 7: 200 14");
+    EXPECT_EQ(raw(0, {}), done + " 0: 1 2") << "the daemon adds the TLVs";
+    EXPECT_EQ(raw(1, {}), done + " 1: 1 2");
+    EXPECT_EQ(raw(2, {}), done + " 2: 1");
     EXPECT_EQ(raw(4, {}), code(200, 16)) << "nothing to send";
     EXPECT_EQ(raw(10, hex("0d ffff")), code(200, 16));
     EXPECT_EQ(raw(3, {}), code(200, 64));
