@@ -197,7 +197,7 @@ typedef struct vm1905_security {
 VM1905_API int vm1905_get_al(vm1905_client* client, vm1905_al* al);
 
 /* Reads an own interface. The only code is VM1905_FAILED, which also marks the end of the table.
- * The daemon does nothing else for about 20 ms. (2) */
+ * Takes about 20 ms. (2) */
 VM1905_API int vm1905_get_intf(vm1905_client* client, uint8_t index, vm1905_intf* intf);
 
 /* Reads the vendor property of the own interface with this MAC and media type.

@@ -26,6 +26,7 @@
 #include "orders/slots.h"
 #include "orders/speed_test.h"
 #include "orders/wifi_sync.h"
+#include "service/intf_request.h"
 #include "service/service_monitor.h"
 #include "service/wake_fifo.h"
 
@@ -36,7 +37,7 @@ using ModuleStates = std::tuple<                                          //
     SlotsState, SpeedTestState, WifiSyncState,                            //
     MessageLog, ResultFiles,                                              // handlers
     Announcements, ControllerLoop, RootAp,                                // controller
-    ServiceMonitor, WakeFifo,                                             // service
+    ServiceMonitor, WakeFifo, IntfRequest,                                // service
     MessageMonitor, Receiver, ControlFiles>;                              // daemon
 
 struct DeviceState : ModuleStates {};

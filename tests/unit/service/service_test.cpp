@@ -1,5 +1,8 @@
 // The service channel through its real slots: a client posts a request, the monitor runs, the
 // client reads the answer. In the tables, payloads are hexadecimal and numbers little-endian.
+#include <signal.h>
+#include <sys/wait.h>
+
 #include <fstream>
 #include <random>
 
@@ -130,6 +133,45 @@ TEST_F(Service, SlotsAndStates) {
     EXPECT_EQ(takeAnswer().substr(0, 4), "254:");
     EXPECT_EQ(initServiceMonitor(), kInvalidState) << "it runs already";
     EXPECT_EQ(getServiceMonitorState(), 2U);
+}
+
+// Service 2 is answered once its client has freed the request slot.
+TEST_F(Service, AnInterfaceWaitsForItsClient) {
+    start();
+    const auto look = [] {
+        EXPECT_EQ(runServiceMonitor(), kOk);
+        return +flagOf(getServReqShm());
+    };
+    postRequest(2, {1});
+    flagOf(getServRespShm()) = 0;
+    EXPECT_EQ(look(), 0);
+    EXPECT_EQ(flagOf(getServRespShm()), 0);
+    (void)runMessageMonitor();
+    EXPECT_LE(fakeNet().lastWait, 5) << "the next look is soon";
+    advance(1);
+    EXPECT_EQ(look(), 0);
+    EXPECT_EQ(flagOf(getServRespShm()), 1) << "shows that the daemon waits";
+    flagOf(getServReqShm()) = 1;
+    EXPECT_EQ(look(), 1);
+    EXPECT_EQ(takeAnswer().substr(0, 14), "3:" + kE1);
+
+    const pid_t client = fork();
+    if (client == 0) pause();
+    postRequest(2, {}, client);
+    EXPECT_EQ(look(), 0);
+    kill(client, SIGKILL);
+    EXPECT_EQ(waitpid(client, nullptr, 0), client);
+    EXPECT_EQ(look(), 1) << "nobody would free it";
+    postRequest(2, {});
+    EXPECT_EQ(look(), 0);
+    advance(60);
+    EXPECT_EQ(look(), 1) << "other clients wait too";
+    EXPECT_EQ(takeAnswer(), "");
+    postRequest(2, {});
+    EXPECT_EQ(look(), 0);
+    postRequest(0, {});
+    EXPECT_EQ(look(), 1) << "freed and used by another client meanwhile";
+    EXPECT_EQ(takeAnswer().substr(0, 2), "1:");
 }
 
 TEST_F(Service, APokeEndsTheWait) {
