@@ -1,5 +1,6 @@
 #include "service/service_callback.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <string_view>
 
@@ -33,11 +34,20 @@ int sendSearch(const ApAutoConfSrch& info) {
     return requestSend1905McastMsg(kMsgApAutoConfSrch, apSearchBody(body));
 }
 
-// dstMac and dstAlMac both name the receiver; one is enough.
+bool isNeighbor(const MacAddr& mac) {
+    return std::ranges::any_of(getIntfTable(), [&](const IntfTable& intf) {
+        return std::ranges::any_of(intf.nbrs, [&](const IntfNbrDev& nbr) {
+            return nbr.nbrIntfMac == mac || (nbr.nbrAlMac == mac && !mac.isZero());
+        });
+    });
+}
+
+// Both addresses name the receiver.
 int sendResponse(const ApAutoConfRespReq& info) {
     const RoleBand body{info.supportedRole, info.freqBand};
-    return requestSend1905UcastRespMsg(MacAddr(info.dstMac), kMsgApAutoConfResp, info.msgId,
-                                       apSupportedBody(body));
+    const MacAddr first(info.dstMac);
+    return requestSend1905UcastRespMsg(isNeighbor(first) ? first : MacAddr(info.dstAlMac),
+                                       kMsgApAutoConfResp, info.msgId, apSupportedBody(body));
 }
 
 int sendWsc(const ApAutoConfWscReq& info) {

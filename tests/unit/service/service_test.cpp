@@ -260,6 +260,9 @@ TEST_F(Service, ActionsAndMessages) {
     fakePlatform().fail = {"sendWPSRenew", "sendPBEvent"};
     EXPECT_EQ(ask(141), code(142, 16));
     EXPECT_EQ(ask(153), code(154, 0));
+    fakePlatform().results = {{"sendWPSSearch", 0x1F4}, {"setFWState", -1}};
+    EXPECT_EQ(ask(169), code(170, 0xF4)) << "the low 8 bits";
+    EXPECT_EQ(ask(177), code(178, 0xFF));
     LogCapture shown(2);
     EXPECT_EQ(ask(167, "00 06000000"), code(168, 0));
     EXPECT_NE(shown.finish().find("ports:"), Text::npos);
@@ -378,6 +381,9 @@ TEST_F(Service, StandardMessages) {
     ApAutoConfRespReq resp{{}, {}, 0x1234, 0, 0};
     kPeer.al.copyTo(resp.dstMac);
     EXPECT_EQ(raise(SERV_REQ_AP_AUTOCONF_RESP, &resp).id, 0x1234U);
+    kStation.copyTo(resp.dstMac);
+    kPeer.al.copyTo(resp.dstAlMac);
+    EXPECT_EQ(raise(SERV_REQ_AP_AUTOCONF_RESP, &resp).dst, kPeer.intf) << "by its other address";
     PbEventReq event{};
     const unsigned eventId = raise(SERV_REQ_PB_EVENT, &event).id;
     EXPECT_EQ(eventId, event.msgId);
