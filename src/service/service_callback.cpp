@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <string_view>
+#include <utility>
 
 #include "base/log.h"
 #include "base/result.h"
@@ -11,7 +12,9 @@
 #include "db/device_table.h"
 #include "db/wifi_bands.h"
 #include "net/transmitter.h"
+#include "net/vend_sender.h"
 #include "platform/autoconfig.h"
+#include "platform/exports.h"
 #include "platform/lifecycle.h"
 #include "wire/frame.h"
 
@@ -130,4 +133,11 @@ void servReqCallback(uint32_t servId, void* info, uint32_t* retCode) {
         }
     }
     if (retCode != nullptr) *retCode = static_cast<uint32_t>(result);
+}
+
+int sendSecurityCtrlMsg(const uint8_t* alMac, uint8_t type, uint16_t len, const uint8_t* data) {
+    if (alMac == nullptr || (data == nullptr && len != 0)) return kFailure;
+    SecurityCtrlMsg msg{MacAddr(alMac), type, {}};
+    if (len != 0) msg.data.assign(data, data + len);
+    return sendVendMsg(MacAddr(alMac), VEND_MSG_TYPE_SECURITYCTRL_MSG, std::move(msg));
 }

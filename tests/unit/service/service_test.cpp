@@ -11,6 +11,7 @@
 #include "db/data_manager.h"
 #include "db/database.h"
 #include "orders/control_lists.h"
+#include "platform/exports.h"
 #include "service/service_monitor.h"
 #include "service/wake_fifo.h"
 #include "support/device.h"
@@ -388,6 +389,12 @@ TEST_F(Service, StandardMessages) {
     const unsigned eventId = raise(SERV_REQ_PB_EVENT, &event).id;
     EXPECT_EQ(eventId, event.msgId);
     EXPECT_EQ(fakePlatform().raiseServReq(SERV_REQ_PB_JOIN, nullptr), 16U);
+    const Frame security(1374, 0xAB);
+    EXPECT_EQ(sendSecurityCtrlMsg(kPeer.al.data(), 1, 2, security.data()), kOk);
+    EXPECT_EQ(orders(), "44:" + kTo + "000201abab ");
+    EXPECT_EQ(sendSecurityCtrlMsg(kPeer.al.data(), 2, 1373, security.data()), kOk);
+    EXPECT_EQ(sendSecurityCtrlMsg(kPeer.al.data(), 2, 1374, security.data()), kFailure);
+    EXPECT_EQ(sendSecurityCtrlMsg(kStation.data(), 1, 2, security.data()), kFailure);
     EXPECT_EQ(fakePlatform().raiseServReq(6, &event), 16U);
 }
 
