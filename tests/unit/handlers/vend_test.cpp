@@ -232,6 +232,12 @@ TEST_F(Vendor, ResultTextsStayTexts) {
     EXPECT_EQ(commands.at(1),
               "echo \"a \\\"b\\\" \\`c\\` \\$(d)\ne\" > "
               "/tmp/vm1905/vm1905WIFIChannel_02ee00000001");
+    for (const auto& [retCode, text] : {std::pair{"00", "success"}, {"10", "fail"}}) {
+        (void)ask(50, hex(std::string("0102") + retCode));
+        EXPECT_EQ(
+            std::exchange(fakePlatform().commands, {}).at(1),
+            std::string("echo \"") + text + "\" > /tmp/vm1905/vm1905NetworkCtrl_02ee00000001");
+    }
     for (const char* refused : {"back\\slash", "-n"}) {
         EXPECT_EQ(tell(15, al + textBytes(refused)), kFailure) << refused;
     }
