@@ -162,7 +162,7 @@ int setExtenderConfig(const uint8_t* alMac, const char* data);
 int SecurityCtrl_parseM1(const uint8_t* alMac, uint16_t len, const uint8_t* data);
 int SecurityCtrl_parseM2(const uint8_t* alMac, uint16_t len, const uint8_t* data);
 
-/* Called every few seconds: forgets exchanges that were never finished. */
+/* Called every few seconds: forgets exchanges that were never finished, and may start new ones. */
 int SecurityCtrl_cleanDataToList(void);
 
 /* ---- Speed test ---------------------------------------------------------------------------- */
