@@ -8,6 +8,8 @@ using namespace slots;
 constexpr size_t kAnswerEnd = kPayload + VM1905_MAX_ANSWER;
 static_assert(resp::kVendProp + sizeof vm1905_vend_prop::data <= kAnswerEnd);
 static_assert(resp::kMaxVendProp == sizeof vm1905_vend_prop::data);
+static_assert(resp::kMaxRuleMacs == std::size(vm1905_fwd_rule{}.macs));
+static_assert(resp::kRuleMatchLen == sizeof vm1905_fwd_rule::match);
 static_assert(resp::kSecValue + sizeof vm1905_security::value == kRespSize);
 static_assert(resp::kDevMediaInfo + sizeof vm1905_dev_intf::media_info <= resp::kDevPwrState.at);
 static_assert((kRespSize - resp::kNbrs) / resp::kNon1905Len ==
@@ -112,7 +114,9 @@ int vm1905_get_fwd_rule(vm1905_client* client, uint8_t index, vm1905_fwd_rule* r
     return askForRecord(client, byIndex(kServGetFwdRule, index), rule,
                         [](Answer& answer, vm1905_fwd_rule& out) {
                             answer.number(resp::kRuleId, out.id);
-                            answer.number(resp::kRuleMacNum, out.mac_num);
+                            answer.count(resp::kRuleMacNum, std::size(out.macs), out.mac_num);
+                            answer.bytes(resp::kRuleMacs, out.macs, out.mac_num * resp::kMacLen);
+                            answer.bytes(resp::kRuleMatch, out.match, sizeof out.match);
                         });
 }
 

@@ -21,7 +21,7 @@ using Stage = vm1905_client::Stage;
 // The limit when the FIFO has no reader: the daemon then polls the slot once a second.
 constexpr unsigned kNoReaderMs = 1500;
 // How long the daemon's own answer may take after the daemon has taken the request. For
-// kServGetIntf it polls every 5 ms, and must find the request slot still idle.
+// kServGetIntf it looks at least every 5 ms, and must find the request slot still idle.
 constexpr unsigned kLostMs = 100;
 constexpr unsigned kLostIntfMs = 1000;
 // The pause after withdrawing a request, kWithdrawnMs for kServGetIntf. The daemon may be handling

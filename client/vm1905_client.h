@@ -179,9 +179,13 @@ typedef struct vm1905_link {
     uint8_t rssi;          /* dB */
 } vm1905_link;
 
+enum { VM1905_MAX_RULE_MACS = 30 };
+
 typedef struct vm1905_fwd_rule {
     uint16_t id;
     uint8_t mac_num;
+    vm1905_mac macs[VM1905_MAX_RULE_MACS]; /* mac_num addresses */
+    uint8_t match[26];                     /* classification fields, as they were added */
 } vm1905_fwd_rule;
 
 typedef struct vm1905_security {
@@ -194,7 +198,7 @@ typedef struct vm1905_security {
 VM1905_API int vm1905_get_al(vm1905_client* client, vm1905_al* al);
 
 /* Reads an own interface. The only code is VM1905_FAILED, which also marks the end of the table.
- * The daemon does nothing else for about 20 ms. (2) */
+ * Takes about 20 ms. (2) */
 VM1905_API int vm1905_get_intf(vm1905_client* client, uint8_t index, vm1905_intf* intf);
 
 /* Reads the vendor property of the own interface with this MAC and media type.
@@ -228,8 +232,11 @@ VM1905_API int vm1905_get_fwd_rule_num(vm1905_client* client, uint8_t* num);
 /* Reads a forwarding rule. Codes: VM1905_NO_TABLE, VM1905_BAD_INDEX, VM1905_EMPTY. (20) */
 VM1905_API int vm1905_get_fwd_rule(vm1905_client* client, uint8_t index, vm1905_fwd_rule* rule);
 
-/* Adds or changes a forwarding rule: rule is the payload of the request, length bytes. This daemon
- * always answers VM1905_FAILED. (22, 24) */
+/* Add or change a forwarding rule: rule is the payload of the request, length bytes, with the
+ * layout of answer 21 (docs/service-channel.md). A new rule with id 0 gets an unused id and is the
+ * last one of the table. This daemon keeps the rules but does not enforce them. Codes:
+ * VM1905_FAILED if a new rule has the id of another one, if there is none with the id to change, if
+ * it has more than VM1905_MAX_RULE_MACS addresses, or if there are 255 rules. (22, 24) */
 VM1905_API int vm1905_add_fwd_rule(vm1905_client* client, const void* rule, size_t length);
 VM1905_API int vm1905_modify_fwd_rule(vm1905_client* client, const void* rule, size_t length);
 
@@ -351,9 +358,10 @@ VM1905_API int vm1905_get_dev_option(vm1905_client* client, const vm1905_mac* al
 VM1905_API int vm1905_send_discovery(vm1905_client* client);
 
 /* Sends an IEEE 1905.1 message with these TLVs as they are: length bytes, up to 240; NULL if length
- * is 0. Types 2, 4, 5, 8 and 9 go to target; types 0, 1, 7, 10, 11 and 12 go to all devices, and
- * target may be NULL. Codes: VM1905_FAILED if the TLVs are malformed or sending fails,
- * VM1905_BAD_TYPE for any other type. (200) */
+ * is 0, in which case the daemon adds the TLVs of types 0, 1 and 2. Types 2, 4, 5, 8 and 9 go to
+ * target; types 0, 1, 7, 10, 11 and 12 go to all devices, and target may be NULL. Codes:
+ * VM1905_FAILED if the TLVs are malformed or sending fails, VM1905_BAD_TYPE for any other type.
+ * (200) */
 VM1905_API int vm1905_send_raw(vm1905_client* client, uint16_t type, const vm1905_mac* target,
                                const void* tlvs, size_t length);
 

@@ -191,8 +191,12 @@ void addRules(CLI::App& app, Choice& choice) {
         addCommand<Bytes>(rules, choice, "add", "add a rule", ofBytes<vm1905_add_fwd_rule>);
     const auto [modify, modified] = addCommand<Bytes>(rules, choice, "modify", "change a rule",
                                                       ofBytes<vm1905_modify_fwd_rule>);
-    add->add_option("HEX", added->hex, "the rule")->required()->type_name("HEX");
-    modify->add_option("HEX", modified->hex, "the rule")->required()->type_name("HEX");
+    add->add_option("HEX", added->hex, "the rule as a request holds it")
+        ->required()
+        ->type_name("HEX");
+    modify->add_option("HEX", modified->hex, "the rule as a request holds it")
+        ->required()
+        ->type_name("HEX");
     const auto [remove, removed] =
         addCommand<Number>(rules, choice, "remove", "remove a rule", removeRule);
     takeNumber(remove->add_option("ID", removed->value, "id of the rule"), 0, 65535)

@@ -1,5 +1,6 @@
 // The views of single values, the forwarding rules and the security setting.
 #include <algorithm>
+#include <span>
 
 #include "failure.h"
 #include "hex.h"
@@ -79,6 +80,16 @@ constexpr Item kItems[] = {
 constexpr Column<vm1905_fwd_rule> kRules[] = {
     {"id", "RULE", [](const vm1905_fwd_rule& r) { return Json(r.id); }},
     {"macs", "MACS", [](const vm1905_fwd_rule& r) { return Json(r.mac_num); }},
+    {"addresses", "ADDRESSES",
+     [](const vm1905_fwd_rule& r) {
+         std::string all;
+         for (const auto& mac : std::span(r.macs).first(r.mac_num)) {
+             all += (all.empty() ? "" : " ") + Mac(mac).text();
+         }
+         return all.empty() ? Json() : Json(all);
+     }},
+    {"match", "MATCH",
+     [](const vm1905_fwd_rule& r) { return Json(hexOf(r.match, sizeof r.match)); }},
 };
 
 constexpr Column<vm1905_security> kSecurity[] = {

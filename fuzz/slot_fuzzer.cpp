@@ -18,13 +18,13 @@ namespace {
 
 constexpr uint8_t kFrame = 0x20;
 // Options of a request.
-constexpr uint8_t kOwnPid = 0x01;     // from a process that exists
-constexpr uint8_t kMarksIdle = 0x02;  // the client frees the request slot while the daemon waits
-constexpr uint8_t kLeaves = 0x08;     // the client does not collect its answer
+constexpr uint8_t kOwnPid = 0x01;  // from a process that exists
+constexpr uint8_t kMarksIdle =
+    0x02;                          // the client frees the request slot, for which service 2 waits
+constexpr uint8_t kLeaves = 0x08;  // the client does not collect its answer
 
 constexpr uint8_t kRawSend = 200;
-
-bool marksIdle = false;
+constexpr uint8_t kGetIntf = 2;
 
 // The own process id as a slot holds it.
 std::array<uint8_t, sizeof(pid_t)> ownPid() {
@@ -44,10 +44,16 @@ void post(Bytes bytes, uint8_t options) {
     std::fill_n(slot, slots::kReqSize, uint8_t{0});
     std::copy_n(bytes.begin(), std::min(bytes.size(), slots::kReqSize), slot);
     if ((options & kOwnPid) != 0) std::ranges::copy(ownPid(), slot);
-    marksIdle = (options & kMarksIdle) != 0;
     slot[slots::kFlag.at] = slots::kFull;
     takeSent(true);
-    if (runServiceMonitor() != 0 || slot[slots::kFlag.at] != slots::kIdle) abort();
+    if (runServiceMonitor() != 0) abort();
+    const bool waits = slot[slots::kFlag.at] != slots::kIdle;
+    if (waits && slot[slots::kServId.at] != kGetIntf) abort();
+    // Otherwise the next request overwrites it.
+    if (waits && (options & kMarksIdle) != 0) {
+        (void)takeFlag(slot, slots::kIdle);
+        if (runServiceMonitor() != 0 || slot[slots::kFlag.at] != slots::kIdle) abort();
+    }
     // Messages that a client has built itself are sent unchecked.
     takeSent(slot[slots::kServId.at] != kRawSend);
     if ((options & kLeaves) == 0) (void)takeFlag(getServRespShm(), slots::kIdle);
@@ -70,9 +76,8 @@ void stop() {
 
 }  // namespace
 
-// The daemon sleeps only while it waits for a client, so this is the client's turn.
+// The daemon sleeps only while it waits for an answer to be collected.
 extern "C" int usleep(useconds_t) {
-    if (marksIdle) (void)takeFlag(getServReqShm(), slots::kIdle);
     return 0;
 }
 

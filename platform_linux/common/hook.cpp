@@ -81,9 +81,17 @@ int give(Answer& answer, std::string& output) {
     return answer.status;
 }
 
-// okLevel: log level of the line about a success.
-JobId start(const std::string& name, const std::vector<std::string>& args, JobOptions options,
-            uint8_t okLevel, JobDone done) {
+}  // namespace
+
+bool hasHook(const std::string& name) {
+    const std::string file = hookFile(name);
+    struct stat info {};
+    return stat(file.c_str(), &info) == 0 && S_ISREG(info.st_mode) &&
+           access(file.c_str(), X_OK) == 0;
+}
+
+JobId startHook(const std::string& name, const std::vector<std::string>& args, JobOptions options,
+                JobDone done, uint8_t okLevel) {
     collectJobs();
     options.name = "hook " + name;
     if (!hasHook(name)) {
@@ -103,20 +111,6 @@ JobId start(const std::string& name, const std::vector<std::string>& args, JobOp
                     });
 }
 
-}  // namespace
-
-bool hasHook(const std::string& name) {
-    const std::string file = hookFile(name);
-    struct stat info {};
-    return stat(file.c_str(), &info) == 0 && S_ISREG(info.st_mode) &&
-           access(file.c_str(), X_OK) == 0;
-}
-
-JobId startHook(const std::string& name, const std::vector<std::string>& args, JobOptions options,
-                JobDone done) {
-    return start(name, args, std::move(options), 3, std::move(done));
-}
-
 int runHook(const std::string& name, const std::vector<std::string>& args, JobDone done,
             std::chrono::milliseconds limit) {
     const JobId id = startHook(name, args, {.limit = limit}, std::move(done));
@@ -133,10 +127,10 @@ int askHook(const std::string& name, const std::vector<std::string>& args, std::
     const bool fresh = last != nullptr && !last->read && Clock::now() - last->at < kLateLimit;
     if (fresh || (last != nullptr && isJobRunning("hook " + name))) return give(*last, output);
     // Questions come every few seconds, so only a failure is worth a line.
-    const JobId id = start(name, args, {.limit = kHookLimit, .maxOutput = maxOutput}, 4,
-                           [name, args](int status, const std::string& text) {
-                               keepAnswer(name, args, status, text);
-                           });
+    const JobId id = startHook(
+        name, args, {.limit = kHookLimit, .maxOutput = maxOutput},
+        [name, args](int status, const std::string& text) { keepAnswer(name, args, status, text); },
+        4);
     if (id == 0) return kFailure;
     waitForHook(id);
     last = findAnswer(name, args);

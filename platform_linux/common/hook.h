@@ -35,9 +35,10 @@ int askForText(const std::string& name, const std::vector<std::string>& args, ch
 int askIfThere(const std::string& name, const std::vector<std::string>& args, char* text,
                size_t size);
 
-// Starts a hook without waiting for it. Returns its job, or 0 where runHook returns 16.
+// Starts a hook without waiting for it. okLevel is the level of the log line about a success.
+// Returns its job, or 0 where runHook returns 16.
 [[nodiscard]] JobId startHook(const std::string& name, const std::vector<std::string>& args,
-                              JobOptions options, JobDone done);
+                              JobOptions options, JobDone done, uint8_t okLevel = 3);
 
 // Whether there is an executable of this name.
 bool hasHook(const std::string& name);

@@ -88,21 +88,6 @@ int setWIFIChannelSyncList(const uint8_t* alMac, const char* result) {
     return runHook("wifi-channel-result", {macText(alMac), orEmpty(result)});
 }
 
-int SecurityCtrl_parseM1(const uint8_t* alMac, uint16_t len, const uint8_t* data) {
-    if (data == nullptr && len != 0) return kFailure;
-    return runHook("security-m1", {macText(alMac), hexText({data, len})});
-}
-
-int SecurityCtrl_parseM2(const uint8_t* alMac, uint16_t len, const uint8_t* data) {
-    if (data == nullptr && len != 0) return kFailure;
-    return runHook("security-m2", {macText(alMac), hexText({data, len})});
-}
-
-// The hooks keep the exchanges.
-int SecurityCtrl_cleanDataToList() {
-    return kOk;
-}
-
 int getResponseLogFile(const uint8_t* alMac, LogFileRef* file) {
     if (file == nullptr) return kFailure;
     std::string output;

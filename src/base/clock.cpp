@@ -41,6 +41,11 @@ Seconds toWallClock(Seconds stamp) {
     return stamp + (stepped + half) / kNanoseconds;
 }
 
+int64_t uptimeMs() {
+    if (testSource != nullptr) return testSource() * 1000;
+    return nanoseconds(CLOCK_BOOTTIME) / 1'000'000;
+}
+
 void sleepMicroseconds(unsigned microseconds) {
     usleep(microseconds);
 }

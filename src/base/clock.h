@@ -17,9 +17,12 @@ Seconds wallClock();
 // clients see.
 Seconds toWallClock(Seconds stamp);
 
+// Milliseconds since boot, for waits shorter than the steps of now().
+int64_t uptimeMs();
+
 // Waits this many microseconds, or until a signal arrives.
 void sleepMicroseconds(unsigned microseconds);
 
-// Replaces the source of now() and wallClock(); nullptr restores the system's clock.
+// Replaces the source of now(), wallClock() and uptimeMs(); nullptr restores the system's clock.
 using ClockSource = Seconds (*)();
 void setClockSource(ClockSource source);

@@ -29,8 +29,7 @@ enum Result : int {
     kTopolIncomplete = 98,  // the topology is not available yet
 };
 
-// The byte that carries a result of the daemon or the platform in a message. A result that does not
-// fit in a byte becomes kFailure.
+// The byte that carries a result of the daemon or the platform in a message: its low 8 bits.
 constexpr unsigned char resultByte(int result) {
-    return static_cast<unsigned char>(result >= 0 && result <= 0xFF ? result : kFailure);
+    return static_cast<unsigned char>(result);
 }

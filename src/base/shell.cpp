@@ -1,5 +1,7 @@
 #include "base/shell.h"
 
+#include <signal.h>
+
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -12,7 +14,14 @@ int runShell(const char* format, ...) {
     va_end(args);
     // A truncated command would do something else.
     if (length < 0 || static_cast<size_t>(length) >= sizeof command) return -1;
-    return system(command);
+    // Commands inherit an ignored signal, but expect a broken pipe to end them.
+    struct sigaction before {};
+    struct sigaction standard {};
+    standard.sa_handler = SIG_DFL;
+    sigaction(SIGPIPE, &standard, &before);
+    const int status = system(command);
+    sigaction(SIGPIPE, &before, nullptr);
+    return status;
 }
 
 std::optional<std::string> escapeForEcho(std::string_view text) {

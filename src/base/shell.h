@@ -5,8 +5,9 @@
 #include <string>
 #include <string_view>
 
-// Formats a command like printf, runs it through the shell and waits for it. Returns the status of
-// system(3), or -1 if the command exceeds 4095 bytes. Text from outside must be escaped first.
+// Formats a command like printf, runs it through the shell, with the default action for SIGPIPE,
+// and waits for it. Returns the status of system(3), or -1 if the command exceeds 4095 bytes. Text
+// from outside must be escaped first.
 int runShell(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 // Escapes a text for use between the double quotes of an echo command, so that echo prints it

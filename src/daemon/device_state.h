@@ -16,7 +16,8 @@
 #include "db/sys_ctrl.h"
 #include "db/upcalls.h"
 #include "handlers/answer_memory.h"
-#include "handlers/wifi_handlers.h"
+#include "handlers/message_log.h"
+#include "handlers/result_file.h"
 #include "net/fragment_store.h"
 #include "net/ports.h"
 #include "net/relay_limit.h"
@@ -29,6 +30,7 @@
 #include "orders/slots.h"
 #include "orders/speed_test.h"
 #include "orders/wifi_sync.h"
+#include "service/intf_request.h"
 #include "service/service_monitor.h"
 #include "service/wake_fifo.h"
 
@@ -37,9 +39,9 @@ using ModuleStates = std::tuple<                                          //
     PortsState, TransmitterState, FragmentStore, RelayLimit,              // net
     VendQueries, ControlLists, FWupgradeList, Schedule, PendingRequests,  // orders
     SlotsState, SpeedTestState, WifiSyncState,                            //
-    AnswerMemory, ResultFiles,                                            // handlers
+    AnswerMemory, MessageLog, ResultFiles,                                // handlers
     Announcements, ControllerLoop, RootAp,                                // controller
-    ServiceMonitor, WakeFifo,                                             // service
+    ServiceMonitor, WakeFifo, IntfRequest,                                // service
     MessageMonitor, Receiver, ControlFiles>;                              // daemon
 
 struct DeviceState : ModuleStates {};

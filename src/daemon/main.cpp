@@ -1,5 +1,6 @@
 // Entry point: command line, start-up in a fixed order, teardown, restart.
 #include <fcntl.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -102,6 +103,9 @@ void applySwitches(const CommandLine& line) {
 
 int main(int argc, char** argv) {
     keepStandardStreams();
+    // The program that reads the log may end. runShell and the platform library restore the signal
+    // for the programs that they run.
+    (void)signal(SIGPIPE, SIG_IGN);
     // It lives as long as the process.
     useDevice(*new DeviceState);
     printf("** vm1905 Version : %s **\n", kReleaseVersionGit);

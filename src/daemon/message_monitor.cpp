@@ -15,11 +15,13 @@
 #include "net/ports.h"
 #include "net/raw_socket.h"
 #include "net/transmitter.h"
+#include "service/intf_request.h"
 #include "service/wake_fifo.h"
 
 namespace {
 
-constexpr int kWaitSeconds = 1;
+constexpr int kWait = 1000;                     // ms
+constexpr int kPendingWait = kSlotWait / 1000;  // while a client of this device is awaited
 
 MessageMonitor& module() {
     return stateOf<MessageMonitor>();
@@ -77,7 +79,7 @@ int runMessageMonitor() {
     }
     watch(wakeFifoFd());
     watch(linkEventsFd());
-    const int ready = waitReadable(limit, readable, kWaitSeconds);
+    const int ready = waitReadable(limit, readable, intfRequestIsPending() ? kPendingWait : kWait);
     module().paced = ready == 0;
     if (ready <= 0) return kOk;
 

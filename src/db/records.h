@@ -16,6 +16,7 @@
 // Limits of the tables that strangers can fill, far above the needs of any real home.
 inline constexpr size_t kMaxIntfNbrs = 4096;
 inline constexpr size_t kMaxNbrDevs = 4096;
+inline constexpr size_t kMaxFwdRules = 255;    // the number is one byte in the service channel
 inline constexpr size_t kMaxDevEntries = 255;  // interfaces, tuples and lists of a remote device
 inline constexpr size_t kMaxDevNbrs = 4096;    // neighbors of a remote device, of each kind
 inline constexpr size_t kMaxMeshBytes = 16U << 20;  // sum of memory() over all remote devices
@@ -123,8 +124,11 @@ struct BrdgTuple {
     std::vector<MacAddr> macs;
 };
 
+// A forwarding rule of a client. It is kept, not enforced.
 struct FwdRule {
     uint16_t ruleId = 0;
+    std::vector<MacAddr> macs{};
+    std::array<uint8_t, 26> match{};  // the classification fields, as the client wrote them
 };
 
 struct SecurityTable {

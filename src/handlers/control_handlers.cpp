@@ -10,6 +10,7 @@
 #include "db/upcalls.h"
 #include "handlers/control_request.h"
 #include "handlers/message_log.h"
+#include "handlers/result_file.h"
 #include "orders/answer_writers.h"
 #include "orders/control_lists.h"
 #include "orders/firmware_upgrade_list.h"
@@ -121,7 +122,7 @@ int handleNetworkCtrlRespMsg(const VendContext& context, const NetworkCtrlResp& 
     Outputlog("[NetworkCtrl] get result (%d) of (%d) from (" MAC_FMT ")", answer.retCode,
               answer.networkOption, MAC_ARGS(context.msg.alMac));
     clearNetworkCtrlList(context.msg.alMac, answer.networkOption);
-    return kOk;
+    return writeResultFile("NetworkCtrl", context.msg.alMac, resultText(answer.retCode));
 }
 
 int handleUpdateExtenderconifgReqMsg(const VendContext& context, const TextPayload& request) {

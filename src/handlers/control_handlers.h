@@ -25,7 +25,8 @@ int handleSystemCtrlRespMsg(const VendContext& context, const RetCodePayload& an
 
 // Hands the network option and its command to the platform and answers with its result.
 int handleNetworkCtrlReqMsg(const VendContext& context, const NetworkCtrlReq& request);
-// Ends the repetition of the order. No client waits for this answer.
+// Ends the repetition of the order and writes the result to a file below /tmp/vm1905. No client
+// waits for this answer.
 int handleNetworkCtrlRespMsg(const VendContext& context, const NetworkCtrlResp& answer);
 
 // Hands the text, if there is one, to the platform, and reads the WPS configuration again. Not

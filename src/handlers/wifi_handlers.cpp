@@ -1,16 +1,12 @@
 #include "handlers/wifi_handlers.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <string>
 
 #include "base/log.h"
-#include "base/public_file.h"
 #include "base/result.h"
-#include "base/shell.h"
-#include "base/state.h"
 #include "db/data_model_update.h"
 #include "db/database.h"
 #include "db/device_table.h"
@@ -18,6 +14,7 @@
 #include "db/wifi_clients.h"
 #include "handlers/answer_memory.h"
 #include "handlers/control_request.h"
+#include "handlers/result_file.h"
 #include "orders/answer_writers.h"
 #include "orders/wifi_sync.h"
 #include "platform/autoconfig.h"
@@ -28,14 +25,9 @@
 namespace {
 
 constexpr size_t kMaxStateEntries = 100;  // more do not fit into a message
-constexpr size_t kMaxResultSenders = 4096;
 constexpr uint8_t kWpsAutoConfig = 0x01;
 constexpr uint8_t kWpsSendSearch = 0x02;
 constexpr uint8_t kWpsSendResponse = 0x04;
-
-const char* resultText(int result) {
-    return result == 0 ? "success" : "fail";
-}
 
 // Answers with a text of this device: its own setting, or the result of taking over a setting.
 int answerText(const VendContext& context, VendMsgType type, std::string_view text) {
@@ -49,35 +41,13 @@ int answerSearch(const VendContext& context, VendMsgType type, WifiSyncKind kind
     return answerText(context, type, text);
 }
 
-// False if too many devices have left files already: /tmp is often in memory, and strangers must
-// not fill it.
-bool mayLeaveResult(const MacAddr& sender) {
-    auto& senders = stateOf<ResultFiles>().senders;
-    if (senders.size() < kMaxResultSenders) senders.insert(sender);
-    return senders.contains(sender);
-}
-
-// Writes the result text of a device to a file, for other programs to show.
-int writeResultFile(const MacAddr& sender, const TextPayload& answer, const char* pathFormat) {
-    char path[64];
-    snprintf(path, sizeof path, pathFormat, MAC_ARGS(sender));
-    const auto text = escapeForEcho(answer.data);
-    if (!text || !mayLeaveResult(sender)) {
-        LOG(2, "refuse the result text of " MAC_FMT "\n", MAC_ARGS(sender));
-        return kFailure;
-    }
-    (void)runShell("mkdir -p /tmp/vm1905");
-    if (!isOrdinaryFile(path)) return kFailure;
-    return runShell("echo \"%s\" > %s", text->c_str(), path) == 0 ? kOk : kFailure;
-}
-
 // Takes over the result that a device answers to a synchronization.
 int takeResult(const VendContext& context, const TextPayload& answer, WifiSyncKind kind,
-               int (*setSyncList)(const uint8_t*, const char*), const char* pathFormat) {
+               int (*setSyncList)(const uint8_t*, const char*), const char* name) {
     const MacAddr& sender = context.msg.alMac;
     if (!noteWifiSyncAck(kind, sender, context.msgId, answer.data)) return kOk;
     (void)setSyncList(sender.data(), answer.data.c_str());
-    return writeResultFile(sender, answer, pathFormat);
+    return writeResultFile(name, sender, answer.data);
 }
 
 }  // namespace
@@ -139,8 +109,7 @@ int handleWIFIStateRenewMsg(const VendContext& context, const TextPayload& renew
 }
 
 int handleWIFIStateAckMsg(const VendContext& context, const TextPayload& answer) {
-    return takeResult(context, answer, kWifiStateSync, setWIFIStateSyncList,
-                      "/tmp/vm1905/vm1905WIFIState_%02x%02x%02x%02x%02x%02x");
+    return takeResult(context, answer, kWifiStateSync, setWIFIStateSyncList, "WIFIState");
 }
 
 int handleWIFIChannelSearchMsg(const VendContext& context, const AlMacPayload& /*search*/) {
@@ -163,8 +132,7 @@ int handleWIFIChannelRenewMsg(const VendContext& context, const TextPayload& ren
 }
 
 int handleWIFIChannelAckMsg(const VendContext& context, const TextPayload& answer) {
-    return takeResult(context, answer, kWifiChannelSync, setWIFIChannelSyncList,
-                      "/tmp/vm1905/vm1905WIFIChannel_%02x%02x%02x%02x%02x%02x");
+    return takeResult(context, answer, kWifiChannelSync, setWIFIChannelSyncList, "WIFIChannel");
 }
 
 int handleWIFICountryCodeCtrlReqMsg(const VendContext& context, const CountryCodeReq& request) {

@@ -3,14 +3,7 @@
 // cannot be sent.
 #pragma once
 
-#include <set>
-
 #include "handlers/vend_context.h"
-
-// The AL MACs of the devices whose result texts were written to files.
-struct ResultFiles {
-    std::set<MacAddr> senders;
-};
 
 // Answers with the stations of this device.
 int handleWIFIStateQueryMsg(const VendContext& context, const AlMacPayload& query);

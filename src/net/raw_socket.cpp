@@ -140,8 +140,8 @@ int interfaceMtu(int fd, const char* name) {
     return ioctl(fd, SIOCGIFMTU, &request) == 0 ? request.ifr_mtu : -1;
 }
 
-int waitReadable(int limit, fd_set& readable, int seconds) {
-    timeval timeout{seconds, 0};
+int waitReadable(int limit, fd_set& readable, int milliseconds) {
+    timeval timeout{milliseconds / 1000, milliseconds % 1000 * 1000};
     return select(limit, &readable, nullptr, nullptr, &timeout);
 }
 

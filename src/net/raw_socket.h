@@ -56,4 +56,4 @@ bool readLinkEvents(int fd, std::vector<LinkEvent>& events);
 
 // Waits until one of the descriptors below limit in the set is readable or the time is over. The
 // result and the set are those of select(2).
-[[nodiscard]] int waitReadable(int limit, fd_set& readable, int seconds);
+[[nodiscard]] int waitReadable(int limit, fd_set& readable, int milliseconds);

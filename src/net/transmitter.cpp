@@ -115,7 +115,7 @@ class Message {
         if (!perPort_) build({});
     }
 
-    // True if the message could not be built. Only a topology query may be empty.
+    // True if the message could not be built the last time. Only a topology query may be empty.
     bool failed() const { return failed_; }
     const MsgTraits& traits() const { return traits_; }
     const TlvList& forPort(const Port& port) {
@@ -126,9 +126,8 @@ class Message {
   private:
     void build(const Port& port) {
         tlvs_ = gen1905Msg(port, msgType_, body_, traits_);
-        if (!tlvs_.empty() || msgType_ == kMsgTopolQuery) return;
-        LOG(2, "failed to generate IEEE 1905.1 message (msgType = %d)\r\n", msgType_);
-        failed_ = true;
+        failed_ = tlvs_.empty() && msgType_ != kMsgTopolQuery;
+        if (failed_) LOG(2, "failed to generate IEEE 1905.1 message (msgType = %d)\r\n", msgType_);
     }
 
     uint16_t msgType_;
@@ -272,7 +271,10 @@ int requestSend1905McastMsg(uint16_t msgType, const MsgBody& body, uint16_t* msg
         }
         if (port.isDown) continue;
         const TlvList& tlvs = message.forPort(port);
-        if (message.failed()) return kFailure;
+        if (message.failed()) {
+            if (msgType == kMsgTopolDisc || msgType == kMsgTopolNtf) continue;
+            return kFailure;
+        }
         if (send1905McastMsg(port, msgType, module().msgId, message.traits().relay,
                              message.traits().expectsResponse, tlvs) != kOk) {
             LOG(2, "failed to send message (type = %d, id = %d) from port (%s)\r\n", msgType,

@@ -29,7 +29,7 @@ int requestSend1905UcastRespMsg(const MacAddr& dstMac, uint16_t msgType, uint16_
 
 // Sends a message to all neighbors by every port that may send multicasts. *msgId is the last
 // identifier used: a discovery uses one per port. kOk, also if nothing could be sent, or kFailure
-// if the message cannot be built.
+// if the message cannot be built. Types 0 and 1 only skip a port for which they cannot be built.
 int requestSend1905McastMsg(uint16_t msgType, const MsgBody& body, uint16_t* msgId = nullptr);
 
 // Sends the frame in the receive buffer by every other port, with the MAC of that port as its

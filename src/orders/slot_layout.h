@@ -47,7 +47,7 @@ inline constexpr Field kLinkIndex{16, 1};  // 12
 inline constexpr Field kDevAlMac{7, 6};
 inline constexpr Field kDevIndex{13, 1};
 inline constexpr Field kDevItem{13, 1};  // 132
-// Forwarding rules: 24, 26.
+// Forwarding rules: 26. The rules of 22 and 24 have the layout of answer 21.
 inline constexpr Field kRuleId{8, 2};
 // Settings.
 inline constexpr Field kLogMax{7, 1};     // 32
@@ -133,9 +133,13 @@ inline constexpr Field kLinkThroughput{36, 2};    // Mb/s
 inline constexpr Field kLinkAvailability{38, 2};  // percent
 inline constexpr Field kLinkPhyRate{40, 2};       // Mb/s
 inline constexpr Field kLinkRssi{42, 1};
-// 21: the rest of the rule stays zero
+// 21, and the requests 22 and 24
 inline constexpr Field kRuleId{8, 2};
 inline constexpr Field kRuleMacNum{10, 1};
+inline constexpr size_t kRuleMacs = 11;
+inline constexpr size_t kMaxRuleMacs = 30;
+inline constexpr size_t kRuleMatch = 191;  // the classification fields
+inline constexpr size_t kRuleMatchLen = 26;
 // 29
 inline constexpr Field kTopolEnable{8, 4};
 inline constexpr Field kTopolStatus{12, 1};

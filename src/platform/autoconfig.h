@@ -182,10 +182,10 @@ int reSendRenewbySynclist(void);
 /* Records of the service requests (lifecycle.h). */
 typedef struct ApAutoConfRespReq {
     uint8_t dstMac[PLATFORM_MAC_LEN];
-    uint8_t dstAlMac[PLATFORM_MAC_LEN];
-    uint16_t msgId;        /* of the search that is answered */
-    uint8_t supportedRole; /* PLATFORM_REGISTRAR or PLATFORM_ENROLLEE */
-    uint8_t freqBand;      /* band */
+    uint8_t dstAlMac[PLATFORM_MAC_LEN]; /* used if dstMac is no known neighbor */
+    uint16_t msgId;                     /* of the search that is answered */
+    uint8_t supportedRole;              /* PLATFORM_REGISTRAR or PLATFORM_ENROLLEE */
+    uint8_t freqBand;                   /* band */
 } ApAutoConfRespReq;
 
 typedef struct ApAutoConfWscReq {

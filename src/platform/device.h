@@ -157,11 +157,12 @@ int setExtenderConfig(const uint8_t* alMac, const char* data);
 /* ---- Security exchange --------------------------------------------------------------------- */
 
 /* The first and the second message of an exchange have arrived: len bytes of data from the device
- * with this AL MAC. */
+ * with this AL MAC. The library starts and continues an exchange with sendSecurityCtrlMsg
+ * (exports.h), during the call or later. */
 int SecurityCtrl_parseM1(const uint8_t* alMac, uint16_t len, const uint8_t* data);
 int SecurityCtrl_parseM2(const uint8_t* alMac, uint16_t len, const uint8_t* data);
 
-/* Called every few seconds: forgets exchanges that were never finished. */
+/* Called every few seconds: forgets exchanges that were never finished, and may start new ones. */
 int SecurityCtrl_cleanDataToList(void);
 
 /* ---- Speed test ---------------------------------------------------------------------------- */

@@ -34,6 +34,13 @@ int sendEXdeviceReboot(void);
  * again. Call it before the first phase. Returns 0. */
 int removeallFWupgradelist(void);
 
+/* Sends a message of the security exchange to the neighbor with this AL MAC (6 bytes): type 1, the
+ * first message, or 2, the second (other devices ignore any other type), and len bytes of data, at
+ * most 1373. The other device passes it to SecurityCtrl_parseM1 or SecurityCtrl_parseM2. To be
+ * called on the daemon's thread once startNetCtrl has been called. Returns 0, or 16 if the device
+ * is not a neighbor or the message cannot be sent. */
+int sendSecurityCtrlMsg(const uint8_t* alMac, uint8_t type, uint16_t len, const uint8_t* data);
+
 /* Writes out the file systems and restarts this device at once. Returns 16 if the kernel refuses.
  * On success it returns only in a PID namespace, where the kernel then ends the processes. */
 int rebootSystem(void);

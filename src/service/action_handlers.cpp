@@ -1,6 +1,10 @@
 #include "service/action_handlers.h"
 
+#include <algorithm>
+#include <array>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "base/log.h"
 #include "base/result.h"
@@ -43,6 +47,48 @@ int answerWpsCode(const ServReq& request, uint16_t answer, int code) {
     return kOk;
 }
 
+// The rule in a request; std::nullopt if it has more addresses than an answer holds.
+std::optional<FwdRule> fwdRuleOf(const ServReq& request) {
+    const size_t num = request.number(resp::kRuleMacNum);
+    if (num > resp::kMaxRuleMacs) return std::nullopt;
+    FwdRule rule{.ruleId = static_cast<uint16_t>(request.number(resp::kRuleId))};
+    for (size_t i = 0; i < num; i++) {
+        rule.macs.push_back(request.macAt(resp::kRuleMacs + i * resp::kMacLen));
+    }
+    static_assert(std::tuple_size_v<decltype(rule.match)> == resp::kRuleMatchLen);
+    std::ranges::copy(request.bytes(resp::kRuleMatch, resp::kRuleMatchLen), rule.match.begin());
+    return rule;
+}
+
+// nullptr if there is no rule with this identifier.
+FwdRule* findFwdRule(AlTable& al, uint16_t ruleId) {
+    const auto it = std::ranges::find(al.fwdRules, ruleId, &FwdRule::ruleId);
+    return it != al.fwdRules.end() ? &*it : nullptr;
+}
+
+int addFwdRule(const ServReq& request) {
+    AlTable* al = getAlTable();
+    auto rule = fwdRuleOf(request);
+    if (al == nullptr || !rule || al->fwdRules.size() >= kMaxFwdRules) return kFailure;
+    if (rule->ruleId == 0) {
+        do {
+            rule->ruleId++;
+        } while (findFwdRule(*al, rule->ruleId) != nullptr);
+    }
+    if (findFwdRule(*al, rule->ruleId) != nullptr) return kFailure;
+    al->fwdRules.push_back(std::move(*rule));
+    return kOk;
+}
+
+int modifyFwdRule(const ServReq& request) {
+    AlTable* al = getAlTable();
+    auto rule = fwdRuleOf(request);
+    FwdRule* old = al != nullptr && rule ? findFwdRule(*al, rule->ruleId) : nullptr;
+    if (old == nullptr) return kFailure;
+    *old = std::move(*rule);
+    return kOk;
+}
+
 }  // namespace
 
 int respSetIntfPwrStateServReq(const ServReq& request, uint16_t answer) {
@@ -53,11 +99,11 @@ int respSetIntfPwrStateServReq(const ServReq& request, uint16_t answer) {
 }
 
 int respAddFwdRuleServReq(const ServReq& request, uint16_t answer) {
-    return answerCode(request, answer, kFailure);
+    return answerCode(request, answer, addFwdRule(request));
 }
 
 int respMdfyFwdRuleServReq(const ServReq& request, uint16_t answer) {
-    return answerResult(request, answer, kFailure);
+    return answerResult(request, answer, modifyFwdRule(request));
 }
 
 int respRmFwdRuleServReq(const ServReq& request, uint16_t answer) {

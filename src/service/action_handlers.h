@@ -11,8 +11,9 @@ class ServReq;
 
 // Sets the power state of an own interface.
 int respSetIntfPwrStateServReq(const ServReq& request, uint16_t answer);
-// Forwarding rules. The database stores only their identifiers, so adding and modifying are always
-// answered with kFailure.
+// Forwarding rules. A new one with the identifier 0 gets an unused one. kFailure is answered if a
+// new rule has the identifier of another one, if there is none to modify or remove, if a rule has
+// more addresses than an answer holds, or if the table is full.
 int respAddFwdRuleServReq(const ServReq& request, uint16_t answer);
 int respMdfyFwdRuleServReq(const ServReq& request, uint16_t answer);
 int respRmFwdRuleServReq(const ServReq& request, uint16_t answer);

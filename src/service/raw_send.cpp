@@ -21,6 +21,9 @@ int sendRaw(const ServReq& request) {
     TlvList tlvs;
     Bytes area = request.bytes(slots::req::kRawTlvs, slots::kReqSize);
     const bool wellFormed = walkTlvs(area, [&](Bytes rest) { return takeTlv(tlvs, rest); });
+    // The daemon builds an empty discovery, notification or query itself.
+    const bool isOwn = tlvs.empty() && type <= kMsgTopolQuery;
+    const MsgBody body = isOwn ? MsgBody{} : readyBody(tlvs);
     switch (type) {
         case kMsgTopolDisc:
         case kMsgTopolNtf:
@@ -28,15 +31,15 @@ int sendRaw(const ServReq& request) {
         case kMsgApAutoConfRenew:
         case kMsgPBEventNtf:
         case kMsgPBJoinNtf:
-            return wellFormed ? requestSend1905McastMsg(type, readyBody(tlvs)) : kFailure;
+            return wellFormed ? requestSend1905McastMsg(type, body) : kFailure;
         case kMsgTopolQuery:
         case kMsgVendSpec:
         case kMsgMetricQuery:
         case kMsgApAutoConfResp:
         case kMsgApAutoConfWsc:
-            return wellFormed ? requestSend1905UcastMsg(request.mac(slots::req::kTarget), type,
-                                                        readyBody(tlvs))
-                              : kFailure;
+            return wellFormed
+                       ? requestSend1905UcastMsg(request.mac(slots::req::kTarget), type, body)
+                       : kFailure;
         default:
             return kTypeNotAllowed;
     }

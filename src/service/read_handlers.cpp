@@ -1,12 +1,8 @@
 #include "service/read_handlers.h"
 
-#include <signal.h>
-
 #include <algorithm>
-#include <cerrno>
 
 #include "base/clock.h"
-#include "base/log.h"
 #include "base/result.h"
 #include "db/database.h"
 #include "db/device_table.h"
@@ -77,25 +73,6 @@ int answerPart(const ServReq& request, List Ieee1905DevTable::*list, AnswerWith&
     return code == kOk ? answerWith(all[index]) : refuse(request, code);
 }
 
-bool clientExists(int32_t pid) {
-    return pid > 0 && (kill(pid, 0) == 0 || errno != ESRCH);
-}
-
-// Meant: the wait ends even if the client never frees the slot, so that no client can block the
-// daemon.
-constexpr int kMostLooks = 200;  // a second
-
-// Waits until a client marks the request slot idle. False if the client has ended, or none does.
-bool waitForIdleRequest(const ServReq& request) {
-    for (int look = 1; requestIsHeld(request); look++) {
-        if (look > kMostLooks || !clientExists(request.pid())) return false;
-        sleepMicroseconds(kSlotWait);
-        if (look == kSlotLooks) markResponseFree();
-    }
-    forgetRequest();
-    return true;
-}
-
 // The number of entries of the list that fit into the slot from begin on.
 template <typename List>
 size_t fitting(const List& list, size_t begin, size_t entryLen) {
@@ -114,32 +91,6 @@ int respGet1905DevServReq(const ServReq& request, uint16_t answer) {
         .number(resp::kAlIntfNum, static_cast<uint32_t>(al->intfs.size()))
         .number(resp::kAlNoPort, getIntfPorts().empty() ? 1 : 0)
         .answer();
-}
-
-int respGetIntfServReq(const ServReq& request, uint16_t answer) {
-    // Meant: this waits for the request slot, not for the response slot. It stays in use until this
-    // function returns, unless a client marks it idle.
-    if (!waitForIdleRequest(request)) {
-        LOG(2, "the client (%d) has gone or does not mark its request idle\r\n", request.pid());
-        return kFailure;
-    }
-    const auto& intfs = getIntfTable();
-    const size_t index = request.number(req::kIndex);
-    if (index >= intfs.size()) {
-        // Meant: the same code for every cause.
-        return ServResp(request.pid(), kServRetCode)
-            .number(resp::kReqId, request.servId())
-            .number(resp::kRetCode, kFailure)
-            .put();
-    }
-    const IntfTable& intf = *std::next(intfs.begin(), static_cast<std::ptrdiff_t>(index));
-    return answerTo(request, answer)
-        .mac(resp::kIntfMac, intf.mac)
-        .number(resp::kIntfStatus, intf.operStatus)
-        .number(resp::kIntfAge, ageOf(intf.lastChange))
-        .number(resp::kIntfMediaType, intf.mediaType)
-        .number(resp::kIntfPwrState, intf.pwrState)
-        .put();
 }
 
 int respGetIntfVendPropServReq(const ServReq& request, uint16_t answer) {
@@ -205,7 +156,15 @@ int respGetFwdRuleServReq(const ServReq& request, uint16_t answer) {
     const size_t index = request.number(req::kIndex);
     const int code = checkIndex(index, al->fwdRules.size());
     if (code != kOk) return refuse(request, code);
-    return answerTo(request, answer).number(resp::kRuleId, al->fwdRules[index].ruleId).answer();
+    const FwdRule& rule = al->fwdRules[index];
+    ServResp out = answerTo(request, answer);
+    out.number(resp::kRuleId, rule.ruleId)
+        .number(resp::kRuleMacNum, static_cast<uint32_t>(rule.macs.size()))
+        .bytes(resp::kRuleMatch, rule.match);
+    for (size_t i = 0; i < rule.macs.size(); i++) {
+        out.bytes(resp::kRuleMacs + i * resp::kMacLen, rule.macs[i].b);
+    }
+    return out.answer();
 }
 
 int respGetTopolServReq(const ServReq& request, uint16_t answer) {

@@ -11,9 +11,6 @@ class ServReq;
 
 // This device.
 int respGet1905DevServReq(const ServReq& request, uint16_t answer);
-// An own interface, by index. Waits first until a client marks the request slot idle: kFailure if
-// none does within a second, or the client has ended.
-int respGetIntfServReq(const ServReq& request, uint16_t answer);
 // Parts of an own interface, by MAC and media type.
 int respGetIntfVendPropServReq(const ServReq& request, uint16_t answer);
 int respGetIntfPwrStateServReq(const ServReq& request, uint16_t answer);

@@ -1,7 +1,9 @@
 #include "service/service_callback.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <string_view>
+#include <utility>
 
 #include "base/log.h"
 #include "base/result.h"
@@ -10,7 +12,9 @@
 #include "db/device_table.h"
 #include "db/wifi_bands.h"
 #include "net/transmitter.h"
+#include "net/vend_sender.h"
 #include "platform/autoconfig.h"
+#include "platform/exports.h"
 #include "platform/lifecycle.h"
 #include "wire/frame.h"
 
@@ -33,11 +37,20 @@ int sendSearch(const ApAutoConfSrch& info) {
     return requestSend1905McastMsg(kMsgApAutoConfSrch, apSearchBody(body));
 }
 
-// dstMac and dstAlMac both name the receiver; one is enough.
+bool isNeighbor(const MacAddr& mac) {
+    return std::ranges::any_of(getIntfTable(), [&](const IntfTable& intf) {
+        return std::ranges::any_of(intf.nbrs, [&](const IntfNbrDev& nbr) {
+            return nbr.nbrIntfMac == mac || (nbr.nbrAlMac == mac && !mac.isZero());
+        });
+    });
+}
+
+// Both addresses name the receiver.
 int sendResponse(const ApAutoConfRespReq& info) {
     const RoleBand body{info.supportedRole, info.freqBand};
-    return requestSend1905UcastRespMsg(MacAddr(info.dstMac), kMsgApAutoConfResp, info.msgId,
-                                       apSupportedBody(body));
+    const MacAddr first(info.dstMac);
+    return requestSend1905UcastRespMsg(isNeighbor(first) ? first : MacAddr(info.dstAlMac),
+                                       kMsgApAutoConfResp, info.msgId, apSupportedBody(body));
 }
 
 int sendWsc(const ApAutoConfWscReq& info) {
@@ -120,4 +133,11 @@ void servReqCallback(uint32_t servId, void* info, uint32_t* retCode) {
         }
     }
     if (retCode != nullptr) *retCode = static_cast<uint32_t>(result);
+}
+
+int sendSecurityCtrlMsg(const uint8_t* alMac, uint8_t type, uint16_t len, const uint8_t* data) {
+    if (alMac == nullptr || (data == nullptr && len != 0)) return kFailure;
+    SecurityCtrlMsg msg{MacAddr(alMac), type, {}};
+    if (len != 0) msg.data.assign(data, data + len);
+    return sendVendMsg(MacAddr(alMac), VEND_MSG_TYPE_SECURITYCTRL_MSG, std::move(msg));
 }

@@ -7,6 +7,7 @@
 #include "orders/service_ids.h"
 #include "orders/slots.h"
 #include "service/action_handlers.h"
+#include "service/intf_request.h"
 #include "service/neighbor_handlers.h"
 #include "service/raw_send.h"
 #include "service/read_handlers.h"
@@ -97,6 +98,6 @@ int requestHandleService(const ServReq& request) {
         std::ranges::lower_bound(kServices, request.servId(), {}, &Service::servId);
     const bool known = row != std::end(kServices) && row->servId == request.servId();
     const int result = known ? row->handler(request, row->answer) : kUnknownService;
-    markRequestIdle();
+    if (!intfRequestIsPending()) markRequestIdle();
     return result;
 }

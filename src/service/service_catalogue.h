@@ -9,6 +9,6 @@ class ServReq;
 // or the number that an answer with only a return code names. Returns kOk or an error code.
 using ServiceHandler = int (*)(const ServReq& request, uint16_t answer);
 
-// Handles a request and frees the request slot. Returns the result of its handler. If there is
-// none, returns kUnknownService and does not answer.
+// Handles a request and frees the request slot, unless it waits (intf_request.h). Returns the
+// result of its handler. If there is none, returns kUnknownService and does not answer.
 int requestHandleService(const ServReq& request);

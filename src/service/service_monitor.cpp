@@ -7,6 +7,7 @@
 #include "orders/pending_requests.h"
 #include "orders/slots.h"
 #include "platform/lifecycle.h"
+#include "service/intf_request.h"
 #include "service/service_callback.h"
 #include "service/service_catalogue.h"
 #include "service/wake_fifo.h"
@@ -66,8 +67,8 @@ int startServiceMonitor() {
 int runServiceMonitor() {
     if (state() != kStart) return invalidState(kStart);
     drainWakeFifo();
-    if (!requestIsWaiting()) return kOk;
-    const int result = requestHandleService(takeRequest());
+    int result = continueIntfRequest();
+    if (!intfRequestIsPending() && requestIsWaiting()) result = requestHandleService(takeRequest());
     if (result != kOk) LOG(2, "failed to handle service request (retCode = %d)\r\n", result);
     return kOk;
 }
@@ -76,6 +77,7 @@ int destroyServiceMonitor() {
     if (state() == kUninit) return invalidOperation();
     closeWakeFifo();
     initPendingRequests();
+    stateOf<IntfRequest>() = {};
     const int request = destroyServReqShm();
     const int response = destroyServRespShm();
     if (request != kOk || response != kOk) {

@@ -17,7 +17,8 @@ struct ServiceMonitor {
 [[nodiscard]] int initServiceMonitor();
 // Begins to serve clients and the platform library.
 [[nodiscard]] int startServiceMonitor();
-// Handles at most one request. Called on every pass of the main loop.
+// Continues the request that waits for its client, or handles at most one new one. Called on every
+// pass of the main loop.
 [[nodiscard]] int runServiceMonitor();
 // Removes the slots and the wake FIFO.
 int destroyServiceMonitor();

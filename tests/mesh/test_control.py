@@ -1,6 +1,7 @@
 """Command line, configuration file and control files of the real program."""
 
 import re
+import time
 
 import pytest
 from lab import Lab, wait_until
@@ -99,6 +100,19 @@ def test_the_stop_file_ends_the_daemon_in_good_order(lab):
     ended = wait_until(lambda: lab.device("dev1")["ending"], 20, "the daemon ends")
     # From a sanitized daemon this also means that nothing has leaked.
     assert ended == "daemon exited with status 0" and not lab.device("dev1")["daemons"]
+
+
+def test_the_end_of_the_log_reader_does_not_end_the_daemon(lab):
+    lab.shell("dev1", "rm /tmp/vm1905_stop; "
+              f"(env --default-signal=PIPE {lab.build}/vm1905 -d 4 | head -c 1) "
+              "< /dev/null > /dev/null 2>&1 &")
+    running = ("exec", "dev1", "--", "pidof", "vm1905")
+    time.sleep(3)  # it logs a lot meanwhile
+    assert lab.attempt(*running).returncode == 0
+    lab.shell("dev1", "touch /tmp/vm1905_stop")
+    wait_until(lambda: lab.attempt(*running).returncode != 0, 10, "it stops")
+    # In good order: otherwise the FIFO and the shared memory would remain.
+    lab.shell("dev1", "test ! -e /tmp/vm1905_wake; rm /tmp/vm1905_stop")
 
 
 def test_the_restart_file_starts_another_daemon(lab):

@@ -72,6 +72,7 @@ struct FakePlatform {
     // All actions in order: "setIntfPwrStateById 02:19:05:00:01:00 1 2". Getters are not recorded.
     std::vector<std::string> calls;
     std::vector<std::string> commands;  // handed to the shell, in order
+    std::function<void()> onCommand;    // called by every command
     std::function<void()> onAction;     // called by every action, after it was recorded
 
     NetStatusEventCallback netStatusCallback = nullptr;

@@ -191,8 +191,9 @@ int interfaceMtu(int, const char* name) {
 }
 
 // Never waits: the frames of the test have arrived already, and the test sets the clock.
-int waitReadable(int limit, fd_set& readable, int) {
+int waitReadable(int limit, fd_set& readable, int milliseconds) {
     timeval none{0, 0};
+    fakeNet().lastWait = milliseconds;
     fakeNet().lastReady = select(limit, &readable, nullptr, nullptr, &none);
     return fakeNet().lastReady;
 }

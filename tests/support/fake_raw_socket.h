@@ -29,6 +29,7 @@ struct FakeNet {
     // One entry per future call of openRawSocket: false fails it. When empty, all succeed.
     std::deque<bool> openScript;
     int lastReady = 0;          // result of the last waitReadable
+    int lastWait = 0;           // its limit in milliseconds
     bool reportsLinks = false;  // set it before the ports are opened; costs a descriptor
     Fd linkEvents;              // the test's end
 

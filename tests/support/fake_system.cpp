@@ -7,5 +7,6 @@ extern "C" int reboot(int) noexcept {
 }
 extern "C" int system(const char* command) {
     if (command != nullptr) fakePlatform().commands.emplace_back(command);
+    if (fakePlatform().onCommand) fakePlatform().onCommand();
     return 0;
 }

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -8,6 +9,8 @@
 
 #include "base/bytes.h"
 #include "base/clock.h"
+#include "base/shell.h"
+#include "support/fake_platform.h"
 #include "support/frames.h"
 
 namespace {
@@ -35,6 +38,14 @@ TEST(Clock, NeverStepsAndMapsStampsToTheWallClock) {
         EXPECT_LE(std::abs(wallClock() - stamp - step), 1) << step;
         EXPECT_EQ(toWallClock(stamp), stamp + step);
     }
+}
+
+TEST(Shell, CommandsEndWithABrokenPipeEvenIfTheDaemonDoesNot) {
+    const auto before = signal(SIGPIPE, SIG_IGN);
+    fakePlatform().onCommand = [] { EXPECT_EQ(signal(SIGPIPE, SIG_DFL), SIG_DFL); };
+    (void)runShell("true");
+    EXPECT_EQ(fakePlatform().commands.size(), 1U);
+    EXPECT_EQ(signal(SIGPIPE, before), SIG_IGN);
 }
 
 // In a buffer of each size up to the necessary one: a failed access reads or writes nothing.

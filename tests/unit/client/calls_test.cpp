@@ -94,7 +94,7 @@ Hex shown(const Record& r) {
 }
 // clang-format off
 Hex shown(const vm1905_al& r) { return fields(r.al_mac, r.status, r.age, r.intf_num); }
-Hex shown(const vm1905_fwd_rule& r) { return fields(r.id, r.mac_num); }
+Hex shown(const vm1905_fwd_rule& r) { return fields(r.id, r.mac_num, r.macs, r.match); }
 Hex shown(const vm1905_vend_prop& r) { return fields(r.oui) + shown(r.data, r.length); }
 Hex shown(const vm1905_security& r) { return fields(r.mode, r.length) + shown(r.value, r.length); }
 Hex shown(const vm1905_beacon_report& r) { return fields(r.station, r.length) + shown(r.data, r.length); }
@@ -151,7 +151,7 @@ TEST(Calls, ReadRecords) {
         {6, kM + "00 0501", "02", reading(vm1905_get_intf_pwr, &kMac, 0x105)},
         {10, kM + "00 0501", "00 0201", reading(vm1905_get_link_num, &kMac, 0x105)},
         {12, kM + "00 0501 04", kO + kM + "01 11121314 21222324 31323334 41424344 5152 6162 7172 08", reading(vm1905_get_link, &kMac, 0x105, 4)},
-        {20, "04", "00 0201 03", reading(vm1905_get_fwd_rule, 4)},
+        {20, "04", "00 0201 1e" + zeros(29 * 6) + kM + kO + "01" + zeros(18) + "07", reading(vm1905_get_fwd_rule, 4), "00 0201 1f"},
         {28, "", "00 04030201 02 03 04 05", reading(vm1905_get_topology)},
         {30, "ff", "00 04030201 01" + kM + kO + "02" + kM, reading(vm1905_get_log_entry, 255)},
         {34, "04", kM + "01 02 03 04 05", reading(vm1905_get_dev, 4)},

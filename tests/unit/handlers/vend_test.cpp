@@ -1,5 +1,10 @@
 // The reaction of a device to vendor messages: its answers, its actions, and what it stores.
+#include <chrono>
+#include <fstream>
+
+#include "base/state.h"
 #include "db/database.h"
+#include "handlers/message_log.h"
 #include "support/device.h"
 #include "support/log_capture.h"
 
@@ -278,6 +283,12 @@ TEST_F(Vendor, ResultTextsStayTexts) {
     EXPECT_EQ(commands.at(1),
               "echo \"a \\\"b\\\" \\`c\\` \\$(d)\ne\" > "
               "/tmp/vm1905/vm1905WIFIChannel_02ee00000001");
+    for (const auto& [retCode, text] : {std::pair{"00", "success"}, {"10", "fail"}}) {
+        (void)ask(50, hex(std::string("0102") + retCode));
+        EXPECT_EQ(
+            std::exchange(fakePlatform().commands, {}).at(1),
+            std::string("echo \"") + text + "\" > /tmp/vm1905/vm1905NetworkCtrl_02ee00000001");
+    }
     for (const char* refused : {"back\\slash", "-n"}) {
         EXPECT_EQ(tell(15, al + textBytes(refused)), kFailure) << refused;
     }
@@ -285,21 +296,49 @@ TEST_F(Vendor, ResultTextsStayTexts) {
 }
 
 TEST_F(Vendor, OrdersAreLoggedInTwoAlternatingFiles) {
-    (void)ask(22, kOwn);
-    EXPECT_TRUE(fakePlatform().commands.empty());
-    (void)setEnableLogOption(1);
-    for (const auto& [index, file, next] : {std::tuple{1, " > /etc/vm1905/vm1905.log0", 2},
-                                            {10, " >> /etc/vm1905/vm1905.log0", 11},
-                                            {11, " > /etc/vm1905/vm1905.log1", 12},
-                                            {20, " >> /etc/vm1905/vm1905.log1", 1}}) {
-        (void)setLogIndexOption(static_cast<uint8_t>(index));
+    const std::string zero = folder() + "/vm1905.log0", one = folder() + "/vm1905.log1";
+    // The number of the line, and where it is written.
+    const auto logged = [&] {
         (void)ask(22, kOwn);
-        const std::string& line = fakePlatform().commands.back();
-        EXPECT_TRUE(line.starts_with("echo \"" + std::to_string(index) +
-                                     ": type=0x0016, from: 02:ee:00:00:00:01/02:ee:00:01:00:01"))
-            << line;
-        EXPECT_TRUE(line.ends_with(file)) << line;
-        EXPECT_EQ(getLogIndexOption(), next) << line;
+        const auto commands = std::exchange(fakePlatform().commands, {});
+        const std::string line = commands.empty() ? "" : commands[0];
+        const size_t type = line.find(": type=0x0016, from: 02:ee:00:00:00:01/02:ee:00:01:00:01 ");
+        return commands.empty() ? "" : line.substr(6, type - 6) + line.substr(line.find("\" ") + 1);
+    };
+    EXPECT_EQ(logged(), "");
+    (void)setEnableLogOption(1);
+    stateOf<MessageLog>().folder = folder();
+    for (const auto& [index, next] : {std::pair{0, "0 >> " + zero},
+                                      {1, "1 > " + zero},
+                                      {10, "10 >> " + zero},
+                                      {11, "11 > " + one},
+                                      {20, "20 >> " + one},
+                                      {-1, "1 > " + zero}}) {
+        if (index >= 0) (void)setLogIndexOption(static_cast<uint8_t>(index));
+        EXPECT_EQ(logged(), next);
+    }
+    // After a start with these files, of which the first is the newer one.
+    const auto lines = [](int from, int to, std::string all = "") {
+        for (; from <= to; from++) all += std::to_string(from) + ": type=0x0004\n";
+        return all;
+    };
+    const std::tuple<std::string, std::string, std::string> kept[] = {
+        {zero, lines(1, 7), "8 >> " + zero},
+        {zero, lines(0, 0), "1 > " + zero},
+        {one, lines(11, 20), "1 > " + zero},
+        {zero, lines(1, 40), "11 > " + one},  // it grew when every start began with 0
+        {zero, lines(1, 6) + "7: ty", "11 > " + one},
+        {zero, lines(1, 6) + "7777777777777777777: type=\n", "11 > " + one},
+        {one, "\n", "1 > " + zero},
+        {one, "", "11 > " + one}};
+    for (const auto& [newer, text, next] : kept) {
+        stateOf<MessageLog>().resumed = false;
+        const std::string& older = newer == zero ? one : zero;
+        std::ofstream(older) << lines(1, 20);
+        std::ofstream(newer) << text;
+        last_write_time(std::filesystem::path(older),
+                        std::filesystem::last_write_time(newer) - std::chrono::hours(1));
+        EXPECT_EQ(logged(), next) << text;
     }
 }
 

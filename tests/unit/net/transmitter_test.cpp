@@ -110,6 +110,16 @@ TEST_F(Transmitter, MulticastsLeaveByPortsOfBridges) {
     }
 }
 
+TEST_F(Transmitter, ADiscoverySkipsAPortForWhichItCannotBeBuilt) {
+    start();
+    LogCapture log(2);
+    const MsgBody body{
+        [](const Port& p) { return p.name == "eth0" ? TlvList{} : TlvList{tlv(10)}; }};
+    EXPECT_EQ(requestSend1905McastMsg(kMsgTopolDisc, body), kOk);
+    EXPECT_EQ(destinations(), "eth1:19 eth2:19 ");
+    EXPECT_EQ(occurrences(log.finish(), "failed to generate IEEE 1905.1 message"), 1U);
+}
+
 TEST_F(Transmitter, UnicastsGoToEveryInterfaceOfTheDevice) {
     startWithNeighbor();
     // A discovery also goes to an unknown device.

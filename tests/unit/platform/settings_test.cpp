@@ -1,11 +1,13 @@
-// Settings in memory, reports that wait for runNetCtrl, and auto-configuration messages.
+// Settings in memory, reports that wait for runNetCtrl, auto-configuration and security messages.
 #include <sstream>
 
+#include "common/hook.h"
+#include "platform/exports.h"
 #include "support.h"
 
 namespace {
 
-// The standard messages that the library asked the daemon to send, one per line.
+// The messages that the library asked the daemon to send, one per line.
 std::string sent;
 
 void sendMessage(uint32_t servId, void* info, uint32_t* retCode) {
@@ -25,6 +27,12 @@ void sendMessage(uint32_t servId, void* info, uint32_t* retCode) {
 }
 
 }  // namespace
+
+int sendSecurityCtrlMsg(const uint8_t* alMac, uint8_t type, uint16_t len, const uint8_t* data) {
+    sent +=
+        "M" + std::to_string(type) + " to " + macText(alMac) + " " + hexText({data, len}) + "\n";
+    return 0;
+}
 
 NETWORK_TEST(Settings, AreReturnedAndChangesReportedOnce) {
     Listener daemon;
@@ -111,6 +119,27 @@ NETWORK_TEST(AutoConfiguration, SendsThroughTheDaemon) {
     folder.hook("autoconf-wsc", "echo no frame");
     EXPECT_EQ(notifyApAutoConfWscMsgReceived(&wsc), 16);
     EXPECT_EQ(std::exchange(sent, {}), "2 to 02:00:00:00:00:08 beef\n");
+}
+
+TEST(SecurityExchange, IsStartedAndContinuedByHooks) {
+    const ScratchFolder folder;
+    const uint8_t peer[] = {2, 0, 0, 0, 0, 7}, data[] = {0xab, 0xcd};
+    folder.hook("security-start", "echo 02:00:00:00:00:07 01 02; echo; echo nobody 03");
+    EXPECT_EQ(SecurityCtrl_cleanDataToList(), 0);
+    EXPECT_TRUE(becomes([] { return (collectJobs(), !sent.empty()); }));
+    folder.hook("security-m1", "[ \"$*\" = \"02:00:00:00:00:07 abcd\" ] && echo 0304");
+    EXPECT_EQ(SecurityCtrl_parseM1(peer, 2, data), 0);
+    folder.hook("security-m2", "echo 05");
+    EXPECT_EQ(SecurityCtrl_parseM2(peer, 0, nullptr), 0);
+    EXPECT_EQ(std::exchange(sent, {}),
+              "M1 to 02:00:00:00:00:07 0102\n"
+              "M2 to 02:00:00:00:00:07 0304\n"
+              "M1 to 02:00:00:00:00:07 05\n");
+    for (const char* body : {"true", "echo 0304; exit 3", "echo no bytes"}) {
+        folder.hook("security-m2", body);
+        (void)SecurityCtrl_parseM2(peer, 2, data);
+        EXPECT_EQ(sent, "") << body;
+    }
 }
 
 TEST(Log, IsTheNamedFileAndKeepsLinesWhole) {

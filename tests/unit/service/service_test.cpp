@@ -1,5 +1,8 @@
 // The service channel through its real slots: a client posts a request, the monitor runs, the
 // client reads the answer. In the tables, payloads are hexadecimal and numbers little-endian.
+#include <signal.h>
+#include <sys/wait.h>
+
 #include <fstream>
 #include <random>
 
@@ -8,6 +11,7 @@
 #include "db/data_manager.h"
 #include "db/database.h"
 #include "orders/control_lists.h"
+#include "platform/exports.h"
 #include "service/service_monitor.h"
 #include "service/wake_fifo.h"
 #include "support/device.h"
@@ -65,7 +69,7 @@ TEST_F(Service, Records) {
     dev.brdgTuples = {{{kEth0, kEth1}}};
     dev.enableReboot = 1;
     (void)updateChangeLogTable(kLostNeighbor, kPeer.al, kEth1, kNon1905Nbr, kStation);
-    getAlTable()->fwdRules = {{7}, {8}};
+    getAlTable()->fwdRules = {{.ruleId = 7}, {.ruleId = 8}};
     advance(5);
 
     const Text eth0 = kE0 + "00 0100", linkTo = print(bytesOf(kPeer.intf)) + kE0;
@@ -132,6 +136,45 @@ TEST_F(Service, SlotsAndStates) {
     EXPECT_EQ(getServiceMonitorState(), 2U);
 }
 
+// Service 2 is answered once its client has freed the request slot.
+TEST_F(Service, AnInterfaceWaitsForItsClient) {
+    start();
+    const auto look = [] {
+        EXPECT_EQ(runServiceMonitor(), kOk);
+        return +flagOf(getServReqShm());
+    };
+    postRequest(2, {1});
+    flagOf(getServRespShm()) = 0;
+    EXPECT_EQ(look(), 0);
+    EXPECT_EQ(flagOf(getServRespShm()), 0);
+    (void)runMessageMonitor();
+    EXPECT_LE(fakeNet().lastWait, 5) << "the next look is soon";
+    advance(1);
+    EXPECT_EQ(look(), 0);
+    EXPECT_EQ(flagOf(getServRespShm()), 1) << "shows that the daemon waits";
+    flagOf(getServReqShm()) = 1;
+    EXPECT_EQ(look(), 1);
+    EXPECT_EQ(takeAnswer().substr(0, 14), "3:" + kE1);
+
+    const pid_t client = fork();
+    if (client == 0) pause();
+    postRequest(2, {}, client);
+    EXPECT_EQ(look(), 0);
+    kill(client, SIGKILL);
+    EXPECT_EQ(waitpid(client, nullptr, 0), client);
+    EXPECT_EQ(look(), 1) << "nobody would free it";
+    postRequest(2, {});
+    EXPECT_EQ(look(), 0);
+    advance(60);
+    EXPECT_EQ(look(), 1) << "other clients wait too";
+    EXPECT_EQ(takeAnswer(), "");
+    postRequest(2, {});
+    EXPECT_EQ(look(), 0);
+    postRequest(0, {});
+    EXPECT_EQ(look(), 1) << "freed and used by another client meanwhile";
+    EXPECT_EQ(takeAnswer().substr(0, 2), "1:");
+}
+
 TEST_F(Service, APokeEndsTheWait) {
     const std::string path = folder() + "/wake";
     stateOf<WakeFifo>().path = path;
@@ -158,7 +201,6 @@ TEST_F(Service, APokeEndsTheWait) {
 TEST_F(Service, ActionsAndMessages) {
     startWithPeer();
     fakePlatform().wifiStateSync = "sync";
-    getAlTable()->fwdRules = {{7}};
     const Text done = "done";  // a code answer of 0 that names the data answer
     const struct {
         unsigned service;
@@ -166,9 +208,6 @@ TEST_F(Service, ActionsAndMessages) {
     } rows[] = {
         // clang-format off
         {8, kE1 + "00 0100 02", "9:", "", "setIntfPwrStateById 02:19:05:00:01:01 1 2; "},
-        {22, "", code(22, 16)},
-        {26, "00 0700", "27:"},
-        {26, "00 0700", "27:10"},
         {32, "00", "33:22"},
         {32, "32", "33:"},
         {130, "02 01", "131:20"},
@@ -222,10 +261,37 @@ TEST_F(Service, ActionsAndMessages) {
     fakePlatform().fail = {"sendWPSRenew", "sendPBEvent"};
     EXPECT_EQ(ask(141), code(142, 16));
     EXPECT_EQ(ask(153), code(154, 0));
+    fakePlatform().results = {{"sendWPSSearch", 0x1F4}, {"setFWState", -1}};
+    EXPECT_EQ(ask(169), code(170, 0xF4)) << "the low 8 bits";
+    EXPECT_EQ(ask(177), code(178, 0xFF));
     LogCapture shown(2);
     EXPECT_EQ(ask(167, "00 06000000"), code(168, 0));
     EXPECT_NE(shown.finish().find("ports:"), Text::npos);
     EXPECT_EQ(DEBUGLEVEL, 2);
+}
+
+TEST_F(Service, ForwardingRules) {
+    start();
+    const Text match = kE0 + "01" + kE1 + "01 0008 01 0200 01 0300 00 0400 01";
+    const auto rule = [&](const Text& id, const Frame& macs) {
+        Frame all = hex("00" + id) + Frame{static_cast<uint8_t>(macs.size() / 6)} + macs;
+        all.resize(191 - 7);
+        return all + hex(match);
+    };
+    const Frame e0 = bytesOf(kEth0), both = e0 + bytesOf(kEth1);
+    for (const Text id : {"0000", "0900", "0000"}) EXPECT_EQ(ask(22, rule(id, both)), code(22, 0));
+    EXPECT_EQ(ask(22, rule("0900", both)), code(22, 16)) << "there is one";
+    EXPECT_EQ(ask(22, rule("0000", Frame(31 * 6))), code(22, 16)) << "more than the answer holds";
+    EXPECT_EQ(ask(24, rule("0900", e0)), "25:");
+    EXPECT_EQ(ask(24, rule("0700", e0)), "25:10");
+    EXPECT_EQ(ask(26, "00 0700"), "27:10");
+    EXPECT_EQ(ask(20, "00"), answer(21, rule("0100", both))) << "the daemon chose the identifier";
+    EXPECT_EQ(ask(20, "01"), answer(21, rule("0900", e0)));
+    EXPECT_EQ(ask(26, "00 0100"), "27:");
+    EXPECT_EQ(ask(20, "01"), answer(21, rule("0200", both)));
+    while (ask(22, rule("0000", {})) == code(22, 0)) {
+    }
+    EXPECT_EQ(ask(18), code(18, 255)) << "as many as the answers can count";
 }
 
 TEST_F(Service, OrdersToOtherDevices) {
@@ -295,6 +361,9 @@ TEST_F(Service, StandardMessages) {
     EXPECT_EQ(raw(4, vendTlv(kOwnAl, 13, bytesOf(kOwnAl))), done + " 4: 11");
     EXPECT_EQ(raw(5, tlvBytes(8, {0, 0, 0, 0, 0, 0, 0, 2})), done + " 5: 8");
     EXPECT_EQ(raw(7, tlvBytes(200, {9}) + tlvBytes(14, {1})), done + " 7: 200 14");
+    EXPECT_EQ(raw(0, {}), done + " 0: 1 2") << "the daemon adds the TLVs";
+    EXPECT_EQ(raw(1, {}), done + " 1: 1 2");
+    EXPECT_EQ(raw(2, {}), done + " 2: 1");
     EXPECT_EQ(raw(4, {}), code(200, 16)) << "nothing to send";
     EXPECT_EQ(raw(10, hex("0d ffff")), code(200, 16));
     EXPECT_EQ(raw(3, {}), code(200, 64));
@@ -313,10 +382,19 @@ TEST_F(Service, StandardMessages) {
     ApAutoConfRespReq resp{{}, {}, 0x1234, 0, 0};
     kPeer.al.copyTo(resp.dstMac);
     EXPECT_EQ(raise(SERV_REQ_AP_AUTOCONF_RESP, &resp).id, 0x1234U);
+    kStation.copyTo(resp.dstMac);
+    kPeer.al.copyTo(resp.dstAlMac);
+    EXPECT_EQ(raise(SERV_REQ_AP_AUTOCONF_RESP, &resp).dst, kPeer.intf) << "by its other address";
     PbEventReq event{};
     const unsigned eventId = raise(SERV_REQ_PB_EVENT, &event).id;
     EXPECT_EQ(eventId, event.msgId);
     EXPECT_EQ(fakePlatform().raiseServReq(SERV_REQ_PB_JOIN, nullptr), 16U);
+    const Frame security(1374, 0xAB);
+    EXPECT_EQ(sendSecurityCtrlMsg(kPeer.al.data(), 1, 2, security.data()), kOk);
+    EXPECT_EQ(orders(), "44:" + kTo + "000201abab ");
+    EXPECT_EQ(sendSecurityCtrlMsg(kPeer.al.data(), 2, 1373, security.data()), kOk);
+    EXPECT_EQ(sendSecurityCtrlMsg(kPeer.al.data(), 2, 1374, security.data()), kFailure);
+    EXPECT_EQ(sendSecurityCtrlMsg(kStation.data(), 1, 2, security.data()), kFailure);
     EXPECT_EQ(fakePlatform().raiseServReq(6, &event), 16U);
 }
 
