@@ -93,8 +93,6 @@ int checkDiscRepeat() {
 }
 
 int sendTopolDisc() {
-    // In this order: a neighbor takes an LLDP frame only from an interface that it knows.
-    const int result = requestSend1905McastMsg(kMsgTopolDisc, {});
     (void)requestSendLldpMsg();
-    return result;
+    return requestSend1905McastMsg(kMsgTopolDisc, {});
 }

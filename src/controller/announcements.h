@@ -29,6 +29,6 @@ void announceReturnedLink();
 // Repeats these discoveries if they are due. Called on every pass of the main loop. kOk.
 int checkDiscRepeat();
 
-// Multicasts a topology discovery, then sends LLDP frames. kOk, or kFailure if the discovery cannot
+// Multicasts a topology discovery and sends LLDP frames. kOk, or kFailure if the discovery cannot
 // be sent.
 int sendTopolDisc();

@@ -16,6 +16,7 @@ namespace {
 
 constexpr Seconds kBridgeInterval = 60;    // discoveries this far apart without LLDP mean a bridge
 constexpr Seconds kLldpGrace = 3;          // LLDP frames leave together with discoveries
+constexpr size_t kMostEarlyLldp = 64;      // on an interface
 constexpr Seconds kReturnInterval = 5;     // a discovery after this much silence is a return
 constexpr Seconds kNotificationDelay = 3;  // after the appearance of a device
 constexpr Seconds kQueryInterval = 3;
@@ -41,6 +42,22 @@ int report(bool changed) {
     return kChanged;
 }
 
+void keepEarlyLldp(IntfTable& intf, const MacAddr& nbrIntfMac, uint16_t ttl) {
+    auto& early = intf.earlyLldp;
+    if (early.size() == kMostEarlyLldp) early.erase(early.begin());
+    early.push_back({nbrIntfMac, now(), ttl});
+}
+
+void takeEarlyLldp(IntfTable& intf, IntfNbrDev& nbr) {
+    std::erase_if(intf.earlyLldp, [&](const EarlyLldp& lldp) {
+        if (lldp.nbrIntfMac != nbr.nbrIntfMac) return false;
+        nbr.lldpSeen = true;
+        nbr.lldpTime = lldp.time;
+        nbr.lldpTtl = lldp.ttl;
+        return true;
+    });
+}
+
 int addTopolNbr(int kind, IntfTable& intf, const MacAddr& alMac, const MacAddr& intfMac) {
     if (!makeNbrRoom(intf, intfMac)) return kNothingChanged;
     LOG(3, "add a new neighbor (" MAC_FMT ")\r\n", MAC_ARGS(alMac));
@@ -49,6 +66,7 @@ int addTopolNbr(int kind, IntfTable& intf, const MacAddr& alMac, const MacAddr& 
                          .is1905 = true,
                          .last1905Time = now(),
                          .discTime = kind == kNbrDiscovery ? now() : 0});
+    takeEarlyLldp(intf, intf.nbrs.back());
     return report(true);
 }
 
@@ -107,7 +125,10 @@ int updateLldpDiscInfo(std::string_view localName, const MacAddr& localMac, uint
     IntfTable* intf = getIntfTableOf(localName, localMac, mediaType);
     if (intf == nullptr) return kFailure;
     IntfNbrDev* nbr = getIntfNbrDevByMac(*intf, nbrIntfMac);
-    if (nbr == nullptr) return kNothingChanged;
+    if (nbr == nullptr) {
+        if (getReadLldpOption()) keepEarlyLldp(*intf, nbrIntfMac, ttl);
+        return kNothingChanged;
+    }
     nbr->lldpSeen = true;
     nbr->lldpTime = now();
     nbr->lldpTtl = ttl;
@@ -124,7 +145,10 @@ int updateTopolInfo(int kind, std::string_view localName, const MacAddr& localMa
     if (intf == nullptr) return kFailure;
     IntfNbrDev* nbr = getIntfNbrDevByMac(*intf, nbrIntfMac);
     if (nbr == nullptr) return addTopolNbr(kind, *intf, nbrAlMac, nbrIntfMac);
-    if (kind == kNbrDiscovery) return report(noteDiscovery(*nbr, localMac, nbrAlMac));
+    if (kind == kNbrDiscovery) {
+        takeEarlyLldp(*intf, *nbr);
+        return report(noteDiscovery(*nbr, localMac, nbrAlMac));
+    }
     if (!nbr->is1905) nbr->nbrAlMac = nbrAlMac;
     return kNothingChanged;
 }

@@ -9,7 +9,8 @@ struct NeighborAging {
     Seconds devsChecked = -1;   // and devices
 };
 
-// Notes an LLDP frame from a known neighbor interface; ttl in seconds. Never creates an entry.
+// Notes an LLDP frame from a neighbor interface; ttl in seconds. Never creates an entry: the frame
+// of an unknown interface is kept for the discovery that does.
 // kChanged or kNothingChanged, or kFailure if the local interface is unknown.
 // The local interface is found by its name, else by MAC and media type.
 int updateLldpDiscInfo(std::string_view localName, const MacAddr& localMac, uint32_t mediaType,

@@ -53,6 +53,14 @@ struct IntfNbrDev {
     bool lldpIsValid(Seconds time) const { return lldpSeen && time - lldpTime < lldpTtl; }
 };
 
+// An LLDP frame of a neighbor interface that is not known yet. It often arrives just before the
+// discovery that makes it known.
+struct EarlyLldp {
+    MacAddr nbrIntfMac;
+    Seconds time = 0;
+    uint16_t ttl = 0;
+};
+
 struct LinkTableEntry {
     MacAddr nbrAlMac;
     MacAddr nbrIntfMac;
@@ -110,6 +118,7 @@ struct IntfTable {
     std::array<uint8_t, 3> oui{};
     std::vector<uint8_t> vendInfo{};
     std::vector<IntfNbrDev> nbrs{};
+    std::vector<EarlyLldp> earlyLldp{};
     Seconds linkTime = 0;  // when the links were fetched
     std::vector<LinkTableEntry> links{};
 

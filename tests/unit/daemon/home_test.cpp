@@ -79,8 +79,8 @@ TEST_F(Home, LldpShowsWhetherABridgeIsInBetween) {
     EXPECT_EQ(getReadLldpOption(), false);
     getSysCtrl().config.readLldp = 1;
     start();
-    (void)receive("eth0", discovery(kPeer, 1));
     EXPECT_EQ(lldp(ids + ttl + "0000"), kOk) << "another time to live than ours";
+    (void)receive("eth0", discovery(kPeer, 1));
     run(5);
     EXPECT_EQ(flags(), "0 ") << "a cable";
     advance(60);
