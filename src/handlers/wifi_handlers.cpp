@@ -75,7 +75,7 @@ int writeResultFile(const MacAddr& sender, const TextPayload& answer, const char
 int takeResult(const VendContext& context, const TextPayload& answer, WifiSyncKind kind,
                int (*setSyncList)(const uint8_t*, const char*), const char* pathFormat) {
     const MacAddr& sender = context.msg.alMac;
-    if (!noteWifiSyncAck(kind, sender, context.msgId, answer.data)) return kOk;
+    if (!noteWifiSyncAck(kind, sender, context.msgId, answer.data == "success")) return kOk;
     (void)setSyncList(sender.data(), answer.data.c_str());
     return writeResultFile(sender, answer, pathFormat);
 }
@@ -174,8 +174,10 @@ int handleWIFICountryCodeCtrlReqMsg(const VendContext& context, const CountryCod
                          setWIFICountryCode(code.c_str()));
 }
 
-int handleWIFICountryCodeCtrlRespMsg(const VendContext& /*context*/, const RetCodePayload& answer) {
+int handleWIFICountryCodeCtrlRespMsg(const VendContext& context, const RetCodePayload& answer) {
     LOG(4, "retCode = %d\n", answer.retCode);
+    (void)noteWifiSyncAck(kCountryCodeSync, context.msg.alMac, context.msgId,
+                          answer.retCode == kOk);
     return kOk;
 }
 

@@ -11,7 +11,7 @@
 namespace {
 
 constexpr unsigned kStart = 10, kData = 11, kAck = 26, kRenewAck = 31, kRenew = 40,
-                   kRenewResult = 41;
+                   kRenewResult = 41, kCountry = 53, kCountryResult = 54;
 
 class Features : public Device {
   protected:
@@ -102,6 +102,26 @@ TEST_F(Features, ARestartedEnrolleeGetsTheSettingsAgain) {
         EXPECT_EQ(run(30, kRenew).empty(), !again) << id;
         EXPECT_EQ(dev(kPeer).apAutoConf.syncFlags[3], again ? 0 : 1) << id;
     }
+}
+
+TEST_F(Features, EnrolleesFollowTheCountryCodeOfTheRegistrar) {
+    dev(kOther).info.wifiCountryCode = "DE";
+    EXPECT_EQ(run(120, kCountry), "") << "the Registrar has none";
+    fakePlatform().wifiCountryCode = "DE";
+    EXPECT_EQ(run(240, kCountry), "30>1 60>1 90>1 120>1 150>1 ") << "the other one has it already";
+    EXPECT_EQ(run(3600, kCountry), "3510>1 ");
+    fakePlatform().wifiCountryCode = "AT";
+    EXPECT_EQ(run(60, kCountry), "30>1 30>2 ");
+    for (const Peer& who : {kPeer, kOther}) (void)tell(who, lastId_, kCountryResult, {0});
+    EXPECT_EQ(run(30, kCountry), "0>1 ") << "it has acknowledged another message";
+    (void)tell(kPeer, lastId_, kCountryResult, {0});
+    EXPECT_EQ(run(90, kCountry), "") << "what they report may be old";
+    dev(kPeer).info.wifiCountryCode = dev(kOther).info.wifiCountryCode = "AT";
+    EXPECT_EQ(run(30, kCountry), "");
+    dev(kOther).info.wifiCountryCode = "US";
+    EXPECT_EQ(run(30, kCountry), "0>2 ") << "changed at the device";
+    (void)tell(kOther, lastId_, kCountryResult, {0});
+    EXPECT_EQ(run(3600, kCountry), "3570>2 ") << "but it did not take effect";
 }
 
 TEST_F(Features, SpeedTestOrdersAreRepeatedUntilAcknowledged) {
