@@ -129,15 +129,26 @@ TEST_F(Features, SpeedTestOrdersAreRepeatedUntilAcknowledged) {
     order.enable = 1;
     const MacAddr all{};
     (void)run(1, kStart);
-    EXPECT_EQ(noteSpeedTestOrder(all, order), kOk);
+    const auto acknowledges = [](const Peer& who, unsigned id, uint8_t result) {
+        fakePlatform().calls.clear();
+        (void)tell(who, id, kAck, bytesOf(who.al) + Frame{result});
+        return fakePlatform().called("initSpeedTestData");
+    };
+    EXPECT_EQ(noteSpeedTestOrder(all, 9, order), kOk);
     EXPECT_EQ(run(2, kStart), "0>1 0>2 1>1 1>2 ");
-    (void)tell(kOther, 9, kAck, bytesOf(kOther.al) + Frame{0});
+    EXPECT_TRUE(acknowledges(kOther, lastId_, 0));
+    EXPECT_FALSE(acknowledges(kOther, 9, 0)) << "a late one must not end a test";
     EXPECT_EQ(run(1, kStart), "0>1 ");
     EXPECT_EQ(getSpeedTestSendCtrlflag(), 0);
-    (void)tell(kPeer, 9, kAck, bytesOf(kPeer.al) + Frame{16});
+    order.enable = 0;
+    EXPECT_EQ(noteSpeedTestOrder(kPeer.al, 10, order), kOk);
+    EXPECT_FALSE(acknowledges(kPeer, lastId_, 0)) << "of the start";
+    EXPECT_EQ(run(1, kStart + 2), "0>1 ");
+    EXPECT_TRUE(acknowledges(kPeer, 10, 16));
     EXPECT_EQ(run(5, kStart), "");
+    order.enable = 1;
     EXPECT_EQ(getSpeedTestSendCtrlflag(), 1);
-    EXPECT_EQ(noteSpeedTestOrder(kPeer.al, order), kOk);
+    EXPECT_EQ(noteSpeedTestOrder(kPeer.al, 11, order), kOk);
     EXPECT_EQ(run(20, kStart), "0>1 1>1 2>1 3>1 4>1 5>1 6>1 7>1 8>1 9>1 ") << "it is given up";
     EXPECT_EQ(getSpeedTestSendCtrlflag(), 1);
 }
