@@ -34,6 +34,10 @@ int sendEXdeviceReboot(void);
  * again. Call it before the first phase. Returns 0. */
 int removeallFWupgradelist(void);
 
+/* The Enrollees whose flag of the band (0, 1, 32 or 33) is 0: they have not acknowledged the last
+ * renew. Stores at most max AL MAC addresses of 6 bytes at macs. Returns their number. */
+uint32_t getUnsyncedEnrollees(uint8_t band, uint8_t* macs, uint32_t max);
+
 /* Writes out the file systems and restarts this device at once. Returns 16 if the kernel refuses.
  * On success it returns only in a PID namespace, where the kernel then ends the processes. */
 int rebootSystem(void);

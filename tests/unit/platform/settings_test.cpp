@@ -1,9 +1,13 @@
 // Settings in memory, reports that wait for runNetCtrl, and auto-configuration messages.
 #include <sstream>
 
+#include "platform/exports.h"
 #include "support.h"
 
 namespace {
+
+// The AL MACs that getUnsyncedEnrollees returns, by band.
+std::map<uint8_t, std::vector<MacAddr>> unsynced;
 
 // The standard messages that the library asked the daemon to send, one per line.
 std::string sent;
@@ -19,12 +23,22 @@ void sendMessage(uint32_t servId, void* info, uint32_t* retCode) {
     } else if (servId == SERV_REQ_AP_AUTOCONF_WSC) {
         const auto& r = *static_cast<ApAutoConfWscReq*>(info);
         text << " to " << macText(r.dstMac) << " " << hexText({r.frame, r.frameLen});
+    } else if (servId == SERV_REQ_AP_AUTOCONF_RENEW) {
+        const auto& r = *static_cast<ApAutoConfRenewReq*>(info);
+        text << " band " << +r.freqBand << " to " << (r.unicast ? macText(r.dstMac) : "all");
+        (void)start_and_stop_Renew(1);
     }
     sent += text.str() + "\n";
     *retCode = servId == SERV_REQ_PB_EVENT ? 19 : 0;
 }
 
 }  // namespace
+
+uint32_t getUnsyncedEnrollees(uint8_t band, uint8_t* macs, uint32_t max) {
+    const auto& all = unsynced[band];
+    for (uint32_t i = 0; i < all.size() && i < max; i++) all[i].copyTo(macs + 6 * i);
+    return static_cast<uint32_t>(all.size());
+}
 
 NETWORK_TEST(Settings, AreReturnedAndChangesReportedOnce) {
     Listener daemon;
@@ -111,6 +125,30 @@ NETWORK_TEST(AutoConfiguration, SendsThroughTheDaemon) {
     folder.hook("autoconf-wsc", "echo no frame");
     EXPECT_EQ(notifyApAutoConfWscMsgReceived(&wsc), 16);
     EXPECT_EQ(std::exchange(sent, {}), "2 to 02:00:00:00:00:08 beef\n");
+}
+
+NETWORK_TEST(AutoConfiguration, RenewsAreRepeatedUntilAcknowledged) {
+    Listener daemon;
+    EXPECT_EQ(setServReqCallbackFunc(sendMessage), 0);
+    const auto wait = [](int seconds) {
+        while (seconds-- > 0) EXPECT_EQ(reSendRenewbySynclist(), 0);
+        return std::exchange(sent, {});
+    };
+    const MacAddr enrollee{2, 0, 0, 0, 0, 7};
+    unsynced = {{1, {enrollee}}, {33, {enrollee}}};
+    EXPECT_EQ(wait(30), "");
+    EXPECT_EQ(sendWPSRenew(33), 0);
+    EXPECT_EQ(wait(9), "3 band 33 to all\n");
+    EXPECT_EQ(wait(1), "3 band 33 to 02:00:00:00:00:07\n");
+    EXPECT_EQ(sendWPSRenew(1), 0);
+    EXPECT_EQ(wait(10),
+              "3 band 1 to all\n3 band 1 to 02:00:00:00:00:07\n3 band 33 to 02:00:00:00:00:07\n");
+    unsynced.erase(33);
+    EXPECT_EQ(wait(10), "3 band 1 to 02:00:00:00:00:07\n");
+    EXPECT_EQ(wifi_flag_init(), 0);
+    EXPECT_EQ(wait(30), "") << "it no longer waits";
+    EXPECT_EQ(sendWPSRenew(33), 0);
+    EXPECT_EQ(wait(30), "3 band 33 to all\n") << "all have acknowledged, the other is over";
 }
 
 TEST(Log, IsTheNamedFileAndKeepsLinesWhole) {
