@@ -87,7 +87,7 @@ TEST_F(Features, ARestartedEnrolleeGetsTheSettingsAgain) {
     const std::pair<std::function<void()>, bool> eventAgain[] = {
         {[&] { (void)tell(kPeer, ++id, 23, {16}); }, false},
         {[&] { (void)tell(kPeer, ++id, 23, {0}); }, true},
-        {[&] { uptime("100"), uptime("200"), uptime(""); }, false},
+        {[&] { uptime("100"), uptime("200"), uptime("195"), uptime(""); }, false},
         {[&] { uptime("200"), uptime("50"); }, true},
         {[&] { announce(3), announce(65000), announce(500), announce(600); }, false},
         // Its identifiers begin anew.
