@@ -11,7 +11,9 @@
 #include "common/log.h"
 #include "common/text.h"
 #include "netctrl/notices.h"
+#include "netctrl/renew.h"
 #include "netctrl/watch.h"
+#include "platform/exports.h"
 
 namespace {
 
@@ -44,11 +46,20 @@ int runAutoConfHook(const std::string& name, const std::vector<std::string>& arg
     return result != 0 ? result : *sent;
 }
 
-int sendRenew(uint8_t band) {
+constexpr uint32_t kMaxRenewed = 256;  // devices to which a renew is repeated at a time
+
+ApAutoConfRenewReq renewOf(uint8_t band) {
     ApAutoConfRenewReq request{};
     request.supportedRole = PLATFORM_REGISTRAR;
     request.freqBand = band;
-    return requestService(SERV_REQ_AP_AUTOCONF_RENEW, &request);
+    return request;
+}
+
+int sendRenew(uint8_t band) {
+    ApAutoConfRenewReq request = renewOf(band);
+    const int result = requestService(SERV_REQ_AP_AUTOCONF_RENEW, &request);
+    if (result == kOk) noteRenew(band);
+    return result;
 }
 
 int notifyRoleMessage(const char* hook, const ApAutoConfInfo* msg) {
@@ -60,6 +71,17 @@ int notifyRoleMessage(const char* hook, const ApAutoConfInfo* msg) {
 }
 
 }  // namespace
+
+void repeatRenew(uint8_t band) {
+    std::vector<uint8_t> macs(size_t{PLATFORM_MAC_LEN} * kMaxRenewed);
+    const uint32_t num = getUnsyncedEnrollees(band, macs.data(), kMaxRenewed);
+    for (uint32_t i = 0; i < num; i++) {
+        ApAutoConfRenewReq request = renewOf(band);
+        request.unicast = 1;
+        std::copy_n(&macs[size_t{PLATFORM_MAC_LEN} * i], PLATFORM_MAC_LEN, request.dstMac);
+        (void)requestService(SERV_REQ_AP_AUTOCONF_RENEW, &request);
+    }
+}
 
 // Only a Registrar whose "send response" value for the band is set answers.
 int notifyApAutoConfSrchMsgReceived(const ApAutoConfSrch* msg) {

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstring>
 #include <optional>
+#include <set>
 
 #include "api.h"
 #include "base/result.h"
@@ -13,6 +14,7 @@
 #include "common/text.h"
 #include "netctrl/lifecycle.h"
 #include "netctrl/notices.h"
+#include "netctrl/renew.h"
 
 namespace {
 
@@ -20,6 +22,7 @@ using Clock = std::chrono::steady_clock;
 
 // A renew ends after this time at the latest.
 constexpr std::chrono::seconds kRenewLimit{120};
+constexpr unsigned kRepeatPeriod = 10;  // seconds between two repetitions of a renew
 
 struct Band {
     uint8_t code;
@@ -39,6 +42,8 @@ struct {
     uint8_t autoconfig = 0;
     bool approveAll = false;
     std::optional<Clock::time_point> renewUntil;
+    std::set<uint8_t> renewBands;  // of the renews that wait
+    unsigned renewAge = 0;         // seconds since the last of them was sent
     std::optional<Trial> trial;
 } wps;
 
@@ -160,15 +165,28 @@ int setAPautoconfigFlag(const uint8_t* alMac, uint8_t band) {
     return kFailure;
 }
 
-// This library never repeats a renew, but the daemon calls this every second.
+void noteRenew(uint8_t band) {
+    wps.renewBands.insert(band);
+    wps.renewAge = 0;
+}
+
 int reSendRenewbySynclist() {
     tickSecond();
+    if (!wps.renewUntil || ++wps.renewAge % kRepeatPeriod != 0) return kOk;
+    const auto until = wps.renewUntil;
+    for (const uint8_t band : wps.renewBands) repeatRenew(band);
+    // For each renew that is sent, the daemon calls start_and_stop_Renew.
+    wps.renewUntil = until;
     return kOk;
 }
 
 int start_and_stop_Renew(int32_t start) {
     wps.renewUntil.reset();
-    if (start != 0) wps.renewUntil = Clock::now() + kRenewLimit;
+    if (start != 0) {
+        wps.renewUntil = Clock::now() + kRenewLimit;
+    } else {
+        wps.renewBands.clear();
+    }
     return kOk;
 }
 
@@ -177,7 +195,7 @@ int getSendRenew_flag() {
 }
 
 int check_Renew_timeout() {
-    if (wps.renewUntil && Clock::now() >= *wps.renewUntil) wps.renewUntil.reset();
+    if (wps.renewUntil && Clock::now() >= *wps.renewUntil) (void)start_and_stop_Renew(0);
     return kOk;
 }
 

@@ -64,6 +64,8 @@ constexpr Check kChecks[] = {
      checkWIFIChannelSync},
     {"checkWIFIStateSync", &S::Time_CHECKWIFISTATESYNC, kCheckWIFIStateSync, isDefaultModel,
      checkWIFIStateSync},
+    {"checkWIFICountryCodeSync", &S::Time_CHECKWIFISTATESYNC, kCheckWIFICountryCodeSync,
+     isDefaultModel, checkWIFICountryCodeSync},
     // No condition: the period counts even while no order waits.
     {"checkSpeedTestCtrl", &S::Time_CHECKSPEEDTESTCTRLSTATE, kCheckSpeedTestCtrl, nullptr,
      runSpeedTestCtrl},

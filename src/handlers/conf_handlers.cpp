@@ -25,10 +25,14 @@ int sendConfResp(const VendContext& context, VendMsgType type, std::vector<Item>
     return sendAnswer(context, type, std::move(answer));
 }
 
+// Answers to copies of a query may overtake each other.
+constexpr unsigned long long kOvertaken = 5;  // seconds
+
 // True if both uptimes are known and the device has restarted in between.
 bool isEarlier(const Text<32>& uptime, const Text<32>& before) {
     if (uptime.empty() || before.empty()) return false;
-    return strtoull(uptime.c_str(), nullptr, 10) < strtoull(before.c_str(), nullptr, 10);
+    return strtoull(uptime.c_str(), nullptr, 10) + kOvertaken <
+           strtoull(before.c_str(), nullptr, 10);
 }
 
 }  // namespace

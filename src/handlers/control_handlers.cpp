@@ -65,8 +65,12 @@ int handleRebootRespMsg(const VendContext& context, const RetCodePayload& answer
     if (owner == nullptr) return kFailure;
     const MacAddr alMac = *owner;
     const uint8_t retCode = answer.retCode;
-    if (findFWupgradelist(alMac) != nullptr)
+    if (findFWupgradelist(alMac) != nullptr) {
         (void)addFWupgradelist(alMac, kFWupgradeSetState, kFWupgradeFinished);
+        if (retCode != kOk)
+            LOG(1, "the reboot after the upgrade is refused by (" MAC_FMT "): %d\n",
+                MAC_ARGS(alMac), retCode);
+    }
     return setRebootCtrlList(&alMac, context.msgId, 0, retCode);
 }
 
@@ -76,9 +80,11 @@ int handleResetToDefaultReqMsg(const VendContext& context, const AlMacPayload& r
 }
 
 int handleResetToDefaultRespMsg(const VendContext& context, const RetCodePayload& answer) {
-    if (getIeee1905DevTableById(context.msg.alMac) == nullptr) return kFailure;
-    if (answer.retCode == kOk) forgetWifiSync(context.msg.alMac);
-    return setResetToDefaultCtrlList(&context.msg.alMac, context.msgId, 0, answer.retCode);
+    const MacAddr& sender = context.msg.alMac;
+    // The device may have been lost since it was ordered.
+    if (getIeee1905DevTableById(sender) == nullptr && !isResetOrdered(sender)) return kFailure;
+    if (answer.retCode == kOk) forgetWifiSync(sender);
+    return setResetToDefaultCtrlList(&sender, context.msgId, 0, answer.retCode);
 }
 
 int handleLEDCtrlReqMsg(const VendContext& context, const OptionPayload& request) {

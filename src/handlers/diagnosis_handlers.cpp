@@ -52,7 +52,7 @@ int handleSpeedTestAckMsg(const VendContext& context, const OptionPayload& answe
     if (result != 0)
         LOG(2, "speed test order is refused by (" MAC_FMT "): %d\n", MAC_ARGS(context.msg.alMac),
             result);
-    return noteSpeedTestAck(context.msg.alMac);
+    return noteSpeedTestAck(context.msg.alMac, context.msgId);
 }
 
 int handleRequestLogFileReqMsg(const VendContext& context, const AlMacPayload& /*request*/) {

@@ -45,7 +45,7 @@ int answerSearch(const VendContext& context, VendMsgType type, WifiSyncKind kind
 int takeResult(const VendContext& context, const TextPayload& answer, WifiSyncKind kind,
                int (*setSyncList)(const uint8_t*, const char*), const char* name) {
     const MacAddr& sender = context.msg.alMac;
-    if (!noteWifiSyncAck(kind, sender, context.msgId, answer.data)) return kOk;
+    if (!noteWifiSyncAck(kind, sender, context.msgId, answer.data == "success")) return kOk;
     (void)setSyncList(sender.data(), answer.data.c_str());
     return writeResultFile(name, sender, answer.data);
 }
@@ -142,8 +142,10 @@ int handleWIFICountryCodeCtrlReqMsg(const VendContext& context, const CountryCod
                          setWIFICountryCode(code.c_str()));
 }
 
-int handleWIFICountryCodeCtrlRespMsg(const VendContext& /*context*/, const RetCodePayload& answer) {
+int handleWIFICountryCodeCtrlRespMsg(const VendContext& context, const RetCodePayload& answer) {
     LOG(4, "retCode = %d\n", answer.retCode);
+    (void)noteWifiSyncAck(kCountryCodeSync, context.msg.alMac, context.msgId,
+                          answer.retCode == kOk);
     return kOk;
 }
 

@@ -25,7 +25,7 @@ int handleWIFIChannelAckMsg(const VendContext& context, const TextPayload& answe
 
 // Hands the country code to the platform and answers with its result.
 int handleWIFICountryCodeCtrlReqMsg(const VendContext& context, const CountryCodeReq& request);
-// Logs the result. kOk.
+// Logs and notes the result. kOk.
 int handleWIFICountryCodeCtrlRespMsg(const VendContext& context, const RetCodePayload& answer);
 // Notes that the sender has taken over the configuration of a band (answer.option).
 int handleAPautoconfigAckMsg(const VendContext& context, const OptionPayload& answer);

@@ -54,17 +54,22 @@ int setAnsweredList(RetryList<Value>& list, const Kind& kind, const MacAddr* alm
                     int flag, int result) {
     if (isMissing(almac)) return kFailure;
     LOG(4, "almac = " MAC_FMT ", msgId = %d, flag = %d\n", MAC_ARGS(*almac), msgId, flag);
-    if (flag == 0) {
-        if (auto* entry = list.find(*almac)) {
-            entry->flag = 0;
-            if (entry->msgId != 0) (void)kind.answer(entry->msgId, static_cast<uint8_t>(result));
-            return kOk;
-        }
-    }
+    const auto answer = [&](uint16_t first) {
+        (void)kind.answer(first, static_cast<uint8_t>(result));
+    };
+    if (flag == 0 && list.answered(*almac, answer)) return kOk;
     // Meant: the answer of a device without an order makes an entry too.
     if (list.append({*almac, msgId, {}, flag, 0}) != kOk) return kFailure;
     activate(list, kind);
     return kOk;
+}
+
+// For the lists in which a device has one entry.
+template <typename Value>
+uint16_t clear(RetryList<Value>& list, const MacAddr& almac) {
+    uint16_t waiting = 0;
+    (void)list.answered(almac, [&](uint16_t msgId) { waiting = msgId; });
+    return waiting;
 }
 
 // Calls add for the device, or for every device of the topology table if the address is all zero.
@@ -93,22 +98,26 @@ int setResetToDefaultCtrlList(const MacAddr* almac, uint16_t msgId, int flag, in
     return setAnsweredList(lists().resetToDefault, kResetToDefault, almac, msgId, flag, result);
 }
 
+bool isResetOrdered(const MacAddr& almac) {
+    return lists().resetToDefault.find(almac) != nullptr;
+}
+
 uint16_t clearLEDCtrlList(const MacAddr& almac) {
-    return lists().led.answered(almac);
+    return clear(lists().led, almac);
 }
 
 uint16_t clearSystemCtrlList(const MacAddr& almac) {
-    return lists().system.answered(almac);
+    return clear(lists().system, almac);
 }
 
 void clearLogFileList(const MacAddr& almac) {
-    (void)lists().logFile.answered(almac);
+    (void)clear(lists().logFile, almac);
 }
 
 void clearNetworkCtrlList(const MacAddr& almac, uint16_t option) {
     const auto* entry = lists().network.find(almac);
     // The answer to an earlier order does not end a later one.
-    if (entry != nullptr && entry->value.option == option) (void)lists().network.answered(almac);
+    if (entry != nullptr && entry->value.option == option) (void)clear(lists().network, almac);
 }
 
 int addLEDCtrlList(const MacAddr& almac, int32_t value, int flag, uint16_t msgId) {

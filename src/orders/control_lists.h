@@ -29,13 +29,17 @@ struct ControlLists {
     RetryList<NoValue> logFile;
 };
 
-// Enter an order to the device (flag 1), or end it (flag 0) and answer its client with result.
+// Enter an order to the device (flag 1), or end all of them (flag 0) and answer their clients with
+// result.
 //
 // msgId is the identifier under which the order was sent, 0 if no client waits for the answer. Flag
 // 0 for a device without an order leaves an entry that is never repeated. kOk, or kFailure if
 // almac is nullptr or the list is full.
 int setRebootCtrlList(const MacAddr* almac, uint16_t msgId, int flag, int result = 0);
 int setResetToDefaultCtrlList(const MacAddr* almac, uint16_t msgId, int flag, int result = 0);
+
+// True if the list of resets has an entry of the device.
+bool isResetOrdered(const MacAddr& almac);
 
 // Enter an order (flag 1) with its value and start its list. The all-zero address means every
 // device of the topology table. A device has one entry, that of its newest order. msgId and the

@@ -38,17 +38,25 @@ class RetryList {
         return found;
     }
 
-    // Ends the repetition of an order that the device has answered. Returns the identifier under
-    // which the client of the order waits, 0 if none does.
-    uint16_t answered(const MacAddr& almac) {
-        Entry* entry = find(almac);
-        if (entry == nullptr) return 0;
-        entry->flag = 0;
-        return std::exchange(entry->msgId, uint16_t{0});
+    // Ends the repetition of all orders to a device, which has answered one of them. Calls
+    // answer(msgId) for each for which a client waits. False if there is none.
+    template <typename Answer>
+    bool answered(const MacAddr& almac, Answer&& answer) {
+        bool found = false;
+        for (Entry& entry : entries_) {
+            if (entry.almac != almac) continue;
+            found = true;
+            entry.flag = 0;
+            const uint16_t msgId = std::exchange(entry.msgId, uint16_t{0});
+            if (msgId != 0) answer(msgId);
+        }
+        return found;
     }
 
-    // Appends an order. kOk, or kFailure if the list is full.
+    // Appends an order and drops those that are answered or given up. kOk, or kFailure if the list
+    // is full.
     [[nodiscard]] int append(Entry&& entry) {
+        entries_.remove_if([](const Entry& other) { return other.flag == 0; });
         if (entries_.size() >= kMaxRetryEntries) {
             LOG(2, "too many orders, refuse (" MAC_FMT ")\r\n", MAC_ARGS(entry.almac));
             return kFailure;

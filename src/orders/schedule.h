@@ -67,6 +67,7 @@ enum CheckId : uint8_t {
     kCheckWIFIChannelInfo,
     kCheckWIFIChannelSync,
     kCheckWIFIStateSync,
+    kCheckWIFICountryCodeSync,
     kCheckSpeedTestCtrl,
     kCheckSpeedTestData,
     kCheckLEDState,

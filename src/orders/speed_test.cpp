@@ -20,30 +20,32 @@ SpeedTestState& speedTest() {
     return stateOf<SpeedTestState>();
 }
 
-VendMsgType orderType() {
-    return speedTest().order.enable != 0 ? VEND_MSG_TYPE_SPEEDTEST_START
-                                         : VEND_MSG_TYPE_SPEEDTEST_STOP;
+VendMsgType typeOf(const SpeedTestCtrlReq& order) {
+    return order.enable != 0 ? VEND_MSG_TYPE_SPEEDTEST_START : VEND_MSG_TYPE_SPEEDTEST_STOP;
 }
 
 }  // namespace
 
-int noteSpeedTestOrder(const MacAddr& target, const SpeedTestCtrlReq& order) {
-    speedTest().order = order;
-    speedTest().repeats = 0;
-    speedTest().silent.clear();
+int noteSpeedTestOrder(const MacAddr& target, uint16_t msgId, const SpeedTestCtrlReq& order) {
+    auto& orders = speedTest().orders;
     if (!target.isZero()) {
-        speedTest().silent.push_back(target);
+        orders.insert_or_assign(target, SpeedTestOrder{order, {msgId}});
     } else if (const TopolTable* topol = getNetTopolTable()) {
-        for (const auto& dev : topol->devs) speedTest().silent.push_back(dev.alMac);
+        for (const auto& dev : topol->devs) {
+            orders.insert_or_assign(dev.alMac, SpeedTestOrder{order, {msgId}});
+        }
     }
-    if (speedTest().silent.empty()) return kFailure;
+    if (orders.empty()) return kFailure;
     return setSpeedTestSendCtrlflag(kOneWaits) == 0 ? kOk : kFailure;
 }
 
-int noteSpeedTestAck(const MacAddr& almac) {
-    std::erase(speedTest().silent, almac);
+int noteSpeedTestAck(const MacAddr& almac, uint16_t msgId) {
+    auto& orders = speedTest().orders;
+    const auto it = orders.find(almac);
+    if (it == orders.end() || !std::ranges::count(it->second.msgIds, msgId)) return kOk;
+    orders.erase(it);
     (void)initSpeedTestData();
-    if (!speedTest().silent.empty()) return kOk;
+    if (!orders.empty()) return kOk;
     return setSpeedTestSendCtrlflag(kNoneWaits) == 0 ? kOk : kFailure;
 }
 
@@ -52,20 +54,22 @@ void noteSpeedTestClient(const MacAddr& almac) {
 }
 
 int checkSpeedTestCtrl() {
-    if (speedTest().repeats >= scheduleSettings().SpeedTestCtrl_LoopCount) {
-        for (const MacAddr& almac : speedTest().silent) {
-            LOG(2, "speed test order is not acknowledged by (" MAC_FMT ")\n", MAC_ARGS(almac));
-        }
-        speedTest().silent.clear();
-    }
-    if (speedTest().silent.empty()) {
+    auto& orders = speedTest().orders;
+    const auto limit = static_cast<size_t>(scheduleSettings().SpeedTestCtrl_LoopCount);
+    std::erase_if(orders, [&](const auto& entry) {
+        if (entry.second.msgIds.size() <= limit) return false;
+        LOG(2, "speed test order is not acknowledged by (" MAC_FMT ")\n", MAC_ARGS(entry.first));
+        return true;
+    });
+    if (orders.empty()) {
         (void)setSpeedTestSendCtrlflag(kNoneWaits);
         return kOk;
     }
-    speedTest().repeats++;
-    for (const MacAddr& almac : speedTest().silent) {
+    for (auto& [almac, waiting] : orders) {
         LOG(4, "retry send SpeedTest order to (" MAC_FMT ")\n", MAC_ARGS(almac));
-        (void)sendVendMsg(almac, orderType(), SpeedTestCtrlReq(speedTest().order));
+        uint16_t msgId = waiting.msgIds.back();
+        (void)sendVendMsg(almac, typeOf(waiting.order), SpeedTestCtrlReq(waiting.order), &msgId);
+        waiting.msgIds.push_back(msgId);
     }
     return kOk;
 }

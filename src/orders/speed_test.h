@@ -3,31 +3,37 @@
 // figures every second to the device that started it.
 #pragma once
 
+#include <cstdint>
+#include <map>
 #include <vector>
 
 #include "base/clock.h"
 #include "base/mac_addr.h"
 #include "wire/vend_payloads.h"
 
-struct SpeedTestState {
+// An order that its device has not acknowledged.
+struct SpeedTestOrder {
     SpeedTestCtrlReq order;
-    std::vector<MacAddr> silent;  // AL MACs of the devices that have not acknowledged it
-    int repeats = 0;
+    std::vector<uint16_t> msgIds;  // under which it was sent
+};
+
+struct SpeedTestState {
+    std::map<MacAddr, SpeedTestOrder> orders;  // by AL MAC
     MacAddr client;       // the device that ordered a test of this one, all zero if none did
     Seconds started = 0;  // when the figures were first sent
 };
 
-// Notes that order was sent to target, or to every device of the topology table if target is all
-// zero. Replaces an earlier order. kOk, or kFailure if there is no device to obey it or the
-// platform refuses.
-int noteSpeedTestOrder(const MacAddr& target, const SpeedTestCtrlReq& order);
-// Notes that the device has acknowledged its order. kOk, or kFailure if the platform refuses.
-int noteSpeedTestAck(const MacAddr& almac);
+// Notes that order was sent under msgId to target, or to every device of the topology table if
+// target is all zero. Replaces an earlier order to the same device: a stop ends the repetition of a
+// start. kOk, or kFailure if there is no device to obey it or the platform refuses.
+int noteSpeedTestOrder(const MacAddr& target, uint16_t msgId, const SpeedTestCtrlReq& order);
+// Notes that the device has acknowledged the message msgId; ignored unless that was its order. kOk,
+// or kFailure if the platform refuses.
+int noteSpeedTestAck(const MacAddr& almac, uint16_t msgId);
 // Notes the device that ordered a test of this one.
 void noteSpeedTestClient(const MacAddr& almac);
 
-// Repeats the order to the devices that have not acknowledged it, and gives up on those that never
-// do. kOk.
+// Repeats the orders that were not acknowledged, and gives up on those that never are. kOk.
 int checkSpeedTestCtrl();
 
 // Sends a line of figures. kFailure if the platform has none, else the result of the send.

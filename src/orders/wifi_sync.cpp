@@ -23,14 +23,43 @@ auto& syncs() {
     return stateOf<WifiSyncState>().syncs;
 }
 
+int readStateText(std::string& text) {
+    return fetchSyncText(getWIFIStateSync, text);
+}
+
+int readChannelText(std::string& text) {
+    return fetchSyncText(getWIFIChannelSync, text);
+}
+
+int readCountryCode(std::string& text) {
+    text = getAlTable()->info.wifiCountryCode.view();
+    return kOk;
+}
+
+VendPayload textFor(const MacAddr& /*almac*/, const std::string& text) {
+    return TextPayload{*getAlMac(), text};
+}
+
+VendPayload countryCodeFor(const MacAddr& almac, const std::string& text) {
+    return CountryCodeReq{almac, text};
+}
+
+bool hasCountryCode(const Ieee1905DevTable& dev, const std::string& text) {
+    return dev.info.wifiCountryCode == std::string_view(text);
+}
+
 struct Kind {
     const char* name;
-    VendMsgType renew;
-    int (*get)(char* data);
+    VendMsgType order;
+    int (*read)(std::string& text);
+    VendPayload (*payload)(const MacAddr& almac, const std::string& text);
+    bool (*isReported)(const Ieee1905DevTable& dev, const std::string& text);  // or nullptr
 };
 constexpr Kind kKinds[kWifiSyncNum] = {
-    {"Wi-Fi state", VEND_MSG_TYPE_WIFISTATERENEW, getWIFIStateSync},
-    {"Wi-Fi channels", VEND_MSG_TYPE_WIFICHANNELRENEW, getWIFIChannelSync},
+    {"Wi-Fi state", VEND_MSG_TYPE_WIFISTATERENEW, readStateText, textFor, nullptr},
+    {"Wi-Fi channels", VEND_MSG_TYPE_WIFICHANNELRENEW, readChannelText, textFor, nullptr},
+    {"country code", VEND_MSG_TYPE_WIFICOUNTRYCODE_REQ, readCountryCode, countryCodeFor,
+     hasCountryCode},
 };
 
 // A new text must reach every device again.
@@ -48,14 +77,17 @@ bool isWanted(const Ieee1905DevTable& dev) {
 void handOut(const Kind& kind, const MacAddr& almac, const std::string& text,
              WifiSyncStanding& standing) {
     const int limit = scheduleSettings().WIFISync_LoopCount;
-    if (standing.acknowledged) return;
-    if (standing.sent > limit && now() - standing.time < kLongPause) return;
+    // Only a setting that the device reports shows if it was lost again.
+    if (standing.acknowledged && kind.isReported == nullptr) return;
+    const bool pauses = standing.acknowledged || standing.sent > limit;
+    if (pauses && now() - standing.time < kLongPause) return;
     if (standing.sent == limit)
         LOG(2, "%s: no acknowledgement from (" MAC_FMT "), one attempt an hour from now on\n",
             kind.name, MAC_ARGS(almac));
     standing.sent++;
     standing.time = now();
-    (void)sendVendMsg(almac, kind.renew, TextPayload{*getAlMac(), text}, &standing.msgId);
+    standing.acknowledged = false;
+    (void)sendVendMsg(almac, kind.order, kind.payload(almac, text), &standing.msgId);
 }
 
 int check(WifiSyncKind which) {
@@ -64,13 +96,18 @@ int check(WifiSyncKind which) {
     const TopolTable* topol = getNetTopolTable();
     if (al == nullptr || topol == nullptr || al->role() != PLATFORM_REGISTRAR) return kFailure;
     std::string text;
-    if (fetchSyncText(kind.get, text) != 0 || text.empty()) return kFailure;
+    if (kind.read(text) != 0 || text.empty()) return kFailure;
     WifiSync& sync = syncOf(which, text);
     // A device that comes back after it was lost gets the text again.
     std::erase_if(sync.devices,
                   [](const auto& it) { return getIeee1905DevTableById(it.first) == nullptr; });
     for (const auto& dev : topol->devs) {
-        if (isWanted(dev)) handOut(kind, dev.alMac, sync.text, sync.devices[dev.alMac]);
+        if (!isWanted(dev)) continue;
+        if (kind.isReported != nullptr && kind.isReported(dev, text)) {
+            sync.devices.erase(dev.alMac);
+        } else {
+            handOut(kind, dev.alMac, text, sync.devices[dev.alMac]);
+        }
     }
     return kOk;
 }
@@ -85,6 +122,10 @@ int checkWIFIChannelSync() {
     return check(kWifiChannelSync);
 }
 
+int checkWIFICountryCodeSync() {
+    return check(kCountryCodeSync);
+}
+
 void noteWifiSyncSent(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
                       std::string_view text) {
     WifiSync& sync = syncOf(kind, text);
@@ -96,13 +137,11 @@ void noteWifiSyncSent(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
     }
 }
 
-bool noteWifiSyncAck(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
-                     std::string_view result) {
+bool noteWifiSyncAck(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId, bool success) {
     auto& devices = syncs().at(kind).devices;
     const auto it = devices.find(almac);
     // An answer to an earlier message says nothing about the current text.
     if (it == devices.end() || it->second.msgId != msgId) return true;
-    const bool success = result == "success";
     if (!success) LOG(2, "%s: refused by (" MAC_FMT ")\n", kKinds[kind].name, MAC_ARGS(almac));
     if (it->second.acknowledged) return success;
     it->second.acknowledged = success;

@@ -1,5 +1,6 @@
-// The Wi-Fi state and the Wi-Fi channels that a Registrar sends to its Enrollees: to each one until
-// it has acknowledged the text, and again after the text has changed or the device has restarted.
+// The settings that a Registrar sends to its Enrollees. The Wi-Fi state and channels go to each one
+// until it has acknowledged the text, and again after the text has changed or the device has
+// restarted; the country code to each one that has another.
 #pragma once
 
 #include <array>
@@ -11,7 +12,7 @@
 #include "base/clock.h"
 #include "base/mac_addr.h"
 
-enum WifiSyncKind : uint8_t { kWifiStateSync, kWifiChannelSync, kWifiSyncNum };
+enum WifiSyncKind : uint8_t { kWifiStateSync, kWifiChannelSync, kCountryCodeSync, kWifiSyncNum };
 
 // What a device has got of the current text.
 struct WifiSyncStanding {
@@ -35,15 +36,15 @@ struct WifiSyncState {
 // device is not the Registrar.
 int checkWIFIStateSync();
 int checkWIFIChannelSync();
+int checkWIFICountryCodeSync();
 
 // Notes that text was sent under msgId to the device, or to every Enrollee of the topology table if
 // the address is all zero.
 void noteWifiSyncSent(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
                       std::string_view text);
-// Notes the result text ("success" or another) that the device answered to the message msgId. False
-// if it must be ignored: a late failure after a success.
-bool noteWifiSyncAck(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
-                     std::string_view result);
+// Notes whether the device has taken over the text of the message msgId. False if its answer must
+// be ignored: a late failure after a success.
+bool noteWifiSyncAck(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId, bool success);
 // Notes that the device has restarted or was reset: it gets all texts again, and its
 // acknowledgements of renews no longer count.
 void forgetWifiSync(const MacAddr& almac);

@@ -176,7 +176,8 @@ int getSendRenew_flag(void);
 int check_Renew_timeout(void);
 int getChangetomeout_flag(void);
 int check_ChangeDeviceMode_timeout(void);
-/* Called every second: repeats renews that devices in the sync list have not acknowledged. */
+/* Called every second: repeats renews that were not acknowledged (getUnsyncedEnrollees in
+ * exports.h). */
 int reSendRenewbySynclist(void);
 
 /* Records of the service requests (lifecycle.h). */

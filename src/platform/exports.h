@@ -41,6 +41,10 @@ int removeallFWupgradelist(void);
  * is not a neighbor or the message cannot be sent. */
 int sendSecurityCtrlMsg(const uint8_t* alMac, uint8_t type, uint16_t len, const uint8_t* data);
 
+/* The Enrollees whose flag of the band (0, 1, 32 or 33) is 0: they have not acknowledged the last
+ * renew. Stores at most max AL MAC addresses of 6 bytes at macs. Returns their number. */
+uint32_t getUnsyncedEnrollees(uint8_t band, uint8_t* macs, uint32_t max);
+
 /* Writes out the file systems and restarts this device at once. Returns 16 if the kernel refuses.
  * On success it returns only in a PID namespace, where the kernel then ends the processes. */
 int rebootSystem(void);

@@ -247,8 +247,9 @@ int handleSpeedTestReq(const ServReq& request, uint16_t answer) {
     const VendMsgType type =
         payload.enable != 0 ? VEND_MSG_TYPE_SPEEDTEST_START : VEND_MSG_TYPE_SPEEDTEST_STOP;
     const SpeedTestCtrlReq order = payload;
-    const int code = sendToTarget(request, type, std::move(payload));
-    if (code == kOk) (void)noteSpeedTestOrder(request.mac(req::kTarget), order);
+    uint16_t msgId = 0;
+    const int code = sendToTarget(request, type, std::move(payload), &msgId);
+    if (code == kOk) (void)noteSpeedTestOrder(request.mac(req::kTarget), msgId, order);
     return respRetCode(request.pid(), answer, code);
 }
 

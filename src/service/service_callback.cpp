@@ -121,6 +121,19 @@ int send(uint32_t servId, void* info) {
 
 }  // namespace
 
+uint32_t getUnsyncedEnrollees(uint8_t band, uint8_t* macs, uint32_t max) {
+    const TopolTable* topol = getNetTopolTable();
+    const auto index = bandIndex(band);
+    if (topol == nullptr || !index) return 0;
+    uint32_t num = 0;
+    for (const auto& dev : topol->devs) {
+        if (num == max) break;
+        if (dev.role != PLATFORM_ENROLLEE || dev.apAutoConf.syncFlags[*index] != 0) continue;
+        dev.alMac.copyTo(macs + size_t{PLATFORM_MAC_LEN} * num++);
+    }
+    return num;
+}
+
 void servReqCallback(uint32_t servId, void* info, uint32_t* retCode) {
     LOG(4, "servId = %d\r\n", static_cast<int>(servId));
     int result = kFailure;

@@ -236,6 +236,13 @@ TEST_F(Controller, OrdersAreRepeatedUntilAnswered) {
         answer();
         EXPECT_FALSE(waits());
         EXPECT_EQ(run(5, 15), "");
+        order();
+        (void)registerServReq(kPid, list.answerId - 1U, kMsgId + 1);
+        EXPECT_EQ(list.set(&kPeer.al, kMsgId + 1, 1, 0), kOk);
+        answer();
+        EXPECT_FALSE(waits());
+        EXPECT_EQ(searchServReqRespPid(list.answerId, kMsgId + 1), kNoClient);
+        EXPECT_EQ(run(0, 10), "") << "one answer ends all orders";
         EXPECT_EQ(list.set(nullptr, kMsgId, 1, 0), kFailure);
     }
 }
@@ -289,6 +296,8 @@ TEST_F(Controller, ListsAreBounded) {
     }
     const MacAddr more = peer(4096).al;
     EXPECT_EQ(setRebootCtrlList(&more, 1, 1), kFailure);
+    (void)setRebootCtrlList(&kPeer.al, 1, 0);
+    EXPECT_EQ(setRebootCtrlList(&more, 1, 1), kOk) << "in place of an answered one";
     EXPECT_EQ(addFWupgradelist(more, 0, 0), kFailure);
 }
 

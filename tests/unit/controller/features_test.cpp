@@ -4,6 +4,7 @@
 #include "db/database.h"
 #include "orders/speed_test.h"
 #include "orders/wifi_sync.h"
+#include "platform/exports.h"
 #include "platform/lifecycle.h"
 #include "service/service_callback.h"
 #include "support/device.h"
@@ -11,7 +12,7 @@
 namespace {
 
 constexpr unsigned kStart = 10, kData = 11, kAck = 26, kRenewAck = 31, kRenew = 40,
-                   kRenewResult = 41;
+                   kRenewResult = 41, kCountry = 53, kCountryResult = 54;
 
 class Features : public Device {
   protected:
@@ -86,7 +87,7 @@ TEST_F(Features, ARestartedEnrolleeGetsTheSettingsAgain) {
     const std::pair<std::function<void()>, bool> eventAgain[] = {
         {[&] { (void)tell(kPeer, ++id, 23, {16}); }, false},
         {[&] { (void)tell(kPeer, ++id, 23, {0}); }, true},
-        {[&] { uptime("100"), uptime("200"), uptime(""); }, false},
+        {[&] { uptime("100"), uptime("200"), uptime("195"), uptime(""); }, false},
         {[&] { uptime("200"), uptime("50"); }, true},
         {[&] { announce(3), announce(65000), announce(500), announce(600); }, false},
         // Its identifiers begin anew.
@@ -104,20 +105,51 @@ TEST_F(Features, ARestartedEnrolleeGetsTheSettingsAgain) {
     }
 }
 
+TEST_F(Features, EnrolleesFollowTheCountryCodeOfTheRegistrar) {
+    dev(kOther).info.wifiCountryCode = "DE";
+    EXPECT_EQ(run(120, kCountry), "") << "the Registrar has none";
+    fakePlatform().wifiCountryCode = "DE";
+    EXPECT_EQ(run(240, kCountry), "30>1 60>1 90>1 120>1 150>1 ") << "the other one has it already";
+    EXPECT_EQ(run(3600, kCountry), "3510>1 ");
+    fakePlatform().wifiCountryCode = "AT";
+    EXPECT_EQ(run(60, kCountry), "30>1 30>2 ");
+    for (const Peer& who : {kPeer, kOther}) (void)tell(who, lastId_, kCountryResult, {0});
+    EXPECT_EQ(run(30, kCountry), "0>1 ") << "it has acknowledged another message";
+    (void)tell(kPeer, lastId_, kCountryResult, {0});
+    EXPECT_EQ(run(90, kCountry), "") << "what they report may be old";
+    dev(kPeer).info.wifiCountryCode = dev(kOther).info.wifiCountryCode = "AT";
+    EXPECT_EQ(run(30, kCountry), "");
+    dev(kOther).info.wifiCountryCode = "US";
+    EXPECT_EQ(run(30, kCountry), "0>2 ") << "changed at the device";
+    (void)tell(kOther, lastId_, kCountryResult, {0});
+    EXPECT_EQ(run(3600, kCountry), "3570>2 ") << "but it did not take effect";
+}
+
 TEST_F(Features, SpeedTestOrdersAreRepeatedUntilAcknowledged) {
     SpeedTestCtrlReq order;
     order.enable = 1;
     const MacAddr all{};
     (void)run(1, kStart);
-    EXPECT_EQ(noteSpeedTestOrder(all, order), kOk);
+    const auto acknowledges = [](const Peer& who, unsigned id, uint8_t result) {
+        fakePlatform().calls.clear();
+        (void)tell(who, id, kAck, bytesOf(who.al) + Frame{result});
+        return fakePlatform().called("initSpeedTestData");
+    };
+    EXPECT_EQ(noteSpeedTestOrder(all, 9, order), kOk);
     EXPECT_EQ(run(2, kStart), "0>1 0>2 1>1 1>2 ");
-    (void)tell(kOther, 9, kAck, bytesOf(kOther.al) + Frame{0});
+    EXPECT_TRUE(acknowledges(kOther, lastId_, 0));
+    EXPECT_FALSE(acknowledges(kOther, 9, 0)) << "a late one must not end a test";
     EXPECT_EQ(run(1, kStart), "0>1 ");
     EXPECT_EQ(getSpeedTestSendCtrlflag(), 0);
-    (void)tell(kPeer, 9, kAck, bytesOf(kPeer.al) + Frame{16});
+    order.enable = 0;
+    EXPECT_EQ(noteSpeedTestOrder(kPeer.al, 10, order), kOk);
+    EXPECT_FALSE(acknowledges(kPeer, lastId_, 0)) << "of the start";
+    EXPECT_EQ(run(1, kStart + 2), "0>1 ");
+    EXPECT_TRUE(acknowledges(kPeer, 10, 16));
     EXPECT_EQ(run(5, kStart), "");
+    order.enable = 1;
     EXPECT_EQ(getSpeedTestSendCtrlflag(), 1);
-    EXPECT_EQ(noteSpeedTestOrder(kPeer.al, order), kOk);
+    EXPECT_EQ(noteSpeedTestOrder(kPeer.al, 11, order), kOk);
     EXPECT_EQ(run(20, kStart), "0>1 1>1 2>1 3>1 4>1 5>1 6>1 7>1 8>1 9>1 ") << "it is given up";
     EXPECT_EQ(getSpeedTestSendCtrlflag(), 1);
 }
@@ -151,6 +183,12 @@ TEST_F(Features, ARenewIsAcknowledgedAnew) {
     servReqCallback(SERV_REQ_AP_AUTOCONF_RENEW, &renew, &result);
     EXPECT_EQ(flags, (Flags{0, 1, 0, 0}));
     EXPECT_EQ(others, (Flags{0, 0, 0, 0}));
+    std::array<uint8_t, 12> macs{};
+    EXPECT_EQ(getUnsyncedEnrollees(33, macs.data(), 1), 1U) << "of two";
+    EXPECT_EQ(getUnsyncedEnrollees(1, macs.data(), 2), 1U);
+    EXPECT_EQ(MacAddr(macs.data()), kOther.al);
+    dev(kOther).role = 0;
+    EXPECT_EQ(getUnsyncedEnrollees(33, macs.data(), 2), 1U) << "one is a Registrar";
 }
 
 TEST_F(Features, AnEnrolleeAcknowledgesARenew) {

@@ -90,7 +90,9 @@ TEST_F(Upgrade, RebootsAreOrderedWhenAllAreReady) {
     EXPECT_EQ(phaseTwo(""), kFailure) << "ordered 79 seconds ago";
     (void)addFWupgradelist(peer(1).al, 0, 0);
     EXPECT_EQ(phaseTwo(reboot), kFailure) << "the reboot is not yet answered";
-    (void)addFWupgradelist(peer(1).al, 0, 2);
+    LogCapture log(1);
+    for (const char* code : {"00", "10"}) (void)tell(kPeer, 90U + code[0], 5, hex(code));
+    EXPECT_EQ(occurrences(log.text(), "refused by (02:ee:00:00:00:01): 16"), 1U);
     EXPECT_EQ(phaseTwo(""), kOk);
     fakePlatform().fail = {"getDownloanURL"};
     EXPECT_EQ(sendEXdeviceFWCtrl(peer(2).al, "0", "a", "b"), kFailure);

@@ -5,6 +5,8 @@
 #include "base/state.h"
 #include "db/database.h"
 #include "handlers/message_log.h"
+#include "orders/control_lists.h"
+#include "orders/pending_requests.h"
 #include "support/device.h"
 #include "support/log_capture.h"
 
@@ -196,9 +198,13 @@ TEST_F(Vendor, RefusedOnArrival) {
     EXPECT_EQ(occurrences(log.text(), ": vendor specific message type ("), 5U);
     // A discovery with the own AL MAC is a loop or forged.
     EXPECT_EQ(tell(45, kOwn + bytesOf(kStation)), kFailure);
-    // An unknown device must not fill the list of reset orders.
-    EXPECT_EQ(tell(23, {0}), kOk);
+    // A device that was lost meanwhile may answer, but must not fill the list of reset orders.
+    (void)setResetToDefaultCtrlList(&kPeer.al, 7, 1);
+    (void)registerServReq(1, 149, 7);
     (void)removeIeee1905DevTable(kPeer.al);
+    EXPECT_EQ(tell(23, {0}), kOk);
+    EXPECT_EQ(searchServReqRespPid(150, 7), kNoClient) << "its client was answered";
+    stateOf<ControlLists>() = {};
     EXPECT_EQ(tell(23, {0}), kFailure);
 }
 

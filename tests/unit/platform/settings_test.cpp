@@ -7,6 +7,9 @@
 
 namespace {
 
+// The AL MACs that getUnsyncedEnrollees returns, by band.
+std::map<uint8_t, std::vector<MacAddr>> unsynced;
+
 // The messages that the library asked the daemon to send, one per line.
 std::string sent;
 
@@ -21,6 +24,10 @@ void sendMessage(uint32_t servId, void* info, uint32_t* retCode) {
     } else if (servId == SERV_REQ_AP_AUTOCONF_WSC) {
         const auto& r = *static_cast<ApAutoConfWscReq*>(info);
         text << " to " << macText(r.dstMac) << " " << hexText({r.frame, r.frameLen});
+    } else if (servId == SERV_REQ_AP_AUTOCONF_RENEW) {
+        const auto& r = *static_cast<ApAutoConfRenewReq*>(info);
+        text << " band " << +r.freqBand << " to " << (r.unicast ? macText(r.dstMac) : "all");
+        (void)start_and_stop_Renew(1);
     }
     sent += text.str() + "\n";
     *retCode = servId == SERV_REQ_PB_EVENT ? 19 : 0;
@@ -32,6 +39,12 @@ int sendSecurityCtrlMsg(const uint8_t* alMac, uint8_t type, uint16_t len, const 
     sent +=
         "M" + std::to_string(type) + " to " + macText(alMac) + " " + hexText({data, len}) + "\n";
     return 0;
+}
+
+uint32_t getUnsyncedEnrollees(uint8_t band, uint8_t* macs, uint32_t max) {
+    const auto& all = unsynced[band];
+    for (uint32_t i = 0; i < all.size() && i < max; i++) all[i].copyTo(macs + 6 * i);
+    return static_cast<uint32_t>(all.size());
 }
 
 NETWORK_TEST(Settings, AreReturnedAndChangesReportedOnce) {
@@ -140,6 +153,27 @@ TEST(SecurityExchange, IsStartedAndContinuedByHooks) {
         (void)SecurityCtrl_parseM2(peer, 2, data);
         EXPECT_EQ(sent, "") << body;
     }
+}
+
+NETWORK_TEST(AutoConfiguration, RenewsAreRepeatedUntilAcknowledged) {
+    Listener daemon;
+    EXPECT_EQ(setServReqCallbackFunc(sendMessage), 0);
+    const auto wait = [](int seconds) {
+        while (seconds-- > 0) EXPECT_EQ(reSendRenewbySynclist(), 0);
+        return std::exchange(sent, {});
+    };
+    const MacAddr enrollee{2, 0, 0, 0, 0, 7};
+    unsynced = {{1, {enrollee}}, {33, {enrollee}}};
+    EXPECT_EQ(sendWPSRenew(33), 0);
+    EXPECT_EQ(wait(9), "3 band 33 to all\n");
+    EXPECT_EQ(wait(1), "3 band 33 to 02:00:00:00:00:07\n");
+    EXPECT_EQ(sendWPSRenew(1), 0);
+    EXPECT_EQ(wait(10),
+              "3 band 1 to all\n3 band 1 to 02:00:00:00:00:07\n3 band 33 to 02:00:00:00:00:07\n");
+    unsynced.erase(33);
+    EXPECT_EQ(wait(10), "3 band 1 to 02:00:00:00:00:07\n");
+    EXPECT_EQ(wifi_flag_init(), 0);
+    EXPECT_EQ(wait(30), "") << "it no longer waits";
 }
 
 TEST(Log, IsTheNamedFileAndKeepsLinesWhole) {
