@@ -59,8 +59,10 @@ void writeIeee1905Nbrs(JsonWriter& out, const DataModel& model, const Ieee1905De
     }
     for (const auto& list : dev.ieee1905Lists) {
         const auto [reference, local] = findLocalIntf(dev, list.localIntfMac);
+        std::unordered_map<MacAddr, size_t> links;  // so far, by device
         for (const auto& nbr : list.nbrs) {
-            const LinkEnd far = model.hearings.intfOf(nbr.alMac, dev.alMac, local);
+            const LinkEnd far =
+                model.hearings.intfOf(nbr.alMac, dev.alMac, local, links[nbr.alMac]++);
             if (checkIeee1905NbrIsWIFI(out, clients, nbr, number, reference, local.mediaType,
                                        far.mac) == 0) {
                 writeIeee1905Nbr(out, ++number, reference, nbr, far, nullptr);
@@ -148,17 +150,20 @@ void Hearings::add(const MacAddr& heard, const Hearing& hearing) {
     if (number != numbers_.end()) of_[number->second].push_back(hearing);
 }
 
-LinkEnd Hearings::intfOf(const MacAddr& by, const MacAddr& heard, const LinkEnd& on) const {
+LinkEnd Hearings::intfOf(const MacAddr& by, const MacAddr& heard, const LinkEnd& on,
+                         size_t nth) const {
     const auto byNumber = numbers_.find(by), heardNumber = numbers_.find(heard);
     if (byNumber == numbers_.end() || heardNumber == numbers_.end()) return {};
     LinkEnd best;
     int bestFit = -1;
+    size_t equals = 0;
     for (const Hearing& hearing :
          std::ranges::equal_range(of_[heardNumber->second], byNumber->second, {}, &Hearing::by)) {
         const int fit = (hearing.heardIntf == on.mac ? 2 : 0) +
                         (hearing.intf.mediaType == on.mediaType ? 1 : 0);
-        if (fit <= bestFit) continue;
-        best = hearing.intf;
+        if (fit < bestFit) continue;
+        equals = fit == bestFit ? equals + 1 : 0;
+        if (fit > bestFit || equals == nth) best = hearing.intf;
         bestFit = fit;
     }
     return best;

@@ -24,9 +24,10 @@ class Hearings {
     Hearings(const AlTable& al, const TopolTable& topol);
     // The interface on which one device (by) hears another (heard). If there are several, then the
     // one on which it hears this interface of the other (on), which only this device knows of its
-    // own, else one with the same media type. A zero MAC and no media type if the device is unknown
-    // or does not hear the other.
-    LinkEnd intfOf(const MacAddr& by, const MacAddr& heard, const LinkEnd& on) const;
+    // own, else one with the same media type. Of several that fit equally, as those of two cables
+    // do, the nth (from 0), so that each link gets its own. A zero MAC and no media type if the
+    // device is unknown or does not hear the other.
+    LinkEnd intfOf(const MacAddr& by, const MacAddr& heard, const LinkEnd& on, size_t nth) const;
 
   private:
     struct Hearing {
