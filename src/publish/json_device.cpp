@@ -152,12 +152,13 @@ LinkEnd Hearings::intfOf(const MacAddr& by, const MacAddr& heard, const LinkEnd&
     if (byNumber == numbers_.end() || heardNumber == numbers_.end()) return {};
     LinkEnd best;
     int bestFit = -1;
-    for (const Hearing& hearing :
-         std::ranges::equal_range(of_[heardNumber->second], byNumber->second, {}, &Hearing::by)) {
-        const int fit = (hearing.heardIntf == on.mac ? 2 : 0) +
-                        (hearing.intf.mediaType == on.mediaType ? 1 : 0);
+    const auto& hearings = of_[heardNumber->second];
+    auto it = std::ranges::lower_bound(hearings, byNumber->second, {}, &Hearing::by);
+    for (; it != hearings.end() && it->by == byNumber->second; ++it) {
+        const int fit =
+            (it->heardIntf == on.mac ? 2 : 0) + (it->intf.mediaType == on.mediaType ? 1 : 0);
         if (fit <= bestFit) continue;
-        best = hearing.intf;
+        best = it->intf;
         bestFit = fit;
     }
     return best;
