@@ -111,8 +111,7 @@ void readNeighbors(vm1905_client* client, Device& device) {
         [&] { device.bridges.emplace_back(tuple.macs, tuple.macs + tuple.num); });
 }
 
-// Adds the neighbors of this device. The channel has no table of them: they follow from link
-// metrics, and from vm1905.json, which says on which own interface another device hears this one.
+// Adds the neighbors of this device that have link metrics.
 void readOwnLinks(vm1905_client* client, Mesh& mesh) {
     Device& own = mesh.devices.front();
     for (const Interface& intf : own.interfaces) {
@@ -139,20 +138,9 @@ void readOwnLinks(vm1905_client* client, Mesh& mesh) {
                             {},
                             link};
                 heard.bridge = link.bridge != 0;
+                heard.isExact = true;
                 own.heard.push_back(std::move(heard));
             });
-    }
-    for (const Device& device : mesh.devices) {
-        if (device.model == nullptr || device.isOwn) continue;
-        for (const ModelNeighbor& neighbor : device.model->neighbors) {
-            if (neighbor.alMac != own.alMac || own.intf(neighbor.intf) == nullptr) continue;
-            const bool isKnown = std::ranges::any_of(own.heard, [&](const Heard& heard) {
-                return heard.mac == device.alMac && heard.localIntf == neighbor.intf;
-            });
-            if (isKnown) continue;
-            own.heard.push_back(
-                {neighbor.intf, device.alMac, true, {}, neighbor.localIntf, {}, neighbor.wifi, {}});
-        }
     }
 }
 
@@ -189,6 +177,42 @@ void Mesh::addStrangers() {
         device.alMac = mac;
         device.isStranger = true;
         devices.push_back(std::move(device));
+    }
+}
+
+void Mesh::completeLinks() {
+    Device& own = devices.front();
+    for (const Device& device : devices) {
+        if (device.model == nullptr || device.isOwn) continue;
+        for (const ModelNeighbor& neighbor : device.model->neighbors) {
+            if (neighbor.alMac != own.alMac || own.intf(neighbor.intf) == nullptr) continue;
+            Heard heard{neighbor.intf,      device.alMac, true,          {},
+                        neighbor.localIntf, {},           neighbor.wifi, {}};
+            // The file names one interface for all on which the other device hears this one unless
+            // it knows better.
+            heard.isExact =
+                std::ranges::count_if(device.model->neighbors, [&](const ModelNeighbor& other) {
+                    return other.alMac == own.alMac && other.intf == neighbor.intf;
+                }) == 1;
+            const auto known = std::ranges::find_if(own.heard, [&](const Heard& link) {
+                return link.mac == device.alMac && link.localIntf == neighbor.intf;
+            });
+            if (known == own.heard.end()) {
+                own.heard.push_back(std::move(heard));
+            } else if (heard.isExact && known->intf != heard.intf) {
+                known->isExact = false;
+            }
+        }
+    }
+    for (Device& device : devices) {
+        for (Heard& heard : device.heard) {
+            const auto owner = heard.isDevice ? std::nullopt : ownerOf(heard.mac);
+            if (!owner) continue;
+            heard.isDevice = heard.isExact = true;
+            heard.intf = heard.mac;
+            heard.mac = *owner;
+        }
+        std::erase_if(device.heard, [&](const Heard& heard) { return heard.mac == device.alMac; });
     }
 }
 
@@ -297,16 +321,6 @@ Mesh readMesh(vm1905_client* client, const DataModel& model, const std::string& 
         readNeighbors(client, device);
     }
     readOwnLinks(client, mesh);
-    // A bridge reports interfaces of devices as hosts, too.
-    for (Device& device : mesh.devices) {
-        for (Heard& heard : device.heard) {
-            const auto owner = heard.isDevice ? std::nullopt : mesh.ownerOf(heard.mac);
-            if (!owner) continue;
-            heard.isDevice = true;
-            heard.intf = heard.mac;
-            heard.mac = *owner;
-        }
-        std::erase_if(device.heard, [&](const Heard& heard) { return heard.mac == device.alMac; });
-    }
+    mesh.completeLinks();
     return mesh;
 }

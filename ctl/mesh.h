@@ -34,6 +34,7 @@ struct Heard {
     std::string media;           // of the other end
     std::optional<WifiLink> wifi;
     std::optional<vm1905_link> metric;  // own links only
+    bool isExact = false;               // it is this interface of the other end that is heard
 };
 
 struct Device {
@@ -58,6 +59,10 @@ struct Mesh {
     std::vector<Device> devices;  // this one first
 
     const Device* find(const Mac& alMac) const;
+    // Adds the neighbors of this device, the first one, that vm1905.json knows. The channel has no
+    // table of them: the file says on which own interface another device hears this one. Turns
+    // hosts that are interfaces of devices, as bridges report them, into those devices.
+    void completeLinks();
     // Adds the devices that only other devices hear, up to kMaxPlaces in all.
     void addStrangers();
     // The AL MAC of the device that has this interface; empty if none is known.

@@ -4,6 +4,8 @@
 #include <bitset>
 #include <deque>
 #include <map>
+#include <set>
+#include <utility>
 
 namespace {
 
@@ -13,22 +15,47 @@ struct Port {
     Mac mac;
     bool isAccessPoint = false;
     Set heard{};
+    Set inexact{};               // of those, devices of which it is not known which port is heard
+    std::set<Mac> heardPorts{};  // of the others
+
+    // Whether it hears this port of the device, as far as it is known.
+    bool hears(size_t device, const Mac& port) const {
+        return heard.test(device) &&
+               (inexact.test(device) || port.isZero() || heardPorts.contains(port));
+    }
 };
 
 class Network {
   public:
-    explicit Network(const Mesh& mesh) : ports_(mesh.devices.size()), heard_(mesh.devices.size()) {
+    explicit Network(const Mesh& mesh)
+        : ports_(mesh.devices.size()), heard_(mesh.devices.size()), ways_(mesh.devices.size()) {
         std::map<Mac, size_t> numbers;
         for (size_t i = 0; i < mesh.devices.size(); i++) numbers[mesh.devices[i].alMac] = i;
         for (size_t i = 0; i < mesh.devices.size(); i++) {
-            for (const Heard& heard : mesh.devices[i].heard) {
+            const Device& device = mesh.devices[i];
+            for (const Heard& heard : device.heard) {
                 const auto other = numbers.find(heard.mac);
                 if (!heard.isDevice || other == numbers.end() || other->second == i) continue;
-                portOf(i, mesh.devices[i], heard.localIntf).heard.set(other->second);
                 heard_[i].set(other->second);
+                Port& port = portOf(i, device, heard.localIntf);
+                port.heard.set(other->second);
+                // An address of the device that is no port, such as that of its bridge, is no help.
+                if (!heard.isExact || mesh.devices[other->second].intf(heard.intf) == nullptr) {
+                    port.inexact.set(other->second);
+                    continue;
+                }
+                port.heardPorts.insert(heard.intf);
+                if (device.isOwn) ownPorts_[heard.intf].insert(heard.localIntf);
             }
         }
+        for (size_t i = 0; i < mesh.devices.size(); i++) {
+            if (mesh.devices[i].isOwn) findWays(i);
+        }
     }
+
+    // kMutual: each end reports the other, unless it reports nothing at all yet. kAny: one end
+    // does.
+    enum class Reports { kMutual, kAny };
 
     struct Link {
         bool exists = false;
@@ -39,16 +66,21 @@ class Network {
 
     // The direct link between two devices. In a bridged ring they may hear each other on several
     // pairs of ports; one pair without a device in between is enough. Of several such pairs, the
-    // link is the one on which the fewest other devices are heard.
-    Link directLink(size_t a, size_t b) const {
+    // link is the one that agrees with what this device hears, then the one on which the fewest
+    // other devices are heard.
+    Link directLink(size_t a, size_t b, Reports reports = Reports::kMutual) const {
         Link best;
-        size_t fewest = SIZE_MAX;
+        std::pair<size_t, size_t> least{SIZE_MAX, 0};
         if (!isHeard(a, b)) return best;
+        if (reports == Reports::kMutual && (isDenied(a, b) || isDenied(b, a))) return best;
         for (const Port& left : portsTo(a, b)) {
             for (const Port& right : portsTo(b, a)) {
-                const size_t count = left.heard.count() + right.heard.count();
-                if (count >= fewest || hasDeviceBetween(a, left, b, right)) continue;
-                fewest = count;
+                if (!left.hears(b, right.mac) || !right.hears(a, left.mac)) continue;
+                const std::pair objections{
+                    size_t{isElsewhere(a, left, b, right)} + size_t{isElsewhere(b, right, a, left)},
+                    left.heard.count() + right.heard.count()};
+                if (objections >= least || hasDeviceBetween(a, left, b, right)) continue;
+                least = objections;
                 best = {true, left.mac, right.mac};
             }
         }
@@ -76,7 +108,7 @@ class Network {
         const auto found = std::ranges::find(ports, mac, &Port::mac);
         if (found != ports.end()) return *found;
         const Interface* const intf = record.intf(mac);
-        ports.push_back({mac, intf != nullptr && intf->isAccessPoint});
+        ports.push_back({.mac = mac, .isAccessPoint = intf != nullptr && intf->isAccessPoint});
         return ports.back();
     }
 
@@ -86,31 +118,78 @@ class Network {
             if (port.heard.test(other)) found.push_back(port);
         }
         // A device that does not report this link may hear any device on it.
-        if (found.empty()) found.push_back({{}, false, Set().set()});
+        if (found.empty()) found.push_back({{}, false, Set().set(), Set().set(), {}});
         return found;
     }
 
+    // Whether a device reports others, but not this one.
+    bool isDenied(size_t by, size_t other) const {
+        return heard_[by].any() && !heard_[by].test(other);
+    }
+
     bool hasDeviceBetween(size_t a, const Port& left, size_t b, const Port& right) const {
-        Set both = left.heard & right.heard;
-        both.reset(a).reset(b);
+        const Set both = left.heard & right.heard;
+        // A device that does not report this link may hear on it what it hears elsewhere.
+        Set either = (left.mac.isZero() ? heard_[a] : left.heard) |
+                     (right.mac.isZero() ? heard_[b] : right.heard);
+        either.reset(a).reset(b);
         for (size_t y = 0; y < ports_.size(); y++) {
-            if (both.test(y) && separates(y, a, b)) return true;
+            if (either.test(y) && separates(ports_[y], a, b, both.test(y))) return true;
         }
         return false;
     }
 
-    // Whether y, which both hear, is between them: it hears them on different ports, or as stations
-    // of the same access point.
-    bool separates(size_t y, size_t a, size_t b) const {
-        if (!heard_[y].test(a) || !heard_[y].test(b)) return false;
-        return std::ranges::any_of(ports_[y], [&](const Port& port) {
+    // Whether a device with these ports is between a and b: it hears them on different ports only.
+    // If both hear the device on this link, then one such port is enough, as in a bridged ring, or
+    // that they are stations of the same access point.
+    static bool separates(const std::vector<Port>& ports, size_t a, size_t b, bool isHeardByBoth) {
+        size_t onlyA = 0, onlyB = 0, both = 0, stations = 0;
+        for (const Port& port : ports) {
             const bool hearsA = port.heard.test(a), hearsB = port.heard.test(b);
-            return hearsA != hearsB || (hearsA && port.isAccessPoint);
-        });
+            onlyA += hearsA && !hearsB;
+            onlyB += hearsB && !hearsA;
+            both += hearsA && hearsB;
+            stations += hearsA && hearsB && port.isAccessPoint;
+        }
+        if (both == 0) return onlyA > 0 && onlyB > 0;
+        return isHeardByBoth && onlyA + onlyB + stations > 0;
+    }
+
+    // How this device reaches another.
+    struct Way {
+        size_t hops = SIZE_MAX;
+        Mac ownPort;
+    };
+
+    void findWays(size_t own) {
+        ways_[own].hops = 0;
+        std::deque<size_t> waiting{own};
+        for (; !waiting.empty(); waiting.pop_front()) {
+            const size_t device = waiting.front();
+            for (size_t other = 0; other < ways_.size(); other++) {
+                if (ways_[other].hops != SIZE_MAX) continue;
+                const Link link = directLink(device, other);
+                if (!link.exists) continue;
+                ways_[other] = {ways_[device].hops + 1,
+                                device == own ? link.a : ways_[device].ownPort};
+                waiting.push_back(other);
+            }
+        }
+    }
+
+    // Whether this device hears the far port, but not on its way to the near device. Only this
+    // device knows which port of another it hears; the others report devices.
+    bool isElsewhere(size_t near, const Port& nearPort, size_t far, const Port& farPort) const {
+        const auto hearing = ownPorts_.find(farPort.mac);
+        if (hearing == ownPorts_.end() || ways_[near].hops > ways_[far].hops) return false;
+        const Mac& way = ways_[near].hops == 0 ? nearPort.mac : ways_[near].ownPort;
+        return !way.isZero() && !hearing->second.contains(way);
     }
 
     std::vector<std::vector<Port>> ports_;
     std::vector<Set> heard_;
+    std::vector<Way> ways_;
+    std::map<Mac, std::set<Mac>> ownPorts_;  // on which this device hears a port of another
 };
 
 const Heard* recordOf(const Device& device, const Mac& other, const Mac& port) {
@@ -128,7 +207,7 @@ class Planter {
         : mesh_(mesh), network_(mesh), placed_(mesh.devices.size(), -1) {
         put(static_cast<size_t>(&root - mesh.devices.data()), -1, {}, true);
         grow();
-        while (attachUncertain()) grow();
+        while (attachOneSided() || attachUncertain()) grow();
         for (size_t i = 0; i < mesh.devices.size(); i++) {
             if (placed_[i] < 0) {
                 put(i, -1, {}, false);
@@ -211,6 +290,22 @@ class Planter {
                 if (link.exists) put(other, placed_[device], link, true);
             }
         }
+    }
+
+    // Places a device that is reported by a neighbor only, or reports the neighbor only: the other
+    // end does not hear it yet, or its report is old.
+    bool attachOneSided() {
+        for (const Place& place : places_) {
+            const auto device = static_cast<size_t>(place.device - mesh_.devices.data());
+            for (size_t other = 0; other < placed_.size(); other++) {
+                if (placed_[other] >= 0) continue;
+                const auto link = network_.directLink(device, other, Network::Reports::kAny);
+                if (!link.exists) continue;
+                put(other, placed_[device], link, true);
+                return true;
+            }
+        }
+        return false;
     }
 
     bool attachUncertain() {

@@ -127,6 +127,9 @@ int updateIeee1905DevTable(const MacAddr& intfMac, uint32_t mediaType, DevTopol&
     }
     if (getIntfTableById(intfMac, mediaType) == nullptr) return kFailure;
 
+    // Lists that arrived in parts have room to spare.
+    for (auto& list : dev.non1905Lists) list.nbrs.shrink_to_fit();
+    for (auto& list : dev.ieee1905Lists) list.nbrs.shrink_to_fit();
     Ieee1905DevTable* stored = getIeee1905DevTableById(dev.alMac);
     if (isTooMuch(dev, stored)) {
         LOG(2, "the database is full, refuse the topology of (" MAC_FMT ")\r\n",

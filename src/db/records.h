@@ -284,10 +284,12 @@ struct DevTopol {
         for (const auto& list : ieee1905Lists) n += list.nbrs.size();
         return n;
     }
-    // The memory that the lists take.
+    // The memory that the lists take. A neighbor counts for more than its record, because its
+    // object in the data model has some 270 bytes: this bounds that file, too.
     size_t memory() const {
+        constexpr size_t kPerNbr = 120;
         size_t n = memoryOf(intfs) + memoryOf(non1905Lists) + memoryOf(ieee1905Lists) +
-                   memoryOf(brdgTuples);
+                   memoryOf(brdgTuples) + kPerNbr * (non1905NbrNum() + ieee1905NbrNum());
         for (const auto& intf : intfs) n += memoryOf(intf.mediaInfo);
         for (const auto& list : non1905Lists) n += memoryOf(list.nbrs);
         for (const auto& list : ieee1905Lists) n += memoryOf(list.nbrs);

@@ -157,13 +157,14 @@ LinkEnd Hearings::intfOf(const MacAddr& by, const MacAddr& heard, const LinkEnd&
     LinkEnd best;
     int bestFit = -1;
     size_t equals = 0;
-    for (const Hearing& hearing :
-         std::ranges::equal_range(of_[heardNumber->second], byNumber->second, {}, &Hearing::by)) {
-        const int fit = (hearing.heardIntf == on.mac ? 2 : 0) +
-                        (hearing.intf.mediaType == on.mediaType ? 1 : 0);
+    const auto& hearings = of_[heardNumber->second];
+    auto it = std::ranges::lower_bound(hearings, byNumber->second, {}, &Hearing::by);
+    for (; it != hearings.end() && it->by == byNumber->second; ++it) {
+        const int fit =
+            (it->heardIntf == on.mac ? 2 : 0) + (it->intf.mediaType == on.mediaType ? 1 : 0);
         if (fit < bestFit) continue;
         equals = fit == bestFit ? equals + 1 : 0;
-        if (fit > bestFit || equals == nth) best = hearing.intf;
+        if (fit > bestFit || equals == nth) best = it->intf;
         bestFit = fit;
     }
     return best;

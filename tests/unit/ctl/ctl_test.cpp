@@ -79,6 +79,76 @@ TEST(Tree, AttachesHostsToTheNearestDevice) {
               (std::vector<std::string>{"", "|-- ", "|   `-- ", "`-- "}));
 }
 
+// The data model of a device, and each list in it: "1 2b3a4-" is that of device 1, in which 2 hears
+// on its port b port a of 3, and 4 on a port that is unknown.
+DataModel modelOf(const std::string& lists) {
+    const auto withPorts = [](char device) {
+        return Json{{"IEEE1905Id", mac(device).text()},
+                    {"Interface.1", {{"InterfaceId", mac(device, 'a').text()}}},
+                    {"Interface.2", {{"InterfaceId", mac(device, 'b').text()}}}};
+    };
+    Json al = withPorts(lists[0]);
+    std::istringstream words(lists.substr(1));
+    for (std::string word; words >> word;) {
+        Json& device = al["NetworkTopology"][std::string("IEEE1905Device.") + word[0]];
+        if (device.is_null()) device = withPorts(word[0]);
+        for (size_t i = 2; i < word.size(); i += 2) {
+            device["IEEE1905Neighbor." + std::to_string(device.size())] = {
+                {"LocalInterface", word[1] == 'a' ? "Interface.1" : "Interface.2"},
+                {"NeighborDeviceId", mac(word[i]).text()},
+                {"NeighborInterfaceId", mac(word[i], word[i + 1]).text()}};
+        }
+    }
+    return parseDataModel(Json{{"Device", {{"X_5E1F09_IEEE1905", {{"AL", al}}}}}}.dump());
+}
+
+// The cables from parents to children: "1a2b" goes from port a of 1 to port b of 2, "--" is
+// unknown.
+std::string cablesOf(const DataModel& model) {
+    Mesh mesh;
+    const auto add = [&](const ModelDevice& known) {
+        Device device;
+        device.alMac = known.alMac;
+        device.isOwn = mesh.devices.empty();
+        device.model = &known;
+        for (const auto& intf : known.interfaces) device.interfaces.emplace_back().mac = intf.mac;
+        for (const auto& n : known.neighbors) {
+            device.heard.push_back({n.localIntf, n.alMac, true, {}, n.intf, {}, {}, {}});
+        }
+        mesh.devices.push_back(device);
+    };
+    add(model.own);
+    for (const auto& device : model.devices) add(device);
+    mesh.completeLinks();
+    std::string out;
+    for (const Place& place : placeMesh(mesh, mesh.devices[0], false)) {
+        if (place.parent < 0) continue;
+        for (const Mac& port : {place.parentPort, place.port}) {
+            for (const uint8_t c : {port.b[4], port.b[5]})
+                out += c != 0 ? static_cast<char>(c) : '-';
+        }
+        out += " ";
+    }
+    return out;
+}
+
+// As daemons in a ring published them; the cables are 1a2a 2b3a 3b4a 4b1b.
+TEST(Tree, HasTheCablesOfARing) {
+    const struct {
+        const char *name, *lists, *cables;
+    } kCases[] = {
+        {"a bridged ring", "4 3a2a1a4b 3b4a1a2a 1a2a3a 1b4b3a 2a1a3a4b 2b3a", "4a3b 3a2b 4b1b "},
+        {"a smaller one", "3 1a2a3a 1b3b 2a1a3b 2b3a", "3b1b 3a2b "},
+        {"one in which 3 has its ports in the other order",
+         "1 2a1a3b4b 2b3b 3a4a1b2a 3b2a1a4a 4a3b 4b1b2a3b", "1a2a 2b3b 1b4b "},
+        {"isolated hops; 1 and 3 heard one frame each of the other",
+         "1 2a1a 2b3a 3a2b 3b1b 4a3- 4b1b", "1a2a 2b3a 1b4b "},
+        {"isolated hops; 3 takes 1, whose message 2 relayed, for its neighbor", "1 2a1a 2b3a 3a1-",
+         "1a2a 2b-- "},
+    };
+    for (const auto& c : kCases) EXPECT_EQ(cablesOf(modelOf(c.lists)), c.cables) << c.name;
+}
+
 TEST(Text, IsSafeForATerminal) {
     const std::pair<std::string, std::string> kCases[] = {
         {"\x1b[31mred\r\n", "\\x1b[31mred\\x0d\\x0a"},

@@ -210,8 +210,7 @@ TEST_F(StandardTlv, LongOnesFit) {
     for (size_t i = 0; send(genTxMetricTlv(links, i), metrics, parseTxMetricTlv); i++) continue;
     for (size_t i = 0; send(genRxMetricTlv(links, i), metrics, parseRxMetricTlv); i++) continue;
     EXPECT_EQ(parts, "6:1395 6:135 7:1395 7:387 9:1378 9:1378 9:189 10:1395 10:935 ");
-    EXPECT_EQ(dev.non1905Lists.size() + dev.ieee1905Lists.size(), 2U);
-    EXPECT_EQ(dev.non1905NbrNum() + dev.ieee1905NbrNum(), 2U * 252);
+    EXPECT_EQ(dev.non1905Lists.at(0).nbrs.size() + dev.ieee1905Lists.at(0).nbrs.size(), 2U * 252);
     EXPECT_EQ(metrics.links.size(), 100U);
 
     LogCapture log(2);
