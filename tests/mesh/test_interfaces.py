@@ -1,8 +1,10 @@
 """Interfaces and neighbors that come and go under running daemons."""
 
+import time
+
 import pytest
 from frames import DISCOVERY, decode, messages
-from lab import Lab, al_mac
+from lab import Lab, al_mac, port_mac
 from model import al, numbered, remotes
 
 DISCOVERY_PERIOD, LIFETIME = 60, 130  # seconds
@@ -43,6 +45,36 @@ def test_a_new_interface_is_taken_in_and_a_removed_one_dropped(lab):
     lab.until(lambda: own(lab, "dev1") == ["eth0"], "the removed interfaces are gone")
     lab.until(lambda: len(remote(lab, "dev2", 1)) == 1, "the neighbor knows")
     assert lab.device("dev1")["daemons"] == [daemon], "without a restart"
+
+
+def links(lab, device):
+    """Whom each other device hears, and on which interface, as this device sees it."""
+    return {mac: [(entry["LocalInterface"], entry["NeighborDeviceId"])
+                  for entry in numbered(remote, "IEEE1905Neighbor")]
+            for mac, remote in remotes(lab.model(device)).items()}
+
+
+def test_a_cable_that_was_cut_shortly_is_no_loss(lab):
+    devices = ("dev1", "dev2", "dev3")
+    before = {device: links(lab, device) for device in devices}
+    lab("cut", "dev2", "dev3")
+    time.sleep(3)
+    lab("join", "dev2", "dev3")
+    time.sleep(10)
+    assert {device: links(lab, device) for device in devices} == before
+
+
+def test_a_port_of_a_bridge_with_a_new_mac_still_speaks(lab):
+    lab.shell("dev3", f"ip link set eth0 address {NEW}")
+    lab.until(lambda: remote(lab, "dev2", 3) == [NEW], "the neighbor knows")
+    with lab.capture("dev2", "dev3") as cable:
+        lab.advance(DISCOVERY_PERIOD)
+        lab.until(lambda: any(frame.source == NEW
+                              for frame in messages(decode(cable.data), DISCOVERY)), "a discovery")
+    tuples = numbered(remotes(lab.model("dev2"))[al_mac(3)], "BridgingTuple")
+    assert [entry["InterfaceList"] for entry in tuples] == [[NEW]]
+    lab.shell("dev3", f"ip link set eth0 address {port_mac(3, 0)}")
+    lab.until(lambda: remote(lab, "dev2", 3) == [port_mac(3, 0)], "the neighbor knows again")
 
 
 def test_a_lost_neighbor_is_forgotten_and_found_again(lab):
