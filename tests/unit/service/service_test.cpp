@@ -112,6 +112,8 @@ TEST_F(Service, Records) {
     topol.changeLogNum = 0;
     for (const uint8_t id : hex("1e 22")) EXPECT_EQ(ask(id), code(id, 81));
     EXPECT_EQ(orders() + calls(), "");
+    (void)destroyIntfPorts();
+    EXPECT_EQ(ask(0), data(0, kOwn + "000000 05000000 02 01")) << "no port is open";
     (void)destroyDataManager();
     for (const uint8_t id : hex("00 04 0a 1c 1e 22 24 2c")) EXPECT_EQ(ask(id), code(id, 17));
 }
