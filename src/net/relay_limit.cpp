@@ -17,6 +17,11 @@ bool isKnown(const MacAddr& alMac) {
                                [&](const auto& dev) { return dev.alMac == alMac; });
 }
 
+size_t limitOfPort() {
+    const size_t ports = std::max<size_t>(getIntfPorts().size(), 1);
+    return std::max<size_t>(kMaxOfStrangers / ports, 1);
+}
+
 // Counts a relay unless the limit is reached.
 template <typename Counters, typename Key>
 bool take(Counters& counters, const Key& key, size_t limit) {
@@ -33,9 +38,8 @@ bool mayRelay(const MacAddr& alMac, const Port& incoming) {
     auto& relays = stateOf<RelayLimit>();
     if (relays.second != now()) relays = {.second = now()};
     if (relays.total < kMaxRelays &&
-        (isKnown(alMac)
-             ? take(relays.byDevice, alMac, kMaxOfDevice)
-             : take(relays.byPort, incoming.ifIndex, kMaxOfStrangers / getIntfPorts().size()))) {
+        (isKnown(alMac) ? take(relays.byDevice, alMac, kMaxOfDevice)
+                        : take(relays.byPort, incoming.ifIndex, limitOfPort()))) {
         relays.total++;
         return true;
     }

@@ -32,8 +32,7 @@ struct WifiSyncState {
 };
 
 // Send the current text to the Enrollees that need it: every 30 seconds, and after five attempts
-// once an hour. kOk, or kFailure if there is no text or this
-// device is not the Registrar.
+// once an hour. kOk, or kFailure if there is no text or this device is not the Registrar.
 int checkWIFIStateSync();
 int checkWIFIChannelSync();
 int checkWIFICountryCodeSync();
