@@ -35,7 +35,9 @@ struct MacAddr {
 template <>
 struct std::hash<MacAddr> {
     size_t operator()(const MacAddr& mac) const noexcept {
-        return std::hash<uint64_t>{}(mac.number());
+        // Mixed, since others choose the addresses, and tables use the low bits.
+        const uint64_t mixed = mac.number() * 0x9E3779B97F4A7C15;
+        return static_cast<size_t>(mixed ^ (mixed >> 32));
     }
 };
 

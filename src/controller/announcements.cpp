@@ -1,5 +1,7 @@
 #include "controller/announcements.h"
 
+#include <iterator>
+
 #include "base/log.h"
 #include "base/result.h"
 #include "base/state.h"
@@ -19,7 +21,8 @@ constexpr uint16_t kFirstAlarm = 6;  // seconds after start-up; sends nothing
 constexpr uint16_t kSecondAlarm = 54;
 constexpr uint16_t kAlarmPeriod = 60;
 constexpr Seconds kNotificationDelay = 1;
-constexpr Seconds kRepeatDelay = 3;
+// After the return of a link. The first is late enough for the neighbors to answer again.
+constexpr Seconds kRepeats[] = {6, 31};
 
 Announcements& module() {
     return stateOf<Announcements>();
@@ -80,15 +83,19 @@ int checkUnsentTopolNtfMsg() {
 
 void announceReturnedLink() {
     // A link that flaps must not cause more than one announcement in this time.
-    if (module().discRepeatTime != 0) return;
-    module().discRepeatTime = now() + kRepeatDelay;
+    if (module().linkReturnTime != 0 && now() - module().linkReturnTime < kRepeats[0]) return;
+    module().linkReturnTime = now();
+    module().discRepeats = 0;
     announce();
 }
 
 int checkDiscRepeat() {
-    if (module().discRepeatTime == 0 || now() < module().discRepeatTime) return kOk;
-    module().discRepeatTime = 0;
+    size_t& repeats = module().discRepeats;
+    if (module().linkReturnTime == 0 || now() - module().linkReturnTime < kRepeats[repeats]) {
+        return kOk;
+    }
     announce();
+    if (++repeats == std::size(kRepeats)) module().linkReturnTime = 0;
     return kOk;
 }
 

@@ -2,12 +2,15 @@
 // changes.
 #pragma once
 
+#include <cstddef>
+
 #include "base/clock.h"
 
 struct Announcements {
     bool ntfPending = false;
     Seconds ntfRequestTime = 0;
-    Seconds discRepeatTime = 0;  // when the discoveries after a link's return are repeated, or 0
+    Seconds linkReturnTime = 0;  // when a link has returned, while repetitions are due
+    size_t discRepeats = 0;      // so far
 };
 
 // Sends the first discoveries, sets the discovery alarm, and registers for the platform's
@@ -22,8 +25,8 @@ int requestSendTopolNtfMsg();
 // Sends the requested notification if it is due. Called on every pass of the main loop. kOk.
 int checkUnsentTopolNtfMsg();
 
-// Sends the discoveries at once, because the link of a port has returned, and has them repeated 3
-// seconds later: the other end of the link may not be ready yet.
+// Sends the discoveries at once, because the link of a port has returned, and has them repeated:
+// the other end of the link may not be ready yet, and a spanning tree may hold up messages.
 void announceReturnedLink();
 
 // Repeats these discoveries if they are due. Called on every pass of the main loop. kOk.

@@ -12,16 +12,33 @@ namespace {
 
 constexpr Seconds kLinkCacheTime = 5;
 
+// The neighbor on another interface with the same MAC and media type.
+IntfNbrDev* findOnTwin(const IntfTable& intf, const MacAddr& nbrIntfMac) {
+    for (IntfTable& other : getIntfTable()) {
+        if (&other == &intf || other.mac != intf.mac || other.mediaType != intf.mediaType) continue;
+        if (IntfNbrDev* nbr = getIntfNbrDevByMac(other, nbrIntfMac)) return nbr;
+    }
+    return nullptr;
+}
+
 // The links of an interface from the platform, completed with the AL MAC and bridge flag of each
-// neighbor from the table. std::nullopt if the platform fails.
-std::optional<std::vector<LinkTableEntry>> fetchLinks(IntfTable& intf) {
+// neighbor from the table. The platform cannot tell interfaces apart that share MAC and media type;
+// withTwins includes the links of the others. std::nullopt if the platform fails.
+std::optional<std::vector<LinkTableEntry>> fetchLinks(IntfTable& intf, bool withTwins) {
     LinkDescList list{};
     if (getLinkMetricList(intf.mac.data(), intf.mediaType, &list) != 0) return std::nullopt;
     std::vector<LinkTableEntry> links;
     for (LinkDesc* desc = list.head; desc != nullptr;) {
         LinkTableEntry link;
         link.nbrIntfMac = MacAddr(desc->nbrIntfMac);
-        if (const IntfNbrDev* nbr = getIntfNbrDevByMac(intf, link.nbrIntfMac)) {
+        const IntfNbrDev* nbr = getIntfNbrDevByMac(intf, link.nbrIntfMac);
+        const IntfNbrDev* onTwin = nbr == nullptr ? findOnTwin(intf, link.nbrIntfMac) : nullptr;
+        if (onTwin != nullptr && !withTwins) {
+            free(std::exchange(desc, desc->next));
+            continue;
+        }
+        if (nbr == nullptr) nbr = onTwin;
+        if (nbr != nullptr) {
             link.nbrAlMac = nbr->nbrAlMac;
             link.bridgeFlag = nbr->bridgeFlag;
         }
@@ -39,8 +56,8 @@ std::optional<std::vector<LinkTableEntry>> fetchLinks(IntfTable& intf) {
     return links;
 }
 
-std::optional<LinkTable> fetchLinkTable(IntfTable& intf) {
-    auto links = fetchLinks(intf);
+std::optional<LinkTable> fetchLinkTable(IntfTable& intf, bool withTwins) {
+    auto links = fetchLinks(intf, withTwins);
     if (!links) return std::nullopt;
     return LinkTable{*getAlMac(), intf.mac, intf.mediaType, std::move(*links)};
 }
@@ -53,7 +70,7 @@ IntfTable* getIntfLinkMetricsById(const MacAddr& mac, uint32_t mediaType) {
     if (intf == nullptr) return nullptr;
     if (now() - intf->linkTime < kLinkCacheTime) return intf;
     intf->links.clear();
-    auto links = fetchLinks(*intf);
+    auto links = fetchLinks(*intf, true);
     if (!links) {
         LOG(1, "failed to get the link metric of the interface (" MAC_FMT ") meidaType = %x\r\n",
             MAC_ARGS(mac), mediaType);
@@ -67,7 +84,7 @@ IntfTable* getIntfLinkMetricsById(const MacAddr& mac, uint32_t mediaType) {
 int getIntfLinkTableById(const MacAddr& mac, uint32_t mediaType, LinkTable& table) {
     IntfTable* intf = getIntfTableById(mac, mediaType);
     if (intf == nullptr) return kFailure;
-    auto fetched = fetchLinkTable(*intf);
+    auto fetched = fetchLinkTable(*intf, true);
     if (!fetched) {
         LOG(1, "failed to get the link metric of the interface (" MAC_FMT ") mediaType = %x\r\n",
             MAC_ARGS(mac), mediaType);
@@ -79,7 +96,7 @@ int getIntfLinkTableById(const MacAddr& mac, uint32_t mediaType, LinkTable& tabl
 
 int getLinkTableOfAllIntf(std::vector<LinkTable>& tables) {
     for (auto& intf : getIntfTable()) {
-        auto table = fetchLinkTable(intf);
+        auto table = fetchLinkTable(intf, false);
         if (!table) {
             LOG(1,
                 "failed to get the link metric of the interface (" MAC_FMT ", mediaType = %x)\r\n",

@@ -69,14 +69,36 @@ int changed() {
     return kChanged;
 }
 
-// Once only: ports that share a MAC are several members of a tuple.
+// Replaces the member that is the interface. Other interfaces may have the same MAC, in a bridge or
+// not; if it is not certain that this one is a member, the platform's next list of bridges will
+// tell.
 void replaceInTuples(AlTable& al, const MacAddr& oldMac, const MacAddr& newMac) {
+    auto bearers = std::ranges::count(al.intfs, oldMac, &IntfTable::mac);
+    MacAddr* member = nullptr;
     for (auto& tuple : al.brdgTuples) {
-        const auto member = std::find(tuple.macs.begin(), tuple.macs.end(), oldMac);
-        if (member == tuple.macs.end()) continue;
-        *member = newMac;
-        return;
+        for (auto& mac : tuple.macs) {
+            if (mac != oldMac) continue;
+            member = &mac;
+            bearers--;
+        }
     }
+    if (member != nullptr && bearers <= 0) *member = newMac;
+}
+
+// Takes the media types from the platform, by name: several interfaces may match an event.
+int rereadMediaTypes(AlTable& al) {
+    IntfDescList list{};
+    if (getIntfDesc(&list) != 0) return kFailure;
+    const IntfDescs owner(list.head, freeIntfDescs);
+    for (const IntfDesc* desc = list.head; desc != nullptr; desc = desc->next) {
+        const IntfTable next = makeIntf(*desc);
+        for (IntfTable& intf : al.intfs) {
+            if (intf.name != next.name.view()) continue;
+            intf.mediaType = next.mediaType;
+            intf.mediaInfo = next.mediaInfo;
+        }
+    }
+    return kOk;
 }
 
 }  // namespace
@@ -167,8 +189,14 @@ int updateIntfMediaType(const MacAddr& mac, uint32_t oldMediaType, uint32_t newM
                         const MediaInfo& mediaInfo) {
     IntfTable* intf = getIntfTableById(mac, oldMediaType);
     if (intf == nullptr) return kNothingChanged;
-    intf->mediaType = newMediaType;
-    intf->mediaInfo = mediaInfo;
+    AlTable& al = *getAlTable();
+    const auto matches = std::ranges::count_if(al.intfs, [&](const IntfTable& other) {
+        return other.mac == mac && other.mediaType == oldMediaType;
+    });
+    if (matches == 1 || rereadMediaTypes(al) != kOk) {
+        intf->mediaType = newMediaType;
+        intf->mediaInfo = mediaInfo;
+    }
     return changed();
 }
 

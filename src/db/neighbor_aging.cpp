@@ -14,9 +14,13 @@
 
 namespace {
 
-constexpr Seconds kBridgeInterval = 60;    // discoveries this far apart without LLDP mean a bridge
-constexpr Seconds kLldpGrace = 3;          // LLDP frames leave together with discoveries
+constexpr Seconds kBridgeInterval = 60;  // discoveries this far apart without LLDP mean a bridge
+constexpr Seconds kLldpGrace = 3;        // LLDP frames leave together with discoveries
+// LLDP frames leave every 30 or 60 seconds. If they are read, a bridge that was put in between
+// shows before the time to live of the last one ends.
+constexpr Seconds kLldpFresh = 45;
 constexpr size_t kMostEarlyLldp = 64;      // on an interface
+constexpr Seconds kReturnLimit = 40;       // more than a spanning tree holds up messages
 constexpr Seconds kReturnInterval = 5;     // a discovery after this much silence is a return
 constexpr Seconds kNotificationDelay = 3;  // after the appearance of a device
 constexpr Seconds kQueryInterval = 3;
@@ -51,6 +55,7 @@ void keepEarlyLldp(IntfTable& intf, const MacAddr& nbrIntfMac, uint16_t ttl) {
 void takeEarlyLldp(IntfTable& intf, IntfNbrDev& nbr) {
     std::erase_if(intf.earlyLldp, [&](const EarlyLldp& lldp) {
         if (lldp.nbrIntfMac != nbr.nbrIntfMac) return false;
+        if (nbr.lldpSeen && lldp.time < nbr.lldpTime) return true;
         nbr.lldpSeen = true;
         nbr.lldpTime = lldp.time;
         nbr.lldpTtl = lldp.ttl;
@@ -83,7 +88,11 @@ void dropFormerDevice(const MacAddr& alMac) {
     (void)removeIeee1905DevTable(alMac);
 }
 
-bool noteDiscovery(IntfNbrDev& nbr, const MacAddr& localMac, const MacAddr& alMac) {
+bool lldpIsFresh(const IntfNbrDev& nbr, Seconds time) {
+    return nbr.lldpIsFresh(time, getReadLldpOption() ? kLldpFresh : nbr.lldpTtl);
+}
+
+bool noteDiscovery(int kind, IntfNbrDev& nbr, const MacAddr& localMac, const MacAddr& alMac) {
     const Seconds time = now();
     bool changed = false;
     if (!nbr.is1905 || nbr.nbrAlMac != alMac) {
@@ -92,7 +101,7 @@ bool noteDiscovery(IntfNbrDev& nbr, const MacAddr& localMac, const MacAddr& alMa
         changed = true;
         if (!former.isZero() && former != alMac) dropFormerDevice(former);
     }
-    if (nbr.lldpIsValid(time) && nbr.bridgeFlag == 1) {
+    if (lldpIsFresh(nbr, time) && nbr.bridgeFlag == 1) {
         setBridge(nbr, localMac, false);
         changed = true;
     } else if (!getReadLldpOption() && !nbr.lldpSeen && nbr.last1905Time >= 1 &&
@@ -100,7 +109,8 @@ bool noteDiscovery(IntfNbrDev& nbr, const MacAddr& localMac, const MacAddr& alMa
         setBridge(nbr, localMac, true);
         changed = true;
     }
-    nbr.last1905Time = nbr.discTime = time;
+    nbr.last1905Time = time;
+    if (kind == kNbrDiscovery) nbr.discTime = time;
     return changed;
 }
 
@@ -108,7 +118,7 @@ bool noteDiscovery(IntfNbrDev& nbr, const MacAddr& localMac, const MacAddr& alMa
 // between has swallowed that.
 bool lacksLldp(const IntfNbrDev& nbr, Seconds time) {
     return getReadLldpOption() && nbr.is1905 && nbr.bridgeFlag == 0 && nbr.discTime > 0 &&
-           time - nbr.discTime >= kLldpGrace && !nbr.lldpIsValid(time);
+           time - nbr.discTime >= kLldpGrace && !lldpIsFresh(nbr, time);
 }
 
 // True once a second: within one, nothing comes due.
@@ -145,12 +155,21 @@ int updateTopolInfo(int kind, std::string_view localName, const MacAddr& localMa
     if (intf == nullptr) return kFailure;
     IntfNbrDev* nbr = getIntfNbrDevByMac(*intf, nbrIntfMac);
     if (nbr == nullptr) return addTopolNbr(kind, *intf, nbrAlMac, nbrIntfMac);
-    if (kind == kNbrDiscovery) {
+    if (kind == kNbrDiscovery || kind == kNbrVendDisc) {
         takeEarlyLldp(*intf, *nbr);
-        return report(noteDiscovery(*nbr, localMac, nbrAlMac));
+        return report(noteDiscovery(kind, *nbr, localMac, nbrAlMac));
     }
     if (!nbr->is1905) nbr->nbrAlMac = nbrAlMac;
     return kNothingChanged;
+}
+
+void hurryNbrTimeOut(std::string_view localName) {
+    IntfTable* intf = getIntfTableByName(localName);
+    if (intf == nullptr) return;
+    for (auto& nbr : intf->nbrs) {
+        nbr.last1905Time = std::min(nbr.last1905Time, now() - kSilenceLimit + kReturnLimit);
+        nbr.lldpSeen = false;
+    }
 }
 
 int checkIntfNbrIntfTimeOut() {

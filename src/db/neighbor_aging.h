@@ -16,12 +16,16 @@ struct NeighborAging {
 int updateLldpDiscInfo(std::string_view localName, const MacAddr& localMac, uint32_t mediaType,
                        const MacAddr& nbrAlMac, const MacAddr& nbrIntfMac, uint16_t ttl);
 
-// Notes a topology discovery (kNbrDiscovery) or notification (kNbrNotification), adds an unknown
-// neighbor interface, and detects IEEE 802.1 bridges in between. A discovery with a new AL MAC on a
-// known neighbor interface removes the old device, unless it is heard on another interface. Local
-// interface and results as above.
+// Notes a discovery (kNbrDiscovery, kNbrVendDisc) or a notification (kNbrNotification), adds an
+// unknown neighbor interface, and detects IEEE 802.1 bridges in between. A discovery with a new AL
+// MAC on a known neighbor interface removes the old device, unless it is heard on another
+// interface. Local interface and results as above.
 int updateTopolInfo(int kind, std::string_view localName, const MacAddr& localMac,
                     uint32_t mediaType, const MacAddr& nbrAlMac, const MacAddr& nbrIntfMac);
+
+// Gives the 1905 neighbors of an interface whose link has returned 40 seconds to be heard: they
+// answer the discovery that is sent then, unless the cable now leads elsewhere.
+void hurryNbrTimeOut(std::string_view localName);
 
 // Removes the interfaces of 1905 neighbors after 130 seconds without a discovery. If LLDP is read,
 // also finds the bridges that swallow the LLDP frames of a neighbor whose discoveries arrive.

@@ -21,7 +21,13 @@ inline constexpr size_t kMaxDevEntries = 255;  // interfaces, tuples and lists o
 inline constexpr size_t kMaxDevNbrs = 4096;    // neighbors of a remote device, of each kind
 inline constexpr size_t kMaxMeshBytes = 16U << 20;  // sum of memory() over all remote devices
 
-enum NbrMsgType : int { kNbrDiscovery = 0, kNbrNotification = 1, kNbrResponse = 3 };
+// kNbrVendDisc counts as a discovery, but no LLDP frame leaves with it.
+enum NbrMsgType : int {
+    kNbrDiscovery = 0,
+    kNbrNotification = 1,
+    kNbrVendDisc = 2,
+    kNbrResponse = 3,
+};
 
 enum ChangeEvent : uint32_t { kNewNeighbor = 0, kLostNeighbor = 1 };
 enum ChangeNbrType : uint32_t { kIeee1905Nbr = 0, kNon1905Nbr = 1 };
@@ -43,14 +49,17 @@ struct IntfNbrDev {
     MacAddr nbrIntfMac{};
     bool is1905 = false;
     Seconds last1905Time = 0;  // last topology discovery, at first the message that created it
-    Seconds discTime = 0;      // last topology discovery, 0 before the first
+    Seconds discTime = 0;  // last multicast discovery, with which LLDP leaves; 0 before the first
     bool lldpSeen = false;
     Seconds lldpTime = 0;
     uint16_t lldpTtl = 0;    // seconds
     uint8_t bridgeFlag = 0;  // 1: an IEEE 802.1 bridge is in between
 
     bool isLiving1905(Seconds time) const { return is1905 && time - last1905Time < kSilenceLimit; }
-    bool lldpIsValid(Seconds time) const { return lldpSeen && time - lldpTime < lldpTtl; }
+    // True if an LLDP frame was heard within its time to live and these seconds.
+    bool lldpIsFresh(Seconds time, Seconds limit) const {
+        return lldpSeen && time - lldpTime < lldpTtl && time - lldpTime < limit;
+    }
 };
 
 // An LLDP frame of a neighbor interface that is not known yet. It often arrives just before the

@@ -83,7 +83,12 @@ int handleResetToDefaultRespMsg(const VendContext& context, const RetCodePayload
     const MacAddr& sender = context.msg.alMac;
     // The device may have been lost since it was ordered.
     if (getIeee1905DevTableById(sender) == nullptr && !isResetOrdered(sender)) return kFailure;
-    if (answer.retCode == kOk) forgetWifiSync(sender);
+    if (answer.retCode == kOk) {
+        forgetWifiSync(sender);
+        // Its acknowledgements of renews no longer count either.
+        if (auto* dev = getIeee1905DevTableById(sender)) dev->apAutoConf.syncFlags = {};
+        requestUpdateDataModel(0);
+    }
     return setResetToDefaultCtrlList(&sender, context.msgId, 0, answer.retCode);
 }
 
@@ -128,7 +133,8 @@ int handleNetworkCtrlRespMsg(const VendContext& context, const NetworkCtrlResp& 
     Outputlog("[NetworkCtrl] get result (%d) of (%d) from (" MAC_FMT ")", answer.retCode,
               answer.networkOption, MAC_ARGS(context.msg.alMac));
     clearNetworkCtrlList(context.msg.alMac, answer.networkOption);
-    return writeResultFile("NetworkCtrl", context.msg.alMac, resultText(answer.retCode));
+    (void)writeResultFile("NetworkCtrl", context.msg.alMac, resultText(answer.retCode));
+    return kOk;
 }
 
 int handleUpdateExtenderconifgReqMsg(const VendContext& context, const TextPayload& request) {

@@ -46,10 +46,11 @@ int acknowledgeRenew(const ApAutoConfInfo& msg) {
 }  // namespace
 
 int handleTopolDiscMsg(std::string_view localName, const MacAddr& localMac, uint32_t mediaType,
-                       const MacAddr& srcMac, const MacAddr& alMac, const MacAddr& intfMac) {
+                       const MacAddr& srcMac, const MacAddr& alMac, const MacAddr& intfMac,
+                       NbrMsgType kind) {
     (void)addIntfNbrIntf(localName, localMac, mediaType, {intfMac});
     if (getNetTopolCap() != 1) return kTopolDisabled;
-    updateTopolInfo(kNbrDiscovery, localName, localMac, mediaType, alMac, srcMac);
+    updateTopolInfo(kind, localName, localMac, mediaType, alMac, srcMac);
     listTables();
     if (updateNbrDevTable(kNbrDiscovery, alMac) == kNewNbrDev) {
         (void)sendVendDiscMsg(&srcMac);

@@ -11,9 +11,11 @@
 #include "wire/standard_tlv.h"
 
 // Notes the neighbor; one that is new gets a vendor discovery and a topology query. alMac and
-// intfMac come from the TLVs of the message. kOk or kTopolDisabled.
+// intfMac come from the TLVs of the message. kNbrVendDisc is for the discovery of the vendor
+// protocol. kOk or kTopolDisabled.
 int handleTopolDiscMsg(std::string_view localName, const MacAddr& localMac, uint32_t mediaType,
-                       const MacAddr& srcMac, const MacAddr& alMac, const MacAddr& intfMac);
+                       const MacAddr& srcMac, const MacAddr& alMac, const MacAddr& intfMac,
+                       NbrMsgType kind = kNbrDiscovery);
 // Notes the neighbor and asks it for its topology. kOk or kTopolDisabled.
 int handleTopolNtfMsg(std::string_view localName, const MacAddr& localMac, uint32_t mediaType,
                       const MacAddr& srcMac, const MacAddr& alMac);

@@ -15,13 +15,23 @@ namespace {
 // A device that starts uses the message identifiers from 0 on: at most one for each port before its
 // first vendor discovery.
 constexpr uint16_t kFirstMsgIds = 256;
+// The most that a device uses between two vendor discoveries. Identifiers wrap after 65,534.
+constexpr uint16_t kMsgIdsBetween = 4096;
+constexpr uint32_t kMsgIdModulus = 65535;
 
-// An identifier that goes back this far is hardly one that has wrapped.
+bool hasStarted(uint16_t msgId, uint16_t before) {
+    if (msgId >= kFirstMsgIds || msgId >= before) return false;
+    const bool wrapped = msgId + kMsgIdModulus - before < kMsgIdsBetween;
+    // Discoveries overtake each other on redundant links.
+    const bool overtaken = before - msgId < kFirstMsgIds;
+    return !wrapped && !overtaken;
+}
+
 void noteStart(const MacAddr& alMac, uint16_t msgId) {
     Ieee1905DevTable* dev = getIeee1905DevTableById(alMac);
     if (dev == nullptr) return;
     const uint16_t before = std::exchange(dev->vendDiscId, msgId);
-    if (msgId < kFirstMsgIds && msgId < before) forgetWifiSync(alMac);
+    if (hasStarted(msgId, before)) forgetWifiSync(alMac);
 }
 
 }  // namespace
@@ -31,6 +41,6 @@ int handleVendDiscMsg(const VendContext& context, const VendDisc& disc) {
     noteStart(disc.alMac, context.msgId);
     const Port& port = context.port;
     const int result = handleTopolDiscMsg(port.name, port.mac, port.mediaType, context.srcMac,
-                                          disc.alMac, disc.intfMac);
+                                          disc.alMac, disc.intfMac, kNbrVendDisc);
     return result == kOk || result == kTopolDisabled ? kOk : kFailure;
 }

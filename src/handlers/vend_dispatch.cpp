@@ -51,15 +51,15 @@ int handleSendCommandReqMsg(const VendContext& context, const SendCommandReq& co
         {context.port, context.srcMac, context.msgId, order, kVendPathCommand, context.outcome});
 }
 
-// By number. HANDLE_COPIES is for queries, reports and announcements: handling a copy does no harm,
-// and remembering them would drive the orders out of the memory. Meant: 65 and 67, 70 and 72, 71
+// By number. HANDLE_COPIES is for queries, reports and announcements whose copies do no harm, and
+// which would only drive the orders out of the memory. Meant: 65 and 67, 70 and 72, 71
 // and 73 share their label and handler.
 // clang-format off
 #define HANDLE(name, function) handler<VEND_MSG_TYPE_##name, function>("VEND_MSG_TYPE_" #name)
 #define HANDLE_COPIES(name, function) copyHandler<VEND_MSG_TYPE_##name, function>("VEND_MSG_TYPE_" #name)
 constexpr VendHandler kHandlers[] = {
     HANDLE_COPIES(CONF_QUERY, handleConfQueryMsg),
-    HANDLE_COPIES(CONF_RESP, handleConfRespMsg),
+    HANDLE(CONF_RESP, handleConfRespMsg),
     HANDLE_COPIES(INTF_PWR_STATE_QUERY, handleIntfPwrStateQueryMsg),
     HANDLE_COPIES(INTF_PWR_STATE_RESP, handleIntfPwrStateRespMsg),
     HANDLE(REBOOT_REQ, handleRebootReqMsg),

@@ -19,7 +19,7 @@ std::list<FragCmdu>& frag_cmdus() {
 FragCmdu* findFragCmdu(const Port& port, const FrameHdr& hdr) {
     for (auto& cmdu : frag_cmdus()) {
         if (cmdu.srcMac == hdr.srcMac && cmdu.msgType == hdr.msgType && cmdu.msgId == hdr.msgId &&
-            cmdu.portMac == port.mac) {
+            cmdu.ifIndex == port.ifIndex) {
             return &cmdu;
         }
     }
@@ -37,6 +37,7 @@ int storeFragment(const Port& port, const FrameHdr& hdr, Bytes area) {
         cmdu = &frag_cmdus().emplace_back();
         cmdu->srcMac = hdr.srcMac;
         cmdu->portMac = port.mac;
+        cmdu->ifIndex = port.ifIndex;
         cmdu->mediaType = port.mediaType;
         cmdu->version = hdr.version;
         cmdu->msgType = hdr.msgType;

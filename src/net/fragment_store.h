@@ -13,6 +13,7 @@
 struct FragCmdu {
     MacAddr srcMac;
     MacAddr portMac;
+    uint8_t ifIndex = 0;  // of the port: ports may share a MAC
     uint32_t mediaType = 0;
     uint8_t version = 0;
     uint16_t msgType = 0;

@@ -13,6 +13,8 @@ namespace {
 constexpr std::string_view kNoUpdateTime = "0000000000";
 
 // Collects TLVs. If a mandatory one is missing, the result is empty.
+constexpr size_t kMaxMetricBytes = 40'000;  // of the links to a neighbor: some 30 frames
+
 class Builder {
   public:
     Builder() { list_.reserve(12); }
@@ -24,10 +26,18 @@ class Builder {
         if (tlv) list_.push_back(std::move(*tlv));
         return *this;
     }
-    // Adds the TLVs of all parts of a list.
+    // Adds the TLVs of all parts of a list, at most so many bytes, from which they are taken.
     template <typename Gen>
-    Builder& parts(const Gen& gen) {
-        for (size_t part = 0; auto tlv = gen(part); part++) may(std::move(tlv));
+    Builder& parts(const Gen& gen, size_t& room) {
+        for (size_t part = 0; auto tlv = gen(part); part++) {
+            if (tlv->value.size() > room) {
+                LOG_PUTS(2, "the list of neighbors is cut\r");
+                room = 0;
+                break;
+            }
+            room -= tlv->value.size();
+            may(std::move(tlv));
+        }
         return *this;
     }
     TlvList take() { return failed_ ? TlvList{} : std::move(list_); }
@@ -41,21 +51,25 @@ TlvList genTopolResp() {
     Builder builder;
     builder.must(genDevInfoTlv()).may(genDevBrdgCapTlv());
     const unsigned intfNum = getIntfNum();
+    // No receiver takes more neighbors of a kind.
+    size_t room = kMaxDevNbrs * 6;
     for (unsigned i = 0; i < intfNum; i++) {
-        builder.parts([i](size_t part) { return genNon1905NbrDevTlv(i, part); });
+        builder.parts([i](size_t part) { return genNon1905NbrDevTlv(i, part); }, room);
     }
+    room = kMaxDevNbrs * 7;
     for (unsigned i = 0; i < intfNum; i++) {
-        builder.parts([i](size_t part) { return gen1905NbrDevTlv(i, part); });
+        builder.parts([i](size_t part) { return gen1905NbrDevTlv(i, part); }, room);
     }
     return builder.must(genAlMacTlv()).take();
 }
 
 void addMetrics(Builder& builder, const LinkMetricInfo& info, uint8_t metrics) {
+    size_t room = kMaxMetricBytes;
     if (metrics == 0 || metrics == 2) {
-        builder.parts([&](size_t part) { return genTxMetricTlv(info, part); });
+        builder.parts([&](size_t part) { return genTxMetricTlv(info, part); }, room);
     }
     if (metrics == 1 || metrics == 2) {
-        builder.parts([&](size_t part) { return genRxMetricTlv(info, part); });
+        builder.parts([&](size_t part) { return genRxMetricTlv(info, part); }, room);
     }
 }
 

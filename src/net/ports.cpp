@@ -156,10 +156,13 @@ bool aLinkHasReturned() {
     const bool complete = readLinkEvents(linkEventsFd(), events);
     bool returned = false;
     for (auto& port : module().ports) {
+        bool isBack = false;
         for (const LinkEvent& event : events) {
-            if (event.ifIndex == port.ifIndex) returned |= rises(port.hasCarrier, event.hasCarrier);
+            if (event.ifIndex == port.ifIndex) isBack |= rises(port.hasCarrier, event.hasCarrier);
         }
-        if (!complete) returned |= rises(port.hasCarrier, hasCarrier(port));
+        if (!complete) isBack |= rises(port.hasCarrier, hasCarrier(port));
+        if (isBack) hurryNbrTimeOut(port.name);
+        returned |= isBack;
     }
     return returned;
 }

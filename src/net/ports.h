@@ -68,7 +68,8 @@ void updatePortMediaTypes();
 
 // The descriptor that is readable when a link has changed, -1 if there is none.
 int linkEventsFd();
-// Reads what the kernel says about links. True if the carrier of a port has returned.
+// Reads what the kernel says about links. True if the carrier of a port has returned; its neighbors
+// must then be heard again soon.
 [[nodiscard]] bool aLinkHasReturned();
 
 std::list<Port>& getIntfPorts();

@@ -53,10 +53,10 @@ class RetryList {
         return found;
     }
 
-    // Appends an order and drops those that are answered or given up. kOk, or kFailure if the list
-    // is full.
+    // Appends an order and drops those that are finished: a client may still wait for one that was
+    // given up. kOk, or kFailure if the list is full.
     [[nodiscard]] int append(Entry&& entry) {
-        entries_.remove_if([](const Entry& other) { return other.flag == 0; });
+        entries_.remove_if([](const Entry& other) { return other.flag == 0 && other.msgId == 0; });
         if (entries_.size() >= kMaxRetryEntries) {
             LOG(2, "too many orders, refuse (" MAC_FMT ")\r\n", MAC_ARGS(entry.almac));
             return kFailure;

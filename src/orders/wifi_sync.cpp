@@ -142,16 +142,12 @@ bool noteWifiSyncAck(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId, bo
     const auto it = devices.find(almac);
     // An answer to an earlier message says nothing about the current text.
     if (it == devices.end() || it->second.msgId != msgId) return true;
-    if (!success) LOG(2, "%s: refused by (" MAC_FMT ")\n", kKinds[kind].name, MAC_ARGS(almac));
     if (it->second.acknowledged) return success;
+    if (!success) LOG(2, "%s: refused by (" MAC_FMT ")\n", kKinds[kind].name, MAC_ARGS(almac));
     it->second.acknowledged = success;
     return true;
 }
 
 void forgetWifiSync(const MacAddr& almac) {
     for (WifiSync& sync : syncs()) sync.devices.erase(almac);
-    Ieee1905DevTable* dev = getIeee1905DevTableById(almac);
-    if (dev == nullptr) return;
-    dev->apAutoConf.syncFlags = {};
-    requestUpdateDataModel(0);
 }

@@ -44,6 +44,5 @@ void noteWifiSyncSent(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId,
 // Notes whether the device has taken over the text of the message msgId. False if its answer must
 // be ignored: a late failure after a success.
 bool noteWifiSyncAck(WifiSyncKind kind, const MacAddr& almac, uint16_t msgId, bool success);
-// Notes that the device has restarted or was reset: it gets all texts again, and its
-// acknowledgements of renews no longer count.
+// Notes that the device has restarted or was reset: it gets all texts again.
 void forgetWifiSync(const MacAddr& almac);

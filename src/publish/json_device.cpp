@@ -27,6 +27,26 @@ LocalIntf findLocalIntf(const Ieee1905DevTable& dev, const MacAddr& mac) {
     return {"", {.mac = mac}};
 }
 
+// In GHz, 0 if the medium is not Wi-Fi. The two ends of a link may report different standards.
+int bandOf(uint32_t mediaType) {
+    switch (mediaType) {
+        case 0x0100:  // b
+        case 0x0101:  // g
+        case 0x0103:  // n
+            return 2;
+        case 0x0102:  // a
+        case 0x0104:  // n
+        case 0x0105:  // ac
+            return 5;
+        case 0x0106:  // ad
+            return 60;
+        case 0x0107:  // af
+            return 1;
+        default:
+            return 0;
+    }
+}
+
 void writeWifiLink(JsonWriter& out, const WifiClient& client) {
     out.number("RATE", client.rate);
     out.number("RSSI", client.rssi);
@@ -147,7 +167,15 @@ Hearings::Hearings(const AlTable& al, const TopolTable& topol) {
 
 void Hearings::add(const MacAddr& heard, const Hearing& hearing) {
     const auto number = numbers_.find(heard);
-    if (number != numbers_.end()) of_[number->second].push_back(hearing);
+    if (number == numbers_.end()) return;
+    // A list may name a device many times.
+    auto& all = of_[number->second];
+    const auto isSame = [&](const Hearing& other) {
+        return other.heardIntf == hearing.heardIntf && other.intf.mac == hearing.intf.mac;
+    };
+    if (!all.empty() && all.back().by == hearing.by && isSame(all.back())) return;
+    if (all.size() >= kMostIntfs && all[all.size() - kMostIntfs].by == hearing.by) return;
+    all.push_back(hearing);
 }
 
 LinkEnd Hearings::intfOf(const MacAddr& by, const MacAddr& heard, const LinkEnd& on,
@@ -183,11 +211,12 @@ int checkIntfMacMediaType(const Ieee1905DevTable& dev, const MacAddr& mac,
 int checkIeee1905NbrIsWIFI(JsonWriter& out, FreeClients& clients, const Ieee1905Nbr& nbr,
                            size_t& number, std::string_view localIntf, uint32_t mediaType,
                            const MacAddr& nbrIntfMac) {
-    constexpr uint32_t kWifi = 0x01;
-    if (mediaType >> 8 != kWifi) return 0;
+    if (bandOf(mediaType) == 0) return 0;
     auto chosen = clients.end();
     for (auto it = clients.begin(); it != clients.end(); ++it) {
-        if ((*it)->ownerAlMac != nbr.alMac || (*it)->mediaType != mediaType) continue;
+        if ((*it)->ownerAlMac != nbr.alMac || bandOf((*it)->mediaType) != bandOf(mediaType)) {
+            continue;
+        }
         if (chosen == clients.end() || (*it)->mac == nbrIntfMac) chosen = it;
     }
     if (chosen == clients.end()) return 0;

@@ -35,10 +35,12 @@ class Hearings {
         MacAddr heardIntf;  // zero: unknown
         LinkEnd intf;
     };
+    static constexpr size_t kMostIntfs = 255;
     void add(const MacAddr& heard, const Hearing& hearing);
 
     std::unordered_map<MacAddr, size_t> numbers_;  // of all devices, this one first
-    // By the number of the device that is heard, in the order of those that hear it.
+    // By the number of the device that is heard, in the order of those that hear it; each of them
+    // hears it on at most kMostIntfs interfaces.
     std::vector<std::vector<Hearing>> of_;
 };
 

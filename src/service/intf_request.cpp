@@ -30,24 +30,28 @@ bool clientExists(int32_t pid) {
     return pid > 0 && (kill(pid, 0) == 0 || errno != ESRCH);
 }
 
+// An answer for another client may have been posted meanwhile.
+int send(ServResp&& answer) {
+    return state().responseFreed ? answer.post() : answer.put();
+}
+
 int answerIntf(const ServReq& request) {
     const auto& intfs = getIntfTable();
     const size_t index = request.number(req::kIndex);
     if (index >= intfs.size()) {
         // Meant: the same code for every cause.
-        return ServResp(request.pid(), kServRetCode)
-            .number(resp::kReqId, request.servId())
-            .number(resp::kRetCode, kFailure)
-            .put();
+        return send(std::move(ServResp(request.pid(), kServRetCode)
+                                  .number(resp::kReqId, request.servId())
+                                  .number(resp::kRetCode, kFailure)));
     }
     const IntfTable& intf = *std::next(intfs.begin(), static_cast<std::ptrdiff_t>(index));
-    return ServResp(request.pid(), answerId(kServGetIntf))
-        .mac(resp::kIntfMac, intf.mac)
-        .number(resp::kIntfStatus, intf.operStatus)
-        .number(resp::kIntfAge, static_cast<uint32_t>(now() - intf.lastChange))
-        .number(resp::kIntfMediaType, intf.mediaType)
-        .number(resp::kIntfPwrState, intf.pwrState)
-        .put();
+    return send(
+        std::move(ServResp(request.pid(), answerId(kServGetIntf))
+                      .mac(resp::kIntfMac, intf.mac)
+                      .number(resp::kIntfStatus, intf.operStatus)
+                      .number(resp::kIntfAge, static_cast<uint32_t>(now() - intf.lastChange))
+                      .number(resp::kIntfMediaType, intf.mediaType)
+                      .number(resp::kIntfPwrState, intf.pwrState)));
 }
 
 }  // namespace

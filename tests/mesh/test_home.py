@@ -87,6 +87,10 @@ def test_the_change_log_has_no_spurious_news(home):
         text = home.run(f"dev{n}", "vm1905ctl", "changes", "--json")
         changes = json.loads(text)["changes"]
         assert {change["event"] for change in changes} == {"new"}
+        # A host once by each other device at most; hosts that are there from the start are no news.
+        hosts = [(change["reporter"], change["neighbor_mac"]) for change in changes
+                 if change["neighbor_type"] == "host"]
+        assert len(hosts) == len(set(hosts)) and {mac for _, mac in hosts} <= set(HOSTS.values())
 
 
 def test_an_order_over_two_cables_is_obeyed_once(home):

@@ -59,9 +59,12 @@ def test_a_cable_that_was_cut_shortly_is_no_loss(lab):
     before = {device: links(lab, device) for device in devices}
     lab("cut", "dev2", "dev3")
     time.sleep(3)
-    lab("join", "dev2", "dev3")
-    time.sleep(10)
+    with lab.capture("dev2", "dev3") as cable:
+        lab("join", "dev2", "dev3")
+        time.sleep(10)
     assert {device: links(lab, device) for device in devices} == before
+    assert {port_mac(2, 1), port_mac(3, 0)} <= {
+        frame.source for frame in messages(decode(cable.data), DISCOVERY)}, "announced at once"
 
 
 def test_a_port_of_a_bridge_with_a_new_mac_still_speaks(lab):

@@ -131,7 +131,10 @@ int openRawSocket() {
     if (!net.openScript.empty()) {
         const bool succeeds = net.openScript.front();
         net.openScript.pop_front();
-        if (!succeeds) return -1;
+        if (!succeeds) {
+            errno = EPERM;
+            return -1;
+        }
     }
     net.collect();
     std::array<int, 2> ends{};

@@ -1,5 +1,7 @@
 // What an ordinary home does to a device: bridges that forget, ports that share a MAC, cables that
 // are pulled, devices that change.
+#include <cerrno>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 
@@ -59,6 +61,11 @@ TEST_F(Home, ANewMacOfAPortReplacesTheOldOneInItsBridge) {
     (void)sendTopolDisc();
     EXPECT_EQ(types("eth0") + types("eth1"), "0 0 ") << "both still send multicasts";
     EXPECT_EQ(getBrdgTupleByIndex(0)->macs, (std::vector{next, kEth1}));
+    // An unbridged interface with the MAC of a bridged one, as a WAN port may have.
+    getIntfTableByName("eth1")->mac = next;
+    getAlTable()->brdgTuples = {{{next}}};
+    EXPECT_EQ(updateIntfMac("eth1", {}, 0, kEth1), kChanged);
+    EXPECT_EQ(getBrdgTupleByIndex(0)->macs, std::vector{next});
 }
 
 TEST_F(Home, PortsThatShareAMacAreKeptApart) {
@@ -86,10 +93,16 @@ TEST_F(Home, LldpShowsWhetherABridgeIsInBetween) {
     advance(60);
     (void)receive("eth0", discovery(kPeer, 2));
     EXPECT_EQ(flags(), "0 ");
-    run(60);
-    EXPECT_EQ(flags(), "1 ") << "no LLDP frame in its time to live";
+    run(3);
+    EXPECT_EQ(flags(), "1 ") << "a bridge was put in between";
     EXPECT_EQ(lldp(ids + ttl + "0e04 00140004 0000"), kOk);
     EXPECT_EQ(flags(), "0 ");
+    // No LLDP frame leaves with a vendor discovery.
+    (void)receive("eth0", vendFrame(kEth0, peer(4).intf, peer(4).al, 9, VEND_MSG_TYPE_VEND_DISC,
+                                    bytesOf(peer(4).al) + bytesOf(peer(4).intf)));
+    run(5);
+    EXPECT_EQ(flags(), "0 0 ");
+    eth0().nbrs.pop_back();
     // A neighbor that is new, and whose LLDP frames never arrive.
     (void)receive("eth0", discovery(kOther, 3));
     run(2);
@@ -132,12 +145,27 @@ TEST_F(Home, AReturningLinkIsAnnouncedAtOnce) {
     for (const bool up : {true, true, false, true}) fakeNet().linkEvent(2, up);
     runPass();
     EXPECT_EQ(types("eth1"), "0 4 ") << "once, however often it flaps";
-    run(2);
-    EXPECT_EQ(types("eth1"), "");
-    run(2);
-    EXPECT_EQ(types("eth1"), "0 4 ") << "again, for an end that was not ready";
+    for (const auto& [seconds, sent] : {std::pair{5, ""}, {1, "0 4 "}, {24, ""}, {1, "0 4 "}}) {
+        run(seconds);
+        EXPECT_EQ(types("eth1"), sent) << "again, for an end that was not ready";
+    }
     run(20);
     EXPECT_EQ(types("eth1"), "");
+}
+
+TEST_F(Home, NeighborsBehindAReturnedLinkAreHeardSoonOrGo) {
+    fakeNet().reportsLinks = true;
+    startWithPeer();
+    (void)receive("eth0", discovery(kOther, 2));
+    (void)receive("eth1", discovery(peer(3), 3));
+    for (const bool up : {false, true}) fakeNet().linkEvent(2, up);
+    runPass();
+    run(5);
+    (void)receive("eth0", discovery(kOther, 4));
+    run(40);
+    EXPECT_EQ(eth0().nbrs.size(), 1U);
+    EXPECT_EQ(eth0().nbrs.at(0).nbrAlMac, kOther.al);
+    EXPECT_EQ(getIntfTableByName("eth1")->nbrs.size(), 1U) << "another port";
 }
 
 TEST_F(Home, ADeviceOfTheMeshIsNoHost) {
@@ -167,13 +195,21 @@ TEST_F(Home, ADeviceOfTheMeshIsNoHost) {
 }
 
 TEST_F(Home, PortsThatCannotBeOpenedAreReported) {
-    fakeNet().addIntf("eth0", 300);
     ASSERT_EQ(initDataManager(), kOk);
-    LogCapture log(2);
-    EXPECT_EQ(initIntfPorts(), kOk);
-    const std::string text = log.text();
-    EXPECT_EQ(occurrences(text, "interface (eth0) gets no port: its index is 300"), 1U);
-    EXPECT_EQ(occurrences(text, "no port is open, nothing can be sent or received: "), 1U);
+    const std::tuple<unsigned, std::string, std::string> indexLinesReason[] = {
+        {300, "interface (eth0) gets no port: its index is 300", "no interface takes part"},
+        {2, "failed to setup LLDP socket of interface (eth0)", strerror(EPERM)}};
+    for (const auto& [ifIndex, line, reason] : indexLinesReason) {
+        LogCapture log(2);
+        fakeNet().names.clear();
+        fakeNet().addIntf("eth0", ifIndex);
+        fakeNet().openScript = {false};
+        EXPECT_EQ(initIntfPorts(), kOk);
+        const std::string text = log.text();
+        EXPECT_EQ(occurrences(text, line), 1U);
+        EXPECT_EQ(occurrences(text, "no port is open, nothing can be sent or received: " + reason),
+                  1U);
+    }
 }
 
 }  // namespace
