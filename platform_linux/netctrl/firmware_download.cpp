@@ -92,15 +92,17 @@ Connection connectTo(const Addresses& addresses) {
                         NI_NUMERICHOST) != 0) {
             continue;
         }
-        const bool isV6 = each->ai_family == AF_INET6;
-        return {std::move(fd), isV6 ? "[" + std::string(text) + "]" : text};
+        std::string address(text);
+        if (each->ai_family == AF_INET6) address = std::string("[").append(text).append("]");
+        return {std::move(fd), std::move(address)};
     }
     return {};
 }
 
 int runCurl(const std::string& curl, const Url& url, const std::string& file,
             const std::string& address, std::chrono::seconds limit) {
-    const std::string most = std::to_string(limit.count()), to = "::" + address + ":";
+    const std::string most = std::to_string(limit.count());
+    const std::string to = std::string("::").append(address).append(":");
     const char* const argv[] = {
         curl.c_str(),     "-q",         "--silent",        "--show-error", "--fail",
         "--globoff",      "--proto",    "=http,https,ftp", "--max-redirs", "0",
