@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Writes inputs for the fuzzers into corpus/frame and corpus/slot.
+"""Writes inputs for the fuzzers into corpus/frame, corpus/slot and corpus/manifest.
 
   make_seeds.py                     messages of all types, well-formed and malformed; requests of
-                                    all kinds
+                                    all kinds; manifests
   make_seeds.py CAPTURE.pcap        what each device of a capture (lab/mesh capture) has received
 
 An input is a byte of switches, then steps of {options, seconds, length, bytes}; see fuzz_device.h
@@ -348,6 +348,21 @@ def heard(capture):
         yield case(*steps[:64])
 
 
+def manifest_seeds():
+    good = {"MODEL": "m1", "VERSION": "v1.10-2", "SIZE": "16", "SHA256": "0aF" * 21 + "b",
+            "HOSTS": "attic* cel?ar, [a-z]"}
+
+    def manifest(end="\n", **changes):
+        return "".join(f"{k} = {v}{end}" for k, v in (good | changes).items()).encode()
+
+    yield "good", manifest()
+    yield "line_ends", b"# comment\r\n" + manifest("\r\n") + b"=\n= =\nno value\nHOSTS"
+    yield "twice", manifest(SIZE="0x10") + manifest(VERSION="2", SHA256="short")
+    yield "bytes", manifest(HOSTS="\0[\\") + bytes(range(256))
+    yield "long", manifest(VERSION="9" * 127, HOSTS="*" * 2000)
+    yield "outside", manifest(SIZE=str(2**64 + 16), MODEL="-m", SHA256="g" * 64)
+
+
 def write(folder, inputs):
     folder = pathlib.Path(__file__).parent / "corpus" / folder
     folder.mkdir(parents=True, exist_ok=True)
@@ -363,6 +378,7 @@ def main():
         return
     write("frame", [*seeds(), *vendor_seeds()])
     write("slot", list(slot_seeds()))
+    write("manifest", list(manifest_seeds()))
 
 
 if __name__ == "__main__":

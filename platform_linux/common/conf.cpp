@@ -16,12 +16,34 @@ constexpr size_t kMaxFile = size_t{64} * 1024;
 // Complaints about single lines: a wrong file must not flood the log.
 constexpr int kMaxComplaints = 8;
 
-constexpr std::array<std::string_view, 23> kKeys = {
-    "AL_MAC",          "APPROVED",          "BACKHAUL",         "BUILD_NUMBER", "CONFIGURED",
-    "COUNTRY_CODE",    "DAISYCHAIN",        "DEVICE_MODE",      "EXCLUDE",      "FIRMWARE_DOWNLOAD",
-    "FIRMWARE_FOLDER", "FIRMWARE_URL",      "FIRMWARE_VERSION", "FORWARD_1905", "HOSTNAME",
-    "INCLUDE",         "LAN_MAC",           "LOG_FILE",         "MEDIA_TYPE.",  "SECURITY_KEY",
-    "SECURITY_MODE",   "WIFI_COUNTRY_CODE", "WIFI_ROLE."};
+constexpr std::array<std::string_view, 28> kKeys = {"AL_MAC",
+                                                    "APPROVED",
+                                                    "BACKHAUL",
+                                                    "BUILD_NUMBER",
+                                                    "CONFIGURED",
+                                                    "COUNTRY_CODE",
+                                                    "DAISYCHAIN",
+                                                    "DEVICE_MODE",
+                                                    "EXCLUDE",
+                                                    "FIRMWARE_DOWNGRADE",
+                                                    "FIRMWARE_DOWNLOAD",
+                                                    "FIRMWARE_FOLDER",
+                                                    "FIRMWARE_HOSTS",
+                                                    "FIRMWARE_KEYS",
+                                                    "FIRMWARE_MODEL",
+                                                    "FIRMWARE_UNSIGNED",
+                                                    "FIRMWARE_URL",
+                                                    "FIRMWARE_VERSION",
+                                                    "FORWARD_1905",
+                                                    "HOSTNAME",
+                                                    "INCLUDE",
+                                                    "LAN_MAC",
+                                                    "LOG_FILE",
+                                                    "MEDIA_TYPE.",
+                                                    "SECURITY_KEY",
+                                                    "SECURITY_MODE",
+                                                    "WIFI_COUNTRY_CODE",
+                                                    "WIFI_ROLE."};
 
 bool isKnown(std::string_view key) {
     return std::any_of(kKeys.begin(), kKeys.end(), [key](std::string_view known) {

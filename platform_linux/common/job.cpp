@@ -5,6 +5,7 @@
 #include <signal.h>
 #include <spawn.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 
 #include <algorithm>
@@ -100,6 +101,32 @@ pid_t spawn(const std::vector<std::string>& argv, int stdoutFd, const JobOptions
     return -1;
 }
 
+// In the child, whatever the parent has open or blocks.
+void prepareChild(int stdoutFd) {
+    setpgid(0, 0);
+    for (int number = 1; number < NSIG; number++) signal(number, SIG_DFL);
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigprocmask(SIG_SETMASK, &signals, nullptr);
+    const int in = open("/dev/null", O_RDONLY);
+    if (in < 0 || dup2(in, STDIN_FILENO) < 0 || dup2(stdoutFd, STDOUT_FILENO) < 0) _exit(kFailure);
+    constexpr int kFirst = STDERR_FILENO + 1;
+    if (syscall(SYS_close_range, kFirst, ~0U, 0) == 0) return;
+    for (int fd = kFirst; fd < sysconf(_SC_OPEN_MAX); fd++) close(fd);
+}
+
+pid_t forkInto(const std::function<int()>& work, int stdoutFd, uint64_t maxFile) {
+    const pid_t pid = fork();
+    if (pid != 0) {
+        // Here too, since the group may be killed before the child has run.
+        if (pid > 0) setpgid(pid, pid);
+        return pid;
+    }
+    prepareChild(stdoutFd);
+    const rlimit most{maxFile, maxFile};
+    _exit(maxFile > 0 && setrlimit(RLIMIT_FSIZE, &most) != 0 ? kFailure : work());
+}
+
 // Reads what is there, up to a limit: a job that writes without end must not keep us here.
 void drain(Job& job) {
     std::array<char, 4096> buffer;
@@ -156,12 +183,11 @@ void finish(std::list<Job>::iterator it, int status) {
     if (job.done) job.done(status, job.output);
 }
 
-}  // namespace
-
-JobId startJob(const std::vector<std::string>& argv, const JobOptions& options, JobDone done) {
-    if (argv.empty()) return 0;
+// launch(stdoutFd) returns the new process, or -1.
+JobId start(const std::string& what, const JobOptions& options, JobDone done,
+            const std::function<pid_t(int)>& launch) {
     if (jobs.list.size() >= kMaxJobs) {
-        LOG_LINE(2, "%zu programs are running, refuse %s", kMaxJobs, argv[0].c_str());
+        LOG_LINE(2, "%zu programs are running, refuse %s", kMaxJobs, what.c_str());
         return 0;
     }
     int ends[2];
@@ -172,25 +198,31 @@ JobId startJob(const std::vector<std::string>& argv, const JobOptions& options, 
     // Only our side may be non-blocking.
     fcntl(out.get(), F_SETFL, 0);
 
-    job.pid = spawn(argv, out.get(), options);
+    job.pid = launch(out.get());
     if (job.pid < 0) {
-        LOG_LINE(2, "can't run %s: %m", argv[0].c_str());
+        LOG_LINE(2, "can't run %s: %m", what.c_str());
         return 0;
-    }
-    if (options.maxFile > 0) {
-        // In time: it has only just started and cannot have written that much.
-        const rlimit most{options.maxFile, options.maxFile};
-        if (prlimit(job.pid, RLIMIT_FSIZE, &most, nullptr) != 0) {
-            LOG_LINE(2, "can't limit the files of %s: %m", argv[0].c_str());
-        }
     }
     job.id = ++jobs.last;
     job.options = options;
-    if (job.options.name.empty()) job.options.name = argv[0];
+    if (job.options.name.empty()) job.options.name = what;
     job.done = std::move(done);
     job.until = Clock::now() + options.limit;
     jobs.list.push_back(std::move(job));
     return jobs.last;
+}
+
+}  // namespace
+
+JobId startJob(const std::vector<std::string>& argv, const JobOptions& options, JobDone done) {
+    if (argv.empty()) return 0;
+    return start(argv[0], options, std::move(done),
+                 [&](int stdoutFd) { return spawn(argv, stdoutFd, options); });
+}
+
+JobId startJob(const std::function<int()>& work, const JobOptions& options, JobDone done) {
+    return start(options.name, options, std::move(done),
+                 [&](int stdoutFd) { return forkInto(work, stdoutFd, options.maxFile); });
 }
 
 std::optional<int> waitJob(JobId id, milliseconds most) {

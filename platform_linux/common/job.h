@@ -14,7 +14,7 @@ struct JobOptions {
     std::chrono::milliseconds limit{2000};
     size_t maxOutput = 8192;  // bytes of standard output that are kept; the rest is discarded
     bool quiet = false;       // discard standard error
-    uint64_t maxFile = 0;     // bytes that a file written by it may have; 0: no limit
+    uint64_t maxFile = 0;     // bytes that a file of a function may have; 0: no limit
     bool outlives = false;    // keeps running when the library ends; its output is discarded
     int in = -1;              // standard input; -1: an empty one
     std::string name{};       // for log lines; the program's path if empty
@@ -33,6 +33,11 @@ inline constexpr size_t kMaxJobs = 32;
 // with a log line at level 2, if it cannot be started or too many are running; done is then not
 // called.
 [[nodiscard]] JobId startJob(const std::vector<std::string>& argv, const JobOptions& options,
+                             JobDone done);
+
+// The same for a function, which runs in a child process without open files other than the three
+// standard ones. Its result is the exit status; it may replace the process by execv.
+[[nodiscard]] JobId startJob(const std::function<int()>& work, const JobOptions& options,
                              JobDone done);
 
 // Waits for a job to end, for `most` at the longest. Returns the status that done is given; none if

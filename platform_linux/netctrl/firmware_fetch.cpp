@@ -1,14 +1,10 @@
 #include "netctrl/firmware_fetch.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <strings.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -16,15 +12,16 @@
 
 #include "api.h"
 #include "base/result.h"
-#include "common/command.h"
 #include "common/conf.h"
 #include "common/hook.h"
 #include "common/job.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "netctrl/firmware_download.h"
 #include "netctrl/firmware_image.h"
 #include "netctrl/firmware_install.h"
 #include "netctrl/firmware_state.h"
+#include "netctrl/firmware_trust.h"
 
 namespace {
 
@@ -36,24 +33,20 @@ constexpr uint8_t kFetchOption = 6;
 constexpr int kMostAttempts = 5;
 // A Registrar that sees no other state than Upgrade for 240 seconds repeats its order, without
 // effect.
-constexpr seconds kManifestLimit{10};
+constexpr seconds kSmallLimit{10};  // for the manifest, and for its signature
 constexpr seconds kImageLimit{180};
-constexpr uint64_t kMostImage = uint64_t{512} * 1024 * 1024;
-
 constexpr const char* kFolderName = "vm1905_firmware.";
+constexpr const char* kNoDownload = "can't start to fetch it; https, ftp and user names need curl";
 
 struct {
-    std::string url;     // of the image; empty while nothing is fetched
+    Url url;             // of the image; its text is empty while nothing is fetched
     std::string folder;  // for this download only, removed at the end
     int attempts = 0;    // to fetch the manifest
+    Manifest manifest;   // once it has been verified
 } fetch;
 
 std::string imagePath() {
     return fetch.folder + "/image";
-}
-
-std::string manifestPath() {
-    return imagePath() + std::string(kManifestSuffix);
 }
 
 void finish() {
@@ -62,8 +55,8 @@ void finish() {
     fetch = {};
 }
 
-void fail(const char* why) {
-    LOG_LINE(1, "firmware: %s: %s", fetch.url.c_str(), why);
+void fail(const std::string& why) {
+    LOG_LINE(1, "firmware: %s is not installed: %s", fetch.url.text.c_str(), why.c_str());
     finish();
     setFirmwareState(PLATFORM_FW_FAILED);
 }
@@ -75,142 +68,102 @@ uint64_t mostBytes(const std::string& folder) {
     return std::min<uint64_t>(kMostImage, info.f_bavail * info.f_frsize / 4 * 3);
 }
 
-// The command that fetches a URL into a file, ignoring settings files and refusing redirections.
-// Empty if there is no such program.
-std::vector<std::string> downloader(const std::string& url, const std::string& file,
-                                    seconds limit) {
-    if (const std::string curl = findProgram("curl"); !curl.empty()) {
-        return {curl, "-q", "--silent", "--show-error", "--fail", "--globoff", "--proto",
-                "=http,https,ftp", "--max-redirs", "0", "--connect-timeout", "10",
-                // In case the daemon is gone and cannot end it.
-                "--max-time", std::to_string(limit.count()), "--output", file, "--", url};
+bool download(std::string_view suffix, uint64_t most, seconds limit, JobDone done) {
+    const auto url = parseUrl(fetch.url.text + std::string(suffix));
+    return url && most > 0 &&
+           startDownload(*url, imagePath() + std::string(suffix), most, limit, std::move(done)) !=
+               0;
+}
+
+void failDownload(const char* what, const std::string& said) {
+    fail(std::string(what) + " can't be fetched" + (said.empty() ? "" : ": " + said));
+}
+
+void imageFetched(int status, const std::string& said) {
+    if (status != 0) return failDownload("it", said);
+    if (!installImage({imagePath(), fetch.manifest, {}, [](bool) { finish(); }})) {
+        fail("the installation can't begin");
     }
-    if (const std::string wget = findProgram("wget"); !wget.empty()) {
-        std::error_code error;
-        const auto real = std::filesystem::canonical(wget, error).filename().string();
-        if (real.starts_with("wget")) {
-            return {wget,
-                    "--no-config",
-                    "--quiet",
-                    "--max-redirect=0",
-                    "--tries=1",
-                    "--timeout=10",
-                    "--output-document=" + file,
-                    "--",
-                    url};
-        }
-        // On small systems wget is a link to a program such as busybox.
-        return {wget, "-q", "-O", file, "--", url};
-    }
-    const std::string busybox = findProgram("busybox");
-    if (busybox.empty()) return {};
-    return {busybox, "wget", "-q", "-O", file, "--", url};
 }
 
-bool download(const std::string& url, const std::string& file, uint64_t most, seconds limit,
-              JobDone done) {
-    const auto argv = downloader(url, file, limit);
-    return !argv.empty() && most > 0 &&
-           startJob(argv, {.limit = limit, .maxFile = most, .name = "firmware download"},
-                    std::move(done)) != 0;
-}
-
-void imageFetched(int status) {
-    const auto manifest = parseManifest(readManifest(manifestPath()));
-    if (status != 0 || !manifest) return fail("the image can't be fetched");
-    if (!installImage({imagePath(), *manifest, {}, [](bool) { finish(); }})) fail("not installed");
-}
-
-void manifestFetched(int status);
-
-bool fetchManifest() {
-    fetch.attempts++;
-    return download(fetch.url + std::string(kManifestSuffix), manifestPath(), kMostManifest,
-                    kManifestLimit, [](int ended, const std::string&) { manifestFetched(ended); });
-}
-
-void manifestFetched(int status) {
-    if (status != 0 && fetch.attempts < kMostAttempts && fetchManifest()) return;
-    const auto manifest = parseManifest(readManifest(manifestPath()));
-    if (status != 0 || !manifest) return fail("there is no usable manifest for it");
-    char hostname[128], version[128];
-    getHostname(hostname);
-    getFirmwareVersion(version);
-    if (!isFor(*manifest, hostname)) return fail("it is for other devices");
-    if (manifest->version == version) {
-        LOG_LINE(2, "firmware: version %s runs already", version);
+void fetchImage() {
+    Refusal refusal;
+    const auto manifest = readTrusted(imagePath(), refusal);
+    if (!manifest) return fail(refusal);
+    if (isRunning(*manifest)) {
+        LOG_LINE(2, "firmware: version %s runs already", manifest->version.c_str());
         finish();
         return setFirmwareState(PLATFORM_FW_IDLE);
     }
-    if (!download(fetch.url, imagePath(), mostBytes(fetch.folder), kImageLimit,
-                  [](int ended, const std::string&) { imageFetched(ended); })) {
-        fail("no space, or no program to fetch it");
+    refusal = checkFits(*manifest);
+    if (!refusal.empty()) return fail(refusal);
+    if (manifest->size > mostBytes(fetch.folder)) {
+        return fail(
+            "it is too large for FIRMWARE_DOWNLOAD; make space there or set another folder");
     }
+    fetch.manifest = *manifest;
+    if (!download("", manifest->size, kImageLimit, imageFetched)) fail(kNoDownload);
 }
 
-// The host in the part of a URL after the scheme, without brackets. Empty if the downloader might
-// read it differently.
-std::string hostIn(std::string_view rest) {
-    rest = rest.substr(0, rest.find_first_of("/?#"));
-    if (const size_t at = rest.rfind('@'); at != rest.npos) rest.remove_prefix(at + 1);
-    const bool bracket = rest.starts_with('[');
-    if (bracket) rest.remove_prefix(1);
-    const std::string_view host = rest.substr(0, rest.find_first_of(bracket ? "]%" : ":"));
-    const bool plain = std::all_of(host.begin(), host.end(), [bracket](char c) {
-        return isNameChar(c) || (bracket && c == ':');
-    });
-    return plain ? std::string(host) : "";
+void signatureFetched(int status, const std::string& said) {
+    if (status != 0) return failDownload("the signature of its manifest", said);
+    fetchImage();
 }
 
-// An order must not lead to services that are private to this device: "localhost" and loopback
-// addresses in any notation.
-bool isOwnHost(std::string host) {
-    if (host.ends_with('.')) host.pop_back();
-    in_addr v4{};
-    in6_addr v6{};
-    if (inet_aton(host.c_str(), &v4) != 0) {
-        return (ntohl(v4.s_addr) >> 24) == 127 || (ntohl(v4.s_addr) >> 24) == 0;
-    }
-    if (inet_pton(AF_INET6, host.c_str(), &v6) == 1) {
-        return IN6_IS_ADDR_LOOPBACK(&v6) || IN6_IS_ADDR_UNSPECIFIED(&v6) ||
-               IN6_IS_ADDR_V4MAPPED(&v6);
-    }
-    return strcasecmp(host.c_str(), "localhost") == 0;
+void manifestFetched(int status, const std::string& said);
+
+bool fetchManifest() {
+    fetch.attempts++;
+    return download(kManifestSuffix, kMostManifest, kSmallLimit, manifestFetched);
 }
 
-// Only the scheme, the host and the characters are checked here; the downloader parses the rest.
-bool isFetchable(std::string_view url) {
-    constexpr std::array<std::string_view, 3> kSchemes = {"http://", "https://", "ftp://"};
-    const bool isPlain = std::all_of(url.begin(), url.end(),
-                                     [](char c) { return c > ' ' && c <= '~' && c != '\\'; });
-    return isPlain && url.size() < PLATFORM_FW_URL_LEN &&
-           std::any_of(kSchemes.begin(), kSchemes.end(), [url](std::string_view scheme) {
-               if (!url.starts_with(scheme)) return false;
-               const std::string host = hostIn(url.substr(scheme.size()));
-               return !host.empty() && !isOwnHost(host);
-           });
+void manifestFetched(int status, const std::string& said) {
+    if (status != 0 && fetch.attempts < kMostAttempts && fetchManifest()) return;
+    if (status != 0) return failDownload("its manifest", said);
+    if (!needsSignature()) return fetchImage();
+    const std::string suffix = std::string(kManifestSuffix) + std::string(kSignatureSuffix);
+    if (!download(suffix, kSignatureSize, kSmallLimit, signatureFetched)) fail(kNoDownload);
 }
 
-int startFetch(std::string url, const std::string& fileName) {
-    if (url.ends_with('/') && isPlainName(fileName)) url += fileName;
-    if (!isFetchable(url)) {
-        LOG_LINE(1, "firmware: the order has no http, https or ftp URL of another device");
-        return kFailure;
+// Whether an image may be fetched from there.
+Refusal checkUrl(const std::string& text, const std::optional<Url>& url) {
+    if (!url || text.size() >= PLATFORM_FW_URL_LEN) {
+        return "it has no URL of the kinds http, https and ftp with a plain host";
     }
-    if (!fetch.url.empty()) return url == fetch.url ? kOk : kFailure;
+    if (isOwnHost(url->host)) {
+        return "its URL leads to this device itself; announce the image on the Registrar";
+    }
+    if (!conf().has("FIRMWARE_HOSTS")) return {};
+    bool listed = false;
+    forEachWord(conf().value("FIRMWARE_HOSTS"),
+                [&](std::string_view word) { listed = listed || word == url->host; });
+    return listed ? Refusal()
+                  : "FIRMWARE_HOSTS of platform.conf does not list its host " + url->host;
+}
+
+int refuse(const Refusal& why) {
+    LOG_LINE(1, "firmware: the order is refused: %s", why.c_str());
+    return kFailure;
+}
+
+int startFetch(std::string text, const std::string& fileName) {
+    if (text.ends_with('/') && isPlainName(fileName)) text += fileName;
+    const auto url = parseUrl(text);
+    if (const Refusal why = checkUrl(text, url); !why.empty()) return refuse(why);
+    if (!fetch.url.text.empty()) return text == fetch.url.text ? kOk : kFailure;
     if (!hasHook("firmware-install") || !isInstallFree()) {
-        LOG_LINE(1, "firmware: there is no hook firmware-install, or it is running");
-        return kFailure;
+        return refuse("there is no hook firmware-install, or it is running");
     }
+    if (const Refusal why = checkTrust(); !why.empty()) return refuse(why);
     std::string folder = downloadFolder() + "/" + kFolderName + "XXXXXX";
     if (mkdtemp(folder.data()) == nullptr) {
         LOG_LINE(1, "firmware: can't make %s: %m", folder.c_str());
         return kFailure;
     }
-    fetch = {url, folder, 0};
+    fetch = {*url, folder, 0, {}};
     setFirmwareState(PLATFORM_FW_UPGRADE);
-    LOG_LINE(3, "firmware: fetch %s", url.c_str());
-    if (!fetchManifest()) fail("no program to fetch it");
+    LOG_LINE(3, "firmware: fetch %s", text.c_str());
+    if (!fetchManifest()) fail(kNoDownload);
     return firmwareState() == PLATFORM_FW_UPGRADE ? kOk : kFailure;
 }
 

@@ -1,5 +1,5 @@
-// A firmware order: a program of the system fetches the image and its manifest, then they are
-// installed.
+// A firmware order: the manifest and its signature are fetched and checked, then the image is
+// fetched and installed.
 #pragma once
 
 #include <string>

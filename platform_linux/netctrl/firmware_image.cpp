@@ -15,8 +15,8 @@
 
 namespace {
 
-// A version is shown, logged and passed to a hook.
-bool isVersion(std::string_view text) {
+// A model or version. It is shown, logged and passed to a hook.
+bool isLabel(std::string_view text) {
     return !text.empty() && text.size() < PLATFORM_FW_TEXT_LEN && text[0] != '-' &&
            std::all_of(text.begin(), text.end(), isNameChar);
 }
@@ -24,6 +24,17 @@ bool isVersion(std::string_view text) {
 std::string lowerDigits(std::string_view text) {
     const auto bytes = text.size() == 64 ? parseHex(text) : std::nullopt;
     return bytes && bytes->size() == 32 ? hexText(*bytes) : "";
+}
+
+// Removes the first number from a version and returns its digits without leading zeros. Empty for 0
+// and at the end.
+std::string_view takeDigits(std::string_view& version) {
+    constexpr std::string_view kDigits = "0123456789";
+    version.remove_prefix(std::min(version.find_first_of(kDigits), version.size()));
+    std::string_view number = version.substr(0, version.find_first_not_of(kDigits));
+    version.remove_prefix(number.size());
+    number.remove_prefix(std::min(number.find_first_not_of('0'), number.size()));
+    return number;
 }
 
 }  // namespace
@@ -34,12 +45,24 @@ std::optional<Manifest> parseManifest(std::string_view text) {
         const std::string_view line = takeLine(text);
         const auto entry = parseKeyValue(line);
         if (!entry || line.starts_with('#')) continue;
+        if (entry->key == "MODEL") manifest.model = entry->value;
         if (entry->key == "VERSION") manifest.version = entry->value;
+        if (entry->key == "SIZE") manifest.size = parseNumber(entry->value).value_or(0);
         if (entry->key == "SHA256") manifest.sha256 = lowerDigits(entry->value);
         if (entry->key == "HOSTS") manifest.hosts = entry->value;
     }
-    if (!isVersion(manifest.version) || manifest.sha256.empty()) return std::nullopt;
-    return manifest;
+    const bool good = isLabel(manifest.model) && isLabel(manifest.version) && manifest.size > 0 &&
+                      manifest.size <= kMostImage && !manifest.sha256.empty();
+    return good ? std::optional(manifest) : std::nullopt;
+}
+
+std::strong_ordering compareVersions(std::string_view a, std::string_view b) {
+    while (!a.empty() || !b.empty()) {
+        const std::string_view x = takeDigits(a), y = takeDigits(b);
+        if (x.size() != y.size()) return x.size() <=> y.size();
+        if (x != y) return x <=> y;
+    }
+    return std::strong_ordering::equal;
 }
 
 bool isFor(const Manifest& manifest, const std::string& hostname) {

@@ -1,8 +1,10 @@
 // Firmware images and their manifests: "X.manifest" describes the image "X" in the same folder.
+// Whether a manifest can be trusted is in firmware_trust.
 #pragma once
 
 #include <array>
 #include <chrono>
+#include <compare>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -16,15 +18,24 @@ struct evp_md_ctx_st;
 inline constexpr std::string_view kManifestSuffix = ".manifest";
 inline constexpr size_t kMostManifest = size_t{16} * 1024;
 
+inline constexpr uint64_t kMostImage = uint64_t{512} * 1024 * 1024;
+
+// Model and version consist of letters, digits and . _ + - and do not start with -
 struct Manifest {
-    std::string version;  // letters, digits and . _ + -, not starting with -
-    std::string sha256;   // of the image, 64 lower-case digits
-    std::string hosts;    // patterns of host names that it is meant for; empty: all
+    std::string model;
+    std::string version;
+    uint64_t size = 0;   // of the image in bytes
+    std::string sha256;  // of the image, 64 lower-case digits
+    std::string hosts;   // patterns of host names that it is meant for; empty: all
 };
 
-// Parses "KEY = value" lines. None if VERSION or SHA256 is missing or malformed. Any bytes are
-// safe.
+// Parses "KEY = value" lines. None if MODEL, VERSION, SIZE or SHA256 is missing or malformed. Any
+// bytes are safe.
 std::optional<Manifest> parseManifest(std::string_view text);
+
+// Compares the numbers in two versions, from left to right. All other characters only separate
+// them, and missing numbers count as 0: "1.9" < "1.10" == "v1.10.0" < "1.10-1".
+std::strong_ordering compareVersions(std::string_view a, std::string_view b);
 
 // Whether the image is meant for a device of that host name.
 bool isFor(const Manifest& manifest, const std::string& hostname);

@@ -76,7 +76,7 @@ void verified(const std::string& digest) {
     if (digest == order.manifest.sha256 && install.stamp == stampOf(order.path)) {
         return startInstallHook();
     }
-    LOG_LINE(1, "firmware: %s does not match its manifest and is not installed",
+    LOG_LINE(1, "firmware: %s is not installed: its SHA-256 is another than in its manifest",
              order.path.c_str());
     finish(false);
 }

@@ -17,6 +17,7 @@
 #include "netctrl/firmware_own.h"
 #include "netctrl/firmware_rounds.h"
 #include "netctrl/firmware_server.h"
+#include "netctrl/firmware_trust.h"
 
 namespace {
 
@@ -27,15 +28,16 @@ constexpr size_t kMostOffers = 32;
 enum class Check { kWaiting, kGood, kBad };
 
 struct Offer {
-    std::string file;  // name of the image
-    Stamp manifestStamp{}, imageStamp{};
+    std::string file;                                       // name of the image
+    Stamp manifestStamp{}, signatureStamp{}, imageStamp{};  // all zero: no such file
     Manifest manifest;
     Check check = Check::kWaiting;
 };
 
 struct {
     std::vector<Offer> list;
-    std::optional<Digest> digest;  // of the first offer that waits
+    std::optional<Digest> digest;            // of the first offer that waits
+    std::filesystem::file_time_type keys{};  // of the last look
     UpgradeRounds rounds;
     bool taken = false;  // an image has been verified since checkLocalFW was called
 } offers;
@@ -60,33 +62,52 @@ std::vector<std::string> announcedFiles() {
     return files;
 }
 
-Offer readOffer(const std::string& file, const Stamp& manifestStamp, const Stamp& imageStamp) {
-    Offer offer{file, manifestStamp, imageStamp, {}, Check::kWaiting};
-    if (auto manifest = parseManifest(readManifest(pathOf(file) + std::string(kManifestSuffix)))) {
-        offer.manifest = std::move(*manifest);
-    } else {
-        offer.check = Check::kBad;
-        LOG_LINE(1, "firmware: the manifest of %s has no usable VERSION and SHA256", file.c_str());
-    }
-    return offer;
+std::string manifestOf(const std::string& file) {
+    return file + std::string(kManifestSuffix);
 }
 
-// Takes up changes in the folder. Unchanged images stay verified.
+std::string signatureOf(const std::string& file) {
+    return manifestOf(file) + std::string(kSignatureSuffix);
+}
+
+void readOffer(Offer& offer) {
+    Refusal why;
+    auto manifest = readTrusted(pathOf(offer.file), why);
+    if (manifest) {
+        offer.manifest = std::move(*manifest);
+        if (offer.imageStamp[0] == static_cast<int64_t>(offer.manifest.size)) return;
+        why = "its size is another than in its manifest";
+    }
+    offer.check = Check::kBad;
+    LOG_LINE(1, "firmware: %s is not announced: %s", offer.file.c_str(), why.c_str());
+}
+
+// Takes up changes in the folder. Unchanged images stay verified while the keys stay the same.
 void lookForOffers() {
     std::vector<Offer> found;
-    bool changed = false;
+    const auto keys = keysChanged();
+    bool changed = keys != offers.keys;
+    if (changed) offers.list.clear();
+    offers.keys = keys;
     for (const std::string& file : announcedFiles()) {
         const auto image = stampOf(pathOf(file));
-        const auto manifest = stampOf(pathOf(file) + std::string(kManifestSuffix));
+        const auto manifest = stampOf(pathOf(manifestOf(file)));
         if (!image || !manifest) continue;
+        Offer offer{file,   *manifest, stampOf(pathOf(signatureOf(file))).value_or(Stamp{}),
+                    *image, {},        Check::kWaiting};
         const auto known =
-            std::find_if(offers.list.begin(), offers.list.end(), [&](const Offer& offer) {
-                return offer.file == file && offer.imageStamp == *image &&
-                       offer.manifestStamp == *manifest;
+            std::find_if(offers.list.begin(), offers.list.end(), [&](const Offer& old) {
+                return old.file == file && old.imageStamp == offer.imageStamp &&
+                       old.manifestStamp == offer.manifestStamp &&
+                       old.signatureStamp == offer.signatureStamp;
             });
-        const bool isKnown = known != offers.list.end();
-        changed = changed || !isKnown;
-        found.push_back(isKnown ? *known : readOffer(file, *manifest, *image));
+        if (known != offers.list.end()) {
+            offer = *known;
+        } else {
+            changed = true;
+            readOffer(offer);
+        }
+        found.push_back(std::move(offer));
     }
     if (!changed && found.size() == offers.list.size()) return;
     offers.list = std::move(found);
@@ -164,9 +185,23 @@ void verifyOffers() {
     const bool good = *digest == offer->manifest.sha256;
     offer->check = good ? Check::kGood : Check::kBad;
     offers.taken = offers.taken || good;
-    LOG_LINE(good ? 3 : 1, "firmware: %s, version %s, %s", offer->file.c_str(),
-             offer->manifest.version.c_str(),
-             good ? "is announced" : "does not match its manifest and is left alone");
+    LOG_LINE(
+        good ? 3 : 1, "firmware: %s, version %s, %s", offer->file.c_str(),
+        offer->manifest.version.c_str(),
+        good ? "is announced" : "is not announced: its SHA-256 is another than in its manifest");
+}
+
+std::vector<ServedFile> filesToServe() {
+    std::vector<ServedFile> files;
+    for (const Offer& offer : offers.list) {
+        if (offer.check != Check::kGood) continue;
+        files.push_back({offer.file, offer.imageStamp});
+        files.push_back({manifestOf(offer.file), offer.manifestStamp});
+        if (offer.signatureStamp != Stamp{}) {
+            files.push_back({signatureOf(offer.file), offer.signatureStamp});
+        }
+    }
+    return files;
 }
 
 void forgetOffers() {

@@ -2,6 +2,9 @@
 #pragma once
 
 #include <string>
+#include <vector>
+
+#include "netctrl/firmware_image.h"
 
 // FIRMWARE_FOLDER of platform.conf.
 std::string firmwareFolder();
@@ -11,6 +14,14 @@ void directOffers();
 
 // One step in verifying the first image that is not verified yet.
 void verifyOffers();
+
+// The files in FIRMWARE_FOLDER that the network may read, as they were when they were verified: the
+// verified images, their manifests and signatures.
+struct ServedFile {
+    std::string name;
+    Stamp stamp{};
+};
+std::vector<ServedFile> filesToServe();
 
 // At the end of the library.
 void forgetOffers();

@@ -12,6 +12,7 @@
 #include "netctrl/firmware_install.h"
 #include "netctrl/firmware_offer.h"
 #include "netctrl/firmware_state.h"
+#include "netctrl/firmware_trust.h"
 #include "platform/exports.h"
 
 namespace {
@@ -56,10 +57,9 @@ void installed(const std::string& digest, bool good) {
 }  // namespace
 
 void installOwn(const std::string& path, const Manifest& manifest) {
-    char version[128];
-    getFirmwareVersion(version);
     const std::string& digest = manifest.sha256;
-    if (own.stage != Stage::kNothing || manifest.version == version || digest == own.tried) return;
+    if (own.stage != Stage::kNothing || isRunning(manifest) || digest == own.tried) return;
+    if (const Refusal why = checkFits(manifest); !why.empty()) return giveUp(digest, why.c_str());
     if (noted() == digest) {
         return giveUp(digest, "the announced image was installed before, but does not run");
     }

@@ -1,9 +1,14 @@
 #include "netctrl/firmware_server.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
+#include <filesystem>
+#include <fstream>
 #include <string>
+#include <vector>
 
 #include "api.h"
 #include "base/result.h"
@@ -18,6 +23,7 @@ namespace {
 
 constexpr const char* kHook = "ftp-server";
 constexpr const char* kPort = "8905";
+constexpr uint32_t kNobody = 65534;
 // After a crash of the daemon the server ends by itself.
 constexpr std::chrono::hours kServerLife{1};
 constexpr std::chrono::milliseconds kEndWait{500};
@@ -39,11 +45,63 @@ std::string ownAddress() {
 const char* obstacle() {
     if (findProgram("busybox").empty()) return "there is no busybox";
     if (ownAddress().empty()) return "there is no IPv4 address";
-    // The server would run the programs in it on request.
-    if (access((firmwareFolder() + "/cgi-bin").c_str(), F_OK) == 0) {
-        return "there is a cgi-bin in FIRMWARE_FOLDER";
-    }
     return nullptr;
+}
+
+// The server sees this folder only.
+std::string servedFolder() {
+    return firmwareFolder() + "/.served";
+}
+
+void clearServed() {
+    std::error_code error, ignored;
+    for (std::filesystem::directory_iterator entry(servedFolder(), error), end;
+         !error && entry != end; entry.increment(error)) {
+        std::filesystem::remove(entry->path(), ignored);
+    }
+}
+
+// Puts the files to serve into the folder, as hard links. The folder itself stays, because a server
+// that has outlived a crash of the daemon still uses it.
+bool fillServed() {
+    std::error_code error;
+    const std::filesystem::path folder = servedFolder();
+    const bool made = mkdir(folder.c_str(), 0755) == 0 || errno == EEXIST;
+    if (!made || !std::filesystem::is_directory(std::filesystem::symlink_status(folder, error))) {
+        LOG_LINE(1, "firmware: can't make the folder %s", folder.c_str());
+        return false;
+    }
+    chmod(folder.c_str(), 0755);  // whatever the umask is
+    clearServed();
+    for (const ServedFile& file : filesToServe()) {
+        const std::string from = firmwareFolder() + "/" + file.name, to = folder / file.name;
+        if (link(from.c_str(), to.c_str()) != 0) {
+            LOG_LINE(1,
+                     "firmware: can't serve %s: %m; FIRMWARE_FOLDER needs a file system with "
+                     "hard links, or set FIRMWARE_URL",
+                     from.c_str());
+            return false;
+        }
+        // It may have been replaced since it was verified.
+        if (stampOf(to) != file.stamp) {
+            remove(to.c_str());
+        } else {
+            chmod(to.c_str(), 0644);
+        }
+    }
+    return true;
+}
+
+// The user of the server: nobody. Root in a user namespace that has no such user (a lab without
+// real root) is an ordinary user outside, and remains what it is.
+bool canBecomeNobody() {
+    std::ifstream map("/proc/self/uid_map");
+    bool isMapped = !map;  // a kernel without user namespaces
+    uint64_t inside = 0, outside = 0, count = 0;
+    while (map >> inside >> outside >> count) {
+        isMapped = isMapped || (inside <= kNobody && kNobody < inside + count);
+    }
+    return isMapped && geteuid() == 0;
 }
 
 int startServer();
@@ -54,7 +112,7 @@ void killServer() {
 }
 
 void serverEnded(int status) {
-    if (!server.wanted) return;
+    if (!server.wanted) return clearServed();
     if (server.killed) {
         startServer();
     } else {
@@ -68,15 +126,17 @@ int startServer() {
         if (!server.killed && server.address != address) killServer();
         return kOk;
     }
-    if (obstacle() != nullptr) return kFailure;
+    if (obstacle() != nullptr || !fillServed()) return kFailure;
     const auto life = std::chrono::seconds(kServerLife);
-    const std::string busybox = findProgram("busybox");
+    const std::string busybox = findProgram("busybox"), nobody = std::to_string(kNobody);
     server.killed = false;
     server.address = address;
     // Empty settings, because without any it would read those of the product.
-    server.job = startJob({busybox, "timeout", std::to_string(life.count()), busybox, "httpd", "-f",
-                           "-c", "/dev/null", "-p", address + ":" + kPort, "-h", firmwareFolder()},
-                          {.limit = life, .name = "firmware server"},
+    std::vector<std::string> argv{
+        busybox,     "timeout", std::to_string(life.count()), busybox, "httpd",       "-f", "-c",
+        "/dev/null", "-p",      address + ":" + kPort,        "-h",    servedFolder()};
+    if (canBecomeNobody()) argv.insert(argv.end(), {"-u", nobody + ":" + nobody});
+    server.job = startJob(argv, {.limit = life, .name = "firmware server"},
                           [](int status, const std::string&) { serverEnded(status); });
     return server.job != 0 ? kOk : kFailure;
 }
@@ -116,6 +176,7 @@ void stopServer() {
 void endServer() {
     stopServer();
     waitJob(server.job, kEndWait);
+    clearServed();
     server = {};
 }
 

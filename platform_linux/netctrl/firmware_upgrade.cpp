@@ -5,9 +5,11 @@
 #include "netctrl/firmware_offer.h"
 #include "netctrl/firmware_own.h"
 #include "netctrl/firmware_server.h"
+#include "netctrl/firmware_trust.h"
 
 void startUpgrade() {
     sweepFetches();
+    warnOfUnsigned();
 }
 
 void directUpgrade() {

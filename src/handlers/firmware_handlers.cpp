@@ -12,6 +12,7 @@
 #include "handlers/control_request.h"
 #include "orders/answer_writers.h"
 #include "orders/firmware_upgrade_list.h"
+#include "platform/autoconfig.h"
 #include "platform/device.h"
 #include "wire/vend_payloads.h"
 
@@ -22,8 +23,17 @@ void copyText(char (&field)[N], std::string_view text) {
     snprintf(field, N, "%.*s", static_cast<int>(text.size()), text.data());
 }
 
+// Any device on the network can send an order, but only a Registrar has a reason to.
+bool isFromRegistrar(const VendContext& context) {
+    const Ieee1905DevTable* sender = getIeee1905DevTableById(context.msg.alMac);
+    if (sender != nullptr && sender->role == PLATFORM_REGISTRAR) return true;
+    LOG(2, "firmware order refused: " MAC_FMT " is not known as a Registrar\r\n",
+        MAC_ARGS(context.msg.alMac));
+    return false;
+}
+
 int control(const VendContext& context, const FwCtrl& ctrl) {
-    const int retCode = FWCtrl(&ctrl);
+    const int retCode = isFromRegistrar(context) ? FWCtrl(&ctrl) : kFailure;
     if (retCode != kOk) LOG_PUTS(2, "FW control error\r");
     return answerRequest(context, VEND_MSG_TYPE_FW_CTRL_RESP, retCode);
 }

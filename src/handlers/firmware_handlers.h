@@ -5,9 +5,9 @@
 #include "db/records.h"
 #include "handlers/vend_context.h"
 
-// Hand a firmware order to the platform and answer with its result; the second form carries its
-// values as items. kFailure without an answer if this device is not an Enrollee, kFailure too if a
-// remote command fails.
+// Hand a firmware order of a known Registrar to the platform and answer with its result, an order
+// of another device with kFailure; the second form carries its values as items. kFailure without an
+// answer if this device is not an Enrollee, kFailure too if a remote command fails.
 int handleFWCrtlReqMsg(const VendContext& context, const FwCtrlReq& request);
 int handleFWCrtl2ReqMsg(const VendContext& context, const FwCtrl2Req& request);
 // Hands the result to the client that waits for it.

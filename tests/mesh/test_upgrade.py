@@ -1,14 +1,18 @@
 """A mesh follows its Registrar to the next firmware, over its own network."""
 
 import hashlib
+import os
 import random
+import subprocess
 
-from lab import Lab, al_mac, wait_until
+from lab import ROOT, Lab, al_mac, wait_until
 from model import al, remotes
 
 DEVICES = {"dev1": al_mac(1), "dev2": al_mac(2), "dev3": al_mac(3)}
 IMAGE = random.Random(2).randbytes(3_000_000)
 FOLDER = "/etc/vm1905/firmware"
+KEYS = "/etc/vm1905/keys"
+SIGN = str(ROOT / "scripts" / "sign-firmware")
 
 # Like a product: it keeps the image, which runs after the reboot.
 INSTALL = b"""#!/bin/sh -e
@@ -28,23 +32,30 @@ def firmware(lab, device):
             for mac, other in remotes(lab.model(device)).items()}
 
 
-def test_a_mesh_is_upgraded():
+def test_a_mesh_is_upgraded(tmp_path):
     digest = hashlib.sha256(IMAGE).hexdigest()
+    image, key = tmp_path / "fw-2.0.bin", tmp_path / "maker"
+    image.write_bytes(IMAGE)
+    subprocess.run([SIGN, "key", key], check=True)
+    again = subprocess.run([SIGN, "key", key], check=False, capture_output=True)
+    assert again.returncode == 1 and os.stat(f"{key}.key").st_mode & 0o777 == 0o600
+    subprocess.run([SIGN, "image", f"{key}.key", image, "lab", "2.0", "dev*"], check=True)
     with Lab("line", "3") as mesh:
         for device in DEVICES:
             write(mesh, device, "/etc/vm1905/hooks/firmware-install", INSTALL, "755")
+            write(mesh, device, f"{KEYS}/maker.pem", (tmp_path / "maker.pem").read_bytes())
             mesh.shell(device, f"""
-                printf 'FIRMWARE_VERSION = 1.0\\nFIRMWARE_FOLDER = {FOLDER}\\n' \
-                    >> /etc/vm1905/platform.conf
+                printf '%s\\n' 'FIRMWARE_VERSION = 1.0' 'FIRMWARE_FOLDER = {FOLDER}' \
+                    'FIRMWARE_KEYS = {KEYS}' 'FIRMWARE_MODEL = lab' >> /etc/vm1905/platform.conf
                 ip address add 192.0.2.{device[3:]}/24 dev br-lan""")
         # Devices of this version get an order with a file name, others without.
         mesh.shell("dev3", "echo 'FwUpgrade = 1502' > /etc/vm1905/vm1905_Version")
         mesh.restart(*DEVICES)
         old = {al_mac(2): ("1.0", "Idle"), al_mac(3): ("1.0", "Idle")}
         mesh.until(lambda: firmware(mesh, "dev1") == old, "the versions before")
-        write(mesh, "dev1", f"{FOLDER}/fw-2.0.bin", IMAGE)
-        write(mesh, "dev1", f"{FOLDER}/fw-2.0.bin.manifest",
-              f"VERSION = 2.0\nSHA256 = {digest}\n".encode())
+        for suffix in ("", ".manifest.sig", ".manifest"):
+            name = f"{image.name}{suffix}"
+            write(mesh, "dev1", f"{FOLDER}/{name}", (tmp_path / name).read_bytes())
 
         def everybody_runs_it():
             return all(firmware(mesh, device) == {mac: ("2.0", "Idle") for mac in DEVICES.values()
@@ -57,6 +68,9 @@ def test_a_mesh_is_upgraded():
         for device in ("dev2", "dev3"):
             wait_until(lambda: "firmware: version 2.0 is verified" in mesh.log(device), 60,
                        f"the image on {device}")
+        # The server. Without real root there is no other user in a lab.
+        users = mesh.run("dev1", "ps", "-o", "uid=", "-C", "busybox").split()
+        assert "65534" in users or os.geteuid() != 0, users
         mesh.until(everybody_runs_it, "all run version 2.0", gain=2)
         for device in DEVICES:
             found = mesh.run(device, "sha256sum", "/etc/vm1905/installed").split()[0]

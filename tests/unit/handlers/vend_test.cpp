@@ -135,6 +135,7 @@ TEST_F(Vendor, RequestsReachThePlatformAndTheirResultIsAnswered) {
     fakePlatform().wifiChannelSync = "channels";
     fakePlatform().results = {{"setSystemvalue", 5}, {"DownloadLogFile", 16}};
     fakePlatform().beaconReports = {{kStation, {1, 2, 3}}};
+    dev().role = PLATFORM_REGISTRAR;
     const std::string success = print(textBytes("success"));
     const struct {
         unsigned type;
@@ -191,6 +192,30 @@ TEST_F(Vendor, RequestsReachThePlatformAndTheirResultIsAnswered) {
     EXPECT_EQ(ask(39, mac), "");
 }
 
+TEST_F(Vendor, FirmwareOrdersOfOthersThanTheRegistrarAreRefused) {
+    fakePlatform().wps.deviceType = PLATFORM_ENROLLEE;
+    const auto orders = [] {
+        std::string all;
+        for (const auto& [type, payload] : std::initializer_list<std::pair<unsigned, Frame>>{
+                 {20, hex("06 0004 01") + Frame{'u', 'r', 'l'}},
+                 {46, hex("02") + item(0, "\6") + item(2, "url")},
+                 {25, be16(1) + textBytes("9 02:19:05:00:00:01 6 1 url")}}) {
+            all += ask(type, payload) + " ";
+            all += calls();
+        }
+        return all;
+    };
+    const std::string refused = "21:10 21:10 32:10 ";
+    for (const uint8_t role : {uint8_t{255}, uint8_t{PLATFORM_ENROLLEE}}) {
+        dev().role = role;
+        EXPECT_EQ(orders(), refused) << int(role);
+    }
+    dev().role = PLATFORM_REGISTRAR;
+    EXPECT_TRUE(orders().starts_with("21:00 FWCtrl 6 1 url"));
+    (void)removeIeee1905DevTable(kPeer.al);
+    EXPECT_EQ(orders(), refused) << "a stranger";
+}
+
 TEST_F(Vendor, RefusedOnArrival) {
     LogCapture log(3);
     for (const unsigned type : {42, 43, 47, 48, 55})
@@ -226,6 +251,7 @@ TEST_F(Vendor, RemoteCommands) {
         {"", "", ""},
     };
     fakePlatform().wps.deviceType = 1;
+    dev().role = PLATFORM_REGISTRAR;
     for (const auto& [line, answer, done] : lineAnswerDone) {
         EXPECT_EQ(ask(25, be16(1) + textBytes(line)), answer) << line;
         EXPECT_EQ(calls(), done) << line;

@@ -168,9 +168,12 @@ TEST(Jobs, AreLimitedAndEndWithTheLibrary) {
 
 TEST(Jobs, CannotWriteFilesBeyondTheirLimit) {
     const ScratchFolder folder;
-    const std::string script = "sleep 0.2; exec head -c 100000 /dev/zero >\"$0\"";
-    const JobId job = startJob({"/bin/sh", "-c", script, folder.path("big")},
-                               {.limit = seconds(10), .maxFile = 1000}, {});
+    const std::string file = folder.path("big");
+    const auto work = [&file] {
+        return execl("/bin/sh", "sh", "-c", "exec head -c 100000 /dev/zero >\"$0\"", file.c_str(),
+                     nullptr);
+    };
+    const JobId job = startJob(work, {.limit = seconds(10), .maxFile = 1000}, {});
     EXPECT_EQ(waitJob(job, seconds(10)), 16);
     EXPECT_EQ(folder.read("big").size(), 1000U);
 }

@@ -1,0 +1,156 @@
+#include "netctrl/firmware_trust.h"
+
+#include <openssl/bio.h>
+#include <openssl/evp.h>
+#include <openssl/pem.h>
+
+#include <algorithm>
+#include <memory>
+#include <vector>
+
+#include "api.h"
+#include "common/conf.h"
+#include "common/files.h"
+#include "common/log.h"
+
+namespace {
+
+using Key = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
+
+constexpr size_t kMostKeys = 32;
+constexpr size_t kMostKeyFile = size_t{16} * 1024;
+constexpr std::string_view kKeySuffix = ".pem";
+
+const uint8_t* bytesOf(const std::string& text) {
+    return reinterpret_cast<const uint8_t*>(text.data());
+}
+
+// The public key in a PEM file; empty if it holds none, or one of another kind than Ed25519.
+Key readKey(const std::string& path) {
+    const std::string text = readFile(path, kMostKeyFile);
+    const std::unique_ptr<BIO, decltype(&BIO_free)> pem(
+        BIO_new_mem_buf(text.data(), static_cast<int>(text.size())), BIO_free);
+    // Without this function an encrypted file would make OpenSSL ask for its password.
+    const auto noPassword = [](char*, int, int, void*) { return -1; };
+    Key key(pem ? PEM_read_bio_PUBKEY(pem.get(), nullptr, noPassword, nullptr) : nullptr,
+            EVP_PKEY_free);
+    if (key && EVP_PKEY_is_a(key.get(), "ED25519") != 1) key.reset();
+    return key;
+}
+
+std::string keyFolder() {
+    return std::string(conf().value("FIRMWARE_KEYS"));
+}
+
+// Read for every image, so that a key can be added or removed at any time.
+std::vector<Key> readKeys() {
+    std::vector<Key> keys;
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(keyFolder(), error), end;
+         !error && entry != end && keys.size() < kMostKeys; entry.increment(error)) {
+        const std::string path = entry->path();
+        if (!path.ends_with(kKeySuffix)) continue;
+        if (Key key = readKey(path)) {
+            keys.push_back(std::move(key));
+        } else {
+            LOG_LINE(1, "firmware: %s is no Ed25519 public key and is ignored", path.c_str());
+        }
+    }
+    return keys;
+}
+
+bool hasSigned(const Key& key, const std::string& text, const std::string& signature) {
+    const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(),
+                                                                          EVP_MD_CTX_free);
+    return context != nullptr &&
+           EVP_DigestVerifyInit(context.get(), nullptr, nullptr, nullptr, key.get()) == 1 &&
+           EVP_DigestVerify(context.get(), bytesOf(signature), signature.size(), bytesOf(text),
+                            text.size()) == 1;
+}
+
+Refusal checkSignature(const std::string& text, const std::string& signature) {
+    if (signature.size() != kSignatureSize) {
+        return "the signature of its manifest is missing or has another size than 64 bytes; sign "
+               "it with scripts/sign-firmware";
+    }
+    const std::vector<Key> keys = readKeys();
+    if (std::none_of(keys.begin(), keys.end(),
+                     [&](const Key& key) { return hasSigned(key, text, signature); })) {
+        return "no key of FIRMWARE_KEYS has signed its manifest as it is; sign it with the right "
+               "key, or put the public key into that folder";
+    }
+    return {};
+}
+
+}  // namespace
+
+bool needsSignature() {
+    return conf().value("FIRMWARE_UNSIGNED") != "yes" || conf().has("FIRMWARE_KEYS");
+}
+
+Refusal checkTrust() {
+    if (!needsSignature()) return {};
+    if (!conf().has("FIRMWARE_KEYS")) {
+        return "this device has no keys to verify images; set FIRMWARE_KEYS in platform.conf";
+    }
+    return readKeys().empty() ? "FIRMWARE_KEYS has no *.pem file with an Ed25519 public key; put "
+                                "the key of the images there"
+                              : Refusal();
+}
+
+std::filesystem::file_time_type keysChanged() {
+    std::error_code error;
+    return std::filesystem::last_write_time(keyFolder(), error);
+}
+
+std::optional<Manifest> readTrusted(const std::string& imagePath, Refusal& refusal) {
+    const std::string path = imagePath + std::string(kManifestSuffix);
+    const std::string text = readManifest(path);
+    refusal = checkTrust();
+    if (refusal.empty() && needsSignature()) {
+        refusal = checkSignature(text, readFile(path + std::string(kSignatureSuffix),
+                                                kSignatureSize + 1, Links::kRefuse));
+    }
+    if (!refusal.empty()) return std::nullopt;
+    auto manifest = parseManifest(text);
+    if (!manifest) {
+        refusal =
+            "its manifest has no usable MODEL, VERSION, SIZE and SHA256; make it with "
+            "scripts/sign-firmware";
+    }
+    return manifest;
+}
+
+Refusal checkFits(const Manifest& manifest) {
+    char hostname[128], version[128];
+    getHostname(hostname);
+    getFirmwareVersion(version);
+    const std::string_view model = conf().value("FIRMWARE_MODEL");
+    if (manifest.model != model) {
+        return "it is for the model " + manifest.model +
+               ", but FIRMWARE_MODEL of platform.conf is " +
+               (model.empty() ? "not set" : std::string(model));
+    }
+    if (!isFor(manifest, hostname)) {
+        return "HOSTS of its manifest does not include this device, " + std::string(hostname);
+    }
+    if (compareVersions(manifest.version, version) <= 0 &&
+        conf().value("FIRMWARE_DOWNGRADE") != "yes") {
+        return "version " + manifest.version + " is not higher than the running " + version +
+               "; set FIRMWARE_DOWNGRADE = yes in platform.conf to install it";
+    }
+    return {};
+}
+
+bool isRunning(const Manifest& manifest) {
+    char version[128];
+    getFirmwareVersion(version);
+    return manifest.version == version;
+}
+
+void warnOfUnsigned() {
+    if (needsSignature()) return;
+    LOG_LINE(1,
+             "firmware: FIRMWARE_UNSIGNED = yes: images are installed without a signature, no "
+             "matter who made them; set FIRMWARE_KEYS instead");
+}
