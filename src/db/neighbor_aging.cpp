@@ -118,7 +118,7 @@ bool noteDiscovery(int kind, IntfNbrDev& nbr, const MacAddr& localMac, const Mac
 // between has swallowed that.
 bool lacksLldp(const IntfNbrDev& nbr, Seconds time) {
     return getReadLldpOption() && nbr.is1905 && nbr.bridgeFlag == 0 && nbr.discTime > 0 &&
-           time - nbr.discTime >= kLldpGrace && !lldpIsFresh(nbr, time);
+           time - nbr.discTime >= kLldpGrace && !lldpIsFresh(nbr, nbr.discTime);
 }
 
 // True once a second: within one, nothing comes due.

@@ -88,7 +88,7 @@ TEST_F(Home, LldpShowsWhetherABridgeIsInBetween) {
     start();
     EXPECT_EQ(lldp(ids + ttl + "0000"), kOk) << "another time to live than ours";
     (void)receive("eth0", discovery(kPeer, 1));
-    run(5);
+    run(55);
     EXPECT_EQ(flags(), "0 ") << "a cable";
     advance(60);
     (void)receive("eth0", discovery(kPeer, 2));
