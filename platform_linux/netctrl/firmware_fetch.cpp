@@ -48,6 +48,11 @@ struct {
     int attempts = 0;    // to fetch the manifest
 } fetch;
 
+std::string downloadFolder() {
+    const std::string_view given = conf().value("FIRMWARE_DOWNLOAD");
+    return std::string(given.empty() ? "/tmp" : given);
+}
+
 std::string imagePath() {
     return fetch.folder + "/image";
 }
@@ -215,11 +220,6 @@ int startFetch(std::string url, const std::string& fileName) {
 }
 
 }  // namespace
-
-std::string downloadFolder() {
-    const std::string_view given = conf().value("FIRMWARE_DOWNLOAD");
-    return std::string(given.empty() ? "/tmp" : given);
-}
 
 void sweepFetches() {
     std::vector<std::string> left;
