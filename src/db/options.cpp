@@ -90,6 +90,11 @@ void storeOrdersFrom(const char* value) {
     }
 }
 
+// "any" or "owner", which also a misspelt word means.
+void storeControlFilesFrom(const char* value) {
+    config().controlFilesOfOwner = std::string_view(value) != "any";
+}
+
 // A line sets the first key of the list that occurs anywhere in it, so the order matters.
 constexpr Key kConfigKeys[] = {
     {"DEBUG_LEVEL", "3", storeDebugLevel},
@@ -108,6 +113,7 @@ constexpr Key kConfigKeys[] = {
     {"ENABLE_SYSTEM_FROM_NBR", "1", storeNumber<&SysConfig::enableSystemFromNbr>},
     {"ENABLE_WIFI_FROM_NBR", "1", storeNumber<&SysConfig::enableWifiFromNbr>},
     {"ORDERS_FROM", "any", storeOrdersFrom},
+    {"CONTROL_FILES_FROM", "any", storeControlFilesFrom},
 };
 
 constexpr Key kVersionKeys[] = {
@@ -314,6 +320,10 @@ uint8_t getLogIndexOption() {
 
 const OrdersFrom& getOrdersFromOption() {
     return config().ordersFrom;
+}
+
+bool getControlFilesOfOwnerOption() {
+    return config().controlFilesOfOwner;
 }
 
 bool getReadLldpOption() {

@@ -41,6 +41,8 @@ uint8_t getLogIndexOption();
 int setLogIndexOption(uint8_t index);  // always kOk
 // The devices that may give orders (ORDERS_FROM).
 const OrdersFrom& getOrdersFromOption();
+// True if only control files of root and the daemon's user count (CONTROL_FILES_FROM).
+bool getControlFilesOfOwnerOption();
 // True if LLDP frames of neighbors are read.
 bool getReadLldpOption();
 

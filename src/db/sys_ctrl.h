@@ -34,6 +34,7 @@ struct SysConfig {
     uint32_t enableSystemFromNbr = 1;
     uint32_t enableWifiFromNbr = 1;
     OrdersFrom ordersFrom{};
+    bool controlFilesOfOwner = false;
 };
 
 struct SysIdentity {
