@@ -14,56 +14,49 @@ namespace {
 
 class ControlFile : public Device {
   protected:
-    // Looks as after a start, in a folder that changed long ago. The debug level, and whether the
-    // daemon goes on.
+    // The debug level after a look at the folder, and whether the daemon goes on.
     std::string look() {
         stateOf<ControlFiles>().folder = folder();
         setSysState(kRunning);
         (void)checkScriptCmd();
         return std::to_string(getDebugLevelOption()) + (getSysState() == kRunning ? " on" : " off");
     }
-    std::string path(const char* name) const { return folder() + "/" + name; }
-    LogCapture log_{1};
 };
 
 TEST_F(ControlFile, OfOthersAreIgnoredIfOnlyTheOwnersCount) {
-    const std::string debug = path("vm1905_debug"), stop = path("vm1905_stop");
-    std::ofstream(path("own")) << "1";
-    std::ofstream(path("twice")) << "1";
+    const std::string debug = folder() + "/vm1905_debug", stop = folder() + "/vm1905_stop";
+    LogCapture log(1);
+    const std::string file = folder() + "/file";
     const std::function<int()> makes[] = {
-        [&] { return symlink(path("own").c_str(), debug.c_str()); },
-        [&] { return link(path("twice").c_str(), debug.c_str()); },
-        [&] { return mkfifo(stop.c_str(), 0600) + chmod(stop.c_str(), 0666); },
-        [&] { return mkdir(stop.c_str(), 0777); },
+        [&] { return symlink(file.c_str(), debug.c_str()); },
+        [&] { return link(file.c_str(), debug.c_str()); }, [&] { return mkfifo(stop.c_str(), 0); },
         [&] {  // a file of another user
-            stateOf<ControlFiles>().user = geteuid() == 0 ? 0 : geteuid() + 1;
-            const int made = rename(path("own").c_str(), debug.c_str());
-            return geteuid() == 0 ? made + chown(debug.c_str(), 1, 1) : made;
+            stateOf<ControlFiles>().user = geteuid() + 1;
+            const int made = rename(file.c_str(), debug.c_str());
+            return geteuid() == 0 ? chown(debug.c_str(), 2, 2) : made;
         }};
-    (void)look();
-    for (size_t i = 0; i < std::size(makes); i++) {
-        ASSERT_EQ(makes[i](), 0);
+    std::ofstream(file) << "1";
+    EXPECT_EQ(look(), "3 on");
+    for (const auto& make : makes) {
+        ASSERT_EQ(make(), 0);
+        getSysCtrl().config.controlFilesOfOwner = true;
+        for (int i = 0; i < 3; i++) EXPECT_EQ(look(), "3 on");
+        EXPECT_EQ(occurrences(log.text(), " is ignored: "), 1U);
         getSysCtrl().config = {};
-        EXPECT_EQ(look(), i == 2 || i == 3 ? "3 off" : "1 on") << i << " counts by default";
-        EXPECT_EQ(log_.text(), "");
+        EXPECT_NE(look(), "3 on") << "by default it counts";
         getSysCtrl().config = {};
         getSysCtrl().config.controlFilesOfOwner = true;
-        for (int look = 0; look < 3; look++) EXPECT_EQ(this->look(), "3 on") << i;
-        EXPECT_EQ(occurrences(log_.text(), " is ignored: "), 1U) << i;
-        (void)remove(debug.c_str());
-        (void)remove(stop.c_str());
+        for (const auto& path : {debug, stop}) (void)remove(path.c_str());
         (void)look();
     }
-    stateOf<ControlFiles>() = {};
-    std::ofstream(debug) << "1";
-    EXPECT_EQ(look(), "1 on") << "an own file";
-    EXPECT_EQ(log_.text(), "");
-    std::ofstream(stop) << "";
-    EXPECT_EQ(look(), "1 off");
-    EXPECT_EQ(log_.text(), "") << "made while the daemon runs";
-    stateOf<ControlFiles>() = {};
-    EXPECT_EQ(look(), "1 off");
-    EXPECT_EQ(occurrences(log_.text(), stop + " is left over from before the start"), 1U);
+    for (const std::string start : {"", stop.c_str()}) {
+        stateOf<ControlFiles>() = {};
+        getSysCtrl().config.controlFilesOfOwner = true;
+        EXPECT_EQ(look(), start.empty() ? "3 on" : "3 off");
+        std::ofstream(stop) << "";
+        EXPECT_EQ(look(), "3 off") << "an own file";
+        EXPECT_EQ(occurrences(log.text(), stop + " is left over"), start.empty() ? 0U : 1U);
+    }
 }
 
 }  // namespace
