@@ -1,7 +1,10 @@
 #include "common/files.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
+
+#include <cstdlib>
 
 #include "base/fd.h"
 
@@ -18,4 +21,18 @@ std::string readFile(const std::string& path, size_t most, Links links) {
     }
     text.resize(size);
     return text;
+}
+
+std::string ownFolder() {
+    const char* given = secure_getenv("VM1905_RUN");
+    return given != nullptr ? given : "/var/run/vm1905";
+}
+
+bool makeOwnFolder() {
+    const std::string folder = ownFolder();
+    (void)mkdir(folder.c_str(), 0755);
+    struct stat info {};
+    return lstat(folder.c_str(), &info) == 0 && S_ISDIR(info.st_mode) &&
+           (info.st_uid == 0 || info.st_uid == geteuid()) &&
+           (info.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }

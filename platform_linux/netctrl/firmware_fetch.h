@@ -2,11 +2,6 @@
 // fetched and installed.
 #pragma once
 
-#include <string>
-
-// FIRMWARE_DOWNLOAD of platform.conf.
-std::string downloadFolder();
-
 // Removes what an earlier run has fetched, unless it is being installed.
 void sweepFetches();
 

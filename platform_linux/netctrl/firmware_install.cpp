@@ -2,16 +2,15 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
 #include <utility>
 
+#include "common/files.h"
 #include "common/hook.h"
 #include "common/log.h"
-#include "netctrl/firmware_fetch.h"
 #include "netctrl/firmware_rounds.h"
 #include "netctrl/firmware_state.h"
 
@@ -34,17 +33,13 @@ struct {
 } install;
 
 std::string lockFile() {
-    return downloadFolder() + "/vm1905_firmware.lock";
+    return ownFolder() + "/firmware.lock";
 }
 
 // The hook holds the lock, too, as its empty standard input, so that it is known to be running even
 // after the daemon that started it has gone. An empty Fd if another process holds the lock.
 Fd takeLock() {
-    struct stat status {};
-    // Others who may write to the folder must not be able to block upgrades.
-    if (lstat(lockFile().c_str(), &status) == 0 && status.st_uid != geteuid()) {
-        remove(lockFile().c_str());
-    }
+    if (!makeOwnFolder()) return Fd();
     Fd lock(open(lockFile().c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
     if (!lock || flock(lock.get(), LOCK_EX | LOCK_NB) != 0) return Fd();
     return lock;

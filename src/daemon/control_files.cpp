@@ -17,24 +17,39 @@
 
 namespace {
 
-constexpr const char* kFolder = "/tmp";
-constexpr const char* kDebugFile = "/tmp/vm1905_debug";
 constexpr time_t kSettled = 2;  // seconds after which a further change has a later time stamp
 
 ControlFiles& module() {
     return stateOf<ControlFiles>();
 }
 
-bool exists(const char* path) {
+// True if the file exists and is obeyed. Logs one that is ignored, once until it is gone.
+bool isObeyed(const std::string& name, const std::string& path) {
     struct stat info {};
-    return stat(path, &info) == 0;
+    if (!getControlFilesOfOwnerOption()) return stat(path.c_str(), &info) == 0;
+    auto& ignored = module().ignored;
+    if (lstat(path.c_str(), &info) != 0) {
+        ignored.erase(name);
+        return false;
+    }
+    // A second link may be somebody's name for a file of root.
+    if (S_ISREG(info.st_mode) && info.st_nlink == 1 &&
+        (info.st_uid == 0 || info.st_uid == module().user)) {
+        return true;
+    }
+    module().emptySince = {};
+    if (ignored.insert(name).second) {
+        LOG(1, "%s is ignored: it is not a file of root or the daemon's user\r\n", path.c_str());
+    }
+    return false;
 }
 
 // The time at which the folder last changed. Zero if that is so recent that a further change could
 // have the same time stamp.
 timespec lastChange() {
     struct stat info {};
-    const bool settled = stat(kFolder, &info) == 0 && wallClock() - info.st_mtim.tv_sec >= kSettled;
+    const bool settled =
+        stat(module().folder.c_str(), &info) == 0 && wallClock() - info.st_mtim.tv_sec >= kSettled;
     return settled ? info.st_mtim : timespec{};
 }
 
@@ -49,34 +64,37 @@ void cleanUp() {
     (void)runShell("%s%s", "rm -rf ", "/tmp/vm905_*");
 }
 
-int stop() {
+int stop(const std::string& path) {
+    if (!module().hasLooked) {
+        LOG(1, "%s is left over from before the start, the daemon ends\r\n", path.c_str());
+    }
     cleanUp();
     setSysState(kStopped);
     return kOk;
 }
 
-int restart() {
+int restart(const std::string& path) {
     module().g_restart_flag = 1;
-    return stop();
+    return stop(path);
 }
 
-int enableTopol() {
+int enableTopol(const std::string& /*path*/) {
     cleanUp();
     LOG_PUTS(3, "enable the 1905.1 network topology capabilities\r");
     return enableNetTopol();
 }
 
-int disableTopol() {
+int disableTopol(const std::string& /*path*/) {
     cleanUp();
     LOG_PUTS(3, "disable the 1905.1 network topology capabilities\r");
     return disableNetTopol();
 }
 
-int readDebugLevel() {
+int readDebugLevel(const std::string& path) {
     // O_NONBLOCK: a FIFO of that name must not block the daemon.
-    Fd fd(open(kDebugFile, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    Fd fd(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!fd) {
-        LOG(2, "can't open file: %s\r\n", kDebugFile);
+        LOG(2, "can't open file: %s\r\n", path.c_str());
         return kFailure;
     }
     char text[2] = {};
@@ -91,17 +109,17 @@ int readDebugLevel() {
 }
 
 struct ControlFile {
-    const char* path;
-    int (*obey)();
+    const char* name;
+    int (*obey)(const std::string& path);
 };
 
 // In the order in which they are handled.
 constexpr ControlFile kControlFiles[] = {
-    {"/tmp/vm1905_stop", stop},
-    {"/tmp/vm1905_restart", restart},
-    {"/tmp/vm1905_enableTopol", enableTopol},
-    {"/tmp/vm1905_disableTopol", disableTopol},
-    {kDebugFile, readDebugLevel},
+    {"vm1905_stop", stop},
+    {"vm1905_restart", restart},
+    {"vm1905_enableTopol", enableTopol},
+    {"vm1905_disableTopol", disableTopol},
+    {"vm1905_debug", readDebugLevel},
 };
 
 }  // namespace
@@ -114,10 +132,14 @@ int checkScriptCmd() {
     const timespec change = lastChange();
     if (isStillEmpty(change)) return kOk;
     module().emptySince = change;
+    int result = kOk;
     for (const auto& file : kControlFiles) {
-        if (!exists(file.path)) continue;
+        const std::string path = module().folder + "/" + file.name;
+        if (!isObeyed(file.name, path)) continue;
         module().emptySince = {};
-        if (const int result = file.obey(); result != kOk) return result;
+        result = file.obey(path);
+        if (result != kOk) break;
     }
-    return kOk;
+    module().hasLooked = true;
+    return result;
 }

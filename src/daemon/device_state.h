@@ -17,6 +17,7 @@
 #include "db/upcalls.h"
 #include "handlers/answer_memory.h"
 #include "handlers/message_log.h"
+#include "handlers/order_permission.h"
 #include "handlers/result_file.h"
 #include "net/fragment_store.h"
 #include "net/ports.h"
@@ -39,7 +40,7 @@ using ModuleStates = std::tuple<                                          //
     PortsState, TransmitterState, FragmentStore, RelayLimit,              // net
     VendQueries, ControlLists, FWupgradeList, Schedule, PendingRequests,  // orders
     SlotsState, SpeedTestState, WifiSyncState,                            //
-    AnswerMemory, MessageLog, ResultFiles,                                // handlers
+    AnswerMemory, MessageLog, OrderRefusals, ResultFiles,                 // handlers
     Announcements, ControllerLoop, RootAp,                                // controller
     ServiceMonitor, WakeFifo, IntfRequest,                                // service
     MessageMonitor, Receiver, ControlFiles>;                              // daemon

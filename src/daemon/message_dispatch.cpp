@@ -162,7 +162,7 @@ int parseTopolRespFragTlvs(const Port& port, const FragCmdu& cmdu) {
 }
 
 int parseVendSpec(const Received& msg) {
-    return parseVendSpecTlvs(msg.port, msg.hdr.srcMac, msg.hdr.msgId, msg.area);
+    return parseVendSpecTlvs(msg.port, msg.hdr, msg.area);
 }
 
 constexpr TlvRow<MetricQuery> kMetricQueryTlvs[] = {{kTlvMetricQuery, parseMetricQueryTlv}};

@@ -56,6 +56,45 @@ void storeVersion(const char* value) {
     identity().*Member = value;
 }
 
+// The first token at or behind pos, empty if there is none. pos moves behind its separator.
+std::string_view nextToken(std::string_view line, size_t& pos, const char* separators) {
+    const size_t begin = line.find_first_not_of(separators, pos);
+    if (begin == line.npos) {
+        pos = line.size();
+        return {};
+    }
+    const size_t end = std::min(line.find_first_of(separators, begin), line.size());
+    pos = std::min(end + 1, line.size());
+    return line.substr(begin, end - begin);
+}
+
+// "any", "registrar", or a list of AL MACs. A misspelt word is no AL MAC, so it admits nobody.
+void storeOrdersFrom(const char* value) {
+    OrdersFrom& from = config().ordersFrom;
+    const std::string_view text(value);
+    from = {text == "any"         ? OrdersFrom::kAny
+            : text == "registrar" ? OrdersFrom::kRegistrar
+                                  : OrdersFrom::kListed};
+    if (from.who != OrdersFrom::kListed) return;
+    for (size_t pos = 0; pos < text.size();) {
+        const std::string word(nextToken(text, pos, ","));
+        MacAddr mac;
+        int length = 0;
+        if (sscanf(word.c_str(), "%hhx:%hhx:%hhx:%hhx:%hhx:%hhx%n", &mac.b[0], &mac.b[1], &mac.b[2],
+                   &mac.b[3], &mac.b[4], &mac.b[5], &length) == 6 &&
+            length == static_cast<int>(word.size())) {
+            from.listed.push_back(mac);
+        } else {
+            LOG(1, "ORDERS_FROM: \"%s\" is not an AL MAC\r\n", plainText(word).c_str());
+        }
+    }
+}
+
+// "any" or "owner", which also a misspelt word means.
+void storeControlFilesFrom(const char* value) {
+    config().controlFilesOfOwner = std::string_view(value) != "any";
+}
+
 // A line sets the first key of the list that occurs anywhere in it, so the order matters.
 constexpr Key kConfigKeys[] = {
     {"DEBUG_LEVEL", "3", storeDebugLevel},
@@ -68,6 +107,13 @@ constexpr Key kConfigKeys[] = {
     {"LOG_FOLDER", "/etc/vm1905", storeFolder<&SysConfig::logFolder>},
     {"LOG_INDEX", "0", storeNumber<&SysConfig::logIndex>},
     {"READ_LLDP", "0", storeNumber<&SysConfig::readLldp>},
+    {"ENABLE_RESET_FROM_NBR", "1", storeNumber<&SysConfig::enableResetFromNbr>},
+    {"ENABLE_FIRMWARE_FROM_NBR", "1", storeNumber<&SysConfig::enableFirmwareFromNbr>},
+    {"ENABLE_NETWORK_FROM_NBR", "1", storeNumber<&SysConfig::enableNetworkFromNbr>},
+    {"ENABLE_SYSTEM_FROM_NBR", "1", storeNumber<&SysConfig::enableSystemFromNbr>},
+    {"ENABLE_WIFI_FROM_NBR", "1", storeNumber<&SysConfig::enableWifiFromNbr>},
+    {"ORDERS_FROM", "any", storeOrdersFrom},
+    {"CONTROL_FILES_FROM", "any", storeControlFilesFrom},
 };
 
 constexpr Key kVersionKeys[] = {
@@ -88,18 +134,6 @@ File openConfFile(const char* name) {
     File file(fopen(path.c_str(), "re"), fclose);
     if (!file) LOG(2, "can't open file: %s\r\n", path.c_str());
     return file;
-}
-
-// The first token at or behind pos, empty if there is none. pos moves behind its separator.
-std::string_view nextToken(std::string_view line, size_t& pos, const char* separators) {
-    const size_t begin = line.find_first_not_of(separators, pos);
-    if (begin == line.npos) {
-        pos = line.size();
-        return {};
-    }
-    const size_t end = std::min(line.find_first_of(separators, begin), line.size());
-    pos = std::min(end + 1, line.size());
-    return line.substr(begin, end - begin);
 }
 
 template <size_t N>
@@ -282,6 +316,14 @@ int setLogFolderOption(const char* folder) {
 
 uint8_t getLogIndexOption() {
     return config().logIndex;
+}
+
+const OrdersFrom& getOrdersFromOption() {
+    return config().ordersFrom;
+}
+
+bool getControlFilesOfOwnerOption() {
+    return config().controlFilesOfOwner;
 }
 
 bool getReadLldpOption() {

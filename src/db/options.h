@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "base/mac_addr.h"
+#include "db/sys_ctrl.h"
 
 // Sets the folder of the configuration files, cut to 31 characters.
 void setConfFolder(std::string_view folder);
@@ -38,6 +39,10 @@ int setDataModelFolderOption(const char* folder);
 int setLogFolderOption(const char* folder);
 uint8_t getLogIndexOption();
 int setLogIndexOption(uint8_t index);  // always kOk
+// The devices that may give orders (ORDERS_FROM).
+const OrdersFrom& getOrdersFromOption();
+// True if only control files of root and the daemon's user count (CONTROL_FILES_FROM).
+bool getControlFilesOfOwnerOption();
 // True if LLDP frames of neighbors are read.
 bool getReadLldpOption();
 

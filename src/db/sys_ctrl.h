@@ -3,12 +3,19 @@
 
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
 #include "base/clock.h"
 #include "base/mac_addr.h"
 #include "base/text.h"
 
 enum SysState : uint32_t { kStopped = 0, kStarting = 1, kRunning = 2 };
+
+// The devices that may give orders.
+struct OrdersFrom {
+    enum Who : uint8_t { kAny, kRegistrar, kListed } who = kAny;
+    std::vector<MacAddr> listed{};
+};
 
 struct SysConfig {
     uint8_t debugLevel = 3;
@@ -21,6 +28,13 @@ struct SysConfig {
     Text<32> logFolder{std::string_view("/etc/vm1905")};
     uint8_t logIndex = 0;
     uint32_t readLldp = 0;
+    uint32_t enableResetFromNbr = 1;
+    uint32_t enableFirmwareFromNbr = 1;
+    uint32_t enableNetworkFromNbr = 1;
+    uint32_t enableSystemFromNbr = 1;
+    uint32_t enableWifiFromNbr = 1;
+    OrdersFrom ordersFrom{};
+    bool controlFilesOfOwner = false;
 };
 
 struct SysIdentity {

@@ -5,7 +5,6 @@
 #include "db/data_model_update.h"
 #include "db/database.h"
 #include "db/device_table.h"
-#include "db/options.h"
 #include "db/own_state.h"
 #include "db/upcalls.h"
 #include "handlers/control_request.h"
@@ -54,9 +53,7 @@ int setSystem(const VendContext& context, uint8_t option) {
 }  // namespace
 
 int handleRebootReqMsg(const VendContext& context, const AlMacPayload& request) {
-    int retCode = addressResult(request);
-    if (retCode == kOk && getEnableRebootFromNbrOption() != 1) retCode = kFailure;
-    return answerThenAct(context, VEND_MSG_TYPE_REBOOT_RESP, retCode, "reboot...\r",
+    return answerThenAct(context, VEND_MSG_TYPE_REBOOT_RESP, addressResult(request), "reboot...\r",
                          "failed to reboot\r", upcalls().rebootSystem);
 }
 

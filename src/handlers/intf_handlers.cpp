@@ -8,7 +8,6 @@
 #include "db/database.h"
 #include "db/device_table.h"
 #include "db/local_tables.h"
-#include "db/options.h"
 #include "db/upcalls.h"
 #include "handlers/answer_memory.h"
 #include "handlers/control_request.h"
@@ -90,12 +89,6 @@ std::vector<IntfValue> changePwrStates(const VendContext& context, const IntfPwr
     return results;
 }
 
-std::vector<IntfValue> refuseAll(const IntfPwrCtrlReq& request, uint8_t retCode) {
-    std::vector<IntfValue> results;
-    for (const auto& intf : request.intfs) results.push_back({intf.mac, intf.mediaType, retCode});
-    return results;
-}
-
 }  // namespace
 
 int handleIntfPwrStateQueryMsg(const VendContext& context, const AlMacPayload& /*query*/) {
@@ -130,9 +123,9 @@ int handleIntfPwrCrtlReqMsg(const VendContext& context, const IntfPwrCtrlReq& re
     if (!isOwnAlMac(request.almac)) {
         LOG(2, "AL MAC is unmatched (" MAC_FMT ", " MAC_FMT ")\r\n", MAC_ARGS(request.almac),
             MAC_ARGS((*getAlMac())));
-        answer.intfs = refuseAll(request, kNotAddressed);
-    } else if (getEnableIntfPwrCtrlFromNbrOption() != 1) {
-        answer.intfs = refuseAll(request, kFailure);
+        for (const auto& intf : request.intfs) {
+            answer.intfs.push_back({intf.mac, intf.mediaType, kNotAddressed});
+        }
     } else {
         answer.intfs = changePwrStates(context, request);
     }

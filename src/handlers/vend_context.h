@@ -22,4 +22,5 @@ struct VendContext {
     const VendMsg& msg;
     int path;  // VendPath
     VendOutcome& outcome;
+    bool isMulticast;  // the frame
 };

@@ -31,12 +31,13 @@ int handle(const VendContext& context) {
 }
 
 template <VendMsgType kNumber, Handle<PayloadOf<kNumber>> kHandle>
-constexpr VendHandler handler(const char* label, int logLevel = 3) {
-    return {kNumber, label, true, logLevel, handle<kNumber, kHandle>};
+constexpr VendHandler handler(const char* label, OrderGroup group = OrderGroup::kNone,
+                              int logLevel = 3) {
+    return {kNumber, label, true, group, logLevel, handle<kNumber, kHandle>};
 }
 template <VendMsgType kNumber, Handle<PayloadOf<kNumber>> kHandle>
 constexpr VendHandler copyHandler(const char* label) {
-    return {kNumber, label, false, 3, handle<kNumber, kHandle>};
+    return {kNumber, label, false, OrderGroup::kNone, 3, handle<kNumber, kHandle>};
 }
 
 int handleVendSpecMsg(const VendContext& context);
@@ -47,86 +48,93 @@ int handleSendCommandReqMsg(const VendContext& context, const SendCommandReq& co
     order.oui = context.msg.oui;
     order.alMac = context.msg.alMac;
     if (parseRemoteCommand(command, order) != kOk) return kFailure;
-    return handleVendSpecMsg(
-        {context.port, context.srcMac, context.msgId, order, kVendPathCommand, context.outcome});
+    return handleVendSpecMsg({context.port, context.srcMac, context.msgId, order, kVendPathCommand,
+                              context.outcome, context.isMulticast});
 }
 
-// By number. HANDLE_COPIES is for queries, reports and announcements whose copies do no harm, and
-// which would only drive the orders out of the memory. Meant: 65 and 67, 70 and 72, 71
-// and 73 share their label and handler.
+// By number. OBEY is for orders. HANDLE_COPIES is for queries, reports and announcements whose
+// copies do no harm, and which would only drive the orders out of the memory. Meant: 65 and 67, 70
+// and 72, 71 and 73 share their label and handler.
 // clang-format off
 #define HANDLE(name, function) handler<VEND_MSG_TYPE_##name, function>("VEND_MSG_TYPE_" #name)
+#define OBEY(name, function, group) handler<VEND_MSG_TYPE_##name, function>("VEND_MSG_TYPE_" #name, OrderGroup::group)
 #define HANDLE_COPIES(name, function) copyHandler<VEND_MSG_TYPE_##name, function>("VEND_MSG_TYPE_" #name)
 constexpr VendHandler kHandlers[] = {
     HANDLE_COPIES(CONF_QUERY, handleConfQueryMsg),
     HANDLE(CONF_RESP, handleConfRespMsg),
     HANDLE_COPIES(INTF_PWR_STATE_QUERY, handleIntfPwrStateQueryMsg),
     HANDLE_COPIES(INTF_PWR_STATE_RESP, handleIntfPwrStateRespMsg),
-    HANDLE(REBOOT_REQ, handleRebootReqMsg),
+    OBEY(REBOOT_REQ, handleRebootReqMsg, kReboot),
     HANDLE(REBOOT_RESP, handleRebootRespMsg),
-    HANDLE(INTF_PWR_CTRL_REQ, handleIntfPwrCrtlReqMsg),
+    OBEY(INTF_PWR_CTRL_REQ, handleIntfPwrCrtlReqMsg, kPower),
     HANDLE(INTF_PWR_CTRL_RESP, handleIntfPwrCrtlRespMsg),
     HANDLE_COPIES(WIFI_STATE_REQ, handleWIFIStateQueryMsg),
     HANDLE_COPIES(WIFI_STATE_RESP, handleWIFIStateRespMsg),
-    HANDLE(SPEEDTEST_START, handleSpeedTestStartStopMsg),
+    OBEY(SPEEDTEST_START, handleSpeedTestStartStopMsg, kNetwork),
     HANDLE(SPEEDTEST_DATA, handleSpeedTestDataMsg),
-    HANDLE(SPEEDTEST_STOP, handleSpeedTestStartStopMsg),
+    OBEY(SPEEDTEST_STOP, handleSpeedTestStartStopMsg, kNetwork),
     HANDLE(WIFISTATESEARCH, handleWIFIStateSearchMsg),
-    HANDLE(WIFISTATERENEW, handleWIFIStateRenewMsg),
+    OBEY(WIFISTATERENEW, handleWIFIStateRenewMsg, kWifi),
     HANDLE(WIFISTATEACK, handleWIFIStateAckMsg),
-    HANDLE(WPS_CTRL_REQ, handleWPSCrtlReqMsg),
+    OBEY(WPS_CTRL_REQ, handleWPSCrtlReqMsg, kWifi),
     HANDLE(WPS_CTRL_RESP, handleWPSCrtlRespMsg),
-    HANDLE(APSteering_REQ, handleAPSteeringReqMsg),
+    OBEY(APSteering_REQ, handleAPSteeringReqMsg, kWifi),
     HANDLE(APSteering_RESP, handleAPSteeringRespMsg),
-    HANDLE(FW_CTRL_REQ, handleFWCrtlReqMsg),
+    OBEY(FW_CTRL_REQ, handleFWCrtlReqMsg, kFirmware),
     HANDLE(FW_CTRL_RESP, handleFWCrtlRespMsg),
-    HANDLE(RESETTODEFAULT_REQ, handleResetToDefaultReqMsg),
+    OBEY(RESETTODEFAULT_REQ, handleResetToDefaultReqMsg, kReset),
     HANDLE(RESETTODEFAULT_RESP, handleResetToDefaultRespMsg),
-    HANDLE(SENDCOMMAND_REQ, handleSendCommandReqMsg),
+    OBEY(SENDCOMMAND_REQ, handleSendCommandReqMsg, kCommand),
     HANDLE(SPEEDTEST_ACK, handleSpeedTestAckMsg),
     HANDLE_COPIES(INTF_NAME_RESP, handleIntfNameRespMsg),
-    HANDLE(REQUESTLOGFILE_REQ, handleRequestLogFileReqMsg),
+    OBEY(REQUESTLOGFILE_REQ, handleRequestLogFileReqMsg, kSystem),
     HANDLE(REQUESTLOGFILE_RESP, handleResponseLogFileReqMsg),
     HANDLE(REQUESTLOGFILE_ACK, handleAckLogFileReqMsg),
     HANDLE(APAUTOCONFIG_ACK, handleAPautoconfigAckMsg),
     HANDLE(SENDCOMMAND_RESP, handleSendCommandRespMsg),
-    HANDLE(LED_CTRL_REQ, handleLEDCtrlReqMsg),
-    HANDLE(LED_CTRL_MCAST_REQ, handleLEDCtrlMCASTReqMsg),
+    OBEY(LED_CTRL_REQ, handleLEDCtrlReqMsg, kSystem),
+    OBEY(LED_CTRL_MCAST_REQ, handleLEDCtrlMCASTReqMsg, kSystem),
     HANDLE(LED_CTRL_RESP, handleLEDCtrlRespMsg),
     HANDLE_COPIES(WIFI_CLIENT_MCAST2, handleWIFIClientmcastMsg),
     HANDLE_COPIES(FWSTATECHANGE_REQ, handleFWStateChangeRequestMsg),
     HANDLE_COPIES(FWSTATECHANGE_RESP, handleFWStateChangeResponseMsg),
     HANDLE(WIFICHANNELSEARCH, handleWIFIChannelSearchMsg),
-    HANDLE(WIFICHANNELRENEW, handleWIFIChannelRenewMsg),
+    OBEY(WIFICHANNELRENEW, handleWIFIChannelRenewMsg, kWifi),
     HANDLE(WIFICHANNELACK, handleWIFIChannelAckMsg),
     HANDLE(SECURITYCTRL_MSG, handleSecurityCtrlReqMsg),
     HANDLE_COPIES(VEND_DISC, handleVendDiscMsg),
-    HANDLE(FW_CTRL_2_REQ, handleFWCrtl2ReqMsg),
-    HANDLE(NETWORKCTRL_REQ, handleNetworkCtrlReqMsg),
+    OBEY(FW_CTRL_2_REQ, handleFWCrtl2ReqMsg, kFirmware),
+    OBEY(NETWORKCTRL_REQ, handleNetworkCtrlReqMsg, kNetwork),
     HANDLE(NETWORKCTRL_RESP, handleNetworkCtrlRespMsg),
     HANDLE_COPIES(CONF_QUERY2, handleConfQueryMsg2),
     HANDLE_COPIES(CONF_RESP2, handleConfRespMsg2),
-    handler<VEND_MSG_TYPE_WIFICOUNTRYCODE_REQ, handleWIFICountryCodeCtrlReqMsg>("VEND_MSG_TYPE_WIFICOUNTRYCODE_REQ", 4),
-    handler<VEND_MSG_TYPE_WIFICOUNTRYCODE_RESP, handleWIFICountryCodeCtrlRespMsg>("VEND_MSG_TYPE_WIFICOUNTRYCODE_RESP", 4),
-    HANDLE(UPDATEEXTENDCONF_REQ, handleUpdateExtenderconifgReqMsg),
-    HANDLE(SENDBCNRPT_REQ, handleSendBcnRptReqMsg),
+    handler<VEND_MSG_TYPE_WIFICOUNTRYCODE_REQ, handleWIFICountryCodeCtrlReqMsg>("VEND_MSG_TYPE_WIFICOUNTRYCODE_REQ", OrderGroup::kWifi, 4),
+    handler<VEND_MSG_TYPE_WIFICOUNTRYCODE_RESP, handleWIFICountryCodeCtrlRespMsg>("VEND_MSG_TYPE_WIFICOUNTRYCODE_RESP", OrderGroup::kNone, 4),
+    OBEY(UPDATEEXTENDCONF_REQ, handleUpdateExtenderconifgReqMsg, kSystem),
+    OBEY(SENDBCNRPT_REQ, handleSendBcnRptReqMsg, kWifi),
     handler<VEND_MSG_TYPE_SENDBCNRPT_RESP, handleGetBcnRptRespMsg>("VEND_MSG_TYPE_GETBCNRPT_RESP"),
-    HANDLE(GETBCNRPT_REQ, handleGetBcnRptReqMsg),
+    OBEY(GETBCNRPT_REQ, handleGetBcnRptReqMsg, kWifi),
     HANDLE(GETBCNRPT_RESP, handleGetBcnRptRespMsg),
-    HANDLE(SENDBTM_REQ, handleBTMReqMsg),
+    OBEY(SENDBTM_REQ, handleBTMReqMsg, kWifi),
     HANDLE(SENDBTM_RESP, handleBTMRespMsg),
-    HANDLE(ADDBLACKLIST_REQ, handleBlacklistReqMsg),
+    OBEY(ADDBLACKLIST_REQ, handleBlacklistReqMsg, kWifi),
     HANDLE(ADDBLACKLIST_RESP, handleBlacklistRespMsg),
-    handler<VEND_MSG_TYPE_DELBLACKLIST_REQ, handleBlacklistReqMsg>("VEND_MSG_TYPE_ADDBLACKLIST_REQ"),
+    handler<VEND_MSG_TYPE_DELBLACKLIST_REQ, handleBlacklistReqMsg>("VEND_MSG_TYPE_ADDBLACKLIST_REQ", OrderGroup::kWifi),
     handler<VEND_MSG_TYPE_DELBLACKLIST_RESP, handleBlacklistRespMsg>("VEND_MSG_TYPE_ADDBLACKLIST_RESP"),
-    HANDLE(SYSTEM_CTRL_REQ, handleSystemCtrlReqMsg),
-    HANDLE(SYSTEM_CTRL_MCAST_REQ, handleSystemCtrlMCASTReqMsg),
+    OBEY(SYSTEM_CTRL_REQ, handleSystemCtrlReqMsg, kSystem),
+    OBEY(SYSTEM_CTRL_MCAST_REQ, handleSystemCtrlMCASTReqMsg, kSystem),
     HANDLE(SYSTEM_CTRL_RESP, handleSystemCtrlRespMsg),
 };
 #undef HANDLE
+#undef OBEY
 #undef HANDLE_COPIES
 // clang-format on
 static_assert(std::ranges::is_sorted(kHandlers, {}, &VendHandler::number));
+
+int obey(const VendHandler& row, const VendContext& context) {
+    const auto refused = refuseOrder(context, row.group, row.label);
+    return refused ? *refused : row.handle(context);
+}
 
 int handleVendSpecMsg(const VendContext& context) {
     const uint16_t number = context.msg.vendMsgType;
@@ -137,9 +145,9 @@ int handleVendSpecMsg(const VendContext& context) {
     }
     LOG(row->logLevel, "vendor specific message type is (%d)[%s]\r\n", number, row->label);
     // The message that carries a remote command has been looked up already.
-    if (!row->once || context.path == kVendPathCommand) return row->handle(context);
+    if (!row->once || context.path == kVendPathCommand) return obey(*row, context);
     if (repeatAnswers(context)) return kDuplicate;
-    const int result = row->handle(context);
+    const int result = obey(*row, context);
     if (!context.outcome.isUndone) rememberAnswers(context);
     return result;
 }
@@ -155,7 +163,7 @@ const VendHandler* findVendHandler(uint16_t number) {
     return it != std::end(kHandlers) && it->number == number ? it : nullptr;
 }
 
-int parseVendSpecTlvs(const Port& port, const MacAddr& srcMac, uint16_t msgId, Bytes area) {
+int parseVendSpecTlvs(const Port& port, const FrameHdr& hdr, Bytes area) {
     VendMsg msg;
     bool decoded = false;
     if (!walkTlvs(area, [&](Bytes tlv) {
@@ -166,11 +174,11 @@ int parseVendSpecTlvs(const Port& port, const MacAddr& srcMac, uint16_t msgId, B
         return kFailure;
     }
     if (!decoded || parseEndOfMsgTlv(area) != kOk) return kFailure;
-    return handleVendSpecMsg(port, srcMac, msgId, msg, kVendPathNetwork);
+    return handleVendSpecMsg(port, hdr, msg, kVendPathNetwork);
 }
 
-int handleVendSpecMsg(const Port& port, const MacAddr& srcMac, uint16_t msgId, const VendMsg& msg,
-                      int path) {
+int handleVendSpecMsg(const Port& port, const FrameHdr& hdr, const VendMsg& msg, int path) {
     VendOutcome outcome;
-    return handleVendSpecMsg({port, srcMac, msgId, msg, path, outcome});
+    return handleVendSpecMsg(
+        {port, hdr.srcMac, hdr.msgId, msg, path, outcome, hdr.dstMac == k1905Multicast});
 }

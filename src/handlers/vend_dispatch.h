@@ -2,13 +2,16 @@
 #pragma once
 
 #include "base/bytes.h"
+#include "handlers/order_permission.h"
 #include "handlers/vend_context.h"
+#include "wire/frame.h"
 
 struct VendHandler {
     uint16_t number;
     const char* label;
-    bool once;     // copies are answered as before, and not handled again
-    int logLevel;  // of the line with the label
+    bool once;         // copies are answered as before, and not handled again
+    OrderGroup group;  // decides whether it may be obeyed
+    int logLevel;      // of the line with the label
     int (*handle)(const VendContext& context);
 };
 
@@ -18,14 +21,12 @@ struct VendHandler {
 // Forgets the pending vendor queries. kOk.
 int initVendMessageHandler();
 
-// Decodes the TLV area of a vendor-specific message and handles it. port received the frame, srcMac
-// is its source, msgId the message identifier. Returns the handler's result, or kFailure if the
-// area cannot be decoded.
-[[nodiscard]] int parseVendSpecTlvs(const Port& port, const MacAddr& srcMac, uint16_t msgId,
-                                    Bytes area);
+// Decodes the TLV area of a vendor-specific message and handles it. port received the frame, whose
+// headers are hdr. Returns the handler's result, or kFailure if the area cannot be decoded.
+[[nodiscard]] int parseVendSpecTlvs(const Port& port, const FrameHdr& hdr, Bytes area);
 
-// Hands a vendor message that arrived by path (VendPath) to the handler of its type. Returns the
-// handler's result, kFailure for a type without a handler, or kDuplicate for a copy of a message of
-// the last 5 seconds, which was answered as before.
-int handleVendSpecMsg(const Port& port, const MacAddr& srcMac, uint16_t msgId, const VendMsg& msg,
-                      int path);
+// Hands a vendor message that arrived by path (VendPath) to the handler of its type, unless it is
+// an order that refuseOrder refuses. Returns the handler's or refuseOrder's result, kFailure for a
+// type without a handler, or kDuplicate for a copy of a message of the last 5 seconds, which was
+// answered as before.
+int handleVendSpecMsg(const Port& port, const FrameHdr& hdr, const VendMsg& msg, int path);

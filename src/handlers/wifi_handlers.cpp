@@ -14,6 +14,7 @@
 #include "db/wifi_clients.h"
 #include "handlers/answer_memory.h"
 #include "handlers/control_request.h"
+#include "handlers/order_permission.h"
 #include "handlers/result_file.h"
 #include "orders/answer_writers.h"
 #include "orders/wifi_sync.h"
@@ -92,6 +93,7 @@ int handleWIFIClientmcastMsg(const VendContext& context, const TextPayload& repo
 
 int handleWIFIStateSearchMsg(const VendContext& context, const AlMacPayload& /*search*/) {
     if (!isRegistrar()) return kFailure;
+    if (!isApproved(context)) return kOk;
     std::string text;
     if (fetchSyncText(getWIFIStateSync, text) != 0) {
         LOG_PUTS(2, "get WIFIState Data error\r");
@@ -113,12 +115,7 @@ int handleWIFIStateAckMsg(const VendContext& context, const TextPayload& answer)
 }
 
 int handleWIFIChannelSearchMsg(const VendContext& context, const AlMacPayload& /*search*/) {
-    const MacAddr& sender = context.msg.alMac;
-    const Ieee1905DevTable* dev = getIeee1905DevTableById(sender);
-    if (checkMACisApprove(sender.data(), dev != nullptr ? dev->hostname.c_str() : "") != 0) {
-        LOG(2, "Decvice(" MAC_FMT ") is not allow\r\n", MAC_ARGS(sender));
-        return kFailure;
-    }
+    if (!isApproved(context)) return kOk;
     std::string text;
     if (fetchSyncText(getWIFIChannelSync, text) != 0) return kFailure;
     return answerSearch(context, VEND_MSG_TYPE_WIFICHANNELRENEW, kWifiChannelSync, text);

@@ -11,8 +11,8 @@ int handleWIFIStateQueryMsg(const VendContext& context, const AlMacPayload& quer
 int handleWIFIStateRespMsg(const VendContext& context, const WifiStateResp& answer);
 int handleWIFIClientmcastMsg(const VendContext& context, const TextPayload& report);
 
-// A search: answers with the text for all Enrollees. The state is sent by the Registrar only, the
-// channels to approved devices only.
+// A search: answers an approved device with the text for all Enrollees. Only the Registrar sends
+// the state. kOk if the sender is not approved.
 int handleWIFIStateSearchMsg(const VendContext& context, const AlMacPayload& search);
 int handleWIFIChannelSearchMsg(const VendContext& context, const AlMacPayload& search);
 // A renew: an Enrollee hands the text to the platform and answers "success" or "fail".

@@ -59,6 +59,11 @@ void reportIndexesOutOfRange() {
     }
 }
 
+// Meant: every socket sets the flag. Only the first one finds it as it was.
+void openToMulticasts(const Port& port, int fd) {
+    if (acceptAllMulticasts(fd, port.name.c_str())) module().allMulticasts.insert(port.ifIndex);
+}
+
 // Stores the new state. True if it was false and is true now.
 bool rises(bool& state, bool next) {
     return !std::exchange(state, next) && next;
@@ -107,12 +112,17 @@ int reinitIntfPorts() {
         module().reinitWanted = true;
         return kOk;
     }
-    destroyIntfPorts();
+    // Not destroyIntfPorts: the interfaces go on accepting multicasts.
+    module().ports.clear();
     return initIntfPorts();
 }
 
 int destroyIntfPorts() {
     module().ports.clear();
+    const Fd fd(openRawSocket());
+    for (const unsigned ifIndex : std::exchange(module().allMulticasts, {})) {
+        stopAllMulticasts(fd.get(), interfaceName(ifIndex).c_str());
+    }
     return kOk;
 }
 
@@ -224,7 +234,7 @@ int setupLldpSocket(Port& port) {
     (void)interfaceFlags(fd, port.name.c_str(), flags);
     port.isDown = !isUp(flags);
     port.hasCarrier = (flags & IFF_RUNNING) != 0;
-    acceptAllMulticasts(fd, port.name.c_str());
+    openToMulticasts(port, fd);
     const int mtu = interfaceMtu(fd, port.name.c_str());
     if (mtu < 0) {
         LOG(2, "failed to call ioctl(SIOCGIFMTU) of interface (%s)\r\n", port.name.c_str());
@@ -256,7 +266,7 @@ int setupIeee1905Socket(Port& port) {
         LOG_PUTS(2, "invalid interface name\r");
         return kIntfError;
     }
-    acceptAllMulticasts(fd, port.name.c_str());
+    openToMulticasts(port, fd);
     LOG(5, "create a IEEE 1905.1 socket (%d) for interafce (%s, " MAC_FMT "):\r\n", fd,
         port.name.c_str(), MAC_ARGS(port.mac));
     return kOk;

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <list>
+#include <set>
 
 #include "base/fd.h"
 #include "base/mac_addr.h"
@@ -35,6 +36,8 @@ struct PortsState {
     unsigned users = 0;         // number of PortsInUse objects
     bool reinitWanted = false;  // rebuild the list when the last user is done
     Fd linkEvents;              // openLinkEvents
+    // Indexes of the interfaces that accept all multicasts because of this daemon.
+    std::set<unsigned> allMulticasts{};
     FrameBuffer txBuffer;
     FrameBuffer rxBuffer;
 };
@@ -47,7 +50,7 @@ struct PortsState {
 // Closes all ports and builds the list again. The result of initIntfPorts; or kOk while the ports
 // are in use (PortsInUse): the list is then rebuilt at the end of that use.
 int reinitIntfPorts();
-// Closes all ports. kOk.
+// Closes all ports, and leaves their interfaces as they were before the first initIntfPorts. kOk.
 int destroyIntfPorts();
 
 // Keeps the list of ports as it is while this object lives. Code that iterates over the ports or

@@ -128,10 +128,18 @@ bool interfaceFlags(int fd, const char* name, short& flags) {
     return true;
 }
 
-void acceptAllMulticasts(int fd, const char* name) {
+bool acceptAllMulticasts(int fd, const char* name) {
     ifreq request = requestFor(name);
-    (void)ioctl(fd, SIOCGIFFLAGS, &request);
+    const bool known = ioctl(fd, SIOCGIFFLAGS, &request) == 0;
+    const bool wasSet = (request.ifr_flags & IFF_ALLMULTI) != 0;
     request.ifr_flags = static_cast<short>(request.ifr_flags | IFF_ALLMULTI);
+    return ioctl(fd, SIOCSIFFLAGS, &request) == 0 && known && !wasSet;
+}
+
+void stopAllMulticasts(int fd, const char* name) {
+    ifreq request = requestFor(name);
+    if (ioctl(fd, SIOCGIFFLAGS, &request) != 0) return;
+    request.ifr_flags = static_cast<short>(request.ifr_flags & ~IFF_ALLMULTI);
     (void)ioctl(fd, SIOCSIFFLAGS, &request);
 }
 

@@ -36,8 +36,11 @@ void growReceiveBuffer(int fd);
 // Reads the flags (IFF_...) of the interface. False on failure, with flags unchanged.
 bool interfaceFlags(int fd, const char* name, short& flags);
 
-// Makes the interface accept every multicast; failures are ignored.
-void acceptAllMulticasts(int fd, const char* name);
+// Makes the interface accept every multicast; failures are ignored. True if it did not do so
+// before.
+bool acceptAllMulticasts(int fd, const char* name);
+// Undoes that; failures are ignored.
+void stopAllMulticasts(int fd, const char* name);
 
 // The MTU of the interface in bytes, -1 on failure.
 [[nodiscard]] int interfaceMtu(int fd, const char* name);

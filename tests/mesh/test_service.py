@@ -169,10 +169,21 @@ def test_answers_of_the_past_harm_nobody(lab, client, stranger):
 
 
 def test_turns_and_the_fifo(lab, client):
-    holder = lab.start("exec", DEVICE, "--", "flock", "/tmp/vm1905_client.lock", "-c",
-                       "echo held; sleep 1")
-    assert holder.stdout.readline() == "held\n"
+    def hold(path, seconds):
+        holder = lab.start("exec", DEVICE, "--", "flock", path, "-c", f"echo held; sleep {seconds}")
+        assert holder.stdout.readline() == "held\n"
+        return holder
+
+    # Nobody can keep the turn from a client of root for long, not even with another kind of file.
+    holder = hold("/tmp/vm1905_client.lock", 5)
     assert client.ask(0, "", 200)[0] == BUSY
+    assert client.ask(0, "", 4000)[:2] == (0, 1) and holder.poll() is None
+    lab.shell(DEVICE, "rm /tmp/vm1905_client.lock; ln -s /nowhere /tmp/vm1905_client.lock")
+    assert client.ask(0, "", 200)[:2] == (0, 1)
+    lab.shell(DEVICE, "rm /tmp/vm1905_client.lock")
+    # Except another client of root.
+    hold("/var/run/vm1905_client.lock", 3)
+    assert client.ask(0, "", 2500)[0] == BUSY
     assert client.ask(0)[:2] == (0, 1)
     assert holder.wait(10) == 0
     # Without the FIFO the daemon looks by itself. Another file of that name is left alone.

@@ -184,8 +184,14 @@ bool interfaceFlags(int, const char* name, short& flags) {
     return true;
 }
 
-void acceptAllMulticasts(int, const char* name) {
-    if (FakeNetIntf* intf = fakeNet().find(name)) intf->allMulti = true;
+bool acceptAllMulticasts(int, const char* name) {
+    FakeNetIntf* intf = fakeNet().find(name);
+    return intf != nullptr && !std::exchange(intf->allMulti, true);
+}
+
+void stopAllMulticasts(int fd, const char* name) {
+    FakeNetIntf* intf = fakeNet().find(name);
+    if (intf != nullptr && fd >= 0) intf->allMulti = false;
 }
 
 int interfaceMtu(int, const char* name) {

@@ -19,7 +19,7 @@ struct FakeNetIntf {
     bool bridgePort = false;
     bool failFlags = false;
     std::set<uint16_t> failBind{};  // EtherTypes
-    bool allMulti = false;          // set by the daemon
+    bool allMulti = false;
 };
 
 struct FakeNet {

@@ -78,6 +78,13 @@ TEST_F(Options, AreReadFromTheFile) {
     }
 }
 
+TEST_F(Options, AMisspeltWordIsNoPermission) {
+    for (const auto& [word, ofOwner] : {std::pair{"any", false}, {"", false}, {"ownr", true}}) {
+        write("vm1905.conf", std::string("CONTROL_FILES_FROM = ") + word);
+        EXPECT_EQ(initSysConfig() == kOk && getControlFilesOfOwnerOption(), ofOwner) << word;
+    }
+}
+
 TEST_F(Options, MissingFileChangesNothing) {
     EXPECT_EQ(initSysConfig(), kFailure);
     EXPECT_EQ(options(), "9 9 9 9 9 /nine 9 /nine 9");

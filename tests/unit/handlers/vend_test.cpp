@@ -1,6 +1,7 @@
 // The reaction of a device to vendor messages: its answers, its actions, and what it stores.
 #include <chrono>
 #include <fstream>
+#include <sstream>
 
 #include "base/state.h"
 #include "db/database.h"
@@ -40,9 +41,6 @@ TEST_F(Vendor, OrdersToGoDownAreAnsweredAndObeyed) {
         return answer + " " + calls();
     };
     EXPECT_EQ(done(4, bytesOf(kPeer.al)), "5:07 ");
-    (void)setEnableRebootFromNbrOption(0);
-    EXPECT_EQ(done(4, kOwn), "5:10 ");
-    (void)setEnableRebootFromNbrOption(1);
     EXPECT_EQ(done(4, kOwn), "5:00 reboot; ");
     EXPECT_EQ(done(22, bytesOf(kPeer.al)), "23:07 ");
     EXPECT_EQ(done(22, kOwn), "23:00 resetToDefault; ");
@@ -122,9 +120,6 @@ TEST_F(Vendor, InterfacePowerControl) {
     EXPECT_EQ(calls(), setOwn + "0; setIntfPwrStateByType 1 0; ");
     EXPECT_EQ(request("02" + own + any + "00", bytesOf(kPeer.al)),
               answer("02" + own + "07" + any + "07"));
-    (void)setEnableIntfPwrCtrlFromNbrOption(0);
-    EXPECT_EQ(request("01" + own + "00", kOwn), answer("01" + own + "10"));
-    EXPECT_EQ(calls(), "");
     EXPECT_EQ(request("0000", kOwn), "7:00");
 }
 
@@ -188,8 +183,9 @@ TEST_F(Vendor, RequestsReachThePlatformAndTheirResultIsAnswered) {
         EXPECT_TRUE(c.call.empty() ? told.empty() : told.find(c.call) != told.npos)
             << c.type << " " << told;
     }
+    fakePlatform().wps.deviceType = 0;
     fakePlatform().notApproved = {kPeer.al};
-    EXPECT_EQ(ask(39, mac), "");
+    for (const unsigned search : {13, 39}) EXPECT_EQ(ask(search, mac), "");
 }
 
 TEST_F(Vendor, FirmwareOrdersOfOthersThanTheRegistrarAreRefused) {
@@ -261,6 +257,88 @@ TEST_F(Vendor, RemoteCommands) {
     for (int i = 0; i < 31; i++) many += "02:00:00:00:00:01 1 ";
     EXPECT_EQ(tell(25, be16(1) + textBytes(many + "0")), kFailure);
     EXPECT_EQ(ask(25, be16(1) + textBytes("8 " + al + std::string(1100, '1'))).substr(0, 3), "32:");
+}
+
+// Each order under the key that forbids it, with the answer that then says so.
+TEST_F(Vendor, OrdersMustBePermitted) {
+    const std::string own = print(kOwn), station = print(bytesOf(kStation));
+    const std::string failed = own + print(textBytes("fail"));
+    using Answers = std::vector<std::pair<unsigned, std::string>>;
+    const std::pair<std::string, Answers> keys[] = {
+        {"ENABLE_REBOOT_FROM_NBR", {{4, "5:10"}}},
+        {"ENABLE_INTF_PWR_CTRL_FROM_NBR", {{6, "7:02" + station + "000110" + station + "010510"}}},
+        {"ENABLE_RESET_FROM_NBR", {{22, "23:10"}}},
+        {"ENABLE_FIRMWARE_FROM_NBR", {{20, "21:10"}, {46, "21:10"}}},
+        {"ENABLE_NETWORK_FROM_NBR",
+         {{10, "26:" + own + "10"}, {12, "26:" + own + "10"}, {49, "50:010210"}}},
+        {"ENABLE_SYSTEM_FROM_NBR",
+         {{28, ""}, {33, "35:10"}, {34, "35:10"}, {56, ""}, {74, "76:10"}, {75, "76:10"}}},
+        {"ENABLE_WIFI_FROM_NBR",
+         {{14, "15:" + failed},
+          {16, "17:10"},
+          {18, "19:10"},
+          {40, "41:" + failed},
+          {53, "54:10"},
+          {64, "65:0010" + station + "0000"},
+          {66, "67:0110" + station + "0000"},
+          {68, "69:10"},
+          {70, "71:0110"},
+          {72, "71:0110"}}}};
+    const auto configure = [&](const std::string& line) {
+        std::ofstream(folder() + "/vm1905.conf") << "DATA_MODEL_FOLDER=" + folder() + "\n" + line;
+        setConfFolder(folder());
+        EXPECT_EQ(initSysConfig(), kOk);
+        DEBUGLEVEL = 0;
+    };
+    fakePlatform().wps.deviceType = 1;
+    std::map<unsigned, Frame> payloads{{25, be16(1) + textBytes("10 02:19:05:00:00:01")}};
+    for (const auto& sample : vendSamples(kOwnAl)) payloads.insert({sample.type, sample.payload});
+    const std::string every =
+        "4 6 10 12 14 16 18 20 22 25 28 33 34 40 46 49 53 56 64 66 68 70 72 74 75 ";
+    // The orders that have an effect, if they are sent to this address.
+    const auto obeyed = [&](const MacAddr& dst) {
+        std::string all;
+        unsigned type = 0;
+        for (std::istringstream types(every); types >> type;) {
+            (void)(drop(), calls());
+            (void)receive("eth0",
+                          vendFrame(dst, kPeer.intf, kPeer.al, ++id_, type, payloads[type]));
+            if (!(orders(id_) + calls()).empty()) all += std::to_string(type) + " ";
+        }
+        return all;
+    };
+    EXPECT_EQ(obeyed(kEth0), every);
+    EXPECT_EQ(obeyed(k1905Multicast), "10 12 14 28 34 56 75 ");
+    for (const auto& [key, answers] : keys) {
+        configure(key + "=0\n");
+        for (const auto& [type, answer] : answers) {
+            EXPECT_EQ(ask(type, payloads[type]), answer) << type;
+            EXPECT_EQ(calls(), "") << type;
+        }
+        EXPECT_EQ(ask(25, payloads[25]), key == "ENABLE_RESET_FROM_NBR" ? "32:10" : "32:00") << key;
+        EXPECT_EQ(ask(22, bytesOf(kPeer.al)), "23:07") << "the addressee comes first";
+    }
+    for (const auto& [from, role, expected] :
+         std::initializer_list<std::tuple<std::string, uint8_t, std::string>>{
+             {"registrar", 1, ""},
+             {"registrar", 0, every},
+             {"registrer", 0, ""},
+             {macText(kOther.al) + "," + macText(kPeer.al), 255, every},
+             {macText(kOther.al) + ",02:ee:00:00:00:01x", 0, ""}}) {
+        configure("ORDERS_FROM = " + from + "\n");
+        dev().role = role;
+        EXPECT_EQ(obeyed(kEth0), expected) << from << " " << +role;
+    }
+    // One line a second and sender, however many there are.
+    LogCapture log(2);
+    advance(1);
+    for (int i = 0; i < 3; i++) (void)tell(33, payloads[33]);
+    EXPECT_EQ(occurrences(log.text(),
+                          "order 33 [VEND_MSG_TYPE_LED_CTRL_REQ] from (02:ee:00:00:00:"
+                          "01/02:ee:00:01:00:01) is refused: ORDERS_FROM\r\n"),
+              1U);
+    for (unsigned n = 1; n <= 200; n++) (void)Device::tell(peer(n), n, 33, payloads[33]);
+    EXPECT_EQ(occurrences(log.text(), "is refused: ORDERS_FROM\r\n"), 63U);
 }
 
 TEST_F(Vendor, AnswersFillTheRecordOfTheirSender) {

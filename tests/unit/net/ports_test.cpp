@@ -89,7 +89,17 @@ TEST_F(Ports, AreBoundAgainWhenTheyJoinABridge) {
         (void)rebindIntfPorts();
         EXPECT_EQ(occurrences(log.text(), "failed to name a (IEEE 1905.1)"), failures);
     }
+    // Only one interface accepted all multicasts before. Rebuilding the ports changes nothing.
+    const auto allMulti = [](const char* name) { return fakeNet().intfs[name].allMulti; };
     (void)destroyIntfPorts();
+    fakeNet().intfs["eth1"].allMulti = true;
+    (void)initIntfPorts();
+    fakePlatform().excludedIntfs = {"eth2"};
+    (void)reinitIntfPorts();
+    for (const char* name : {"eth0", "eth1", "eth2"}) EXPECT_TRUE(allMulti(name)) << name;
+    (void)destroyIntfPorts();
+    for (const char* name : {"eth0", "eth1", "eth2"})
+        EXPECT_EQ(allMulti(name), name == std::string("eth1")) << name;
     EXPECT_EQ(fakeNet().openSockets("eth0") + fakeNet().openSockets("eth0", kEtherTypeLldp), 0U);
 }
 

@@ -404,7 +404,16 @@ NETWORK_TEST(Upgrade, AnInstallationOutlivesTheDaemon) {
                        "cat \"$1\" >\"$0.got\"");
     device.announce();
     FwCtrl order{6, 1, "http://192.0.2.2:8905/fw.bin", {}};
-    ASSERT_EQ(FWCtrl(&order), 0);
+    // Only the daemon may be able to block installations.
+    const std::filesystem::path run = device.folder.path("run");
+    const std::filesystem::path squatter = device.folder.path("downloads/vm1905_firmware.lock");
+    std::filesystem::create_directories(squatter / "x");
+    std::filesystem::create_directory(run);
+    for (const int mode : {0777, 0755}) {
+        std::filesystem::permissions(run, std::filesystem::perms(mode));
+        ASSERT_EQ(FWCtrl(&order), mode == 0777 ? 16 : 0);
+    }
+    std::filesystem::remove_all(squatter);
     ASSERT_TRUE(device.becomes([] { return isJobRunning("hook firmware-install"); }));
     device.daemon.reset();
     ASSERT_EQ(initNetCtrl(), 0);

@@ -47,6 +47,7 @@ const Record& as(const void* info) {
 ScratchFolder::ScratchFolder(const std::string& conf) {
     char name[] = "/tmp/platform_test.XXXXXX";
     path_ = mkdtemp(name);
+    setenv("VM1905_RUN", path("run").c_str(), 1);
     platformConf(conf);
 }
 
