@@ -3,7 +3,17 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "base/fd.h"
+#include <fstream>
+
+#include "base/public_file.h"
+
+namespace {
+
+bool isPublic(const std::string& path) {
+    return (path + "/").starts_with("/tmp/");
+}
+
+}  // namespace
 
 std::string readFile(const std::string& path, size_t most, Links links) {
     const int noFollow = links == Links::kRefuse ? O_NOFOLLOW : 0;
@@ -18,4 +28,20 @@ std::string readFile(const std::string& path, size_t most, Links links) {
     }
     text.resize(size);
     return text;
+}
+
+Fd openOwnFile(const std::string& path, int flags, mode_t mode) {
+    FileTrouble trouble;
+    if (isPublic(path)) return openPublicFile(path, flags, mode, trouble);
+    return Fd(open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW, mode));
+}
+
+bool writeOwnFile(const std::string& path, std::string_view text) {
+    if (isPublic(path)) return replacePublicFile(path, text).empty();
+    std::ofstream file(path);
+    return static_cast<bool>(file << text << std::flush);
+}
+
+bool isSafeFolder(const std::string& folder) {
+    return !isPublic(folder) || checkPublicFolder(folder).empty();
 }

@@ -71,7 +71,9 @@ pid_t spawn(const std::vector<std::string>& argv, int stdoutFd, const JobOptions
     } else {
         posix_spawn_file_actions_adddup2(&files.actions, stdoutFd, STDOUT_FILENO);
     }
-    if (options.quiet) {
+    if (options.keepErrors) {
+        posix_spawn_file_actions_adddup2(&files.actions, stdoutFd, STDERR_FILENO);
+    } else if (options.quiet) {
         posix_spawn_file_actions_addopen(&files.actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
     }
 #if defined(__GLIBC__) && __GLIBC_PREREQ(2, 34)

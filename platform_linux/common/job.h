@@ -14,6 +14,7 @@ struct JobOptions {
     std::chrono::milliseconds limit{2000};
     size_t maxOutput = 8192;  // bytes of standard output that are kept; the rest is discarded
     bool quiet = false;       // discard standard error
+    bool keepErrors = false;  // standard error is part of the output
     uint64_t maxFile = 0;     // bytes that a file written by it may have; 0: no limit
     bool outlives = false;    // keeps running when the library ends; its output is discarded
     int in = -1;              // standard input; -1: an empty one

@@ -18,6 +18,7 @@
 #include "base/result.h"
 #include "common/command.h"
 #include "common/conf.h"
+#include "common/files.h"
 #include "common/hook.h"
 #include "common/job.h"
 #include "common/log.h"
@@ -63,7 +64,7 @@ void finish() {
 }
 
 void fail(const char* why) {
-    LOG_LINE(1, "firmware: %s: %s", fetch.url.c_str(), why);
+    LOG_LINE(1, "firmware: %s: %s", plainText(fetch.url).c_str(), why);
     finish();
     setFirmwareState(PLATFORM_FW_FAILED);
 }
@@ -111,8 +112,15 @@ bool download(const std::string& url, const std::string& file, uint64_t most, se
               JobDone done) {
     const auto argv = downloader(url, file, limit);
     return !argv.empty() && most > 0 &&
-           startJob(argv, {.limit = limit, .maxFile = most, .name = "firmware download"},
-                    std::move(done)) != 0;
+           startJob(argv,
+                    {.limit = limit,
+                     .keepErrors = true,  // may quote the server
+                     .maxFile = most,
+                     .name = "firmware download"},
+                    [done = std::move(done)](int status, const std::string& output) {
+                        if (!output.empty()) LOG_LINE(2, "firmware: %s", plainText(output).c_str());
+                        done(status, output);
+                    }) != 0;
 }
 
 void imageFetched(int status) {
@@ -203,13 +211,18 @@ int startFetch(std::string url, const std::string& fileName) {
         return kFailure;
     }
     std::string folder = downloadFolder() + "/" + kFolderName + "XXXXXX";
+    if (!isSafeFolder(downloadFolder())) {
+        LOG_LINE(1, "firmware: other users can change %s; see FIRMWARE_DOWNLOAD",
+                 downloadFolder().c_str());
+        return kFailure;
+    }
     if (mkdtemp(folder.data()) == nullptr) {
         LOG_LINE(1, "firmware: can't make %s: %m", folder.c_str());
         return kFailure;
     }
     fetch = {url, folder, 0};
     setFirmwareState(PLATFORM_FW_UPGRADE);
-    LOG_LINE(3, "firmware: fetch %s", url.c_str());
+    LOG_LINE(3, "firmware: fetch %s", plainText(url).c_str());
     if (!fetchManifest()) fail("no program to fetch it");
     return firmwareState() == PLATFORM_FW_UPGRADE ? kOk : kFailure;
 }

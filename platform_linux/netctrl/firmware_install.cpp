@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "common/files.h"
 #include "common/hook.h"
 #include "common/log.h"
 #include "netctrl/firmware_fetch.h"
@@ -45,7 +46,7 @@ Fd takeLock() {
     if (lstat(lockFile().c_str(), &status) == 0 && status.st_uid != geteuid()) {
         remove(lockFile().c_str());
     }
-    Fd lock(open(lockFile().c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
+    Fd lock = openOwnFile(lockFile(), O_RDWR | O_CREAT | O_NONBLOCK, 0600);
     if (!lock || flock(lock.get(), LOCK_EX | LOCK_NB) != 0) return Fd();
     return lock;
 }
