@@ -1,18 +1,21 @@
 #include "data_model.h"
 
+#include <fcntl.h>
+#include <sys/shm.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <iterator>
-#include <sstream>
-#include <thread>
+
+#include "orders/slot_layout.h"
 
 namespace {
 
 constexpr size_t kMaxSize = 64UL << 20;
-constexpr int kAttempts = 4;  // the daemon may be writing the file
-constexpr auto kPause = std::chrono::milliseconds(25);
 
 bool isBlank(char c) {
     return c == ' ' || c == '\t';
@@ -149,6 +152,38 @@ ModelDevice deviceOf(const Json& object) {
     return device;
 }
 
+// Whether the daemon of this device runs as that user.
+bool isDaemon(uid_t user) {
+    shmid_ds info{};
+    const int slot = shmget(slots::kReqKey, 0, 0);
+    return slot >= 0 && shmctl(slot, IPC_STAT, &info) == 0 && info.shm_perm.cuid == user;
+}
+
+// Reads the file. Returns what is wrong with it, empty if nothing is. Others may write to the usual
+// folder: their files are not believed, and a FIFO does not block.
+std::string readText(const std::string& path, std::string& text) {
+    const int fd = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC);
+    if (fd < 0 && errno != ELOOP) return std::string("can't be read: ") + std::strerror(errno);
+    struct stat info {};
+    if (fd < 0 || fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+        if (fd >= 0) close(fd);
+        return "is not a regular file: remove it, or name another one with --data-model";
+    }
+    const uid_t owner = info.st_uid;
+    if (owner != 0 && owner != geteuid() && !isDaemon(owner)) {
+        close(fd);
+        return "belongs to user " + std::to_string(owner) +
+               ", not to root or the daemon: remove it, or name another one with --data-model";
+    }
+    char chunk[65536];
+    ssize_t n = 0;
+    while (text.size() < kMaxSize && (n = read(fd, chunk, sizeof chunk)) > 0) {
+        text.append(chunk, static_cast<size_t>(n));
+    }
+    close(fd);
+    return n < 0 ? std::string("can't be read: ") + std::strerror(errno) : "";
+}
+
 }  // namespace
 
 std::string ModelDevice::text(const char* member) const {
@@ -205,22 +240,10 @@ DataModel parseDataModel(std::string_view text) {
 }
 
 DataModel readDataModel(const std::string& path) {
-    DataModel model;
-    for (int attempt = 0; attempt < kAttempts; attempt++) {
-        if (attempt > 0) std::this_thread::sleep_for(kPause);
-        std::ifstream file(path, std::ios::binary);
-        if (!file) {
-            model.trouble = path + ": " + std::strerror(errno);
-            return model;
-        }
-        std::string text;
-        for (char chunk[65536]; text.size() < kMaxSize && (file.read(chunk, sizeof chunk), true);) {
-            text.append(chunk, static_cast<size_t>(file.gcount()));
-            if (!file) break;
-        }
-        model = parseDataModel(text);
-        if (model.trouble.empty()) return model;
-        model.trouble = path + " " + model.trouble;
-    }
+    std::string text;
+    std::string trouble = readText(path, text);
+    DataModel model = trouble.empty() ? parseDataModel(text) : DataModel{};
+    if (trouble.empty()) trouble = model.trouble;
+    if (!trouble.empty()) model.trouble = path + " " + trouble;
     return model;
 }

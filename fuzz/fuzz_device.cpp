@@ -63,8 +63,8 @@ class Folder {
         if (mkdtemp(path_.data()) == nullptr) abort();
     }
     ~Folder() {
-        for (const char* name :
-             {"vm1905.json", "vm1905_APautoconfig.json", "vm1905_log.json", "ROOTAP_MESH_MAC"}) {
+        for (const char* name : {"vm1905.json", "vm1905_APautoconfig.json", "vm1905_log.json",
+                                 "ROOTAP_MESH_MAC", "rootap_ip"}) {
             (void)unlink((path_ + "/" + name).c_str());
         }
         (void)rmdir(path_.c_str());

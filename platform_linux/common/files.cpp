@@ -5,8 +5,17 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <fstream>
 
-#include "base/fd.h"
+#include "base/public_file.h"
+
+namespace {
+
+bool isPublic(const std::string& path) {
+    return (path + "/").starts_with("/tmp/");
+}
+
+}  // namespace
 
 std::string readFile(const std::string& path, size_t most, Links links) {
     const int noFollow = links == Links::kRefuse ? O_NOFOLLOW : 0;
@@ -35,4 +44,20 @@ bool makeOwnFolder() {
     return lstat(folder.c_str(), &info) == 0 && S_ISDIR(info.st_mode) &&
            (info.st_uid == 0 || info.st_uid == geteuid()) &&
            (info.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
+Fd openOwnFile(const std::string& path, int flags, mode_t mode) {
+    FileTrouble trouble;
+    if (isPublic(path)) return openPublicFile(path, flags, mode, trouble);
+    return Fd(open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW, mode));
+}
+
+bool writeOwnFile(const std::string& path, std::string_view text) {
+    if (isPublic(path)) return replacePublicFile(path, text).empty();
+    std::ofstream file(path);
+    return static_cast<bool>(file << text << std::flush);
+}
+
+bool isSafeFolder(const std::string& folder) {
+    return !isPublic(folder) || checkPublicFolder(folder).empty();
 }

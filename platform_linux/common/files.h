@@ -1,8 +1,14 @@
-// Files that are read whole.
+// Files that are read whole, and files below /tmp, which base/public_file.h checks. Other folders
+// are the administrator's.
 #pragma once
+
+#include <sys/types.h>
 
 #include <cstddef>
 #include <string>
+#include <string_view>
+
+#include "base/fd.h"
 
 enum class Links { kFollow, kRefuse };
 
@@ -16,3 +22,10 @@ std::string ownFolder();
 // Makes it if it is missing. False if it is not a folder of root or the daemon's user to which only
 // they can write.
 [[nodiscard]] bool makeOwnFolder();
+
+// Opens a file for writing, without O_TRUNC. A link is not followed.
+Fd openOwnFile(const std::string& path, int flags, mode_t mode);
+// Replaces the content of a file. Whether that worked.
+bool writeOwnFile(const std::string& path, std::string_view text);
+// Whether nobody else can exchange what is made in the folder.
+bool isSafeFolder(const std::string& folder);

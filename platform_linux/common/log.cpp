@@ -3,13 +3,15 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "base/text.h"
+
 void logLine(const char* format, ...) {
-    fputs("[vmNetCtrl] ", stdout);
+    char text[2048];
     va_list args;
     va_start(args, format);
     // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start is in the line above
-    vprintf(format, args);
+    vsnprintf(text, sizeof text, format, args);
     va_end(args);
-    fputs("\r\n", stdout);
+    printf("[vmNetCtrl] %s\r\n", plainLine(text).c_str());
     fflush(stdout);
 }

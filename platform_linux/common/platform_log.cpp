@@ -7,16 +7,17 @@
 #include <string>
 
 #include "api.h"
-#include "base/fd.h"
 #include "base/result.h"
+#include "base/text.h"
 #include "common/conf.h"
+#include "common/files.h"
 #include "common/log.h"
 
 namespace {
 
 // Opens the file for each line, so that it may be rotated or removed at any time.
 int appendLine(const char* path, const std::string& text) {
-    const Fd file(open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0640));
+    const Fd file = openOwnFile(path, O_WRONLY | O_APPEND | O_CREAT, 0640);
     if (!file) {
         LOG_LINE(2, "can't open log file %s", path);
         return kFailure;
@@ -39,9 +40,7 @@ int outputlogData(const char* line) {
     std::string text = line;
     while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) text.pop_back();
     // Lines contain texts from other devices, which must not be able to forge lines.
-    for (char& c : text) {
-        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '?';
-    }
+    text = plainLine(text);
     const std::string path(conf().value("LOG_FILE"));
     if (!path.empty()) return appendLine(path.c_str(), text);
     syslog(LOG_DAEMON | LOG_INFO, "%s", text.c_str());

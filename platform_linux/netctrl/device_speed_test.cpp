@@ -40,7 +40,8 @@ int outputSpeedTestData(const uint8_t* alMac, const char* data) {
         return runHook("speed-test-result", {macText(alMac), orEmpty(data)});
     }
     // Without a hook the results go to the platform log.
-    return outputlogData(("[SpeedTest] " + macText(alMac) + ": " + orEmpty(data)).c_str());
+    return outputlogData(
+        ("[SpeedTest] " + macText(alMac) + ": " + plainText(orEmpty(data))).c_str());
 }
 
 int getSpeedTestData(char data[PLATFORM_SYNC_DATA_LEN]) {

@@ -13,6 +13,7 @@
 #include "api.h"
 #include "base/result.h"
 #include "common/conf.h"
+#include "common/files.h"
 #include "common/hook.h"
 #include "common/job.h"
 #include "common/log.h"
@@ -61,7 +62,8 @@ void finish() {
 }
 
 void fail(const std::string& why) {
-    LOG_LINE(1, "firmware: %s is not installed: %s", fetch.url.text.c_str(), why.c_str());
+    LOG_LINE(1, "firmware: %s is not installed: %s", plainText(fetch.url.text).c_str(),
+             why.c_str());
     finish();
     setFirmwareState(PLATFORM_FW_FAILED);
 }
@@ -161,13 +163,18 @@ int startFetch(std::string text, const std::string& fileName) {
     }
     if (const Refusal why = checkTrust(); !why.empty()) return refuse(why);
     std::string folder = downloadFolder() + "/" + kFolderName + "XXXXXX";
+    if (!isSafeFolder(downloadFolder())) {
+        LOG_LINE(1, "firmware: other users can change %s; see FIRMWARE_DOWNLOAD",
+                 downloadFolder().c_str());
+        return kFailure;
+    }
     if (mkdtemp(folder.data()) == nullptr) {
         LOG_LINE(1, "firmware: can't make %s: %m", folder.c_str());
         return kFailure;
     }
     fetch = {*url, folder, 0, {}};
     setFirmwareState(PLATFORM_FW_UPGRADE);
-    LOG_LINE(3, "firmware: fetch %s", text.c_str());
+    LOG_LINE(3, "firmware: fetch %s", plainText(text).c_str());
     if (!fetchManifest()) fail(kNoDownload);
     return firmwareState() == PLATFORM_FW_UPGRADE ? kOk : kFailure;
 }

@@ -1,7 +1,6 @@
 #include "netctrl/firmware_own.h"
 
 #include <cstdio>
-#include <fstream>
 #include <string>
 #include <utility>
 
@@ -41,8 +40,7 @@ void giveUp(const std::string& digest, const char* why) {
 // Written before the hook runs, because it may not return. Without the note, a device that reports
 // another version afterwards would install the image again and again.
 bool note(const std::string& digest) {
-    std::ofstream file(noteFile());
-    if (file << digest << std::endl) return true;
+    if (writeOwnFile(noteFile(), digest + "\n")) return true;
     LOG_LINE(1, "firmware: can't write .installed in FIRMWARE_FOLDER");
     return false;
 }

@@ -42,8 +42,12 @@ Seconds toWallClock(Seconds stamp) {
 }
 
 int64_t uptimeMs() {
-    if (testSource != nullptr) return testSource() * 1000;
-    return nanoseconds(CLOCK_BOOTTIME) / 1'000'000;
+    return uptimeUs() / 1000;
+}
+
+int64_t uptimeUs() {
+    if (testSource != nullptr) return testSource() * 1'000'000;
+    return nanoseconds(CLOCK_BOOTTIME) / 1000;
 }
 
 void sleepMicroseconds(unsigned microseconds) {

@@ -17,12 +17,14 @@ Seconds wallClock();
 // clients see.
 Seconds toWallClock(Seconds stamp);
 
-// Milliseconds since boot, for waits shorter than the steps of now().
+// Time since boot in milliseconds or microseconds, for what is shorter than the steps of now().
 int64_t uptimeMs();
+int64_t uptimeUs();
 
 // Waits this many microseconds, or until a signal arrives.
 void sleepMicroseconds(unsigned microseconds);
 
-// Replaces the source of now(), wallClock() and uptimeMs(); nullptr restores the system's clock.
+// Replaces the source of now(), wallClock(), uptimeMs() and uptimeUs(); nullptr restores the
+// system's clock.
 using ClockSource = Seconds (*)();
 void setClockSource(ClockSource source);

@@ -1,23 +1,38 @@
 #include "base/log.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <string>
 
 #include "base/clock.h"
 #include "base/result.h"
+#include "base/text.h"
 #include "platform/lifecycle.h"
 
 uint8_t DEBUGLEVEL = 3;
 
+namespace {
+
+constexpr size_t kMostOutput = 2047;
+
+std::string formatted(const char* format, va_list args) {
+    char text[4096];
+    vsnprintf(text, sizeof text, format, args);
+    return plainLine(text);
+}
+
+}  // namespace
+
 void logLine(int level, const char* function, int line, const char* format, ...) {
     const int error = errno;  // stays what it was for the caller
-    printf("[vm1905] [TM=%ld/LVL=%d] - %s(%d): ", static_cast<long>(wallClock()), level, function,
-           line);
     va_list args;
     va_start(args, format);
-    vprintf(format, args);
+    const std::string text = formatted(format, args);
     va_end(args);
+    printf("[vm1905] [TM=%ld/LVL=%d] - %s(%d): %s", static_cast<long>(wallClock()), level, function,
+           line, text.c_str());
     fflush(stdout);
     errno = error;
 }
@@ -34,10 +49,10 @@ uint8_t getDebugLevel() {
 }
 
 void Outputlog(const char* format, ...) {
-    char line[2048];
     va_list args;
     va_start(args, format);
-    vsnprintf(line, sizeof line, format, args);
+    std::string line = formatted(format, args);
     va_end(args);
-    (void)outputlogData(line);
+    line.resize(std::min(line.size(), kMostOutput));
+    (void)outputlogData(line.c_str());
 }

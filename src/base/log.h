@@ -15,8 +15,8 @@
 // The same for a constant text; adds the line feed.
 #define LOG_PUTS(level, text) LOG(level, "%s\n", text)
 
-// Prints a prefix (wall clock, level, function, line) and the printf-like message. Normally called
-// through the macros, which check the level.
+// Prints a prefix (wall clock, level, function, line) and the printf-like message, cleaned by
+// plainLine and cut to 4095 bytes. Normally called through the macros, which check the level.
 void logLine(int level, const char* function, int line, const char* format, ...)
     __attribute__((format(printf, 4, 5)));
 
@@ -25,5 +25,6 @@ int setDebugLevel(uint8_t level);
 // The running level.
 uint8_t getDebugLevel();
 
-// Formats a line like printf, cuts it to 2047 bytes and hands it to the log of the platform.
+// Formats a line like printf, cleans it by plainLine, cuts it to 2047 bytes and hands it to the log
+// of the platform.
 void Outputlog(const char* format, ...) __attribute__((format(printf, 1, 2)));

@@ -5,29 +5,140 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <vector>
 
-#include "base/fd.h"
-#include "base/log.h"
-#include "base/result.h"
+namespace {
 
-bool isOrdinaryFile(const char* path) {
-    struct stat status {};
-    return lstat(path, &status) == 0 ? S_ISREG(status.st_mode) : errno == ENOENT;
+constexpr mode_t kOthersWrite = S_IWGRP | S_IWOTH;
+
+std::string reason() {
+    return strerror(errno);
 }
 
-int writePublicFile(const char* path, std::string_view text) {
-    const Fd file(open(path, O_WRONLY | O_CREAT | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC, 0666));
-    struct stat status {};
-    if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return kFailure;
-    if (ftruncate(file.get(), 0) != 0) return kFailure;
+// open(2) would follow a link in front of a slash at the end.
+std::string withoutSlash(std::string path) {
+    while (path.size() > 1 && path.ends_with('/')) path.pop_back();
+    return path;
+}
+
+struct Place {
+    std::string folder, name;
+};
+
+Place placeOf(const std::string& path) {
+    const size_t slash = path.rfind('/');
+    if (slash == path.npos) return {".", path};
+    return {withoutSlash(path.substr(0, slash + 1)), path.substr(slash + 1)};
+}
+
+Fd openFolder(int parent, const std::string& folder, FileTrouble& trouble) {
+    Fd fd(openat(parent, folder.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    struct stat info {};
+    if (!fd || fstat(fd.get(), &info) != 0) {
+        const bool isOther = errno == ENOTDIR || errno == ELOOP;
+        trouble = "folder " + folder + (isOther ? " is a link or no folder" : ": " + reason());
+        return Fd();
+    }
+    const bool isShared = info.st_uid == 0 && (info.st_mode & S_ISVTX) != 0;
+    const bool isOwn = info.st_uid == geteuid() && (info.st_mode & kOthersWrite) == 0;
+    if (isShared || isOwn) return fd;
+    trouble = "folder " + folder + " belongs to another user or is writable by others";
+    return Fd();
+}
+
+bool isOwnFile(const struct stat& info) {
+    return S_ISREG(info.st_mode) && info.st_uid == geteuid() && info.st_nlink == 1;
+}
+
+constexpr const char* kNotOwn = "it is a link or special file, has a second name or another owner";
+
+FileTrouble writeAll(const Fd& file, std::string_view text) {
     while (!text.empty()) {
         const ssize_t written = write(file.get(), text.data(), text.size());
         if (written > 0) {
             text.remove_prefix(static_cast<size_t>(written));
         } else if (written == 0 || errno != EINTR) {
-            LOG(1, "failed to write %s\r\n", path);
-            return kFailure;
+            return reason();
         }
     }
-    return kOk;
+    return {};
+}
+
+}  // namespace
+
+FileTrouble checkPublicFolder(const std::string& folder) {
+    FileTrouble trouble;
+    (void)openFolder(AT_FDCWD, withoutSlash(folder), trouble);
+    return trouble;
+}
+
+FileTrouble makePublicFolder(const std::string& folder) {
+    FileTrouble trouble;
+    const Place place = placeOf(withoutSlash(folder));
+    const Fd parent = openFolder(AT_FDCWD, place.folder, trouble);
+    if (!parent) return trouble;
+    if (mkdirat(parent.get(), place.name.c_str(), 0755) != 0 && errno != EEXIST) return reason();
+    (void)openFolder(parent.get(), place.name, trouble);
+    return trouble;
+}
+
+FileTrouble replacePublicFile(const std::string& path, std::string_view text) {
+    FileTrouble trouble;
+    const Place place = placeOf(path);
+    const Fd folder = openFolder(AT_FDCWD, place.folder, trouble);
+    if (!folder) return trouble;
+    struct stat old {};
+    const bool exists = fstatat(folder.get(), place.name.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0;
+    if (exists ? !isOwnFile(old) : errno != ENOENT) return exists ? kNotOwn : reason();
+
+    // A crash may have left one. O_EXCL: nobody else must have made it.
+    const std::string temporary = "." + place.name + ".new";
+    (void)unlinkat(folder.get(), temporary.c_str(), 0);
+    const Fd file(openat(folder.get(), temporary.c_str(),
+                         O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                         exists ? 0600 : 0666));
+    if (!file) return reason();
+    if (exists) {
+        // Meant: a group that this user may not give away is lost, with no access for the new one.
+        const bool sameGroup = fchown(file.get(), static_cast<uid_t>(-1), old.st_gid) == 0;
+        (void)fchmod(file.get(), old.st_mode & (sameGroup ? 0777 : 0707));
+    }
+    trouble = writeAll(file, text);
+    if (trouble.empty() &&
+        renameat(folder.get(), temporary.c_str(), folder.get(), place.name.c_str()) != 0) {
+        trouble = reason();
+    }
+    if (!trouble.empty()) (void)unlinkat(folder.get(), temporary.c_str(), 0);
+    return trouble;
+}
+
+FileTrouble appendPublicFile(const std::string& path, std::string_view text) {
+    FileTrouble trouble;
+    const Fd file = openPublicFile(path, O_WRONLY | O_APPEND | O_CREAT, 0666, trouble);
+    return file ? writeAll(file, text) : trouble;
+}
+
+Fd openPublicFile(const std::string& path, int flags, mode_t mode, FileTrouble& trouble) {
+    const Place place = placeOf(path);
+    const Fd folder = openFolder(AT_FDCWD, place.folder, trouble);
+    if (!folder) return Fd();
+    Fd file(openat(folder.get(), place.name.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC,
+                   mode));
+    struct stat info {};
+    if (file && fstat(file.get(), &info) == 0 && isOwnFile(info)) return file;
+    trouble = file ? kNotOwn : reason();
+    return Fd();
+}
+
+void removePublicFiles(const std::string& folder, std::string_view beginning) {
+    // Collected first, because removing while reading a folder may skip entries.
+    std::vector<std::filesystem::path> found;
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        if (entry->path().filename().string().starts_with(beginning)) found.push_back(*entry);
+    }
+    for (const auto& path : found) std::filesystem::remove_all(path, error);
 }

@@ -1,12 +1,40 @@
-// Files in folders that everybody may write to. Somebody may have put a link, a FIFO or a device
-// there under the name of the file: a writer must neither follow nor wait for it.
+// Files in folders such as /tmp, where other users may put links, FIFOs or files of their own under
+// the name of ours. Nothing here follows a link or waits for a FIFO.
+//
+// A folder must belong to this user and be writable by nobody else, or be shared like /tmp: sticky
+// and owned by root. A file must be a regular file of this user with a single name. Whatever does
+// not comply is left alone.
+//
+// The platform library uses this module too, so it neither logs nor has state; see file_trouble.h.
 #pragma once
 
+#include <sys/types.h>
+
+#include <string>
 #include <string_view>
 
-// True if the path is absent or a regular file. Checked before a shell command writes to the path.
-[[nodiscard]] bool isOrdinaryFile(const char* path);
+#include "base/fd.h"
 
-// Replaces the content of a file, or creates it. kOk, or kFailure if the path is not a regular file
-// or cannot be opened (it is then left alone), or if writing fails (logged).
-[[nodiscard]] int writePublicFile(const char* path, std::string_view text);
+// Why something failed, for people; empty if it did not.
+using FileTrouble = std::string;
+
+// Checks an existing folder.
+[[nodiscard]] FileTrouble checkPublicFolder(const std::string& folder);
+
+// Makes the folder with mode 0755, unless it exists.
+[[nodiscard]] FileTrouble makePublicFolder(const std::string& folder);
+
+// Gives the file this content, or creates it. It is replaced as a whole, so that a reader never
+// finds half of it; it keeps its mode and group.
+[[nodiscard]] FileTrouble replacePublicFile(const std::string& path, std::string_view text);
+
+// Adds to the file, or creates it.
+[[nodiscard]] FileTrouble appendPublicFile(const std::string& path, std::string_view text);
+
+// Opens the file with these flags of open(2), which must not have O_TRUNC, and creates it with this
+// mode if they have O_CREAT. An empty Fd, and the trouble, if that fails.
+[[nodiscard]] Fd openPublicFile(const std::string& path, int flags, mode_t mode,
+                                FileTrouble& trouble);
+
+// Removes everything in the folder whose name begins like this.
+void removePublicFiles(const std::string& folder, std::string_view beginning);

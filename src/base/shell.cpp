@@ -23,16 +23,3 @@ int runShell(const char* format, ...) {
     sigaction(SIGPIPE, &before, nullptr);
     return status;
 }
-
-std::optional<std::string> escapeForEcho(std::string_view text) {
-    const bool isOption =
-        text.size() > 1 && text[0] == '-' && text.find_first_not_of("neE", 1) == text.npos;
-    if (isOption) return std::nullopt;
-    std::string escaped;
-    for (const char c : text) {
-        if (c == '\\' || c == '\0') return std::nullopt;
-        if (c == '"' || c == '$' || c == '`') escaped += '\\';
-        escaped += c;
-    }
-    return escaped;
-}

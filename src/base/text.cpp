@@ -21,8 +21,19 @@ size_t utf8Length(std::string_view text) {
     return invalid ? 0 : length;
 }
 
-bool isPlain(char c) {
-    return static_cast<uint8_t>(c) >= 0x20 && c != 0x7F && c != '"' && c != '\\';
+// Whether this character, of valid UTF-8, may be in a log or a JSON file.
+bool isPlain(std::string_view character) {
+    const auto at = [&](size_t i) { return static_cast<uint8_t>(character[i]); };
+    if (character.size() == 1) {
+        return at(0) >= 0x20 && at(0) != 0x7F && at(0) != '"' && at(0) != '\\';
+    }
+    if (at(0) == 0xC2) return at(1) >= 0xA0;                // C1 control characters
+    if (at(0) == 0xD8) return at(1) != 0x9C;                // U+061C
+    if (at(0) != 0xE2) return true;                         // the other marks are U+20xx
+    const int code = (at(1) & 0x3F) << 6 | (at(2) & 0x3F);  // the low 12 bits
+    const bool isMark = code == 0x00E || code == 0x00F || (code >= 0x02A && code <= 0x02E) ||
+                        (code >= 0x066 && code <= 0x069);
+    return !isMark;
 }
 
 // The length of the JSON string or number at the start, 0 if there is none.
@@ -40,15 +51,23 @@ size_t jsonItemLength(std::string_view text) {
 
 }  // namespace
 
-std::string plainText(std::string_view text, size_t maxBytes) {
+std::string plainText(std::string_view text, size_t maxBytes, std::string_view keep) {
     std::string plain;
     while (!text.empty() && text[0] != '\0') {
         const size_t length = utf8Length(text);
         if (length > maxBytes - plain.size()) break;
-        if (length > 1 || (length == 1 && isPlain(text[0]))) plain += text.substr(0, length);
+        const std::string_view character = text.substr(0, length);
+        if (length > 0 && (isPlain(character) || keep.find(character) != keep.npos)) {
+            plain += character;
+        }
         text.remove_prefix(std::max<size_t>(length, 1));
     }
     return plain;
+}
+
+std::string plainLine(std::string_view line) {
+    const size_t end = line.find_last_not_of("\r\n") + 1;
+    return plainText(line.substr(0, end), std::string::npos, "\"\\").append(line.substr(end));
 }
 
 bool isJsonItems(std::string_view text) {

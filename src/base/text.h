@@ -53,11 +53,15 @@ class Text {
     std::array<char, N> buf_{};
 };
 
-// Cleans a text from another device or the platform for the data model, which writes stored texts
-// between quotes without escaping them: takes the text up to its first NUL and drops control
-// characters, quotes, backslashes and invalid UTF-8. The result is cut to maxBytes, between
-// characters.
-[[nodiscard]] std::string plainText(std::string_view text, size_t maxBytes = std::string::npos);
+// Cleans a text from another device or process for a table, a log or a JSON file, which is written
+// without escaping: takes the text up to its first NUL and drops control characters (C0 and C1),
+// marks that change the direction of writing, quotes, backslashes and invalid UTF-8, except for the
+// characters to keep. The result is cut to maxBytes, between characters.
+[[nodiscard]] std::string plainText(std::string_view text, size_t maxBytes = std::string::npos,
+                                    std::string_view keep = {});
+// Cleans a line for a log, in case a text in it was not: keeps quotes and backslashes, which may be
+// our own, and the line end.
+[[nodiscard]] std::string plainLine(std::string_view line);
 // Stores the cleaned text, cut to what the field holds.
 template <size_t N>
 void storePlain(Text<N>& field, std::string_view text) {

@@ -158,13 +158,13 @@ int sendEXdeviceFWCtrl(const MacAddr& alMac, std::string_view version, const cha
     char fileName[PLATFORM_FW_FILE_NAME_LEN] = {};
     if (getDownloanURL(ownHostname, hostname, url, fileName) != 0) return kFailure;
     url[sizeof url - 1] = fileName[sizeof fileName - 1] = '\0';
-    LOG(5, "send DownloanURL(%s)\n", url);
+    LOG(5, "send DownloanURL(%s)\n", plainText(url).c_str());
     (void)addFWupgradelist(alMac, kFWupgradeSetState, kFWupgradeOrdered);
     (void)addFWupgradelist(alMac, kFWupgradeSetSent, 1);
     (void)set_vsftpd_StartStop(1);
     addFWupgradelistHistory(alMac, 1);
-    Outputlog("[FWupgrade] send (URL:%s)(FileName:%s) to (" MAC_FMT ")", url, fileName,
-              MAC_ARGS(alMac));
+    Outputlog("[FWupgrade] send (URL:%s)(FileName:%s) to (" MAC_FMT ")", plainText(url).c_str(),
+              plainText(fileName).c_str(), MAC_ARGS(alMac));
     // Meant: exactly this version of the component, not a later one, takes the item form.
     if (strtol(versionText.c_str(), nullptr, 10) == kItemFormVersion) {
         (void)sendVendMsg(alMac, VEND_MSG_TYPE_FW_CTRL_2_REQ, itemForm(url, fileName));

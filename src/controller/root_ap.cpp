@@ -4,8 +4,7 @@
 
 #include <algorithm>
 
-#include "base/public_file.h"
-#include "base/shell.h"
+#include "base/file_trouble.h"
 #include "base/state.h"
 #include "db/database.h"
 #include "platform/autoconfig.h"
@@ -29,11 +28,16 @@ void noteMeshMac(const DevIntf& intf) {
     }
 }
 
-// Checked because the text comes from another device and is part of a shell command.
+// Checked because the text comes from another device and programs read the file.
 bool isIpAddress(const Text<32>& text) {
     in6_addr address{};
     return inet_pton(AF_INET, text.c_str(), &address) == 1 ||
            inet_pton(AF_INET6, text.c_str(), &address) == 1;
+}
+
+void publish(const char* name, std::string_view text) {
+    const std::string path = rootAp().folder + name;
+    (void)noteFileTrouble(path, replacePublicFile(path, text));
 }
 
 }  // namespace
@@ -59,7 +63,7 @@ void publishRootApMeshMacs() {
     for (const auto& row : rootAp().rows) {
         text.append(row.intfName).append("=").append(row.mac.view()).append("\n");
     }
-    (void)writePublicFile((rootAp().folder + "/ROOTAP_MESH_MAC").c_str(), text);
+    publish("/ROOTAP_MESH_MAC", text);
 }
 
 bool isRootApIpWanted() {
@@ -73,8 +77,6 @@ void publishRootApIp() {
     for (const auto& dev : topol->devs) {
         if (!isRootAp(dev) || dev.deviceIP == rootAp().ip || !isIpAddress(dev.deviceIP)) continue;
         rootAp().ip = dev.deviceIP;
-        const std::string path = rootAp().folder + "/rootap_ip";
-        if (isOrdinaryFile(path.c_str()))
-            (void)runShell("echo %s >%s", rootAp().ip.c_str(), path.c_str());
+        publish("/rootap_ip", std::string(rootAp().ip.view()) + "\n");
     }
 }

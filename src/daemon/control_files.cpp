@@ -8,8 +8,8 @@
 #include "base/clock.h"
 #include "base/fd.h"
 #include "base/log.h"
+#include "base/public_file.h"
 #include "base/result.h"
-#include "base/shell.h"
 #include "base/state.h"
 #include "db/data_manager.h"
 #include "db/options.h"
@@ -59,9 +59,9 @@ bool isStillEmpty(const timespec& change) {
 }
 
 void cleanUp() {
-    // Meant: the pattern does not match the control files, which act until the operator deletes
+    // Meant: this beginning does not match the control files, which act until the operator deletes
     // them.
-    (void)runShell("%s%s", "rm -rf ", "/tmp/vm905_*");
+    removePublicFiles(module().folder, "vm905_");
 }
 
 int stop(const std::string& path) {

@@ -4,6 +4,7 @@
 
 #include <tuple>
 
+#include "base/file_trouble.h"
 #include "controller/announcements.h"
 #include "controller/controller_loop.h"
 #include "controller/root_ap.h"
@@ -31,13 +32,16 @@
 #include "orders/slots.h"
 #include "orders/speed_test.h"
 #include "orders/wifi_sync.h"
+#include "publish/data_model_files.h"
 #include "service/intf_request.h"
 #include "service/service_monitor.h"
 #include "service/wake_fifo.h"
 
 using ModuleStates = std::tuple<                                          //
+    FailingFiles,                                                         // base
     SysCtrl, Database, DataModelUpdateReq, NeighborAging, Upcalls,        // db
     PortsState, TransmitterState, FragmentStore, RelayLimit,              // net
+    DataModelFiles,                                                       // publish
     VendQueries, ControlLists, FWupgradeList, Schedule, PendingRequests,  // orders
     SlotsState, SpeedTestState, WifiSyncState,                            //
     AnswerMemory, MessageLog, OrderRefusals, ResultFiles,                 // handlers

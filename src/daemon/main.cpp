@@ -19,8 +19,10 @@
 #include "db/options.h"
 #include "db/own_state.h"
 #include "db/sys_ctrl.h"
+#include "handlers/message_log.h"
 #include "platform/autoconfig.h"
 #include "platform/lifecycle.h"
+#include "publish/data_model_files.h"
 #include "service/service_monitor.h"
 
 namespace {
@@ -135,6 +137,8 @@ int main(int argc, char** argv) {
     updateFWUpgradeStatus(0, 0);
     (void)runStateMachine();
 
+    writeWaitingDataModelFiles();
+    writeWaitingMsgLog();
     (void)destroyNetCtrl();
     (void)destroyMessageMonitor();
     (void)destroyServiceMonitor();

@@ -14,9 +14,11 @@
 #include "db/neighbor_aging.h"
 #include "db/sys_ctrl.h"
 #include "db/upcalls.h"
+#include "handlers/message_log.h"
 #include "net/transmitter.h"
 #include "orders/query_tracking.h"
 #include "platform/lifecycle.h"
+#include "publish/data_model_files.h"
 #include "publish/json_data_model.h"
 #include "service/service_monitor.h"
 #include "wire/frame.h"
@@ -69,6 +71,8 @@ int runPass() {
     checkIntfNbrIntfTimeOut();
     checkNbrDevTableTimeOut();
     checkDataModelStatus();
+    writeDueDataModelFiles();
+    writeDueMsgLog();
     checkUnsentTopolNtfMsg();
     checkDiscRepeat();
     checkVendRespMsgReceived();

@@ -15,6 +15,7 @@
 #include "net/ports.h"
 #include "net/raw_socket.h"
 #include "net/transmitter.h"
+#include "publish/data_model_files.h"
 #include "service/intf_request.h"
 #include "service/wake_fifo.h"
 
@@ -25,6 +26,12 @@ constexpr int kPendingWait = kSlotWait / 1000;  // while a client of this device
 
 MessageMonitor& module() {
     return stateOf<MessageMonitor>();
+}
+
+int longestWait() {
+    if (intfRequestIsPending()) return kPendingWait;
+    // Rounded up, so that the file is due then.
+    return static_cast<int>(std::min<int64_t>(timeToDataModelFile() / 1000, kWait - 1)) + 1;
 }
 
 }  // namespace
@@ -79,7 +86,7 @@ int runMessageMonitor() {
     }
     watch(wakeFifoFd());
     watch(linkEventsFd());
-    const int ready = waitReadable(limit, readable, intfRequestIsPending() ? kPendingWait : kWait);
+    const int ready = waitReadable(limit, readable, longestWait());
     module().paced = ready == 0;
     if (ready <= 0) return kOk;
 

@@ -8,8 +8,10 @@
 
 #include "base/log.h"
 #include "base/result.h"
+#include "handlers/message_log.h"
 
 int rebootSystem() {
+    writeWaitingMsgLog();
     sync();
     if (reboot(RB_AUTOBOOT) == 0) return kOk;
     LOG(1, "can't reboot: %s\n", strerror(errno));

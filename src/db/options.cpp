@@ -158,12 +158,13 @@ void readKeys(FILE* file, const Key (&keys)[N]) {
     }
 }
 
-// Fills a text from a platform function; the text is empty if that fails.
+// Fills a text from a platform function, cleaned; the text is empty if that fails.
 template <typename TextField>
 void fetch(int (*get)(char*), TextField& text) {
-    text = "";
-    if (get(text.data()) != 0) text = "";
-    text.terminate();
+    TextField given;
+    if (get(given.data()) != 0) given = "";
+    given.terminate();
+    storePlain(text, given);
 }
 
 // Stores a permission of the neighbors in the AlTable too, under this key of setAlTableConfValue.

@@ -130,8 +130,7 @@ int handleNetworkCtrlRespMsg(const VendContext& context, const NetworkCtrlResp& 
     Outputlog("[NetworkCtrl] get result (%d) of (%d) from (" MAC_FMT ")", answer.retCode,
               answer.networkOption, MAC_ARGS(context.msg.alMac));
     clearNetworkCtrlList(context.msg.alMac, answer.networkOption);
-    (void)writeResultFile("NetworkCtrl", context.msg.alMac, resultText(answer.retCode));
-    return kOk;
+    return writeResultFile("NetworkCtrl", context.msg.alMac, resultText(answer.retCode));
 }
 
 int handleUpdateExtenderconifgReqMsg(const VendContext& context, const TextPayload& request) {

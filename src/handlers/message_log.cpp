@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdio>
 #include <ctime>
 #include <optional>
 #include <string>
@@ -13,15 +14,15 @@
 #include <utility>
 
 #include "base/clock.h"
-#include "base/fd.h"
-#include "base/shell.h"
+#include "base/file_trouble.h"
 #include "base/state.h"
 #include "db/options.h"
 
 namespace {
 
-constexpr int kLines = 20;
+constexpr uint8_t kLines = 20;
 constexpr int kLinesPerFile = 10;
+constexpr int64_t kPeriod = 1000;  // milliseconds; the files are in flash memory
 
 std::string pathOf(int file) {
     return stateOf<MessageLog>().folder + "/vm1905.log" + std::to_string(file);
@@ -41,7 +42,7 @@ std::optional<int> newerFile() {
     int64_t latest = 0;  // nanoseconds
     for (const int file : {0, 1}) {
         struct stat info {};
-        if (stat(pathOf(file).c_str(), &info) != 0 || !S_ISREG(info.st_mode)) continue;
+        if (lstat(pathOf(file).c_str(), &info) != 0 || !S_ISREG(info.st_mode)) continue;
         const int64_t changed = info.st_mtim.tv_sec * 1'000'000'000 + info.st_mtim.tv_nsec;
         if (newer && changed < latest) continue;
         newer = file;
@@ -52,7 +53,8 @@ std::optional<int> newerFile() {
 
 // The end of the file.
 std::string tailOf(const std::string& path) {
-    const Fd file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    FileTrouble trouble;
+    const Fd file = openPublicFile(path, O_RDONLY, 0, trouble);
     char text[512];  // more than a line
     const off_t begin = lseek(file.get(), 0, SEEK_END) - static_cast<off_t>(sizeof text);
     const ssize_t length = pread(file.get(), text, sizeof text, std::max<off_t>(begin, 0));
@@ -90,6 +92,23 @@ void resume() {
     setLogIndexOption(static_cast<uint8_t>(line));
 }
 
+// Writes the first of the waiting lines and those that follow it in the same file.
+void writeLines() {
+    auto& log = stateOf<MessageLog>();
+    const int first = log.waiting.front().first;
+    const int file = fileOf(first);
+    std::string text;
+    do {
+        text += log.waiting.front().second;
+        log.waiting.pop_front();
+    } while (!log.waiting.empty() && fileOf(log.waiting.front().first) == file &&
+             log.waiting.front().first != firstLineOf(file));
+    const std::string path = pathOf(file);
+    (void)noteFileTrouble(path, first == firstLineOf(file) ? replacePublicFile(path, text)
+                                                           : appendPublicFile(path, text));
+    log.earliest = uptimeMs() + kPeriod;
+}
+
 }  // namespace
 
 void writeVendMsgLog(const VendMsg& msg, const MacAddr& srcMac) {
@@ -99,12 +118,28 @@ void writeVendMsgLog(const VendMsg& msg, const MacAddr& srcMac) {
     const time_t seconds = wallClock();
     tm local{};
     localtime_r(&seconds, &local);
-    const int file = fileOf(line);
-    const char* redirection = line == firstLineOf(file) ? ">" : ">>";
-    (void)runShell("echo \"%d: type=0x%.4x, from: " MAC_FMT "/" MAC_FMT
-                   " time: %.2d-%.2d-%.2dT%.2d:%.2d:%.2d\" %s %s",
-                   line, msg.vendMsgType, MAC_ARGS(msg.alMac), MAC_ARGS(srcMac),
-                   local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
-                   local.tm_min, local.tm_sec, redirection, pathOf(file).c_str());
+    char text[128];
+    snprintf(text, sizeof text,
+             "%d: type=0x%.4x, from: " MAC_FMT "/" MAC_FMT " time: %.2d-%.2d-%.2dT%.2d:%.2d:%.2d\n",
+             line, msg.vendMsgType, MAC_ARGS(msg.alMac), MAC_ARGS(srcMac), local.tm_year + 1900,
+             local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
+    auto& waiting = stateOf<MessageLog>().waiting;
+    waiting.emplace_back(line, text);
+    // Lines that the next ones overwrite in the files.
+    if (waiting.size() > kLines) waiting.pop_front();
     setLogIndexOption(static_cast<uint8_t>(lineAfter(line)));
+    writeDueMsgLog();
+}
+
+void writeDueMsgLog() {
+    const auto& log = stateOf<MessageLog>();
+    if (!log.waiting.empty() && uptimeMs() >= log.earliest) writeLines();
+}
+
+void writeWaitingMsgLog() {
+    while (!stateOf<MessageLog>().waiting.empty()) {
+        writeLines();
+        // The times of the two files show which is newer, but advance only every 10 ms.
+        if (!stateOf<MessageLog>().waiting.empty()) sleepMicroseconds(10'000);
+    }
 }

@@ -3,19 +3,20 @@
 #pragma once
 
 #include <set>
+#include <string>
 #include <string_view>
 
 #include "base/mac_addr.h"
 
-// The AL MACs of the devices whose results were written to files.
 struct ResultFiles {
-    std::set<MacAddr> senders;
+    std::string folder = "/tmp/vm1905";
+    std::set<MacAddr> senders;  // AL MACs of the devices that have left files
 };
 
 // The words in these files: "success" for 0, else "fail".
 const char* resultText(int result);
 
-// Writes the result text of the device to /tmp/vm1905/vm1905<order>_<AL MAC>. kOk, or kFailure if
-// the shell cannot write the text as it is, the path is not a regular file, or too many devices
-// have left files already.
+// Writes the result text of the device, and a line feed, to /tmp/vm1905/vm1905<order>_<AL MAC>.
+// kOk, or kFailure if the text has a backslash or a NUL or looks like an option of echo, if the
+// device is not in the device table or 256 others have left files already, or if writing fails.
 int writeResultFile(const char* order, const MacAddr& sender, std::string_view text);

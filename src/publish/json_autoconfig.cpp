@@ -6,6 +6,7 @@
 #include "db/database.h"
 #include "db/wifi_bands.h"
 #include "platform/autoconfig.h"
+#include "publish/data_model_files.h"
 #include "publish/json_writer.h"
 #include "publish/labels.h"
 
@@ -79,6 +80,6 @@ std::string renderJsonAPautoconfig(const AlTable* al, const TopolTable* topol) {
 
 int writeJsonAPautoconfig() {
     writeDataModelFile("vm1905_APautoconfig.json",
-                       renderJsonAPautoconfig(getAlTable(), getNetTopolTable()));
+                       [] { return renderJsonAPautoconfig(getAlTable(), getNetTopolTable()); });
     return kOk;
 }

@@ -6,8 +6,8 @@
 
 #include "db/records.h"
 
-// Rewrites "vm1905_APautoconfig.json" in the data-model folder. Always kOk; a file that cannot be
-// opened is left as it is.
+// Rewrites "vm1905_APautoconfig.json" in the data-model folder, as soon as writeDataModelFile
+// permits. Always kOk; a file that cannot be replaced is left as it is.
 int writeJsonAPautoconfig();
 
 // The text of that file: empty if al is nullptr, without devices if topol is nullptr.

@@ -5,6 +5,7 @@
 #include "base/clock.h"
 #include "base/result.h"
 #include "db/database.h"
+#include "publish/data_model_files.h"
 #include "publish/json_writer.h"
 #include "publish/labels.h"
 
@@ -47,6 +48,6 @@ std::string renderJsonvm1905log(const TopolTable* topol) {
 }
 
 int writeJsonvm1905log() {
-    writeDataModelFile("vm1905_log.json", renderJsonvm1905log(getNetTopolTable()));
+    writeDataModelFile("vm1905_log.json", [] { return renderJsonvm1905log(getNetTopolTable()); });
     return kOk;
 }

@@ -5,8 +5,8 @@
 
 #include "db/records.h"
 
-// Rewrites "vm1905_log.json" in the data-model folder. Always kOk; a file that cannot be opened is
-// left as it is.
+// Rewrites "vm1905_log.json" in the data-model folder, as soon as writeDataModelFile permits.
+// Always kOk; a file that cannot be replaced is left as it is.
 int writeJsonvm1905log();
 
 // The text of that file, an empty object if topol is nullptr.

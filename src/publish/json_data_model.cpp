@@ -5,6 +5,7 @@
 #include "base/result.h"
 #include "db/database.h"
 #include "platform/autoconfig.h"
+#include "publish/data_model_files.h"
 #include "publish/json_autoconfig.h"
 #include "publish/json_device.h"
 #include "publish/json_device_info.h"
@@ -60,7 +61,7 @@ void writeOwnIntfs(JsonWriter& out, const AlTable& al) {
     size_t number = 0;
     for (const auto& intf : al.intfs) {
         out.beginObject("Interface.", ++number);
-        out.text("InterfaceName", intf.name);
+        out.text("InterfaceName", plainText(intf.name));
         out.mac("InterfaceId", intf.mac);
         out.text("MediaType", intfMediaLabel(intf.mediaType, intf.name));
         out.text("PowerState", pwrStateLabel(intf.pwrState));
@@ -110,10 +111,10 @@ std::string renderJsonDataModel(const AlTable* al, const TopolTable* topol,
 }
 
 int writeJsonDataModel() {
-    const AlTable* al = getAlTable();
-    writeDataModelFile("vm1905.json",
-                       al != nullptr
-                           ? renderJsonDataModel(al, getNetTopolTable(), getSecurityTable())
-                           : renderJsonDataModel(nullptr, nullptr, nullptr));
+    writeDataModelFile("vm1905.json", [] {
+        const AlTable* al = getAlTable();
+        return al != nullptr ? renderJsonDataModel(al, getNetTopolTable(), getSecurityTable())
+                             : renderJsonDataModel(nullptr, nullptr, nullptr);
+    });
     return writeJsonAPautoconfig();
 }

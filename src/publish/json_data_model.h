@@ -5,8 +5,8 @@
 
 #include "db/records.h"
 
-// Rewrites "vm1905.json" in the data-model folder, then "vm1905_APautoconfig.json". Always kOk; a
-// file that cannot be opened is left as it is.
+// Rewrites "vm1905.json" in the data-model folder, then "vm1905_APautoconfig.json", as soon as
+// writeDataModelFile permits. Always kOk; a file that cannot be replaced is left as it is.
 int writeJsonDataModel();
 
 // The text of "vm1905.json". Arguments may be nullptr: without topol there is no "NetworkTopology"

@@ -2,11 +2,6 @@
 
 #include <array>
 #include <charconv>
-#include <cstdio>
-
-#include "base/log.h"
-#include "base/public_file.h"
-#include "db/options.h"
 
 void JsonWriter::newMember() {
     static constexpr std::string_view kStart = ",\n\t\t\t\t\t\t\t\t";
@@ -92,9 +87,9 @@ JsonWriter& JsonWriter::append(int64_t number) {
     return *this;
 }
 
-// Meant: texts are written as they are stored, without escaping. Those of other devices are stored
-// without quotes (plainText), but a quote in this device's mode, build number, version or password
-// or in an interface name makes the file invalid JSON.
+// Meant: texts are written as they are stored, without escaping. Those from outside are stored
+// without quotes (plainText), but a quote in a version of vm1905_Version or in the password, which
+// would be another one without it, makes the file invalid JSON.
 JsonWriter& JsonWriter::appendQuoted(std::string_view value) {
     out_.push_back('"');
     out_.append(value);
@@ -112,11 +107,4 @@ JsonWriter& JsonWriter::append(const MacAddr& mac) {
         text[2 + 3 * i] = kHex[mac.b[i] & 15];
     }
     return append({text.data(), text.size()});
-}
-
-void writeDataModelFile(const char* name, std::string_view text) {
-    char path[64];
-    snprintf(path, sizeof path, "%s/%s", getDataModelFolderOption(), name);
-    LOG(4, "(file = %s)\n", path);
-    (void)writePublicFile(path, text);
 }

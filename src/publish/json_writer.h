@@ -53,7 +53,3 @@ class JsonWriter {
     size_t depth_ = 0;
     bool first_ = true;  // the next member is the first of its object
 };
-
-// Replaces the content of a file in the data-model folder. A file that cannot be opened is left as
-// it is, without a log line.
-void writeDataModelFile(const char* name, std::string_view text);

@@ -9,8 +9,8 @@
 void showportinfo() {
     printf("ports:\n");
     for (const auto& port : getIntfPorts()) {
-        printf("  %-15s index %3d  %s  " MAC_FMT "  mtu %u  %s\n", port.name.c_str(), port.ifIndex,
-               port.isDown ? "down" : "up  ", MAC_ARGS(port.mac), port.mtu,
+        printf("  %-15s index %3d  %s  " MAC_FMT "  mtu %u  %s\n", plainText(port.name).c_str(),
+               port.ifIndex, port.isDown ? "down" : "up  ", MAC_ARGS(port.mac), port.mtu,
                mediaTypeLabel(port.mediaType));
     }
     fflush(stdout);
@@ -23,7 +23,7 @@ void showtopolTable() {
     printf("topology of " MAC_FMT ": enable %u, status %u, %d devices\n", MAC_ARGS(al->alMac),
            al->topol.enable, al->topol.status, al->topol.ieee1905DevNum());
     for (const auto& intf : al->intfs) {
-        printf("  %-15s " MAC_FMT "\n", intf.name.c_str(), MAC_ARGS(intf.mac));
+        printf("  %-15s " MAC_FMT "\n", plainText(intf.name).c_str(), MAC_ARGS(intf.mac));
         for (const auto& nbr : intf.nbrs) {
             if (!nbr.is1905) {
                 printf("    " MAC_FMT "  other\n", MAC_ARGS(nbr.nbrIntfMac));

@@ -18,6 +18,11 @@ TestDevice::TestDevice() {
     auto& slots = std::get<SlotsState>(state);
     slots.request.key = slots.response.key = IPC_PRIVATE;
     std::get<WakeFifo>(state).path = "";
+    for (std::string* folder :
+         {&std::get<MessageLog>(state).folder, &std::get<ResultFiles>(state).folder,
+          &std::get<RootAp>(state).folder}) {
+        *folder = "/nonexistent";
+    }
 }
 
 FakePlatform& fakePlatform() {

@@ -1,6 +1,6 @@
 // A device in a test: the state of the daemon, a scripted platform, simulated cables, and no access
-// to the shell. It has service slots of its own and no wake FIFO. Every test program starts with
-// one device.
+// to the shell. It has service slots of its own, no wake FIFO and no folder for files. Every test
+// program starts with one device.
 #pragma once
 
 #include "daemon/device_state.h"

@@ -5,13 +5,17 @@
 
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
 #include <functional>
 
 #include "base/bytes.h"
 #include "base/clock.h"
+#include "base/public_file.h"
 #include "base/shell.h"
+#include "base/text.h"
 #include "support/fake_platform.h"
 #include "support/frames.h"
+#include "support/log_capture.h"
 
 namespace {
 int64_t wallClockStep = 0;  // seconds by which the wall clock was set
@@ -46,6 +50,35 @@ TEST(Shell, CommandsEndWithABrokenPipeEvenIfTheDaemonDoesNot) {
     (void)runShell("true");
     EXPECT_EQ(fakePlatform().commands.size(), 1U);
     EXPECT_EQ(signal(SIGPIPE, before), SIG_IGN);
+}
+
+// A text of another device that colors, reverses, forges or breaks what it is written to.
+TEST(Text, OfOthersIsCleanedBeforeItIsWritten) {
+    const std::string hostile =
+        "\x1b[1m\r\nLVL=0\x7f\xc2\x85\xc2\x9b\xc2\xa0\xd8\x9c\xd8\x9d\xe2\x80\x8e"
+        "\xe2\x80\x8f\xe2\x80\xaa\xe2\x80\xae\xe2\x80\xaf\xe2\x81\xa6\xe2\x81\xa9\"\\"
+        "\xc3\xbc\xff\xc3";
+    const std::string clean = "[1mLVL=0\xc2\xa0\xd8\x9d\xe2\x80\xaf\xc3\xbc";
+    EXPECT_EQ(plainText(hostile), clean);
+    EXPECT_EQ(plainText(hostile, 6), "[1mLVL");
+    // What was not cleaned before does no harm in a log either; quotes may be our own.
+    const std::string line = "[1mLVL=0\xc2\xa0\xd8\x9d\xe2\x80\xaf\"\\\xc3\xbc";
+    LogCapture log;
+    LOG(1, "(\"%s\")\r\n", hostile.c_str());
+    EXPECT_NE(log.finish().find("): (\"" + line + "\")\r\n"), std::string::npos);
+    Outputlog("%s", hostile.c_str());
+    EXPECT_EQ(fakePlatform().calls.back(), "outputlogData " + line);
+}
+
+TEST(PublicFile, RemovesByTheBeginningAndFollowsNoLink) {
+    std::string folder = "/tmp/base-XXXXXX";
+    ASSERT_NE(mkdtemp(folder.data()), nullptr);
+    const std::string removed = folder + "/vm905_a", kept = folder + "/vm1905_kept";
+    for (const auto& path : {removed, kept + "/b"}) std::filesystem::create_directories(path);
+    std::filesystem::create_directory_symlink(kept, removed + "/link");
+    removePublicFiles(folder, "vm905_");
+    EXPECT_FALSE(std::filesystem::exists(removed));
+    EXPECT_EQ(std::filesystem::remove_all(folder), 3U) << "the rest";
 }
 
 // In a buffer of each size up to the necessary one: a failed access reads or writes nothing.

@@ -206,6 +206,24 @@ TEST(DataModel, NoNameHidesTheRest) {
     }
 }
 
+// Other users may put one of their own into /tmp.
+TEST(DataModel, IsReadOnlyFromAFileOfRootOrTheDaemon) {
+    std::string folder = "/tmp/ctl-XXXXXX";
+    ASSERT_NE(mkdtemp(folder.data()), nullptr);
+    const std::string path = folder + "/vm1905.json", fifo = folder + "/fifo";
+    std::ofstream(path) << modelNaming("attic");
+    EXPECT_EQ(readDataModel(path).trouble, "");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0666), 0);
+    alarm(5);  // it blocks no reader
+    EXPECT_NE(readDataModel(fifo).trouble.find("is not a regular file"), std::string::npos);
+    alarm(0);
+    if (geteuid() == 0) {
+        ASSERT_EQ(chown(path.c_str(), 12345, 0), 0);
+        EXPECT_NE(readDataModel(path).trouble.find("belongs to user 12345"), std::string::npos);
+    }
+    std::filesystem::remove_all(folder);
+}
+
 // The failure of a command line before any daemon is asked.
 Failure failureOf(const std::string& line) {
     std::istringstream text(line);

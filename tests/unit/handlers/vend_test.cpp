@@ -6,6 +6,7 @@
 #include "base/state.h"
 #include "db/database.h"
 #include "handlers/message_log.h"
+#include "handlers/result_file.h"
 #include "orders/control_lists.h"
 #include "orders/pending_requests.h"
 #include "support/device.h"
@@ -31,6 +32,10 @@ class Vendor : public Device {
         (void)tell(type, payload);
         const std::string answers = orders(id_);
         return answers.substr(0, answers.rfind(' '));
+    }
+    static std::string read(const std::string& path) {
+        std::ifstream file(path);
+        return {std::istreambuf_iterator<char>(file), {}};
     }
     inline static unsigned id_ = 77;  // of the last message
 };
@@ -385,39 +390,57 @@ TEST_F(Vendor, StationsComeAndGo) {
     EXPECT_EQ(dev().wifiClients.size(), 1U);
 }
 
-// The result text of another device becomes part of a shell command.
-TEST_F(Vendor, ResultTextsStayTexts) {
+TEST_F(Vendor, ResultTextsAreLeftInAFolderOfOurs) {
+    const std::string results = folder() + "/vm1905/", precious = folder() + "/precious";
+    stateOf<ResultFiles>().folder = folder() + "/vm1905";
     const Frame al = bytesOf(kPeer.al);
-    (void)ask(41, al + textBytes("a \"b\" `c` $(d)\ne"));
-    const auto commands = std::exchange(fakePlatform().commands, {});
-    EXPECT_EQ(commands.at(1),
-              "echo \"a \\\"b\\\" \\`c\\` \\$(d)\ne\" > "
-              "/tmp/vm1905/vm1905WIFIChannel_02ee00000001");
-    for (const auto& [retCode, text] : {std::pair{"00", "success"}, {"10", "fail"}}) {
+    const std::string text = "a \"b\" `c` $(d)\ne";
+    // The attacker's folder, and a link to a file that only root may write.
+    std::filesystem::create_directory(precious);
+    std::filesystem::create_directory_symlink(precious, folder() + "/vm1905");
+    EXPECT_EQ(tell(41, al + textBytes(text)), kFailure);
+    EXPECT_TRUE(std::filesystem::is_empty(precious));
+    std::filesystem::remove(folder() + "/vm1905");
+
+    EXPECT_EQ(tell(41, al + textBytes(text)), kOk);
+    EXPECT_EQ(read(results + "vm1905WIFIChannel_02ee00000001"), text + "\n");
+    EXPECT_EQ(std::filesystem::status(results).permissions(), std::filesystem::perms{0755});
+    for (const auto& [retCode, result] : {std::pair{"00", "success\n"}, {"10", "fail\n"}}) {
         (void)ask(50, hex(std::string("0102") + retCode));
-        EXPECT_EQ(
-            std::exchange(fakePlatform().commands, {}).at(1),
-            std::string("echo \"") + text + "\" > /tmp/vm1905/vm1905NetworkCtrl_02ee00000001");
+        EXPECT_EQ(read(results + "vm1905NetworkCtrl_02ee00000001"), result);
     }
     for (const char* refused : {"back\\slash", "-n"}) {
         EXPECT_EQ(tell(15, al + textBytes(refused)), kFailure) << refused;
     }
-    EXPECT_TRUE(fakePlatform().commands.empty());
+    EXPECT_TRUE(fakePlatform().commands.empty()) << "a shell would follow links";
+    // Strangers leave none, and known devices at most 256.
+    EXPECT_EQ(Device::tell(peer(400), ++id_, 50, hex("010200")), kFailure);
+    for (unsigned n = 2; n <= 257; n++) {
+        getNetTopolTable()->devs.emplace_back().alMac = peer(n).al;
+        EXPECT_EQ(Device::tell(peer(n), ++id_, 50, hex("010200")), n <= 256 ? kOk : kFailure) << n;
+    }
 }
 
 TEST_F(Vendor, OrdersAreLoggedInTwoAlternatingFiles) {
     const std::string zero = folder() + "/vm1905.log0", one = folder() + "/vm1905.log1";
     // The number of the line, and where it is written.
     const auto logged = [&] {
+        const std::string before[] = {read(zero), read(one)};
+        advance(1);
         (void)ask(22, kOwn);
-        const auto commands = std::exchange(fakePlatform().commands, {});
-        const std::string line = commands.empty() ? "" : commands[0];
+        const bool inOne = read(zero) == before[0];
+        std::string line = read(inOne ? one : zero);
+        if (line == before[inOne]) return std::string();
+        const bool isAdded = !before[inOne].empty() && line.starts_with(before[inOne]);
+        if (isAdded) line.erase(0, before[inOne].size());
         const size_t type = line.find(": type=0x0016, from: 02:ee:00:00:00:01/02:ee:00:01:00:01 ");
-        return commands.empty() ? "" : line.substr(6, type - 6) + line.substr(line.find("\" ") + 1);
+        return line.substr(0, type) + (isAdded ? " >> " : " > ") + (inOne ? one : zero);
     };
     EXPECT_EQ(logged(), "");
     (void)setEnableLogOption(1);
     stateOf<MessageLog>().folder = folder();
+    stateOf<MessageLog>().resumed = true;
+    for (const std::string& file : {zero, one}) std::ofstream(file) << "before\n";
     for (const auto& [index, next] : {std::pair{0, "0 >> " + zero},
                                       {1, "1 > " + zero},
                                       {10, "10 >> " + zero},
@@ -427,6 +450,26 @@ TEST_F(Vendor, OrdersAreLoggedInTwoAlternatingFiles) {
         if (index >= 0) (void)setLogIndexOption(static_cast<uint8_t>(index));
         EXPECT_EQ(logged(), next);
     }
+    // In a storm the files are written once a second. In the end they have the last lines.
+    const auto numbers = [&](std::string all = "") {
+        std::istringstream lines(read(zero) + read(one));
+        for (std::string line; std::getline(lines, line); all += ':') {
+            all += line.substr(0, line.find(':'));
+        }
+        return all;
+    };
+    for (int i = 0; i < 44; i++) (void)ask(22, kOwn);
+    EXPECT_EQ(numbers(), "1:11:20:");
+    const std::string full = "11:12:13:14:15:16:17:18:19:20:";
+    for (const std::string& next :
+         {std::string("1:6:7:8:9:10:11:20:"), "1:6:7:8:9:10:" + full, "1:2:3:4:5:" + full}) {
+        advance(1);
+        for (int i = 0; i < 2; i++) writeDueMsgLog();
+        EXPECT_EQ(numbers(), next);
+    }
+    // A reboot waits for nothing.
+    for (const unsigned type : {22, 4}) (void)ask(type, kOwn);
+    EXPECT_EQ(numbers(), "1:2:3:4:5:6:7:" + full);
     // After a start with these files, of which the first is the newer one.
     const auto lines = [](int from, int to, std::string all = "") {
         for (; from <= to; from++) all += std::to_string(from) + ": type=0x0004\n";

@@ -183,5 +183,9 @@ TEST(Log, IsTheNamedFileAndKeepsLinesWhole) {
     EXPECT_EQ(outputlogData("second\nforged \x1b[31m"), 0);
     const std::string log = folder.read("log");
     EXPECT_NE(log.find(" first\n"), log.npos) << log;
-    EXPECT_NE(log.find(" second?forged ?[31m\n"), log.npos) << log;
+    EXPECT_NE(log.find(" secondforged [31m\n"), log.npos) << log;
+    // The file of another user that somebody has given this name.
+    std::filesystem::create_hard_link(folder.path("log"), folder.path("precious"));
+    EXPECT_NE(outputlogData("third"), 0);
+    EXPECT_EQ(folder.read("precious"), log);
 }

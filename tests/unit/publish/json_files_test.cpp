@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "base/fd.h"
+#include "publish/data_model_files.h"
 #include "publish/json_autoconfig.h"
 #include "publish/json_change_log.h"
 #include "publish/json_data_model.h"
@@ -76,33 +77,104 @@ class DataModelFiles : public Device {
     }
 };
 
-TEST_F(DataModelFiles, AreOverwrittenWhole) {
+TEST_F(DataModelFiles, AreReplacedWhole) {
+    const std::string old(100000, 'x');
     for (const char* name : {"vm1905.json", "vm1905_APautoconfig.json", "vm1905_log.json"}) {
-        std::ofstream(path(name)) << std::string(100000, 'x');
+        std::ofstream(path(name)) << old;
     }
+    std::filesystem::permissions(path("vm1905.json"), std::filesystem::perms{0604});
+    std::ifstream reader(path("vm1905.json"));
     EXPECT_EQ(writeJsonDataModel(), kOk);
     EXPECT_EQ(writeJsonvm1905log(), kOk);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(reader), {}), old)
+        << "a reader finds the old file or the new one, not an empty or mixed one";
+    EXPECT_EQ(std::filesystem::status(path("vm1905.json")).permissions(),
+              std::filesystem::perms{0604});
     EXPECT_EQ(read("vm1905.json"),
               renderJsonDataModel(getAlTable(), getNetTopolTable(), getSecurityTable()));
     EXPECT_EQ(read("vm1905_APautoconfig.json"),
               renderJsonAPautoconfig(getAlTable(), getNetTopolTable()));
     EXPECT_EQ(read("vm1905_log.json"), renderJsonvm1905log(getNetTopolTable()));
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder()), {}), 3);
 }
 
-// Everybody may write to the folder.
-TEST_F(DataModelFiles, LinksAndFifosAreLeftAlone) {
+// Others may have prepared the folder or the file.
+TEST_F(DataModelFiles, WhatIsNotOursIsLeftAlone) {
+    namespace fs = std::filesystem;
+    const std::string file = path("vm1905_log.json"), shared = path("shared");
+    // Whether two writes there change nothing but the log, by one line.
+    const auto isRefused = [&](const std::string& place) {
+        const auto content = [&] {
+            const fs::path written = place + "/vm1905_log.json";
+            const fs::file_type type = fs::symlink_status(written).type();
+            const bool isFile = type == fs::file_type::regular;
+            return std::pair(type, read("precious") + (isFile ? read("vm1905_log.json") : ""));
+        };
+        const auto before = content();
+        (void)setDataModelFolderOption(place.c_str());
+        LogCapture log(1);
+        for (int i = 0; i < 2; i++) EXPECT_EQ(writeJsonvm1905log(), kOk);
+        const bool isUnchanged = content() == before;
+        // It works again, so that the next failure is logged.
+        (void)setDataModelFolderOption(folder().c_str());
+        fs::remove(file);
+        (void)writeJsonvm1905log();
+        EXPECT_TRUE(fs::remove(file));
+        return isUnchanged && occurrences(log.finish(), "LVL=1") == 1;
+    };
     std::ofstream(path("precious")) << "kept";
-    std::filesystem::create_symlink(path("precious"), path("vm1905.json"));
-    ASSERT_EQ(mkfifo(path("vm1905_log.json").c_str(), 0666), 0);
-    const Fd reader(open(path("vm1905_log.json").c_str(), O_RDONLY | O_NONBLOCK));
-    LogCapture log(3);
-    EXPECT_EQ(writeJsonDataModel(), kOk);
-    EXPECT_EQ(writeJsonvm1905log(), kOk);
-    EXPECT_EQ(log.finish(), "");
-    EXPECT_EQ(read("precious"), "kept");
-    EXPECT_NE(read("vm1905_APautoconfig.json"), "");
-    char byte = 0;
-    EXPECT_LE(::read(reader.get(), &byte, 1), 0) << "nothing is written to the FIFO";
+    fs::create_symlink(path("precious"), file);
+    EXPECT_TRUE(isRefused(folder()));
+    fs::create_hard_link(path("precious"), file);
+    EXPECT_TRUE(isRefused(folder())) << "a second name";
+    ASSERT_EQ(mkfifo(file.c_str(), 0666), 0);
+    const Fd reader(open(file.c_str(), O_RDONLY | O_NONBLOCK));
+    EXPECT_TRUE(isRefused(folder())) << "a FIFO";
+    fs::create_directory_symlink(folder(), path("linked"));
+    EXPECT_TRUE(isRefused(path("linked")));
+    EXPECT_TRUE(isRefused(path("linked/")));
+    fs::create_directory(shared);
+    fs::permissions(shared, fs::perms{0777});
+    EXPECT_TRUE(isRefused(shared));
+    if (geteuid() != 0) return;
+    std::ofstream(file) << "theirs";
+    ASSERT_EQ(chown(file.c_str(), 12345, 0), 0);
+    EXPECT_TRUE(isRefused(folder())) << "a file of another user";
+    for (const unsigned mode : {0755, 01777}) {
+        const std::string theirs = shared + std::to_string(mode);
+        fs::create_directory(theirs);
+        fs::permissions(theirs, fs::perms{mode});
+        ASSERT_EQ(chown(theirs.c_str(), 12345, 0), 0);
+        EXPECT_TRUE(isRefused(theirs)) << "a folder of another user";
+    }
+}
+
+// A rewrite takes a second, because every look at the clock does.
+TEST_F(DataModelFiles, TakeATenthOfTheTime) {
+    // Requests a rewrite that shows this number.
+    const auto request = [](int maximum) {
+        getNetTopolTable()->maxChangeLogEntries = static_cast<uint16_t>(maximum);
+        (void)writeJsonvm1905log();
+    };
+    const auto shows = [&](const char* maximum) {
+        return read("vm1905_log.json").find(maximum) != std::string::npos;
+    };
+    setClockSource([] { return test_clock::time++; });
+    request(7);
+    ASSERT_TRUE(shows(": 7,")) << "the first one is written at once";
+    const Seconds end = test_clock::time;
+    for (const int maximum : {8, 9}) request(maximum);
+    EXPECT_LE(timeToDataModelFile(), 10'000'000) << "the loop waits no longer";
+    while (shows(": 7,") && test_clock::time < end + 100) writeDueDataModelFiles();
+    EXPECT_TRUE(shows(": 9,")) << "once, with the last state";
+    EXPECT_NEAR(static_cast<double>(test_clock::time - end), 13, 2);
+    request(10);
+    writeWaitingDataModelFiles();
+    EXPECT_TRUE(shows(": 10,")) << "the daemon ends";
+    getNetTopolTable()->maxChangeLogEntries = 11;
+    advance(100);
+    writeDueDataModelFiles();
+    EXPECT_TRUE(shows(": 10,")) << "not requested";
 }
 
 }  // namespace

@@ -1,0 +1,34 @@
+// The files in the data-model folder, and how often they are rewritten.
+//
+// Rewriting a file takes at most a tenth of the time, however large it is: after a rewrite that
+// took t, the next one of the same file starts no earlier than 10 t later. In a small mesh that is
+// milliseconds.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+
+using RenderFile = std::string (*)();
+
+struct DataModelFiles {
+    struct File {
+        int64_t earliest = 0;          // microseconds since boot; 0 if never written
+        RenderFile waiting = nullptr;  // a rewrite that is requested, but not due
+    };
+    std::map<std::string_view, File> files;
+};
+
+// Rewrites the file with what render returns, as soon as the limit permits. Requests until then
+// cause one rewrite. The name must be a constant.
+void writeDataModelFile(std::string_view name, RenderFile render);
+
+// Performs the requested rewrites that are due. Called on every pass of the main loop.
+void writeDueDataModelFiles();
+
+// Microseconds until a requested rewrite is due, not below 0; INT64_MAX if there is none.
+int64_t timeToDataModelFile();
+
+// Performs all requested rewrites. Called when the daemon ends.
+void writeWaitingDataModelFiles();
