@@ -73,15 +73,16 @@ class Network {
         std::pair<size_t, size_t> least{SIZE_MAX, 0};
         if (!isHeard(a, b)) return best;
         if (reports == Reports::kMutual && (isDenied(a, b) || isDenied(b, a))) return best;
-        for (const Port& left : portsTo(a, b)) {
-            for (const Port& right : portsTo(b, a)) {
-                if (!left.hears(b, right.mac) || !right.hears(a, left.mac)) continue;
-                const std::pair objections{
-                    size_t{isElsewhere(a, left, b, right)} + size_t{isElsewhere(b, right, a, left)},
-                    left.heard.count() + right.heard.count()};
-                if (objections >= least || hasDeviceBetween(a, left, b, right)) continue;
+        const auto rights = portsTo(b, a);
+        for (const Port* left : portsTo(a, b)) {
+            for (const Port* right : rights) {
+                if (!left->hears(b, right->mac) || !right->hears(a, left->mac)) continue;
+                const std::pair objections{size_t{isElsewhere(a, *left, b, *right)} +
+                                               size_t{isElsewhere(b, *right, a, *left)},
+                                           left->heard.count() + right->heard.count()};
+                if (objections >= least || hasDeviceBetween(a, *left, b, *right)) continue;
                 least = objections;
-                best = {true, left.mac, right.mac};
+                best = {true, left->mac, right->mac};
             }
         }
         return best;
@@ -112,13 +113,13 @@ class Network {
         return ports.back();
     }
 
-    std::vector<Port> portsTo(size_t device, size_t other) const {
-        std::vector<Port> found;
+    std::vector<const Port*> portsTo(size_t device, size_t other) const {
+        std::vector<const Port*> found;
         for (const Port& port : ports_[device]) {
-            if (port.heard.test(other)) found.push_back(port);
+            if (port.heard.test(other)) found.push_back(&port);
         }
         // A device that does not report this link may hear any device on it.
-        if (found.empty()) found.push_back({{}, false, Set().set(), Set().set(), {}});
+        if (found.empty()) found.push_back(&unreported_);
         return found;
     }
 
@@ -186,6 +187,7 @@ class Network {
         return !way.isZero() && !hearing->second.contains(way);
     }
 
+    const Port unreported_{{}, false, Set().set(), Set().set(), {}};
     std::vector<std::vector<Port>> ports_;
     std::vector<Set> heard_;
     std::vector<Way> ways_;
@@ -295,8 +297,10 @@ class Planter {
     // Places a device that is reported by a neighbor only, or reports the neighbor only: the other
     // end does not hear it yet, or its report is old.
     bool attachOneSided() {
-        for (const Place& place : places_) {
-            const auto device = static_cast<size_t>(place.device - mesh_.devices.data());
+        // The places before have no such link to any device that is left.
+        for (; oneSided_ < places_.size(); oneSided_++) {
+            const Device* const at = places_[oneSided_].device;
+            const auto device = static_cast<size_t>(at - mesh_.devices.data());
             for (size_t other = 0; other < placed_.size(); other++) {
                 if (placed_[other] >= 0) continue;
                 const auto link = network_.directLink(device, other, Network::Reports::kAny);
@@ -348,6 +352,7 @@ class Planter {
     std::vector<int> placed_;  // device -> index of its place; -1: none yet
     std::vector<Place> places_;
     std::deque<size_t> waiting_;
+    size_t oneSided_ = 0;
 };
 
 }  // namespace

@@ -155,7 +155,7 @@ int updateTopolInfo(int kind, std::string_view localName, const MacAddr& localMa
     if (intf == nullptr) return kFailure;
     IntfNbrDev* nbr = getIntfNbrDevByMac(*intf, nbrIntfMac);
     if (nbr == nullptr) return addTopolNbr(kind, *intf, nbrAlMac, nbrIntfMac);
-    if (kind == kNbrDiscovery || kind == kNbrVendDisc) {
+    if (kind == kNbrDiscovery || kind == kNbrUcastDisc) {
         takeEarlyLldp(*intf, *nbr);
         return report(noteDiscovery(kind, *nbr, localMac, nbrAlMac));
     }

@@ -16,7 +16,7 @@ struct NeighborAging {
 int updateLldpDiscInfo(std::string_view localName, const MacAddr& localMac, uint32_t mediaType,
                        const MacAddr& nbrAlMac, const MacAddr& nbrIntfMac, uint16_t ttl);
 
-// Notes a discovery (kNbrDiscovery, kNbrVendDisc) or a notification (kNbrNotification), adds an
+// Notes a discovery (kNbrDiscovery, kNbrUcastDisc) or a notification (kNbrNotification), adds an
 // unknown neighbor interface, and detects IEEE 802.1 bridges in between. A discovery with a new AL
 // MAC on a known neighbor interface removes the old device, unless it is heard on another
 // interface. Local interface and results as above.

@@ -21,11 +21,11 @@ inline constexpr size_t kMaxDevEntries = 255;  // interfaces, tuples and lists o
 inline constexpr size_t kMaxDevNbrs = 4096;    // neighbors of a remote device, of each kind
 inline constexpr size_t kMaxMeshBytes = 16U << 20;  // sum of memory() over all remote devices
 
-// kNbrVendDisc counts as a discovery, but no LLDP frame leaves with it.
+// kNbrUcastDisc counts as a discovery, but no LLDP frame leaves with it.
 enum NbrMsgType : int {
     kNbrDiscovery = 0,
     kNbrNotification = 1,
-    kNbrVendDisc = 2,
+    kNbrUcastDisc = 2,
     kNbrResponse = 3,
 };
 

@@ -11,7 +11,7 @@
 #include "wire/standard_tlv.h"
 
 // Notes the neighbor; one that is new gets a vendor discovery and a topology query. alMac and
-// intfMac come from the TLVs of the message. kNbrVendDisc is for the discovery of the vendor
+// intfMac come from the TLVs of the message. kNbrUcastDisc is for the discovery of the vendor
 // protocol. kOk or kTopolDisabled.
 int handleTopolDiscMsg(std::string_view localName, const MacAddr& localMac, uint32_t mediaType,
                        const MacAddr& srcMac, const MacAddr& alMac, const MacAddr& intfMac,

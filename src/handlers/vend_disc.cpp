@@ -40,7 +40,10 @@ int handleVendDiscMsg(const VendContext& context, const VendDisc& disc) {
     if (disc.alMac.isZero() || isOwnAlMac(disc.alMac)) return kFailure;
     noteStart(disc.alMac, context.msgId);
     const Port& port = context.port;
+    // The multicast leaves together with a topology discovery, of which redundant links may have
+    // brought the copy to another port.
+    const NbrMsgType kind = context.isMulticast ? kNbrDiscovery : kNbrUcastDisc;
     const int result = handleTopolDiscMsg(port.name, port.mac, port.mediaType, context.srcMac,
-                                          disc.alMac, disc.intfMac, kNbrVendDisc);
+                                          disc.alMac, disc.intfMac, kind);
     return result == kOk || result == kTopolDisabled ? kOk : kFailure;
 }

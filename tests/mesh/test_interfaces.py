@@ -27,6 +27,17 @@ def remote(lab, device, number):
     return [interface["InterfaceId"] for interface in numbered(entry, "Interface")]
 
 
+def discoveries_of(lab, source, *cable):
+    """The next periodic discoveries from this MAC on a cable."""
+    def found():
+        return [frame for frame in messages(decode(recording.data), DISCOVERY)
+                if frame.source == source]
+
+    with lab.capture(*cable) as recording:
+        lab.advance(DISCOVERY_PERIOD)
+        return lab.until(found, f"a periodic discovery of {source}")
+
+
 def test_a_new_interface_is_taken_in_and_a_removed_one_dropped(lab):
     (daemon,) = lab.device("dev1")["daemons"]
     lab.shell("dev1", f"""ip link add eth7 address {NEW} type veth peer name eth8 address {OLD}
@@ -34,12 +45,8 @@ def test_a_new_interface_is_taken_in_and_a_removed_one_dropped(lab):
     lab.until(lambda: {"eth7", "eth8"} <= set(own(lab, "dev1")), "the new ones are listed")
     lab.until(lambda: {NEW, OLD} <= set(remote(lab, "dev2", 1)), "the neighbor knows")
     # Its discoveries leave by the new port, too, and carry its MAC: seen from the other end.
-    with lab.capture("dev1", "eth8") as cable:
-        lab.advance(DISCOVERY_PERIOD)
-        lab.until(lambda: f"port = eth7, message (type = {DISCOVERY}," in lab.log("dev1"),
-                  "a periodic discovery")
-    sent = [frame for frame in messages(decode(cable.data), DISCOVERY) if frame.source == NEW]
-    assert sent and {frame.tlv(2).get("ieee1905.mac_addr") for frame in sent} == {NEW}
+    sent = discoveries_of(lab, NEW, "dev1", "eth8")
+    assert {frame.tlv(2).get("ieee1905.mac_addr") for frame in sent} == {NEW}
 
     lab.shell("dev1", "ip link del eth7")
     lab.until(lambda: own(lab, "dev1") == ["eth0"], "the removed interfaces are gone")
@@ -70,10 +77,7 @@ def test_a_cable_that_was_cut_shortly_is_no_loss(lab):
 def test_a_port_of_a_bridge_with_a_new_mac_still_speaks(lab):
     lab.shell("dev3", f"ip link set eth0 address {NEW}")
     lab.until(lambda: remote(lab, "dev2", 3) == [NEW], "the neighbor knows")
-    with lab.capture("dev2", "dev3") as cable:
-        lab.advance(DISCOVERY_PERIOD)
-        lab.until(lambda: any(frame.source == NEW
-                              for frame in messages(decode(cable.data), DISCOVERY)), "a discovery")
+    discoveries_of(lab, NEW, "dev2", "dev3")
     tuples = numbered(remotes(lab.model("dev2"))[al_mac(3)], "BridgingTuple")
     assert [entry["InterfaceList"] for entry in tuples] == [[NEW]]
     lab.shell("dev3", f"ip link set eth0 address {port_mac(3, 0)}")
