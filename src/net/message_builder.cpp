@@ -29,15 +29,15 @@ class Builder {
     // Adds the TLVs of all parts of a list, at most so many bytes, from which they are taken.
     template <typename Gen>
     Builder& parts(const Gen& gen, size_t& room) {
-        for (size_t part = 0; auto tlv = gen(part); part++) {
-            if (tlv->value.size() > room) {
-                LOG_PUTS(2, "the list of neighbors is cut\r");
-                room = 0;
-                break;
-            }
+        for (size_t part = 0;; part++) {
+            auto tlv = gen(part);
+            if (!tlv) return *this;
+            if (tlv->value.size() > room) break;
             room -= tlv->value.size();
             may(std::move(tlv));
         }
+        LOG_PUTS(2, "the list of neighbors is cut\r");
+        room = 0;
         return *this;
     }
     TlvList take() { return failed_ ? TlvList{} : std::move(list_); }

@@ -149,7 +149,7 @@ int interfaceMtu(int fd, const char* name) {
 }
 
 int waitReadable(int limit, fd_set& readable, int milliseconds) {
-    timeval timeout{milliseconds / 1000, milliseconds % 1000 * 1000};
+    timeval timeout{milliseconds / 1000, suseconds_t{milliseconds} % 1000 * 1000};
     return select(limit, &readable, nullptr, nullptr, &timeout);
 }
 

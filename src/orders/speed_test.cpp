@@ -56,11 +56,14 @@ void noteSpeedTestClient(const MacAddr& almac) {
 int checkSpeedTestCtrl() {
     auto& orders = speedTest().orders;
     const auto limit = static_cast<size_t>(scheduleSettings().SpeedTestCtrl_LoopCount);
-    std::erase_if(orders, [&](const auto& entry) {
-        if (entry.second.msgIds.size() <= limit) return false;
-        LOG(2, "speed test order is not acknowledged by (" MAC_FMT ")\n", MAC_ARGS(entry.first));
-        return true;
-    });
+    for (auto it = orders.begin(); it != orders.end();) {
+        if (it->second.msgIds.size() <= limit) {
+            ++it;
+            continue;
+        }
+        LOG(2, "speed test order is not acknowledged by (" MAC_FMT ")\n", MAC_ARGS(it->first));
+        it = orders.erase(it);
+    }
     if (orders.empty()) {
         (void)setSpeedTestSendCtrlflag(kNoneWaits);
         return kOk;
