@@ -91,7 +91,9 @@ TEST_F(Upgrade, RebootsAreOrderedWhenAllAreReady) {
     (void)addFWupgradelist(peer(1).al, 0, 0);
     EXPECT_EQ(phaseTwo(reboot), kFailure) << "the reboot is not yet answered";
     LogCapture log(1);
-    for (const char* code : {"00", "10"}) (void)tell(kPeer, 90U + code[0], 5, hex(code));
+    for (const auto& [id, code] : {std::pair{138U, "00"}, {139U, "10"}}) {
+        (void)tell(kPeer, id, 5, hex(code));
+    }
     EXPECT_EQ(occurrences(log.text(), "refused by (02:ee:00:00:00:01): 16"), 1U);
     EXPECT_EQ(phaseTwo(""), kOk);
     fakePlatform().fail = {"getDownloanURL"};

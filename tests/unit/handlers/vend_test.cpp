@@ -51,7 +51,7 @@ TEST_F(Vendor, OrdersToGoDownAreAnsweredAndObeyed) {
     EXPECT_EQ(done(22, kOwn), "23:00 resetToDefault; ");
     // If the answer cannot be sent, the order is not obeyed.
     fakeNet().find("eth0")->up = false;
-    for (const unsigned type : {4, 22}) EXPECT_EQ(done(type, kOwn), " ");
+    for (const unsigned type : {4U, 22U}) EXPECT_EQ(done(type, kOwn), " ");
 }
 
 // The same message arrives by every link and for every interface address.
@@ -190,7 +190,7 @@ TEST_F(Vendor, RequestsReachThePlatformAndTheirResultIsAnswered) {
     }
     fakePlatform().wps.deviceType = 0;
     fakePlatform().notApproved = {kPeer.al};
-    for (const unsigned search : {13, 39}) EXPECT_EQ(ask(search, mac), "");
+    for (const unsigned search : {13U, 39U}) EXPECT_EQ(ask(search, mac), "");
 }
 
 TEST_F(Vendor, FirmwareOrdersOfOthersThanTheRegistrarAreRefused) {
@@ -219,7 +219,7 @@ TEST_F(Vendor, FirmwareOrdersOfOthersThanTheRegistrarAreRefused) {
 
 TEST_F(Vendor, RefusedOnArrival) {
     LogCapture log(3);
-    for (const unsigned type : {42, 43, 47, 48, 55})
+    for (const unsigned type : {42U, 43U, 47U, 48U, 55U})
         EXPECT_EQ(tell(type, kOwn + hex("0000")), kFailure) << type;
     EXPECT_EQ(occurrences(log.text(), ": vendor specific message type ("), 5U);
     // A discovery with the own AL MAC is a loop or forged.
@@ -468,7 +468,7 @@ TEST_F(Vendor, OrdersAreLoggedInTwoAlternatingFiles) {
         EXPECT_EQ(numbers(), next);
     }
     // A reboot waits for nothing.
-    for (const unsigned type : {22, 4}) (void)ask(type, kOwn);
+    for (const unsigned type : {22U, 4U}) (void)ask(type, kOwn);
     EXPECT_EQ(numbers(), "1:2:3:4:5:6:7:" + full);
     // After a start with these files, of which the first is the newer one.
     const auto lines = [](int from, int to, std::string all = "") {

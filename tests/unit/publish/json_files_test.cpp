@@ -140,7 +140,7 @@ TEST_F(DataModelFiles, WhatIsNotOursIsLeftAlone) {
     std::ofstream(file) << "theirs";
     ASSERT_EQ(chown(file.c_str(), 12345, 0), 0);
     EXPECT_TRUE(isRefused(folder())) << "a file of another user";
-    for (const unsigned mode : {0755, 01777}) {
+    for (const unsigned mode : {0755U, 01777U}) {
         const std::string theirs = shared + std::to_string(mode);
         fs::create_directory(theirs);
         fs::permissions(theirs, fs::perms{mode});

@@ -283,7 +283,8 @@ TEST_F(Service, ForwardingRules) {
     const Frame e0 = bytesOf(kEth0), both = e0 + bytesOf(kEth1);
     for (const Text id : {"0000", "0900", "0000"}) EXPECT_EQ(ask(22, rule(id, both)), code(22, 0));
     EXPECT_EQ(ask(22, rule("0900", both)), code(22, 16)) << "there is one";
-    EXPECT_EQ(ask(22, rule("0000", Frame(31 * 6))), code(22, 16)) << "more than the answer holds";
+    EXPECT_EQ(ask(22, rule("0000", Frame(size_t{31} * 6))), code(22, 16))
+        << "more than the answer holds";
     EXPECT_EQ(ask(24, rule("0900", e0)), "25:");
     EXPECT_EQ(ask(24, rule("0700", e0)), "25:10");
     EXPECT_EQ(ask(26, "00 0700"), "27:10");

@@ -54,7 +54,8 @@ Frame flat(const std::optional<Tlv>& tlv) {
     return tlv ? tlvBytes(tlv->type, bytesOf(tlv->value)) : Frame{};
 }
 Frame flatLldp(const std::optional<Tlv>& tlv) {
-    return be16(static_cast<unsigned>(tlv->type * 512U + tlv->value.size())) + bytesOf(tlv->value);
+    return be16(static_cast<unsigned>(size_t{tlv->type} * 512 + tlv->value.size())) +
+           bytesOf(tlv->value);
 }
 
 // The destination of all parsers.
