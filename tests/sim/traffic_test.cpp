@@ -34,7 +34,7 @@ TEST_P(QuietMesh, SendsNoMoreThanItsPeriodsAskFor) {
     mesh.run(60 * minutes);
     const size_t perMinute = (mesh.framesSent() - before) / static_cast<size_t>(minutes);
     const size_t news = spacing == 0 ? 1 : n;
-    EXPECT_LE(perMinute, n * (2 + news + (n - 1) * (6 + 2 * news + 2 * 9 + 15 * news)));
+    EXPECT_LE(perMinute, n * (2 + news + (n - 1) * (6 + 2 * news + size_t{2} * 9 + 15 * news)));
     EXPECT_GE(perMinute, n * 2 + n * (n - 1) * 3) << "the mesh is asleep";
 
     for (size_t i = 0; i < n; i++) EXPECT_EQ(mesh.in(devices[i], tableSizes), sizes[i]) << i;

@@ -1,6 +1,6 @@
 /* Preloaded into the daemons of a lab. Their clocks run ahead by the number of seconds in the file
  * CLOCK_AHEAD, which the test raises instead of waiting for minutes. */
-#define _GNU_SOURCE
+#define _GNU_SOURCE  // NOLINT(bugprone-reserved-identifier): asks the C library for more
 #include <fcntl.h>
 #include <stdint.h>
 #include <stdio.h>

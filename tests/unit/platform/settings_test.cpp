@@ -43,7 +43,7 @@ int sendSecurityCtrlMsg(const uint8_t* alMac, uint8_t type, uint16_t len, const 
 
 uint32_t getUnsyncedEnrollees(uint8_t band, uint8_t* macs, uint32_t max) {
     const auto& all = unsynced[band];
-    for (uint32_t i = 0; i < all.size() && i < max; i++) all[i].copyTo(macs + 6 * i);
+    for (uint32_t i = 0; i < all.size() && i < max; i++) all[i].copyTo(macs + size_t{6} * i);
     return static_cast<uint32_t>(all.size());
 }
 
