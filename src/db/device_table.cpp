@@ -191,6 +191,11 @@ Ieee1905DevTable* getIeee1905DevTableById(const MacAddr& alMac) {
     return nullptr;
 }
 
+bool isKnownRegistrar(const MacAddr& alMac) {
+    const Ieee1905DevTable* dev = getIeee1905DevTableById(alMac);
+    return dev != nullptr && dev->role == PLATFORM_REGISTRAR;
+}
+
 const MacAddr* getalMacOfIeee1905DevTableByintfMac(const MacAddr& intfMac) {
     for (const auto& dev : getIeee1905DevTables()) {
         for (const auto& intf : dev.intfs) {

@@ -19,5 +19,8 @@ int removeIeee1905DevTable(const MacAddr& alMac);
 // The record of a device, nullptr if there is none. Valid until the device is removed.
 Ieee1905DevTable* getIeee1905DevTableById(const MacAddr& alMac);
 
+// True if the device has said that it is a Registrar.
+bool isKnownRegistrar(const MacAddr& alMac);
+
 // The AL MAC of the device that has an interface with this MAC, nullptr if none has.
 const MacAddr* getalMacOfIeee1905DevTableByintfMac(const MacAddr& intfMac);

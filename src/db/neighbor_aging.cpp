@@ -89,7 +89,8 @@ void dropFormerDevice(const MacAddr& alMac) {
 }
 
 bool lldpIsFresh(const IntfNbrDev& nbr, Seconds time) {
-    return nbr.lldpIsFresh(time, getReadLldpOption() ? kLldpFresh : nbr.lldpTtl);
+    const Seconds limit = getReadLldpOption() ? kLldpFresh : Seconds{nbr.lldpTtl};
+    return nbr.lldpSeen && time - nbr.lldpTime < std::min<Seconds>(limit, nbr.lldpTtl);
 }
 
 bool noteDiscovery(int kind, IntfNbrDev& nbr, const MacAddr& localMac, const MacAddr& alMac) {

@@ -56,9 +56,10 @@ struct IntfNbrDev {
     uint8_t bridgeFlag = 0;  // 1: an IEEE 802.1 bridge is in between
 
     bool isLiving1905(Seconds time) const { return is1905 && time - last1905Time < kSilenceLimit; }
-    // True if an LLDP frame was heard within its time to live and these seconds.
-    bool lldpIsFresh(Seconds time, Seconds limit) const {
-        return lldpSeen && time - lldpTime < lldpTtl && time - lldpTime < limit;
+    // True if this is the MAC of the interface or the AL MAC of its device. An AL MAC of zero is
+    // not known yet and names nobody.
+    bool isNamedBy(const MacAddr& mac) const {
+        return nbrIntfMac == mac || (nbrAlMac == mac && !mac.isZero());
     }
 };
 

@@ -25,8 +25,7 @@ void copyText(char (&field)[N], std::string_view text) {
 
 // Any device on the network can send an order, but only a Registrar has a reason to.
 bool isFromRegistrar(const VendContext& context) {
-    const Ieee1905DevTable* sender = getIeee1905DevTableById(context.msg.alMac);
-    if (sender != nullptr && sender->role == PLATFORM_REGISTRAR) return true;
+    if (isKnownRegistrar(context.msg.alMac)) return true;
     LOG(2, "firmware order refused: " MAC_FMT " is not known as a Registrar\r\n",
         MAC_ARGS(context.msg.alMac));
     return false;

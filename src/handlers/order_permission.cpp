@@ -125,8 +125,7 @@ void report(const VendContext& context, const char* label, const char* reason) {
 bool mayOrder(const MacAddr& sender) {
     const OrdersFrom& from = getOrdersFromOption();
     if (from.who == OrdersFrom::kListed) return std::ranges::count(from.listed, sender) != 0;
-    const Ieee1905DevTable* dev = getIeee1905DevTableById(sender);
-    return from.who == OrdersFrom::kAny || (dev != nullptr && dev->role == PLATFORM_REGISTRAR);
+    return from.who == OrdersFrom::kAny || isKnownRegistrar(sender);
 }
 
 // Meant: the handlers of these orders check the addressee, before anything else.

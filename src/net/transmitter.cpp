@@ -170,12 +170,6 @@ Outcome sendByEveryPort(const MacAddr& dstMac, uint16_t msgType, const MsgBody& 
     return outcome;
 }
 
-// True if dstMac is the MAC of the neighbor interface or the AL MAC of its device. An AL MAC of
-// zero is not known yet and matches nothing.
-bool isNamedBy(const IntfNbrDev& nbr, const MacAddr& dstMac) {
-    return nbr.nbrIntfMac == dstMac || (nbr.nbrAlMac == dstMac && !dstMac.isZero());
-}
-
 bool isHeardAlMac(const IntfTable& intf, const MacAddr& mac) {
     return std::ranges::any_of(
         intf.nbrs, [&](const IntfNbrDev& nbr) { return nbr.nbrAlMac == mac && !mac.isZero(); });
@@ -198,7 +192,7 @@ Outcome sendToNeighbor(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId, 
         const TlvList& tlvs = message.forPort(port);
         if (message.failed()) return {.built = false, .left = outcome.left};
         for (const auto& nbr : intf->nbrs) {
-            if (!isNamedBy(nbr, dstMac) || !portIsUsable(port)) continue;
+            if (!nbr.isNamedBy(dstMac) || !portIsUsable(port)) continue;
             if (byAlMac && nbr.nbrAlMac.isZero()) continue;
             sendOn(port, nbr.nbrIntfMac, msgType, msgId,
                    message.traits().expectsResponse && !isResponse, tlvs, outcome);
@@ -217,7 +211,7 @@ int reportUnsent(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId) {
 MacAddr alMacOf(const MacAddr& mac) {
     for (const auto& intf : getIntfTable()) {
         for (const auto& nbr : intf.nbrs) {
-            if (isNamedBy(nbr, mac)) return nbr.nbrAlMac.isZero() ? mac : nbr.nbrAlMac;
+            if (nbr.isNamedBy(mac)) return nbr.nbrAlMac.isZero() ? mac : nbr.nbrAlMac;
         }
     }
     return mac;

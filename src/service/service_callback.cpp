@@ -39,9 +39,8 @@ int sendSearch(const ApAutoConfSrch& info) {
 
 bool isNeighbor(const MacAddr& mac) {
     return std::ranges::any_of(getIntfTable(), [&](const IntfTable& intf) {
-        return std::ranges::any_of(intf.nbrs, [&](const IntfNbrDev& nbr) {
-            return nbr.nbrIntfMac == mac || (nbr.nbrAlMac == mac && !mac.isZero());
-        });
+        return std::ranges::any_of(intf.nbrs,
+                                   [&](const IntfNbrDev& nbr) { return nbr.isNamedBy(mac); });
     });
 }
 
