@@ -19,6 +19,7 @@
 #include "handlers/message_log.h"
 #include "handlers/result_file.h"
 #include "net/fragment_store.h"
+#include "net/message_integrity.h"
 #include "net/ports.h"
 #include "net/relay_limit.h"
 #include "net/transmitter.h"
@@ -37,6 +38,7 @@
 using ModuleStates = std::tuple<                                          //
     SysCtrl, Database, DataModelUpdateReq, NeighborAging, Upcalls,        // db
     PortsState, TransmitterState, FragmentStore, RelayLimit,              // net
+    MessageIntegrity,                                                     //
     VendQueries, ControlLists, FWupgradeList, Schedule, PendingRequests,  // orders
     SlotsState, SpeedTestState, WifiSyncState,                            //
     AnswerMemory, MessageLog, ResultFiles,                                // handlers

@@ -19,6 +19,7 @@
 #include "db/options.h"
 #include "db/own_state.h"
 #include "db/sys_ctrl.h"
+#include "net/message_integrity.h"
 #include "platform/autoconfig.h"
 #include "platform/lifecycle.h"
 #include "service/service_monitor.h"
@@ -71,6 +72,7 @@ struct Init {
 };
 
 constexpr Init kInits[] = {
+    {initMessageIntegrity, "failed to initialize the key of the mesh\r"},
     {initNetCtrl, "failed to initialize network controller\r"},
     {initDataManager, "failed to initialize data manager\r"},
     {initMessageMonitor, "failed to initialize message monitor\r"},

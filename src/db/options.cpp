@@ -47,7 +47,7 @@ void storeDebugLevel(const char* value) {
 }
 
 template <auto Member>
-void storeFolder(const char* value) {
+void storePath(const char* value) {
     config().*Member = value;
 }
 
@@ -63,11 +63,13 @@ constexpr Key kConfigKeys[] = {
     {"MAX_CHANGE_LOG_ENTRIES", "256", storeNumber<&SysConfig::maxChangeLogEntries>},
     {"ENABLE_REBOOT_FROM_NBR", "1", storeNumber<&SysConfig::enableRebootFromNbr>},
     {"ENABLE_INTF_PWR_CTRL_FROM_NBR", "1", storeNumber<&SysConfig::enableIntfPwrCtrlFromNbr>},
-    {"DATA_MODEL_FOLDER", "/tmp", storeFolder<&SysConfig::dataModelFolder>},
+    {"DATA_MODEL_FOLDER", "/tmp", storePath<&SysConfig::dataModelFolder>},
     {"ENABLE_LOG", "0", storeNumber<&SysConfig::enableLog>},
-    {"LOG_FOLDER", "/etc/vm1905", storeFolder<&SysConfig::logFolder>},
+    {"LOG_FOLDER", "/etc/vm1905", storePath<&SysConfig::logFolder>},
     {"LOG_INDEX", "0", storeNumber<&SysConfig::logIndex>},
     {"READ_LLDP", "0", storeNumber<&SysConfig::readLldp>},
+    {"MESH_KEY_NEXT", "", storePath<&SysConfig::meshKeyNext>},
+    {"MESH_KEY", "", storePath<&SysConfig::meshKey>},
 };
 
 constexpr Key kVersionKeys[] = {
@@ -282,6 +284,14 @@ int setLogFolderOption(const char* folder) {
 
 uint8_t getLogIndexOption() {
     return config().logIndex;
+}
+
+const char* getMeshKeyOption() {
+    return config().meshKey.c_str();
+}
+
+const char* getMeshKeyNextOption() {
+    return config().meshKeyNext.c_str();
 }
 
 bool getReadLldpOption() {

@@ -40,6 +40,10 @@ uint8_t getLogIndexOption();
 int setLogIndexOption(uint8_t index);  // always kOk
 // True if LLDP frames of neighbors are read.
 bool getReadLldpOption();
+// The files of the keys of the mesh: of the one that signs, and of a second one that is accepted,
+// too. Empty if there is none.
+const char* getMeshKeyOption();
+const char* getMeshKeyNextOption();
 
 // The release, printed at start-up.
 inline constexpr const char* kReleaseVersionGit = "WIFISYS_RTK_9.2";

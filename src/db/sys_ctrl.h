@@ -21,6 +21,8 @@ struct SysConfig {
     Text<32> logFolder{std::string_view("/etc/vm1905")};
     uint8_t logIndex = 0;
     uint32_t readLldp = 0;
+    Text<128> meshKey{};  // paths; empty if there is none
+    Text<128> meshKeyNext{};
 };
 
 struct SysIdentity {

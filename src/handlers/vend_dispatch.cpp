@@ -13,6 +13,7 @@
 #include "handlers/vend_disc.h"
 #include "handlers/wifi_handlers.h"
 #include "orders/query_tracking.h"
+#include "wire/frame.h"
 #include "wire/standard_tlv.h"
 #include "wire/vend_catalogue.h"
 #include "wire/vend_tlv.h"
@@ -144,6 +145,20 @@ int handleVendSpecMsg(const VendContext& context) {
     return result;
 }
 
+// True if the proof is good enough for the message. A copy of an order gets the answers to the
+// first one, if they are remembered; it is never obeyed.
+bool mayPass(const VendContext& context, const Proof& proof) {
+    const uint16_t number = context.msg.vendMsgType;
+    if (proof.trust == Trust::kUnchecked || number == VEND_MSG_TYPE_VEND_DISC) return true;
+    const VendHandler* row = findVendHandler(number);
+    const bool isOrder = row == nullptr || row->once;
+    if (proof.trust == Trust::kFresh) return !isOrder || storeOrder(proof);
+    if (proof.trust == Trust::kCopy && (!isOrder || repeatAnswers(context))) return !isOrder;
+    reportRefusal(context.srcMac, kMsgVendSpec, number,
+                  proof.trust == Trust::kCopy ? "it was received before" : proof.flaw);
+    return false;
+}
+
 }  // namespace
 
 int initVendMessageHandler() {
@@ -155,7 +170,8 @@ const VendHandler* findVendHandler(uint16_t number) {
     return it != std::end(kHandlers) && it->number == number ? it : nullptr;
 }
 
-int parseVendSpecTlvs(const Port& port, const MacAddr& srcMac, uint16_t msgId, Bytes area) {
+int parseVendSpecTlvs(const Port& port, const MacAddr& srcMac, uint16_t msgId, Bytes area,
+                      const Proof& proof) {
     VendMsg msg;
     bool decoded = false;
     if (!walkTlvs(area, [&](Bytes tlv) {
@@ -166,7 +182,9 @@ int parseVendSpecTlvs(const Port& port, const MacAddr& srcMac, uint16_t msgId, B
         return kFailure;
     }
     if (!decoded || parseEndOfMsgTlv(area) != kOk) return kFailure;
-    return handleVendSpecMsg(port, srcMac, msgId, msg, kVendPathNetwork);
+    VendOutcome outcome;
+    const VendContext context{port, srcMac, msgId, msg, kVendPathNetwork, outcome};
+    return mayPass(context, proof) ? handleVendSpecMsg(context) : int{kDuplicate};
 }
 
 int handleVendSpecMsg(const Port& port, const MacAddr& srcMac, uint16_t msgId, const VendMsg& msg,

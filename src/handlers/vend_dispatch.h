@@ -3,6 +3,7 @@
 
 #include "base/bytes.h"
 #include "handlers/vend_context.h"
+#include "net/message_integrity.h"
 
 struct VendHandler {
     uint16_t number;
@@ -19,10 +20,10 @@ struct VendHandler {
 int initVendMessageHandler();
 
 // Decodes the TLV area of a vendor-specific message and handles it. port received the frame, srcMac
-// is its source, msgId the message identifier. Returns the handler's result, or kFailure if the
-// area cannot be decoded.
+// is its source, msgId the message identifier. Returns the handler's result, kFailure if the area
+// cannot be decoded, or kDuplicate if the proof is not good enough for the message.
 [[nodiscard]] int parseVendSpecTlvs(const Port& port, const MacAddr& srcMac, uint16_t msgId,
-                                    Bytes area);
+                                    Bytes area, const Proof& proof);
 
 // Hands a vendor message that arrived by path (VendPath) to the handler of its type. Returns the
 // handler's result, kFailure for a type without a handler, or kDuplicate for a copy of a message of
