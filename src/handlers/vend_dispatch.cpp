@@ -184,7 +184,10 @@ int parseVendSpecTlvs(const Port& port, const MacAddr& srcMac, uint16_t msgId, B
     if (!decoded || parseEndOfMsgTlv(area) != kOk) return kFailure;
     VendOutcome outcome;
     const VendContext context{port, srcMac, msgId, msg, kVendPathNetwork, outcome};
-    return mayPass(context, proof) ? handleVendSpecMsg(context) : int{kDuplicate};
+    if (!mayPass(context, proof)) return kDuplicate;
+    const int result = handleVendSpecMsg(context);
+    if (outcome.isUndone) forgetCounter(proof);
+    return result;
 }
 
 int handleVendSpecMsg(const Port& port, const MacAddr& srcMac, uint16_t msgId, const VendMsg& msg,

@@ -23,7 +23,6 @@ extern "C" decltype(computeHmacSha256) computeHmacSha256 __attribute__((weak));
 
 namespace {
 
-constexpr uint64_t kWindow = 64;
 constexpr unsigned kSequenceBits = 24;  // of a counter; the bits above are the start number
 constexpr uint32_t kMaxStart = (1U << 24) - 1;
 constexpr size_t kMaxReported = 64;
@@ -129,17 +128,13 @@ std::optional<Trust> note(CounterWindow& window, uint64_t counter) {
     window.isHeard = true;
     if (counter > window.highest) {
         const uint64_t step = counter - window.highest;
-        window.seen = step < kWindow ? window.seen << step : 0;
-        if (step <= kWindow) window.seen |= uint64_t{1} << (step - 1);
+        window.seen <<= std::min<uint64_t>(step, window.seen.size());
         window.highest = counter;
-        return Trust::kFresh;
     }
     const uint64_t behind = window.highest - counter;
-    if (behind == 0) return Trust::kCopy;
-    if (behind > kWindow) return std::nullopt;
-    const uint64_t bit = uint64_t{1} << (behind - 1);
-    const bool isSeen = (window.seen & bit) != 0;
-    window.seen |= bit;
+    if (behind > kCounterWindow) return std::nullopt;
+    const bool isSeen = window.seen.test(behind);
+    window.seen.set(behind);
     return isSeen ? Trust::kCopy : Trust::kFresh;
 }
 
@@ -254,6 +249,14 @@ bool storeOrder(const Proof& proof) {
     LOG(1, "an order of (" MAC_FMT ") is refused: its counter cannot be stored\r\n",
         MAC_ARGS(proof.sender.alMac));
     return false;
+}
+
+void forgetCounter(const Proof& proof) {
+    if (proof.trust == Trust::kUnchecked) return;
+    CounterWindow& window = module().senders[proof.sender];
+    if (window.highest - proof.counter <= kCounterWindow) {
+        window.seen.reset(window.highest - proof.counter);
+    }
 }
 
 void reportRefusal(const MacAddr& srcMac, uint16_t msgType, std::optional<uint16_t> vendMsgType,

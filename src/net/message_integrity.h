@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <bitset>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -23,11 +24,14 @@ struct MeshKey {
     uint8_t id = 0;    // the upper two bits of the tag, sent as a hint
 };
 
+// So far behind the highest counter of its sender, a message may be: links reorder.
+inline constexpr size_t kCounterWindow = 64;
+
 // The counters that were received from a sender.
 struct CounterWindow {
     uint64_t highest = 0;
-    uint64_t seen = 0;     // bit i: highest - 1 - i was received
-    uint64_t order = 0;    // the highest of an order, stored
+    std::bitset<kCounterWindow + 1> seen{};  // i: highest - i was received
+    uint64_t order = 0;                      // the highest of an order, stored
     uint64_t refused = 0;  // up to this one none is accepted: it was used before a restart
     bool isHeard = false;  // since the start of the daemon
 };
@@ -88,6 +92,9 @@ struct Proof {
 // Stores the counter of a message before it is obeyed, so that it cannot be sent again after a
 // restart. False (logged) if that fails: it must not be obeyed.
 [[nodiscard]] bool storeOrder(const Proof& proof);
+
+// The message could not be obeyed, so a copy that comes by another way may be.
+void forgetCounter(const Proof& proof);
 
 // Counts a message that was refused, with a log line at most once a second for each source.
 // vendMsgType is that of a vendor message.

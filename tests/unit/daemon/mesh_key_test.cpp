@@ -191,6 +191,14 @@ TEST_F(MeshKeyTest, ReplaysAreRefused) {
     EXPECT_EQ(answers(), "35 ");
     EXPECT_EQ(calls(), "");
 
+    // One that cannot be answered is not obeyed, but its copy over another link is.
+    const Frame reset = signedFrame(kStart + 150, 4, vendTlv(kPeer.al, 22, bytesOf(kOwnAl)));
+    Frame unanswered = reset;
+    unanswered[11] ^= 0x80;
+    for (const auto& frame : {unanswered, reset}) {
+        (void)receive("eth0", frame);
+        EXPECT_EQ(fakePlatform().called("resetToDefault"), frame == reset);
+    }
     // Links reorder: each of the 64 counters behind the highest is accepted once.
     for (unsigned n = 264; n > 202; n--) EXPECT_TRUE(obeys(order(kStart + n))) << n;
     advance(6);
