@@ -165,8 +165,8 @@ int initMessageIntegrity() {
     const StoredCounters stored = loadCounters(m.keys[0].tag);
     m.start = stored.start;
     for (const auto& [sender, order] : stored.orders) {
-        const bool isCurrent = std::ranges::any_of(
-            m.keys, [&](const MeshKey& key) { return key.tag == sender.keyTag; });
+        const bool isCurrent =
+            std::ranges::find(m.keys, sender.keyTag, &MeshKey::tag) != m.keys.end();
         if (isCurrent) m.senders[sender] = {.highest = order, .order = order, .refused = order};
     }
     takeStart();

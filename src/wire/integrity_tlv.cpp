@@ -21,7 +21,7 @@ void writeOrigin(ByteWriter& out, const IntegrityTlv& tlv) {
 Tlv genIntegrityTlv(const IntegrityTlv& tlv) {
     Tlv out{kTlvIntegrity, TlvValue(kLength)};
     ByteWriter writer(out.value);
-    writer.u8(static_cast<uint32_t>(tlv.keyId << kKeyIdShift | kMicVersion << kMicVersionShift));
+    writer.u8(uint32_t{tlv.keyId} << kKeyIdShift | kMicVersion << kMicVersionShift);
     writeOrigin(writer, tlv);
     writer.u16(kMicLen).bytes(tlv.mic);
     return out;
