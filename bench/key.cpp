@@ -20,8 +20,7 @@ struct Order {
         : tlvs{{11, TlvValue(static_cast<size_t>(state.range(0)) - k1905TlvHeaderLen)}} {
         startReferenceDevice();
         auto& integrity = stateOf<MessageIntegrity>();
-        integrity.keys.emplace_back();
-        integrity.start = 1;
+        integrity.keys.emplace_back().start = 1;
         integrity.nextCounter = 1 << 24;
         hdr.dstMac = nbrIntfMac(1);
         hdr.version = kCmduVersion;

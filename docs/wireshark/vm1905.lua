@@ -476,8 +476,8 @@ end
 local get_ouis = Field.new("ieee1905.vendor_specific.oui")
 local get_contents = Field.new("ieee1905.vendor_specific.info")
 
--- The integrity TLV is that of the Multi-AP MIC, which newer versions of the built-in dissector know.
--- It does not know the parts of the counter, and nobody but the devices can check the MIC.
+-- Newer versions of the built-in dissector show the integrity TLV, whose layout is that of the
+-- Multi-AP MIC TLV, but not the two parts of its counter. The MIC cannot be checked without the key.
 local knows_mic, get_counters =
     pcall(Field.new, "ieee1905.mic.integrity_transmission_counter")
 

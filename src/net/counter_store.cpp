@@ -71,7 +71,7 @@ std::string usedLine(uint64_t keyTag) {
     return line;
 }
 
-// A line is a key, a sender and a counter. This device's start number has the all-zero address.
+// A line is a key, a sender and a counter.
 bool readLine(const char* line, KeyedSender& sender, uint64_t& counter) {
     auto& b = sender.alMac.b;
     return sscanf(line, "%16" SCNx64 " %2hhx:%2hhx:%2hhx:%2hhx:%2hhx:%2hhx %" SCNu64,
@@ -87,7 +87,7 @@ std::string writeLine(const KeyedSender& sender, uint64_t counter) {
 
 }  // namespace
 
-StoredCounters loadCounters(uint64_t keyTag) {
+StoredCounters loadCounters() {
     const Fd folder = openStateFolder();
     const auto text = folder ? readText(folder, kCounters) : std::nullopt;
     StoredCounters counters;
@@ -95,20 +95,16 @@ StoredCounters loadCounters(uint64_t keyTag) {
         KeyedSender sender;
         uint64_t counter = 0;
         if (text->back() != '\n' || !readLine(text->c_str() + at, sender, counter)) return {};
-        if (!sender.alMac.isZero()) {
-            counters.orders[sender] = counter;
-        } else if (sender.keyTag == keyTag) {
-            counters.start = static_cast<uint32_t>(counter);
-        }
+        counters[sender] = counter;
     }
     return counters;
 }
 
-int saveCounters(uint64_t keyTag, const StoredCounters& counters) {
+int saveCounters(const StoredCounters& counters) {
     const Fd folder = openStateFolder();
     if (!folder) return kFailure;
-    std::string text = writeLine({keyTag, {}}, counters.start);
-    for (const auto& [sender, counter] : counters.orders) text += writeLine(sender, counter);
+    std::string text;
+    for (const auto& [sender, counter] : counters) text += writeLine(sender, counter);
     return replaceText(folder, kCounters, text);
 }
 

@@ -12,20 +12,18 @@
 // A device and the key under which it sends; keyTag identifies the key without revealing it.
 struct KeyedSender {
     uint64_t keyTag = 0;
-    MacAddr alMac;
+    MacAddr alMac;  // all-zero: this device
 
     auto operator<=>(const KeyedSender&) const = default;
 };
 
-struct StoredCounters {
-    uint32_t start = 0;                      // the last start number of this device, 0 if none
-    std::map<KeyedSender, uint64_t> orders;  // the highest counter of an order
-};
+// Of another device the highest counter of an order, of this device its last start number.
+using StoredCounters = std::map<KeyedSender, uint64_t>;
 
-// The stored counters; start is that of the key with this tag. Empty without a valid file.
-[[nodiscard]] StoredCounters loadCounters(uint64_t keyTag);
+// The stored counters; empty without a valid file.
+[[nodiscard]] StoredCounters loadCounters();
 // Replaces the stored counters, on the disk when it returns. kOk or kFailure.
-[[nodiscard]] int saveCounters(uint64_t keyTag, const StoredCounters& counters);
+[[nodiscard]] int saveCounters(const StoredCounters& counters);
 
 // Whether this device has ever sent under the key with this tag. The note lies outside the folder
 // "state", so that the loss of the counters is noticed. std::nullopt if it cannot be read.

@@ -24,7 +24,7 @@ extern "C" decltype(computeHmacSha256) computeHmacSha256 __attribute__((weak));
 namespace {
 
 constexpr unsigned kSequenceBits = 24;  // of a counter; the bits above are the start number
-constexpr uint32_t kMaxStart = (1U << 24) - 1;
+constexpr uint64_t kMaxStart = (1U << 24) - 1;
 constexpr size_t kMaxReported = 64;
 constexpr Seconds kComplaintPeriod = 60;
 constexpr size_t kVendTypeAt = 11;  // in a vendor-specific TLV
@@ -72,33 +72,36 @@ std::optional<MeshKey> readKey(const char* path) {
 }
 
 int save() {
-    StoredCounters counters{module().start, {}};
-    for (const auto& [sender, window] : module().senders) {
-        if (window.order != 0) counters.orders[sender] = window.order;
+    StoredCounters counters;
+    for (const MeshKey& key : module().keys) {
+        if (key.start != 0) counters[{key.tag, {}}] = key.start;
     }
-    return saveCounters(module().keys[0].tag, counters);
+    for (const auto& [sender, window] : module().senders) {
+        if (window.order != 0) counters[sender] = window.order;
+    }
+    return saveCounters(counters);
 }
 
 // Stores the next start number. Without it this device cannot sign.
 void takeStart() {
-    auto& m = module();
-    m.nextCounter = 0;
-    const auto used = keyWasUsed(m.keys[0].tag);
-    if (used == true && m.start == 0) {
+    module().nextCounter = 0;
+    MeshKey& key = module().keys[0];
+    const auto used = keyWasUsed(key.tag);
+    if (used == true && key.start == 0) {
         LOG_PUTS(1,
                  "the counter of MESH_KEY is lost: no orders are sent until there is a new key\r");
         return;
     }
-    if (m.start >= kMaxStart) {
+    if (key.start >= kMaxStart) {
         LOG_PUTS(1, "MESH_KEY is worn out: no orders are sent until there is a new key\r");
         return;
     }
-    if (used) m.start++;
-    if (!used || save() != kOk || (!*used && noteKeyUse(m.keys[0].tag) != kOk)) {
+    if (used) key.start++;
+    if (!used || save() != kOk || (!*used && noteKeyUse(key.tag) != kOk)) {
         LOG_PUTS(1, "the counter of MESH_KEY cannot be stored: no orders are sent\r");
         return;
     }
-    m.nextCounter = uint64_t{m.start} << kSequenceBits;
+    module().nextCounter = key.start << kSequenceBits;
 }
 
 // True if the message may be sent only with an integrity TLV.
@@ -162,12 +165,14 @@ int initMessageIntegrity() {
         if (!key) return kFailure;
         m.keys.push_back(*key);
     }
-    const StoredCounters stored = loadCounters(m.keys[0].tag);
-    m.start = stored.start;
-    for (const auto& [sender, order] : stored.orders) {
-        const bool isCurrent =
-            std::ranges::find(m.keys, sender.keyTag, &MeshKey::tag) != m.keys.end();
-        if (isCurrent) m.senders[sender] = {.highest = order, .order = order, .refused = order};
+    for (const auto& [sender, counter] : loadCounters()) {
+        const auto key = std::ranges::find(m.keys, sender.keyTag, &MeshKey::tag);
+        if (key == m.keys.end()) continue;
+        if (sender.alMac.isZero()) {
+            key->start = counter;
+        } else {
+            m.senders[sender] = {.highest = counter, .order = counter, .refused = counter};
+        }
     }
     takeStart();
     LOG_PUTS(3, "orders need the key of the mesh\r");
@@ -191,7 +196,7 @@ uint64_t takeMessageCounter() {
     auto& m = module();
     if (m.nextCounter == 0) return 0;
     const uint64_t counter = m.nextCounter++;
-    if (m.nextCounter >> kSequenceBits != m.start) takeStart();
+    if (m.nextCounter >> kSequenceBits != m.keys[0].start) takeStart();
     return counter;
 }
 
@@ -229,7 +234,9 @@ Proof checkIntegrity(const FrameHdr& hdr, std::span<const Bytes> areas) {
     const MeshKey* key = keyOf(*message);
     if (key == nullptr) return flawed("its MIC is wrong");
     const IntegrityTlv& integrity = message->integrity;
-    if (isOwnAlMac(integrity.alMac)) return flawed("this device has sent it");
+    if (integrity.alMac.isZero() || isOwnAlMac(integrity.alMac)) {
+        return flawed("its sender is this device, or none");
+    }
     const KeyedSender sender{key->tag, integrity.alMac};
     if (m.senders.size() >= kMaxKeyedSenders && !m.senders.contains(sender)) {
         return flawed("there are too many senders");

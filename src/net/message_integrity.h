@@ -20,8 +20,9 @@
 
 struct MeshKey {
     std::array<uint8_t, 32> bytes{};
-    uint64_t tag = 0;  // identifies the key without revealing it
-    uint8_t id = 0;    // the upper two bits of the tag, sent as a hint
+    uint64_t tag = 0;    // identifies the key without revealing it
+    uint8_t id = 0;      // the upper two bits of the tag, sent as a hint
+    uint64_t start = 0;  // the last start number under this key, 0 if there is none
 };
 
 // So far behind the highest counter of its sender, a message may be: links reorder.
@@ -38,7 +39,6 @@ struct CounterWindow {
 
 struct MessageIntegrity {
     std::vector<MeshKey> keys;  // the first one signs
-    uint32_t start = 0;         // the stored start number
     uint64_t nextCounter = 0;   // 0: this device cannot sign
     Seconds lastComplaint = 0;  // about that
     std::map<KeyedSender, CounterWindow> senders;
