@@ -48,6 +48,14 @@ int vm1905_get_al(vm1905_client* client, vm1905_al* al) {
     });
 }
 
+int vm1905_get_mesh_key(vm1905_client* client, vm1905_mesh_key* key) {
+    return askForRecord(client, Request(kServGetOwnDev), key,
+                        [](Answer& answer, vm1905_mesh_key& out) {
+                            answer.number(resp::kAlMeshKey, out.state);
+                            answer.number(resp::kAlRefused, out.refused);
+                        });
+}
+
 int vm1905_get_intf(vm1905_client* client, uint8_t index, vm1905_intf* intf) {
     return askForRecord(client, byIndex(kServGetIntf, index), intf,
                         [](Answer& answer, vm1905_intf& out) {
@@ -166,6 +174,14 @@ int vm1905_get_dev(vm1905_client* client, uint8_t index, vm1905_dev* dev) {
                             answer.number(resp::kDevNon1905Num, out.non1905_num);
                             answer.number(resp::kDev1905Num, out.ieee1905_num);
                             answer.number(resp::kDevTupleNum, out.tuple_num);
+                        });
+}
+
+int vm1905_get_dev_key(vm1905_client* client, uint8_t index, vm1905_dev_key* key) {
+    return askForRecord(client, byIndex(kServGetDev, index), key,
+                        [](Answer& answer, vm1905_dev_key& out) {
+                            answer.mac(resp::kDevAlMac, out.al_mac);
+                            answer.number(resp::kDevMeshKey, out.state);
                         });
 }
 

@@ -197,6 +197,14 @@ typedef struct vm1905_security {
 /* Reads the record of this device. Codes: VM1905_NO_TABLE. (0) */
 VM1905_API int vm1905_get_al(vm1905_client* client, vm1905_al* al);
 
+typedef struct vm1905_mesh_key {
+    uint8_t state;    /* 0 not used, 1 used, 2 used, but this device can send no orders */
+    uint32_t refused; /* messages without a right MIC that were refused since the daemon's start */
+} vm1905_mesh_key;
+
+/* Reads whether orders need the key of the mesh. Codes: VM1905_NO_TABLE. (0) */
+VM1905_API int vm1905_get_mesh_key(vm1905_client* client, vm1905_mesh_key* key);
+
 /* Reads an own interface. The only code is VM1905_FAILED, which also marks the end of the table.
  * Takes about 20 ms. (2) */
 VM1905_API int vm1905_get_intf(vm1905_client* client, uint8_t index, vm1905_intf* intf);
@@ -336,6 +344,15 @@ VM1905_API int vm1905_set_log_max(vm1905_client* client, uint8_t max);
 
 /* Reads another device. Codes: VM1905_NO_TABLE, VM1905_BAD_INDEX, VM1905_EMPTY. (34) */
 VM1905_API int vm1905_get_dev(vm1905_client* client, uint8_t index, vm1905_dev* dev);
+
+typedef struct vm1905_dev_key {
+    vm1905_mac al_mac;
+    uint8_t state; /* 0 no key is used here, 1 not heard with the key, 2 heard with it */
+} vm1905_dev_key;
+
+/* Reads whether another device has sent with the key of the mesh since the daemon's start.
+ * Codes: VM1905_NO_TABLE, VM1905_BAD_INDEX, VM1905_EMPTY. (34) */
+VM1905_API int vm1905_get_dev_key(vm1905_client* client, uint8_t index, vm1905_dev_key* key);
 
 /* Read one interface, the neighbors on one interface, or one bridge of the device with this AL MAC.
  * Codes: VM1905_NO_TABLE, VM1905_BAD_INDEX, VM1905_EMPTY, VM1905_NO_DEVICE. (36, 38, 40, 42) */

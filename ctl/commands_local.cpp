@@ -1,6 +1,12 @@
 // The commands that change this device.
+#include <fcntl.h>
+#include <sys/random.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <system_error>
 
 #include "commands.h"
 #include "failure.h"
@@ -185,6 +191,33 @@ Report removeRule(Session& session, const Number& rule) {
     });
 }
 
+struct KeyFile {
+    std::string path = "/etc/vm1905/mesh.key";
+};
+
+constexpr Column<KeyFile> kKeyFile[] = {
+    {"file", "New key", [](const KeyFile& file) { return Json(file.path); }},
+};
+
+// Makes a key of the mesh. An existing one is kept: without it a device loses its mesh.
+Report makeMeshKey(Session& /*session*/, const KeyFile& file) {
+    std::array<uint8_t, 32> key{};
+    const auto fail = [&] {
+        throw Failure{kRefused, file.path + ": " + std::generic_category().message(errno)};
+    };
+    if (getrandom(key.data(), key.size(), 0) != static_cast<ssize_t>(key.size())) fail();
+    const int fd =
+        open(file.path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (fd < 0) fail();
+    const bool isWritten =
+        write(fd, key.data(), key.size()) == static_cast<ssize_t>(key.size()) && fsync(fd) == 0;
+    if (close(fd) != 0 || !isWritten) {
+        unlink(file.path.c_str());
+        fail();
+    }
+    return {{recordOf("", "", kKeyFile, file)}};
+}
+
 void addRules(CLI::App& app, Choice& choice) {
     CLI::App& rules = *app.get_subcommand("forwarding-rules");
     const auto [add, added] =
@@ -243,6 +276,12 @@ void addLocalCommands(CLI::App& app, Choice& choice) {
                 "0 to 5; tables: print ports and topology once", kLevels)
             ->required()
             ->type_name("LEVEL");
+    }
+    {
+        const auto [command, file] = addCommand<KeyFile>(
+            app, choice, "mesh-key", "make a key of the mesh for MESH_KEY", makeMeshKey);
+        command->add_option("FILE", file->path, "the new file (default: /etc/vm1905/mesh.key)")
+            ->type_name("FILE");
     }
     CLI::App& logFile = addGroup(app, "log-file", "log files");
     addCommand<Nothing>(logFile, choice, "write", "write the change log to vm1905_log.json",

@@ -111,6 +111,21 @@ void readNeighbors(vm1905_client* client, Device& device) {
         [&] { device.bridges.emplace_back(tuple.macs, tuple.macs + tuple.num); });
 }
 
+// Adds who sends with the key of the mesh.
+void readKeys(vm1905_client* client, Mesh& mesh) {
+    check(vm1905_get_mesh_key(client, &mesh.key), "the key of the mesh");
+    if (mesh.key.state == 0) return;
+    mesh.devices.front().hasKey = mesh.key.state == 1;
+    vm1905_dev_key answer;
+    walkTable(
+        "devices",
+        [&](uint8_t index) { return endIfGone(vm1905_get_dev_key(client, index, &answer)); },
+        [&] {
+            const auto device = std::ranges::find(mesh.devices, Mac(answer.al_mac), &Device::alMac);
+            if (device != mesh.devices.end()) device->hasKey = answer.state == 2;
+        });
+}
+
 // Adds the neighbors of this device that have link metrics.
 void readOwnLinks(vm1905_client* client, Mesh& mesh) {
     Device& own = mesh.devices.front();
@@ -315,6 +330,7 @@ Mesh readMesh(vm1905_client* client, const DataModel& model, const std::string& 
             if (device.model != nullptr) device.name = device.model->text("Hostname");
             mesh.devices.push_back(std::move(device));
         });
+    readKeys(client, mesh);
     for (Device& device : mesh.devices) {
         if (device.isOwn) continue;
         readInterfaces(client, device);

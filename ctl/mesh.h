@@ -40,8 +40,9 @@ struct Heard {
 struct Device {
     Mac alMac;
     bool isOwn = false;
-    bool isStranger = false;  // only other devices hear it
-    std::string name;         // empty: unknown
+    bool isStranger = false;       // only other devices hear it
+    std::optional<bool> hasKey{};  // whether it sends with the key of the mesh, if that is used
+    std::string name;              // empty: unknown
     const ModelDevice* model = nullptr;
     std::vector<Interface> interfaces;
     std::vector<Heard> heard;
@@ -56,6 +57,7 @@ struct Device {
 struct Mesh {
     vm1905_al al{};
     vm1905_topology topology{};
+    vm1905_mesh_key key{};
     std::vector<Device> devices;  // this one first
 
     const Device* find(const Mac& alMac) const;

@@ -11,6 +11,7 @@ namespace {
 struct Status {
     vm1905_al al;
     vm1905_topology topology;
+    vm1905_mesh_key key;
     std::string name;
     const ModelDevice* model;
     unsigned changes;
@@ -39,6 +40,13 @@ constexpr Column<Status> kStatus[] = {
      [](const Status& s) { return Json(s.topology.log_max == 0 ? 256 : s.topology.log_max); }},
     {"allow_reboot", "Reboot by others", [](const Status& s) { return known(s.mayReboot); }},
     {"allow_power", "Power by others", [](const Status& s) { return known(s.maySetPower); }},
+    {"mesh_key", "Mesh key",
+     [](const Status& s) {
+         return wordOf({"not used", "used", "used, but no orders can be sent"}, s.key.state);
+     }},
+    {"refused", "Refused without it",
+     [](const Status& s) { return s.key.state == 0 ? Json() : Json(s.key.refused); }, Unit::kNone,
+     kRestless},
     {"firmware_state", "Firmware state",
      [](const Status& s) { return s.model ? known(s.model->text("FirmwareState")) : Json(); }},
     {"backhaul", "Backhaul",
@@ -77,6 +85,7 @@ constexpr Column<Device> kDevices[] = {
     {"ip", "IP", [](const Device& d) { return member(d, "DeviceIP"); }},
     {"firmware", "FIRMWARE", [](const Device& d) { return member(d, "FirmwareVersion"); }},
     {"backhaul", "BACKHAUL", [](const Device& d) { return member(d, "Backhaultype"); }},
+    {"mesh_key", "KEY", [](const Device& d) { return known(d.hasKey); }},
     {"interfaces", "PORTS", [](const Device& d) { return Json(d.interfaces.size()); }},
     {"neighbors", "NEIGHBORS", [](const Device& d) { return Json(neighborsOf(d, true)); }},
     {"hosts", "HOSTS", [](const Device& d) { return Json(neighborsOf(d, false)); }},
@@ -178,6 +187,7 @@ Report showStatus(Session& session) {
     Status status{};
     status.al = session.ownRecord();
     status.topology = session.topology();
+    check(vm1905_get_mesh_key(session.client(), &status.key), "the key of the mesh");
     status.changes = status.topology.log_num;
     vm1905_log_entry entry;
     // Only the low byte is known, which is also 0 if the log is full.
@@ -201,7 +211,11 @@ Report showInterfaces(Session& session) {
 
 Report showDevices(Session& session) {
     const Mesh mesh = session.mesh();
-    return {{listOf("devices", "", kDevices, mesh.devices, "no devices")}};
+    Section devices = listOf("devices", "", kDevices, mesh.devices, "no devices");
+    for (Heading& heading : devices.headings) {
+        if (heading.key == "mesh_key" && mesh.key.state == 0) heading.traits = kHidden;
+    }
+    return {{devices}};
 }
 
 Report showDevice(Session& session, const std::string& given) {

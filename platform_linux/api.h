@@ -6,6 +6,7 @@
 #include "platform/autoconfig.h"
 #include "platform/descriptions.h"
 #include "platform/device.h"
+#include "platform/integrity.h"
 #include "platform/lifecycle.h"
 #include "platform/state.h"
 #pragma GCC visibility pop

@@ -181,6 +181,8 @@ local fields = {
     item_length = ProtoField.uint16("vm1905.item.length", "length"),
     item_number = ProtoField.uint16("vm1905.item.number", "value"),
     item_text = ProtoField.string("vm1905.item.text", "value"),
+    key_start = ProtoField.uint24("vm1905.key.start", "Start number"),
+    key_sequence = ProtoField.uint24("vm1905.key.sequence", "Sequence number"),
 }
 -- The other payload fields have the names used in the layouts.
 local function define(kind, names)
@@ -474,6 +476,18 @@ end
 local get_ouis = Field.new("ieee1905.vendor_specific.oui")
 local get_contents = Field.new("ieee1905.vendor_specific.info")
 
+-- Newer versions of the built-in dissector show the integrity TLV, whose layout is that of the
+-- Multi-AP MIC TLV, but not the two parts of its counter. The MIC cannot be checked without the key.
+local knows_mic, get_counters =
+    pcall(Field.new, "ieee1905.mic.integrity_transmission_counter")
+
+local function show_counter(range, pinfo, root)
+    local tree = root:add(vm1905, range, "vm1905 mesh key")
+    tree:add(fields.key_start, range:range(0, 3))
+    tree:add(fields.key_sequence, range:range(3, 3))
+    pinfo.cols.info:append(" [signed]")
+end
+
 function vm1905.dissector(_, pinfo, root)
     local ouis = {}
     for _, oui in ipairs({get_ouis()}) do ouis[oui.offset] = oui.range end
@@ -483,6 +497,9 @@ function vm1905.dissector(_, pinfo, root)
         if content.len > 0 and oui and oui:uint() == OUI then
             dissect(oui, content.range, pinfo, root)
         end
+    end
+    for _, counter in ipairs(knows_mic and {get_counters()} or {}) do
+        show_counter(counter.range, pinfo, root)
     end
 end
 

@@ -21,6 +21,7 @@
 #include "handlers/order_permission.h"
 #include "handlers/result_file.h"
 #include "net/fragment_store.h"
+#include "net/message_integrity.h"
 #include "net/ports.h"
 #include "net/relay_limit.h"
 #include "net/transmitter.h"
@@ -41,7 +42,7 @@ using ModuleStates = std::tuple<                                          //
     FailingFiles,                                                         // base
     SysCtrl, Database, DataModelUpdateReq, NeighborAging, Upcalls,        // db
     PortsState, TransmitterState, FragmentStore, RelayLimit,              // net
-    DataModelFiles,                                                       // publish
+    MessageIntegrity, DataModelFiles,                                     // net, publish
     VendQueries, ControlLists, FWupgradeList, Schedule, PendingRequests,  // orders
     SlotsState, SpeedTestState, WifiSyncState,                            //
     AnswerMemory, MessageLog, OrderRefusals, ResultFiles,                 // handlers

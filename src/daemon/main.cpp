@@ -20,6 +20,7 @@
 #include "db/own_state.h"
 #include "db/sys_ctrl.h"
 #include "handlers/message_log.h"
+#include "net/message_integrity.h"
 #include "platform/autoconfig.h"
 #include "platform/lifecycle.h"
 #include "publish/data_model_files.h"
@@ -73,6 +74,7 @@ struct Init {
 };
 
 constexpr Init kInits[] = {
+    {initMessageIntegrity, "failed to initialize the key of the mesh\r"},
     {initNetCtrl, "failed to initialize network controller\r"},
     {initDataManager, "failed to initialize data manager\r"},
     {initMessageMonitor, "failed to initialize message monitor\r"},

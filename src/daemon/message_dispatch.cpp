@@ -7,6 +7,7 @@
 #include "db/database.h"
 #include "handlers/standard_handlers.h"
 #include "handlers/vend_dispatch.h"
+#include "net/message_integrity.h"
 #include "net/relay_limit.h"
 #include "net/transmitter.h"
 #include "wire/standard_tlv.h"
@@ -17,6 +18,7 @@ struct Received {
     Port& port;
     const FrameHdr& hdr;
     Bytes area;
+    const Proof& proof;
 };
 
 // A TLV type, and the function that reads such a TLV into the record of the message. It gets the
@@ -162,7 +164,7 @@ int parseTopolRespFragTlvs(const Port& port, const FragCmdu& cmdu) {
 }
 
 int parseVendSpec(const Received& msg) {
-    return parseVendSpecTlvs(msg.port, msg.hdr, msg.area);
+    return parseVendSpecTlvs(msg.port, msg.hdr, msg.area, msg.proof);
 }
 
 constexpr TlvRow<MetricQuery> kMetricQueryTlvs[] = {{kTlvMetricQuery, parseMetricQueryTlv}};
@@ -335,6 +337,16 @@ constexpr std::array<Parser, kMsgTypeNum> kParsers{
     parsePBJoinNtf,
 };
 
+// True if the proof, or the type, lets a standard message pass. Vendor messages are decoded first.
+bool mayPass(const FrameHdr& hdr, const Proof& proof) {
+    if (proof.trust == Trust::kUnchecked || !needsProof(hdr.msgType)) return true;
+    if (proof.trust == Trust::kFresh) return storeOrder(proof);
+    if (proof.trust == Trust::kNone) {
+        reportRefusal(hdr.srcMac, hdr.msgType, std::nullopt, proof.flaw);
+    }
+    return false;  // copies come by other ways through the mesh, too
+}
+
 // True if a response answers a query of this device. The AP-autoconfiguration search is a
 // multicast, so it is registered under the own AL MAC.
 bool answersQuery(uint16_t msgType, uint16_t msgId, const MacAddr& srcMac, int logLevel) {
@@ -393,12 +405,14 @@ int parse1905Msg(Port& port, const FrameHdr& hdr, Bytes area) {
     const bool isResponse = hdr.msgType == kMsgTopolResp || hdr.msgType == kMsgMetricResp ||
                             hdr.msgType == kMsgApAutoConfResp;
     if (isResponse && !answersQuery(hdr.msgType, hdr.msgId, hdr.srcMac, 2)) return kFailure;
-    const int result = kParsers[hdr.msgType]({port, hdr, area});
+    const Proof proof = checkIntegrity(hdr, {&area, 1});
+    if (!mayPass(hdr, proof)) return kDuplicate;
+    const int result = kParsers[hdr.msgType]({port, hdr, area, proof});
     if (result == kFailure) LOG(2, "failed to parse message (type =%d)\r\n", hdr.msgType);
     return result;
 }
 
-int parse1905FragMsg(Port& port, const FragCmdu& cmdu) {
+int parse1905FragMsg(Port& port, const FrameHdr& hdr, const FragCmdu& cmdu) {
     if (cmdu.msgType >= kMsgTypeNum) {
         LOG(4, "message type (%d) isn't supported\r\n", cmdu.msgType);
         return kFailure;
@@ -408,6 +422,8 @@ int parse1905FragMsg(Port& port, const FragCmdu& cmdu) {
         return kFailure;
     }
     if (!answersQuery(cmdu.msgType, cmdu.msgId, cmdu.srcMac, 3)) return kOk;
+    // Both types need no proof; a right one only shows that the sender has the key.
+    (void)checkIntegrity(hdr, std::vector<Bytes>(cmdu.fragments.begin(), cmdu.fragments.end()));
     return cmdu.msgType == kMsgTopolResp ? parseTopolRespFragTlvs(port, cmdu)
                                          : parseMetricRespFragTlvs(cmdu);
 }

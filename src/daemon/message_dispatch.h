@@ -9,12 +9,13 @@
 #include "net/ports.h"
 
 // Handles the TLV area of an unfragmented message. Returns the result of its handler, kFailure if
-// it was dropped, or kDuplicate if it was sent or received before.
+// it was dropped, or kDuplicate if it was sent or received before, or refused for want of a right
+// MIC (net/message_integrity.h).
 [[nodiscard]] int parse1905Msg(Port& port, const FrameHdr& hdr, Bytes area);
 
-// Handles a message whose fragments have all arrived. Returns the result of its handler, kOk if it
-// answers no query, or kFailure if it cannot be parsed.
-[[nodiscard]] int parse1905FragMsg(Port& port, const FragCmdu& cmdu);
+// Handles a message whose fragments have all arrived; hdr is that of the last one. Returns the
+// result of its handler, kOk if it answers no query, or kFailure if it cannot be parsed.
+[[nodiscard]] int parse1905FragMsg(Port& port, const FrameHdr& hdr, const FragCmdu& cmdu);
 
 // Handles the TLV area of an LLDP frame. kOk, or kFailure if it is malformed or does not identify
 // its sender by MAC addresses.

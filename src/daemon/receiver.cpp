@@ -69,7 +69,7 @@ int handleLastFragment(Port& port, const FrameHdr& hdr, Bytes area) {
         return kFailure;
     }
     int result = storeFragment(port, hdr, area);
-    if (result == kOk) result = parse1905FragMsg(port, *cmdu);
+    if (result == kOk) result = parse1905FragMsg(port, hdr, *cmdu);
     removeFragCmdu(cmdu);  // even if it cannot be parsed: no later fragment completes it
     return reported(result, hdr);
 }

@@ -45,6 +45,10 @@ const OrdersFrom& getOrdersFromOption();
 bool getControlFilesOfOwnerOption();
 // True if LLDP frames of neighbors are read.
 bool getReadLldpOption();
+// The files of the keys of the mesh: of the one that signs, and of a second one that is accepted,
+// too. Empty if there is none.
+const char* getMeshKeyOption();
+const char* getMeshKeyNextOption();
 
 // The release, printed at start-up.
 inline constexpr const char* kReleaseVersionGit = "WIFISYS_RTK_9.2";

@@ -35,6 +35,8 @@ struct SysConfig {
     uint32_t enableWifiFromNbr = 1;
     OrdersFrom ordersFrom{};
     bool controlFilesOfOwner = false;
+    Text<128> meshKey{};  // paths; empty if there is none
+    Text<128> meshKeyNext{};
 };
 
 struct SysIdentity {

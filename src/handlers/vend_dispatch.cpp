@@ -13,6 +13,7 @@
 #include "handlers/vend_disc.h"
 #include "handlers/wifi_handlers.h"
 #include "orders/query_tracking.h"
+#include "wire/frame.h"
 #include "wire/standard_tlv.h"
 #include "wire/vend_catalogue.h"
 #include "wire/vend_tlv.h"
@@ -131,6 +132,11 @@ constexpr VendHandler kHandlers[] = {
 // clang-format on
 static_assert(std::ranges::is_sorted(kHandlers, {}, &VendHandler::number));
 
+VendContext contextOf(const Port& port, const FrameHdr& hdr, const VendMsg& msg, int path,
+                      VendOutcome& outcome) {
+    return {port, hdr.srcMac, hdr.msgId, msg, path, outcome, hdr.dstMac == k1905Multicast};
+}
+
 int obey(const VendHandler& row, const VendContext& context) {
     const auto refused = refuseOrder(context, row.group, row.label);
     return refused ? *refused : row.handle(context);
@@ -152,6 +158,20 @@ int handleVendSpecMsg(const VendContext& context) {
     return result;
 }
 
+// True if the proof is good enough for the message. A copy of an order gets the answers to the
+// first one, if they are remembered; it is never obeyed.
+bool mayPass(const VendContext& context, const Proof& proof) {
+    const uint16_t number = context.msg.vendMsgType;
+    if (proof.trust == Trust::kUnchecked || number == VEND_MSG_TYPE_VEND_DISC) return true;
+    const VendHandler* row = findVendHandler(number);
+    const bool isOrder = row == nullptr || row->once;
+    if (proof.trust == Trust::kFresh) return !isOrder || storeOrder(proof);
+    if (proof.trust == Trust::kCopy && (!isOrder || repeatAnswers(context))) return !isOrder;
+    reportRefusal(context.srcMac, kMsgVendSpec, number,
+                  proof.trust == Trust::kCopy ? "it was received before" : proof.flaw);
+    return false;
+}
+
 }  // namespace
 
 int initVendMessageHandler() {
@@ -163,7 +183,7 @@ const VendHandler* findVendHandler(uint16_t number) {
     return it != std::end(kHandlers) && it->number == number ? it : nullptr;
 }
 
-int parseVendSpecTlvs(const Port& port, const FrameHdr& hdr, Bytes area) {
+int parseVendSpecTlvs(const Port& port, const FrameHdr& hdr, Bytes area, const Proof& proof) {
     VendMsg msg;
     bool decoded = false;
     if (!walkTlvs(area, [&](Bytes tlv) {
@@ -174,11 +194,15 @@ int parseVendSpecTlvs(const Port& port, const FrameHdr& hdr, Bytes area) {
         return kFailure;
     }
     if (!decoded || parseEndOfMsgTlv(area) != kOk) return kFailure;
-    return handleVendSpecMsg(port, hdr, msg, kVendPathNetwork);
+    VendOutcome outcome;
+    const VendContext context = contextOf(port, hdr, msg, kVendPathNetwork, outcome);
+    if (!mayPass(context, proof)) return kDuplicate;
+    const int result = handleVendSpecMsg(context);
+    if (outcome.isUndone) forgetCounter(proof);
+    return result;
 }
 
 int handleVendSpecMsg(const Port& port, const FrameHdr& hdr, const VendMsg& msg, int path) {
     VendOutcome outcome;
-    return handleVendSpecMsg(
-        {port, hdr.srcMac, hdr.msgId, msg, path, outcome, hdr.dstMac == k1905Multicast});
+    return handleVendSpecMsg(contextOf(port, hdr, msg, path, outcome));
 }

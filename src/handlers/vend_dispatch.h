@@ -4,6 +4,7 @@
 #include "base/bytes.h"
 #include "handlers/order_permission.h"
 #include "handlers/vend_context.h"
+#include "net/message_integrity.h"
 #include "wire/frame.h"
 
 struct VendHandler {
@@ -22,8 +23,10 @@ struct VendHandler {
 int initVendMessageHandler();
 
 // Decodes the TLV area of a vendor-specific message and handles it. port received the frame, whose
-// headers are hdr. Returns the handler's result, or kFailure if the area cannot be decoded.
-[[nodiscard]] int parseVendSpecTlvs(const Port& port, const FrameHdr& hdr, Bytes area);
+// headers are hdr. Returns the handler's result, kFailure if the area cannot be decoded, or
+// kDuplicate if the proof is not good enough for the message.
+[[nodiscard]] int parseVendSpecTlvs(const Port& port, const FrameHdr& hdr, Bytes area,
+                                    const Proof& proof);
 
 // Hands a vendor message that arrived by path (VendPath) to the handler of its type, unless it is
 // an order that refuseOrder refuses. Returns the handler's or refuseOrder's result, kFailure for a

@@ -9,6 +9,7 @@
 #include "base/state.h"
 #include "db/database.h"
 #include "db/neighbor_aging.h"
+#include "net/message_integrity.h"
 #include "platform/descriptions.h"
 #include "wire/frame.h"
 
@@ -36,6 +37,7 @@ struct Outgoing {
     uint16_t msgType;
     uint16_t msgId;
     bool relay;
+    uint64_t counter;  // of the integrity TLV
 };
 
 // Fills in the headers in the transmit buffer and sends the first length bytes of it.
@@ -74,23 +76,31 @@ int sendFragment(const Outgoing& out, uint8_t fragId, bool last, size_t length) 
 
 // Sends a message in fragments. A TLV is never split.
 int sendFragments(const Outgoing& out, const TlvList& tlvs) {
+    FrameHdr hdr;
+    hdr.dstMac = out.dstMac != nullptr ? *out.dstMac : k1905Multicast;
+    hdr.version = kCmduVersion;
+    hdr.msgType = out.msgType;
+    hdr.msgId = out.msgId;
+    std::optional<Tlv> integrity;
+    if (!signMessage(hdr, out.counter, tlvs, integrity)) return kFailure;
     FrameBuffer& tx = getTxBuffer();
     tx.frame.fill(0);
     size_t position = kHeadersLen;
     uint8_t fragId = 0;
-    if (tlvs.empty()) return sendFragment(out, fragId, true, kMinFrameLen);
+    const size_t count = tlvs.size() + (integrity ? 1 : 0);
+    if (count == 0) return sendFragment(out, fragId, true, kMinFrameLen);
 
-    for (auto tlv = tlvs.begin(); tlv != tlvs.end(); ++tlv) {
-        const size_t size = tlv->flatSize1905();
+    const auto at = [&](size_t i) -> const Tlv& { return i < tlvs.size() ? tlvs[i] : *integrity; };
+    for (size_t i = 0; i < count; i++) {
+        const size_t size = at(i).flatSize1905();
         if (size > kMaxSentTlvSize) {
             LOG(1, "failed to send message size = (%d) > 1400 \r\n", static_cast<int>(size));
             return kFailure;
         }
-        (void)flatten1905Tlv(*tlv, std::span(tx.frame).subspan(position));
+        (void)flatten1905Tlv(at(i), std::span(tx.frame).subspan(position));
         position += size;
-        const auto next = std::next(tlv);
-        const bool last = next == tlvs.end();
-        if (!last && position + next->flatSize1905() + kEndOfMsgLen < kFrameBudget) continue;
+        const bool last = i + 1 == count;
+        if (!last && position + at(i + 1).flatSize1905() + kEndOfMsgLen < kFrameBudget) continue;
         // The zeros behind the TLVs are the end-of-message TLV.
         if (const int result = sendFragment(out, fragId, last, position + kEndOfMsgLen);
             result != kOk) {
@@ -118,6 +128,7 @@ class Message {
     // True if the message could not be built the last time. Only a topology query may be empty.
     bool failed() const { return failed_; }
     const MsgTraits& traits() const { return traits_; }
+    uint64_t counter() const { return counter_; }
     const TlvList& forPort(const Port& port) {
         if (perPort_) build(port);
         return tlvs_;
@@ -133,6 +144,7 @@ class Message {
     uint16_t msgType_;
     const MsgBody& body_;
     bool perPort_;
+    uint64_t counter_ = takeMessageCounter();
     bool failed_ = false;
     TlvList tlvs_;
     MsgTraits traits_;
@@ -145,8 +157,8 @@ struct Outcome {
 };
 
 void sendOn(const Port& port, const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
-            bool registerQuery, const TlvList& tlvs, Outcome& outcome) {
-    if (send1905UcastMsg(port, dstMac, msgType, msgId, registerQuery, tlvs) == kOk) {
+            bool registerQuery, const TlvList& tlvs, uint64_t counter, Outcome& outcome) {
+    if (send1905UcastMsg(port, dstMac, msgType, msgId, registerQuery, tlvs, counter) == kOk) {
         outcome.left = true;
     } else {
         LOG(2, "failed to send message (port = %s, msgType = %d, msgId = %d)\r\n",
@@ -165,7 +177,7 @@ Outcome sendByEveryPort(const MacAddr& dstMac, uint16_t msgType, const MsgBody& 
         if (message.failed()) return {.built = false, .left = outcome.left};
         if (!portIsUsable(port)) continue;
         sendOn(port, dstMac, msgType, module().msgId, message.traits().expectsResponse, tlvs,
-               outcome);
+               message.counter(), outcome);
     }
     return outcome;
 }
@@ -195,7 +207,8 @@ Outcome sendToNeighbor(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId, 
             if (!nbr.isNamedBy(dstMac) || !portIsUsable(port)) continue;
             if (byAlMac && nbr.nbrAlMac.isZero()) continue;
             sendOn(port, nbr.nbrIntfMac, msgType, msgId,
-                   message.traits().expectsResponse && !isResponse, tlvs, outcome);
+                   message.traits().expectsResponse && !isResponse, tlvs, message.counter(),
+                   outcome);
         }
     }
     return outcome;
@@ -270,7 +283,7 @@ int requestSend1905McastMsg(uint16_t msgType, const MsgBody& body, uint16_t* msg
             return kFailure;
         }
         if (send1905McastMsg(port, msgType, module().msgId, message.traits().relay,
-                             message.traits().expectsResponse, tlvs) != kOk) {
+                             message.traits().expectsResponse, tlvs, message.counter()) != kOk) {
             LOG(2, "failed to send message (type = %d, id = %d) from port (%s)\r\n", msgType,
                 module().msgId, port.name.c_str());
         } else if (ownIdPerPort) {
@@ -326,11 +339,11 @@ int requestSendLldpMsg() {
 }
 
 int send1905UcastMsg(const Port& port, const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
-                     bool registerQuery, const TlvList& tlvs) {
+                     bool registerQuery, const TlvList& tlvs, uint64_t counter) {
     LOG(4, "port = %s, macDa (" MAC_FMT "), message (type = %d, id = %d)\r\n", port.name.c_str(),
         MAC_ARGS(dstMac), msgType, msgId);
     if (tlvs.empty() && msgType != kMsgTopolQuery) return kFailure;
-    if (const int result = sendFragments({port, &dstMac, msgType, msgId, false}, tlvs);
+    if (const int result = sendFragments({port, &dstMac, msgType, msgId, false, counter}, tlvs);
         result != kOk) {
         return result;
     }
@@ -339,10 +352,10 @@ int send1905UcastMsg(const Port& port, const MacAddr& dstMac, uint16_t msgType, 
 }
 
 int send1905McastMsg(const Port& port, uint16_t msgType, uint16_t msgId, bool relay,
-                     bool registerQuery, const TlvList& tlvs) {
+                     bool registerQuery, const TlvList& tlvs, uint64_t counter) {
     LOG(4, "port = %s, message (type = %d, id = %d)\r\n", port.name.c_str(), msgType, msgId);
     if (tlvs.empty() || getAlMac() == nullptr) return kFailure;
-    if (const int result = sendFragments({port, nullptr, msgType, msgId, relay}, tlvs);
+    if (const int result = sendFragments({port, nullptr, msgType, msgId, relay, counter}, tlvs);
         result != kOk) {
         return result;
     }

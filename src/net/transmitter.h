@@ -40,12 +40,13 @@ int requestRelayMcastMsg(const Port& incoming);
 int requestSendLldpMsg();
 
 // Send one message by one port, in as many frames as necessary; registerQuery registers it as a
-// query. kOk, or kFailure if a TLV is too large, a write fails, or there are no TLVs (a topology
-// query by unicast needs none).
+// query. With the key of the mesh, the message is signed with this counter
+// (net/message_integrity.h). kOk, or kFailure if a TLV is too large, a write fails, the message
+// must be signed but cannot be, or there are no TLVs (a topology query by unicast needs none).
 int send1905UcastMsg(const Port& port, const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
-                     bool registerQuery, const TlvList& tlvs);
+                     bool registerQuery, const TlvList& tlvs, uint64_t counter);
 int send1905McastMsg(const Port& port, uint16_t msgType, uint16_t msgId, bool relay,
-                     bool registerQuery, const TlvList& tlvs);
+                     bool registerQuery, const TlvList& tlvs, uint64_t counter);
 
 // The memory of multicasts that were generated or received in the last 5 seconds.
 void registerGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId);

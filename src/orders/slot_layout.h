@@ -106,7 +106,9 @@ inline constexpr Field kAlMac{7, 6};
 inline constexpr Field kAlStatus{13, 1};
 inline constexpr Field kAlAge{16, 4};  // seconds since the last change
 inline constexpr Field kAlIntfNum{20, 1};
-inline constexpr Field kAlNoPort{21, 1};  // 1: no port is open
+inline constexpr Field kAlNoPort{21, 1};   // 1: no port is open
+inline constexpr Field kAlMeshKey{22, 1};  // 1: in use, 2: in use, but no order can be signed
+inline constexpr Field kAlRefused{24, 4};  // messages refused for want of a right MIC
 // 3
 inline constexpr Field kIntfMac{7, 6};
 inline constexpr Field kIntfStatus{13, 1};
@@ -160,6 +162,7 @@ inline constexpr Field kDevIntfNum{14, 1};
 inline constexpr Field kDevNon1905Num{15, 1};
 inline constexpr Field kDev1905Num{16, 1};
 inline constexpr Field kDevTupleNum{17, 1};
+inline constexpr Field kDevMeshKey{18, 1};  // if in use: 1 not heard with the key, 2 heard with it
 // 37
 inline constexpr Field kDevIntfMac{7, 6};
 inline constexpr Field kDevMediaType{13, 1};

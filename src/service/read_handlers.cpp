@@ -8,6 +8,7 @@
 #include "db/device_table.h"
 #include "db/link_metrics.h"
 #include "db/options.h"
+#include "net/message_integrity.h"
 #include "net/ports.h"
 #include "orders/service_ids.h"
 #include "orders/slots.h"
@@ -90,6 +91,10 @@ int respGet1905DevServReq(const ServReq& request, uint16_t answer) {
         .number(resp::kAlAge, ageOf(al->lastChange))
         .number(resp::kAlIntfNum, static_cast<uint32_t>(al->intfs.size()))
         .number(resp::kAlNoPort, getIntfPorts().empty() ? 1 : 0)
+        .number(resp::kAlMeshKey, !meshKeyIsUsed()   ? 0
+                                  : meshKeyCanSign() ? 1
+                                                     : 2)
+        .number(resp::kAlRefused, refusedMessages())
         .answer();
 }
 
@@ -211,6 +216,9 @@ int respGetTopol1905DevServReq(const ServReq& request, uint16_t answer) {
         .number(resp::kDevNon1905Num, static_cast<uint32_t>(dev.non1905NbrNum()))
         .number(resp::kDev1905Num, static_cast<uint32_t>(dev.ieee1905NbrNum()))
         .number(resp::kDevTupleNum, static_cast<uint32_t>(dev.brdgTuples.size()))
+        .number(resp::kDevMeshKey, !meshKeyIsUsed()           ? 0
+                                   : speaksWithKey(dev.alMac) ? 2
+                                                              : 1)
         .answer();
 }
 

@@ -54,7 +54,7 @@ FrameHdr parseFrameHdr(Bytes frame) {
     hdr.srcMac = reader.mac();
     hdr.etherType = reader.u16();
     hdr.version = reader.u8();
-    reader.skip(1);
+    hdr.reserved = reader.u8();
     hdr.msgType = reader.u16();
     hdr.msgId = reader.u16();
     hdr.fragId = reader.u8();

@@ -56,6 +56,7 @@ struct FrameHdr {
     MacAddr srcMac;
     uint16_t etherType = 0;
     uint8_t version = 0;
+    uint8_t reserved = 0;
     uint16_t msgType = 0;
     uint16_t msgId = 0;
     uint8_t fragId = 0;

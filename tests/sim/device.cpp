@@ -8,6 +8,7 @@
 #include "daemon/main_loop.h"
 #include "db/data_manager.h"
 #include "db/options.h"
+#include "net/message_integrity.h"
 
 namespace sim {
 namespace {
@@ -28,15 +29,16 @@ void preparePlatform(const DeviceOptions& options, const Site& site) {
 
 void startDaemon(const DeviceOptions& options, const Site& site) {
     std::ofstream(site.folder + "/vm1905.conf")
-        << "DATA_MODEL_FOLDER=" << site.folder << "\nLOG_FOLDER=" << site.folder << "\n";
+        << "DATA_MODEL_FOLDER=" << site.folder << "\nLOG_FOLDER=" << site.folder << "\n"
+        << options.options;
     std::ofstream(site.folder + "/vm1905_Version") << options.versions;
     const uint8_t debugLevel = DEBUGLEVEL;
     setConfFolder(site.folder);
     const bool isConfigured = initSysConfig() == kOk;
     DEBUGLEVEL = debugLevel;  // the configuration has set it
     installUpcalls();
-    if (!isConfigured || initNetCtrl() != kOk || initDataManager() != kOk ||
-        initMessageMonitor() != kOk || initServiceMonitor() != kOk) {
+    if (!isConfigured || initMessageIntegrity() != kOk || initNetCtrl() != kOk ||
+        initDataManager() != kOk || initMessageMonitor() != kOk || initServiceMonitor() != kOk) {
         throw std::runtime_error(site.name + ": the daemon cannot be initialized");
     }
     (void)updateFWUpgradeStatus(0, 0);

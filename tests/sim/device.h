@@ -15,6 +15,7 @@ struct DeviceOptions {
     std::vector<std::string> intfs{"eth0"};
     bool forwards = false;            // its kernel bridge forwards between the interfaces
     std::string versions{};           // of its components, the content of "vm1905_Version"
+    std::string options{};            // more lines of "vm1905.conf"
     std::function<void()> prepare{};  // runs in the device before its daemon starts
 };
 

@@ -85,6 +85,12 @@ TEST_F(Options, AMisspeltWordIsNoPermission) {
     }
 }
 
+TEST_F(Options, KeysOfTheMeshAreToldApart) {
+    write("vm1905.conf", "MESH_KEY_NEXT=/next\nMESH_KEY = /key\n");
+    EXPECT_EQ(initSysConfig(), kOk);
+    EXPECT_EQ(getMeshKeyOption() + std::string(getMeshKeyNextOption()), "/key/next");
+}
+
 TEST_F(Options, MissingFileChangesNothing) {
     EXPECT_EQ(initSysConfig(), kFailure);
     EXPECT_EQ(options(), "9 9 9 9 9 /nine 9 /nine 9");

@@ -24,7 +24,7 @@ class Transmitter : public Device {
     }
     static Fd broken() { return Fd(open("/dev/null", O_RDONLY | O_CLOEXEC)); }
     static int sendTlvs(const TlvList& tlvs, uint16_t type = kMsgTopolResp) {
-        return send1905UcastMsg(port("eth0"), peer(1).intf, type, 7, false, tlvs);
+        return send1905UcastMsg(port("eth0"), peer(1).intf, type, 7, false, tlvs, 0);
     }
     static Tlv tlv(size_t flatSize) { return {0x55, TlvValue(Frame(flatSize - 3, 0xAA))}; }
     // Where the frames went: "port:last byte of the MAC".

@@ -1,8 +1,11 @@
 // Settings in memory, reports that wait for runNetCtrl, auto-configuration and security messages.
+#include <array>
 #include <sstream>
 
 #include "common/hook.h"
+#include "common/text.h"
 #include "platform/exports.h"
+#include "platform/integrity.h"
 #include "support.h"
 
 namespace {
@@ -174,6 +177,19 @@ NETWORK_TEST(AutoConfiguration, RenewsAreRepeatedUntilAcknowledged) {
     EXPECT_EQ(wait(10), "3 band 1 to 02:00:00:00:00:07\n");
     EXPECT_EQ(wifi_flag_init(), 0);
     EXPECT_EQ(wait(30), "") << "it no longer waits";
+}
+
+TEST(Integrity, IsHmacSha256) {
+    const std::string key = "Jefe", data = "what do ya want for nothing?";
+    std::array<uint8_t, PLATFORM_HMAC_LEN> hmac{};
+    const auto bytes = [](const std::string& text) {
+        return reinterpret_cast<const uint8_t*>(text.data());
+    };
+    for (int i = 0; i < 2; i++) {
+        ASSERT_EQ(computeHmacSha256(bytes(key), 4, bytes(data), 28, hmac.data()), 0);
+        EXPECT_EQ(hexText(hmac),
+                  "5bdcc146bf60754e6a042426089575c75a003f089d2739839dec58b964ec3843");
+    }
 }
 
 TEST(Log, IsTheNamedFileAndKeepsLinesWhole) {
