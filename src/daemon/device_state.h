@@ -25,6 +25,7 @@
 #include "net/ports.h"
 #include "net/relay_limit.h"
 #include "net/transmitter.h"
+#include "net/work_limit.h"
 #include "orders/control_lists.h"
 #include "orders/firmware_upgrade_list.h"
 #include "orders/pending_requests.h"
@@ -42,7 +43,7 @@ using ModuleStates = std::tuple<                                          //
     FailingFiles,                                                         // base
     SysCtrl, Database, DataModelUpdateReq, NeighborAging, Upcalls,        // db
     PortsState, TransmitterState, FragmentStore, RelayLimit,              // net
-    MessageIntegrity, DataModelFiles,                                     // net, publish
+    MessageIntegrity, WorkLimit, DataModelFiles,                          // net, publish
     VendQueries, ControlLists, FWupgradeList, Schedule, PendingRequests,  // orders
     SlotsState, SpeedTestState, WifiSyncState,                            //
     AnswerMemory, MessageLog, OrderRefusals, ResultFiles,                 // handlers

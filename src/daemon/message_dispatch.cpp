@@ -10,6 +10,7 @@
 #include "net/message_integrity.h"
 #include "net/relay_limit.h"
 #include "net/transmitter.h"
+#include "net/work_limit.h"
 #include "wire/standard_tlv.h"
 
 namespace {
@@ -92,6 +93,9 @@ bool parseAnnouncement(const Received& msg, Announcement& info) {
 int parseTopolDisc(const Received& msg) {
     Announcement info;
     if (!parseAnnouncement(msg, info)) return kFailure;
+    if (findNbrDev(info.alMac) == nullptr && !mayWork(msg.hdr.srcMac, Work::kNewcomer)) {
+        return kDuplicate;
+    }
     return handleOnce(msg, info.alMac, kMsgTopolDisc, false, [&] {
         return handleTopolDiscMsg(msg.port.name, msg.port.mac, msg.port.mediaType, msg.hdr.srcMac,
                                   info.alMac, info.intfMac);
@@ -402,6 +406,7 @@ int parse1905Msg(Port& port, const FrameHdr& hdr, Bytes area) {
         LOG(4, "message type (%d) is unsupported\r\n", hdr.msgType);
         return kFailure;
     }
+    if (hdr.msgType != kMsgTopolDisc && !mayWork(hdr.srcMac, Work::kMessage)) return kDuplicate;
     const bool isResponse = hdr.msgType == kMsgTopolResp || hdr.msgType == kMsgMetricResp ||
                             hdr.msgType == kMsgApAutoConfResp;
     if (isResponse && !answersQuery(hdr.msgType, hdr.msgId, hdr.srcMac, 2)) return kFailure;

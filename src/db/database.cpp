@@ -130,6 +130,12 @@ uint8_t getNbrDevNum() {
     return static_cast<uint8_t>(getNbrDevTable().size());
 }
 
+NbrDev* findNbrDev(const MacAddr& alMac) {
+    auto& devs = getNbrDevTable();
+    const auto it = std::ranges::find(devs, alMac, &NbrDev::alMac);
+    return it != devs.end() ? &*it : nullptr;
+}
+
 NbrDev* getNbrDevTableByIndex(unsigned index) {
     auto& devs = getNbrDevTable();
     const uint8_t at = static_cast<uint8_t>(index);

@@ -53,5 +53,7 @@ SecurityTable* getSecurityTable();               // nullptr without a database
 std::vector<NbrDev>& getNbrDevTable();           // empty without a database
 // Meant: the number of neighbor devices modulo 256.
 uint8_t getNbrDevNum();
+// The neighbor device with this AL MAC, nullptr if there is none.
+NbrDev* findNbrDev(const MacAddr& alMac);
 // The index-th neighbor device (from 0). Meant: the index is taken modulo 256.
 NbrDev* getNbrDevTableByIndex(unsigned index);

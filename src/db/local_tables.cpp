@@ -105,8 +105,13 @@ int rereadMediaTypes(AlTable& al) {
 
 bool makeNbrRoom(IntfTable& intf, const MacAddr& newcomer) {
     if (intf.nbrs.size() < kMaxIntfNbrs) return true;
-    const auto oldest = std::find_if(intf.nbrs.begin(), intf.nbrs.end(),
-                                     [](const IntfNbrDev& nbr) { return !nbr.is1905; });
+    auto oldest = std::ranges::find(intf.nbrs, false, &IntfNbrDev::is1905);
+    if (oldest == intf.nbrs.end()) {
+        oldest = std::ranges::find_if(intf.nbrs, [](const IntfNbrDev& nbr) {
+            const NbrDev* dev = findNbrDev(nbr.nbrAlMac);
+            return dev == nullptr || dev->answerTime == 0;
+        });
+    }
     if (oldest == intf.nbrs.end()) {
         LOG(2, "too many neighbor interfaces, refuse (" MAC_FMT ")\r\n", MAC_ARGS(newcomer));
         return false;

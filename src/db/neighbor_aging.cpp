@@ -25,6 +25,7 @@ constexpr Seconds kReturnInterval = 5;     // a discovery after this much silenc
 constexpr Seconds kNotificationDelay = 3;  // after the appearance of a device
 constexpr Seconds kQueryInterval = 3;
 constexpr uint8_t kMaxQueries = 3;
+constexpr Seconds kClaimTime = kMaxQueries * kQueryInterval + 1;
 
 void setBridge(IntfNbrDev& nbr, const MacAddr& localMac, bool bridge) {
     nbr.bridgeFlag = bridge ? 1 : 0;
@@ -93,8 +94,43 @@ bool lldpIsFresh(const IntfNbrDev& nbr, Seconds time) {
     return nbr.lldpSeen && time - nbr.lldpTime < std::min<Seconds>(limit, nbr.lldpTtl);
 }
 
+// True if a discovery with this AL MAC has to wait, because the device that had the interface until
+// now answers, or may still do so: nobody can remove a living device by a forged discovery.
+bool isDisputed(IntfNbrDev& nbr, const MacAddr& alMac, Seconds time) {
+    const NbrDev* holder = findNbrDev(nbr.nbrAlMac);
+    if (!nbr.is1905 || nbr.nbrAlMac == alMac || holder == nullptr || holder->answerTime == 0) {
+        nbr.claimant = {};
+        return false;
+    }
+    const bool isRefuted = nbr.claimTime != 0 && time - nbr.claimTime < kClaimTime;
+    if (!nbr.claimant.isZero() || isRefuted) return true;
+    nbr.claimant = alMac;
+    nbr.claimTime = time;
+    // As after a notification of the holder, so that queries are repeated.
+    const MacAddr asked = holder->alMac;
+    (void)updateNbrDevTable(kNbrNotification, asked);
+    (void)upcalls().sendTopolQuery(asked);
+    return true;
+}
+
+// Gives the interface to the claimant if the holder has not answered. True if it did.
+bool settleClaim(IntfNbrDev& nbr, Seconds time) {
+    if (nbr.claimant.isZero()) return false;
+    const NbrDev* holder = findNbrDev(nbr.nbrAlMac);
+    if (holder != nullptr && holder->answerTime >= nbr.claimTime) {
+        nbr.claimant = {};
+        return false;
+    }
+    if (holder != nullptr && time - nbr.claimTime < kClaimTime) return false;
+    const MacAddr former = std::exchange(nbr.nbrAlMac, std::exchange(nbr.claimant, {}));
+    nbr.last1905Time = time;
+    dropFormerDevice(former);
+    return true;
+}
+
 bool noteDiscovery(int kind, IntfNbrDev& nbr, const MacAddr& localMac, const MacAddr& alMac) {
     const Seconds time = now();
+    if (isDisputed(nbr, alMac, time)) return false;
     bool changed = false;
     if (!nbr.is1905 || nbr.nbrAlMac != alMac) {
         const MacAddr former = std::exchange(nbr.nbrAlMac, alMac);
@@ -113,6 +149,20 @@ bool noteDiscovery(int kind, IntfNbrDev& nbr, const MacAddr& localMac, const Mac
     nbr.last1905Time = time;
     if (kind == kNbrDiscovery) nbr.discTime = time;
     return changed;
+}
+
+// A newcomer gets the place of a device that never answered: a forged one usually does not.
+bool makeNbrDevRoom(const MacAddr& newcomer) {
+    auto& devs = getNbrDevTable();
+    if (devs.size() < kMaxNbrDevs) return true;
+    const auto silent = std::ranges::find(devs, 0, &NbrDev::answerTime);
+    if (silent == devs.end()) {
+        LOG(2, "too many neighbor devices, refuse (" MAC_FMT ")\r\n", MAC_ARGS(newcomer));
+        return false;
+    }
+    LOG(2, "too many neighbor devices, drop (" MAC_FMT ")\r\n", MAC_ARGS(silent->alMac));
+    devs.erase(silent);
+    return true;
 }
 
 // True if a neighbor's discovery arrived without the LLDP frame that leaves with it: a bridge in
@@ -185,6 +235,7 @@ int checkIntfNbrIntfTimeOut() {
                 changed = true;
                 continue;
             }
+            if (settleClaim(*it, time)) changed = true;
             if (lacksLldp(*it, time)) {
                 setBridge(*it, intf.mac, true);
                 changed = true;
@@ -199,17 +250,13 @@ int updateNbrDevTable(int msgType, const MacAddr& alMac) {
     LOG(4, "msgType = %d, alMac = " MAC_FMT "\r\n", msgType, MAC_ARGS(alMac));
     auto& devs = getNbrDevTable();
     const Seconds time = now();
-    const auto it = std::find_if(devs.begin(), devs.end(),
-                                 [&](const NbrDev& dev) { return dev.alMac == alMac; });
-    if (it == devs.end()) {
-        if (getAlTable() == nullptr) return kFailure;
-        if (devs.size() >= kMaxNbrDevs) {
-            LOG(2, "too many neighbor devices, refuse (" MAC_FMT ")\r\n", MAC_ARGS(alMac));
-            return kFailure;
-        }
+    NbrDev* const it = findNbrDev(alMac);
+    if (it == nullptr) {
+        if (getAlTable() == nullptr || !makeNbrDevRoom(alMac)) return kFailure;
         devs.push_back({.alMac = alMac,
                         .lastSeen = time,
-                        .queryTime = msgType == kNbrNotification ? time : 0});
+                        .queryTime = msgType == kNbrNotification ? time : 0,
+                        .answerTime = msgType == kNbrResponse ? time : 0});
         return kNewNbrDev;
     }
     switch (msgType) {
@@ -224,6 +271,7 @@ int updateNbrDevTable(int msgType, const MacAddr& alMac) {
         case kNbrResponse:
             it->queryTime = msgType == kNbrNotification ? time : 0;
             it->respReceived = msgType == kNbrResponse;
+            if (msgType == kNbrResponse) it->answerTime = time;
             it->queryRetries = 0;
             return kKnownNbrDev;
         default:

@@ -54,6 +54,8 @@ struct IntfNbrDev {
     Seconds lldpTime = 0;
     uint16_t lldpTtl = 0;    // seconds
     uint8_t bridgeFlag = 0;  // 1: an IEEE 802.1 bridge is in between
+    MacAddr claimant{};      // another AL MAC that a discovery from this MAC named; zero: none
+    Seconds claimTime = 0;   // of the latest claim, also of one that was refuted
 
     bool isLiving1905(Seconds time) const { return is1905 && time - last1905Time < kSilenceLimit; }
     // True if this is the MAC of the interface or the AL MAC of its device. An AL MAC of zero is
@@ -163,6 +165,7 @@ struct NbrDev {
     Seconds queryTime = 0;  // of the last query that a notification caused, 0: none is pending
     bool respReceived = false;
     uint8_t queryRetries = 0;
+    Seconds answerTime = 0;  // of its latest topology response, 0: it has never answered
 };
 
 // Properties that the vendor protocol carries and the data model shows, of this device and of every

@@ -16,8 +16,6 @@
 
 namespace {
 
-constexpr size_t kMaxReported = 64;  // senders in a second
-
 struct Permission {
     OrderGroup group;
     const char* key;
@@ -108,15 +106,8 @@ constexpr Refusal kRefusals[] = {
 };
 static_assert(std::ranges::is_sorted(kRefusals, {}, &Refusal::order));
 
-// True once a second for each sender, and for a limited number of senders.
-bool mayReport(const MacAddr& sender) {
-    auto& refusals = stateOf<OrderRefusals>();
-    if (const Seconds time = now(); refusals.time != time) refusals = {time, {}};
-    return refusals.senders.size() < kMaxReported && refusals.senders.insert(sender).second;
-}
-
 void report(const VendContext& context, const char* label, const char* reason) {
-    if (!mayReport(context.msg.alMac)) return;
+    if (!stateOf<OrderRefusals>().reported.isFirst(context.msg.alMac)) return;
     LOG(2, "order %d [%s] from (" MAC_FMT "/" MAC_FMT ") is refused: %s\r\n",
         context.msg.vendMsgType, label, MAC_ARGS(context.msg.alMac), MAC_ARGS(context.srcMac),
         reason);
@@ -172,7 +163,9 @@ bool isApproved(const VendContext& context) {
     if (checkMACisApprove(sender.data(), dev != nullptr ? dev->hostname.c_str() : "") == 0) {
         return true;
     }
-    if (mayReport(sender)) LOG(2, "Decvice(" MAC_FMT ") is not allow\r\n", MAC_ARGS(sender));
+    if (stateOf<OrderRefusals>().reported.isFirst(sender)) {
+        LOG(2, "Decvice(" MAC_FMT ") is not allow\r\n", MAC_ARGS(sender));
+    }
     context.outcome.isUndone = true;
     return false;
 }

@@ -2,9 +2,8 @@
 #pragma once
 
 #include <optional>
-#include <set>
 
-#include "base/clock.h"
+#include "base/once_a_second.h"
 #include "handlers/vend_context.h"
 
 // What an order concerns. For each group but kCommand, which ORDERS_FROM alone limits, a key of
@@ -21,10 +20,8 @@ enum class OrderGroup : uint8_t {
     kCommand,  // an order as a line of text, which is checked again as the order that it spells
 };
 
-// The senders whose refusal was logged in this second.
 struct OrderRefusals {
-    Seconds time = 0;
-    std::set<MacAddr> senders;
+    OnceASecond reported;
 };
 
 // Empty if the order may be obeyed. Else it was refused and logged, and this is the result of its

@@ -12,6 +12,7 @@
 #include "handlers/steering_handlers.h"
 #include "handlers/vend_disc.h"
 #include "handlers/wifi_handlers.h"
+#include "net/work_limit.h"
 #include "orders/query_tracking.h"
 #include "wire/frame.h"
 #include "wire/standard_tlv.h"
@@ -138,6 +139,10 @@ VendContext contextOf(const Port& port, const FrameHdr& hdr, const VendMsg& msg,
 }
 
 int obey(const VendHandler& row, const VendContext& context) {
+    if (row.group != OrderGroup::kNone && !mayWork(context.srcMac, Work::kOrder)) {
+        context.outcome.isUndone = true;
+        return kDuplicate;
+    }
     const auto refused = refuseOrder(context, row.group, row.label);
     return refused ? *refused : row.handle(context);
 }

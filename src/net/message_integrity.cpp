@@ -25,7 +25,6 @@ namespace {
 
 constexpr unsigned kSequenceBits = 24;  // of a counter; the bits above are the start number
 constexpr uint64_t kMaxStart = (1U << 24) - 1;
-constexpr size_t kMaxReported = 64;
 constexpr Seconds kComplaintPeriod = 60;
 constexpr size_t kVendTypeAt = 11;  // in a vendor-specific TLV
 
@@ -268,11 +267,8 @@ void forgetCounter(const Proof& proof) {
 
 void reportRefusal(const MacAddr& srcMac, uint16_t msgType, std::optional<uint16_t> vendMsgType,
                    const char* reason) {
-    auto& m = module();
-    m.refusals++;
-    if (m.reportSecond != now()) m.reported.clear();
-    m.reportSecond = now();
-    if (m.reported.size() >= kMaxReported || !m.reported.insert(srcMac).second) return;
+    module().refusals++;
+    if (!module().reported.isFirst(srcMac)) return;
     LOG(2, "refuse message (macSa = " MAC_FMT ", type = %d, vendor type = %d): %s\r\n",
         MAC_ARGS(srcMac), msgType, vendMsgType ? *vendMsgType : -1, reason);
 }

@@ -7,12 +7,12 @@
 #include <cstdint>
 #include <map>
 #include <optional>
-#include <set>
 #include <span>
 #include <vector>
 
 #include "base/bytes.h"
 #include "base/clock.h"
+#include "base/once_a_second.h"
 #include "net/counter_store.h"
 #include "wire/frame.h"
 #include "wire/integrity_tlv.h"
@@ -43,8 +43,7 @@ struct MessageIntegrity {
     Seconds lastComplaint = 0;  // about that
     std::map<KeyedSender, CounterWindow> senders;
     uint32_t refusals = 0;
-    Seconds reportSecond = 0;
-    std::set<MacAddr> reported;  // the sources whose refusal was logged in this second
+    OnceASecond reported;
 };
 
 // Up to this many senders are remembered.

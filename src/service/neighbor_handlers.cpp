@@ -39,10 +39,7 @@ int checkTarget(const MacAddr& target) {
         LOG_PUTS(2, "network topology is incompleted\r");
         return kTopolIncomplete;
     }
-    for (unsigned i = 0, num = getNbrDevNum(); i < num; i++) {
-        const NbrDev* dev = getNbrDevTableByIndex(i);
-        if (dev != nullptr && dev->alMac == target) return kOk;
-    }
+    if (findNbrDev(target) != nullptr) return kOk;
     LOG(2, "AL MAC (" MAC_FMT ") can't found: unmatched\r\n", MAC_ARGS(target));
     return kNotAddressed;
 }

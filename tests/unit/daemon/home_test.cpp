@@ -125,13 +125,34 @@ TEST_F(Home, ANeighborWithANewAlMacIsOneDevice) {
     const Peer renamed{peer(7).al, kPeer.intf}, second{kPeer.al, peer(3).intf};
     (void)receive("eth1", discovery(second, 2));
     for (const auto& [id, known] : {std::pair{3U, 2U}, {5U, 1U}}) {
+        run(1);
         (void)receive("eth0", discovery(renamed, id));
+        run(10);
+        (void)checkNbrDevTableTimeOut();
         EXPECT_EQ(getNbrDevNum(), known) << "it keeps its other interface at first";
         EXPECT_EQ(getIeee1905DevTables().size(), known - 1);
         (void)receive("eth0", discovery(kPeer, id + 1));
         getIntfTableByName("eth1")->nbrs.clear();
         if (id == 3) meet(kPeer, 100);
     }
+}
+
+TEST_F(Home, AForgedDiscoveryRemovesNoNeighborThatAnswers) {
+    startWithPeer();
+    const Peer forged{peer(7).al, kPeer.intf};
+    unsigned asked = 0;
+    for (unsigned second = 0; second < 40; second++) {
+        (void)receive("eth0", discovery(forged, 100 + second));
+        for (const auto& query : sent("eth0")) {
+            if (query.type != kMsgTopolQuery || query.dst != kPeer.intf) continue;
+            asked++;
+            if (second % 2 == 1) (void)receive("eth0", response(kPeer, query.id));
+        }
+        run(1);
+        (void)checkNbrDevTableTimeOut();
+        ASSERT_EQ(eth0().nbrs.at(0).nbrAlMac, kPeer.al) << second;
+    }
+    EXPECT_LE(asked, 12U);
 }
 
 TEST_F(Home, AReturningLinkIsAnnouncedAtOnce) {

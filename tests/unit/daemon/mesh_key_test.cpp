@@ -202,7 +202,10 @@ TEST_F(MeshKeyTest, ReplaysAreRefused) {
         EXPECT_EQ(fakePlatform().called("resetToDefault"), frame == reset);
     }
     // Links reorder: each of the 64 counters behind the highest is accepted once.
-    for (unsigned n = 264; n > 202; n--) EXPECT_TRUE(obeys(order(kStart + n))) << n;
+    for (unsigned n = 264; n > 202; n--) {
+        if (n % 32 == 0) advance(1);  // no more orders a second are obeyed
+        EXPECT_TRUE(obeys(order(kStart + n))) << n;
+    }
     advance(6);
     for (const unsigned n : {201, 202, 203, 264}) EXPECT_EQ(obeys(order(kStart + n)), n == 201);
     EXPECT_TRUE(obeys(order(kStart + 400)));

@@ -238,6 +238,34 @@ TEST_F(Receiver, RelaysAreLimited) {
     EXPECT_EQ(relayed(1, 2, 45, "eth0"), 90) << "more than the memory holds";
 }
 
+TEST_F(Receiver, WorkForOthersIsLimited) {
+    LogCapture log(2);
+    unsigned id = 0;
+    meet(kPeer, ++id);
+    const auto answered = [&](unsigned first, unsigned count, unsigned each) {
+        drop();
+        for (unsigned n = 0; n < count * each; n++) {
+            const Peer from = peer(first + n % count);
+            (void)receive("eth0", frame1905(kEth0, from.intf, kMsgTopolQuery, ++id,
+                                            macTlv(1, from.al) + endOfMsg()));
+        }
+        return std::ranges::count(sent("eth0"), kLastFragment + 0U, &Sent::flags);
+    };
+    advance(1);
+    for (const unsigned n : {2U, 3U, 4U}) meet(peer(n), ++id);
+    EXPECT_EQ(answered(2, 1, 600), 512 - 5) << "after its discovery and response";
+    const size_t known = getNbrDevTable().size();
+    for (unsigned n = 0; n < 600; n++) (void)receive("eth0", discovery(peer(1000 + n), ++id));
+    EXPECT_EQ(getNbrDevTable().size() - known, (2048 - 512 - 2 * 5) / 4) << "strangers";
+    EXPECT_EQ(answered(1000, 1, 5), (2048 - 512 - 2 * 5) % 4) << "a stranger gets the rest";
+    EXPECT_EQ(answered(1, 1, 5), 5) << "a device of the mesh";
+    const std::string lines = log.text();
+    EXPECT_EQ(occurrences(lines, "too many messages"), 64U);
+    EXPECT_EQ(occurrences(lines, "those of (02:ee:00:01:00:02)"), 1U);
+    advance(1);
+    EXPECT_EQ(answered(1000, 1, 5), 5);
+}
+
 // sim/discovery_test.cpp checks that fragments are joined.
 TEST_F(Receiver, FragmentsMustAnswerAQueryAndBeWellFormed) {
     // Type, type of the expected response, result, line.

@@ -61,7 +61,9 @@ TEST_F(Database, NeighborInterfacesAreAdded) {
         EXPECT_EQ(nbrMacs(), then);
     }
     EXPECT_EQ(addIntfNbrIntf("eth9", kEth0, kMedia, {kA}), kNoLocalIntf);
-    // In a full table the oldest neighbor that is no 1905 device gives way.
+    // In a full table the oldest neighbor that is no 1905 device gives way, or one that never
+    // answered.
+    getNbrDevTable() = {{.alMac = {}, .answerTime = 1}};
     eth0().nbrs.assign(4094, {.is1905 = true});
     EXPECT_EQ(addIntfNbrIntf("eth0", {}, 0, {kC, kA}), kChanged);
     EXPECT_EQ(addIntfNbrIntf("eth0", {}, 0, {kB}), kChanged);
@@ -69,6 +71,8 @@ TEST_F(Database, NeighborInterfacesAreAdded) {
     EXPECT_EQ(getIntfNbrDevByMac(eth0(), kC), nullptr);
     eth0().nbrs.assign(4096, {.is1905 = true});
     EXPECT_EQ(addIntfNbrIntf("eth0", {}, 0, {kB}), kNothingChanged);
+    eth0().nbrs[7].nbrAlMac = kC;
+    EXPECT_EQ(addIntfNbrIntf("eth0", {}, 0, {kB}), kChanged);
 }
 
 TEST_F(Database, LinkMetricsAreFetchedEveryFiveSeconds) {

@@ -106,7 +106,7 @@ TEST_F(Neighbors, DevicesAreNewKnownOrBack) {
         advance(after);
         EXPECT_EQ(note(type), result) << after;
     }
-    getNbrDevTable().resize(4096);
+    getNbrDevTable().assign(4096, {.alMac = {}, .lastSeen = now(), .answerTime = 1});
     eth0().nbrs.assign(4096, {.is1905 = true});
     topol().devs.resize(4096);
     Ieee1905DevTable dev;
@@ -114,6 +114,10 @@ TEST_F(Neighbors, DevicesAreNewKnownOrBack) {
     EXPECT_EQ(note(kNbrDiscovery, peer(9)), kFailure) << "no more than 4,096";
     EXPECT_EQ(heard(0, peer(9)), kNothingChanged);
     EXPECT_EQ(store(dev), kFailure);
+    getNbrDevTable()[7].answerTime = 0;
+    EXPECT_EQ(note(kNbrDiscovery, peer(9)), kNewNbrDev)
+        << "in the place of one that never answered";
+    EXPECT_EQ(getNbrDevTable()[7].answerTime + getNbrDevTable().back().lastSeen, 1 + now());
 }
 
 TEST_F(Neighbors, FollowUpTraffic) {

@@ -93,7 +93,10 @@ TEST_F(Vendor, ACopyIsAnsweredAsBeforeAndNotObeyed) {
     }
     const unsigned oldest = id_ + 1;
     const auto led = [&](unsigned id) { return count(kPeer, id, 33, kOwn + hex("01")).second; };
-    while (id_ < oldest + 255) (void)led(++id_);
+    while (id_ < oldest + 255) {
+        if (id_ % 55 == 0) advance(1);  // no more orders a second are obeyed
+        (void)led(++id_);
+    }
     EXPECT_EQ(led(oldest), "0");
     (void)led(++id_);
     EXPECT_NE(led(oldest), "0") << "the oldest gives way";
@@ -304,6 +307,7 @@ TEST_F(Vendor, OrdersMustBePermitted) {
     const auto obeyed = [&](const MacAddr& dst) {
         std::string all;
         unsigned type = 0;
+        advance(1);
         for (std::istringstream types(every); types >> type;) {
             (void)(drop(), calls());
             (void)receive("eth0",
@@ -316,6 +320,7 @@ TEST_F(Vendor, OrdersMustBePermitted) {
     EXPECT_EQ(obeyed(k1905Multicast), "10 12 14 28 34 56 75 ");
     for (const auto& [key, answers] : keys) {
         configure(key + "=0\n");
+        advance(1);
         for (const auto& [type, answer] : answers) {
             EXPECT_EQ(ask(type, payloads[type]), answer) << type;
             EXPECT_EQ(calls(), "") << type;

@@ -299,6 +299,8 @@ TEST_F(Service, ForwardingRules) {
 
 TEST_F(Service, OrdersToOtherDevices) {
     startWithPeer();
+    for (unsigned n = 0; n < 255; n++)  // a flood does not cut it off
+        getNbrDevTable().push_back({.alMac = peer(1000 + n).al, .lastSeen = now()});
     const Text bss = kNobody + kE0 + "51 06 01 6400", bssSent = kTo + kNobody + kE0 + "5106010064";
     const struct {
         uint8_t service;
