@@ -1,5 +1,6 @@
 #include "device.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "base/log.h"
@@ -89,11 +90,11 @@ void stopDevice() {
 
 size_t encodeTopolResp(std::span<uint8_t> out) {
     MsgTraits traits;
-    size_t size = 0;
-    for (const auto& tlv : gen1905Msg(getIntfPorts().front(), kMsgTopolResp, {}, traits)) {
-        size += flatten1905Tlv(tlv, out.subspan(size));
-    }
-    return size + flatten1905Tlv(Tlv{}, out.subspan(size));
+    static TlvArea area;  // reused, as the transmitter does
+    gen1905Msg(getIntfPorts().front(), kMsgTopolResp, {}, area, traits);
+    if (!genEndOfMsgTlv(area) || area.size() > out.size()) abort();
+    std::ranges::copy(area.bytes(), out.begin());
+    return area.size();
 }
 
 bool decodeTopolResp(Bytes area, DevTopol& dev) {

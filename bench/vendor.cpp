@@ -38,12 +38,14 @@ std::string clientChunk() {
 void roundTrip(benchmark::State& state, VendMsgType type, VendPayload payload) {
     const auto msg = makeVendMsg(type, std::move(payload));
     size_t size = 0;
+    TlvArea area;
     for (auto _ : state) {
-        const auto tlv = genVendSpecTlv(*msg, kPort);
-        uint8_t wire[1500];
-        size = flatten1905Tlv(*tlv, wire);
+        area.clear();
+        const bool written = genVendSpecTlv(area, *msg, kPort);
+        size = area.size();
         VendMsg read;
-        if (parseVendSpecTlv({wire, size}, read) != size) state.SkipWithError("rejected");
+        if (!written || parseVendSpecTlv(area.bytes(), read) != size)
+            state.SkipWithError("rejected");
         benchmark::DoNotOptimize(read);
     }
     state.counters["bytes"] = static_cast<double>(size);

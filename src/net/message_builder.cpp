@@ -12,111 +12,63 @@ namespace {
 
 constexpr std::string_view kNoUpdateTime = "0000000000";
 
-// Collects TLVs. If a mandatory one is missing, the result is empty.
 constexpr size_t kMaxMetricBytes = 40'000;  // of the links to a neighbor: some 30 frames
 
-class Builder {
-  public:
-    Builder() { list_.reserve(12); }
-    Builder& must(std::optional<Tlv>&& tlv) {
-        if (!tlv) failed_ = true;
-        return may(std::move(tlv));
-    }
-    Builder& may(std::optional<Tlv>&& tlv) {
-        if (tlv) list_.push_back(std::move(*tlv));
-        return *this;
-    }
-    // Adds the TLVs of all parts of a list, at most so many bytes, from which they are taken.
-    template <typename Gen>
-    Builder& parts(const Gen& gen, size_t& room) {
-        for (size_t part = 0;; part++) {
-            auto tlv = gen(part);
-            if (!tlv) return *this;
-            if (tlv->value.size() > room) break;
-            room -= tlv->value.size();
-            may(std::move(tlv));
-        }
-        LOG_PUTS(2, "the list of neighbors is cut\r");
-        room = 0;
-        return *this;
-    }
-    TlvList take() { return failed_ ? TlvList{} : std::move(list_); }
-
-  private:
-    TlvList list_;
-    bool failed_ = false;
-};
-
-TlvList genTopolResp() {
-    Builder builder;
-    builder.must(genDevInfoTlv()).may(genDevBrdgCapTlv());
+bool genTopolResp(TlvArea& area) {
+    if (!genDevInfoTlv(area)) return false;
+    (void)genDevBrdgCapTlv(area);
+    MeshMacs mesh(*getAlTable());
     const unsigned intfNum = getIntfNum();
     // No receiver takes more neighbors of a kind.
     size_t room = kMaxDevNbrs * 6;
-    for (unsigned i = 0; i < intfNum; i++) {
-        builder.parts([i](size_t part) { return genNon1905NbrDevTlv(i, part); }, room);
-    }
+    for (unsigned i = 0; i < intfNum; i++) (void)genNon1905NbrDevTlv(area, i, mesh, room);
     room = kMaxDevNbrs * 7;
-    for (unsigned i = 0; i < intfNum; i++) {
-        builder.parts([i](size_t part) { return gen1905NbrDevTlv(i, part); }, room);
-    }
-    return builder.must(genAlMacTlv()).take();
+    for (unsigned i = 0; i < intfNum; i++) (void)gen1905NbrDevTlv(area, i, mesh, room);
+    return genAlMacTlv(area);
 }
 
-void addMetrics(Builder& builder, const LinkMetricInfo& info, uint8_t metrics) {
+void addMetrics(TlvArea& area, const LinkMetricInfo& info, uint8_t metrics) {
     size_t room = kMaxMetricBytes;
-    if (metrics == 0 || metrics == 2) {
-        builder.parts([&](size_t part) { return genTxMetricTlv(info, part); }, room);
-    }
-    if (metrics == 1 || metrics == 2) {
-        builder.parts([&](size_t part) { return genRxMetricTlv(info, part); }, room);
-    }
+    if (metrics == 0 || metrics == 2) (void)genTxMetricTlv(area, info, room);
+    if (metrics == 1 || metrics == 2) (void)genRxMetricTlv(area, info, room);
 }
 
-bool isNbrDev(const MacAddr& alMac) {
-    const auto& devs = getNbrDevTable();
-    return std::any_of(devs.begin(), devs.end(),
-                       [&](const NbrDev& dev) { return dev.alMac == alMac; });
-}
-
-TlvList genMetricResp(const MetricQuery& query) {
-    if (query.nbrSelector > 1) return {};
-    Builder builder;
-    if (query.nbrSelector == 1 && !isNbrDev(query.nbrAlMac)) {
-        return builder.must(genMetricResCodeTlv()).take();
+bool genMetricResp(TlvArea& area, const MetricQuery& query) {
+    if (query.nbrSelector > 1) return false;
+    if (query.nbrSelector == 1 && findNbrDev(query.nbrAlMac) == nullptr) {
+        return genMetricResCodeTlv(area);
     }
     const auto infos = getLinkMetricInfo();
-    if (!infos) return {};
+    if (!infos) return false;
     for (const auto& info : *infos) {
         if (query.nbrSelector == 0 || info.alMac == query.nbrAlMac) {
-            addMetrics(builder, info, query.metrics);
+            addMetrics(area, info, query.metrics);
         }
     }
-    return builder.take();
+    return true;
 }
 
-TlvList genWscMsg(const Wsc& wsc) {
-    Builder builder;
-    builder.must(genAlMacTlv()).must(genWscTlv(wsc));
+bool genWscMsg(TlvArea& area, const Wsc& wsc) {
+    if (!genAlMacTlv(area) || !genWscTlv(area, wsc)) return false;
     if (!wsc.updateTime.empty() && wsc.updateTime != kNoUpdateTime) {
-        builder.may(genWscUpdatetimeTlv(wsc.updateTime));
+        (void)genWscUpdatetimeTlv(area, wsc.updateTime);
     }
-    return builder.take();
+    return true;
 }
 
 // The TLVs of the types that need only the type and the port.
-TlvList genOwnBody(const Port& port, uint16_t msgType) {
+bool genOwnBody(TlvArea& area, const Port& port, uint16_t msgType) {
     switch (msgType) {
         case kMsgTopolDisc:
         case kMsgTopolNtf:
-            return Builder().must(genAlMacTlv()).must(genMacTlv(port.mac)).take();
+            return genAlMacTlv(area) && genMacTlv(area, port.mac);
         case kMsgTopolQuery:
-            return Builder().must(genAlMacTlv()).take();
+            return genAlMacTlv(area);
         case kMsgTopolResp:
-            return genTopolResp();
+            return genTopolResp(area);
         default:
             if (msgType >= kMsgTypeNum) LOG(4, "message type (%d) isn't supported\r\n", msgType);
-            return {};
+            return false;
     }
 }
 
@@ -140,74 +92,68 @@ MsgTraits traitsOf(uint16_t msgType) {
 
 }  // namespace
 
-TlvList genLldpMsg(const Port& port) {
+bool genLldpMsg(const Port& port, TlvArea& area) {
     LOG(4, "port = %s\r\n", port.name.c_str());
-    return Builder()
-        .must(genChassisIdTlv())
-        .must(genPortIdTlv(port.mac))
-        .must(genTtlTlv())
-        .must(genEndOfLldpduTlv())
-        .take();
+    return genChassisIdTlv(area) && genPortIdTlv(area, port.mac) && genTtlTlv(area) &&
+           genEndOfLldpduTlv(area);
 }
 
 MsgBody vendSpecBody(const VendMsg& msg) {
-    return {
-        [&msg](const Port& port) { return Builder().must(genVendSpecTlv(msg, port.mac)).take(); },
-        msg.vendMsgType == VEND_MSG_TYPE_VEND_DISC};
+    return {[&msg](const Port& port, TlvArea& area) { return genVendSpecTlv(area, msg, port.mac); },
+            msg.vendMsgType == VEND_MSG_TYPE_VEND_DISC};
 }
 
 MsgBody metricQueryBody(const MetricQuery& query) {
-    return {[&query](const Port&) { return Builder().must(genMetricQueryTlv(query)).take(); }};
+    return {[&query](const Port&, TlvArea& area) { return genMetricQueryTlv(area, query); }};
 }
 
 MsgBody metricRespBody(const MetricQuery& query) {
-    return {[&query](const Port&) { return genMetricResp(query); }};
+    return {[&query](const Port&, TlvArea& area) { return genMetricResp(area, query); }};
 }
 
 MsgBody apSearchBody(const RoleBand& searched) {
-    return {[&searched](const Port&) {
-        return Builder()
-            .must(genAlMacTlv())
-            .must(genSearchRoleTlv(searched.role))
-            .must(genAutoConfFreqBandTlv(searched.band))
-            .take();
+    return {[&searched](const Port&, TlvArea& area) {
+        return genAlMacTlv(area) && genSearchRoleTlv(area, searched.role) &&
+               genAutoConfFreqBandTlv(area, searched.band);
     }};
 }
 
 MsgBody apSupportedBody(const RoleBand& supported) {
-    return {[&supported](const Port&) {
-        return Builder()
-            .must(genAlMacTlv())
-            .must(genSupportedRoleTlv(supported.role))
-            .must(genSupportedFreqBandTlv(supported.band))
-            .take();
+    return {[&supported](const Port&, TlvArea& area) {
+        return genAlMacTlv(area) && genSupportedRoleTlv(area, supported.role) &&
+               genSupportedFreqBandTlv(area, supported.band);
     }};
 }
 
 MsgBody wscBody(const Wsc& wsc) {
-    return {[&wsc](const Port&) { return genWscMsg(wsc); }};
+    return {[&wsc](const Port&, TlvArea& area) { return genWscMsg(area, wsc); }};
 }
 
 MsgBody pbEventBody(const PBEventNtf& event) {
-    return {[&event](const Port&) {
-        return Builder().must(genAlMacTlv()).must(genPBEventNtfTlv(event)).take();
+    return {[&event](const Port&, TlvArea& area) {
+        return genAlMacTlv(area) && genPBEventNtfTlv(area, event);
     }};
 }
 
 MsgBody pbJoinBody(const PBJoinNtf& join) {
-    return {[&join](const Port&) {
-        return Builder().must(genAlMacTlv()).must(genPBJoinNtfTlv(join)).take();
+    return {[&join](const Port&, TlvArea& area) {
+        return genAlMacTlv(area) && genPBJoinNtfTlv(area, join);
     }};
 }
 
-MsgBody readyBody(const TlvList& tlvs) {
-    return {[&tlvs](const Port&) { return tlvs; }};
+MsgBody readyBody(Bytes tlvs) {
+    return {[tlvs](const Port&, TlvArea& area) {
+        std::ranges::copy(tlvs, area.grow(tlvs.size()).begin());
+        return true;
+    }};
 }
 
-TlvList gen1905Msg(const Port& port, uint16_t msgType, const MsgBody& body, MsgTraits& traits) {
+void gen1905Msg(const Port& port, uint16_t msgType, const MsgBody& body, TlvArea& area,
+                MsgTraits& traits) {
     LOG(4, "msgType = %d\r\n", msgType);
     traits = traitsOf(msgType);
-    return body.build ? body.build(port) : genOwnBody(port, msgType);
+    area.clear();
+    if (!(body.build ? body.build(port, area) : genOwnBody(area, port, msgType))) area.clear();
 }
 
 bool isBuiltPerPort(uint16_t msgType, const MsgBody& body) {

@@ -17,10 +17,10 @@ struct RoleBand {
 
 // The content of a message behind its headers.
 struct MsgBody {
-    // Builds the TLVs in order, without the end-of-message TLV, for the port by which the message
-    // leaves; empty if a mandatory one cannot be built. Without a function the type determines the
+    // Adds the TLVs in order, without the end-of-message TLV, for the port by which the message
+    // leaves; false if a mandatory one cannot be built. Without a function the type determines the
     // TLVs, which only types 0 to 3 can.
-    std::function<TlvList(const Port& port)> build{};
+    std::function<bool(const Port& port, TlvArea& area)> build{};
     bool namesPort = false;  // the TLVs differ from port to port
 };
 
@@ -33,7 +33,7 @@ struct MsgBody {
 [[nodiscard]] MsgBody wscBody(const Wsc& wsc);                     // type 9
 [[nodiscard]] MsgBody pbEventBody(const PBEventNtf& event);        // type 11
 [[nodiscard]] MsgBody pbJoinBody(const PBJoinNtf& join);           // type 12
-[[nodiscard]] MsgBody readyBody(const TlvList& tlvs);              // any type, built already
+[[nodiscard]] MsgBody readyBody(Bytes tlvs);                       // any type, built already
 
 // How a message of a type is sent.
 struct MsgTraits {
@@ -41,13 +41,14 @@ struct MsgTraits {
     bool expectsResponse = false;  // it is registered as a query
 };
 
-// The TLVs of an LLDP frame for this port, in order; empty if one cannot be built.
-[[nodiscard]] TlvList genLldpMsg(const Port& port);
+// Adds the TLVs of an LLDP frame for this port, in order. False if one cannot be built.
+[[nodiscard]] bool genLldpMsg(const Port& port, TlvArea& area);
 
-// The TLVs of a message in order, without the end-of-message TLV. Empty if a mandatory one cannot
-// be built, or if body has no function and the type is not 0 to 3. Always sets traits.
-[[nodiscard]] TlvList gen1905Msg(const Port& port, uint16_t msgType, const MsgBody& body,
-                                 MsgTraits& traits);
+// Replaces the content of the area by the TLVs of a message in order, without the end-of-message
+// TLV. The area is empty afterwards if a mandatory one cannot be built, or if body has no function
+// and the type is not 0 to 3. Always sets traits.
+void gen1905Msg(const Port& port, uint16_t msgType, const MsgBody& body, TlvArea& area,
+                MsgTraits& traits);
 
 // True if the TLVs differ from port to port.
 [[nodiscard]] bool isBuiltPerPort(uint16_t msgType, const MsgBody& body);

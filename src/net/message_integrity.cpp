@@ -104,13 +104,16 @@ void takeStart() {
 }
 
 // True if the message may be sent only with an integrity TLV.
-bool isOrder(uint16_t msgType, const TlvList& tlvs) {
+bool isOrder(uint16_t msgType, Bytes tlvs) {
     if (msgType != kMsgVendSpec) return needsProof(msgType);
-    return std::ranges::any_of(tlvs, [](const Tlv& tlv) {
-        ByteReader reader(tlv.value);
-        reader.skip(kVendTypeAt);
-        return tlv.type == kTlvVendSpec && reader.u16() != VEND_MSG_TYPE_VEND_DISC;
+    bool found = false;
+    (void)walkTlvs(tlvs, [&](Bytes tlv) {
+        ByteReader reader(tlv);
+        reader.skip(k1905TlvHeaderLen + kVendTypeAt);
+        if (tlv[0] == kTlvVendSpec && reader.u16() != VEND_MSG_TYPE_VEND_DISC) found = true;
+        return flatSize1905(tlv);
     });
+    return found;
 }
 
 const MeshKey* keyOf(const SignedMessage& message) {
@@ -199,25 +202,17 @@ uint64_t takeMessageCounter() {
     return counter;
 }
 
-bool signMessage(const FrameHdr& hdr, uint64_t counter, const TlvList& tlvs,
-                 std::optional<Tlv>& integrity) {
+bool signMessage(const FrameHdr& hdr, uint64_t counter, TlvArea& tlvs) {
     auto& m = module();
     if (m.keys.empty()) return true;
     const MacAddr* alMac = getAlMac();
     if (counter != 0 && alMac != nullptr) {
         IntegrityTlv tlv{.keyId = m.keys[0].id, .counter = counter, .alMac = *alMac};
         std::vector<uint8_t> input = micInput(hdr, tlv);
-        for (const Tlv& part : tlvs) {
-            const size_t at = input.size();
-            input.resize(at + part.flatSize1905());
-            (void)flatten1905Tlv(part, std::span(input).subspan(at));
-        }
-        if (computeMic(m.keys[0], input, tlv.mic)) {
-            integrity = genIntegrityTlv(tlv);
-            return true;
-        }
+        input.insert(input.end(), tlvs.bytes().begin(), tlvs.bytes().end());
+        if (computeMic(m.keys[0], input, tlv.mic)) return genIntegrityTlv(tlvs, tlv);
     }
-    if (!isOrder(hdr.msgType, tlvs)) return true;
+    if (!isOrder(hdr.msgType, tlvs.bytes())) return true;
     if (m.lastComplaint == 0 || now() - m.lastComplaint >= kComplaintPeriod) {
         m.lastComplaint = now();
         LOG_PUTS(1, "orders are not sent, because they cannot be signed with MESH_KEY\r");

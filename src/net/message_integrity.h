@@ -66,10 +66,9 @@ inline constexpr size_t kMaxKeyedSenders = 256;
 // that only one of its copies can give the order.
 [[nodiscard]] uint64_t takeMessageCounter();
 
-// Signs a message with these headers. integrity becomes the TLV to send behind the others; it stays
-// empty without a key, or if this device cannot sign. False if the message must then not be sent.
-[[nodiscard]] bool signMessage(const FrameHdr& hdr, uint64_t counter, const TlvList& tlvs,
-                               std::optional<Tlv>& integrity);
+// Signs a message with these headers: adds the integrity TLV to the others, unless there is no key
+// or this device cannot sign. False if the message must then not be sent.
+[[nodiscard]] bool signMessage(const FrameHdr& hdr, uint64_t counter, TlvArea& tlvs);
 
 // What the integrity TLV of a received message proves.
 enum class Trust {

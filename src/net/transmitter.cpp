@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "base/log.h"
 #include "base/result.h"
@@ -40,10 +41,13 @@ struct Outgoing {
     uint64_t counter;  // of the integrity TLV
 };
 
-// Fills in the headers in the transmit buffer and sends the first length bytes of it.
+// Fills in the headers in the transmit buffer, adds the end-of-message TLV behind the first length
+// bytes, and sends them.
 int sendFragment(const Outgoing& out, uint8_t fragId, bool last, size_t length) {
     FrameBuffer& tx = getTxBuffer();
     const std::span<uint8_t> frame(tx.frame);
+    tx.length = static_cast<uint32_t>(std::max(length + kEndOfMsgLen, kMinFrameLen));
+    std::ranges::fill(frame.subspan(length, tx.length - length), uint8_t{0});
     if (gen1905CmduHdr(out.msgType, out.msgId, fragId, last ? 1 : 0, out.relay ? 1 : 0,
                        frame.subspan(kEtherHdrLen)) != kOk) {
         LOG_PUTS(1, "failed to generate the CMDU header\r");
@@ -54,7 +58,6 @@ int sendFragment(const Outgoing& out, uint8_t fragId, bool last, size_t length) 
         LOG_PUTS(1, "failed to generate the ethernet header\r");
         return kFailure;
     }
-    tx.length = static_cast<uint32_t>(std::max(length, kMinFrameLen));
     const ssize_t sent = write(out.port.ieee1905Sock.get(), tx.frame.data(), tx.length);
     if (sent <= 0) {
         LOG(1, "failed to send message (type = %d, id = %d)\r\n", out.msgType, out.msgId);
@@ -74,43 +77,44 @@ int sendFragment(const Outgoing& out, uint8_t fragId, bool last, size_t length) 
     return kOk;
 }
 
-// Sends a message in fragments. A TLV is never split.
-int sendFragments(const Outgoing& out, const TlvList& tlvs) {
+// Sends these TLVs in fragments. A TLV is never split.
+int sendFragments(const Outgoing& out, Bytes tlvs) {
+    uint8_t fragId = 0;
+    do {
+        size_t size = 0;
+        for (size_t next = 0;; size += next) {
+            const Bytes rest = tlvs.subspan(size);
+            if (rest.empty()) break;
+            next = flatSize1905(rest);
+            if (size > 0 && kHeadersLen + size + next + kEndOfMsgLen >= kFrameBudget) break;
+            if (next == 0 || next > kMaxSentTlvSize) {
+                LOG(1, "failed to send message size = (%d) > 1400 \r\n", static_cast<int>(next));
+                return kFailure;
+            }
+        }
+        FrameBuffer& tx = getTxBuffer();
+        std::copy_n(tlvs.begin(), size, tx.frame.begin() + kHeadersLen);
+        tlvs = tlvs.subspan(size);
+        if (const int result = sendFragment(out, fragId++, tlvs.empty(), kHeadersLen + size);
+            result != kOk) {
+            return result;
+        }
+    } while (!tlvs.empty());
+    return kOk;
+}
+
+// Sends a message, which is signed for this destination if there is a key.
+int sendMessage(const Outgoing& out, TlvArea& tlvs) {
     FrameHdr hdr;
     hdr.dstMac = out.dstMac != nullptr ? *out.dstMac : k1905Multicast;
     hdr.version = kCmduVersion;
     hdr.msgType = out.msgType;
     hdr.msgId = out.msgId;
-    std::optional<Tlv> integrity;
-    if (!signMessage(hdr, out.counter, tlvs, integrity)) return kFailure;
-    FrameBuffer& tx = getTxBuffer();
-    tx.frame.fill(0);
-    size_t position = kHeadersLen;
-    uint8_t fragId = 0;
-    const size_t count = tlvs.size() + (integrity ? 1 : 0);
-    if (count == 0) return sendFragment(out, fragId, true, kMinFrameLen);
-
-    const auto at = [&](size_t i) -> const Tlv& { return i < tlvs.size() ? tlvs[i] : *integrity; };
-    for (size_t i = 0; i < count; i++) {
-        const size_t size = at(i).flatSize1905();
-        if (size > kMaxSentTlvSize) {
-            LOG(1, "failed to send message size = (%d) > 1400 \r\n", static_cast<int>(size));
-            return kFailure;
-        }
-        (void)flatten1905Tlv(at(i), std::span(tx.frame).subspan(position));
-        position += size;
-        const bool last = i + 1 == count;
-        if (!last && position + at(i + 1).flatSize1905() + kEndOfMsgLen < kFrameBudget) continue;
-        // The zeros behind the TLVs are the end-of-message TLV.
-        if (const int result = sendFragment(out, fragId, last, position + kEndOfMsgLen);
-            result != kOk) {
-            return result;
-        }
-        fragId++;
-        position = kHeadersLen;
-        tx.frame.fill(0);
-    }
-    return kOk;
+    const size_t unsignedSize = tlvs.size();
+    if (!signMessage(hdr, out.counter, tlvs)) return kFailure;
+    const int result = sendFragments(out, tlvs.bytes());
+    tlvs.cut(unsignedSize);
+    return result;
 }
 
 IntfTable* intfOf(const Port& port) {
@@ -124,19 +128,22 @@ class Message {
         : msgType_(msgType), body_(body), perPort_(isBuiltPerPort(msgType, body)) {
         if (!perPort_) build({});
     }
+    ~Message() { std::swap(module().spareTlvs, tlvs_); }
+    Message(const Message&) = delete;
+    Message& operator=(const Message&) = delete;
 
     // True if the message could not be built the last time. Only a topology query may be empty.
     bool failed() const { return failed_; }
     const MsgTraits& traits() const { return traits_; }
     uint64_t counter() const { return counter_; }
-    const TlvList& forPort(const Port& port) {
+    TlvArea& forPort(const Port& port) {
         if (perPort_) build(port);
         return tlvs_;
     }
 
   private:
     void build(const Port& port) {
-        tlvs_ = gen1905Msg(port, msgType_, body_, traits_);
+        gen1905Msg(port, msgType_, body_, tlvs_, traits_);
         failed_ = tlvs_.empty() && msgType_ != kMsgTopolQuery;
         if (failed_) LOG(2, "failed to generate IEEE 1905.1 message (msgType = %d)\r\n", msgType_);
     }
@@ -146,7 +153,7 @@ class Message {
     bool perPort_;
     uint64_t counter_ = takeMessageCounter();
     bool failed_ = false;
-    TlvList tlvs_;
+    TlvArea tlvs_ = std::exchange(module().spareTlvs, {});
     MsgTraits traits_;
 };
 
@@ -157,7 +164,7 @@ struct Outcome {
 };
 
 void sendOn(const Port& port, const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
-            bool registerQuery, const TlvList& tlvs, uint64_t counter, Outcome& outcome) {
+            bool registerQuery, TlvArea& tlvs, uint64_t counter, Outcome& outcome) {
     if (send1905UcastMsg(port, dstMac, msgType, msgId, registerQuery, tlvs, counter) == kOk) {
         outcome.left = true;
     } else {
@@ -173,7 +180,7 @@ Outcome sendByEveryPort(const MacAddr& dstMac, uint16_t msgType, const MsgBody& 
     Outcome outcome;
     for (auto& port : getIntfPorts()) {
         if (intfOf(port) == nullptr) continue;
-        const TlvList& tlvs = message.forPort(port);
+        TlvArea& tlvs = message.forPort(port);
         if (message.failed()) return {.built = false, .left = outcome.left};
         if (!portIsUsable(port)) continue;
         sendOn(port, dstMac, msgType, module().msgId, message.traits().expectsResponse, tlvs,
@@ -201,7 +208,7 @@ Outcome sendToNeighbor(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId, 
         const IntfTable* intf = intfOf(port);
         if (intf == nullptr) continue;
         const bool byAlMac = isHeardAlMac(*intf, dstMac);
-        const TlvList& tlvs = message.forPort(port);
+        TlvArea& tlvs = message.forPort(port);
         if (message.failed()) return {.built = false, .left = outcome.left};
         for (const auto& nbr : intf->nbrs) {
             if (!nbr.isNamedBy(dstMac) || !portIsUsable(port)) continue;
@@ -277,7 +284,7 @@ int requestSend1905McastMsg(uint16_t msgType, const MsgBody& body, uint16_t* msg
             continue;
         }
         if (port.isDown) continue;
-        const TlvList& tlvs = message.forPort(port);
+        TlvArea& tlvs = message.forPort(port);
         if (message.failed()) {
             if (msgType == kMsgTopolDisc || msgType == kMsgTopolNtf) continue;
             return kFailure;
@@ -315,19 +322,17 @@ int requestRelayMcastMsg(const Port& incoming) {
 int requestSendLldpMsg() {
     const PortsInUse guard;
     FrameBuffer& tx = getTxBuffer();
+    TlvArea tlvs;
     for (auto& port : getIntfPorts()) {
         if (refreshIntfPort(port) != kOk || port.isDown) continue;
-        const TlvList tlvs = genLldpMsg(port);
-        tx.frame.fill(0);
-        if (tlvs.empty() || genLldpEtherHdr(port.mac, tx.frame) != kOk) {
+        tlvs.clear();
+        if (!genLldpMsg(port, tlvs) || genLldpEtherHdr(port.mac, tx.frame) != kOk) {
             LOG_PUTS(1, "failed to generate LLDP message\r");
             return kFailure;
         }
-        size_t position = kEtherHdrLen;
-        for (const auto& tlv : tlvs) {
-            position += flattenLldpTlv(tlv, std::span(tx.frame).subspan(position));
-        }
-        tx.length = static_cast<uint32_t>(std::max(position, kMinFrameLen));
+        tx.length = static_cast<uint32_t>(std::max(kEtherHdrLen + tlvs.size(), kMinFrameLen));
+        std::fill_n(tx.frame.begin() + kEtherHdrLen, kMinFrameLen, uint8_t{0});
+        std::ranges::copy(tlvs.bytes(), tx.frame.begin() + kEtherHdrLen);
         if (write(port.lldpSock.get(), tx.frame.data(), tx.length) <= 0) {
             LOG(1, "failed to send LLDP message (port = %s)\r\n", port.name.c_str());
             continue;
@@ -339,11 +344,11 @@ int requestSendLldpMsg() {
 }
 
 int send1905UcastMsg(const Port& port, const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
-                     bool registerQuery, const TlvList& tlvs, uint64_t counter) {
+                     bool registerQuery, TlvArea& tlvs, uint64_t counter) {
     LOG(4, "port = %s, macDa (" MAC_FMT "), message (type = %d, id = %d)\r\n", port.name.c_str(),
         MAC_ARGS(dstMac), msgType, msgId);
     if (tlvs.empty() && msgType != kMsgTopolQuery) return kFailure;
-    if (const int result = sendFragments({port, &dstMac, msgType, msgId, false, counter}, tlvs);
+    if (const int result = sendMessage({port, &dstMac, msgType, msgId, false, counter}, tlvs);
         result != kOk) {
         return result;
     }
@@ -352,10 +357,10 @@ int send1905UcastMsg(const Port& port, const MacAddr& dstMac, uint16_t msgType, 
 }
 
 int send1905McastMsg(const Port& port, uint16_t msgType, uint16_t msgId, bool relay,
-                     bool registerQuery, const TlvList& tlvs, uint64_t counter) {
+                     bool registerQuery, TlvArea& tlvs, uint64_t counter) {
     LOG(4, "port = %s, message (type = %d, id = %d)\r\n", port.name.c_str(), msgType, msgId);
     if (tlvs.empty() || getAlMac() == nullptr) return kFailure;
-    if (const int result = sendFragments({port, nullptr, msgType, msgId, relay, counter}, tlvs);
+    if (const int result = sendMessage({port, nullptr, msgType, msgId, relay, counter}, tlvs);
         result != kOk) {
         return result;
     }

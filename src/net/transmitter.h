@@ -12,6 +12,7 @@ struct TransmitterState {
     uint16_t msgId = 0;
     MessageMemory genRecvMsgs;
     MessageMemory queriedMsgs;
+    TlvArea spareTlvs;  // of the last message, so that the next one needs no memory
 };
 
 // Clears both memories. kOk.
@@ -44,9 +45,9 @@ int requestSendLldpMsg();
 // (net/message_integrity.h). kOk, or kFailure if a TLV is too large, a write fails, the message
 // must be signed but cannot be, or there are no TLVs (a topology query by unicast needs none).
 int send1905UcastMsg(const Port& port, const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
-                     bool registerQuery, const TlvList& tlvs, uint64_t counter);
+                     bool registerQuery, TlvArea& tlvs, uint64_t counter);
 int send1905McastMsg(const Port& port, uint16_t msgType, uint16_t msgId, bool relay,
-                     bool registerQuery, const TlvList& tlvs, uint64_t counter);
+                     bool registerQuery, TlvArea& tlvs, uint64_t counter);
 
 // The memory of multicasts that were generated or received in the last 5 seconds.
 void registerGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId);

@@ -35,7 +35,8 @@ bool mayWork(const MacAddr& srcMac, Work work) {
         return true;
     }
     if (limit.reported.isFirst(srcMac)) {
-        LOG(2, "too many messages, those of (" MAC_FMT ") are dropped for the rest of this second\r\n",
+        LOG(2,
+            "too many messages, those of (" MAC_FMT ") are dropped for the rest of this second\r\n",
             MAC_ARGS(srcMac));
     }
     return false;

@@ -7,20 +7,12 @@
 
 namespace {
 
-size_t takeTlv(TlvList& tlvs, Bytes area) {
-    ByteReader reader(area);
-    const uint8_t type = reader.u8();
-    const Bytes value = reader.take(reader.u16());
-    if (!reader.ok()) return 0;
-    tlvs.push_back({type, TlvValue(value)});
-    return k1905TlvHeaderLen + value.size();
-}
-
 int sendRaw(const ServReq& request) {
     const auto type = static_cast<uint16_t>(request.number(slots::req::kRawType));
-    TlvList tlvs;
-    Bytes area = request.bytes(slots::req::kRawTlvs, slots::kReqSize);
-    const bool wellFormed = walkTlvs(area, [&](Bytes rest) { return takeTlv(tlvs, rest); });
+    const Bytes area = request.bytes(slots::req::kRawTlvs, slots::kReqSize);
+    Bytes rest = area;
+    const bool wellFormed = walkTlvs(rest, flatSize1905);
+    const Bytes tlvs = area.first(area.size() - rest.size());
     // The daemon builds an empty discovery, notification or query itself.
     const bool isOwn = tlvs.empty() && type <= kMsgTopolQuery;
     const MsgBody body = isOwn ? MsgBody{} : readyBody(tlvs);

@@ -18,13 +18,12 @@ void writeOrigin(ByteWriter& out, const IntegrityTlv& tlv) {
 
 }  // namespace
 
-Tlv genIntegrityTlv(const IntegrityTlv& tlv) {
-    Tlv out{kTlvIntegrity, TlvValue(kLength)};
-    ByteWriter writer(out.value);
-    writer.u8(uint32_t{tlv.keyId} << kKeyIdShift | kMicVersion << kMicVersionShift);
-    writeOrigin(writer, tlv);
-    writer.u16(kMicLen).bytes(tlv.mic);
-    return out;
+bool genIntegrityTlv(TlvArea& area, const IntegrityTlv& tlv) {
+    return add1905Tlv(area, kTlvIntegrity, kLength, [&](ByteWriter& out) {
+        out.u8(uint32_t{tlv.keyId} << kKeyIdShift | kMicVersion << kMicVersionShift);
+        writeOrigin(out, tlv);
+        out.u16(kMicLen).bytes(tlv.mic);
+    });
 }
 
 std::optional<IntegrityTlv> parseIntegrityTlv(Bytes tlv) {
@@ -60,18 +59,14 @@ std::optional<SignedMessage> splitSignedMessage(const FrameHdr& hdr, std::span<c
     std::optional<IntegrityTlv> integrity;
     for (Bytes area : areas) {
         const bool isWhole = walkTlvs(area, [&](Bytes tlv) -> size_t {
-            ByteReader reader(tlv);
-            const uint8_t type = reader.u8();
-            const size_t length = reader.u16();
-            reader.skip(length);
-            if (!reader.ok() || integrity) return 0;
-            if (type == kTlvIntegrity) {
+            const size_t size = flatSize1905(tlv);
+            if (size == 0 || integrity) return 0;
+            if (tlv[0] == kTlvIntegrity) {
                 integrity = parseIntegrityTlv(tlv);
-                return integrity ? reader.position() : 0;
+                return integrity ? size : 0;
             }
-            const Bytes whole = tlv.first(reader.position());
-            tlvs.insert(tlvs.end(), whole.begin(), whole.end());
-            return whole.size();
+            tlvs.insert(tlvs.end(), tlv.begin(), tlv.begin() + static_cast<long>(size));
+            return size;
         });
         if (!isWhole) return std::nullopt;
     }

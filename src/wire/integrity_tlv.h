@@ -25,8 +25,8 @@ struct IntegrityTlv {
     Mic mic{};
 };
 
-// The TLV on the wire.
-[[nodiscard]] Tlv genIntegrityTlv(const IntegrityTlv& tlv);
+// Adds the TLV to the area of a message.
+[[nodiscard]] bool genIntegrityTlv(TlvArea& area, const IntegrityTlv& tlv);
 
 // Decodes the TLV at the start of the bytes. std::nullopt if it is cut, or another type, version or
 // length.

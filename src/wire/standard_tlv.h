@@ -1,10 +1,11 @@
 // Codec of the standard TLVs: LLDP and IEEE 1905.1.
 //
-// A generator returns a TLV whose value is in wire order (numbers are big-endian). It returns
-// std::nullopt if there is no database, if the TLV would have no content, or if its length does not
-// fit. A list that is too long for one TLV is divided into parts, each a TLV of its own: part
-// counts from 0, and there is no TLV past the last part. Device information and bridging capability
-// cannot be divided; they are cut to what fits, with a log line at level 2.
+// A generator adds a TLV to the area of a message, its value in wire order (numbers are
+// big-endian). It returns false, and adds nothing, if there is no database, if the TLV would have
+// no content, or if its length does not fit. A list that is too long for one TLV leaves in several:
+// room is the number of bytes that their values may take, from which they are taken; what does not
+// fit is cut. Device information and bridging capability cannot be divided; they are cut to what
+// fits. A log line at level 2 says what was cut.
 //
 // A parser takes the bytes from the header of the TLV to the end of the received message. It
 // returns the number of bytes consumed, header included, or 0 if it rejects the TLV, for which it
@@ -15,11 +16,11 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <vector>
 
 #include "base/bytes.h"
 #include "base/text.h"
+#include "db/mesh_macs.h"
 #include "db/records.h"
 #include "wire/tlv.h"
 
@@ -83,31 +84,32 @@ struct Wsc {
 };
 
 // LLDP.
-[[nodiscard]] std::optional<Tlv> genChassisIdTlv();
-[[nodiscard]] std::optional<Tlv> genPortIdTlv(const MacAddr& portMac);
-[[nodiscard]] std::optional<Tlv> genTtlTlv();
-[[nodiscard]] std::optional<Tlv> genEndOfLldpduTlv();
+[[nodiscard]] bool genChassisIdTlv(TlvArea& area);
+[[nodiscard]] bool genPortIdTlv(TlvArea& area, const MacAddr& portMac);
+[[nodiscard]] bool genTtlTlv(TlvArea& area);
+[[nodiscard]] bool genEndOfLldpduTlv(TlvArea& area);
 
-// IEEE 1905.1. index is that of a local interface (getIntfTableByIndex).
-[[nodiscard]] std::optional<Tlv> genEndOfMsgTlv();
-[[nodiscard]] std::optional<Tlv> genAlMacTlv();
-[[nodiscard]] std::optional<Tlv> genMacTlv(const MacAddr& mac);
-[[nodiscard]] std::optional<Tlv> genDevInfoTlv();
-[[nodiscard]] std::optional<Tlv> genDevBrdgCapTlv();
-[[nodiscard]] std::optional<Tlv> genNon1905NbrDevTlv(unsigned index, size_t part = 0);
-[[nodiscard]] std::optional<Tlv> gen1905NbrDevTlv(unsigned index, size_t part = 0);
-[[nodiscard]] std::optional<Tlv> genMetricQueryTlv(const MetricQuery& query);
-[[nodiscard]] std::optional<Tlv> genTxMetricTlv(const LinkMetricInfo& info, size_t part = 0);
-[[nodiscard]] std::optional<Tlv> genRxMetricTlv(const LinkMetricInfo& info, size_t part = 0);
-[[nodiscard]] std::optional<Tlv> genMetricResCodeTlv();
-[[nodiscard]] std::optional<Tlv> genSearchRoleTlv(uint32_t role);         // low 8 bits
-[[nodiscard]] std::optional<Tlv> genAutoConfFreqBandTlv(uint32_t band);   // low 8 bits
-[[nodiscard]] std::optional<Tlv> genSupportedRoleTlv(uint32_t role);      // low 8 bits
-[[nodiscard]] std::optional<Tlv> genSupportedFreqBandTlv(uint32_t band);  // low 8 bits
-[[nodiscard]] std::optional<Tlv> genWscTlv(const Wsc& wsc);
-[[nodiscard]] std::optional<Tlv> genWscUpdatetimeTlv(std::string_view updateTime);
-[[nodiscard]] std::optional<Tlv> genPBEventNtfTlv(const PBEventNtf& event);
-[[nodiscard]] std::optional<Tlv> genPBJoinNtfTlv(const PBJoinNtf& join);
+// IEEE 1905.1. index is that of a local interface (getIntfTableByIndex); addresses of mesh are no
+// hosts.
+[[nodiscard]] bool genEndOfMsgTlv(TlvArea& area);
+[[nodiscard]] bool genAlMacTlv(TlvArea& area);
+[[nodiscard]] bool genMacTlv(TlvArea& area, const MacAddr& mac);
+[[nodiscard]] bool genDevInfoTlv(TlvArea& area);
+[[nodiscard]] bool genDevBrdgCapTlv(TlvArea& area);
+[[nodiscard]] bool genNon1905NbrDevTlv(TlvArea& area, unsigned index, MeshMacs& mesh, size_t& room);
+[[nodiscard]] bool gen1905NbrDevTlv(TlvArea& area, unsigned index, MeshMacs& mesh, size_t& room);
+[[nodiscard]] bool genMetricQueryTlv(TlvArea& area, const MetricQuery& query);
+[[nodiscard]] bool genTxMetricTlv(TlvArea& area, const LinkMetricInfo& info, size_t& room);
+[[nodiscard]] bool genRxMetricTlv(TlvArea& area, const LinkMetricInfo& info, size_t& room);
+[[nodiscard]] bool genMetricResCodeTlv(TlvArea& area);
+[[nodiscard]] bool genSearchRoleTlv(TlvArea& area, uint32_t role);         // low 8 bits
+[[nodiscard]] bool genAutoConfFreqBandTlv(TlvArea& area, uint32_t band);   // low 8 bits
+[[nodiscard]] bool genSupportedRoleTlv(TlvArea& area, uint32_t role);      // low 8 bits
+[[nodiscard]] bool genSupportedFreqBandTlv(TlvArea& area, uint32_t band);  // low 8 bits
+[[nodiscard]] bool genWscTlv(TlvArea& area, const Wsc& wsc);
+[[nodiscard]] bool genWscUpdatetimeTlv(TlvArea& area, std::string_view updateTime);
+[[nodiscard]] bool genPBEventNtfTlv(TlvArea& area, const PBEventNtf& event);
+[[nodiscard]] bool genPBJoinNtfTlv(TlvArea& area, const PBJoinNtf& join);
 
 // LLDP.
 [[nodiscard]] size_t parseChassisIdTlv(MacAddr& mac, Bytes tlv);

@@ -12,30 +12,18 @@ constexpr uint8_t kChassisSubtypeMac = 4;
 constexpr uint8_t kPortSubtypeMac = 3;
 constexpr uint8_t kBridgeFlag = 0x80;
 
-// A TLV with a value of this size in bytes, which write fills. std::nullopt if the size does not
-// fit in the length field.
-template <typename Write>
-std::optional<Tlv> makeTlv(uint8_t type, size_t size, Write&& write) {
-    std::optional<Tlv> tlv;
-    if (size > kMaxTlvLength) return tlv;
-    tlv.emplace();
-    tlv->type = type;
-    tlv->value = TlvValue(size);
-    ByteWriter out(tlv->value);
-    write(out);
-    return tlv;
+bool addByteTlv(TlvArea& area, uint8_t type, uint32_t value) {
+    return add1905Tlv(area, type, 1, [&](ByteWriter& out) { out.u8(value); });
 }
 
-std::optional<Tlv> makeEmptyTlv(uint8_t type) {
-    return makeTlv(type, 0, [](ByteWriter&) {});
+bool addMacTlv(TlvArea& area, uint8_t type, const MacAddr& mac) {
+    return add1905Tlv(area, type, 6, [&](ByteWriter& out) { out.mac(mac); });
 }
 
-std::optional<Tlv> makeByteTlv(uint8_t type, uint32_t value) {
-    return makeTlv(type, 1, [&](ByteWriter& out) { out.u8(value); });
-}
-
-std::optional<Tlv> makeMacTlv(uint8_t type, const MacAddr& mac) {
-    return makeTlv(type, 6, [&](ByteWriter& out) { out.mac(mac); });
+bool addLldpMacTlv(TlvArea& area, uint8_t type, uint8_t subtype, const MacAddr& mac) {
+    uint8_t value[7] = {subtype};
+    mac.copyTo(value + 1);
+    return flattenLldpTlv(area, type, value);
 }
 
 // The first entries of a list, as many as a one-byte count can announce.
@@ -44,101 +32,115 @@ std::span<const T> countable(const std::vector<T>& list) {
     return std::span(list).first(std::min<size_t>(list.size(), 0xFF));
 }
 
-// The part-th of the equal parts into which a list is divided so that each fits in a TLV behind its
-// head. Empty past the end of the list.
-template <typename T>
-std::span<const T> partOf(const std::vector<T>& list, size_t part, size_t headSize,
-                          size_t entrySize) {
-    const size_t most = (kMaxSentTlvLength - headSize) / entrySize;
-    const size_t begin = std::min(list.size(), part * most);
-    return std::span(list).subspan(begin, std::min(list.size() - begin, most));
+// Adds a list as TLVs that are as long as can be sent. writeHead writes what each begins with, and
+// writeNext writes the next entry, of at most entrySize bytes, or returns false at the end of the
+// list. room is the number of bytes that the values may take; what is beyond is cut.
+template <typename WriteHead, typename WriteNext>
+bool addList(TlvArea& area, uint8_t type, size_t entrySize, size_t& room, WriteHead&& writeHead,
+             WriteNext&& writeNext) {
+    const size_t begin = area.size();
+    for (bool more = true; more;) {
+        const size_t before = area.size();
+        bool isEmpty = true;
+        (void)add1905Tlv(area, type, kMaxSentTlvLength, [&](ByteWriter& out) {
+            writeHead(out);
+            while (out.position() + entrySize <= kMaxSentTlvLength && (more = writeNext(out))) {
+                isEmpty = false;
+            }
+        });
+        if (isEmpty) area.cut(before);
+        if (isEmpty) break;
+        const size_t size = area.size() - before - k1905TlvHeaderLen;
+        if (size > room) {
+            LOG_PUTS(2, "the list of neighbors is cut\r");
+            area.cut(before);
+            room = 0;
+            break;
+        }
+        room -= size;
+    }
+    return area.size() > begin;
 }
 
-// A part of the list of neighbors of one kind on an interface.
 template <uint8_t kType>
-std::optional<Tlv> makeNbrTlv(unsigned index, size_t part) {
+bool addNbrTlvs(TlvArea& area, unsigned index, MeshMacs& mesh, size_t& room) {
     constexpr bool k1905 = kType == kTlv1905Nbr;
-    constexpr size_t kEntrySize = k1905 ? 7 : 6;
     const IntfTable* intf = getIntfTableByIndex(index);
-    if (intf == nullptr) return std::nullopt;
-    std::vector<const IntfNbrDev*> all;
-    MeshMacs mesh(*getAlTable());
-    for (const auto& nbr : intf->nbrs) {
-        if (nbr.is1905 != k1905) continue;
+    if (intf == nullptr) return false;
+    auto nbr = intf->nbrs.begin();
+    const auto isListed = [&] {
         // A bridge also learns the addresses of the mesh itself, which are no hosts.
-        if (k1905 || !mesh.contains(nbr.nbrIntfMac)) all.push_back(&nbr);
-    }
-    const auto nbrs = partOf(all, part, 6, kEntrySize);
-    if (nbrs.empty()) return std::nullopt;
-    return makeTlv(kType, 6 + kEntrySize * nbrs.size(), [&](ByteWriter& out) {
-        out.mac(intf->mac);
-        for (const IntfNbrDev* nbr : nbrs) {
+        return nbr->is1905 == k1905 && (k1905 || !mesh.contains(nbr->nbrIntfMac));
+    };
+    return addList(
+        area, kType, k1905 ? 7 : 6, room, [&](ByteWriter& out) { out.mac(intf->mac); },
+        [&](ByteWriter& out) {
+            while (nbr != intf->nbrs.end() && !isListed()) ++nbr;
+            if (nbr == intf->nbrs.end()) return false;
             out.mac(k1905 ? nbr->nbrAlMac : nbr->nbrIntfMac);
             if (k1905) out.u8(nbr->bridgeFlag == 1 ? kBridgeFlag : 0);
-        }
-    });
+            ++nbr;
+            return true;
+        });
 }
 
-// A part of the links to a neighbor, whose first part may be empty. Meant: the AL MAC of the
-// neighbor stands for that of the transmitter too, because devices of this family send and expect
-// it so.
+// Adds the links to a neighbor. Meant: the AL MAC of the neighbor stands for that of the
+// transmitter too, because devices of this family send and expect it so.
 template <typename WriteLink>
-std::optional<Tlv> makeMetricTlv(uint8_t type, const LinkMetricInfo& info, size_t part,
-                                 size_t linkSize, WriteLink&& writeLink) {
-    const auto links = partOf(info.links, part, 12, linkSize);
-    if (links.empty() && part > 0) return std::nullopt;
-    return makeTlv(type, 12 + linkSize * links.size(), [&](ByteWriter& out) {
-        out.mac(info.alMac).mac(info.alMac);
-        for (const auto& link : links) {
-            out.mac(link.localIntfMac).mac(link.nbrIntfMac).u16(link.mediaType);
-            writeLink(out, link);
-        }
+bool addMetricTlvs(TlvArea& area, uint8_t type, const LinkMetricInfo& info, size_t linkSize,
+                   size_t& room, WriteLink&& writeLink) {
+    const auto writeHead = [&](ByteWriter& out) { out.mac(info.alMac).mac(info.alMac); };
+    if (info.links.empty()) return add1905Tlv(area, type, 12, writeHead);
+    auto link = info.links.begin();
+    return addList(area, type, linkSize, room, writeHead, [&](ByteWriter& out) {
+        if (link == info.links.end()) return false;
+        out.mac(link->localIntfMac).mac(link->nbrIntfMac).u16(link->mediaType);
+        writeLink(out, *link++);
+        return true;
     });
 }
 
 }  // namespace
 
-std::optional<Tlv> genChassisIdTlv() {
+bool genChassisIdTlv(TlvArea& area) {
     const MacAddr* alMac = getAlMac();
-    if (alMac == nullptr) return std::nullopt;
-    return makeTlv(kLldpTlvChassisId, 7,
-                   [&](ByteWriter& out) { out.u8(kChassisSubtypeMac).mac(*alMac); });
+    return alMac != nullptr && addLldpMacTlv(area, kLldpTlvChassisId, kChassisSubtypeMac, *alMac);
 }
 
-std::optional<Tlv> genPortIdTlv(const MacAddr& portMac) {
-    return makeTlv(kLldpTlvPortId, 7,
-                   [&](ByteWriter& out) { out.u8(kPortSubtypeMac).mac(portMac); });
+bool genPortIdTlv(TlvArea& area, const MacAddr& portMac) {
+    return addLldpMacTlv(area, kLldpTlvPortId, kPortSubtypeMac, portMac);
 }
 
-std::optional<Tlv> genTtlTlv() {
-    return makeTlv(kLldpTlvTtl, 2, [](ByteWriter& out) { out.u16(kLldpTtl); });
+bool genTtlTlv(TlvArea& area) {
+    constexpr uint8_t kTtl[] = {kLldpTtl >> 8, kLldpTtl & 0xFF};
+    return flattenLldpTlv(area, kLldpTlvTtl, kTtl);
 }
 
-std::optional<Tlv> genEndOfLldpduTlv() {
-    return makeEmptyTlv(kLldpTlvEnd);
+bool genEndOfLldpduTlv(TlvArea& area) {
+    return flattenLldpTlv(area, kLldpTlvEnd, {});
 }
 
-std::optional<Tlv> genEndOfMsgTlv() {
-    return makeEmptyTlv(kTlvEndOfMsg);
+bool genEndOfMsgTlv(TlvArea& area) {
+    return flatten1905Tlv(area, kTlvEndOfMsg, {});
 }
 
-std::optional<Tlv> genAlMacTlv() {
+bool genAlMacTlv(TlvArea& area) {
     const MacAddr* alMac = getAlMac();
-    return alMac == nullptr ? std::nullopt : makeMacTlv(kTlvAlMac, *alMac);
+    return alMac != nullptr && addMacTlv(area, kTlvAlMac, *alMac);
 }
 
-std::optional<Tlv> genMacTlv(const MacAddr& mac) {
-    return makeMacTlv(kTlvMac, mac);
+bool genMacTlv(TlvArea& area, const MacAddr& mac) {
+    return addMacTlv(area, kTlvMac, mac);
 }
 
-std::optional<Tlv> genDevInfoTlv() {
+bool genDevInfoTlv(TlvArea& area) {
     const MacAddr* alMac = getAlMac();
-    if (alMac == nullptr) return std::nullopt;
+    if (alMac == nullptr) return false;
     const uint8_t num = getIntfNum();
     const auto& intfs = getIntfTable();
     if (num > intfs.size()) {
         LOG_PUTS(4, "intfTable == NULL \r");
-        return std::nullopt;
+        return false;
     }
     size_t size = 7;
     uint32_t fit = 0;
@@ -152,7 +154,7 @@ std::optional<Tlv> genDevInfoTlv() {
         LOG(2, "the device information is cut to %d of %d interfaces\r\n", static_cast<int>(fit),
             num);
     }
-    return makeTlv(kTlvDevInfo, size, [&](ByteWriter& out) {
+    return add1905Tlv(area, kTlvDevInfo, size, [&](ByteWriter& out) {
         out.mac(*alMac).u8(fit);
         for (auto it = intfs.begin(); it != end; ++it) {
             const Bytes info = countable(it->mediaInfo);
@@ -161,9 +163,9 @@ std::optional<Tlv> genDevInfoTlv() {
     });
 }
 
-std::optional<Tlv> genDevBrdgCapTlv() {
+bool genDevBrdgCapTlv(TlvArea& area) {
     const uint8_t num = getBrdgTupleNum();
-    if (num == 0) return std::nullopt;
+    if (num == 0) return false;
     std::vector<std::span<const MacAddr>> tuples;
     size_t size = 1;
     bool cut = false;
@@ -179,7 +181,7 @@ std::optional<Tlv> genDevBrdgCapTlv() {
         LOG(2, "the bridging capability is cut to %d bytes, %d of %d tuples\r\n",
             static_cast<int>(size), static_cast<int>(tuples.size()), num);
     }
-    return makeTlv(kTlvDevBrdgCap, size, [&](ByteWriter& out) {
+    return add1905Tlv(area, kTlvDevBrdgCap, size, [&](ByteWriter& out) {
         out.u8(static_cast<uint32_t>(tuples.size()));
         for (const auto& macs : tuples) {
             out.u8(static_cast<uint32_t>(macs.size()));
@@ -188,71 +190,73 @@ std::optional<Tlv> genDevBrdgCapTlv() {
     });
 }
 
-std::optional<Tlv> genNon1905NbrDevTlv(unsigned index, size_t part) {
-    return makeNbrTlv<kTlvNon1905Nbr>(index, part);
+bool genNon1905NbrDevTlv(TlvArea& area, unsigned index, MeshMacs& mesh, size_t& room) {
+    return addNbrTlvs<kTlvNon1905Nbr>(area, index, mesh, room);
 }
 
-std::optional<Tlv> gen1905NbrDevTlv(unsigned index, size_t part) {
-    return makeNbrTlv<kTlv1905Nbr>(index, part);
+bool gen1905NbrDevTlv(TlvArea& area, unsigned index, MeshMacs& mesh, size_t& room) {
+    return addNbrTlvs<kTlv1905Nbr>(area, index, mesh, room);
 }
 
-std::optional<Tlv> genMetricQueryTlv(const MetricQuery& query) {
+bool genMetricQueryTlv(TlvArea& area, const MetricQuery& query) {
     // Always the long layout; a query for all neighbors has zeros for the AL MAC.
-    return makeTlv(kTlvMetricQuery, 8, [&](ByteWriter& out) {
+    return add1905Tlv(area, kTlvMetricQuery, 8, [&](ByteWriter& out) {
         out.u8(query.nbrSelector)
             .mac(query.nbrSelector == 1 ? query.nbrAlMac : MacAddr{})
             .u8(query.metrics);
     });
 }
 
-std::optional<Tlv> genTxMetricTlv(const LinkMetricInfo& info, size_t part) {
-    return makeMetricTlv(kTlvTxMetric, info, part, 29, [](ByteWriter& out, const auto& link) {
-        out.u8(link.bridgeFlag).u32(link.txErrors).u32(link.txPackets);
-        out.u16(link.throughput).u16(link.availability).u16(link.phyRate);
-    });
+bool genTxMetricTlv(TlvArea& area, const LinkMetricInfo& info, size_t& room) {
+    return addMetricTlvs(area, kTlvTxMetric, info, 29, room,
+                         [](ByteWriter& out, const LinkMetric& link) {
+                             out.u8(link.bridgeFlag).u32(link.txErrors).u32(link.txPackets);
+                             out.u16(link.throughput).u16(link.availability).u16(link.phyRate);
+                         });
 }
 
-std::optional<Tlv> genRxMetricTlv(const LinkMetricInfo& info, size_t part) {
-    return makeMetricTlv(kTlvRxMetric, info, part, 23, [](ByteWriter& out, const auto& link) {
-        out.u32(link.rxErrors).u32(link.rxPackets).u8(link.rssi);
-    });
+bool genRxMetricTlv(TlvArea& area, const LinkMetricInfo& info, size_t& room) {
+    return addMetricTlvs(area, kTlvRxMetric, info, 23, room,
+                         [](ByteWriter& out, const LinkMetric& link) {
+                             out.u32(link.rxErrors).u32(link.rxPackets).u8(link.rssi);
+                         });
 }
 
-std::optional<Tlv> genMetricResCodeTlv() {
-    return makeByteTlv(kTlvMetricResCode, 0);
+bool genMetricResCodeTlv(TlvArea& area) {
+    return addByteTlv(area, kTlvMetricResCode, 0);
 }
 
-std::optional<Tlv> genSearchRoleTlv(uint32_t role) {
-    return makeByteTlv(kTlvSearchRole, role);
+bool genSearchRoleTlv(TlvArea& area, uint32_t role) {
+    return addByteTlv(area, kTlvSearchRole, role);
 }
 
-std::optional<Tlv> genAutoConfFreqBandTlv(uint32_t band) {
-    return makeByteTlv(kTlvAutoConfFreqBand, band);
+bool genAutoConfFreqBandTlv(TlvArea& area, uint32_t band) {
+    return addByteTlv(area, kTlvAutoConfFreqBand, band);
 }
 
-std::optional<Tlv> genSupportedRoleTlv(uint32_t role) {
-    return makeByteTlv(kTlvSupportedRole, role);
+bool genSupportedRoleTlv(TlvArea& area, uint32_t role) {
+    return addByteTlv(area, kTlvSupportedRole, role);
 }
 
-std::optional<Tlv> genSupportedFreqBandTlv(uint32_t band) {
-    return makeByteTlv(kTlvSupportedFreqBand, band);
+bool genSupportedFreqBandTlv(TlvArea& area, uint32_t band) {
+    return addByteTlv(area, kTlvSupportedFreqBand, band);
 }
 
-std::optional<Tlv> genWscTlv(const Wsc& wsc) {
-    return makeTlv(kTlvWsc, wsc.frame.size(), [&](ByteWriter& out) { out.bytes(wsc.frame); });
+bool genWscTlv(TlvArea& area, const Wsc& wsc) {
+    return flatten1905Tlv(area, kTlvWsc, wsc.frame);
 }
 
-std::optional<Tlv> genWscUpdatetimeTlv(std::string_view updateTime) {
-    return makeTlv(kTlvWscUpdateTime, updateTime.size(), [&](ByteWriter& out) {
+bool genWscUpdatetimeTlv(TlvArea& area, std::string_view updateTime) {
+    return add1905Tlv(area, kTlvWscUpdateTime, updateTime.size(), [&](ByteWriter& out) {
         for (const char c : updateTime) out.u8(static_cast<uint8_t>(c));
     });
 }
 
-std::optional<Tlv> genPBEventNtfTlv(const PBEventNtf& event) {
+bool genPBEventNtfTlv(TlvArea& area, const PBEventNtf& event) {
     const auto mediaTypes = countable(event.mediaTypes);
     size_t size = 1;
     for (const auto& type : mediaTypes) size += 3 + countable(type.info).size();
-    return makeTlv(kTlvPBEventNtf, size, [&](ByteWriter& out) {
+    return add1905Tlv(area, kTlvPBEventNtf, size, [&](ByteWriter& out) {
         out.u8(static_cast<uint32_t>(mediaTypes.size()));
         for (const auto& type : mediaTypes) {
             const Bytes info = countable(type.info);
@@ -261,8 +265,8 @@ std::optional<Tlv> genPBEventNtfTlv(const PBEventNtf& event) {
     });
 }
 
-std::optional<Tlv> genPBJoinNtfTlv(const PBJoinNtf& join) {
-    return makeTlv(kTlvPBJoinNtf, 20, [&](ByteWriter& out) {
+bool genPBJoinNtfTlv(TlvArea& area, const PBJoinNtf& join) {
+    return add1905Tlv(area, kTlvPBJoinNtf, 20, [&](ByteWriter& out) {
         out.mac(join.alMac).u16(join.msgId).mac(join.txIntfMac).mac(join.newDevIntfMac);
     });
 }

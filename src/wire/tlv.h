@@ -1,71 +1,69 @@
-// A TLV in memory, its wire forms, and the iteration over the TLVs of a received message.
+// The TLVs of a message: the area that is built, and the iteration over one that was received.
 #pragma once
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <memory>
 #include <span>
-#include <utility>
-#include <vector>
 
 #include "base/bytes.h"
 
 inline constexpr size_t k1905TlvHeaderLen = 3;  // type, big-endian length
 inline constexpr size_t kLldpTlvHeaderLen = 2;  // 7 bits type, 9 bits length
 inline constexpr size_t kMaxTlvLength = 0xFFFF;
+inline constexpr size_t kMaxLldpTlvLength = 0x1FF;
 inline constexpr size_t kMaxSentTlvSize = 1400;  // header included; a TLV is never split
 inline constexpr size_t kMaxSentTlvLength = kMaxSentTlvSize - k1905TlvHeaderLen;
 
-// A byte array whose size is fixed at construction, zero at first. Small ones need no allocation:
-// most messages have many small TLVs, and allocating took half the time of building a message.
-class TlvValue {
+// The TLVs of a message in wire order, one behind the other. The memory is kept when the area is
+// cleared, so that one area serves many messages.
+class TlvArea {
   public:
-    TlvValue() = default;
-    explicit TlvValue(size_t size)
-        : size_(size), heap_(size > kInPlace ? std::make_unique<uint8_t[]>(size) : nullptr) {}
-    explicit TlvValue(Bytes bytes) : TlvValue(bytes.size()) {
-        std::copy(bytes.begin(), bytes.end(), data());
-    }
-    TlvValue(TlvValue&& other) noexcept { *this = std::move(other); }
-    TlvValue& operator=(TlvValue&& other) noexcept {
-        size_ = std::exchange(other.size_, 0);
-        heap_ = std::move(other.heap_);
-        inPlace_ = other.inPlace_;
-        return *this;
-    }
-    TlvValue(const TlvValue& other) : TlvValue(Bytes(other)) {}
-    TlvValue& operator=(const TlvValue& other) { return *this = TlvValue(other); }
-    ~TlvValue() = default;
-
+    Bytes bytes() const { return {bytes_.get(), size_}; }
     size_t size() const { return size_; }
-    uint8_t* data() { return heap_ ? heap_.get() : inPlace_.data(); }
-    const uint8_t* data() const { return heap_ ? heap_.get() : inPlace_.data(); }
-    operator std::span<uint8_t>() { return {data(), size_}; }
-    operator Bytes() const { return {data(), size_}; }
+    bool empty() const { return size_ == 0; }
+    void clear() { size_ = 0; }
+    // Drops all bytes behind the first size ones.
+    void cut(size_t size) { size_ = std::min(size_, size); }
+    // Adds size bytes, which are not initialized, and returns them. They stay valid until the next
+    // call.
+    std::span<uint8_t> grow(size_t size);
 
   private:
-    static constexpr size_t kInPlace = 64;
-
+    std::unique_ptr<uint8_t[]> bytes_;
     size_t size_ = 0;
-    std::unique_ptr<uint8_t[]> heap_;
-    std::array<uint8_t, kInPlace> inPlace_{};
+    size_t capacity_ = 0;
 };
 
-struct Tlv {
-    uint8_t type = 0;
-    TlvValue value;  // in wire order; its size is the TLV's length
+// Adds a TLV with a value of at most maxSize bytes, which write writes in wire order with the
+// ByteWriter that it gets. False, and nothing is added, if maxSize does not fit in the length field
+// of 16 bits, or if write tries to write more.
+template <typename Write>
+[[nodiscard]] bool add1905Tlv(TlvArea& area, uint8_t type, size_t maxSize, Write&& write) {
+    if (maxSize > kMaxTlvLength) return false;
+    const size_t before = area.size();
+    const std::span<uint8_t> room = area.grow(k1905TlvHeaderLen + maxSize);
+    ByteWriter value(room.subspan(k1905TlvHeaderLen));
+    write(value);
+    if (!value.ok()) {
+        area.cut(before);
+        return false;
+    }
+    ByteWriter(room).u8(type).u16(static_cast<uint32_t>(value.position()));
+    area.cut(before + k1905TlvHeaderLen + value.position());
+    return true;
+}
 
-    size_t flatSize1905() const { return value.size() + k1905TlvHeaderLen; }
-};
+// Add a TLV with this value; the LLDP form has 9 bits of length. False if the value is too long.
+[[nodiscard]] bool flatten1905Tlv(TlvArea& area, uint8_t type, Bytes value);
+[[nodiscard]] bool flattenLldpTlv(TlvArea& area, uint8_t type, Bytes value);
 
-// The TLVs of a message in wire order.
-using TlvList = std::vector<Tlv>;
-
-// Write the wire form of a TLV (big-endian) to the start of out. Return its size in bytes, 0 if out
-// is too small or the length does not fit its field: 16 bits for IEEE 1905.1, 9 bits for LLDP.
-[[nodiscard]] size_t flatten1905Tlv(const Tlv& tlv, std::span<uint8_t> out);
-[[nodiscard]] size_t flattenLldpTlv(const Tlv& tlv, std::span<uint8_t> out);
+// The size in bytes of the TLV at the start of the bytes, 0 if it is cut off.
+[[nodiscard]] inline size_t flatSize1905(Bytes tlvs) {
+    if (tlvs.size() < k1905TlvHeaderLen) return 0;
+    const size_t size = k1905TlvHeaderLen + (size_t{tlvs[1]} << 8 | tlvs[2]);
+    return size <= tlvs.size() ? size : 0;
+}
 
 // Iterates over the TLVs of an area up to the end-of-message TLV. parse gets the bytes from the
 // header of a TLV to the end of the area and returns the number of bytes it consumed, 0 to reject

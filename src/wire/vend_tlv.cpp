@@ -69,12 +69,12 @@ bool encode(const VendMsg& msg, const MacAddr& portMac, std::vector<uint8_t>& ou
 
 }  // namespace
 
-std::optional<Tlv> genVendSpecTlv(const VendMsg& msg, const MacAddr& portMac) {
+bool genVendSpecTlv(TlvArea& area, const VendMsg& msg, const MacAddr& portMac) {
     LOG(4, "vendor specific message type is (%d)\r\n", msg.vendMsgType);
     std::vector<uint8_t> value;
-    if (encode(msg, portMac, value)) return Tlv{kTlvVendSpec, TlvValue(value)};
+    if (encode(msg, portMac, value)) return flatten1905Tlv(area, kTlvVendSpec, value);
     LOG_PUTS(2, "failed to generate vender specific TLV\r");
-    return std::nullopt;
+    return false;
 }
 
 size_t parseVendSpecTlv(Bytes tlv, VendMsg& msg) {

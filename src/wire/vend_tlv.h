@@ -1,15 +1,13 @@
 // Codec of the vendor-specific TLV.
 #pragma once
 
-#include <optional>
-
 #include "base/bytes.h"
 #include "wire/tlv.h"
 #include "wire/vend_msg.h"
 
-// The TLV of a vendor message that leaves by the port with this MAC. std::nullopt (logged) if its
+// Adds the TLV of a vendor message that leaves by the port with this MAC. False (logged) if its
 // type is unknown, its payload is not that of the type, or a field exceeds its capacity.
-[[nodiscard]] std::optional<Tlv> genVendSpecTlv(const VendMsg& msg, const MacAddr& portMac);
+[[nodiscard]] bool genVendSpecTlv(TlvArea& area, const VendMsg& msg, const MacAddr& portMac);
 
 // Decodes the TLV at the start of the bytes into msg. Returns the number of bytes consumed, or 0
 // (logged) if it is no vendor TLV with our OUI, its type is unknown, or its payload is malformed.

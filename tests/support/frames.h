@@ -40,8 +40,8 @@ inline Frame operator+(Frame left, const Frame& right) {
 inline Frame bytesOf(const MacAddr& mac) {
     return {mac.b.begin(), mac.b.end()};
 }
-inline Frame bytesOf(const TlvValue& value) {
-    return {value.data(), value.data() + value.size()};
+inline Frame bytesOf(const TlvArea& area) {
+    return {area.bytes().begin(), area.bytes().end()};
 }
 inline Frame be16(unsigned value) {
     return {static_cast<uint8_t>(value >> 8), static_cast<uint8_t>(value)};

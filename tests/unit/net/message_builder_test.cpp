@@ -7,13 +7,13 @@
 namespace {
 
 TEST(Frame, TlvsAreTheseBytes) {
-    Frame out(520);
-    EXPECT_EQ(flatten1905Tlv({5, TlvValue(Frame(300, 1))}, out), 303U);
-    EXPECT_EQ(Frame(&out[0], &out[4]), hex("05 012c 01"));
-    EXPECT_EQ(flatten1905Tlv({5, TlvValue(Frame(518, 1))}, out), 0U) << "no room";
-    EXPECT_EQ(flattenLldpTlv({3, TlvValue(Frame(300, 2))}, out), 302U);
-    EXPECT_EQ(Frame(&out[0], &out[3]), hex("072c 02"));
-    EXPECT_EQ(flattenLldpTlv({3, TlvValue(Frame(512, 2))}, out), 0U) << "9 bits of length";
+    TlvArea area;
+    EXPECT_TRUE(flatten1905Tlv(area, 5, Frame(300, 1)));
+    EXPECT_TRUE(flattenLldpTlv(area, 3, Frame(300, 2)));
+    EXPECT_FALSE(flattenLldpTlv(area, 3, Frame(512, 2))) << "9 bits of length";
+    EXPECT_FALSE(flatten1905Tlv(area, 5, Frame(0x10000, 1))) << "16 bits";
+    EXPECT_FALSE(add1905Tlv(area, 5, 2, [](ByteWriter& out) { out.u32(1); })) << "no room";
+    EXPECT_EQ(bytesOf(area), hex("05 012c") + Frame(300, 1) + hex("072c") + Frame(300, 2));
 }
 
 class Builder : public Device {
@@ -30,12 +30,19 @@ class Builder : public Device {
     // The types of the TLVs, then r if it is relayed and q if it expects a response.
     std::string build(uint16_t type, const MsgBody& body) {
         MsgTraits traits{true, true};
-        list_ = gen1905Msg(port("eth1"), type, body, traits);
+        gen1905Msg(port("eth1"), type, body, area_, traits);
         std::string text;
-        for (const auto& tlv : list_) text += std::to_string(tlv.type) + " ";
+        sizes_.clear();
+        Bytes rest = area_.bytes();
+        EXPECT_TRUE(walkTlvs(rest, [&](Bytes tlv) {
+            text += std::to_string(tlv[0]) + " ";
+            sizes_.push_back(flatSize1905(tlv));
+            return sizes_.back();
+        }));
         return text + (traits.relay ? "r" : "") + (traits.expectsResponse ? "q" : "");
     }
-    TlvList list_;
+    TlvArea area_;
+    std::vector<size_t> sizes_;
 };
 
 TEST_F(Builder, MessagesCarryTheseTlvs) {
@@ -63,7 +70,7 @@ TEST_F(Builder, MessagesCarryTheseTlvs) {
         {13, {}, ""}};
     for (const auto& [type, body, tlvs] : typeBodyTlvs) EXPECT_EQ(build(type, body), tlvs) << type;
     (void)build(0, {});
-    EXPECT_EQ(bytesOf(list_[1].value), bytesOf(kEth1)) << "the MAC of the port";
+    EXPECT_EQ(bytesOf(area_), macTlv(1, kOwnAl) + macTlv(2, kEth1)) << "the MAC of the port";
     getAlTable()->brdgTuples = {{{kEth0, kEth1}}};
     EXPECT_EQ(build(3, {}), "3 4 6 6 7 1 ");
     auto& nbrs = getIntfTable().front().nbrs;
@@ -84,8 +91,7 @@ TEST_F(Builder, LinkMetricResponse) {
     for (const auto& [query, tlvs] : cases) {
         EXPECT_EQ(build(6, metricRespBody(query)), tlvs) << query.metrics;
     }
-    EXPECT_EQ(list_[0].value.size(), 12U + 29U);
-    EXPECT_EQ(list_[1].value.size(), 12U) << "a neighbor without links";
+    EXPECT_EQ(sizes_, (std::vector<size_t>{15 + 29, 15})) << "a neighbor without links";
     fakePlatform().intfs[1].links.resize(100, link);
     EXPECT_EQ(build(6, metricRespBody(cases[3].first)), "9 ") << "a neighbor without links";
     EXPECT_EQ(build(6, metricRespBody(cases[2].first)), "9 9 9 10 10 ");

@@ -23,10 +23,15 @@ class Transmitter : public Device {
         (void)updateTopolInfo(0, "eth1", kEth1, kMedia, peer(1).al, peer(3).intf);
     }
     static Fd broken() { return Fd(open("/dev/null", O_RDONLY | O_CLOEXEC)); }
-    static int sendTlvs(const TlvList& tlvs, uint16_t type = kMsgTopolResp) {
+    // TLVs of these sizes in bytes.
+    static int sendTlvs(const std::vector<size_t>& sizes, uint16_t type = kMsgTopolResp) {
+        TlvArea tlvs;
+        for (const size_t size : sizes) EXPECT_TRUE(add(tlvs, size));
         return send1905UcastMsg(port("eth0"), peer(1).intf, type, 7, false, tlvs, 0);
     }
-    static Tlv tlv(size_t flatSize) { return {0x55, TlvValue(Frame(flatSize - 3, 0xAA))}; }
+    static bool add(TlvArea& tlvs, size_t size) {
+        return flatten1905Tlv(tlvs, 0x55, Frame(size - 3, 0xAA));
+    }
     // Where the frames went: "port:last byte of the MAC".
     static std::string destinations() {
         std::string all;
@@ -39,13 +44,13 @@ class Transmitter : public Device {
 
 TEST_F(Transmitter, FragmentsEndBetweenTlvs) {
     start();
-    const std::pair<TlvList, std::vector<size_t>> cases[] = {
-        {{tlv(10)}, {64}},  // padded
-        {{tlv(40)}, {65}},
-        {{tlv(700), tlv(772)}, {1497}},
-        {{tlv(700), tlv(773)}, {725, 798}},
-        {{tlv(1400), tlv(1400), tlv(3)}, {1425, 1428}},
-        {TlvList(60, tlv(50)), {1475, 1475, 125}}};
+    const std::pair<std::vector<size_t>, std::vector<size_t>> cases[] = {
+        {{10}, {64}},  // padded
+        {{40}, {65}},
+        {{700, 772}, {1497}},
+        {{700, 773}, {725, 798}},
+        {{1400, 1400, 3}, {1425, 1428}},
+        {std::vector<size_t>(60, 50), {1475, 1475, 125}}};
     for (const auto& [tlvs, sizes] : cases) {
         EXPECT_EQ(sendTlvs(tlvs), kOk);
         const auto all = sent("eth0");
@@ -61,16 +66,16 @@ TEST_F(Transmitter, FragmentsEndBetweenTlvs) {
 TEST_F(Transmitter, RefusesWhatCannotBeSent) {
     start();
     LogCapture log(1);
-    EXPECT_EQ(sendTlvs({tlv(20), tlv(1401)}), kFailure);
+    EXPECT_EQ(sendTlvs({20, 1401}), kFailure);
     EXPECT_EQ(occurrences(log.text(), "failed to send message size = (1401) > 1400 \r\n"), 1U);
     EXPECT_EQ(sendTlvs({}), kFailure);
-    EXPECT_EQ(sendTlvs({tlv(1400), tlv(70'000)}), kFailure);
+    EXPECT_EQ(sendTlvs({1400, 1500}), kFailure);
     EXPECT_EQ(sent("eth0").size(), 1U) << "the first TLV has left already";
     EXPECT_EQ(sendTlvs({}, kMsgTopolQuery), kOk) << "a query may be empty";
     EXPECT_EQ(fakeNet().captureFrames("eth0"),
               std::vector<Frame>{frame1905(peer(1).intf, kEth0, 2, 7, Frame(42))});
     port("eth0").ieee1905Sock = broken();
-    EXPECT_EQ(sendTlvs({tlv(20)}), kFailure);
+    EXPECT_EQ(sendTlvs({20}), kFailure);
 }
 
 TEST_F(Transmitter, IdentifiersWrapBefore65535) {
@@ -114,7 +119,7 @@ TEST_F(Transmitter, ADiscoverySkipsAPortForWhichItCannotBeBuilt) {
     start();
     LogCapture log(2);
     const MsgBody body{
-        [](const Port& p) { return p.name == "eth0" ? TlvList{} : TlvList{tlv(10)}; }};
+        [](const Port& p, TlvArea& tlvs) { return p.name != "eth0" && add(tlvs, 10); }};
     EXPECT_EQ(requestSend1905McastMsg(kMsgTopolDisc, body), kOk);
     EXPECT_EQ(destinations(), "eth1:19 eth2:19 ");
     EXPECT_EQ(occurrences(log.finish(), "failed to generate IEEE 1905.1 message"), 1U);

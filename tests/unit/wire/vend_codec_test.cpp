@@ -23,8 +23,8 @@ class Codec : public Device {
         return consumed != 0 && consumed == tlv.size();
     }
     static Frame encode(const VendMsg& msg) {
-        const auto tlv = genVendSpecTlv(msg, kStation);
-        return tlv ? tlvBytes(tlv->type, bytesOf(tlv->value)) : Frame{};
+        TlvArea area;
+        return genVendSpecTlv(area, msg, kStation) ? bytesOf(area) : Frame{};
     }
 };
 
