@@ -35,18 +35,21 @@ void startSized(benchmark::State& state) {
     }
 }
 
+template <bool kChanged>
 void encode(benchmark::State& state) {
     startSized(state);
     Area area;
     size_t size = 0;
     for (auto _ : state) {
+        if (kChanged) noteTopologyChange();
         size = encodeTopolResp(area);
         benchmark::DoNotOptimize(area);
     }
     state.counters["bytes"] = static_cast<double>(size);
     stopDevice();
 }
-BENCHMARK(encode)->Name("topology_response/encode")->Arg(0)->Arg(4)->Arg(16)->Arg(64);
+BENCHMARK(encode<true>)->Name("topology_response/encode")->Arg(0)->Arg(4)->Arg(16)->Arg(64);
+BENCHMARK(encode<false>)->Name("topology_response/encode_again")->Arg(0)->Arg(4)->Arg(16)->Arg(64);
 
 void decode(benchmark::State& state) {
     startSized(state);

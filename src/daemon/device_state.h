@@ -13,6 +13,7 @@
 #include "daemon/receiver.h"
 #include "db/data_model_update.h"
 #include "db/database.h"
+#include "db/mesh_macs.h"
 #include "db/neighbor_aging.h"
 #include "db/sys_ctrl.h"
 #include "db/upcalls.h"
@@ -21,6 +22,7 @@
 #include "handlers/order_permission.h"
 #include "handlers/result_file.h"
 #include "net/fragment_store.h"
+#include "net/message_builder.h"
 #include "net/message_integrity.h"
 #include "net/ports.h"
 #include "net/relay_limit.h"
@@ -39,17 +41,17 @@
 #include "service/service_monitor.h"
 #include "service/wake_fifo.h"
 
-using ModuleStates = std::tuple<                                          //
-    FailingFiles,                                                         // base
-    SysCtrl, Database, DataModelUpdateReq, NeighborAging, Upcalls,        // db
-    PortsState, TransmitterState, FragmentStore, RelayLimit,              // net
-    MessageIntegrity, WorkLimit, DataModelFiles,                          // net, publish
-    VendQueries, ControlLists, FWupgradeList, Schedule, PendingRequests,  // orders
-    SlotsState, SpeedTestState, WifiSyncState,                            //
-    AnswerMemory, MessageLog, OrderRefusals, ResultFiles,                 // handlers
-    Announcements, ControllerLoop, RootAp,                                // controller
-    ServiceMonitor, WakeFifo, IntfRequest,                                // service
-    MessageMonitor, Receiver, ControlFiles>;                              // daemon
+using ModuleStates = std::tuple<                                           //
+    FailingFiles,                                                          // base
+    SysCtrl, Database, DataModelUpdateReq, NeighborAging, Upcalls,         // db
+    PortsState, TransmitterState, FragmentStore, RelayLimit,               // net
+    MessageIntegrity, WorkLimit, TopolRespTlvs, MeshMacs, DataModelFiles,  // net, publish
+    VendQueries, ControlLists, FWupgradeList, Schedule, PendingRequests,   // orders
+    SlotsState, SpeedTestState, WifiSyncState,                             //
+    AnswerMemory, MessageLog, OrderRefusals, ResultFiles,                  // handlers
+    Announcements, ControllerLoop, RootAp,                                 // controller
+    ServiceMonitor, WakeFifo, IntfRequest,                                 // service
+    MessageMonitor, Receiver, ControlFiles>;                               // daemon
 
 struct DeviceState : ModuleStates {};
 

@@ -18,11 +18,21 @@ AlTable* al() {
 
 AlTable& createDatabase() {
     db().al_table = std::make_unique<AlTable>();
+    noteTopologyChange();
     return *al();
 }
 
 void destroyDatabase() {
     db().al_table.reset();
+    noteTopologyChange();
+}
+
+uint64_t topologyRevision() {
+    return db().revision;
+}
+
+void noteTopologyChange() {
+    db().revision++;
 }
 
 AlTable* getAlTable() {

@@ -19,12 +19,19 @@ struct Database {
     std::list<IntfTable> noIntfs;
     std::vector<NbrDev> noNbrDevs;
     std::list<Ieee1905DevTable> noDevs;
+    uint64_t revision = 1;
 };
 
 // Creates an empty database, which replaces an older one.
 AlTable& createDatabase();
 // Frees the database.
 void destroyDatabase();
+
+// A number that is new after each change of what topology responses show, so that what was derived
+// from it can be kept. Whoever changes addresses, media or flags of this device, its interfaces,
+// tuples or neighbors, or the addresses of a remote device, calls noteTopologyChange.
+uint64_t topologyRevision();
+void noteTopologyChange();
 
 AlTable* getAlTable();                                // nullptr without a database
 const MacAddr* getAlMac();                            // nullptr without a database

@@ -1,5 +1,6 @@
 #include "db/device_table.h"
 
+#include <algorithm>
 #include <unordered_set>
 
 #include "base/log.h"
@@ -49,9 +50,10 @@ void logChange(ChangeEvent event, const Reporter& reporter, ChangeNbrType type,
 
 // Addresses of the mesh itself are no news.
 void logNon1905Changes(const DevTopol& old, const DevTopol& next, const Reporter& self) {
-    MeshMacs mesh(*getAlTable(), &next);
     const auto log = [&](ChangeEvent event, const Reporter& reporter, const MacAddr& mac) {
-        if (!mesh.contains(mac)) logChange(event, reporter, kNon1905Nbr, mac);
+        if (!isMeshMac(mac) && std::ranges::count(next.intfs, mac, &DevIntf::mac) == 0) {
+            logChange(event, reporter, kNon1905Nbr, mac);
+        }
     };
     for (const auto& list : next.non1905Lists) {
         const auto before = findList(old.non1905Lists, list.localIntfMac);
@@ -105,6 +107,10 @@ void takeOverIntfState(const DevTopol& old, DevTopol& next) {
     }
 }
 
+bool hasSameMacs(const DevTopol& a, const DevTopol& b) {
+    return std::ranges::equal(a.intfs, b.intfs, {}, &DevIntf::mac, &DevIntf::mac);
+}
+
 // True if the records of all remote devices would take too much memory with this response.
 bool isTooMuch(const DevTopol& dev, const Ieee1905DevTable* stored) {
     size_t total = dev.memory();
@@ -141,6 +147,7 @@ int updateIeee1905DevTable(const MacAddr& intfMac, uint32_t mediaType, DevTopol&
         logNon1905Changes(*stored, dev, self);
         log1905Changes(*stored, dev, self);
         takeOverIntfState(*stored, dev);
+        if (!hasSameMacs(*stored, dev)) noteTopologyChange();
         static_cast<DevTopol&>(*stored) = std::move(dev);
     } else {
         auto& devs = getIeee1905DevTables();
@@ -149,6 +156,7 @@ int updateIeee1905DevTable(const MacAddr& intfMac, uint32_t mediaType, DevTopol&
             return kFailure;
         }
         stored = &devs.emplace_back(Ieee1905DevTable{std::move(dev), {}});
+        noteTopologyChange();
         updateChangeLogTable(kNewNeighbor, self.alMac, self.intfMac, kIeee1905Nbr, stored->alMac);
     }
     updateWifiSync(*stored);
@@ -174,6 +182,7 @@ int removeIeee1905DevTable(const MacAddr& alMac) {
     // alMac may refer into the record that is erased.
     const MacAddr lost = alMac;
     devs.erase(it);
+    noteTopologyChange();
     updateChangeLogTable(kLostNeighbor, *getAlMac(), *getAlMac(), kIeee1905Nbr, lost);
     requestUpdateDataModel(1);
     return kOk;

@@ -65,6 +65,7 @@ bool matches(const IntfTable& intf, const IntfDesc& desc) {
 }
 
 int changed() {
+    noteTopologyChange();
     requestUpdateDataModel(1);
     return kChanged;
 }
@@ -118,6 +119,7 @@ bool makeNbrRoom(IntfTable& intf, const MacAddr& newcomer) {
     }
     LOG(2, "too many neighbor interfaces, drop (" MAC_FMT ")\r\n", MAC_ARGS(oldest->nbrIntfMac));
     intf.nbrs.erase(oldest);
+    noteTopologyChange();
     return true;
 }
 
@@ -162,6 +164,7 @@ int updateIntfMac(std::string_view name, const MacAddr& /*oldMac*/, uint32_t /*m
     if (intf == nullptr) return kNothingChanged;
     if (AlTable* al = getAlTable(); al != nullptr) replaceInTuples(*al, intf->mac, newMac);
     intf->mac = newMac;
+    noteTopologyChange();
     (void)upcalls().reinitIntfPorts();
     return changed();
 }
@@ -326,5 +329,6 @@ int requestUpdateBrdgCap() {
     AlTable* al = getAlTable();
     if (al == nullptr) return kFailure;
     al->brdgTuples.clear();
+    noteTopologyChange();
     return retrieveBrdgTupleTable(*al) == kOk ? changed() : kFailure;
 }

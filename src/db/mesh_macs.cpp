@@ -2,34 +2,48 @@
 
 #include <algorithm>
 
-bool MeshMacs::contains(const MacAddr& mac) {
-    if (macs_.empty()) collect();
-    return std::ranges::binary_search(macs_, mac);
-}
+#include "base/state.h"
+#include "db/database.h"
 
-std::vector<MacAddr> MeshMacs::hostsOf(const std::vector<MacAddr>& macs) {
-    std::vector<MacAddr> hosts;
-    for (const MacAddr& mac : macs) {
-        if (!contains(mac)) hosts.push_back(mac);
-    }
-    return hosts;
-}
+namespace {
 
-void MeshMacs::collect() {
-    macs_.push_back(al_.alMac);
-    for (const auto& intf : al_.intfs) {
-        macs_.push_back(intf.mac);
+std::vector<MacAddr> collect() {
+    std::vector<MacAddr> macs;
+    const AlTable* al = getAlTable();
+    if (al == nullptr) return macs;
+    macs.push_back(al->alMac);
+    for (const auto& intf : al->intfs) {
+        macs.push_back(intf.mac);
         for (const auto& nbr : intf.nbrs) {
-            if (nbr.is1905) macs_.insert(macs_.end(), {nbr.nbrAlMac, nbr.nbrIntfMac});
+            if (nbr.is1905) macs.insert(macs.end(), {nbr.nbrAlMac, nbr.nbrIntfMac});
         }
     }
-    for (const auto& dev : al_.nbrDevs) macs_.push_back(dev.alMac);
-    for (const auto& dev : al_.topol.devs) add(dev);
-    if (more_ != nullptr) add(*more_);
-    std::ranges::sort(macs_);
+    for (const auto& dev : al->nbrDevs) macs.push_back(dev.alMac);
+    for (const auto& dev : al->topol.devs) {
+        macs.push_back(dev.alMac);
+        for (const auto& intf : dev.intfs) macs.push_back(intf.mac);
+    }
+    std::ranges::sort(macs);
+    return macs;
 }
 
-void MeshMacs::add(const DevTopol& dev) {
-    macs_.push_back(dev.alMac);
-    for (const auto& intf : dev.intfs) macs_.push_back(intf.mac);
+}  // namespace
+
+bool isMeshMac(const MacAddr& mac) {
+    auto& mesh = stateOf<MeshMacs>();
+    if (mesh.revision != topologyRevision()) mesh = {collect(), topologyRevision()};
+    return std::ranges::binary_search(mesh.macs, mac);
+}
+
+bool meshMacsAreCurrent() {
+    const auto& mesh = stateOf<MeshMacs>();
+    return mesh.revision != topologyRevision() || mesh.macs == collect();
+}
+
+std::vector<MacAddr> hostsOf(const std::vector<MacAddr>& macs) {
+    std::vector<MacAddr> hosts;
+    for (const MacAddr& mac : macs) {
+        if (!isMeshMac(mac)) hosts.push_back(mac);
+    }
+    return hosts;
 }

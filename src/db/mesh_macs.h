@@ -1,27 +1,21 @@
-// The addresses that belong to the devices of the mesh. A bridge learns them like those of any
+// The addresses that belong to the devices of the mesh: the AL MACs and interface MACs of this
+// device, of its 1905 neighbors and of all remote devices. A bridge learns them like those of any
 // host, but they are no hosts.
 #pragma once
 
+#include <cstdint>
 #include <vector>
 
-#include "db/records.h"
+#include "base/mac_addr.h"
 
-// The AL MACs and interface MACs of this device, of its 1905 neighbors and of all remote devices.
-class MeshMacs {
-  public:
-    // more, if given, is a device that the database does not have yet. Both must live as long.
-    explicit MeshMacs(const AlTable& al, const DevTopol* more = nullptr) : al_(al), more_(more) {}
-
-    // Collects the addresses at the first call.
-    bool contains(const MacAddr& mac);
-    // Those of the list that do not belong to the mesh, in its order.
-    std::vector<MacAddr> hostsOf(const std::vector<MacAddr>& macs);
-
-  private:
-    void collect();
-    void add(const DevTopol& dev);
-
-    const AlTable& al_;
-    const DevTopol* more_;
-    std::vector<MacAddr> macs_;  // sorted
+struct MeshMacs {
+    std::vector<MacAddr> macs;  // sorted
+    uint64_t revision = 0;      // of the tables (topologyRevision) from which they were collected
 };
+
+// True if the address belongs to the mesh; false without a database.
+[[nodiscard]] bool isMeshMac(const MacAddr& mac);
+// False if a change of the tables was not noted (noteTopologyChange). For assertions.
+[[nodiscard]] bool meshMacsAreCurrent();
+// Those of the list that do not belong to the mesh, in its order.
+[[nodiscard]] std::vector<MacAddr> hostsOf(const std::vector<MacAddr>& macs);

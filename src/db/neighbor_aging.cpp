@@ -29,6 +29,7 @@ constexpr Seconds kClaimTime = kMaxQueries * kQueryInterval + 1;
 
 void setBridge(IntfNbrDev& nbr, const MacAddr& localMac, bool bridge) {
     nbr.bridgeFlag = bridge ? 1 : 0;
+    noteTopologyChange();
     // Both texts whole, so that a line of the log is found in the source.
     if (bridge) {
         LOG(3,
@@ -43,6 +44,7 @@ void setBridge(IntfNbrDev& nbr, const MacAddr& localMac, bool bridge) {
 
 int report(bool changed) {
     if (!changed) return kNothingChanged;
+    noteTopologyChange();
     requestUpdateDataModel(1);
     return kChanged;
 }
@@ -85,6 +87,7 @@ void dropFormerDevice(const MacAddr& alMac) {
     }
     if (std::erase_if(getNbrDevTable(), [&](const NbrDev& dev) { return dev.alMac == alMac; }) == 0)
         return;
+    noteTopologyChange();
     LOG(3, "neihbor device (" MAC_FMT ") disconnected\r\n", MAC_ARGS(alMac));
     (void)removeIeee1905DevTable(alMac);
 }
@@ -162,6 +165,7 @@ bool makeNbrDevRoom(const MacAddr& newcomer) {
     }
     LOG(2, "too many neighbor devices, drop (" MAC_FMT ")\r\n", MAC_ARGS(silent->alMac));
     devs.erase(silent);
+    noteTopologyChange();
     return true;
 }
 
@@ -257,6 +261,7 @@ int updateNbrDevTable(int msgType, const MacAddr& alMac) {
                         .lastSeen = time,
                         .queryTime = msgType == kNbrNotification ? time : 0,
                         .answerTime = msgType == kNbrResponse ? time : 0});
+        noteTopologyChange();
         return kNewNbrDev;
     }
     switch (msgType) {
@@ -289,6 +294,7 @@ int checkNbrDevTableTimeOut() {
             LOG(3, "neihbor device (" MAC_FMT ") disconnected\r\n", MAC_ARGS(alMac));
             (void)removeIeee1905DevTable(alMac);
             it = devs.erase(it);
+            noteTopologyChange();
             continue;
         }
         if (time - it->lastSeen >= kNotificationDelay && !it->ntfSent) {

@@ -1,10 +1,13 @@
 #include "net/message_builder.h"
 
 #include <algorithm>
+#include <cassert>
 
 #include "base/log.h"
+#include "base/state.h"
 #include "db/database.h"
 #include "db/link_metrics.h"
+#include "db/mesh_macs.h"
 #include "wire/frame.h"
 #include "wire/vend_tlv.h"
 
@@ -14,17 +17,37 @@ constexpr std::string_view kNoUpdateTime = "0000000000";
 
 constexpr size_t kMaxMetricBytes = 40'000;  // of the links to a neighbor: some 30 frames
 
-bool genTopolResp(TlvArea& area) {
+bool writeTopolResp(TlvArea& area, unsigned intfNum) {
     if (!genDevInfoTlv(area)) return false;
     (void)genDevBrdgCapTlv(area);
-    MeshMacs mesh(*getAlTable());
-    const unsigned intfNum = getIntfNum();
     // No receiver takes more neighbors of a kind.
     size_t room = kMaxDevNbrs * 6;
-    for (unsigned i = 0; i < intfNum; i++) (void)genNon1905NbrDevTlv(area, i, mesh, room);
+    for (unsigned i = 0; i < intfNum; i++) (void)genNon1905NbrDevTlv(area, i, room);
     room = kMaxDevNbrs * 7;
-    for (unsigned i = 0; i < intfNum; i++) (void)gen1905NbrDevTlv(area, i, mesh, room);
+    for (unsigned i = 0; i < intfNum; i++) (void)gen1905NbrDevTlv(area, i, room);
     return genAlMacTlv(area);
+}
+
+[[maybe_unused]] bool isCurrent(const TopolRespTlvs& built) {
+    TlvArea anew;
+    return meshMacsAreCurrent() && writeTopolResp(anew, built.intfNum) &&
+           std::ranges::equal(anew.bytes(), built.tlvs.bytes());
+}
+
+// Every device asks after each change, so the response is kept until the next one.
+bool genTopolResp(TlvArea& area) {
+    auto& built = stateOf<TopolRespTlvs>();
+    const uint8_t intfNum = getIntfNum();
+    if (built.revision != topologyRevision() || built.intfNum != intfNum) {
+        built.tlvs.clear();
+        built.revision = 0;
+        if (!writeTopolResp(built.tlvs, intfNum)) return false;
+        built.revision = topologyRevision();
+        built.intfNum = intfNum;
+    }
+    assert(isCurrent(built));
+    area.append(built.tlvs.bytes());
+    return true;
 }
 
 void addMetrics(TlvArea& area, const LinkMetricInfo& info, uint8_t metrics) {
@@ -143,7 +166,7 @@ MsgBody pbJoinBody(const PBJoinNtf& join) {
 
 MsgBody readyBody(Bytes tlvs) {
     return {[tlvs](const Port&, TlvArea& area) {
-        std::ranges::copy(tlvs, area.grow(tlvs.size()).begin());
+        area.append(tlvs);
         return true;
     }};
 }

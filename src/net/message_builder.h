@@ -9,6 +9,13 @@
 #include "wire/tlv.h"
 #include "wire/vend_msg.h"
 
+// The TLVs of the last topology response.
+struct TopolRespTlvs {
+    TlvArea tlvs;
+    uint64_t revision = 0;  // of the tables that it shows, 0 if there is none
+    uint8_t intfNum = 0;
+};
+
 // Role and frequency band of an AP-autoconfiguration search, response or renew.
 struct RoleBand {
     uint8_t role = 0;

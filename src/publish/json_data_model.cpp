@@ -70,7 +70,7 @@ void writeOwnIntfs(JsonWriter& out, const AlTable& al) {
 }
 
 void writeTopology(JsonWriter& out, const AlTable& al, const TopolTable& topol) {
-    DataModel model{al, Hearings(al, topol), MeshMacs(al)};
+    DataModel model{al, Hearings(al, topol)};
 
     out.beginObject("NetworkTopology");
     out.boolean("Enable", topol.enable == 1);

@@ -231,7 +231,7 @@ void writeIeee1905Device(JsonWriter& out, DataModel& model, const Ieee1905DevTab
     std::vector<Non1905NbrList> hosts;
     size_t hostNum = 0;
     for (const auto& list : dev.non1905Lists) {
-        hosts.push_back({list.localIntfMac, model.mesh.hostsOf(list.nbrs)});
+        hosts.push_back({list.localIntfMac, hostsOf(list.nbrs)});
         hostNum += hosts.back().nbrs.size();
     }
     out.beginObject("IEEE1905Device.", number);

@@ -48,7 +48,6 @@ class Hearings {
 struct DataModel {
     const AlTable& al;
     Hearings hearings;
-    MeshMacs mesh;
 };
 
 // Writes the object of a remote device with this number (from 1).

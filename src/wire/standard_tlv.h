@@ -20,7 +20,6 @@
 
 #include "base/bytes.h"
 #include "base/text.h"
-#include "db/mesh_macs.h"
 #include "db/records.h"
 #include "wire/tlv.h"
 
@@ -89,15 +88,14 @@ struct Wsc {
 [[nodiscard]] bool genTtlTlv(TlvArea& area);
 [[nodiscard]] bool genEndOfLldpduTlv(TlvArea& area);
 
-// IEEE 1905.1. index is that of a local interface (getIntfTableByIndex); addresses of mesh are no
-// hosts.
+// IEEE 1905.1. index is that of a local interface (getIntfTableByIndex).
 [[nodiscard]] bool genEndOfMsgTlv(TlvArea& area);
 [[nodiscard]] bool genAlMacTlv(TlvArea& area);
 [[nodiscard]] bool genMacTlv(TlvArea& area, const MacAddr& mac);
 [[nodiscard]] bool genDevInfoTlv(TlvArea& area);
 [[nodiscard]] bool genDevBrdgCapTlv(TlvArea& area);
-[[nodiscard]] bool genNon1905NbrDevTlv(TlvArea& area, unsigned index, MeshMacs& mesh, size_t& room);
-[[nodiscard]] bool gen1905NbrDevTlv(TlvArea& area, unsigned index, MeshMacs& mesh, size_t& room);
+[[nodiscard]] bool genNon1905NbrDevTlv(TlvArea& area, unsigned index, size_t& room);
+[[nodiscard]] bool gen1905NbrDevTlv(TlvArea& area, unsigned index, size_t& room);
 [[nodiscard]] bool genMetricQueryTlv(TlvArea& area, const MetricQuery& query);
 [[nodiscard]] bool genTxMetricTlv(TlvArea& area, const LinkMetricInfo& info, size_t& room);
 [[nodiscard]] bool genRxMetricTlv(TlvArea& area, const LinkMetricInfo& info, size_t& room);

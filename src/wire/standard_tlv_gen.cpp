@@ -63,14 +63,14 @@ bool addList(TlvArea& area, uint8_t type, size_t entrySize, size_t& room, WriteH
 }
 
 template <uint8_t kType>
-bool addNbrTlvs(TlvArea& area, unsigned index, MeshMacs& mesh, size_t& room) {
+bool addNbrTlvs(TlvArea& area, unsigned index, size_t& room) {
     constexpr bool k1905 = kType == kTlv1905Nbr;
     const IntfTable* intf = getIntfTableByIndex(index);
     if (intf == nullptr) return false;
     auto nbr = intf->nbrs.begin();
     const auto isListed = [&] {
         // A bridge also learns the addresses of the mesh itself, which are no hosts.
-        return nbr->is1905 == k1905 && (k1905 || !mesh.contains(nbr->nbrIntfMac));
+        return nbr->is1905 == k1905 && (k1905 || !isMeshMac(nbr->nbrIntfMac));
     };
     return addList(
         area, kType, k1905 ? 7 : 6, room, [&](ByteWriter& out) { out.mac(intf->mac); },
@@ -190,12 +190,12 @@ bool genDevBrdgCapTlv(TlvArea& area) {
     });
 }
 
-bool genNon1905NbrDevTlv(TlvArea& area, unsigned index, MeshMacs& mesh, size_t& room) {
-    return addNbrTlvs<kTlvNon1905Nbr>(area, index, mesh, room);
+bool genNon1905NbrDevTlv(TlvArea& area, unsigned index, size_t& room) {
+    return addNbrTlvs<kTlvNon1905Nbr>(area, index, room);
 }
 
-bool gen1905NbrDevTlv(TlvArea& area, unsigned index, MeshMacs& mesh, size_t& room) {
-    return addNbrTlvs<kTlv1905Nbr>(area, index, mesh, room);
+bool gen1905NbrDevTlv(TlvArea& area, unsigned index, size_t& room) {
+    return addNbrTlvs<kTlv1905Nbr>(area, index, room);
 }
 
 bool genMetricQueryTlv(TlvArea& area, const MetricQuery& query) {

@@ -28,6 +28,8 @@ class TlvArea {
     // Adds size bytes, which are not initialized, and returns them. They stay valid until the next
     // call.
     std::span<uint8_t> grow(size_t size);
+    // Adds TLVs that are in wire order already.
+    void append(Bytes tlvs) { std::ranges::copy(tlvs, grow(tlvs.size()).begin()); }
 
   private:
     std::unique_ptr<uint8_t[]> bytes_;

@@ -199,13 +199,12 @@ TEST_F(Home, ADeviceOfTheMeshIsNoHost) {
     getIntfNum();
     const auto hosts = [](unsigned index) {
         TlvArea area;
-        MeshMacs mesh(*getAlTable());
         size_t room = 1400;
-        (void)genNon1905NbrDevTlv(area, index, mesh, room);
+        (void)genNon1905NbrDevTlv(area, index, room);
         return bytesOf(area);
     };
     EXPECT_EQ(hosts(1), tlvBytes(kTlvNon1905Nbr, bytesOf(kEth1) + bytesOf(host)));
-    eth0().nbrs.push_back({.nbrIntfMac = kPeer.al});
+    (void)addIntfNbrIntf("eth0", {}, 0, {kPeer.al});
     EXPECT_EQ(hosts(0), Frame{}) << "nobody else";
     // Another device reports them.
     DevTopol dev = Device::dev();

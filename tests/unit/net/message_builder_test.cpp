@@ -72,9 +72,11 @@ TEST_F(Builder, MessagesCarryTheseTlvs) {
     (void)build(0, {});
     EXPECT_EQ(bytesOf(area_), macTlv(1, kOwnAl) + macTlv(2, kEth1)) << "the MAC of the port";
     getAlTable()->brdgTuples = {{{kEth0, kEth1}}};
+    noteTopologyChange();
     EXPECT_EQ(build(3, {}), "3 4 6 6 7 1 ");
     auto& nbrs = getIntfTable().front().nbrs;
     nbrs.resize(300, nbrs.front());
+    noteTopologyChange();
     EXPECT_EQ(build(3, {}), "3 4 6 6 6 7 1 ") << "a long list takes two TLVs";
     fakePlatform().intfs.push_back({"unreported", kEth2});
     EXPECT_EQ(build(3, {}), "") << "no response without device information";

@@ -58,10 +58,9 @@ Frame made(bool (*generate)(TlvArea&, Args...), std::type_identity_t<Args>... ar
     EXPECT_EQ(isMade, !area.empty());
     return bytesOf(area);
 }
-using GenNbrs = bool (*)(TlvArea&, unsigned, MeshMacs&, size_t&);
+using GenNbrs = bool (*)(TlvArea&, unsigned, size_t&);
 Frame madeNbrs(GenNbrs generate, unsigned index, size_t room = 100'000) {
-    MeshMacs mesh(*getAlTable());
-    return made(generate, index, mesh, room);
+    return made(generate, index, room);
 }
 using GenMetrics = bool (*)(TlvArea&, const LinkMetricInfo&, size_t&);
 Frame madeMetrics(GenMetrics generate, const LinkMetricInfo& links, size_t room = 100'000) {
