@@ -1,5 +1,5 @@
 // Feeds vm1905.json to vm1905ctl, with a daemon that knows the devices of the file, and prints all
-// views that are built on it.
+// views that are built on it. The input is also taken for vm1905.conf, which names the folder.
 #include <algorithm>
 
 #include "data_model.h"
@@ -110,11 +110,13 @@ int vm1905_get_dev_tuple(vm1905_client*, const vm1905_mac* alMac, uint8_t index,
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const Bytes text(data, size);
+    const std::string path = writeScratch("vm1905.json", text);
+    require(dataModelPath(path).ends_with("/vm1905.json"));
     const DataModel model = parseDataModel(textOf(text));
     if (!model.trouble.empty()) return 0;
     known = &model;
     Options options;
-    options.dataModel = writeScratch("vm1905.json", text);
+    options.dataModel = path;
     Session session(options, "vm1905ctl");
     require(session.model().trouble.empty());
     for (Report (*show)(Session&) : {showStatus, showInterfaces, showDevices, showLinks}) {

@@ -562,6 +562,7 @@ def json_seeds():
     yield "kinds", model(device(2, more=',"DeviceUptime":"99999999999","Authorized":0,'
                                         '"IPv6IP":[1,[2,{"a":null}]],"DeviceType":1.5e300'),
                          '"IEEE1905Id":7,"Hostname":{},"Interface.1":[]')
+    yield "configuration", b"DATA_MODEL_FOLDER = /a; b\n DATA_MODEL_FOLDER=\nDATA_MODEL_FOLDERS=/c"
     yield "deep", model(device(2, more=',"IPv6IP":' + "[" * 500 + "]" * 500))
 
 

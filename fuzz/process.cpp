@@ -48,7 +48,7 @@ const std::string& scratch() {
 }
 
 std::string writeScratch(const std::string& name, Bytes content) {
-    const std::string path = scratch() + "/" + name;
+    std::string path = scratch() + "/" + name;
     std::ofstream file(path, std::ios::binary);
     require(static_cast<bool>(file << textOf(content) << std::flush));
     return path;
