@@ -21,8 +21,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     fuzzDevice({data, size}, {.start = [] {},
                               .step = receiveFrame,
                               .stop = stop,
-                              .mostSteps = 512,
-                              .mostPasses = 600,
+                              .mostSteps = 256,
+                              .mostPasses = 240,
                               .mayHaveKey = true});
     return 0;
 }

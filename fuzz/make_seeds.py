@@ -552,7 +552,8 @@ def json_seeds():
     def device(n, *hears, name="attic", more=""):
         near = "".join(f',"IEEE1905Neighbor.{i}":{{"LocalInterface":"Interface.1",'
                        f'"NeighborDeviceId":"02:00:00:00:00:0{m}",'
-                       f'"NeighborInterfaceId":"02:00:00:00:0{m}:01"}}' for i, m in enumerate(hears))
+                       f'"NeighborInterfaceId":"02:00:00:00:0{m}:01"}}'
+                       for i, m in enumerate(hears))
         return (f'"IEEE1905Id":"02:00:00:00:00:0{n}",\n"Hostname": "{name}",\n"Interface.1":'
                 f'{{"InterfaceId":"02:00:00:00:0{n}:01"}}{near}{more}')
 
