@@ -84,6 +84,16 @@ std::string withTextsEscaped(std::string_view text) {
     return out;
 }
 
+// Drops what is nested deeper than any part of the daemon's file. Copying and printing recurse, so
+// a deep file would exhaust the stack.
+Json parseJson(std::string_view text) {
+    constexpr int kMaxDepth = 32;
+    const auto isKept = [](int depth, Json::parse_event_t, const Json&) {
+        return depth < kMaxDepth;
+    };
+    return Json::parse(text, isKept, false);
+}
+
 std::string textAt(const Json& object, const char* member) {
     const auto found = object.find(member);
     if (found == object.end()) return {};
@@ -220,8 +230,8 @@ std::string dataModelPath(const std::string& configuration) {
 
 DataModel parseDataModel(std::string_view text) {
     DataModel model;
-    Json whole = Json::parse(text, nullptr, false);
-    if (whole.is_discarded()) whole = Json::parse(withTextsEscaped(text), nullptr, false);
+    Json whole = parseJson(text);
+    if (whole.is_discarded()) whole = parseJson(withTextsEscaped(text));
     const Json* level = &whole;
     for (const char* member : {"Device", "X_5E1F09_IEEE1905", "AL"}) {
         if (!level->is_object() || !level->contains(member)) {

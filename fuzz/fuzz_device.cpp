@@ -1,13 +1,11 @@
 #include "fuzz_device.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <nlohmann/json.hpp>
+#include <numeric>
 #include <string>
 
 #include "base/clock.h"
@@ -26,11 +24,15 @@
 #include "db/database.h"
 #include "db/neighbor_aging.h"
 #include "db/options.h"
+#include "db/sys_ctrl.h"
 #include "net/fragment_store.h"
 #include "net/message_builder.h"
+#include "net/message_integrity.h"
 #include "net/ports.h"
 #include "net/transmitter.h"
 #include "orders/query_tracking.h"
+#include "platform/integrity.h"
+#include "process.h"
 #include "publish/json_autoconfig.h"
 #include "publish/json_data_model.h"
 #include "support/frames.h"
@@ -41,42 +43,12 @@
 #include "wire/vend_msg.h"
 #include "wire/vend_tlv.h"
 
-// A message may make the daemon reboot or run a command. Not on the machine of the fuzzer.
-extern "C" int reboot(int) noexcept {
-    return 0;
-}
-extern "C" int system(const char*) {
-    return 0;
-}
-
 namespace {
 
 constexpr Seconds kStart = 1'700'000'000;
 constexpr Seconds kLifetime = 131;  // after that much silence all other devices have timed out
-constexpr unsigned kMaxSteps = 64;
 constexpr size_t kMsgIdOffset = 18;
-
-// A folder for the data model, removed at the end of the process.
-class Folder {
-  public:
-    Folder() {
-        if (mkdtemp(path_.data()) == nullptr) abort();
-    }
-    ~Folder() {
-        for (const char* name : {"vm1905.json", "vm1905_APautoconfig.json", "vm1905_log.json",
-                                 "ROOTAP_MESH_MAC", "rootap_ip"}) {
-            (void)unlink((path_ + "/" + name).c_str());
-        }
-        (void)rmdir(path_.c_str());
-    }
-    const char* path() const { return path_.c_str(); }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-
-  private:
-    std::string path_ =
-        access("/dev/shm", W_OK) == 0 ? "/dev/shm/vm1905-XXXXXX" : "/tmp/vm1905-XXXXXX";
-};
+constexpr size_t kMicOffset = 18;  // in an integrity TLV
 
 void scriptPlatform(uint8_t switches) {
     FakePlatform& platform = fakePlatform();
@@ -112,6 +84,7 @@ void checkPublished() {
 // declares.
 size_t parseOwnVendorTlv(Bytes area) {
     VendMsg msg;
+    if (!area.empty() && area[0] == kTlvIntegrity) return parseUnsupportedTlv(area);
     const size_t consumed = parseVendSpecTlv(area, msg);
     return consumed == parseUnsupportedTlv(area) ? consumed : 0;
 }
@@ -141,9 +114,42 @@ void ask() {
     (void)requestSend1905McastMsg(kMsgApAutoConfSrch, apSearchBody(search));
 }
 
-void startDevice(uint8_t switches, const Folder& folder) {
+std::array<uint8_t, 32> fixedKey() {
+    std::array<uint8_t, 32> key{};
+    std::iota(key.begin(), key.end(), uint8_t{0});
+    return key;
+}
+
+// Writes the MIC under the fixed key into the integrity TLV of a frame, if it has one.
+void sign(Frame& frame) {
+    if (frame.size() < kHeadersLen) return;
+    const Bytes area = Bytes(frame).subspan(kHeadersLen);
+    const auto message = splitSignedMessage(parseFrameHdr(frame), {&area, 1});
+    if (!message) return;
+    size_t at = kHeadersLen;
+    while (frame[at] != kTlvIntegrity) at += 3U + frame[at + 1] * 256U + frame[at + 2];
+    const auto key = fixedKey();
+    require(computeHmacSha256(
+                key.data(), static_cast<uint32_t>(key.size()), message->covered.data(),
+                static_cast<uint32_t>(message->covered.size()), &frame[at + kMicOffset]) == 0);
+}
+
+// Starts to use the fixed key, without any counters of earlier inputs.
+void startKey() {
+    namespace fs = std::filesystem;
+    static const std::string path = writeScratch("mesh.key", fixedKey());
+    fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write);
+    fs::remove_all(scratch() + "/state");
+    fs::remove(scratch() + "/mesh_key_used");
+    setConfFolder(scratch());
+    getSysCtrl().config.meshKey = path;
+    require(initMessageIntegrity() == kOk);
+}
+
+void startDevice(uint8_t switches, bool hasKey) {
     freshDevice();
-    (void)setDataModelFolderOption(folder.path());
+    if (hasKey) startKey();
+    (void)setDataModelFolderOption(scratch().c_str());
     DEBUGLEVEL = (switches & kVerbose) != 0 ? 5 : 0;
     setTestTime(kStart);
     scriptPlatform(switches);
@@ -164,6 +170,7 @@ void runChecks() {
     (void)checkNbrDevTableTimeOut();
     (void)checkDataModelStatus();
     (void)checkUnsentTopolNtfMsg();
+    checkDiscRepeat();
     (void)checkVendRespMsgReceived();
     checkFragmessageTimeout();
     MessageTransmitterLoop(now(), 0);
@@ -206,6 +213,7 @@ void receiveFrame(Bytes bytes, uint8_t options) {
     if ((options & kAnswers) != 0 && queryType < sentIds.size()) {
         (void)ByteWriter(frame).skip(kMsgIdOffset).u16(sentIds[queryType]);
     }
+    if ((options & kSigned) != 0) sign(frame);
     if (frame.empty() || !fakeNet().inject(intfs[second ? 1 : 0].name, frame)) return;
     for (auto& port : getIntfPorts()) {
         if (port.name == intfs[second ? 1 : 0].name) {
@@ -216,25 +224,25 @@ void receiveFrame(Bytes bytes, uint8_t options) {
 }
 
 void fuzzDevice(Bytes input, const FuzzTarget& target) {
-    static const Folder folder;
     ByteReader reader(input);
-    startDevice(reader.u8(), folder);
+    const uint8_t switches = reader.u8();
+    startDevice(switches, target.mayHaveKey && reader.u8() % 2 != 0);
     target.start();
-    for (unsigned step = 0; step < kMaxSteps && reader.left() > 0; step++) {
+    unsigned passes = target.mostPasses;
+    for (unsigned step = 0; step < target.mostSteps && reader.left() > 0; step++) {
         const uint8_t options = reader.u8();
-        advance(reader.u8());
+        unsigned seconds = reader.u8();
         const uint16_t length = reader.u16();
         if (!reader.ok()) break;
+        for (; seconds > 0 && passes > 0; seconds--, passes--) {
+            advance(1);
+            runChecks();
+        }
+        advance(seconds);
         target.step(reader.take(std::min<size_t>(length, reader.left())), options);
         if ((options & kPass) != 0) runChecks();
     }
     takeSent(true);
     target.stop();
     stopDevice();
-}
-
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    // The daemon's log is formatted and discarded.
-    if (freopen("/dev/null", "w", stdout) == nullptr) abort();
-    return 0;
 }

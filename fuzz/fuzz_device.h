@@ -1,6 +1,7 @@
 // The device that the fuzz targets feed: the whole daemon on a scripted platform. An input is a
 // byte of switches followed by steps:
 //   options (1 byte), seconds that pass (1), length (2, big-endian), bytes of that length
+// For a target that may have the key of the mesh, a second byte says whether the device has it.
 // The device is in the same state at the start of every input.
 #pragma once
 
@@ -21,12 +22,16 @@ inline constexpr uint8_t kAnswers = 0x02;   // the frame gets the id of the last
 inline constexpr uint8_t kPass = 0x04;      // a pass of the periodic checks follows
 inline constexpr uint8_t kPortDown = 0x08;  // the other port goes down; without it, comes up
 inline constexpr uint8_t kAsk = 0x10;       // first send queries that only others would cause
+inline constexpr uint8_t kSigned = 0x40;    // the integrity TLV of the frame gets the right MIC
 
 // What a target does at the start of an input, with the bytes of each step, and at the end.
 struct FuzzTarget {
     void (*start)();
     void (*step)(Bytes bytes, uint8_t options);
     void (*stop)();
+    unsigned mostSteps = 64;
+    unsigned mostPasses = 0;  // of the periodic checks, one after each second of the steps
+    bool mayHaveKey = false;
 };
 
 // Runs an input. Aborts if the device publishes or sends something malformed.

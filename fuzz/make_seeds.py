@@ -1,15 +1,18 @@
 #!/usr/bin/env python3
-"""Writes inputs for the fuzzers into corpus/frame, corpus/slot and corpus/manifest.
+"""Writes inputs for the fuzzers into the folders of corpus/.
 
   make_seeds.py                     messages of all types, well-formed and malformed; requests of
-                                    all kinds; manifests
+                                    all kinds; files, hook output and answers of the kernel
   make_seeds.py CAPTURE.pcap        what each device of a capture (lab/mesh capture) has received
 
-An input is a byte of switches, then steps of {options, seconds, length, bytes}; see fuzz_device.h
-and slot_fuzzer.cpp. The inputs are built without the daemon's own code, so that they do not share
-its mistakes.
+Inputs of frame, slot and capture are a byte of switches, then steps of {options, seconds, length,
+bytes}; see fuzz_device.h. Those of the other targets are described in their sources. The inputs are
+built without the daemon's own code, so that they do not share its mistakes.
 """
+import hmac
 import pathlib
+import re
+import socket
 import struct
 import sys
 from random import Random
@@ -23,7 +26,9 @@ OTHER_AL = bytes.fromhex("02bb00000001")
 OTHER_MAC = bytes.fromhex("02bb00000010")
 STATION = bytes.fromhex("0257a0000001")
 
-SECOND_PORT, ANSWERS, PASS, PORT_DOWN, ASK = 1, 2, 4, 8, 16
+KEY = bytes(range(32))
+
+SECOND_PORT, ANSWERS, PASS, PORT_DOWN, ASK, SIGNED = 1, 2, 4, 8, 16, 64
 FRAME, OWN_PID, MARKS_IDLE, LEAVES = 32, 1, 2, 8  # of the steps of slot_fuzzer
 VERBOSE, NO_BRIDGES, TOPOL_OFF, REFUSING, ENROLLEE = 1, 2, 4, 8, 16
 LAST, RELAY = 0x80, 0x40
@@ -363,6 +368,205 @@ def manifest_seeds():
     yield "outside", manifest(SIZE=str(2**64 + 16), MODEL="-m", SHA256="g" * 64)
 
 
+def signed(kind, tlvs, counter, al=PEER_AL, **addresses):
+    """A frame with the MIC of the key."""
+    message = frame(kind, b"", counter & 0xFFFF, **addresses)
+    origin = counter.to_bytes(6, "big") + al
+    flags = hmac.digest(KEY, b"vm1905 mesh key", "sha256")[0] & 0xC0 | 0x10
+    mic = hmac.digest(KEY, message[14:20] + message[:6] + origin + tlvs, "sha256")
+    integrity = tlv(0xAB, bytes([flags]) + origin + struct.pack(">H", len(mic)) + mic)
+    return frame(kind, tlvs + integrity + END, counter & 0xFFFF, **addresses)
+
+
+def capture_seeds():
+    first, own = 1 << 24, dict(dst=OWN_MAC)
+    known = [step(frame(0, AL + tlv(2, PEER_MAC) + END)),
+             step(frame(3, response(), 0, **own), ANSWERS | PASS, 3)]
+    strangers = [step(frame(0, tlv(1, OTHER_AL) + tlv(2, OTHER_MAC) + END, 2, src=OTHER_MAC),
+                      SECOND_PORT, 1)]
+
+    def keyed(*steps, key=1):
+        return bytes([0, key]) + b"".join(steps)
+
+    groups = vendor_payloads()
+    names = ("options", "commands", "power", "steering", "security", "hello", "network")
+    orders = [vendor_tlv(*one) for name in names for one in groups[name]]
+    yield "orders", keyed(*known, *(step(signed(4, one, first + i, **own), 0, i % 3)
+                                    for i, one in enumerate(orders)))
+    yield "orders_without_key", keyed(*known, *(
+        step(frame(4, one + END, i, **own), 0, i % 3) for i, one in enumerate(orders[::3])), key=0)
+    led = vendor_tlv(33, OWN_AL + b"\1")
+    good = signed(4, led, first + 70, **own)
+    bad = good[:-20] + bytes([good[-20] ^ 1]) + good[-19:]
+    yield "replays", keyed(*known, *(step(one, 0, seconds) for one, seconds in (
+        (good, 0), (good, 1), (good, 9), (bad, 0), (signed(4, led, first, **own), 0),
+        (signed(4, led, first + 69, **own), 0), (signed(4, led, first + 300, **own), 0),
+        (signed(4, led, first + 71, **own), 0), (frame(4, led + END, 5, **own), 0),
+        (signed(4, led, first + 1, OTHER_AL, **own), 0), (signed(4, led, 0, OWN_AL, **own), 0))))
+    proofs = {9: tlv(17, b"\x10" * 80), 10: tlv(15, b"\0") + tlv(16, b"\1"),
+              11: tlv(18, b"\1\1\5\0"), 12: tlv(19, PEER_AL + b"\0\7" + PEER_MAC + OTHER_MAC)}
+    yield "standard", keyed(*(step(signed(n, AL + tlvs, first + n, flags=LAST | RELAY))
+                              for n, tlvs in proofs.items()))
+    yield "resigned", keyed(*known, step(signed(3, response()[:-3], first, **own),
+                                         ANSWERS | SIGNED, 3), *(
+        step(signed(4, vendor_tlv(n, b"\0"), first + n, **own), ANSWERS | SIGNED, 2)
+        for n in (5, 17, 19, 32, 35)))
+    yield "hours", keyed(*known, *strangers, *(step(frame(0, AL + tlv(2, PEER_MAC) + END, 10 + i),
+                                                    PORT_DOWN * (i % 4 == 3), 60)
+                                               for i in range(12)), key=0)
+    yield "two_ports", keyed(*known, *strangers, *(
+        step(frame(1, tlv(1, al) + END, 20 + i, LAST | RELAY, src=mac), port | ASK * (i % 2), 1)
+        for i in range(10) for al, mac, port in ((PEER_AL, PEER_MAC, 0),
+                                                 (OTHER_AL, OTHER_MAC, SECOND_PORT))))
+
+
+def config_seeds():
+    numbers = ["DEBUG_LEVEL", "ENABLE_NET_TOPOL", "MAX_CHANGE_LOG_ENTRIES", "ENABLE_LOG",
+               "LOG_INDEX", "READ_LLDP", *(f"ENABLE_{of}_FROM_NBR" for of in (
+                   "REBOOT", "INTF_PWR_CTRL", "RESET", "FIRMWARE", "NETWORK", "SYSTEM", "WIFI"))]
+    yield "numbers", "".join(f"{key} = {n};\n" for n, key in enumerate(numbers)).encode()
+    yield "extremes", b"".join(key.encode() + b"=" + value + b"\r\n" for key, value in zip(
+        numbers, (b"-1", b"4294967296", b"65536", b"99999999999999999999", b"0x10", b"", b" 1")))
+    yield "texts", (b"# comment\n\rDATA_MODEL_FOLDER=/tmp\nLOG_FOLDER =\nMESH_KEY=/a/b\n"
+                    b"MESH_KEY_NEXT = /c\nCONTROL_FILES_FROM=any\nORDERS_FROM=registrar\n")
+    yield "orders_from", (b"ORDERS_FROM = 02:aa:00:00:00:01,2:3:4:5:6:7,,02:aa:00:00:00:011,x\n")
+    yield "long", b"LOG_FOLDER = " + b"/x" * 150 + b"\n" + b"a" * 127 + b"\nLOG_INDEX = 3"
+    yield "version", (b"AppVersion = 1.2\nL2DeviveCtrl=3\nWiFiAutoCfg=\nWiFiOnOff=4\n"
+                      b"FwUpgrade=1502\nLEDOnOff=x\nDSI=1\nvm1905Version=2147483648\n")
+    yield "platform", (b'AL_MAC = 02:aa:00:00:00:01\nEXCLUDE = eth[0-9] "tap*, ?\n'
+                       b'MEDIA_TYPE.eth0 = 0x105 # text\nSECURITY_MODE = 1\n'
+                       b'HOSTNAME = "a # b"\nEXCLUDE = \nWIFI_ROLE.wlan0 = "open\nUNKNOWN = 1\n')
+    yield "bytes", bytes(range(256)) + b"\nAL_MAC=\0\n\0=\0"
+
+
+def hook_seeds():
+    station = b"02:57:a0:00:00:01,0x0105,866,40,55,866.7 Mb/s,6.0 Mb/s,Main_5G\n"
+    yield "stations", b"\0" + station + station.replace(b"866,", b"65536,") + b",,,,,,,\n\n"
+    yield "long_stations", b"\0" + station.replace(b"Main", b"Main" * 50) * 3
+    yield "hex", b"\0" + b"00 ff\n0A " * 20
+    yield "odd_hex", b"\x000"
+    yield "beacon", b"\0" + b"5a" * 601
+    yield "security", b"\x0002:aa:00:00:00:01 0102\n\n02:aa:00:00:00:02\nno address 01\n"
+    yield "lines", b"\0 on \r\n 80%\nthird"
+    yield "long_lines", b"\0" + b"u" * 1500 + b"\n" + b"f" * 600 + b"\n"
+    yield "bytes", b"\0" + bytes(range(256))
+    yield "failed", b"\x10text"
+    yield "silent", b"\0"
+
+
+def attr(kind, value):
+    return struct.pack("=HH", 4 + len(value), kind) + value + b"\0" * (-len(value) % 4)
+
+
+def u32(value):
+    return struct.pack("=I", value)
+
+
+def message(kind, body):
+    return struct.pack("=IHHII", 16 + len(body), kind, 2, 1, 0) + body
+
+
+def answer(*messages):
+    data = b"".join(messages)
+    return struct.pack(">H", len(data)) + data
+
+
+def link(index, name, mac, kind=b"", master=0, more=b""):
+    head = struct.pack("=BxHiII", 0, 1, index, 0x11043, 0)
+    return message(16, head + attr(3, name + b"\0") + attr(1, mac) + attr(16, b"\6") +
+                   attr(10, u32(master)) + attr(18, attr(1, kind + b"\0")) + more)
+
+
+def neighbor(index, mac, family=7, state=2):
+    return message(28, struct.pack("=BxxxiHBB", family, index, state, 0, 0) + attr(2, mac))
+
+
+def radio(kind=3, frequency=5180):
+    return message(28, b"\x07\1\0\0" + attr(3, u32(3)) + attr(6, OWN_MAC) + attr(5, u32(kind)) +
+                   attr(38, u32(frequency)) + attr(159, u32(3)) + attr(160, u32(5210)))
+
+
+def station(rates, signal):
+    return message(28, b"\x13\1\0\0" + attr(6, STATION) + attr(21, attr(8, rates) +
+                                                              attr(14, rates) + signal))
+
+
+FAMILY = message(16, b"\1\2\0\0" + attr(1, b"\x1c\0"))
+NO_ANSWER = answer()
+
+
+def netlink_seeds():
+    links = [link(1, b"lo", b"\0" * 6), link(2, b"eth0", OWN_MAC, master=4, more=attr(5, u32(9))),
+             link(3, b"wlan0", OTHER_MAC), link(4, b"br0", OWN_AL, b"bridge")]
+    hosts = answer(neighbor(2, STATION), neighbor(2, PEER_MAC), neighbor(2, OWN_MAC),
+                   neighbor(2, PEER_AL, state=0x80), neighbor(9, PEER_MAC))
+    others = answer(neighbor(3, PEER_MAC, 2), neighbor(3, b"\1" * 6, 10))
+    radios = answer(FAMILY) + NO_ANSWER + answer(radio())
+    first = answer(*links) + radios + hosts + others
+    changed = answer(links[0], link(2, b"eth0", STATION), link(5, b"veth1", PEER_MAC, b"veth", 4),
+                     links[3])
+    later = answer(link(2, b"eth0", OWN_MAC)) + changed + answer(FAMILY) + NO_ANSWER * 2
+    yield "picture", first
+    yield "described", first + b"\1" + first + answer(link(2, b"eth0", OWN_MAC,
+                                                          more=attr(23, b"\1" * 200))) * 2
+    yield "changes", first + b"\0" + later + others + hosts + b"\0" + answer(
+        neighbor(3, STATION)) + NO_ANSWER * 2
+    ip = struct.pack("=BBBBI", socket.AF_INET, 24, 0x80, 0, 4) + attr(2, b"\xc0\0\2\1")
+    ipv6 = struct.pack("=BBBBI", socket.AF_INET6, 64, 0x80, 0, 4) + attr(1, b"\x20\1" + b"\1" * 14)
+    local = struct.pack("=BBBBI", socket.AF_INET6, 64, 0x80, 253, 4) + attr(1, b"\xfe\x80" * 8)
+    ssh = message(20, b"\2\x0a\0\0\0\x16" + b"\0" * 66)
+    yield "state", first + b"\2" + answer(message(20, ip)) + answer(
+        message(20, local), *[message(20, ipv6)] * 40) + answer(ssh) * 2
+    yield "cut", answer(*links)[:-7]
+    yield "short_attributes", answer(message(16, struct.pack("=BxHiII", 0, 1, 2, 0, 0) + b"".join(
+        attr(n, b"\1") for n in (1, 3, 5, 10, 16, 18, 23)))) + hosts
+    yield "many", answer(*(link(n, b"eth%d" % n, OWN_MAC[:5] + bytes([n])) for n in range(1, 40)))
+
+
+def nl80211_seeds():
+    wide = attr(1, b"\x10\0") + attr(5, u32(8667))
+    for name, one in (("ap", radio()), ("station", radio(2, 2437)), ("mesh", radio(7, 2484)),
+                      ("off", radio(3, 0)), ("60g", radio(9, 58320)), ("6g", radio(8, 5955)),
+                      ("low", radio(3, 1)), ("high", radio(3, 0xFFFFFFFF))):
+        yield name, answer(FAMILY) + answer(one) + answer(
+            station(wide, attr(13, b"\xc4")), station(attr(1, b"\x36\0"), attr(7, b"\x30")),
+            station(attr(5, b"\xff" * 4), b""), station(b"", attr(13, b"")))
+    yield "short", answer(FAMILY) + answer(message(28, b"\x07\1\0\0" + b"".join(
+        attr(n, b"\1") for n in (3, 5, 6, 38, 159, 160, 161)))) + answer(
+            station(attr(1, b"\1") + attr(5, b"\1"), b""), message(28, b"\x13\1\0\0"))
+    yield "no_family", answer(message(16, b"\1\2\0\0" + attr(1, b"\x1c"))) + answer(radio())
+
+
+def json_seeds():
+    golden = pathlib.Path(__file__).parent.parent / "tests/unit/publish"
+    for name in ("device", "autoconfig", "change_log"):
+        text = (golden / f"golden_{name}.inc").read_text()
+        yield name, re.search(r'R"(\w*)\((.*)\)\1"', text, re.S)[2].encode()
+
+    def model(*devices):
+        rest = "".join(f',"IEEE1905Device.{n}":{{{one}}}' for n, one in enumerate(devices))
+        return ('{"Device":{"X_5E1F09_IEEE1905":{"AL":{"IEEE1905Id":"02:00:00:00:00:01",\n'
+                '"Interface.1":{"InterfaceId":"02:00:00:00:01:01","InterfaceName":"eth0"}\n,'
+                f'"NetworkTopology":{{"Status":"Available"{rest}}}}}}}}}}}').encode()
+
+    def device(n, *hears, name="attic", more=""):
+        near = "".join(f',"IEEE1905Neighbor.{i}":{{"LocalInterface":"Interface.1",'
+                       f'"NeighborDeviceId":"02:00:00:00:00:0{m}",'
+                       f'"NeighborInterfaceId":"02:00:00:00:0{m}:01"}}'
+                       for i, m in enumerate(hears))
+        return (f'"IEEE1905Id":"02:00:00:00:00:0{n}",\n"Hostname": "{name}",\n"Interface.1":'
+                f'{{"InterfaceId":"02:00:00:00:0{n}:01"}}{near}{more}')
+
+    yield "line", model(device(2, 1, 3), device(3, 2, 4), device(4, 3, 7))
+    yield "ring", model(device(2, 1, 3), device(3, 2, 4), device(4, 3, 1))
+    yield "texts", model(device(2, 1, name='a "b" \\ \x1b[2J'), device(3, name="a\nb\","))
+    yield "kinds", model(device(2, more=',"DeviceUptime":"99999999999","Authorized":0,'
+                                        '"IPv6IP":[1,[2,{"a":null}]],"DeviceType":1.5e300'),
+                         '"IEEE1905Id":7,"Hostname":{},"Interface.1":[]')
+    yield "configuration", b"DATA_MODEL_FOLDER = /a; b\n DATA_MODEL_FOLDER=\nDATA_MODEL_FOLDERS=/c"
+    yield "deep", model(device(2, more=',"IPv6IP":' + "[" * 500 + "]" * 500))
+
+
 def write(folder, inputs):
     folder = pathlib.Path(__file__).parent / "corpus" / folder
     folder.mkdir(parents=True, exist_ok=True)
@@ -379,6 +583,12 @@ def main():
     write("frame", [*seeds(), *vendor_seeds()])
     write("slot", list(slot_seeds()))
     write("manifest", list(manifest_seeds()))
+    write("capture", list(capture_seeds()))
+    write("config", list(config_seeds()))
+    write("hook", list(hook_seeds()))
+    write("json", list(json_seeds()))
+    write("netlink", list(netlink_seeds()))
+    write("nl80211", list(nl80211_seeds()))
 
 
 if __name__ == "__main__":

@@ -4,10 +4,6 @@
 
 #include "netctrl/firmware_image.h"
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
     const auto manifest = parseManifest(text.substr(0, kMostManifest));

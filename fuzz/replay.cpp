@@ -1,4 +1,5 @@
-// Runs a fuzz target over every file of the given folders, without libFuzzer.
+// Runs a fuzz target over every file of the given folders, without libFuzzer. Fails if there is no
+// file, or if the target defines corpusIsComplete() and it returns false.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -9,6 +10,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);
+__attribute__((weak)) bool corpusIsComplete();
 
 int main(int argc, char** argv) {
     (void)LLVMFuzzerInitialize(&argc, &argv);
@@ -27,5 +29,6 @@ int main(int argc, char** argv) {
         (void)LLVMFuzzerTestOneInput(input.data(), input.size());
     }
     fprintf(stderr, "%zu inputs\n", files.size());
-    return files.empty() ? 1 : 0;
+    const bool isComplete = corpusIsComplete == nullptr || corpusIsComplete();
+    return files.empty() || !isComplete ? 1 : 0;
 }

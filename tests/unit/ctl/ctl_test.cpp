@@ -204,6 +204,10 @@ TEST(DataModel, NoNameHidesTheRest) {
     for (size_t length = 0; length < whole.size(); length++) {
         EXPECT_NE(parseDataModel(whole.substr(0, length)).trouble, "") << length;
     }
+    const std::string deep = std::string(100'000, '[') + std::string(100'000, ']');
+    std::string nested = whole;
+    nested.replace(nested.find("\"Enrollee\""), 10, deep);
+    EXPECT_EQ(parseDataModel(nested).devices.at(0).text("Hostname"), "attic");
 }
 
 // Other users may put one of their own into /tmp.
