@@ -13,6 +13,7 @@ struct Words {
 };
 
 constexpr Words kWords[] = {
+    {VM1905_FOREIGN, "the service channel was made by a user who is not the daemon's"},
     {VM1905_CANCELLED, "cancelled"},
     {VM1905_SYSTEM, "the system refused access to the service channel"},
     {VM1905_BAD_ANSWER, "the daemon gave a malformed answer"},

@@ -41,5 +41,5 @@ using Payload = std::span<const uint8_t>;
 // Forgets the request and detaches from the segments.
 void giveUp(vm1905_client& client);
 
-// Attaches to both segments. 0, VM1905_NO_DAEMON or VM1905_SYSTEM.
+// Attaches to both segments. 0, VM1905_NO_DAEMON, VM1905_FOREIGN or VM1905_SYSTEM.
 [[nodiscard]] int attach(vm1905_client& client);

@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "base/own_folder.h"
+
 SlotHead headOf(const uint8_t* record) {
     SlotHead head{};
     std::memcpy(&head.pid, record + slots::kPid.at, sizeof head.pid);
@@ -23,6 +25,12 @@ int Segment::attach() {
     if (found < 0) {
         detach();
         return errno == ENOENT ? VM1905_NO_DAEMON : VM1905_SYSTEM;
+    }
+    shmid_ds info{};
+    if (statSegment(found, info) && !mayMakeChannel(info.shm_perm.cuid)) {
+        detach();
+        errno = EPERM;
+        return VM1905_FOREIGN;
     }
     if (found != id_ || memory_ == nullptr) {
         detach();

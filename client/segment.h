@@ -37,7 +37,8 @@ class Segment {
     Segment& operator=(const Segment&) = delete;
     ~Segment() { detach(); }
 
-    // Attaches to the segment of the daemon that runs now. 0, VM1905_NO_DAEMON or VM1905_SYSTEM.
+    // Attaches to the segment of the daemon that runs now. 0, VM1905_NO_DAEMON, VM1905_FOREIGN or
+    // VM1905_SYSTEM.
     [[nodiscard]] int attach();
     // Whether the daemon is still attached.
     bool isAlive() const;

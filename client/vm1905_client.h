@@ -47,7 +47,9 @@ enum vm1905_error {
     VM1905_BAD_ARGUMENT = -5, /* an argument is invalid; nothing was sent */
     VM1905_BAD_ANSWER = -6,   /* the answer is malformed */
     VM1905_SYSTEM = -7,       /* a system call failed; errno says why */
-    VM1905_CANCELLED = -8     /* the progress function ended the call */
+    VM1905_CANCELLED = -8,    /* the progress function ended the call */
+    VM1905_FOREIGN = -9       /* a user who is not the daemon's made the shared memory; errno is
+                                 EPERM. Nothing was sent */
 };
 
 enum vm1905_code {
@@ -76,7 +78,12 @@ typedef struct vm1905_client vm1905_client;
 
 /* Makes a handle on the channel of the running daemon. *client is NULL unless the result is 0. The
  * handle stays valid when the daemon restarts: the next request finds the new one.
- * Errors: VM1905_NO_DAEMON, VM1905_SYSTEM. */
+ *
+ * The daemon's shared memory is made by root, by the user of this process, or by the owner of the
+ * folder /var/run/vm1905, or the one that the environment variable VM1905_RUN names. That folder
+ * does not count if users other than root and this one can write to the folder above it. Shared
+ * memory of anybody else is refused, by this call and by every request. Errors: VM1905_NO_DAEMON,
+ * VM1905_FOREIGN, VM1905_SYSTEM. */
 VM1905_API int vm1905_open(vm1905_client** client);
 
 /* Gives up the request under way, if any, and frees the handle. NULL is allowed. */

@@ -11,6 +11,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "base/own_folder.h"
 #include "orders/slot_layout.h"
 
 namespace {
@@ -166,7 +167,8 @@ ModelDevice deviceOf(const Json& object) {
 bool isDaemon(uid_t user) {
     shmid_ds info{};
     const int slot = shmget(slots::kReqKey, 0, 0);
-    return slot >= 0 && shmctl(slot, IPC_STAT, &info) == 0 && info.shm_perm.cuid == user;
+    return slot >= 0 && statSegment(slot, info) && mayMakeChannel(info.shm_perm.cuid) &&
+           (info.shm_perm.uid == user || info.shm_perm.cuid == user);
 }
 
 // Reads the file. Returns what is wrong with it, empty if nothing is. Others may write to the usual

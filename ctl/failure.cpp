@@ -40,8 +40,11 @@ const char* adviceFor(int result, Asked asked) {
                          "--timeout";
         case VM1905_BUSY:
             return "nothing was sent; repeat the command";
+        case VM1905_FOREIGN:
+            return "restart the daemon as root, which removes it; or as root: ipcrm -M 190510 -M "
+                   "190511";
         case VM1905_SYSTEM:
-            return "run it as the user of the daemon, or as root";
+            return "run it as the user of the daemon, as a member of its CHANNEL_GROUP, or as root";
         case VM1905_NO_INTF:
         case VM1905_NO_OWN_INTF:
             return "to list interfaces: vm1905ctl interfaces, vm1905ctl device DEVICE";

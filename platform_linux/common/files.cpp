@@ -4,9 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <fstream>
 
+#include "base/own_folder.h"
 #include "base/public_file.h"
 
 namespace {
@@ -30,11 +30,6 @@ std::string readFile(const std::string& path, size_t most, Links links) {
     }
     text.resize(size);
     return text;
-}
-
-std::string ownFolder() {
-    const char* given = secure_getenv("VM1905_RUN");
-    return given != nullptr ? given : "/var/run/vm1905";
 }
 
 bool makeOwnFolder() {

@@ -16,11 +16,8 @@ enum class Links { kFollow, kRefuse };
 // block. kRefuse: a symbolic link cannot be read.
 std::string readFile(const std::string& path, size_t most, Links links = Links::kFollow);
 
-// The daemon's own folder: /var/run/vm1905, or the one that the environment variable VM1905_RUN
-// names.
-std::string ownFolder();
-// Makes it if it is missing. False if it is not a folder of root or the daemon's user to which only
-// they can write.
+// Makes the daemon's own folder (base/own_folder.h) if it is missing. False if it is not a folder
+// of root or the daemon's user to which only they can write.
 [[nodiscard]] bool makeOwnFolder();
 
 // Opens a file for writing, without O_TRUNC. A link is not followed.

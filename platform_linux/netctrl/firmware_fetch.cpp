@@ -46,11 +46,6 @@ struct {
     Manifest manifest;   // once it has been verified
 } fetch;
 
-std::string downloadFolder() {
-    const std::string_view given = conf().value("FIRMWARE_DOWNLOAD");
-    return std::string(given.empty() ? "/tmp" : given);
-}
-
 std::string imagePath() {
     return fetch.folder + "/image";
 }
@@ -180,6 +175,11 @@ int startFetch(std::string text, const std::string& fileName) {
 }
 
 }  // namespace
+
+std::string downloadFolder() {
+    const std::string_view given = conf().value("FIRMWARE_DOWNLOAD");
+    return std::string(given.empty() ? "/tmp" : given);
+}
 
 void sweepFetches() {
     std::vector<std::string> left;

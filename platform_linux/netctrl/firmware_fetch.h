@@ -2,6 +2,11 @@
 // fetched and installed.
 #pragma once
 
+#include <string>
+
+// The folder for downloads: FIRMWARE_DOWNLOAD, or /tmp.
+std::string downloadFolder();
+
 // Removes what an earlier run has fetched, unless it is being installed.
 void sweepFetches();
 

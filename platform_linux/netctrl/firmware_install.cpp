@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "base/own_folder.h"
 #include "common/files.h"
 #include "common/hook.h"
 #include "common/log.h"

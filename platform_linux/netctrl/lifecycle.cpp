@@ -1,10 +1,12 @@
 // Lifecycle of the library and the callbacks it reports through.
 #include "netctrl/lifecycle.h"
 
+#include "base/claimed_name.h"
 #include "base/result.h"
 #include "common/conf.h"
 #include "common/hook.h"
 #include "common/log.h"
+#include "netctrl/firmware_fetch.h"
 #include "netctrl/firmware_upgrade.h"
 #include "netctrl/isolate.h"
 #include "netctrl/notices.h"
@@ -38,6 +40,14 @@ int initNetCtrl() {
     reloadConf();
     startUpgrade();
     return openWatch() ? kOk : kFailure;
+}
+
+void claimPlatformFiles(uint32_t user, uint32_t group) {
+    const Owner owner{user, group};
+    const auto log = [](const std::string& line) { LOG_LINE(1, "%s", line.c_str()); };
+    const std::string logFile(conf().value("LOG_FILE"));
+    if (!logFile.empty()) claimFile(logFile, owner, 0640, log);
+    claimFolder(downloadFolder(), owner, log);
 }
 
 int startNetCtrl() {

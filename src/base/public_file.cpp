@@ -17,22 +17,6 @@ std::string reason() {
     return strerror(errno);
 }
 
-// open(2) would follow a link in front of a slash at the end.
-std::string withoutSlash(std::string path) {
-    while (path.size() > 1 && path.ends_with('/')) path.pop_back();
-    return path;
-}
-
-struct Place {
-    std::string folder, name;
-};
-
-Place placeOf(const std::string& path) {
-    const size_t slash = path.rfind('/');
-    if (slash == path.npos) return {".", path};
-    return {withoutSlash(path.substr(0, slash + 1)), path.substr(slash + 1)};
-}
-
 Fd openFolder(int parent, const std::string& folder, FileTrouble& trouble) {
     Fd fd(openat(parent, folder.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     struct stat info {};
@@ -41,9 +25,8 @@ Fd openFolder(int parent, const std::string& folder, FileTrouble& trouble) {
         trouble = "folder " + folder + (isOther ? " is a link or no folder" : ": " + reason());
         return Fd();
     }
-    const bool isShared = info.st_uid == 0 && (info.st_mode & S_ISVTX) != 0;
     const bool isOwn = info.st_uid == geteuid() && (info.st_mode & kOthersWrite) == 0;
-    if (isShared || isOwn) return fd;
+    if (isSharedFolder(info) || isOwn) return fd;
     trouble = "folder " + folder + " belongs to another user or is writable by others";
     return Fd();
 }
@@ -68,6 +51,25 @@ FileTrouble writeAll(const Fd& file, std::string_view text) {
 
 }  // namespace
 
+std::string withoutSlash(std::string path) {
+    while (path.size() > 1 && path.ends_with('/')) path.pop_back();
+    return path;
+}
+
+Place placeOf(const std::string& path) {
+    const size_t slash = path.rfind('/');
+    if (slash == path.npos) return {".", path};
+    return {withoutSlash(path.substr(0, slash + 1)), path.substr(slash + 1)};
+}
+
+bool isSharedFolder(const struct stat& info) {
+    return info.st_uid == 0 && (info.st_mode & S_ISVTX) != 0;
+}
+
+std::string temporaryName(const std::string& name) {
+    return "." + name + ".new";
+}
+
 FileTrouble checkPublicFolder(const std::string& folder) {
     FileTrouble trouble;
     (void)openFolder(AT_FDCWD, withoutSlash(folder), trouble);
@@ -84,7 +86,8 @@ FileTrouble makePublicFolder(const std::string& folder) {
     return trouble;
 }
 
-FileTrouble replacePublicFile(const std::string& path, std::string_view text) {
+FileTrouble replacePublicFile(const std::string& path, std::string_view text,
+                              std::optional<mode_t> mode) {
     FileTrouble trouble;
     const Place place = placeOf(path);
     const Fd folder = openFolder(AT_FDCWD, place.folder, trouble);
@@ -94,16 +97,17 @@ FileTrouble replacePublicFile(const std::string& path, std::string_view text) {
     if (exists ? !isOwnFile(old) : errno != ENOENT) return exists ? kNotOwn : reason();
 
     // A crash may have left one. O_EXCL: nobody else must have made it.
-    const std::string temporary = "." + place.name + ".new";
+    const std::string temporary = temporaryName(place.name);
     (void)unlinkat(folder.get(), temporary.c_str(), 0);
     const Fd file(openat(folder.get(), temporary.c_str(),
                          O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                         exists ? 0600 : 0666));
+                         exists || mode ? 0600 : 0666));
     if (!file) return reason();
+    if (!exists && mode) (void)fchmod(file.get(), *mode);
     if (exists) {
         // Meant: a group that this user may not give away is lost, with no access for the new one.
         const bool sameGroup = fchown(file.get(), static_cast<uid_t>(-1), old.st_gid) == 0;
-        (void)fchmod(file.get(), old.st_mode & (sameGroup ? 0777 : 0707));
+        (void)fchmod(file.get(), mode.value_or(old.st_mode) & (sameGroup ? 0777 : 0707));
     }
     trouble = writeAll(file, text);
     if (trouble.empty() &&

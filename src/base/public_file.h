@@ -8,12 +8,29 @@
 // The platform library uses this module too, so it neither logs nor has state; see file_trouble.h.
 #pragma once
 
+#include <sys/stat.h>
 #include <sys/types.h>
 
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "base/fd.h"
+
+// The path of a folder; open(2) would follow a link in front of a slash at the end.
+std::string withoutSlash(std::string path);
+
+// A name and its folder.
+struct Place {
+    std::string folder, name;
+};
+Place placeOf(const std::string& path);
+
+// True for a folder like /tmp: every user may create files, but remove only his own.
+bool isSharedFolder(const struct stat& info);
+
+// The name of the file with which replacePublicFile replaces the one of that name.
+std::string temporaryName(const std::string& name);
 
 // Why something failed, for people; empty if it did not.
 using FileTrouble = std::string;
@@ -25,8 +42,9 @@ using FileTrouble = std::string;
 [[nodiscard]] FileTrouble makePublicFolder(const std::string& folder);
 
 // Gives the file this content, or creates it. It is replaced as a whole, so that a reader never
-// finds half of it; it keeps its mode and group.
-[[nodiscard]] FileTrouble replacePublicFile(const std::string& path, std::string_view text);
+// finds half of it; it keeps its group, and its mode unless one is given.
+[[nodiscard]] FileTrouble replacePublicFile(const std::string& path, std::string_view text,
+                                            std::optional<mode_t> mode = {});
 
 // Adds to the file, or creates it.
 [[nodiscard]] FileTrouble appendPublicFile(const std::string& path, std::string_view text);

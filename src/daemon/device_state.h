@@ -10,6 +10,7 @@
 #include "controller/root_ap.h"
 #include "daemon/control_files.h"
 #include "daemon/message_monitor.h"
+#include "daemon/own_names.h"
 #include "daemon/receiver.h"
 #include "db/data_model_update.h"
 #include "db/database.h"
@@ -51,7 +52,7 @@ using ModuleStates = std::tuple<                                           //
     AnswerMemory, MessageLog, OrderRefusals, ResultFiles,                  // handlers
     Announcements, ControllerLoop, RootAp,                                 // controller
     ServiceMonitor, WakeFifo, IntfRequest,                                 // service
-    MessageMonitor, Receiver, ControlFiles>;                               // daemon
+    MessageMonitor, Receiver, ControlFiles, OwnNames>;                     // daemon
 
 struct DeviceState : ModuleStates {};
 

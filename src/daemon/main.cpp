@@ -15,6 +15,7 @@
 #include "daemon/device_state.h"
 #include "daemon/main_loop.h"
 #include "daemon/message_monitor.h"
+#include "daemon/own_names.h"
 #include "db/data_manager.h"
 #include "db/options.h"
 #include "db/own_state.h"
@@ -129,6 +130,7 @@ int main(int argc, char** argv) {
         setDebugLevel(getDebugLevelOption());
     }
     applyOptions(line);
+    if (claimNames(geteuid(), getegid()) != kOk) return EXIT_FAILURE;
 
     for (const Init& init : kInits) {
         if (init.run() == kOk) continue;

@@ -1,6 +1,9 @@
 #include "db/options.h"
 
+#include <grp.h>
+
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -95,6 +98,47 @@ void storeControlFilesFrom(const char* value) {
     config().controlFilesOfOwner = std::string_view(value) != "any";
 }
 
+// The whole value as a number of this base.
+template <typename Number>
+std::optional<Number> wholeNumber(std::string_view text, int base) {
+    Number number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number, base);
+    return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
+}
+
+// The owner keeps his rights, because the daemon itself needs them.
+std::optional<mode_t> modeOf(const char* key, const char* value) {
+    const auto mode = wholeNumber<mode_t>(value, 8);
+    if (mode && (*mode & 0600) == 0600 && (*mode & ~0666U) == 0) return mode;
+    LOG(1, "%s: \"%s\" is no mode between 0600 and 0666, the default is used\r\n", key,
+        plainText(value).c_str());
+    return {};
+}
+
+void storeChannelGroup(const char* value) {
+    constexpr auto kNone = static_cast<gid_t>(-1);
+    config().channelGroup.reset();
+    if (*value == '\0') return;
+    const group* const named = getgrnam(value);
+    const gid_t found =
+        named != nullptr ? named->gr_gid : wholeNumber<gid_t>(value, 10).value_or(kNone);
+    if (found != kNone) {
+        config().channelGroup = found;
+    } else {
+        LOG(1, "CHANNEL_GROUP: there is no group \"%s\", the default is used\r\n",
+            plainText(value).c_str());
+    }
+}
+
+void storeChannelMode(const char* value) {
+    config().channelMode = modeOf("CHANNEL_MODE", value).value_or(SysConfig{}.channelMode);
+}
+
+void storeDataModelMode(const char* value) {
+    config().dataModelMode = *value == '\0' ? std::nullopt : modeOf("DATA_MODEL_MODE", value);
+}
+
 // A line sets the first key of the list that occurs anywhere in it, so the order matters.
 constexpr Key kConfigKeys[] = {
     {"DEBUG_LEVEL", "3", storeDebugLevel},
@@ -116,6 +160,9 @@ constexpr Key kConfigKeys[] = {
     {"CONTROL_FILES_FROM", "any", storeControlFilesFrom},
     {"MESH_KEY_NEXT", "", storePath<&SysConfig::meshKeyNext>},
     {"MESH_KEY", "", storePath<&SysConfig::meshKey>},
+    {"CHANNEL_GROUP", "", storeChannelGroup},
+    {"CHANNEL_MODE", "0666", storeChannelMode},
+    {"DATA_MODEL_MODE", "", storeDataModelMode},
 };
 
 constexpr Key kVersionKeys[] = {
@@ -335,6 +382,18 @@ const char* getMeshKeyOption() {
 
 const char* getMeshKeyNextOption() {
     return config().meshKeyNext.c_str();
+}
+
+std::optional<gid_t> getChannelGroupOption() {
+    return config().channelGroup;
+}
+
+mode_t getChannelModeOption() {
+    return config().channelMode;
+}
+
+std::optional<mode_t> getDataModelModeOption() {
+    return config().dataModelMode;
 }
 
 bool getReadLldpOption() {

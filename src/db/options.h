@@ -5,7 +5,10 @@
 // already.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 #include "base/mac_addr.h"
@@ -49,6 +52,12 @@ bool getReadLldpOption();
 // too. Empty if there is none.
 const char* getMeshKeyOption();
 const char* getMeshKeyNextOption();
+
+// The group of the service channel (CHANNEL_GROUP), if one is given, and the mode of its segments.
+std::optional<gid_t> getChannelGroupOption();
+mode_t getChannelModeOption();
+// The mode of the files in the data-model folder, if one is given.
+std::optional<mode_t> getDataModelModeOption();
 
 // The release, printed at start-up.
 inline constexpr const char* kReleaseVersionGit = "WIFISYS_RTK_9.2";

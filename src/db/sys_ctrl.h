@@ -1,7 +1,10 @@
 // The system control record: state of the daemon, its options, its identity and its one alarm.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstdint>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -37,6 +40,9 @@ struct SysConfig {
     bool controlFilesOfOwner = false;
     Text<128> meshKey{};  // paths; empty if there is none
     Text<128> meshKeyNext{};
+    std::optional<gid_t> channelGroup{};
+    mode_t channelMode = 0666;
+    std::optional<mode_t> dataModelMode{};
 };
 
 struct SysIdentity {

@@ -2,16 +2,21 @@
 
 #include <sys/ipc.h>
 #include <sys/shm.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <cstring>
+#include <fstream>
 
 #include "base/clock.h"
 #include "base/log.h"
+#include "base/own_folder.h"
 #include "base/result.h"
 #include "base/state.h"
 #include "base/text.h"
+#include "db/options.h"
 #include "orders/service_ids.h"
 
 namespace {
@@ -67,6 +72,68 @@ int initSegment(SlotSegment& segment) {
     return kOk;
 }
 
+// The name of a process that runs; empty if there is none, or if it is a zombie.
+std::string nameOfProcess(pid_t pid) {
+    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
+    std::string line;
+    std::getline(file, line);
+    const size_t begin = line.find('('), end = line.rfind(')');
+    if (begin == line.npos || end == line.npos || end + 2 >= line.size()) return {};
+    const char state = line[end + 2];
+    return state == 'Z' || state == 'X' ? "" : line.substr(begin + 1, end - begin - 1);
+}
+
+// The process that made the segment, if it is a daemon like this one and still uses it.
+pid_t daemonOf(const SlotSegment& segment, const Owner& owner) {
+    shmid_ds info{};
+    const int id = segment.key == IPC_PRIVATE ? -1 : shmget(segment.key, 0, 0);
+    if (id < 0 || !statSegment(id, info) || info.shm_nattch == 0) return 0;
+    const bool isTrusted = info.shm_perm.cuid == owner.user || mayMakeChannel(info.shm_perm.cuid);
+    if (!isTrusted || info.shm_cpid <= 0 || info.shm_cpid == getpid()) return 0;
+    // A client of root may have made it, too.
+    const std::string name = nameOfProcess(info.shm_cpid);
+    return !name.empty() && name == nameOfProcess(getpid()) ? info.shm_cpid : 0;
+}
+
+constexpr int kClaims = 100;  // another user may make the segment again as soon as it is removed
+
+int claimSegment(const SlotSegment& segment, const Owner& owner) {
+    const gid_t group = getChannelGroupOption().value_or(owner.group);
+    const mode_t mode = getChannelModeOption();
+    if (segment.key == IPC_PRIVATE) return kOk;
+    for (int i = 0; i < kClaims; i++) {
+        shmid_ds info{};
+        int id = shmget(segment.key, 0, 0);
+        if (id >= 0 && statSegment(id, info)) {
+            const ipc_perm& has = info.shm_perm;
+            const bool isOurs = has.cuid == owner.user || mayMakeChannel(has.cuid);
+            if (isOurs && has.uid == owner.user && has.gid == group && (has.mode & 0777U) == mode &&
+                info.shm_segsz == segment.size && info.shm_nattch > 0) {
+                return kOk;
+            }
+            if (shmctl(id, IPC_RMID, nullptr) != 0 && errno != EINVAL && errno != EIDRM) {
+                LOG(1, "can't remove segment %d, which belongs to user %u: %s\r\n", segment.key,
+                    has.uid, strerror(errno));
+                return kFailure;
+            }
+            if (!isOurs || info.shm_segsz != segment.size) {
+                LOG(1, "removed segment %d of %zu bytes, which belonged to user %u\r\n",
+                    segment.key, static_cast<size_t>(info.shm_segsz), has.uid);
+            }
+        }
+        id = shmget(segment.key, segment.size, IPC_CREAT | IPC_EXCL | 0600);
+        if (id < 0 && errno == EEXIST) continue;
+        if (id < 0 || shmctl(id, IPC_STAT, &info) != 0) break;
+        info.shm_perm.uid = owner.user;
+        info.shm_perm.gid = group;
+        info.shm_perm.mode = static_cast<decltype(info.shm_perm.mode)>(mode);
+        if (shmctl(id, IPC_SET, &info) == 0) return kOk;
+        break;
+    }
+    LOG(1, "can't make segment %d: %s\r\n", segment.key, strerror(errno));
+    return kFailure;
+}
+
 int destroySegment(SlotSegment& segment) {
     if (!segment.memory) return kFailure;
     segment.memory.reset();
@@ -79,6 +146,17 @@ int destroySegment(SlotSegment& segment) {
 
 void DetachSlot::operator()(uint8_t* memory) const {
     (void)shmdt(memory);
+}
+
+pid_t findOtherDaemon(const Owner& owner) {
+    const pid_t found = daemonOf(state().request, owner);
+    return found != 0 ? found : daemonOf(state().response, owner);
+}
+
+int claimSlots(const Owner& owner) {
+    const int request = claimSegment(state().request, owner);
+    const int response = claimSegment(state().response, owner);
+    return request == kOk && response == kOk ? kOk : kFailure;
 }
 
 int initServReqShm() {

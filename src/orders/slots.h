@@ -5,12 +5,15 @@
 // before it looks at it, and never reads the same field twice from the slot itself.
 #pragma once
 
+#include <sys/types.h>
+
 #include <array>
 #include <cstdint>
 #include <memory>
 #include <string_view>
 
 #include "base/bytes.h"
+#include "base/claimed_name.h"
 #include "orders/slot_layout.h"
 
 struct DetachSlot {
@@ -29,6 +32,16 @@ struct SlotsState {
     SlotSegment response{slots::kRespKey, slots::kRespSize};
     bool taken = false;  // a request was taken and not yet marked idle
 };
+
+// The process of another daemon that uses the segments; 0 if there is none. A segment that a user
+// made who may not (base/own_folder.h) is no sign of a daemon: strangers must not be able to keep
+// this one from starting.
+[[nodiscard]] pid_t findOtherDaemon(const Owner& owner);
+// Makes both segments for the daemon's user, with the group and mode of the options. Segments of
+// others, or of another kind, are removed. Those that clients of an earlier daemon still use are
+// kept if they are alike. kOk, or kFailure if somebody else's cannot be removed, or the system
+// refuses.
+[[nodiscard]] int claimSlots(const Owner& owner);
 
 // Create a segment, or attach to the existing one, and clear it. kOk, or kFailure if the system
 // refuses.

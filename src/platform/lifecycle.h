@@ -10,9 +10,15 @@
 extern "C" {
 #endif
 
-/* Prepares the library. Only the identity functions (descriptions.h), outputlogData and
- * setNetCtrlDebugLevel may be called before. 0 on success, else the daemon exits. */
+/* Prepares the library. Only the identity functions (descriptions.h), outputlogData,
+ * setNetCtrlDebugLevel and claimPlatformFiles may be called before. 0 on success, else the daemon
+ * exits. */
 int initNetCtrl(void);
+
+/* Removes what other users have put under the names of the library's files, and makes them anew for
+ * the user and group that the daemon will run as. Called once, before initNetCtrl. Optional: a
+ * library may lack it. */
+void claimPlatformFiles(uint32_t user, uint32_t group);
 
 /* Starts the library; the daemon's records and ports exist by now. 0 on success. */
 int startNetCtrl(void);

@@ -21,7 +21,7 @@ void rewrite(std::string_view name, DataModelFiles::File& file, RenderFile rende
     const int64_t start = uptimeUs();
     const std::string path = std::string(getDataModelFolderOption()).append("/").append(name);
     LOG(4, "(file = %s)\n", path.c_str());
-    (void)noteFileTrouble(path, replacePublicFile(path, render()));
+    (void)noteFileTrouble(path, replacePublicFile(path, render(), getDataModelModeOption()));
     const int64_t end = uptimeUs();
     file.earliest = end + kPauseFactor * (end - start);
 }

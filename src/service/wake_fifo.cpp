@@ -4,11 +4,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 #include "base/fd.h"
 #include "base/log.h"
 #include "base/state.h"
+#include "db/options.h"
 #include "orders/slot_layout.h"
 
 namespace {
@@ -17,26 +20,40 @@ WakeFifo& state() {
     return stateOf<WakeFifo>();
 }
 
-bool isFifo(int fd) {
+bool isOwnFifo(int fd) {
     struct stat info {};
-    return fstat(fd, &info) == 0 && S_ISFIFO(info.st_mode);
+    return fstat(fd, &info) == 0 && S_ISFIFO(info.st_mode) && info.st_uid == geteuid();
+}
+
+// Clients only write to it: with the default mode of the channel, any user may.
+mode_t fifoMode() {
+    return 0600 | (getChannelModeOption() & 0022);
 }
 
 }  // namespace
 
+void claimWakeFifo(const Owner& owner, ClaimLog log) {
+    const std::string& path = state().path;
+    if (path.empty() || !freeName(path, owner, log) || mkfifo(path.c_str(), 0600) != 0) return;
+    const gid_t group = getChannelGroupOption().value_or(owner.group);
+    if (lchown(path.c_str(), owner.user, group) != 0) {
+        log("can't give " + path + " to group " + std::to_string(group) + ": " + strerror(errno));
+    }
+}
+
 void openWakeFifo() {
     if (state().path.empty()) return;
     const char* const path = state().path.c_str();
-    (void)mkfifo(path, 0622);
+    (void)mkfifo(path, fifoMode());
     // Opened for writing too: a FIFO without a writer is always readable. O_NOFOLLOW and O_NONBLOCK
     // because another user may have put a link or something that blocks there.
     Fd fifo(open(path, O_RDWR | O_NONBLOCK | O_CLOEXEC | O_NOFOLLOW));
-    if (!fifo || !isFifo(fifo.get())) {
+    if (!fifo || !isOwnFifo(fifo.get())) {
         LOG(2, "(%s) is no FIFO of ours\r\n", path);
         return;
     }
-    // Any user may write to it, whatever the file mode mask is.
-    (void)fchmod(fifo.get(), 0622);
+    // Whatever the file mode mask is.
+    (void)fchmod(fifo.get(), fifoMode());
     state().fifo = std::move(fifo);
 }
 

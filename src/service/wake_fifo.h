@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "base/claimed_name.h"
 #include "base/fd.h"
 #include "orders/slot_layout.h"
 
@@ -11,7 +12,11 @@ struct WakeFifo {
     Fd fifo;
 };
 
-// Creates and opens the FIFO. If that fails, clients wait up to a second longer for their answers.
+// Makes a new FIFO for the daemon's user, with the group of the service channel. What had the name
+// is removed.
+void claimWakeFifo(const Owner& owner, ClaimLog log);
+// Opens the FIFO, or creates it. Only one of this user is opened. If that fails, clients wait up to
+// a second longer for their answers.
 void openWakeFifo();
 // The descriptor to wait on, -1 without a FIFO.
 int wakeFifoFd();

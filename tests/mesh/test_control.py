@@ -128,3 +128,31 @@ def test_the_restart_file_starts_another_daemon(lab):
     new = wait_until(lambda: lab.device("dev1")["daemons"], 10, "a daemon runs")[0]
     with open(f"/proc/{new}/cmdline", encoding="ascii") as file:
         assert file.read() == "/usr/sbin/vm1905\0restart\0"
+
+
+# Takes names of the daemon as another user, and keeps them in use.
+SQUAT = """
+import ctypes, os, time
+os.setuid(12345)
+libc = ctypes.CDLL(None)
+libc.shmat(libc.shmget(190510, 4096, 0o1666), None, 0)
+os.makedirs("/tmp/vm1905_wake/deep")
+print("done", flush=True)
+time.sleep(60)
+"""
+
+
+def test_a_daemon_takes_its_names_from_strangers_but_not_from_another_daemon(lab):
+    lab.shell("dev1", "kill -9 $(pidof vm1905); ipcrm -M 190510; rm /tmp/vm1905_wake")
+    squatter = lab.start("exec", "dev1", "--", "python3", "-c", SQUAT)
+    assert squatter.stdout.readline() == "done\n"
+    lab.shell("dev1", f"setsid {lab.build}/vm1905 > /tmp/log 2>&1 < /dev/null &")
+    wait_until(lambda: lab.attempt("exec", "dev1", "--", "vm1905ctl", "status").returncode == 0,
+               20, "a client gets answers")
+    assert lab.shell("dev1", "grep -c ' belonged to user 12345' /tmp/log") == "2\n"
+    held = "ipcs -m; ls -i /tmp/vm1905_wake; pidof vm1905"
+    before = lab.shell("dev1", held)
+    again = lab.attempt("exec", "dev1", "--", f"{lab.build}/vm1905")
+    assert again.returncode == 1 and f"already (process {before.split()[-1]})" in again.stdout
+    assert lab.shell("dev1", held) == before
+    squatter.kill()

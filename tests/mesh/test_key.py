@@ -62,6 +62,6 @@ def test_only_the_three_manage_each_other(lab):
 def test_a_platform_library_without_hmac_ends_the_start(lab):
     old = f"{lab.build}/libvmNetCtrl.so"
     lab.shell("dev2", f"""
-        mkdir /tmp/lib; sed 's/computeHmacSha256/xomputeHmacSha256/g' {old} > /tmp/lib/libvmNetCtrl.so
+        kill -9 $(pidof vm1905); mkdir /tmp/lib; sed 's/computeHmacSha256/xomputeHmacSha256/g' {old} > /tmp/lib/libvmNetCtrl.so
         ! LD_LIBRARY_PATH=/tmp/lib /usr/sbin/vm1905 > /tmp/lib/log""")
     assert "the platform library has no computeHmacSha256" in lab.shell("dev2", "cat /tmp/lib/log")

@@ -20,7 +20,7 @@ TestDevice::TestDevice() {
     std::get<WakeFifo>(state).path = "";
     for (std::string* folder :
          {&std::get<MessageLog>(state).folder, &std::get<ResultFiles>(state).folder,
-          &std::get<RootAp>(state).folder}) {
+          &std::get<RootAp>(state).folder, &std::get<OwnNames>(state).folder}) {
         *folder = "/nonexistent";
     }
 }

@@ -10,6 +10,7 @@
 #include <type_traits>
 
 #include "exchange.h"
+#include "support/foreign_segments.h"
 #include "support/frames.h"
 
 namespace {
@@ -137,6 +138,20 @@ constexpr vm1905_pwr_intf kIntfs[31] = {{kMac, 0x105}, {kOther, 1}};
 constexpr vm1905_beacon_request kBeacon{kMac, kOther, 81, 36, 2, 100, "home"};
 constexpr vm1905_btm kBtm{kMac, kOther, 81, 36, 1, 30};
 constexpr vm1905_speed_test kSpeedTest{1, 2, 0x01020304, 60, kMac, "ftp://a"};
+
+// A user who is not the daemon's may have made the segments before it starts.
+TEST(Channel, OfAStrangerIsRefused) {
+    if (geteuid() != 0) GTEST_SKIP() << "needs root";
+    const ForeignSegments foreign;
+    Segment request(slots::kReqKey, slots::kReqSize);
+    EXPECT_STREQ(vm1905_strerror(request.attach()),
+                 "the service channel was made by a user who is not the daemon's");
+    EXPECT_EQ(errno, EPERM);
+    foreign.giveOwnFolder(foreign.kStranger);
+    EXPECT_EQ(request.attach(), 0) << "the daemon runs as that user";
+    foreign.giveOwnFolder(foreign.kStranger, 01777);
+    EXPECT_NE(request.attach(), 0) << "every user can make a folder there";
+}
 
 }  // namespace
 

@@ -96,6 +96,14 @@ TEST_F(DataModelFiles, AreReplacedWhole) {
               renderJsonAPautoconfig(getAlTable(), getNetTopolTable()));
     EXPECT_EQ(read("vm1905_log.json"), renderJsonvm1905log(getNetTopolTable()));
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder()), {}), 3);
+    std::ofstream(folder() + "/vm1905.conf")
+        << "DATA_MODEL_MODE = 640\nDATA_MODEL_FOLDER = " + folder();
+    setConfFolder(folder());
+    std::filesystem::remove(path("vm1905_log.json"));
+    EXPECT_EQ(initSysConfig() + writeJsonvm1905log() + writeJsonDataModel(), kOk);
+    for (const char* name : {"vm1905.json", "vm1905_log.json"}) {  // an old file and a new one
+        EXPECT_EQ(std::filesystem::status(path(name)).permissions(), std::filesystem::perms{0640});
+    }
 }
 
 // Others may have prepared the folder or the file.
