@@ -22,11 +22,25 @@ int64_t wallClockLead() {
 
 const int64_t leadAtStart = wallClockLead();
 
+Seconds heldTime = 0;  // 0: it is not held
+
+Seconds readTime() {
+    return (nanoseconds(CLOCK_BOOTTIME) + leadAtStart) / kNanoseconds;
+}
+
 }  // namespace
 
 Seconds now() {
     if (testSource != nullptr) return testSource();
-    return (nanoseconds(CLOCK_BOOTTIME) + leadAtStart) / kNanoseconds;
+    return heldTime != 0 ? heldTime : readTime();
+}
+
+void holdTime() {
+    heldTime = readTime();
+}
+
+void releaseTime() {
+    heldTime = 0;
 }
 
 Seconds wallClock() {
@@ -52,6 +66,7 @@ int64_t uptimeUs() {
 
 void sleepMicroseconds(unsigned microseconds) {
     usleep(microseconds);
+    if (heldTime != 0) holdTime();
 }
 
 void setClockSource(ClockSource source) {

@@ -10,6 +10,11 @@ using Seconds = int64_t;
 // neither expires anything nor keeps it forever.
 Seconds now();
 
+// Between two calls, now() stays the same: a pass of the main loop needs it many times. It follows
+// the clock again after releaseTime.
+void holdTime();
+void releaseTime();
+
 // The wall clock in whole seconds since the epoch.
 Seconds wallClock();
 
@@ -21,7 +26,7 @@ Seconds toWallClock(Seconds stamp);
 int64_t uptimeMs();
 int64_t uptimeUs();
 
-// Waits this many microseconds, or until a signal arrives.
+// Waits this many microseconds, or until a signal arrives. A held time is then that of the end.
 void sleepMicroseconds(unsigned microseconds);
 
 // Replaces the source of now(), wallClock(), uptimeMs() and uptimeUs(); nullptr restores the

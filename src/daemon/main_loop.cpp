@@ -1,7 +1,5 @@
 #include "daemon/main_loop.h"
 
-#include <sched.h>
-
 #include "base/clock.h"
 #include "base/log.h"
 #include "base/result.h"
@@ -91,19 +89,17 @@ int runStateMachine() {
 
 int runMainLoop() {
     Seconds lastLook = 0;
-    while (getSysState() == kRunning) {
+    int result = kOk;
+    while (result == kOk && getSysState() == kRunning) {
         // Only once a second, as often as an idle loop runs: looking costs more than handling a
         // frame.
         const Seconds time = now();
         if (time != lastLook) (void)checkScriptCmd();
         lastLook = time;
-        if (runPass() != kOk) return kFailure;
+        result = runPass();
         // A timer also costs more than a frame. Only a pass that neither waited nor read needs one.
-        if (messageMonitorIsPaced()) {
-            (void)sched_yield();
-        } else {
-            sleepMicroseconds(kYieldMicroseconds);
-        }
+        if (!messageMonitorIsPaced()) sleepMicroseconds(kYieldMicroseconds);
     }
-    return kOk;
+    releaseTime();
+    return result;
 }

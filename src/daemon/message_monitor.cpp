@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/clock.h"
 #include "base/log.h"
 #include "base/monitor_state.h"
 #include "base/result.h"
@@ -87,19 +88,20 @@ int runMessageMonitor() {
     watch(wakeFifoFd());
     watch(linkEventsFd());
     const int ready = waitReadable(limit, readable, longestWait());
+    holdTime();
     module().paced = ready == 0;
     if (ready <= 0) return kOk;
 
     const auto isReadable = [&](int fd) {
         return fd >= 0 && fd < FD_SETSIZE && FD_ISSET(fd, &readable);
     };
+    if (isReadable(wakeFifoFd())) drainWakeFifo();
     if (isReadable(linkEventsFd()) && aLinkHasReturned()) announceReturnedLink();
     const PortsInUse guard;
     for (auto& port : getIntfPorts()) {
         const bool hasLldp = getReadLldpOption() && isReadable(port.lldpSock.get());
         if (isReadable(port.ieee1905Sock.get())) {
-            (void)recv1905Msg(port);
-            module().paced |= getRxBuffer().length > 0;
+            module().paced |= recv1905Msgs(port) > 0;
         }
         if (hasLldp) {
             (void)recvLldpMsg(port);

@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <array>
 
 #include "base/log.h"
 #include "base/result.h"
@@ -20,13 +21,20 @@ void reportUnread(const Port& port, ssize_t size) {
         static_cast<int>(size));
 }
 
+// Stores the size of a frame that was read into the buffer. Behind it, the headers are zero.
+void setLength(FrameBuffer& rx, ssize_t size) {
+    rx.length = static_cast<uint32_t>(std::max<ssize_t>(size, 0));
+    if (rx.length < kHeadersLen) {
+        std::fill(rx.frame.begin() + rx.length, rx.frame.begin() + kHeadersLen, uint8_t{0});
+    }
+}
+
 // Reads a frame into the receive buffer. The result of recvfrom(2).
 ssize_t readFrame(const Fd& socket) {
-    FrameBuffer& rx = getRxBuffer();
-    rx.frame.fill(0);
+    FrameBuffer& rx = useRxBuffer(0);
     const ssize_t size =
         recvfrom(socket.get(), rx.frame.data(), rx.frame.size(), MSG_DONTWAIT, nullptr, nullptr);
-    rx.length = static_cast<uint32_t>(std::max<ssize_t>(size, 0));
+    setLength(rx, size);
     return size;
 }
 
@@ -74,17 +82,8 @@ int handleLastFragment(Port& port, const FrameHdr& hdr, Bytes area) {
     return reported(result, hdr);
 }
 
-}  // namespace
-
-int initMessageReceiver() {
-    return kOk;
-}
-
-int recv1905Msg(Port& port) {
-    if (const ssize_t size = readFrame(port.ieee1905Sock); size <= 0) {
-        reportUnread(port, size);
-        return kFailure;
-    }
+// Handles the frame in the receive buffer.
+int handleFrame(Port& port) {
     const FrameBuffer& rx = getRxBuffer();
     const FrameHdr hdr = parseFrameHdr(rx.frame);
     if (!acceptHeaders(port, hdr)) return kFailure;
@@ -103,6 +102,43 @@ int recv1905Msg(Port& port) {
     if (!hdr.lastFragment) return storeFragment(port, hdr, area);
     if (hdr.fragId > 0) return handleLastFragment(port, hdr, area);
     return reported(parse1905Msg(port, hdr, area), hdr);
+}
+
+}  // namespace
+
+int initMessageReceiver() {
+    return kOk;
+}
+
+int recv1905Msg(Port& port) {
+    const ssize_t size = readFrame(port.ieee1905Sock);
+    if (size > 0) return handleFrame(port);
+    reportUnread(port, size);
+    return kFailure;
+}
+
+unsigned recv1905Msgs(Port& port) {
+    std::array<mmsghdr, kRxBuffers> messages{};
+    std::array<iovec, kRxBuffers> parts;
+    for (size_t i = 0; i < kRxBuffers; i++) {
+        FrameBuffer& rx = useRxBuffer(i);
+        parts[i] = {rx.frame.data(), rx.frame.size()};
+        messages[i].msg_hdr.msg_iov = &parts[i];
+        messages[i].msg_hdr.msg_iovlen = 1;
+    }
+    const int count =
+        recvmmsg(port.ieee1905Sock.get(), messages.data(), kRxBuffers, MSG_DONTWAIT, nullptr);
+    if (count <= 0) reportUnread(port, count);
+    for (int i = 0; i < count; i++) {
+        const auto at = static_cast<size_t>(i);
+        setLength(useRxBuffer(at), messages[at].msg_len);
+        if (messages[at].msg_len > 0) {
+            (void)handleFrame(port);
+        } else {
+            reportUnread(port, 0);
+        }
+    }
+    return static_cast<unsigned>(std::max(count, 0));
 }
 
 int recvLldpMsg(Port& port) {

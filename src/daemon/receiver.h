@@ -27,7 +27,11 @@ int initMessageReceiver();
 // Reads one frame from a port and handles it. kOk, or kFailure if it was dropped.
 int recv1905Msg(Port& port);
 
-// The same for an LLDP frame.
+// Reads the waiting frames of a port, at most eight, so that other ports have their turn, and
+// handles them in order. Returns their number.
+unsigned recv1905Msgs(Port& port);
+
+// The same as recv1905Msg for an LLDP frame.
 int recvLldpMsg(Port& port);
 
 // The daemon itself does not call this one.

@@ -184,7 +184,11 @@ FrameBuffer& getTxBuffer() {
     return module().txBuffer;
 }
 FrameBuffer& getRxBuffer() {
-    return module().rxBuffer;
+    return module().rxBuffers[module().rxBuffer];
+}
+FrameBuffer& useRxBuffer(size_t index) {
+    module().rxBuffer = index;
+    return getRxBuffer();
 }
 
 int refreshIntfPort(Port& port) {

@@ -18,6 +18,9 @@ struct FrameBuffer {
     std::array<uint8_t, kMaxFrameLen> frame{};
 };
 
+// So many frames are read at a time.
+inline constexpr size_t kRxBuffers = 8;
+
 struct Port {
     Fd lldpSock;
     Fd ieee1905Sock;
@@ -39,7 +42,8 @@ struct PortsState {
     // Indexes of the interfaces that accept all multicasts because of this daemon.
     std::set<unsigned> allMulticasts{};
     FrameBuffer txBuffer;
-    FrameBuffer rxBuffer;
+    std::array<FrameBuffer, kRxBuffers> rxBuffers;
+    size_t rxBuffer = 0;  // the one in use
 };
 
 // Builds the list of ports: the kernel interfaces with index 1 to 253 that are in the interface
@@ -76,9 +80,11 @@ int linkEventsFd();
 [[nodiscard]] bool aLinkHasReturned();
 
 std::list<Port>& getIntfPorts();
-// The buffers of the frame that is being sent and of the frame that was received last.
+// The buffers of the frame that is being sent and of the received frame that is being handled.
 FrameBuffer& getTxBuffer();
 FrameBuffer& getRxBuffer();
+// Makes the index-th of kRxBuffers the receive buffer and returns it.
+FrameBuffer& useRxBuffer(size_t index);
 
 // Asks the kernel whether the port is up and sets isDown. kOk, or kIntfError if the port has no
 // name.

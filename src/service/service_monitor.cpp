@@ -66,7 +66,6 @@ int startServiceMonitor() {
 
 int runServiceMonitor() {
     if (state() != kStart) return invalidState(kStart);
-    drainWakeFifo();
     int result = continueIntfRequest();
     if (!intfRequestIsPending() && requestIsWaiting()) result = requestHandleService(takeRequest());
     if (result != kOk) LOG(2, "failed to handle service request (retCode = %d)\r\n", result);
