@@ -5,6 +5,8 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <new>
+#include <string_view>
 
 #include "base/log.h"
 #include "base/result.h"
@@ -37,6 +39,13 @@ void keepStandardStreams() {
         fd = open("/dev/null", O_RDWR);
     } while (fd >= 0 && fd <= STDERR_FILENO);
     if (fd >= 0) close(fd);
+}
+
+// A table with half of a change is worse than a restart. LOG would need memory itself.
+[[noreturn]] void endWithoutMemory() {
+    constexpr std::string_view kText = "[vm1905] out of memory, ending\n";
+    (void)!write(STDOUT_FILENO, kText.data(), kText.size());
+    _exit(EXIT_FAILURE);
 }
 
 bool isSwitch(int value) {
@@ -108,6 +117,7 @@ void applySwitches(const CommandLine& line) {
 
 int main(int argc, char** argv) {
     keepStandardStreams();
+    std::set_new_handler(endWithoutMemory);
     // The program that reads the log may end. runShell and the platform library restore the signal
     // for the programs that they run.
     (void)signal(SIGPIPE, SIG_IGN);

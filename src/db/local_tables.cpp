@@ -282,7 +282,9 @@ int addIntfNbrIntf(std::string_view name, const MacAddr& mac, uint32_t mediaType
     for (size_t i = 0; i < macs.size(); i++) {
         // Meant: the check for duplicates looks at the MAC at twice the index, if the list has one,
         // and not at the MAC that is added.
-        if (2 * i < macs.size() && getIntfNbrDevByMac(*intf, macs[2 * i]) != nullptr) {
+        IntfNbrDev* known = 2 * i < macs.size() ? getIntfNbrDevByMac(*intf, macs[2 * i]) : nullptr;
+        if (known != nullptr) {
+            known->namedTime = 0;
             LOG(4, "neighbor interface (" MAC_FMT ", mediaType = %x) has existed\r\n",
                 MAC_ARGS(macs[2 * i]), mediaType);
             continue;

@@ -202,6 +202,16 @@ int updateLldpDiscInfo(std::string_view localName, const MacAddr& localMac, uint
     return report(true);
 }
 
+void noteNamedIntf(std::string_view localName, const MacAddr& localMac, uint32_t mediaType,
+                   const MacAddr& nbrIntfMac) {
+    IntfTable* intf = getIntfTableByName(localName);
+    const IntfNbrDev* known = intf != nullptr ? getIntfNbrDevByMac(*intf, nbrIntfMac) : nullptr;
+    const bool isReported = known != nullptr && known->namedTime == 0;
+    (void)addIntfNbrIntf(localName, localMac, mediaType, {nbrIntfMac});
+    if (intf == nullptr || isReported) return;
+    if (IntfNbrDev* nbr = getIntfNbrDevByMac(*intf, nbrIntfMac)) nbr->namedTime = now();
+}
+
 int updateTopolInfo(int kind, std::string_view localName, const MacAddr& localMac,
                     uint32_t mediaType, const MacAddr& nbrAlMac, const MacAddr& nbrIntfMac) {
     LOG(4, "alMac = " MAC_FMT ", intfMac = " MAC_FMT ", mediaType = 0x%04x \n", MAC_ARGS(nbrAlMac),
@@ -233,7 +243,7 @@ int checkIntfNbrIntfTimeOut() {
     bool changed = false;
     for (auto& intf : getIntfTable()) {
         for (auto it = intf.nbrs.begin(); it != intf.nbrs.end();) {
-            if (it->is1905 && !it->isLiving1905(time)) {
+            if ((it->is1905 && !it->isLiving1905(time)) || it->isForgotten(time)) {
                 LOG(3, "remove a neighbor interface (" MAC_FMT ")\r\n", MAC_ARGS(it->nbrIntfMac));
                 it = intf.nbrs.erase(it);
                 changed = true;

@@ -16,6 +16,11 @@ struct NeighborAging {
 int updateLldpDiscInfo(std::string_view localName, const MacAddr& localMac, uint32_t mediaType,
                        const MacAddr& nbrAlMac, const MacAddr& nbrIntfMac, uint16_t ttl);
 
+// Adds the interface that a discovery or notification names, for 130 seconds unless the platform
+// reports it, too.
+void noteNamedIntf(std::string_view localName, const MacAddr& localMac, uint32_t mediaType,
+                   const MacAddr& nbrIntfMac);
+
 // Notes a discovery (kNbrDiscovery, kNbrUcastDisc) or a notification (kNbrNotification), adds an
 // unknown neighbor interface, and detects IEEE 802.1 bridges in between. A discovery with a new AL
 // MAC on a known neighbor interface removes the old device, unless it is heard on another
@@ -27,7 +32,8 @@ int updateTopolInfo(int kind, std::string_view localName, const MacAddr& localMa
 // answer the discovery that is sent then, unless the cable now leads elsewhere.
 void hurryNbrTimeOut(std::string_view localName);
 
-// Removes the interfaces of 1905 neighbors after 130 seconds without a discovery. If LLDP is read,
+// Removes the interfaces of 1905 neighbors after 130 seconds without a discovery, and others that
+// frames have not named for as long and the platform does not report. If LLDP is read,
 // also finds the bridges that swallow the LLDP frames of a neighbor whose discoveries arrive.
 // kChanged or kNothingChanged. Called on every pass of the main loop; looks once a second.
 int checkIntfNbrIntfTimeOut();

@@ -48,6 +48,7 @@ struct IntfNbrDev {
     MacAddr nbrAlMac{};
     MacAddr nbrIntfMac{};
     bool is1905 = false;
+    Seconds namedTime = 0;     // of the last frame that names it, 0 if the platform reports it
     Seconds last1905Time = 0;  // last topology discovery, at first the message that created it
     Seconds discTime = 0;  // last multicast discovery, with which LLDP leaves; 0 before the first
     bool lldpSeen = false;
@@ -58,6 +59,11 @@ struct IntfNbrDev {
     Seconds claimTime = 0;   // of the latest claim, also of one that was refuted
 
     bool isLiving1905(Seconds time) const { return is1905 && time - last1905Time < kSilenceLimit; }
+    // True if it is no 1905 neighbor, and the frames that named it have stopped: the platform,
+    // which does not know it, will never remove it.
+    bool isForgotten(Seconds time) const {
+        return !is1905 && namedTime != 0 && time - namedTime >= kSilenceLimit;
+    }
     // True if this is the MAC of the interface or the AL MAC of its device. An AL MAC of zero is
     // not known yet and names nobody.
     bool isNamedBy(const MacAddr& mac) const {

@@ -48,7 +48,7 @@ int acknowledgeRenew(const ApAutoConfInfo& msg) {
 int handleTopolDiscMsg(std::string_view localName, const MacAddr& localMac, uint32_t mediaType,
                        const MacAddr& srcMac, const MacAddr& alMac, const MacAddr& intfMac,
                        NbrMsgType kind) {
-    (void)addIntfNbrIntf(localName, localMac, mediaType, {intfMac});
+    noteNamedIntf(localName, localMac, mediaType, intfMac);
     if (getNetTopolCap() != 1) return kTopolDisabled;
     updateTopolInfo(kind, localName, localMac, mediaType, alMac, srcMac);
     listTables();
@@ -61,7 +61,7 @@ int handleTopolDiscMsg(std::string_view localName, const MacAddr& localMac, uint
 
 int handleTopolNtfMsg(std::string_view localName, const MacAddr& localMac, uint32_t mediaType,
                       const MacAddr& srcMac, const MacAddr& alMac) {
-    (void)addIntfNbrIntf(localName, localMac, mediaType, {srcMac});
+    noteNamedIntf(localName, localMac, mediaType, srcMac);
     if (getNetTopolCap() != 1) return kTopolDisabled;
     updateTopolInfo(kNbrNotification, localName, localMac, mediaType, alMac, srcMac);
     listTables();

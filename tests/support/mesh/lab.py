@@ -41,24 +41,19 @@ def wait_until(condition, seconds, what, pause=0.1):
     return value
 
 
-class Lab:
-    """Its daemons have a clock that the test can set ahead; the kernel and files do not follow."""
+class Mesh:
+    """A lab for the duration of a test. env: variables of the daemons, as NAME=VALUE."""
 
-    def __init__(self, *up):
-        self.build = os.environ["VM1905_BUILD"]
+    def __init__(self, build, *up, env=()):
+        self.build = str(build)
         self.inits = {}  # process ids, for reading files of the devices
-        # All devices share the build folder, but not /tmp.
-        self.clock = tempfile.NamedTemporaryFile(dir=self.build, prefix="clock-")
-        self.ahead = 0
-        self.advance(0)
-        self.daemon_environment = [f"LD_PRELOAD={self.build}/libclock_ahead.so",
-                                   f"CLOCK_AHEAD={self.clock.name}"]
         # AddressSanitizer insists on being the first library, but need not be.
         sanitizer = (os.environ.get("ASAN_OPTIONS"), "verify_asan_link_order=0")
         self.environment = dict(os.environ, VM1905_LAB=f"test-{os.getpid()}-{next(_numbers)}",
+                                VM1905_BUILD=self.build,
                                 ASAN_OPTIONS=":".join(filter(None, sanitizer)))
         self.arguments = [*up, "--until-exit-of", str(os.getpid())]
-        for variable in self.daemon_environment:
+        for variable in env:
             self.arguments += ["--env", variable]
 
     def __enter__(self):
@@ -67,29 +62,6 @@ class Lab:
 
     def __exit__(self, *_):
         self("down")
-
-    def advance(self, seconds):
-        """Sets the clocks of all daemons ahead, at once."""
-        self.ahead += seconds
-        os.pwrite(self.clock.fileno(), struct.pack("q", self.ahead), 0)
-
-    def pass_time(self, seconds, step=1):
-        """Lets these seconds pass quickly, a step at a time."""
-        for _ in range(0, seconds, step):
-            self.advance(step)
-            time.sleep(0.25)
-
-    def until(self, condition, what, gain=1):
-        """Like wait_until(), but the daemons' clocks gain some seconds with every look.
-
-        Not for programs that the daemon runs: it may give them only a few of these seconds."""
-        return wait_until(lambda: condition() or self.advance(gain), 60, what, 0.2)
-
-    def complete(self, gain=1):
-        """Waits until every device knows those it hears, and whom they hear."""
-        look = ("wait", "--seconds", "0")
-        wait_for(lambda: self.attempt(*look).returncode == 0 or self.advance(gain), 60, 0.2)
-        self(*look)  # fails with what is missing
 
     @property
     def folder(self):
@@ -165,6 +137,43 @@ class Lab:
         finally:
             recorder.send_signal(signal.SIGTERM)
             recorder.communicate(timeout=10)
+
+
+class Lab(Mesh):
+    """Its daemons have a clock that the test can set ahead; the kernel and files do not follow."""
+
+    def __init__(self, *up):
+        build = os.environ["VM1905_BUILD"]
+        # All devices share the build folder, but not /tmp.
+        self.clock = tempfile.NamedTemporaryFile(dir=build, prefix="clock-")
+        self.ahead = 0
+        self.advance(0)
+        self.daemon_environment = [f"LD_PRELOAD={build}/libclock_ahead.so",
+                                   f"CLOCK_AHEAD={self.clock.name}"]
+        super().__init__(build, *up, env=self.daemon_environment)
+
+    def advance(self, seconds):
+        """Sets the clocks of all daemons ahead, at once."""
+        self.ahead += seconds
+        os.pwrite(self.clock.fileno(), struct.pack("q", self.ahead), 0)
+
+    def pass_time(self, seconds, step=1):
+        """Lets these seconds pass quickly, a step at a time."""
+        for _ in range(0, seconds, step):
+            self.advance(step)
+            time.sleep(0.25)
+
+    def until(self, condition, what, gain=1):
+        """Like wait_until(), but the daemons' clocks gain some seconds with every look.
+
+        Not for programs that the daemon runs: it may give them only a few of these seconds."""
+        return wait_until(lambda: condition() or self.advance(gain), 60, what, 0.2)
+
+    def complete(self, gain=1):
+        """Waits until every device knows those it hears, and whom they hear."""
+        look = ("wait", "--seconds", "0")
+        wait_for(lambda: self.attempt(*look).returncode == 0 or self.advance(gain), 60, 0.2)
+        self(*look)  # fails with what is missing
 
 
 class Recording:

@@ -160,7 +160,7 @@ TEST_F(MeshKeyTest, EveryCoveredBitCounts) {
         if (at >= 6 && at < 14) continue;    // a relay changes the source
         if (at == 20 || at == 21) continue;  // fragment and flags
         Frame bad = good;
-        bad[at] ^= 1U << at % 8;
+        bad[at] ^= static_cast<uint8_t>(1U << at % 8);
         EXPECT_FALSE(obeys(bad)) << at;
     }
     EXPECT_FALSE(obeys(Frame(good.begin(), good.end() - 3) + kLedTlv + endOfMsg()));

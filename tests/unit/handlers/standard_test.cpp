@@ -1,6 +1,8 @@
 #include "controller/alarm.h"
 #include "db/data_manager.h"
 #include "db/database.h"
+#include "db/local_tables.h"
+#include "db/neighbor_aging.h"
 #include "handlers/standard_handlers.h"
 #include "support/device.h"
 
@@ -43,6 +45,27 @@ TEST_F(Flow, WithoutTopologyNeighborsAreOnlyRegistered) {
         << "answered all the same";
     EXPECT_EQ(handleLldpDiscMsg("eth0", kEth0, kMedia, kPeer.al, kPeer.intf, 180), kOk);
     EXPECT_TRUE(eth0().nbrs[0].lldpSeen);
+}
+
+TEST_F(Flow, InterfacesThatOnlyFramesNameTimeOut) {
+    start();
+    const auto report = [](unsigned n) {
+        (void)addIntfNbrIntf("eth0", kEth0, kMedia, {peer(n).intf});
+    };
+    report(5);
+    for (const unsigned n : {5U, 6U, 7U, 8U}) {
+        (void)receive("eth0",
+                      frame1905(k1905Multicast, kPeer.intf, kMsgTopolDisc, 10 + n,
+                                macTlv(1, kPeer.al) + macTlv(2, peer(n).intf) + endOfMsg()));
+    }
+    report(7);
+    advance(kSilenceLimit);
+    (void)checkIntfNbrIntfTimeOut();
+    std::string left;
+    for (const unsigned n : {5U, 6U, 7U, 8U}) {
+        if (getIntfNbrDevByMac(eth0(), peer(n).intf) != nullptr) left += std::to_string(n);
+    }
+    EXPECT_EQ(left, "57") << "only those that the platform reports";
 }
 
 TEST_F(Flow, NewcomersAreAskedOnceAndNotificationsAlways) {
