@@ -3,6 +3,7 @@
 
 #include "base/result.h"
 #include "common/conf.h"
+#include "common/helper.h"
 #include "common/hook.h"
 #include "common/log.h"
 #include "netctrl/firmware_upgrade.h"
@@ -35,7 +36,8 @@ void tickSecond() {
 }
 
 int initNetCtrl() {
-    reloadConf();
+    // A confined daemon may not be able to read it any more.
+    if (!isConfined()) reloadConf();
     startUpgrade();
     return openWatch() ? kOk : kFailure;
 }

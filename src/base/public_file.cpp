@@ -142,3 +142,12 @@ void removePublicFiles(const std::string& folder, std::string_view beginning) {
     }
     for (const auto& path : found) std::filesystem::remove_all(path, error);
 }
+
+void handOver(const std::string& path, uid_t user, gid_t group) {
+    const Fd file(open(withoutSlash(path).c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    struct stat info {};
+    if (!file || fstat(file.get(), &info) != 0 || info.st_uid != 0) return;
+    const bool isShared = (info.st_mode & S_ISVTX) != 0;
+    if (S_ISDIR(info.st_mode) ? isShared : !S_ISREG(info.st_mode) || info.st_nlink != 1) return;
+    (void)fchownat(file.get(), "", user, group, AT_EMPTY_PATH);
+}

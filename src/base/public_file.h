@@ -38,3 +38,7 @@ using FileTrouble = std::string;
 
 // Removes everything in the folder whose name begins like this.
 void removePublicFiles(const std::string& folder, std::string_view beginning);
+
+// For root: gives a file or folder of root to another user. Leaves anything else alone, such as a
+// link or a file with a second name.
+void handOver(const std::string& path, uid_t user, gid_t group);

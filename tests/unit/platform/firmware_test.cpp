@@ -180,6 +180,9 @@ class Upgraded {
         daemon = std::make_unique<Listener>();
         startNeighbor();
     }
+    ~Upgraded() { kill(std::stoi(folder.read("neighbor")), SIGKILL); }
+    Upgraded(const Upgraded&) = delete;
+    Upgraded& operator=(const Upgraded&) = delete;
     void configure(const std::string& more) const {
         folder.platformConf("FIRMWARE_FOLDER = " + folder.path() +
                             "\nFIRMWARE_DOWNLOAD = " + folder.path("downloads") +
@@ -236,19 +239,13 @@ class Upgraded {
             "echo $$ >\"$0/neighbor\"; until ip link set v1 up; do sleep 0.02; done; "
             "ip address add 192.0.2.2/24 dev v1; "
             "exec busybox httpd -f -c /dev/null -p 192.0.2.2:8905 -h \"$0\"";
-        EXPECT_NE(startJob({findProgram("unshare"), "-n", "/bin/sh", "-c", script, folder.path()},
-                           {.limit = seconds(100), .quiet = true}, {}),
-                  0U);
+        run("unshare -n sh -c '" + script + "' " + folder.path() + " >/dev/null 2>&1 &");
         EXPECT_TRUE(::becomes([this] { return folder.read("neighbor").ends_with("\n"); }));
         ip("link set v1 netns " + std::string(trim(folder.read("neighbor"))));
         EXPECT_TRUE(::becomes([] { return download("192.0.2.2", "platform.conf") != ""; }));
     }
     static std::string download(const std::string& host, const std::string& name) {
-        std::string text;
-        const int status = runCommand(
-            {findProgram("busybox"), "wget", "-q", "-O", "-", "http://" + host + ":8905/" + name},
-            {.output = &text, .quiet = true});
-        return status == 0 ? text : "";
+        return run("busybox wget -q -O - http://" + host + ":8905/" + name + " 2>/dev/null || :");
     }
 };
 
