@@ -8,6 +8,7 @@
 #include "controller/announcements.h"
 #include "controller/controller_loop.h"
 #include "controller/root_ap.h"
+#include "daemon/confinement.h"
 #include "daemon/control_files.h"
 #include "daemon/message_monitor.h"
 #include "daemon/receiver.h"
@@ -48,7 +49,7 @@ using ModuleStates = std::tuple<                                          //
     AnswerMemory, MessageLog, OrderRefusals, ResultFiles,                 // handlers
     Announcements, ControllerLoop, RootAp,                                // controller
     ServiceMonitor, WakeFifo, IntfRequest,                                // service
-    MessageMonitor, Receiver, ControlFiles>;                              // daemon
+    MessageMonitor, Receiver, ControlFiles, Confinement>;                 // daemon
 
 struct DeviceState : ModuleStates {};
 

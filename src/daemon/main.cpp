@@ -8,9 +8,9 @@
 
 #include "base/log.h"
 #include "base/result.h"
-#include "base/shell.h"
 #include "controller/firmware_upgrade.h"
 #include "daemon/command_line.h"
+#include "daemon/confinement.h"
 #include "daemon/control_files.h"
 #include "daemon/device_state.h"
 #include "daemon/main_loop.h"
@@ -74,11 +74,14 @@ struct Init {
 };
 
 constexpr Init kInits[] = {
+    {initConfinement, "failed to initialize the confinement\r"},
     {initMessageIntegrity, "failed to initialize the key of the mesh\r"},
+    {giveUpRights, "failed to give up rights\r"},
     {initNetCtrl, "failed to initialize network controller\r"},
     {initDataManager, "failed to initialize data manager\r"},
     {initMessageMonitor, "failed to initialize message monitor\r"},
     {initServiceMonitor, "failed to initialize service monitor\r"},
+    {closeConfinement, "failed to limit the system calls\r"},
 };
 
 // Hands the start-up switches to the platform.
@@ -147,7 +150,7 @@ int main(int argc, char** argv) {
     destroyDataManager();
     if (restartRequested()) {
         LOG_PUTS(3, "IEEE1905 restart ...\r");
-        (void)runShell("%s restart &", "/usr/sbin/vm1905");
+        (void)startNextDaemon();
     }
     return EXIT_SUCCESS;
 }

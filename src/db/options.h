@@ -49,6 +49,10 @@ bool getReadLldpOption();
 // too. Empty if there is none.
 const char* getMeshKeyOption();
 const char* getMeshKeyNextOption();
+// True if the daemon gives up its rights (CONFINE), and the user that it then runs as (RUN_AS);
+// empty if that stays as it is.
+bool getConfineOption();
+const char* getRunAsOption();
 
 // The release, printed at start-up.
 inline constexpr const char* kReleaseVersionGit = "WIFISYS_RTK_9.2";

@@ -37,6 +37,8 @@ struct SysConfig {
     bool controlFilesOfOwner = false;
     Text<128> meshKey{};  // paths; empty if there is none
     Text<128> meshKeyNext{};
+    uint32_t confine = 0;
+    Text<64> runAs{};  // a user; empty: the one that started the daemon
 };
 
 struct SysIdentity {
