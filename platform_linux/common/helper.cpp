@@ -123,14 +123,16 @@ HelperReply carryOut(Processes& processes, const Packet& packet) {
         default:
             return {EINVAL, 0, 0};
     }
-    auto args = splitArguments({packet.bytes.data() + sizeof request,
-                                packet.bytes.size() - sizeof request});
+    auto args = splitArguments(
+        {packet.bytes.data() + sizeof request, packet.bytes.size() - sizeof request});
     Launch launch{.program = request.program, .quiet = request.quiet != 0};
     size_t fdNum = 0;
     for (int* fd : {&launch.out, &launch.in, &launch.file}) {
-        const bool isThere = (request.has & 1) != 0;
+        if ((request.has & 1) != 0) {
+            *fd = fdNum < packet.fdNum ? packet.fds[fdNum].get() : -1;
+            fdNum++;
+        }
         request.has >>= 1;
-        if (isThere && fdNum < packet.fdNum) *fd = packet.fds[fdNum++].get();
     }
     if (!args || fdNum != packet.fdNum || request.has != 0) return {EINVAL, 0, 0};
     launch.args = std::move(*args);
@@ -191,7 +193,8 @@ HelperReply ask(HelperRequest request, const Launch& launch = {}) {
             return reply;
         }
     }
-    LOG_LINE(1, "the process that runs programs has ended: hooks fail until the daemon is restarted");
+    LOG_LINE(1,
+             "the process that runs programs has ended: hooks fail until the daemon is restarted");
     helper.socket = Fd();
     return {EPIPE, 0, 0};
 }
@@ -222,6 +225,10 @@ bool startHelper(uid_t user, gid_t group) {
 
 bool isConfined() {
     return helper.confined;
+}
+
+HelperUser helperUser() {
+    return {helper.user, helper.group};
 }
 
 bool canBecome(uid_t user) {

@@ -9,9 +9,9 @@
 #include "base/fd.h"
 #include "common/processes.h"
 
-// Forks the helper. What needs no rights runs as this user and group there, as nobody for root. False, with
-// errno, if that fails. Call it before the process gives up rights, has threads or reads from the
-// network.
+// Forks the helper. What needs no rights runs as this user and group there, as nobody for root.
+// False, with errno, if that fails. Call it before the process gives up rights, has threads or
+// reads from the network.
 [[nodiscard]] bool startHelper(uid_t user, gid_t group);
 // The same with a socket of the caller's (SOCK_SEQPACKET) as the helper's end. Does not affect who
 // runs the programs of this process.
@@ -22,6 +22,13 @@ bool isConfined();
 // For a work (common/programs.h) that needs no rights: gives them up. Does nothing if this process
 // is not confined. False if that fails.
 [[nodiscard]] bool dropRights();
+// The user and group of the daemon, in processes that the helper has forked. Both 0 if it has none
+// of its own.
+struct HelperUser {
+    uid_t user = 0;
+    gid_t group = 0;
+};
+HelperUser helperUser();
 // Whether this process may become that user. Root in a user namespace that has no such user (a lab
 // without real root) is an ordinary user outside, and remains what it is.
 bool canBecome(uid_t user);

@@ -169,8 +169,7 @@ Handle Processes::start(const Launch& launch) {
     if (program.work != nullptr) {
         pid = forkInto(program, launch);
     } else {
-        const std::string path =
-            strict_ ? safeHookFile(program.name) : hookFile(program.name);
+        const std::string path = strict_ ? safeHookFile(program.name) : hookFile(program.name);
         errno = EACCES;
         if (!path.empty()) pid = spawn(path, launch);
     }

@@ -58,8 +58,8 @@ class Processes {
 // The path of a hook.
 std::string hookFile(std::string_view name);
 
-// The path of a hook that only root can change: the file is no link, belongs to root and is writable
-// by nobody else, and so are all folders above it, or they are sticky. Empty if that is not so or
-// there is no such executable. Such a path needs no further protection: nobody who could exchange
-// the file between this check and its start needs this process for that.
+// The path of a hook that only root can change: the file is no link, belongs to root and is
+// writable by nobody else, and so are all folders above it, or they are sticky. Empty if that is
+// not so or there is no such executable. Such a path needs no further protection: nobody who could
+// exchange the file between this check and its start needs this process for that.
 std::string safeHookFile(std::string_view name);

@@ -1,5 +1,5 @@
-// The programs that the library runs: those of one table and no others. netctrl/programs.cpp has the
-// table.
+// The programs that the library runs: those of one table and no others. netctrl/programs.cpp has
+// the table.
 #pragma once
 
 #include <chrono>

@@ -47,6 +47,12 @@ int restartDaemon() {
     return number && startProgram({.program = *number, .out = STDOUT_FILENO}) != 0 ? kOk : kFailure;
 }
 
+int runAdopt(const Arguments& /*args*/) {
+    const HelperUser user = helperUser();
+    handOverFolder(firmwareFolder(), user.user, user.group);
+    return kOk;
+}
+
 int runRestart(const Arguments& /*args*/) {
     constexpr const char* kDaemon = "/usr/sbin/vm1905";
     execl(kDaemon, kDaemon, "restart", nullptr);

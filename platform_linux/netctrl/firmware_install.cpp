@@ -112,8 +112,10 @@ std::string digestOf(Fd file) {
     return result.value_or("");
 }
 
+// The standard output of a job is not the daemon's.
 int refuse(const Refusal& why) {
-    LOG_LINE(1, "firmware: the process that runs programs refuses the image: %s", why.c_str());
+    dprintf(STDERR_FILENO, "[vmNetCtrl] firmware: the helper refuses the image: %s\r\n",
+            plainLine(why).c_str());
     return kFailure;
 }
 

@@ -63,6 +63,7 @@ constexpr auto kPrograms = std::to_array<Program>({
     {"verified firmware", "tx", kInstallLimit, runInstall},
     {"firmware download", "wnn", kDownloadLimit, runDownload},
     {"firmware server", "a", kServerLife, runServer},
+    {"adopt images", "", seconds(2), runAdopt},
     {"nft (isolate)", "", seconds(2), runIsolate},
     {"nft (remove)", "", seconds(2), runRemoveIsolation},
     {"restart", "", seconds(2), runRestart},

@@ -102,11 +102,11 @@ void handOverFiles() {
     give(stateFolder());
     give(inConfFolder("mesh_key_used"));
     stateOf<MessageLog>().folder = stateFolder();
+    // Not that folder itself: it may be one that must remain root's.
     const std::string models = getDataModelFolderOption();
     for (const char* name : {"vm1905.json", "vm1905_APautoconfig.json", "vm1905_log.json"}) {
         give(models + "/" + name);
     }
-    give(models);
     give(stateOf<ResultFiles>().folder);
 }
 
@@ -138,8 +138,9 @@ int initConfinement() {
         return kOk;
     }
     if (prepareConfinement == nullptr || limitSystemCalls == nullptr || restartDaemon == nullptr) {
-        LOG_PUTS(1, "CONFINE is set, but the platform library cannot run programs for a confined "
-                    "daemon\r");
+        LOG_PUTS(1,
+                 "CONFINE is set, but the platform library cannot run programs for a confined "
+                 "daemon\r");
         return kFailure;
     }
     if (*name == '\0') return kOk;
@@ -183,7 +184,8 @@ int closeConfinement() {
     if (!getConfineOption()) return kOk;
     const int result = limitSystemCalls();
     if (result != PLATFORM_FILTER_MISSING) return result;
-    LOG_PUTS(2, "the platform library was built without libseccomp: system calls are not limited\r");
+    LOG_PUTS(2,
+             "the platform library was built without libseccomp: system calls are not limited\r");
     return kOk;
 }
 

@@ -1,8 +1,8 @@
-// CONFINE: the daemon gives up its rights. What needs them later is run by another process, which the
-// platform library forks before (platform/confinement.h).
+// CONFINE: the daemon gives up its rights. What needs them later is run by another process, which
+// the platform library forks before (platform/confinement.h).
 //
-// The parts of the start, in this order: initConfinement, what only root can open, giveUpRights, all
-// the rest, closeConfinement.
+// The parts of the start, in this order: initConfinement, what only root can open, giveUpRights,
+// all the rest, closeConfinement.
 #pragma once
 
 #include <sys/types.h>
@@ -12,12 +12,12 @@ struct Confinement {
     gid_t group = 0;
 };
 
-// Logs which rights the daemon lacks. With CONFINE, finds the user of RUN_AS. kOk, or kFailure, with a
-// line of the log, if the daemon cannot be confined as it should be.
+// Logs which rights the daemon lacks. With CONFINE, finds the user of RUN_AS. kOk, or kFailure,
+// with a line of the log, if the daemon cannot be confined as it should be.
 [[nodiscard]] int initConfinement();
 
-// With CONFINE: hands over what the user of RUN_AS must be able to write, and becomes this user with
-// CAP_NET_RAW, CAP_NET_ADMIN and, if others may reboot this device, CAP_SYS_BOOT. Does nothing
+// With CONFINE: hands over what the user of RUN_AS must be able to write, and becomes this user
+// with CAP_NET_RAW, CAP_NET_ADMIN and, if others may reboot this device, CAP_SYS_BOOT. Does nothing
 // without it. kOk or kFailure.
 [[nodiscard]] int giveUpRights();
 

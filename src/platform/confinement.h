@@ -17,8 +17,8 @@ extern "C" {
  * Called once, before initNetCtrl. 0 on success. */
 int prepareConfinement(uint32_t user, uint32_t group);
 
-/* Limits the system calls of this process to those that the daemon and the library need. Called once,
- * at the end of the start. */
+/* Limits the system calls of this process to those that the daemon and the library need. Called
+ * once, at the end of the start. */
 #define PLATFORM_FILTER_FAILED 1
 #define PLATFORM_FILTER_MISSING 2 /* the library was built without */
 int limitSystemCalls(void);

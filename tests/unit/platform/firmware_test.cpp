@@ -1,6 +1,7 @@
 // The firmware upgrade: manifests, the order of the rounds, and images from a real server.
 #include "netctrl/firmware_image.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sched.h>
 #include <sys/mount.h>
@@ -14,6 +15,7 @@
 #include <optional>
 #include <tuple>
 
+#include "common/helper.h"
 #include "common/job.h"
 #include "netctrl/firmware_rounds.h"
 #include "platform/exports.h"
@@ -423,6 +425,38 @@ NETWORK_TEST(Upgrade, AnInstallationOutlivesTheDaemon) {
     EXPECT_TRUE(device.hasDownloads());
     ASSERT_EQ(initNetCtrl(), 0);
     EXPECT_FALSE(device.hasDownloads());
+}
+
+// Whoever has taken over a confined daemon can ask its helper to install an image.
+NETWORK_TEST(Upgrade, TheHelperVerifiesAnImageAgain) {
+    struct stat root {};
+    if (stat("/", &root) != 0 || root.st_uid != geteuid()) return;  // hooks of others are refused
+    Upgraded device;
+    device.announce();
+    ASSERT_TRUE(startHelper(0, 0));
+    EXPECT_EQ(device.fetched(kUrl), kReboot);
+    EXPECT_EQ(device.installed(), "the new firmware 2.0\n");
+
+    device.folder.hook("firmware-install", "echo must not run >\"$0.got\"");
+    const std::string good = device.signer->sign(kManifest), older = with("2.0", "0.9");
+    const auto install = [&](const std::string& manifest, const std::string& signature) {
+        const Fd image(open(device.folder.path("fw.bin").c_str(), O_RDONLY | O_CLOEXEC));
+        const auto* const bytes = reinterpret_cast<const uint8_t*>(signature.data());
+        const JobId job =
+            startJob("verified firmware", {manifest, hexText({bytes, signature.size()})},
+                     {.file = image.get()}, {});
+        return waitJob(job, std::chrono::seconds(10));
+    };
+    EXPECT_EQ(install(kManifest, ""), 16);
+    EXPECT_EQ(install(with("attic", "a*"), good), 16);
+    EXPECT_EQ(install(older, device.signer->sign(older)), 16);
+    {
+        const Fd writer(open(device.folder.path("fw.bin").c_str(), O_WRONLY | O_CLOEXEC));
+        EXPECT_EQ(install(kManifest, good), 16) << "it can still be changed";
+    }
+    device.folder.write("fw.bin", "the nEw firmware");
+    EXPECT_EQ(install(kManifest, good), 16);
+    EXPECT_EQ(device.installed(), "the new firmware 2.0\n");
 }
 
 TEST(Upgrade, TheServerFollowsTheLastOrder) {
