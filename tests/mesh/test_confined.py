@@ -8,18 +8,46 @@ from lab import Lab, al_mac, wait_until
 
 pytestmark = pytest.mark.skipif(os.geteuid() != 0, reason="a second user needs real root")
 
+STATION, BSSID = "02:aa:00:00:00:01", "02:bb:00:00:00:01"
+# What a Registrar orders from the last device, and the hook that carries it out.
+ORDERS = {
+    "led": "led {to} 7", "system": "system {to} 3", "network": "network {to} 1 text",
+    "ap-steering": "steer {to} 1", "btm-request": f"btm {{to}} {STATION} {BSSID}",
+    "beacon-report-request": f"beacon-report request {{to}} {STATION}",
+    "beacon-report-get": f"beacon-report get {{to}} {STATION}",
+    "blacklist-add": f"blacklist add {{to}} {STATION}",
+    "blacklist-remove": f"blacklist remove {{to}} {STATION}",
+    "speed-test": "speed-test start {to}", "reset-to-default": "reset {to} --yes",
+    "log-file-publish": "log-file request {to}", "autoconf-renew": "wps renew main5",
+    "extender-config": "wifi-sync extenders", "push-button": "wps push-button",
+}
+# Those that follow, or run on a schedule, and the device.
+LATER = {"dev1": {"wifi-state-get", "wifi-channel-get", "wifi-state-result", "wifi-channel-result",
+                  "log-file-fetch", "extender-config-get", "speed-test-result", "stations",
+                  "security-start"},
+         "dev4": {"wifi-state-set", "wifi-channel-set", "wifi-country-code", "speed-test-data",
+                  "log-file-fetched", "stations", "security-m1"}}
 KEPT = "0000000000403000"  # CAP_NET_ADMIN, CAP_NET_RAW and CAP_SYS_BOOT
-HOOK = "/etc/vm1905/hooks/led"
+HOOKS = "/etc/vm1905/hooks"
+CALLS = "/etc/vm1905/calls"
 DONE, REFUSED = 0, 1
 
 
 @pytest.fixture(scope="module")
 def lab():
     with Lab("line", "4", "--conf", "CONFINE = 1", "--conf", "RUN_AS = daemon") as made:
-        made.shell("dev4", f"""mkdir {HOOK[:-4]}; cat > {HOOK} <<'END'; chmod +x {HOOK}
+        for device in ("dev1", "dev4"):
+            # Each notes its name, arguments, user, parent and open files, and prints a text.
+            made.shell(device, f"""mkdir {HOOKS}; cat > {HOOKS}/led <<'END'; chmod +x {HOOKS}/led
 #!/bin/sh
-echo "$1 $(id -u) $(cat /proc/$PPID/comm) $(ls /proc/self/fd | wc -l)" >> $0.calls
-END""")
+echo "${{0##*/}} $* $(id -u) $(cat /proc/$PPID/comm) $(ls /proc/self/fd | wc -l)" >> {CALLS}
+case $0 in */log-file-publish) echo log.txt; echo ftp://192.0.2.4/x;; *-get|*-data) echo 00;;
+*/security-start) echo {al_mac(4)} 00;; esac
+END
+                cd {HOOKS}; for name in {" ".join({*ORDERS, *set().union(*LATER.values())} - {"led"})}
+                do cp led $name; done""")
+        made.shell("dev1", "echo WIFI_COUNTRY_CODE = DE >> /etc/vm1905/platform.conf")
+        made.restart("dev1", "dev4")
         made.complete()
         yield made
 
@@ -51,7 +79,22 @@ def test_only_the_helper_has_rights_and_runs_hooks(lab):
     for device in ("dev1", "dev4"):
         is_confined(lab, device)
     assert led(lab, "7") == DONE
-    assert lab.shell("dev4", f"cat {HOOK}.calls") == "7 0 vm1905-helper 4\n"
+    assert "led 7 0 vm1905-helper 4" in lab.shell("dev4", f"cat {CALLS}").splitlines()
+
+
+def called(lab, device):
+    """The hooks that have run."""
+    return {line.split()[0] for line in lab.shell(device, f"cat {CALLS}").splitlines()}
+
+
+def test_all_features_work(lab):
+    for hook, order in ORDERS.items():
+        done = lab.attempt("exec", "dev1", "--", "vm1905ctl", "--timeout", "5",
+                           *order.format(to=al_mac(4)).split())
+        assert done.returncode == DONE, (order, done.stdout, done.stderr)
+    lab.until(lambda: set(ORDERS) <= called(lab, "dev4"), "the orders", 2)
+    for device, hooks in LATER.items():
+        lab.until(lambda: hooks <= called(lab, device), f"the other hooks of {device}", 2)
 
 
 def test_a_restarted_daemon_is_confined_again(lab):
@@ -69,7 +112,7 @@ def test_a_daemon_without_its_helper_goes_on(lab):
     assert led(lab, "9") == REFUSED
     assert led(lab, "9") == REFUSED
     assert lab.log("dev4").count("the process that runs programs has ended") == 1
-    assert lab.shell("dev4", f"grep -c ^9 {HOOK}.calls || :") == "0\n"
+    assert lab.shell("dev4", f"grep -c '^led 9' {CALLS} || :") == "0\n"
 
 
 def test_the_end_leaves_nothing_behind(lab):
