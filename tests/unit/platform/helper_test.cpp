@@ -145,6 +145,7 @@ TEST(Helper, RunsOnlyHooksThatOnlyRootCanChange) {
     EXPECT_EQ(chmod(hook.c_str(), 0755), 0);
     EXPECT_EQ(chown(hook.c_str(), 1, 0), 0);
     EXPECT_EQ(start(), EACCES) << "of another user";
+    EXPECT_EQ(chown(hook.c_str(), 0, 0), 0);
     std::filesystem::rename(hook, folder.path("other"));
     std::filesystem::create_symlink("other", hook);
     EXPECT_EQ(start(), EACCES) << "a link";
