@@ -60,7 +60,7 @@ class Attacker {
     HelperReply reply{};
 };
 
-std::string argument(std::string text) {
+std::string argument(const std::string& text) {
     return text + '\0';
 }
 
@@ -87,7 +87,7 @@ TEST(Helper, StartsNothingOutsideItsTable) {
         {"led", argument("")},
         {"led", path},
         {"network", argument("x") + argument("text")},
-        {"network", one + argument(std::string(128 * 1024, 'x'))},
+        {"network", one + argument(std::string(131072, 'x'))},
         {"btm-request", mac + argument("02:00:00:00:00:0g") + one + one + one + one},
         {"log-file-fetch", argument("../x") + argument("ftp://h/x")},
         {"log-file-fetch", argument("x") + argument("-o/etc/x")},
