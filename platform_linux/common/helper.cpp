@@ -5,7 +5,6 @@
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
-#include <sys/syscall.h>
 #include <sys/time.h>
 
 #include <array>
@@ -20,7 +19,7 @@ extern char** environ;
 
 namespace {
 
-constexpr size_t kMostPacket = size_t{160} * 1024;  // below the kernel's limit for a packet
+constexpr size_t kMostPacket = size_t{160} * 1024;
 constexpr size_t kMostFds = 3;
 constexpr timeval kReplyLimit{1, 0};
 constexpr int kLimitPeriod = 1000;  // ms
@@ -186,12 +185,13 @@ HelperReply ask(HelperRequest request, const Launch& launch = {}) {
     for (const std::string& arg : launch.args) packet.append(arg).push_back('\0');
     if (packet.size() > kMostPacket) return {E2BIG, 0, 0};
     HelperReply reply{};
-    if (send(helper.socket.get(), packet.data(), packet.size(), fds, MSG_DONTWAIT)) {
-        const auto answer = receive(helper.socket.get());
-        if (answer && answer->bytes.size() == sizeof reply) {
-            memcpy(&reply, answer->bytes.data(), sizeof reply);
-            return reply;
-        }
+    if (!send(helper.socket.get(), packet.data(), packet.size(), fds, MSG_DONTWAIT)) {
+        // A packet that cannot be sent must not end the helper.
+        if (errno != EPIPE && errno != ECONNRESET) return {errno, 0, 0};
+    } else if (const auto answer = receive(helper.socket.get());
+               answer && answer->bytes.size() == sizeof reply) {
+        memcpy(&reply, answer->bytes.data(), sizeof reply);
+        return reply;
     }
     LOG_LINE(1,
              "the process that runs programs has ended: hooks fail until the daemon is restarted");
@@ -209,7 +209,7 @@ pid_t forkHelper(Fd end, uid_t user, gid_t group) {
     // The numbers of the other descriptors are unknown here.
     constexpr int kSocket = STDERR_FILENO + 1;
     if (dup2(end.get(), kSocket) < 0 || fcntl(kSocket, F_SETFD, FD_CLOEXEC) != 0) _exit(1);
-    for (int fd = kSocket + 1; fd < sysconf(_SC_OPEN_MAX); fd++) close(fd);
+    closeFrom(kSocket + 1);
     (void)prctl(PR_SET_NAME, "vm1905-helper");
     keepEnvironment();
     serve(kSocket);
@@ -220,6 +220,8 @@ bool startHelper(uid_t user, gid_t group) {
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) return false;
     helper = {.confined = true, .socket = Fd(ends[0]), .user = user, .group = group};
     (void)setsockopt(ends[0], SOL_SOCKET, SO_RCVTIMEO, &kReplyLimit, sizeof kReplyLimit);
+    constexpr int kRoom = 2 * kMostPacket;  // the usual room may be smaller than the largest packet
+    (void)setsockopt(ends[0], SOL_SOCKET, SO_SNDBUFFORCE, &kRoom, sizeof kRoom);
     return forkHelper(Fd(ends[1]), user, group) > 0;
 }
 

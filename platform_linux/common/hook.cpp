@@ -86,10 +86,7 @@ JobId startHook(const std::string& name, const Arguments& args, JobOptions optio
     collectJobs();
     options.name = "hook " + name;
     if (!hasHook(name)) {
-        LOG_LINE(2, "no hook for this action: provide an executable %s%s", hookFile(name).c_str(),
-                 isConfined() ? "; it and all folders above must belong to root and be writable by "
-                                "nobody else"
-                              : "");
+        LOG_LINE(2, "no hook for this action: provide an executable %s", hookFile(name).c_str());
         return 0;
     }
     if (isJobRunning(options.name)) {

@@ -99,9 +99,7 @@ bool prepareChild(const Launch& launch) {
         (launch.file >= 0 && launch.file != kWorkFile && dup2(launch.file, kWorkFile) < 0)) {
         return false;
     }
-    const int first = launch.file >= 0 ? kWorkFile + 1 : kWorkFile;
-    if (syscall(SYS_close_range, first, ~0U, 0) == 0) return true;
-    for (int fd = first; fd < sysconf(_SC_OPEN_MAX); fd++) close(fd);
+    closeFrom(launch.file >= 0 ? kWorkFile + 1 : kWorkFile);
     return true;
 }
 
@@ -120,6 +118,11 @@ bool isSafe(const struct stat& info) {
 }
 
 }  // namespace
+
+void closeFrom(int first) {
+    if (syscall(SYS_close_range, first, ~0U, 0) == 0) return;
+    for (int fd = first; fd < sysconf(_SC_OPEN_MAX); fd++) close(fd);
+}
 
 std::string hookFile(std::string_view name) {
     const char* folder = secure_getenv("VM1905_HOOKS");

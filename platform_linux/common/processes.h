@@ -55,6 +55,9 @@ class Processes {
     Handle last_ = 0;
 };
 
+// Closes this descriptor and all with higher numbers.
+void closeFrom(int first);
+
 // The path of a hook.
 std::string hookFile(std::string_view name);
 

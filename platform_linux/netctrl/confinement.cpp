@@ -26,6 +26,19 @@ void handOverFolder(const std::string& folder, uid_t user, gid_t group) {
     }
 }
 
+// The helper ignores them.
+void nameUnsafeHooks() {
+    for (const Program& program : programs()) {
+        if (program.work != nullptr || access(hookFile(program.name).c_str(), F_OK) != 0) continue;
+        if (!safeHookFile(program.name).empty()) continue;
+        LOG_LINE(
+            1,
+            "%s is ignored: with CONFINE = 1, a hook must be an executable file, no link, and it "
+            "and all folders above must belong to root and be writable by nobody else",
+            hookFile(program.name).c_str());
+    }
+}
+
 }  // namespace
 
 int prepareConfinement(uint32_t user, uint32_t group) {
@@ -39,6 +52,7 @@ int prepareConfinement(uint32_t user, uint32_t group) {
             handOver(log, user, group);
         }
     }
+    nameUnsafeHooks();
     return startHelper(user, group) ? kOk : kFailure;
 }
 

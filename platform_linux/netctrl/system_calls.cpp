@@ -199,7 +199,8 @@ bool fill(const Filter& filter) {
     }
     // Whether a client is alive, and the end of abort().
     return good && allowWith(filter, SCMP_SYS(kill), 1, 0) &&
-           allowWith(filter, SCMP_SYS(tgkill), 2, SIGABRT);
+           allowWith(filter, SCMP_SYS(tgkill), 2, SIGABRT) &&
+           allowWith(filter, SCMP_SYS(tkill), 1, SIGABRT);
 }
 
 }  // namespace

@@ -190,5 +190,8 @@ int closeConfinement() {
 }
 
 int startNextDaemon() {
-    return getConfineOption() ? restartDaemon() : runShell("%s restart &", "/usr/sbin/vm1905");
+    if (!getConfineOption()) return runShell("%s restart &", "/usr/sbin/vm1905");
+    if (restartDaemon() == kOk) return kOk;
+    LOG_PUTS(1, "can't start the next daemon\r");
+    return kFailure;
 }

@@ -24,5 +24,5 @@ struct Confinement {
 // With CONFINE: limits the system calls, if the platform library can. kOk or kFailure.
 [[nodiscard]] int closeConfinement();
 
-// At the end: starts the daemon that follows this one, without waiting for it.
+// At the end: starts the daemon that follows this one, without waiting for it. Not 0 if that fails.
 int startNextDaemon();

@@ -46,7 +46,8 @@ case $0 in */log-file-publish) echo log.txt; echo ftp://192.0.2.4/x;; *-get|*-da
 END
                 cd {HOOKS}; for name in {" ".join({*ORDERS, *set().union(*LATER.values())} - {"led"})}
                 do cp led $name; done""")
-        made.shell("dev1", "echo WIFI_COUNTRY_CODE = DE >> /etc/vm1905/platform.conf")
+        made.shell("dev1", f"cp {HOOKS}/led {HOOKS}/system; chmod o+w {HOOKS}/system;"
+                           "echo WIFI_COUNTRY_CODE = DE >> /etc/vm1905/platform.conf")
         made.restart("dev1", "dev4")
         made.complete()
         yield made
@@ -78,6 +79,7 @@ def is_confined(lab, device):
 def test_only_the_helper_has_rights_and_runs_hooks(lab):
     for device in ("dev1", "dev4"):
         is_confined(lab, device)
+    assert f"{HOOKS}/system is ignored: with CONFINE = 1, a hook must" in lab.log("dev1")
     assert led(lab, "7") == DONE
     assert "led 7 0 vm1905-helper 4" in lab.shell("dev4", f"cat {CALLS}").splitlines()
 

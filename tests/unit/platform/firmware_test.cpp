@@ -433,7 +433,10 @@ NETWORK_TEST(Upgrade, TheHelperVerifiesAnImageAgain) {
     if (stat("/", &root) != 0 || root.st_uid != geteuid()) return;  // hooks of others are refused
     Upgraded device;
     device.announce();
+    device.folder.hook("network", "exit 0");
     ASSERT_TRUE(startHelper(0, 0));
+    EXPECT_EQ(setNetworkCtrl(1, std::string(200'000, 'x').c_str()), 16) << "too long";
+    EXPECT_EQ(setNetworkCtrl(1, "x"), 0);
     EXPECT_EQ(device.fetched(kUrl), kReboot);
     EXPECT_EQ(device.installed(), "the new firmware 2.0\n");
 

@@ -41,8 +41,7 @@ class Attacker {
     int32_t exchange(const std::string& packet) {
         EXPECT_EQ(send(socket.get(), packet.data(), packet.size(), 0),
                   static_cast<ssize_t>(packet.size()));
-        EXPECT_EQ(recv(socket.get(), &reply, sizeof reply, 0),
-                  static_cast<ssize_t>(sizeof reply));
+        EXPECT_EQ(recv(socket.get(), &reply, sizeof reply, 0), static_cast<ssize_t>(sizeof reply));
         return reply.error;
     }
     int32_t start(const char* name, const std::string& args) {
@@ -68,7 +67,8 @@ std::string argument(const std::string& text) {
 
 TEST(Helper, StartsNothingOutsideItsTable) {
     const ScratchFolder folder;
-    for (const char* name : {"led", "network", "btm-request", "firmware-install", "log-file-fetch"}) {
+    for (const char* name :
+         {"led", "network", "btm-request", "firmware-install", "log-file-fetch"}) {
         folder.hook(name, "echo \"$*\" >>\"${0%/*}/ran\"; env >\"${0%/*}/env\"");
     }
     setenv("SECRET", "x", 1);
@@ -128,7 +128,8 @@ TEST(Helper, RunsOnlyHooksThatOnlyRootCanChange) {
     const std::string hook = folder.path("led");
     const auto start = [&hook] {
         Attacker attacker;
-        const bool known = attacker.ask({HelperRequest::kCanStart, numberOf("led"), 0, 0, 0, 0}) == 0;
+        const bool known =
+            attacker.ask({HelperRequest::kCanStart, numberOf("led"), 0, 0, 0, 0}) == 0;
         const int error = attacker.start("led", argument("1"));
         EXPECT_EQ(known, error == 0);
         if (error == 0) attacker.end();
