@@ -22,7 +22,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr size_t kMostProcesses = 64;
 // The daemon kills its jobs itself, with a log line, unless somebody has taken it over.
 constexpr std::chrono::seconds kGrace{2};
 
@@ -166,8 +165,8 @@ Handle Processes::start(const Launch& launch) {
     if (launch.program >= programs().size()) return 0;
     const Program& program = programs()[launch.program];
     if (!fits(program, launch.args, strict_)) return 0;
-    errno = EAGAIN;
-    if (list_.size() >= kMostProcesses) return 0;
+    errno = EBUSY;
+    if (strict_ && std::ranges::count(list_, launch.program, &Process::program) > 0) return 0;
     pid_t pid = -1;
     if (program.work != nullptr) {
         pid = forkInto(program, launch);
@@ -177,7 +176,7 @@ Handle Processes::start(const Launch& launch) {
         if (!path.empty()) pid = spawn(path, launch);
     }
     if (pid < 0) return 0;
-    list_.push_back({++last_, pid, Clock::now() + program.limit + kGrace});
+    list_.push_back({++last_, launch.program, pid, Clock::now() + program.limit + kGrace});
     return last_;
 }
 

@@ -27,7 +27,8 @@ using Handle = uint64_t;  // of a process, never 0
 class Processes {
   public:
     // strict: what asks for programs is not trusted. Then arguments may not contain paths, hooks
-    // must be safe from everybody but root, and the limits of the table are enforced here, too.
+    // must be safe from everybody but root, each program runs once at a time, and the limits of the
+    // table are enforced here, too.
     explicit Processes(bool strict) : strict_(strict) {}
 
     // Starts a program. 0, with errno, if it is refused or cannot be started.
@@ -45,6 +46,7 @@ class Processes {
   private:
     struct Process {
         Handle handle;
+        uint8_t program;
         pid_t pid;
         std::chrono::steady_clock::time_point until;
     };

@@ -1,6 +1,7 @@
 #include "netctrl/confinement.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -16,14 +17,20 @@
 
 namespace {
 
-// A folder with all files in it.
-void handOverFolder(const std::string& folder, uid_t user, gid_t group) {
-    handOver(folder, user, group);
+void handOverFiles(const std::string& folder, const HelperUser& user) {
     std::error_code error;
     for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
          entry.increment(error)) {
-        handOver(entry->path(), user, group);
+        handOver(entry->path(), user.user, user.group);
     }
+}
+
+// The folder itself stays root's. The daemon links images in ".served" and writes ".installed".
+void handOverImages(const HelperUser& user) {
+    const std::string folder = firmwareFolder();
+    (void)mkdir((folder + "/.served").c_str(), 0755);
+    (void)Fd(open((folder + "/.installed").c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
+    handOverFiles(folder, user);
 }
 
 // The helper ignores them.
@@ -44,13 +51,14 @@ void nameUnsafeHooks() {
 int prepareConfinement(uint32_t user, uint32_t group) {
     reloadConf();
     if (user != 0) {
-        if (makeOwnFolder()) handOverFolder(ownFolder(), user, group);
-        handOverFolder(firmwareFolder(), user, group);
         const std::string log(conf().value("LOG_FILE"));
         if (!log.empty()) {
             (void)openOwnFile(log, O_WRONLY | O_APPEND | O_CREAT, 0640);
             handOver(log, user, group);
         }
+        if (makeOwnFolder()) handOverFiles(ownFolder(), {user, group});
+        handOver(ownFolder(), user, group);
+        handOverImages({user, group});
     }
     nameUnsafeHooks();
     return startHelper(user, group) ? kOk : kFailure;
@@ -62,8 +70,7 @@ int restartDaemon() {
 }
 
 int runAdopt(const Arguments& /*args*/) {
-    const HelperUser user = helperUser();
-    handOverFolder(firmwareFolder(), user.user, user.group);
+    if (helperUser().user != 0) handOverImages(helperUser());
     return kOk;
 }
 

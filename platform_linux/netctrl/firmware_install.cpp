@@ -134,7 +134,11 @@ int runInstall(const Arguments& args) {
     const std::string hook = safeHookFile(kInstallHook);
     struct stat before {};
     if (hook.empty()) return refuse("there is no hook firmware-install that only root can change");
-    if (fstat(kWorkFile, &before) != 0 || !S_ISREG(before.st_mode)) return refuse("it is no file");
+    // Another file might be one of root's that the daemon can only read.
+    if (fstat(kWorkFile, &before) != 0 || !S_ISREG(before.st_mode) ||
+        before.st_uid != helperUser().user) {
+        return refuse("it is no file of the daemon's user");
+    }
     int status = kFailure;
     Fd file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!file || !seize(file)) {
@@ -148,9 +152,10 @@ int runInstall(const Arguments& args) {
         waitpid(child, &status, 0);
         status = WIFEXITED(status) ? WEXITSTATUS(status) : int{kFailure};
     }
-    // A Registrar may have to serve it again.
-    (void)fchmod(kWorkFile, before.st_mode & 07777);
-    (void)fchown(kWorkFile, before.st_uid, before.st_gid);
+    // A Registrar may have to serve it again. Only the user's file may get back the user's mode.
+    if (fchown(kWorkFile, before.st_uid, before.st_gid) == 0) {
+        (void)fchmod(kWorkFile, before.st_mode & 0777);
+    }
     return refusal.empty() ? status : refuse(refusal);
 }
 

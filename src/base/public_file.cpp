@@ -144,10 +144,15 @@ void removePublicFiles(const std::string& folder, std::string_view beginning) {
 }
 
 void handOver(const std::string& path, uid_t user, gid_t group) {
-    const Fd file(open(withoutSlash(path).c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    const Place place = placeOf(withoutSlash(path));
+    const Fd folder(open(place.folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     struct stat info {};
+    if (!folder || fstat(folder.get(), &info) != 0 || info.st_uid != 0 ||
+        (info.st_mode & kOthersWrite) != 0) {
+        return;
+    }
+    const Fd file(openat(folder.get(), place.name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     if (!file || fstat(file.get(), &info) != 0 || info.st_uid != 0) return;
-    const bool isShared = (info.st_mode & S_ISVTX) != 0;
-    if (S_ISDIR(info.st_mode) ? isShared : !S_ISREG(info.st_mode) || info.st_nlink != 1) return;
+    if (!S_ISDIR(info.st_mode) && (!S_ISREG(info.st_mode) || info.st_nlink != 1)) return;
     (void)fchownat(file.get(), "", user, group, AT_EMPTY_PATH);
 }

@@ -40,5 +40,6 @@ using FileTrouble = std::string;
 void removePublicFiles(const std::string& folder, std::string_view beginning);
 
 // For root: gives a file or folder of root to another user. Leaves anything else alone, such as a
-// link or a file with a second name.
+// link or a file with a second name, and whatever is in a folder to which others can write: they
+// may have put it there.
 void handOver(const std::string& path, uid_t user, gid_t group);

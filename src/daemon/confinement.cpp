@@ -22,7 +22,6 @@
 #include "db/options.h"
 #include "db/sys_ctrl.h"
 #include "handlers/message_log.h"
-#include "handlers/result_file.h"
 #include "platform/confinement.h"
 
 // The platform library may lack them.
@@ -78,38 +77,6 @@ std::string inConfFolder(const char* name) {
     return std::string(getSysCtrl().g_conf_folder.view()) + "/" + name;
 }
 
-// Where the daemon keeps what must survive a restart.
-std::string stateFolder() {
-    return inConfFolder("state");
-}
-
-// An earlier run has handed it over. The daemon reads it once more as root.
-void takeBackState() {
-    const Fd folder(open(stateFolder().c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (folder) (void)fchown(folder.get(), 0, 0);
-}
-
-// Gives the user of RUN_AS what the daemon writes later.
-void handOverFiles() {
-    const auto give = [](const std::string& path) {
-        handOver(path, module().user, module().group);
-    };
-    // The folder above stays root's, since it may hold the hooks.
-    (void)mkdir(stateFolder().c_str(), 0700);
-    for (const char* name : {"mesh_counters", "vm1905.log0", "vm1905.log1"}) {
-        give(stateFolder() + "/" + name);
-    }
-    give(stateFolder());
-    give(inConfFolder("mesh_key_used"));
-    stateOf<MessageLog>().folder = stateFolder();
-    // Not that folder itself: it may be one that must remain root's.
-    const std::string models = getDataModelFolderOption();
-    for (const char* name : {"vm1905.json", "vm1905_APautoconfig.json", "vm1905_log.json"}) {
-        give(models + "/" + name);
-    }
-    give(stateOf<ResultFiles>().folder);
-}
-
 bool becomeUser() {
     const gid_t group = module().group;
     const uid_t user = module().user;
@@ -154,13 +121,18 @@ int initConfinement() {
         return kFailure;
     }
     module() = {user->pw_uid, user->pw_gid};
-    takeBackState();
+    getSysCtrl().user = user->pw_uid;
+    // The folder above stays root's, since it may hold the hooks.
+    const std::string state = inConfFolder("state");
+    (void)mkdir(state.c_str(), 0700);
+    handOver(state, user->pw_uid, user->pw_gid);
+    stateOf<MessageLog>().folder = state;
     return kOk;
 }
 
 int giveUpRights() {
     if (!getConfineOption()) return kOk;
-    if (module().user != 0) handOverFiles();
+    if (module().user != 0) handOver(inConfFolder("mesh_key_used"), module().user, module().group);
     if (prepareConfinement(module().user, module().group) != kOk) return kFailure;
     uint64_t kept = 0;
     for (const Right& right : kRights) {

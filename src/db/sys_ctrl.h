@@ -1,6 +1,9 @@
 // The system control record: state of the daemon, its options, its identity and its one alarm.
 #pragma once
 
+#include <sys/types.h>
+#include <unistd.h>
+
 #include <cstdint>
 #include <string_view>
 #include <vector>
@@ -60,6 +63,7 @@ struct SysIdentity {
 };
 
 struct SysCtrl {
+    uid_t user = geteuid();  // that the daemon runs as after its start
     Text<32> g_conf_folder{std::string_view("/etc/vm1905")};
     Text<32> DeviceModelType;
     uint32_t state = kStopped;

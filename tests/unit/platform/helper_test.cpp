@@ -117,6 +117,9 @@ TEST(Helper, StartsNothingOutsideItsTable) {
     if (!kIsRoot) return;  // hooks of other users are refused
     const std::string text = "$(id) `id`; 'a' \"b\" -x";
     ASSERT_EQ(attacker.start("network", one + argument(text)), 0);
+    const Handle handle = attacker.reply.handle;
+    EXPECT_EQ(attacker.start("network", one + one), EBUSY);
+    attacker.reply.handle = handle;
     EXPECT_EQ(attacker.end(), 0);
     EXPECT_EQ(folder.read("ran"), "1 " + text + "\n");
     EXPECT_EQ(folder.read("env").find("SECRET"), std::string::npos);
