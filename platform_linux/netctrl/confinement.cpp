@@ -14,23 +14,28 @@
 #include "common/helper.h"
 #include "common/log.h"
 #include "netctrl/firmware_offer.h"
+#include "netctrl/firmware_trust.h"
 
 namespace {
 
-void handOverFiles(const std::string& folder, const HelperUser& user) {
-    std::error_code error;
-    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
-         entry.increment(error)) {
-        handOver(entry->path(), user.user, user.group);
-    }
-}
-
-// The folder itself stays root's. The daemon links images in ".served" and writes ".installed".
+// The images that have a manifest, and where the daemon links them (".served") and notes what it
+// has installed. The folder itself stays root's, and so does everything else in it.
 void handOverImages(const HelperUser& user) {
     const std::string folder = firmwareFolder();
     (void)mkdir((folder + "/.served").c_str(), 0755);
     (void)Fd(open((folder + "/.installed").c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
-    handOverFiles(folder, user);
+    const auto give = [&](const std::string& path) { handOver(path, user.user, user.group); };
+    give(folder + "/.served");
+    give(folder + "/.installed");
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        const std::string manifest = entry->path();
+        if (!manifest.ends_with(kManifestSuffix)) continue;
+        give(manifest);
+        give(manifest + std::string(kSignatureSuffix));
+        give(manifest.substr(0, manifest.size() - kManifestSuffix.size()));
+    }
 }
 
 // The helper ignores them.
@@ -52,11 +57,12 @@ int prepareConfinement(uint32_t user, uint32_t group) {
     reloadConf();
     if (user != 0) {
         const std::string log(conf().value("LOG_FILE"));
-        if (!log.empty()) {
+        if (!log.empty() && !log.starts_with("/tmp/")) {
             (void)openOwnFile(log, O_WRONLY | O_APPEND | O_CREAT, 0640);
             handOver(log, user, group);
         }
-        if (makeOwnFolder()) handOverFiles(ownFolder(), {user, group});
+        (void)makeOwnFolder();
+        handOver(ownFolder() + "/firmware.lock", user, group);
         handOver(ownFolder(), user, group);
         handOverImages({user, group});
     }
