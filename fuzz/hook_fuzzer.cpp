@@ -30,15 +30,12 @@ std::optional<int> endJob() {
 
 }  // namespace
 
-JobId startJob(const std::vector<std::string>&, const JobOptions& options, JobDone done) {
+// NOLINTNEXTLINE(performance-unnecessary-value-param): as declared
+JobId startJob(std::string_view, const Arguments&, JobOptions options, JobDone done) {
     require(!job.done);
     job.done = std::move(done);
     job.maxOutput = options.maxOutput;
     return 1;
-}
-// NOLINTNEXTLINE(performance-unnecessary-value-param): as declared
-JobId startJob(const std::function<int()>&, const JobOptions&, JobDone) {
-    return 0;
 }
 std::optional<int> waitJob(JobId, std::chrono::milliseconds) {
     return endJob();

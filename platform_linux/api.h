@@ -4,6 +4,7 @@
 
 #pragma GCC visibility push(default)
 #include "platform/autoconfig.h"
+#include "platform/confinement.h"
 #include "platform/descriptions.h"
 #include "platform/device.h"
 #include "platform/integrity.h"

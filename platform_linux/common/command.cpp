@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <memory>
 
 #include "base/result.h"
 #include "common/job.h"
@@ -15,20 +14,11 @@ constexpr std::chrono::milliseconds kKillWait{100};
 
 }  // namespace
 
-int runCommand(const std::vector<std::string>& argv, const CommandOptions& options) {
-    std::string* output = options.output;
-    if (output != nullptr) output->clear();
-    // Shared: the job may be collected after this function has returned.
-    const auto printed = std::make_shared<std::string>();
-    const JobId id = startJob(argv,
-                              {.limit = options.limit,
-                               .maxOutput = output != nullptr ? options.maxOutput : 0,
-                               .quiet = options.quiet},
-                              [printed](int, const std::string& text) { *printed = text; });
+int runCommand(std::string_view program, bool quiet) {
+    const JobId id = startJob(program, {}, {.maxOutput = 0, .quiet = quiet}, {});
     if (id == 0) return kFailure;
-    const int status = waitJob(id, options.limit + kKillWait).value_or(kFailure);
-    if (output != nullptr) *output = *printed;
-    return status;
+    const auto limit = programs()[*programNumber(program)].limit;
+    return waitJob(id, limit + kKillWait).value_or(kFailure);
 }
 
 std::string findProgram(std::string_view name) {

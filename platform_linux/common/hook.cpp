@@ -1,13 +1,11 @@
 #include "common/hook.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstdlib>
+#include <chrono>
 #include <list>
 
 #include "base/result.h"
+#include "common/helper.h"
 #include "common/log.h"
 #include "common/text.h"
 
@@ -25,7 +23,7 @@ constexpr size_t kMaxAnswers = 64;
 
 struct Answer {
     std::string name;
-    std::vector<std::string> args;
+    Arguments args;
     int status = kFailure;
     std::string output;
     bool read = false;
@@ -55,19 +53,14 @@ std::optional<int> waitForHook(JobId id) {
     return status;
 }
 
-std::string hookFile(const std::string& name) {
-    const char* folder = secure_getenv("VM1905_HOOKS");
-    return std::string(folder != nullptr ? folder : "/etc/vm1905/hooks") + "/" + name;
-}
-
-Answer* findAnswer(const std::string& name, const std::vector<std::string>& args) {
+Answer* findAnswer(const std::string& name, const Arguments& args) {
     for (Answer& answer : hooks.answers) {
         if (answer.name == name && answer.args == args) return &answer;
     }
     return nullptr;
 }
 
-void keepAnswer(const std::string& name, const std::vector<std::string>& args, int status,
+void keepAnswer(const std::string& name, const Arguments& args, int status,
                 const std::string& output) {
     hooks.answers.remove_if(
         [&](const Answer& answer) { return answer.name == name && answer.args == args; });
@@ -84,14 +77,12 @@ int give(Answer& answer, std::string& output) {
 }  // namespace
 
 bool hasHook(const std::string& name) {
-    const std::string file = hookFile(name);
-    struct stat info {};
-    return stat(file.c_str(), &info) == 0 && S_ISREG(info.st_mode) &&
-           access(file.c_str(), X_OK) == 0;
+    const auto number = programNumber(name);
+    return number && canStartProgram(*number);
 }
 
-JobId startHook(const std::string& name, const std::vector<std::string>& args, JobOptions options,
-                JobDone done, uint8_t okLevel) {
+JobId startHook(const std::string& name, const Arguments& args, JobOptions options, JobDone done,
+                uint8_t okLevel) {
     collectJobs();
     options.name = "hook " + name;
     if (!hasHook(name)) {
@@ -102,25 +93,21 @@ JobId startHook(const std::string& name, const std::vector<std::string>& args, J
         LOG_LINE(2, "hook %s is still running, refuse to run it again", name.c_str());
         return 0;
     }
-    std::vector<std::string> argv{hookFile(name)};
-    argv.insert(argv.end(), args.begin(), args.end());
-    return startJob(argv, options,
+    return startJob(name, args, std::move(options),
                     [name, okLevel, done = std::move(done)](int status, const std::string& output) {
                         LOG_LINE(status == 0 ? okLevel : 2, "hook %s: %d", name.c_str(), status);
                         if (done) done(status, output);
                     });
 }
 
-int runHook(const std::string& name, const std::vector<std::string>& args, JobDone done,
-            std::chrono::milliseconds limit) {
-    const JobId id = startHook(name, args, {.limit = limit}, std::move(done));
+int runHook(const std::string& name, const Arguments& args, JobDone done) {
+    const JobId id = startHook(name, args, {}, std::move(done));
     if (id == 0) return kFailure;
     // Still running counts as accepted: the caller cannot be kept waiting.
     return waitForHook(id).value_or(kOk);
 }
 
-int askHook(const std::string& name, const std::vector<std::string>& args, std::string& output,
-            size_t maxOutput) {
+int askHook(const std::string& name, const Arguments& args, std::string& output, size_t maxOutput) {
     output.clear();
     collectJobs();
     Answer* last = findAnswer(name, args);
@@ -128,7 +115,7 @@ int askHook(const std::string& name, const std::vector<std::string>& args, std::
     if (fresh || (last != nullptr && isJobRunning("hook " + name))) return give(*last, output);
     // Questions come every few seconds, so only a failure is worth a line.
     const JobId id = startHook(
-        name, args, {.limit = kHookLimit, .maxOutput = maxOutput},
+        name, args, {.maxOutput = maxOutput},
         [name, args](int status, const std::string& text) { keepAnswer(name, args, status, text); },
         4);
     if (id == 0) return kFailure;
@@ -137,8 +124,7 @@ int askHook(const std::string& name, const std::vector<std::string>& args, std::
     return last != nullptr ? give(*last, output) : kFailure;
 }
 
-int askForText(const std::string& name, const std::vector<std::string>& args, char* text,
-               size_t size) {
+int askForText(const std::string& name, const Arguments& args, char* text, size_t size) {
     if (text == nullptr) return kFailure;
     std::string output;
     const int result = askHook(name, args, output);
@@ -146,8 +132,7 @@ int askForText(const std::string& name, const std::vector<std::string>& args, ch
     return result == 0 && text[0] == '\0' ? kFailure : result;
 }
 
-int askIfThere(const std::string& name, const std::vector<std::string>& args, char* text,
-               size_t size) {
+int askIfThere(const std::string& name, const Arguments& args, char* text, size_t size) {
     return hasHook(name) ? askForText(name, args, text, size) : kFailure;
 }
 

@@ -2,10 +2,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/resource.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 
 #include <algorithm>
@@ -15,9 +11,8 @@
 
 #include "base/fd.h"
 #include "base/result.h"
+#include "common/helper.h"
 #include "common/log.h"
-
-extern char** environ;
 
 namespace {
 
@@ -29,7 +24,7 @@ constexpr milliseconds kEndWait{500};
 
 struct Job {
     JobId id = 0;
-    pid_t pid = -1;
+    Handle process = 0;
     Fd in;  // reads its standard output; closed at its end
     JobOptions options;
     JobDone done;
@@ -42,90 +37,6 @@ struct {
     std::list<Job> list;
     JobId last = 0;
 } jobs;
-
-struct SpawnActions {
-    posix_spawn_file_actions_t actions;
-    SpawnActions() { posix_spawn_file_actions_init(&actions); }
-    ~SpawnActions() { posix_spawn_file_actions_destroy(&actions); }
-    SpawnActions(const SpawnActions&) = delete;
-    SpawnActions& operator=(const SpawnActions&) = delete;
-};
-
-struct SpawnAttr {
-    posix_spawnattr_t attr;
-    SpawnAttr() { posix_spawnattr_init(&attr); }
-    ~SpawnAttr() { posix_spawnattr_destroy(&attr); }
-    SpawnAttr(const SpawnAttr&) = delete;
-    SpawnAttr& operator=(const SpawnAttr&) = delete;
-};
-
-pid_t spawn(const std::vector<std::string>& argv, int stdoutFd, const JobOptions& options) {
-    SpawnActions files;
-    if (options.in >= 0) {
-        posix_spawn_file_actions_adddup2(&files.actions, options.in, STDIN_FILENO);
-    } else {
-        posix_spawn_file_actions_addopen(&files.actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    }
-    // Writing into a pipe that nobody reads would end it.
-    if (options.outlives) {
-        posix_spawn_file_actions_addopen(&files.actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-    } else {
-        posix_spawn_file_actions_adddup2(&files.actions, stdoutFd, STDOUT_FILENO);
-    }
-    if (options.quiet) {
-        posix_spawn_file_actions_addopen(&files.actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-    }
-#if defined(__GLIBC__) && __GLIBC_PREREQ(2, 34)
-    // Other parts of the process may open descriptors that are not close-on-exec.
-    posix_spawn_file_actions_addclosefrom_np(&files.actions, STDERR_FILENO + 1);
-#endif
-
-    SpawnAttr attr;
-    sigset_t signals;
-    sigemptyset(&signals);
-    posix_spawnattr_setsigmask(&attr.attr, &signals);
-    sigfillset(&signals);
-    posix_spawnattr_setsigdefault(&attr.attr, &signals);
-    posix_spawnattr_setpgroup(&attr.attr, 0);
-    posix_spawnattr_setflags(
-        &attr.attr, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-
-    std::vector<char*> args;
-    args.reserve(argv.size() + 1);
-    for (const std::string& arg : argv) args.push_back(const_cast<char*>(arg.c_str()));
-    args.push_back(nullptr);
-    pid_t pid = -1;
-    const int error = posix_spawn(&pid, args[0], &files.actions, &attr.attr, args.data(), environ);
-    if (error == 0) return pid;
-    errno = error;
-    return -1;
-}
-
-// In the child, whatever the parent has open or blocks.
-void prepareChild(int stdoutFd) {
-    setpgid(0, 0);
-    for (int number = 1; number < NSIG; number++) signal(number, SIG_DFL);
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigprocmask(SIG_SETMASK, &signals, nullptr);
-    const int in = open("/dev/null", O_RDONLY);
-    if (in < 0 || dup2(in, STDIN_FILENO) < 0 || dup2(stdoutFd, STDOUT_FILENO) < 0) _exit(kFailure);
-    constexpr int kFirst = STDERR_FILENO + 1;
-    if (syscall(SYS_close_range, kFirst, ~0U, 0) == 0) return;
-    for (int fd = kFirst; fd < sysconf(_SC_OPEN_MAX); fd++) close(fd);
-}
-
-pid_t forkInto(const std::function<int()>& work, int stdoutFd, uint64_t maxFile) {
-    const pid_t pid = fork();
-    if (pid != 0) {
-        // Here too, since the group may be killed before the child has run.
-        if (pid > 0) setpgid(pid, pid);
-        return pid;
-    }
-    prepareChild(stdoutFd);
-    const rlimit most{maxFile, maxFile};
-    _exit(maxFile > 0 && setrlimit(RLIMIT_FSIZE, &most) != 0 ? kFailure : work());
-}
 
 // Reads what is there, up to a limit: a job that writes without end must not keep us here.
 void drain(Job& job) {
@@ -143,7 +54,7 @@ void drain(Job& job) {
 }
 
 void killGroup(Job& job) {
-    if (!job.killed) kill(-job.pid, SIGKILL);
+    if (!job.killed) killProgram(job.process);
     job.killed = true;
 }
 
@@ -151,8 +62,8 @@ void killGroup(Job& job) {
 std::optional<int> statusOf(Job& job) {
     drain(job);
     int status = 0;
-    const pid_t ended = waitpid(job.pid, &status, WNOHANG);
-    if (ended == job.pid) {
+    const int error = collectProgram(job.process, status);
+    if (error == 0) {
         drain(job);
         if (WIFEXITED(status)) return WEXITSTATUS(status);
         if (!job.killed) {
@@ -161,7 +72,7 @@ std::optional<int> statusOf(Job& job) {
         return kFailure;
     }
     // Collected by somebody else: its status is lost.
-    if (ended < 0 && errno == ECHILD) return kFailure;
+    if (error != EAGAIN) return kFailure;
     if (!job.killed && Clock::now() >= job.until) {
         LOG_LINE(2, "%s took longer than %lld ms and was killed", job.options.name.c_str(),
                  static_cast<long long>(job.options.limit.count()));
@@ -183,46 +94,41 @@ void finish(std::list<Job>::iterator it, int status) {
     if (job.done) job.done(status, job.output);
 }
 
-// launch(stdoutFd) returns the new process, or -1.
-JobId start(const std::string& what, const JobOptions& options, JobDone done,
-            const std::function<pid_t(int)>& launch) {
+}  // namespace
+
+JobId startJob(std::string_view program, const Arguments& args, JobOptions options, JobDone done) {
+    const auto number = programNumber(program);
+    if (options.name.empty()) options.name = program;
     if (jobs.list.size() >= kMaxJobs) {
-        LOG_LINE(2, "%zu programs are running, refuse %s", kMaxJobs, what.c_str());
+        LOG_LINE(2, "%zu programs are running, refuse %s", kMaxJobs, options.name.c_str());
         return 0;
     }
     int ends[2];
-    if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) return 0;
+    if (!number || pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) return 0;
     Job job;
     job.in = Fd(ends[0]);
     const Fd out(ends[1]);
     // Only our side may be non-blocking.
     fcntl(out.get(), F_SETFL, 0);
 
-    job.pid = launch(out.get());
-    if (job.pid < 0) {
-        LOG_LINE(2, "can't run %s: %m", what.c_str());
+    // Writing into a pipe that nobody reads would end a job that outlives the library.
+    job.process = startProgram({.program = *number,
+                                .quiet = options.quiet,
+                                .out = options.outlives ? -1 : out.get(),
+                                .in = options.in,
+                                .file = options.file,
+                                .args = args});
+    if (job.process == 0) {
+        LOG_LINE(2, "can't run %s: %m", options.name.c_str());
         return 0;
     }
+    if (options.limit == milliseconds{0}) options.limit = programs()[*number].limit;
     job.id = ++jobs.last;
-    job.options = options;
-    if (job.options.name.empty()) job.options.name = what;
-    job.done = std::move(done);
     job.until = Clock::now() + options.limit;
+    job.options = std::move(options);
+    job.done = std::move(done);
     jobs.list.push_back(std::move(job));
     return jobs.last;
-}
-
-}  // namespace
-
-JobId startJob(const std::vector<std::string>& argv, const JobOptions& options, JobDone done) {
-    if (argv.empty()) return 0;
-    return start(argv[0], options, std::move(done),
-                 [&](int stdoutFd) { return spawn(argv, stdoutFd, options); });
-}
-
-JobId startJob(const std::function<int()>& work, const JobOptions& options, JobDone done) {
-    return start(options.name, options, std::move(done),
-                 [&](int stdoutFd) { return forkInto(work, stdoutFd, options.maxFile); });
 }
 
 std::optional<int> waitJob(JobId id, milliseconds most) {

@@ -7,17 +7,19 @@
 #include <functional>
 #include <optional>
 #include <string>
-#include <vector>
+#include <string_view>
+
+#include "common/programs.h"
 
 struct JobOptions {
-    // Afterwards collectJobs kills the whole process group.
-    std::chrono::milliseconds limit{2000};
+    // Afterwards collectJobs kills the whole process group; 0: that of the table. Not longer.
+    std::chrono::milliseconds limit{0};
     size_t maxOutput = 8192;  // bytes of standard output that are kept; the rest is discarded
     bool quiet = false;       // discard standard error
-    uint64_t maxFile = 0;     // bytes that a file of a function may have; 0: no limit
     bool outlives = false;    // keeps running when the library ends; its output is discarded
     int in = -1;              // standard input; -1: an empty one
-    std::string name{};       // for log lines; the program's path if empty
+    int file = -1;            // kWorkFile of a work; -1: none
+    std::string name{};       // for log lines; that of the table if empty
 };
 
 // Called once at the end of a job, from collectJobs or waitJob, with what it printed and its exit
@@ -29,15 +31,9 @@ using JobId = uint64_t;  // never 0
 // Jobs that can run at the same time; further ones are refused.
 inline constexpr size_t kMaxJobs = 32;
 
-// Starts the program at the path argv[0] with these arguments, unchanged. Never waits. Returns 0,
-// with a log line at level 2, if it cannot be started or too many are running; done is then not
-// called.
-[[nodiscard]] JobId startJob(const std::vector<std::string>& argv, const JobOptions& options,
-                             JobDone done);
-
-// The same for a function, which runs in a child process without open files other than the three
-// standard ones. Its result is the exit status; it may replace the process by execv.
-[[nodiscard]] JobId startJob(const std::function<int()>& work, const JobOptions& options,
+// Starts the program of this name (common/programs.h). Never waits. Returns 0, with a log line at
+// level 2, if it cannot be started or too many are running; done is then not called.
+[[nodiscard]] JobId startJob(std::string_view program, const Arguments& args, JobOptions options,
                              JobDone done);
 
 // Waits for a job to end, for `most` at the longest. Returns the status that done is given; none if

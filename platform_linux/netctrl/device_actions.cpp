@@ -1,7 +1,6 @@
 // Actions that only the product can carry out. Each is a hook; docs/platform.md lists their
 // arguments and results.
 #include <algorithm>
-#include <chrono>
 #include <string>
 #include <vector>
 
@@ -12,16 +11,8 @@
 #include "netctrl/notices.h"
 #include "netctrl/state.h"
 
-namespace {
-
-// For settings that radios and networks apply slowly, and for files from the network.
-constexpr std::chrono::seconds kSlowLimit{30};
-constexpr std::chrono::seconds kTransferLimit{300};
-
-}  // namespace
-
 int resetToDefault() {
-    return runHook("reset-to-default", {}, {}, kSlowLimit);
+    return runHook("reset-to-default");
 }
 
 int setLEDvalue(uint8_t ledOption) {
@@ -34,11 +25,11 @@ int setLEDvalue(uint8_t ledOption) {
 }
 
 int setSystemvalue(uint8_t systemOption) {
-    return runHook("system", {std::to_string(systemOption)}, {}, kSlowLimit);
+    return runHook("system", {std::to_string(systemOption)});
 }
 
 int setNetworkCtrl(uint16_t networkOption, const char* command) {
-    return runHook("network", {std::to_string(networkOption), orEmpty(command)}, {}, kSlowLimit);
+    return runHook("network", {std::to_string(networkOption), orEmpty(command)});
 }
 
 int setWIFICountryCode(const char* countryCode) {
@@ -65,11 +56,11 @@ int getWIFIChannelSync(char data[PLATFORM_SYNC_DATA_LEN]) {
 }
 
 int parseWIFIStateSyncdata(const uint8_t* alMac, const char* data) {
-    return runHook("wifi-state-set", {macText(alMac), orEmpty(data)}, {}, kSlowLimit);
+    return runHook("wifi-state-set", {macText(alMac), orEmpty(data)});
 }
 
 int parseWIFIChannelSyncData(const uint8_t* alMac, const char* data) {
-    return runHook("wifi-channel-set", {macText(alMac), orEmpty(data)}, {}, kSlowLimit);
+    return runHook("wifi-channel-set", {macText(alMac), orEmpty(data)});
 }
 
 int getExtenderConfig(char data[PLATFORM_SYNC_DATA_LEN]) {
@@ -77,7 +68,7 @@ int getExtenderConfig(char data[PLATFORM_SYNC_DATA_LEN]) {
 }
 
 int setExtenderConfig(const uint8_t* alMac, const char* data) {
-    return runHook("extender-config", {macText(alMac), orEmpty(data)}, {}, kSlowLimit);
+    return runHook("extender-config", {macText(alMac), orEmpty(data)});
 }
 
 int setWIFIStateSyncList(const uint8_t* alMac, const char* result) {
@@ -101,7 +92,7 @@ int getResponseLogFile(const uint8_t* alMac, LogFileRef* file) {
 // Both texts come from the network.
 int DownloadLogFile(const char* fileName, const char* ftpUrl) {
     if (!isPlainName(orEmpty(fileName)) || orEmpty(ftpUrl)[0] == '-') return kFailure;
-    return runHook("log-file-fetch", {orEmpty(fileName), orEmpty(ftpUrl)}, {}, kTransferLimit);
+    return runHook("log-file-fetch", {orEmpty(fileName), orEmpty(ftpUrl)});
 }
 
 int getAckDownloadLogFile(const uint8_t* alMac, int32_t result) {

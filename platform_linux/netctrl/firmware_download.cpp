@@ -6,6 +6,7 @@
 #include <netdb.h>
 #include <netinet/in.h>
 #include <strings.h>
+#include <sys/resource.h>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -20,6 +21,8 @@
 #include "base/fd.h"
 #include "base/result.h"
 #include "common/command.h"
+#include "common/helper.h"
+#include "common/log.h"
 #include "common/text.h"
 
 namespace {
@@ -68,6 +71,10 @@ bool isSame(const sockaddr& a, const sockaddr& b) {
                               &reinterpret_cast<const sockaddr_in6&>(b).sin6_addr);
 }
 
+bool needsCurl(const Url& url) {
+    return url.scheme != "http" || url.hasUser;
+}
+
 // The rest runs in the child process. A failure ends with its reason on standard output, where the
 // parent reads it.
 
@@ -99,17 +106,33 @@ Connection connectTo(const Addresses& addresses) {
     return {};
 }
 
-int runCurl(const std::string& curl, const Url& url, const std::string& file,
-            const std::string& address, std::chrono::seconds limit) {
-    const std::string most = std::to_string(limit.count());
+int runCurl(const std::string& curl, const Url& url, const std::string& address,
+            const std::string& limit) {
     const std::string to = std::string("::").append(address).append(":");
-    const char* const argv[] = {
-        curl.c_str(),     "-q",         "--silent",        "--show-error", "--fail",
-        "--globoff",      "--proto",    "=http,https,ftp", "--max-redirs", "0",
-        "--noproxy",      "*",          "--connect-to",    to.c_str(),     "--ftp-skip-pasv-ip",
-        "--max-time",     most.c_str(), "--output",        file.c_str(),   "--",
-        url.text.c_str(), nullptr};
+    const char* const argv[] = {curl.c_str(),
+                                "-q",
+                                "--silent",
+                                "--show-error",
+                                "--fail",
+                                "--globoff",
+                                "--proto",
+                                "=http,https,ftp",
+                                "--max-redirs",
+                                "0",
+                                "--noproxy",
+                                "*",
+                                "--connect-to",
+                                to.c_str(),
+                                "--ftp-skip-pasv-ip",
+                                "--max-time",
+                                limit.c_str(),
+                                "--",
+                                url.text.c_str(),
+                                nullptr};
+    const Fd parent(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, kWorkFile + 1));
+    dup2(kWorkFile, STDOUT_FILENO);
     execv(argv[0], const_cast<char* const*>(argv));
+    dup2(parent.get(), STDOUT_FILENO);
     return refuse("can't run curl");
 }
 
@@ -175,23 +198,6 @@ int fetchHttp(int socket, const Url& url, int file) {
         }
         if (!writeAll(file, bytes)) return refuse("it can't be written");
     }
-}
-
-int fetch(const Url& url, const std::string& path, const std::string& curl,
-          std::chrono::seconds limit) {
-    // In case the daemon is gone and cannot end it.
-    alarm(static_cast<unsigned>(limit.count()));
-    const Addresses addresses = resolve(url.host, url.port.c_str(), 0);
-    if (!addresses) return refuse("its host is unknown");
-    if (hasOwnAddress(addresses)) return refuse("its host is an address of this device itself");
-    Connection connection = connectTo(addresses);
-    if (!connection.socket) return refuse("no connection to its host");
-    if (!curl.empty()) {
-        connection.socket = {};
-        return runCurl(curl, url, path, connection.address, limit);
-    }
-    const Fd file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600));
-    return file ? fetchHttp(connection.socket.get(), url, file.get()) : refuse("can't make a file");
 }
 
 }  // namespace
@@ -264,10 +270,31 @@ bool isOwnAddress(const sockaddr& address) {
 
 JobId startDownload(const Url& url, const std::string& file, uint64_t mostBytes,
                     std::chrono::seconds limit, JobDone done) {
-    const bool needsCurl = url.scheme != "http" || url.hasUser;
-    const std::string curl = needsCurl ? findProgram("curl") : "";
-    if (needsCurl && curl.empty()) return 0;
-    return startJob([=] { return fetch(url, file, curl, limit); },
-                    {.limit = limit, .maxFile = mostBytes, .name = "firmware download"},
-                    std::move(done));
+    if (needsCurl(url) && findProgram("curl").empty()) return 0;
+    const Fd made(open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600));
+    if (!made) {
+        LOG_LINE(1, "firmware: can't make %s: %m", file.c_str());
+        return 0;
+    }
+    return startJob("firmware download",
+                    {url.text, std::to_string(mostBytes), std::to_string(limit.count())},
+                    {.limit = limit, .file = made.get()}, std::move(done));
+}
+
+int runDownload(const Arguments& args) {
+    const auto url = parseUrl(args[0]);
+    const auto mostBytes = parseNumber(args[1]), limit = parseNumber(args[2]);
+    if (!url || !mostBytes || !limit || !dropRights()) return kFailure;
+    const rlimit most{*mostBytes, *mostBytes};
+    if (setrlimit(RLIMIT_FSIZE, &most) != 0) return kFailure;
+    // In case the daemon is gone and cannot end it.
+    alarm(*limit);
+    const Addresses addresses = resolve(url->host, url->port.c_str(), 0);
+    if (!addresses) return refuse("its host is unknown");
+    if (hasOwnAddress(addresses)) return refuse("its host is an address of this device itself");
+    Connection connection = connectTo(addresses);
+    if (!connection.socket) return refuse("no connection to its host");
+    if (!needsCurl(*url)) return fetchHttp(connection.socket.get(), *url, kWorkFile);
+    connection.socket = {};
+    return runCurl(findProgram("curl"), *url, connection.address, args[2]);
 }

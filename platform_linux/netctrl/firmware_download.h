@@ -36,3 +36,8 @@ bool isOwnAddress(const sockaddr& address);
 // 0 if the file is complete, and the reason if it is known. Returns 0 if it cannot be started.
 [[nodiscard]] JobId startDownload(const Url& url, const std::string& file, uint64_t mostBytes,
                                   std::chrono::seconds limit, JobDone done);
+
+// The longest limit of a download.
+inline constexpr std::chrono::seconds kDownloadLimit{180};
+// The work of the program "firmware download": URL, bytes, seconds.
+int runDownload(const Arguments& args);

@@ -35,7 +35,6 @@ constexpr int kMostAttempts = 5;
 // A Registrar that sees no other state than Upgrade for 240 seconds repeats its order, without
 // effect.
 constexpr seconds kSmallLimit{10};  // for the manifest, and for its signature
-constexpr seconds kImageLimit{180};
 constexpr const char* kFolderName = "vm1905_firmware.";
 constexpr const char* kNoDownload = "can't start to fetch it; https, ftp and user names need curl";
 
@@ -104,7 +103,7 @@ void fetchImage() {
             "it is too large for FIRMWARE_DOWNLOAD; make space there or set another folder");
     }
     fetch.manifest = *manifest;
-    if (!download("", manifest->size, kImageLimit, imageFetched)) fail(kNoDownload);
+    if (!download("", manifest->size, kDownloadLimit, imageFetched)) fail(kNoDownload);
 }
 
 void signatureFetched(int status, const std::string& said) {

@@ -82,7 +82,10 @@ std::optional<Stamp> stampOf(const std::string& path) {
 }
 
 std::optional<Digest> Digest::open(const std::string& path) {
-    Fd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
+    return of(Fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW)));
+}
+
+std::optional<Digest> Digest::of(Fd file) {
     Context context(EVP_MD_CTX_new(), EVP_MD_CTX_free);
     if (!file || context == nullptr ||
         EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) != 1) {

@@ -53,6 +53,7 @@ class Digest {
   public:
     // None if the file cannot be opened or SHA-256 is unavailable.
     static std::optional<Digest> open(const std::string& path);
+    static std::optional<Digest> of(Fd file);
 
     // Continues for about that long. Returns the 64 digits at the end of the file, an empty text if
     // reading fails, and none before.

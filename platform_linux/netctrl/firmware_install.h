@@ -1,9 +1,11 @@
 // Installation of a firmware image on this device: verified here, written by the product's hook.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <string>
 
+#include "common/programs.h"
 #include "netctrl/firmware_image.h"
 
 struct Installation {
@@ -30,3 +32,10 @@ bool workOnInstall();
 
 // At the end of the library. A hook that is running continues.
 void dropInstall();
+
+inline constexpr std::chrono::minutes kInstallLimit{10};
+// The work of the program "verified firmware": manifest, signature and, as its file, the image. In
+// place of "firmware-install" if the daemon is confined, because what hands over the image is not
+// trusted then: verifies all of it again, and runs the hook on a file that nobody else can change
+// any more.
+int runInstall(const Arguments& args);

@@ -9,7 +9,9 @@
 
 #include "api.h"
 #include "base/result.h"
+#include "common/command.h"
 #include "common/conf.h"
+#include "common/helper.h"
 #include "common/hook.h"
 #include "common/log.h"
 #include "common/text.h"
@@ -105,6 +107,7 @@ void lookForOffers() {
             offer = *known;
         } else {
             changed = true;
+            if (isConfined()) (void)runCommand("adopt images", false);
             readOffer(offer);
         }
         found.push_back(std::move(offer));

@@ -4,16 +4,14 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <string>
-#include <vector>
 
 #include "api.h"
 #include "base/result.h"
 #include "common/command.h"
 #include "common/conf.h"
+#include "common/helper.h"
 #include "common/hook.h"
 #include "common/job.h"
 #include "common/log.h"
@@ -23,9 +21,7 @@ namespace {
 
 constexpr const char* kHook = "ftp-server";
 constexpr const char* kPort = "8905";
-constexpr uint32_t kNobody = 65534;
-// After a crash of the daemon the server ends by itself.
-constexpr std::chrono::hours kServerLife{1};
+constexpr uid_t kNobody = 65534;
 constexpr std::chrono::milliseconds kEndWait{500};
 
 struct {
@@ -92,18 +88,6 @@ bool fillServed() {
     return true;
 }
 
-// The user of the server: nobody. Root in a user namespace that has no such user (a lab without
-// real root) is an ordinary user outside, and remains what it is.
-bool canBecomeNobody() {
-    std::ifstream map("/proc/self/uid_map");
-    bool isMapped = !map;  // a kernel without user namespaces
-    uint64_t inside = 0, outside = 0, count = 0;
-    while (map >> inside >> outside >> count) {
-        isMapped = isMapped || (inside <= kNobody && kNobody < inside + count);
-    }
-    return isMapped && geteuid() == 0;
-}
-
 int startServer();
 
 void killServer() {
@@ -127,16 +111,9 @@ int startServer() {
         return kOk;
     }
     if (obstacle() != nullptr || !fillServed()) return kFailure;
-    const auto life = std::chrono::seconds(kServerLife);
-    const std::string busybox = findProgram("busybox"), nobody = std::to_string(kNobody);
     server.killed = false;
     server.address = address;
-    // Empty settings, because without any it would read those of the product.
-    std::vector<std::string> argv{
-        busybox,     "timeout", std::to_string(life.count()), busybox, "httpd",       "-f", "-c",
-        "/dev/null", "-p",      address + ":" + kPort,        "-h",    servedFolder()};
-    if (canBecomeNobody()) argv.insert(argv.end(), {"-u", nobody + ":" + nobody});
-    server.job = startJob(argv, {.limit = life, .name = "firmware server"},
+    server.job = startJob("firmware server", {address}, {},
                           [](int status, const std::string&) { serverEnded(status); });
     return server.job != 0 ? kOk : kFailure;
 }
@@ -145,10 +122,10 @@ int startServer() {
 int runServerHook() {
     if (isJobRunning(server.job)) return kOk;
     const bool start = server.wanted;
-    server.job = startHook(kHook, {start ? "1" : "0"}, {.limit = kHookLimit, .outlives = true},
-                           [start](int, const std::string&) {
-                               if (server.wanted != start) runServerHook();
-                           });
+    server.job =
+        startHook(kHook, {start ? "1" : "0"}, {.outlives = true}, [start](int, const std::string&) {
+            if (server.wanted != start) runServerHook();
+        });
     return server.job != 0 ? kOk : kFailure;
 }
 
@@ -187,4 +164,28 @@ int set_vsftpd_StartStop(int32_t start) {
     if (server.wanted) return startServer();
     killServer();
     return kOk;
+}
+
+int runServer(const Arguments& args) {
+    const std::string busybox = findProgram("busybox"), place = args[0] + ":" + kPort;
+    const std::string folder = servedFolder(), life = std::to_string(kServerLife.count());
+    const std::string nobody = std::to_string(kNobody) + ":" + std::to_string(kNobody);
+    // Empty settings, because without any it would read those of the product.
+    const char* const argv[] = {busybox.c_str(),
+                                "timeout",
+                                life.c_str(),
+                                busybox.c_str(),
+                                "httpd",
+                                "-f",
+                                "-c",
+                                "/dev/null",
+                                "-p",
+                                place.c_str(),
+                                "-h",
+                                folder.c_str(),
+                                canBecome(kNobody) ? "-u" : nullptr,
+                                nobody.c_str(),
+                                nullptr};
+    execv(argv[0], const_cast<char* const*>(argv));
+    return kFailure;
 }

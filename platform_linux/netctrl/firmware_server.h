@@ -1,7 +1,10 @@
 // Where the devices find the announced images: our own server, another machine's or the product's.
 #pragma once
 
+#include <chrono>
 #include <string>
+
+#include "common/programs.h"
 
 // The URL of every image up to its name, with a slash at its end. Empty while nothing can serve
 // them; the first time a log line says what is missing.
@@ -12,3 +15,8 @@ void stopServer();
 
 // The same at the end of the library: waits briefly for a start or stop that is still running.
 void endServer();
+
+// After a crash of the daemon the server ends by itself.
+inline constexpr std::chrono::seconds kServerLife{3600};
+// The work of the program "firmware server": our address.
+int runServer(const Arguments& args);

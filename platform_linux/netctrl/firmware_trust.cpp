@@ -103,14 +103,20 @@ std::filesystem::file_time_type keysChanged() {
     return std::filesystem::last_write_time(keyFolder(), error);
 }
 
+std::string readSignature(const std::string& imagePath) {
+    return readFile(imagePath + std::string(kManifestSuffix) + std::string(kSignatureSuffix),
+                    kSignatureSize + 1, Links::kRefuse);
+}
+
 std::optional<Manifest> readTrusted(const std::string& imagePath, Refusal& refusal) {
-    const std::string path = imagePath + std::string(kManifestSuffix);
-    const std::string text = readManifest(path);
+    return checkManifest(readManifest(imagePath + std::string(kManifestSuffix)),
+                         needsSignature() ? readSignature(imagePath) : "", refusal);
+}
+
+std::optional<Manifest> checkManifest(const std::string& text, const std::string& signature,
+                                      Refusal& refusal) {
     refusal = checkTrust();
-    if (refusal.empty() && needsSignature()) {
-        refusal = checkSignature(text, readFile(path + std::string(kSignatureSuffix),
-                                                kSignatureSize + 1, Links::kRefuse));
-    }
+    if (refusal.empty() && needsSignature()) refusal = checkSignature(text, signature);
     if (!refusal.empty()) return std::nullopt;
     auto manifest = parseManifest(text);
     if (!manifest) {

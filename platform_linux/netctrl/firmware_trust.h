@@ -25,9 +25,16 @@ Refusal checkTrust();
 // When a key was last added or removed.
 std::filesystem::file_time_type keysChanged();
 
+// The signature beside an image; empty if it is missing.
+std::string readSignature(const std::string& imagePath);
+
 // Reads the manifest of an image, and its signature if one is needed. None, with the reason, if
 // they are missing or wrong.
 std::optional<Manifest> readTrusted(const std::string& imagePath, Refusal& refusal);
+
+// The same for the text of a manifest and its signature.
+std::optional<Manifest> checkManifest(const std::string& text, const std::string& signature,
+                                      Refusal& refusal);
 
 // Whether the image is for this device: its model, its host name, and a higher version than the
 // running one, unless FIRMWARE_DOWNGRADE = yes.

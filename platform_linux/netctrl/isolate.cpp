@@ -1,7 +1,10 @@
 #include "netctrl/isolate.h"
 
+#include <unistd.h>
+
 #include <string>
 
+#include "base/result.h"
 #include "common/command.h"
 #include "common/conf.h"
 #include "common/log.h"
@@ -20,22 +23,38 @@ struct {
     bool installed = false;
 } isolation;
 
-bool runNft(const std::string& nft, const char* commands, bool quiet) {
-    return !nft.empty() && runCommand({nft, commands}, {.quiet = quiet}) == 0;
+constexpr std::string_view kIsolateProgram = "nft (isolate)";
+constexpr std::string_view kRemoveProgram = "nft (remove)";
+
+int runNft(const char* commands) {
+    const std::string nft = findProgram("nft");
+    execl(nft.c_str(), nft.c_str(), commands, nullptr);
+    return kFailure;
+}
+
+bool apply(std::string_view program, bool quiet) {
+    return !findProgram("nft").empty() && runCommand(program, quiet) == 0;
 }
 
 }  // namespace
 
+int runIsolate(const Arguments& /*args*/) {
+    return runNft(kIsolate);
+}
+
+int runRemoveIsolation(const Arguments& /*args*/) {
+    return runNft(kRemove);
+}
+
 void applyForwarding() {
-    const std::string nft = findProgram("nft");
     if (conf().value("FORWARD_1905") != "no") {
         // Fails on a kernel without nftables, which has nothing to remove either.
-        runNft(nft, kRemove, true);
+        (void)apply(kRemoveProgram, true);
         return;
     }
-    isolation.installed = runNft(nft, kIsolate, false);
+    isolation.installed = apply(kIsolateProgram, false);
     if (isolation.installed) return;
-    if (nft.empty()) {
+    if (findProgram("nft").empty()) {
         LOG_LINE(1,
                  "FORWARD_1905 = no needs the program nft: install the package nftables. "
                  "Bridges continue to forward IEEE 1905.1 frames");
@@ -47,7 +66,7 @@ void applyForwarding() {
 }
 
 void removeIsolation() {
-    if (isolation.installed && !runNft(findProgram("nft"), kRemove, false)) {
+    if (isolation.installed && !apply(kRemoveProgram, false)) {
         LOG_LINE(1, "can't remove the nftables table vm1905");
     }
     isolation.installed = false;

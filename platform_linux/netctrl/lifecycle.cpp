@@ -4,6 +4,7 @@
 #include "base/claimed_name.h"
 #include "base/result.h"
 #include "common/conf.h"
+#include "common/helper.h"
 #include "common/hook.h"
 #include "common/log.h"
 #include "netctrl/firmware_fetch.h"
@@ -37,7 +38,8 @@ void tickSecond() {
 }
 
 int initNetCtrl() {
-    reloadConf();
+    // A confined daemon may not be able to read it any more.
+    if (!isConfined()) reloadConf();
     startUpgrade();
     return openWatch() ? kOk : kFailure;
 }

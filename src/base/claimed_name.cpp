@@ -174,10 +174,10 @@ void claimFolder(const std::string& path, const Owner& owner, ClaimLog log) {
     struct stat info {};
     if (!shared.folder || !shared.look(info)) return;
     if (S_ISDIR(info.st_mode) && info.st_uid == owner.user) return;
-    if (S_ISDIR(info.st_mode) && info.st_uid == 0 && handOver(shared.path(), owner)) return;
+    if (S_ISDIR(info.st_mode) && info.st_uid == 0 && handOverFolder(shared.path(), owner)) return;
     if (!removeName(shared, path, info, owner, log)) return;
     if (mkdirat(shared.folder.get(), shared.name(), 0755) == 0)
-        (void)handOver(shared.path(), owner);
+        (void)handOverFolder(shared.path(), owner);
 }
 
 bool freeName(const std::string& path, const Owner& owner, ClaimLog log) {
@@ -187,7 +187,7 @@ bool freeName(const std::string& path, const Owner& owner, ClaimLog log) {
     return !shared.look(info) || removeName(shared, path, info, owner, log);
 }
 
-bool handOver(const std::string& folder, const Owner& owner) {
+bool handOverFolder(const std::string& folder, const Owner& owner) {
     const Fd opened(open(folder.c_str(), kFolderFlags));
     struct stat info {};
     if (!opened || fstat(opened.get(), &info) != 0) return false;
@@ -196,4 +196,18 @@ bool handOver(const std::string& folder, const Owner& owner) {
         (void)handOverEntry(opened.get(), name.c_str(), owner);
     }
     return fchown(opened.get(), owner.user, owner.group) == 0;
+}
+
+void handOver(const std::string& path, const Owner& owner) {
+    const Place place = placeOf(withoutSlash(path));
+    const Fd folder(open(place.folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    struct stat info {};
+    if (!folder || fstat(folder.get(), &info) != 0 || info.st_uid != 0 ||
+        (info.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+        return;
+    }
+    const Fd file(openat(folder.get(), place.name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    if (!file || fstat(file.get(), &info) != 0 || info.st_uid != 0) return;
+    if (!S_ISDIR(info.st_mode) && (!S_ISREG(info.st_mode) || info.st_nlink != 1)) return;
+    (void)fchownat(file.get(), "", owner.user, owner.group, AT_EMPTY_PATH);
 }

@@ -36,4 +36,9 @@ void claimFolder(const std::string& path, const Owner& owner, ClaimLog log);
 
 // Makes the user the owner of a folder, and of the regular files in it that have one name. False if
 // that fails, or if it is no folder.
-[[nodiscard]] bool handOver(const std::string& folder, const Owner& owner);
+[[nodiscard]] bool handOverFolder(const std::string& folder, const Owner& owner);
+
+// Gives a file or folder of root to the user. Leaves anything else alone, such as a link or a file
+// with a second name, and whatever is in a folder to which others can write: they may have put it
+// there.
+void handOver(const std::string& path, const Owner& owner);

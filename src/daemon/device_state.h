@@ -8,6 +8,7 @@
 #include "controller/announcements.h"
 #include "controller/controller_loop.h"
 #include "controller/root_ap.h"
+#include "daemon/confinement.h"
 #include "daemon/control_files.h"
 #include "daemon/message_monitor.h"
 #include "daemon/own_names.h"
@@ -52,7 +53,7 @@ using ModuleStates = std::tuple<                                           //
     AnswerMemory, MessageLog, OrderRefusals, ResultFiles,                  // handlers
     Announcements, ControllerLoop, RootAp,                                 // controller
     ServiceMonitor, WakeFifo, IntfRequest,                                 // service
-    MessageMonitor, Receiver, ControlFiles, OwnNames>;                     // daemon
+    MessageMonitor, Receiver, ControlFiles, OwnNames, Confinement>;        // daemon
 
 struct DeviceState : ModuleStates {};
 

@@ -10,14 +10,13 @@
 
 #include "base/log.h"
 #include "base/result.h"
-#include "base/shell.h"
 #include "controller/firmware_upgrade.h"
 #include "daemon/command_line.h"
+#include "daemon/confinement.h"
 #include "daemon/control_files.h"
 #include "daemon/device_state.h"
 #include "daemon/main_loop.h"
 #include "daemon/message_monitor.h"
-#include "daemon/own_names.h"
 #include "db/data_manager.h"
 #include "db/options.h"
 #include "db/own_state.h"
@@ -84,11 +83,15 @@ struct Init {
 };
 
 constexpr Init kInits[] = {
+    {initConfinement, "failed to initialize the confinement\r"},
+    {claimNamesForUser, "failed to claim the names of files and segments\r"},
     {initMessageIntegrity, "failed to initialize the key of the mesh\r"},
+    {giveUpRights, "failed to give up rights\r"},
     {initNetCtrl, "failed to initialize network controller\r"},
     {initDataManager, "failed to initialize data manager\r"},
     {initMessageMonitor, "failed to initialize message monitor\r"},
     {initServiceMonitor, "failed to initialize service monitor\r"},
+    {closeConfinement, "failed to limit the system calls\r"},
 };
 
 // Hands the start-up switches to the platform.
@@ -140,7 +143,6 @@ int main(int argc, char** argv) {
         setDebugLevel(getDebugLevelOption());
     }
     applyOptions(line);
-    if (claimNames(geteuid(), getegid()) != kOk) return EXIT_FAILURE;
 
     for (const Init& init : kInits) {
         if (init.run() == kOk) continue;
@@ -159,7 +161,7 @@ int main(int argc, char** argv) {
     destroyDataManager();
     if (restartRequested()) {
         LOG_PUTS(3, "IEEE1905 restart ...\r");
-        (void)runShell("%s restart &", "/usr/sbin/vm1905");
+        (void)startNextDaemon();
     }
     return EXIT_SUCCESS;
 }

@@ -78,7 +78,7 @@ void makeOwnFolder(const Owner& owner) {
     const std::string folder = ownFolder();
     claimFolder(folder, owner, logClaim);
     (void)mkdir(folder.c_str(), 0755);
-    if (!ownFolderOwner() || !handOver(folder, owner)) {
+    if (!ownFolderOwner() || !handOverFolder(folder, owner)) {
         LOG(2, "(%s) is no safe folder of user %u, a second daemon may go unnoticed\r\n",
             folder.c_str(), owner.user);
     }
@@ -107,7 +107,7 @@ void claimFiles(const Owner& owner) {
     claimFile(module().folder + "/vm1905_client.lock", owner, 0666, logClaim);
     // Others cannot write to the configuration folder, so what is in it is ours.
     const std::string state = std::string(getSysCtrl().g_conf_folder.view()) + "/state";
-    if (access(state.c_str(), F_OK) == 0 && !handOver(state, owner)) {
+    if (access(state.c_str(), F_OK) == 0 && !handOverFolder(state, owner)) {
         LOG(1, "can't give %s to user %u\r\n", state.c_str(), owner.user);
     }
     if (claimPlatformFiles != nullptr) claimPlatformFiles(owner.user, owner.group);

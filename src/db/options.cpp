@@ -50,7 +50,7 @@ void storeDebugLevel(const char* value) {
 }
 
 template <auto Member>
-void storePath(const char* value) {
+void storeText(const char* value) {
     config().*Member = value;
 }
 
@@ -146,9 +146,9 @@ constexpr Key kConfigKeys[] = {
     {"MAX_CHANGE_LOG_ENTRIES", "256", storeNumber<&SysConfig::maxChangeLogEntries>},
     {"ENABLE_REBOOT_FROM_NBR", "1", storeNumber<&SysConfig::enableRebootFromNbr>},
     {"ENABLE_INTF_PWR_CTRL_FROM_NBR", "1", storeNumber<&SysConfig::enableIntfPwrCtrlFromNbr>},
-    {"DATA_MODEL_FOLDER", "/tmp", storePath<&SysConfig::dataModelFolder>},
+    {"DATA_MODEL_FOLDER", "/tmp", storeText<&SysConfig::dataModelFolder>},
     {"ENABLE_LOG", "0", storeNumber<&SysConfig::enableLog>},
-    {"LOG_FOLDER", "/etc/vm1905", storePath<&SysConfig::logFolder>},
+    {"LOG_FOLDER", "/etc/vm1905", storeText<&SysConfig::logFolder>},
     {"LOG_INDEX", "0", storeNumber<&SysConfig::logIndex>},
     {"READ_LLDP", "0", storeNumber<&SysConfig::readLldp>},
     {"ENABLE_RESET_FROM_NBR", "1", storeNumber<&SysConfig::enableResetFromNbr>},
@@ -158,11 +158,13 @@ constexpr Key kConfigKeys[] = {
     {"ENABLE_WIFI_FROM_NBR", "1", storeNumber<&SysConfig::enableWifiFromNbr>},
     {"ORDERS_FROM", "any", storeOrdersFrom},
     {"CONTROL_FILES_FROM", "any", storeControlFilesFrom},
-    {"MESH_KEY_NEXT", "", storePath<&SysConfig::meshKeyNext>},
-    {"MESH_KEY", "", storePath<&SysConfig::meshKey>},
+    {"MESH_KEY_NEXT", "", storeText<&SysConfig::meshKeyNext>},
+    {"MESH_KEY", "", storeText<&SysConfig::meshKey>},
     {"CHANNEL_GROUP", "", storeChannelGroup},
     {"CHANNEL_MODE", "0666", storeChannelMode},
     {"DATA_MODEL_MODE", "", storeDataModelMode},
+    {"CONFINE", "0", storeNumber<&SysConfig::confine>},
+    {"RUN_AS", "", storeText<&SysConfig::runAs>},
 };
 
 constexpr Key kVersionKeys[] = {
@@ -394,6 +396,14 @@ mode_t getChannelModeOption() {
 
 std::optional<mode_t> getDataModelModeOption() {
     return config().dataModelMode;
+}
+
+bool getConfineOption() {
+    return config().confine == 1;
+}
+
+const char* getRunAsOption() {
+    return config().runAs.c_str();
 }
 
 bool getReadLldpOption() {

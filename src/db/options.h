@@ -52,6 +52,10 @@ bool getReadLldpOption();
 // too. Empty if there is none.
 const char* getMeshKeyOption();
 const char* getMeshKeyNextOption();
+// True if the daemon gives up its rights (CONFINE), and the user that it then runs as (RUN_AS);
+// empty if that stays as it is.
+bool getConfineOption();
+const char* getRunAsOption();
 
 // The group of the service channel (CHANNEL_GROUP), if one is given, and the mode of its segments.
 std::optional<gid_t> getChannelGroupOption();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <sys/types.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <optional>
@@ -43,6 +44,8 @@ struct SysConfig {
     std::optional<gid_t> channelGroup{};
     mode_t channelMode = 0666;
     std::optional<mode_t> dataModelMode{};
+    uint32_t confine = 0;
+    Text<64> runAs{};  // a user; empty: the one that started the daemon
 };
 
 struct SysIdentity {
@@ -64,6 +67,7 @@ struct SysIdentity {
 };
 
 struct SysCtrl {
+    uid_t user = geteuid();  // that the daemon runs as after its start
     Text<32> g_conf_folder{std::string_view("/etc/vm1905")};
     Text<32> DeviceModelType;
     uint32_t state = kStopped;

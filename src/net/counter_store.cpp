@@ -25,14 +25,15 @@ Fd openConfFolder() {
     return Fd(open(getSysCtrl().g_conf_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
 }
 
-// The folder of the counters. Refused unless it is ours and closed to all others.
+// The folder of the counters. Refused unless it is ours and closed to all others. During the start
+// of a confined daemon it already belongs to the user that the daemon will run as.
 Fd openStateFolder() {
     const Fd conf = openConfFolder();
     if (!conf) return {};
     (void)mkdirat(conf.get(), kState, 0700);
     Fd folder(openat(conf.get(), kState, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     struct stat info {};
-    if (!folder || fstat(folder.get(), &info) != 0 || info.st_uid != geteuid() ||
+    if (!folder || fstat(folder.get(), &info) != 0 || info.st_uid != getSysCtrl().user ||
         (info.st_mode & 077) != 0) {
         return {};
     }

@@ -47,8 +47,13 @@ class Mesh:
     def __init__(self, build, *up, env=()):
         self.build = str(build)
         self.inits = {}  # process ids, for reading files of the devices
-        # AddressSanitizer insists on being the first library, but need not be.
-        sanitizer = (os.environ.get("ASAN_OPTIONS"), "verify_asan_link_order=0")
+        # Lines of vm1905.conf, with which any test can be repeated.
+        lines = filter(None, os.environ.get("VM1905_CONF_LINES", "").split(","))
+        up += tuple(f"--conf={line}" for line in lines)
+        # AddressSanitizer insists on being the first library, but need not be. To look for leaks it
+        # starts a process, which a confined daemon may not.
+        leaks = "detect_leaks=0" if any("CONFINE" in option for option in up) else None
+        sanitizer = (os.environ.get("ASAN_OPTIONS"), "verify_asan_link_order=0", leaks)
         self.environment = dict(os.environ, VM1905_LAB=f"test-{os.getpid()}-{next(_numbers)}",
                                 VM1905_BUILD=self.build,
                                 ASAN_OPTIONS=":".join(filter(None, sanitizer)))

@@ -190,8 +190,7 @@ NETWORK_TEST(Network, Forward1905NoHasOneRuleOfItsOwn) {
         folder.platformConf("FORWARD_1905 = " + std::string(setting) + "\n");
         EXPECT_EQ(initNetCtrl(), 0);
         EXPECT_EQ(startNetCtrl(), 0);
-        std::string rules;
-        EXPECT_EQ(runCommand({findProgram("nft"), "list", "ruleset"}, {.output = &rules}), 0);
+        const std::string rules = run("nft list ruleset");
         EXPECT_EQ(rules.find("0x893a") != rules.npos, setting == std::string("no")) << rules;
         EXPECT_EQ(rules.find("0x893a"), rules.rfind("0x893a")) << rules;
         EXPECT_NE(rules.find("others"), rules.npos);

@@ -58,7 +58,7 @@ NETWORK_TEST(State, OfTheNetworkIsThatOfTheKernel) {
 
     // No name may break the JSON list, and no item is cut.
     for (const char* digit : {"0", "1", "2", "3", "4", "5"}) {
-        ip(std::string("link add quo\"te\\port") + digit + " type veth peer name far-" + digit);
+        ip(std::string("link add 'quo\"te\\port") + digit + "' type veth peer name far-" + digit);
     }
     daemon.next();
     const std::string ports = textOf<128>(getEthernetPortState);

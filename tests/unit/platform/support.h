@@ -11,7 +11,6 @@
 #include <utility>
 
 #include "api.h"
-#include "common/command.h"
 #include "common/conf.h"
 #include "common/text.h"
 
@@ -46,8 +45,8 @@ void inOwnNetwork(void (*body)());
     }                              \
     static void suite##name()
 
-// Runs a program with blank-separated arguments; a failure fails the test.
-void run(const std::string& commandLine);
+// Runs a shell command and returns what it printed; a failure fails the test.
+std::string run(const std::string& command);
 // The same for ip with each of these arguments, separated by semicolons.
 void ip(const std::string& commands);
 

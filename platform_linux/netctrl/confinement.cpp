@@ -1,0 +1,84 @@
+#include "netctrl/confinement.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "api.h"
+#include "base/claimed_name.h"
+#include "base/result.h"
+#include "common/conf.h"
+#include "common/files.h"
+#include "common/helper.h"
+#include "common/log.h"
+#include "netctrl/firmware_offer.h"
+#include "netctrl/firmware_trust.h"
+
+namespace {
+
+// The images that have a manifest, and where the daemon links them (".served") and notes what it
+// has installed. The folder itself stays root's, and so does everything else in it.
+void handOverImages(const HelperUser& user) {
+    const std::string folder = firmwareFolder();
+    (void)mkdir((folder + "/.served").c_str(), 0755);
+    (void)Fd(open((folder + "/.installed").c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
+    const auto give = [&](const std::string& path) { handOver(path, {user.user, user.group}); };
+    give(folder + "/.served");
+    give(folder + "/.installed");
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        const std::string manifest = entry->path();
+        if (!manifest.ends_with(kManifestSuffix)) continue;
+        give(manifest);
+        give(manifest + std::string(kSignatureSuffix));
+        give(manifest.substr(0, manifest.size() - kManifestSuffix.size()));
+    }
+}
+
+// The helper ignores them.
+void nameUnsafeHooks() {
+    for (const Program& program : programs()) {
+        if (program.work != nullptr || access(hookFile(program.name).c_str(), F_OK) != 0) continue;
+        if (!safeHookFile(program.name).empty()) continue;
+        LOG_LINE(
+            1,
+            "%s is ignored: with CONFINE = 1, a hook must be an executable file, no link, and it "
+            "and all folders above must belong to root and be writable by nobody else",
+            hookFile(program.name).c_str());
+    }
+}
+
+}  // namespace
+
+int prepareConfinement(uint32_t user, uint32_t group) {
+    reloadConf();
+    if (user != 0) {
+        const std::string log(conf().value("LOG_FILE"));
+        if (!log.empty() && !log.starts_with("/tmp/")) {
+            (void)openOwnFile(log, O_WRONLY | O_APPEND | O_CREAT, 0640);
+            handOver(log, {user, group});
+        }
+        handOverImages({user, group});
+    }
+    nameUnsafeHooks();
+    return startHelper(user, group) ? kOk : kFailure;
+}
+
+int restartDaemon() {
+    const auto number = programNumber("restart");
+    return number && startProgram({.program = *number, .out = STDOUT_FILENO}) != 0 ? kOk : kFailure;
+}
+
+int runAdopt(const Arguments& /*args*/) {
+    if (helperUser().user != 0) handOverImages(helperUser());
+    return kOk;
+}
+
+int runRestart(const Arguments& /*args*/) {
+    constexpr const char* kDaemon = "/usr/sbin/vm1905";
+    execl(kDaemon, kDaemon, "restart", nullptr);
+    return kFailure;
+}
