@@ -50,13 +50,10 @@ bool hasCarrier(const Port& port) {
     return (flags & IFF_RUNNING) != 0;
 }
 
-void reportIndexesOutOfRange() {
-    for (const auto& intf : getIntfTable()) {
-        const unsigned ifIndex = interfaceIndex(intf.name.c_str());
-        if (ifIndex <= kLastIfIndex) continue;
-        LOG(2, "interface (%s) gets no port: its index is %d, the highest possible is %d\r\n",
-            intf.name.c_str(), static_cast<int>(ifIndex), static_cast<int>(kLastIfIndex));
-    }
+void reportIndexOutOfRange(const std::string& name, unsigned ifIndex) {
+    if (getIntfTableByName(name) == nullptr) return;
+    LOG(2, "interface (%s) gets no port: its index is %d, the highest possible is %d\r\n",
+        name.c_str(), static_cast<int>(ifIndex), static_cast<int>(kLastIfIndex));
 }
 
 // Meant: every socket sets the flag. Only the first one finds it as it was.
@@ -75,9 +72,12 @@ int initIntfPorts() {
     // A list of its own: the platform may call this very function while it answers a question here.
     std::list<Port> ports;
     int error = 0;  // of the last interface that was left out
-    for (unsigned ifIndex = 1; ifIndex <= kLastIfIndex; ifIndex++) {
-        const std::string name = interfaceName(ifIndex);
-        if (name.empty() || getDeviceSendMsgEnable(name.c_str()) != 0) continue;
+    for (const auto& [ifIndex, name] : interfaceNames()) {
+        if (ifIndex > kLastIfIndex) {
+            reportIndexOutOfRange(name, ifIndex);
+            continue;
+        }
+        if (getDeviceSendMsgEnable(name.c_str()) != 0) continue;
         if (getIntfTable().empty()) {
             LOG_PUTS(1, "interface table isn't ready or the number of interface is 0\r");
             module().ports = std::move(ports);
@@ -97,7 +97,6 @@ int initIntfPorts() {
             error = errno;
         }
     }
-    reportIndexesOutOfRange();
     if (ports.empty()) {
         LOG(1, "no port is open, nothing can be sent or received: %s\r\n",
             error != 0 ? strerror(error) : "no interface takes part");

@@ -76,8 +76,14 @@ std::string interfaceName(unsigned ifIndex) {
     return if_indextoname(ifIndex, name.data()) != nullptr ? name.data() : "";
 }
 
-unsigned interfaceIndex(const char* name) {
-    return if_nametoindex(name);
+std::map<unsigned, std::string> interfaceNames() {
+    std::map<unsigned, std::string> names;
+    struct if_nameindex* const all = if_nameindex();
+    for (const auto* entry = all; entry != nullptr && entry->if_index != 0; entry++) {
+        names[entry->if_index] = entry->if_name;
+    }
+    if_freenameindex(all);
+    return names;
 }
 
 int openRawSocket() {

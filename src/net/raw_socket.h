@@ -5,6 +5,7 @@
 #include <sys/select.h>
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -13,8 +14,8 @@
 // The name of the interface with this kernel index, empty if there is none.
 std::string interfaceName(unsigned ifIndex);
 
-// The kernel index of the interface, 0 if there is none.
-unsigned interfaceIndex(const char* name);
+// The names of all interfaces by kernel index.
+std::map<unsigned, std::string> interfaceNames();
 
 // Opens a raw link-layer socket, which receives nothing until it is bound; -1 on failure.
 [[nodiscard]] int openRawSocket();

@@ -61,6 +61,10 @@ def processes(lab, device):
     return {fields["Name"]: fields for fields in found}
 
 
+def end(lab, device, name):
+    lab.shell(device, f"kill -KILL {processes(lab, device)[name]['Pid']}")
+
+
 def led(lab, value):
     return lab.attempt("exec", "dev1", "--", "vm1905ctl", "--timeout", "5", "led", al_mac(4),
                        value).returncode
@@ -110,7 +114,7 @@ def test_a_restarted_daemon_is_confined_again(lab):
 
 
 def test_a_daemon_without_its_helper_goes_on(lab):
-    lab.shell("dev4", "pkill -KILL -x vm1905-helper")
+    end(lab, "dev4", "vm1905-helper")
     assert led(lab, "9") == REFUSED
     assert led(lab, "9") == REFUSED
     assert lab.log("dev4").count("the process that runs programs has ended") == 1
@@ -140,8 +144,8 @@ def test_a_daemon_that_cannot_be_confined_does_not_start(lab, conf, lost, line):
 def test_a_daemon_without_net_raw_says_so_and_serves_local_programs(lab):
     lab("kill", "dev1")
     lab("start", "dev1")
+    end(lab, "dev1", "vm1905")
     lab.shell("dev1", f"""
-        pkill -x vm1905; rm -f /tmp/vm1905_wake; ipcrm -a
         setpriv --bounding-set=-net_raw {lab.build}/vm1905 > /tmp/log 2>&1 < /dev/null &
         for i in $(seq 50); do vm1905ctl status && exit; sleep 0.2; done; exit 1""")
     log = lab.shell("dev1", "cat /tmp/log")

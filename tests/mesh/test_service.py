@@ -157,7 +157,7 @@ def test_answers_of_the_past_harm_nobody(lab, client, stranger):
     with Probe(lab) as killed:
         killed.post(LED, led(stranger), 8000)
         order = stranger.order(LED_REQ)
-        lab.shell(DEVICE, "pkill -KILL --newest probe")
+        lab.shell(DEVICE, "kill -KILL $(pgrep --newest probe)")
     stranger.answer(order, LED_RESP, "00")
     assert client.ask(LED, led(stranger), 300)[0] == TIMEOUT
     late = stranger.order(LED_REQ)

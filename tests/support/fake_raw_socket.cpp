@@ -104,11 +104,8 @@ std::string interfaceName(unsigned ifIndex) {
     return it == fakeNet().names.end() ? "" : it->second;
 }
 
-unsigned interfaceIndex(const char* name) {
-    for (const auto& [ifIndex, known] : fakeNet().names) {
-        if (known == name) return ifIndex;
-    }
-    return 0;
+std::map<unsigned, std::string> interfaceNames() {
+    return fakeNet().names;
 }
 
 Fd openLinkEvents() {
