@@ -93,9 +93,6 @@ bool parseAnnouncement(const Received& msg, Announcement& info) {
 int parseTopolDisc(const Received& msg) {
     Announcement info;
     if (!parseAnnouncement(msg, info)) return kFailure;
-    if (findNbrDev(info.alMac) == nullptr && !mayWork(msg.hdr.srcMac, Work::kNewcomer)) {
-        return kDuplicate;
-    }
     return handleOnce(msg, info.alMac, kMsgTopolDisc, false, [&] {
         return handleTopolDiscMsg(msg.port.name, msg.port.mac, msg.port.mediaType, msg.hdr.srcMac,
                                   info.alMac, info.intfMac);
@@ -406,11 +403,13 @@ int parse1905Msg(Port& port, const FrameHdr& hdr, Bytes area) {
         LOG(4, "message type (%d) is unsupported\r\n", hdr.msgType);
         return kFailure;
     }
-    if (hdr.msgType != kMsgTopolDisc && !mayWork(hdr.srcMac, Work::kMessage)) return kDuplicate;
     const bool isResponse = hdr.msgType == kMsgTopolResp || hdr.msgType == kMsgMetricResp ||
                             hdr.msgType == kMsgApAutoConfResp;
     if (isResponse && !answersQuery(hdr.msgType, hdr.msgId, hdr.srcMac, 2)) return kFailure;
     const Proof proof = checkIntegrity(hdr, {&area, 1});
+    // A discovery of a known neighbor makes no work.
+    const bool isFree = isResponse || hdr.msgType == kMsgTopolDisc || proof.trust == Trust::kFresh;
+    if (!isFree && !mayWork(hdr.srcMac, Work::kMessage)) return kDuplicate;
     if (!mayPass(hdr, proof)) return kDuplicate;
     const int result = kParsers[hdr.msgType]({port, hdr, area, proof});
     if (result == kFailure) LOG(2, "failed to parse message (type =%d)\r\n", hdr.msgType);

@@ -80,6 +80,7 @@ FwdRule* getFwdRuleTableByRuleId(uint16_t ruleId) {
 
 void destroyIeee1905DevTable() {
     getIeee1905DevTables().clear();
+    noteTopologyChange();
 }
 
 Ieee1905DevTable* getIeee1905DevTableByIndex(unsigned index) {

@@ -7,6 +7,8 @@
 
 namespace {
 
+constexpr size_t kVeryMany = 8192;
+
 std::vector<MacAddr> collect() {
     std::vector<MacAddr> macs;
     const AlTable* al = getAlTable();
@@ -31,7 +33,9 @@ std::vector<MacAddr> collect() {
 
 bool isMeshMac(const MacAddr& mac) {
     auto& mesh = stateOf<MeshMacs>();
-    if (mesh.revision != topologyRevision()) mesh = {collect(), topologyRevision()};
+    // Very many, which no real mesh has, are collected once a second at most.
+    const bool isDue = mesh.macs.size() < kVeryMany || mesh.time != now();
+    if (mesh.revision != topologyRevision() && isDue) mesh = {collect(), topologyRevision(), now()};
     return std::ranges::binary_search(mesh.macs, mac);
 }
 

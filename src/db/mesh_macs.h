@@ -6,11 +6,13 @@
 #include <cstdint>
 #include <vector>
 
+#include "base/clock.h"
 #include "base/mac_addr.h"
 
 struct MeshMacs {
     std::vector<MacAddr> macs;  // sorted
     uint64_t revision = 0;      // of the tables (topologyRevision) from which they were collected
+    Seconds time = 0;           // of that
 };
 
 // True if the address belongs to the mesh; false without a database.

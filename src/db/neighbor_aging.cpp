@@ -1,5 +1,6 @@
 #include "db/neighbor_aging.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "base/log.h"
@@ -20,6 +21,7 @@ constexpr Seconds kLldpGrace = 3;        // LLDP frames leave together with disc
 // shows before the time to live of the last one ends.
 constexpr Seconds kLldpFresh = 45;
 constexpr size_t kMostEarlyLldp = 64;      // on an interface
+constexpr long kMostIntfsOfNbr = 32;       // of one device, heard on an interface
 constexpr Seconds kReturnLimit = 40;       // more than a spanning tree holds up messages
 constexpr Seconds kReturnInterval = 5;     // a discovery after this much silence is a return
 constexpr Seconds kNotificationDelay = 3;  // after the appearance of a device
@@ -64,6 +66,15 @@ void takeEarlyLldp(IntfTable& intf, IntfNbrDev& nbr) {
         nbr.lldpTtl = lldp.ttl;
         return true;
     });
+}
+
+// True if the neighbor cannot have another interface: nobody can fill the table, or multiply the
+// messages to a device, in its name.
+bool hasTooManyIntfs(const IntfTable& intf, const MacAddr& alMac, const MacAddr& intfMac) {
+    if (std::ranges::count(intf.nbrs, alMac, &IntfNbrDev::nbrAlMac) < kMostIntfsOfNbr) return false;
+    LOG(2, "too many interfaces of neighbor (" MAC_FMT "), refuse (" MAC_FMT ")\r\n",
+        MAC_ARGS(alMac), MAC_ARGS(intfMac));
+    return true;
 }
 
 int addTopolNbr(int kind, IntfTable& intf, const MacAddr& alMac, const MacAddr& intfMac) {
@@ -219,6 +230,8 @@ int updateTopolInfo(int kind, std::string_view localName, const MacAddr& localMa
     IntfTable* intf = getIntfTableOf(localName, localMac, mediaType);
     if (intf == nullptr) return kFailure;
     IntfNbrDev* nbr = getIntfNbrDevByMac(*intf, nbrIntfMac);
+    const bool isNew = nbr == nullptr || nbr->nbrAlMac != nbrAlMac;
+    if (isNew && hasTooManyIntfs(*intf, nbrAlMac, nbrIntfMac)) return kNothingChanged;
     if (nbr == nullptr) return addTopolNbr(kind, *intf, nbrAlMac, nbrIntfMac);
     if (kind == kNbrDiscovery || kind == kNbrUcastDisc) {
         takeEarlyLldp(*intf, *nbr);

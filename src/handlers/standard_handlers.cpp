@@ -9,6 +9,7 @@
 #include "db/upcalls.h"
 #include "net/transmitter.h"
 #include "net/vend_sender.h"
+#include "net/work_limit.h"
 #include "publish/listing.h"
 #include "wire/frame.h"
 #include "wire/vend_payloads.h"
@@ -19,6 +20,17 @@ void listTables() {
     if (DEBUGLEVEL < 4) return;
     showportinfo();
     showtopolTable();
+}
+
+// False if the message names a device or an interface that is new, and its source has already
+// named too many.
+bool mayAdd(std::string_view localName, const MacAddr& srcMac, const MacAddr& alMac,
+            const MacAddr& intfMac) {
+    IntfTable* intf = getIntfTableByName(localName);
+    const bool isKnown = intf != nullptr && findNbrDev(alMac) != nullptr &&
+                         getIntfNbrDevByMac(*intf, srcMac) != nullptr &&
+                         getIntfNbrDevByMac(*intf, intfMac) != nullptr;
+    return isKnown || mayWork(srcMac, Work::kNewcomer);
 }
 
 // Turns the platform's result into that of the calling handler, and logs failure under the
@@ -48,6 +60,7 @@ int acknowledgeRenew(const ApAutoConfInfo& msg) {
 int handleTopolDiscMsg(std::string_view localName, const MacAddr& localMac, uint32_t mediaType,
                        const MacAddr& srcMac, const MacAddr& alMac, const MacAddr& intfMac,
                        NbrMsgType kind) {
+    if (!mayAdd(localName, srcMac, alMac, intfMac)) return kDuplicate;
     noteNamedIntf(localName, localMac, mediaType, intfMac);
     if (getNetTopolCap() != 1) return kTopolDisabled;
     updateTopolInfo(kind, localName, localMac, mediaType, alMac, srcMac);
@@ -61,6 +74,7 @@ int handleTopolDiscMsg(std::string_view localName, const MacAddr& localMac, uint
 
 int handleTopolNtfMsg(std::string_view localName, const MacAddr& localMac, uint32_t mediaType,
                       const MacAddr& srcMac, const MacAddr& alMac) {
+    if (!mayAdd(localName, srcMac, alMac, srcMac)) return kDuplicate;
     noteNamedIntf(localName, localMac, mediaType, srcMac);
     if (getNetTopolCap() != 1) return kTopolDisabled;
     updateTopolInfo(kNbrNotification, localName, localMac, mediaType, alMac, srcMac);
@@ -79,7 +93,7 @@ int handleTopolQueryMsg(const Port& /*port*/, const MacAddr& srcMac, uint16_t ms
     return kOk;
 }
 
-int handleTopolRespMsg(const MacAddr& localMac, uint32_t mediaType, const MacAddr& /*srcMac*/,
+int handleTopolRespMsg(const MacAddr& localMac, uint32_t mediaType, const MacAddr& srcMac,
                        DevTopol&& dev) {
     if (getNetTopolCap() != 1) {
         LOG_PUTS(3, "the capability of network topology is disable\r");
@@ -88,6 +102,7 @@ int handleTopolRespMsg(const MacAddr& localMac, uint32_t mediaType, const MacAdd
     const MacAddr alMac = dev.alMac;
     // Without an entry in the neighbor table the device would never time out.
     if (updateNbrDevTable(kNbrResponse, alMac) == kFailure) return kFailure;
+    noteAnswer(srcMac, alMac);
     if (updateIeee1905DevTable(localMac, mediaType, std::move(dev)) != kOk) return kFailure;
     if (DEBUGLEVEL >= 4) showportinfo();
     // Forces passes of the controller loop, which ask the device for its configuration before this

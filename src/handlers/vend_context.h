@@ -23,4 +23,5 @@ struct VendContext {
     int path;  // VendPath
     VendOutcome& outcome;
     bool isMulticast;  // the frame
+    bool isProven;     // by the key of the mesh, and not received before
 };

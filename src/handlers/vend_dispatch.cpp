@@ -51,7 +51,7 @@ int handleSendCommandReqMsg(const VendContext& context, const SendCommandReq& co
     order.alMac = context.msg.alMac;
     if (parseRemoteCommand(command, order) != kOk) return kFailure;
     return handleVendSpecMsg({context.port, context.srcMac, context.msgId, order, kVendPathCommand,
-                              context.outcome, context.isMulticast});
+                              context.outcome, context.isMulticast, context.isProven});
 }
 
 // By number. OBEY is for orders. HANDLE_COPIES is for queries, reports and announcements whose
@@ -134,12 +134,22 @@ constexpr VendHandler kHandlers[] = {
 static_assert(std::ranges::is_sorted(kHandlers, {}, &VendHandler::number));
 
 VendContext contextOf(const Port& port, const FrameHdr& hdr, const VendMsg& msg, int path,
-                      VendOutcome& outcome) {
-    return {port, hdr.srcMac, hdr.msgId, msg, path, outcome, hdr.dstMac == k1905Multicast};
+                      VendOutcome& outcome, const Proof& proof) {
+    return {.port = port,
+            .srcMac = hdr.srcMac,
+            .msgId = hdr.msgId,
+            .msg = msg,
+            .path = path,
+            .outcome = outcome,
+            .isMulticast = hdr.dstMac == k1905Multicast,
+            .isProven = proof.trust == Trust::kFresh};
 }
 
 int obey(const VendHandler& row, const VendContext& context) {
-    if (row.group != OrderGroup::kNone && !mayWork(context.srcMac, Work::kOrder)) {
+    // The message that carries a remote command has been counted already.
+    const bool isFree =
+        row.group == OrderGroup::kNone || context.isProven || context.path == kVendPathCommand;
+    if (!isFree && !mayWork(context.srcMac, Work::kOrder)) {
         context.outcome.isUndone = true;
         return kDuplicate;
     }
@@ -200,7 +210,7 @@ int parseVendSpecTlvs(const Port& port, const FrameHdr& hdr, Bytes area, const P
     }
     if (!decoded || parseEndOfMsgTlv(area) != kOk) return kFailure;
     VendOutcome outcome;
-    const VendContext context = contextOf(port, hdr, msg, kVendPathNetwork, outcome);
+    const VendContext context = contextOf(port, hdr, msg, kVendPathNetwork, outcome, proof);
     if (!mayPass(context, proof)) return kDuplicate;
     const int result = handleVendSpecMsg(context);
     if (outcome.isUndone) forgetCounter(proof);
@@ -209,5 +219,5 @@ int parseVendSpecTlvs(const Port& port, const FrameHdr& hdr, Bytes area, const P
 
 int handleVendSpecMsg(const Port& port, const FrameHdr& hdr, const VendMsg& msg, int path) {
     VendOutcome outcome;
-    return handleVendSpecMsg(contextOf(port, hdr, msg, path, outcome));
+    return handleVendSpecMsg(contextOf(port, hdr, msg, path, outcome, {}));
 }

@@ -5,6 +5,7 @@
 #include "base/log.h"
 #include "base/result.h"
 #include "base/state.h"
+#include "net/transmitter.h"
 
 namespace {
 
@@ -30,9 +31,14 @@ int storeFragment(const Port& port, const FrameHdr& hdr, Bytes area) {
     FragCmdu* cmdu = findFragCmdu(port, hdr);
     if (cmdu == nullptr) {
         if (frag_cmdus().size() >= kMaxFragCmdus) {
+            // One that was not asked for, if there is any.
+            auto oldest = std::ranges::find_if(frag_cmdus(), [](const FragCmdu& entry) {
+                return !isQueryPending(entry.msgType, entry.msgId);
+            });
+            if (oldest == frag_cmdus().end()) oldest = frag_cmdus().begin();
             LOG(2, "too many unfinished messages, drop the oldest (macSa = " MAC_FMT ")\r\n",
-                MAC_ARGS(frag_cmdus().front().srcMac));
-            frag_cmdus().pop_front();
+                MAC_ARGS(oldest->srcMac));
+            frag_cmdus().erase(oldest);
         }
         cmdu = &frag_cmdus().emplace_back();
         cmdu->srcMac = hdr.srcMac;

@@ -108,10 +108,11 @@ bool isOrder(uint16_t msgType, Bytes tlvs) {
     if (msgType != kMsgVendSpec) return needsProof(msgType);
     bool found = false;
     (void)walkTlvs(tlvs, [&](Bytes tlv) {
-        ByteReader reader(tlv);
+        const size_t size = flatSize1905(tlv);
+        ByteReader reader(tlv.first(size));
         reader.skip(k1905TlvHeaderLen + kVendTypeAt);
         if (tlv[0] == kTlvVendSpec && reader.u16() != VEND_MSG_TYPE_VEND_DISC) found = true;
-        return flatSize1905(tlv);
+        return size;
     });
     return found;
 }

@@ -393,6 +393,12 @@ int registerQueriedMsg(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId) 
     return kOk;
 }
 
+bool isQueryPending(uint16_t respType, uint16_t respId) {
+    return module().queriedMsgs.find([&](const auto& query) {
+        return query.msgType + 1 == respType && query.msgId == respId;
+    }) != nullptr;
+}
+
 int checkMatchQueryRespPair(const MacAddr& srcMac, uint16_t respType, uint16_t respId) {
     if (getAlTable() == nullptr) return kFailure;
     const MacAddr alMac = alMacOf(srcMac);

@@ -56,6 +56,8 @@ bool lookupGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId);
 // Remembers a query to a neighbor, given by its AL MAC or an interface MAC. kOk, or kFailure
 // without a database.
 int registerQueriedMsg(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId);
+// True if a query is registered that a response of this type and identifier would answer.
+[[nodiscard]] bool isQueryPending(uint16_t respType, uint16_t respId);
 // 1 if the response of a neighbor (AL MAC or interface MAC) answers a registered query, which is
 // then forgotten; 0 if not; kFailure without a database.
 int checkMatchQueryRespPair(const MacAddr& srcMac, uint16_t respType, uint16_t respId);

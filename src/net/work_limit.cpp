@@ -1,7 +1,5 @@
 #include "net/work_limit.h"
 
-#include <algorithm>
-
 #include "base/log.h"
 #include "base/state.h"
 #include "db/database.h"
@@ -9,29 +7,34 @@
 namespace {
 
 constexpr unsigned kMaxOfSource = 512;
-constexpr unsigned kMaxOfAll = 2048;
+constexpr unsigned kMaxOfStrangers = 2048;
+constexpr size_t kMaxAnswered = kMaxNbrDevs;
 
-bool isKnown(const MacAddr& mac) {
-    return std::ranges::any_of(getIeee1905DevTables(), [&](const auto& dev) {
-        return dev.alMac == mac || std::ranges::count(dev.intfs, mac, &DevIntf::mac) != 0;
-    });
+WorkLimit& module() {
+    return stateOf<WorkLimit>();
+}
+
+bool isStranger(const MacAddr& mac) {
+    const auto it = module().answered.find(mac);
+    return it == module().answered.end() || findNbrDev(it->second) == nullptr;
 }
 
 }  // namespace
 
 bool mayWork(const MacAddr& srcMac, Work work) {
-    auto& limit = stateOf<WorkLimit>();
+    auto& limit = module();
     if (limit.second != now()) {
         limit.second = now();
-        limit.total = 0;
+        limit.ofStrangers = 0;
         limit.bySource.clear();
     }
     const auto cost = static_cast<unsigned>(work);
     const auto it = limit.bySource.find(srcMac);
     const unsigned used = it != limit.bySource.end() ? it->second : 0;
-    if (used + cost <= kMaxOfSource && (limit.total + cost <= kMaxOfAll || isKnown(srcMac))) {
+    const bool stranger = isStranger(srcMac);
+    if (used + cost <= kMaxOfSource && (!stranger || limit.ofStrangers + cost <= kMaxOfStrangers)) {
         limit.bySource[srcMac] = used + cost;
-        limit.total += cost;
+        if (stranger) limit.ofStrangers += cost;
         return true;
     }
     if (limit.reported.isFirst(srcMac)) {
@@ -40,4 +43,12 @@ bool mayWork(const MacAddr& srcMac, Work work) {
             MAC_ARGS(srcMac));
     }
     return false;
+}
+
+void noteAnswer(const MacAddr& srcMac, const MacAddr& alMac) {
+    auto& answered = module().answered;
+    if (answered.size() >= kMaxAnswered) {
+        std::erase_if(answered, [](const auto& entry) { return isStranger(entry.first); });
+    }
+    if (answered.size() < kMaxAnswered) answered[srcMac] = alMac;
 }

@@ -1,4 +1,7 @@
 // A limit to the messages of others that make this device answer, ask, or run programs.
+//
+// Answers to own queries are not limited, since the queries are: nobody can silence a device by
+// using its address. Nor are messages that prove to come from the mesh (net/message_integrity.h).
 #pragma once
 
 #include <map>
@@ -10,16 +13,20 @@
 // What a message costs.
 enum class Work : unsigned { kMessage = 1, kNewcomer = 4, kOrder = 8 };
 
-// The work of one second.
 struct WorkLimit {
     Seconds second = 0;
-    unsigned total = 0;
+    // The work of this second: of each source, and of all strangers.
     std::map<MacAddr, unsigned> bySource{};
+    unsigned ofStrangers = 0;
+    // The sources that have answered a query, and the AL MACs that they have given.
+    std::map<MacAddr, MacAddr> answered{};
     OnceASecond reported{};
 };
 
 // Whether this device does the work for a message from this source, which is then counted. A source
-// has 512 units a second. After 2048 units of all sources only those of known devices are served,
-// so that strangers cannot keep this device from answering the mesh. A refusal is logged once a
-// second for each source.
+// has 512 units a second, and all strangers together have 2048. A stranger is who has not answered
+// a query, or is no neighbor any more. A refusal is logged once a second for each source.
 [[nodiscard]] bool mayWork(const MacAddr& srcMac, Work work);
+
+// Notes that the neighbor with this AL MAC has answered a query from this address.
+void noteAnswer(const MacAddr& srcMac, const MacAddr& alMac);

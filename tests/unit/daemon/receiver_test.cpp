@@ -238,6 +238,13 @@ TEST_F(Receiver, RelaysAreLimited) {
     EXPECT_EQ(relayed(1, 2, 45, "eth0"), 90) << "more than the memory holds";
 }
 
+// The identifier of a query to the device.
+unsigned sendQuery(const Peer& to) {
+    uint16_t id = 0;
+    (void)requestSend1905UcastMsg(to.al, kMsgTopolQuery, {}, &id);
+    return id;
+}
+
 TEST_F(Receiver, WorkForOthersIsLimited) {
     LogCapture log(2);
     unsigned id = 0;
@@ -253,14 +260,24 @@ TEST_F(Receiver, WorkForOthersIsLimited) {
     };
     advance(1);
     for (const unsigned n : {2U, 3U, 4U}) meet(peer(n), ++id);
-    EXPECT_EQ(answered(2, 1, 600), 512 - 5) << "after its discovery and response";
+    EXPECT_EQ(answered(2, 1, 600), 512 - 4) << "after its discovery";
     const size_t known = getNbrDevTable().size();
     for (unsigned n = 0; n < 600; n++) (void)receive("eth0", discovery(peer(1000 + n), ++id));
-    EXPECT_EQ(getNbrDevTable().size() - known, (2048 - 512 - 2 * 5) / 4) << "strangers";
-    EXPECT_EQ(answered(1000, 1, 5), (2048 - 512 - 2 * 5) % 4) << "a stranger gets the rest";
+    EXPECT_EQ(getNbrDevTable().size() - known, (2048 - 3 * 4) / 4) << "strangers";
+    EXPECT_EQ(answered(1000, 1, 5), 0) << "a stranger";
     EXPECT_EQ(answered(1, 1, 5), 5) << "a device of the mesh";
+    EXPECT_EQ(answered(2, 1, 5), 0);
+    const unsigned query = sendQuery(peer(2));
+    EXPECT_EQ(receive("eth0", response(peer(2), query)), kOk) << "its answers are not limited";
+    // Nor does the name of a neighbor open the table, or multiply what is sent to it.
+    advance(1);
+    for (unsigned n = 0; n < 600; n++)
+        (void)receive("eth0", discovery({kPeer.al, peer(2000 + n).intf}, ++id));
+    drop();
+    (void)requestSend1905UcastMsg(kPeer.al, kMsgTopolQuery, {});
+    EXPECT_EQ(sent("eth0").size(), 32U);
     const std::string lines = log.text();
-    EXPECT_EQ(occurrences(lines, "too many messages"), 64U);
+    EXPECT_EQ(occurrences(lines, "too many messages"), 64U + 64U);
     EXPECT_EQ(occurrences(lines, "those of (02:ee:00:01:00:02)"), 1U);
     advance(1);
     EXPECT_EQ(answered(1000, 1, 5), 5);
