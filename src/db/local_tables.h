@@ -52,6 +52,6 @@ int removeIntfNbrIntf(std::string_view name, const MacAddr& mac, uint32_t mediaT
 int requestUpdateBrdgCap();
 
 // Makes room for newcomer among the neighbors of an interface. In a full table the oldest neighbor
-// that is no 1905 device gives way: such neighbors never age, and frames with forged addresses
-// create them. False if there is no such neighbor.
+// that is no 1905 device gives way, else one whose device never answered: frames with forged
+// addresses create both. False if there is no such neighbor.
 [[nodiscard]] bool makeNbrRoom(IntfTable& intf, const MacAddr& newcomer);
