@@ -8,6 +8,15 @@
 
 #include "base/own_folder.h"
 
+namespace {
+
+// EIDRM, EINVAL: the segment was removed after shmget found it.
+int failure() {
+    return errno == EIDRM || errno == EINVAL ? VM1905_NO_DAEMON : VM1905_SYSTEM;
+}
+
+}  // namespace
+
 SlotHead headOf(const uint8_t* record) {
     SlotHead head{};
     std::memcpy(&head.pid, record + slots::kPid.at, sizeof head.pid);
@@ -27,7 +36,11 @@ int Segment::attach() {
         return errno == ENOENT ? VM1905_NO_DAEMON : VM1905_SYSTEM;
     }
     shmid_ds info{};
-    if (statSegment(found, info) && !mayMakeChannel(info.shm_perm.cuid)) {
+    if (!statSegment(found, info)) {
+        detach();
+        return failure();
+    }
+    if (!mayMakeChannel(info.shm_perm.cuid)) {
         detach();
         errno = EPERM;
         return VM1905_FOREIGN;
@@ -35,10 +48,7 @@ int Segment::attach() {
     if (found != id_ || memory_ == nullptr) {
         detach();
         void* const memory = shmat(found, nullptr, 0);
-        if (memory == reinterpret_cast<void*>(-1)) {
-            // EIDRM, EINVAL: removed since shmget found it.
-            return errno == EIDRM || errno == EINVAL ? VM1905_NO_DAEMON : VM1905_SYSTEM;
-        }
+        if (memory == reinterpret_cast<void*>(-1)) return failure();
         id_ = found;
         memory_ = static_cast<uint8_t*>(memory);
     }

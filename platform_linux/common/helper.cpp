@@ -2,9 +2,11 @@
 
 #include <fcntl.h>
 #include <grp.h>
+#include <linux/capability.h>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/time.h>
 
 #include <array>
@@ -21,8 +23,8 @@ namespace {
 
 constexpr size_t kMostPacket = size_t{160} * 1024;
 constexpr size_t kMostFds = 3;
-constexpr timeval kReplyLimit{1, 0};
-constexpr int kLimitPeriod = 1000;  // ms
+constexpr timeval kReplyLimit{10, 0};  // a device under load may be slow
+constexpr int kLimitPeriod = 1000;     // ms
 constexpr uid_t kNobody = 65534;
 
 struct {
@@ -43,7 +45,8 @@ struct Packet {
     size_t fdNum = 0;
 };
 
-// None at the end of the other side. A packet that is too long is empty.
+// None at the end of the other side. A packet that is too long, or has too many descriptors, is
+// empty.
 std::optional<Packet> receive(int socket) {
     Packet packet;
     packet.bytes.resize(kMostPacket);
@@ -62,12 +65,16 @@ std::optional<Packet> receive(int socket) {
     for (cmsghdr* c = CMSG_FIRSTHDR(&message); c != nullptr; c = CMSG_NXTHDR(&message, c)) {
         if (c->cmsg_level != SOL_SOCKET || c->cmsg_type != SCM_RIGHTS) continue;
         for (size_t at = 0; at + sizeof(int) <= c->cmsg_len - CMSG_LEN(0); at += sizeof(int)) {
-            int fd = -1;
-            memcpy(&fd, CMSG_DATA(c) + at, sizeof fd);
-            if (packet.fdNum < kMostFds) packet.fds[packet.fdNum++] = Fd(fd);
+            int number = -1;
+            memcpy(&number, CMSG_DATA(c) + at, sizeof number);
+            // The buffer is aligned, so it has room for one more than the most.
+            Fd fd(number);
+            if (packet.fdNum < kMostFds) packet.fds[packet.fdNum] = std::move(fd);
+            packet.fdNum++;
         }
     }
-    const bool whole = (message.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) == 0;
+    const bool whole =
+        (message.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) == 0 && packet.fdNum <= kMostFds;
     packet.bytes.resize(whole ? static_cast<size_t>(size) : 0);
     return packet;
 }
@@ -246,9 +253,16 @@ bool canBecome(uid_t user) {
 bool dropRights() {
     const uid_t user = helper.user != 0 ? helper.user : kNobody;
     const gid_t group = helper.user != 0 ? helper.group : kNobody;
-    if (!helper.confined || !canBecome(user)) return true;
-    return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && setgroups(0, nullptr) == 0 &&
-           setresgid(group, group, group) == 0 && setresuid(user, user, user) == 0;
+    if (!helper.confined) return true;
+    if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) return false;
+    if (canBecome(user) && (setgroups(0, nullptr) != 0 || setresgid(group, group, group) != 0 ||
+                            setresuid(user, user, user) != 0)) {
+        return false;
+    }
+    // The kernel also removes from the ambient set what is no longer permitted.
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    const __user_cap_data_struct none[2] = {};
+    return syscall(SYS_capset, &header, none) == 0;
 }
 
 Handle startProgram(const Launch& launch) {

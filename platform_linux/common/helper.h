@@ -19,8 +19,9 @@
 
 // Whether this process is a daemon with a helper, or was forked by the helper.
 bool isConfined();
-// For a work (common/programs.h) that needs no rights: gives them up. Does nothing if this process
-// is not confined. False if that fails.
+// For a work (common/programs.h) that needs no rights: changes to the user and group of the helper
+// if this process may, and gives up all capabilities. Does nothing if this process is not confined.
+// False if that fails.
 [[nodiscard]] bool dropRights();
 // The user and group of the daemon, in processes that the helper has forked. Both 0 if it has none
 // of its own.

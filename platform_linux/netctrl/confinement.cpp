@@ -1,6 +1,5 @@
 #include "netctrl/confinement.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,7 +9,6 @@
 #include "base/claimed_name.h"
 #include "base/result.h"
 #include "common/conf.h"
-#include "common/files.h"
 #include "common/helper.h"
 #include "common/log.h"
 #include "netctrl/firmware_offer.h"
@@ -23,10 +21,11 @@ namespace {
 void handOverImages(const HelperUser& user) {
     const std::string folder = firmwareFolder();
     (void)mkdir((folder + "/.served").c_str(), 0755);
-    (void)Fd(open((folder + "/.installed").c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
-    const auto give = [&](const std::string& path) { handOver(path, {user.user, user.group}); };
+    const auto give = [&](const std::string& path, std::optional<mode_t> mode = {}) {
+        (void)handOver(path, {user.user, user.group}, mode);
+    };
     give(folder + "/.served");
-    give(folder + "/.installed");
+    give(folder + "/.installed", 0644);
     std::error_code error;
     for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
          entry.increment(error)) {
@@ -58,8 +57,12 @@ int prepareConfinement(uint32_t user, uint32_t group) {
     if (user != 0) {
         const std::string log(conf().value("LOG_FILE"));
         if (!log.empty() && !log.starts_with("/tmp/")) {
-            (void)openOwnFile(log, O_WRONLY | O_APPEND | O_CREAT, 0640);
-            handOver(log, {user, group});
+            if (!handOver(log, {user, group}, 0640)) {
+                LOG_LINE(1,
+                         "user %u cannot write LOG_FILE %s: it must be a file with one name, in a "
+                         "folder to which only root can write",
+                         user, log.c_str());
+            }
         }
         handOverImages({user, group});
     }

@@ -56,6 +56,13 @@ std::vector<std::string> someEntries(int folder) {
     return names;
 }
 
+// Nobody can take it before we do.
+std::string randomName() {
+    uint64_t number = 0;
+    (void)getrandom(&number, sizeof number, 0);
+    return ".vm1905_" + std::to_string(number);
+}
+
 // Removes a folder and its content. Folders in folders are first moved up, so that no depth needs
 // more descriptors.
 class Removal {
@@ -100,11 +107,7 @@ class Removal {
         if (unlinkat(folder, name, AT_REMOVEDIR) == 0) return 0;
         if (errno != ENOTEMPTY && errno != EEXIST) return errno;
         if (folder != top_.get()) {
-            // Nobody must be able to take the name before.
-            uint64_t number = 0;
-            (void)getrandom(&number, sizeof number, 0);
-            const std::string moved = ".moved" + std::to_string(number);
-            return renameat(folder, name, top_.get(), moved.c_str()) == 0 ? 0 : errno;
+            return renameat(folder, name, top_.get(), randomName().c_str()) == 0 ? 0 : errno;
         }
         if (isMount(folder, name)) return EBUSY;
         const Fd sub(openat(folder, name, kFolderFlags));
@@ -117,34 +120,57 @@ class Removal {
     int left_ = kMostEntries;
 };
 
-// Removes what has the name, and logs it if it was another user's. Whether the name is free.
-bool removeName(const SharedName& shared, const std::string& path, const struct stat& info,
-                const Owner& owner, ClaimLog log) {
+// 0 or an error number.
+int removeName(const SharedName& shared, const struct stat& info) {
+    if (S_ISDIR(info.st_mode)) return Removal(shared.folder.get(), shared.name()).run();
+    return unlinkat(shared.folder.get(), shared.name(), 0) == 0 ? 0 : errno;
+}
+
+constexpr int kTries = 100;  // another user may make a folder again as soon as it is removed
+
+// Gives the new file or folder the shared name, also if something has it. 0 or an error number.
+int putInPlace(const SharedName& shared, const char* made) {
+    const int folder = shared.folder.get();
     int error = 0;
-    if (S_ISDIR(info.st_mode)) {
-        error = Removal(shared.folder.get(), shared.name()).run();
-    } else if (unlinkat(shared.folder.get(), shared.name(), 0) != 0) {
+    for (int i = 0; i < kTries; i++) {
+        if (renameat(folder, made, folder, shared.name()) == 0) return 0;
         error = errno;
+        // A rename replaces files and links by a file, and only empty folders by a folder.
+        if (error != EISDIR && error != ENOTDIR && error != ENOTEMPTY && error != EEXIST) break;
+        struct stat info {};
+        const int removed = shared.look(info) ? removeName(shared, info) : 0;
+        if (removed != 0 && removed != ENOENT) return removed;
     }
+    return error;
+}
+
+void logRemoval(const std::string& path, const struct stat& info, const Owner& owner, int error,
+                ClaimLog log) {
     const std::string who = "user " + std::to_string(info.st_uid);
     if (error != 0) {
         log("can't remove " + path + ", which belongs to " + who + ": " + strerror(error));
-    } else if (info.st_uid != 0 && info.st_uid != owner.user) {
+    } else if (info.st_uid != owner.user) {
         log("removed " + path + ", which belonged to " + who);
     }
-    return error == 0;
 }
 
-bool isPlainFile(const struct stat& info) {
-    return S_ISREG(info.st_mode) && info.st_nlink == 1;
-}
-
-// Gives a regular file to the user. Whether it is his now.
-bool handOverEntry(int folder, const char* name, const Owner& owner) {
-    const Fd fd(openat(folder, name, O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC));
+// Makes it anew, under a random name first: make(folder, name) says whether that worked.
+template <typename Make>
+void replaceName(const SharedName& shared, const std::string& path, const Owner& owner,
+                 ClaimLog log, Make make) {
+    const int folder = shared.folder.get();
+    const std::string made = randomName();
     struct stat info {};
-    if (!fd || fstat(fd.get(), &info) != 0 || !isPlainFile(info)) return false;
-    return info.st_uid == owner.user || fchown(fd.get(), owner.user, static_cast<gid_t>(-1)) == 0;
+    const bool exists = shared.look(info);
+    const int error = make(folder, made.c_str()) ? putInPlace(shared, made.c_str()) : errno;
+    if (error != 0 && unlinkat(folder, made.c_str(), 0) != 0) {
+        (void)unlinkat(folder, made.c_str(), AT_REMOVEDIR);
+    }
+    if (exists) {
+        logRemoval(path, info, owner, error, log);
+    } else if (error != 0) {
+        log("can't make " + path + ": " + strerror(error));
+    }
 }
 
 }  // namespace
@@ -153,20 +179,19 @@ void claimFile(const std::string& path, const Owner& owner, std::optional<mode_t
                ClaimLog log) {
     const SharedName shared(path);
     if (!shared.folder) return;
-    (void)freeName(shared.place.folder + "/" + temporaryName(shared.place.name), owner, log);
+    const SharedName temporary(shared.place.folder + "/" + temporaryName(shared.place.name));
     struct stat info {};
+    if (temporary.folder && temporary.look(info)) {
+        logRemoval(temporary.path(), info, owner, removeName(temporary, info), log);
+    }
     if (!shared.look(info)) return;
-    if (isPlainFile(info) && info.st_uid == owner.user) return;
-    if (isPlainFile(info) && info.st_uid == 0 &&
-        handOverEntry(shared.folder.get(), shared.name(), owner)) {
-        return;
-    }
-    if (!removeName(shared, path, info, owner, log)) return;
-    const Fd made(openat(shared.folder.get(), shared.name(),
-                         O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode ? 0600 : 0666));
-    if (made && fchown(made.get(), owner.user, owner.group) == 0 && mode) {
-        (void)fchmod(made.get(), *mode);
-    }
+    if (S_ISREG(info.st_mode) && info.st_nlink == 1 && info.st_uid == owner.user) return;
+    replaceName(shared, path, owner, log, [&](int folder, const char* name) {
+        const Fd made(openat(folder, name, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                             mode ? 0600 : 0666));
+        return made && fchown(made.get(), owner.user, owner.group) == 0 &&
+               (!mode || fchmod(made.get(), *mode) == 0);
+    });
 }
 
 void claimFolder(const std::string& path, const Owner& owner, ClaimLog log) {
@@ -174,17 +199,23 @@ void claimFolder(const std::string& path, const Owner& owner, ClaimLog log) {
     struct stat info {};
     if (!shared.folder || !shared.look(info)) return;
     if (S_ISDIR(info.st_mode) && info.st_uid == owner.user) return;
-    if (S_ISDIR(info.st_mode) && info.st_uid == 0 && handOverFolder(shared.path(), owner)) return;
-    if (!removeName(shared, path, info, owner, log)) return;
-    if (mkdirat(shared.folder.get(), shared.name(), 0755) == 0)
-        (void)handOverFolder(shared.path(), owner);
+    replaceName(shared, path, owner, log, [&](int folder, const char* name) {
+        return mkdirat(folder, name, 0755) == 0 &&
+               fchownat(folder, name, owner.user, owner.group, AT_SYMLINK_NOFOLLOW) == 0;
+    });
 }
 
-bool freeName(const std::string& path, const Owner& owner, ClaimLog log) {
+void claimFifo(const std::string& path, const Owner& owner, ClaimLog log) {
     const SharedName shared(path);
-    struct stat info {};
-    if (!shared.folder) return lstat(path.c_str(), &info) != 0 && errno == ENOENT;
-    return !shared.look(info) || removeName(shared, path, info, owner, log);
+    if (!shared.folder) return;
+    replaceName(shared, path, owner, log, [&](int folder, const char* name) {
+        if (mkfifoat(folder, name, 0600) != 0) return false;
+        if (fchownat(folder, name, owner.user, owner.group, AT_SYMLINK_NOFOLLOW) != 0) {
+            log("can't give " + path + " to group " + std::to_string(owner.group) + ": " +
+                strerror(errno));
+        }
+        return true;
+    });
 }
 
 bool handOverFolder(const std::string& folder, const Owner& owner) {
@@ -193,21 +224,32 @@ bool handOverFolder(const std::string& folder, const Owner& owner) {
     if (!opened || fstat(opened.get(), &info) != 0) return false;
     if (info.st_uid == owner.user) return true;
     for (const auto& name : someEntries(opened.get())) {
-        (void)handOverEntry(opened.get(), name.c_str(), owner);
+        const Fd fd(
+            openat(opened.get(), name.c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC));
+        if (fd && fstat(fd.get(), &info) == 0 && S_ISREG(info.st_mode) && info.st_nlink == 1) {
+            (void)fchown(fd.get(), owner.user, static_cast<gid_t>(-1));
+        }
     }
     return fchown(opened.get(), owner.user, owner.group) == 0;
 }
 
-void handOver(const std::string& path, const Owner& owner) {
+bool handOver(const std::string& path, const Owner& owner, std::optional<mode_t> mode) {
     const Place place = placeOf(withoutSlash(path));
+    const char* const name = place.name.c_str();
     const Fd folder(open(place.folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    struct stat info {};
-    if (!folder || fstat(folder.get(), &info) != 0 || info.st_uid != 0 ||
-        (info.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
-        return;
+    struct stat above {
+    }, info{};
+    if (!folder || fstat(folder.get(), &above) != 0) return false;
+    const bool isRoots = above.st_uid == 0 && (above.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+    if (isRoots && mode) {
+        (void)Fd(openat(folder.get(), name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, *mode));
     }
-    const Fd file(openat(folder.get(), place.name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
-    if (!file || fstat(file.get(), &info) != 0 || info.st_uid != 0) return;
-    if (!S_ISDIR(info.st_mode) && (!S_ISREG(info.st_mode) || info.st_nlink != 1)) return;
-    (void)fchownat(file.get(), "", owner.user, owner.group, AT_EMPTY_PATH);
+    const Fd file(openat(folder.get(), name, O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    // Where the user can make files himself, an absent one is no trouble.
+    if (!file) return !isRoots && (above.st_uid == owner.user || isSharedFolder(above));
+    if (fstat(file.get(), &info) != 0) return false;
+    if (!S_ISDIR(info.st_mode) && (!S_ISREG(info.st_mode) || info.st_nlink != 1)) return false;
+    if (info.st_uid == owner.user) return true;
+    return isRoots && info.st_uid == 0 &&
+           fchownat(file.get(), "", owner.user, owner.group, AT_EMPTY_PATH) == 0;
 }

@@ -2,8 +2,9 @@
 // files, links, FIFOs or folders of their own. That is possible in a shared folder such as /tmp,
 // which is sticky and owned by root. In any other folder the functions for names do nothing.
 //
-// What belongs to root is handed over to the daemon's user. Anything else that is not his is
-// removed and made anew. Nothing here follows a link or enters another mount.
+// What is not the daemon's user's is removed, a folder with its content, and made anew. That
+// happens under a random name, which then replaces the other, so nobody can take the name in
+// between. Nothing here follows a link or enters another mount.
 //
 // The platform library uses this module too, so it neither logs nor has state.
 #pragma once
@@ -19,7 +20,7 @@ struct Owner {
     gid_t group;
 };
 
-// Receives a line, without its end, for each name that another user had taken.
+// Receives a line, without its end, for each name that another user had taken, or still has.
 using ClaimLog = void (*)(const std::string& line);
 
 // Claims the name of a file, and that of the temporary file with which replacePublicFile writes it.
@@ -31,14 +32,15 @@ void claimFile(const std::string& path, const Owner& owner, std::optional<mode_t
 // Claims the name of a folder. A new one has mode 0755. An absent one stays absent.
 void claimFolder(const std::string& path, const Owner& owner, ClaimLog log);
 
-// Removes what has this name. True if nothing has it now.
-[[nodiscard]] bool freeName(const std::string& path, const Owner& owner, ClaimLog log);
+// Makes a new FIFO with mode 0600, also if there is one.
+void claimFifo(const std::string& path, const Owner& owner, ClaimLog log);
 
 // Makes the user the owner of a folder, and of the regular files in it that have one name. False if
 // that fails, or if it is no folder.
 [[nodiscard]] bool handOverFolder(const std::string& folder, const Owner& owner);
 
-// Gives a file or folder of root to the user. Leaves anything else alone, such as a link or a file
-// with a second name, and whatever is in a folder to which others can write: they may have put it
-// there.
-void handOver(const std::string& path, const Owner& owner);
+// Gives a file or folder of root to the user. With a mode, makes a file if there is none. Leaves
+// anything else alone, such as a link or a file with a second name, and whatever is in a folder to
+// which others can write: they may have put it there. False if the user then has no such file and
+// cannot make it.
+bool handOver(const std::string& path, const Owner& owner, std::optional<mode_t> mode = {});

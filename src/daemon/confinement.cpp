@@ -102,6 +102,10 @@ int initConfinement() {
     }
     const char* const name = getRunAsOption();
     if (!getConfineOption()) {
+        LOG_PUTS(1, "CONFINE is neither 0 nor 1\r");
+        return kFailure;
+    }
+    if (!*getConfineOption()) {
         if (*name != '\0') LOG_PUTS(1, "RUN_AS is ignored without CONFINE = 1\r");
         return kOk;
     }
@@ -136,9 +140,9 @@ int claimNamesForUser() {
 }
 
 int giveUpRights() {
-    if (!getConfineOption()) return kOk;
+    if (getConfineOption() != true) return kOk;
     if (module().user != 0) {
-        handOver(inConfFolder("mesh_key_used"), {module().user, module().group});
+        (void)handOver(inConfFolder("mesh_key_used"), {module().user, module().group});
     }
     if (prepareConfinement(module().user, module().group) != kOk) return kFailure;
     uint64_t kept = 0;
@@ -160,7 +164,7 @@ int giveUpRights() {
 }
 
 int closeConfinement() {
-    if (!getConfineOption()) return kOk;
+    if (getConfineOption() != true) return kOk;
     const int result = limitSystemCalls();
     if (result != PLATFORM_FILTER_MISSING) return result;
     LOG_PUTS(2,
@@ -169,7 +173,7 @@ int closeConfinement() {
 }
 
 int startNextDaemon() {
-    if (!getConfineOption()) return runShell("%s restart &", "/usr/sbin/vm1905");
+    if (getConfineOption() != true) return runShell("%s restart &", "/usr/sbin/vm1905");
     if (restartDaemon() == kOk) return kOk;
     LOG_PUTS(1, "can't start the next daemon\r");
     return kFailure;

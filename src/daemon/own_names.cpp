@@ -84,14 +84,19 @@ void makeOwnFolder(const Owner& owner) {
     }
 }
 
-// False if another daemon took the lock at the same moment. From now on nothing in this process may
-// open the file, because closing it would release the lock.
-bool takeLock(const Owner& owner) {
-    module().lock = openLock(O_CREAT, owner);
-    if (!module().lock) return true;
-    (void)fchown(module().lock.get(), owner.user, owner.group);
-    struct flock lock = lockOfNamespace();
-    return fcntl(module().lock.get(), F_SETLK, &lock) == 0 || (errno != EAGAIN && errno != EACCES);
+// Takes the lock. 0, or the other daemon that has it or took it at the same moment. After the lock
+// is taken, nothing in this process may open the file, because closing it would release the lock.
+pid_t takeLock(const Owner& owner) {
+    for (;;) {
+        if (const pid_t other = otherDaemon(owner); other != 0) return other;
+        makeOwnFolder(owner);
+        module().lock = openLock(O_CREAT, owner);
+        if (!module().lock) return 0;
+        (void)fchown(module().lock.get(), owner.user, owner.group);
+        struct flock lock = lockOfNamespace();
+        if (fcntl(module().lock.get(), F_SETLK, &lock) == 0) return 0;
+        if (errno != EAGAIN && errno != EACCES) return 0;
+    }
 }
 
 void claimFiles(const Owner& owner) {
@@ -117,14 +122,10 @@ void claimFiles(const Owner& owner) {
 
 int claimNames(uid_t user, gid_t group) {
     const Owner owner{user, group};
-    pid_t other = otherDaemon(owner);
+    pid_t other = takeLock(owner);
     for (unsigned waited = 0; other != 0 && waited < module().patience; waited += kPause) {
         sleepMicroseconds(kPause * 1000);
-        other = otherDaemon(owner);
-    }
-    if (other == 0) {
-        makeOwnFolder(owner);
-        if (!takeLock(owner)) other = otherDaemon(owner);
+        other = takeLock(owner);
     }
     if (other != 0) {
         const std::string which =

@@ -16,7 +16,7 @@ struct OwnNames {
 
 // Waits up to three seconds for another daemon to end, as the one that restarts does. Then makes
 // the folder, the lock, the segments and the FIFO of the daemon for the user that it runs as, and
-// removes what other users have put under the names of its files and folders. To be called once, by
+// removes what others have put under the names of its files and folders. To be called once, by
 // the process that remains, as long as it has its rights.
 //
 // kOk, or kFailure if the other daemon does not end, which then keeps all it has, or if there are

@@ -139,6 +139,11 @@ void storeDataModelMode(const char* value) {
     config().dataModelMode = *value == '\0' ? std::nullopt : modeOf("DATA_MODEL_MODE", value);
 }
 
+void storeConfine(const char* value) {
+    const auto number = wholeNumber<unsigned>(value, 10);
+    config().confine = number && *number <= 1 ? std::optional(*number == 1) : std::nullopt;
+}
+
 // A line sets the first key of the list that occurs anywhere in it, so the order matters.
 constexpr Key kConfigKeys[] = {
     {"DEBUG_LEVEL", "3", storeDebugLevel},
@@ -163,7 +168,7 @@ constexpr Key kConfigKeys[] = {
     {"CHANNEL_GROUP", "", storeChannelGroup},
     {"CHANNEL_MODE", "0666", storeChannelMode},
     {"DATA_MODEL_MODE", "", storeDataModelMode},
-    {"CONFINE", "0", storeNumber<&SysConfig::confine>},
+    {"CONFINE", "0", storeConfine},
     {"RUN_AS", "", storeText<&SysConfig::runAs>},
 };
 
@@ -398,8 +403,8 @@ std::optional<mode_t> getDataModelModeOption() {
     return config().dataModelMode;
 }
 
-bool getConfineOption() {
-    return config().confine == 1;
+std::optional<bool> getConfineOption() {
+    return config().confine;
 }
 
 const char* getRunAsOption() {

@@ -52,9 +52,9 @@ bool getReadLldpOption();
 // too. Empty if there is none.
 const char* getMeshKeyOption();
 const char* getMeshKeyNextOption();
-// True if the daemon gives up its rights (CONFINE), and the user that it then runs as (RUN_AS);
-// empty if that stays as it is.
-bool getConfineOption();
+// True if the daemon gives up its rights (CONFINE); empty if the file has neither 0 nor 1. The user
+// that it then runs as (RUN_AS); empty if that stays as it is.
+std::optional<bool> getConfineOption();
 const char* getRunAsOption();
 
 // The group of the service channel (CHANNEL_GROUP), if one is given, and the mode of its segments.

@@ -44,8 +44,8 @@ struct SysConfig {
     std::optional<gid_t> channelGroup{};
     mode_t channelMode = 0666;
     std::optional<mode_t> dataModelMode{};
-    uint32_t confine = 0;
-    Text<64> runAs{};  // a user; empty: the one that started the daemon
+    std::optional<bool> confine = false;  // empty: the file has neither 0 nor 1
+    Text<64> runAs{};                     // a user; empty: the one that started the daemon
 };
 
 struct SysIdentity {

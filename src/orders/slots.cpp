@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 
@@ -72,15 +73,25 @@ int initSegment(SlotSegment& segment) {
     return kOk;
 }
 
-// The name of a process that runs; empty if there is none, or if it is a zombie.
-std::string nameOfProcess(pid_t pid) {
-    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
-    std::string line;
-    std::getline(file, line);
-    const size_t begin = line.find('('), end = line.rfind(')');
-    if (begin == line.npos || end == line.npos || end + 2 >= line.size()) return {};
-    const char state = line[end + 2];
-    return state == 'Z' || state == 'X' ? "" : line.substr(begin + 1, end - begin - 1);
+struct ProcessInfo {
+    std::string name;  // empty if there is none that runs, or if it is a zombie
+    uid_t user = 0;    // that started it, whatever rights it has gained since
+};
+
+ProcessInfo processInfo(pid_t pid) {
+    std::ifstream file("/proc/" + std::to_string(pid) + "/status");
+    ProcessInfo found;
+    bool runs = false;
+    for (std::string line; std::getline(file, line);) {
+        if (line.starts_with("Name:\t")) found.name = line.substr(6);
+        if (line.starts_with("State:\t")) runs = line[7] != 'Z' && line[7] != 'X';
+        if (line.starts_with("Uid:\t")) found.user = static_cast<uid_t>(atoll(&line[5]));
+    }
+    return runs ? found : ProcessInfo{};
+}
+
+bool isTrusted(uid_t user, const Owner& owner) {
+    return user == owner.user || mayMakeChannel(user);
 }
 
 // The process that made the segment, if it is a daemon like this one and still uses it.
@@ -88,49 +99,65 @@ pid_t daemonOf(const SlotSegment& segment, const Owner& owner) {
     shmid_ds info{};
     const int id = segment.key == IPC_PRIVATE ? -1 : shmget(segment.key, 0, 0);
     if (id < 0 || !statSegment(id, info) || info.shm_nattch == 0) return 0;
-    const bool isTrusted = info.shm_perm.cuid == owner.user || mayMakeChannel(info.shm_perm.cuid);
-    if (!isTrusted || info.shm_cpid <= 0 || info.shm_cpid == getpid()) return 0;
-    // A client of root may have made it, too.
-    const std::string name = nameOfProcess(info.shm_cpid);
-    return !name.empty() && name == nameOfProcess(getpid()) ? info.shm_cpid : 0;
+    const pid_t pid = info.shm_cpid;
+    if (!isTrusted(info.shm_perm.cuid, owner) || pid <= 0 || pid == getpid()) return 0;
+    // A client of root may have made it, too, and after a crash anybody may have its number.
+    const ProcessInfo process = processInfo(pid);
+    const bool isDaemon = !process.name.empty() && process.name == processInfo(getpid()).name &&
+                          isTrusted(process.user, owner);
+    return isDaemon ? pid : 0;
 }
 
-constexpr int kClaims = 100;  // another user may make the segment again as soon as it is removed
+constexpr int64_t kClaimTime = 1000;  // ms; another user may make the segment again and again
+
+// 0 or an error number.
+int giveSegment(int id, const Owner& owner, gid_t group, mode_t mode) {
+    shmid_ds info{};
+    if (shmctl(id, IPC_STAT, &info) != 0) return errno;
+    info.shm_perm.uid = owner.user;
+    info.shm_perm.gid = group;
+    info.shm_perm.mode = static_cast<decltype(info.shm_perm.mode)>(mode);
+    return shmctl(id, IPC_SET, &info) == 0 ? 0 : errno;
+}
 
 int claimSegment(const SlotSegment& segment, const Owner& owner) {
     const gid_t group = getChannelGroupOption().value_or(owner.group);
     const mode_t mode = getChannelModeOption();
     if (segment.key == IPC_PRIVATE) return kOk;
-    for (int i = 0; i < kClaims; i++) {
-        shmid_ds info{};
-        int id = shmget(segment.key, 0, 0);
-        if (id >= 0 && statSegment(id, info)) {
-            const ipc_perm& has = info.shm_perm;
-            const bool isOurs = has.cuid == owner.user || mayMakeChannel(has.cuid);
-            if (isOurs && has.uid == owner.user && has.gid == group && (has.mode & 0777U) == mode &&
-                info.shm_segsz == segment.size && info.shm_nattch > 0) {
-                return kOk;
-            }
-            if (shmctl(id, IPC_RMID, nullptr) != 0 && errno != EINVAL && errno != EIDRM) {
-                LOG(1, "can't remove segment %d, which belongs to user %u: %s\r\n", segment.key,
-                    has.uid, strerror(errno));
-                return kFailure;
-            }
-            if (!isOurs || info.shm_segsz != segment.size) {
-                LOG(1, "removed segment %d of %zu bytes, which belonged to user %u\r\n",
-                    segment.key, static_cast<size_t>(info.shm_segsz), has.uid);
-            }
+    shmid_ds info{}, removed{};
+    int error = EEXIST;
+    for (const auto end = uptimeMs() + kClaimTime; error == EEXIST && uptimeMs() < end;) {
+        const int made = shmget(segment.key, segment.size, IPC_CREAT | IPC_EXCL | 0600);
+        error = made < 0 ? errno : giveSegment(made, owner, group, mode);
+        if (error != EEXIST) break;
+        const int found = shmget(segment.key, 0, 0);
+        if (found < 0 || !statSegment(found, info)) continue;
+        const ipc_perm& has = info.shm_perm;
+        if (isTrusted(has.cuid, owner) && has.uid == owner.user && has.gid == group &&
+            (has.mode & 0777U) == mode && info.shm_segsz == segment.size && info.shm_nattch > 0) {
+            return kOk;
         }
-        id = shmget(segment.key, segment.size, IPC_CREAT | IPC_EXCL | 0600);
-        if (id < 0 && errno == EEXIST) continue;
-        if (id < 0 || shmctl(id, IPC_STAT, &info) != 0) break;
-        info.shm_perm.uid = owner.user;
-        info.shm_perm.gid = group;
-        info.shm_perm.mode = static_cast<decltype(info.shm_perm.mode)>(mode);
-        if (shmctl(id, IPC_SET, &info) == 0) return kOk;
-        break;
+        // No log line before it is made again: that would give others time to do so.
+        if (shmctl(found, IPC_RMID, nullptr) == 0) {
+            removed = info;
+        } else if (errno != EINVAL && errno != EIDRM) {
+            LOG(1, "can't remove segment %d, which belongs to user %u: %s\r\n", segment.key,
+                has.cuid, strerror(errno));
+            return kFailure;
+        }
     }
-    LOG(1, "can't make segment %d: %s\r\n", segment.key, strerror(errno));
+    const uid_t last = removed.shm_perm.cuid;
+    if (removed.shm_segsz != 0 && (!isTrusted(last, owner) || removed.shm_segsz != segment.size)) {
+        LOG(1, "removed segment %d of %zu bytes, which belonged to user %u\r\n", segment.key,
+            static_cast<size_t>(removed.shm_segsz), last);
+    }
+    if (error == 0) return kOk;
+    if (error == EEXIST && removed.shm_segsz != 0) {
+        LOG(1, "can't make segment %d: user %u makes it again whenever it is removed\r\n",
+            segment.key, last);
+    } else {
+        LOG(1, "can't make segment %d: %s\r\n", segment.key, strerror(error));
+    }
     return kFailure;
 }
 

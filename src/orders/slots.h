@@ -33,14 +33,14 @@ struct SlotsState {
     bool taken = false;  // a request was taken and not yet marked idle
 };
 
-// The process of another daemon that uses the segments; 0 if there is none. A segment that a user
-// made who may not (base/own_folder.h) is no sign of a daemon: strangers must not be able to keep
-// this one from starting.
+// The process of another daemon that uses the segments; 0 if there is none. A segment or process of
+// a user who may not make the channel (base/own_folder.h) is no sign of a daemon: strangers must
+// not be able to keep this one from starting.
 [[nodiscard]] pid_t findOtherDaemon(const Owner& owner);
 // Makes both segments for the daemon's user, with the group and mode of the options. Segments of
 // others, or of another kind, are removed. Those that clients of an earlier daemon still use are
-// kept if they are alike. kOk, or kFailure if somebody else's cannot be removed, or the system
-// refuses.
+// kept if they are alike. kOk, or kFailure if somebody else's cannot be removed or is made again
+// for a second, or the system refuses.
 [[nodiscard]] int claimSlots(const Owner& owner);
 
 // Create a segment, or attach to the existing one, and clear it. kOk, or kFailure if the system

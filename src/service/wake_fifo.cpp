@@ -4,9 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 
 #include "base/fd.h"
 #include "base/log.h"
@@ -33,12 +31,8 @@ mode_t fifoMode() {
 }  // namespace
 
 void claimWakeFifo(const Owner& owner, ClaimLog log) {
-    const std::string& path = state().path;
-    if (path.empty() || !freeName(path, owner, log) || mkfifo(path.c_str(), 0600) != 0) return;
-    const gid_t group = getChannelGroupOption().value_or(owner.group);
-    if (lchown(path.c_str(), owner.user, group) != 0) {
-        log("can't give " + path + " to group " + std::to_string(group) + ": " + strerror(errno));
-    }
+    if (state().path.empty()) return;
+    claimFifo(state().path, {owner.user, getChannelGroupOption().value_or(owner.group)}, log);
 }
 
 void openWakeFifo() {

@@ -131,6 +131,7 @@ def test_the_end_leaves_nothing_behind(lab):
 
 @pytest.mark.parametrize("conf, lost, line", [
     ("RUN_AS=nobody-of-us", "", "RUN_AS: there is no user nobody-of-us other than root"),
+    ("CONFINE=yes", "", "CONFINE is neither 0 nor 1"),
     ("RUN_AS=root", "", "RUN_AS: there is no user root other than root"),
     ("RUN_AS=daemon", "-setuid", "CAP_SETUID or CAP_SETGID is missing: the daemon cannot run as"),
 ])

@@ -153,7 +153,7 @@ TEST_F(OwnNamesTest, AreTakenFromStrangers) {
     }
 }
 
-TEST_F(OwnNamesTest, OfRootAreHandedOverAndMountsAreLeft) {
+TEST_F(OwnNamesTest, OfRootAreMadeAnewAndMountsAreLeft) {
     const auto log = [](const std::string& line) { puts(line.c_str()); };
     const std::string file = shared("/file"), mounted = shared("/theirs/m"), own = shared("/own");
     std::ofstream(file) << "content";
@@ -165,13 +165,19 @@ TEST_F(OwnNamesTest, OfRootAreHandedOverAndMountsAreLeft) {
     LogCapture capture(1);
     claimFile(file, {kUser, kUser}, {}, log);
     claimFolder(own, {kUser, kUser}, log);
-    EXPECT_EQ(capture.text(), "");
-    EXPECT_EQ(shown(file), "100644 23456 0 7");
+    EXPECT_EQ(occurrences(capture.text(), "which belonged to user 0"), 2U);
+    EXPECT_EQ(shown(file), "100644 23456 23456 0");
     EXPECT_EQ(shown(own), "40755 23456 23456 0");
     claimFolder(shared("/theirs"), {kUser, kUser}, log);
     EXPECT_NE(capture.finish().find("can't remove"), std::string::npos);
     EXPECT_TRUE(fs::exists(mounted + "/precious"));
     EXPECT_EQ(umount(mounted.c_str()), 0);
+    // Nothing is made in a folder in which it could not be handed over.
+    EXPECT_EQ(chown(shared("/theirs").c_str(), kStranger, 0), 0);
+    EXPECT_FALSE(handOver(shared("/theirs/log"), {kUser, kUser}, 0640));
+    EXPECT_EQ(shown(shared("/theirs/log")), shared("/theirs/log is absent"));
+    EXPECT_TRUE(handOver(folder() + "/log", {kUser, kUser}, 0640));
+    EXPECT_EQ(shown(folder() + "/log"), "100640 23456 23456 0");
 }
 
 TEST_F(OwnNamesTest, OfALivingDaemonAreNotTouched) {
@@ -196,6 +202,15 @@ TEST_F(OwnNamesTest, OfALivingDaemonAreNotTouched) {
     end();
     device();
     EXPECT_EQ(claimNames(0, 0), kOk) << "after a crash";
+    // Another user's process may have got the number of the one that crashed.
+    fork([&] {
+        (void)shmctl(shmget(slots::kReqKey, 0, 0), IPC_RMID, nullptr);
+        shmat(shmget(slots::kReqKey, slots::kReqSize, IPC_CREAT | 0666), nullptr, 0);
+        (void)!setresuid(kStranger, kStranger, kStranger);
+    });
+    device();
+    EXPECT_EQ(claimNames(0, 0), kOk) << "after a crash";
+    end();
     device();
     fork([&] { (void)!(claimNames(0, 0) == kOk && initServiceMonitor() == kOk); }, 1);
     device();

@@ -1,11 +1,13 @@
 // The helper of a confined daemon, asked by somebody who has taken the daemon over.
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <cerrno>
 
+#include "common/files.h"
 #include "common/helper.h"
 #include "support.h"
 
@@ -34,18 +36,26 @@ class Attacker {
     Attacker& operator=(const Attacker&) = delete;
 
     // The errno that the helper answers.
-    int32_t ask(HelperRequest request, const std::string& args = "") {
+    int32_t ask(HelperRequest request, const std::string& args = "", size_t fds = 0) {
         std::string packet(reinterpret_cast<const char*>(&request), sizeof request);
-        return exchange(packet + args);
+        return exchange(packet + args, fds);
     }
-    int32_t exchange(const std::string& packet) {
-        EXPECT_EQ(send(socket.get(), packet.data(), packet.size(), 0),
-                  static_cast<ssize_t>(packet.size()));
+    int32_t exchange(std::string packet, size_t fds = 0) {
+        iovec part{packet.data(), packet.size()};
+        alignas(cmsghdr) char control[CMSG_SPACE(4 * sizeof(int))] = {};  // descriptor 0
+        new (control) cmsghdr{CMSG_LEN(fds * sizeof(int)), SOL_SOCKET, SCM_RIGHTS};
+        const size_t size = fds > 0 ? CMSG_SPACE(fds * sizeof(int)) : 0;
+        const msghdr message{nullptr, 0, &part, 1, control, size, 0};
+        EXPECT_EQ(sendmsg(socket.get(), &message, 0), static_cast<ssize_t>(packet.size()));
         EXPECT_EQ(recv(socket.get(), &reply, sizeof reply, 0), static_cast<ssize_t>(sizeof reply));
         return reply.error;
     }
     int32_t start(const char* name, const std::string& args) {
         return ask({HelperRequest::kStart, numberOf(name), 0, 0, 0, 0}, args);
+    }
+    size_t descriptors() const {
+        const std::filesystem::directory_iterator open("/proc/" + std::to_string(pid) + "/fd"), end;
+        return static_cast<size_t>(std::distance(open, end));
     }
     // Waits for the end of what was started last.
     int end() {
@@ -108,6 +118,10 @@ TEST(Helper, StartsNothingOutsideItsTable) {
         EXPECT_EQ(attacker.ask(request, one), EINVAL);
     }
     EXPECT_EQ(attacker.exchange(std::string(200'000, '\0')), EINVAL);
+    // One descriptor too many.
+    const size_t open = attacker.descriptors();
+    EXPECT_EQ(attacker.ask({HelperRequest::kStart, numberOf("led"), 0, 7, 0, 0}, one, 4), EINVAL);
+    EXPECT_EQ(attacker.descriptors(), open);
     // A process that is none of the helper's.
     const HelperRequest kill{HelperRequest::kKill, 0, 0, 0, 0, static_cast<Handle>(getpid())};
     EXPECT_EQ(attacker.ask(kill), 0);
@@ -169,4 +183,19 @@ TEST(Helper, RunsOnlyHooksThatOnlyRootCanChange) {
     EXPECT_EQ(chown(folder.path("a").c_str(), 1, 0), 0);
     EXPECT_EQ(start(), EACCES) << "the folder above";
     EXPECT_EQ(folder.read("led.ran") + folder.read("a/b/led.ran"), "x\nx\n");
+}
+
+TEST(Helper, WorkLosesItsCapabilitiesAlsoWithoutANewUser) {
+    if (!kIsRoot) GTEST_SKIP() << "needs capabilities";
+    const pid_t child = fork();
+    if (child == 0) {
+        (void)prctl(PR_SET_KEEPCAPS, 1, 0, 0, 0);
+        const bool dropped =
+            setresuid(1, 1, 1) == 0 && startHelper(0, 0) && !canBecome(65534) && dropRights();
+        const std::string status = readFile("/proc/self/status", 4096);
+        _exit(dropped && status.find("CapPrm:\t0000000000000000") != status.npos ? 0 : 1);
+    }
+    int status = -1;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
 }
