@@ -73,6 +73,7 @@ int runMessageMonitor() {
         return kFailure;
     }
     checkFragmessageTimeout();
+    retryIntfPorts();
     fd_set readable;
     FD_ZERO(&readable);
     int limit = 0;

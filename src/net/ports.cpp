@@ -18,6 +18,7 @@
 namespace {
 
 constexpr unsigned kLastIfIndex = 253;
+constexpr Seconds kRetryPause = 5;
 
 PortsState& module() {
     return stateOf<PortsState>();
@@ -61,6 +62,10 @@ void openToMulticasts(const Port& port, int fd) {
     if (acceptAllMulticasts(fd, port.name.c_str())) module().allMulticasts.insert(port.ifIndex);
 }
 
+bool mayPass(int error) {
+    return error == EMFILE || error == ENFILE || error == ENOMEM || error == ENOBUFS;
+}
+
 // Stores the new state. True if it was false and is true now.
 bool rises(bool& state, bool next) {
     return !std::exchange(state, next) && next;
@@ -71,8 +76,9 @@ bool rises(bool& state, bool next) {
 int initIntfPorts() {
     // A list of its own: the platform may call this very function while it answers a question here.
     std::list<Port> ports;
-    int error = 0;  // of the last interface that was left out
-    for (const auto& [ifIndex, name] : interfaceNames()) {
+    const auto names = interfaceNames();
+    int error = names.empty() ? errno : 0;  // of the last interface that was left out
+    for (const auto& [ifIndex, name] : names) {
         if (ifIndex > kLastIfIndex) {
             reportIndexOutOfRange(name, ifIndex);
             continue;
@@ -102,6 +108,7 @@ int initIntfPorts() {
             error != 0 ? strerror(error) : "no interface takes part");
     }
     module().ports = std::move(ports);
+    module().retryTime = mayPass(error) ? now() + kRetryPause : 0;
     if (!module().linkEvents) module().linkEvents = openLinkEvents();
     return kOk;
 }
@@ -114,6 +121,10 @@ int reinitIntfPorts() {
     // Not destroyIntfPorts: the interfaces go on accepting multicasts.
     module().ports.clear();
     return initIntfPorts();
+}
+
+void retryIntfPorts() {
+    if (module().retryTime != 0 && now() >= module().retryTime) (void)reinitIntfPorts();
 }
 
 int destroyIntfPorts() {

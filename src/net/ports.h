@@ -7,6 +7,7 @@
 #include <list>
 #include <set>
 
+#include "base/clock.h"
 #include "base/fd.h"
 #include "base/mac_addr.h"
 #include "base/text.h"
@@ -38,7 +39,10 @@ struct PortsState {
     std::list<Port> ports;
     unsigned users = 0;         // number of PortsInUse objects
     bool reinitWanted = false;  // rebuild the list when the last user is done
-    Fd linkEvents;              // openLinkEvents
+    // When to try again, because a port could not be opened for lack of descriptors or memory; 0:
+    // never.
+    Seconds retryTime = 0;
+    Fd linkEvents;  // openLinkEvents
     // Indexes of the interfaces that accept all multicasts because of this daemon.
     std::set<unsigned> allMulticasts{};
     FrameBuffer txBuffer;
@@ -54,6 +58,9 @@ struct PortsState {
 // Closes all ports and builds the list again. The result of initIntfPorts; or kOk while the ports
 // are in use (PortsInUse): the list is then rebuilt at the end of that use.
 int reinitIntfPorts();
+// Builds the list again if a port could not be opened a while ago for lack of descriptors or
+// memory.
+void retryIntfPorts();
 // Closes all ports, and leaves their interfaces as they were before the first initIntfPorts. kOk.
 int destroyIntfPorts();
 

@@ -129,7 +129,7 @@ int openRawSocket() {
         const bool succeeds = net.openScript.front();
         net.openScript.pop_front();
         if (!succeeds) {
-            errno = EPERM;
+            errno = net.openError;
             return -1;
         }
     }

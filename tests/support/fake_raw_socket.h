@@ -2,6 +2,7 @@
 // one end of a SOCK_SEQPACKET pair, and the test has the other.
 #pragma once
 
+#include <cerrno>
 #include <cstdint>
 #include <deque>
 #include <map>
@@ -28,6 +29,7 @@ struct FakeNet {
     std::map<unsigned, std::string> names;
     // One entry per future call of openRawSocket: false fails it. When empty, all succeed.
     std::deque<bool> openScript;
+    int openError = EPERM;
     int lastReady = 0;          // result of the last waitReadable
     int lastWait = 0;           // its limit in milliseconds
     bool reportsLinks = false;  // set it before the ports are opened; costs a descriptor

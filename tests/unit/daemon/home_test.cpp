@@ -237,6 +237,15 @@ TEST_F(Home, PortsThatCannotBeOpenedAreReported) {
         EXPECT_EQ(occurrences(text, "no port is open, nothing can be sent or received: " + reason),
                   1U);
     }
+    // Without descriptors, which may pass, it is tried again.
+    for (const auto& [error, later] : {std::pair{EPERM, 0U}, {EMFILE, 1U}}) {
+        fakeNet().openScript = {false};
+        fakeNet().openError = error;
+        EXPECT_EQ(initIntfPorts(), kOk);
+        advance(5);
+        retryIntfPorts();
+        EXPECT_EQ(getIntfPorts().size(), later);
+    }
 }
 
 }  // namespace
