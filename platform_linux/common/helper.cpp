@@ -167,9 +167,10 @@ void keepEnvironment() {
     for (;;) {
         pollfd waitFor{socket, POLLIN, 0};
         if (poll(&waitFor, 1, kLimitPeriod) > 0) {
-            const auto packet = receive(socket);
+            auto packet = receive(socket);
             if (!packet) _exit(0);
             const HelperReply reply = carryOut(processes, *packet);
+            packet.reset();  // its descriptors are closed when the daemon goes on
             if (!send(socket, &reply, sizeof reply, {}, MSG_DONTWAIT)) _exit(1);
         }
         processes.enforceLimits();
