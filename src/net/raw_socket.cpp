@@ -82,7 +82,7 @@ std::map<unsigned, std::string> interfaceNames() {
     for (const auto* entry = all; entry != nullptr && entry->if_index != 0; entry++) {
         names[entry->if_index] = entry->if_name;
     }
-    if_freenameindex(all);
+    if (all != nullptr) if_freenameindex(all);  // the C library does not check
     return names;
 }
 
