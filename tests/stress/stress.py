@@ -490,21 +490,21 @@ def memory():
 def malloc():
     """allocations that fail, chosen at random"""
     ends = collections.Counter()
-    with Line() as mesh:
+    with Line() as mesh, mesh.storm() as send:
         for number in range(1, options.mallocs + 1):
             mesh.end_daemon(TARGET)
             log = len(mesh.log(TARGET))
             which = int(10 ** options.random.uniform(1, 3.5))
             count = options.random.choice((1, 1, 10, 10**9))
             what = f"allocation {which}, {count} of them"
-            mesh.start_daemon(TARGET, f"LD_PRELOAD={options.build['release']}/libfail_malloc.so", f"FAIL_ALLOCATION={which}",
+            library = f"{options.build['release']}/libfail_malloc.so"
+            mesh.start_daemon(TARGET, f"LD_PRELOAD={library}", f"FAIL_ALLOCATION={which}",
                               f"FAIL_COUNT={count}")
             begin = time.monotonic()
             while "fail_malloc" not in mesh.log(TARGET)[log:]:
                 assert time.monotonic() - begin < 60, f"{what} never came"
                 mesh.command(TARGET, "reopen-ports")
-                mesh.command(TARGET, "topology")
-                time.sleep(0.1)
+                send(500, 5000)
             time.sleep(0.5)
             end = carry_on(mesh, log, what)
             ends[end] += 1
