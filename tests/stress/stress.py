@@ -187,11 +187,11 @@ class Line(Mesh):
         more = {name: self.memory(name) - self.private[name] for name in DEVICES}
         return {name: kib for name, kib in more.items() if kib > MEMORY[self.kind]}
 
-    def start_daemon(self, device, *env):
+    def start_daemon(self, device, *env, level=0):
         """Another daemon, in the place of one that has ended."""
         log = open(self.folder / f"{device}.log", "ab")
         self.start("exec", device, "--", "sh", "-c", 'cd / && exec setsid --fork env "$@"', "sh",
-                   *self.variables, *env, f"{self.build}/vm1905", "-d", "0",
+                   *self.variables, *env, f"{self.build}/vm1905", "-d", str(level),
                    "-x", "0" if device == "dev1" else "1",
                    stdin=subprocess.DEVNULL, stdout=log, stderr=log).wait(20)
         log.close()
@@ -460,7 +460,8 @@ def carry_on(mesh, log, injected):
         return "carried on"
     said = mesh.log(TARGET)[log:]
     assert not mesh.device(TARGET)["daemons"], f"the daemon hangs after {injected}: {said[-500:]}"
-    assert "exited with status 1" in said and "out of memory" in said.split("---")[-2], \
+    assert "exited with status 1" in said and \
+        re.search("out of memory|failed to initialize", said.split("---")[-2]), \
         f"no clear line after {injected}: {said[-500:]}"
     return "ended"
 
@@ -499,7 +500,7 @@ def malloc():
             what = f"allocation {which}, {count} of them"
             library = f"{options.build['release']}/libfail_malloc.so"
             mesh.start_daemon(TARGET, f"LD_PRELOAD={library}", f"FAIL_ALLOCATION={which}",
-                              f"FAIL_COUNT={count}")
+                              f"FAIL_COUNT={count}", level=1)
             begin = time.monotonic()
             while "fail_malloc" not in mesh.log(TARGET)[log:]:
                 assert time.monotonic() - begin < 60, f"{what} never came"
