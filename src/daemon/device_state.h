@@ -10,6 +10,7 @@
 #include "controller/root_ap.h"
 #include "daemon/confinement.h"
 #include "daemon/control_files.h"
+#include "daemon/message_dispatch.h"
 #include "daemon/message_monitor.h"
 #include "daemon/own_names.h"
 #include "daemon/receiver.h"
@@ -53,7 +54,8 @@ using ModuleStates = std::tuple<                                           //
     AnswerMemory, MessageLog, OrderRefusals, ResultFiles,                  // handlers
     Announcements, ControllerLoop, RootAp,                                 // controller
     ServiceMonitor, WakeFifo, IntfRequest,                                 // service
-    MessageMonitor, Receiver, ControlFiles, OwnNames, Confinement>;        // daemon
+    MessageMonitor, Receiver, MessageDispatch, ControlFiles,               // daemon
+    OwnNames, Confinement>;
 
 struct DeviceState : ModuleStates {};
 

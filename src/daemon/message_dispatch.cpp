@@ -4,6 +4,7 @@
 
 #include "base/log.h"
 #include "base/result.h"
+#include "base/state.h"
 #include "db/database.h"
 #include "handlers/standard_handlers.h"
 #include "handlers/vend_dispatch.h"
@@ -124,7 +125,7 @@ int parseTopolQuery(const Received& msg) {
 
 struct TopolResp {
     uint16_t ifIndex;  // of the receiving port
-    DevTopol dev{};
+    DevTopol& dev;     // the record that is used for all responses
 };
 size_t parseRespAlMac(TopolResp& resp, Bytes tlv) {
     return parseForeignAlMac(resp.dev.alMac, tlv);
@@ -132,36 +133,52 @@ size_t parseRespAlMac(TopolResp& resp, Bytes tlv) {
 size_t parseRespDevInfo(TopolResp& resp, Bytes tlv) {
     return parseDevInfoTlv(resp.dev, resp.ifIndex, tlv);
 }
+size_t parseRespBrdgCap(TopolResp& resp, Bytes tlv) {
+    return parseDevBrdgCapTlv(resp.dev, tlv);
+}
+size_t parseRespNon1905Nbr(TopolResp& resp, Bytes tlv) {
+    return parseNon1905NbrDevTlv(resp.dev, tlv);
+}
+size_t parseResp1905Nbr(TopolResp& resp, Bytes tlv) {
+    return parse1905NbrDevTlv(resp.dev, tlv);
+}
 constexpr TlvRow<TopolResp> kTopolRespTlvs[] = {
-    {kTlvAlMac, parseRespAlMac},
-    {kTlvDevInfo, parseRespDevInfo},
-    {kTlvDevBrdgCap, into<&TopolResp::dev, parseDevBrdgCapTlv>},
-    {kTlvNon1905Nbr, into<&TopolResp::dev, parseNon1905NbrDevTlv>},
-    {kTlv1905Nbr, into<&TopolResp::dev, parse1905NbrDevTlv>},
+    {kTlvAlMac, parseRespAlMac},        {kTlvDevInfo, parseRespDevInfo},
+    {kTlvDevBrdgCap, parseRespBrdgCap}, {kTlvNon1905Nbr, parseRespNon1905Nbr},
+    {kTlv1905Nbr, parseResp1905Nbr},
 };
 
-int finishTopolResp(const Port& port, const MacAddr& srcMac, DevTopol&& dev) {
+// An empty record for the next response.
+DevTopol& emptyResp() {
+    constexpr size_t kKeptMemory = 65536;
+    DevTopol& dev = stateOf<MessageDispatch>().resp;
+    if (dev.memory() > kKeptMemory) dev = {};
+    dev.clear();
+    return dev;
+}
+
+int finishTopolResp(const Port& port, const MacAddr& srcMac, const DevTopol& dev) {
     if (dev.alMac.isZero()) {
         LOG_PUTS(2, "topology response without AL MAC\r");
         return kFailure;
     }
     if (isLoop(dev.alMac)) return kFailure;
-    return handleTopolRespMsg(port.mac, port.mediaType, srcMac, std::move(dev));
+    return handleTopolRespMsg(port.mac, port.mediaType, srcMac, dev);
 }
 
 int parseTopolResp(const Received& msg) {
-    TopolResp resp{msg.port.ifIndex};
+    TopolResp resp{msg.port.ifIndex, emptyResp()};
     if (!parseArea(msg.area, resp, kTopolRespTlvs)) return kFailure;
-    return finishTopolResp(msg.port, msg.hdr.srcMac, std::move(resp.dev));
+    return finishTopolResp(msg.port, msg.hdr.srcMac, resp.dev);
 }
 
 int parseTopolRespFragTlvs(const Port& port, const FragCmdu& cmdu) {
     LOG(4, "fragemented CMDU message (type = %d, id = %d)\r\n", cmdu.msgType, cmdu.msgId);
-    TopolResp resp{port.ifIndex};
+    TopolResp resp{port.ifIndex, emptyResp()};
     for (const auto& fragment : cmdu.fragments) {
         if (!parseArea(fragment, resp, kTopolRespTlvs)) return kFailure;
     }
-    return finishTopolResp(port, cmdu.srcMac, std::move(resp.dev));
+    return finishTopolResp(port, cmdu.srcMac, resp.dev);
 }
 
 int parseVendSpec(const Received& msg) {

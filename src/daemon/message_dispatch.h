@@ -5,8 +5,13 @@
 #include <cstdint>
 
 #include "base/bytes.h"
+#include "db/records.h"
 #include "net/fragment_store.h"
 #include "net/ports.h"
+
+struct MessageDispatch {
+    DevTopol resp;  // the topology response in work; its memory serves all of them
+};
 
 // Handles the TLV area of an unfragmented message. Returns the result of its handler, kFailure if
 // it was dropped, or kDuplicate if it was sent or received before, or refused for want of a right

@@ -123,9 +123,43 @@ bool isTooMuch(const DevTopol& dev, const Ieee1905DevTable* stored) {
     return total > kMaxMeshBytes;
 }
 
+// True if nothing is to be stored or logged. With several lists of 1905 neighbors, there is always
+// something to log.
+bool bringsNothing(const Ieee1905DevTable& stored, const DevTopol& dev) {
+    return dev.ieee1905Lists.size() <= 1 && dev.hasSameTopol(stored);
+}
+
+// Returns the new or changed record, nullptr if there is no room for it.
+Ieee1905DevTable* storeTopol(Ieee1905DevTable* stored, const DevTopol& dev, const Reporter& self) {
+    // A copy, because a list that arrived in parts has room to spare.
+    DevTopol next = dev;
+    if (isTooMuch(next, stored)) {
+        LOG(2, "the database is full, refuse the topology of (" MAC_FMT ")\r\n",
+            MAC_ARGS(next.alMac));
+        return nullptr;
+    }
+    if (stored != nullptr) {
+        logNon1905Changes(*stored, next, self);
+        log1905Changes(*stored, next, self);
+        takeOverIntfState(*stored, next);
+        if (!hasSameMacs(*stored, next)) noteTopologyChange();
+        static_cast<DevTopol&>(*stored) = std::move(next);
+        return stored;
+    }
+    auto& devs = getIeee1905DevTables();
+    if (devs.size() >= kMaxNbrDevs) {
+        LOG(2, "too many devices, refuse (" MAC_FMT ")\r\n", MAC_ARGS(next.alMac));
+        return nullptr;
+    }
+    stored = &devs.emplace_back(Ieee1905DevTable{std::move(next), {}});
+    noteTopologyChange();
+    updateChangeLogTable(kNewNeighbor, self.alMac, self.intfMac, kIeee1905Nbr, stored->alMac);
+    return stored;
+}
+
 }  // namespace
 
-int updateIeee1905DevTable(const MacAddr& intfMac, uint32_t mediaType, DevTopol&& dev) {
+int updateIeee1905DevTable(const MacAddr& intfMac, uint32_t mediaType, const DevTopol& dev) {
     LOG(5, "alMac = " MAC_FMT ", intfNum = %d\r\n", MAC_ARGS(dev.alMac),
         static_cast<int>(dev.intfs.size()));
     for (const auto& intf : dev.intfs) {
@@ -133,32 +167,12 @@ int updateIeee1905DevTable(const MacAddr& intfMac, uint32_t mediaType, DevTopol&
     }
     if (getIntfTableById(intfMac, mediaType) == nullptr) return kFailure;
 
-    // Lists that arrived in parts have room to spare.
-    for (auto& list : dev.non1905Lists) list.nbrs.shrink_to_fit();
-    for (auto& list : dev.ieee1905Lists) list.nbrs.shrink_to_fit();
     Ieee1905DevTable* stored = getIeee1905DevTableById(dev.alMac);
-    if (isTooMuch(dev, stored)) {
-        LOG(2, "the database is full, refuse the topology of (" MAC_FMT ")\r\n",
-            MAC_ARGS(dev.alMac));
-        return kFailure;
+    if (stored == nullptr || !bringsNothing(*stored, dev)) {
+        stored = storeTopol(stored, dev, {*getAlMac(), intfMac});
+        if (stored == nullptr) return kFailure;
     }
-    const Reporter self{*getAlMac(), intfMac};
-    if (stored != nullptr) {
-        logNon1905Changes(*stored, dev, self);
-        log1905Changes(*stored, dev, self);
-        takeOverIntfState(*stored, dev);
-        if (!hasSameMacs(*stored, dev)) noteTopologyChange();
-        static_cast<DevTopol&>(*stored) = std::move(dev);
-    } else {
-        auto& devs = getIeee1905DevTables();
-        if (devs.size() >= kMaxNbrDevs) {
-            LOG(2, "too many devices, refuse (" MAC_FMT ")\r\n", MAC_ARGS(dev.alMac));
-            return kFailure;
-        }
-        stored = &devs.emplace_back(Ieee1905DevTable{std::move(dev), {}});
-        noteTopologyChange();
-        updateChangeLogTable(kNewNeighbor, self.alMac, self.intfMac, kIeee1905Nbr, stored->alMac);
-    }
+    stored->receiverId = dev.receiverId;
     updateWifiSync(*stored);
     return requestUpdateDataModel(0);
 }

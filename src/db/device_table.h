@@ -7,7 +7,7 @@
 // heard, and logs neighbors that came or went. An existing record of the device keeps its fields
 // that no topology response carries. kOk, or kFailure if the interface is unknown or the table is
 // full.
-int updateIeee1905DevTable(const MacAddr& intfMac, uint32_t mediaType, DevTopol&& dev);
+int updateIeee1905DevTable(const MacAddr& intfMac, uint32_t mediaType, const DevTopol& dev);
 
 // Copies the device's two values from the Wi-Fi sync list of the platform; zeros if the list does
 // not have the device.

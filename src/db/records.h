@@ -11,6 +11,7 @@
 
 #include "base/clock.h"
 #include "base/mac_addr.h"
+#include "base/reused_list.h"
 #include "base/text.h"
 
 // Limits of the tables that strangers can fill, far above the needs of any real home.
@@ -149,6 +150,8 @@ struct IntfTable {
 
 struct BrdgTuple {
     std::vector<MacAddr> macs;
+
+    bool operator==(const BrdgTuple&) const = default;
 };
 
 // A forwarding rule of a client. It is kept, not enforced.
@@ -236,27 +239,40 @@ struct MsgCheckConfig {
     Seconds timeout = 0;
 };
 
+inline constexpr uint8_t kPwrStateUnknown = 255;
+
 struct DevIntf {
     MacAddr mac;
     uint16_t mediaType = 0;
     MediaInfo mediaInfo;
-    uint8_t pwrState = 255;  // unknown
+    // Only vendor messages carry these two.
+    uint8_t pwrState = kPwrStateUnknown;
     Text<16> name;
+
+    bool hasSameTopol(const DevIntf& other) const {
+        return mac == other.mac && mediaType == other.mediaType && mediaInfo == other.mediaInfo;
+    }
 };
 
 struct Non1905NbrList {
     MacAddr localIntfMac;
     std::vector<MacAddr> nbrs;
+
+    bool operator==(const Non1905NbrList&) const = default;
 };
 
 struct Ieee1905Nbr {
     MacAddr alMac;
     uint8_t bridgeFlag = 0;
+
+    bool operator==(const Ieee1905Nbr&) const = default;
 };
 
 struct Ieee1905NbrList {
     MacAddr localIntfMac;
     std::vector<Ieee1905Nbr> nbrs;
+
+    bool operator==(const Ieee1905NbrList&) const = default;
 };
 
 // The part of a remote device's record that only vendor messages fill; topology responses leave it
@@ -288,10 +304,27 @@ struct VendItems {
 struct DevTopol {
     MacAddr alMac;
     uint16_t receiverId = 0;  // that of parseDevInfoTlv
-    std::vector<DevIntf> intfs;
-    std::vector<Non1905NbrList> non1905Lists;
-    std::vector<Ieee1905NbrList> ieee1905Lists;
-    std::vector<BrdgTuple> brdgTuples;
+    ReusedList<DevIntf> intfs;
+    ReusedList<Non1905NbrList> non1905Lists;
+    ReusedList<Ieee1905NbrList> ieee1905Lists;
+    ReusedList<BrdgTuple> brdgTuples;
+
+    // Empties the record and keeps its memory.
+    void clear() {
+        alMac = {};
+        receiverId = 0;
+        intfs.clear();
+        non1905Lists.clear();
+        ieee1905Lists.clear();
+        brdgTuples.clear();
+    }
+    // True if topology responses with these contents are the same, whichever port received them.
+    bool hasSameTopol(const DevTopol& other) const {
+        return alMac == other.alMac &&
+               std::ranges::equal(intfs, other.intfs, &DevIntf::hasSameTopol) &&
+               non1905Lists == other.non1905Lists && ieee1905Lists == other.ieee1905Lists &&
+               brdgTuples == other.brdgTuples;
+    }
 
     size_t non1905NbrNum() const {
         size_t n = 0;
@@ -307,12 +340,15 @@ struct DevTopol {
     // object in the data model has some 270 bytes: this bounds that file, too.
     size_t memory() const {
         constexpr size_t kPerNbr = 120;
-        size_t n = memoryOf(intfs) + memoryOf(non1905Lists) + memoryOf(ieee1905Lists) +
-                   memoryOf(brdgTuples) + kPerNbr * (non1905NbrNum() + ieee1905NbrNum());
-        for (const auto& intf : intfs) n += memoryOf(intf.mediaInfo);
-        for (const auto& list : non1905Lists) n += memoryOf(list.nbrs);
-        for (const auto& list : ieee1905Lists) n += memoryOf(list.nbrs);
-        for (const auto& tuple : brdgTuples) n += memoryOf(tuple.macs);
+        size_t n = kPerNbr * (non1905NbrNum() + ieee1905NbrNum());
+        const auto add = [&n](const auto& list, auto inner) {
+            n += memoryOf(list.entries());
+            for (const auto& entry : list.entries()) n += memoryOf(entry.*inner);
+        };
+        add(intfs, &DevIntf::mediaInfo);
+        add(non1905Lists, &Non1905NbrList::nbrs);
+        add(ieee1905Lists, &Ieee1905NbrList::nbrs);
+        add(brdgTuples, &BrdgTuple::macs);
         return n;
     }
 };

@@ -45,7 +45,7 @@ class IntfFinder {
     }
 
   private:
-    std::vector<DevIntf>& intfs_;
+    ReusedList<DevIntf>& intfs_;
     std::vector<bool> taken_;
 };
 

@@ -94,7 +94,7 @@ int handleTopolQueryMsg(const Port& /*port*/, const MacAddr& srcMac, uint16_t ms
 }
 
 int handleTopolRespMsg(const MacAddr& localMac, uint32_t mediaType, const MacAddr& srcMac,
-                       DevTopol&& dev) {
+                       const DevTopol& dev) {
     if (getNetTopolCap() != 1) {
         LOG_PUTS(3, "the capability of network topology is disable\r");
         return kTopolDisabled;
@@ -103,7 +103,7 @@ int handleTopolRespMsg(const MacAddr& localMac, uint32_t mediaType, const MacAdd
     // Without an entry in the neighbor table the device would never time out.
     if (updateNbrDevTable(kNbrResponse, alMac) == kFailure) return kFailure;
     noteAnswer(srcMac, alMac);
-    if (updateIeee1905DevTable(localMac, mediaType, std::move(dev)) != kOk) return kFailure;
+    if (updateIeee1905DevTable(localMac, mediaType, dev) != kOk) return kFailure;
     if (DEBUGLEVEL >= 4) showportinfo();
     // Forces passes of the controller loop, which ask the device for its configuration before this
     // handler returns.

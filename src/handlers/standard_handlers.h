@@ -24,7 +24,7 @@ int handleTopolQueryMsg(const Port& port, const MacAddr& srcMac, uint16_t msgId)
 // Stores the device and has it asked for its configuration at once. kFailure if it cannot be
 // stored.
 int handleTopolRespMsg(const MacAddr& localMac, uint32_t mediaType, const MacAddr& srcMac,
-                       DevTopol&& dev);
+                       const DevTopol& dev);
 // Answers with link metrics, also without the topology capability. kFailure if the answer cannot be
 // sent.
 int handleMetricQueryMsg(const Port& port, const MacAddr& srcMac, uint16_t msgId,

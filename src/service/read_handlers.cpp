@@ -223,7 +223,7 @@ int respGetTopol1905DevServReq(const ServReq& request, uint16_t answer) {
 }
 
 int respGetTopolIntfServReq(const ServReq& request, uint16_t answer) {
-    return answerPart<std::vector<DevIntf>>(
+    return answerPart<ReusedList<DevIntf>>(
         request, &Ieee1905DevTable::intfs, [&](const DevIntf& intf) {
             return answerTo(request, answer)
                 .mac(resp::kDevIntfMac, intf.mac)
@@ -236,7 +236,7 @@ int respGetTopolIntfServReq(const ServReq& request, uint16_t answer) {
 }
 
 int respGetTopolNon1905NbrServReq(const ServReq& request, uint16_t answer) {
-    return answerPart<std::vector<Non1905NbrList>>(
+    return answerPart<ReusedList<Non1905NbrList>>(
         request, &Ieee1905DevTable::non1905Lists, [&](const Non1905NbrList& list) {
             const size_t num = fitting(list.nbrs, resp::kNbrs, resp::kNon1905Len);
             ServResp out = answerTo(request, answer);
@@ -250,7 +250,7 @@ int respGetTopolNon1905NbrServReq(const ServReq& request, uint16_t answer) {
 }
 
 int respGetTopol1905NbrServReq(const ServReq& request, uint16_t answer) {
-    return answerPart<std::vector<Ieee1905NbrList>>(
+    return answerPart<ReusedList<Ieee1905NbrList>>(
         request, &Ieee1905DevTable::ieee1905Lists, [&](const Ieee1905NbrList& list) {
             const size_t num = fitting(list.nbrs, resp::kNbrs, resp::k1905Len);
             ServResp out = answerTo(request, answer);
@@ -265,7 +265,7 @@ int respGetTopol1905NbrServReq(const ServReq& request, uint16_t answer) {
 }
 
 int respGetTopolBrdgTupleServReq(const ServReq& request, uint16_t answer) {
-    return answerPart<std::vector<BrdgTuple>>(
+    return answerPart<ReusedList<BrdgTuple>>(
         request, &Ieee1905DevTable::brdgTuples, [&](const BrdgTuple& tuple) {
             const size_t num = fitting(tuple.macs, resp::kTupleMacs, resp::kMacLen);
             ServResp out = answerTo(request, answer);

@@ -129,17 +129,18 @@ size_t refuse(const MacAddr& alMac, const char* parser = __builtin_FUNCTION(),
 // The neighbors on an interface, with room for num more: a long list arrives in several TLVs.
 // nullptr if the device would then have too many neighbors or lists.
 template <typename List>
-auto* nbrsOf(std::vector<List>& lists, const DevTopol& dev, const MacAddr& intfMac, uint8_t num) {
+auto* nbrsOf(ReusedList<List>& lists, const MacAddr& intfMac, uint8_t num) {
     size_t total = num;
     for (const auto& list : lists) total += list.nbrs.size();
-    auto list = std::ranges::find(lists, intfMac, &List::localIntfMac);
+    auto* list = std::ranges::find(lists, intfMac, &List::localIntfMac);
     const bool isNew = list == lists.end();
     if (total > kMaxDevNbrs || (isNew && lists.size() >= kMaxDevEntries)) {
         return static_cast<decltype(&list->nbrs)>(nullptr);
     }
     if (isNew) {
-        if (lists.empty()) lists.reserve(std::max<size_t>(dev.intfs.size(), 1));
-        list = lists.insert(lists.end(), {intfMac, {}});
+        list = &lists.add();
+        list->localIntfMac = intfMac;
+        list->nbrs.clear();
     }
     makeRoom(list->nbrs, num);
     return &list->nbrs;
@@ -235,18 +236,18 @@ size_t parseDevInfoTlv(DevTopol& dev, uint16_t receiverId, Bytes tlv) {
     if (reader.ok()) {
         dev.alMac = alMac;
         dev.receiverId = receiverId;
-        // An interface takes at least 9 bytes; reserve no more than can have arrived.
-        makeRoom(dev.intfs, std::min<size_t>(num, reader.left() / 9));
     }
     for (unsigned i = 0; i < num && reader.ok(); i++) {
         const MacAddr mac = reader.mac();
         const uint16_t mediaType = reader.u16();
         const Bytes info = reader.take(reader.u8());
         if (!reader.ok()) break;
-        DevIntf& intf = dev.intfs.emplace_back();
+        DevIntf& intf = dev.intfs.add();
         intf.mac = mac;
         intf.mediaType = mediaType;
         intf.mediaInfo.assign(info.begin(), info.end());
+        intf.pwrState = kPwrStateUnknown;
+        intf.name.assign({});
     }
     return consumed(reader, "TLV (type=%d/len=%d): invalid 1905.1 device information type TLV\r\n");
 }
@@ -256,14 +257,14 @@ size_t parseDevBrdgCapTlv(DevTopol& dev, Bytes tlv) {
     reader.demandAtLeast(kTlvDevBrdgCap, 1);
     const uint8_t num = reader.u8();
     if (dev.brdgTuples.size() + num > kMaxDevEntries) return refuse(dev.alMac);
-    makeRoom(dev.brdgTuples, std::min<size_t>(num, reader.left()));
     for (unsigned i = 0; i < num && reader.ok(); i++) {
         const size_t macNum = reader.u8();
         if (!reader.ok()) break;
         if (macNum == 0) LOG_PUTS(3, "the number of MAC address in this bridging tuple is 0\r");
-        BrdgTuple& tuple = dev.brdgTuples.emplace_back();
-        tuple.macs.reserve(macNum);
-        for (size_t m = 0; m < macNum; m++) tuple.macs.push_back(reader.mac());
+        BrdgTuple& tuple = dev.brdgTuples.add();
+        const Bytes macs = reader.take(6 * macNum);
+        tuple.macs.resize(macs.size() / 6);
+        for (size_t m = 0; m < tuple.macs.size(); m++) tuple.macs[m] = MacAddr(&macs[6 * m]);
     }
     return consumed(reader, "TLV (type=%d/len=%d): invalid device bridging capability TLV\r\n");
 }
@@ -275,7 +276,7 @@ size_t parseNon1905NbrDevTlv(DevTopol& dev, Bytes tlv) {
     if (!reader.ok())
         return consumed(reader,
                         "TLV (type=%d/len=%d): invalid non-1905 neighbor device list TLV\r\n");
-    auto* nbrs = nbrsOf(dev.non1905Lists, dev, localIntfMac, num);
+    auto* nbrs = nbrsOf(dev.non1905Lists, localIntfMac, num);
     if (nbrs == nullptr) return refuse(dev.alMac);
     for (unsigned i = 0; i < num; i++) nbrs->push_back(reader.mac());
     return reader.position();
@@ -288,7 +289,7 @@ size_t parse1905NbrDevTlv(DevTopol& dev, Bytes tlv) {
     if (!reader.ok())
         return consumed(reader,
                         "TLV (type=%d/len=%d): invalid 1905.1 neighbor device list TLV\r\n");
-    auto* nbrs = nbrsOf(dev.ieee1905Lists, dev, localIntfMac, num);
+    auto* nbrs = nbrsOf(dev.ieee1905Lists, localIntfMac, num);
     if (nbrs == nullptr) return refuse(dev.alMac);
     for (unsigned i = 0; i < num; i++) {
         const MacAddr alMac = reader.mac();

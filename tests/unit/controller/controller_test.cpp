@@ -169,7 +169,7 @@ TEST_F(Controller, RootApIsPublished) {
     Ieee1905DevTable& dev = getNetTopolTable()->devs.front();
     dev.intfs.clear();
     for (const auto* name : {"wlan2-msh0", "wlan0-msh0", "wlan0-msh0", "eth0"}) {
-        DevIntf& intf = dev.intfs.emplace_back();
+        DevIntf& intf = dev.intfs.add();
         intf.name = std::string_view(name);
         intf.mac = {2, 0, 0, 0, 0, static_cast<uint8_t>(dev.intfs.size())};
     }

@@ -209,10 +209,10 @@ TEST_F(Home, ADeviceOfTheMeshIsNoHost) {
     // Another device reports them.
     DevTopol dev = Device::dev();
     dev.non1905Lists = {{kPeer.intf, {}}};
-    (void)updateIeee1905DevTable(kEth0, kMedia, DevTopol(dev));
+    (void)updateIeee1905DevTable(kEth0, kMedia, dev);
     const uint16_t before = getNetTopolTable()->changeLogNum;
     dev.non1905Lists[0].nbrs = {kOwnAl, kEth0, kPeer.al, host};
-    (void)updateIeee1905DevTable(kEth0, kMedia, DevTopol(dev));
+    (void)updateIeee1905DevTable(kEth0, kMedia, dev);
     EXPECT_EQ(getNetTopolTable()->changeLogNum, before + 1) << "the host";
     (void)writeJsonDataModel();
     std::ifstream file(folder() + "/vm1905.json");

@@ -27,7 +27,7 @@ class Neighbors : public Device {
         return updateTopolInfo(kind, "eth0", kEth0, kMedia, who.al, who.intf);
     }
     static int note(int type, const Peer& who = kPeer) { return updateNbrDevTable(type, who.al); }
-    static int store(DevTopol dev) { return updateIeee1905DevTable(kEth0, kMedia, std::move(dev)); }
+    static int store(const DevTopol& dev) { return updateIeee1905DevTable(kEth0, kMedia, dev); }
     // Who came (+) and went (-) since the last call; n marks a non-1905 neighbor, @ the interface
     // of another device that reports it.
     static std::string changes() {
@@ -221,7 +221,7 @@ TEST_F(Neighbors, RecordsOfAllDevicesHaveABudget) {
     for (unsigned i = 1; i < 500; i++) {
         auto dev = record({}, {{2, std::vector<unsigned>(4096, 3)}});
         dev.alMac = peer(i).al;
-        dev.brdgTuples.resize(255);  // empty ones
+        for (int n = 0; n < 255; n++) dev.brdgTuples.push_back({});
         refused += store(dev) == kOk ? 0 : 1;
     }
     size_t memory = 0;

@@ -223,7 +223,7 @@ TEST_F(StandardTlv, LongOnesFit) {
     EXPECT_TRUE(send(madeMetrics(genTxMetricTlv, links), metrics, parseTxMetricTlv));
     EXPECT_TRUE(send(madeMetrics(genRxMetricTlv, links), metrics, parseRxMetricTlv));
     EXPECT_EQ(parts, "6:1395 6:135 7:1395 7:387 9:1378 9:1378 9:189 10:1395 10:935 ");
-    EXPECT_EQ(dev.non1905Lists.at(0).nbrs.size() + dev.ieee1905Lists.at(0).nbrs.size(), 2U * 252);
+    EXPECT_EQ(dev.non1905Lists[0].nbrs.size() + dev.ieee1905Lists[0].nbrs.size(), 2U * 252);
     EXPECT_EQ(metrics.links.size(), 100U);
 
     LogCapture log(2);
@@ -235,7 +235,7 @@ TEST_F(StandardTlv, LongOnesFit) {
     EXPECT_EQ(dev.intfs.size(), 154U);
     getAlTable()->brdgTuples = {{{kMac}}, {std::vector<MacAddr>(240)}, {{kMac}}};
     EXPECT_TRUE(send(made(genDevBrdgCapTlv), dev, parseDevBrdgCapTlv));
-    EXPECT_EQ(dev.brdgTuples.at(1).macs.size(), 231U);
+    EXPECT_EQ(dev.brdgTuples[1].macs.size(), 231U);
     EXPECT_EQ(occurrences(log.text(), " is cut to "), 2U);
     EXPECT_EQ(madeNbrs(genNon1905NbrDevTlv, 0, 1400).size(), 1395U);
     EXPECT_EQ(occurrences(log.text(), "the list of neighbors is cut"), 1U);
