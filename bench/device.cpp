@@ -93,7 +93,7 @@ size_t encodeTopolResp(std::span<uint8_t> out) {
     static TlvArea area;  // reused, as the transmitter does
     gen1905Msg(getIntfPorts().front(), kMsgTopolResp, {}, area, traits);
     if (!genEndOfMsgTlv(area) || area.size() > out.size()) abort();
-    std::ranges::copy(area.bytes(), out.begin());
+    ByteWriter(out).bytes(area.bytes());
     return area.size();
 }
 

@@ -9,10 +9,10 @@ namespace {
 
 constexpr size_t kVeryMany = 8192;
 
-std::vector<MacAddr> collect() {
-    std::vector<MacAddr> macs;
+void collect(std::vector<MacAddr>& macs) {
+    macs.clear();
     const AlTable* al = getAlTable();
-    if (al == nullptr) return macs;
+    if (al == nullptr) return;
     macs.push_back(al->alMac);
     for (const auto& intf : al->intfs) {
         macs.push_back(intf.mac);
@@ -26,7 +26,6 @@ std::vector<MacAddr> collect() {
         for (const auto& intf : dev.intfs) macs.push_back(intf.mac);
     }
     std::ranges::sort(macs);
-    return macs;
 }
 
 }  // namespace
@@ -35,13 +34,19 @@ bool isMeshMac(const MacAddr& mac) {
     auto& mesh = stateOf<MeshMacs>();
     // Very many, which no real mesh has, are collected once a second at most.
     const bool isDue = mesh.macs.size() < kVeryMany || mesh.time != now();
-    if (mesh.revision != topologyRevision() && isDue) mesh = {collect(), topologyRevision(), now()};
+    if (mesh.revision != topologyRevision() && isDue) {
+        collect(mesh.macs);
+        mesh.revision = topologyRevision();
+        mesh.time = now();
+    }
     return std::ranges::binary_search(mesh.macs, mac);
 }
 
 bool meshMacsAreCurrent() {
     const auto& mesh = stateOf<MeshMacs>();
-    return mesh.revision != topologyRevision() || mesh.macs == collect();
+    std::vector<MacAddr> anew;
+    collect(anew);
+    return mesh.revision != topologyRevision() || mesh.macs == anew;
 }
 
 std::vector<MacAddr> hostsOf(const std::vector<MacAddr>& macs) {

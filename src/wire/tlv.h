@@ -29,7 +29,7 @@ class TlvArea {
     // call.
     std::span<uint8_t> grow(size_t size);
     // Adds TLVs that are in wire order already.
-    void append(Bytes tlvs) { std::ranges::copy(tlvs, grow(tlvs.size()).begin()); }
+    void append(Bytes tlvs) { ByteWriter(grow(tlvs.size())).bytes(tlvs); }
 
   private:
     std::unique_ptr<uint8_t[]> bytes_;
