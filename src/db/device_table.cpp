@@ -1,7 +1,6 @@
 #include "db/device_table.h"
 
 #include <algorithm>
-#include <unordered_set>
 
 #include "base/log.h"
 #include "base/result.h"
@@ -26,11 +25,12 @@ const MacAddr& macOf(const Ieee1905Nbr& nbr) {
     return nbr.alMac;
 }
 
-// The neighbors of a list for fast lookup: there may be thousands.
+// The neighbors of a list, sorted for fast lookup: there may be thousands.
 template <typename Nbr>
-std::unordered_set<MacAddr> setOf(const std::vector<Nbr>& list) {
-    std::unordered_set<MacAddr> macs(list.size());
-    for (const auto& nbr : list) macs.insert(macOf(nbr));
+std::vector<MacAddr> sorted(const std::vector<Nbr>& list) {
+    std::vector<MacAddr> macs;
+    for (const auto& nbr : list) macs.push_back(macOf(nbr));
+    std::ranges::sort(macs);
     return macs;
 }
 
@@ -62,19 +62,19 @@ void logNon1905Changes(const DevTopol& old, const DevTopol& next, const Reporter
             continue;
         }
         const Reporter device{next.alMac, list.localIntfMac};
-        const auto olds = setOf(before->nbrs), news = setOf(list.nbrs);
+        const auto olds = sorted(before->nbrs), news = sorted(list.nbrs);
         for (const auto& mac : list.nbrs) {
-            if (!olds.contains(mac)) log(kNewNeighbor, device, mac);
+            if (!std::ranges::binary_search(olds, mac)) log(kNewNeighbor, device, mac);
         }
         for (const auto& mac : before->nbrs) {
-            if (!news.contains(mac)) log(kLostNeighbor, device, mac);
+            if (!std::ranges::binary_search(news, mac)) log(kLostNeighbor, device, mac);
         }
     }
 }
 
 void log1905Changes(const DevTopol& old, const DevTopol& next, const Reporter& self) {
-    std::unordered_set<MacAddr> olds;
-    if (!old.ieee1905Lists.empty()) olds = setOf(old.ieee1905Lists.front().nbrs);
+    std::vector<MacAddr> olds;
+    if (!old.ieee1905Lists.empty()) olds = sorted(old.ieee1905Lists.front().nbrs);
     for (const auto& list : next.ieee1905Lists) {
         if (old.ieee1905Lists.empty()) {
             for (const auto& nbr : list.nbrs) {
@@ -86,7 +86,7 @@ void log1905Changes(const DevTopol& old, const DevTopol& next, const Reporter& s
         // are logged only if the new list is empty.
         const Reporter device{next.alMac, list.localIntfMac};
         for (const auto& nbr : list.nbrs) {
-            if (!olds.contains(nbr.alMac)) {
+            if (!std::ranges::binary_search(olds, nbr.alMac)) {
                 logChange(kNewNeighbor, device, kIeee1905Nbr, nbr.alMac);
             }
         }

@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 
 #include "base/clock.h"
 #include "base/log.h"
@@ -79,14 +78,17 @@ struct ProcessInfo {
 };
 
 ProcessInfo processInfo(pid_t pid) {
-    std::ifstream file("/proc/" + std::to_string(pid) + "/status");
     ProcessInfo found;
+    FILE* file = fopen(("/proc/" + std::to_string(pid) + "/status").c_str(), "re");
+    if (file == nullptr) return found;
     bool runs = false;
-    for (std::string line; std::getline(file, line);) {
-        if (line.starts_with("Name:\t")) found.name = line.substr(6);
+    for (char text[256]; fgets(text, sizeof text, file) != nullptr;) {
+        const std::string_view line = text;
+        if (line.starts_with("Name:\t")) found.name = line.substr(6, line.size() - 7);
         if (line.starts_with("State:\t")) runs = line[7] != 'Z' && line[7] != 'X';
-        if (line.starts_with("Uid:\t")) found.user = static_cast<uid_t>(atoll(&line[5]));
+        if (line.starts_with("Uid:\t")) found.user = static_cast<uid_t>(atoll(text + 5));
     }
+    (void)fclose(file);
     return runs ? found : ProcessInfo{};
 }
 
