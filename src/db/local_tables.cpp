@@ -270,7 +270,7 @@ int removeIntf(const IntfDesc* list) {
 }
 
 int addIntfNbrIntf(std::string_view name, const MacAddr& mac, uint32_t mediaType,
-                   const std::vector<MacAddr>& macs) {
+                   std::span<const MacAddr> macs) {
     LOG(4, "intfMac = " MAC_FMT ", mediaType = 0x%04x \r\n", MAC_ARGS(mac), mediaType);
     IntfTable* intf = getIntfTableByName(name);
     if (intf == nullptr) {

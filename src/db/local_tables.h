@@ -6,6 +6,7 @@
 // changed or the target was not found.
 #pragma once
 
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -44,7 +45,7 @@ int removeIntf(const IntfDesc* list);
 // Add or remove neighbor interfaces of a local interface, which is found by its name alone.
 // kNoLocalIntf if it is unknown.
 int addIntfNbrIntf(std::string_view name, const MacAddr& mac, uint32_t mediaType,
-                   const std::vector<MacAddr>& macs);
+                   std::span<const MacAddr> macs);
 int removeIntfNbrIntf(std::string_view name, const MacAddr& mac, uint32_t mediaType,
                       const std::vector<MacAddr>& macs);
 // Replaces the bridging tuples with those of the platform. kChanged, or kFailure without a database

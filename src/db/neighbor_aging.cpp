@@ -218,7 +218,7 @@ void noteNamedIntf(std::string_view localName, const MacAddr& localMac, uint32_t
     IntfTable* intf = getIntfTableByName(localName);
     const IntfNbrDev* known = intf != nullptr ? getIntfNbrDevByMac(*intf, nbrIntfMac) : nullptr;
     const bool isReported = known != nullptr && known->namedTime == 0;
-    (void)addIntfNbrIntf(localName, localMac, mediaType, {nbrIntfMac});
+    (void)addIntfNbrIntf(localName, localMac, mediaType, {&nbrIntfMac, 1});
     if (intf == nullptr || isReported) return;
     if (IntfNbrDev* nbr = getIntfNbrDevByMac(*intf, nbrIntfMac)) nbr->namedTime = now();
 }

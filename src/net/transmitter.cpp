@@ -379,7 +379,7 @@ bool lookupGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId) {
     // Expired entries are skipped: a device that restarted uses its identifiers again.
     const Seconds time = now();
     return module().genRecvMsgs.find([&](const auto& entry) {
-        return entry.alMac == alMac && entry.msgType == msgType && entry.msgId == msgId &&
+        return entry.msgId == msgId && entry.msgType == msgType && entry.alMac == alMac &&
                time - entry.time <= kGenRecvLifetime;
     }) != nullptr;
 }

@@ -44,7 +44,7 @@ class Home : public Device {
 
 TEST_F(Home, ABridgeThatForgetsRemovesNoLivingNeighbor) {
     startWithPeer();
-    (void)addIntfNbrIntf("eth0", {}, 0, {peer(9).intf});
+    (void)addIntfNbrIntf("eth0", {}, 0, std::vector{peer(9).intf});
     advance(kSilenceLimit - 1);
     for (const auto& [after, left] : {std::pair{0, 1U}, {1, 0U}}) {
         advance(after);
@@ -192,9 +192,9 @@ TEST_F(Home, NeighborsBehindAReturnedLinkAreHeardSoonOrGo) {
 TEST_F(Home, ADeviceOfTheMeshIsNoHost) {
     startWithPeer();
     const MacAddr host = peer(9).intf;
-    (void)addIntfNbrIntf("eth1", {}, 0, {kOwnAl});
+    (void)addIntfNbrIntf("eth1", {}, 0, std::vector{kOwnAl});
     for (const MacAddr& mac : {kPeer.al, kPeer.intf, host}) {
-        (void)addIntfNbrIntf("eth1", {}, 0, {mac});
+        (void)addIntfNbrIntf("eth1", {}, 0, std::vector{mac});
     }
     getIntfNum();
     const auto hosts = [](unsigned index) {
@@ -204,7 +204,7 @@ TEST_F(Home, ADeviceOfTheMeshIsNoHost) {
         return bytesOf(area);
     };
     EXPECT_EQ(hosts(1), tlvBytes(kTlvNon1905Nbr, bytesOf(kEth1) + bytesOf(host)));
-    (void)addIntfNbrIntf("eth0", {}, 0, {kPeer.al});
+    (void)addIntfNbrIntf("eth0", {}, 0, std::vector{kPeer.al});
     EXPECT_EQ(hosts(0), Frame{}) << "nobody else";
     // Another device reports them.
     DevTopol dev = Device::dev();

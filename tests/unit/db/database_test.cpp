@@ -60,19 +60,19 @@ TEST_F(Database, NeighborInterfacesAreAdded) {
         EXPECT_EQ(addIntfNbrIntf("eth0", {}, 0, added), then == known ? kNothingChanged : kChanged);
         EXPECT_EQ(nbrMacs(), then);
     }
-    EXPECT_EQ(addIntfNbrIntf("eth9", kEth0, kMedia, {kA}), kNoLocalIntf);
+    EXPECT_EQ(addIntfNbrIntf("eth9", kEth0, kMedia, std::vector{kA}), kNoLocalIntf);
     // In a full table the oldest neighbor that is no 1905 device gives way, or one that never
     // answered.
     getNbrDevTable() = {{.alMac = {}, .answerTime = 1}};
     eth0().nbrs.assign(4094, {.is1905 = true});
-    EXPECT_EQ(addIntfNbrIntf("eth0", {}, 0, {kC, kA}), kChanged);
-    EXPECT_EQ(addIntfNbrIntf("eth0", {}, 0, {kB}), kChanged);
+    EXPECT_EQ(addIntfNbrIntf("eth0", {}, 0, std::vector{kC, kA}), kChanged);
+    EXPECT_EQ(addIntfNbrIntf("eth0", {}, 0, std::vector{kB}), kChanged);
     EXPECT_EQ(eth0().nbrs.size(), 4096U);
     EXPECT_EQ(getIntfNbrDevByMac(eth0(), kC), nullptr);
     eth0().nbrs.assign(4096, {.is1905 = true});
-    EXPECT_EQ(addIntfNbrIntf("eth0", {}, 0, {kB}), kNothingChanged);
+    EXPECT_EQ(addIntfNbrIntf("eth0", {}, 0, std::vector{kB}), kNothingChanged);
     eth0().nbrs[7].nbrAlMac = kC;
-    EXPECT_EQ(addIntfNbrIntf("eth0", {}, 0, {kB}), kChanged);
+    EXPECT_EQ(addIntfNbrIntf("eth0", {}, 0, std::vector{kB}), kChanged);
 }
 
 TEST_F(Database, LinkMetricsAreFetchedEveryFiveSeconds) {

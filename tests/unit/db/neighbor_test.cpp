@@ -77,7 +77,7 @@ TEST_F(Neighbors, BridgesAreDetected) {
 }
 
 TEST_F(Neighbors, TimeOutAfter130Seconds) {
-    (void)addIntfNbrIntf("eth0", {}, 0, {peer(9).intf});
+    (void)addIntfNbrIntf("eth0", {}, 0, std::vector{peer(9).intf});
     for (const unsigned n : {1U, 2U, 3U}) (void)(heard(0, peer(n)) + note(kNbrDiscovery, peer(n)));
     Ieee1905DevTable dev;
     dev.alMac = kPeer.al;

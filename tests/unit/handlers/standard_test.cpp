@@ -50,7 +50,7 @@ TEST_F(Flow, WithoutTopologyNeighborsAreOnlyRegistered) {
 TEST_F(Flow, InterfacesThatOnlyFramesNameTimeOut) {
     start();
     const auto report = [](unsigned n) {
-        (void)addIntfNbrIntf("eth0", kEth0, kMedia, {peer(n).intf});
+        (void)addIntfNbrIntf("eth0", kEth0, kMedia, std::vector{peer(n).intf});
     };
     report(5);
     for (const unsigned n : {5U, 6U, 7U, 8U}) {

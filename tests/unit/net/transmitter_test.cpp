@@ -148,8 +148,8 @@ TEST_F(Transmitter, UnicastsGoToEveryInterfaceOfTheDevice) {
     EXPECT_EQ(sent("eth1").at(0).id, 0xABCDU);
     // An interface may have the AL MAC as its address: on eth1 it is not a second one of the
     // device, on eth2 it is the only one.
-    (void)addIntfNbrIntf("eth1", kEth1, kMedia, {peer(1).al});
-    (void)addIntfNbrIntf("eth2", kEth2, kMedia, {peer(1).al});
+    (void)addIntfNbrIntf("eth1", kEth1, kMedia, std::vector{peer(1).al});
+    (void)addIntfNbrIntf("eth2", kEth2, kMedia, std::vector{peer(1).al});
     EXPECT_EQ(requestSend1905UcastRespMsg(peer(1).al, kMsgTopolResp, 5, {}), kOk);
     EXPECT_EQ(destinations(), "eth0:1 eth0:2 eth1:3 eth2:1 ");
     fakeNet().intfs["eth2"].up = false;
