@@ -16,7 +16,7 @@ constexpr size_t kMaxFile = size_t{64} * 1024;
 // Complaints about single lines: a wrong file must not flood the log.
 constexpr int kMaxComplaints = 8;
 
-constexpr std::array<std::string_view, 28> kKeys = {"AL_MAC",
+constexpr std::array<std::string_view, 29> kKeys = {"AL_MAC",
                                                     "APPROVED",
                                                     "BACKHAUL",
                                                     "BUILD_NUMBER",
@@ -24,6 +24,7 @@ constexpr std::array<std::string_view, 28> kKeys = {"AL_MAC",
                                                     "COUNTRY_CODE",
                                                     "DAISYCHAIN",
                                                     "DEVICE_MODE",
+                                                    "DNSMASQ_PID_FILE",
                                                     "EXCLUDE",
                                                     "FIRMWARE_DOWNGRADE",
                                                     "FIRMWARE_DOWNLOAD",

@@ -68,7 +68,8 @@ class NetlinkSocket {
     // A socket for requests of this protocol (NETLINK_...); none on failure.
     static std::optional<NetlinkSocket> open(
         int protocol, std::chrono::milliseconds limit = std::chrono::seconds(1));
-    // A non-blocking socket for notifications about links and neighbors; none on failure.
+    // A non-blocking socket for notifications about links, neighbors and addresses; none on
+    // failure.
     static std::optional<NetlinkSocket> openEvents();
 
     // Sends a request, whose payload starts with a fixed header, and calls take() for each answer.

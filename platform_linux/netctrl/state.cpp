@@ -10,8 +10,8 @@
 #include <time.h>
 
 #include <algorithm>
-#include <chrono>
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -76,6 +76,17 @@ std::optional<std::vector<Address>> readAddresses(uint8_t family) {
     return addresses;
 }
 
+std::map<uint8_t, std::vector<Address>> knownAddresses;  // by family
+
+// The same, read again only after a change; nullptr if that fails.
+const std::vector<Address>* addressesOf(uint8_t family) {
+    if (addressesMayHaveChanged()) knownAddresses.clear();
+    const auto known = knownAddresses.find(family);
+    if (known != knownAddresses.end()) return &known->second;
+    auto addresses = readAddresses(family);
+    return addresses ? &(knownAddresses[family] = std::move(*addresses)) : nullptr;
+}
+
 bool hasPorts(const Bridge& bridge) {
     const auto& intfs = reported().intfs;
     return std::any_of(intfs.begin(), intfs.end(),
@@ -102,48 +113,26 @@ std::vector<int> participants() {
 
 // ---- System ------------------------------------------------------------------------------------
 
-bool isNamed(const std::string& pid, std::string_view process) {
-    return lineOf(readFile("/proc/" + pid + "/comm", 64), 0) == process;
+bool isDnsmasq(const std::string& pidFile) {
+    const std::string text = readFile(pidFile, 64);
+    const std::string_view pid = lineOf(text, 0);
+    if (pid.empty() || pid.find_first_not_of("0123456789") != pid.npos) return false;
+    return lineOf(readFile("/proc/" + std::string(pid) + "/comm", 64), 0) == "dnsmasq";
 }
 
-// Whether a process of some name is running. Searching all processes is expensive, so it is done
-// once a minute, and earlier only if the known process has gone.
-class ProcessWatch {
-    using Clock = std::chrono::steady_clock;
-    static constexpr std::chrono::minutes kScanPeriod{1};
-
-  public:
-    explicit ProcessWatch(std::string_view name) : name_(name) {}
-
-    // None if the processes cannot be listed.
-    std::optional<bool> runs() {
-        if (!pid_.empty() && isNamed(pid_, name_)) return true;
-        const auto now = Clock::now();
-        if (pid_.empty() && now < nextScan_) return false;
-        nextScan_ = now + kScanPeriod;
-        return scan();
+// By its pid files: searching all processes would cost more than the rest of an idle daemon.
+bool dnsmasqRuns() {
+    if (const auto file = conf().value("DNSMASQ_PID_FILE"); !file.empty()) {
+        return isDnsmasq(std::string(file));
     }
-
-  private:
-    std::optional<bool> scan() {
-        pid_.clear();
-        std::error_code error;
-        for (std::filesystem::directory_iterator entry("/proc", error), end; !error && entry != end;
-             entry.increment(error)) {
-            const std::string pid = entry->path().filename();
-            if (pid[0] < '0' || pid[0] > '9' || !isNamed(pid, name_)) continue;
-            pid_ = pid;
-            return true;
-        }
-        if (error) return std::nullopt;
-        return false;
+    if (isDnsmasq("/var/run/dnsmasq.pid")) return true;
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry("/var/run/dnsmasq", error), end;
+         !error && entry != end; entry.increment(error)) {
+        if (entry->path().extension() == ".pid" && isDnsmasq(entry->path())) return true;
     }
-
-    std::string_view name_;
-    std::string pid_;
-    Clock::time_point nextScan_{};
-};
-ProcessWatch dnsmasq("dnsmasq");
+    return false;
+}
 
 struct Listeners {
     bool ssh = false, telnet = false;
@@ -231,8 +220,8 @@ void keepWifiCountryCode(std::string_view code) {
 
 int getDeviceIP(char text[32]) {
     if (text == nullptr) return kFailure;
-    const auto addresses = readAddresses(AF_INET);
-    if (!addresses) return kFailure;
+    const auto* addresses = addressesOf(AF_INET);
+    if (addresses == nullptr) return kFailure;
     std::vector<int> candidates = participants();
     if (const auto bridge = lanBridge()) candidates.insert(candidates.begin(), *bridge);
     for (const int index : candidates) {
@@ -245,8 +234,8 @@ int getDeviceIP(char text[32]) {
 
 int getIPv6Info(IPv6Info* info) {
     if (info == nullptr) return kFailure;
-    const auto addresses = readAddresses(AF_INET6);
-    if (!addresses) return kFailure;
+    const auto* addresses = addressesOf(AF_INET6);
+    if (addresses == nullptr) return kFailure;
     const auto bridge = lanBridge();
     const std::vector<int> bearers = bridge ? std::vector<int>{*bridge} : participants();
     *info = {};
@@ -291,12 +280,11 @@ int getDaisychainOption(char text[32]) {
 }
 
 int getNetworkState(NetworkState* state) {
-    const auto running = dnsmasq.runs();
-    if (state == nullptr || !running) return kFailure;
+    if (state == nullptr) return kFailure;
     const auto& intfs = reported().intfs;
     const auto ports = std::count_if(intfs.begin(), intfs.end(),
                                      [](const Intf& intf) { return intf.bridge != 0; });
-    *state = {*running ? 1 : 0, static_cast<int32_t>(ports)};
+    *state = {dnsmasqRuns() ? 1 : 0, static_cast<int32_t>(ports)};
     return kOk;
 }
 

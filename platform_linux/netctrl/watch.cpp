@@ -29,6 +29,7 @@ struct {
     int failures = 0;
     bool linksChanged = false;
     bool neighborsChanged = false;
+    bool addressesChanged = true;
     Clock::time_point pictureTaken{};
     bool reporting = false;
 
@@ -46,6 +47,10 @@ void noteNotification(nlmsghdr* message) {
         case RTM_DELNEIGH:
             watch.neighborsChanged = true;
             break;
+        case RTM_NEWADDR:
+        case RTM_DELADDR:
+            watch.addressesChanged = true;
+            break;
         default:
             break;
     }
@@ -58,7 +63,7 @@ bool listen() {
         watch.events.reset();
     }
     if (watch.events) return true;
-    watch.linksChanged = true;
+    watch.linksChanged = watch.addressesChanged = true;
     watch.events = NetlinkSocket::openEvents();
     return watch.events.has_value();
 }
@@ -289,6 +294,11 @@ const Picture& reported() {
 
 std::optional<MacAddr> reportedAlMac() {
     return watch.alMac;
+}
+
+bool addressesMayHaveChanged() {
+    if (!watch.events || !listen()) return true;
+    return std::exchange(watch.addressesChanged, false);
 }
 
 int runWatch(NetStatusEventCallback callback) {

@@ -19,5 +19,8 @@ const Picture& reported();
 // must not look like another one to its neighbors.
 std::optional<MacAddr> reportedAlMac();
 
+// True if the addresses of the device may have changed since the last call.
+[[nodiscard]] bool addressesMayHaveChanged();
+
 // Reports changes through the callback. 16 if listening to the kernel has failed for good, else 0.
 int runWatch(NetStatusEventCallback callback);

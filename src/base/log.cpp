@@ -1,9 +1,11 @@
 #include "base/log.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <span>
 #include <string>
 
 #include "base/clock.h"
@@ -16,12 +18,23 @@ uint8_t DEBUGLEVEL = 3;
 namespace {
 
 constexpr size_t kMostOutput = 2047;
+constexpr int kUrgent = 1;     // up to this level, a line does not wait
+constexpr int kDebugging = 4;  // from this DEBUGLEVEL on, none does
 
-std::string formatted(const char* format, va_list args) {
-    char text[4096];
-    vsnprintf(text, sizeof text, format, args);
-    return plainLine(text);
-}
+// A formatted and cleaned message. Needs no memory: it may report the lack of it.
+class Message {
+  public:
+    Message(const char* format, va_list args) {
+        const int length = vsnprintf(text_.data(), text_.size(), format, args);
+        const auto size = static_cast<size_t>(std::max(length, 0));
+        view_ = cleanLine(std::span(text_).first(std::min(size, text_.size() - 1)));
+    }
+    std::string_view view() const { return view_; }
+
+  private:
+    std::array<char, 4096> text_;
+    std::string_view view_;
+};
 
 }  // namespace
 
@@ -29,12 +42,17 @@ void logLine(int level, const char* function, int line, const char* format, ...)
     const int error = errno;  // stays what it was for the caller
     va_list args;
     va_start(args, format);
-    const std::string text = formatted(format, args);
+    const Message message(format, args);
     va_end(args);
-    printf("[vm1905] [TM=%ld/LVL=%d] - %s(%d): %s", static_cast<long>(wallClock()), level, function,
-           line, text.c_str());
-    fflush(stdout);
+    printf("[vm1905] [TM=%ld/LVL=%d] - %s(%d): ", static_cast<long>(wallClock()), level, function,
+           line);
+    fwrite(message.view().data(), 1, message.view().size(), stdout);
+    if (level <= kUrgent || DEBUGLEVEL >= kDebugging) fflush(stdout);
     errno = error;
+}
+
+void flushLog() {
+    fflush(stdout);
 }
 
 int setDebugLevel(uint8_t level) {
@@ -51,8 +69,7 @@ uint8_t getDebugLevel() {
 void Outputlog(const char* format, ...) {
     va_list args;
     va_start(args, format);
-    std::string line = formatted(format, args);
+    const Message message(format, args);
     va_end(args);
-    line.resize(std::min(line.size(), kMostOutput));
-    (void)outputlogData(line.c_str());
+    (void)outputlogData(std::string(message.view().substr(0, kMostOutput)).c_str());
 }

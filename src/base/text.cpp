@@ -21,6 +21,12 @@ size_t utf8Length(std::string_view text) {
     return invalid ? 0 : length;
 }
 
+// The number of characters at the start that need no check.
+size_t harmlessRun(std::string_view text) {
+    const auto isHarmless = [](char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; };
+    return static_cast<size_t>(std::ranges::find_if_not(text, isHarmless) - text.begin());
+}
+
 // Whether this character, of valid UTF-8, may be in a log or a JSON file.
 bool isPlain(std::string_view character) {
     const auto at = [&](size_t i) { return static_cast<uint8_t>(character[i]); };
@@ -49,25 +55,53 @@ size_t jsonItemLength(std::string_view text) {
     return plainText(content) == content ? end + 1 : 0;
 }
 
+// Calls take(part) for all parts of the cleaned text, at most room bytes.
+template <typename Take>
+void clean(std::string_view text, size_t room, std::string_view keep, Take&& take) {
+    while (!text.empty() && text[0] != '\0') {
+        if (const size_t run = std::min(harmlessRun(text), room); run > 0) {
+            take(text.substr(0, run));
+            text.remove_prefix(run);
+            room -= run;
+            continue;
+        }
+        const size_t length = utf8Length(text);
+        if (length > room) break;
+        const std::string_view character = text.substr(0, length);
+        if (length > 0 && (isPlain(character) || keep.find(character) != keep.npos)) {
+            take(character);
+            room -= length;
+        }
+        text.remove_prefix(std::max<size_t>(length, 1));
+    }
+}
+
 }  // namespace
 
 std::string plainText(std::string_view text, size_t maxBytes, std::string_view keep) {
     std::string plain;
-    while (!text.empty() && text[0] != '\0') {
-        const size_t length = utf8Length(text);
-        if (length > maxBytes - plain.size()) break;
-        const std::string_view character = text.substr(0, length);
-        if (length > 0 && (isPlain(character) || keep.find(character) != keep.npos)) {
-            plain += character;
-        }
-        text.remove_prefix(std::max<size_t>(length, 1));
-    }
+    clean(text, maxBytes, keep, [&](std::string_view part) { plain += part; });
     return plain;
 }
 
+std::string_view cleanLine(std::span<char> line) {
+    const std::string_view text(line.data(), line.size());
+    const size_t end = text.find_last_not_of("\r\n") + 1;
+    size_t length = 0;
+    // Never longer than what has been read.
+    const auto take = [&](std::string_view part) {
+        std::memmove(&line[length], part.data(), part.size());
+        length += part.size();
+    };
+    clean(text.substr(0, end), end, "\"\\", take);
+    if (end < line.size()) take(text.substr(end));
+    return text.substr(0, length);
+}
+
 std::string plainLine(std::string_view line) {
-    const size_t end = line.find_last_not_of("\r\n") + 1;
-    return plainText(line.substr(0, end), std::string::npos, "\"\\").append(line.substr(end));
+    std::string text(line);
+    text.resize(cleanLine(text).size());
+    return text;
 }
 
 bool isJsonItems(std::string_view text) {

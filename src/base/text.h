@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstring>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -62,6 +63,8 @@ class Text {
 // Cleans a line for a log, in case a text in it was not: keeps quotes and backslashes, which may be
 // our own, and the line end.
 [[nodiscard]] std::string plainLine(std::string_view line);
+// The same in the buffer of the line. Returns what is left of it.
+std::string_view cleanLine(std::span<char> line);
 // Stores the cleaned text, cut to what the field holds.
 template <size_t N>
 void storePlain(Text<N>& field, std::string_view text) {

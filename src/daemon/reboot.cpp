@@ -12,6 +12,7 @@
 
 int rebootSystem() {
     writeWaitingMsgLog();
+    flushLog();
     sync();
     if (reboot(RB_AUTOBOOT) == 0) return kOk;
     LOG(1, "can't reboot: %s\n", strerror(errno));

@@ -1,6 +1,7 @@
 #include "db/neighbor_aging.h"
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 #include "base/log.h"
@@ -27,7 +28,19 @@ constexpr Seconds kReturnInterval = 5;     // a discovery after this much silenc
 constexpr Seconds kNotificationDelay = 3;  // after the appearance of a device
 constexpr Seconds kQueryInterval = 3;
 constexpr uint8_t kMaxQueries = 3;
+constexpr Seconds kNever = std::numeric_limits<Seconds>::max();
 constexpr Seconds kClaimTime = kMaxQueries * kQueryInterval + 1;
+
+NeighborAging& module() {
+    return stateOf<NeighborAging>();
+}
+
+// After a change by which something may be due earlier than known so far. Nothing is due within
+// the same second.
+void lookSoon() {
+    module().intfsDue = std::min(module().intfsDue, now() + 1);
+    module().devsDue = std::min(module().devsDue, now() + 1);
+}
 
 void setBridge(IntfNbrDev& nbr, const MacAddr& localMac, bool bridge) {
     nbr.bridgeFlag = bridge ? 1 : 0;
@@ -187,9 +200,24 @@ bool lacksLldp(const IntfNbrDev& nbr, Seconds time) {
            time - nbr.discTime >= kLldpGrace && !lldpIsFresh(nbr, nbr.discTime);
 }
 
-// True once a second: within one, nothing comes due.
-bool isNewSecond(Seconds& checked, Seconds time) {
-    return std::exchange(checked, time) != time;
+// When checkIntfNbrIntfTimeOut may have something to do for an entry that it has just looked at.
+Seconds nextDue(const IntfNbrDev& nbr, Seconds time) {
+    if (!nbr.claimant.isZero()) return time + 1;
+    Seconds due = kNever;
+    if (nbr.is1905 || nbr.namedTime != 0) {
+        due = (nbr.is1905 ? nbr.last1905Time : nbr.namedTime) + kSilenceLimit;
+    }
+    const Seconds lldpDue = nbr.discTime + kLldpGrace;
+    return getReadLldpOption() && lldpDue > time ? std::min(due, lldpDue) : due;
+}
+
+// The same for checkNbrDevTableTimeOut.
+Seconds nextDue(const NbrDev& dev) {
+    Seconds due = dev.lastSeen + (dev.ntfSent ? kSilenceLimit : kNotificationDelay);
+    if (dev.queryTime != 0 && !dev.respReceived && dev.queryRetries < kMaxQueries) {
+        due = std::min(due, dev.queryTime + kQueryInterval);
+    }
+    return due;
 }
 
 }  // namespace
@@ -201,6 +229,7 @@ int updateLldpDiscInfo(std::string_view localName, const MacAddr& localMac, uint
     IntfTable* intf = getIntfTableOf(localName, localMac, mediaType);
     if (intf == nullptr) return kFailure;
     IntfNbrDev* nbr = getIntfNbrDevByMac(*intf, nbrIntfMac);
+    lookSoon();
     if (nbr == nullptr) {
         if (getReadLldpOption()) keepEarlyLldp(*intf, nbrIntfMac, ttl);
         return kNothingChanged;
@@ -221,6 +250,7 @@ void noteNamedIntf(std::string_view localName, const MacAddr& localMac, uint32_t
     (void)addIntfNbrIntf(localName, localMac, mediaType, {&nbrIntfMac, 1});
     if (intf == nullptr || isReported) return;
     if (IntfNbrDev* nbr = getIntfNbrDevByMac(*intf, nbrIntfMac)) nbr->namedTime = now();
+    lookSoon();
 }
 
 int updateTopolInfo(int kind, std::string_view localName, const MacAddr& localMac,
@@ -230,6 +260,7 @@ int updateTopolInfo(int kind, std::string_view localName, const MacAddr& localMa
     IntfTable* intf = getIntfTableOf(localName, localMac, mediaType);
     if (intf == nullptr) return kFailure;
     IntfNbrDev* nbr = getIntfNbrDevByMac(*intf, nbrIntfMac);
+    lookSoon();
     const bool isNew = nbr == nullptr || nbr->nbrAlMac != nbrAlMac;
     if (isNew && hasTooManyIntfs(*intf, nbrAlMac, nbrIntfMac)) return kNothingChanged;
     if (nbr == nullptr) return addTopolNbr(kind, *intf, nbrAlMac, nbrIntfMac);
@@ -248,11 +279,14 @@ void hurryNbrTimeOut(std::string_view localName) {
         nbr.last1905Time = std::min(nbr.last1905Time, now() - kSilenceLimit + kReturnLimit);
         nbr.lldpSeen = false;
     }
+    lookSoon();
 }
 
 int checkIntfNbrIntfTimeOut() {
     const Seconds time = now();
-    if (!isNewSecond(stateOf<NeighborAging>().intfsChecked, time)) return kNothingChanged;
+    auto& due = module().intfsDue;
+    if (time < due) return kNothingChanged;
+    due = kNever;
     bool changed = false;
     for (auto& intf : getIntfTable()) {
         for (auto it = intf.nbrs.begin(); it != intf.nbrs.end();) {
@@ -267,6 +301,7 @@ int checkIntfNbrIntfTimeOut() {
                 setBridge(*it, intf.mac, true);
                 changed = true;
             }
+            due = std::min(due, nextDue(*it, time));
             ++it;
         }
     }
@@ -277,6 +312,7 @@ int updateNbrDevTable(int msgType, const MacAddr& alMac) {
     LOG(4, "msgType = %d, alMac = " MAC_FMT "\r\n", msgType, MAC_ARGS(alMac));
     auto& devs = getNbrDevTable();
     const Seconds time = now();
+    lookSoon();
     NbrDev* const it = findNbrDev(alMac);
     if (it == nullptr) {
         if (getAlTable() == nullptr || !makeNbrDevRoom(alMac)) return kFailure;
@@ -309,7 +345,9 @@ int updateNbrDevTable(int msgType, const MacAddr& alMac) {
 
 int checkNbrDevTableTimeOut() {
     const Seconds time = now();
-    if (!isNewSecond(stateOf<NeighborAging>().devsChecked, time)) return kOk;
+    auto& due = module().devsDue;
+    if (time < due) return kOk;
+    due = kNever;
     auto& devs = getNbrDevTable();
     for (auto it = devs.begin(); it != devs.end();) {
         const MacAddr alMac = it->alMac;
@@ -330,6 +368,7 @@ int checkNbrDevTableTimeOut() {
             it->queryTime = time;
             it->queryRetries++;
         }
+        due = std::min(due, nextDue(*it));
         ++it;
     }
     return kOk;

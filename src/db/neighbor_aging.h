@@ -5,8 +5,8 @@
 #include "db/records.h"
 
 struct NeighborAging {
-    Seconds intfsChecked = -1;  // time of the last look at the neighbor interfaces
-    Seconds devsChecked = -1;   // and devices
+    Seconds intfsDue = 0;  // when to look at the neighbor interfaces next
+    Seconds devsDue = 0;   // and devices
 };
 
 // Notes an LLDP frame from a neighbor interface; ttl in seconds. Never creates an entry: the frame
@@ -35,7 +35,8 @@ void hurryNbrTimeOut(std::string_view localName);
 // Removes the interfaces of 1905 neighbors after 130 seconds without a discovery, and others that
 // frames have not named for as long and the platform does not report. If LLDP is read,
 // also finds the bridges that swallow the LLDP frames of a neighbor whose discoveries arrive.
-// kChanged or kNothingChanged. Called on every pass of the main loop; looks once a second.
+// kChanged or kNothingChanged. Called on every pass of the main loop; looks when something may be
+// due, at most once a second.
 int checkIntfNbrIntfTimeOut();
 
 // Notes a message (NbrMsgType) of a neighbor device. kNewNbrDev for a device that is new or back,
@@ -44,7 +45,7 @@ int updateNbrDevTable(int msgType, const MacAddr& alMac);
 
 // Removes devices that were silent for 130 seconds, requests a topology notification 3 seconds
 // after a device appeared, and repeats unanswered topology queries. kOk. Called on every pass of
-// the main loop; looks once a second.
+// the main loop; looks when something may be due, at most once a second.
 int checkNbrDevTableTimeOut();
 
 // True if the interface is in a bridging tuple.

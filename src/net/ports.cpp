@@ -66,6 +66,16 @@ bool mayPass(int error) {
     return error == EMFILE || error == ENFILE || error == ENOMEM || error == ENOBUFS;
 }
 
+void readMtu(Port& port) {
+    const int mtu = interfaceMtu(port.lldpSock.get(), port.name.c_str());
+    if (mtu >= 0) port.mtu = static_cast<uint32_t>(mtu);
+}
+
+// Errors of sends by which an interface shows that its state is not the known one.
+bool hintsAtChange(int error) {
+    return error == ENETDOWN || error == ENODEV || error == ENXIO || error == EMSGSIZE;
+}
+
 // Stores the new state. True if it was false and is true now.
 bool rises(bool& state, bool next) {
     return !std::exchange(state, next) && next;
@@ -74,6 +84,8 @@ bool rises(bool& state, bool next) {
 }  // namespace
 
 int initIntfPorts() {
+    // Before the ports read their state, so that no change is missed.
+    if (!module().linkEvents) module().linkEvents = openLinkEvents();
     // A list of its own: the platform may call this very function while it answers a question here.
     std::list<Port> ports;
     const auto names = interfaceNames();
@@ -109,7 +121,6 @@ int initIntfPorts() {
     }
     module().ports = std::move(ports);
     module().retryTime = mayPass(error) ? now() + kRetryPause : 0;
-    if (!module().linkEvents) module().linkEvents = openLinkEvents();
     return kOk;
 }
 
@@ -178,9 +189,18 @@ bool aLinkHasReturned() {
     for (auto& port : module().ports) {
         bool isBack = false;
         for (const LinkEvent& event : events) {
-            if (event.ifIndex == port.ifIndex) isBack |= rises(port.hasCarrier, event.hasCarrier);
+            if (event.ifIndex != port.ifIndex) continue;
+            // After a removal or renaming, the name may be that of another interface.
+            port.isCurrent = event.name == port.name;
+            port.isDown = !isUp(event.flags);
+            if (event.mtu != 0) port.mtu = event.mtu;
+            isBack |= rises(port.hasCarrier, (event.flags & IFF_RUNNING) != 0);
         }
-        if (!complete) isBack |= rises(port.hasCarrier, hasCarrier(port));
+        if (!complete) {
+            port.isCurrent = false;
+            readMtu(port);
+            isBack |= rises(port.hasCarrier, hasCarrier(port));
+        }
         if (isBack) hurryNbrTimeOut(port.name);
         returned |= isBack;
     }
@@ -206,13 +226,18 @@ int refreshIntfPort(Port& port) {
         LOG_PUTS(2, "invalid interface name\r");
         return kIntfError;
     }
-    // Meant: if the kernel does not answer, the interface index is taken for the flags, so that a
-    // port with an odd index counts as up.
-    short flags = port.ifIndex;
-    if (!interfaceFlags(port.lldpSock.get(), port.name.c_str(), flags)) {
-        LOG(2, "failed to call ioctl(SIOCGIFFLAGS) of interface (%s)\r\n", port.name.c_str());
+    // A port that was down sends nothing, so no failure would show that it is up again.
+    if (!port.isCurrent || port.isDown) {
+        // Meant: if the kernel does not answer, the interface index is taken for the flags, so that
+        // a port with an odd index counts as up.
+        short flags = port.ifIndex;
+        const bool isRead = interfaceFlags(port.lldpSock.get(), port.name.c_str(), flags);
+        if (!isRead) {
+            LOG(2, "failed to call ioctl(SIOCGIFFLAGS) of interface (%s)\r\n", port.name.c_str());
+        }
+        port.isCurrent = isRead && module().linkEvents;
+        port.isDown = !isUp(flags);
     }
-    port.isDown = !isUp(flags);
     // Both texts whole, so that a line of the log is found in the source.
     if (port.isDown) {
         LOG(4, "- port (%s) status: DOWN\r\n", port.name.c_str());
@@ -220,6 +245,16 @@ int refreshIntfPort(Port& port) {
         LOG(4, "- port (%s) status: UP\r\n", port.name.c_str());
     }
     return kOk;
+}
+
+ssize_t sendFrame(Port& port, const Fd& socket, const FrameBuffer& frame) {
+    const ssize_t sent = writeFrame(socket.get(), std::span(frame.frame).first(frame.length));
+    if (sent < 0 && hintsAtChange(errno)) {
+        port.isCurrent = false;
+        readMtu(port);
+        (void)refreshIntfPort(port);
+    }
+    return sent;
 }
 
 bool portIsUsable(Port& port) {
@@ -245,8 +280,9 @@ int setupLldpSocket(Port& port) {
     }
     if (!getReadLldpOption()) stopReceiving(fd);
     short flags = 0;
-    (void)interfaceFlags(fd, port.name.c_str(), flags);
+    const bool isRead = interfaceFlags(fd, port.name.c_str(), flags);
     port.isDown = !isUp(flags);
+    port.isCurrent = isRead && module().linkEvents;
     port.hasCarrier = (flags & IFF_RUNNING) != 0;
     openToMulticasts(port, fd);
     const int mtu = interfaceMtu(fd, port.name.c_str());

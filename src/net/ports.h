@@ -31,6 +31,7 @@ struct Port {
     uint32_t mtu = 0;
     MacAddr mac;
     bool isDown = false;
+    bool isCurrent = false;  // the kernel will report if isDown becomes true
     bool hasCarrier = false;
     bool onBridge = false;  // the IEEE 1905.1 socket is bound for a port of a bridge
 };
@@ -42,7 +43,7 @@ struct PortsState {
     // When to try again, because a port could not be opened for lack of descriptors or memory; 0:
     // never.
     Seconds retryTime = 0;
-    Fd linkEvents;  // openLinkEvents
+    Fd linkEvents;  // openLinkEvents; without it, each refresh asks the kernel
     // Indexes of the interfaces that accept all multicasts because of this daemon.
     std::set<unsigned> allMulticasts{};
     FrameBuffer txBuffer;
@@ -82,8 +83,8 @@ void updatePortMediaTypes();
 
 // The descriptor that is readable when a link has changed, -1 if there is none.
 int linkEventsFd();
-// Reads what the kernel says about links. True if the carrier of a port has returned; its neighbors
-// must then be heard again soon.
+// Gives the ports the state that the kernel reports. True if the carrier of a port has returned;
+// its neighbors must then be heard again soon.
 [[nodiscard]] bool aLinkHasReturned();
 
 std::list<Port>& getIntfPorts();
@@ -93,12 +94,16 @@ FrameBuffer& getRxBuffer();
 // Makes the index-th of kRxBuffers the receive buffer and returns it.
 FrameBuffer& useRxBuffer(size_t index);
 
-// Asks the kernel whether the port is up and sets isDown. kOk, or kIntfError if the port has no
-// name.
+// Sets isDown. Asks the kernel, unless the port is up by what it has reported so far. kOk, or
+// kIntfError if the port has no name.
 int refreshIntfPort(Port& port);
 
-// True if the port may send now: it is up (the kernel is asked again) and the platform does not
-// exclude it.
+// Sends a frame by a socket of the port, which a refresh has found up. The result of write(2). If
+// the interface may have changed since, refreshes the port; the failure is no error if isDown is
+// then true.
+[[nodiscard]] ssize_t sendFrame(Port& port, const Fd& socket, const FrameBuffer& frame);
+
+// True if the port may send now: it is up (it is refreshed) and the platform does not exclude it.
 [[nodiscard]] bool portIsUsable(Port& port);
 
 // Open and bind one socket of a port; the first also reads its flags and MTU. kOk, kFailure if the

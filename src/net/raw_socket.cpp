@@ -8,13 +8,13 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <span>
 
 namespace {
 
@@ -54,16 +54,31 @@ bool readRecord(std::span<const char> bytes, Record& record) {
     return true;
 }
 
+// Adds what the attributes of a link say.
+void takeAttributes(std::span<const char> bytes, LinkEvent& event) {
+    rtattr attribute{};
+    while (readRecord(bytes, attribute) && attribute.rta_len >= sizeof attribute) {
+        const size_t length = std::min<size_t>(attribute.rta_len, bytes.size());
+        const auto value = bytes.subspan(sizeof attribute, length - sizeof attribute);
+        if (attribute.rta_type == IFLA_MTU) (void)readRecord(value, event.mtu);
+        if (attribute.rta_type == IFLA_IFNAME) event.name = {value.data(), value.size()};
+        bytes = bytes.subspan(std::min<size_t>(RTA_ALIGN(length), bytes.size()));
+    }
+}
+
 // Appends the links that one datagram of the kernel reports.
 void takeLinks(std::span<const char> datagram, std::vector<LinkEvent>& events) {
     nlmsghdr header{};
     while (readRecord(datagram, header) && header.nlmsg_len >= sizeof header) {
         const size_t length = std::min<size_t>(header.nlmsg_len, datagram.size());
+        const auto body = datagram.subspan(sizeof header, length - sizeof header);
+        const bool isNew = header.nlmsg_type == RTM_NEWLINK;
         ifinfomsg link{};
-        if (header.nlmsg_type == RTM_NEWLINK &&
-            readRecord(datagram.subspan(sizeof header, length - sizeof header), link)) {
-            events.push_back(
-                {static_cast<unsigned>(link.ifi_index), (link.ifi_flags & IFF_RUNNING) != 0});
+        if ((isNew || header.nlmsg_type == RTM_DELLINK) && readRecord(body, link)) {
+            LinkEvent event{static_cast<unsigned>(link.ifi_index),
+                            static_cast<short>(link.ifi_flags)};
+            if (isNew) takeAttributes(body.subspan(NLMSG_ALIGN(sizeof link)), event);
+            events.push_back(event);
         }
         datagram = datagram.subspan(std::min<size_t>(NLMSG_ALIGN(length), datagram.size()));
     }
@@ -154,6 +169,10 @@ int interfaceMtu(int fd, const char* name) {
     return ioctl(fd, SIOCGIFMTU, &request) == 0 ? request.ifr_mtu : -1;
 }
 
+ssize_t writeFrame(int fd, std::span<const uint8_t> frame) {
+    return write(fd, frame.data(), frame.size());
+}
+
 int waitReadable(int limit, fd_set& readable, int milliseconds) {
     timeval timeout{milliseconds / 1000, suseconds_t{milliseconds} % 1000 * 1000};
     return select(limit, &readable, nullptr, nullptr, &timeout);
@@ -164,7 +183,10 @@ Fd openLinkEvents() {
     sockaddr_nl address{};
     address.nl_family = AF_NETLINK;
     address.nl_groups = RTMGRP_LINK;
-    if (bind(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) return {};
+    if (fd.get() >= FD_SETSIZE ||
+        bind(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+        return {};
+    }
     return fd;
 }
 

@@ -6,10 +6,12 @@
 
 #include <cstdint>
 #include <map>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "base/fd.h"
+#include "base/text.h"
 
 // The name of the interface with this kernel index, empty if there is none.
 std::string interfaceName(unsigned ifIndex);
@@ -46,13 +48,19 @@ void stopAllMulticasts(int fd, const char* name);
 // The MTU of the interface in bytes, -1 on failure.
 [[nodiscard]] int interfaceMtu(int fd, const char* name);
 
-// Opens a socket on which the kernel announces changes of interfaces; none on failure.
+// Sends a frame. The result of write(2).
+[[nodiscard]] ssize_t writeFrame(int fd, std::span<const uint8_t> frame);
+
+// Opens a socket on which the kernel announces changes of interfaces; none on failure, or if
+// waitReadable could not wait for it.
 [[nodiscard]] Fd openLinkEvents();
 
-// An interface whose link the kernel reports, with or without a carrier.
+// The state of an interface that the kernel reports.
 struct LinkEvent {
     unsigned ifIndex = 0;
-    bool hasCarrier = false;
+    short flags = 0;   // IFF_...
+    uint32_t mtu = 0;  // 0: not reported
+    Text<16> name{};   // empty: not reported, or the interface has been removed
 };
 
 // Reads all waiting events of such a socket. False if the kernel has dropped some.

@@ -1,7 +1,5 @@
 #include "net/transmitter.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <utility>
 
@@ -33,7 +31,7 @@ void takeMsgId(uint16_t* used) {
 
 // A message that leaves by a port.
 struct Outgoing {
-    const Port& port;
+    Port& port;
     const MacAddr* dstMac;  // nullptr for a multicast
     uint16_t msgType;
     uint16_t msgId;
@@ -58,9 +56,11 @@ int sendFragment(const Outgoing& out, uint8_t fragId, bool last, size_t length) 
         LOG_PUTS(1, "failed to generate the ethernet header\r");
         return kFailure;
     }
-    const ssize_t sent = write(out.port.ieee1905Sock.get(), tx.frame.data(), tx.length);
+    const ssize_t sent = sendFrame(out.port, out.port.ieee1905Sock, tx);
     if (sent <= 0) {
-        LOG(1, "failed to send message (type = %d, id = %d)\r\n", out.msgType, out.msgId);
+        if (!out.port.isDown) {
+            LOG(1, "failed to send message (type = %d, id = %d)\r\n", out.msgType, out.msgId);
+        }
         return kFailure;
     }
     if (out.dstMac != nullptr) {
@@ -163,11 +163,11 @@ struct Outcome {
     bool left = false;  // by at least one port
 };
 
-void sendOn(const Port& port, const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
-            bool registerQuery, TlvArea& tlvs, uint64_t counter, Outcome& outcome) {
+void sendOn(Port& port, const MacAddr& dstMac, uint16_t msgType, uint16_t msgId, bool registerQuery,
+            TlvArea& tlvs, uint64_t counter, Outcome& outcome) {
     if (send1905UcastMsg(port, dstMac, msgType, msgId, registerQuery, tlvs, counter) == kOk) {
         outcome.left = true;
-    } else {
+    } else if (!port.isDown) {
         LOG(2, "failed to send message (port = %s, msgType = %d, msgId = %d)\r\n",
             port.name.c_str(), msgType, msgId);
     }
@@ -290,11 +290,11 @@ int requestSend1905McastMsg(uint16_t msgType, const MsgBody& body, uint16_t* msg
             return kFailure;
         }
         if (send1905McastMsg(port, msgType, module().msgId, message.traits().relay,
-                             message.traits().expectsResponse, tlvs, message.counter()) != kOk) {
+                             message.traits().expectsResponse, tlvs, message.counter()) == kOk) {
+            if (ownIdPerPort) takeMsgId(msgId);
+        } else if (!port.isDown) {
             LOG(2, "failed to send message (type = %d, id = %d) from port (%s)\r\n", msgType,
                 module().msgId, port.name.c_str());
-        } else if (ownIdPerPort) {
-            takeMsgId(msgId);
         }
     }
     if (!ownIdPerPort) takeMsgId(msgId);
@@ -308,7 +308,8 @@ int requestRelayMcastMsg(const Port& incoming) {
         if (port.ieee1905Sock.get() == incoming.ieee1905Sock.get()) continue;
         if (refreshIntfPort(port) != kOk || port.isDown) continue;
         port.mac.copyTo(rx.frame.data() + kSrcMacOffset);
-        if (write(port.ieee1905Sock.get(), rx.frame.data(), rx.length) <= 0) {
+        if (sendFrame(port, port.ieee1905Sock, rx) <= 0) {
+            if (port.isDown) continue;
             LOG(1, "failed to relay IEEE 1905.1 multicast message from port (%s)\r\n",
                 port.name.c_str());
             return kFailure;
@@ -333,8 +334,10 @@ int requestSendLldpMsg() {
         tx.length = static_cast<uint32_t>(std::max(kEtherHdrLen + tlvs.size(), kMinFrameLen));
         std::fill_n(tx.frame.begin() + kEtherHdrLen, kMinFrameLen, uint8_t{0});
         std::ranges::copy(tlvs.bytes(), tx.frame.begin() + kEtherHdrLen);
-        if (write(port.lldpSock.get(), tx.frame.data(), tx.length) <= 0) {
-            LOG(1, "failed to send LLDP message (port = %s)\r\n", port.name.c_str());
+        if (sendFrame(port, port.lldpSock, tx) <= 0) {
+            if (!port.isDown) {
+                LOG(1, "failed to send LLDP message (port = %s)\r\n", port.name.c_str());
+            }
             continue;
         }
         LOG(3, "send LLDP message successfully (port = %s, size = %d)\r\n", port.name.c_str(),
@@ -343,7 +346,7 @@ int requestSendLldpMsg() {
     return kOk;
 }
 
-int send1905UcastMsg(const Port& port, const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
+int send1905UcastMsg(Port& port, const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
                      bool registerQuery, TlvArea& tlvs, uint64_t counter) {
     LOG(4, "port = %s, macDa (" MAC_FMT "), message (type = %d, id = %d)\r\n", port.name.c_str(),
         MAC_ARGS(dstMac), msgType, msgId);
@@ -356,8 +359,8 @@ int send1905UcastMsg(const Port& port, const MacAddr& dstMac, uint16_t msgType, 
     return kOk;
 }
 
-int send1905McastMsg(const Port& port, uint16_t msgType, uint16_t msgId, bool relay,
-                     bool registerQuery, TlvArea& tlvs, uint64_t counter) {
+int send1905McastMsg(Port& port, uint16_t msgType, uint16_t msgId, bool relay, bool registerQuery,
+                     TlvArea& tlvs, uint64_t counter) {
     LOG(4, "port = %s, message (type = %d, id = %d)\r\n", port.name.c_str(), msgType, msgId);
     if (tlvs.empty() || getAlMac() == nullptr) return kFailure;
     if (const int result = sendMessage({port, nullptr, msgType, msgId, relay, counter}, tlvs);

@@ -44,10 +44,10 @@ int requestSendLldpMsg();
 // query. With the key of the mesh, the message is signed with this counter
 // (net/message_integrity.h). kOk, or kFailure if a TLV is too large, a write fails, the message
 // must be signed but cannot be, or there are no TLVs (a topology query by unicast needs none).
-int send1905UcastMsg(const Port& port, const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
+int send1905UcastMsg(Port& port, const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
                      bool registerQuery, TlvArea& tlvs, uint64_t counter);
-int send1905McastMsg(const Port& port, uint16_t msgType, uint16_t msgId, bool relay,
-                     bool registerQuery, TlvArea& tlvs, uint64_t counter);
+int send1905McastMsg(Port& port, uint16_t msgType, uint16_t msgId, bool relay, bool registerQuery,
+                     TlvArea& tlvs, uint64_t counter);
 
 // The memory of multicasts that were generated or received in the last 5 seconds.
 void registerGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId);

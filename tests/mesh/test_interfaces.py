@@ -84,6 +84,16 @@ def test_a_port_of_a_bridge_with_a_new_mac_still_speaks(lab):
     lab.until(lambda: remote(lab, "dev2", 3) == [port_mac(3, 0)], "the neighbor knows again")
 
 
+def test_the_listed_state_of_a_port_follows_the_kernel(lab):
+    def is_listed(state):
+        lab.run("dev3", "vm1905ctl", "debug-level", "tables")
+        return state in lab.log("dev3").rpartition("\nports:")[2]
+
+    for change, state in (("mtu 1400", "mtu 1400"), ("down", "  down  "), ("up mtu 1500", "  up  ")):
+        lab.shell("dev3", f"ip link set eth0 {change}")
+        lab.until(lambda state=state: is_listed(state), f"the port is listed: {state}")
+
+
 def test_a_lost_neighbor_is_forgotten_and_found_again(lab):
     lab("cut", "dev2", "dev3")
     # dev1 and dev2 hear each other meanwhile.

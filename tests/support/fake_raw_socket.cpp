@@ -69,7 +69,10 @@ FakeNet::Socket* FakeNet::newest(const std::string& name, uint16_t etherType) {
 }
 
 void FakeNet::linkEvent(unsigned ifIndex, bool hasCarrier) {
-    const LinkEvent event{ifIndex, hasCarrier};
+    const FakeNetIntf& intf = intfs[names[ifIndex]];
+    const int flags = (intf.up ? int{IFF_UP} : 0) | (hasCarrier ? int{IFF_RUNNING} : 0);
+    const LinkEvent event{
+        ifIndex, static_cast<short>(flags), static_cast<uint32_t>(intf.mtu), {names[ifIndex]}};
     (void)send(linkEvents.get(), &event, sizeof event, MSG_NOSIGNAL);
 }
 
@@ -120,7 +123,7 @@ Fd openLinkEvents() {
 bool readLinkEvents(int fd, std::vector<LinkEvent>& events) {
     LinkEvent event;
     while (recv(fd, &event, sizeof event, MSG_DONTWAIT) == sizeof event) events.push_back(event);
-    return true;
+    return !std::exchange(fakeNet().losesLinks, false);
 }
 
 int openRawSocket() {
@@ -176,6 +179,7 @@ void growReceiveBuffer(int fd) {
 
 bool interfaceFlags(int, const char* name, short& flags) {
     const FakeNetIntf* intf = fakeNet().find(name);
+    fakeNet().flagsRead++;
     if (intf == nullptr || intf->failFlags) return false;
     flags = intf->up ? IFF_UP | IFF_RUNNING : 0;
     return true;
@@ -194,6 +198,15 @@ void stopAllMulticasts(int fd, const char* name) {
 int interfaceMtu(int, const char* name) {
     const FakeNetIntf* intf = fakeNet().find(name);
     return intf == nullptr ? -1 : intf->mtu;
+}
+
+ssize_t writeFrame(int fd, std::span<const uint8_t> frame) {
+    const FakeNet::Socket* socket = fakeNet().socketOf(fd);
+    const FakeNetIntf* intf = socket != nullptr ? fakeNet().find(socket->name) : nullptr;
+    const bool fits = intf == nullptr || frame.size() <= static_cast<size_t>(intf->mtu) + 14;
+    if (intf != nullptr && intf->up && fits) return write(fd, frame.data(), frame.size());
+    errno = intf == nullptr ? EBADF : fits ? ENETDOWN : EMSGSIZE;
+    return -1;
 }
 
 // Never waits: the frames of the test have arrived already, and the test sets the clock.

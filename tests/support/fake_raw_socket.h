@@ -33,6 +33,8 @@ struct FakeNet {
     int lastReady = 0;          // result of the last waitReadable
     int lastWait = 0;           // its limit in milliseconds
     bool reportsLinks = false;  // set it before the ports are opened; costs a descriptor
+    bool losesLinks = false;    // the next readLinkEvents reports a loss
+    unsigned flagsRead = 0;     // calls of interfaceFlags
     Fd linkEvents;              // the test's end
 
     FakeNet() = default;
@@ -43,8 +45,8 @@ struct FakeNet {
     FakeNetIntf& addIntf(const std::string& name, unsigned ifIndex);
     // Adds the interfaces of the scripted platform under the indexes 2, 3, ...
     void addPlatformIntfs();
-    // Reports the carrier of an interface to the daemon.
-    void linkEvent(unsigned ifIndex, bool hasCarrier);
+    // Reports the state of an interface to the daemon.
+    void linkEvent(unsigned ifIndex, bool hasCarrier = true);
     FakeNetIntf* find(const std::string& name);
 
     // Sends a frame to the 1905 socket of the daemon on the interface. False if there is none or

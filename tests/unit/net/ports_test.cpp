@@ -75,6 +75,45 @@ TEST_F(Ports, RefreshAsksTheKernel) {
     }
 }
 
+TEST_F(Ports, AreKeptCurrentByEvents) {
+    auto& net = fakeNet();
+    net.addPlatformIntfs();
+    net.reportsLinks = true;
+    ASSERT_EQ(initIntfPorts(), kOk);
+    LogCapture log(4);
+    const auto none = [] {};
+    const auto event = [&] { net.linkEvent(3); };
+    const auto overrun = [&] {
+        net.linkEvent(2);
+        net.losesLinks = true;
+    };
+    const auto rename = [&] {
+        net.names[3] = "eth9";
+        event();
+    };
+    // The state of eth1, what happens, whether a refresh asks the kernel, and the MTU then.
+    const std::tuple<FakeNetIntf, std::function<void()>, bool, uint32_t> steps[] = {
+        {{}, none, false, 1500},
+        {{.up = false, .mtu = 1400}, event, true, 1400},
+        {{.mtu = 1450}, event, false, 1450},
+        {{.up = false, .mtu = 1300}, overrun, true, 1300},
+        {{}, none, true, 1300},  // the failure of no send would show that it is up
+        {{}, none, false, 1300},
+        {{.failFlags = true}, rename, true, 1500},
+        {{.failFlags = true}, none, true, 1500}};
+    for (const auto& [state, happens, asks, mtu] : steps) {
+        net.intfs["eth1"] = state;
+        happens();
+        (void)aLinkHasReturned();
+        const unsigned before = net.flagsRead;
+        EXPECT_EQ(refreshIntfPort(port("eth1")), kOk);
+        EXPECT_EQ(net.flagsRead - before, asks ? 1U : 0U);
+        EXPECT_EQ(occurrences(log.text(), state.up ? "(eth1) status: UP" : "(eth1) status: DOWN"),
+                  1U);
+        EXPECT_EQ(port("eth1").mtu, mtu);
+    }
+}
+
 TEST_F(Ports, AreBoundAgainWhenTheyJoinABridge) {
     fakeNet().addPlatformIntfs();
     ASSERT_EQ(initIntfPorts(), kOk);

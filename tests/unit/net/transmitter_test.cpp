@@ -115,6 +115,34 @@ TEST_F(Transmitter, MulticastsLeaveByPortsOfBridges) {
     }
 }
 
+TEST_F(Transmitter, SkipsAPortThatGoesDownUnheard) {
+    fakeNet().reportsLinks = true;
+    startWithNeighbor();
+    LogCapture log(2);
+    const Frame relayed = discovery(peer(9), 1);
+    const std::pair<std::function<int()>, std::string> sends[] = {
+        {[] { return requestSend1905McastMsg(kMsgTopolNtf, {}); }, "eth1:19 eth2:19 "},
+        {[] { return requestSend1905UcastMsg(peer(1).al, kMsgTopolQuery, {}); }, "eth1:3 "},
+        {[] { return requestRelayMcastMsg(port("eth2")); }, "eth1:19 "},
+        {requestSendLldpMsg, ""}};
+    for (const auto& [send, expected] : sends) {
+        fakeNet().intfs["eth0"].up = false;
+        std::ranges::copy(relayed, getRxBuffer().frame.begin());
+        getRxBuffer().length = static_cast<uint32_t>(relayed.size());
+        EXPECT_EQ(send(), kOk);
+        EXPECT_EQ(destinations(), expected);
+        EXPECT_TRUE(port("eth0").isDown);
+        fakeNet().intfs["eth0"].up = true;
+        fakeNet().linkEvent(2);
+        (void)aLinkHasReturned();
+    }
+    EXPECT_EQ(log.text(), "") << "as if it had been down before";
+    fakeNet().intfs["eth0"].mtu = 20;
+    EXPECT_EQ(requestSend1905McastMsg(kMsgTopolNtf, {}), kOk);
+    EXPECT_EQ(occurrences(log.text(), "failed to send message (type = 1"), 2U);
+    EXPECT_EQ(port("eth0").mtu, 20U);
+}
+
 TEST_F(Transmitter, ADiscoverySkipsAPortForWhichItCannotBeBuilt) {
     start();
     LogCapture log(2);
