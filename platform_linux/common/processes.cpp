@@ -103,7 +103,6 @@ bool prepareChild(const Launch& launch) {
 }
 
 pid_t forkInto(const Program& program, const Launch& launch) {
-    fflush(stdout);  // else the child might write the waiting lines, too
     const pid_t pid = fork();
     if (pid != 0) {
         // Here too, since the group may be killed before the child has run.

@@ -18,8 +18,6 @@ uint8_t DEBUGLEVEL = 3;
 namespace {
 
 constexpr size_t kMostOutput = 2047;
-constexpr int kUrgent = 1;     // up to this level, a line does not wait
-constexpr int kDebugging = 4;  // from this DEBUGLEVEL on, none does
 
 // A formatted and cleaned message. Needs no memory: it may report the lack of it.
 class Message {
@@ -47,12 +45,8 @@ void logLine(int level, const char* function, int line, const char* format, ...)
     printf("[vm1905] [TM=%ld/LVL=%d] - %s(%d): ", static_cast<long>(wallClock()), level, function,
            line);
     fwrite(message.view().data(), 1, message.view().size(), stdout);
-    if (level <= kUrgent || DEBUGLEVEL >= kDebugging) fflush(stdout);
-    errno = error;
-}
-
-void flushLog() {
     fflush(stdout);
+    errno = error;
 }
 
 int setDebugLevel(uint8_t level) {

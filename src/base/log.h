@@ -1,7 +1,5 @@
-// The debug log: one line per call on standard output. A line of level L is printed if
-// DEBUGLEVEL >= L. With DEBUGLEVEL 2 or 3, errors are written at once and other lines together,
-// before the daemon waits: a system call for each costs more than the daemon's own work. From 4 on,
-// every line is written at once, so that a crash loses none.
+// The debug log: one line per call on standard output, flushed at once. A line of level L is
+// printed if DEBUGLEVEL >= L.
 #pragma once
 
 #include <cstdint>
@@ -21,9 +19,6 @@
 // plainLine and cut to 4095 bytes. Normally called through the macros, which check the level.
 void logLine(int level, const char* function, int line, const char* format, ...)
     __attribute__((format(printf, 4, 5)));
-
-// Writes the lines that wait.
-void flushLog();
 
 // Sets the running level, also in the platform library. kOk.
 int setDebugLevel(uint8_t level);

@@ -42,7 +42,6 @@ void keepStandardStreams() {
 
 // A table with half of a change is worse than a restart. LOG would need memory itself.
 [[noreturn]] void endWithoutMemory() {
-    flushLog();
     constexpr std::string_view kText = "[vm1905] out of memory, ending\n";
     (void)!write(STDOUT_FILENO, kText.data(), kText.size());
     _exit(EXIT_FAILURE);

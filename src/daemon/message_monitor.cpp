@@ -88,7 +88,6 @@ int runMessageMonitor() {
     }
     watch(wakeFifoFd());
     watch(linkEventsFd());
-    flushLog();
     const int ready = waitReadable(limit, readable, longestWait());
     holdTime();
     module().paced = ready == 0;

@@ -12,7 +12,6 @@
 
 int rebootSystem() {
     writeWaitingMsgLog();
-    flushLog();
     sync();
     if (reboot(RB_AUTOBOOT) == 0) return kOk;
     LOG(1, "can't reboot: %s\n", strerror(errno));

@@ -1,4 +1,3 @@
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/syscall.h>
@@ -69,28 +68,6 @@ TEST(Text, OfOthersIsCleanedBeforeItIsWritten) {
     EXPECT_NE(log.finish().find("): (\"" + line + "\")\r\n"), std::string::npos);
     Outputlog("%s", hostile.c_str());
     EXPECT_EQ(fakePlatform().calls.back(), "outputlogData " + line);
-}
-
-TEST(Log, LinesWaitUnlessAnErrorOrDebuggingWritesThem) {
-    LogCapture log(0);
-    int ends[2];
-    ASSERT_EQ(pipe2(ends, O_CLOEXEC | O_NONBLOCK), 0);
-    ASSERT_GE(dup2(ends[1], STDOUT_FILENO), 0);
-    std::string written;  // the number of lines after each call
-    const auto look = [&] {
-        char text[512];
-        written +=
-            std::to_string(std::count(text, text + std::max(0L, read(ends[0], text, 512)), '\n'));
-    };
-    for (const auto& [level, running] : {std::pair{3, 3}, {2, 3}, {1, 3}, {3, 3}, {4, 4}, {3, 3}}) {
-        DEBUGLEVEL = static_cast<uint8_t>(running);
-        LOG(level, "line\n");
-        look();
-    }
-    flushLog();
-    look();
-    for (const int end : ends) close(end);
-    EXPECT_EQ((log.finish(), written), "0030201");
 }
 
 TEST(PublicFile, RemovesByTheBeginningAndFollowsNoLink) {
