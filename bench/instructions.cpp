@@ -21,6 +21,7 @@ namespace {
 
 constexpr unsigned kBatch = 64;
 constexpr unsigned kDevices = 100;
+constexpr size_t kSmallestFile = 1000UL * kDevices;
 
 void require(bool done) {
     if (done) return;
@@ -78,7 +79,7 @@ void writeFile(unsigned changed) {
         devices.change(changed);
         measured(writeDataModel);
     }
-    require(folder.fileSize() > 1000 * kDevices);
+    require(folder.fileSize() > kSmallestFile);
 }
 
 void writeAll() {
