@@ -1,26 +1,13 @@
 // Measures the hot paths: the topology response, the reception of a frame, and writing the
 // data-model file.
 #include <benchmark/benchmark.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <array>
-#include <cstdlib>
-#include <string>
+#include <vector>
 
-#include "base/result.h"
-#include "base/state.h"
-#include "daemon/receiver.h"
 #include "db/database.h"
-#include "db/neighbor_aging.h"
-#include "db/options.h"
 #include "device.h"
-#include "net/ports.h"
-#include "publish/data_model_files.h"
-#include "publish/json_data_model.h"
-#include "support/fake_raw_socket.h"
-#include "support/frames.h"
-#include "wire/standard_tlv.h"
+#include "support/test_clock.h"
 
 namespace {
 
@@ -70,25 +57,24 @@ constexpr unsigned kBatch = 64;
 
 // Receives frames, from the socket to the end of the handler. Injecting and draining are not
 // measured.
-void receiveFrames(benchmark::State& state, unsigned type, const Frame& tlvs) {
+void receiveFrames(benchmark::State& state, Frame (*frame)(uint16_t), size_t answersOfEach) {
     startReferenceDevice();
-    Port& port = getIntfPorts().front();
-    const std::string name(port.name.view());
-    uint16_t id = 0;
+    meetNeighbor();
+    uint16_t id = 1;
     for (auto _ : state) {
         state.PauseTiming();
-        (void)fakeNet().captureFrames(name);
-        for (unsigned i = 0; i < kBatch; i++) {
-            // Each has a new id: a repeated one would be dropped as a duplicate.
-            if (!fakeNet().inject(name, frame1905(k1905Multicast, nbrIntfMac(2), type, id++, tlvs) +
-                                            Frame(18, 0))) {
-                state.SkipWithError("the socket is full");
-            }
+        std::vector<Frame> frames;
+        for (unsigned i = 0; i < kBatch; i++) frames.push_back(frame(id++));
+        advance(1);
+        inject(frames);
+        state.ResumeTiming();
+        const bool received = receive(kBatch);
+        state.PauseTiming();
+        if (!received || takeSent() != answersOfEach * kBatch) {
+            state.SkipWithError("dropped, or not answered");
+            break;
         }
         state.ResumeTiming();
-        for (unsigned i = 0; i < kBatch; i++) {
-            if (recv1905Msg(port) != kOk) state.SkipWithError("dropped");
-        }
     }
     state.counters["frame"] =
         benchmark::Counter(static_cast<double>(state.iterations() * kBatch),
@@ -98,46 +84,38 @@ void receiveFrames(benchmark::State& state, unsigned type, const Frame& tlvs) {
 
 // A discovery of a known neighbor.
 void receiveDiscovery(benchmark::State& state) {
-    receiveFrames(state, kMsgTopolDisc,
-                  macTlv(kTlvAlMac, nbrAlMac(2)) + macTlv(kTlvMac, nbrIntfMac(2)) + endOfMsg());
+    receiveFrames(state, discoveryFrame, 0);
 }
 BENCHMARK(receiveDiscovery)->Name("receive/topology_discovery");
 
 // A query, including the response to it.
 void receiveQuery(benchmark::State& state) {
-    receiveFrames(state, kMsgTopolQuery, macTlv(kTlvAlMac, nbrAlMac(2)) + endOfMsg());
+    receiveFrames(state, queryFrame, 1);
 }
 BENCHMARK(receiveQuery)->Name("receive/topology_query");
 
-// Writes the file for a mesh of range(0) remote devices.
+// Writes the file for a mesh of range(0) remote devices, of which range(1) have changed.
 void writeJson(benchmark::State& state) {
     startReferenceDevice();
-    std::string folder = "/tmp/vm1905-XXXXXX";
-    if (mkdtemp(folder.data()) == nullptr) abort();
-    (void)setDataModelFolderOption(folder.c_str());
-    Area area;
-    const Bytes response(area.data(), encodeTopolResp(area));
-    for (unsigned n = 0; n < static_cast<unsigned>(state.range(0)); n++) {
-        DevTopol dev;
-        if (!decodeTopolResp(response, dev)) abort();
-        dev.alMac = nbrAlMac(1000 + n);
-        getNetTopolTable()->devs.push_back({std::move(dev), {}});
-    }
+    const DataModelFolder folder;
+    RemoteDevices devices(static_cast<unsigned>(state.range(0)));
     for (auto _ : state) {
-        stateOf<DataModelFiles>() = {};  // it would wait
-        (void)writeJsonDataModel();
+        state.PauseTiming();
+        devices.change(static_cast<unsigned>(state.range(1)));
+        state.ResumeTiming();
+        writeDataModel();
     }
-
-    struct stat file {};
-    const std::string path = folder + "/vm1905.json";
-    if (stat(path.c_str(), &file) != 0) state.SkipWithError("no file");
-    state.counters["bytes"] = static_cast<double>(file.st_size);
-    (void)unlink(path.c_str());
-    (void)unlink((folder + "/vm1905_APautoconfig.json").c_str());
-    (void)rmdir(folder.c_str());
+    state.counters["bytes"] = static_cast<double>(folder.fileSize());
     stopDevice();
 }
-BENCHMARK(writeJson)->Name("write_json")->Arg(1)->Arg(16)->Arg(64)->Arg(250);
+BENCHMARK(writeJson)
+    ->Name("write_json")
+    ->ArgNames({"devices", "changed"})
+    ->Args({1, 1})
+    ->Args({16, 16})
+    ->Args({64, 64})
+    ->Args({250, 250})
+    ->Args({250, 1});
 
 }  // namespace
 

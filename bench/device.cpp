@@ -2,14 +2,22 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 
 #include "base/log.h"
 #include "base/result.h"
+#include "base/state.h"
 #include "daemon/main_loop.h"
 #include "daemon/message_monitor.h"
+#include "daemon/receiver.h"
 #include "db/data_manager.h"
 #include "db/database.h"
+#include "db/device_table.h"
+#include "db/options.h"
 #include "net/message_builder.h"
+#include "net/ports.h"
+#include "publish/data_model_files.h"
+#include "publish/json_data_model.h"
 #include "support/test_clock.h"
 #include "support/test_device.h"
 #include "wire/frame.h"
@@ -116,4 +124,82 @@ bool decodeTopolResp(Bytes area, DevTopol& dev) {
                         }
                     }) &&
            parseEndOfMsgTlv(area) == kOk;
+}
+
+Frame discoveryFrame(uint16_t id) {
+    return frame1905(k1905Multicast, nbrIntfMac(2), kMsgTopolDisc, id,
+                     macTlv(kTlvAlMac, nbrAlMac(2)) + macTlv(kTlvMac, nbrIntfMac(2)) + endOfMsg() +
+                         Frame(18, 0));
+}
+
+Frame queryFrame(uint16_t id) {
+    return frame1905(k1905Multicast, nbrIntfMac(2), kMsgTopolQuery, id,
+                     macTlv(kTlvAlMac, nbrAlMac(2)) + endOfMsg() + Frame(18, 0));
+}
+
+void meetNeighbor() {
+    inject({discoveryFrame(0)});
+    if (!receive(1)) abort();
+}
+
+void inject(const std::vector<Frame>& frames) {
+    const std::string name(getIntfPorts().front().name.view());
+    (void)takeSent();  // by the start
+    for (const Frame& frame : frames) {
+        if (!fakeNet().inject(name, frame)) abort();
+    }
+}
+
+bool receive(size_t count) {
+    while (count > 0) {
+        const unsigned some = recv1905Msgs(getIntfPorts().front());
+        if (some == 0 || some > count) return false;
+        count -= some;
+    }
+    return true;
+}
+
+size_t takeSent() {
+    return fakeNet().captureFrames(std::string(getIntfPorts().front().name.view())).size();
+}
+
+RemoteDevices::RemoteDevices(unsigned count) : medium_(count, 1) {
+    std::vector<uint8_t> response(16384);
+    response.resize(encodeTopolResp(response));
+    if (!decodeTopolResp(response, topol_)) abort();
+    for (unsigned number = 0; number < count; number++) store(number);
+}
+
+void RemoteDevices::change(unsigned count) {
+    for (unsigned number = 0; number < count; number++) {
+        medium_[number] ^= 1;
+        store(number);
+    }
+}
+
+void RemoteDevices::store(unsigned number) {
+    DevTopol topol = topol_;
+    topol.alMac = nbrAlMac(1000 + number);
+    topol.intfs.front().mediaType = medium_[number];
+    const auto& own = getIntfTable().front();
+    if (updateIeee1905DevTable(own.mac, own.mediaType, std::move(topol)) != kOk) abort();
+}
+
+DataModelFolder::DataModelFolder() {
+    if (mkdtemp(path_.data()) == nullptr) abort();
+    (void)setDataModelFolderOption(path_.c_str());
+}
+
+DataModelFolder::~DataModelFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+}
+
+size_t DataModelFolder::fileSize() const {
+    return std::filesystem::file_size(path_ + "/vm1905.json");
+}
+
+void writeDataModel() {
+    stateOf<DataModelFiles>() = {};  // it would wait
+    (void)writeJsonDataModel();
 }

@@ -8,6 +8,7 @@
 #include "base/bytes.h"
 #include "base/mac_addr.h"
 #include "db/records.h"
+#include "support/frames.h"
 
 // Addresses of the n-th neighbor.
 MacAddr nbrAlMac(unsigned n);
@@ -26,3 +27,48 @@ void stopDevice();
 size_t encodeTopolResp(std::span<uint8_t> out);
 // Reads the TLVs of a topology response into dev. False if they are rejected.
 bool decodeTopolResp(Bytes area, DevTopol& dev);
+
+// Frames of a neighbor of the reference device, as they arrive: a discovery, and a topology query.
+Frame discoveryFrame(uint16_t id);
+Frame queryFrame(uint16_t id);
+// Receives the neighbor's first discovery, with id 0. Only that one is answered.
+void meetNeighbor();
+// Hands the frames to the first port. Each must have a new id, and after 64 of them advance the
+// clock: the daemon drops repeated messages, and limits its answers in a second.
+void inject(const std::vector<Frame>& frames);
+// Reads and handles this number of frames. False if there are fewer.
+bool receive(size_t count);
+// Takes what the first port has sent since the last inject. Returns the number of frames.
+size_t takeSent();
+
+// Remote devices that send the topology response of this one.
+class RemoteDevices {
+  public:
+    // Adds them to the tables.
+    explicit RemoteDevices(unsigned count);
+    // The first devices, as many as this, send a response that differs from their last one.
+    void change(unsigned count);
+
+  private:
+    void store(unsigned number);
+
+    DevTopol topol_;
+    std::vector<uint16_t> medium_;
+};
+
+// The folder of the data-model file, removed at the end.
+class DataModelFolder {
+  public:
+    DataModelFolder();
+    ~DataModelFolder();
+    DataModelFolder(const DataModelFolder&) = delete;
+    DataModelFolder& operator=(const DataModelFolder&) = delete;
+    // The size of the file in bytes; aborts if there is none.
+    size_t fileSize() const;
+
+  private:
+    std::string path_ = "/tmp/vm1905-XXXXXX";
+};
+
+// Writes the data-model file, even if the last time is not long ago.
+void writeDataModel();

@@ -26,8 +26,8 @@ constexpr auto kTick = std::chrono::milliseconds(1);
 
 using Frame = std::array<uint8_t, kFrameSize>;
 
-// The ids of each sender are consecutive. At 5,000 frames per second an id is used again after
-// 52 seconds, long after the receiver has forgotten it.
+// The ids of each sender are consecutive. At 50,000 frames per second an id is used again after
+// 5 seconds, when the receiver has forgotten it.
 Frame discovery(unsigned long number) {
     const auto sender = static_cast<uint8_t>(number % kSenders);
     const auto id = static_cast<uint16_t>(number / kSenders);
