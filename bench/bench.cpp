@@ -108,20 +108,58 @@ void receiveQuery(benchmark::State& state) {
 }
 BENCHMARK(receiveQuery)->Name("receive/topology_query");
 
-// Writes the file for a mesh of range(0) remote devices.
-void writeJson(benchmark::State& state) {
+// Fills the table with remote devices in a ring, where each hears the two on either side.
+void startMesh(unsigned devices) {
     startReferenceDevice();
-    std::string folder = "/tmp/vm1905-XXXXXX";
-    if (mkdtemp(folder.data()) == nullptr) abort();
-    (void)setDataModelFolderOption(folder.c_str());
     Area area;
     const Bytes response(area.data(), encodeTopolResp(area));
-    for (unsigned n = 0; n < static_cast<unsigned>(state.range(0)); n++) {
+    for (unsigned n = 0; n < devices; n++) {
         DevTopol dev;
         if (!decodeTopolResp(response, dev)) abort();
         dev.alMac = nbrAlMac(1000 + n);
-        getNetTopolTable()->devs.push_back({std::move(dev), {}});
+        unsigned distance = devices - 2;
+        for (auto& list : dev.ieee1905Lists) {
+            for (auto& nbr : list.nbrs) {
+                nbr.alMac = nbrAlMac(1000 + (n + distance) % devices);
+                distance += distance + 1 == devices ? 2 : 1;
+            }
+        }
+        (void)getNetTopolTable()->devs.add({std::move(dev), {}});
     }
+}
+
+enum class Changed { kNothing, kOne, kAll };
+
+// Renders the text of the file, without writing it, after such a change of the devices.
+template <Changed kChanged>
+void renderJson(benchmark::State& state) {
+    startMesh(static_cast<unsigned>(state.range(0)));
+    auto& devs = getIeee1905DevTables();
+    size_t size = 0;
+    for (auto _ : state) {
+        if (kChanged == Changed::kOne) (void)devs.edit(*devs.begin());
+        if (kChanged == Changed::kAll) {
+            noteTopologyChange();
+            for (const auto& dev : devs) (void)devs.edit(dev);
+        }
+        renderDataModelFile([&](std::span<const std::string_view> pieces) {
+            size = 0;
+            for (const auto& piece : pieces) size += piece.size();
+        });
+    }
+    state.counters["bytes"] = static_cast<double>(size);
+    stopDevice();
+}
+BENCHMARK(renderJson<Changed::kNothing>)->Name("render_json/nothing")->Arg(16)->Arg(64)->Arg(250);
+BENCHMARK(renderJson<Changed::kOne>)->Name("render_json/one")->Arg(16)->Arg(64)->Arg(250);
+BENCHMARK(renderJson<Changed::kAll>)->Name("render_json/all")->Arg(16)->Arg(64)->Arg(250);
+
+// Writes the file for a mesh of range(0) remote devices.
+void writeJson(benchmark::State& state) {
+    startMesh(static_cast<unsigned>(state.range(0)));
+    std::string folder = "/tmp/vm1905-XXXXXX";
+    if (mkdtemp(folder.data()) == nullptr) abort();
+    (void)setDataModelFolderOption(folder.c_str());
     for (auto _ : state) {
         stateOf<DataModelFiles>() = {};  // it would wait
         (void)writeJsonDataModel();
@@ -136,7 +174,7 @@ void writeJson(benchmark::State& state) {
     (void)rmdir(folder.c_str());
     stopDevice();
 }
-BENCHMARK(writeJson)->Name("write_json")->Arg(1)->Arg(16)->Arg(64)->Arg(250);
+BENCHMARK(writeJson)->Name("write_json")->Arg(16)->Arg(64)->Arg(250);
 
 }  // namespace
 

@@ -107,8 +107,11 @@ void takeOverIntfState(const DevTopol& old, DevTopol& next) {
     }
 }
 
-bool hasSameMacs(const DevTopol& a, const DevTopol& b) {
-    return std::ranges::equal(a.intfs, b.intfs, {}, &DevIntf::mac, &DevIntf::mac);
+bool hasSameLinks(const DevTopol& a, const DevTopol& b) {
+    return a.ieee1905Lists == b.ieee1905Lists &&
+           std::ranges::equal(a.intfs, b.intfs, [](const DevIntf& one, const DevIntf& other) {
+               return one.mac == other.mac && one.mediaType == other.mediaType;
+           });
 }
 
 // True if the records of all remote devices would take too much memory with this response.
@@ -136,38 +139,38 @@ int updateIeee1905DevTable(const MacAddr& intfMac, uint32_t mediaType, DevTopol&
     // Lists that arrived in parts have room to spare.
     for (auto& list : dev.non1905Lists) list.nbrs.shrink_to_fit();
     for (auto& list : dev.ieee1905Lists) list.nbrs.shrink_to_fit();
-    Ieee1905DevTable* stored = getIeee1905DevTableById(dev.alMac);
+    const Ieee1905DevTable* stored = getIeee1905DevTableById(dev.alMac);
     if (isTooMuch(dev, stored)) {
         LOG(2, "the database is full, refuse the topology of (" MAC_FMT ")\r\n",
             MAC_ARGS(dev.alMac));
         return kFailure;
     }
+    auto& devs = getIeee1905DevTables();
     const Reporter self{*getAlMac(), intfMac};
     if (stored != nullptr) {
         logNon1905Changes(*stored, dev, self);
         log1905Changes(*stored, dev, self);
         takeOverIntfState(*stored, dev);
-        if (!hasSameMacs(*stored, dev)) noteTopologyChange();
-        static_cast<DevTopol&>(*stored) = std::move(dev);
+        if (!hasSameLinks(*stored, dev)) noteTopologyChange();
+        static_cast<DevTopol&>(devs.edit(*stored)) = std::move(dev);
     } else {
-        auto& devs = getIeee1905DevTables();
         if (devs.size() >= kMaxNbrDevs) {
             LOG(2, "too many devices, refuse (" MAC_FMT ")\r\n", MAC_ARGS(dev.alMac));
             return kFailure;
         }
-        stored = &devs.emplace_back(Ieee1905DevTable{std::move(dev), {}});
-        noteTopologyChange();
+        stored = &devs.add({std::move(dev), {}});
         updateChangeLogTable(kNewNeighbor, self.alMac, self.intfMac, kIeee1905Nbr, stored->alMac);
     }
     updateWifiSync(*stored);
     return requestUpdateDataModel(0);
 }
 
-void updateWifiSync(Ieee1905DevTable& dev) {
+void updateWifiSync(const Ieee1905DevTable& dev) {
     WpsSyncRecord record{};
     dev.alMac.copyTo(record.mac);
-    dev.wifiSync = {};
-    if (getWPSSyncListByMac(&record) == 0) dev.wifiSync = {record.value[0], record.value[1]};
+    std::array<uint8_t, 2> sync{};
+    if (getWPSSyncListByMac(&record) == 0) sync = {record.value[0], record.value[1]};
+    if (dev.wifiSync != sync) getIeee1905DevTables().edit(dev).wifiSync = sync;
 }
 
 int removeIeee1905DevTable(const MacAddr& alMac) {
@@ -182,22 +185,26 @@ int removeIeee1905DevTable(const MacAddr& alMac) {
     // alMac may refer into the record that is erased.
     const MacAddr lost = alMac;
     devs.erase(it);
-    noteTopologyChange();
     updateChangeLogTable(kLostNeighbor, *getAlMac(), *getAlMac(), kIeee1905Nbr, lost);
     requestUpdateDataModel(1);
     return kOk;
 }
 
-Ieee1905DevTable* getIeee1905DevTableById(const MacAddr& alMac) {
-    auto& devs = getIeee1905DevTables();
+const Ieee1905DevTable* getIeee1905DevTableById(const MacAddr& alMac) {
+    const auto& devs = getIeee1905DevTables();
     if (devs.empty()) {
         LOG_PUTS(3, "Ieee1905DevTable is empty\r");
         return nullptr;
     }
-    for (auto& dev : devs) {
+    for (const auto& dev : devs) {
         if (dev.alMac == alMac) return &dev;
     }
     return nullptr;
+}
+
+Ieee1905DevTable* editIeee1905DevTableById(const MacAddr& alMac) {
+    const Ieee1905DevTable* dev = getIeee1905DevTableById(alMac);
+    return dev != nullptr ? &getIeee1905DevTables().edit(*dev) : nullptr;
 }
 
 bool isKnownRegistrar(const MacAddr& alMac) {

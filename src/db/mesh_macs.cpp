@@ -29,25 +29,26 @@ std::vector<MacAddr> collect() {
     return macs;
 }
 
-}  // namespace
-
-bool isMeshMac(const MacAddr& mac) {
+// The addresses, collected again if they have changed.
+const MeshMacs& meshMacs() {
     auto& mesh = stateOf<MeshMacs>();
     // Very many, which no real mesh has, are collected once a second at most.
     const bool isDue = mesh.macs.size() < kVeryMany || mesh.time != now();
     if (mesh.revision != topologyRevision() && isDue) mesh = {collect(), topologyRevision(), now()};
-    return std::ranges::binary_search(mesh.macs, mac);
+    return mesh;
+}
+
+}  // namespace
+
+bool isMeshMac(const MacAddr& mac) {
+    return std::ranges::binary_search(meshMacs().macs, mac);
+}
+
+uint64_t meshMacsRevision() {
+    return meshMacs().revision;
 }
 
 bool meshMacsAreCurrent() {
     const auto& mesh = stateOf<MeshMacs>();
     return mesh.revision != topologyRevision() || mesh.macs == collect();
-}
-
-std::vector<MacAddr> hostsOf(const std::vector<MacAddr>& macs) {
-    std::vector<MacAddr> hosts;
-    for (const MacAddr& mac : macs) {
-        if (!isMeshMac(mac)) hosts.push_back(mac);
-    }
-    return hosts;
 }
