@@ -86,7 +86,7 @@ FileTrouble makePublicFolder(const std::string& folder) {
     return trouble;
 }
 
-FileTrouble replacePublicFile(const std::string& path, std::string_view text,
+FileTrouble replacePublicFile(const std::string& path, std::span<const std::string_view> pieces,
                               std::optional<mode_t> mode) {
     FileTrouble trouble;
     const Place place = placeOf(path);
@@ -109,7 +109,9 @@ FileTrouble replacePublicFile(const std::string& path, std::string_view text,
         const bool sameGroup = fchown(file.get(), static_cast<uid_t>(-1), old.st_gid) == 0;
         (void)fchmod(file.get(), mode.value_or(old.st_mode) & (sameGroup ? 0777 : 0707));
     }
-    trouble = writeAll(file, text);
+    for (size_t i = 0; i < pieces.size() && trouble.empty(); i++) {
+        trouble = writeAll(file, pieces[i]);
+    }
     if (trouble.empty() &&
         renameat(folder.get(), temporary.c_str(), folder.get(), place.name.c_str()) != 0) {
         trouble = reason();

@@ -12,6 +12,7 @@
 #include <sys/types.h>
 
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -43,8 +44,13 @@ using FileTrouble = std::string;
 
 // Gives the file this content, or creates it. It is replaced as a whole, so that a reader never
 // finds half of it; it keeps its group, and its mode unless one is given.
-[[nodiscard]] FileTrouble replacePublicFile(const std::string& path, std::string_view text,
+[[nodiscard]] FileTrouble replacePublicFile(const std::string& path,
+                                            std::span<const std::string_view> pieces,
                                             std::optional<mode_t> mode = {});
+[[nodiscard]] inline FileTrouble replacePublicFile(const std::string& path, std::string_view text,
+                                                   std::optional<mode_t> mode = {}) {
+    return replacePublicFile(path, {&text, 1}, mode);
+}
 
 // Adds to the file, or creates it.
 [[nodiscard]] FileTrouble appendPublicFile(const std::string& path, std::string_view text);

@@ -136,14 +136,11 @@ bool restartIfDue(Seconds& stamp, Seconds time, int force, Seconds pause) {
     return true;
 }
 
-// True, with the stamps set to time, if the device must be queried.
-bool restartIfDue(MsgCheckConfig& record, Seconds time, int32_t period, int32_t timeout) {
+// True if the device must be queried.
+bool isDue(const MsgCheckConfig& record, Seconds time, int32_t period, int32_t timeout) {
     const bool again = time - record.checkTime >= period;
     const bool unanswered = record.checkFlag == 0 && time - record.timeout >= timeout;
-    if (!again && !unanswered) return false;
-    record.checkTime = time;
-    record.timeout = time;
-    return true;
+    return again || unanswered;
 }
 
 void queryDevices(Seconds time) {
@@ -156,13 +153,18 @@ void queryDevices(Seconds time) {
     // Nothing is sent while a record is in use.
     std::vector<Query> queries;
     const S& settings = scheduleSettings();
-    for (auto& dev : topol->devs) {
+    const auto restart = [time](MsgCheckConfig& record) {
+        record.checkTime = record.timeout = time;
+    };
+    for (const auto& dev : topol->devs) {
         // Meant: the record named after the power state times the configuration queries, the one
         // named after the device information the power-state query.
-        const bool conf = restartIfDue(dev.flagPowerstate, time, settings.Time_POWERSTATE,
-                                       settings.Timeout_POWERSTATE);
-        const bool pwrState = restartIfDue(dev.flagDeviceinfo, time, settings.Time_DEVICEINFO,
-                                           settings.Timeout_DEVICEINFO);
+        const bool conf =
+            isDue(dev.flagPowerstate, time, settings.Time_POWERSTATE, settings.Timeout_POWERSTATE);
+        const bool pwrState =
+            isDue(dev.flagDeviceinfo, time, settings.Time_DEVICEINFO, settings.Timeout_DEVICEINFO);
+        if (conf) restart(topol->devs.edit(dev).flagPowerstate);
+        if (pwrState) restart(topol->devs.edit(dev).flagDeviceinfo);
         if (conf || pwrState) queries.push_back({dev.alMac, conf, pwrState});
     }
     for (const auto& query : queries) {
@@ -183,7 +185,7 @@ MsgCheckConfig* recordByName(Ieee1905DevTable& dev, std::string_view flagName) {
 MsgCheckConfig* findRecord(const MacAddr& alMac, const char* flagName) {
     LOG(4, "alMac = " MAC_FMT "  \n", MAC_ARGS(alMac));
     LOG(4, "flagName = %s\n", flagName);
-    Ieee1905DevTable* dev = getIeee1905DevTableById(alMac);
+    Ieee1905DevTable* dev = editIeee1905DevTableById(alMac);
     if (dev == nullptr) {
         LOG(4, "Not find alMac = " MAC_FMT "\n", MAC_ARGS(alMac));
         return nullptr;

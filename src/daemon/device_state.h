@@ -40,21 +40,23 @@
 #include "orders/speed_test.h"
 #include "orders/wifi_sync.h"
 #include "publish/data_model_files.h"
+#include "publish/json_data_model.h"
 #include "service/intf_request.h"
 #include "service/service_monitor.h"
 #include "service/wake_fifo.h"
 
-using ModuleStates = std::tuple<                                           //
-    FailingFiles,                                                          // base
-    SysCtrl, Database, DataModelUpdateReq, NeighborAging, Upcalls,         // db
-    PortsState, TransmitterState, FragmentStore, RelayLimit,               // net
-    MessageIntegrity, WorkLimit, TopolRespTlvs, MeshMacs, DataModelFiles,  // net, publish
-    VendQueries, ControlLists, FWupgradeList, Schedule, PendingRequests,   // orders
-    SlotsState, SpeedTestState, WifiSyncState,                             //
-    AnswerMemory, MessageLog, OrderRefusals, ResultFiles,                  // handlers
-    Announcements, ControllerLoop, RootAp,                                 // controller
-    ServiceMonitor, WakeFifo, IntfRequest,                                 // service
-    MessageMonitor, Receiver, MessageDispatch, ControlFiles,               // daemon
+using ModuleStates = std::tuple<                                          //
+    FailingFiles,                                                         // base
+    SysCtrl, Database, DataModelUpdateReq, NeighborAging, Upcalls,        // db
+    PortsState, TransmitterState, FragmentStore, RelayLimit,              // net
+    MessageIntegrity, WorkLimit, TopolRespTlvs, MeshMacs,                 //
+    DataModelFiles, DataModelBlocks,                                      // publish
+    VendQueries, ControlLists, FWupgradeList, Schedule, PendingRequests,  // orders
+    SlotsState, SpeedTestState, WifiSyncState,                            //
+    AnswerMemory, MessageLog, OrderRefusals, ResultFiles,                 // handlers
+    Announcements, ControllerLoop, RootAp,                                // controller
+    ServiceMonitor, WakeFifo, IntfRequest,                                // service
+    MessageMonitor, Receiver, MessageDispatch, ControlFiles,              // daemon
     OwnNames, Confinement>;
 
 struct DeviceState : ModuleStates {};

@@ -28,11 +28,33 @@ void destroyDatabase() {
 }
 
 uint64_t topologyRevision() {
-    return db().revision;
+    return db().topologyRevision;
 }
 
 void noteTopologyChange() {
-    db().revision++;
+    db().topologyRevision = ++db().lastRevision;
+}
+
+Ieee1905DevTable& DevTables::edit(const Ieee1905DevTable& dev) {
+    auto& record = const_cast<Ieee1905DevTable&>(dev);
+    record.revision = ++db().lastRevision;
+    return record;
+}
+
+const Ieee1905DevTable& DevTables::add(Ieee1905DevTable&& dev) {
+    devs_.push_back(std::move(dev));
+    noteTopologyChange();
+    return edit(devs_.back());
+}
+
+void DevTables::erase(const_iterator dev) {
+    devs_.erase(dev);
+    noteTopologyChange();
+}
+
+void DevTables::clear() {
+    devs_.clear();
+    noteTopologyChange();
 }
 
 AlTable* getAlTable() {
@@ -63,7 +85,7 @@ TopolTable* getNetTopolTable() {
     return al() != nullptr ? &al()->topol : nullptr;
 }
 
-std::list<Ieee1905DevTable>& getIeee1905DevTables() {
+DevTables& getIeee1905DevTables() {
     return al() != nullptr ? al()->topol.devs : db().noDevs;
 }
 

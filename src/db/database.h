@@ -18,8 +18,9 @@ struct Database {
     std::vector<uint8_t> noVendInfo;
     std::list<IntfTable> noIntfs;
     std::vector<NbrDev> noNbrDevs;
-    std::list<Ieee1905DevTable> noDevs;
-    uint64_t revision = 1;
+    DevTables noDevs;
+    uint64_t lastRevision = 1;  // of those given to the topology and to records
+    uint64_t topologyRevision = 1;
 };
 
 // Creates an empty database, which replaces an older one.
@@ -28,20 +29,21 @@ AlTable& createDatabase();
 void destroyDatabase();
 
 // A number that is new after each change of what topology responses show, so that what was derived
-// from it can be kept. Whoever changes addresses, media or flags of this device, its interfaces,
-// tuples or neighbors, or the addresses of a remote device, calls noteTopologyChange.
+// from it can be kept. Code that changes addresses, media or flags of this device, its interfaces,
+// tuples or neighbors, or addresses, media or 1905 neighbors of a remote device, calls
+// noteTopologyChange; DevTables does when a device comes or goes.
 uint64_t topologyRevision();
 void noteTopologyChange();
 
-AlTable* getAlTable();                                // nullptr without a database
-const MacAddr* getAlMac();                            // nullptr without a database
-bool isOwnAlMac(const MacAddr& alMac);                // false without a database
-const uint8_t* getAlOui();                            // 3 bytes, nullptr without a database
-uint32_t getNetTopolCap();                            // TopolTable::enable, 0 without a database
-uint32_t getNetTopolStatus();                         // TopolTable::status, 0 without a database
-TopolTable* getNetTopolTable();                       // nullptr without a database
-std::list<Ieee1905DevTable>& getIeee1905DevTables();  // empty without a database
-std::list<IntfTable>& getIntfTable();                 // likewise
+AlTable* getAlTable();                  // nullptr without a database
+const MacAddr* getAlMac();              // nullptr without a database
+bool isOwnAlMac(const MacAddr& alMac);  // false without a database
+const uint8_t* getAlOui();              // 3 bytes, nullptr without a database
+uint32_t getNetTopolCap();              // TopolTable::enable, 0 without a database
+uint32_t getNetTopolStatus();           // TopolTable::status, 0 without a database
+TopolTable* getNetTopolTable();         // nullptr without a database
+DevTables& getIeee1905DevTables();      // empty without a database
+std::list<IntfTable>& getIntfTable();   // likewise
 // Asks the platform for the number of interfaces, stores and returns it; the stored number if the
 // platform fails, 0 without a database.
 uint8_t getIntfNum();

@@ -107,8 +107,11 @@ void takeOverIntfState(const DevTopol& old, DevTopol& next) {
     }
 }
 
-bool hasSameMacs(const DevTopol& a, const DevTopol& b) {
-    return std::ranges::equal(a.intfs, b.intfs, {}, &DevIntf::mac, &DevIntf::mac);
+bool hasSameLinks(const DevTopol& a, const DevTopol& b) {
+    return a.ieee1905Lists == b.ieee1905Lists &&
+           std::ranges::equal(a.intfs, b.intfs, [](const DevIntf& one, const DevIntf& other) {
+               return one.mac == other.mac && one.mediaType == other.mediaType;
+           });
 }
 
 // True if the records of all remote devices would take too much memory with this response.
@@ -130,7 +133,9 @@ bool bringsNothing(const Ieee1905DevTable& stored, const DevTopol& dev) {
 }
 
 // Returns the new or changed record, nullptr if there is no room for it.
-Ieee1905DevTable* storeTopol(Ieee1905DevTable* stored, const DevTopol& dev, const Reporter& self) {
+const Ieee1905DevTable* storeTopol(const Ieee1905DevTable* stored, const DevTopol& dev,
+                                   const Reporter& self) {
+    auto& devs = getIeee1905DevTables();
     // A copy, because a list that arrived in parts has room to spare.
     DevTopol next = dev;
     if (isTooMuch(next, stored)) {
@@ -142,17 +147,15 @@ Ieee1905DevTable* storeTopol(Ieee1905DevTable* stored, const DevTopol& dev, cons
         logNon1905Changes(*stored, next, self);
         log1905Changes(*stored, next, self);
         takeOverIntfState(*stored, next);
-        if (!hasSameMacs(*stored, next)) noteTopologyChange();
-        static_cast<DevTopol&>(*stored) = std::move(next);
+        if (!hasSameLinks(*stored, next)) noteTopologyChange();
+        static_cast<DevTopol&>(devs.edit(*stored)) = std::move(next);
         return stored;
     }
-    auto& devs = getIeee1905DevTables();
     if (devs.size() >= kMaxNbrDevs) {
         LOG(2, "too many devices, refuse (" MAC_FMT ")\r\n", MAC_ARGS(next.alMac));
         return nullptr;
     }
-    stored = &devs.emplace_back(Ieee1905DevTable{std::move(next), {}});
-    noteTopologyChange();
+    stored = &devs.add({std::move(next), {}});
     updateChangeLogTable(kNewNeighbor, self.alMac, self.intfMac, kIeee1905Nbr, stored->alMac);
     return stored;
 }
@@ -167,21 +170,21 @@ int updateIeee1905DevTable(const MacAddr& intfMac, uint32_t mediaType, const Dev
     }
     if (getIntfTableById(intfMac, mediaType) == nullptr) return kFailure;
 
-    Ieee1905DevTable* stored = getIeee1905DevTableById(dev.alMac);
+    const Ieee1905DevTable* stored = getIeee1905DevTableById(dev.alMac);
     if (stored == nullptr || !bringsNothing(*stored, dev)) {
         stored = storeTopol(stored, dev, {*getAlMac(), intfMac});
         if (stored == nullptr) return kFailure;
     }
-    stored->receiverId = dev.receiverId;
     updateWifiSync(*stored);
     return requestUpdateDataModel(0);
 }
 
-void updateWifiSync(Ieee1905DevTable& dev) {
+void updateWifiSync(const Ieee1905DevTable& dev) {
     WpsSyncRecord record{};
     dev.alMac.copyTo(record.mac);
-    dev.wifiSync = {};
-    if (getWPSSyncListByMac(&record) == 0) dev.wifiSync = {record.value[0], record.value[1]};
+    std::array<uint8_t, 2> sync{};
+    if (getWPSSyncListByMac(&record) == 0) sync = {record.value[0], record.value[1]};
+    if (dev.wifiSync != sync) getIeee1905DevTables().edit(dev).wifiSync = sync;
 }
 
 int removeIeee1905DevTable(const MacAddr& alMac) {
@@ -196,22 +199,26 @@ int removeIeee1905DevTable(const MacAddr& alMac) {
     // alMac may refer into the record that is erased.
     const MacAddr lost = alMac;
     devs.erase(it);
-    noteTopologyChange();
     updateChangeLogTable(kLostNeighbor, *getAlMac(), *getAlMac(), kIeee1905Nbr, lost);
     requestUpdateDataModel(1);
     return kOk;
 }
 
-Ieee1905DevTable* getIeee1905DevTableById(const MacAddr& alMac) {
-    auto& devs = getIeee1905DevTables();
+const Ieee1905DevTable* getIeee1905DevTableById(const MacAddr& alMac) {
+    const auto& devs = getIeee1905DevTables();
     if (devs.empty()) {
         LOG_PUTS(3, "Ieee1905DevTable is empty\r");
         return nullptr;
     }
-    for (auto& dev : devs) {
+    for (const auto& dev : devs) {
         if (dev.alMac == alMac) return &dev;
     }
     return nullptr;
+}
+
+Ieee1905DevTable* editIeee1905DevTableById(const MacAddr& alMac) {
+    const Ieee1905DevTable* dev = getIeee1905DevTableById(alMac);
+    return dev != nullptr ? &getIeee1905DevTables().edit(*dev) : nullptr;
 }
 
 bool isKnownRegistrar(const MacAddr& alMac) {

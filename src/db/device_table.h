@@ -11,13 +11,15 @@ int updateIeee1905DevTable(const MacAddr& intfMac, uint32_t mediaType, const Dev
 
 // Copies the device's two values from the Wi-Fi sync list of the platform; zeros if the list does
 // not have the device.
-void updateWifiSync(Ieee1905DevTable& dev);
+void updateWifiSync(const Ieee1905DevTable& dev);
 
 // Removes a device and logs its loss. kOk, or kFailure if there is no such device.
 int removeIeee1905DevTable(const MacAddr& alMac);
 
 // The record of a device, nullptr if there is none. Valid until the device is removed.
-Ieee1905DevTable* getIeee1905DevTableById(const MacAddr& alMac);
+const Ieee1905DevTable* getIeee1905DevTableById(const MacAddr& alMac);
+// The same, to be changed (DevTables::edit).
+Ieee1905DevTable* editIeee1905DevTableById(const MacAddr& alMac);
 
 // True if the device has said that it is a Registrar.
 bool isKnownRegistrar(const MacAddr& alMac);

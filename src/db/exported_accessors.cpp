@@ -80,7 +80,6 @@ FwdRule* getFwdRuleTableByRuleId(uint16_t ruleId) {
 
 void destroyIeee1905DevTable() {
     getIeee1905DevTables().clear();
-    noteTopologyChange();
 }
 
 Ieee1905DevTable* getIeee1905DevTableByIndex(unsigned index) {
@@ -93,7 +92,8 @@ Ieee1905DevTable* getIeee1905DevTableByIndex(unsigned index) {
         LOG(3, "invalid index (%d/%d)\r\n", static_cast<int>(index), static_cast<int>(devs.size()));
         return nullptr;
     }
-    return &*std::next(devs.begin(), static_cast<std::ptrdiff_t>(index));
+    noteTopologyChange();  // the caller may change anything
+    return &devs.edit(*std::next(devs.begin(), static_cast<std::ptrdiff_t>(index)));
 }
 
 DevIntf* getIeee1905DevIntfTableByIndex(Ieee1905DevTable& dev, unsigned index) {

@@ -28,9 +28,8 @@ void collect(std::vector<MacAddr>& macs) {
     std::ranges::sort(macs);
 }
 
-}  // namespace
-
-bool isMeshMac(const MacAddr& mac) {
+// The addresses, collected again if they have changed.
+const MeshMacs& meshMacs() {
     auto& mesh = stateOf<MeshMacs>();
     // Very many, which no real mesh has, are collected once a second at most.
     const bool isDue = mesh.macs.size() < kVeryMany || mesh.time != now();
@@ -39,7 +38,17 @@ bool isMeshMac(const MacAddr& mac) {
         mesh.revision = topologyRevision();
         mesh.time = now();
     }
-    return std::ranges::binary_search(mesh.macs, mac);
+    return mesh;
+}
+
+}  // namespace
+
+bool isMeshMac(const MacAddr& mac) {
+    return std::ranges::binary_search(meshMacs().macs, mac);
+}
+
+uint64_t meshMacsRevision() {
+    return meshMacs().revision;
 }
 
 bool meshMacsAreCurrent() {
@@ -47,12 +56,4 @@ bool meshMacsAreCurrent() {
     std::vector<MacAddr> anew;
     collect(anew);
     return mesh.revision != topologyRevision() || mesh.macs == anew;
-}
-
-std::vector<MacAddr> hostsOf(const std::vector<MacAddr>& macs) {
-    std::vector<MacAddr> hosts;
-    for (const MacAddr& mac : macs) {
-        if (!isMeshMac(mac)) hosts.push_back(mac);
-    }
-    return hosts;
 }

@@ -19,5 +19,5 @@ struct MeshMacs {
 [[nodiscard]] bool isMeshMac(const MacAddr& mac);
 // False if a change of the tables was not noted (noteTopologyChange). For assertions.
 [[nodiscard]] bool meshMacsAreCurrent();
-// Those of the list that do not belong to the mesh, in its order.
-[[nodiscard]] std::vector<MacAddr> hostsOf(const std::vector<MacAddr>& macs);
+// The topologyRevision() of the tables from which isMeshMac answers now.
+[[nodiscard]] uint64_t meshMacsRevision();

@@ -80,7 +80,7 @@ int updateWPSConfig() {
         }
     }
     for (uint8_t selector = 0; selector < 2; selector++) differs |= mirrorSyncList(*al, selector);
-    for (auto& dev : al->topol.devs) updateWifiSync(dev);
+    for (const auto& dev : al->topol.devs) updateWifiSync(dev);
 
     if (differs) writeAndNotify();
     return kOk;

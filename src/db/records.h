@@ -318,9 +318,9 @@ struct DevTopol {
         ieee1905Lists.clear();
         brdgTuples.clear();
     }
-    // True if topology responses with these contents are the same, whichever port received them.
+    // True if topology responses with these contents are the same, received by the same port.
     bool hasSameTopol(const DevTopol& other) const {
-        return alMac == other.alMac &&
+        return alMac == other.alMac && receiverId == other.receiverId &&
                std::ranges::equal(intfs, other.intfs, &DevIntf::hasSameTopol) &&
                non1905Lists == other.non1905Lists && ieee1905Lists == other.ieee1905Lists &&
                brdgTuples == other.brdgTuples;
@@ -357,6 +357,7 @@ struct DevTopol {
 struct Ieee1905DevTable : DevTopol, VendItems {
     uint8_t status = 0;
     std::array<uint8_t, 2> wifiSync{};  // from the Wi-Fi sync list of the platform
+    uint64_t revision = 0;  // a number that no record had before; new after each DevTables::edit
 
     // The memory of the whole record.
     size_t memory() const {
@@ -364,6 +365,28 @@ struct Ieee1905DevTable : DevTopol, VendItems {
         for (const auto& address : info.ipv6) n += address.capacity();
         return n;
     }
+};
+
+// The remote devices. Their records change only through edit(), so that what is derived from a
+// record can be kept as long as its revision is the same.
+class DevTables {
+  public:
+    using const_iterator = std::list<Ieee1905DevTable>::const_iterator;
+
+    const_iterator begin() const { return devs_.begin(); }
+    const_iterator end() const { return devs_.end(); }
+    size_t size() const { return devs_.size(); }
+    bool empty() const { return devs_.empty(); }
+
+    // The record, which must be one of these, to be changed at once: do not keep the reference.
+    Ieee1905DevTable& edit(const Ieee1905DevTable& dev);
+    // Adds a record at the end.
+    const Ieee1905DevTable& add(Ieee1905DevTable&& dev);
+    void erase(const_iterator dev);
+    void clear();
+
+  private:
+    std::list<Ieee1905DevTable> devs_;
 };
 
 struct ChangeLogEntry {
@@ -385,7 +408,7 @@ struct TopolTable {
     uint16_t changeLogNum = 0;
     uint16_t changeLogNext = 0;
     std::array<ChangeLogEntry, kChangeLogCapacity> changeLog{};
-    std::list<Ieee1905DevTable> devs;
+    DevTables devs;
 
     uint16_t ieee1905DevNum() const { return static_cast<uint16_t>(devs.size()); }
 };

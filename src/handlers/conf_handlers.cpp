@@ -44,7 +44,7 @@ int handleConfQueryMsg(const VendContext& context, const AlMacPayload& /*query*/
 int handleConfRespMsg(const VendContext& context, const ConfResp& answer) {
     const MacAddr sender = context.msg.alMac;
     ReportVendRespMsg(sender, context.msgId, VEND_MSG_TYPE_CONF_QUERY);
-    Ieee1905DevTable* dev = getIeee1905DevTableById(sender);
+    Ieee1905DevTable* dev = editIeee1905DevTableById(sender);
     if (dev == nullptr) return kOk;
     const auto uptime = dev->deviceUptime;
     storeConfItems(*dev, answer.items);
@@ -65,7 +65,7 @@ int handleConfQueryMsg2(const VendContext& context, const AlMacPayload& /*query*
 int handleConfRespMsg2(const VendContext& context, const ConfResp& answer) {
     const MacAddr& sender = context.msg.alMac;
     ReportVendRespMsg(sender, context.msgId, VEND_MSG_TYPE_CONF_QUERY2);
-    Ieee1905DevTable* dev = getIeee1905DevTableById(sender);
+    Ieee1905DevTable* dev = editIeee1905DevTableById(sender);
     if (dev == nullptr) return kOk;
     storeIPv6Items(*dev, answer.items);
     return requestUpdateDataModel(0);

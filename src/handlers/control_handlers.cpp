@@ -83,7 +83,7 @@ int handleResetToDefaultRespMsg(const VendContext& context, const RetCodePayload
     if (answer.retCode == kOk) {
         forgetWifiSync(sender);
         // Its acknowledgements of renews no longer count either.
-        if (auto* dev = getIeee1905DevTableById(sender)) dev->apAutoConf.syncFlags = {};
+        if (auto* dev = editIeee1905DevTableById(sender)) dev->apAutoConf.syncFlags = {};
         requestUpdateDataModel(0);
     }
     return setResetToDefaultCtrlList(&sender, context.msgId, 0, answer.retCode);

@@ -79,7 +79,7 @@ int handleFWStateChangeRequestMsg(const VendContext& context, const AlMacPayload
 }
 
 int handleFWStateChangeResponseMsg(const VendContext& context, const OptionPayload& answer) {
-    Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
+    Ieee1905DevTable* dev = editIeee1905DevTableById(context.msg.alMac);
     if (dev == nullptr) return kOk;
     dev->firmwareState = answer.option;
     noteRemoteFirmwareState(*dev);

@@ -108,7 +108,7 @@ int handleIntfPwrStateQueryMsg(const VendContext& context, const AlMacPayload& /
 int handleIntfPwrStateRespMsg(const VendContext& context, const IntfPwrStateResp& answer) {
     const MacAddr& sender = context.msg.alMac;
     ReportVendRespMsg(sender, context.msgId, VEND_MSG_TYPE_INTF_PWR_STATE_QUERY);
-    Ieee1905DevTable* dev = getIeee1905DevTableById(sender);
+    Ieee1905DevTable* dev = editIeee1905DevTableById(sender);
     if (dev == nullptr) return kOk;
     IntfFinder finder(*dev);
     for (const auto& state : answer.intfs) {
@@ -140,7 +140,7 @@ int handleIntfPwrCrtlRespMsg(const VendContext& context, const IntfPwrCtrlResp& 
 }
 
 int handleIntfNameRespMsg(const VendContext& context, const IntfNameResp& answer) {
-    Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
+    Ieee1905DevTable* dev = editIeee1905DevTableById(context.msg.alMac);
     if (dev == nullptr) return kOk;
     IntfFinder finder(*dev);
     for (const auto& named : answer.intfs) {

@@ -69,7 +69,7 @@ int handleWIFIStateQueryMsg(const VendContext& context, const AlMacPayload& /*qu
 }
 
 int handleWIFIStateRespMsg(const VendContext& context, const WifiStateResp& answer) {
-    Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
+    Ieee1905DevTable* dev = editIeee1905DevTableById(context.msg.alMac);
     if (dev == nullptr) return kOk;
     for (const auto& entry : answer.entries) {
         WifiClient& client = touchWifiClient(*dev, entry.mac);
@@ -83,7 +83,7 @@ int handleWIFIStateRespMsg(const VendContext& context, const WifiStateResp& answ
 }
 
 int handleWIFIClientmcastMsg(const VendContext& context, const TextPayload& report) {
-    Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
+    Ieee1905DevTable* dev = editIeee1905DevTableById(context.msg.alMac);
     if (dev == nullptr) return kOk;
     const bool understood = storeWifiClients(*dev, report.data);
     dropSilentWifiClients(*dev);
@@ -150,7 +150,7 @@ int handleAPautoconfigAckMsg(const VendContext& context, const OptionPayload& an
     const uint8_t band = answer.option;
     const int result = setAPautoconfigFlag(context.msg.alMac.data(), band);
     const auto index = bandIndex(band);
-    Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
+    Ieee1905DevTable* dev = editIeee1905DevTableById(context.msg.alMac);
     if (dev != nullptr && index) {
         dev->apAutoConf.syncFlags[*index] = 1;
         requestUpdateDataModel(0);

@@ -21,7 +21,9 @@ void rewrite(std::string_view name, DataModelFiles::File& file, RenderFile rende
     const int64_t start = uptimeUs();
     const std::string path = std::string(getDataModelFolderOption()).append("/").append(name);
     LOG(4, "(file = %s)\n", path.c_str());
-    (void)noteFileTrouble(path, replacePublicFile(path, render(), getDataModelModeOption()));
+    render([&](std::span<const std::string_view> pieces) {
+        (void)noteFileTrouble(path, replacePublicFile(path, pieces, getDataModelModeOption()));
+    });
     const int64_t end = uptimeUs();
     file.earliest = end + kPauseFactor * (end - start);
 }

@@ -6,11 +6,15 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
-#include <string>
+#include <span>
 #include <string_view>
 
-using RenderFile = std::string (*)();
+// Takes the text of a file in pieces.
+using WritePieces = std::function<void(std::span<const std::string_view>)>;
+// Renders a file and calls write once.
+using RenderFile = void (*)(const WritePieces& write);
 
 struct DataModelFiles {
     struct File {
@@ -20,7 +24,7 @@ struct DataModelFiles {
     std::map<std::string_view, File> files;
 };
 
-// Rewrites the file with what render returns, as soon as the limit permits. Requests until then
+// Rewrites the file with what render writes, as soon as the limit permits. Requests until then
 // cause one rewrite. The name must be a constant.
 void writeDataModelFile(std::string_view name, RenderFile render);
 

@@ -1,5 +1,6 @@
 #include "publish/json_change_log.h"
 
+#include <array>
 #include <ctime>
 
 #include "base/clock.h"
@@ -48,6 +49,9 @@ std::string renderJsonvm1905log(const TopolTable* topol) {
 }
 
 int writeJsonvm1905log() {
-    writeDataModelFile("vm1905_log.json", [] { return renderJsonvm1905log(getNetTopolTable()); });
+    writeDataModelFile("vm1905_log.json", [](const WritePieces& write) {
+        const std::string text = renderJsonvm1905log(getNetTopolTable());
+        write(std::array{std::string_view(text)});
+    });
     return kOk;
 }

@@ -1,32 +1,27 @@
 #include "publish/json_data_model.h"
 
 #include <algorithm>
+#include <cassert>
+#include <optional>
 
-#include "base/result.h"
+#include "base/state.h"
+#include "base/store.h"
 #include "db/database.h"
+#include "db/mesh_macs.h"
 #include "platform/autoconfig.h"
-#include "publish/data_model_files.h"
 #include "publish/json_autoconfig.h"
-#include "publish/json_device.h"
 #include "publish/json_device_info.h"
 #include "publish/json_writer.h"
 #include "publish/labels.h"
 
 namespace {
 
-// Usual sizes of a device and of a neighbor in bytes, to reserve the text. In a large mesh nearly
-// all of it is neighbors, because every device may hear every other.
-constexpr size_t kDeviceSize = 3000;
-constexpr size_t kNbrSize = 270;
+// A block takes some 3 kB, and 270 bytes more for each neighbor. In a large mesh on one segment
+// every device has all others as neighbors, so not all blocks are kept.
+constexpr size_t kKeptPerDevice = 6000;  // bytes
 
-size_t expectedSize(const TopolTable* topol) {
-    size_t size = kDeviceSize;
-    if (topol == nullptr) return size;
-    for (const auto& dev : topol->devs) {
-        size += kDeviceSize + kNbrSize * (dev.ieee1905NbrNum() + dev.non1905NbrNum());
-    }
-    return size;
-}
+// Without devices. The text of one device is in there only while it is rendered.
+constexpr size_t kExpectedSize = 16384;
 
 void writeLowerLayers(JsonWriter& out, size_t intfNum) {
     out.key("LowerLayers");
@@ -69,15 +64,64 @@ void writeOwnIntfs(JsonWriter& out, const AlTable& al) {
     }
 }
 
-void writeTopology(JsonWriter& out, const AlTable& al, const TopolTable& topol) {
-    DataModel model{al, Hearings(al, topol)};
+// Renders the blocks that are not current. Whether a record is the same, its revision says.
+// The surroundings are compared, but need not be derived again while the topology is the same.
+void updateBlocks(JsonWriter& out, DataModelBlocks& cache, const AlTable& al,
+                  const TopolTable& topol) {
+    const bool sameTopology = cache.topologyRevision == topologyRevision();
+    cache.topologyRevision = meshMacsRevision();
+    cache.blocks.resize(topol.devs.size());
+    std::optional<Hearings> hearings;
+    size_t number = 0;
+    for (const auto& dev : topol.devs) {
+        auto& block = cache.blocks[number++];
+        auto& [farEnds, hosts, authorized] = block.surroundings;
+        bool changed = block.revision != dev.revision;
+        if (!sameTopology || block.revision == 0 || farEnds.size() != dev.ieee1905NbrNum()) {
+            if (!hearings) hearings.emplace(al, topol);
+            changed |= store(farEnds, hearings->farEndsOf(dev));
+        }
+        if (!sameTopology || changed) changed |= store(hosts, hostsAmongNbrs(dev));
+        changed |= store(authorized, authorizationOf(al, dev));
+        if (!changed) continue;
+        const size_t start = out.size();
+        writeIeee1905Device(out, dev, block.surroundings, number);
+        block.text = out.cut(start);
+        block.revision = dev.revision;
+    }
+}
 
+void forgetExcess(std::vector<DataModelBlocks::Block>& blocks) {
+    size_t kept = 0;
+    for (auto& block : blocks) {
+        const size_t size = block.text.size();
+        if (kept + size > kKeptPerDevice * blocks.size()) {
+            block = {};
+        } else {
+            kept += size;
+        }
+    }
+}
+
+[[maybe_unused]] bool areCurrent(JsonWriter& out, const DataModelBlocks& cache, const AlTable& al,
+                                 const TopolTable& topol) {
+    // Very many addresses of the mesh may be older (isMeshMac).
+    if (cache.topologyRevision != topologyRevision()) return true;
+    DataModelBlocks anew;
+    updateBlocks(out, anew, al, topol);
+    return std::ranges::equal(cache.blocks, anew.blocks, {}, &DataModelBlocks::Block::text,
+                              &DataModelBlocks::Block::text);
+}
+
+void writeTopology(JsonWriter& out, DataModelBlocks& cache, size_t& blocksAt, const AlTable& al,
+                   const TopolTable& topol) {
     out.beginObject("NetworkTopology");
     out.boolean("Enable", topol.enable == 1);
     out.text("Status", topolStatusLabel(topol.status));
     out.number("IEEE1905DeviceNumberOfEntries", topol.ieee1905DevNum());
-    size_t number = 0;
-    for (const auto& dev : topol.devs) writeIeee1905Device(out, model, dev, ++number);
+    updateBlocks(out, cache, al, topol);
+    assert(areCurrent(out, cache, al, topol));
+    blocksAt = out.size();
     out.end();
 }
 
@@ -89,11 +133,10 @@ void writeSecurity(JsonWriter& out, const SecurityTable& security) {
     out.end();
 }
 
-}  // namespace
-
-std::string renderJsonDataModel(const AlTable* al, const TopolTable* topol,
-                                const SecurityTable* security) {
-    JsonWriter out(expectedSize(topol));
+// Returns the text without the objects of the remote devices, which belong at blocksAt.
+std::string renderAround(DataModelBlocks& cache, size_t& blocksAt, const AlTable* al,
+                         const TopolTable* topol, const SecurityTable* security) {
+    JsonWriter out(kExpectedSize);
     out.begin();
     out.beginObject("Device");
     out.beginObject("X_5E1F09_IEEE1905");
@@ -102,7 +145,7 @@ std::string renderJsonDataModel(const AlTable* al, const TopolTable* topol,
     out.beginObject("AL");
     writeAlMembers(out, *al);
     writeOwnIntfs(out, *al);
-    if (topol != nullptr) writeTopology(out, *al, *topol);
+    if (topol != nullptr) writeTopology(out, cache, blocksAt, *al, *topol);
     // Meant: without the security object the closing braces are missing too.
     if (security == nullptr) return out.take();
     writeSecurity(out, *security);
@@ -110,11 +153,38 @@ std::string renderJsonDataModel(const AlTable* al, const TopolTable* topol,
     return out.append("\n").take();
 }
 
-int writeJsonDataModel() {
-    writeDataModelFile("vm1905.json", [] {
-        const AlTable* al = getAlTable();
-        return al != nullptr ? renderJsonDataModel(al, getNetTopolTable(), getSecurityTable())
-                             : renderJsonDataModel(nullptr, nullptr, nullptr);
+void render(DataModelBlocks& cache, const AlTable* al, const TopolTable* topol,
+            const SecurityTable* security, const WritePieces& write) {
+    if (al == nullptr || topol == nullptr) cache = {};
+    size_t blocksAt = 0;
+    const std::string text = renderAround(cache, blocksAt, al, topol, security);
+    const std::string_view around(text);
+    std::vector<std::string_view> pieces{around.substr(0, blocksAt)};
+    for (const auto& block : cache.blocks) pieces.emplace_back(block.text);
+    pieces.push_back(around.substr(blocksAt));
+    write(pieces);
+    forgetExcess(cache.blocks);
+}
+
+}  // namespace
+
+std::string renderJsonDataModel(const AlTable* al, const TopolTable* topol,
+                                const SecurityTable* security) {
+    DataModelBlocks none;
+    std::string text;
+    render(none, al, topol, security, [&](std::span<const std::string_view> pieces) {
+        for (const auto& piece : pieces) text += piece;
     });
+    return text;
+}
+
+void renderDataModelFile(const WritePieces& write) {
+    const AlTable* al = getAlTable();
+    render(stateOf<DataModelBlocks>(), al, al != nullptr ? &al->topol : nullptr,
+           al != nullptr ? &al->security : nullptr, write);
+}
+
+int writeJsonDataModel() {
+    writeDataModelFile("vm1905.json", renderDataModelFile);
     return writeJsonAPautoconfig();
 }

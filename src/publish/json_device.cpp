@@ -70,8 +70,10 @@ void writeIeee1905Nbr(JsonWriter& out, size_t number, std::string_view localIntf
 }
 
 // One object for each entry of the lists.
-void writeIeee1905Nbrs(JsonWriter& out, const DataModel& model, const Ieee1905DevTable& dev) {
+void writeIeee1905Nbrs(JsonWriter& out, const Ieee1905DevTable& dev,
+                       const std::vector<LinkEnd>& farEnds) {
     size_t number = 0;
+    auto farEnd = farEnds.begin();
     FreeClients clients;
     for (const auto& client : dev.wifiClients) {
         // A zero owner marks a station that is no 1905 device.
@@ -79,10 +81,8 @@ void writeIeee1905Nbrs(JsonWriter& out, const DataModel& model, const Ieee1905De
     }
     for (const auto& list : dev.ieee1905Lists) {
         const auto [reference, local] = findLocalIntf(dev, list.localIntfMac);
-        std::unordered_map<MacAddr, size_t> links;  // so far, by device
         for (const auto& nbr : list.nbrs) {
-            const LinkEnd far =
-                model.hearings.intfOf(nbr.alMac, dev.alMac, local, links[nbr.alMac]++);
+            const LinkEnd& far = *farEnd++;
             if (checkIeee1905NbrIsWIFI(out, clients, nbr, number, reference, local.mediaType,
                                        far.mac) == 0) {
                 writeIeee1905Nbr(out, ++number, reference, nbr, far, nullptr);
@@ -92,11 +92,13 @@ void writeIeee1905Nbrs(JsonWriter& out, const DataModel& model, const Ieee1905De
 }
 
 void writeNon1905Nbrs(JsonWriter& out, const Ieee1905DevTable& dev,
-                      const std::vector<Non1905NbrList>& lists) {
+                      const std::vector<bool>& hosts) {
     size_t number = 0;
-    for (const auto& list : lists) {
+    auto isHost = hosts.begin();
+    for (const auto& list : dev.non1905Lists) {
         const LocalIntf local = findLocalIntf(dev, list.localIntfMac);
         for (const auto& mac : list.nbrs) {
+            if (!*isHost++) continue;
             const WifiClient* client = nullptr;
             checkIntfMacMediaType(dev, mac, client);
             out.beginObject("NonIEEE1905Neighbor.", ++number);
@@ -226,18 +228,40 @@ int checkIeee1905NbrIsWIFI(JsonWriter& out, FreeClients& clients, const Ieee1905
     return 1;
 }
 
-void writeIeee1905Device(JsonWriter& out, DataModel& model, const Ieee1905DevTable& dev,
-                         size_t number) {
-    std::vector<Non1905NbrList> hosts;
-    size_t hostNum = 0;
-    for (const auto& list : dev.non1905Lists) {
-        hosts.push_back({list.localIntfMac, hostsOf(list.nbrs)});
-        hostNum += hosts.back().nbrs.size();
+std::vector<LinkEnd> Hearings::farEndsOf(const Ieee1905DevTable& dev) const {
+    std::vector<LinkEnd> ends;
+    ends.reserve(dev.ieee1905NbrNum());
+    for (const auto& list : dev.ieee1905Lists) {
+        const LinkEnd local = findLocalIntf(dev, list.localIntfMac).end;
+        std::unordered_map<MacAddr, size_t> links;  // so far, by device
+        for (const auto& nbr : list.nbrs) {
+            ends.push_back(intfOf(nbr.alMac, dev.alMac, local, links[nbr.alMac]++));
+        }
     }
+    return ends;
+}
+
+std::vector<bool> hostsAmongNbrs(const Ieee1905DevTable& dev) {
+    std::vector<bool> hosts;
+    hosts.reserve(dev.non1905NbrNum());
+    for (const auto& list : dev.non1905Lists) {
+        for (const auto& mac : list.nbrs) hosts.push_back(!isMeshMac(mac));
+    }
+    return hosts;
+}
+
+std::optional<int> authorizationOf(const AlTable& al, const Ieee1905DevTable& dev) {
+    if (al.role() != PLATFORM_REGISTRAR) return {};
+    return checkMACisApprove(dev.alMac.data(), dev.hostname.c_str());
+}
+
+void writeIeee1905Device(JsonWriter& out, const Ieee1905DevTable& dev,
+                         const Surroundings& surroundings, size_t number) {
+    const auto hostNum = std::ranges::count(surroundings.hosts, true);
     out.beginObject("IEEE1905Device.", number);
     out.mac("IEEE1905Id", dev.alMac);
     out.number("InterfaceNumberOfEntries", static_cast<int64_t>(dev.intfs.size()));
-    out.number("NonIEEE1905NeighborNumberOfEntries", static_cast<int64_t>(hostNum));
+    out.number("NonIEEE1905NeighborNumberOfEntries", hostNum);
     out.number("IEEE1905NeighborNumberOfEntries", static_cast<int64_t>(dev.ieee1905NbrNum()));
     out.number("BridgingTupleNumberOfEntries", static_cast<int64_t>(dev.brdgTuples.size()));
     out.text("FirmwareState", firmwareStateLabel(dev.firmwareState));
@@ -250,15 +274,13 @@ void writeIeee1905Device(JsonWriter& out, DataModel& model, const Ieee1905DevTab
     out.text("DeviceType", roleLabel(dev.role));
     out.text("DaisychainOption", dev.info.daisychainOption);
     writeSettings(out, dev.buildNumber, dev.info);
-    if (model.al.role() == PLATFORM_REGISTRAR) {
-        out.quotedNumber("Authorized", checkMACisApprove(dev.alMac.data(), dev.hostname.c_str()));
-    }
+    if (surroundings.authorized) out.quotedNumber("Authorized", *surroundings.authorized);
     writeChannels(out, dev.info);
     out.text("DeviceUptime", dev.deviceUptime);
     writeAddressesAndVersions(out, dev.info);
     writeIntfs(out, dev);
-    writeNon1905Nbrs(out, dev, hosts);
-    writeIeee1905Nbrs(out, model, dev);
+    writeNon1905Nbrs(out, dev, surroundings.hosts);
+    writeIeee1905Nbrs(out, dev, surroundings.farEnds);
     writeBrdgTuples(out, dev);
     out.end();
 }

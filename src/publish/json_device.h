@@ -1,6 +1,7 @@
 // The "IEEE1905Device." objects: remote devices with their interfaces, neighbors and bridges.
 #pragma once
 
+#include <optional>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
@@ -15,6 +16,8 @@ struct LinkEnd {
 
     MacAddr mac;
     uint32_t mediaType = kNoMediaType;
+
+    bool operator==(const LinkEnd&) const = default;
 };
 
 // Which device hears which, in the whole database. A topology response names a 1905 neighbor only
@@ -28,6 +31,8 @@ class Hearings {
     // do, the nth (from 0), so that each link gets its own. A zero MAC and no media type if the
     // device is unknown or does not hear the other.
     LinkEnd intfOf(const MacAddr& by, const MacAddr& heard, const LinkEnd& on, size_t nth) const;
+    // The far ends of the device's links, one for each of its 1905 neighbors in their order.
+    std::vector<LinkEnd> farEndsOf(const Ieee1905DevTable& dev) const;
 
   private:
     struct Hearing {
@@ -44,15 +49,23 @@ class Hearings {
     std::vector<std::vector<Hearing>> of_;
 };
 
-// The database from which the data model is written.
-struct DataModel {
-    const AlTable& al;
-    Hearings hearings;
+// What the object of a remote device shows that is not in its record.
+struct Surroundings {
+    std::vector<LinkEnd> farEnds;   // Hearings::farEndsOf
+    std::vector<bool> hosts;        // hostsAmongNbrs
+    std::optional<int> authorized;  // authorizationOf
 };
 
-// Writes the object of a remote device with this number (from 1).
-void writeIeee1905Device(JsonWriter& out, DataModel& model, const Ieee1905DevTable& dev,
-                         size_t number);
+// For each non-1905 neighbor of the device, in their order: false if the address belongs to the
+// mesh, because a bridge learns those too.
+std::vector<bool> hostsAmongNbrs(const Ieee1905DevTable& dev);
+// The answer of checkMACisApprove, which only a Registrar shows.
+std::optional<int> authorizationOf(const AlTable& al, const Ieee1905DevTable& dev);
+
+// Writes the object of a remote device with this number (from 1). It depends on nothing but these
+// arguments, so it is the same as long as they are.
+void writeIeee1905Device(JsonWriter& out, const Ieee1905DevTable& dev,
+                         const Surroundings& surroundings, size_t number);
 
 // Points client to the record of the station with this MAC in the Wi-Fi client list of the device;
 // unchanged if there is none. kOk.

@@ -1,25 +1,71 @@
 #include "publish/json_writer.h"
 
-#include <array>
+#include <algorithm>
 #include <charconv>
 
-void JsonWriter::newMember() {
-    static constexpr std::string_view kStart = ",\n\t\t\t\t\t\t\t\t";
-    const size_t skipped = first_ ? 1 : 0;
-    out_.append(kStart.substr(skipped, 2 - skipped + depth_));
-    if (depth_ > kStart.size() - 2) out_.append(depth_ - (kStart.size() - 2), '\t');
+namespace {
+
+constexpr size_t kMacSize = 19;
+constexpr size_t kMostDigits = 20;
+
+char* put(char* to, std::string_view part) {
+    return std::copy(part.begin(), part.end(), to);
+}
+
+char* put(char* to, int64_t number) {
+    return std::to_chars(to, to + kMostDigits, number).ptr;
+}
+
+char* put(char* to, const MacAddr& mac) {
+    static constexpr char kHex[] = "0123456789abcdef";
+    char separator = '"';
+    for (const uint8_t byte : mac.b) {
+        *to++ = separator;
+        *to++ = kHex[byte >> 4];
+        *to++ = kHex[byte & 15];
+        separator = ':';
+    }
+    *to++ = '"';
+    return to;
+}
+
+char* putQuoted(char* to, std::string_view value) {
+    *to++ = '"';
+    to = put(to, value);
+    *to++ = '"';
+    return to;
+}
+
+}  // namespace
+
+char* JsonWriter::roomFor(size_t bytes) {
+    if (out_.size() - size_ < bytes) out_.resize(std::max(2 * out_.size(), size_ + bytes));
+    return out_.data() + size_;
+}
+
+char* JsonWriter::startKey(size_t room) {
+    char* to = roomFor(depth_ + 3 + room);
+    if (!first_) *to++ = ',';
     first_ = false;
+    *to++ = '\n';
+    to = std::fill_n(to, depth_, '\t');
+    *to++ = '"';
+    return to;
+}
+
+char* JsonWriter::startMember(std::string_view key, size_t column, size_t room) {
+    char* to = put(startKey(key.size() + 3 + column + room), key);
+    to = put(to, "\": ");
+    if (column > key.size() + 1) to = std::fill_n(to, column - key.size() - 1, ' ');
+    return to;
 }
 
 void JsonWriter::key(std::string_view key, size_t column) {
-    newMember();
-    out_.push_back('"');
-    out_.append(key).append("\": ");
-    if (column > key.size() + 1) out_.append(column - key.size() - 1, ' ');
+    finish(startMember(key, column, 0));
 }
 
 void JsonWriter::begin() {
-    out_.push_back('{');
+    append("{");
     depth_++;
     first_ = true;
 }
@@ -30,43 +76,46 @@ void JsonWriter::beginObject(std::string_view name) {
 }
 
 void JsonWriter::beginObject(std::string_view prefix, size_t number) {
-    newMember();
-    out_.push_back('"');
-    append(prefix).append(static_cast<int64_t>(number)).append("\": ");
+    char* to = put(startKey(prefix.size() + kMostDigits + 3), prefix);
+    finish(put(put(to, static_cast<int64_t>(number)), "\": "));
     begin();
 }
 
 void JsonWriter::end() {
     depth_--;
-    out_.push_back('\n');
-    out_.append(depth_, '\t');
-    out_.push_back('}');
+    char* to = roomFor(depth_ + 2);
+    *to++ = '\n';
+    to = std::fill_n(to, depth_, '\t');
+    *to++ = '}';
+    finish(to);
     first_ = false;
 }
 
+// Meant: texts are written as they are stored, without escaping. Those from outside are stored
+// without quotes (plainText), but a quote in a version of vm1905_Version or in the password, which
+// would be another one without it, makes the file invalid JSON.
 void JsonWriter::text(std::string_view name, std::string_view value, size_t column) {
-    key(name, column);
-    appendQuoted(value);
+    finish(putQuoted(startMember(name, column, value.size() + 2), value));
 }
 
 void JsonWriter::mac(std::string_view name, const MacAddr& value) {
-    key(name);
-    append(value);
+    finish(put(startMember(name, 0, kMacSize), value));
 }
 
 void JsonWriter::number(std::string_view name, int64_t value, size_t column) {
-    key(name, column);
-    append(value);
+    finish(put(startMember(name, column, kMostDigits), value));
 }
 
 void JsonWriter::quotedNumber(std::string_view name, int64_t value) {
-    key(name);
-    append("\"").append(value).append("\"");
+    char* to = startMember(name, 0, kMostDigits + 2);
+    *to++ = '"';
+    to = put(to, value);
+    *to++ = '"';
+    finish(to);
 }
 
 void JsonWriter::boolean(std::string_view name, bool value) {
-    key(name);
-    append(value ? "true" : "false");
+    finish(put(startMember(name, 0, 5), value ? "true" : "false"));
 }
 
 void JsonWriter::numbers(std::string_view name, std::span<const uint8_t> values, size_t column) {
@@ -80,31 +129,28 @@ void JsonWriter::numbers(std::string_view name, std::span<const uint8_t> values,
     append("]");
 }
 
-JsonWriter& JsonWriter::append(int64_t number) {
-    char digits[24];
-    const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-    out_.append(digits, end);
+JsonWriter& JsonWriter::append(std::string_view part) {
+    finish(put(roomFor(part.size()), part));
     return *this;
 }
 
-// Meant: texts are written as they are stored, without escaping. Those from outside are stored
-// without quotes (plainText), but a quote in a version of vm1905_Version or in the password, which
-// would be another one without it, makes the file invalid JSON.
+JsonWriter& JsonWriter::append(int64_t number) {
+    finish(put(roomFor(kMostDigits), number));
+    return *this;
+}
+
 JsonWriter& JsonWriter::appendQuoted(std::string_view value) {
-    out_.push_back('"');
-    out_.append(value);
-    out_.push_back('"');
+    finish(putQuoted(roomFor(value.size() + 2), value));
     return *this;
 }
 
 JsonWriter& JsonWriter::append(const MacAddr& mac) {
-    static constexpr char kHex[] = "0123456789abcdef";
-    std::array<char, 19> text;
-    text.fill(':');
-    text.front() = text.back() = '"';
-    for (size_t i = 0; i < mac.b.size(); i++) {
-        text[1 + 3 * i] = kHex[mac.b[i] >> 4];
-        text[2 + 3 * i] = kHex[mac.b[i] & 15];
-    }
-    return append({text.data(), text.size()});
+    finish(put(roomFor(kMacSize), mac));
+    return *this;
+}
+
+std::string JsonWriter::cut(size_t start) {
+    std::string text(out_, start, size_ - start);
+    size_ = start;
+    return text;
 }

@@ -7,7 +7,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "base/mac_addr.h"
 
@@ -17,7 +16,7 @@
 class JsonWriter {
   public:
     // expectedSize is the number of bytes to reserve.
-    explicit JsonWriter(size_t expectedSize) { out_.reserve(expectedSize); }
+    explicit JsonWriter(size_t expectedSize) : out_(expectedSize, '\0') {}
 
     void begin();  // opens the outermost object
     void beginObject(std::string_view key);
@@ -35,21 +34,25 @@ class JsonWriter {
 
     // Writes only the key of a member, for values of another form: append them next.
     void key(std::string_view key, size_t column = 0);
-    JsonWriter& append(std::string_view part) {
-        out_.append(part);
-        return *this;
-    }
+    JsonWriter& append(std::string_view part);
     JsonWriter& append(int64_t number);
     JsonWriter& appendQuoted(std::string_view value);
     JsonWriter& append(const MacAddr& mac);
 
     std::string tabs() const { return std::string(depth_, '\t'); }  // the indentation of a member
-    std::string take() { return std::move(out_); }                  // the whole text
+    size_t size() const { return size_; }                           // of the text so far
+    std::string cut(size_t start);  // takes away the text from there on
+    std::string take() { return cut(0); }
 
   private:
-    void newMember();
+    // Start a member or its key and return where to go on, with room for that many bytes more.
+    char* startKey(size_t room);
+    char* startMember(std::string_view key, size_t column, size_t room);
+    char* roomFor(size_t bytes);
+    void finish(const char* end) { size_ = static_cast<size_t>(end - out_.data()); }
 
-    std::string out_;
+    std::string out_;  // longer than the text: a member is written with one check for room
+    size_t size_ = 0;
     size_t depth_ = 0;
     bool first_ = true;  // the next member is the first of its object
 };

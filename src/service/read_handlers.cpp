@@ -54,7 +54,7 @@ IntfTable* findLinks(const ServReq& request, int& code) {
 }
 
 // The other device that the request names, likewise.
-Ieee1905DevTable* findDev(const ServReq& request, int& code) {
+const Ieee1905DevTable* findDev(const ServReq& request, int& code) {
     code = kNoTable;
     if (getNetTopolTable() == nullptr) return nullptr;
     code = kDevNotFound;
@@ -66,7 +66,7 @@ Ieee1905DevTable* findDev(const ServReq& request, int& code) {
 template <typename List, typename AnswerWith>
 int answerPart(const ServReq& request, List Ieee1905DevTable::*list, AnswerWith&& answerWith) {
     int code = kOk;
-    Ieee1905DevTable* const dev = findDev(request, code);
+    const Ieee1905DevTable* dev = findDev(request, code);
     if (dev == nullptr) return refuse(request, code);
     const List& all = dev->*list;
     const size_t index = request.number(req::kDevIndex);

@@ -67,9 +67,9 @@ void forgetAcknowledgements(const ApAutoConfRenewReq& info) {
     const MacAddr dst(info.dstMac);
     const MacAddr* owner = getalMacOfIeee1905DevTableByintfMac(dst);
     const MacAddr& meant = owner != nullptr ? *owner : dst;
-    for (auto& dev : topol->devs) {
+    for (const auto& dev : topol->devs) {
         if (info.unicast != 0 && dev.alMac != meant) continue;
-        dev.apAutoConf.syncFlags[*band] = 0;
+        topol->devs.edit(dev).apAutoConf.syncFlags[*band] = 0;
     }
     requestUpdateDataModel(0);
 }

@@ -176,7 +176,7 @@ class Device : public testing::Test {
         fakePlatform().calls.clear();
     }
     static Ieee1905DevTable& dev(const Peer& who = kPeer) {
-        return *getIeee1905DevTableById(who.al);
+        return *editIeee1905DevTableById(who.al);
     }
     const std::string& folder() const { return folder_; }
     inline static unsigned lastVendId = 0;  // of those that sentVend returned

@@ -166,7 +166,7 @@ TEST_F(Controller, RootApIsPublished) {
         return text;
     };
     meet(kPeer, 1);
-    Ieee1905DevTable& dev = getNetTopolTable()->devs.front();
+    Ieee1905DevTable& dev = Device::dev();
     dev.intfs.clear();
     for (const auto* name : {"wlan2-msh0", "wlan0-msh0", "wlan0-msh0", "eth0"}) {
         DevIntf& intf = dev.intfs.add();

@@ -108,7 +108,7 @@ TEST_F(Neighbors, DevicesAreNewKnownOrBack) {
     }
     getNbrDevTable().assign(4096, {.alMac = {}, .lastSeen = now(), .answerTime = 1});
     eth0().nbrs.assign(4096, {.is1905 = true});
-    topol().devs.resize(4096);
+    for (int i = 0; i < 4096; i++) (void)topol().devs.add({});
     Ieee1905DevTable dev;
     dev.alMac = peer(9).al;
     EXPECT_EQ(note(kNbrDiscovery, peer(9)), kFailure) << "no more than 4,096";

@@ -421,7 +421,8 @@ TEST_F(Vendor, ResultTextsAreLeftInAFolderOfOurs) {
     // Strangers leave none, and known devices at most 256.
     EXPECT_EQ(Device::tell(peer(400), ++id_, 50, hex("010200")), kFailure);
     for (unsigned n = 2; n <= 257; n++) {
-        getNetTopolTable()->devs.emplace_back().alMac = peer(n).al;
+        auto& devs = getIeee1905DevTables();
+        devs.edit(devs.add({})).alMac = peer(n).al;
         EXPECT_EQ(Device::tell(peer(n), ++id_, 50, hex("010200")), n <= 256 ? kOk : kFailure) << n;
     }
 }

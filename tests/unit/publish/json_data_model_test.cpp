@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/state.h"
 #include "publish/labels.h"
 #include "support/device.h"
 
@@ -111,14 +112,14 @@ Ieee1905DevTable fullDevice() {
 
 TEST_F(JsonDataModel, IsWrittenToTheByte) {
     al.intfs.front().nbrs = {{.nbrAlMac = alMac(2), .is1905 = true}};
-    al.topol.devs = {fullDevice()};
+    (void)al.topol.devs.add(fullDevice());
     fakePlatform().notApproved = {alMac(2)};
     EXPECT_EQ(text(), kGolden);
     EXPECT_TRUE(Json::accept(kGolden));
 }
 
 TEST_F(JsonDataModel, MembersDependOnTheRole) {
-    al.topol.devs = {fullDevice()};
+    (void)al.topol.devs.add(fullDevice());
     al.wpsConfig[0] = 1;
     al.wifiReload = 2;
     EXPECT_NE(text().find("\"DeviceType\": \"Enrollee\",\n\t\t\t\t\"DaisychainOption\": \"\",\n"
@@ -130,7 +131,7 @@ TEST_F(JsonDataModel, MembersDependOnTheRole) {
 
 TEST_F(JsonDataModel, ListsMayBeEmpty) {
     al.intfs.clear();
-    al.topol.devs.resize(1);
+    (void)al.topol.devs.add({});
     EXPECT_NE(text().find("\"LowerLayers\": [  ],\n"), std::string::npos);
     const Json dev = parsedDevice(1);
     for (const auto& [key, value] : dev.items()) {
@@ -180,7 +181,7 @@ TEST_F(JsonDataModel, NeighborInterfacesAreFound) {
                         station({}, hostMac(1), 261, "Main_5G"),
                         station(alMac(3), intfMac(3, 4), 0, "Main_5G"),
                         station(alMac(3), intfMac(3, 2), 261, "Main_5G")};
-    al.topol.devs = {two, three, four, five};
+    for (auto* dev : {&two, &three, &four, &five}) (void)al.topol.devs.add(std::move(*dev));
     EXPECT_EQ(ieee1905Neighbors(parsedDevice(1)),
               "Interface.1 02:19:05:00:03:00 IEEE 802.3u(IEEE 802.3u Fast Ethernet)\n"
               "Interface.1 00:00:00:00:00:00 Unknown\n");
@@ -194,6 +195,57 @@ TEST_F(JsonDataModel, NeighborInterfacesAreFound) {
               "Interface.2 00:00:00:00:00:00 Unknown\n"
               "Interface.3 02:19:05:00:03:03 IEEE 802.11n 2.4(IEEE 802.11n (2.4GHz)) RATE\n"
               "Interface.3 00:00:00:00:00:00 Unknown\n");
+}
+
+// Each change leaves the file as if all were rendered again, and the objects of the other devices
+// are not.
+TEST_F(JsonDataModel, RendersTheDevicesThatChanged) {
+    start();
+    auto& devs = getIeee1905DevTables();
+    const auto links = [](uint8_t number, uint8_t intf) {
+        DevTopol dev = device(number);
+        const auto other = static_cast<uint8_t>(number ^ 1);
+        dev.ieee1905Lists = {{intfMac(number, intf), {{alMac(other), 0}, {kOwnAl, 0}}}};
+        dev.non1905Lists = {{intfMac(number, 0), {hostMac(number)}}};
+        return dev;
+    };
+    const auto hear = [&](DevTopol dev) { (void)updateIeee1905DevTable(kEth0, 1, std::move(dev)); };
+    // The numbers of the objects that were rendered.
+    auto rendered = [before = std::vector<const char*>()]() mutable {
+        std::string file, numbers;
+        renderDataModelFile([&](auto pieces) {
+            for (const auto& piece : pieces) file += piece;
+        });
+        EXPECT_EQ(file, renderJsonDataModel(getAlTable(), getNetTopolTable(), getSecurityTable()));
+        const auto& blocks = stateOf<DataModelBlocks>().blocks;
+        before.resize(blocks.size());
+        for (size_t i = 0; i < blocks.size(); i++) {
+            if (std::exchange(before[i], blocks[i].text.data()) == blocks[i].text.data()) continue;
+            numbers += std::to_string(i + 1);
+        }
+        return numbers;
+    };
+    for (uint8_t number = 2; number <= 5; number++) hear(links(number, 0));
+    EXPECT_EQ(rendered(), "1234");
+    EXPECT_EQ(rendered(), "");
+    dev({alMac(4), {}}).hostname = "attic";
+    EXPECT_EQ(rendered(), "3");
+    hear(links(2, 1));
+    EXPECT_EQ(rendered(), "12") << "the interface on which its neighbor is heard";
+    receive("eth0", discovery({alMac(4), hostMac(2)}, 1));
+    EXPECT_EQ(rendered(), "13") << "a host turns out to be a device of the mesh, heard by this one";
+    fakePlatform().notApproved = {alMac(5)};
+    EXPECT_EQ(rendered(), "4");
+    getAlTable()->wpsConfig[0] = 1;
+    EXPECT_EQ(rendered(), "1234") << "an Enrollee shows no approval";
+    (void)removeIeee1905DevTable(alMac(2));
+    EXPECT_EQ(rendered(), "123") << "the others have new numbers";
+    devs.edit(*devs.begin()).ieee1905Lists[0].nbrs.resize(100);
+    EXPECT_EQ(rendered(), "1");
+    EXPECT_EQ(stateOf<DataModelBlocks>().blocks[0].text, "") << "too large to be kept";
+    destroyDatabase();
+    EXPECT_EQ(rendered(), "");
+    EXPECT_TRUE(stateOf<DataModelBlocks>().blocks.empty());
 }
 
 // The golden file has those of the high band.

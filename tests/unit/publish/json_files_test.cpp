@@ -22,7 +22,9 @@ const std::string kChangeLog =
 #include "golden_change_log.inc"
     ;
 
-TEST(JsonAPautoconfig, IsWrittenToTheByte) {
+using JsonAPautoconfig = Device;
+
+TEST_F(JsonAPautoconfig, IsWrittenToTheByte) {
     AlTable al;
     al.alMac = {2, 0, 0, 0, 0, 1};
     al.wpsConfig[0] = 1;
@@ -30,7 +32,7 @@ TEST(JsonAPautoconfig, IsWrittenToTheByte) {
     al.apAutoConfTimes[0] = "main";
     al.apAutoConfTimes[6] = "ap";
     al.apAutoConfTimes[7] = "st";
-    Ieee1905DevTable& dev = al.topol.devs.emplace_back();
+    auto& dev = al.topol.devs.edit(al.topol.devs.add({}));
     dev.alMac = {2, 0, 0, 0, 0, 2};
     dev.role = 1;
     dev.apAutoConf.counters = {{{1, 2}, {}, {}, {7, 8}}};
@@ -50,7 +52,7 @@ TEST_F(JsonChangeLog, IsWrittenToTheByte) {
     tzset();
     TopolTable topol;
     topol.maxChangeLogEntries = 3;
-    topol.devs.resize(1);
+    (void)topol.devs.add({});
     topol.changeLogNum = 1;
     topol.changeLogNext = 2;
     // 2026-02-03 04:05:06 UTC.

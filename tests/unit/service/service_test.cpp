@@ -60,7 +60,7 @@ TEST_F(Service, Records) {
     TopolTable& topol = *getNetTopolTable();
     topol.status = 1;
     topol.maxChangeLogEntries = 100;
-    auto& dev = topol.devs.emplace_back();
+    auto& dev = topol.devs.edit(topol.devs.add({}));
     dev.alMac = kPeer.al;
     dev.status = 9;
     dev.intfs = {{kEth0, 1, {}, 0, {}}, {kEth1, 0x0105, {5, 6}, 2, {}}};
