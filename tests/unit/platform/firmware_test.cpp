@@ -453,13 +453,19 @@ NETWORK_TEST(Upgrade, TheHelperVerifiesAnImageAgain) {
     EXPECT_EQ(install(kManifest, ""), 16);
     EXPECT_EQ(install(with("attic", "a*"), good), 16);
     EXPECT_EQ(install(older, device.signer->sign(older)), 16);
-    {
-        const Fd writer(open(device.folder.path("fw.bin").c_str(), O_WRONLY | O_CLOEXEC));
-        EXPECT_EQ(install(kManifest, good), 16) << "it can still be changed";
-    }
     device.folder.write("fw.bin", "the nEw firmware");
     EXPECT_EQ(install(kManifest, good), 16);
     EXPECT_EQ(device.installed(), "the new firmware 2.0\n");
+
+    // The hook gets the bytes that were verified, whatever happens to the file meanwhile.
+    device.folder.hook("firmware-install",
+                       "printf X | dd conv=notrunc of=\"${0%/*}/fw.bin\";"
+                       "cat \"$1\" >\"$0.got\"");
+    device.folder.write("fw.bin", kImage);
+    EXPECT_EQ(install(kManifest, good), 0);
+    EXPECT_EQ(device.folder.read("fw.bin") + device.installed(),
+              "Xhe new firmwarethe new firmware");
+    EXPECT_FALSE(device.hasDownloads());
 }
 
 TEST(Upgrade, TheServerFollowsTheLastOrder) {
