@@ -1,6 +1,5 @@
 #include "netctrl/confinement.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
