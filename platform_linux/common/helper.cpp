@@ -252,18 +252,17 @@ bool canBecome(uid_t user) {
 }
 
 bool dropRights() {
-    const uid_t user = helper.user != 0 ? helper.user : kNobody;
-    const gid_t group = helper.user != 0 ? helper.group : kNobody;
-    if (!helper.confined) return true;
+    // Whatever runs as the daemon's user can be changed by a daemon that has been taken over.
+    const uid_t user = helper.user != kNobody ? kNobody : kNobody - 1;
     if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) return false;
-    if (canBecome(user) && (setgroups(0, nullptr) != 0 || setresgid(group, group, group) != 0 ||
+    if (canBecome(user) && (setgroups(0, nullptr) != 0 || setresgid(user, user, user) != 0 ||
                             setresuid(user, user, user) != 0)) {
         return false;
     }
     // The kernel also removes from the ambient set what is no longer permitted.
     __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
     const __user_cap_data_struct none[2] = {};
-    return syscall(SYS_capset, &header, none) == 0;
+    return syscall(SYS_capset, &header, none) == 0 && prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) == 0;
 }
 
 Handle startProgram(const Launch& launch) {

@@ -9,9 +9,9 @@
 #include "base/fd.h"
 #include "common/processes.h"
 
-// Forks the helper. What needs no rights runs as this user and group there, as nobody for root.
-// False, with errno, if that fails. Call it before the process gives up rights, has threads or
-// reads from the network.
+// Forks the helper of a daemon that will run as this user and group, 0 if it remains root. False,
+// with errno, if that fails. Call it before the process gives up rights, has threads or reads from
+// the network.
 [[nodiscard]] bool startHelper(uid_t user, gid_t group);
 // The same with a socket of the caller's (SOCK_SEQPACKET) as the helper's end. Does not affect who
 // runs the programs of this process.
@@ -19,9 +19,9 @@
 
 // Whether this process is a daemon with a helper, or was forked by the helper.
 bool isConfined();
-// For a work (common/programs.h) that needs no rights: changes to the user and group of the helper
-// if this process may, and gives up all capabilities. Does nothing if this process is not confined.
-// False if that fails.
+// For a work (common/programs.h) that needs no rights: changes to the user nobody, or to another
+// one if the daemon is nobody, provided that this process may; gives up all capabilities. False if
+// that fails.
 [[nodiscard]] bool dropRights();
 // The user and group of the daemon, in processes that the helper has forked. Both 0 if it has none
 // of its own.

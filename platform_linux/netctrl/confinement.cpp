@@ -1,6 +1,5 @@
 #include "netctrl/confinement.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -16,15 +15,13 @@
 
 namespace {
 
-// The images that have a manifest, and where the daemon links them (".served") and notes what it
-// has installed. The folder itself stays root's, and so does everything else in it.
+// The images that have a manifest, and where the daemon notes what it has installed. The folder
+// itself stays root's, and so does everything else in it.
 void handOverImages(const HelperUser& user) {
     const std::string folder = firmwareFolder();
-    (void)mkdir((folder + "/.served").c_str(), 0755);
     const auto give = [&](const std::string& path, std::optional<mode_t> mode = {}) {
         (void)handOver(path, {user.user, user.group}, mode);
     };
-    give(folder + "/.served");
     give(folder + "/.installed", 0644);
     std::error_code error;
     for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;

@@ -4,7 +4,7 @@
 #include "common/programs.h"
 
 // The work of the program "adopt images": gives the files of root in FIRMWARE_FOLDER to the
-// daemon's user, which must be able to link them.
+// daemon's user, which must be able to read them.
 int runAdopt(const Arguments& args);
 // The work of the program "restart".
 int runRestart(const Arguments& args);

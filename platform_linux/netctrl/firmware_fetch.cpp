@@ -14,6 +14,7 @@
 #include "base/result.h"
 #include "common/conf.h"
 #include "common/files.h"
+#include "common/helper.h"
 #include "common/hook.h"
 #include "common/job.h"
 #include "common/log.h"
@@ -62,11 +63,13 @@ void fail(const std::string& why) {
     setFirmwareState(PLATFORM_FW_FAILED);
 }
 
-// Leaves a quarter of the free space to the rest of the device.
+// Leaves a quarter of the free space to the rest of the device. The helper of a confined daemon
+// makes a copy.
 uint64_t mostBytes(const std::string& folder) {
     struct statvfs info {};
     if (statvfs(folder.c_str(), &info) != 0) return 0;
-    return std::min<uint64_t>(kMostImage, info.f_bavail * info.f_frsize / 4 * 3);
+    return std::min<uint64_t>(kMostImage,
+                              info.f_bavail * info.f_frsize / (isConfined() ? 8 : 4) * 3);
 }
 
 bool download(std::string_view suffix, uint64_t most, seconds limit, JobDone done) {

@@ -2,12 +2,16 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <utility>
 
 #include "base/own_folder.h"
@@ -17,6 +21,7 @@
 #include "common/hook.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "netctrl/firmware_fetch.h"
 #include "netctrl/firmware_rounds.h"
 #include "netctrl/firmware_state.h"
 #include "netctrl/firmware_trust.h"
@@ -97,12 +102,24 @@ void verified(const std::string& digest) {
     finish(false);
 }
 
-// Makes a file root's and nobody else's. False if somebody has it open for writing: a lease for
-// reading is granted only on a file without writers.
-bool seize(const Fd& file) {
-    return fchown(file.get(), 0, 0) == 0 && fchmod(file.get(), 0600) == 0 &&
-           fcntl(file.get(), F_SETLEASE, F_RDLCK) == 0 &&
-           fcntl(file.get(), F_SETLEASE, F_UNLCK) == 0;
+// Copies the image into a file that nobody else can open, which replaces it as the work's file.
+Refusal copyImage(uint64_t size) {
+    std::string name = downloadFolder() + "/vm1905_image.XXXXXX";
+    const Fd copy(mkostemp(name.data(), O_CLOEXEC));
+    struct stat info {};
+    if (!copy) return "no file can be made in FIRMWARE_DOWNLOAD: " + std::string(strerror(errno));
+    unlink(name.c_str());
+    // On a file system without users it may be another user's.
+    if (fstat(copy.get(), &info) != 0 || info.st_uid != geteuid() || (info.st_mode & 077) != 0) {
+        return "others can change the files in FIRMWARE_DOWNLOAD";
+    }
+    const auto end = static_cast<off_t>(size);
+    for (off_t at = 0; at < end;) {
+        if (sendfile(copy.get(), kWorkFile, &at, static_cast<size_t>(end - at)) <= 0) {
+            return "it can't be copied: it is too short, or FIRMWARE_DOWNLOAD is full";
+        }
+    }
+    return dup2(copy.get(), kWorkFile) < 0 ? strerror(errno) : "";
 }
 
 // The SHA-256 of a file as in manifests.
@@ -133,31 +150,22 @@ int runInstall(const Arguments& args) {
     const std::string path =
         "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(kWorkFile);
     const std::string hook = safeHookFile(kInstallHook);
-    struct stat before {};
     if (hook.empty()) return refuse("there is no hook firmware-install that only root can change");
-    // Another file might be one of root's that the daemon can only read.
-    if (fstat(kWorkFile, &before) != 0 || !S_ISREG(before.st_mode) ||
-        before.st_uid != helperUser().user) {
-        return refuse("it is no file of the daemon's user");
+    // From here on, nobody can change what is verified. The image itself could be changed at any
+    // time, even through a mapping of a file that has been closed.
+    refusal = copyImage(manifest->size);
+    if (!refusal.empty()) return refuse(refusal);
+    if (digestOf(Fd(open(path.c_str(), O_RDONLY | O_CLOEXEC))) != manifest->sha256) {
+        return refuse("its SHA-256 is another than in its manifest");
     }
     int status = kFailure;
-    Fd file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (!file || !seize(file)) {
-        refusal = "somebody can change it";
-    } else if (digestOf(std::move(file)) != manifest->sha256) {
-        refusal = "its SHA-256 is another than in its manifest";
-    } else if (const pid_t child = fork(); child == 0) {
+    const pid_t child = fork();
+    if (child == 0) {
         execl(hook.c_str(), hook.c_str(), path.c_str(), manifest->version.c_str(), nullptr);
         _exit(kFailure);
-    } else if (child > 0) {
-        waitpid(child, &status, 0);
-        status = WIFEXITED(status) ? WEXITSTATUS(status) : int{kFailure};
     }
-    // A Registrar may have to serve it again. Only the user's file may get back the user's mode.
-    if (fchown(kWorkFile, before.st_uid, before.st_gid) == 0) {
-        (void)fchmod(kWorkFile, before.st_mode & 0777);
-    }
-    return refusal.empty() ? status : refuse(refusal);
+    if (child > 0) waitpid(child, &status, 0);
+    return child > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : int{kFailure};
 }
 
 bool installImage(Installation order) {

@@ -36,6 +36,5 @@ void dropInstall();
 inline constexpr std::chrono::minutes kInstallLimit{10};
 // The work of the program "verified firmware": manifest, signature and, as its file, the image. In
 // place of "firmware-install" if the daemon is confined, because what hands over the image is not
-// trusted then: verifies all of it again, and runs the hook on a file that nobody else can change
-// any more.
+// trusted then: verifies all of it again, and runs the hook on a copy that nobody else can change.
 int runInstall(const Arguments& args);

@@ -1,27 +1,36 @@
 #include "netctrl/firmware_server.h"
 
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <filesystem>
+#include <cstdint>
 #include <string>
+#include <utility>
 
 #include "api.h"
+#include "base/fd.h"
 #include "base/result.h"
-#include "common/command.h"
 #include "common/conf.h"
 #include "common/helper.h"
 #include "common/hook.h"
 #include "common/job.h"
 #include "common/log.h"
+#include "netctrl/firmware_image.h"
 #include "netctrl/firmware_offer.h"
+#include "netctrl/firmware_trust.h"
+#include "netctrl/image_server.h"
+#include "netctrl/system_calls.h"
 
 namespace {
 
 constexpr const char* kHook = "ftp-server";
-constexpr const char* kPort = "8905";
-constexpr uid_t kNobody = 65534;
+constexpr uint16_t kPort = 8905;
 constexpr std::chrono::milliseconds kEndWait{500};
 
 struct {
@@ -37,55 +46,14 @@ std::string ownAddress() {
     return getDeviceIP(address) == kOk ? address : "";
 }
 
-// What prevents our own server from running; nullptr if nothing does.
-const char* obstacle() {
-    if (findProgram("busybox").empty()) return "there is no busybox";
-    if (ownAddress().empty()) return "there is no IPv4 address";
-    return nullptr;
-}
-
-// The server sees this folder only.
-std::string servedFolder() {
-    return firmwareFolder() + "/.served";
-}
-
-void clearServed() {
-    std::error_code error, ignored;
-    for (std::filesystem::directory_iterator entry(servedFolder(), error), end;
-         !error && entry != end; entry.increment(error)) {
-        std::filesystem::remove(entry->path(), ignored);
-    }
-}
-
-// Puts the files to serve into the folder, as hard links. The folder itself stays, because a server
-// that has outlived a crash of the daemon still uses it.
-bool fillServed() {
-    std::error_code error;
-    const std::filesystem::path folder = servedFolder();
-    const bool made = mkdir(folder.c_str(), 0755) == 0 || errno == EEXIST;
-    if (!made || !std::filesystem::is_directory(std::filesystem::symlink_status(folder, error))) {
-        LOG_LINE(1, "firmware: can't make the folder %s", folder.c_str());
-        return false;
-    }
-    chmod(folder.c_str(), 0755);  // whatever the umask is
-    clearServed();
+// The verified images, with what belongs to them.
+Arguments serverArguments() {
+    Arguments args{server.address};
     for (const ServedFile& file : filesToServe()) {
-        const std::string from = firmwareFolder() + "/" + file.name, to = folder / file.name;
-        if (link(from.c_str(), to.c_str()) != 0) {
-            LOG_LINE(1,
-                     "firmware: can't serve %s: %m; FIRMWARE_FOLDER needs a file system with "
-                     "hard links, or set FIRMWARE_URL",
-                     from.c_str());
-            return false;
-        }
         // It may have been replaced since it was verified.
-        if (stampOf(to) != file.stamp) {
-            remove(to.c_str());
-        } else {
-            chmod(to.c_str(), 0644);
-        }
+        if (stampOf(firmwareFolder() + "/" + file.name) == file.stamp) args.push_back(file.name);
     }
-    return true;
+    return args;
 }
 
 int startServer();
@@ -96,7 +64,7 @@ void killServer() {
 }
 
 void serverEnded(int status) {
-    if (!server.wanted) return clearServed();
+    if (!server.wanted) return;
     if (server.killed) {
         startServer();
     } else {
@@ -110,10 +78,10 @@ int startServer() {
         if (!server.killed && server.address != address) killServer();
         return kOk;
     }
-    if (obstacle() != nullptr || !fillServed()) return kFailure;
+    if (address.empty()) return kFailure;
     server.killed = false;
     server.address = address;
-    server.job = startJob("firmware server", {address}, {},
+    server.job = startJob("firmware server", serverArguments(), {},
                           [](int status, const std::string&) { serverEnded(status); });
     return server.job != 0 ? kOk : kFailure;
 }
@@ -129,19 +97,49 @@ int runServerHook() {
     return server.job != 0 ? kOk : kFailure;
 }
 
+// A file of an announced image. Empty for any other: who asks for it may have taken the daemon
+// over, so it must also be one that the daemon can read.
+Fd openServed(const std::string& name) {
+    const std::string path = firmwareFolder() + "/" + name;
+    std::string suffix(kManifestSuffix);
+    const bool isKnown = stampOf(path + suffix) || name.ends_with(suffix) ||
+                         name.ends_with(suffix.append(kSignatureSuffix));
+    Fd file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
+    struct stat info {};
+    if (!isKnown || fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode)) return Fd();
+    const bool isReadable =
+        !isConfined() || info.st_uid == helperUser().user || (info.st_mode & S_IROTH) != 0;
+    return isReadable ? std::move(file) : Fd();
+}
+
+Fd listenAt(const std::string& address) {
+    sockaddr_in place{};
+    place.sin_family = AF_INET;
+    place.sin_port = htons(kPort);
+    const int on = 1;
+    Fd listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (inet_pton(AF_INET, address.c_str(), &place.sin_addr) != 1 ||
+        setsockopt(listener.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) != 0 ||
+        bind(listener.get(), reinterpret_cast<const sockaddr*>(&place), sizeof place) != 0 ||
+        listen(listener.get(), SOMAXCONN) != 0) {
+        return Fd();
+    }
+    return listener;
+}
+
 }  // namespace
 
 std::string firmwareUrl() {
     std::string url(conf().value("FIRMWARE_URL"));
     if (url.empty()) {
-        const char* missing = obstacle();
-        if (hasHook(kHook) && !ownAddress().empty()) missing = nullptr;
-        if (missing != nullptr && !server.complained) {
-            LOG_LINE(1, "firmware: %s; see FIRMWARE_URL and the hook ftp-server", missing);
+        const std::string address = ownAddress();
+        if (address.empty() && !server.complained) {
+            LOG_LINE(
+                1, "firmware: there is no IPv4 address; see FIRMWARE_URL and the hook ftp-server");
         }
-        server.complained = missing != nullptr;
-        if (missing != nullptr) return {};
-        url = "http://" + ownAddress() + ":" + kPort;
+        server.complained = address.empty();
+        if (address.empty()) return {};
+        url = "http://" + address + ":" + std::to_string(kPort);
     }
     return url.ends_with('/') ? url : url + "/";
 }
@@ -153,7 +151,6 @@ void stopServer() {
 void endServer() {
     stopServer();
     waitJob(server.job, kEndWait);
-    clearServed();
     server = {};
 }
 
@@ -167,25 +164,15 @@ int set_vsftpd_StartStop(int32_t start) {
 }
 
 int runServer(const Arguments& args) {
-    const std::string busybox = findProgram("busybox"), place = args[0] + ":" + kPort;
-    const std::string folder = servedFolder(), life = std::to_string(kServerLife.count());
-    const std::string nobody = std::to_string(kNobody) + ":" + std::to_string(kNobody);
-    // Empty settings, because without any it would read those of the product.
-    const char* const argv[] = {busybox.c_str(),
-                                "timeout",
-                                life.c_str(),
-                                busybox.c_str(),
-                                "httpd",
-                                "-f",
-                                "-c",
-                                "/dev/null",
-                                "-p",
-                                place.c_str(),
-                                "-h",
-                                folder.c_str(),
-                                canBecome(kNobody) ? "-u" : nullptr,
-                                nobody.c_str(),
-                                nullptr};
-    execv(argv[0], const_cast<char* const*>(argv));
-    return kFailure;
+    OpenFiles files;
+    for (size_t i = 1; i < args.size(); i++) {
+        if (Fd file = openServed(args[i])) files.emplace(args[i], std::move(file));
+    }
+    const Fd listener = listenAt(args[0]);
+    alarm(static_cast<unsigned>(kServerLife.count()));
+    (void)signal(SIGPIPE, SIG_IGN);
+    (void)prctl(PR_SET_NAME, "vm1905-images");
+    if (!listener || !dropRights()) return kFailure;
+    if (limitServerCalls() == PLATFORM_FILTER_FAILED && isConfined()) return kFailure;
+    serveFiles(listener, files);
 }

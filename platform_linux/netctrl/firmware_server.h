@@ -18,5 +18,5 @@ void endServer();
 
 // After a crash of the daemon the server ends by itself.
 inline constexpr std::chrono::seconds kServerLife{3600};
-// The work of the program "firmware server": our address.
+// The work of the program "firmware server": our address, and the names of the files to serve.
 int runServer(const Arguments& args);

@@ -62,7 +62,7 @@ constexpr auto kPrograms = std::to_array<Program>({
     {"wifi-state-set", "mt", kSlow},
     {"verified firmware", "tx", kInstallLimit, runInstall},
     {"firmware download", "wnn", kDownloadLimit, runDownload},
-    {"firmware server", "a", kServerLife, runServer},
+    {"firmware server", "af*", kServerLife, runServer},
     {"adopt images", "", seconds(2), runAdopt},
     {"nft (isolate)", "", seconds(2), runIsolate},
     {"nft (remove)", "", seconds(2), runRemoveIsolation},

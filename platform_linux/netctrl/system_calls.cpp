@@ -1,4 +1,5 @@
-// The system calls of a confined daemon (limitSystemCalls of platform/confinement.h).
+#include "netctrl/system_calls.h"
+
 #include "api.h"
 #include "base/result.h"
 #include "common/log.h"
@@ -14,14 +15,15 @@
 
 #include <cerrno>
 #include <memory>
+#include <span>
 #include <type_traits>
 
 namespace {
 
-// What the daemon, the library, the C library and the sanitizers use after the start. Several names
-// for the same thing are those of different machines and C libraries. Nothing here starts a
-// program, makes a process or a thread, changes users or capabilities, or mounts anything.
-constexpr const char* kAllowed[] = {
+// What a process, the C library and the sanitizers use after the start. Several names for the same
+// thing are those of different machines and C libraries. Nothing here or in the lists below starts
+// a program, makes a process or a thread, changes users or capabilities, or mounts anything.
+constexpr const char* kCommon[] = {
     // Memory, time, itself
     "brk",
     "mmap",
@@ -75,6 +77,18 @@ constexpr const char* kAllowed[] = {
     "clock_nanosleep_time64",
     "cacheflush",
     "umask",
+    // Waiting
+    "select",
+    "_newselect",
+    "pselect6",
+    "pselect6_time64",
+    "poll",
+    "ppoll",
+    "ppoll_time64",
+};
+
+// The daemon and the library.
+constexpr const char* kDaemon[] = {
     // Files
     "open",
     "openat",
@@ -136,14 +150,6 @@ constexpr const char* kAllowed[] = {
     "pipe2",
     "shmdt",
     "shmctl",
-    // Waiting
-    "select",
-    "_newselect",
-    "pselect6",
-    "pselect6_time64",
-    "poll",
-    "ppoll",
-    "ppoll_time64",
     // Sockets
     "bind",
     "connect",
@@ -163,6 +169,11 @@ constexpr const char* kAllowed[] = {
     // Without CAP_SYS_BOOT it fails.
     "reboot",
 };
+
+// The server of images, which has open what it needs.
+constexpr const char* kServer[] = {"accept",     "accept4",  "recv",       "recvfrom", "send",
+                                   "sendto",     "sendfile", "sendfile64", "fstat",    "fstat64",
+                                   "newfstatat", "statx",    "shutdown",   "close"};
 
 // Nothing of ours makes these attempts, so whoever does has taken the process over.
 constexpr const char* kFatal[] = {"execve", "execveat", "ptrace", "process_vm_writev"};
@@ -187,10 +198,16 @@ bool allowWith(const Filter& filter, int number, unsigned argument, uint64_t val
                             SCMP_CMP(argument, SCMP_CMP_MASKED_EQ, 0xFFFFFFFF, value)) == 0;
 }
 
-bool fill(const Filter& filter) {
+bool fillCommon(const Filter& filter, std::span<const char* const> more) {
     bool good = true;
-    for (const char* name : kAllowed) good = good && add(filter, SCMP_ACT_ALLOW, name);
+    for (const char* name : kCommon) good = good && add(filter, SCMP_ACT_ALLOW, name);
+    for (const char* name : more) good = good && add(filter, SCMP_ACT_ALLOW, name);
     for (const char* name : kFatal) good = good && add(filter, SCMP_ACT_KILL_PROCESS, name);
+    return good;
+}
+
+bool fillDaemon(const Filter& filter) {
+    bool good = fillCommon(filter, kDaemon);
     for (const int family : kFamilies) {
         good = good && allowWith(filter, SCMP_SYS(socket), 0, static_cast<uint32_t>(family));
     }
@@ -203,9 +220,11 @@ bool fill(const Filter& filter) {
            allowWith(filter, SCMP_SYS(tkill), 1, SIGABRT);
 }
 
-}  // namespace
+bool fillServer(const Filter& filter) {
+    return fillCommon(filter, kServer);
+}
 
-int limitSystemCalls() {
+int limit(bool (*fill)(const Filter&)) {
     // All other calls fail as on a kernel that lacks them, so that a newer C library falls back to
     // one that is allowed, and an attempt is only logged by the kernel.
     const Filter filter(seccomp_init(SCMP_ACT_ERRNO(ENOSYS)), seccomp_release);
@@ -214,9 +233,23 @@ int limitSystemCalls() {
     return fill(filter) && seccomp_load(filter.get()) == 0 ? int{kOk} : PLATFORM_FILTER_FAILED;
 }
 
+}  // namespace
+
+int limitSystemCalls() {
+    return limit(fillDaemon);
+}
+
+int limitServerCalls() {
+    return limit(fillServer);
+}
+
 #else
 
 int limitSystemCalls() {
+    return PLATFORM_FILTER_MISSING;
+}
+
+int limitServerCalls() {
     return PLATFORM_FILTER_MISSING;
 }
 

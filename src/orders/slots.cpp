@@ -1,6 +1,7 @@
 #include "orders/slots.h"
 
 #include <sys/ipc.h>
+#include <sys/mman.h>
 #include <sys/shm.h>
 #include <unistd.h>
 
@@ -63,6 +64,9 @@ int initSegment(SlotSegment& segment) {
         return kFailure;
     }
     segment.memory.reset(static_cast<uint8_t*>(memory));
+    // Clients take a segment that nobody else is attached to for that of a crashed daemon, so
+    // processes that outlive the daemon must not be.
+    (void)madvise(memory, segment.size, MADV_DONTFORK);
     // Nobody can remove a private segment later: it disappears when the process ends.
     if (segment.key == IPC_PRIVATE) (void)shmctl(segment.id, IPC_RMID, nullptr);
     uint8_t* const slot = segment.memory.get();

@@ -69,8 +69,9 @@ def test_a_mesh_is_upgraded(tmp_path):
             wait_until(lambda: "firmware: version 2.0 is verified" in mesh.log(device), 60,
                        f"the image on {device}")
         # The server. Without real root there is no other user in a lab.
-        users = mesh.run("dev1", "ps", "-o", "uid=", "-C", "busybox").split()
-        assert "65534" in users or os.geteuid() != 0, users
+        status = mesh.shell("dev1", "cat /proc/$(pgrep vm1905-images)/status")
+        assert "Uid:\t65534" in status or os.geteuid() != 0, status
+        assert "NoNewPrivs:\t1" in status and "Seccomp:\t2" in status, status
         mesh.until(everybody_runs_it, "all run version 2.0", gain=2)
         for device in DEVICES:
             found = mesh.run(device, "sha256sum", "/etc/vm1905/installed").split()[0]

@@ -181,7 +181,12 @@ TEST_F(OwnNamesTest, OfRootAreMadeAnewAndMountsAreLeft) {
 }
 
 TEST_F(OwnNamesTest, OfALivingDaemonAreNotTouched) {
-    fork([&] { (void)!(claimNames(0, 0) == kOk && initServiceMonitor() == kOk); });
+    fork([&] {
+        (void)!(claimNames(0, 0) == kOk && initServiceMonitor() == kOk);
+        if (::fork() != 0) return;
+        sleep(9);
+        _exit(0);
+    });
     const auto held = [&] {
         shmid_ds info{};
         struct stat fifo {};
@@ -190,6 +195,7 @@ TEST_F(OwnNamesTest, OfALivingDaemonAreNotTouched) {
         return std::tuple(info.shm_cpid, info.shm_ctime, info.shm_nattch, fifo.st_ino);
     };
     const auto before = held();
+    EXPECT_EQ(std::get<2>(before), 1U) << "clients must notice its end";
     for (const char* run : {"/run", "/elsewhere"}) {
         device();
         setenv("VM1905_RUN", (folder() + run).c_str(), 1);

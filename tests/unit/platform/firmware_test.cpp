@@ -394,8 +394,7 @@ NETWORK_TEST(Upgrade, ARegistrarServesWhatItHasVerifiedAndNothingElse) {
         EXPECT_EQ(served(name), "") << name;
     }
     EXPECT_EQ(set_vsftpd_StartStop(0), 0);
-    EXPECT_TRUE(
-        device.becomes([&] { return std::filesystem::is_empty(device.folder.path(".served")); }));
+    EXPECT_TRUE(::becomes([&] { return served("fw.bin").empty(); }));
 }
 
 NETWORK_TEST(Upgrade, AnInstallationOutlivesTheDaemon) {
@@ -453,13 +452,50 @@ NETWORK_TEST(Upgrade, TheHelperVerifiesAnImageAgain) {
     EXPECT_EQ(install(kManifest, ""), 16);
     EXPECT_EQ(install(with("attic", "a*"), good), 16);
     EXPECT_EQ(install(older, device.signer->sign(older)), 16);
-    {
-        const Fd writer(open(device.folder.path("fw.bin").c_str(), O_WRONLY | O_CLOEXEC));
-        EXPECT_EQ(install(kManifest, good), 16) << "it can still be changed";
-    }
     device.folder.write("fw.bin", "the nEw firmware");
     EXPECT_EQ(install(kManifest, good), 16);
     EXPECT_EQ(device.installed(), "the new firmware 2.0\n");
+
+    // The hook gets the bytes that were verified, whatever happens to the file meanwhile.
+    device.folder.hook("firmware-install",
+                       "printf X | dd conv=notrunc of=\"${0%/*}/fw.bin\";"
+                       "cat \"$1\" >\"$0.got\"");
+    device.folder.write("fw.bin", kImage);
+    EXPECT_EQ(install(kManifest, good), 0);
+    EXPECT_EQ(device.folder.read("fw.bin") + device.installed(),
+              "Xhe new firmwarethe new firmware");
+    EXPECT_FALSE(device.hasDownloads());
+}
+
+// He can also choose the files that are served.
+NETWORK_TEST(Upgrade, TheHelperServesImagesAndRunsNothing) {
+    const ScratchFolder folder;
+    folder.platformConf("FIRMWARE_FOLDER = " + folder.path());
+    for (const std::string place : {"cgi-bin", ".served/cgi-bin"}) {
+        std::filesystem::create_directories(folder.path(place));
+        folder.write(place + "/x", "#!/bin/sh\necho; echo RUNS\n", 0755);
+    }
+    for (const char* name : {"fw", "fw.manifest", "link.manifest", "foreign"}) {
+        folder.write(name, name);
+    }
+    folder.write("private", "of root", 0600);
+    folder.write("private.manifest", "");
+    std::filesystem::create_symlink("/etc/passwd", folder.path("link"));
+    ip("link set lo up");
+    ASSERT_TRUE(startHelper(4242, 4242));
+    const auto served = [](const char* name) { return Upgraded::download("127.0.0.1", name); };
+    for (const Arguments& args :
+         {Arguments{"127.0.0.1"},
+          {"127.0.0.1", "fw", "fw.manifest", "link", "private", "foreign", "cgi-bin"}}) {
+        const JobId job = startJob("firmware server", args, {}, {});
+        EXPECT_EQ(waitJob(job, std::chrono::milliseconds(500)), std::nullopt);
+        EXPECT_EQ(served("fw") + served("fw.manifest"), args.size() > 1 ? "fwfw.manifest" : "");
+        for (const char* name : {"cgi-bin/x", "foreign", "link", "private", ""}) {
+            EXPECT_EQ(served(name), "") << name;
+        }
+        killJob(job);
+        EXPECT_EQ(waitJob(job, seconds(10)), 16);
+    }
 }
 
 TEST(Upgrade, TheServerFollowsTheLastOrder) {

@@ -185,6 +185,20 @@ TEST(Helper, RunsOnlyHooksThatOnlyRootCanChange) {
     EXPECT_EQ(folder.read("led.ran") + folder.read("a/b/led.ran"), "x\nx\n");
 }
 
+TEST(Helper, WorkNeverRunsAsTheDaemonsUser) {
+    if (!kIsRoot) GTEST_SKIP() << "needs a second user";
+    for (const uid_t daemon : {4242U, 65534U, 0U}) {
+        const pid_t child = fork();
+        if (child == 0) {
+            const bool dropped = startHelper(daemon, daemon) && dropRights();
+            _exit(dropped && getuid() != daemon && getuid() != 0 ? 0 : 1);
+        }
+        int status = -1;
+        EXPECT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_EQ(status, 0) << daemon;
+    }
+}
+
 TEST(Helper, WorkLosesItsCapabilitiesAlsoWithoutANewUser) {
     if (!kIsRoot) GTEST_SKIP() << "needs capabilities";
     const pid_t child = fork();
