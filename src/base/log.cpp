@@ -19,32 +19,28 @@ namespace {
 
 constexpr size_t kMostOutput = 2047;
 
-// A formatted and cleaned message. Needs no memory: it may report the lack of it.
-class Message {
-  public:
-    Message(const char* format, va_list args) {
-        const int length = vsnprintf(text_.data(), text_.size(), format, args);
-        const auto size = static_cast<size_t>(std::max(length, 0));
-        view_ = cleanLine(std::span(text_).first(std::min(size, text_.size() - 1)));
-    }
-    std::string_view view() const { return view_; }
+// Of a message; more than that is cut.
+using Buffer = std::array<char, 4096>;
 
-  private:
-    std::array<char, 4096> text_;
-    std::string_view view_;
-};
+// Needs no memory: it may report the lack of it.
+std::string_view formatted(Buffer& text, const char* format, va_list args) {
+    const int length = vsnprintf(text.data(), text.size(), format, args);
+    const auto size = static_cast<size_t>(std::max(length, 0));
+    return cleanLine(std::span(text).first(std::min(size, text.size() - 1)));
+}
 
 }  // namespace
 
 void logLine(int level, const char* function, int line, const char* format, ...) {
     const int error = errno;  // stays what it was for the caller
+    Buffer text;
     va_list args;
     va_start(args, format);
-    const Message message(format, args);
+    const std::string_view message = formatted(text, format, args);
     va_end(args);
     printf("[vm1905] [TM=%ld/LVL=%d] - %s(%d): ", static_cast<long>(wallClock()), level, function,
            line);
-    fwrite(message.view().data(), 1, message.view().size(), stdout);
+    fwrite(message.data(), 1, message.size(), stdout);
     fflush(stdout);
     errno = error;
 }
@@ -61,9 +57,10 @@ uint8_t getDebugLevel() {
 }
 
 void Outputlog(const char* format, ...) {
+    Buffer text;
     va_list args;
     va_start(args, format);
-    const Message message(format, args);
+    const std::string_view message = formatted(text, format, args);
     va_end(args);
-    (void)outputlogData(std::string(message.view().substr(0, kMostOutput)).c_str());
+    (void)outputlogData(std::string(message.substr(0, kMostOutput)).c_str());
 }
