@@ -132,7 +132,7 @@ int answerRefusal(const VendContext& context) {
     const auto* const row = std::ranges::find(kRefusals, context.msg.vendMsgType, &Refusal::order);
     if (row == std::end(kRefusals)) return kOk;
     const int answered = answerRequest(context, row->answer, row->payload(context.msg), kFailure);
-    context.outcome.isUndone = answered != kOk;
+    context.outcome.isRefused = answered != kOk;
     if (row->order == VEND_MSG_TYPE_REBOOT_REQ) LOG_PUTS(2, "failed to reboot\r");
     return answered;
 }
@@ -145,7 +145,7 @@ std::optional<int> refuseOrder(const VendContext& context, OrderGroup group, con
         context.isMulticast && std::ranges::count(kMulticastOrders, context.msg.vendMsgType) == 0;
     if (isStray || !mayOrder(context.msg.alMac)) {
         report(context, label, isStray ? "it is a multicast" : "ORDERS_FROM");
-        context.outcome.isUndone = true;
+        context.outcome.isRefused = true;
         return kOk;
     }
     const auto* const permission = std::ranges::find(kPermissions, group, &Permission::group);
@@ -166,6 +166,6 @@ bool isApproved(const VendContext& context) {
     if (stateOf<OrderRefusals>().reported.isFirst(sender)) {
         LOG(2, "Decvice(" MAC_FMT ") is not allow\r\n", MAC_ARGS(sender));
     }
-    context.outcome.isUndone = true;
+    context.outcome.isRefused = true;
     return false;
 }
