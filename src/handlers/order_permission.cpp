@@ -128,6 +128,11 @@ bool isMisaddressed(const VendMsg& order, OrderGroup group) {
            !isOwnAlMac(std::get<AlMacPayload>(order.payload).almac);
 }
 
+// True if the device has this address, to which the answer goes.
+bool isAddressOf(const MacAddr& alMac, const Ieee1905DevTable* dev, const MacAddr& mac) {
+    return mac == alMac || (dev != nullptr && std::ranges::count(dev->intfs, mac, &DevIntf::mac));
+}
+
 int answerRefusal(const VendContext& context) {
     const auto* const row = std::ranges::find(kRefusals, context.msg.vendMsgType, &Refusal::order);
     if (row == std::end(kRefusals)) return kOk;
@@ -160,7 +165,8 @@ std::optional<int> refuseOrder(const VendContext& context, OrderGroup group, con
 bool isApproved(const VendContext& context) {
     const MacAddr& sender = context.msg.alMac;
     const Ieee1905DevTable* dev = getIeee1905DevTableById(sender);
-    if (checkMACisApprove(sender.data(), dev != nullptr ? dev->hostname.c_str() : "") == 0) {
+    if (isAddressOf(sender, dev, context.srcMac) &&
+        checkMACisApprove(sender.data(), dev != nullptr ? dev->hostname.c_str() : "") == 0) {
         return true;
     }
     if (stateOf<OrderRefusals>().reported.isFirst(sender)) {
