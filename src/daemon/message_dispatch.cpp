@@ -365,15 +365,18 @@ bool mayPass(const FrameHdr& hdr, const Proof& proof) {
     return false;  // copies come by other ways through the mesh, too
 }
 
-// True if a response answers a query of this device. The AP-autoconfiguration search is a
-// multicast, so it is registered under the own AL MAC.
-bool answersQuery(uint16_t msgType, uint16_t msgId, const MacAddr& srcMac, int logLevel) {
+// Finds out who sent a response. The AP-autoconfiguration search is a multicast, so it is
+// registered under the own AL MAC.
+Responder responderOf(uint16_t msgType, uint16_t msgId, const MacAddr& srcMac, int logLevel) {
     const MacAddr* own = getAlMac();
     const MacAddr& asked = msgType == kMsgApAutoConfResp && own != nullptr ? *own : srcMac;
-    if (checkMatchQueryRespPair(asked, msgType, msgId) == 1) return true;
-    LOG(logLevel, "this message (type = %d, ID = %d) doesn't match query(serach)/response pair\r\n",
-        msgType, msgId);
-    return false;
+    const Responder responder = checkMatchQueryRespPair(asked, msgType, msgId);
+    if (responder == Responder::kNone) {
+        LOG(logLevel,
+            "this message (type = %d, ID = %d) doesn't match query(serach)/response pair\r\n",
+            msgType, msgId);
+    }
+    return responder;
 }
 
 }  // namespace
@@ -422,10 +425,15 @@ int parse1905Msg(Port& port, const FrameHdr& hdr, Bytes area) {
     }
     const bool isResponse = hdr.msgType == kMsgTopolResp || hdr.msgType == kMsgMetricResp ||
                             hdr.msgType == kMsgApAutoConfResp;
-    if (isResponse && !answersQuery(hdr.msgType, hdr.msgId, hdr.srcMac, 2)) return kFailure;
-    const Proof proof = checkIntegrity(hdr, {&area, 1});
     // A discovery of a known neighbor makes no work.
-    const bool isFree = isResponse || hdr.msgType == kMsgTopolDisc || proof.trust == Trust::kFresh;
+    bool isFree = hdr.msgType == kMsgTopolDisc;
+    if (isResponse) {
+        const Responder responder = responderOf(hdr.msgType, hdr.msgId, hdr.srcMac, 2);
+        if (responder == Responder::kNone) return kFailure;
+        isFree = responder == Responder::kAsked;
+    }
+    const Proof proof = checkIntegrity(hdr, {&area, 1});
+    isFree = isFree || proof.trust == Trust::kFresh;
     if (!isFree && !mayWork(hdr.srcMac, Work::kMessage)) return kDuplicate;
     if (!mayPass(hdr, proof)) return kDuplicate;
     const int result = kParsers[hdr.msgType]({port, hdr, area, proof});
@@ -442,9 +450,16 @@ int parse1905FragMsg(Port& port, const FrameHdr& hdr, const FragCmdu& cmdu) {
         LOG(2, "unimplemented: message type (%d)\r\n", cmdu.msgType);
         return kFailure;
     }
-    if (!answersQuery(cmdu.msgType, cmdu.msgId, cmdu.srcMac, 3)) return kOk;
+    const Responder responder = responderOf(cmdu.msgType, cmdu.msgId, cmdu.srcMac, 3);
+    if (responder == Responder::kNone) return kOk;
     // Both types need no proof; a right one only shows that the sender has the key.
-    (void)checkIntegrity(hdr, std::vector<Bytes>(cmdu.fragments.begin(), cmdu.fragments.end()));
+    const Proof proof =
+        checkIntegrity(hdr, std::vector<Bytes>(cmdu.fragments.begin(), cmdu.fragments.end()));
+    const auto frames = static_cast<unsigned>(cmdu.fragments.size());
+    const unsigned counted = responder == Responder::kAsked ? frames - 1 : frames;
+    if (proof.trust != Trust::kFresh && !mayWork(cmdu.srcMac, Work::kMessage, counted)) {
+        return kDuplicate;
+    }
     return cmdu.msgType == kMsgTopolResp ? parseTopolRespFragTlvs(port, cmdu)
                                          : parseMetricRespFragTlvs(cmdu);
 }

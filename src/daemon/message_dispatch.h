@@ -19,7 +19,8 @@ struct MessageDispatch {
 [[nodiscard]] int parse1905Msg(Port& port, const FrameHdr& hdr, Bytes area);
 
 // Handles a message whose fragments have all arrived; hdr is that of the last one. Returns the
-// result of its handler, kOk if it answers no query, or kFailure if it cannot be parsed.
+// result of its handler, kOk if it answers no query, kDuplicate if its source has sent too much, or
+// kFailure if it cannot be parsed.
 [[nodiscard]] int parse1905FragMsg(Port& port, const FrameHdr& hdr, const FragCmdu& cmdu);
 
 // Handles the TLV area of an LLDP frame. kOk, or kFailure if it is malformed or does not identify

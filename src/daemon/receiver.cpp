@@ -10,6 +10,8 @@
 #include "base/state.h"
 #include "daemon/message_dispatch.h"
 #include "db/database.h"
+#include "db/neighbor_aging.h"
+#include "wire/standard_tlv.h"
 
 namespace {
 
@@ -82,6 +84,18 @@ int handleLastFragment(Port& port, const FrameHdr& hdr, Bytes area) {
     return reported(result, hdr);
 }
 
+// A topology response shows that its sender is there, even if it is dropped later: forged responses
+// may have answered the query before it.
+void noteResponder(Bytes area) {
+    (void)walkTlvs(area, [](Bytes tlv) {
+        if (tlv[0] != kTlvAlMac && tlv[0] != kTlvDevInfo) return flatSize1905(tlv);
+        ByteReader reader(tlv);
+        reader.skip(k1905TlvHeaderLen);
+        refuteClaims(reader.mac());
+        return size_t{0};  // one is enough
+    });
+}
+
 // Handles the frame in the receive buffer.
 int handleFrame(Port& port) {
     const FrameBuffer& rx = getRxBuffer();
@@ -99,6 +113,7 @@ int handleFrame(Port& port) {
         hdr.msgType, hdr.msgId, hdr.fragId, hdr.lastFragment ? 1 : 0, hdr.relay ? 1 : 0);
     const Bytes frame(rx.frame.data(), rx.length);
     const Bytes area = frame.subspan(std::min(frame.size(), kHeadersLen));
+    if (hdr.msgType == kMsgTopolResp) noteResponder(area);
     if (!hdr.lastFragment) return storeFragment(port, hdr, area);
     if (hdr.fragId > 0) return handleLastFragment(port, hdr, area);
     return reported(parse1905Msg(port, hdr, area), hdr);

@@ -133,22 +133,20 @@ bool isDisputed(IntfNbrDev& nbr, const MacAddr& alMac, Seconds time) {
     if (!nbr.claimant.isZero() || isRefuted) return true;
     nbr.claimant = alMac;
     nbr.claimTime = time;
-    // As after a notification of the holder, so that queries are repeated.
-    const MacAddr asked = holder->alMac;
-    (void)updateNbrDevTable(kNbrNotification, asked);
-    (void)upcalls().sendTopolQuery(asked);
+    (void)upcalls().sendTopolQuery(nbr.nbrAlMac);
     return true;
 }
 
-// Gives the interface to the claimant if the holder has not answered. True if it did.
+// Asks the holder of a claimed interface again, or gives the interface to the claimant if the
+// holder has not answered. True if it did the latter. The queries follow the claim alone:
+// notifications, which anybody can forge, do not delay them.
 bool settleClaim(IntfNbrDev& nbr, Seconds time) {
     if (nbr.claimant.isZero()) return false;
-    const NbrDev* holder = findNbrDev(nbr.nbrAlMac);
-    if (holder != nullptr && holder->answerTime >= nbr.claimTime) {
-        nbr.claimant = {};
+    const Seconds age = time - nbr.claimTime;
+    if (findNbrDev(nbr.nbrAlMac) != nullptr && age < kClaimTime) {
+        if (age > 0 && age % kQueryInterval == 0) (void)upcalls().sendTopolQuery(nbr.nbrAlMac);
         return false;
     }
-    if (holder != nullptr && time - nbr.claimTime < kClaimTime) return false;
     const MacAddr former = std::exchange(nbr.nbrAlMac, std::exchange(nbr.claimant, {}));
     nbr.last1905Time = time;
     dropFormerDevice(former);
@@ -270,6 +268,14 @@ int updateTopolInfo(int kind, std::string_view localName, const MacAddr& localMa
     }
     if (!nbr->is1905) nbr->nbrAlMac = nbrAlMac;
     return kNothingChanged;
+}
+
+void refuteClaims(const MacAddr& alMac) {
+    for (auto& intf : getIntfTable()) {
+        for (auto& nbr : intf.nbrs) {
+            if (nbr.nbrAlMac == alMac) nbr.claimant = {};
+        }
+    }
 }
 
 void hurryNbrTimeOut(std::string_view localName) {

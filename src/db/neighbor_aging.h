@@ -28,6 +28,9 @@ void noteNamedIntf(std::string_view localName, const MacAddr& localMac, uint32_t
 int updateTopolInfo(int kind, std::string_view localName, const MacAddr& localMac,
                     uint32_t mediaType, const MacAddr& nbrAlMac, const MacAddr& nbrIntfMac);
 
+// Ends the claims of others to the interfaces of this device, which has sent a topology response.
+void refuteClaims(const MacAddr& alMac);
+
 // Gives the 1905 neighbors of an interface whose link has returned 40 seconds to be heard: they
 // answer the discovery that is sent then, unless the cable now leads elsewhere.
 void hurryNbrTimeOut(std::string_view localName);

@@ -128,11 +128,16 @@ bool isMisaddressed(const VendMsg& order, OrderGroup group) {
            !isOwnAlMac(std::get<AlMacPayload>(order.payload).almac);
 }
 
+// True if the device has this address, to which the answer goes.
+bool isAddressOf(const MacAddr& alMac, const Ieee1905DevTable* dev, const MacAddr& mac) {
+    return mac == alMac || (dev != nullptr && std::ranges::count(dev->intfs, mac, &DevIntf::mac));
+}
+
 int answerRefusal(const VendContext& context) {
     const auto* const row = std::ranges::find(kRefusals, context.msg.vendMsgType, &Refusal::order);
     if (row == std::end(kRefusals)) return kOk;
     const int answered = answerRequest(context, row->answer, row->payload(context.msg), kFailure);
-    context.outcome.isUndone = answered != kOk;
+    context.outcome.isRefused = answered != kOk;
     if (row->order == VEND_MSG_TYPE_REBOOT_REQ) LOG_PUTS(2, "failed to reboot\r");
     return answered;
 }
@@ -145,7 +150,7 @@ std::optional<int> refuseOrder(const VendContext& context, OrderGroup group, con
         context.isMulticast && std::ranges::count(kMulticastOrders, context.msg.vendMsgType) == 0;
     if (isStray || !mayOrder(context.msg.alMac)) {
         report(context, label, isStray ? "it is a multicast" : "ORDERS_FROM");
-        context.outcome.isUndone = true;
+        context.outcome.isRefused = true;
         return kOk;
     }
     const auto* const permission = std::ranges::find(kPermissions, group, &Permission::group);
@@ -160,12 +165,13 @@ std::optional<int> refuseOrder(const VendContext& context, OrderGroup group, con
 bool isApproved(const VendContext& context) {
     const MacAddr& sender = context.msg.alMac;
     const Ieee1905DevTable* dev = getIeee1905DevTableById(sender);
-    if (checkMACisApprove(sender.data(), dev != nullptr ? dev->hostname.c_str() : "") == 0) {
+    if (isAddressOf(sender, dev, context.srcMac) &&
+        checkMACisApprove(sender.data(), dev != nullptr ? dev->hostname.c_str() : "") == 0) {
         return true;
     }
     if (stateOf<OrderRefusals>().reported.isFirst(sender)) {
         LOG(2, "Decvice(" MAC_FMT ") is not allow\r\n", MAC_ARGS(sender));
     }
-    context.outcome.isUndone = true;
+    context.outcome.isRefused = true;
     return false;
 }

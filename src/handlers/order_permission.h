@@ -30,5 +30,6 @@ struct OrderRefusals {
 [[nodiscard]] std::optional<int> refuseOrder(const VendContext& context, OrderGroup group,
                                              const char* label);
 
-// True if the platform admits the sender of the message to the mesh. If false, logs it.
+// True if the platform admits the sender of the message to the mesh, and the message comes from its
+// AL MAC or an interface that its topology response lists. If false, logs it.
 [[nodiscard]] bool isApproved(const VendContext& context);

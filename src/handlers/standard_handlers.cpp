@@ -67,7 +67,7 @@ int handleTopolDiscMsg(std::string_view localName, const MacAddr& localMac, uint
     listTables();
     if (updateNbrDevTable(kNbrDiscovery, alMac) == kNewNbrDev) {
         (void)sendVendDiscMsg(&srcMac);
-        (void)requestSend1905UcastMsg(srcMac, kMsgTopolQuery, {});
+        (void)requestSendFollowUpQuery(srcMac);
     }
     return kOk;
 }
@@ -80,7 +80,7 @@ int handleTopolNtfMsg(std::string_view localName, const MacAddr& localMac, uint3
     updateTopolInfo(kNbrNotification, localName, localMac, mediaType, alMac, srcMac);
     listTables();
     (void)updateNbrDevTable(kNbrNotification, alMac);
-    (void)requestSend1905UcastMsg(srcMac, kMsgTopolQuery, {});
+    (void)requestSendFollowUpQuery(srcMac);
     return kOk;
 }
 

@@ -12,7 +12,8 @@ enum VendPath : int { kVendPathCommand = 25, kVendPathNetwork = 255 };
 // What a handler has done.
 struct VendOutcome {
     std::vector<VendMsg> answers{};
-    bool isUndone = false;  // nothing, since no answer could be sent
+    bool isUndone = false;   // nothing, since no answer could be sent: a copy may be obeyed
+    bool isRefused = false;  // and not remembered, so that copies are refused anew
 };
 
 struct VendContext {

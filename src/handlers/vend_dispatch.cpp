@@ -150,7 +150,7 @@ int obey(const VendHandler& row, const VendContext& context) {
     const bool isFree =
         row.group == OrderGroup::kNone || context.isProven || context.path == kVendPathCommand;
     if (!isFree && !mayWork(context.srcMac, Work::kOrder)) {
-        context.outcome.isUndone = true;
+        context.outcome.isRefused = true;
         return kDuplicate;
     }
     const auto refused = refuseOrder(context, row.group, row.label);
@@ -169,7 +169,7 @@ int handleVendSpecMsg(const VendContext& context) {
     if (!row->once || context.path == kVendPathCommand) return obey(*row, context);
     if (repeatAnswers(context)) return kDuplicate;
     const int result = obey(*row, context);
-    if (!context.outcome.isUndone) rememberAnswers(context);
+    if (!context.outcome.isUndone && !context.outcome.isRefused) rememberAnswers(context);
     return result;
 }
 

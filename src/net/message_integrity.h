@@ -91,7 +91,8 @@ struct Proof {
 // restart. False (logged) if that fails: it must not be obeyed.
 [[nodiscard]] bool storeOrder(const Proof& proof);
 
-// The message could not be obeyed, so a copy that comes by another way may be.
+// The message was not obeyed, since no answer could be sent. A copy that comes by another way may
+// be.
 void forgetCounter(const Proof& proof);
 
 // Counts a message that was refused, with a log line at most once a second for each source.

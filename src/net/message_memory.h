@@ -14,12 +14,12 @@ class MessageMemory {
         uint16_t msgType = 0;
         int32_t msgId = kFree;
         Seconds time = 0;
+        uint64_t order = 0;  // of storing: many are stored in the same second
     };
     static constexpr int32_t kFree = -1;
 
     void clear() { entries_ = {}; }
-    // Stores a message with the present time in the first free entry, else over the oldest; of
-    // equally old ones over the first.
+    // Stores a message with the present time in the first free entry, else over the oldest.
     void store(const MacAddr& alMac, uint16_t msgType, uint16_t msgId);
     // The first used entry for which matches(entry) is true, nullptr if there is none.
     template <typename Matches>
@@ -32,4 +32,5 @@ class MessageMemory {
 
   private:
     std::array<Entry, 64> entries_{};
+    uint64_t stored_ = 0;
 };

@@ -163,9 +163,9 @@ struct Outcome {
     bool left = false;  // by at least one port
 };
 
-void sendOn(Port& port, const MacAddr& dstMac, uint16_t msgType, uint16_t msgId, bool registerQuery,
-            TlvArea& tlvs, uint64_t counter, Outcome& outcome) {
-    if (send1905UcastMsg(port, dstMac, msgType, msgId, registerQuery, tlvs, counter) == kOk) {
+void sendOn(Port& port, const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
+            MessageMemory* queries, TlvArea& tlvs, uint64_t counter, Outcome& outcome) {
+    if (send1905UcastMsg(port, dstMac, msgType, msgId, queries, tlvs, counter) == kOk) {
         outcome.left = true;
     } else if (!port.isDown) {
         LOG(2, "failed to send message (port = %s, msgType = %d, msgId = %d)\r\n",
@@ -183,8 +183,7 @@ Outcome sendByEveryPort(const MacAddr& dstMac, uint16_t msgType, const MsgBody& 
         TlvArea& tlvs = message.forPort(port);
         if (message.failed()) return {.built = false, .left = outcome.left};
         if (!portIsUsable(port)) continue;
-        sendOn(port, dstMac, msgType, module().msgId, message.traits().expectsResponse, tlvs,
-               message.counter(), outcome);
+        sendOn(port, dstMac, msgType, module().msgId, nullptr, tlvs, message.counter(), outcome);
     }
     return outcome;
 }
@@ -198,8 +197,9 @@ bool isHeardAlMac(const IntfTable& intf, const MacAddr& mac) {
 // MAC on its own bridge, too; a bridge here then reports it like an interface MAC, in an entry
 // without an AL MAC. That entry is skipped if the device is heard on the same port, as it is not
 // another interface of the device.
+// A query is stored in queries, which is nullptr for a response.
 Outcome sendToNeighbor(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId, const MsgBody& body,
-                       bool isResponse) {
+                       MessageMemory* queries) {
     const PortsInUse guard;
     Message message(msgType, body);
     Outcome outcome{.built = !message.failed()};
@@ -214,7 +214,7 @@ Outcome sendToNeighbor(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId, 
             if (!nbr.isNamedBy(dstMac) || !portIsUsable(port)) continue;
             if (byAlMac && nbr.nbrAlMac.isZero()) continue;
             sendOn(port, nbr.nbrIntfMac, msgType, msgId,
-                   message.traits().expectsResponse && !isResponse, tlvs, message.counter(),
+                   message.traits().expectsResponse ? queries : nullptr, tlvs, message.counter(),
                    outcome);
         }
     }
@@ -227,6 +227,14 @@ int reportUnsent(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId) {
     return kFailure;
 }
 
+// Ends the sending of a message under a new identifier.
+int finish(const Outcome& outcome, const MacAddr& dstMac, uint16_t msgType, uint16_t* msgId) {
+    if (!outcome.built) return kFailure;
+    if (!outcome.left) return reportUnsent(dstMac, msgType, module().msgId);
+    takeMsgId(msgId);
+    return kOk;
+}
+
 // The AL MAC of the neighbor with this AL MAC or interface MAC; the MAC itself if it is unknown.
 MacAddr alMacOf(const MacAddr& mac) {
     for (const auto& intf : getIntfTable()) {
@@ -237,11 +245,33 @@ MacAddr alMacOf(const MacAddr& mac) {
     return mac;
 }
 
+int storeQuery(MessageMemory& queries, const MacAddr& dstMac, uint16_t msgType, uint16_t msgId) {
+    if (getAlTable() == nullptr) return kFailure;
+    const MacAddr alMac = alMacOf(dstMac);
+    LOG(4, "alMac = " MAC_FMT ", macDa = " MAC_FMT ", type = %d, id = %d\r\n", MAC_ARGS(alMac),
+        MAC_ARGS(dstMac), msgType, msgId);
+    queries.store(alMac, msgType, msgId);
+    return kOk;
+}
+
+// The registered query for which matches(query) is true, nullptr if there is none.
+template <typename Matches>
+MessageMemory::Entry* findQuery(uint16_t respType, uint16_t respId, Matches matches) {
+    for (MessageMemory* queries : {&module().queriedMsgs, &module().followUps}) {
+        auto* const found = queries->find([&](const auto& query) {
+            return query.msgType + 1 == respType && query.msgId == respId && matches(query);
+        });
+        if (found != nullptr) return found;
+    }
+    return nullptr;
+}
+
 }  // namespace
 
 int initMessageTransmitter() {
     module().genRecvMsgs.clear();
     module().queriedMsgs.clear();
+    module().followUps.clear();
     return kOk;
 }
 
@@ -253,12 +283,15 @@ int requestSend1905UcastMsg(const MacAddr& dstMac, uint16_t msgType, const MsgBo
     } else if (msgType == kMsgTopolDisc || msgType == kMsgTopolNtf) {
         outcome = sendByEveryPort(dstMac, msgType, body);
     } else {
-        outcome = sendToNeighbor(dstMac, msgType, module().msgId, body, false);
+        outcome = sendToNeighbor(dstMac, msgType, module().msgId, body, &module().queriedMsgs);
     }
-    if (!outcome.built) return kFailure;
-    if (!outcome.left) return reportUnsent(dstMac, msgType, module().msgId);
-    takeMsgId(msgId);
-    return kOk;
+    return finish(outcome, dstMac, msgType, msgId);
+}
+
+int requestSendFollowUpQuery(const MacAddr& srcMac) {
+    const Outcome outcome =
+        sendToNeighbor(srcMac, kMsgTopolQuery, module().msgId, {}, &module().followUps);
+    return finish(outcome, srcMac, kMsgTopolQuery, nullptr);
 }
 
 int requestSend1905UcastRespMsg(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
@@ -267,7 +300,7 @@ int requestSend1905UcastRespMsg(const MacAddr& dstMac, uint16_t msgType, uint16_
         LOG(4, "message type (%de) isn't supported\r\n", msgType);
         return reportUnsent(dstMac, msgType, msgId);
     }
-    const Outcome outcome = sendToNeighbor(dstMac, msgType, msgId, body, true);
+    const Outcome outcome = sendToNeighbor(dstMac, msgType, msgId, body, nullptr);
     if (!outcome.built) return kFailure;
     return outcome.left ? kOk : reportUnsent(dstMac, msgType, msgId);
 }
@@ -290,7 +323,8 @@ int requestSend1905McastMsg(uint16_t msgType, const MsgBody& body, uint16_t* msg
             return kFailure;
         }
         if (send1905McastMsg(port, msgType, module().msgId, message.traits().relay,
-                             message.traits().expectsResponse, tlvs, message.counter()) == kOk) {
+                             message.traits().expectsResponse ? &module().queriedMsgs : nullptr,
+                             tlvs, message.counter()) == kOk) {
             if (ownIdPerPort) takeMsgId(msgId);
         } else if (!port.isDown) {
             LOG(2, "failed to send message (type = %d, id = %d) from port (%s)\r\n", msgType,
@@ -347,7 +381,7 @@ int requestSendLldpMsg() {
 }
 
 int send1905UcastMsg(Port& port, const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
-                     bool registerQuery, TlvArea& tlvs, uint64_t counter) {
+                     MessageMemory* queries, TlvArea& tlvs, uint64_t counter) {
     LOG(4, "port = %s, macDa (" MAC_FMT "), message (type = %d, id = %d)\r\n", port.name.c_str(),
         MAC_ARGS(dstMac), msgType, msgId);
     if (tlvs.empty() && msgType != kMsgTopolQuery) return kFailure;
@@ -355,12 +389,12 @@ int send1905UcastMsg(Port& port, const MacAddr& dstMac, uint16_t msgType, uint16
         result != kOk) {
         return result;
     }
-    if (registerQuery) (void)registerQueriedMsg(dstMac, msgType, msgId);
+    if (queries != nullptr) (void)storeQuery(*queries, dstMac, msgType, msgId);
     return kOk;
 }
 
-int send1905McastMsg(Port& port, uint16_t msgType, uint16_t msgId, bool relay, bool registerQuery,
-                     TlvArea& tlvs, uint64_t counter) {
+int send1905McastMsg(Port& port, uint16_t msgType, uint16_t msgId, bool relay,
+                     MessageMemory* queries, TlvArea& tlvs, uint64_t counter) {
     LOG(4, "port = %s, message (type = %d, id = %d)\r\n", port.name.c_str(), msgType, msgId);
     if (tlvs.empty() || getAlMac() == nullptr) return kFailure;
     if (const int result = sendMessage({port, nullptr, msgType, msgId, relay, counter}, tlvs);
@@ -369,7 +403,7 @@ int send1905McastMsg(Port& port, uint16_t msgType, uint16_t msgId, bool relay, b
     }
     // To recognize it if a neighbor relays it back.
     registerGenRecvMsg(*getAlMac(), msgType, msgId);
-    if (registerQuery) (void)registerQueriedMsg(*getAlMac(), msgType, msgId);
+    if (queries != nullptr) (void)storeQuery(*queries, *getAlMac(), msgType, msgId);
     return kOk;
 }
 
@@ -388,31 +422,27 @@ bool lookupGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId) {
 }
 
 int registerQueriedMsg(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId) {
-    if (getAlTable() == nullptr) return kFailure;
-    const MacAddr alMac = alMacOf(dstMac);
-    LOG(4, "alMac = " MAC_FMT ", macDa = " MAC_FMT ", type = %d, id = %d\r\n", MAC_ARGS(alMac),
-        MAC_ARGS(dstMac), msgType, msgId);
-    module().queriedMsgs.store(alMac, msgType, msgId);
-    return kOk;
+    return storeQuery(module().queriedMsgs, dstMac, msgType, msgId);
 }
 
 bool isQueryPending(uint16_t respType, uint16_t respId) {
-    return module().queriedMsgs.find([&](const auto& query) {
-        return query.msgType + 1 == respType && query.msgId == respId;
-    }) != nullptr;
+    return findQuery(respType, respId, [](const auto&) { return true; }) != nullptr;
 }
 
-int checkMatchQueryRespPair(const MacAddr& srcMac, uint16_t respType, uint16_t respId) {
-    if (getAlTable() == nullptr) return kFailure;
+Responder checkMatchQueryRespPair(const MacAddr& srcMac, uint16_t respType, uint16_t respId) {
+    if (getAlTable() == nullptr) return Responder::kNone;
     const MacAddr alMac = alMacOf(srcMac);
     LOG(4, "alMac = " MAC_FMT ", macSa = " MAC_FMT ", type = %d, id = %d\r\n", MAC_ARGS(alMac),
         MAC_ARGS(srcMac), respType, respId);
-    // Meant: any device may answer, unless the query went to the all-zero address.
-    auto* entry = module().queriedMsgs.find([&](const auto& query) {
-        return query.msgType + 1 == respType && query.msgId == respId &&
-               (query.alMac == alMac || !query.alMac.isZero());
-    });
-    if (entry == nullptr) return 0;
-    entry->msgId = MessageMemory::kFree;
-    return 1;
+    auto* const asked =
+        findQuery(respType, respId, [&](const auto& query) { return query.alMac == alMac; });
+    if (asked != nullptr) {
+        asked->msgId = MessageMemory::kFree;
+        return Responder::kAsked;
+    }
+    // Meant: any device may answer, unless the query went to the all-zero address. The query then
+    // remains, for the device that was asked.
+    const auto* const other =
+        findQuery(respType, respId, [](const auto& query) { return !query.alMac.isZero(); });
+    return other != nullptr ? Responder::kOther : Responder::kNone;
 }

@@ -11,8 +11,9 @@
 struct TransmitterState {
     uint16_t msgId = 0;
     MessageMemory genRecvMsgs;
-    MessageMemory queriedMsgs;
-    TlvArea spareTlvs;  // of the last message, so that the next one needs no memory
+    MessageMemory queriedMsgs;  // sent on this device's own account
+    MessageMemory followUps;    // caused by messages of others, any number of them
+    TlvArea spareTlvs;          // of the last message, so that the next one needs no memory
 };
 
 // Clears both memories. kOk.
@@ -23,6 +24,10 @@ int initMessageTransmitter();
 // at least one port, and *msgId is then the identifier used; else kFailure.
 int requestSend1905UcastMsg(const MacAddr& dstMac, uint16_t msgType, const MsgBody& body,
                             uint16_t* msgId = nullptr);
+
+// Sends a topology query because of a message from this address, in the same way. It is remembered
+// apart from other queries, so that strangers cannot make this device forget those.
+int requestSendFollowUpQuery(const MacAddr& srcMac);
 
 // Sends a response to one device, in the same way, under the identifier of the query.
 int requestSend1905UcastRespMsg(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
@@ -40,24 +45,29 @@ int requestRelayMcastMsg(const Port& incoming);
 // Sends an LLDP frame by every port that is up. kOk, or kFailure if it cannot be built.
 int requestSendLldpMsg();
 
-// Send one message by one port, in as many frames as necessary; registerQuery registers it as a
-// query. With the key of the mesh, the message is signed with this counter
+// Send one message by one port, in as many frames as necessary. A query is stored in queries, which
+// is nullptr for other messages. With the key of the mesh, the message is signed with this counter
 // (net/message_integrity.h). kOk, or kFailure if a TLV is too large, a write fails, the message
 // must be signed but cannot be, or there are no TLVs (a topology query by unicast needs none).
 int send1905UcastMsg(Port& port, const MacAddr& dstMac, uint16_t msgType, uint16_t msgId,
-                     bool registerQuery, TlvArea& tlvs, uint64_t counter);
-int send1905McastMsg(Port& port, uint16_t msgType, uint16_t msgId, bool relay, bool registerQuery,
-                     TlvArea& tlvs, uint64_t counter);
+                     MessageMemory* queries, TlvArea& tlvs, uint64_t counter);
+int send1905McastMsg(Port& port, uint16_t msgType, uint16_t msgId, bool relay,
+                     MessageMemory* queries, TlvArea& tlvs, uint64_t counter);
 
 // The memory of multicasts that were generated or received in the last 5 seconds.
 void registerGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId);
 bool lookupGenRecvMsg(const MacAddr& alMac, uint16_t msgType, uint16_t msgId);
 
-// Remembers a query to a neighbor, given by its AL MAC or an interface MAC. kOk, or kFailure
-// without a database.
+// Remembers a query of this device's own account to a neighbor, given by its AL MAC or an interface
+// MAC. kOk, or kFailure without a database.
 int registerQueriedMsg(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId);
 // True if a query is registered that a response of this type and identifier would answer.
 [[nodiscard]] bool isQueryPending(uint16_t respType, uint16_t respId);
-// 1 if the response of a neighbor (AL MAC or interface MAC) answers a registered query, which is
-// then forgotten; 0 if not; kFailure without a database.
-int checkMatchQueryRespPair(const MacAddr& srcMac, uint16_t respType, uint16_t respId);
+
+// Who sent a response: the device that was asked, another one, or none that may answer.
+enum class Responder { kAsked, kOther, kNone };
+// Finds the registered query that the response of a neighbor (AL MAC or interface MAC) answers. It
+// is forgotten if the response comes from the device that was asked. kNone if there is no such
+// query, or no database.
+[[nodiscard]] Responder checkMatchQueryRespPair(const MacAddr& srcMac, uint16_t respType,
+                                                uint16_t respId);

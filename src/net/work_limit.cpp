@@ -21,14 +21,15 @@ bool isStranger(const MacAddr& mac) {
 
 }  // namespace
 
-bool mayWork(const MacAddr& srcMac, Work work) {
+bool mayWork(const MacAddr& srcMac, Work work, unsigned count) {
+    if (count == 0) return true;
     auto& limit = module();
     if (limit.second != now()) {
         limit.second = now();
         limit.ofStrangers = 0;
         limit.bySource.clear();
     }
-    const auto cost = static_cast<unsigned>(work);
+    const unsigned cost = static_cast<unsigned>(work) * count;
     const auto it = limit.bySource.find(srcMac);
     const unsigned used = it != limit.bySource.end() ? it->second : 0;
     const bool stranger = isStranger(srcMac);

@@ -1,7 +1,8 @@
 // A limit to the messages of others that make this device answer, ask, or run programs.
 //
-// Answers to own queries are not limited, since the queries are: nobody can silence a device by
-// using its address. Nor are messages that prove to come from the mesh (net/message_integrity.h).
+// The first frame of the answer to an own query is free, since the queries are limited: nobody can
+// silence a device by using its address. Messages that prove to come from the mesh are free, too
+// (net/message_integrity.h).
 #pragma once
 
 #include <map>
@@ -23,10 +24,10 @@ struct WorkLimit {
     OnceASecond reported{};
 };
 
-// Whether this device does the work for a message from this source, which is then counted. A source
-// has 512 units a second, and all strangers together have 2048. A stranger is who has not answered
-// a query, or is no neighbor any more. A refusal is logged once a second for each source.
-[[nodiscard]] bool mayWork(const MacAddr& srcMac, Work work);
+// Whether this device does the work for count messages from this source, which are then counted. A
+// source has 512 units a second, and all strangers together have 2048. A stranger is who has not
+// answered a query, or is no neighbor any more. A refusal is logged once a second for each source.
+[[nodiscard]] bool mayWork(const MacAddr& srcMac, Work work, unsigned count = 1);
 
 // Notes that the neighbor with this AL MAC has answered a query from this address.
 void noteAnswer(const MacAddr& srcMac, const MacAddr& alMac);

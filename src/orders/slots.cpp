@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 
 #include "base/clock.h"
 #include "base/log.h"
@@ -126,6 +127,26 @@ int giveSegment(int id, const Owner& owner, gid_t group, mode_t mode) {
     return shmctl(id, IPC_SET, &info) == 0 ? 0 : errno;
 }
 
+// Who has the most segments, and what helps; empty if that is unknown.
+std::string segmentHolder() {
+    std::map<uid_t, unsigned> counts;
+    unsigned all = 0;
+    FILE* file = fopen("/proc/sysvipc/shm", "re");
+    if (file == nullptr) return "";
+    for (char line[512]; fgets(line, sizeof line, file) != nullptr;) {
+        uid_t creator = 0;
+        if (sscanf(line, "%*s %*s %*s %*s %*s %*s %*s %*s %*s %u", &creator) != 1) continue;
+        counts[creator]++;
+        all++;
+    }
+    (void)fclose(file);
+    if (all == 0) return "";
+    const auto most = std::ranges::max_element(counts, {}, [](const auto& c) { return c.second; });
+    return ": user " + std::to_string(most->first) + " has " + std::to_string(most->second) +
+           " of " + std::to_string(all) +
+           " segments. Remove them with ipcrm, or raise kernel.shmmni and kernel.shmall";
+}
+
 int claimSegment(const SlotSegment& segment, const Owner& owner) {
     const gid_t group = getChannelGroupOption().value_or(owner.group);
     const mode_t mode = getChannelModeOption();
@@ -162,7 +183,8 @@ int claimSegment(const SlotSegment& segment, const Owner& owner) {
         LOG(1, "can't make segment %d: user %u makes it again whenever it is removed\r\n",
             segment.key, last);
     } else {
-        LOG(1, "can't make segment %d: %s\r\n", segment.key, strerror(error));
+        LOG(1, "can't make segment %d: %s%s\r\n", segment.key, strerror(error),
+            error == ENOSPC ? segmentHolder().c_str() : "");
     }
     return kFailure;
 }

@@ -212,6 +212,18 @@ TEST_F(MeshKeyTest, ReplaysAreRefused) {
     EXPECT_FALSE(obeys(order(kStart + 335)));
     EXPECT_TRUE(obeys(order(kStart + 336)));
 
+    // What was refused is not obeyed when the settings allow it, even if no answer could be sent.
+    auto& config = getSysCtrl().config;
+    for (const bool isAllowed : {false, true}) {
+        config.enableSystemFromNbr = isAllowed;
+        config.ordersFrom.who = isAllowed ? OrdersFrom::kAny : OrdersFrom::kListed;
+        EXPECT_FALSE(obeys(order(kStart + 398)));
+        config.ordersFrom.who = OrdersFrom::kAny;
+        Frame silent = order(kStart + 399);
+        if (!isAllowed) silent[11] ^= 0x80;
+        EXPECT_FALSE(obeys(silent));
+    }
+
     restart();
     for (const unsigned n : {336, 399, 400}) EXPECT_FALSE(obeys(order(kStart + n))) << n;
     EXPECT_FALSE(speaksWithKey(kPeer.al));

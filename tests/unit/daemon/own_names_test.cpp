@@ -224,4 +224,13 @@ TEST_F(OwnNamesTest, OfALivingDaemonAreNotTouched) {
     EXPECT_EQ(claimNames(0, 0), kOk) << "it ends, as one does that restarts";
 }
 
+TEST_F(OwnNamesTest, WhoHoldsAllSegmentsIsNamed) {
+    ASSERT_EQ(seteuid(kStranger), 0);
+    while (shmget(IPC_PRIVATE, 1, 0600) >= 0) continue;
+    ASSERT_EQ(seteuid(0), 0);
+    LogCapture log(1);
+    EXPECT_EQ(claimNames(0, 0), kFailure);
+    EXPECT_EQ(occurrences(log.finish(), ": user 12345 has 4096 of 4096 segments"), 2U);
+}
+
 }  // namespace

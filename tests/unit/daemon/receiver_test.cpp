@@ -202,10 +202,7 @@ TEST_F(Receiver, OwnMessagesAndDuplicatesAreDropped) {
         }
     }
     renew(1);
-    for (unsigned id = 0; id < 66; id++) {
-        if (id == 2) advance(1);
-        (void)receive("eth0", notification(kPeer, id));
-    }
+    for (unsigned id = 0; id < 66; id++) (void)receive("eth0", notification(kPeer, id));
     EXPECT_FALSE(lookupGenRecvMsg(kPeer.al, kMsgTopolDisc, 1)) << "it gave way to the last";
     EXPECT_TRUE(lookupGenRecvMsg(kPeer.al, kMsgTopolDisc, 2));
     drop();
@@ -281,6 +278,17 @@ TEST_F(Receiver, WorkForOthersIsLimited) {
     EXPECT_EQ(occurrences(lines, "those of (02:ee:00:01:00:02)"), 1U);
     advance(1);
     EXPECT_EQ(answered(1000, 1, 5), 5);
+    // Of the answer to each query one frame is free.
+    static unsigned described = 0;
+    upcalls().deviceDescribed = [](const MacAddr&) { described++; };
+    advance(1);
+    for (unsigned n = 0; n < 100; n++) {
+        drop();
+        (void)receive("eth0", notification(kPeer, ++id));
+        for (const auto& asked : sent("eth0"))
+            for (unsigned i = 0; i < 20; i++) (void)receive("eth0", fragment(asked.id, i, i == 19));
+    }
+    EXPECT_EQ(described, 512U / 20);
 }
 
 // sim/discovery_test.cpp checks that fragments are joined.

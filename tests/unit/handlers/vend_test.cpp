@@ -192,6 +192,9 @@ TEST_F(Vendor, RequestsReachThePlatformAndTheirResultIsAnswered) {
             << c.type << " " << told;
     }
     fakePlatform().wps.deviceType = 0;
+    (void)receive("eth0", discovery(kOther, 5));
+    (void)Device::tell({kPeer.al, kOther.intf}, ++id_, 39, mac);
+    EXPECT_EQ(orders(id_), "") << "to the address of another device";
     fakePlatform().notApproved = {kPeer.al};
     for (const unsigned search : {13U, 39U}) EXPECT_EQ(ask(search, mac), "");
 }

@@ -27,7 +27,7 @@ class Transmitter : public Device {
     static int sendTlvs(const std::vector<size_t>& sizes, uint16_t type = kMsgTopolResp) {
         TlvArea tlvs;
         for (const size_t size : sizes) EXPECT_TRUE(add(tlvs, size));
-        return send1905UcastMsg(port("eth0"), peer(1).intf, type, 7, false, tlvs, 0);
+        return send1905UcastMsg(port("eth0"), peer(1).intf, type, 7, nullptr, tlvs, 0);
     }
     static bool add(TlvArea& tlvs, size_t size) {
         return flatten1905Tlv(tlvs, 0x55, Frame(size - 3, 0xAA));
@@ -190,26 +190,31 @@ TEST_F(Transmitter, UnicastsGoToEveryInterfaceOfTheDevice) {
 }
 
 TEST_F(Transmitter, ResponsesArePairedOnce) {
+    constexpr auto kNone = Responder::kNone, kAsked = Responder::kAsked, kOther = Responder::kOther;
     EXPECT_EQ(registerQueriedMsg(peer(1).al, 2, 1), kFailure) << "no database";
     startWithNeighbor();
-    const std::tuple<MacAddr, MacAddr, uint16_t, uint16_t, int> cases[] = {
-        {peer(1).al, peer(9).al, 3, 70, 1},  // meant: any device may answer
-        {peer(1).al, peer(1).al, 4, 70, 0},
-        {peer(1).al, peer(1).al, 3, 71, 0},
-        {{}, peer(1).al, 3, 70, 0},
-        {{}, {}, 3, 70, 1}};
+    const std::tuple<MacAddr, MacAddr, uint16_t, uint16_t, Responder> cases[] = {
+        {peer(1).al, peer(9).al, 3, 70, kOther},  // meant: any device may answer
+        {peer(1).al, peer(1).al, 4, 70, kNone},
+        {peer(1).al, peer(1).al, 3, 71, kNone},
+        {{}, peer(1).al, 3, 70, kNone},
+        {{}, {}, 3, 70, kAsked}};
     for (const auto& [asked, answers, type, id, result] : cases) {
         (void)initMessageTransmitter();
         EXPECT_EQ(registerQueriedMsg(asked, 2, 70), kOk);
         advance(1000);  // a query does not expire
-        EXPECT_EQ(checkMatchQueryRespPair(answers, type, id), result) << type << " " << id;
-        EXPECT_EQ(checkMatchQueryRespPair(answers, type, id), 0);
+        for (const auto from : {result, result == kAsked ? kNone : result}) {
+            EXPECT_EQ(checkMatchQueryRespPair(answers, type, id), from) << type << " " << id;
+        }
     }
     uint16_t query = 0;
     (void)requestSend1905UcastMsg(peer(1).al, kMsgTopolQuery, {}, &query);
     (void)requestSend1905UcastRespMsg(peer(1).al, kMsgTopolQuery, 4321, {});
-    EXPECT_EQ(checkMatchQueryRespPair(peer(1).intf, 3, 4321), 0) << "a response is no query";
-    EXPECT_EQ(checkMatchQueryRespPair(peer(1).intf, 3, query), 1);
+    EXPECT_EQ(checkMatchQueryRespPair(peer(1).intf, 3, 4321), kNone) << "a response is no query";
+    // Neither what strangers cause nor what they answer takes it away.
+    for (int i = 0; i < 65; i++) EXPECT_EQ(requestSendFollowUpQuery(peer(2).intf), kOk);
+    EXPECT_EQ(checkMatchQueryRespPair(peer(9).intf, 3, query), kOther);
+    EXPECT_EQ(checkMatchQueryRespPair(peer(1).intf, 3, query), kAsked);
 }
 
 }  // namespace
