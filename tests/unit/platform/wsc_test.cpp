@@ -1,0 +1,180 @@
+// The messages and keys of Wi-Fi Simple Configuration.
+#include <openssl/bn.h>
+#include <openssl/core_names.h>
+#include <openssl/param_build.h>
+
+#include "support.h"
+#include "wsc/exchange.h"
+
+namespace {
+
+const WscDevice kRoot{{2, 0, 0, 0, 0, 1}, "root"}, kAttic{{2, 0, 0, 0, 0, 7}, "attic"};
+
+// A pair of keys of the group, made of its private part without the code under test.
+struct FixedKey {
+    explicit FixedKey(const char* hex) {
+        BIGNUM *secret = nullptr, *shown = BN_new(), *two = BN_new();
+        BIGNUM* const prime = BN_get_rfc3526_prime_1536(nullptr);
+        BN_CTX* const numbers = BN_CTX_new();
+        BN_hex2bn(&secret, hex);
+        BN_set_word(two, 2);
+        BN_mod_exp(shown, two, secret, prime, numbers);
+        BN_bn2binpad(shown, bytes.data(), kDhSize);
+        OSSL_PARAM_BLD* const build = OSSL_PARAM_BLD_new();
+        OSSL_PARAM_BLD_push_utf8_string(build, OSSL_PKEY_PARAM_GROUP_NAME, "modp_1536", 0);
+        OSSL_PARAM_BLD_push_BN(build, OSSL_PKEY_PARAM_PUB_KEY, shown);
+        OSSL_PARAM_BLD_push_BN(build, OSSL_PKEY_PARAM_PRIV_KEY, secret);
+        OSSL_PARAM* const parameters = OSSL_PARAM_BLD_to_param(build);
+        EVP_PKEY_CTX* const context = EVP_PKEY_CTX_new_from_name(nullptr, "DH", nullptr);
+        EVP_PKEY* made = nullptr;
+        EVP_PKEY_fromdata_init(context);
+        EXPECT_EQ(EVP_PKEY_fromdata(context, &made, EVP_PKEY_KEYPAIR, parameters), 1);
+        key.reset(made);
+        EVP_PKEY_CTX_free(context);
+        OSSL_PARAM_free(parameters);
+        OSSL_PARAM_BLD_free(build);
+        for (BIGNUM* each : {secret, shown, two, prime}) BN_free(each);
+        BN_CTX_free(numbers);
+    }
+    DhKey key;
+    DhPublic bytes{};
+};
+
+WifiNetwork network(std::string_view ssid, uint16_t auth, std::string_view key) {
+    WifiNetwork made;
+    made.auth = auth;
+    EXPECT_TRUE(made.ssid.assign(wscBytes(ssid)) && made.key.assign(wscBytes(key)));
+    return made;
+}
+
+// An Enrollee's session, and the Registrar's with its M1.
+struct Exchange {
+    explicit Exchange(uint8_t band) {
+        EXPECT_TRUE(startWsc(enrollee, *wifiBandOf(band), kAttic));
+        EXPECT_EQ(readM1(registrar, enrollee.m1.view()), "");
+        EXPECT_EQ(prepareM2(registrar), "");
+    }
+    WscFrame m2(const WifiNetwork& given, WscPlace place = {}) const {
+        WscFrame made;
+        EXPECT_EQ(buildM2(registrar, kRoot, place, given, made), "");
+        return made;
+    }
+    WscRefusal read(Bytes frame) { return readM2(enrollee, frame, answer); }
+
+    WscEnrollee enrollee;
+    WscRegistrar registrar;
+    WscAnswer answer;
+};
+
+std::vector<uint8_t> copyOf(Bytes bytes) {
+    return {bytes.begin(), bytes.end()};
+}
+
+}  // namespace
+
+// The expected bytes were computed with other implementations. The secret starts with a zero byte.
+TEST(Wsc, KeysAndTagsAreThoseOfOthers) {
+    const FixedKey own("0102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f20");
+    const FixedKey peer("2122232425262728292a2b2c2d2e2f303132333435363738393a3b3c3d3e419b");
+    DhSecret secret;
+    ASSERT_TRUE(deriveSecret(own.key, peer.bytes, secret));
+    EXPECT_EQ(hexText(secret.bytes),
+              "f614cf0d47abc0f372f4b2aa66fe8d3517a43673998fdd0f2180d98f783afae7");
+    WscNonce ones{}, twos{};
+    ones.fill(1);
+    twos.fill(2);
+    WscKeys keys;
+    ASSERT_TRUE(deriveKeys(secret, ones, kAttic.alMac, twos, keys));
+    EXPECT_EQ(hexText(keys.auth),
+              "b1a211fc40f05d805315dff95fa6cab27a863548e382c81783671ee4dac530cf");
+    EXPECT_EQ(hexText(keys.wrap), "72c5728c1e730f76c42f289afa4c9480");
+
+    const auto settings =
+        *parseHex("10450004686f6d65100300020020100f00020008102700083132333435363738");
+    WscTag tag{};
+    ASSERT_TRUE(authenticate(keys, {settings}, tag));
+    EXPECT_EQ(hexText(tag), "2ab19a6d68eaf3a8");
+    const auto encrypted = *parseHex(
+        "030303030303030303030303030303032f070d7bea5a2e048f8c238f788d170ff57362fdde2d66d6fe09dc3f4b"
+        "f11ea73ab503b71708c4038631d5f950a301bd");
+    std::array<uint8_t, 64> plain{};
+    EXPECT_EQ(hexText(Bytes(plain).first(decryptWsc(keys, encrypted, plain))),
+              hexText(settings) + "101e00082ab19a6d68eaf3a8");
+}
+
+TEST(Wsc, AnEnrolleeGetsTheNetworksOfItsBand) {
+    const WifiNetwork home =
+        network(std::string("a\0\n\xff", 4), kAuthWpa2Psk | kAuthSae, "12345678");
+    const WifiNetwork open = network("guests", kAuthOpen, "");
+    for (const WifiBand& band : kWifiBandTable) {
+        Exchange e(band.number);
+        EXPECT_EQ(e.registrar.band, &band);
+        EXPECT_EQ(e.read(e.m2(home, {0, 2}).view()), "");
+        EXPECT_EQ(e.answer.network, home);
+        EXPECT_EQ(e.read(e.m2(open, {1, 2}).view()), "");
+        EXPECT_EQ(e.answer.network, open);
+        EXPECT_EQ(e.answer.place.index * 10 + e.answer.place.count, 12);
+        EXPECT_EQ(e.read(e.m2({}, {0, 0}).view()), "");
+        EXPECT_EQ(e.answer.place.count, 0);
+    }
+    // An Enrollee of another make, which has no SAE and no extension of ours.
+    Exchange e(33);
+    e.registrar.auth = kAuthWpa2Psk;
+    e.registrar.countsM2 = false;
+    EXPECT_EQ(e.read(e.m2(home).view()), "");
+    EXPECT_EQ(e.answer.network.auth, kAuthWpa2Psk);
+    EXPECT_EQ(e.answer.place.count, 1);
+}
+
+TEST(Wsc, ForgedRepeatedAndForeignMessagesAreRefused) {
+    const WifiNetwork home = network("home", kAuthSae, "12345678");
+    Exchange e(1), other(1);
+    const WscFrame m2 = e.m2(home);
+    const auto bytes = copyOf(m2.view());
+    for (size_t i = 0; i < bytes.size(); i++) {
+        auto forged = bytes;
+        forged[i] ^= 1;
+        EXPECT_NE(e.read(forged), "") << i;
+        EXPECT_NE(e.read(Bytes(bytes).first(i)), "") << i;
+    }
+    EXPECT_EQ(other.read(bytes), "its nonce is not ours");
+    EXPECT_EQ(e.read(e.m2(home, {2, 2}).view()), "it counts its networks wrongly");
+    EXPECT_EQ(e.read(bytes), "");
+    EXPECT_EQ(e.read(bytes), "its nonce is repeated");
+
+    // Public keys that would make the secret known.
+    for (const uint8_t weak : {uint8_t{0}, uint8_t{1}}) {
+        e.registrar.peer = {};
+        e.registrar.peer.back() = weak;
+        EXPECT_EQ(prepareM2(e.registrar), "its public key is wrong");
+    }
+    auto m1 = copyOf(e.enrollee.m1.view());
+    m1.insert(m1.end(), {0xFF, 0xFF, 0x04, 0x00});
+    m1.resize(m1.size() + 1024);
+    WscRegistrar fresh;
+    EXPECT_EQ(readM1(fresh, m1), "it is longer than a frame");
+    m1.pop_back();
+    EXPECT_EQ(readM1(fresh, m1), "its attributes do not end with it");
+}
+
+TEST(Wsc, SettingsThatDoNotFitAreRefused) {
+    const std::string name = "104500026869", psk = "100300020020100f00020008",
+                      key = "102700083132333435363738";
+    const std::pair<std::string, const char*> table[] = {
+        {name + psk + key, ""},
+        {name + "100300020001100f0002000110270000", ""},
+        {"10450021" + std::string(66, '6') + psk + key, "attribute 0x1045 is too long"},
+        {name + psk + "10270041" + std::string(130, '6'), "attribute 0x1027 is too long"},
+        {name + psk + key + key, "attribute 0x1027 is repeated"},
+        {psk + key, "attribute 0x1045 is missing"},
+        {name + "1003000120100f00020008" + key, "attribute 0x1003 is too short"},
+        {"10450000" + psk + key, "its network has no name"},
+        {name + "100300020004100f00020008" + key, "the authentication of its network is unknown"},
+        {name + "100300020020100f00020004" + key, "its network is not encrypted with AES"},
+        {name + psk + "10270007" + std::string(14, '6'), "the key of its network is too short"},
+    };
+    for (const auto& [hex, refusal] : table) {
+        WifiNetwork read;
+        EXPECT_EQ(readSettings(*parseHex(hex), read), refusal) << hex;
+    }
+}
