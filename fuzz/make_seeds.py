@@ -459,6 +459,9 @@ def config_seeds():
     yield "platform", (b'AL_MAC = 02:aa:00:00:00:01\nEXCLUDE = eth[0-9] "tap*, ?\n'
                        b'MEDIA_TYPE.eth0 = 0x105 # text\nSECURITY_MODE = 1\n'
                        b'HOSTNAME = "a # b"\nEXCLUDE = \nWIFI_ROLE.wlan0 = "open\nUNKNOWN = 1\n')
+    yield "wifi", (b'[home]\nBAND = 2.4, 5\nSSID = " a # b"\nAUTHENTICATION = wpa2+wpa3\n'
+                   b'KEY = 12345678 # c\n[x.y]\r\nBAND=6\nSSID_HEX=00ff\nAUTHENTICATION=wpa3-sae\n'
+                   b'KEY="# 345678"\n[free]\nBAND = guest-5\nSSID=x\nAUTHENTICATION = open\n')
     yield "bytes", bytes(range(256)) + b"\nAL_MAC=\0\n\0=\0"
 
 

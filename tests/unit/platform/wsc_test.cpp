@@ -1,10 +1,12 @@
-// The messages and keys of Wi-Fi Simple Configuration.
+// The messages and keys of Wi-Fi Simple Configuration, and wifi.conf.
 #include <openssl/bn.h>
 #include <openssl/core_names.h>
 #include <openssl/param_build.h>
 
+#include "netctrl/wifi_file.h"
 #include "support.h"
 #include "wsc/exchange.h"
+#include "wsc/wifi_conf.h"
 
 namespace {
 
@@ -177,4 +179,88 @@ TEST(Wsc, SettingsThatDoNotFitAreRefused) {
         WifiNetwork read;
         EXPECT_EQ(readSettings(*parseHex(hex), read), refusal) << hex;
     }
+}
+
+TEST(WifiConf, NamesTheLineOfEachError) {
+    const std::string ok = "[a]\nBAND = 2.4 5\nSSID = x\nAUTHENTICATION = wpa2-psk\n";
+    const std::string sae = "[a]\nBAND = 6\nSSID = x\nKEY = 12345678\nAUTHENTICATION = ";
+    std::string many;
+    for (int i = 0; i < 9; i++)
+        many += "[n" + std::to_string(i) + "]\nBAND=5\nSSID=x\nAUTHENTICATION=open\n";
+    const std::pair<std::string, const char*> table[] = {
+        {"", ""},
+        {ok + "KEY = 12345678\n", ""},
+        {ok + "KEY = " + std::string(64, 'f'), ""},
+        {sae + "wpa3-sae", ""},
+        {sae + "wpa2+wpa3", "5: on 6 GHz only wpa3-sae is allowed"},
+        {sae + "wpa2-psk", "5: on 6 GHz only wpa3-sae is allowed"},
+        {sae + "wep", "5: AUTHENTICATION is open, wpa2-psk, wpa2+wpa3 or wpa3-sae"},
+        {"# comment\nKEY = 1\n", "2: a section [NAME] must come first"},
+        {ok, "1: the network has no KEY"},
+        {ok + "KEY = 1234567", "5: KEY is 8 to 63 ASCII characters or 64 hexadecimal digits"},
+        {ok + "KEY = \"12345678", "5: the closing quotation mark must end the value"},
+        {ok + "KEY = \"12345678\"9\"", "5: the closing quotation mark must end the value"},
+        {ok + "KEY = 12345678\nKEY = 12345678", "6: KEY is repeated"},
+        {ok + "COLOR = red\nKEY = 12345678", "5: unknown key"},
+        {ok + "KEY = 12345678\n" + ok + "KEY = 12345678",
+         "6: there is another section of this name"},
+        {"[a]\nBAND = 7\nSSID = x\nAUTHENTICATION = open",
+         "2: BAND is a list of 2.4, 5, 6, guest-2.4 and guest-5"},
+        {"[a]\nBAND = 5\nSSID = " + std::string(33, 'x') + "\nAUTHENTICATION = open",
+         "3: SSID is 1 to 32 bytes"},
+        {"[a]\nBAND = 5\nSSID_HEX = 0\nAUTHENTICATION = open",
+         "3: SSID_HEX is 1 to 32 bytes in hexadecimal"},
+        {"[a]\nBAND = 5\nSSID = x\nSSID_HEX = 00\nAUTHENTICATION = open",
+         "1: the network needs either SSID or SSID_HEX"},
+        {"[a/b]\nBAND = 5\nSSID = x\nAUTHENTICATION = open",
+         "1: a section is [NAME], of letters and digits"},
+        {many, "34: there are more than 8 networks on a band"},
+    };
+    for (const auto& [text, complaint] : table) {
+        std::string complaints;
+        const auto conf = parseWifiConf(text, [&](int line, const std::string& what) {
+            complaints += std::to_string(line) + ": " + what;
+        });
+        EXPECT_EQ(complaints, complaint) << text;
+        EXPECT_EQ(conf.has_value(), complaints.empty()) << text;
+    }
+}
+
+TEST(WifiConf, IsReadAgainWhenItChanges) {
+    const ScratchFolder folder;
+    const std::string home =
+                          "[home]\r\nBAND = 2.4, guest-5\r\nSSID = \" a # b\"  # c\r\n"
+                          "AUTHENTICATION = wpa2+wpa3\r\nKEY = correct horse\r\n",
+                      mesh =
+                          "[mesh]\nBAND = 6\nSSID_HEX = 00ff\nAUTHENTICATION = wpa3-sae\n"
+                          "KEY = \"# battery\"\n";
+    folder.write("wifi.conf", home);
+    setenv("VM1905_WIFI_CONF", folder.path("wifi.conf").c_str(), 1);
+    openWifiFile();
+    const auto named = [](uint8_t band) {
+        const auto networks = configuredNetworks(band);
+        if (!networks || networks->size() != 1) return std::string("none");
+        const WifiNetwork& network = networks->front().network;
+        return hexText(network.ssid.view()) + " " + std::string(network.key.text());
+    };
+    EXPECT_EQ(named(0) + ", " + named(33),
+              "206120232062 correct horse, 206120232062 correct horse");
+    EXPECT_EQ(configuredNetworks(0)->front().network.protection(), FrameProtection::kOptional);
+    EXPECT_EQ(named(1) + named(kBand6GHz), "nonenone");
+    EXPECT_EQ(takeWifiChanges(), std::vector<uint8_t>{});
+
+    folder.write("new", home + mesh);
+    std::filesystem::rename(folder.path("new"), folder.path("wifi.conf"));
+    EXPECT_EQ(takeWifiChanges(), std::vector<uint8_t>{kBand6GHz});
+    EXPECT_EQ(named(kBand6GHz), "00ff # battery");
+    EXPECT_EQ(configuredNetworks(kBand6GHz)->front().network.protection(),
+              FrameProtection::kRequired);
+    folder.write("wifi.conf", home + mesh + "[");
+    EXPECT_EQ(takeWifiChanges(), std::vector<uint8_t>{}) << "a wrong file changes nothing";
+    EXPECT_EQ(named(kBand6GHz), "00ff # battery");
+    std::filesystem::remove(folder.path("wifi.conf"));
+    EXPECT_EQ(takeWifiChanges(), std::vector<uint8_t>{});
+    EXPECT_FALSE(hasWifiFile() || configuredNetworks(0));
+    closeWifiFile();
+    unsetenv("VM1905_WIFI_CONF");
 }
