@@ -380,6 +380,7 @@ def wsc_seeds():
           (0x101A, b"\1" * 16), (0x1032, b"\7" * 192), *common, (0x103C, b"\2"))
     yield "m1", b"\0" + attributes(*m1, wfa, own)
     yield "m1_without_extension", b"\0" + attributes(*m1, (0x1011, b"a" * 32), wfa)
+    yield "m1_item_beyond", b"\0" + attributes(*m1, (0x1049, bytes.fromhex("0a3c71") + b"\2\xff\1"))
     yield "m1_long", b"\0" + attributes(*m1, (0x1050, b"x" * 1000))
     yield "m2", b"\1" + attributes(
         (0x104A, b"\x10"), (0x1022, b"\5"), (0x101A, b"\1" * 16), (0x1039, b"\2" * 16),

@@ -112,10 +112,14 @@ std::optional<std::vector<ConfiguredNetwork>> configuredNetworks(uint8_t band) {
     return networks;
 }
 
-std::string wifiFileTime() {
+std::string wifiTimeText(time_t time) {
     char text[24];
-    (void)snprintf(text, sizeof text, "%010lld", static_cast<long long>(file.changed));
+    (void)snprintf(text, sizeof text, "%010lld", static_cast<long long>(time));
     return text;
+}
+
+std::string wifiFileTime() {
+    return wifiTimeText(file.changed);
 }
 
 std::vector<uint8_t> takeWifiChanges() {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <ctime>
 #include <optional>
 #include <string>
 #include <vector>
@@ -20,7 +21,9 @@ void closeWifiFile();
 bool hasWifiFile();
 // The networks of a band; none if the file has been wrong since the start.
 std::optional<std::vector<ConfiguredNetwork>> configuredNetworks(uint8_t band);
-// When the file was last changed: the seconds since 1970 as ten digits.
+// A time as the devices of the mesh show it: the seconds since 1970 as ten digits.
+std::string wifiTimeText(time_t time);
+// When the file was last changed.
 std::string wifiFileTime();
 
 // Reads the file if it has changed. Returns the bands whose networks are different now.

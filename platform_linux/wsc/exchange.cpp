@@ -61,7 +61,7 @@ Bytes ownExtension(const WscReader& reader) {
     const auto extension = reader.vendorExtension(kOwnVendor);
     if (!extension) return {};
     ByteReader items(*extension);
-    while (items.left() > 0) {
+    while (items.ok() && items.left() > 0) {
         const uint8_t item = items.u8();
         const Bytes value = items.take(items.u8());
         if (item == kOwnBand) return value;
@@ -262,5 +262,5 @@ WscRefusal readSettings(Bytes settings, WifiNetwork& network) {
     }
     network.auth &= static_cast<uint16_t>(~kAuthOpen);
     if ((encryption & kEncryptAes) == 0) return "its network is not encrypted with AES";
-    return key.size() >= 8 ? "" : "the key of its network is too short";
+    return isWifiKey(network.key.text(), network.auth) ? "" : "the key of its network is not valid";
 }

@@ -32,6 +32,16 @@ struct WifiNetwork {
     friend bool operator==(const WifiNetwork&, const WifiNetwork&) = default;
 };
 
+// Whether a text can be the key of a network with these authentication types: 8 to 63 printable
+// ASCII characters, or for WPA2 alone 64 hexadecimal digits.
+inline bool isWifiKey(std::string_view text, uint16_t auth) {
+    if (text.size() == 64 && auth == kAuthWpa2Psk) {
+        return text.find_first_not_of("0123456789abcdefABCDEF") == text.npos;
+    }
+    return text.size() >= 8 && text.size() < 64 &&
+           std::ranges::all_of(text, [](char c) { return c >= ' ' && c <= '~'; });
+}
+
 struct WifiBand {
     uint8_t number;         // in search, response and renew; 32 and above are guest networks
     uint8_t rfBand;         // in M1 and M2

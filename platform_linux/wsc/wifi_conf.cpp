@@ -25,23 +25,6 @@ struct Entry {
     int line = 0;
 };
 
-// True if the text has only printable ASCII characters.
-bool isPrintable(std::string_view text) {
-    return std::ranges::all_of(text, [](char c) { return c >= ' ' && c <= '~'; });
-}
-
-bool isHex(std::string_view text) {
-    return text.find_first_not_of("0123456789abcdefABCDEF") == text.npos;
-}
-
-// True if a text that begins with a quote has nothing after the second one but a comment.
-bool isQuotedWhole(std::string_view text) {
-    const size_t end = text.find('"', 1);
-    if (end == text.npos) return false;
-    const std::string_view rest = trim(text.substr(end + 1));
-    return rest.empty() || rest.starts_with('#');
-}
-
 class Parser {
   public:
     explicit Parser(const WifiComplaint& complain) : complain_(complain) {}
@@ -60,10 +43,13 @@ class Parser {
         if (std::ranges::find(kKeys, entry->key) == kKeys.end()) return fail(line, "unknown key");
         if (find(entry->key) != nullptr)
             return fail(line, std::string(entry->key) + " is repeated");
-        if (entry->value.starts_with('"') && !isQuotedWhole(entry->value)) {
-            fail(line, "the closing quotation mark must end the value");
+        const bool isQuoted = entry->value.starts_with('"');
+        if (isQuoted && (entry->value.size() == 1 || !entry->value.ends_with('"'))) {
+            fail(line, "the closing quotation mark must end the line");
         }
-        entries_.push_back({entry->key, unquoted(entry->value), line});
+        const std::string_view value =
+            isQuoted ? entry->value.substr(1, entry->value.rfind('"') - 1) : unquoted(entry->value);
+        entries_.push_back({entry->key, value, line});
     }
 
     // Call at the end of the text.
@@ -164,13 +150,9 @@ class Parser {
             return;
         }
         if (entry == nullptr) return (void)demand("KEY");
-        const bool isPhrase =
-            entry->value.size() >= 8 && entry->value.size() <= 63 && isPrintable(entry->value);
-        const bool isRaw = entry->value.size() == 64 && isHex(entry->value);
-        if (!isPhrase && !isRaw) {
-            fail(entry->line, "KEY is 8 to 63 ASCII characters or 64 hexadecimal digits");
-        } else if (isRaw && made.auth != kAuthWpa2Psk) {
-            fail(entry->line, "64 hexadecimal digits are a key for wpa2-psk only");
+        if (!isWifiKey(entry->value, made.auth)) {
+            fail(entry->line,
+                 "KEY is 8 to 63 ASCII characters or, with wpa2-psk, 64 hexadecimal digits");
         } else {
             (void)made.key.assign(wscBytes(entry->value));
         }
@@ -194,4 +176,20 @@ std::optional<WifiConf> parseWifiConf(std::string_view text, const WifiComplaint
         if (!line.empty() && !line.starts_with('#')) parser.take(number, line);
     }
     return parser.finish();
+}
+
+std::string writeWifiConf(const WifiConf& conf) {
+    std::string text;
+    for (const ConfiguredNetwork& each : conf) {
+        text += "[" + each.name + "]\nBAND =";
+        for (const uint8_t band : each.bands) text += " " + std::string(wifiBandOf(band)->name);
+        const auto* auth =
+            std::ranges::find(kAuthentications, each.network.auth, &Authentication::types);
+        text += "\nSSID_HEX = " + hexText(each.network.ssid.view()) +
+                "\nAUTHENTICATION = " + std::string(auth->name) + "\n";
+        if (!each.network.key.empty()) {
+            text += "KEY = \"" + std::string(each.network.key.text()) + "\"\n";
+        }
+    }
+    return text;
 }

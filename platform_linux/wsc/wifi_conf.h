@@ -24,3 +24,6 @@ using WifiComplaint = std::function<void(int line, const std::string& text)>;
 
 // The networks in such a file, in their order. None if there is any complaint.
 std::optional<WifiConf> parseWifiConf(std::string_view text, const WifiComplaint& complain);
+
+// The text of such a file. The networks must be ones that parseWifiConf or readSettings accepts.
+std::string writeWifiConf(const WifiConf& conf);

@@ -173,7 +173,7 @@ TEST(Wsc, SettingsThatDoNotFitAreRefused) {
         {"10450000" + psk + key, "its network has no name"},
         {name + "100300020004100f00020008" + key, "the authentication of its network is unknown"},
         {name + "100300020020100f00020004" + key, "its network is not encrypted with AES"},
-        {name + psk + "10270007" + std::string(14, '6'), "the key of its network is too short"},
+        {name + psk + "10270007" + std::string(14, '6'), "the key of its network is not valid"},
     };
     for (const auto& [hex, refusal] : table) {
         WifiNetwork read;
@@ -197,9 +197,10 @@ TEST(WifiConf, NamesTheLineOfEachError) {
         {sae + "wep", "5: AUTHENTICATION is open, wpa2-psk, wpa2+wpa3 or wpa3-sae"},
         {"# comment\nKEY = 1\n", "2: a section [NAME] must come first"},
         {ok, "1: the network has no KEY"},
-        {ok + "KEY = 1234567", "5: KEY is 8 to 63 ASCII characters or 64 hexadecimal digits"},
-        {ok + "KEY = \"12345678", "5: the closing quotation mark must end the value"},
-        {ok + "KEY = \"12345678\"9\"", "5: the closing quotation mark must end the value"},
+        {ok + "KEY = 1234567",
+         "5: KEY is 8 to 63 ASCII characters or, with wpa2-psk, 64 hexadecimal digits"},
+        {ok + "KEY = \"12345678\"9", "5: the closing quotation mark must end the line"},
+        {ok + "KEY = \"12345678\" # c", "5: the closing quotation mark must end the line"},
         {ok + "KEY = 12345678\nKEY = 12345678", "6: KEY is repeated"},
         {ok + "COLOR = red\nKEY = 12345678", "5: unknown key"},
         {ok + "KEY = 12345678\n" + ok + "KEY = 12345678",
@@ -229,7 +230,7 @@ TEST(WifiConf, NamesTheLineOfEachError) {
 TEST(WifiConf, IsReadAgainWhenItChanges) {
     const ScratchFolder folder;
     const std::string home =
-                          "[home]\r\nBAND = 2.4, guest-5\r\nSSID = \" a # b\"  # c\r\n"
+                          "[home]\r\nBAND = 2.4, guest-5\r\nSSID = \" a # b\"\r\n"
                           "AUTHENTICATION = wpa2+wpa3\r\nKEY = correct horse\r\n",
                       mesh =
                           "[mesh]\nBAND = 6\nSSID_HEX = 00ff\nAUTHENTICATION = wpa3-sae\n"
