@@ -144,7 +144,7 @@ int startExchange(const ApAutoConfInfo& msg, AutoConfCause cause) {
         LOG_LINE(2, "autoconf: too many exchanges are under way");
         return kFailure;
     }
-    char name[128];
+    char name[128] = {};
     (void)getHostname(name);
     Exchange& fresh = exchanges.emplace_back();
     fresh.registrar = MacAddr(msg.alMac);

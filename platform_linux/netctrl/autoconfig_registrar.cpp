@@ -72,7 +72,7 @@ WscRefusal prepare(Answer& answer) {
     // An M2 without a network says that there is none any more.
     if (count == 0) given.emplace_back();
     WscRefusal why = prepareM2(session);
-    char name[128];
+    char name[128] = {};
     (void)getHostname(name);
     const WscDevice own{reportedAlMac().value_or(MacAddr{}), name};
     for (uint8_t i = 0; why.empty() && i < given.size(); i++) {

@@ -163,7 +163,7 @@ WscRefusal readM1(WscRegistrar& session, Bytes frame) {
 
 WscRefusal prepareM2(WscRegistrar& session) {
     const DhKey key = makeDhKey();
-    if (!key || !publicKeyOf(key, session.own)) return "no key can be made for it";
+    if (!key || !publicKeyOf(key, session.own)) return "no key can be made for its M2";
     return deriveSecret(key, session.peer, session.secret) ? "" : "its public key is wrong";
 }
 
@@ -173,15 +173,16 @@ WscRefusal buildM2(const WscRegistrar& session, const WscDevice& own, WscPlace p
     WscKeys keys;
     if (!fillRandom(nonce) ||
         !deriveKeys(session.secret, session.nonce, session.mac, nonce, keys)) {
-        return "no keys can be derived for it";
+        return "no keys can be derived for its M2";
     }
     WifiNetwork offered = network;
     offered.auth &= session.auth;
     WscField<256> plain, encrypted;
     WscWriter settings(plain.buffer());
-    if (!writeSettings(settings, keys, offered, session.mac)) return "its settings do not fit";
+    if (!writeSettings(settings, keys, offered, session.mac))
+        return "the settings of its M2 do not fit";
     encrypted.resize(encryptWsc(keys, settings.written(), encrypted.buffer()));
-    if (encrypted.empty()) return "its settings cannot be encrypted";
+    if (encrypted.empty()) return "the settings of its M2 cannot be encrypted";
 
     WscWriter out(m2.buffer());
     out.u8(kAttrVersion, kVersion1)
@@ -202,7 +203,7 @@ WscRefusal buildM2(const WscRegistrar& session, const WscDevice& own, WscPlace p
     if (!out.ok() || !authenticate(keys, {session.m1.view(), out.written()}, tag) ||
         !out.bytes(kAttrAuthenticator, tag).ok()) {
         m2.resize(0);
-        return "it does not fit into one frame";
+        return "its M2 does not fit into one frame";
     }
     m2.resize(out.size());
     return {};

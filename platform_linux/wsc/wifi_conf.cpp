@@ -180,15 +180,17 @@ std::optional<WifiConf> parseWifiConf(std::string_view text, const WifiComplaint
 
 std::string writeWifiConf(const WifiConf& conf) {
     std::string text;
+    // A growing text would leave copies of the keys behind.
+    text.reserve(conf.size() * 1024);
     for (const ConfiguredNetwork& each : conf) {
         text += "[" + each.name + "]\nBAND =";
-        for (const uint8_t band : each.bands) text += " " + std::string(wifiBandOf(band)->name);
+        for (const uint8_t band : each.bands) text.append(" ").append(wifiBandOf(band)->name);
         const auto* auth =
             std::ranges::find(kAuthentications, each.network.auth, &Authentication::types);
-        text += "\nSSID_HEX = " + hexText(each.network.ssid.view()) +
-                "\nAUTHENTICATION = " + std::string(auth->name) + "\n";
+        text += "\nSSID_HEX = " + hexText(each.network.ssid.view());
+        text.append("\nAUTHENTICATION = ").append(auth->name).append("\n");
         if (!each.network.key.empty()) {
-            text += "KEY = \"" + std::string(each.network.key.text()) + "\"\n";
+            text.append("KEY = \"").append(each.network.key.text()).append("\"\n");
         }
     }
     return text;
