@@ -42,8 +42,8 @@ def tagged(key, *parts):
     return made.finalize()
 
 
-def answer(m1, ssid, auth, key):
-    """An M2 with this network."""
+def answer(m1, ssid, auth, key, wrap_tag=None):
+    """An M2 with this network, and this key wrap authenticator instead of the right one."""
     private, nonce, vector = int.from_bytes(os.urandom(64), "big"), os.urandom(16), os.urandom(16)
     shared = pow(int.from_bytes(value_of(m1, 0x1032), "big"), private, P).to_bytes(192, "big")
     kdk = tagged(sha256(shared).digest(), value_of(m1, 0x101A), value_of(m1, 0x1020), nonce)
@@ -54,7 +54,8 @@ def answer(m1, ssid, auth, key):
     settings = (attribute(0x1045, ssid) + attribute(0x1003, auth) + attribute(0x100F, b"\0\x08")
                 + attribute(0x1027, key) + attribute(0x1020, value_of(m1, 0x1020)))
     padder = padding.PKCS7(128).padder()
-    padded = padder.update(settings + attribute(0x101E, tagged(stream[:32], settings)[:8]))
+    padded = padder.update(
+        settings + attribute(0x101E, wrap_tag or tagged(stream[:32], settings)[:8]))
     encryptor = Cipher(algorithms.AES(stream[32:48]), modes.CBC(vector)).encryptor()
     wrapped = vector + encryptor.update(padded + padder.finalize()) + encryptor.finalize()
     m2 = (attribute(0x104A, b"\x10") + attribute(0x1022, b"\5")
