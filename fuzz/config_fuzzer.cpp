@@ -1,5 +1,5 @@
-// Feeds each input as three files: vm1905.conf and vm1905_Version to the daemon, platform.conf to
-// the platform library.
+// Feeds each input as four files: vm1905.conf and vm1905_Version to the daemon, platform.conf and
+// wifi.conf to the platform library.
 #include "common/conf.h"
 #include "common/text.h"
 #include "db/data_manager.h"
@@ -8,6 +8,7 @@
 #include "process.h"
 #include "publish/json_data_model.h"
 #include "support/test_device.h"
+#include "wsc/wifi_conf.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const Bytes text(data, size);
@@ -30,6 +31,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         (void)parseMac(value);
         (void)parseNumber(value);
         (void)conf().matches(key, "eth0");
+    }
+
+    bool complained = false;
+    const auto networks = parseWifiConf(textOf(text), [&](int line, const std::string&) {
+        require(line > 0);
+        complained = true;
+    });
+    require(networks.has_value() != complained);
+    for (const auto& each : networks.value_or(WifiConf{})) {
+        require(!each.bands.empty() && !each.network.ssid.empty());
+        require(each.network.key.empty() == (each.network.auth == kAuthOpen));
+        require(!each.isOn(kBand6GHz) || each.network.auth == kAuthSae);
     }
     return 0;
 }

@@ -368,6 +368,30 @@ def manifest_seeds():
     yield "outside", manifest(SIZE=str(2**64 + 16), MODEL="-m", SHA256="g" * 64)
 
 
+def attributes(*pairs):
+    return b"".join(struct.pack(">HH", kind, len(value)) + value for kind, value in pairs)
+
+
+def wsc_seeds():
+    common = ((0x1004, b"\0\x61"), (0x1010, b"\0\x09"), (0x100D, b"\1"), (0x1008, b"\2\x80"))
+    own = (0x1049, bytes.fromhex("0a3c71") + b"\1\1\x21")
+    wfa = (0x1049, bytes.fromhex("00372a") + b"\0\1\x20")
+    m1 = ((0x104A, b"\x10"), (0x1022, b"\4"), (0x1047, b"\5" * 16), (0x1020, PEER_AL),
+          (0x101A, b"\1" * 16), (0x1032, b"\7" * 192), *common, (0x103C, b"\2"))
+    yield "m1", b"\0" + attributes(*m1, wfa, own)
+    yield "m1_without_extension", b"\0" + attributes(*m1, (0x1011, b"a" * 32), wfa)
+    yield "m1_item_beyond", b"\0" + attributes(*m1, (0x1049, bytes.fromhex("0a3c71") + b"\2\xff\1"))
+    yield "m1_long", b"\0" + attributes(*m1, (0x1050, b"x" * 1000))
+    yield "m2", b"\1" + attributes(
+        (0x104A, b"\x10"), (0x1022, b"\5"), (0x101A, b"\1" * 16), (0x1039, b"\2" * 16),
+        (0x1032, b"\7" * 192), *common, own, (0x1018, b"\3" * 64), (0x1005, b"\4" * 8))
+    settings = ((0x1045, b"home"), (0x1003, b"\0\x60"), (0x100F, b"\0\x08"), (0x1020, PEER_AL))
+    yield "settings", b"\2" + attributes(*settings, (0x1027, b"12345678"))
+    yield "settings_open", b"\2" + attributes((0x1045, bytes(range(32))), (0x1003, b"\0\1"),
+                                             (0x100F, b"\0\1"), (0x1027, b""))
+    yield "settings_repeated", b"\2" + attributes(*settings, *settings, (0x1027, b"k" * 65))
+
+
 def signed(kind, tlvs, counter, al=PEER_AL, **addresses):
     """A frame with the MIC of the key."""
     message = frame(kind, b"", counter & 0xFFFF, **addresses)
@@ -436,6 +460,9 @@ def config_seeds():
     yield "platform", (b'AL_MAC = 02:aa:00:00:00:01\nEXCLUDE = eth[0-9] "tap*, ?\n'
                        b'MEDIA_TYPE.eth0 = 0x105 # text\nSECURITY_MODE = 1\n'
                        b'HOSTNAME = "a # b"\nEXCLUDE = \nWIFI_ROLE.wlan0 = "open\nUNKNOWN = 1\n')
+    yield "wifi", (b'[home]\nBAND = 2.4, 5\nSSID = " a # b"\nAUTHENTICATION = wpa2+wpa3\n'
+                   b'KEY = 12345678 # c\n[x.y]\r\nBAND=6\nSSID_HEX=00ff\nAUTHENTICATION=wpa3-sae\n'
+                   b'KEY="# 345678"\n[free]\nBAND = guest-5\nSSID=x\nAUTHENTICATION = open\n')
     yield "bytes", bytes(range(256)) + b"\nAL_MAC=\0\n\0=\0"
 
 
@@ -583,6 +610,7 @@ def main():
     write("frame", [*seeds(), *vendor_seeds()])
     write("slot", list(slot_seeds()))
     write("manifest", list(manifest_seeds()))
+    write("wsc", list(wsc_seeds()))
     write("capture", list(capture_seeds()))
     write("config", list(config_seeds()))
     write("hook", list(hook_seeds()))

@@ -60,20 +60,6 @@ bool isKey(std::string_view text) {
     });
 }
 
-// Without quotes or a comment.
-std::string_view valueIn(std::string_view text) {
-    if (text.starts_with('"')) {
-        const size_t end = text.find('"', 1);
-        if (end != text.npos) return text.substr(1, end - 1);
-    }
-    for (size_t i = 0; i < text.size(); i++) {
-        if (text[i] == '#' && (i == 0 || text[i - 1] == ' ' || text[i - 1] == '\t')) {
-            return trim(text.substr(0, i));
-        }
-    }
-    return text;
-}
-
 struct {
     std::optional<Conf> conf;
 } loaded;
@@ -115,7 +101,7 @@ void Conf::parse(std::string_view text, Complaints complaints) {
             continue;
         }
         std::erase_if(entries_, [&key](const auto& known) { return known.first == key; });
-        entries_.emplace_back(key, valueIn(entry->value));
+        entries_.emplace_back(key, unquoted(entry->value));
     }
     if (bad > kMaxComplaints) {
         LOG_LINE(2, "platform.conf: %d more such lines", bad - kMaxComplaints);

@@ -85,6 +85,19 @@ std::optional<KeyValue> parseKeyValue(std::string_view line) {
     return KeyValue{trim(line.substr(0, equals)), trim(line.substr(equals + 1))};
 }
 
+std::string_view unquoted(std::string_view text) {
+    if (text.starts_with('"')) {
+        const size_t end = text.find('"', 1);
+        if (end != text.npos) return text.substr(1, end - 1);
+    }
+    for (size_t i = 0; i < text.size(); i++) {
+        if (text[i] == '#' && (i == 0 || text[i - 1] == ' ' || text[i - 1] == '\t')) {
+            return trim(text.substr(0, i));
+        }
+    }
+    return text;
+}
+
 bool matchesAny(std::string_view patterns, const std::string& name) {
     bool found = false;
     forEachWord(patterns, [&](std::string_view word) {

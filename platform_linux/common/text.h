@@ -36,6 +36,8 @@ struct KeyValue {
     std::string_view key, value;
 };
 std::optional<KeyValue> parseKeyValue(std::string_view line);
+// The value without the quotes around it, or without the comment after a blank and '#'.
+std::string_view unquoted(std::string_view value);
 
 // Calls take(word) for each word; blanks, commas and semicolons separate them.
 template <typename Take>

@@ -1,6 +1,7 @@
-// AP auto-configuration and push button messages. The daemon transports them; the product's hooks
-// decide what they mean for the radios. A hook answers with a WSC frame by printing it in
-// hexadecimal.
+// AP auto-configuration and push button messages. The daemon transports them. A Registrar with
+// wifi.conf and an Enrollee without hooks exchange M1 and M2 themselves. For the others, and for
+// push buttons, the product's hooks decide what the messages mean for the radios. A hook answers
+// with a WSC frame by printing it in hexadecimal.
 #include <algorithm>
 #include <memory>
 #include <vector>
@@ -10,6 +11,8 @@
 #include "common/hook.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "netctrl/autoconfig_enrollee.h"
+#include "netctrl/autoconfig_registrar.h"
 #include "netctrl/notices.h"
 #include "netctrl/renew.h"
 #include "netctrl/watch.h"
@@ -62,8 +65,9 @@ int sendRenew(uint8_t band) {
     return result;
 }
 
-int notifyRoleMessage(const char* hook, const ApAutoConfInfo* msg) {
+int notifyRoleMessage(const char* hook, const ApAutoConfInfo* msg, AutoConfCause cause) {
     if (msg == nullptr) return kFailure;
+    if (asksItself()) return startExchange(*msg, cause);
     return runAutoConfHook(hook,
                            {macText(msg->alMac), std::to_string(msg->supportedRole),
                             std::to_string(msg->freqBand), std::to_string(msg->msgId)},
@@ -106,15 +110,17 @@ int notifyApAutoConfSrchMsgReceived(const ApAutoConfSrch* msg) {
 }
 
 int notifyApAutoConfRespMsgReceived(const ApAutoConfInfo* msg) {
-    return notifyRoleMessage("autoconf-response", msg);
+    return notifyRoleMessage("autoconf-response", msg, AutoConfCause::kResponse);
 }
 
 int notifyApAutoConfRenewMsgReceived(const ApAutoConfInfo* msg) {
-    return notifyRoleMessage("autoconf-renew", msg);
+    return notifyRoleMessage("autoconf-renew", msg, AutoConfCause::kRenew);
 }
 
 int notifyApAutoConfWscMsgReceived(const ApAutoConfWsc* msg) {
     if (msg == nullptr || (msg->frame == nullptr && msg->frameLen != 0)) return kFailure;
+    if (answersItself()) return answerM1(*msg);
+    if (asksItself()) return takeM2(*msg);
     return runAutoConfHook("autoconf-wsc",
                            {macText(msg->alMac), macText(msg->srcMac),
                             hexText({msg->frame, msg->frameLen}), msg->updateTime},

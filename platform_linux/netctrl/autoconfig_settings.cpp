@@ -147,8 +147,8 @@ int getAPautoconfig(uint8_t* setting) {
     return kOk;
 }
 
-// The Wi-Fi sync list holds the devices that a renew still waits for. This library does not
-// configure the Wi-Fi of other devices, so the list is always empty.
+// The Wi-Fi sync list holds the devices that a renew still waits for. It is always empty here: the
+// daemon keeps the acknowledgements (getUnsyncedEnrollees).
 int getWPSSyncListByMac(WpsSyncRecord*) {
     return kFailure;
 }

@@ -12,6 +12,7 @@
 #include "common/log.h"
 #include "netctrl/firmware_offer.h"
 #include "netctrl/firmware_trust.h"
+#include "netctrl/wifi_file.h"
 
 namespace {
 
@@ -51,6 +52,7 @@ void nameUnsafeHooks() {
 
 int prepareConfinement(uint32_t user, uint32_t group) {
     reloadConf();
+    readWifiFile();
     if (user != 0) {
         const std::string log(conf().value("LOG_FILE"));
         if (!log.empty() && !log.starts_with("/tmp/")) {

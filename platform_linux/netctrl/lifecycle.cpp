@@ -7,11 +7,15 @@
 #include "common/helper.h"
 #include "common/hook.h"
 #include "common/log.h"
+#include "netctrl/autoconfig_enrollee.h"
+#include "netctrl/autoconfig_networks.h"
+#include "netctrl/autoconfig_registrar.h"
 #include "netctrl/firmware_fetch.h"
 #include "netctrl/firmware_upgrade.h"
 #include "netctrl/isolate.h"
 #include "netctrl/notices.h"
 #include "netctrl/watch.h"
+#include "netctrl/wifi_file.h"
 
 namespace {
 
@@ -35,11 +39,14 @@ int requestService(uint32_t servId, void* info) {
 void tickSecond() {
     collectJobs();
     workOnUpgrade();
+    tickRegistrar();
+    tickEnrollee();
 }
 
 int initNetCtrl() {
     // A confined daemon may not be able to read it any more.
     if (!isConfined()) reloadConf();
+    openWifiFile();
     startUpgrade();
     return openWatch() ? kOk : kFailure;
 }
@@ -70,6 +77,10 @@ int destroyNetCtrl() {
     closeWatch();
     dropNotices();
     dropUpgrade();
+    dropRegistrar();
+    dropEnrollee();
+    dropNetworks();
+    closeWifiFile();
     endAllJobs();
     forgetHooks();
     callbacks = {};

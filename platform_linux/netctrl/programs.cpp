@@ -20,6 +20,7 @@ constexpr seconds kTransfer{300};
 
 constexpr auto kPrograms = std::to_array<Program>({
     {"ap-steering", "n"},
+    {"autoconf-networks", "n", kSlow},
     {"autoconf-renew", "mnnn"},
     {"autoconf-response", "mnnn"},
     {"autoconf-wsc", "mmxt"},

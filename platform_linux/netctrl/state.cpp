@@ -321,10 +321,3 @@ int getWIFIChannelInfo(WifiChannels* channels) {
     *channels = channelsOf(std::move(frequencies));
     return kOk;
 }
-
-// Only the hooks know which network a WSC frame configures.
-int getAPautoconfigTimes(AutoConfTimes* times) {
-    if (times == nullptr) return kFailure;
-    *times = {};
-    return kOk;
-}

@@ -58,7 +58,7 @@ class Heard:
         self.time = time.monotonic()
         self.destination, self.source = frame[:6].hex(":"), frame[6:12].hex(":")
         self.type, self.id = struct.unpack(">HH", frame[16:20])
-        self.vendor = self.payload = None
+        self.tlvs, self.vendor, self.payload = frame[22:], None, None
         if self.type == VENDOR and frame[22] == 11 and frame[25:28] == bytes.fromhex("0a3c71"):
             self.vendor, length = struct.unpack(">HH", frame[36:40])
             self.payload = frame[40:40 + length]

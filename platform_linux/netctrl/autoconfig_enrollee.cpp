@@ -1,0 +1,185 @@
+#include "netctrl/autoconfig_enrollee.h"
+
+#include <algorithm>
+#include <array>
+#include <list>
+#include <optional>
+#include <vector>
+
+#include "base/result.h"
+#include "common/hook.h"
+#include "common/log.h"
+#include "common/text.h"
+#include "netctrl/autoconfig_networks.h"
+#include "netctrl/notices.h"
+#include "netctrl/watch.h"
+#include "wsc/exchange.h"
+
+namespace {
+
+// An M1 is sent at most five times, after 2, 4, 8 and 16 seconds again.
+constexpr unsigned kFirstRetry = 2;
+constexpr unsigned kMaxSends = 5;
+// Gaps between searches double from the first to the longest.
+constexpr unsigned kFirstSearchGap = 5;
+constexpr unsigned kLongestSearchGap = 320;
+constexpr size_t kMaxExchanges = 16;
+
+struct Exchange {
+    MacAddr registrar;  // its AL MAC
+    WscEnrollee session;
+    unsigned sends = 0;
+    unsigned wait = 0;  // seconds until the M1 is sent again
+    std::vector<std::optional<WifiNetwork>> networks;
+
+    std::string bandName() const { return std::string(session.band->name); }
+};
+
+struct Search {
+    unsigned wait = 0;  // seconds until the next one
+    unsigned gap = kFirstSearchGap;
+    bool isDone = false;  // the band has its networks
+};
+
+struct {
+    std::list<Exchange> exchanges;
+    std::array<Search, std::size(kWifiBandTable)> searches;  // ordered as the table
+} enrollee;
+
+Search& searchOf(const WifiBand& band) {
+    return enrollee.searches[static_cast<size_t>(&band - kWifiBandTable)];
+}
+
+int refuse(const uint8_t* alMac, const WscRefusal& why) {
+    LOG_LINE(2, "autoconf: M2 of %s is refused: %s", macText(alMac).c_str(), why.c_str());
+    return kFailure;
+}
+
+int sendM1(Exchange& exchange) {
+    exchange.wait = kFirstRetry << exchange.sends++;
+    ApAutoConfWscReq request{};
+    exchange.registrar.copyTo(request.dstMac);
+    request.frameLen = static_cast<uint16_t>(exchange.session.m1.view().size());
+    request.frame = exchange.session.m1.view().data();
+    return requestService(SERV_REQ_AP_AUTOCONF_WSC, &request);
+}
+
+// Stores what an M2 has. True if it was the last one that was missing.
+bool takeAnswer(Exchange& exchange, const WscAnswer& answer) {
+    auto& networks = exchange.networks;
+    if (networks.size() != answer.place.count) networks.clear();
+    networks.resize(answer.place.count);
+    if (!networks.empty()) networks[answer.place.index] = answer.network;
+    return std::ranges::all_of(networks, [](const auto& each) { return each.has_value(); });
+}
+
+void finish(const Exchange& exchange, const char* updateTime) {
+    ReceivedNetworks received{exchange.session.band, updateTime, {}};
+    for (const auto& network : exchange.networks) received.networks.push_back(*network);
+    searchOf(*received.band).isDone = true;
+    applyNetworks(received);
+}
+
+bool sendsSearches(const WifiBand& band) {
+    WpsConfig config{};
+    WpsBandConfig own{};
+    (void)getWPSConfig(&config);
+    return (getWPSConfByBand(band.number, &own) == kOk ? own.sendSearch : config.sendSearch) != 0;
+}
+
+void tickSearch(const WifiBand& band) {
+    Search& search = searchOf(band);
+    if (!sendsSearches(band) || !asksItself()) {
+        search = {};
+        return;
+    }
+    const bool isOpen = std::ranges::any_of(
+        enrollee.exchanges, [&band](const Exchange& each) { return each.session.band == &band; });
+    if (search.isDone || isOpen) return;
+    if (search.wait > 0) {
+        search.wait--;
+        return;
+    }
+    (void)sendWPSSearch(band.number);
+    search.wait = search.gap - 1;
+    search.gap = std::min(2 * search.gap, kLongestSearchGap);
+}
+
+// True if it has ended without an answer.
+bool tickExchange(Exchange& exchange) {
+    if (--exchange.wait > 0) return false;
+    if (exchange.sends < kMaxSends) {
+        (void)sendM1(exchange);
+        return false;
+    }
+    LOG_LINE(2, "autoconf: %s has not given the networks of band %s",
+             macText(exchange.registrar).c_str(), exchange.bandName().c_str());
+    return true;
+}
+
+}  // namespace
+
+bool asksItself() {
+    WpsConfig config{};
+    return getWPSConfig(&config) == kOk && config.deviceType == PLATFORM_ENROLLEE &&
+           !hasHook("autoconf-response") && !hasHook("autoconf-renew") && !hasHook("autoconf-wsc");
+}
+
+int startExchange(const ApAutoConfInfo& msg, AutoConfCause cause) {
+    const WifiBand* band = wifiBandOf(msg.freqBand);
+    if (msg.supportedRole != PLATFORM_REGISTRAR || band == nullptr) {
+        LOG_LINE(2, "autoconf: %s has role %d and band %d, which this device does not know",
+                 macText(msg.alMac).c_str(), msg.supportedRole, msg.freqBand);
+        return kFailure;
+    }
+    auto& exchanges = enrollee.exchanges;
+    const auto found = std::ranges::find_if(exchanges, [&](const Exchange& each) {
+        return each.registrar == MacAddr(msg.alMac) && each.session.band == band;
+    });
+    if (found != exchanges.end()) {
+        if (cause == AutoConfCause::kResponse) return kOk;
+        exchanges.erase(found);
+    }
+    if (exchanges.size() >= kMaxExchanges) {
+        LOG_LINE(2, "autoconf: too many exchanges are under way");
+        return kFailure;
+    }
+    char name[128] = {};
+    (void)getHostname(name);
+    Exchange& fresh = exchanges.emplace_back();
+    fresh.registrar = MacAddr(msg.alMac);
+    if (!startWsc(fresh.session, *band, {reportedAlMac().value_or(MacAddr{}), name})) {
+        LOG_LINE(1, "autoconf: no M1 can be made");
+        exchanges.pop_back();
+        return kFailure;
+    }
+    return sendM1(fresh);
+}
+
+int takeM2(const ApAutoConfWsc& msg) {
+    const Bytes frame(msg.frame, msg.frameLen);
+    if (wscMessageOf(frame) != WscMessage::kM2) return refuse(msg.alMac, "it is no M2");
+    const auto found = std::ranges::find(
+        enrollee.exchanges, enrolleeNonceOf(frame),
+        [](const Exchange& each) -> const WscNonce& { return each.session.nonce; });
+    if (found == enrollee.exchanges.end() || found->registrar != MacAddr(msg.alMac)) {
+        return refuse(msg.alMac, "no exchange with it has this nonce");
+    }
+    WscAnswer answer;
+    const WscRefusal why = readM2(found->session, frame, answer);
+    if (!why.empty()) return refuse(msg.alMac, why);
+    if (takeAnswer(*found, answer)) {
+        finish(*found, msg.updateTime);
+        enrollee.exchanges.erase(found);
+    }
+    return kOk;
+}
+
+void tickEnrollee() {
+    enrollee.exchanges.remove_if(tickExchange);
+    for (const WifiBand& band : kWifiBandTable) tickSearch(band);
+}
+
+void dropEnrollee() {
+    enrollee = {};
+}

@@ -1,0 +1,112 @@
+"""The networks of the Registrar's wifi.conf reach an Enrollee, and devices of other makes."""
+
+import json
+import struct
+
+import pytest
+from frames import MULTICAST
+from lab import Lab, port_mac, wait_until
+from neighbor import Neighbor, raw, tlv
+from wsc_enrollee import Enrollee
+from wsc_registrar import answer
+
+SEARCH, RESPONSE, WSC, RENEW = 7, 8, 9, 10
+BAND_5, ACKNOWLEDGED = b"\1", 31
+MAIN = """[home]
+BAND = 2.4 5
+SSID = home
+AUTHENTICATION = wpa2+wpa3
+KEY = "12345678"
+"""
+MESH = """[mesh]
+BAND = 5
+SSID = mesh
+AUTHENTICATION = wpa3-sae
+KEY = "87654321"
+"""
+
+
+@pytest.fixture(scope="module")
+def lab():
+    with Lab("line", "2", "--args", "dev1=-x 0 -z 1", "--args", "dev2=-x 1 -y 1") as made:
+        configure(made, MAIN + MESH)
+        made.complete()
+        yield made
+
+
+def configure(lab, text):
+    lab.run("dev1", "sh", "-c", "cat > /etc/vm1905/wifi.conf", input=text)
+
+
+def received(lab, band):
+    """The networks that dev2 has: names in hexadecimal, types and keys; None before it has any."""
+    done = lab.attempt("exec", "dev2", "--", "cat", f"/var/run/vm1905/wifi-{band}.conf")
+    if done.returncode != 0:
+        return None
+    rows = [line.split(" = ", 1)[1] for line in done.stdout.splitlines() if " = " in line]
+    return [tuple(rows[n + 1:n + 4]) for n in range(0, len(rows), 4)]
+
+
+def test_an_enrollee_gets_the_networks_and_their_changes(lab):
+    home = (b"home".hex(), "wpa2+wpa3", '"12345678"')
+    mesh = (b"mesh".hex(), "wpa3-sae", '"87654321"')
+    lab.until(lambda: received(lab, 0) == [home] and received(lab, 1) == [home, mesh] and
+              received(lab, 32) == received(lab, 33) == [], "the networks of four bands")
+
+    configure(lab, MAIN + MESH.replace("87654321", "changed key"))
+    lab.until(lambda: received(lab, 1) == [home, (*mesh[:2], '"changed key"')], "the new key")
+
+    def synchronized():
+        text = lab.run("dev1", "cat", "/tmp/vm1905_APautoconfig.json")
+        own = json.loads(text) if text.endswith("}\n") else {}
+        other = own.get("NetworkTopology", {}).get("IEEE1905Device.1", {})
+        return (other.get("AP-autoconfig_Sync", [0, 0])[1] == 1 and len(own["Main5G_time"]) == 10
+                and own["Main5G_time"] == other["Main5G_time"])
+
+    lab.until(synchronized, "the Registrar shows when its networks were configured", gain=5)
+
+
+def test_an_enrollee_of_another_make_understands_the_answers(lab):
+    with Neighbor(lab, "dev2", "eth0") as other:
+        target = port_mac(1, 0)
+        other.hello(target)
+        other.send(MULTICAST, SEARCH, tlv(1, raw(other.al)) + tlv(13, b"\0") + tlv(14, BAND_5))
+        wait_until(lambda: any(frame.type == RESPONSE for frame in list(other.heard)), 10,
+                   "the Registrar answers the search")
+        enrollee = Enrollee(raw(other.al), b"\2", auth=0x61)
+        other.send(target, WSC, tlv(1, raw(other.al)) + tlv(17, enrollee.m1))
+
+        def networks():
+            read = [enrollee.read(wsc_of(frame)) for frame in list(other.heard)
+                    if frame.type == WSC]
+            return [(each[0x1045], *struct.unpack(">H", each[0x1003]), each[0x1027])
+                    for each in read]
+
+        wait_until(lambda: len(networks()) == 2, 10, "two M2")
+        assert networks() == [(b"home", 0x60, b"12345678"), (b"mesh", 0x40, b"changed key")]
+
+
+def wsc_of(frame):
+    """The value of the WSC TLV, which follows the AL MAC."""
+    kind, length = struct.unpack_from(">BH", frame.tlvs, 9)
+    assert kind == 17
+    return frame.tlvs[12:12 + length]
+
+
+def test_a_registrar_of_another_make_is_understood(lab):
+    with Neighbor(lab, "dev1", "eth0", "02:57:a0:00:01:00", "02:57:a0:00:01:ff") as other:
+        target = port_mac(2, 0)
+        other.hello(target)
+        other.send(MULTICAST, RENEW, tlv(1, raw(other.al)) + tlv(15, b"\0") + tlv(16, BAND_5))
+        m1 = wait_until(lambda: next((frame for frame in list(other.heard) if frame.type == WSC),
+                                     None), 10, "an M1")
+        settings = b"foreign \xff", b"\0\x22", b"a key of 19 letters"
+        m2 = answer(wsc_of(m1), *settings)
+        forged = m2[:-1] + bytes([m2[-1] ^ 1])
+        for message in (forged, answer(wsc_of(m1), *settings, bytes(8)), m2):
+            other.send(m1.source, WSC, tlv(1, raw(other.al)) + tlv(17, message))
+        network = (b"foreign \xff".hex(), "wpa2-psk", '"a key of 19 letters"')
+        wait_until(lambda: received(lab, 1) == [network], 10, "its network")
+        for flaw in ("its authenticator", "the key wrap authenticator"):
+            assert f"is refused: {flaw} is wrong" in lab.log("dev2")
+        assert any(frame.vendor == ACKNOWLEDGED for frame in other.heard)
