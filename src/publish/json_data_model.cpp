@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cassert>
 #include <optional>
+#include <utility>
 
 #include "base/state.h"
 #include "base/store.h"
@@ -96,7 +97,7 @@ void forgetExcess(std::vector<DataModelBlocks::Block>& blocks) {
     for (auto& block : blocks) {
         const size_t size = block.text.size();
         if (kept + size > kKeptPerDevice * blocks.size()) {
-            block = {};
+            (void)std::exchange(block, {});  // an assignment alone would not free the text
         } else {
             kept += size;
         }

@@ -7,8 +7,9 @@ namespace {
 
 constexpr size_t kMacSize = 19;
 constexpr size_t kMostDigits = 20;
+constexpr size_t kLevels = 8;  // that are usual
 
-char* put(char* to, std::string_view part) {
+inline char* put(char* to, std::string_view part) {
     return std::copy(part.begin(), part.end(), to);
 }
 
@@ -36,24 +37,31 @@ char* putQuoted(char* to, std::string_view value) {
     return to;
 }
 
-}  // namespace
-
-char* JsonWriter::roomFor(size_t bytes) {
-    if (out_.size() - size_ < bytes) out_.resize(std::max(2 * out_.size(), size_ + bytes));
-    return out_.data() + size_;
+// Writes at least kLevels tabs, because a constant number takes one instruction; what follows
+// overwrites those in excess.
+inline char* putTabs(char* to, size_t number) {
+    std::fill_n(to, kLevels, '\t');
+    if (number > kLevels) std::fill_n(to, number, '\t');
+    return to + number;
 }
 
-char* JsonWriter::startKey(size_t room) {
-    char* to = roomFor(depth_ + 3 + room);
+}  // namespace
+
+void JsonWriter::enlarge(size_t bytes) {
+    out_.resize(std::max(2 * out_.size(), size_ + bytes));
+}
+
+inline char* JsonWriter::startKey(size_t room) {
+    char* to = roomFor(kLevels + depth_ + 3 + room);
     if (!first_) *to++ = ',';
     first_ = false;
     *to++ = '\n';
-    to = std::fill_n(to, depth_, '\t');
+    to = putTabs(to, depth_);
     *to++ = '"';
     return to;
 }
 
-char* JsonWriter::startMember(std::string_view key, size_t column, size_t room) {
+inline char* JsonWriter::startMember(std::string_view key, size_t column, size_t room) {
     char* to = put(startKey(key.size() + 3 + column + room), key);
     to = put(to, "\": ");
     if (column > key.size() + 1) to = std::fill_n(to, column - key.size() - 1, ' ');
@@ -83,9 +91,9 @@ void JsonWriter::beginObject(std::string_view prefix, size_t number) {
 
 void JsonWriter::end() {
     depth_--;
-    char* to = roomFor(depth_ + 2);
+    char* to = roomFor(kLevels + depth_ + 2);
     *to++ = '\n';
-    to = std::fill_n(to, depth_, '\t');
+    to = putTabs(to, depth_);
     *to++ = '}';
     finish(to);
     first_ = false;

@@ -48,7 +48,11 @@ class JsonWriter {
     // Start a member or its key and return where to go on, with room for that many bytes more.
     char* startKey(size_t room);
     char* startMember(std::string_view key, size_t column, size_t room);
-    char* roomFor(size_t bytes);
+    char* roomFor(size_t bytes) {
+        if (out_.size() - size_ < bytes) enlarge(bytes);
+        return out_.data() + size_;
+    }
+    void enlarge(size_t bytes);
     void finish(const char* end) { size_ = static_cast<size_t>(end - out_.data()); }
 
     std::string out_;  // longer than the text: a member is written with one check for room

@@ -242,7 +242,7 @@ TEST_F(JsonDataModel, RendersTheDevicesThatChanged) {
     EXPECT_EQ(rendered(), "123") << "the others have new numbers";
     devs.edit(*devs.begin()).ieee1905Lists[0].nbrs.resize(100);
     EXPECT_EQ(rendered(), "1");
-    EXPECT_EQ(stateOf<DataModelBlocks>().blocks[0].text, "") << "too large to be kept";
+    EXPECT_LT(stateOf<DataModelBlocks>().blocks[0].text.capacity(), 100U) << "too large to keep";
     destroyDatabase();
     EXPECT_EQ(rendered(), "");
     EXPECT_TRUE(stateOf<DataModelBlocks>().blocks.empty());
