@@ -358,6 +358,11 @@ def clock():
     return "8 steps, 2 neighbors forgotten in time, none before"
 
 
+def end_client(pid):
+    with contextlib.suppress(ProcessLookupError):  # it has ended by itself
+        os.kill(pid, signal.SIGKILL)
+
+
 @case
 def kill():
     """daemons and clients killed at random moments while orders run"""
@@ -383,14 +388,14 @@ def kill():
                 mesh.start_daemon(victim)
                 mesh.until_it_answers(victim)
             else:
-                os.kill(victim, signal.SIGKILL)
+                end_client(victim)
             running = [client for client in running if client.poll() is None]
             running += [more_clients() for _ in range(3 - len(running))]
             if number % 20 == 0:
                 say(f"{number} killed")
         while running:  # one that has just started is not listed yet
             for pid in clients() - keeper:
-                os.kill(pid, signal.SIGKILL)
+                end_client(pid)
             time.sleep(0.1)
             running = [client for client in running if client.poll() is None]
         mesh.as_before()
