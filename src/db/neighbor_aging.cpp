@@ -198,6 +198,12 @@ bool lacksLldp(const IntfNbrDev& nbr, Seconds time) {
            time - nbr.discTime >= kLldpGrace && !lldpIsFresh(nbr, nbr.discTime);
 }
 
+// Gives back most of the memory of a table that a flood had filled.
+template <typename T>
+void shrink(std::vector<T>& table) {
+    if (table.capacity() > 4 * table.size() + 64) table.shrink_to_fit();
+}
+
 // When checkIntfNbrIntfTimeOut may have something to do for an entry that it has just looked at.
 Seconds nextDue(const IntfNbrDev& nbr, Seconds time) {
     if (!nbr.claimant.isZero()) return time + 1;
@@ -310,6 +316,7 @@ int checkIntfNbrIntfTimeOut() {
             due = std::min(due, nextDue(*it, time));
             ++it;
         }
+        shrink(intf.nbrs);
     }
     return report(changed);
 }
@@ -377,6 +384,7 @@ int checkNbrDevTableTimeOut() {
         due = std::min(due, nextDue(*it));
         ++it;
     }
+    shrink(devs);
     return kOk;
 }
 

@@ -1,5 +1,7 @@
 #include "publish/data_model_files.h"
 
+#include <malloc.h>
+
 #include <algorithm>
 
 #include "base/clock.h"
@@ -11,9 +13,24 @@
 namespace {
 
 constexpr int64_t kPauseFactor = 10;
+constexpr size_t kMuchText = 131072;
 
 auto& allFiles() {
     return stateOf<DataModelFiles>().files;
+}
+
+// The allocator keeps what a large mesh, or a flood, once took.
+void giveBackMemory() {
+#ifdef __GLIBC__
+    (void)malloc_trim(0);
+#endif
+}
+
+void noteSize(DataModelFiles::File& file, size_t size) {
+    file.largest = std::max(file.largest, size);
+    if (file.largest < kMuchText || size >= file.largest / 2) return;
+    giveBackMemory();
+    file.largest = size;
 }
 
 void rewrite(std::string_view name, DataModelFiles::File& file, RenderFile render) {
@@ -21,9 +38,12 @@ void rewrite(std::string_view name, DataModelFiles::File& file, RenderFile rende
     const int64_t start = uptimeUs();
     const std::string path = std::string(getDataModelFolderOption()).append("/").append(name);
     LOG(4, "(file = %s)\n", path.c_str());
+    size_t size = 0;
     render([&](std::span<const std::string_view> pieces) {
         (void)noteFileTrouble(path, replacePublicFile(path, pieces, getDataModelModeOption()));
+        for (const auto& piece : pieces) size += piece.size();
     });
+    noteSize(file, size);
     const int64_t end = uptimeUs();
     file.earliest = end + kPauseFactor * (end - start);
 }
