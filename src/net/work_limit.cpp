@@ -1,5 +1,7 @@
 #include "net/work_limit.h"
 
+#include <algorithm>
+
 #include "base/log.h"
 #include "base/state.h"
 #include "db/database.h"
@@ -48,7 +50,7 @@ bool mayWork(const MacAddr& srcMac, Work work, unsigned count) {
 
 void noteAnswer(const MacAddr& srcMac, const MacAddr& alMac) {
     auto& answered = module().answered;
-    if (answered.size() >= kMaxAnswered) {
+    if (answered.size() >= std::min(kMaxAnswered, 64 + 4 * getNbrDevTable().size())) {
         std::erase_if(answered, [](const auto& entry) { return isStranger(entry.first); });
     }
     if (answered.size() < kMaxAnswered) answered[srcMac] = alMac;

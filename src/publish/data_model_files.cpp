@@ -13,24 +13,20 @@
 namespace {
 
 constexpr int64_t kPauseFactor = 10;
-constexpr size_t kMuchText = 131072;
 
 auto& allFiles() {
     return stateOf<DataModelFiles>().files;
 }
 
-// The allocator keeps what a large mesh, or a flood, once took.
+// The allocator keeps what the tables of a large mesh, or of a flood, once took.
 void giveBackMemory() {
 #ifdef __GLIBC__
-    (void)malloc_trim(0);
+#if __GLIBC_PREREQ(2, 33)
+    constexpr size_t kSpare = 262144;
+    const struct mallinfo2 heap = mallinfo2();
+    if (heap.fordblks > heap.uordblks + kSpare) (void)malloc_trim(0);
 #endif
-}
-
-void noteSize(DataModelFiles::File& file, size_t size) {
-    file.largest = std::max(file.largest, size);
-    if (file.largest < kMuchText || size >= file.largest / 2) return;
-    giveBackMemory();
-    file.largest = size;
+#endif
 }
 
 void rewrite(std::string_view name, DataModelFiles::File& file, RenderFile render) {
@@ -38,12 +34,10 @@ void rewrite(std::string_view name, DataModelFiles::File& file, RenderFile rende
     const int64_t start = uptimeUs();
     const std::string path = std::string(getDataModelFolderOption()).append("/").append(name);
     LOG(4, "(file = %s)\n", path.c_str());
-    size_t size = 0;
     render([&](std::span<const std::string_view> pieces) {
         (void)noteFileTrouble(path, replacePublicFile(path, pieces, getDataModelModeOption()));
-        for (const auto& piece : pieces) size += piece.size();
     });
-    noteSize(file, size);
+    giveBackMemory();
     const int64_t end = uptimeUs();
     file.earliest = end + kPauseFactor * (end - start);
 }

@@ -20,7 +20,6 @@ struct DataModelFiles {
     struct File {
         int64_t earliest = 0;          // microseconds since boot; 0 if never written
         RenderFile waiting = nullptr;  // a rewrite that is requested, but not due
-        size_t largest = 0;            // bytes, since memory was last given back
     };
     std::map<std::string_view, File> files;
 };
