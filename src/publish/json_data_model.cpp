@@ -18,8 +18,10 @@
 namespace {
 
 // A block takes some 3 kB, and 270 bytes more for each neighbor. In a large mesh on one segment
-// every device has all others as neighbors, so not all blocks are kept.
+// every device has all others as neighbors, so not all blocks are kept; nor are those of thousands
+// of devices, which only a flood makes.
 constexpr size_t kKeptPerDevice = 6000;  // bytes
+constexpr size_t kMostKept = 1U << 20;
 
 // Without devices. The text of one device is in there only while it is rendered.
 constexpr size_t kExpectedSize = 16384;
@@ -93,10 +95,11 @@ void updateBlocks(JsonWriter& out, DataModelBlocks& cache, const AlTable& al,
 }
 
 void forgetExcess(std::vector<DataModelBlocks::Block>& blocks) {
+    const size_t most = std::min(kKeptPerDevice * blocks.size(), kMostKept);
     size_t kept = 0;
     for (auto& block : blocks) {
         const size_t size = block.text.size();
-        if (kept + size > kKeptPerDevice * blocks.size()) {
+        if (kept + size > most) {
             (void)std::exchange(block, {});  // an assignment alone would not free the text
         } else {
             kept += size;
