@@ -5,5 +5,5 @@
 void MessageMemory::store(const MacAddr& alMac, uint16_t msgType, uint16_t msgId) {
     auto* const oldest = std::ranges::min_element(
         entries_, {}, [](const Entry& entry) { return entry.msgId == kFree ? 0 : entry.order; });
-    *oldest = {alMac, msgType, msgId, now(), ++stored_};
+    *oldest = {alMac, msgType, msgId, now(), ++stored_, false};
 }

@@ -14,7 +14,8 @@ class MessageMemory {
         uint16_t msgType = 0;
         int32_t msgId = kFree;
         Seconds time = 0;
-        uint64_t order = 0;  // of storing: many are stored in the same second
+        uint64_t order = 0;           // of storing: many are stored in the same second
+        bool othersAnswered = false;  // a query: another device than the one asked has answered
     };
     static constexpr int32_t kFree = -1;
 

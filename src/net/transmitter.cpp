@@ -441,8 +441,11 @@ Responder checkMatchQueryRespPair(const MacAddr& srcMac, uint16_t respType, uint
         return Responder::kAsked;
     }
     // Meant: any device may answer, unless the query went to the all-zero address. The query then
-    // remains, for the device that was asked.
-    const auto* const other =
-        findQuery(respType, respId, [](const auto& query) { return !query.alMac.isZero(); });
-    return other != nullptr ? Responder::kOther : Responder::kNone;
+    // remains for the device that was asked, but not for more of the others.
+    auto* const others = findQuery(respType, respId, [](const auto& query) {
+        return !query.alMac.isZero() && !query.othersAnswered;
+    });
+    if (others == nullptr) return Responder::kNone;
+    others->othersAnswered = true;
+    return Responder::kOther;
 }

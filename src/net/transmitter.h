@@ -67,7 +67,7 @@ int registerQueriedMsg(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId);
 // Who sent a response: the device that was asked, another one, or none that may answer.
 enum class Responder { kAsked, kOther, kNone };
 // Finds the registered query that the response of a neighbor (AL MAC or interface MAC) answers. It
-// is forgotten if the response comes from the device that was asked. kNone if there is no such
-// query, or no database.
+// is forgotten if the response comes from the device that was asked; of others, one may answer.
+// kNone if there is no such query, or no database.
 [[nodiscard]] Responder checkMatchQueryRespPair(const MacAddr& srcMac, uint16_t respType,
                                                 uint16_t respId);
