@@ -124,7 +124,8 @@ class Line(Mesh):
 
     def memory(self, device):
         text = pathlib.Path(f"/proc/{self.daemon(device)}/smaps_rollup").read_text("ascii")
-        return sum(map(int, re.findall(r"^Private_\w+:\s+(\d+) kB", text, re.MULTILINE)))
+        # Not the pages of files: they count as its own or shared as other processes come and go.
+        return int(re.search(r"^Anonymous:\s+(\d+) kB", text, re.MULTILINE)[1])
 
     def command(self, device, text):
         return self.attempt("exec", device, "--", "vm1905ctl", *text.split())
