@@ -3,6 +3,9 @@
 #include <cstdlib>
 
 #include "netctrl/firmware_image.h"
+#include "platform/exports.h"
+
+uint8_t DEBUGLEVEL = 0;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);

@@ -1,8 +1,11 @@
 // Feeds messages of Wi-Fi Simple Configuration. The first byte of an input selects what the others
 // are: an M1, an M2, or the settings that an M2 has in encrypted form.
+#include "platform/exports.h"
 #include "process.h"
 #include "wsc/exchange.h"
 #include "wsc/wifi_conf.h"
+
+uint8_t DEBUGLEVEL = 0;
 
 namespace {
 

@@ -13,6 +13,7 @@
 #include "common/files.h"
 #include "common/hook.h"
 #include "common/log.h"
+#include "common/secret.h"
 #include "common/text.h"
 #include "netctrl/wifi_file.h"
 
@@ -60,7 +61,7 @@ void applyNetworks(const ReceivedNetworks& given) {
     if (!makeOwnFolder() || !writeSecret(path, text)) {
         LOG_LINE(1, "the networks of this device cannot be written to %s", path.c_str());
     }
-    OPENSSL_cleanse(text.data(), text.size());
+    eraseSecret(text);
     LOG_LINE(3, "autoconf: this device has %zu networks on band %s", given.networks.size(),
              std::string(band.name).c_str());
     received.times[band.number] =

@@ -1,7 +1,6 @@
 #include "netctrl/firmware_image.h"
 
 #include <fcntl.h>
-#include <openssl/evp.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -86,19 +85,14 @@ std::optional<Digest> Digest::open(const std::string& path) {
 }
 
 std::optional<Digest> Digest::of(Fd file) {
-    Context context(EVP_MD_CTX_new(), EVP_MD_CTX_free);
-    if (!file || context == nullptr ||
-        EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) != 1) {
-        return std::nullopt;
-    }
-    return Digest(std::move(file), std::move(context));
+    auto sha256 = crypto().sha256();
+    if (!file || sha256 == nullptr) return std::nullopt;
+    return Digest(std::move(file), std::move(sha256));
 }
 
 std::string Digest::result() {
-    std::array<uint8_t, EVP_MAX_MD_SIZE> bytes;
-    unsigned size = 0;
-    if (EVP_DigestFinal_ex(context_.get(), bytes.data(), &size) != 1) return {};
-    return hexText({bytes.data(), size});
+    std::array<uint8_t, kSha256Size> bytes;
+    return sha256_->finish(bytes) ? hexText(bytes) : "";
 }
 
 std::optional<std::string> Digest::step(std::chrono::milliseconds most) {
@@ -108,9 +102,7 @@ std::optional<std::string> Digest::step(std::chrono::milliseconds most) {
     do {
         const ssize_t n = read(file_.get(), block.data(), block.size());
         if (n == 0) return result();
-        if (n < 0 || EVP_DigestUpdate(context_.get(), block.data(), static_cast<size_t>(n)) != 1) {
-            return "";
-        }
+        if (n < 0 || !sha256_->add(Bytes(block).first(static_cast<size_t>(n)))) return "";
     } while (Clock::now() < until);
     return std::nullopt;
 }

@@ -12,8 +12,7 @@
 #include <string_view>
 
 #include "base/fd.h"
-
-struct evp_md_ctx_st;
+#include "crypto/crypto.h"
 
 inline constexpr std::string_view kManifestSuffix = ".manifest";
 inline constexpr size_t kMostManifest = size_t{16} * 1024;
@@ -60,10 +59,10 @@ class Digest {
     std::optional<std::string> step(std::chrono::milliseconds most = std::chrono::milliseconds(40));
 
   private:
-    using Context = std::unique_ptr<evp_md_ctx_st, void (*)(evp_md_ctx_st*)>;
-    Digest(Fd file, Context context) : file_(std::move(file)), context_(std::move(context)) {}
+    Digest(Fd file, std::unique_ptr<Sha256> sha256)
+        : file_(std::move(file)), sha256_(std::move(sha256)) {}
     std::string result();
 
     Fd file_;
-    Context context_;
+    std::unique_ptr<Sha256> sha256_;
 };

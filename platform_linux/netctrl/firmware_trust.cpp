@@ -1,57 +1,35 @@
 #include "netctrl/firmware_trust.h"
 
-#include <openssl/bio.h>
-#include <openssl/evp.h>
-#include <openssl/pem.h>
-
 #include <algorithm>
-#include <memory>
 #include <vector>
 
 #include "api.h"
 #include "common/conf.h"
 #include "common/files.h"
 #include "common/log.h"
+#include "crypto/crypto.h"
 
 namespace {
-
-using Key = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
 
 constexpr size_t kMostKeys = 32;
 constexpr size_t kMostKeyFile = size_t{16} * 1024;
 constexpr std::string_view kKeySuffix = ".pem";
 
-const uint8_t* bytesOf(const std::string& text) {
-    return reinterpret_cast<const uint8_t*>(text.data());
-}
-
-// The public key in a PEM file; empty if it holds none, or one of another kind than Ed25519.
-Key readKey(const std::string& path) {
-    const std::string text = readFile(path, kMostKeyFile);
-    const std::unique_ptr<BIO, decltype(&BIO_free)> pem(
-        BIO_new_mem_buf(text.data(), static_cast<int>(text.size())), BIO_free);
-    // Without this function an encrypted file would make OpenSSL ask for its password.
-    const auto noPassword = [](char*, int, int, void*) { return -1; };
-    Key key(pem ? PEM_read_bio_PUBKEY(pem.get(), nullptr, noPassword, nullptr) : nullptr,
-            EVP_PKEY_free);
-    if (key && EVP_PKEY_is_a(key.get(), "ED25519") != 1) key.reset();
-    return key;
-}
-
 std::string keyFolder() {
     return std::string(conf().value("FIRMWARE_KEYS"));
 }
 
-// Read for every image, so that a key can be added or removed at any time.
-std::vector<Key> readKeys() {
-    std::vector<Key> keys;
+// The public keys, in PEM. Read for every image, so that one can be added or removed at any time.
+std::vector<std::string> readKeys() {
+    std::vector<std::string> keys;
     std::error_code error;
     for (std::filesystem::directory_iterator entry(keyFolder(), error), end;
          !error && entry != end && keys.size() < kMostKeys; entry.increment(error)) {
         const std::string path = entry->path();
         if (!path.ends_with(kKeySuffix)) continue;
-        if (Key key = readKey(path)) {
-            keys.push_back(std::move(key));
+        std::string pem = readFile(path, kMostKeyFile);
+        if (crypto().isSigningKey(pem)) {
+            keys.push_back(std::move(pem));
         } else {
             LOG_LINE(1, "firmware: %s is no Ed25519 public key and is ignored", path.c_str());
         }
@@ -59,23 +37,15 @@ std::vector<Key> readKeys() {
     return keys;
 }
 
-bool hasSigned(const Key& key, const std::string& text, const std::string& signature) {
-    const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(),
-                                                                          EVP_MD_CTX_free);
-    return context != nullptr &&
-           EVP_DigestVerifyInit(context.get(), nullptr, nullptr, nullptr, key.get()) == 1 &&
-           EVP_DigestVerify(context.get(), bytesOf(signature), signature.size(), bytesOf(text),
-                            text.size()) == 1;
-}
-
 Refusal checkSignature(const std::string& text, const std::string& signature) {
     if (signature.size() != kSignatureSize) {
         return "the signature of its manifest is missing or has another size than 64 bytes; sign "
                "it with scripts/sign-firmware";
     }
-    const std::vector<Key> keys = readKeys();
-    if (std::none_of(keys.begin(), keys.end(),
-                     [&](const Key& key) { return hasSigned(key, text, signature); })) {
+    const auto keys = readKeys();
+    if (std::none_of(keys.begin(), keys.end(), [&](const std::string& pem) {
+            return crypto().hasSigned(pem, text, signature);
+        })) {
         return "no key of FIRMWARE_KEYS has signed its manifest as it is; sign it with the right "
                "key, or put the public key into that folder";
     }

@@ -13,6 +13,7 @@
 #include "common/files.h"
 #include "common/helper.h"
 #include "common/log.h"
+#include "common/secret.h"
 
 namespace {
 
@@ -77,7 +78,7 @@ void readWifiFile() {
     }
     std::string text = readFile(path, kMaxFile + 1);
     auto conf = text.size() <= kMaxFile ? parseAndLog(text) : std::nullopt;
-    OPENSSL_cleanse(text.data(), text.size());
+    eraseSecret(text);
     if (!conf) {
         LOG_LINE(1, "wifi.conf has errors or is too long; %s",
                  file.conf ? "the networks remain as they were" : "no device gets a network");

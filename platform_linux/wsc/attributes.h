@@ -2,8 +2,6 @@
 // written to and read from buffers of fixed size.
 #pragma once
 
-#include <openssl/crypto.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -13,6 +11,7 @@
 #include <string_view>
 
 #include "base/bytes.h"
+#include "common/secret.h"
 
 enum WscAttr : uint16_t {
     kAttrAssociationState = 0x1002,
@@ -58,7 +57,7 @@ class WscField {
     WscField() = default;
     WscField(const WscField&) = default;
     WscField& operator=(const WscField&) = default;
-    ~WscField() { OPENSSL_cleanse(bytes_.data(), N); }
+    ~WscField() { eraseSecret(bytes_); }
 
     // Stores the bytes. False, and the field is empty, if they are too many.
     [[nodiscard]] bool assign(Bytes bytes) {

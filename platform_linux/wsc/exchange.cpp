@@ -125,10 +125,10 @@ WscNonce enrolleeNonceOf(Bytes frame) {
 bool startWsc(WscEnrollee& session, const WifiBand& band, const WscDevice& own) {
     session.band = &band;
     session.alMac = own.alMac;
-    session.key = makeDhKey();
+    session.key = crypto().dhKey();
     session.heardNum = 0;
     DhPublic publicKey{};
-    if (!session.key || !publicKeyOf(session.key, publicKey) || !fillRandom(session.nonce)) {
+    if (!session.key || !session.key->publicKey(publicKey) || !fillRandom(session.nonce)) {
         return false;
     }
     WscWriter out(session.m1.buffer());
@@ -162,9 +162,9 @@ WscRefusal readM1(WscRegistrar& session, Bytes frame) {
 }
 
 WscRefusal prepareM2(WscRegistrar& session) {
-    const DhKey key = makeDhKey();
-    if (!key || !publicKeyOf(key, session.own)) return "no key can be made for its M2";
-    return deriveSecret(key, session.peer, session.secret) ? "" : "its public key is wrong";
+    const auto key = crypto().dhKey();
+    if (!key || !key->publicKey(session.own)) return "no key can be made for its M2";
+    return key->deriveSecret(session.peer, session.secret) ? "" : "its public key is wrong";
 }
 
 WscRefusal buildM2(const WscRegistrar& session, const WscDevice& own, WscPlace place,
@@ -225,7 +225,7 @@ WscRefusal readM2(WscEnrollee& session, Bytes frame, WscAnswer& answer) {
     DhSecret secret;
     WscKeys keys;
     WscTag tag{};
-    if (!deriveSecret(session.key, peer, secret)) return "its public key is wrong";
+    if (!session.key || !session.key->deriveSecret(peer, secret)) return "its public key is wrong";
     if (!deriveKeys(secret, nonce, session.alMac, registrar, keys) ||
         !authenticate(keys, {session.m1.view(), rest}, tag) || !isSame(tag, expected)) {
         return "its authenticator is wrong";

@@ -39,7 +39,7 @@ WscNonce enrolleeNonceOf(Bytes frame);
 struct WscEnrollee {
     const WifiBand* band = nullptr;
     MacAddr alMac;
-    DhKey key;
+    std::unique_ptr<DhKey> key;
     WscNonce nonce{};
     WscFrame m1;
     // The Registrar's nonces so far.

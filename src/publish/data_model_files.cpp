@@ -22,9 +22,8 @@ auto& allFiles() {
 void giveBackMemory() {
 #ifdef __GLIBC__
 #if __GLIBC_PREREQ(2, 33)
-    constexpr size_t kSpare = 262144;
-    const struct mallinfo2 heap = mallinfo2();
-    if (heap.fordblks > heap.uordblks + kSpare) (void)malloc_trim(0);
+    constexpr size_t kSpare = 524288;
+    if (mallinfo2().fordblks > kSpare) (void)malloc_trim(0);
 #endif
 #endif
 }

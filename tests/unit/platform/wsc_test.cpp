@@ -1,6 +1,4 @@
 // The messages and keys of Wi-Fi Simple Configuration, and wifi.conf.
-#include <openssl/core_names.h>
-
 #include "netctrl/wifi_file.h"
 #include "support.h"
 #include "wsc/exchange.h"
@@ -9,23 +7,6 @@
 namespace {
 
 const WscDevice kRoot{{2, 0, 0, 0, 0, 1}, "root"}, kAttic{{2, 0, 0, 0, 0, 7}, "attic"};
-
-// The key with this private part.
-DhKey keyOf(const char* hex) {
-    auto secret = *parseHex(hex);
-    std::ranges::reverse(secret);  // OpenSSL takes numbers in the order of the machine
-    char group[] = "modp_1536";
-    OSSL_PARAM parameters[] = {
-        OSSL_PARAM_construct_utf8_string(OSSL_PKEY_PARAM_GROUP_NAME, group, 0),
-        OSSL_PARAM_construct_BN(OSSL_PKEY_PARAM_PRIV_KEY, secret.data(), secret.size()),
-        OSSL_PARAM_construct_end()};
-    EVP_PKEY* made = nullptr;
-    EVP_PKEY_CTX* const context = EVP_PKEY_CTX_new_from_name(nullptr, "DH", nullptr);
-    EXPECT_EQ(EVP_PKEY_fromdata_init(context), 1);
-    EXPECT_EQ(EVP_PKEY_fromdata(context, &made, EVP_PKEY_KEYPAIR, parameters), 1);
-    EVP_PKEY_CTX_free(context);
-    return DhKey(made);
-}
 
 WifiNetwork network(std::string_view ssid, uint16_t auth, std::string_view key) {
     WifiNetwork made;
@@ -61,7 +42,8 @@ std::vector<uint8_t> copyOf(Bytes bytes) {
 
 // The expected bytes were computed with other implementations. The secret starts with a zero byte.
 TEST(Wsc, KeysAndTagsAreThoseOfOthers) {
-    const DhKey own = keyOf("0102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f20");
+    const auto own = crypto().dhKey(
+        *parseHex("0102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f20"));
     const auto peer = *parseHex(
         "60b50240f3a12ce7ed2d4518f30b103fc3eb0263ede565683401a940ff251131ff5b40fc0cabec529f1a41eb"
         "44784e42a895354217e039b085367913dd47d9ab3daa8f971e8a539467473bae8ba962c849213f20eceb9504"
@@ -69,7 +51,7 @@ TEST(Wsc, KeysAndTagsAreThoseOfOthers) {
         "a67bb41c866ba530e7eb68ed82756fe18f9d6bb585f46265303a47c19b48c3e94475e77ced062fbb8fbe89ef"
         "8ea2990706a7901fc19c3973ff5bfda5");
     DhSecret secret;
-    ASSERT_TRUE(deriveSecret(own, peer, secret));
+    ASSERT_TRUE(own && own->deriveSecret(peer, secret));
     EXPECT_EQ(hexText(secret.bytes),
               "f614cf0d47abc0f372f4b2aa66fe8d3517a43673998fdd0f2180d98f783afae7");
     WscNonce ones{}, twos{};
