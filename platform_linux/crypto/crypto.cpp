@@ -13,10 +13,11 @@ const Crypto* load() {
     const auto entry =
         module != nullptr ? reinterpret_cast<CryptoEntry>(dlsym(module, kCryptoEntry)) : nullptr;
     if (entry != nullptr) return entry();
-    LOG_LINE(1,
-             "cryptography: %s; without it no message can be verified, no firmware installed and no "
-             "Wi-Fi network received: install the module beside libvmNetCtrl.so, and restart",
-             dlerror());
+    LOG_LINE(
+        1,
+        "cryptography: %s; without it no message can be verified, no firmware installed and no "
+        "Wi-Fi network received: install the module beside libvmNetCtrl.so, and restart",
+        dlerror());
     return &kNone;
 }
 

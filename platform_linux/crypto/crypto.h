@@ -12,8 +12,8 @@
 #include "common/secret.h"
 
 inline constexpr size_t kSha256Size = 32;
-inline constexpr size_t kDhSize = 192;   // of public keys and shared secrets, with leading zeros
-inline constexpr size_t kAesSize = 16;   // of a block and of a key
+inline constexpr size_t kDhSize = 192;  // of public keys and shared secrets, with leading zeros
+inline constexpr size_t kAesSize = 16;  // of a block and of a key
 
 using DhPublic = std::array<uint8_t, kDhSize>;
 

@@ -117,8 +117,7 @@ class OpensslDhKey : public DhKey {
         // set_peer also checks the peer's key.
         return peer && context && EVP_PKEY_derive_init_ex(context.get(), parameters) == 1 &&
                EVP_PKEY_derive_set_peer(context.get(), peer.get()) == 1 &&
-               EVP_PKEY_derive(context.get(), secret.bytes.data(), &size) == 1 &&
-               size == kDhSize &&
+               EVP_PKEY_derive(context.get(), secret.bytes.data(), &size) == 1 && size == kDhSize &&
                EVP_Q_digest(nullptr, "SHA256", nullptr, secret.bytes.data(), size, out.bytes.data(),
                             nullptr) == 1;
     }

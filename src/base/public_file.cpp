@@ -2,8 +2,10 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -37,14 +39,23 @@ bool isOwnFile(const struct stat& info) {
 
 constexpr const char* kNotOwn = "it is a link or special file, has a second name or another owner";
 
-FileTrouble writeAll(const Fd& file, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t written = write(file.get(), text.data(), text.size());
-        if (written > 0) {
-            text.remove_prefix(static_cast<size_t>(written));
-        } else if (written == 0 || errno != EINTR) {
-            return reason();
-        }
+FileTrouble writeAll(const Fd& file, std::span<const std::string_view> pieces) {
+    constexpr size_t kMostAtOnce = 1024;
+    std::vector<iovec> left;
+    left.reserve(pieces.size());
+    for (const auto& piece : pieces) {
+        if (!piece.empty()) left.push_back({const_cast<char*>(piece.data()), piece.size()});
+    }
+    for (size_t i = 0; i < left.size();) {
+        const auto count = static_cast<int>(std::min(left.size() - i, kMostAtOnce));
+        const ssize_t result = writev(file.get(), &left[i], count);
+        if (result < 0 && errno == EINTR) continue;
+        if (result <= 0) return reason();
+        auto written = static_cast<size_t>(result);
+        for (; i < left.size() && written >= left[i].iov_len; i++) written -= left[i].iov_len;
+        if (written == 0) continue;
+        left[i].iov_base = static_cast<char*>(left[i].iov_base) + written;
+        left[i].iov_len -= written;
     }
     return {};
 }
@@ -109,9 +120,7 @@ FileTrouble replacePublicFile(const std::string& path, std::span<const std::stri
         const bool sameGroup = fchown(file.get(), static_cast<uid_t>(-1), old.st_gid) == 0;
         (void)fchmod(file.get(), mode.value_or(old.st_mode) & (sameGroup ? 0777 : 0707));
     }
-    for (size_t i = 0; i < pieces.size() && trouble.empty(); i++) {
-        trouble = writeAll(file, pieces[i]);
-    }
+    trouble = writeAll(file, pieces);
     if (trouble.empty() &&
         renameat(folder.get(), temporary.c_str(), folder.get(), place.name.c_str()) != 0) {
         trouble = reason();
@@ -123,7 +132,7 @@ FileTrouble replacePublicFile(const std::string& path, std::span<const std::stri
 FileTrouble appendPublicFile(const std::string& path, std::string_view text) {
     FileTrouble trouble;
     const Fd file = openPublicFile(path, O_WRONLY | O_APPEND | O_CREAT, 0666, trouble);
-    return file ? writeAll(file, text) : trouble;
+    return file ? writeAll(file, {&text, 1}) : trouble;
 }
 
 Fd openPublicFile(const std::string& path, int flags, mode_t mode, FileTrouble& trouble) {

@@ -65,10 +65,13 @@ class Text {
 [[nodiscard]] std::string plainLine(std::string_view line);
 // The same in the buffer of the line. Returns what is left of it.
 std::string_view cleanLine(std::span<char> line);
-// Stores the cleaned text, cut to what the field holds.
+// Stores the cleaned text, cut to what the field holds. True if the field held another one.
 template <size_t N>
-void storePlain(Text<N>& field, std::string_view text) {
-    field = plainText(text, N - 1);
+bool storePlain(Text<N>& field, std::string_view text) {
+    const std::string plain = plainText(text, N - 1);
+    if (field == plain) return false;
+    field = plain;
+    return true;
 }
 
 // True if the text is empty or a comma-separated list of JSON strings and unsigned numbers.

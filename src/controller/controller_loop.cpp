@@ -163,8 +163,8 @@ void queryDevices(Seconds time) {
             isDue(dev.flagPowerstate, time, settings.Time_POWERSTATE, settings.Timeout_POWERSTATE);
         const bool pwrState =
             isDue(dev.flagDeviceinfo, time, settings.Time_DEVICEINFO, settings.Timeout_DEVICEINFO);
-        if (conf) restart(topol->devs.edit(dev).flagPowerstate);
-        if (pwrState) restart(topol->devs.edit(dev).flagDeviceinfo);
+        if (conf) restart(dev.flagPowerstate);
+        if (pwrState) restart(dev.flagDeviceinfo);
         if (conf || pwrState) queries.push_back({dev.alMac, conf, pwrState});
     }
     for (const auto& query : queries) {
@@ -176,7 +176,7 @@ void queryDevices(Seconds time) {
     }
 }
 
-MsgCheckConfig* recordByName(Ieee1905DevTable& dev, std::string_view flagName) {
+MsgCheckConfig* recordByName(const Ieee1905DevTable& dev, std::string_view flagName) {
     if (flagName == "flag_powerstate") return &dev.flagPowerstate;
     if (flagName == "flag_deviceinfo") return &dev.flagDeviceinfo;
     return nullptr;
@@ -185,7 +185,7 @@ MsgCheckConfig* recordByName(Ieee1905DevTable& dev, std::string_view flagName) {
 MsgCheckConfig* findRecord(const MacAddr& alMac, const char* flagName) {
     LOG(4, "alMac = " MAC_FMT "  \n", MAC_ARGS(alMac));
     LOG(4, "flagName = %s\n", flagName);
-    Ieee1905DevTable* dev = editIeee1905DevTableById(alMac);
+    const Ieee1905DevTable* dev = getIeee1905DevTableById(alMac);
     if (dev == nullptr) {
         LOG(4, "Not find alMac = " MAC_FMT "\n", MAC_ARGS(alMac));
         return nullptr;

@@ -1,5 +1,7 @@
 #include "daemon/main_loop.h"
 
+#include <malloc.h>
+
 #include "base/clock.h"
 #include "base/log.h"
 #include "base/result.h"
@@ -24,10 +26,21 @@
 namespace {
 
 constexpr Seconds kNetCtrlPeriod = 5;
+constexpr Seconds kMemoryPeriod = 60;
 constexpr unsigned kYieldMicroseconds = 100;
 
 int sendTopolQuery(const MacAddr& alMac) {
     return requestSend1905UcastMsg(alMac, kMsgTopolQuery, {});
+}
+
+// The allocator keeps what the tables of a large mesh, or of a flood, once took.
+void giveBackMemory() {
+#ifdef __GLIBC__
+#if __GLIBC_PREREQ(2, 33)
+    constexpr size_t kSpare = 524288;
+    if (mallinfo2().fordblks > kSpare) (void)malloc_trim(0);
+#endif
+#endif
 }
 
 int runPlatform(Seconds time) {
@@ -88,7 +101,7 @@ int runStateMachine() {
 }
 
 int runMainLoop() {
-    Seconds lastLook = 0;
+    Seconds lastLook = 0, lastReturn = now();
     int result = kOk;
     while (result == kOk && getSysState() == kRunning) {
         // Only once a second, as often as an idle loop runs: looking costs more than handling a
@@ -96,6 +109,10 @@ int runMainLoop() {
         const Seconds time = now();
         if (time != lastLook) (void)checkScriptCmd();
         lastLook = time;
+        if (time - lastReturn >= kMemoryPeriod) {
+            giveBackMemory();
+            lastReturn = time;
+        }
         result = runPass();
         // A timer also costs more than a frame. Only a pass that neither waited nor read needs one.
         if (!messageMonitorIsPaced()) sleepMicroseconds(kYieldMicroseconds);

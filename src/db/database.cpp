@@ -36,6 +36,12 @@ void noteTopologyChange() {
 }
 
 Ieee1905DevTable& DevTables::edit(const Ieee1905DevTable& dev) {
+    auto& record = describe(dev);
+    record.listsRevision = record.revision;
+    return record;
+}
+
+Ieee1905DevTable& DevTables::describe(const Ieee1905DevTable& dev) {
     auto& record = const_cast<Ieee1905DevTable&>(dev);
     record.revision = ++db().lastRevision;
     return record;

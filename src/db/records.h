@@ -283,7 +283,7 @@ struct VendItems {
     uint8_t role = 255;  // PLATFORM_REGISTRAR, PLATFORM_ENROLLEE, or not known yet
     uint8_t firmwareState = 255;
     uint16_t maxChangeLogEntries = 0;
-    uint16_t vendDiscId = 0;  // message identifier of its last vendor discovery
+    mutable uint16_t vendDiscId = 0;  // message identifier of its last vendor discovery; as below
     Text<128> firmwareVersion;
     Text<128> hostname;
     Text<32> deviceIP;
@@ -296,8 +296,10 @@ struct VendItems {
     DeviceInfo info;
     ApAutoConfState apAutoConf;
     std::vector<WifiClient> wifiClients;
-    MsgCheckConfig flagPowerstate;
-    MsgCheckConfig flagDeviceinfo;
+    // When the device is queried again. Nothing is derived from these two, so they may change
+    // without a new revision.
+    mutable MsgCheckConfig flagPowerstate;
+    mutable MsgCheckConfig flagDeviceinfo;
 };
 
 // The content of a topology response.
@@ -357,7 +359,9 @@ struct DevTopol {
 struct Ieee1905DevTable : DevTopol, VendItems {
     uint8_t status = 0;
     std::array<uint8_t, 2> wifiSync{};  // from the Wi-Fi sync list of the platform
-    uint64_t revision = 0;  // a number that no record had before; new after each DevTables::edit
+    // Numbers that no record had before: new after each DevTables::edit, the first one also after
+    // each DevTables::describe.
+    uint64_t revision = 0, listsRevision = 0;
 
     // The memory of the whole record.
     size_t memory() const {
@@ -367,8 +371,8 @@ struct Ieee1905DevTable : DevTopol, VendItems {
     }
 };
 
-// The remote devices. Their records change only through edit(), so that what is derived from a
-// record can be kept as long as its revision is the same.
+// The remote devices. Their records change only through edit() and describe(), so that what is
+// derived from a record can be kept as long as its revision is the same.
 class DevTables {
   public:
     using const_iterator = std::list<Ieee1905DevTable>::const_iterator;
@@ -380,6 +384,13 @@ class DevTables {
 
     // The record, which must be one of these, to be changed at once: do not keep the reference.
     Ieee1905DevTable& edit(const Ieee1905DevTable& dev);
+    // The same to change no list: nothing of DevTopol, and no Wi-Fi client.
+    Ieee1905DevTable& describe(const Ieee1905DevTable& dev);
+    // Changes the record by a function that returns whether it has changed anything.
+    template <typename Change>
+    void editIf(const Ieee1905DevTable& dev, Change change) {
+        if (change(const_cast<Ieee1905DevTable&>(dev))) (void)edit(dev);
+    }
     // Adds a record at the end.
     const Ieee1905DevTable& add(Ieee1905DevTable&& dev);
     void erase(const_iterator dev);

@@ -122,8 +122,10 @@ bool storeWifiClients(Ieee1905DevTable& dev, std::string_view chunk) {
     return true;
 }
 
-void dropSilentWifiClients(Ieee1905DevTable& dev) {
-    const Seconds time = now();
-    std::erase_if(dev.wifiClients,
-                  [&](const auto& client) { return time - client.lastHeard > kSilence; });
+void dropSilentWifiClients(const Ieee1905DevTable& dev) {
+    getIeee1905DevTables().editIf(dev, [time = now()](auto& changed) {
+        return std::erase_if(changed.wifiClients, [time](const auto& client) {
+                   return time - client.lastHeard > kSilence;
+               }) != 0;
+    });
 }

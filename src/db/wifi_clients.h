@@ -20,4 +20,4 @@ WifiClient& touchWifiClient(Ieee1905DevTable& dev, const MacAddr& mac);
 [[nodiscard]] bool storeWifiClients(Ieee1905DevTable& dev, std::string_view chunk);
 
 // Drops the stations that the device has not reported for more than 35 seconds.
-void dropSilentWifiClients(Ieee1905DevTable& dev);
+void dropSilentWifiClients(const Ieee1905DevTable& dev);

@@ -44,10 +44,10 @@ int handleConfQueryMsg(const VendContext& context, const AlMacPayload& /*query*/
 int handleConfRespMsg(const VendContext& context, const ConfResp& answer) {
     const MacAddr sender = context.msg.alMac;
     ReportVendRespMsg(sender, context.msgId, VEND_MSG_TYPE_CONF_QUERY);
-    Ieee1905DevTable* dev = editIeee1905DevTableById(sender);
+    const Ieee1905DevTable* dev = getIeee1905DevTableById(sender);
     if (dev == nullptr) return kOk;
     const auto uptime = dev->deviceUptime;
-    storeConfItems(*dev, answer.items);
+    storeConfItems(getIeee1905DevTables().describe(*dev), answer.items);
     if (isEarlier(dev->deviceUptime, uptime)) forgetWifiSync(sender);
     LOG(4, "vm1905Version git = %s\n", dev->firmwareVersion.c_str());
     noteRemoteFirmwareState(*dev);
@@ -65,8 +65,8 @@ int handleConfQueryMsg2(const VendContext& context, const AlMacPayload& /*query*
 int handleConfRespMsg2(const VendContext& context, const ConfResp& answer) {
     const MacAddr& sender = context.msg.alMac;
     ReportVendRespMsg(sender, context.msgId, VEND_MSG_TYPE_CONF_QUERY2);
-    Ieee1905DevTable* dev = editIeee1905DevTableById(sender);
+    const Ieee1905DevTable* dev = getIeee1905DevTableById(sender);
     if (dev == nullptr) return kOk;
-    storeIPv6Items(*dev, answer.items);
+    storeIPv6Items(getIeee1905DevTables().describe(*dev), answer.items);
     return requestUpdateDataModel(0);
 }

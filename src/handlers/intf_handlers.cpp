@@ -4,6 +4,7 @@
 
 #include "base/log.h"
 #include "base/result.h"
+#include "base/store.h"
 #include "db/data_model_update.h"
 #include "db/database.h"
 #include "db/device_table.h"
@@ -29,25 +30,25 @@ int sendIntfNames(const VendContext& context) {
     return sendAnswer(context, VEND_MSG_TYPE_INTF_NAME_RESP, std::move(names));
 }
 
-// Finds the interfaces of a device by their MACs, each only once: the ports of a switch may share a
-// MAC.
-class IntfFinder {
-  public:
-    explicit IntfFinder(Ieee1905DevTable& dev) : intfs_(dev.intfs), taken_(dev.intfs.size()) {}
-
-    DevIntf* take(const MacAddr& mac) {
-        for (size_t i = 0; i < intfs_.size(); i++) {
-            if (taken_[i] || intfs_[i].mac != mac) continue;
-            taken_[i] = true;
-            return &intfs_[i];
+// Changes the interfaces of a device by a function of each and the entry with its MAC, which
+// returns whether it has changed anything. The ports of a switch may share a MAC: each gets an
+// entry.
+template <typename Entries, typename Change>
+void editIntfs(const Ieee1905DevTable& dev, const Entries& entries, Change change) {
+    getIeee1905DevTables().editIf(dev, [&](Ieee1905DevTable& edited) {
+        std::vector<bool> taken(edited.intfs.size());
+        bool changed = false;
+        for (const auto& entry : entries) {
+            for (size_t i = 0; i < taken.size(); i++) {
+                if (taken[i] || edited.intfs[i].mac != entry.mac) continue;
+                taken[i] = true;
+                changed |= change(edited.intfs[i], entry);
+                break;
+            }
         }
-        return nullptr;
-    }
-
-  private:
-    ReusedList<DevIntf>& intfs_;
-    std::vector<bool> taken_;
-};
+        return changed;
+    });
+}
 
 bool isLocalIntf(const MacAddr& mac, uint16_t mediaType) {
     const auto& intfs = getIntfTable();
@@ -108,12 +109,10 @@ int handleIntfPwrStateQueryMsg(const VendContext& context, const AlMacPayload& /
 int handleIntfPwrStateRespMsg(const VendContext& context, const IntfPwrStateResp& answer) {
     const MacAddr& sender = context.msg.alMac;
     ReportVendRespMsg(sender, context.msgId, VEND_MSG_TYPE_INTF_PWR_STATE_QUERY);
-    Ieee1905DevTable* dev = editIeee1905DevTableById(sender);
+    const Ieee1905DevTable* dev = getIeee1905DevTableById(sender);
     if (dev == nullptr) return kOk;
-    IntfFinder finder(*dev);
-    for (const auto& state : answer.intfs) {
-        if (DevIntf* intf = finder.take(state.mac)) intf->pwrState = state.value;
-    }
+    editIntfs(*dev, answer.intfs,
+              [](DevIntf& intf, const auto& state) { return store(intf.pwrState, state.value); });
     upcalls().deviceAnswered(sender, AwaitedAnswer::kIntfPwrState);
     return requestUpdateDataModel(0);
 }
@@ -140,11 +139,9 @@ int handleIntfPwrCrtlRespMsg(const VendContext& context, const IntfPwrCtrlResp& 
 }
 
 int handleIntfNameRespMsg(const VendContext& context, const IntfNameResp& answer) {
-    Ieee1905DevTable* dev = editIeee1905DevTableById(context.msg.alMac);
+    const Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
     if (dev == nullptr) return kOk;
-    IntfFinder finder(*dev);
-    for (const auto& named : answer.intfs) {
-        if (DevIntf* intf = finder.take(named.mac)) storePlain(intf->name, named.name);
-    }
+    editIntfs(*dev, answer.intfs,
+              [](DevIntf& intf, const auto& named) { return storePlain(intf.name, named.name); });
     return requestUpdateDataModel(0);
 }

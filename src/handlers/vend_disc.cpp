@@ -28,7 +28,7 @@ bool hasStarted(uint16_t msgId, uint16_t before) {
 }
 
 void noteStart(const MacAddr& alMac, uint16_t msgId) {
-    Ieee1905DevTable* dev = editIeee1905DevTableById(alMac);
+    const Ieee1905DevTable* dev = getIeee1905DevTableById(alMac);
     if (dev == nullptr) return;
     const uint16_t before = std::exchange(dev->vendDiscId, msgId);
     if (hasStarted(msgId, before)) forgetWifiSync(alMac);

@@ -69,15 +69,18 @@ int handleWIFIStateQueryMsg(const VendContext& context, const AlMacPayload& /*qu
 }
 
 int handleWIFIStateRespMsg(const VendContext& context, const WifiStateResp& answer) {
-    Ieee1905DevTable* dev = editIeee1905DevTableById(context.msg.alMac);
+    const Ieee1905DevTable* dev = getIeee1905DevTableById(context.msg.alMac);
     if (dev == nullptr) return kOk;
-    for (const auto& entry : answer.entries) {
-        WifiClient& client = touchWifiClient(*dev, entry.mac);
-        client.mediaType = entry.mediaType;
-        client.rate = entry.rate;
-        client.rssi = entry.rssi;
-        client.signalLevel = entry.signalLevel;
-    }
+    getIeee1905DevTables().editIf(*dev, [&](auto& changed) {
+        for (const auto& entry : answer.entries) {
+            WifiClient& client = touchWifiClient(changed, entry.mac);
+            client.mediaType = entry.mediaType;
+            client.rate = entry.rate;
+            client.rssi = entry.rssi;
+            client.signalLevel = entry.signalLevel;
+        }
+        return !answer.entries.empty();
+    });
     dropSilentWifiClients(*dev);
     return requestUpdateDataModel(0);
 }

@@ -1,7 +1,5 @@
 #include "publish/data_model_files.h"
 
-#include <malloc.h>
-
 #include <algorithm>
 
 #include "base/clock.h"
@@ -18,16 +16,6 @@ auto& allFiles() {
     return stateOf<DataModelFiles>().files;
 }
 
-// The allocator keeps what the tables of a large mesh, or of a flood, once took.
-void giveBackMemory() {
-#ifdef __GLIBC__
-#if __GLIBC_PREREQ(2, 33)
-    constexpr size_t kSpare = 524288;
-    if (mallinfo2().fordblks > kSpare) (void)malloc_trim(0);
-#endif
-#endif
-}
-
 void rewrite(std::string_view name, DataModelFiles::File& file, RenderFile render) {
     file.waiting = nullptr;
     const int64_t start = uptimeUs();
@@ -36,7 +24,6 @@ void rewrite(std::string_view name, DataModelFiles::File& file, RenderFile rende
     render([&](std::span<const std::string_view> pieces) {
         (void)noteFileTrouble(path, replacePublicFile(path, pieces, getDataModelModeOption()));
     });
-    giveBackMemory();
     const int64_t end = uptimeUs();
     file.earliest = end + kPauseFactor * (end - start);
 }

@@ -79,18 +79,25 @@ void updateBlocks(JsonWriter& out, DataModelBlocks& cache, const AlTable& al,
     for (const auto& dev : topol.devs) {
         auto& block = cache.blocks[number++];
         auto& [farEnds, hosts, authorized] = block.surroundings;
-        bool changed = block.revision != dev.revision;
+        bool changed = block.listsRevision != dev.listsRevision;
         if (!sameTopology || block.revision == 0 || farEnds.size() != dev.ieee1905NbrNum()) {
             if (!hearings) hearings.emplace(al, topol);
             changed |= store(farEnds, hearings->farEndsOf(dev));
         }
         if (!sameTopology || changed) changed |= store(hosts, hostsAmongNbrs(dev));
-        changed |= store(authorized, authorizationOf(al, dev));
-        if (!changed) continue;
         const size_t start = out.size();
-        writeIeee1905Device(out, dev, block.surroundings, number);
-        block.text = out.cut(start);
-        block.revision = dev.revision;
+        // The first half has the number of hosts.
+        if (store(authorized, authorizationOf(al, dev)) || changed ||
+            block.revision != dev.revision) {
+            beginIeee1905Device(out, dev, block.surroundings, number);
+            block.description = out.cut(start);
+            block.revision = dev.revision;
+        }
+        if (changed) {
+            endIeee1905Device(out, dev, block.surroundings);
+            block.lists = out.cut(start);
+            block.listsRevision = dev.listsRevision;
+        }
     }
 }
 
@@ -98,7 +105,7 @@ void forgetExcess(std::vector<DataModelBlocks::Block>& blocks) {
     const size_t most = std::min(kKeptPerDevice * blocks.size(), kMostKept);
     size_t kept = 0;
     for (auto& block : blocks) {
-        const size_t size = block.text.size();
+        const size_t size = block.size();
         if (kept + size > most) {
             (void)std::exchange(block, {});  // an assignment alone would not free the text
         } else {
@@ -113,8 +120,9 @@ void forgetExcess(std::vector<DataModelBlocks::Block>& blocks) {
     if (cache.topologyRevision != topologyRevision()) return true;
     DataModelBlocks anew;
     updateBlocks(out, anew, al, topol);
-    return std::ranges::equal(cache.blocks, anew.blocks, {}, &DataModelBlocks::Block::text,
-                              &DataModelBlocks::Block::text);
+    return std::ranges::equal(cache.blocks, anew.blocks, [](const auto& a, const auto& b) {
+        return a.description == b.description && a.lists == b.lists;
+    });
 }
 
 void writeTopology(JsonWriter& out, DataModelBlocks& cache, size_t& blocksAt, const AlTable& al,
@@ -164,7 +172,10 @@ void render(DataModelBlocks& cache, const AlTable* al, const TopolTable* topol,
     const std::string text = renderAround(cache, blocksAt, al, topol, security);
     const std::string_view around(text);
     std::vector<std::string_view> pieces{around.substr(0, blocksAt)};
-    for (const auto& block : cache.blocks) pieces.emplace_back(block.text);
+    for (const auto& block : cache.blocks) {
+        pieces.emplace_back(block.description);
+        pieces.emplace_back(block.lists);
+    }
     pieces.push_back(around.substr(blocksAt));
     write(pieces);
     forgetExcess(cache.blocks);

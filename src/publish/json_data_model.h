@@ -9,13 +9,15 @@
 #include "publish/data_model_files.h"
 #include "publish/json_device.h"
 
-// The objects of the remote devices, kept from one rewrite of the file to the next: one is rendered
-// again only if its record or its surroundings have changed.
+// The objects of the remote devices, kept from one rewrite of the file to the next: half of one is
+// rendered again only if its record or its surroundings have changed.
 struct DataModelBlocks {
     struct Block {
-        uint64_t revision = 0;  // of the record; 0: not rendered
+        uint64_t revision = 0, listsRevision = 0;  // of the record; 0: not rendered
         Surroundings surroundings;
-        std::string text;
+        std::string description, lists;  // of beginIeee1905Device and endIeee1905Device
+
+        size_t size() const { return description.size() + lists.size(); }
     };
     std::vector<Block> blocks;      // in the order of the devices
     uint64_t topologyRevision = 0;  // of the tables from which the surroundings were derived

@@ -255,7 +255,7 @@ std::optional<int> authorizationOf(const AlTable& al, const Ieee1905DevTable& de
     return checkMACisApprove(dev.alMac.data(), dev.hostname.c_str());
 }
 
-void writeIeee1905Device(JsonWriter& out, const Ieee1905DevTable& dev,
+void beginIeee1905Device(JsonWriter& out, const Ieee1905DevTable& dev,
                          const Surroundings& surroundings, size_t number) {
     const auto hostNum = std::ranges::count(surroundings.hosts, true);
     out.beginObject("IEEE1905Device.", number);
@@ -278,6 +278,12 @@ void writeIeee1905Device(JsonWriter& out, const Ieee1905DevTable& dev,
     writeChannels(out, dev.info);
     out.text("DeviceUptime", dev.deviceUptime);
     writeAddressesAndVersions(out, dev.info);
+    out.leave();
+}
+
+void endIeee1905Device(JsonWriter& out, const Ieee1905DevTable& dev,
+                       const Surroundings& surroundings) {
+    out.reenter();
     writeIntfs(out, dev);
     writeNon1905Nbrs(out, dev, surroundings.hosts);
     writeIeee1905Nbrs(out, dev, surroundings.farEnds);

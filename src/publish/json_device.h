@@ -62,10 +62,12 @@ std::vector<bool> hostsAmongNbrs(const Ieee1905DevTable& dev);
 // The answer of checkMACisApprove, which only a Registrar shows.
 std::optional<int> authorizationOf(const AlTable& al, const Ieee1905DevTable& dev);
 
-// Writes the object of a remote device with this number (from 1). It depends on nothing but these
-// arguments, so it is the same as long as they are.
-void writeIeee1905Device(JsonWriter& out, const Ieee1905DevTable& dev,
+// Write the object of a remote device with this number (from 1): what describes it, then its lists.
+// Both depend on nothing but their arguments, so the text is the same as long as they are.
+void beginIeee1905Device(JsonWriter& out, const Ieee1905DevTable& dev,
                          const Surroundings& surroundings, size_t number);
+void endIeee1905Device(JsonWriter& out, const Ieee1905DevTable& dev,
+                       const Surroundings& surroundings);
 
 // Points client to the record of the station with this MAC in the Wi-Fi client list of the device;
 // unchanged if there is none. kOk.

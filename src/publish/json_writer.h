@@ -22,6 +22,12 @@ class JsonWriter {
     void beginObject(std::string_view key);
     void beginObject(std::string_view prefix, size_t number);
     void end();  // closes the innermost object
+    // Leaves the innermost object open, so that its text can be cut here and continued later.
+    void leave() { depth_--; }
+    void reenter() {
+        depth_++;
+        first_ = false;
+    }
 
     // Write a member. Blanks in front of the value make up for a key that, with its closing quote,
     // is shorter than column characters.

@@ -210,9 +210,11 @@ TEST_F(JsonDataModel, RendersTheDevicesThatChanged) {
         return dev;
     };
     const auto hear = [&](DevTopol dev) { (void)updateIeee1905DevTable(kEth0, 1, std::move(dev)); };
-    // The numbers of the objects that were rendered.
-    auto rendered = [before = std::vector<const char*>()]() mutable {
-        std::string file, numbers;
+    // The numbers of the objects of which each half was rendered.
+    using Texts = std::vector<std::array<const char*, 2>>;
+    auto rendered = [before = Texts()]() mutable {
+        std::string file;
+        std::array<std::string, 2> numbers;
         renderDataModelFile([&](auto pieces) {
             for (const auto& piece : pieces) file += piece;
         });
@@ -220,31 +222,37 @@ TEST_F(JsonDataModel, RendersTheDevicesThatChanged) {
         const auto& blocks = stateOf<DataModelBlocks>().blocks;
         before.resize(blocks.size());
         for (size_t i = 0; i < blocks.size(); i++) {
-            if (std::exchange(before[i], blocks[i].text.data()) == blocks[i].text.data()) continue;
-            numbers += std::to_string(i + 1);
+            const auto& block = blocks[i];
+            const Texts::value_type halves{block.description.data(), block.lists.data()};
+            const auto old = std::exchange(before[i], halves);
+            for (size_t half = 0; half < 2; half++)
+                if (old[half] != halves[half]) numbers[half] += std::to_string(i + 1);
         }
-        return numbers;
+        return numbers[0] + "/" + numbers[1];
     };
     for (uint8_t number = 2; number <= 5; number++) hear(links(number, 0));
-    EXPECT_EQ(rendered(), "1234");
-    EXPECT_EQ(rendered(), "");
+    EXPECT_EQ(rendered(), "1234/1234");
+    EXPECT_EQ(rendered(), "/");
     dev({alMac(4), {}}).hostname = "attic";
-    EXPECT_EQ(rendered(), "3");
+    EXPECT_EQ(rendered(), "3/3");
+    devs.describe(*devs.begin()).hostname = "attic";
+    EXPECT_EQ(rendered(), "1/");
     hear(links(2, 1));
-    EXPECT_EQ(rendered(), "12") << "the interface on which its neighbor is heard";
+    EXPECT_EQ(rendered(), "12/12") << "the interface on which its neighbor is heard";
     receive("eth0", discovery({alMac(4), hostMac(2)}, 1));
-    EXPECT_EQ(rendered(), "13") << "a host turns out to be a device of the mesh, heard by this one";
+    EXPECT_EQ(rendered(), "13/13")
+        << "a host turns out to be a device of the mesh, heard by this one";
     fakePlatform().notApproved = {alMac(5)};
-    EXPECT_EQ(rendered(), "4");
+    EXPECT_EQ(rendered(), "4/");
     getAlTable()->wpsConfig[0] = 1;
-    EXPECT_EQ(rendered(), "1234") << "an Enrollee shows no approval";
+    EXPECT_EQ(rendered(), "1234/") << "an Enrollee shows no approval";
     (void)removeIeee1905DevTable(alMac(2));
-    EXPECT_EQ(rendered(), "123") << "the others have new numbers";
+    EXPECT_EQ(rendered(), "123/123") << "the others have new numbers";
     devs.edit(*devs.begin()).ieee1905Lists[0].nbrs.resize(100);
-    EXPECT_EQ(rendered(), "1");
-    EXPECT_LT(stateOf<DataModelBlocks>().blocks[0].text.capacity(), 100U) << "too large to keep";
+    EXPECT_EQ(rendered(), "1/1");
+    EXPECT_LT(stateOf<DataModelBlocks>().blocks[0].lists.capacity(), 100U) << "too large to keep";
     destroyDatabase();
-    EXPECT_EQ(rendered(), "");
+    EXPECT_EQ(rendered(), "/");
     EXPECT_TRUE(stateOf<DataModelBlocks>().blocks.empty());
 }
 
