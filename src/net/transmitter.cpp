@@ -52,12 +52,15 @@ struct Outgoing {
 };
 
 // Fills in the headers in the transmit buffer, adds the end-of-message TLV behind the first length
-// bytes, and sends them. Version 0 has that TLV in the last fragment only.
+// bytes, and sends them. With version 0 only the last fragment has that TLV, and the padding is
+// left to the network card, because decoders take more zeros for a fault.
 int sendFragment(const Outgoing& out, uint8_t fragId, bool last, size_t length) {
     FrameBuffer& tx = getTxBuffer();
     const std::span<uint8_t> frame(tx.frame);
-    const size_t endLen = last || out.version != kStandardVersion ? kEndOfMsgLen : 0;
-    tx.length = static_cast<uint32_t>(std::max(length + endLen, kMinFrameLen));
+    const bool isStandard = out.version == kStandardVersion;
+    const size_t endLen = last || !isStandard ? kEndOfMsgLen : 0;
+    tx.length =
+        static_cast<uint32_t>(std::max(length + endLen, isStandard ? size_t{0} : kMinFrameLen));
     std::ranges::fill(frame.subspan(length, tx.length - length), uint8_t{0});
     if (gen1905CmduHdr(out.msgType, out.msgId, fragId, last ? 1 : 0, out.relay ? 1 : 0,
                        frame.subspan(kEtherHdrLen), out.version) != kOk) {

@@ -37,7 +37,8 @@ TEST(StandardMode, DevicesKnowEachOtherAndTellOthersNoVendorMessages) {
     const auto query = std::ranges::find_if(
         frames, [&](const Sent& s) { return s.dst == mac && s.type == kMsgTopolQuery; });
     ASSERT_NE(query, frames.end());
-    hear(kMsgTopolResp, query->id, tlvBytes(3, bytesOf(alMac) + Frame{1} + bytesOf(mac) + Frame{0, 1, 0}));
+    hear(kMsgTopolResp, query->id,
+         tlvBytes(3, bytesOf(alMac) + Frame{1} + bytesOf(mac) + Frame{0, 1, 0}));
     mesh.run(70);
     EXPECT_TRUE(remotes(mesh.json(a)).contains(macText(alMac)));
     for (const auto& more : mesh.frames(cable)) frames.push_back(more);
@@ -71,15 +72,16 @@ TEST(TwoRegistrars, AnEnrolleeKeepsToTheFirstUntilThatIsGone) {
     Mesh mesh;
     int renews = 0, searches = 0;
     const Device first = mesh.addDevice("first");
-    const Device enrollee = mesh.addDevice("enrollee", {.prepare = [&] {
-        fakePlatform().wps.deviceType = PLATFORM_ENROLLEE;
-        fakePlatform().wpsBands[0].sendSearch = 1;
-        fakePlatform().onAction = [&] {
-            renews += fakePlatform().called("notifyApAutoConfRenewMsg");
-            searches += fakePlatform().called("sendWPSSearch");
-            fakePlatform().calls.clear();
-        };
-    }});
+    const Device enrollee =
+        mesh.addDevice("enrollee", {.prepare = [&] {
+                           fakePlatform().wps.deviceType = PLATFORM_ENROLLEE;
+                           fakePlatform().wpsBands[0].sendSearch = 1;
+                           fakePlatform().onAction = [&] {
+                               renews += fakePlatform().called("notifyApAutoConfRenewMsg");
+                               searches += fakePlatform().called("sendWPSSearch");
+                               fakePlatform().calls.clear();
+                           };
+                       }});
     const Segment lan = mesh.cable(first, "eth0", enrollee, "eth0");
     mesh.run();
     mesh.in(enrollee, updateWPSConfig);
