@@ -45,7 +45,7 @@ size_t into(Record& record, Bytes tlv) {
 // Reads an area up to its end-of-message TLV, which the area of a fragment may lack. TLVs that the
 // rows do not name are skipped.
 template <typename Record, size_t N>
-bool parseArea(Bytes area, Record& record, const TlvRow<Record> (&rows)[N], bool needsEnd = true) {
+bool parseArea(Bytes area, Record& record, const TlvRow<Record> (&rows)[N], bool hasEnd = true) {
     const auto parse = [&](Bytes tlv) {
         for (const auto& row : rows) {
             if (row.type == tlv[0]) return row.parse(record, tlv);
@@ -53,7 +53,7 @@ bool parseArea(Bytes area, Record& record, const TlvRow<Record> (&rows)[N], bool
         return parseUnsupportedTlv(tlv);
     };
     if (!walkTlvs(area, parse)) return false;
-    return (area.empty() && !needsEnd) || parseEndOfMsgTlv(area) == kOk;
+    return (area.empty() && !hasEnd) || parseEndOfMsgTlv(area) == kOk;
 }
 
 // Whether this fragment needs an end-of-message TLV: with version 0, only the last one does.
