@@ -50,6 +50,9 @@ def tlvs_of(frame):
 
 def test_tshark_has_no_warnings(lab):
     lab.pass_time(70, 5)
+    for device in DEVICES:  # they have told each other all about themselves
+        assert all(int(entry["DeviceUptime"]) > 0 and entry["StandardMode"]
+                   for entry in remotes(lab.model(device)).values())
     for cable in (lab.far, lab.near):
         frames = decode(cable.data)
         assert {DISCOVERY, QUERY, RESPONSE, VENDOR} <= {
