@@ -137,6 +137,13 @@ std::string Session::called(const Mac& alMac) {
     return name.empty() ? alMac.text() : name;
 }
 
+std::string Session::otherRegistrar() {
+    const auto mac = parseMac(model().own.text("OtherRegistrar"));
+    if (!mac) return {};
+    const std::string name = called(*mac);
+    return name == mac->text() ? name : name + " (" + mac->text() + ")";
+}
+
 std::string Session::portOf(const Mac& alMac, const Mac& intf) {
     if (intf == alMac) return {};
     const ModelDevice* const device = model().find(alMac);

@@ -53,6 +53,8 @@ class Session {
     Mac otherDeviceOrAll(const std::string& given);
     // How messages call it: by its name, else its MAC; "all devices" for the all-zero address.
     std::string called(const Mac& alMac);
+    // The second Registrar that this device hears, by its name and AL MAC; empty if there is none.
+    std::string otherRegistrar();
     // The name of an interface of a device, else its MAC; empty if intf is the AL MAC.
     std::string portOf(const Mac& alMac, const Mac& intf);
 

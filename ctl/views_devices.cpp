@@ -16,7 +16,14 @@ struct Status {
     const ModelDevice* model;
     unsigned changes;
     std::optional<bool> mayReboot, maySetPower;
+    std::string otherRegistrar;
 };
+
+// Only shown in standard mode.
+Json standardModeOf(const ModelDevice& device) {
+    const std::string value = device.text("StandardMode");
+    return value.empty() ? Json() : Json(value == "true");
+}
 
 constexpr Column<Status> kStatus[] = {
     {"daemon", "Daemon",
@@ -47,6 +54,9 @@ constexpr Column<Status> kStatus[] = {
     {"refused", "Refused without it",
      [](const Status& s) { return s.key.state == 0 ? Json() : Json(s.key.refused); }, Unit::kNone,
      kRestless},
+    {"standard_mode", "Standard mode",
+     [](const Status& s) { return s.model ? standardModeOf(*s.model) : Json(); }},
+    {"other_registrar", "Other Registrar", [](const Status& s) { return known(s.otherRegistrar); }},
     {"firmware_state", "Firmware state",
      [](const Status& s) { return s.model ? known(s.model->text("FirmwareState")) : Json(); }},
     {"backhaul", "Backhaul",
@@ -86,6 +96,8 @@ constexpr Column<Device> kDevices[] = {
     {"firmware", "FIRMWARE", [](const Device& d) { return member(d, "FirmwareVersion"); }},
     {"backhaul", "BACKHAUL", [](const Device& d) { return member(d, "Backhaultype"); }},
     {"mesh_key", "KEY", [](const Device& d) { return known(d.hasKey); }},
+    {"standard_mode", "STANDARD",
+     [](const Device& d) { return d.model ? standardModeOf(*d.model) : Json(); }},
     {"interfaces", "PORTS", [](const Device& d) { return Json(d.interfaces.size()); }},
     {"neighbors", "NEIGHBORS", [](const Device& d) { return Json(neighborsOf(d, true)); }},
     {"hosts", "HOSTS", [](const Device& d) { return Json(neighborsOf(d, false)); }},
@@ -196,6 +208,7 @@ Report showStatus(Session& session) {
     }
     status.name = session.ownName();
     status.model = session.model().find(status.al.al_mac);
+    status.otherRegistrar = session.otherRegistrar();
     const auto read = [&](uint8_t item, std::optional<bool>& value) {
         check(readOption(session.client(), nullptr, item, value), "an option");
     };
@@ -214,6 +227,9 @@ Report showDevices(Session& session) {
     Section devices = listOf("devices", "", kDevices, mesh.devices, "no devices");
     for (Heading& heading : devices.headings) {
         if (heading.key == "mesh_key" && mesh.key.state == 0) heading.traits = kHidden;
+        if (heading.key == "standard_mode" && standardModeOf(session.model().own).is_null()) {
+            heading.traits = kHidden;
+        }
     }
     return {{devices}};
 }

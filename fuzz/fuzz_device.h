@@ -15,6 +15,7 @@ inline constexpr uint8_t kNoBridges = 0x02;  // no bridging tuple
 inline constexpr uint8_t kTopolOff = 0x04;   // the topology capability is disabled
 inline constexpr uint8_t kRefusing = 0x08;   // the platform refuses all messages
 inline constexpr uint8_t kEnrollee = 0x10;   // the device is an Enrollee, not the Registrar
+inline constexpr uint8_t kStandard = 0x20;   // standard mode
 
 // Options of a step. All but kPass are for frames only.
 inline constexpr uint8_t kSecondPort = 0x01;

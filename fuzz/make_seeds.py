@@ -30,7 +30,7 @@ KEY = bytes(range(32))
 
 SECOND_PORT, ANSWERS, PASS, PORT_DOWN, ASK, SIGNED = 1, 2, 4, 8, 16, 64
 FRAME, OWN_PID, MARKS_IDLE, LEAVES = 32, 1, 2, 8  # of the steps of slot_fuzzer
-VERBOSE, NO_BRIDGES, TOPOL_OFF, REFUSING, ENROLLEE = 1, 2, 4, 8, 16
+VERBOSE, NO_BRIDGES, TOPOL_OFF, REFUSING, ENROLLEE, STANDARD = 1, 2, 4, 8, 16, 32
 LAST, RELAY = 0x80, 0x40
 
 
@@ -153,6 +153,16 @@ def seeds():
     yield "full_frame", case(hello, step(
         frame(3, response(intfs=60) + tlv(11, b"\0" * 60), 0)[:1500], ANSWERS))
     yield "other_version", case(step(frame(0, disc, version=0)))
+    zero, both = {"version": 0, **own}, LAST | RELAY
+    yield "standard", case(
+        step(frame(0, disc, version=0)), step(frame(3, device(PEER_AL, []), 0, 0, **zero), ANSWERS),
+        step(frame(3, AL + END, 0, frag=1, **zero), ANSWERS | PASS, 3),
+        *(step(frame(5, tlv(8, query + b"\2") + END, 9, **zero))
+          for query in (b"\0", b"\0" * 7, b"\1" + PEER_AL, b"\1")),
+        *(step(frame(kind, tlvs, 10, both, version=0)) for kind, tlvs in (
+            (0x8000, AL + tlv(0xB0, b"x") + END), (4, tlv(11, b"other") + END), (1, AL + END))),
+        step(frame(8, tlv(15, b"\0") + tlv(16, b"\0") + END, 0, **zero), ASK | ANSWERS | PASS, 1),
+        step(frame(0, disc), PASS, 1), switches=VERBOSE | STANDARD | ENROLLEE)
     yield "own_source", case(step(frame(0, disc, src=OWN_MAC)))
     yield "own_al", case(step(frame(0, tlv(1, OWN_AL) + tlv(2, PEER_MAC) + END)))
     yield "elsewhere", case(step(frame(2, AL + END, dst=OTHER_MAC)))

@@ -7,6 +7,7 @@
 #include "base/file_trouble.h"
 #include "base/state.h"
 #include "db/database.h"
+#include "db/registrars.h"
 #include "platform/autoconfig.h"
 
 namespace {
@@ -16,7 +17,7 @@ RootAp& rootAp() {
 }
 
 bool isRootAp(const Ieee1905DevTable& dev) {
-    return !dev.intfs.empty() && dev.role == PLATFORM_REGISTRAR;
+    return !dev.intfs.empty() && dev.role == PLATFORM_REGISTRAR && !isOtherRegistrar(dev.alMac);
 }
 
 void noteMeshMac(const DevIntf& intf) {

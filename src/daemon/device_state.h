@@ -18,6 +18,7 @@
 #include "db/database.h"
 #include "db/mesh_macs.h"
 #include "db/neighbor_aging.h"
+#include "db/registrars.h"
 #include "db/sys_ctrl.h"
 #include "db/upcalls.h"
 #include "handlers/answer_memory.h"
@@ -45,18 +46,18 @@
 #include "service/service_monitor.h"
 #include "service/wake_fifo.h"
 
-using ModuleStates = std::tuple<                                          //
-    FailingFiles,                                                         // base
-    SysCtrl, Database, DataModelUpdateReq, NeighborAging, Upcalls,        // db
-    PortsState, TransmitterState, FragmentStore, RelayLimit,              // net
-    MessageIntegrity, WorkLimit, TopolRespTlvs, MeshMacs,                 //
-    DataModelFiles, DataModelBlocks,                                      // publish
-    VendQueries, ControlLists, FWupgradeList, Schedule, PendingRequests,  // orders
-    SlotsState, SpeedTestState, WifiSyncState,                            //
-    AnswerMemory, MessageLog, OrderRefusals, ResultFiles,                 // handlers
-    Announcements, ControllerLoop, RootAp,                                // controller
-    ServiceMonitor, WakeFifo, IntfRequest,                                // service
-    MessageMonitor, Receiver, MessageDispatch, ControlFiles,              // daemon
+using ModuleStates = std::tuple<                                                //
+    FailingFiles,                                                               // base
+    SysCtrl, Database, DataModelUpdateReq, NeighborAging, Registrars, Upcalls,  // db
+    PortsState, TransmitterState, FragmentStore, RelayLimit,                    // net
+    MessageIntegrity, WorkLimit, TopolRespTlvs, MeshMacs,                       //
+    DataModelFiles, DataModelBlocks,                                            // publish
+    VendQueries, ControlLists, FWupgradeList, Schedule, PendingRequests,        // orders
+    SlotsState, SpeedTestState, WifiSyncState,                                  //
+    AnswerMemory, MessageLog, OrderRefusals, ResultFiles,                       // handlers
+    Announcements, ControllerLoop, RootAp,                                      // controller
+    ServiceMonitor, WakeFifo, IntfRequest,                                      // service
+    MessageMonitor, Receiver, MessageDispatch, ControlFiles,                    // daemon
     OwnNames, Confinement>;
 
 struct DeviceState : ModuleStates {};

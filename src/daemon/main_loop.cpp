@@ -12,6 +12,7 @@
 #include "daemon/message_monitor.h"
 #include "db/data_model_update.h"
 #include "db/neighbor_aging.h"
+#include "db/registrars.h"
 #include "db/sys_ctrl.h"
 #include "db/upcalls.h"
 #include "handlers/message_log.h"
@@ -81,6 +82,7 @@ int runPass() {
     checkAlarms();
     checkIntfNbrIntfTimeOut();
     checkNbrDevTableTimeOut();
+    checkRegistrars();
     checkDataModelStatus();
     writeDueDataModelFiles();
     writeDueMsgLog();

@@ -1,11 +1,15 @@
 #include "daemon/message_dispatch.h"
 
 #include <cstdio>
+#include <functional>
+#include <string_view>
 
 #include "base/log.h"
 #include "base/result.h"
 #include "base/state.h"
 #include "db/database.h"
+#include "db/neighbor_aging.h"
+#include "db/options.h"
 #include "handlers/standard_handlers.h"
 #include "handlers/vend_dispatch.h"
 #include "net/message_integrity.h"
@@ -13,6 +17,7 @@
 #include "net/transmitter.h"
 #include "net/work_limit.h"
 #include "wire/standard_tlv.h"
+#include "wire/vend_tlv.h"
 
 namespace {
 
@@ -37,16 +42,23 @@ size_t into(Record& record, Bytes tlv) {
     return kParse(record.*kMember, tlv);
 }
 
-// Reads an area up to its end-of-message TLV. TLVs that the rows do not name are skipped.
+// Reads an area up to its end-of-message TLV, which the area of a fragment may lack. TLVs that the
+// rows do not name are skipped.
 template <typename Record, size_t N>
-bool parseArea(Bytes area, Record& record, const TlvRow<Record> (&rows)[N]) {
+bool parseArea(Bytes area, Record& record, const TlvRow<Record> (&rows)[N], bool hasEnd = true) {
     const auto parse = [&](Bytes tlv) {
         for (const auto& row : rows) {
             if (row.type == tlv[0]) return row.parse(record, tlv);
         }
         return parseUnsupportedTlv(tlv);
     };
-    return walkTlvs(area, parse) && parseEndOfMsgTlv(area) == kOk;
+    if (!walkTlvs(area, parse)) return false;
+    return (area.empty() && !hasEnd) || parseEndOfMsgTlv(area) == kOk;
+}
+
+// Whether this fragment needs an end-of-message TLV: with version 0, only the last one does.
+bool needsEnd(const FragCmdu& cmdu, const std::vector<uint8_t>& fragment) {
+    return cmdu.version != kStandardVersion || &fragment == &cmdu.fragments.back();
 }
 
 // True if the message was sent by this device itself.
@@ -63,7 +75,8 @@ size_t parseForeignAlMac(MacAddr& alMac, Bytes tlv) {
 }
 
 // Handles a multicast unless it was seen before. seenAs is the message type under which it is
-// remembered; relay is true for the types that are relayed.
+// remembered; relay is true for the types that are relayed. In standard mode the relay indicator
+// must be set, too.
 template <typename Handle>
 int handleOnce(const Received& msg, const MacAddr& alMac, uint16_t seenAs, bool relay,
                Handle&& handle) {
@@ -72,7 +85,8 @@ int handleOnce(const Received& msg, const MacAddr& alMac, uint16_t seenAs, bool 
     }
     const int result = handle();
     // Meant: a message is relayed even if its handler fails.
-    if (relay && mayRelay(alMac, msg.port)) (void)requestRelayMcastMsg(msg.port);
+    const bool isWanted = relay && (msg.hdr.relay || !getStandardOption());
+    if (isWanted && mayRelay(alMac, msg.port)) (void)requestRelayMcastMsg(msg.port);
     return result;
 }
 
@@ -176,12 +190,15 @@ int parseTopolRespFragTlvs(const Port& port, const FragCmdu& cmdu) {
     LOG(4, "fragemented CMDU message (type = %d, id = %d)\r\n", cmdu.msgType, cmdu.msgId);
     TopolResp resp{port.ifIndex, emptyResp()};
     for (const auto& fragment : cmdu.fragments) {
-        if (!parseArea(fragment, resp, kTopolRespTlvs)) return kFailure;
+        if (!parseArea(fragment, resp, kTopolRespTlvs, needsEnd(cmdu, fragment))) return kFailure;
     }
     return finishTopolResp(port, cmdu.srcMac, resp.dev);
 }
 
 int parseVendSpec(const Received& msg) {
+    if (getStandardOption() && !hasOwnVendTlv(msg.area)) {
+        return relayUnread(msg.port, msg.hdr, msg.area);
+    }
     return parseVendSpecTlvs(msg.port, msg.hdr, msg.area, msg.proof);
 }
 
@@ -212,9 +229,15 @@ int parseMetricRespFragTlvs(const FragCmdu& cmdu) {
     LOG(4, "fragemented CMDU message (type = %d, id = %d)\r\n", cmdu.msgType, cmdu.msgId);
     for (const auto& fragment : cmdu.fragments) {
         MetricResp resp;
-        if (!parseArea(fragment, resp, kMetricRespTlvs)) return kFailure;
+        if (!parseArea(fragment, resp, kMetricRespTlvs, needsEnd(cmdu, fragment))) return kFailure;
     }
     return handleMetricRespMsg();
+}
+
+// A response or WSC message of another make has no AL MAC TLV. It is a unicast, so its source is a
+// neighbor.
+void findSender(const Received& msg, MacAddr& alMac) {
+    if (alMac.isZero() && getStandardOption()) alMac = alMacOf(msg.hdr.srcMac);
 }
 
 // AP-autoconfiguration search, response and renew: AL MAC, role and band.
@@ -263,6 +286,7 @@ ApAutoConfInfo supportedRecord(const Received& msg, const ApAutoConf& info) {
 int parseApAutoConfResp(const Received& msg) {
     ApAutoConf info;
     if (!parseArea(msg.area, info, kApRespTlvs)) return kFailure;
+    findSender(msg, info.alMac);
     return handleApAutoConfRespMsg(supportedRecord(msg, info));
 }
 
@@ -289,6 +313,7 @@ constexpr TlvRow<WscMsg> kWscTlvs[] = {
 int parseApAutoConfWsc(const Received& msg) {
     WscMsg info;
     if (!parseArea(msg.area, info, kWscTlvs)) return kFailure;
+    findSender(msg, info.alMac);
     ApAutoConfWsc record{};
     info.alMac.copyTo(record.alMac);
     msg.hdr.srcMac.copyTo(record.srcMac);
@@ -390,6 +415,25 @@ int checkMcastMsgReceived(const MacAddr& alMac, uint16_t msgType, uint16_t msgId
         return kDuplicate;
     }
     registerGenRecvMsg(alMac, msgType, msgId);
+    return kOk;
+}
+
+int relayUnread(const Port& port, const FrameHdr& hdr, Bytes area) {
+    LOG(4, "message (type = %d, id = %d) is skipped\r\n", hdr.msgType, hdr.msgId);
+    if (hdr.dstMac != k1905Multicast || !hdr.relay) return kOk;
+    if (!mayWork(hdr.srcMac, Work::kMessage)) return kDuplicate;
+    // Fragments and vendor messages need not name their sender; copies have the same content.
+    const std::string_view content(reinterpret_cast<const char*>(area.data()), area.size());
+    MacAddr key;
+    uint64_t hash = std::hash<std::string_view>{}(content);
+    for (auto& byte : key.b) {
+        byte = static_cast<uint8_t>(hash);
+        hash >>= 8;
+    }
+    if (const int seen = checkMcastMsgReceived(key, hdr.msgType, hdr.msgId); seen != kOk) {
+        return seen;
+    }
+    if (mayRelay(key, port)) (void)requestRelayMcastMsg(port);
     return kOk;
 }
 

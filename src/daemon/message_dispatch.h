@@ -23,6 +23,11 @@ struct MessageDispatch {
 // kFailure if it cannot be parsed.
 [[nodiscard]] int parse1905FragMsg(Port& port, const FrameHdr& hdr, const FragCmdu& cmdu);
 
+// Standard mode: relays a multicast that this device does not understand, or a fragment of it, once
+// if its relay indicator is set. kOk, or kDuplicate if it was received before, or its source has
+// sent too much.
+int relayUnread(const Port& port, const FrameHdr& hdr, Bytes area);
+
 // Handles the TLV area of an LLDP frame. kOk, or kFailure if it is malformed or does not identify
 // its sender by MAC addresses.
 int parseLldpMsg(const Port& port, Bytes area);

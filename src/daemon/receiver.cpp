@@ -11,6 +11,8 @@
 #include "daemon/message_dispatch.h"
 #include "db/database.h"
 #include "db/neighbor_aging.h"
+#include "db/options.h"
+#include "net/transmitter.h"
 #include "wire/standard_tlv.h"
 
 namespace {
@@ -62,7 +64,7 @@ bool acceptHeaders(const Port& port, const FrameHdr& hdr) {
         LOG(4, "incorrect destination MAC (" MAC_FMT ")\r\n", MAC_ARGS(hdr.dstMac));
         return false;
     }
-    return hdr.version == kCmduVersion;
+    return hdr.version == kCmduVersion || (hdr.version == kStandardVersion && getStandardOption());
 }
 
 // Logs a message that cannot be parsed.
@@ -96,6 +98,17 @@ void noteResponder(Bytes area) {
     });
 }
 
+int handleMessage(Port& port, const FrameHdr& hdr, Bytes area) {
+    // No device of this family divides vendor messages.
+    const bool isDivided = !hdr.lastFragment || hdr.fragId > 0;
+    const bool isUnknown = hdr.msgType >= kMsgTypeNum || (hdr.msgType == kMsgVendSpec && isDivided);
+    if (isUnknown && getStandardOption()) return relayUnread(port, hdr, area);
+    if (hdr.msgType == kMsgTopolResp) noteResponder(area);
+    if (!hdr.lastFragment) return storeFragment(port, hdr, area);
+    if (hdr.fragId > 0) return handleLastFragment(port, hdr, area);
+    return reported(parse1905Msg(port, hdr, area), hdr);
+}
+
 // Handles the frame in the receive buffer.
 int handleFrame(Port& port) {
     const FrameBuffer& rx = getRxBuffer();
@@ -113,10 +126,13 @@ int handleFrame(Port& port) {
         hdr.msgType, hdr.msgId, hdr.fragId, hdr.lastFragment ? 1 : 0, hdr.relay ? 1 : 0);
     const Bytes frame(rx.frame.data(), rx.length);
     const Bytes area = frame.subspan(std::min(frame.size(), kHeadersLen));
-    if (hdr.msgType == kMsgTopolResp) noteResponder(area);
-    if (!hdr.lastFragment) return storeFragment(port, hdr, area);
-    if (hdr.fragId > 0) return handleLastFragment(port, hdr, area);
-    return reported(parse1905Msg(port, hdr, area), hdr);
+    // A multicast may have been relayed, and then has the version of another device.
+    const bool isSendersOwn = hdr.dstMac != k1905Multicast || hdr.msgType == kMsgTopolDisc;
+    if (!getStandardOption() || !isSendersOwn) return handleMessage(port, hdr, area);
+    noteSender(hdr.srcMac, hdr.version);
+    const int result = handleMessage(port, hdr, area);
+    noteVersion(hdr.srcMac, hdr.version);
+    return result;
 }
 
 }  // namespace

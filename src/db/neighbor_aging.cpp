@@ -7,6 +7,7 @@
 #include "base/log.h"
 #include "base/result.h"
 #include "base/state.h"
+#include "base/store.h"
 #include "db/data_model_update.h"
 #include "db/database.h"
 #include "db/device_table.h"
@@ -354,6 +355,28 @@ int updateNbrDevTable(int msgType, const MacAddr& alMac) {
         default:
             return kKnownNbrDev;
     }
+}
+
+MacAddr alMacOf(const MacAddr& mac) {
+    for (const auto& intf : getIntfTable()) {
+        for (const auto& nbr : intf.nbrs) {
+            if (nbr.isNamedBy(mac)) return nbr.nbrAlMac.isZero() ? mac : nbr.nbrAlMac;
+        }
+    }
+    return mac;
+}
+
+void noteVersion(const MacAddr& srcMac, uint8_t version) {
+    NbrDev* const dev = findNbrDev(alMacOf(srcMac));
+    if (dev == nullptr || !store(dev->version, version)) return;
+    if (version != 0) {
+        LOG(1,
+            "neighbor (" MAC_FMT
+            ") sends version 0x%.2x and cannot hear all messages of this device: all devices need "
+            "the same value of STANDARD_1905\r\n",
+            MAC_ARGS(dev->alMac), version);
+    }
+    requestUpdateDataModel(0);
 }
 
 int checkNbrDevTableTimeOut() {

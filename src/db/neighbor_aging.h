@@ -46,6 +46,13 @@ int checkIntfNbrIntfTimeOut();
 // kKnownNbrDev for any other, or kFailure if the table is full or there is no database.
 int updateNbrDevTable(int msgType, const MacAddr& alMac);
 
+// The AL MAC of the neighbor with this AL MAC or interface MAC; the MAC itself if it is unknown.
+MacAddr alMacOf(const MacAddr& mac);
+
+// Notes which version of the message header the neighbor with this interface MAC sends. A device
+// that does not send version 0 is logged when that is first heard: it cannot hear version 0.
+void noteVersion(const MacAddr& srcMac, uint8_t version);
+
 // Removes devices that were silent for 130 seconds, requests a topology notification 3 seconds
 // after a device appeared, and repeats unanswered topology queries. kOk. Called on every pass of
 // the main loop; looks when something may be due, at most once a second.

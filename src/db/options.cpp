@@ -156,6 +156,7 @@ constexpr Key kConfigKeys[] = {
     {"LOG_FOLDER", "/etc/vm1905", storeText<&SysConfig::logFolder>},
     {"LOG_INDEX", "0", storeNumber<&SysConfig::logIndex>},
     {"READ_LLDP", "0", storeNumber<&SysConfig::readLldp>},
+    {"STANDARD_1905", "0", storeNumber<&SysConfig::standard1905>},
     {"ENABLE_RESET_FROM_NBR", "1", storeNumber<&SysConfig::enableResetFromNbr>},
     {"ENABLE_FIRMWARE_FROM_NBR", "1", storeNumber<&SysConfig::enableFirmwareFromNbr>},
     {"ENABLE_NETWORK_FROM_NBR", "1", storeNumber<&SysConfig::enableNetworkFromNbr>},
@@ -412,7 +413,11 @@ const char* getRunAsOption() {
 }
 
 bool getReadLldpOption() {
-    return config().readLldp == 1;
+    return config().readLldp == 1 || getStandardOption();
+}
+
+bool getStandardOption() {
+    return config().standard1905 == 1;
 }
 
 int setLogIndexOption(uint8_t index) {

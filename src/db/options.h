@@ -46,8 +46,10 @@ int setLogIndexOption(uint8_t index);  // always kOk
 const OrdersFrom& getOrdersFromOption();
 // True if only control files of root and the daemon's user count (CONTROL_FILES_FROM).
 bool getControlFilesOfOwnerOption();
-// True if LLDP frames of neighbors are read.
+// True if LLDP frames of neighbors are read, which standard mode includes.
 bool getReadLldpOption();
+// True in standard mode (STANDARD_1905).
+bool getStandardOption();
 // The files of the keys of the mesh: of the one that signs, and of a second one that is accepted,
 // too. Empty if there is none.
 const char* getMeshKeyOption();

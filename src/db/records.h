@@ -118,8 +118,8 @@ struct LinkMetric {
     uint8_t rssi = 0;
 };
 
-// The links to one neighbor device. Meant: the AL MAC of the neighbor fills both AL MAC fields of a
-// link-metric TLV.
+// The links to one neighbor device. Meant: outside standard mode the AL MAC of the neighbor fills
+// both AL MAC fields of a link-metric TLV.
 struct LinkMetricInfo {
     MacAddr alMac;
     std::vector<LinkMetric> links;
@@ -174,7 +174,9 @@ struct NbrDev {
     Seconds queryTime = 0;  // of the last query that a notification caused, 0: none is pending
     bool respReceived = false;
     uint8_t queryRetries = 0;
-    Seconds answerTime = 0;  // of its latest topology response, 0: it has never answered
+    Seconds answerTime = 0;     // of its latest topology response, 0: it has never answered
+    bool speaksVendor = false;  // it has sent a vendor discovery
+    uint8_t version = 0;        // of its message headers; noted in standard mode only
 };
 
 // Properties that the vendor protocol carries and the data model shows, of this device and of every

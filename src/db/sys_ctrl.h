@@ -32,6 +32,7 @@ struct SysConfig {
     Text<32> logFolder{std::string_view("/etc/vm1905")};
     uint8_t logIndex = 0;
     uint32_t readLldp = 0;
+    uint32_t standard1905 = 0;
     uint32_t enableResetFromNbr = 1;
     uint32_t enableFirmwareFromNbr = 1;
     uint32_t enableNetworkFromNbr = 1;

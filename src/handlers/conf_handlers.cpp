@@ -7,6 +7,7 @@
 #include "db/data_model_update.h"
 #include "db/database.h"
 #include "db/device_table.h"
+#include "db/registrars.h"
 #include "db/upcalls.h"
 #include "db/wifi_clients.h"
 #include "handlers/answer_memory.h"
@@ -48,6 +49,7 @@ int handleConfRespMsg(const VendContext& context, const ConfResp& answer) {
     if (dev == nullptr) return kOk;
     const auto uptime = dev->deviceUptime;
     storeConfItems(getIeee1905DevTables().describe(*dev), answer.items);
+    if (dev->role == PLATFORM_REGISTRAR) noteRegistrar(sender);
     if (isEarlier(dev->deviceUptime, uptime)) forgetWifiSync(sender);
     LOG(4, "vm1905Version git = %s\n", dev->firmwareVersion.c_str());
     noteRemoteFirmwareState(*dev);

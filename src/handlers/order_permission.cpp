@@ -8,6 +8,7 @@
 #include "db/database.h"
 #include "db/device_table.h"
 #include "db/options.h"
+#include "db/registrars.h"
 #include "db/sys_ctrl.h"
 #include "handlers/control_request.h"
 #include "handlers/result_file.h"
@@ -37,6 +38,12 @@ constexpr uint16_t kMulticastOrders[] = {
     VEND_MSG_TYPE_WIFISTATERENEW,       VEND_MSG_TYPE_REQUESTLOGFILE_REQ,
     VEND_MSG_TYPE_LED_CTRL_MCAST_REQ,   VEND_MSG_TYPE_UPDATEEXTENDCONF_REQ,
     VEND_MSG_TYPE_SYSTEM_CTRL_MCAST_REQ};
+
+// With these a Registrar configures its Enrollees.
+constexpr uint16_t kRegistrarOrders[] = {
+    VEND_MSG_TYPE_WIFISTATERENEW,      VEND_MSG_TYPE_FW_CTRL_REQ,
+    VEND_MSG_TYPE_WIFICHANNELRENEW,    VEND_MSG_TYPE_FW_CTRL_2_REQ,
+    VEND_MSG_TYPE_WIFICOUNTRYCODE_REQ, VEND_MSG_TYPE_UPDATEEXTENDCONF_REQ};
 
 VendPayload code(const VendMsg& /*order*/) {
     return RetCodePayload(kFailure);
@@ -152,6 +159,11 @@ std::optional<int> refuseOrder(const VendContext& context, OrderGroup group, con
         report(context, label, isStray ? "it is a multicast" : "ORDERS_FROM");
         context.outcome.isRefused = true;
         return kOk;
+    }
+    if (isOtherRegistrar(context.msg.alMac) &&
+        std::ranges::count(kRegistrarOrders, context.msg.vendMsgType) != 0) {
+        report(context, label, "this device keeps to another Registrar");
+        return answerRefusal(context);
     }
     const auto* const permission = std::ranges::find(kPermissions, group, &Permission::group);
     if (permission == std::end(kPermissions) || isMisaddressed(context.msg, group) ||

@@ -6,7 +6,9 @@
 #include "db/device_table.h"
 #include "db/local_tables.h"
 #include "db/neighbor_aging.h"
+#include "db/registrars.h"
 #include "db/upcalls.h"
+#include "net/message_integrity.h"
 #include "net/transmitter.h"
 #include "net/vend_sender.h"
 #include "net/work_limit.h"
@@ -53,6 +55,18 @@ int acknowledgeRenew(const ApAutoConfInfo& msg) {
                           OptionPayload{al->alMac, msg.freqBand});
     }
     return kOk;
+}
+
+// True if a Registrar has sent the message to which this device does not keep. With the key of the
+// mesh, only devices that have it count as Registrars.
+bool isFromOtherRegistrar(const ApAutoConfInfo& msg) {
+    const MacAddr alMac(msg.alMac);
+    const bool isBelieved = !meshKeyIsUsed() || speaksWithKey(alMac);
+    if (msg.supportedRole == PLATFORM_REGISTRAR && isBelieved) noteRegistrar(alMac);
+    if (!isOtherRegistrar(alMac)) return false;
+    LOG(3, "Registrar (" MAC_FMT ") is ignored: this device keeps to another one\r\n",
+        MAC_ARGS(alMac));
+    return true;
 }
 
 }  // namespace
@@ -130,16 +144,19 @@ int handleApAutoConfSrchMsg(const ApAutoConfSrch& msg) {
 }
 
 int handleApAutoConfRespMsg(const ApAutoConfInfo& msg) {
+    if (isFromOtherRegistrar(msg)) return kOk;
     return handled(notifyApAutoConfRespMsgReceived(&msg),
                    "fail to handle the 1905.1 AP-autoconfiguration response message\r\n");
 }
 
 int handleApAutoConfWscMsg(const ApAutoConfWsc& msg) {
+    if (isOtherRegistrar(MacAddr(msg.alMac))) return kOk;
     return handled(notifyApAutoConfWscMsgReceived(&msg),
                    "fail to handle the 1905.1 AP-autoconfiguration WSC message\r\n");
 }
 
 int handleApAutoConfRenewMsg(const ApAutoConfInfo& msg) {
+    if (isFromOtherRegistrar(msg)) return kOk;
     const int result = handled(notifyApAutoConfRenewMsgReceived(&msg),
                                "fail to handle the 1905.1 AP-autoconfiguration renew message\r\n");
     return result == kOk ? acknowledgeRenew(msg) : result;

@@ -32,7 +32,8 @@ int handleMetricQueryMsg(const Port& port, const MacAddr& srcMac, uint16_t msgId
 // Link metric responses are ignored. kOk.
 int handleMetricRespMsg();
 
-// These hand the message to the platform library. kFailure if it refuses.
+// These hand the message to the platform library. kFailure if it refuses. An Enrollee ignores the
+// response, WSC and renew messages of a Registrar to which it does not keep.
 int handleApAutoConfSrchMsg(const ApAutoConfSrch& msg);
 int handleApAutoConfRespMsg(const ApAutoConfInfo& msg);
 int handleApAutoConfWscMsg(const ApAutoConfWsc& msg);

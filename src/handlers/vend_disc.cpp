@@ -5,6 +5,8 @@
 #include "base/result.h"
 #include "db/database.h"
 #include "db/device_table.h"
+#include "db/options.h"
+#include "db/upcalls.h"
 #include "handlers/standard_handlers.h"
 #include "handlers/vend_context.h"
 #include "orders/wifi_sync.h"
@@ -34,6 +36,14 @@ void noteStart(const MacAddr& alMac, uint16_t msgId) {
     if (hasStarted(msgId, before)) forgetWifiSync(alMac);
 }
 
+// In standard mode the device could not be asked for its configuration before. Forces passes of the
+// controller loop.
+void noteVendorSpeaker(const MacAddr& alMac) {
+    NbrDev* const dev = findNbrDev(alMac);
+    if (dev == nullptr || std::exchange(dev->speaksVendor, true)) return;
+    if (getStandardOption()) upcalls().deviceDescribed(alMac);
+}
+
 }  // namespace
 
 int handleVendDiscMsg(const VendContext& context, const VendDisc& disc) {
@@ -45,5 +55,6 @@ int handleVendDiscMsg(const VendContext& context, const VendDisc& disc) {
     const NbrMsgType kind = context.isMulticast ? kNbrDiscovery : kNbrUcastDisc;
     const int result = handleTopolDiscMsg(port.name, port.mac, port.mediaType, context.srcMac,
                                           disc.alMac, disc.intfMac, kind);
+    noteVendorSpeaker(disc.alMac);
     return result == kOk || result == kTopolDisabled ? kOk : kFailure;
 }

@@ -2,6 +2,7 @@
 
 #include "base/log.h"
 #include "base/result.h"
+#include "db/options.h"
 #include "handlers/answer_memory.h"
 #include "handlers/conf_handlers.h"
 #include "handlers/control_handlers.h"
@@ -202,7 +203,9 @@ int parseVendSpecTlvs(const Port& port, const FrameHdr& hdr, Bytes area, const P
     VendMsg msg;
     bool decoded = false;
     if (!walkTlvs(area, [&](Bytes tlv) {
-            if (tlv[0] != kTlvVendSpec) return parseUnsupportedTlv(tlv);
+            const bool isSkipped =
+                tlv[0] != kTlvVendSpec || (getStandardOption() && !isOwnVendTlv(tlv));
+            if (isSkipped) return parseUnsupportedTlv(tlv);
             decoded = true;
             return parseVendSpecTlv(tlv, msg);
         })) {

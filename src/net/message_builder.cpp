@@ -8,6 +8,7 @@
 #include "db/database.h"
 #include "db/link_metrics.h"
 #include "db/mesh_macs.h"
+#include "db/options.h"
 #include "wire/frame.h"
 #include "wire/vend_tlv.h"
 
@@ -97,8 +98,10 @@ bool genOwnBody(TlvArea& area, const Port& port, uint16_t msgType) {
 
 MsgTraits traitsOf(uint16_t msgType) {
     switch (msgType) {
-        case kMsgTopolNtf:
         case kMsgVendSpec:
+            // In standard mode the only multicast is the discovery, which concerns one link.
+            return {.relay = !getStandardOption()};
+        case kMsgTopolNtf:
         case kMsgApAutoConfRenew:
         case kMsgPBEventNtf:
         case kMsgPBJoinNtf:

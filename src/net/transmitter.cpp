@@ -8,6 +8,7 @@
 #include "base/state.h"
 #include "db/database.h"
 #include "db/neighbor_aging.h"
+#include "db/options.h"
 #include "net/message_integrity.h"
 #include "platform/descriptions.h"
 #include "wire/frame.h"
@@ -29,6 +30,16 @@ void takeMsgId(uint16_t* used) {
     module().msgId = static_cast<uint16_t>((module().msgId + 1) % kMsgIdModulus);
 }
 
+// The version of the header of a message to this address, which is nullptr for a multicast. In
+// standard mode a device gets the version that it uses.
+uint8_t versionFor(const MacAddr* dstMac) {
+    if (!getStandardOption()) return kCmduVersion;
+    if (dstMac == nullptr) return kStandardVersion;
+    if (module().senderMac == *dstMac) return module().senderVersion;
+    const NbrDev* dev = findNbrDev(alMacOf(*dstMac));
+    return dev != nullptr ? dev->version : kStandardVersion;
+}
+
 // A message that leaves by a port.
 struct Outgoing {
     Port& port;
@@ -37,17 +48,22 @@ struct Outgoing {
     uint16_t msgId;
     bool relay;
     uint64_t counter;  // of the integrity TLV
+    uint8_t version = versionFor(dstMac);
 };
 
 // Fills in the headers in the transmit buffer, adds the end-of-message TLV behind the first length
-// bytes, and sends them.
+// bytes, and sends them. With version 0 only the last fragment has that TLV, and the padding is
+// left to the network card, because decoders take more zeros for a fault.
 int sendFragment(const Outgoing& out, uint8_t fragId, bool last, size_t length) {
     FrameBuffer& tx = getTxBuffer();
     const std::span<uint8_t> frame(tx.frame);
-    tx.length = static_cast<uint32_t>(std::max(length + kEndOfMsgLen, kMinFrameLen));
+    const bool isStandard = out.version == kStandardVersion;
+    const size_t endLen = last || !isStandard ? kEndOfMsgLen : 0;
+    tx.length =
+        static_cast<uint32_t>(std::max(length + endLen, isStandard ? size_t{0} : kMinFrameLen));
     std::ranges::fill(frame.subspan(length, tx.length - length), uint8_t{0});
     if (gen1905CmduHdr(out.msgType, out.msgId, fragId, last ? 1 : 0, out.relay ? 1 : 0,
-                       frame.subspan(kEtherHdrLen)) != kOk) {
+                       frame.subspan(kEtherHdrLen), out.version) != kOk) {
         LOG_PUTS(1, "failed to generate the CMDU header\r");
         return kFailure;
     }
@@ -107,7 +123,7 @@ int sendFragments(const Outgoing& out, Bytes tlvs) {
 int sendMessage(const Outgoing& out, TlvArea& tlvs) {
     FrameHdr hdr;
     hdr.dstMac = out.dstMac != nullptr ? *out.dstMac : k1905Multicast;
-    hdr.version = kCmduVersion;
+    hdr.version = out.version;
     hdr.msgType = out.msgType;
     hdr.msgId = out.msgId;
     const size_t unsignedSize = tlvs.size();
@@ -235,16 +251,6 @@ int finish(const Outcome& outcome, const MacAddr& dstMac, uint16_t msgType, uint
     return kOk;
 }
 
-// The AL MAC of the neighbor with this AL MAC or interface MAC; the MAC itself if it is unknown.
-MacAddr alMacOf(const MacAddr& mac) {
-    for (const auto& intf : getIntfTable()) {
-        for (const auto& nbr : intf.nbrs) {
-            if (nbr.isNamedBy(mac)) return nbr.nbrAlMac.isZero() ? mac : nbr.nbrAlMac;
-        }
-    }
-    return mac;
-}
-
 int storeQuery(MessageMemory& queries, const MacAddr& dstMac, uint16_t msgType, uint16_t msgId) {
     if (getAlTable() == nullptr) return kFailure;
     const MacAddr alMac = alMacOf(dstMac);
@@ -273,6 +279,11 @@ int initMessageTransmitter() {
     module().queriedMsgs.clear();
     module().followUps.clear();
     return kOk;
+}
+
+void noteSender(const MacAddr& srcMac, uint8_t version) {
+    module().senderMac = srcMac;
+    module().senderVersion = version;
 }
 
 int requestSend1905UcastMsg(const MacAddr& dstMac, uint16_t msgType, const MsgBody& body,

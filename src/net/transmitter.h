@@ -14,10 +14,16 @@ struct TransmitterState {
     MessageMemory queriedMsgs;  // sent on this device's own account
     MessageMemory followUps;    // caused by messages of others, any number of them
     TlvArea spareTlvs;          // of the last message, so that the next one needs no memory
+    MacAddr senderMac;          // noteSender
+    uint8_t senderVersion = 0;
 };
 
 // Clears both memories. kOk.
 int initMessageTransmitter();
+
+// Standard mode: messages to this interface of a neighbor leave with this version from now on,
+// until another sender is noted. Its device may not be in the tables yet.
+void noteSender(const MacAddr& srcMac, uint8_t version);
 
 // Sends a message to one device by every port on which it is a neighbor; dstMac is its AL MAC or
 // the MAC of one of its interfaces. Types 0 and 1 go to dstMac by every port. kOk if it left by

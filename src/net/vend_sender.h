@@ -10,7 +10,9 @@
 std::optional<VendMsg> makeVendMsg(VendMsgType type, VendPayload&& payload);
 
 // Send a vendor message to one device (AL MAC or interface MAC) or to all devices. *msgId is set as
-// by the functions of transmitter.h, whose result is returned; kFailure without a database.
+// by the functions of transmitter.h, whose result is returned; kFailure without a database. In
+// standard mode only devices that have sent a vendor discovery get it, each by unicast; for another
+// one the result is kFailure.
 int sendVendMsg(const MacAddr& dstMac, VendMsgType type, VendPayload&& payload,
                 uint16_t* msgId = nullptr);
 int sendVendMcastMsg(VendMsgType type, VendPayload&& payload, uint16_t* msgId = nullptr);

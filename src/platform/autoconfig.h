@@ -68,7 +68,9 @@ typedef struct PbJoin {
  * failure is logged by the daemon.
  *
  * Search: a device of the searched role answers by SERV_REQ_AP_AUTOCONF_RESP with the same msgId.
- * Response: passed on only if it answers our search. */
+ * Response: passed on only if it answers our search.
+ * An Enrollee gets responses, WSC frames and renews only of one Registrar at a time: the one that
+ * was heard first, until that was silent for 130 seconds. */
 int notifyApAutoConfSrchMsgReceived(const ApAutoConfSrch* msg);
 int notifyApAutoConfRespMsgReceived(const ApAutoConfInfo* msg);
 /* WSC frame: an answer, if there is one, goes to srcMac by SERV_REQ_AP_AUTOCONF_WSC. */

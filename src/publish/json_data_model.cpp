@@ -9,6 +9,8 @@
 #include "base/store.h"
 #include "db/database.h"
 #include "db/mesh_macs.h"
+#include "db/options.h"
+#include "db/registrars.h"
 #include "platform/autoconfig.h"
 #include "publish/json_autoconfig.h"
 #include "publish/json_device_info.h"
@@ -53,6 +55,9 @@ void writeAlMembers(JsonWriter& out, const AlTable& al) {
     out.number("Approveflag", al.approveFlag);
     writeChannels(out, al.info);
     writeAddressesAndVersions(out, al.info);
+    if (getStandardOption()) out.boolean("StandardMode", true);
+    const MacAddr other = registrarPair().other;
+    if (!other.isZero()) out.mac("OtherRegistrar", other);
 }
 
 void writeOwnIntfs(JsonWriter& out, const AlTable& al) {
@@ -78,17 +83,18 @@ void updateBlocks(JsonWriter& out, DataModelBlocks& cache, const AlTable& al,
     size_t number = 0;
     for (const auto& dev : topol.devs) {
         auto& block = cache.blocks[number++];
-        auto& [farEnds, hosts, authorized] = block.surroundings;
+        auto& [farEnds, hosts, authorized, standardMode] = block.surroundings;
         bool changed = block.listsRevision != dev.listsRevision;
         if (!sameTopology || block.revision == 0 || farEnds.size() != dev.ieee1905NbrNum()) {
             if (!hearings) hearings.emplace(al, topol);
             changed |= store(farEnds, hearings->farEndsOf(dev));
         }
         if (!sameTopology || changed) changed |= store(hosts, hostsAmongNbrs(dev));
+        bool newTraits = store(authorized, authorizationOf(al, dev));
+        newTraits |= store(standardMode, standardModeOf(dev));
         const size_t start = out.size();
         // The first half has the number of hosts.
-        if (store(authorized, authorizationOf(al, dev)) || changed ||
-            block.revision != dev.revision) {
+        if (newTraits || changed || block.revision != dev.revision) {
             beginIeee1905Device(out, dev, block.surroundings, number);
             block.description = out.cut(start);
             block.revision = dev.revision;

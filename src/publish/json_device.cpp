@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "base/result.h"
+#include "db/database.h"
+#include "db/options.h"
 #include "platform/autoconfig.h"
 #include "publish/json_device_info.h"
 #include "publish/labels.h"
@@ -255,6 +257,12 @@ std::optional<int> authorizationOf(const AlTable& al, const Ieee1905DevTable& de
     return checkMACisApprove(dev.alMac.data(), dev.hostname.c_str());
 }
 
+std::optional<bool> standardModeOf(const Ieee1905DevTable& dev) {
+    const NbrDev* nbr = getStandardOption() ? findNbrDev(dev.alMac) : nullptr;
+    if (nbr == nullptr) return {};
+    return nbr->version == 0;
+}
+
 void beginIeee1905Device(JsonWriter& out, const Ieee1905DevTable& dev,
                          const Surroundings& surroundings, size_t number) {
     const auto hostNum = std::ranges::count(surroundings.hosts, true);
@@ -275,6 +283,7 @@ void beginIeee1905Device(JsonWriter& out, const Ieee1905DevTable& dev,
     out.text("DaisychainOption", dev.info.daisychainOption);
     writeSettings(out, dev.buildNumber, dev.info);
     if (surroundings.authorized) out.quotedNumber("Authorized", *surroundings.authorized);
+    if (surroundings.standardMode) out.boolean("StandardMode", *surroundings.standardMode);
     writeChannels(out, dev.info);
     out.text("DeviceUptime", dev.deviceUptime);
     writeAddressesAndVersions(out, dev.info);

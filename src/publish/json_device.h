@@ -51,9 +51,10 @@ class Hearings {
 
 // What the object of a remote device shows that is not in its record.
 struct Surroundings {
-    std::vector<LinkEnd> farEnds;   // Hearings::farEndsOf
-    std::vector<bool> hosts;        // hostsAmongNbrs
-    std::optional<int> authorized;  // authorizationOf
+    std::vector<LinkEnd> farEnds;      // Hearings::farEndsOf
+    std::vector<bool> hosts;           // hostsAmongNbrs
+    std::optional<int> authorized;     // authorizationOf
+    std::optional<bool> standardMode;  // standardModeOf
 };
 
 // For each non-1905 neighbor of the device, in their order: false if the address belongs to the
@@ -61,6 +62,8 @@ struct Surroundings {
 std::vector<bool> hostsAmongNbrs(const Ieee1905DevTable& dev);
 // The answer of checkMACisApprove, which only a Registrar shows.
 std::optional<int> authorizationOf(const AlTable& al, const Ieee1905DevTable& dev);
+// Whether the device is in standard mode, too, which only a device in standard mode can tell.
+std::optional<bool> standardModeOf(const Ieee1905DevTable& dev);
 
 // Write the object of a remote device with this number (from 1): what describes it, then its lists.
 // Both depend on nothing but their arguments, so the text is the same as long as they are.

@@ -34,9 +34,9 @@ int gen1905McastEtherHdr(const MacAddr& portMac, std::span<uint8_t> out) {
 }
 
 int gen1905CmduHdr(uint16_t msgType, uint16_t msgId, uint8_t fragId, int lastFragmentIndicator,
-                   int relayIndicator, std::span<uint8_t> out) {
+                   int relayIndicator, std::span<uint8_t> out, uint8_t version) {
     ByteWriter writer(out);
-    writer.u8(kCmduVersion).u8(0).u16(msgType).u16(msgId).u8(fragId);
+    writer.u8(version).u8(0).u16(msgType).u16(msgId).u8(fragId);
     if (isFlag(lastFragmentIndicator) && isFlag(relayIndicator)) {
         writer.u8((lastFragmentIndicator == 1 ? kLastFragment : 0U) |
                   (relayIndicator == 1 ? kRelay : 0U));

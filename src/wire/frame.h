@@ -21,6 +21,7 @@ inline constexpr size_t kMinFrameLen = 64;  // shorter frames are padded with ze
 
 // Meant: not 0. Messages of other devices, which have another version, are ignored.
 inline constexpr uint8_t kCmduVersion = 0xA0;
+inline constexpr uint8_t kStandardVersion = 0;  // in standard mode
 
 enum MsgType : uint16_t {
     kMsgTopolDisc = 0,
@@ -48,7 +49,7 @@ int gen1905McastEtherHdr(const MacAddr& portMac, std::span<uint8_t> out);
 // Writes the 8-byte CMDU header, with big-endian numbers, to the start of out. The indicators are 0
 // or 1; with any other value the flags byte is left as it is. kOk, or kFailure if out is too small.
 int gen1905CmduHdr(uint16_t msgType, uint16_t msgId, uint8_t fragId, int lastFragmentIndicator,
-                   int relayIndicator, std::span<uint8_t> out);
+                   int relayIndicator, std::span<uint8_t> out, uint8_t version = kCmduVersion);
 
 // The headers of a received frame.
 struct FrameHdr {

@@ -128,7 +128,7 @@ struct Wsc {
 // has on the interface.
 [[nodiscard]] size_t parseNon1905NbrDevTlv(DevTopol& dev, Bytes tlv);
 [[nodiscard]] size_t parse1905NbrDevTlv(DevTopol& dev, Bytes tlv);
-// The selector, not the length, determines the layout.
+// The selector, not the length, determines the layout; in standard mode, the length does.
 [[nodiscard]] size_t parseMetricQueryTlv(MetricQuery& query, Bytes tlv);
 // Both merge into one link per pair of interfaces. The length of the TLV determines the number of
 // links.

@@ -4,6 +4,7 @@
 #include "base/log.h"
 #include "db/database.h"
 #include "db/mesh_macs.h"
+#include "db/options.h"
 #include "wire/standard_tlv.h"
 
 namespace {
@@ -89,7 +90,9 @@ bool addNbrTlvs(TlvArea& area, unsigned index, size_t& room) {
 template <typename WriteLink>
 bool addMetricTlvs(TlvArea& area, uint8_t type, const LinkMetricInfo& info, size_t linkSize,
                    size_t& room, WriteLink&& writeLink) {
-    const auto writeHead = [&](ByteWriter& out) { out.mac(info.alMac).mac(info.alMac); };
+    const MacAddr* const own = getStandardOption() ? getAlMac() : nullptr;
+    const MacAddr& sender = own != nullptr ? *own : info.alMac;
+    const auto writeHead = [&](ByteWriter& out) { out.mac(sender).mac(info.alMac); };
     if (info.links.empty()) return add1905Tlv(area, type, 12, writeHead);
     auto link = info.links.begin();
     return addList(area, type, linkSize, room, writeHead, [&](ByteWriter& out) {
@@ -98,6 +101,11 @@ bool addMetricTlvs(TlvArea& area, uint8_t type, const LinkMetricInfo& info, size
         writeLink(out, *link++);
         return true;
     });
+}
+
+// Only these have an RSSI and, in standard mode, no PHY rate.
+bool isWifi(const LinkMetric& link) {
+    return link.mediaType >> 8 == 1;
 }
 
 }  // namespace
@@ -199,6 +207,10 @@ bool gen1905NbrDevTlv(TlvArea& area, unsigned index, size_t& room) {
 }
 
 bool genMetricQueryTlv(TlvArea& area, const MetricQuery& query) {
+    if (getStandardOption() && query.nbrSelector != 1) {
+        return add1905Tlv(area, kTlvMetricQuery, 2,
+                          [&](ByteWriter& out) { out.u8(query.nbrSelector).u8(query.metrics); });
+    }
     // Always the long layout; a query for all neighbors has zeros for the AL MAC.
     return add1905Tlv(area, kTlvMetricQuery, 8, [&](ByteWriter& out) {
         out.u8(query.nbrSelector)
@@ -211,14 +223,16 @@ bool genTxMetricTlv(TlvArea& area, const LinkMetricInfo& info, size_t& room) {
     return addMetricTlvs(area, kTlvTxMetric, info, 29, room,
                          [](ByteWriter& out, const LinkMetric& link) {
                              out.u8(link.bridgeFlag).u32(link.txErrors).u32(link.txPackets);
-                             out.u16(link.throughput).u16(link.availability).u16(link.phyRate);
+                             out.u16(link.throughput).u16(link.availability);
+                             out.u16(isWifi(link) && getStandardOption() ? 0xFFFFU : link.phyRate);
                          });
 }
 
 bool genRxMetricTlv(TlvArea& area, const LinkMetricInfo& info, size_t& room) {
     return addMetricTlvs(area, kTlvRxMetric, info, 23, room,
                          [](ByteWriter& out, const LinkMetric& link) {
-                             out.u32(link.rxErrors).u32(link.rxPackets).u8(link.rssi);
+                             out.u32(link.rxErrors).u32(link.rxPackets);
+                             out.u8(isWifi(link) || !getStandardOption() ? link.rssi : 0xFFU);
                          });
 }
 

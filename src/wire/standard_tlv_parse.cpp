@@ -301,10 +301,13 @@ size_t parse1905NbrDevTlv(DevTopol& dev, Bytes tlv) {
 size_t parseMetricQueryTlv(MetricQuery& query, Bytes tlv) {
     TlvReader reader(tlv);
     reader.demand(reader.type == kTlvMetricQuery && (reader.length == 2 || reader.length == 8));
-    // Meant: the selector determines the layout. A query for all neighbors is read as the short
-    // layout even if it has the length of the long one.
+    // Meant: outside standard mode the selector determines the layout. A query for all neighbors is
+    // then read as the short layout even if it has the length of the long one.
     const uint8_t selector = reader.u8();
-    const MacAddr alMac = selector == 1 ? reader.mac() : MacAddr{};
+    const bool isLong = getStandardOption() ? reader.length == 8 : selector == 1;
+    MacAddr alMac = isLong ? reader.mac() : MacAddr{};
+    if (selector != 1) alMac = {};
+    if (getStandardOption()) reader.demand(selector != 1 || isLong);
     const uint8_t metrics = reader.u8();
     if (reader.ok()) query = {selector, alMac, metrics};
     return consumed(reader, "TLV (type=%d/len=%d): invalid link metric query TLV\r\n");

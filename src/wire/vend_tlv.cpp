@@ -77,6 +77,25 @@ bool genVendSpecTlv(TlvArea& area, const VendMsg& msg, const MacAddr& portMac) {
     return false;
 }
 
+bool isOwnVendTlv(Bytes tlv) {
+    ByteReader reader(tlv);
+    const uint8_t type = reader.u8();
+    (void)reader.u16();
+    const uint8_t* const own = getAlOui();
+    const Bytes oui = reader.take(3);
+    return reader.ok() && type == kTlvVendSpec && own != nullptr &&
+           std::ranges::equal(oui, Bytes(own, 3));
+}
+
+bool hasOwnVendTlv(Bytes area) {
+    bool found = false;
+    (void)walkTlvs(area, [&](Bytes tlv) {
+        found = found || isOwnVendTlv(tlv);
+        return flatSize1905(tlv);
+    });
+    return found;
+}
+
 size_t parseVendSpecTlv(Bytes tlv, VendMsg& msg) {
     ByteReader reader(tlv);
     const uint8_t type = reader.u8();

@@ -5,7 +5,7 @@ import struct
 
 import pytest
 from frames import MULTICAST
-from lab import Lab, port_mac, wait_until
+from lab import Lab, al_mac, port_mac, wait_until
 from neighbor import Neighbor, raw, tlv
 from wsc_enrollee import Enrollee
 from wsc_registrar import answer
@@ -95,9 +95,19 @@ def wsc_of(frame):
 
 def test_a_registrar_of_another_make_is_understood(lab):
     with Neighbor(lab, "dev1", "eth0", "02:57:a0:00:01:00", "02:57:a0:00:01:ff") as other:
-        target = port_mac(2, 0)
+        target, renew = port_mac(2, 0), tlv(1, raw(other.al)) + tlv(15, b"\0") + tlv(16, BAND_5)
         other.hello(target)
-        other.send(MULTICAST, RENEW, tlv(1, raw(other.al)) + tlv(15, b"\0") + tlv(16, BAND_5))
+        other.send(MULTICAST, RENEW, renew)
+        lab.until(lambda: f"Registrar ({other.al}) is ignored" in lab.log("dev2"), "it is ignored")
+        lab.until(lambda: json.loads(lab.run("dev2", "vm1905ctl", "--json", "status"))[
+            "other_registrar"] == other.al, "it is shown")
+        lab.shell("dev1", "touch /tmp/vm1905_stop")
+        for _ in range(20):
+            if f"Registrar ({al_mac(1)}) is gone" in lab.log("dev2"):
+                break
+            lab.pass_time(20, 10)
+            other.hello(target)
+        other.send(MULTICAST, RENEW, renew)
         m1 = wait_until(lambda: next((frame for frame in list(other.heard) if frame.type == WSC),
                                      None), 10, "an M1")
         settings = b"foreign \xff", b"\0\x22", b"a key of 19 letters"

@@ -11,7 +11,7 @@
 namespace sim {
 namespace {
 
-TEST(KeyedMesh, RelaysOrdersAndKnowsThoseFromBeforeARestart) {
+void relayOrdersAndKnowThoseFromBeforeARestart(const std::string& mode) {
     const std::string key = "/tmp/key_" + std::to_string(getpid());
     std::ofstream(key) << std::string(32, 'k');
     std::filesystem::permissions(key, std::filesystem::perms(0600));
@@ -20,8 +20,8 @@ TEST(KeyedMesh, RelaysOrdersAndKnowsThoseFromBeforeARestart) {
     std::vector<Segment> cables;
     std::array<int, 4> leds{}, renews{};
     for (size_t i = 0; i < 4; i++) {
-        DeviceOptions options{.intfs = {"eth0", "eth1"}};
-        if (i < 3) options.options = "MESH_KEY=" + key + "\n";
+        DeviceOptions options{.intfs = {"eth0", "eth1"}, .options = mode};
+        if (i < 3) options.options += "MESH_KEY=" + key + "\n";
         options.prepare = [&, i] {
             fakePlatform().onAction = [&, i] {
                 leds[i] += fakePlatform().calls.back().starts_with("setLEDvalue");
@@ -61,6 +61,13 @@ TEST(KeyedMesh, RelaysOrdersAndKnowsThoseFromBeforeARestart) {
     mesh.run(1);
     EXPECT_EQ(leds[0], 2);
     std::filesystem::remove(key);
+}
+
+TEST(KeyedMesh, RelaysOrdersAndKnowsThoseFromBeforeARestart) {
+    for (const char* mode : {"", "STANDARD_1905=1\n"}) {
+        SCOPED_TRACE(mode);
+        relayOrdersAndKnowThoseFromBeforeARestart(mode);
+    }
 }
 
 }  // namespace

@@ -7,6 +7,7 @@ DISCOVERY, NOTIFICATION, QUERY, RESPONSE, VENDOR = 0, 1, 2, 3, 4
 MULTICAST = "01:80:c2:00:00:13"
 NEAREST_BRIDGE = "01:80:c2:00:00:0e"
 ERROR = 8388608  # tshark's severity of an expert information
+WARNING = 6291456
 
 
 class Tlv:
@@ -33,9 +34,10 @@ class Frame:
         self.time = float(self.get("timestamp", "value"))
         self.size = int(self.get("len"))
         self.source, self.destination = self.get("eth.src"), self.get("eth.dst")
-        self.malformed = "_ws.malformed" in protocols or "_ws.short" in protocols or any(
-            int(field.get("show")) >= ERROR for field in packet.iter("field")
-            if field.get("name") == "_ws.expert.severity")
+        self.severity = max((int(field.get("show")) for field in packet.iter("field")
+                             if field.get("name") == "_ws.expert.severity"), default=0)
+        self.malformed = ("_ws.malformed" in protocols or "_ws.short" in protocols
+                          or self.severity >= ERROR)
         self.tlvs = []
         if self.kind == "ieee1905":
             self.version = int(self.get("ieee1905.message_version"))

@@ -57,6 +57,7 @@ class Heard:
     def __init__(self, frame):
         self.time = time.monotonic()
         self.destination, self.source = frame[:6].hex(":"), frame[6:12].hex(":")
+        self.version, self.relayed = frame[14], bool(frame[21] & 0x40)
         self.type, self.id = struct.unpack(">HH", frame[16:20])
         self.tlvs, self.vendor, self.payload = frame[22:], None, None
         if self.type == VENDOR and frame[22] == 11 and frame[25:28] == bytes.fromhex("0a3c71"):
@@ -65,9 +66,12 @@ class Heard:
 
 
 class Neighbor(Program):
-    """On a port of a device, but with addresses of its own."""
+    """On a port of a device, but with addresses of its own. With version 0 it is another make,
+    which knows no vendor messages and no more TLVs than the standard has."""
 
-    def __init__(self, lab, device, port, mac="02:57:a0:00:00:00", al="02:57:a0:00:00:ff"):
+    def __init__(self, lab, device, port, mac="02:57:a0:00:00:00", al="02:57:a0:00:00:ff",
+                 version=0xA0):
+        self.version = version
         self.lab, self.mac, self.al, self.heard, self.id = lab, mac, al, [], 0x1000
         self.sending = threading.Lock()
         super().__init__(lab, device, "python3", "-c", WIRE, port)
@@ -82,16 +86,17 @@ class Neighbor(Program):
             self.heard.append(frame)
             if frame.type == QUERY:
                 port = raw(self.mac) + struct.pack(">HB", GIGABIT, 0)
-                self.send(frame.source, RESPONSE, tlv(3, raw(self.al) + b"\1" + port)
-                          + tlv(1, raw(self.al)), frame.id)
+                more = tlv(1, raw(self.al)) if self.version else b""
+                self.send(frame.source, RESPONSE, tlv(3, raw(self.al) + b"\1" + port) + more,
+                          frame.id)
 
-    def send(self, destination, kind, tlvs, message_id=None):
+    def send(self, destination, kind, tlvs, message_id=None, flags=0x80):
         with self.sending:
             if message_id is None:
                 self.id += 1
                 message_id = self.id
             header = raw(destination) + raw(self.mac) + struct.pack(
-                ">HBBHHBB", 0x893A, 0xA0, 0, kind, message_id, 0, 0x80)
+                ">HBBHHBB", 0x893A, self.version, 0, kind, message_id, 0, flags)
             self.say((header + tlvs + tlv(0)).ljust(60, b"\0").hex())
             return message_id
 

@@ -3,6 +3,7 @@
 
 #include "db/data_manager.h"
 #include "db/database.h"
+#include "db/sys_ctrl.h"
 #include "db/upcalls.h"
 #include "net/transmitter.h"
 #include "support/device.h"
@@ -120,6 +121,54 @@ TEST_F(Receiver, EveryTypeIsHandledAndSomeRelayed) {
         EXPECT_EQ(std::to_string(s.type) + ": " + s.tlvs, answer);
         EXPECT_EQ(std::tuple(s.id, s.dst, s.src), std::tuple(kId, kPeer.intf, kEth0));
     }
+}
+
+TEST_F(Receiver, StandardModeRelaysOnceWhatItDoesNotKnow) {
+    getSysCtrl().config.standard1905 = 1;
+    LogCapture log(2);
+    constexpr uint8_t kRelay = 0x40, kBoth = kLastFragment | kRelay;
+    const auto relays = [](unsigned type, const Frame& tlvs, uint8_t flags, const MacAddr& dst,
+                           uint8_t fragId = 0) {
+        for (int copies = 0; copies < 2; copies++) {
+            (void)receive("eth0", frame1905(dst, kPeer.intf, type, kId, tlvs, flags, fragId, 0));
+        }
+        return sent("eth1").size();
+    };
+    const Frame later = hex(kAl + "b00002 0102 000000"), foreign = hex("0b0005 00112233 44 000000");
+    for (const auto& [type, tlvs] : {std::pair{0x8000U, later}, {13U, later}, {4U, foreign}}) {
+        SCOPED_TRACE(type);
+        EXPECT_EQ(relays(type, tlvs, kBoth, kEth0), 0U);
+        EXPECT_EQ(relays(type, tlvs, kLastFragment, k1905Multicast), 0U);
+        EXPECT_EQ(relays(type, tlvs, kBoth, k1905Multicast), 1U);
+        EXPECT_EQ(relays(type, hex("b00003 0102"), kRelay, k1905Multicast), 1U);
+        EXPECT_EQ(relays(type, hex("03 000000"), kBoth, k1905Multicast, 1), 1U);
+    }
+    for (const uint8_t flags : {kLastFragment, kBoth}) {
+        (void)initMessageTransmitter();
+        EXPECT_EQ(
+            relays(kMsgApAutoConfSrch, hex(kMessages[7].tlvs) + endOfMsg(), flags, k1905Multicast),
+            flags == kBoth ? 1U : 0U);
+    }
+    EXPECT_EQ(log.finish(), "");
+}
+
+// The end-of-message TLV is in the last fragment only.
+TEST_F(Receiver, StandardModeAnswersInTheVersionOfTheSender) {
+    getSysCtrl().config.standard1905 = 1;
+    meet(kPeer, 1);
+    for (const uint8_t version : {kCmduVersion, kStandardVersion}) {
+        const Frame query = hex("080008 00 000000000000 01 000000");
+        (void)receive("eth0",
+                      frame1905(kEth0, kPeer.intf, 5, kId, query, kLastFragment, 0, version));
+        const Sent answer = sent("eth0").at(0);
+        EXPECT_EQ(answer.frame[14], version);
+        EXPECT_EQ(answer.tlvs, "10") << "receiver metrics";
+    }
+    renew(3);
+    (void)receive("eth0", frame1905(kEth0, kPeer.intf, 3, kId, devInfoTlv(kPeer), 0, 0, 0));
+    (void)receive("eth0",
+                  frame1905(kEth0, kPeer.intf, 3, kId, hex(kAl) + endOfMsg(), kLastFragment, 1, 0));
+    EXPECT_EQ(getNetTopolTable()->devs.size(), 1U);
 }
 
 // Each frame would also fail all later checks.

@@ -61,6 +61,10 @@ TEST_F(Transmitter, FragmentsEndBetweenTlvs) {
             EXPECT_EQ(all[i].flags, i + 1 == all.size() ? kLastFragment : 0);
         }
     }
+    getSysCtrl().config.standard1905 = 1;
+    EXPECT_EQ(sendTlvs({700, 773}), kOk);
+    const auto all = sent("eth0");
+    EXPECT_EQ(std::pair(all.at(0).frame.size(), all.at(1).frame.size()), std::pair(722UL, 798UL));
 }
 
 TEST_F(Transmitter, RefusesWhatCannotBeSent) {

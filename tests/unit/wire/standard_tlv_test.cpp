@@ -8,6 +8,7 @@
 #include "db/data_manager.h"
 #include "db/database.h"
 #include "db/local_tables.h"
+#include "db/sys_ctrl.h"
 #include "support/frames.h"
 #include "support/log_capture.h"
 #include "support/test_device.h"
@@ -312,6 +313,24 @@ TEST(StandardTlvParsers, UnusualForms) {
     for (const char* bad : {"", "00", "0001", "0200"}) {
         EXPECT_EQ(parseEndOfLldpduTlv(hex(bad)), kFailure) << bad;
     }
+}
+
+TEST_F(StandardTlv, MetricsInStandardMode) {
+    getSysCtrl().config.standard1905 = 1;
+    EXPECT_EQ(made(genMetricQueryTlv, {0, kMac, 1}), hex("080002 00 01"));
+    EXPECT_EQ(made(genMetricQueryTlv, {1, kMac, 2}), hex("080008 01 010203040506 02"));
+    EXPECT_EQ(madeMetrics(genRxMetricTlv, {kMac, {}}),
+              hex("0a000c") + bytesOf(*getAlMac()) + bytesOf(kMac));
+    LinkMetricInfo links{kMac, std::vector<LinkMetric>(2)};
+    links.links[0].phyRate = 1000;
+    links.links[1].mediaType = 0x103;
+    const Frame tx = madeMetrics(genTxMetricTlv, links), rx = madeMetrics(genRxMetricTlv, links);
+    EXPECT_EQ(print({tx[42], tx[43], tx[71], tx[72], rx[37], rx[60]}), "03e8ffffff00");
+    MetricQuery q;
+    EXPECT_EQ(parseMetricQueryTlv(q, hex("080008 00 010203040506 02")), 11U);
+    EXPECT_EQ(std::pair(q.nbrAlMac.isZero(), q.metrics), std::pair(true, uint8_t{2}));
+    EXPECT_EQ(parseMetricQueryTlv(q, hex("080002 01 010203040506 02")), 0U) << "no neighbor";
+    getSysCtrl().config.standard1905 = 0;  // the device serves the next test, too
 }
 
 }  // namespace
