@@ -7,6 +7,7 @@
 #include "common/helper.h"
 #include "common/hook.h"
 #include "common/log.h"
+#include "hostapd/work.h"
 #include "netctrl/autoconfig_enrollee.h"
 #include "netctrl/autoconfig_networks.h"
 #include "netctrl/autoconfig_registrar.h"
@@ -69,6 +70,7 @@ int runNetCtrl() {
     const int result = runWatch(callbacks.netStatus);
     reportNotices(callbacks.netStatus);
     if (callbacks.netStatus != nullptr) directUpgrade();
+    watchHostapd();
     return result;
 }
 
@@ -80,6 +82,7 @@ int destroyNetCtrl() {
     dropRegistrar();
     dropEnrollee();
     dropNetworks();
+    dropHostapd();
     closeWifiFile();
     endAllJobs();
     forgetHooks();

@@ -1,0 +1,186 @@
+#include "hostapd/work.h"
+
+#include <openssl/evp.h>
+
+#include <algorithm>
+#include <sstream>
+
+#include "base/own_folder.h"
+#include "base/result.h"
+#include "common/files.h"
+#include "common/hook.h"
+#include "common/job.h"
+#include "common/log.h"
+#include "common/text.h"
+#include "hostapd/bss.h"
+#include "hostapd/radios.h"
+#include "netctrl/autoconfig_enrollee.h"
+#include "wsc/wifi_conf.h"
+
+namespace {
+
+constexpr const char* kProgram = "hostapd";
+constexpr const char* kHook = "autoconf-networks";
+constexpr unsigned kCheckPeriod = 12;  // looks, of five seconds each, until hostapd is asked again
+
+struct {
+    bool changed = false;    // networks have arrived
+    std::string seen;        // what the folder of the sockets showed to the program
+    unsigned looks = 0;      // since hostapd was asked
+    unsigned failures = 0;   // in a row
+    std::string lastOutput;  // the lines of the last run that did something
+} watch;
+
+// What a BSS has got; in the daemon's own folder, so that a restart of the daemon alone disconnects
+// no station.
+struct Applied {
+    std::string ifname, stamp, digest;
+    unsigned rfBand = 0;
+};
+
+std::string appliedFile() {
+    return ownFolder() + "/hostapd";
+}
+
+std::vector<Applied> readApplied() {
+    std::vector<Applied> all;
+    std::istringstream text(readFile(appliedFile(), 8192, Links::kRefuse));
+    for (Applied each; text >> each.ifname >> each.stamp >> each.digest >> each.rfBand;) {
+        all.push_back(each);
+    }
+    return all;
+}
+
+bool writeApplied(const std::vector<Applied>& all) {
+    std::ostringstream text;
+    for (const Applied& each : all) {
+        text << each.ifname << ' ' << each.stamp << ' ' << each.digest << ' ' << each.rfBand << '\n';
+    }
+    return writeSecretFile(appliedFile(), text.str());
+}
+
+// No hexadecimal text for a BSS without a network.
+std::string digestOf(const WifiNetwork* network) {
+    if (network == nullptr) return "none";
+    std::string text = writeWifiConf({{"n", {0}, *network}});
+    uint8_t digest[EVP_MAX_MD_SIZE];
+    unsigned size = 0;
+    const int done = EVP_Digest(text.data(), text.size(), digest, &size, EVP_sha256(), nullptr);
+    OPENSSL_cleanse(text.data(), text.size());
+    return done == 1 ? hexText({digest, size}) : "unknown";
+}
+
+// Whether the BSS is now as planned. isNew: it may not have got this yet.
+bool apply(const BssPlan& plan, bool isNew, const HostapdLog& log) {
+    const std::string& ifname = plan.bss->ifname;
+    if (plan.network == nullptr && !isNew) return true;
+    HostapdControl control(ifname, log);
+    if (!control.isOpen()) return false;
+    if (plan.network == nullptr) {
+        if (!disableBss(control)) return false;
+        log(3, "hostapd: " + ifname + " has no network");
+        return true;
+    }
+    if (!isNew) {
+        const auto runs = runsNetwork(control, *plan.network);
+        if (runs != false) return runs.has_value();
+    }
+    if (!setBss(control, *plan.network)) return false;
+    log(3, "hostapd: " + ifname + " runs " + ssidText(plan.network->ssid.view()) + " on channel " +
+               channelOf(control));
+    return true;
+}
+
+bool applyAll(const HostapdLog& log) {
+    BandNetworks bands;
+    bool good = updateSettings(bands);
+    if (!good) log(1, "hostapd: " + settingsFile() + " has errors or cannot be written");
+    if (bands.empty()) return good;
+
+    const std::vector<Applied> before = readApplied();
+    const auto appliedTo = [&before](const std::string& ifname) {
+        const auto found = std::ranges::find(before, ifname, &Applied::ifname);
+        return found != before.end() ? *found : Applied{};
+    };
+    removeOldEnds();
+    std::vector<HostapdBss> all = listBss();
+    for (HostapdBss& bss : all) {
+        if (bss.band.empty()) bss.rfBand = radioBandOf(bss.ifname);
+        // A radio that is off has no channel.
+        if (bss.rfBand == 0) bss.rfBand = static_cast<uint8_t>(appliedTo(bss.ifname).rfBand);
+    }
+    std::vector<Applied> after;
+    for (const BssPlan& plan : planBss(all, bands, log)) {
+        const Applied old = appliedTo(plan.bss->ifname);
+        Applied now{plan.bss->ifname, plan.bss->stamp, digestOf(plan.network), plan.bss->rfBand};
+        const bool isNew = old.stamp != now.stamp || old.digest != now.digest;
+        if (!apply(plan, isNew, log)) {
+            good = false;
+            now.digest = "failed";
+        }
+        after.push_back(now);
+    }
+    if (!all.empty() && !writeApplied(after)) {
+        log(1, "hostapd: " + appliedFile() + " cannot be written");
+    }
+    return good;
+}
+
+void start(const std::string& seen);
+
+void finish(int status, const std::string& output) {
+    if (status != 0 || !output.empty()) watch.failures = status != 0 ? watch.failures + 1 : 0;
+    std::string_view text = output;
+    watch.seen = text.empty() ? watch.seen : takeLine(text);
+    // What fails again and again is logged once.
+    const bool isNews = watch.lastOutput != text;
+    if (!output.empty()) watch.lastOutput = text;
+    while (isNews && text.size() > 2) {
+        const int level = text[0] - '0';
+        const std::string line(takeLine(text).substr(2));
+        LOG_LINE(level, "%s", line.c_str());
+    }
+    if (watch.changed) start("");
+}
+
+void start(const std::string& seen) {
+    if (isJobRunning(kProgram)) return;
+    watch.changed = false;
+    if (seen.empty()) watch.looks = 0;
+    // If it cannot be started, the next look tries again.
+    if (startJob(kProgram, {seen}, {}, finish) == 0) watch.changed = true;
+}
+
+}  // namespace
+
+void giveToHostapd() {
+    watch.changed = true;
+    start("");
+}
+
+void watchHostapd() {
+    const auto stamp = hostapdStamp();  // none: only the program may look
+    const unsigned retry = 1U << std::min(watch.failures, 5U) >> 1;
+    const bool isDue =
+        ++watch.looks >= (watch.failures > 0 ? std::min(retry, kCheckPeriod) : kCheckPeriod);
+    const bool isNeeded = watch.changed || (stamp && *stamp != watch.seen) || isDue;
+    if ((stamp && stamp->empty() && !watch.changed) || (stamp && !isNeeded)) return;
+    if (asksItself() && !hasHook(kHook)) start(isNeeded ? "" : watch.seen);
+}
+
+void dropHostapd() {
+    watch = {};
+}
+
+int runHostapd(const Arguments& args) {
+    const std::string stamp = hostapdStamp().value_or("");
+    if (!args[0].empty() && args[0] == stamp) return kOk;
+    std::string lines;
+    const HostapdLog log = [&lines](int level, const std::string& line) {
+        lines += std::to_string(level) + " " + line + "\n";
+    };
+    const bool good = applyAll(log);
+    const std::string output = stamp + "\n" + lines;
+    const ssize_t size = write(STDOUT_FILENO, output.data(), output.size());
+    return good && size == static_cast<ssize_t>(output.size()) ? kOk : kFailure;
+}
