@@ -51,12 +51,11 @@ bool setKey(HostapdControl& control, const WifiNetwork& network) {
 // The name is last: if anything else is refused, the BSS must not run under it.
 bool setAll(HostapdControl& control, const WifiNetwork& network) {
     const auto [keyManagement, protection] = securityOf(network);
-    const bool good = isOpen(network)
-                          ? control.set("wpa", "0") && control.set("ieee80211w", "0")
-                          : setKey(control, network) && control.set("wpa", "2") &&
-                                control.set("wpa_key_mgmt", keyManagement) &&
-                                control.set("rsn_pairwise", "CCMP") &&
-                                control.set("ieee80211w", protection);
+    const bool good = isOpen(network) ? control.set("wpa", "0") && control.set("ieee80211w", "0")
+                                      : setKey(control, network) && control.set("wpa", "2") &&
+                                            control.set("wpa_key_mgmt", keyManagement) &&
+                                            control.set("rsn_pairwise", "CCMP") &&
+                                            control.set("ieee80211w", protection);
     return good && control.set("ssid2", hexText(network.ssid.view()));
 }
 

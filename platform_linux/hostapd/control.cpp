@@ -46,8 +46,8 @@ HostapdControl::~HostapdControl() {
 }
 
 void HostapdControl::fail(std::string_view command, std::string_view why) {
-    log_(1, "hostapd: " + ifname_ + ": " + std::string(nameOf(command)) + " failed: " +
-                plainText(why, 60));
+    log_(1, "hostapd: " + ifname_ + ": " + std::string(nameOf(command)) +
+                " failed: " + plainText(why, 60));
 }
 
 // wpa_ctrl_request() would wait for ten seconds.

@@ -31,7 +31,8 @@ class HostapdControl {
     // False if nobody listens at the socket.
     bool isOpen() const { return ctrl_ != nullptr; }
     // A question; none if hostapd refuses the command or does not answer in time.
-    std::optional<std::string> ask(std::string_view command, std::chrono::milliseconds limit = kLimit);
+    std::optional<std::string> ask(std::string_view command,
+                                   std::chrono::milliseconds limit = kLimit);
     // A command that is answered with "OK".
     bool order(std::string_view command, std::chrono::milliseconds limit = kLimit);
     bool set(std::string_view name, std::string_view value);

@@ -95,7 +95,8 @@ std::vector<BssPlan> planBss(const std::vector<HostapdBss>& all, const BandNetwo
             possible++;
             configured += bands.count(band.number);
         }
-        if (!isTaken(bss) && possible > 0 && configured == possible) plan.push_back({&bss, nullptr});
+        if (!isTaken(bss) && possible > 0 && configured == possible)
+            plan.push_back({&bss, nullptr});
     }
     return plan;
 }

@@ -11,9 +11,9 @@
 
 struct HostapdBss {
     std::string ifname;
-    std::string stamp;     // of its socket; another one if hostapd has been restarted
-    std::string band;      // WIFI_BAND.IFNAME of platform.conf, without it empty
-    uint8_t rfBand = 0;    // that of the radio, in M1 and M2; 0 if unknown
+    std::string stamp;   // of its socket; another one if hostapd has been restarted
+    std::string band;    // WIFI_BAND.IFNAME of platform.conf, without it empty
+    uint8_t rfBand = 0;  // that of the radio, in M1 and M2; 0 if unknown
 
     // Whether networks of the band can be on it.
     bool serves(const WifiBand& each) const {

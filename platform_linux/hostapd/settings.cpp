@@ -79,7 +79,7 @@ bool updateSettings(BandNetworks& bands) {
         }
     }
     const SecretText now{bands.empty() ? "" : writeSettings(bands)};
-    const bool isWritten = now.text == before.text || now.text.empty() ||
-                           writeSecretFile(path, now.text);
+    const bool isWritten =
+        now.text == before.text || now.text.empty() || writeSecretFile(path, now.text);
     return isWritten && !wasWrong;
 }

@@ -54,7 +54,8 @@ std::vector<Applied> readApplied() {
 bool writeApplied(const std::vector<Applied>& all) {
     std::ostringstream text;
     for (const Applied& each : all) {
-        text << each.ifname << ' ' << each.stamp << ' ' << each.digest << ' ' << each.rfBand << '\n';
+        text << each.ifname << ' ' << each.stamp << ' ' << each.digest << ' ' << each.rfBand
+             << '\n';
     }
     return writeSecretFile(appliedFile(), text.str());
 }
@@ -70,25 +71,27 @@ std::string digestOf(const WifiNetwork* network) {
     return done == 1 ? hexText({digest, size}) : "unknown";
 }
 
-// Whether the BSS is now as planned. isNew: it may not have got this yet.
-bool apply(const BssPlan& plan, bool isNew, const HostapdLog& log) {
+enum class Result { kFailed, kAsBefore, kSet };
+
+// isNew: the BSS may not have got this yet.
+Result apply(const BssPlan& plan, bool isNew, const HostapdLog& log) {
     const std::string& ifname = plan.bss->ifname;
-    if (plan.network == nullptr && !isNew) return true;
+    if (plan.network == nullptr && !isNew) return Result::kAsBefore;
     HostapdControl control(ifname, log);
-    if (!control.isOpen()) return false;
+    if (!control.isOpen()) return Result::kFailed;
     if (plan.network == nullptr) {
-        if (!disableBss(control)) return false;
+        if (!disableBss(control)) return Result::kFailed;
         log(3, "hostapd: " + ifname + " has no network");
-        return true;
+        return Result::kSet;
     }
     if (!isNew) {
         const auto runs = runsNetwork(control, *plan.network);
-        if (runs != false) return runs.has_value();
+        if (runs != false) return runs ? Result::kAsBefore : Result::kFailed;
     }
-    if (!setBss(control, *plan.network)) return false;
+    if (!setBss(control, *plan.network)) return Result::kFailed;
     log(3, "hostapd: " + ifname + " runs " + ssidText(plan.network->ssid.view()) + " on channel " +
                channelOf(control));
-    return true;
+    return Result::kSet;
 }
 
 bool applyAll(const HostapdLog& log) {
@@ -110,14 +113,19 @@ bool applyAll(const HostapdLog& log) {
         if (bss.rfBand == 0) bss.rfBand = static_cast<uint8_t>(appliedTo(bss.ifname).rfBand);
     }
     std::vector<Applied> after;
+    bool isAnySet = false;
     for (const BssPlan& plan : planBss(all, bands, log)) {
         const Applied old = appliedTo(plan.bss->ifname);
         Applied now{plan.bss->ifname, plan.bss->stamp, digestOf(plan.network), plan.bss->rfBand};
-        const bool isNew = old.stamp != now.stamp || old.digest != now.digest;
-        if (!apply(plan, isNew, log)) {
+        // A BSS without a network comes last. A restart of its radio has switched it on again.
+        const bool isNew = old.stamp != now.stamp || old.digest != now.digest ||
+                           (plan.network == nullptr && isAnySet);
+        const Result result = apply(plan, isNew, log);
+        if (result == Result::kFailed) {
             good = false;
             now.digest = "failed";
         }
+        isAnySet = isAnySet || result == Result::kSet;
         after.push_back(now);
     }
     if (!all.empty() && !writeApplied(after)) {

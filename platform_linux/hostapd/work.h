@@ -12,6 +12,6 @@ void watchHostapd();
 void dropHostapd();
 
 // The work of the program "hostapd". Its argument is what the folder of the sockets showed the last
-// time. If that has not changed, it does nothing; an empty argument means that it must. Otherwise it
-// prints what the folder shows now, and the lines for the log, each after its level.
+// time. If that has not changed, it does nothing; an empty argument means that it must. Otherwise
+// it prints what the folder shows now, and the lines for the log, each after its level.
 int runHostapd(const Arguments& args);

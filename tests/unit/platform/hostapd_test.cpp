@@ -4,16 +4,19 @@
 #include <sys/stat.h>
 #include <sys/un.h>
 
+#include <array>
 #include <atomic>
 #include <mutex>
 #include <thread>
 
 #include "base/fd.h"
+#include "common/job.h"
 #include "hostapd/bss.h"
 #include "hostapd/radios.h"
 #include "netctrl/autoconfig_networks.h"
 #include "netctrl/lifecycle.h"
 #include "support.h"
+#include "wsc/wifi_conf.h"
 
 namespace {
 
@@ -25,8 +28,8 @@ WifiNetwork network(std::string_view ssid, uint16_t auth, std::string_view key =
 }
 
 void configure(const ScratchFolder& folder, const std::string& bands) {
-    folder.platformConf("HOSTAPD_FOLDER = " + folder.path() + "\nWIFI_SETTINGS_FILE = " +
-                        folder.path("received.conf") + "\n" + bands);
+    folder.platformConf("HOSTAPD_FOLDER = " + folder.path() +
+                        "\nWIFI_SETTINGS_FILE = " + folder.path("received.conf") + "\n" + bands);
 }
 
 // One BSS. It keeps what it is given, as hostapd does.
@@ -72,7 +75,8 @@ class Bss {
             auto* const peer = reinterpret_cast<sockaddr*>(&from);
             const ssize_t n = recvfrom(socket_.get(), bytes, sizeof bytes, 0, peer, &size);
             const std::lock_guard lock(mutex_);
-            const std::string reply = answerTo({bytes, static_cast<size_t>(std::max<ssize_t>(n, 0))});
+            const std::string reply =
+                answerTo({bytes, static_cast<size_t>(std::max<ssize_t>(n, 0))});
             if (!reply.empty()) sendto(socket_.get(), reply.data(), reply.size(), 0, peer, size);
         }
     }
@@ -93,8 +97,9 @@ class Bss {
     std::string config() {
         std::string text = "bssid=00:00:00:00:00:00\nssid=" + given["ssid"] + "\n";
         if (given["wpa"] != "2") return text;
-        return text + "passphrase=" + given["wpa_passphrase"] + "\nwpa=2\nkey_mgmt=" +
-               given["wpa_key_mgmt"] + "\nrsn_pairwise_cipher=" + given["rsn_pairwise"] + "\n";
+        return text + "passphrase=" + given["wpa_passphrase"] +
+               "\nwpa=2\nkey_mgmt=" + given["wpa_key_mgmt"] +
+               "\nrsn_pairwise_cipher=" + given["rsn_pairwise"] + "\n";
     }
 
     const std::string path_;
@@ -133,20 +138,22 @@ TEST_F(HostapdTest, ABssGetsEveryKindOfNetwork) {
     EXPECT_EQ(bss.heard(),
               "SET wpa_passphrase  key of 9;SET sae_password  key of 9;SET wpa 2;"
               "SET wpa_key_mgmt WPA-PSK SAE;SET rsn_pairwise CCMP;SET ieee80211w 1;"
-              "SET ssid2 61ff22;" + kEnd);
+              "SET ssid2 61ff22;" +
+                  kEnd);
     EXPECT_TRUE(set(network("b", kAuthSae, "12345678")));
     EXPECT_EQ(bss.heard(),
               "SET wpa_passphrase 12345678;SET sae_password 12345678;SET wpa 2;"
-              "SET wpa_key_mgmt SAE;SET rsn_pairwise CCMP;SET ieee80211w 2;SET ssid2 62;" + kEnd);
+              "SET wpa_key_mgmt SAE;SET rsn_pairwise CCMP;SET ieee80211w 2;SET ssid2 62;" +
+                  kEnd);
     const std::string psk(64, 'a');
     EXPECT_TRUE(set(network("c", kAuthWpa2Psk, psk)));
-    EXPECT_EQ(bss.heard(),
-              "SET wpa_psk " + psk + ";SET wpa 2;SET wpa_key_mgmt WPA-PSK;SET rsn_pairwise CCMP;"
-              "SET ieee80211w 0;SET ssid2 63;" + kEnd);
+    EXPECT_EQ(bss.heard(), "SET wpa_psk " + psk +
+                               ";SET wpa 2;SET wpa_key_mgmt WPA-PSK;SET rsn_pairwise CCMP;"
+                               "SET ieee80211w 0;SET ssid2 63;" +
+                               kEnd);
     bss.change([](Bss& its) { its.state = "DISABLED"; });
     EXPECT_TRUE(set(network("d", kAuthOpen)));
-    EXPECT_EQ(bss.heard(),
-              "SET wpa 0;SET ieee80211w 0;SET ssid2 64;STATUS;ENABLE;GET_CONFIG;");
+    EXPECT_EQ(bss.heard(), "SET wpa 0;SET ieee80211w 0;SET ssid2 64;STATUS;ENABLE;GET_CONFIG;");
     EXPECT_EQ(lines, "");
     EXPECT_TRUE(is_empty(std::filesystem::path(folder.path("run")))) << "nothing is left behind";
 }
@@ -162,11 +169,13 @@ TEST_F(HostapdTest, WhatFailsIsLoggedWithoutTheKey) {
         EXPECT_FALSE(set(given));
         EXPECT_FALSE(lines.find("secret") != lines.npos) << lines;
         const std::string commands = bss.heard();
-        EXPECT_TRUE(commands.rfind(";" + command) != commands.npos || commands.starts_with(command));
+        EXPECT_TRUE(commands.rfind(";" + command) != commands.npos ||
+                    commands.starts_with(command));
         EXPECT_EQ(commands.find("RELOAD") != commands.npos, kEnd.find(command) != kEnd.npos);
         return std::exchange(lines, "");
     };
-    EXPECT_EQ(fails("SET wpa_passphrase", "FAIL\n"), "1 hostapd: w: SET wpa_passphrase failed: FAIL;");
+    EXPECT_EQ(fails("SET wpa_passphrase", "FAIL\n"),
+              "1 hostapd: w: SET wpa_passphrase failed: FAIL;");
     EXPECT_EQ(fails("SET sae_password", "UNKNOWN COMMAND\n"),
               "1 hostapd: w: SET sae_password failed: UNKNOWN COMMAND;");
     EXPECT_EQ(fails("SET ieee80211w", ""),
@@ -185,93 +194,98 @@ TEST_F(HostapdTest, NetworksOfABandGoToItsBss) {
     const auto plan = [this](const std::vector<HostapdBss>& all, const BandNetworks& bands) {
         std::string text;
         for (const auto& [bss, given] : planBss(all, bands, note)) {
-            text += bss->ifname + "=" + (given != nullptr ? std::string(given->ssid.text()) : "") +
-                    " ";
+            text +=
+                bss->ifname + "=" + (given != nullptr ? std::string(given->ssid.text()) : "") + " ";
         }
         return text;
     };
     const WifiNetwork a = network("a", kAuthOpen), b = network("b", kAuthOpen),
                       c = network("c", kAuthOpen);
-    const std::vector<HostapdBss> mixed{{"w0", "", "", 1}, {"w1", "", "", 2}, {"w2", "", "", 1},
-                                        {"w3", "", "none", 1}, {"w4", "", "", 0}};
+    const std::vector<HostapdBss> mixed{{"w0", "", "", 1},
+                                        {"w1", "", "", 2},
+                                        {"w2", "", "", 1},
+                                        {"w3", "", "none", 1},
+                                        {"w4", "", "", 0}};
     EXPECT_EQ(plan(mixed, {{0, {a}}, {32, {b}}, {1, {c}}}), "w0=a w1=c w2=b ");
     EXPECT_EQ(plan(mixed, {{0, {a}}}), "w0=a ") << "the guest network may still come";
     EXPECT_EQ(plan(mixed, {{0, {}}, {32, {b}}}), "w0=b w2= ");
     EXPECT_EQ(lines, "");
     EXPECT_EQ(plan(mixed, {{0, {a, b}}, {3, {a}}, {32, {c}}}), "w0=a w2=b ");
-    EXPECT_EQ(lines, "3 hostapd: no BSS is left for network a of band 6;"
-                     "1 hostapd: no BSS is left for network c of band guest-2.4;");
+    EXPECT_EQ(lines,
+              "3 hostapd: no BSS is left for network a of band 6;"
+              "1 hostapd: no BSS is left for network c of band guest-2.4;");
     const std::vector<HostapdBss> named{{"w0", "", "guest-5"}, {"w1", "", "5"}};
     EXPECT_EQ(plan(named, {{1, {a}}, {33, {b}}}), "w1=a w0=b ");
     EXPECT_EQ(plan(named, {{1, {a}}, {33, {}}}), "w1=a w0= ");
 }
 
-// The whole way, with the program in a process of its own.
-NETWORK_TEST(Hostapd, KeepsItsNetworks) {
+// The program runs in a process of its own.
+NETWORK_TEST(Hostapd, OnlyWhatHasChangedIsSetAgain) {
     const ScratchFolder folder;
     mkdir(folder.path("run").c_str(), 0755);
     configure(folder, "WIFI_BAND.w = 2.4\nWIFI_BAND.x = 5\n");
-    std::optional<Bss> w, x;
-    w.emplace(folder, "w");
-    x.emplace(folder, "x");
-    std::optional<Listener> daemon(std::in_place);
+    std::optional<Bss> w(std::in_place, folder, "w"), x(std::in_place, folder, "x");
+    const Listener daemon;
     EXPECT_EQ(setWPSConfig(PLATFORM_ENROLLEE, 0, 0), 0);
-    const auto hears = [](std::optional<Bss>& bss, std::string_view last) {
-        std::string all;
-        EXPECT_TRUE(becomes([&] {
-            tickSecond();
-            all += bss->heard();
-            return all.find(last) != all.npos && all.ends_with("STATUS;");
-        })) << all;
-        return all;
+    // What both hear until all programs have ended.
+    const auto heard = [&](int looks = 0) {
+        while (looks-- > 0) EXPECT_EQ(runNetCtrl(), 0);
+        EXPECT_TRUE(becomes([] { return tickSecond(), !isJobRunning("hostapd"); }));
+        return w->heard() + "/" + x->heard();
     };
-    const auto pass = [&](int looks) {
-        for (int i = 0; i < looks; i++) {
-            EXPECT_EQ(runNetCtrl(), 0);
-            tickSecond();
-            usleep(20'000);
-        }
-    };
-    applyNetworks({wifiBandOf(0), "", {network("home", kAuthWpa2Psk, "12345678")}});
-    applyNetworks({wifiBandOf(1), "", {network("home 5", kAuthOpen)}});
-    hears(w, "SET ssid2 686f6d65;");
-    hears(x, "SET ssid2 686f6d652035;");
-    (void)w->heard();
-    pass(5);
-    EXPECT_EQ(w->heard() + x->heard(), "") << "nothing has changed";
-    struct stat info {};
-    EXPECT_EQ(stat(folder.path("received.conf").c_str(), &info), 0);
-    EXPECT_EQ(info.st_mode & 0777, 0600U);
-    EXPECT_NE(folder.read("received.conf").find("12345678"), std::string::npos);
-
-    // Another hostapd, and the daemon after a restart of the device: only the file is left.
+    const std::string set =
+        "SET wpa 0;SET ieee80211w 0;SET ssid2 61;STATUS;RELOAD;GET_CONFIG;STATUS;";
+    for (const uint8_t band : std::to_array<uint8_t>({0, 1})) {
+        applyNetworks({wifiBandOf(band), "", {network("a", kAuthOpen)}});
+        EXPECT_EQ(heard(), band == 0 ? set + "/" : "GET_CONFIG;/" + set);
+    }
+    EXPECT_EQ(heard(5), "/");
     x.emplace(folder, "x");
-    pass(1);
-    hears(x, "SET ssid2 686f6d652035;");
-    EXPECT_EQ(w->heard(), "GET_CONFIG;") << "no station is disconnected";
-    daemon.reset();
-    std::filesystem::remove_all(folder.path("run"));
-    mkdir(folder.path("run").c_str(), 0755);
-    daemon.emplace();
-    EXPECT_EQ(setWPSConfig(PLATFORM_ENROLLEE, 0, 0), 0);
-    pass(1);
-    hears(w, "SET wpa_passphrase 12345678;");
-
-    // Somebody else changes it, and it is asked once a minute.
+    EXPECT_EQ(heard(1), "GET_CONFIG;/" + set);
     w->change([](Bss& its) { its.given["ssid"] = "other"; });
-    pass(14);
-    hears(w, "SET ssid2 686f6d65;");
-    applyNetworks({wifiBandOf(0), "", {}});
-    EXPECT_TRUE(becomes([&] {
-        tickSecond();
-        return w->heard().find("DISABLE;") != std::string::npos;
-    }));
+    EXPECT_EQ(heard(12), "GET_CONFIG;" + set + "/GET_CONFIG;") << "it is asked once a minute";
 
     folder.hook("autoconf-networks", "touch " + folder.path("seen"));
-    applyNetworks({wifiBandOf(0), "", {network("home", kAuthOpen)}});
-    EXPECT_TRUE(becomes([&] { return tickSecond(), std::filesystem::exists(folder.path("seen")); }));
-    w.reset();
-    w.emplace(folder, "w");
-    pass(3);
-    EXPECT_EQ(w->heard(), "") << "the hook wins";
+    applyNetworks({wifiBandOf(0), "", {}});
+    x.emplace(folder, "x");
+    EXPECT_EQ(heard(2), "/") << "the hook wins";
+    EXPECT_TRUE(becomes([&] { return std::filesystem::exists(folder.path("seen")); }));
+}
+
+TEST_F(HostapdTest, TheHookForOpenWrtSetsItsAccessPoints) {
+    folder.write("uci", R"(#!/bin/sh
+echo "$*" >> $0.calls
+[ $1 != show ] || echo "wireless.radio0.band='5g'
+wireless.radio1.band='2g'
+wireless.vm1905_1_1=wifi-iface
+wireless.vm1905_0_1=wifi-iface
+wireless.own=wifi-iface"
+)",
+                 0755);
+    folder.write("wifi", "#!/bin/sh\necho \"wifi $*\" >> ${0%wifi}uci.calls\n", 0755);
+    const auto calls = [this](const WifiConf& conf) {
+        folder.write("run/wifi-0.conf", writeWifiConf(conf));
+        folder.write("uci.calls", "");
+        const int status =
+            system(("PATH=" + folder.path() +
+                    ":$PATH busybox sh " HOOKS "/autoconf-networks.openwrt 0 2> /dev/null")
+                       .c_str());
+        return folder.read("uci.calls") + std::to_string(WEXITSTATUS(status));
+    };
+    const std::string start = "show wireless\ndelete wireless.vm1905_0_1\n",
+                      end = "commit wireless\nwifi reload\n0";
+    const auto added = [](int number, const std::string& values) {
+        const std::string ap = "set wireless.vm1905_0_" + std::to_string(number);
+        std::string all = ap + "=wifi-iface\n" + ap + ".device=radio1\n" + ap + ".mode=ap\n" + ap +
+                          ".network=lan\n";
+        forEachWord(values,
+                    [&](std::string_view word) { all += ap + "." + std::string(word) + "\n"; });
+        return all + "set wireless.radio1.disabled=0\n";
+    };
+    EXPECT_EQ(calls({}), start + end);
+    EXPECT_EQ(calls({{"a", {0}, network("a$'\xff\\", kAuthWpa2Psk | kAuthSae, "\"$(key)\"1")},
+                     {"b", {0}, network("b", kAuthOpen)}}),
+              start + added(1, "ssid=a$'\xff\\ encryption=sae-mixed ieee80211w=1 key=\"$(key)\"1") +
+                  added(2, "ssid=b encryption=none ieee80211w=0") + end);
+    EXPECT_EQ(calls({{"a", {0}, network("a\n", kAuthOpen)}}), start + "revert wireless\n1");
 }
