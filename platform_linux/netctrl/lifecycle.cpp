@@ -7,6 +7,7 @@
 #include "common/helper.h"
 #include "common/hook.h"
 #include "common/log.h"
+#include "hostapd/stations.h"
 #include "hostapd/work.h"
 #include "netctrl/autoconfig_enrollee.h"
 #include "netctrl/autoconfig_networks.h"
@@ -83,6 +84,7 @@ int destroyNetCtrl() {
     dropEnrollee();
     dropNetworks();
     dropHostapd();
+    dropHostapdStations();
     closeWifiFile();
     endAllJobs();
     forgetHooks();

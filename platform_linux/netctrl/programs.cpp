@@ -3,6 +3,7 @@
 
 #include <array>
 
+#include "hostapd/stations.h"
 #include "hostapd/work.h"
 #include "netctrl/confinement.h"
 #include "netctrl/firmware_download.h"
@@ -66,6 +67,7 @@ constexpr auto kPrograms = std::to_array<Program>({
     {"firmware download", "wnn", kDownloadLimit, runDownload},
     {"firmware server", "af*", kServerLife, runServer},
     {"hostapd", "t", minutes(1), runHostapd},
+    {"hostapd stations", "f*", seconds(5), runHostapdStations},
     {"adopt images", "", seconds(2), runAdopt},
     {"nft (isolate)", "", seconds(2), runIsolate},
     {"nft (remove)", "", seconds(2), runRemoveIsolation},

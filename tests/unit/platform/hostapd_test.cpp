@@ -13,6 +13,7 @@
 #include "common/job.h"
 #include "hostapd/bss.h"
 #include "hostapd/radios.h"
+#include "hostapd/stations.h"
 #include "netctrl/autoconfig_networks.h"
 #include "netctrl/lifecycle.h"
 #include "support.h"
@@ -32,7 +33,7 @@ void configure(const ScratchFolder& folder, const std::string& bands) {
                         "\nWIFI_SETTINGS_FILE = " + folder.path("received.conf") + "\n" + bands);
 }
 
-// One BSS. It keeps what it is given, as hostapd does.
+// One BSS of hostapd.
 class Bss {
   public:
     Bss(const ScratchFolder& folder, const std::string& ifname) : path_(folder.path(ifname)) {
@@ -40,7 +41,9 @@ class Bss {
         copyText(address.sun_path, path_);
         socket_ = Fd(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
         EXPECT_EQ(bind(socket_.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-        thread_ = std::thread([this] { serve(); });
+        thread_ = std::thread([this] {
+            while (!ended_) serve();
+        });
     }
     ~Bss() {
         ended_ = true;
@@ -55,57 +58,36 @@ class Bss {
         const std::lock_guard lock(mutex_);
         return std::exchange(heard_, "");
     }
-
-    // A change of what follows.
-    void change(const std::function<void(Bss&)>& make) {
+    // The answer to a command, without the value of a SET; none: silence. Without it "OK".
+    void answer(const std::string& command, const std::optional<std::string>& text) {
         const std::lock_guard lock(mutex_);
-        make(*this);
+        answers_[command] = text;
     }
-    std::map<std::string, std::string> given{{"ssid", "initial"}};
-    std::string state = "ENABLED";
-    std::string refused, answer = "FAIL\n";  // to commands that start so; empty: no answer
 
   private:
     void serve() {
-        for (char bytes[512]; !ended_;) {
-            pollfd waitFor{socket_.get(), POLLIN, 0};
-            sockaddr_un from{};
-            socklen_t size = sizeof from;
-            if (poll(&waitFor, 1, 10) <= 0) continue;
-            auto* const peer = reinterpret_cast<sockaddr*>(&from);
-            const ssize_t n = recvfrom(socket_.get(), bytes, sizeof bytes, 0, peer, &size);
-            const std::lock_guard lock(mutex_);
-            const std::string reply =
-                answerTo({bytes, static_cast<size_t>(std::max<ssize_t>(n, 0))});
-            if (!reply.empty()) sendto(socket_.get(), reply.data(), reply.size(), 0, peer, size);
-        }
-    }
-    std::string answerTo(const std::string& command) {
+        pollfd waitFor{socket_.get(), POLLIN, 0};
+        if (poll(&waitFor, 1, 10) <= 0) return;
+        char bytes[512] = {};
+        sockaddr_un from{};
+        socklen_t size = sizeof from;
+        auto* const peer = reinterpret_cast<sockaddr*>(&from);
+        EXPECT_GT(recvfrom(socket_.get(), bytes, sizeof bytes - 1, 0, peer, &size), 0);
+        std::string command = bytes;
+        const std::lock_guard lock(mutex_);
         heard_ += command + ";";
-        if (!refused.empty() && command.starts_with(refused)) return answer;
-        if (command == "STATUS") return "state=" + state + "\nchannel=6\nbss[0]=w\n";
-        if (command == "GET_CONFIG") return config();
-        if (command == "ENABLE" || command == "DISABLE") state = command + "D";
-        if (!command.starts_with("SET ")) return "OK\n";
-        const size_t end = command.find(' ', 4);
-        given[command.substr(4, end - 4)] = command.substr(end + 1);
-        if (const auto hex = given.find("ssid2"); hex != given.end()) {
-            given["ssid"] = ssidText(*parseHex(hex->second));
-        }
-        return "OK\n";
-    }
-    std::string config() {
-        std::string text = "bssid=00:00:00:00:00:00\nssid=" + given["ssid"] + "\n";
-        if (given["wpa"] != "2") return text;
-        return text + "passphrase=" + given["wpa_passphrase"] +
-               "\nwpa=2\nkey_mgmt=" + given["wpa_key_mgmt"] +
-               "\nrsn_pairwise_cipher=" + given["rsn_pairwise"] + "\n";
+        if (command.starts_with("SET ")) command.resize(command.find(' ', 4));
+        const auto found = answers_.find(command);
+        const auto text = found != answers_.end() ? found->second : "OK\n";
+        if (text) sendto(socket_.get(), text->data(), text->size(), 0, peer, size);
     }
 
     const std::string path_;
     Fd socket_;
     std::mutex mutex_;
     std::string heard_;
+    std::map<std::string, std::optional<std::string>> answers_{
+        {"STATUS", "state=ENABLED\nchannel=6\nbss[0]=w\n"}, {"GET_CONFIG", "ssid=a\n"}};
     std::atomic<bool> ended_ = false;
     std::thread thread_;
 };
@@ -128,32 +110,37 @@ struct HostapdTest : testing::Test {
     };
 };
 
-const std::string kEnd = "STATUS;RELOAD;GET_CONFIG;";
-
 }  // namespace
 
 TEST_F(HostapdTest, ABssGetsEveryKindOfNetwork) {
     Bss bss(folder, "w");
-    EXPECT_TRUE(set(network("a\xff\"", kAuthWpa2Psk | kAuthSae, " key of 9")));
-    EXPECT_EQ(bss.heard(),
+    const auto given = [&](const WifiNetwork& what, const std::string& shown) {
+        bss.answer("GET_CONFIG", shown);
+        EXPECT_TRUE(set(what)) << lines;
+        return bss.heard();
+    };
+    const std::string end = "STATUS;RELOAD;GET_CONFIG;", psk(64, 'a');
+    EXPECT_EQ(given(network("a\xff\"", kAuthWpa2Psk | kAuthSae, " key of 9"),
+                    "ssid=a\\xff\\\"\nwpa=2\nkey_mgmt=WPA-PSK SAE\nrsn_pairwise_cipher=CCMP\n"
+                    "passphrase= key of 9\n"),
               "SET wpa_passphrase  key of 9;SET sae_password  key of 9;SET wpa 2;"
               "SET wpa_key_mgmt WPA-PSK SAE;SET rsn_pairwise CCMP;SET ieee80211w 1;"
               "SET ssid2 61ff22;" +
-                  kEnd);
-    EXPECT_TRUE(set(network("b", kAuthSae, "12345678")));
-    EXPECT_EQ(bss.heard(),
+                  end);
+    EXPECT_EQ(given(network("b", kAuthSae, "12345678"),
+                    "ssid=b\nwpa=2\nkey_mgmt=SAE\nrsn_pairwise_cipher=CCMP\n"),
               "SET wpa_passphrase 12345678;SET sae_password 12345678;SET wpa 2;"
               "SET wpa_key_mgmt SAE;SET rsn_pairwise CCMP;SET ieee80211w 2;SET ssid2 62;" +
-                  kEnd);
-    const std::string psk(64, 'a');
-    EXPECT_TRUE(set(network("c", kAuthWpa2Psk, psk)));
-    EXPECT_EQ(bss.heard(), "SET wpa_psk " + psk +
-                               ";SET wpa 2;SET wpa_key_mgmt WPA-PSK;SET rsn_pairwise CCMP;"
-                               "SET ieee80211w 0;SET ssid2 63;" +
-                               kEnd);
-    bss.change([](Bss& its) { its.state = "DISABLED"; });
-    EXPECT_TRUE(set(network("d", kAuthOpen)));
-    EXPECT_EQ(bss.heard(), "SET wpa 0;SET ieee80211w 0;SET ssid2 64;STATUS;ENABLE;GET_CONFIG;");
+                  end);
+    EXPECT_EQ(given(network("c", kAuthWpa2Psk, psk),
+                    "ssid=c\nwpa=2\nkey_mgmt=WPA-PSK\nrsn_pairwise_cipher=CCMP\n"),
+              "SET wpa_psk " + psk +
+                  ";SET wpa 2;SET wpa_key_mgmt WPA-PSK;SET rsn_pairwise CCMP;"
+                  "SET ieee80211w 0;SET ssid2 63;" +
+                  end);
+    bss.answer("STATUS", "state=DISABLED\n");
+    EXPECT_EQ(given(network("d", kAuthOpen), "ssid=d\n"),
+              "SET wpa 0;SET ieee80211w 0;SET ssid2 64;STATUS;ENABLE;GET_CONFIG;");
     EXPECT_EQ(lines, "");
     EXPECT_TRUE(is_empty(std::filesystem::path(folder.path("run")))) << "nothing is left behind";
 }
@@ -161,33 +148,28 @@ TEST_F(HostapdTest, ABssGetsEveryKindOfNetwork) {
 TEST_F(HostapdTest, WhatFailsIsLoggedWithoutTheKey) {
     const WifiNetwork given = network("a", kAuthWpa2Psk | kAuthSae, "secret key");
     EXPECT_FALSE(set(given));
-    EXPECT_EQ(std::exchange(lines, ""),
-              "1 hostapd: w: connection failed: No such file or directory;");
     Bss bss(folder, "w");
-    const auto fails = [&](const std::string& command, const std::string& answer) {
-        bss.change([&](Bss& its) { its.refused = command, its.answer = answer; });
+    const std::string good = "ssid=a\nwpa=2\nkey_mgmt=WPA-PSK SAE\nrsn_pairwise_cipher=CCMP\n";
+    const auto fails = [&](const std::string& command, const std::optional<std::string>& answer) {
+        bss.answer(command, answer);
         EXPECT_FALSE(set(given));
-        EXPECT_FALSE(lines.find("secret") != lines.npos) << lines;
-        const std::string commands = bss.heard();
-        EXPECT_TRUE(commands.rfind(";" + command) != commands.npos ||
-                    commands.starts_with(command));
-        EXPECT_EQ(commands.find("RELOAD") != commands.npos, kEnd.find(command) != kEnd.npos);
-        return std::exchange(lines, "");
+        bss.answer(command, command == "GET_CONFIG" ? good : "OK\n");
+        return command.starts_with("SET ") == (bss.heard().find("RELOAD") == std::string::npos);
     };
-    EXPECT_EQ(fails("SET wpa_passphrase", "FAIL\n"),
-              "1 hostapd: w: SET wpa_passphrase failed: FAIL;");
-    EXPECT_EQ(fails("SET sae_password", "UNKNOWN COMMAND\n"),
-              "1 hostapd: w: SET sae_password failed: UNKNOWN COMMAND;");
-    EXPECT_EQ(fails("SET ieee80211w", ""),
-              "1 hostapd: w: SET ieee80211w failed: no answer within 1000 ms;");
-    EXPECT_EQ(fails("RELOAD", "FAIL\x01\n"), "1 hostapd: w: RELOAD failed: FAIL;");
-    for (const char* other :
-         {"ssid=a\nwpa=2\nkey_mgmt=WPA-PSK\nrsn_pairwise_cipher=CCMP\n",
-          "ssid=a\nwpa=2\nkey_mgmt=WPA-PSK SAE\nrsn_pairwise_cipher=TKIP\n", "ssid=b\n",
-          "ssid=a\nwpa=2\nkey_mgmt=WPA-PSK SAE\nrsn_pairwise_cipher=CCMP\npassphrase=other\n"}) {
-        EXPECT_EQ(fails("GET_CONFIG", other),
-                  "1 hostapd: w: GET_CONFIG failed: it shows other settings than were set;");
-    }
+    EXPECT_TRUE(fails("GET_CONFIG", good + "passphrase=other\n"));
+    EXPECT_TRUE(fails("GET_CONFIG", "ssid=b" + good.substr(6)));
+    EXPECT_TRUE(fails("SET wpa_passphrase", "FAIL\n"));
+    EXPECT_TRUE(fails("SET sae_password", "UNKNOWN COMMAND\n"));
+    EXPECT_TRUE(fails("SET ssid2", std::nullopt));
+    EXPECT_TRUE(fails("RELOAD", "FAIL\x01\n"));
+    EXPECT_EQ(lines,
+              "1 hostapd: w: connection failed: No such file or directory;"
+              "1 hostapd: w: GET_CONFIG failed: it shows other settings than were set;"
+              "1 hostapd: w: GET_CONFIG failed: it shows other settings than were set;"
+              "1 hostapd: w: SET wpa_passphrase failed: FAIL;"
+              "1 hostapd: w: SET sae_password failed: UNKNOWN COMMAND;"
+              "1 hostapd: w: SET ssid2 failed: no answer within 1000 ms;"
+              "1 hostapd: w: RELOAD failed: FAIL;");
 }
 
 TEST_F(HostapdTest, NetworksOfABandGoToItsBss) {
@@ -233,17 +215,30 @@ NETWORK_TEST(Hostapd, OnlyWhatHasChangedIsSetAgain) {
         EXPECT_TRUE(becomes([] { return tickSecond(), !isJobRunning("hostapd"); }));
         return w->heard() + "/" + x->heard();
     };
-    const std::string set =
-        "SET wpa 0;SET ieee80211w 0;SET ssid2 61;STATUS;RELOAD;GET_CONFIG;STATUS;";
+    const std::string set = "SET wpa 0;SET ieee80211w 0;SET ssid2 61;STATUS;RELOAD;GET_CONFIG;";
     for (const uint8_t band : std::to_array<uint8_t>({0, 1})) {
         applyNetworks({wifiBandOf(band), "", {network("a", kAuthOpen)}});
-        EXPECT_EQ(heard(), band == 0 ? set + "/" : "GET_CONFIG;/" + set);
+        EXPECT_EQ(heard(), band == 0 ? set + "STATUS;/" : "GET_CONFIG;/" + set + "STATUS;");
     }
     EXPECT_EQ(heard(5), "/");
     x.emplace(folder, "x");
-    EXPECT_EQ(heard(1), "GET_CONFIG;/" + set);
-    w->change([](Bss& its) { its.given["ssid"] = "other"; });
+    EXPECT_EQ(heard(1), "GET_CONFIG;/" + set + "STATUS;");
+    w->answer("GET_CONFIG", "ssid=other\n");
     EXPECT_EQ(heard(12), "GET_CONFIG;" + set + "/GET_CONFIG;") << "it is asked once a minute";
+
+    // The stations of both.
+    w->answer("STA-FIRST",
+              "02:00:00:00:00:05\nflags=[AUTH][ASSOC]\nsignal=-45\n"
+              "tx_rate_info=8667 vhtmcs 9\nrx_rate_info=540\n");
+    w->answer("STA-NEXT 02:00:00:00:00:05", "02:00:00:00:00:06\nflags=[AUTH]\n");
+    w->answer("STA-NEXT 02:00:00:00:00:06", "");
+    x->answer("STA-FIRST", "");
+    EXPECT_EQ(stationsOfHostapd({}), "");
+    EXPECT_TRUE(becomes([] { return tickSecond(), !isJobRunning("hostapd stations"); }));
+    EXPECT_EQ(stationsOfHostapd({"x"}),
+              "02:00:00:00:00:05,259,866,50,100,866.7 Mb/s,54.0 Mb/s,Main_2G\n");
+    EXPECT_TRUE(becomes([] { return tickSecond(), !isJobRunning("hostapd stations"); }));
+    (void)heard();
 
     folder.hook("autoconf-networks", "touch " + folder.path("seen"));
     applyNetworks({wifiBandOf(0), "", {}});
