@@ -21,7 +21,7 @@ Security securityOf(const WifiNetwork& network) {
 }
 
 bool isOpen(const WifiNetwork& network) {
-    return (network.auth & ~kAuthOpen) == 0;
+    return network.auth == kAuthOpen;
 }
 
 // 64 hexadecimal digits instead of a pass phrase.
@@ -61,10 +61,10 @@ bool setAll(HostapdControl& control, const WifiNetwork& network) {
 
 }  // namespace
 
-HostapdValues::HostapdValues(std::string_view answer) {
-    while (!answer.empty()) {
-        const std::string_view line = answer.substr(0, answer.find('\n'));
-        answer.remove_prefix(std::min(line.size() + 1, answer.size()));
+HostapdValues::HostapdValues(std::string answer) : answer_(std::move(answer)) {
+    for (std::string_view rest = answer_; !rest.empty();) {
+        const std::string_view line = rest.substr(0, rest.find('\n'));
+        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
         if (const size_t equals = line.find('='); equals != line.npos) {
             values_.emplace(line.substr(0, equals), line.substr(equals + 1));
         }
@@ -72,7 +72,7 @@ HostapdValues::HostapdValues(std::string_view answer) {
 }
 
 HostapdValues::~HostapdValues() {
-    for (auto& [name, value] : values_) OPENSSL_cleanse(value.data(), value.size());
+    OPENSSL_cleanse(answer_.data(), answer_.size());
 }
 
 std::string_view HostapdValues::value(std::string_view name) const {
@@ -106,8 +106,7 @@ std::string ssidText(Bytes ssid) {
 std::optional<bool> runsNetwork(HostapdControl& control, const WifiNetwork& network) {
     auto answer = control.ask("GET_CONFIG");
     if (!answer) return {};
-    const HostapdValues config(*answer);
-    OPENSSL_cleanse(answer->data(), answer->size());
+    const HostapdValues config(*std::move(answer));
     if (config.value("ssid") != ssidText(network.ssid.view())) return false;
     if (isOpen(network)) return config.value("wpa").empty();
     return config.value("wpa") == "2" &&

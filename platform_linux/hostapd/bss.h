@@ -8,10 +8,10 @@
 #include "hostapd/control.h"
 #include "wsc/network.h"
 
-// The lines NAME=value of an answer. Its destructor erases the values, which may be keys.
+// The lines NAME=value of an answer, which is erased after use because it may show a key.
 class HostapdValues {
   public:
-    explicit HostapdValues(std::string_view answer);
+    explicit HostapdValues(std::string answer);
     ~HostapdValues();
     HostapdValues(const HostapdValues&) = delete;
     HostapdValues& operator=(const HostapdValues&) = delete;
@@ -22,7 +22,8 @@ class HostapdValues {
     bool mayBe(std::string_view name, std::string_view expected) const;
 
   private:
-    std::map<std::string, std::string, std::less<>> values_;
+    std::string answer_;
+    std::map<std::string_view, std::string_view> values_;
 };
 
 // An SSID as hostapd writes it: printable ASCII, other bytes escaped.
