@@ -249,38 +249,28 @@ NETWORK_TEST(Hostapd, OnlyWhatHasChangedIsSetAgain) {
 
 TEST_F(HostapdTest, TheHookForOpenWrtSetsItsAccessPoints) {
     folder.write("uci", R"(#!/bin/sh
-echo "$*" >> $0.calls
+printf '%s;' "${*#set wireless.}" >> $0.calls
 [ $1 != show ] || echo "wireless.radio0.band='5g'
 wireless.radio1.band='2g'
 wireless.vm1905_1_1=wifi-iface
 wireless.vm1905_0_1=wifi-iface
-wireless.own=wifi-iface"
-)",
+wireless.own=wifi-iface")",
                  0755);
-    folder.write("wifi", "#!/bin/sh\necho \"wifi $*\" >> ${0%wifi}uci.calls\n", 0755);
-    const auto calls = [this](const WifiConf& conf) {
-        folder.write("run/wifi-0.conf", writeWifiConf(conf));
+    folder.write("wifi", "#!/bin/sh\nuci wifi $*\n", 0755);
+    const auto calls = [this](std::string_view ssid, uint16_t auth, std::string_view key) {
+        folder.write("run/wifi-0.conf", writeWifiConf({{"a", {0}, network(ssid, auth, key)}}));
         folder.write("uci.calls", "");
-        const int status =
-            system(("PATH=" + folder.path() +
-                    ":$PATH busybox sh " HOOKS "/autoconf-networks.openwrt 0 2> /dev/null")
-                       .c_str());
+        const std::string path = "PATH=" + folder.path() + ":$PATH ";
+        const int status = system(
+            (path + "busybox sh " HOOKS "/autoconf-networks.openwrt 0 2> /dev/null").c_str());
         return folder.read("uci.calls") + std::to_string(WEXITSTATUS(status));
     };
-    const std::string start = "show wireless\ndelete wireless.vm1905_0_1\n",
-                      end = "commit wireless\nwifi reload\n0";
-    const auto added = [](int number, const std::string& values) {
-        const std::string ap = "set wireless.vm1905_0_" + std::to_string(number);
-        std::string all = ap + "=wifi-iface\n" + ap + ".device=radio1\n" + ap + ".mode=ap\n" + ap +
-                          ".network=lan\n";
-        forEachWord(values,
-                    [&](std::string_view word) { all += ap + "." + std::string(word) + "\n"; });
-        return all + "set wireless.radio1.disabled=0\n";
-    };
-    EXPECT_EQ(calls({}), start + end);
-    EXPECT_EQ(calls({{"a", {0}, network("a$'\xff\\", kAuthWpa2Psk | kAuthSae, "\"$(key)\"1")},
-                     {"b", {0}, network("b", kAuthOpen)}}),
-              start + added(1, "ssid=a$'\xff\\ encryption=sae-mixed ieee80211w=1 key=\"$(key)\"1") +
-                  added(2, "ssid=b encryption=none ieee80211w=0") + end);
-    EXPECT_EQ(calls({{"a", {0}, network("a\n", kAuthOpen)}}), start + "revert wireless\n1");
+    EXPECT_EQ(calls("a$'\xff\\ b ", kAuthWpa2Psk | kAuthSae, "\"$(key)\" 1"),
+              "show wireless;delete wireless.vm1905_0_1;vm1905_0_1=wifi-iface;"
+              "vm1905_0_1.device=radio1;vm1905_0_1.mode=ap;vm1905_0_1.network=lan;"
+              "vm1905_0_1.ssid=a$'\xff\\ b ;vm1905_0_1.encryption=sae-mixed;"
+              "vm1905_0_1.ieee80211w=1;vm1905_0_1.key=\"$(key)\" 1;radio1.disabled=0;"
+              "commit wireless;wifi reload;0");
+    EXPECT_EQ(calls("a\n", kAuthOpen, ""),
+              "show wireless;delete wireless.vm1905_0_1;revert wireless;1");
 }
