@@ -28,6 +28,29 @@ BOOT_PAUSE = 1.0  # seconds between a reboot and the next start, so that the nei
 START_LIMIT = 20.0  # seconds for a device to start its daemon
 SETTLE_LIMIT = 20.0  # seconds for a spanning tree to settle
 PRIVATE_FOLDERS = ("/tmp", "/run")
+# Name, band and channel of the BSSs with --wifi.
+RADIOS = (("wlan0", "2.4", "hw_mode=g\nchannel=6"), ("wlan1", "5", "hw_mode=a\nchannel=36"))
+# Without a driver it needs no interface. With WPS it shows its key on the control socket.
+HOSTAPD_CONF = """interface={name}
+driver=none
+ctrl_interface=/var/run/hostapd
+{channel}
+ssid=not configured
+wps_state=2
+eap_server=1
+"""
+WIFI_CONF = """[home]
+BAND = 2.4
+SSID = Lab
+AUTHENTICATION = wpa2-psk
+KEY = "lab of vm1905"
+
+[home-5]
+BAND = 5
+SSID = Lab 5 GHz
+AUTHENTICATION = wpa2+wpa3
+KEY = "lab of vm1905"
+"""
 HOST_PROTOCOL = b"\x88\xb5"  # EtherType for local experiments
 
 
@@ -74,6 +97,11 @@ def silence_ipv6():
                 file.write("1")
 
 
+def write(path, text):
+    with open(path, "w", encoding="ascii") as file:
+        file.write(text)
+
+
 def build_chassis(device, plan):
     kernel.unshare(kernel.CLONE_NEWNS | kernel.CLONE_NEWNET | kernel.CLONE_NEWUTS)
     socket.sethostname(device.name)
@@ -81,11 +109,15 @@ def build_chassis(device, plan):
     kernel.mount("sysfs", "/sys", "sysfs")
     kernel.shadow("/etc", without=("vm1905",))
     os.mkdir("/etc/vm1905")
-    with open("/etc/vm1905/vm1905.conf", "w", encoding="ascii") as file:
-        file.write("\n".join(["ENABLE_NET_TOPOL = 1", "DATA_MODEL_FOLDER = /tmp", *plan["conf"],
-                              ""]))
-    with open("/etc/vm1905/platform.conf", "w", encoding="ascii") as file:
-        file.write("FORWARD_1905 = no\n" if plan["isolate"] else "FORWARD_1905 = yes\n")
+    write("/etc/vm1905/vm1905.conf",
+          "\n".join(["ENABLE_NET_TOPOL = 1", "DATA_MODEL_FOLDER = /tmp", *plan["conf"], ""]))
+    platform = "FORWARD_1905 = no\n" if plan["isolate"] else "FORWARD_1905 = yes\n"
+    for name, band, channel in RADIOS if plan["wifi"] else ():
+        platform += f"WIFI_BAND.{name} = {band}\n"
+        write(f"/etc/vm1905/{name}.conf", HOSTAPD_CONF.format(name=name, channel=channel))
+    write("/etc/vm1905/platform.conf", platform)
+    if plan["wifi"] and device.name == plan["devices"][0]["name"]:
+        write("/etc/vm1905/wifi.conf", WIFI_CONF)
     programs = [name for name in ("vm1905", "vm1905ctl")
                 if os.path.exists(os.path.join(plan["build"], name))]
     kernel.shadow("/usr/sbin", without=programs)
@@ -109,6 +141,9 @@ def device_init(device, plan, log, status):
         os.write(status, (json.dumps(fields) + "\n").encode())
 
     report(booted=os.stat("/proc/self/ns/pid").st_ino)
+    for name, *_ in RADIOS if plan["wifi"] else ():
+        subprocess.run(["hostapd", "-B", "-P", f"/run/{name}.pid", f"/etc/vm1905/{name}.conf"],
+                       stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, check=True)
     daemon = subprocess.Popen([os.path.join(build, "vm1905"), *device.arguments], cwd="/",
                               stdin=subprocess.DEVNULL, stdout=log, stderr=log,
                               env=plan["environment"], start_new_session=True)

@@ -16,7 +16,7 @@ constexpr size_t kMaxFile = size_t{64} * 1024;
 // Complaints about single lines: a wrong file must not flood the log.
 constexpr int kMaxComplaints = 8;
 
-constexpr std::array<std::string_view, 29> kKeys = {"AL_MAC",
+constexpr std::array<std::string_view, 32> kKeys = {"AL_MAC",
                                                     "APPROVED",
                                                     "BACKHAUL",
                                                     "BUILD_NUMBER",
@@ -36,6 +36,7 @@ constexpr std::array<std::string_view, 29> kKeys = {"AL_MAC",
                                                     "FIRMWARE_URL",
                                                     "FIRMWARE_VERSION",
                                                     "FORWARD_1905",
+                                                    "HOSTAPD_FOLDER",
                                                     "HOSTNAME",
                                                     "INCLUDE",
                                                     "LAN_MAC",
@@ -43,8 +44,10 @@ constexpr std::array<std::string_view, 29> kKeys = {"AL_MAC",
                                                     "MEDIA_TYPE.",
                                                     "SECURITY_KEY",
                                                     "SECURITY_MODE",
+                                                    "WIFI_BAND.",
                                                     "WIFI_COUNTRY_CODE",
-                                                    "WIFI_ROLE."};
+                                                    "WIFI_ROLE.",
+                                                    "WIFI_SETTINGS_FILE"};
 
 bool isKnown(std::string_view key) {
     return std::any_of(kKeys.begin(), kKeys.end(), [key](std::string_view known) {

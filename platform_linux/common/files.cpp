@@ -53,6 +53,14 @@ bool writeOwnFile(const std::string& path, std::string_view text) {
     return static_cast<bool>(file << text << std::flush);
 }
 
+bool writeSecretFile(const std::string& path, std::string_view text) {
+    const std::string fresh = path + ".new";
+    (void)unlink(fresh.c_str());
+    const Fd file = openOwnFile(fresh, O_WRONLY | O_CREAT | O_EXCL, 0600);
+    return file && write(file.get(), text.data(), text.size()) == ssize_t(text.size()) &&
+           fsync(file.get()) == 0 && rename(fresh.c_str(), path.c_str()) == 0;
+}
+
 bool isSafeFolder(const std::string& folder) {
     return !isPublic(folder) || checkPublicFolder(folder).empty();
 }

@@ -24,5 +24,7 @@ std::string readFile(const std::string& path, size_t most, Links links = Links::
 Fd openOwnFile(const std::string& path, int flags, mode_t mode);
 // Replaces the content of a file. Whether that worked.
 bool writeOwnFile(const std::string& path, std::string_view text);
+// The same for a file that only this user may read.
+bool writeSecretFile(const std::string& path, std::string_view text);
 // Whether nobody else can exchange what is made in the folder.
 bool isSafeFolder(const std::string& folder);

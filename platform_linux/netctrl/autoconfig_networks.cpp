@@ -1,8 +1,5 @@
 #include "netctrl/autoconfig_networks.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cstdio>
 #include <ctime>
 #include <map>
@@ -15,6 +12,7 @@
 #include "common/log.h"
 #include "common/secret.h"
 #include "common/text.h"
+#include "hostapd/work.h"
 #include "netctrl/wifi_file.h"
 
 namespace {
@@ -24,15 +22,6 @@ struct {
 } received;
 
 constexpr const char* kHook = "autoconf-networks";
-
-// Only the daemon's user may read the keys.
-bool writeSecret(const std::string& path, std::string_view text) {
-    const std::string fresh = path + ".new";
-    (void)unlink(fresh.c_str());
-    const Fd file = openOwnFile(fresh, O_WRONLY | O_CREAT | O_EXCL, 0600);
-    return file && write(file.get(), text.data(), text.size()) == ssize_t(text.size()) &&
-           rename(fresh.c_str(), path.c_str()) == 0;
-}
 
 // When the networks of a band were last configured: the Registrar's text on an Enrollee, the time
 // of its own file on a Registrar. Empty if never.
@@ -58,7 +47,7 @@ void applyNetworks(const ReceivedNetworks& given) {
     std::string text = writeWifiConf(conf);
     const std::string number = std::to_string(band.number);
     const std::string path = ownFolder() + "/wifi-" + number + ".conf";
-    if (!makeOwnFolder() || !writeSecret(path, text)) {
+    if (!makeOwnFolder() || !writeSecretFile(path, text)) {
         LOG_LINE(1, "the networks of this device cannot be written to %s", path.c_str());
     }
     eraseSecret(text);
@@ -66,7 +55,11 @@ void applyNetworks(const ReceivedNetworks& given) {
              std::string(band.name).c_str());
     received.times[band.number] =
         given.updateTime.empty() ? wifiTimeText(time(nullptr)) : given.updateTime;
-    if (hasHook(kHook)) (void)runHook(kHook, {number});
+    if (hasHook(kHook)) {
+        (void)runHook(kHook, {number});
+    } else {
+        giveToHostapd();
+    }
 }
 
 void dropNetworks() {

@@ -13,7 +13,7 @@ struct ReceivedNetworks {
 };
 
 // Puts them into effect in place of the former ones of the band: writes them to wifi-NUMBER.conf in
-// the daemon's own folder and runs the hook autoconf-networks.
+// the daemon's own folder and runs the hook autoconf-networks, or without it gives them to hostapd.
 void applyNetworks(const ReceivedNetworks& received);
 
 // Forgets when they were configured.

@@ -1,4 +1,5 @@
-// The Wi-Fi stations of this device, from the hook if there is one, else from the kernel.
+// The Wi-Fi stations of this device, from the hook if there is one, else from the kernel and, for
+// radios that it does not know, from hostapd.
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -11,6 +12,7 @@
 #include "common/hook.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "hostapd/stations.h"
 #include "netctrl/watch.h"
 #include "netctrl/wireless.h"
 
@@ -92,7 +94,11 @@ int askForStations(std::vector<WifiStation>& stations) {
 
 // The stations of all access points and mesh points.
 std::vector<WifiStation> stationsOfRadios() {
-    std::vector<WifiStation> stations;
+    Arguments names;
+    for (const Intf& intf : reported().intfs) {
+        if (intf.hasStations) names.push_back(intf.name);
+    }
+    std::vector<WifiStation> stations = parseStations(stationsOfHostapd(names));
     using Clock = std::chrono::steady_clock;
     const auto until = Clock::now() + kRadioLimit;
     for (const Intf& intf : reported().intfs) {

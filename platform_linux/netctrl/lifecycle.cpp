@@ -7,6 +7,8 @@
 #include "common/helper.h"
 #include "common/hook.h"
 #include "common/log.h"
+#include "hostapd/stations.h"
+#include "hostapd/work.h"
 #include "netctrl/autoconfig_enrollee.h"
 #include "netctrl/autoconfig_networks.h"
 #include "netctrl/autoconfig_registrar.h"
@@ -69,6 +71,7 @@ int runNetCtrl() {
     const int result = runWatch(callbacks.netStatus);
     reportNotices(callbacks.netStatus);
     if (callbacks.netStatus != nullptr) directUpgrade();
+    watchHostapd();
     return result;
 }
 
@@ -80,6 +83,8 @@ int destroyNetCtrl() {
     dropRegistrar();
     dropEnrollee();
     dropNetworks();
+    dropHostapd();
+    dropHostapdStations();
     closeWifiFile();
     endAllJobs();
     forgetHooks();

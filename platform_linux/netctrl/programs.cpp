@@ -3,6 +3,8 @@
 
 #include <array>
 
+#include "hostapd/stations.h"
+#include "hostapd/work.h"
 #include "netctrl/confinement.h"
 #include "netctrl/firmware_download.h"
 #include "netctrl/firmware_install.h"
@@ -64,6 +66,8 @@ constexpr auto kPrograms = std::to_array<Program>({
     {"verified firmware", "tx", kInstallLimit, runInstall},
     {"firmware download", "wnn", kDownloadLimit, runDownload},
     {"firmware server", "af*", kServerLife, runServer},
+    {"hostapd", "t", minutes(1), runHostapd},
+    {"hostapd stations", "f*", seconds(5), runHostapdStations},
     {"adopt images", "", seconds(2), runAdopt},
     {"nft (isolate)", "", seconds(2), runIsolate},
     {"nft (remove)", "", seconds(2), runRemoveIsolation},

@@ -29,13 +29,6 @@ std::vector<uint8_t> genlRequest(uint8_t command, int attribute, std::span<const
     return bytes;
 }
 
-// The usual standard of the band, since the frequency (MHz) alone does not determine it.
-// MEDIA_TYPE.<interface> in platform.conf overrides it.
-uint32_t mediaTypeOf(uint32_t frequency) {
-    if (frequency >= 57000) return k80211ad;
-    return frequency >= 4900 ? k80211ac : k80211n24;
-}
-
 // The IEEE 1905.1 code of the role, in the upper four bits.
 uint8_t roleOf(uint32_t type) {
     switch (type) {
@@ -95,22 +88,23 @@ uint32_t bitRateOf(nlattr* nested) {
     return narrow != nullptr && nla_len(narrow) >= 2 ? nla_get_u16(narrow) : 0;
 }
 
+}  // namespace
+
+uint32_t mediaTypeOf(uint32_t frequency) {
+    if (frequency >= 57000) return k80211ad;
+    return frequency >= 4900 ? k80211ac : k80211n24;
+}
+
 std::string rateText(uint32_t rate) {
     if (rate == 0) return {};
     return std::to_string(rate / 10) + "." + std::to_string(rate % 10) + " Mb/s";
 }
 
-// RSSI and signal level from the dBm of the kernel; both stay 0 if absent.
-void setStrength(nlattr* signal, WifiStation& station) {
+void setStrength(int dbm, WifiStation& station) {
     constexpr int kNoiseFloor = -95;  // dBm
-    if (signal == nullptr || nla_len(signal) < 1) return;
-    const int byte = nla_get_u8(signal);
-    const int dbm = byte < 128 ? byte : byte - 256;
     station.rssi = static_cast<uint16_t>(std::max(dbm - kNoiseFloor, 0));
     station.signalLevel = static_cast<uint16_t>(std::clamp(2 * (dbm + 100), 0, 100));
 }
-
-}  // namespace
 
 std::optional<WifiInfo> parseWifiInterface(nlmsghdr* message) {
     const NlMessage<genlmsghdr, NL80211_ATTR_MAX> answer(message);
@@ -148,7 +142,11 @@ std::optional<WifiStation> parseWifiStation(nlmsghdr* message) {
     mac->copyTo(station.mac);
     station.rate = static_cast<uint16_t>(std::min<uint32_t>(tx / 10, 0xFFFF));
     nlattr* average = info[NL80211_STA_INFO_SIGNAL_AVG];
-    setStrength(average != nullptr ? average : info[NL80211_STA_INFO_SIGNAL], station);
+    nlattr* signal = average != nullptr ? average : info[NL80211_STA_INFO_SIGNAL];
+    if (signal != nullptr && nla_len(signal) >= 1) {
+        const int byte = nla_get_u8(signal);
+        setStrength(byte < 128 ? byte : byte - 256, station);
+    }
     copyText(station.tx, rateText(tx));
     copyText(station.rx, rateText(bitRateOf(info[NL80211_STA_INFO_RX_BITRATE])));
     return station;

@@ -27,6 +27,14 @@ std::optional<WifiInfo> parseWifiInterface(nlmsghdr* message);
 // (media type, connection type); none if it is not about a station.
 std::optional<WifiStation> parseWifiStation(nlmsghdr* message);
 
+// The usual standard of the band, since the frequency (MHz) alone does not determine it.
+// MEDIA_TYPE.<interface> in platform.conf overrides it.
+uint32_t mediaTypeOf(uint32_t frequency);
+// Sets RSSI and signal level.
+void setStrength(int dbm, WifiStation& station);
+// A bit rate in units of 100 kb/s, as text; empty if it is 0.
+std::string rateText(uint32_t rate);
+
 // The name of the network that the stations of a radio are in: WIFI_ROLE of platform.conf, else
 // made from the kind of radio and the band of its frequency (MHz), such as "Main_5G".
 std::string connTypeOf(const std::string& ifname, uint32_t frequency, bool meshPoint);

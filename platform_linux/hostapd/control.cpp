@@ -1,0 +1,112 @@
+#include "hostapd/control.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+#include <wpa_ctrl.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+
+#include "base/own_folder.h"
+#include "common/conf.h"
+#include "common/secret.h"
+#include "common/text.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+// The answers are shorter. One that is longer is cut.
+constexpr size_t kMostAnswer = 8192;
+
+// The first words of a command. What follows may be a key.
+std::string_view nameOf(std::string_view command) {
+    const size_t words = command.starts_with("SET ") ? 4 : 0;
+    return command.substr(0, command.find(' ', words));
+}
+
+}  // namespace
+
+std::string hostapdFolder() {
+    const std::string_view given = conf().value("HOSTAPD_FOLDER");
+    return given.empty() ? "/var/run/hostapd" : std::string(given);
+}
+
+HostapdControl::HostapdControl(std::string ifname, const HostapdLog& log)
+    : ifname_(std::move(ifname)), log_(log) {
+    ctrl_ = wpa_ctrl_open2((hostapdFolder() + "/" + ifname_).c_str(), ownFolder().c_str());
+    if (ctrl_ == nullptr) fail("connection", strerror(errno));
+}
+
+HostapdControl::~HostapdControl() {
+    if (ctrl_ != nullptr) wpa_ctrl_close(ctrl_);
+}
+
+void HostapdControl::fail(std::string_view command, std::string_view why) {
+    log_(1, "hostapd: " + ifname_ + ": " + std::string(nameOf(command)) +
+                " failed: " + plainText(why, 60));
+}
+
+// wpa_ctrl_request() would wait for ten seconds.
+std::optional<std::string> HostapdControl::exchange(std::string_view command, milliseconds limit) {
+    if (ctrl_ == nullptr) return {};
+    const int fd = wpa_ctrl_get_fd(ctrl_);
+    if (send(fd, command.data(), command.size(), MSG_NOSIGNAL) < 0) {
+        fail(command, strerror(errno));
+        return {};
+    }
+    const auto until = Clock::now() + limit;
+    for (;;) {
+        const auto left = std::chrono::ceil<milliseconds>(until - Clock::now());
+        pollfd waitFor{fd, POLLIN, 0};
+        if (left <= milliseconds{0} || poll(&waitFor, 1, static_cast<int>(left.count())) <= 0) {
+            fail(command, "no answer within " + std::to_string(limit.count()) + " ms");
+            return {};
+        }
+        std::string answer(kMostAnswer, '\0');
+        const ssize_t size = recv(fd, answer.data(), answer.size(), 0);
+        if (size < 0) {
+            fail(command, strerror(errno));
+            return {};
+        }
+        answer.resize(static_cast<size_t>(size));
+        return answer;
+    }
+}
+
+std::optional<std::string> HostapdControl::ask(std::string_view command, milliseconds limit) {
+    auto answer = exchange(command, limit);
+    if (answer && (answer->starts_with("FAIL") || answer->starts_with("UNKNOWN COMMAND"))) {
+        fail(command, *answer);
+        return {};
+    }
+    return answer;
+}
+
+bool HostapdControl::order(std::string_view command, milliseconds limit) {
+    const auto answer = exchange(command, limit);
+    if (answer && !answer->starts_with("OK")) fail(command, *answer);
+    return answer && answer->starts_with("OK");
+}
+
+bool HostapdControl::set(std::string_view name, std::string_view value) {
+    std::string command;
+    command.reserve(name.size() + value.size() + 5);  // growing would leave copies of a key behind
+    command.append("SET ").append(name).append(" ").append(value);
+    const bool done = order(command);
+    eraseSecret(command);
+    return done;
+}
+
+void removeOldEnds() {
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(ownFolder(), error), end; !error && entry != end;
+         entry.increment(error)) {
+        if (entry->path().filename().string().starts_with("wpa_ctrl_")) {
+            (void)unlink(entry->path().c_str());
+        }
+    }
+}

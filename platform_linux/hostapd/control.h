@@ -1,0 +1,51 @@
+// The control socket of one BSS of hostapd: HOSTAPD_FOLDER/IFNAME.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+struct wpa_ctrl;
+
+// The folder of the control sockets: HOSTAPD_FOLDER of platform.conf, else /var/run/hostapd.
+std::string hostapdFolder();
+
+// Takes a line for the log and its level.
+using HostapdLog = std::function<void(int level, const std::string& line)>;
+
+// Blocks while it waits for answers, so it belongs into a work (hostapd/work.h). Each failure is
+// logged at level 1. The line names the interface, the command without its value, which may be a
+// key, and the answer.
+class HostapdControl {
+  public:
+    static constexpr std::chrono::milliseconds kLimit{1000};
+
+    // Connects. The own end is in the daemon's own folder and disappears with the object.
+    HostapdControl(std::string ifname, const HostapdLog& log);
+    ~HostapdControl();
+    HostapdControl(const HostapdControl&) = delete;
+    HostapdControl& operator=(const HostapdControl&) = delete;
+
+    // False if nobody listens at the socket.
+    bool isOpen() const { return ctrl_ != nullptr; }
+    // A question; none if hostapd refuses the command or does not answer in time.
+    std::optional<std::string> ask(std::string_view command,
+                                   std::chrono::milliseconds limit = kLimit);
+    // A command that is answered with "OK".
+    bool order(std::string_view command, std::chrono::milliseconds limit = kLimit);
+    bool set(std::string_view name, std::string_view value);
+    // Logs that the command has failed.
+    void fail(std::string_view command, std::string_view why);
+
+  private:
+    std::optional<std::string> exchange(std::string_view command, std::chrono::milliseconds limit);
+
+    const std::string ifname_;
+    const HostapdLog& log_;
+    wpa_ctrl* ctrl_ = nullptr;
+};
+
+// Removes what killed processes have left of their ends. Nobody else may be connected.
+void removeOldEnds();

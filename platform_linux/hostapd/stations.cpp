@@ -1,0 +1,116 @@
+#include "hostapd/stations.h"
+
+#include <algorithm>
+
+#include "base/result.h"
+#include "common/conf.h"
+#include "common/job.h"
+#include "common/log.h"
+#include "common/text.h"
+#include "hostapd/bss.h"
+#include "hostapd/radios.h"
+#include "netctrl/wireless.h"
+
+namespace {
+
+constexpr const char* kProgram = "hostapd stations";
+constexpr size_t kMostOutput = size_t{64} * 1024;
+constexpr size_t kMostStations = 1024;
+
+struct {
+    std::string answer;
+    std::string failure;  // of the last answer
+} known;
+
+bool isLeftOut(const HostapdBss& bss, const Arguments& except) {
+    return std::ranges::find(except, bss.ifname) != except.end() ||
+           conf().matches("EXCLUDE", bss.ifname);
+}
+
+// MHz. Without a channel, one of the band that platform.conf names.
+uint32_t frequencyOf(const HostapdBss& bss, const HostapdValues& status) {
+    if (const uint32_t shown = parseNumber(status.value("freq")).value_or(0); shown != 0)
+        return shown;
+    if (bss.band.ends_with("2.4")) return 2412;
+    return bss.band == "6" ? 5955 : 5180;
+}
+
+std::string lineOf(const HostapdBss& bss, uint32_t frequency, std::string_view mac,
+                   const HostapdValues& shown) {
+    // Further words describe the modulation.
+    const auto rate = [&shown](std::string_view name) {
+        const std::string_view text = shown.value(name);
+        return parseNumber(text.substr(0, text.find(' '))).value_or(0);
+    };
+    const uint32_t tx = rate("tx_rate_info");
+    WifiStation station{};
+    if (const std::string_view signal = shown.value("signal"); signal.starts_with('-')) {
+        setStrength(-static_cast<int>(parseNumber(signal.substr(1)).value_or(0)), station);
+    }
+    std::string line(mac);
+    const std::string_view type = conf().value("MEDIA_TYPE." + bss.ifname);
+    for (const std::string& field :
+         {type.empty() ? std::to_string(mediaTypeOf(frequency)) : std::string(type),
+          std::to_string(tx / 10), std::to_string(station.rssi),
+          std::to_string(station.signalLevel), rateText(tx), rateText(rate("rx_rate_info")),
+          connTypeOf(bss.ifname, frequency, false)}) {
+        line.append(",").append(field);
+    }
+    return line + "\n";
+}
+
+// False after a failure.
+bool addStations(const HostapdBss& bss, const HostapdLog& log, std::string& lines) {
+    HostapdControl control(bss.ifname, log);
+    const auto status = control.isOpen() ? control.ask("STATUS") : std::nullopt;
+    if (!status) return false;
+    const uint32_t frequency = frequencyOf(bss, HostapdValues(*status));
+    auto answer = control.ask("STA-FIRST");
+    for (size_t i = 0; answer && !answer->empty() && i < kMostStations; i++) {
+        const std::string mac = answer->substr(0, answer->find('\n'));
+        const HostapdValues shown(*answer);
+        if (!parseMac(mac)) break;
+        // Others have not associated yet.
+        if (shown.value("flags").find("[ASSOC]") != std::string_view::npos) {
+            lines += lineOf(bss, frequency, mac, shown);
+        }
+        answer = control.ask("STA-NEXT " + mac);
+    }
+    return answer.has_value();
+}
+
+}  // namespace
+
+std::string stationsOfHostapd(const Arguments& except) {
+    const auto isExcepted = [&except](const HostapdBss& bss) { return isLeftOut(bss, except); };
+    // Without a stamp, only the program may look.
+    if (hostapdStamp() && std::ranges::all_of(listBss(), isExcepted)) {
+        known = {};
+    } else if (!isJobRunning(kProgram)) {
+        (void)startJob(kProgram, except, {.maxOutput = kMostOutput},
+                       [](int status, const std::string& output) {
+                           if (status != 0 && output != known.failure) {
+                               LOG_LINE(1, "%s", output.c_str());
+                           }
+                           known.failure = status != 0 ? output : "";
+                           known.answer = status != 0 ? "" : output;
+                       });
+    }
+    return known.answer;
+}
+
+void dropHostapdStations() {
+    known = {};
+}
+
+int runHostapdStations(const Arguments& except) {
+    std::string lines, failure;
+    const HostapdLog log = [&failure](int, const std::string& line) { failure = line; };
+    for (const HostapdBss& bss : listBss()) {
+        if (isLeftOut(bss, except) || addStations(bss, log, lines)) continue;
+        (void)!write(STDOUT_FILENO, failure.data(), failure.size());
+        return kFailure;
+    }
+    const ssize_t size = write(STDOUT_FILENO, lines.data(), lines.size());
+    return size == static_cast<ssize_t>(lines.size()) ? kOk : kFailure;
+}

@@ -1,0 +1,15 @@
+// The stations of BSSs whose drivers do not report them to nl80211.
+#pragma once
+
+#include <string>
+
+#include "common/programs.h"
+
+// The last answer, in the format of the hook `stations`. Asks all BSSs but those of the given
+// interfaces, for the next call.
+std::string stationsOfHostapd(const Arguments& except);
+void dropHostapdStations();
+
+// The work of the program "hostapd stations": prints these lines, or the line for the log if
+// something has failed.
+int runHostapdStations(const Arguments& except);

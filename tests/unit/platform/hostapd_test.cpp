@@ -1,0 +1,276 @@
+// hostapd gets the networks of this device.
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+#include <array>
+#include <atomic>
+#include <mutex>
+#include <thread>
+
+#include "base/fd.h"
+#include "common/job.h"
+#include "hostapd/bss.h"
+#include "hostapd/radios.h"
+#include "hostapd/stations.h"
+#include "netctrl/autoconfig_networks.h"
+#include "netctrl/lifecycle.h"
+#include "support.h"
+#include "wsc/wifi_conf.h"
+
+namespace {
+
+WifiNetwork network(std::string_view ssid, uint16_t auth, std::string_view key = "") {
+    WifiNetwork made;
+    made.auth = auth;
+    EXPECT_TRUE(made.ssid.assign(wscBytes(ssid)) && made.key.assign(wscBytes(key)));
+    return made;
+}
+
+void configure(const ScratchFolder& folder, const std::string& bands) {
+    folder.platformConf("HOSTAPD_FOLDER = " + folder.path() +
+                        "\nWIFI_SETTINGS_FILE = " + folder.path("received.conf") + "\n" + bands);
+}
+
+// One BSS of hostapd.
+class Bss {
+  public:
+    Bss(const ScratchFolder& folder, const std::string& ifname) : path_(folder.path(ifname)) {
+        sockaddr_un address{AF_UNIX, {}};
+        copyText(address.sun_path, path_);
+        socket_ = Fd(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+        EXPECT_EQ(bind(socket_.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+        thread_ = std::thread([this] {
+            while (!ended_) serve();
+        });
+    }
+    ~Bss() {
+        ended_ = true;
+        thread_.join();
+        unlink(path_.c_str());
+    }
+    Bss(const Bss&) = delete;
+    Bss& operator=(const Bss&) = delete;
+
+    // The commands since the last call.
+    std::string heard() {
+        const std::lock_guard lock(mutex_);
+        return std::exchange(heard_, "");
+    }
+    // The answer to a command, without the value of a SET; none: silence. Without it "OK".
+    void answer(const std::string& command, const std::optional<std::string>& text) {
+        const std::lock_guard lock(mutex_);
+        answers_[command] = text;
+    }
+
+  private:
+    void serve() {
+        pollfd waitFor{socket_.get(), POLLIN, 0};
+        if (poll(&waitFor, 1, 10) <= 0) return;
+        char bytes[512] = {};
+        sockaddr_un from{};
+        socklen_t size = sizeof from;
+        auto* const peer = reinterpret_cast<sockaddr*>(&from);
+        EXPECT_GT(recvfrom(socket_.get(), bytes, sizeof bytes - 1, 0, peer, &size), 0);
+        std::string command = bytes;
+        const std::lock_guard lock(mutex_);
+        heard_ += command + ";";
+        if (command.starts_with("SET ")) command.resize(command.find(' ', 4));
+        const auto found = answers_.find(command);
+        const auto text = found != answers_.end() ? found->second : "OK\n";
+        if (text) sendto(socket_.get(), text->data(), text->size(), 0, peer, size);
+    }
+
+    const std::string path_;
+    Fd socket_;
+    std::mutex mutex_;
+    std::string heard_;
+    std::map<std::string, std::optional<std::string>> answers_{
+        {"STATUS", "state=ENABLED\nchannel=6\nbss[0]=w\n"}, {"GET_CONFIG", "ssid=a\n"}};
+    std::atomic<bool> ended_ = false;
+    std::thread thread_;
+};
+
+// A device whose hostapd has its sockets in this folder.
+struct HostapdTest : testing::Test {
+    HostapdTest() {
+        mkdir(folder.path("run").c_str(), 0755);
+        configure(folder, "");
+    }
+    bool set(const WifiNetwork& given) {
+        HostapdControl control("w", note);
+        return control.isOpen() && setBss(control, given);
+    }
+
+    const ScratchFolder folder;
+    std::string lines;  // "1 line;"
+    const HostapdLog note = [this](int level, const std::string& line) {
+        lines += std::to_string(level) + " " + line + ";";
+    };
+};
+
+}  // namespace
+
+TEST_F(HostapdTest, ABssGetsEveryKindOfNetwork) {
+    Bss bss(folder, "w");
+    const auto given = [&](const WifiNetwork& what, const std::string& shown) {
+        bss.answer("GET_CONFIG", shown);
+        EXPECT_TRUE(set(what)) << lines;
+        return bss.heard();
+    };
+    const std::string end = "STATUS;RELOAD;GET_CONFIG;", psk(64, 'a');
+    EXPECT_EQ(given(network("a\xff\"", kAuthWpa2Psk | kAuthSae, " key of 9"),
+                    "ssid=a\\xff\\\"\nwpa=2\nkey_mgmt=WPA-PSK SAE\nrsn_pairwise_cipher=CCMP\n"
+                    "passphrase= key of 9\n"),
+              "SET wpa_passphrase  key of 9;SET sae_password  key of 9;SET wpa 2;"
+              "SET wpa_key_mgmt WPA-PSK SAE;SET rsn_pairwise CCMP;SET ieee80211w 1;"
+              "SET ssid2 61ff22;" +
+                  end);
+    EXPECT_EQ(given(network("b", kAuthSae, "12345678"),
+                    "ssid=b\nwpa=2\nkey_mgmt=SAE\nrsn_pairwise_cipher=CCMP\n"),
+              "SET wpa_passphrase 12345678;SET sae_password 12345678;SET wpa 2;"
+              "SET wpa_key_mgmt SAE;SET rsn_pairwise CCMP;SET ieee80211w 2;SET ssid2 62;" +
+                  end);
+    EXPECT_EQ(given(network("c", kAuthWpa2Psk, psk),
+                    "ssid=c\nwpa=2\nkey_mgmt=WPA-PSK\nrsn_pairwise_cipher=CCMP\n"),
+              "SET wpa_psk " + psk +
+                  ";SET wpa 2;SET wpa_key_mgmt WPA-PSK;SET rsn_pairwise CCMP;"
+                  "SET ieee80211w 0;SET ssid2 63;" +
+                  end);
+    bss.answer("STATUS", "state=DISABLED\n");
+    EXPECT_EQ(given(network("d", kAuthOpen), "ssid=d\n"),
+              "SET wpa 0;SET ieee80211w 0;SET ssid2 64;STATUS;ENABLE;GET_CONFIG;");
+    EXPECT_EQ(lines, "");
+    EXPECT_TRUE(is_empty(std::filesystem::path(folder.path("run")))) << "nothing is left behind";
+}
+
+TEST_F(HostapdTest, WhatFailsIsLoggedWithoutTheKey) {
+    const WifiNetwork given = network("a", kAuthWpa2Psk | kAuthSae, "secret key");
+    EXPECT_FALSE(set(given));
+    Bss bss(folder, "w");
+    const std::string good = "ssid=a\nwpa=2\nkey_mgmt=WPA-PSK SAE\nrsn_pairwise_cipher=CCMP\n";
+    const auto fails = [&](const std::string& command, const std::optional<std::string>& answer) {
+        bss.answer(command, answer);
+        EXPECT_FALSE(set(given));
+        bss.answer(command, command == "GET_CONFIG" ? good : "OK\n");
+        return command.starts_with("SET ") == (bss.heard().find("RELOAD") == std::string::npos);
+    };
+    EXPECT_TRUE(fails("GET_CONFIG", good + "passphrase=other\n"));
+    EXPECT_TRUE(fails("GET_CONFIG", "ssid=b" + good.substr(6)));
+    EXPECT_TRUE(fails("SET wpa_passphrase", "FAIL\n"));
+    EXPECT_TRUE(fails("SET sae_password", "UNKNOWN COMMAND\n"));
+    EXPECT_TRUE(fails("SET ssid2", std::nullopt));
+    EXPECT_TRUE(fails("RELOAD", "FAIL\x01\n"));
+    EXPECT_EQ(lines,
+              "1 hostapd: w: connection failed: No such file or directory;"
+              "1 hostapd: w: GET_CONFIG failed: it shows other settings than were set;"
+              "1 hostapd: w: GET_CONFIG failed: it shows other settings than were set;"
+              "1 hostapd: w: SET wpa_passphrase failed: FAIL;"
+              "1 hostapd: w: SET sae_password failed: UNKNOWN COMMAND;"
+              "1 hostapd: w: SET ssid2 failed: no answer within 1000 ms;"
+              "1 hostapd: w: RELOAD failed: FAIL;");
+}
+
+TEST_F(HostapdTest, NetworksOfABandGoToItsBss) {
+    const auto plan = [this](const std::vector<HostapdBss>& all, const BandNetworks& bands) {
+        std::string text;
+        for (const auto& [bss, given] : planBss(all, bands, note)) {
+            text +=
+                bss->ifname + "=" + (given != nullptr ? std::string(given->ssid.text()) : "") + " ";
+        }
+        return text;
+    };
+    const WifiNetwork a = network("a", kAuthOpen), b = network("b", kAuthOpen),
+                      c = network("c", kAuthOpen);
+    const std::vector<HostapdBss> mixed{{"w0", "", "", 1},
+                                        {"w1", "", "", 2},
+                                        {"w2", "", "", 1},
+                                        {"w3", "", "none", 1},
+                                        {"w4", "", "", 0}};
+    EXPECT_EQ(plan(mixed, {{0, {a}}, {32, {b}}, {1, {c}}}), "w0=a w1=c w2=b ");
+    EXPECT_EQ(plan(mixed, {{0, {a}}}), "w0=a ") << "the guest network may still come";
+    EXPECT_EQ(plan(mixed, {{0, {}}, {32, {b}}}), "w0=b w2= ");
+    EXPECT_EQ(lines, "");
+    EXPECT_EQ(plan(mixed, {{0, {a, b}}, {3, {a}}, {32, {c}}}), "w0=a w2=b ");
+    EXPECT_EQ(lines,
+              "3 hostapd: no BSS is left for network a of band 6;"
+              "1 hostapd: no BSS is left for network c of band guest-2.4;");
+    const std::vector<HostapdBss> named{{"w0", "", "guest-5"}, {"w1", "", "5"}};
+    EXPECT_EQ(plan(named, {{1, {a}}, {33, {b}}}), "w1=a w0=b ");
+    EXPECT_EQ(plan(named, {{1, {a}}, {33, {}}}), "w1=a w0= ");
+}
+
+// The program runs in a process of its own.
+NETWORK_TEST(Hostapd, OnlyWhatHasChangedIsSetAgain) {
+    const ScratchFolder folder;
+    mkdir(folder.path("run").c_str(), 0755);
+    configure(folder, "WIFI_BAND.w = 2.4\nWIFI_BAND.x = 5\n");
+    std::optional<Bss> w(std::in_place, folder, "w"), x(std::in_place, folder, "x");
+    const Listener daemon;
+    EXPECT_EQ(setWPSConfig(PLATFORM_ENROLLEE, 0, 0), 0);
+    // What both hear until all programs have ended.
+    const auto heard = [&](int looks = 0) {
+        while (looks-- > 0) EXPECT_EQ(runNetCtrl(), 0);
+        EXPECT_TRUE(becomes([] { return tickSecond(), !isJobRunning("hostapd"); }));
+        return w->heard() + "/" + x->heard();
+    };
+    const std::string set = "SET wpa 0;SET ieee80211w 0;SET ssid2 61;STATUS;RELOAD;GET_CONFIG;";
+    for (const uint8_t band : std::to_array<uint8_t>({0, 1})) {
+        applyNetworks({wifiBandOf(band), "", {network("a", kAuthOpen)}});
+        EXPECT_EQ(heard(), band == 0 ? set + "STATUS;/" : "GET_CONFIG;/" + set + "STATUS;");
+    }
+    EXPECT_EQ(heard(5), "/");
+    x.emplace(folder, "x");
+    EXPECT_EQ(heard(1), "GET_CONFIG;/" + set + "STATUS;");
+    w->answer("GET_CONFIG", "ssid=other\n");
+    EXPECT_EQ(heard(12), "GET_CONFIG;" + set + "/GET_CONFIG;") << "it is asked once a minute";
+
+    // The stations of both.
+    w->answer("STA-FIRST",
+              "02:00:00:00:00:05\nflags=[AUTH][ASSOC]\nsignal=-45\n"
+              "tx_rate_info=8667 vhtmcs 9\nrx_rate_info=540\n");
+    w->answer("STA-NEXT 02:00:00:00:00:05", "02:00:00:00:00:06\nflags=[AUTH]\n");
+    w->answer("STA-NEXT 02:00:00:00:00:06", "");
+    x->answer("STA-FIRST", "");
+    EXPECT_EQ(stationsOfHostapd({}), "");
+    EXPECT_TRUE(becomes([] { return tickSecond(), !isJobRunning("hostapd stations"); }));
+    EXPECT_EQ(stationsOfHostapd({"x"}),
+              "02:00:00:00:00:05,259,866,50,100,866.7 Mb/s,54.0 Mb/s,Main_2G\n");
+    EXPECT_TRUE(becomes([] { return tickSecond(), !isJobRunning("hostapd stations"); }));
+    (void)heard();
+
+    folder.hook("autoconf-networks", "touch " + folder.path("seen"));
+    applyNetworks({wifiBandOf(0), "", {}});
+    x.emplace(folder, "x");
+    EXPECT_EQ(heard(2), "/") << "the hook wins";
+    EXPECT_TRUE(becomes([&] { return std::filesystem::exists(folder.path("seen")); }));
+}
+
+TEST_F(HostapdTest, TheHookForOpenWrtSetsItsAccessPoints) {
+    folder.write("uci", R"(#!/bin/sh
+printf '%s;' "${*#set wireless.}" >> $0.calls
+[ $1 != show ] || echo "wireless.radio0.band='5g'
+wireless.radio1.band='2g'
+wireless.vm1905_1_1=wifi-iface
+wireless.vm1905_0_1=wifi-iface
+wireless.own=wifi-iface")",
+                 0755);
+    folder.write("wifi", "#!/bin/sh\nuci wifi $*\n", 0755);
+    const auto calls = [this](std::string_view ssid, uint16_t auth, std::string_view key) {
+        folder.write("run/wifi-0.conf", writeWifiConf({{"a", {0}, network(ssid, auth, key)}}));
+        folder.write("uci.calls", "");
+        const std::string path = "PATH=" + folder.path() + ":$PATH ";
+        const int status = system(
+            (path + "busybox sh " HOOKS "/autoconf-networks.openwrt 0 2> /dev/null").c_str());
+        return folder.read("uci.calls") + std::to_string(WEXITSTATUS(status));
+    };
+    EXPECT_EQ(calls("a$'\xff\\ b ", kAuthWpa2Psk | kAuthSae, "\"$(key)\" 1"),
+              "show wireless;delete wireless.vm1905_0_1;vm1905_0_1=wifi-iface;"
+              "vm1905_0_1.device=radio1;vm1905_0_1.mode=ap;vm1905_0_1.network=lan;"
+              "vm1905_0_1.ssid=a$'\xff\\ b ;vm1905_0_1.encryption=sae-mixed;"
+              "vm1905_0_1.ieee80211w=1;vm1905_0_1.key=\"$(key)\" 1;radio1.disabled=0;"
+              "commit wireless;wifi reload;0");
+    EXPECT_EQ(calls("a\n", kAuthOpen, ""),
+              "show wireless;delete wireless.vm1905_0_1;revert wireless;1");
+}
