@@ -16,7 +16,7 @@ constexpr size_t kMaxFile = size_t{64} * 1024;
 // Complaints about single lines: a wrong file must not flood the log.
 constexpr int kMaxComplaints = 8;
 
-constexpr std::array<std::string_view, 29> kKeys = {"AL_MAC",
+constexpr std::array<std::string_view, 30> kKeys = {"AL_MAC",
                                                     "APPROVED",
                                                     "BACKHAUL",
                                                     "BUILD_NUMBER",
@@ -36,6 +36,7 @@ constexpr std::array<std::string_view, 29> kKeys = {"AL_MAC",
                                                     "FIRMWARE_URL",
                                                     "FIRMWARE_VERSION",
                                                     "FORWARD_1905",
+                                                    "HOSTAPD_FOLDER",
                                                     "HOSTNAME",
                                                     "INCLUDE",
                                                     "LAN_MAC",

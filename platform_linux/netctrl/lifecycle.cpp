@@ -14,8 +14,10 @@
 #include "netctrl/firmware_upgrade.h"
 #include "netctrl/isolate.h"
 #include "netctrl/notices.h"
+#include "netctrl/push_button.h"
 #include "netctrl/watch.h"
 #include "netctrl/wifi_file.h"
+#include "netctrl/wifi_report.h"
 
 namespace {
 
@@ -41,6 +43,7 @@ void tickSecond() {
     workOnUpgrade();
     tickRegistrar();
     tickEnrollee();
+    publishWifi();
 }
 
 int initNetCtrl() {
@@ -80,6 +83,8 @@ int destroyNetCtrl() {
     dropRegistrar();
     dropEnrollee();
     dropNetworks();
+    dropPushButtons();
+    dropWifiReport();
     closeWifiFile();
     endAllJobs();
     forgetHooks();

@@ -126,6 +126,14 @@ bool deriveSecret(const DhKey& own, Bytes peerPublic, DhSecret& out) {
                         nullptr) == 1;
 }
 
+bool slowDigest(Bytes text, Bytes salt, std::span<uint8_t, kWscDigestSize> out) {
+    constexpr int kRounds = 1000;
+    return PKCS5_PBKDF2_HMAC(reinterpret_cast<const char*>(text.data()),
+                             static_cast<int>(text.size()), salt.data(),
+                             static_cast<int>(salt.size()), kRounds, EVP_sha256(), kWscDigestSize,
+                             out.data()) == 1;
+}
+
 bool deriveKeys(const DhSecret& secret, const WscNonce& enrollee, const MacAddr& mac,
                 const WscNonce& registrar, WscKeys& out) {
     Digest kdk{};

@@ -52,6 +52,9 @@ DhKey makeDhKey();
 // False for a public key that is no element of the group.
 [[nodiscard]] bool deriveSecret(const DhKey& own, Bytes peerPublic, DhSecret& out);
 
+// A digest of a text from which its secrets can hardly be guessed.
+[[nodiscard]] bool slowDigest(Bytes text, Bytes salt, std::span<uint8_t, kWscDigestSize> out);
+
 // The keys of the exchange with these nonces. The MAC address is the one in the M1.
 [[nodiscard]] bool deriveKeys(const DhSecret& secret, const WscNonce& enrollee, const MacAddr& mac,
                               const WscNonce& registrar, WscKeys& out);
