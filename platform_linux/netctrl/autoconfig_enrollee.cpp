@@ -37,7 +37,7 @@ struct Exchange {
     unsigned wait = 0;  // seconds until the M1 is sent again, or after the end until it is dropped
     std::vector<std::optional<WifiNetwork>> networks{};
     std::vector<std::vector<uint8_t>> accepted{};  // the M2 so far
-    WscRefusal refusal{};                          // of the last M2 that was refused
+    std::string refusal{};                         // why the last M2 was refused, if one was
 
     std::string bandName() const { return std::string(session.band->name); }
 };
@@ -89,6 +89,7 @@ void finish(Exchange& exchange, const char* updateTime) {
     for (const auto& network : exchange.networks) received.networks.push_back(*network);
     searchOf(*received.band).isDone = true;
     exchange.isDone = true;
+    exchange.refusal.clear();
     exchange.wait = kCopySeconds;
     exchange.networks.clear();
     exchange.session.key.reset();
@@ -139,8 +140,7 @@ bool tickExchange(Exchange& exchange) {
     LOG_LINE(2, "autoconf: %s has not given the networks of band %s",
              macText(exchange.registrar).c_str(), exchange.bandName().c_str());
     note(exchange, WifiExchange::kFailed,
-         exchange.refusal.empty() ? "it has not answered"
-                                  : "its M2 was refused: " + exchange.refusal);
+         exchange.refusal.empty() ? "it has not answered" : exchange.refusal);
     return true;
 }
 
@@ -163,8 +163,11 @@ int startExchange(const ApAutoConfInfo& msg, AutoConfCause cause) {
     const auto found = std::ranges::find_if(exchanges, [&](const Exchange& each) {
         return each.registrar == MacAddr(msg.alMac) && each.session.band == band;
     });
+    std::string refusal;
     if (found != exchanges.end()) {
         if (cause == AutoConfCause::kResponse) return kOk;
+        // The Registrar repeats its renew, so that the exchange may never come to its end.
+        refusal = found->refusal;
         exchanges.erase(found);
     }
     if (exchanges.size() >= kMaxExchanges) {
@@ -181,7 +184,8 @@ int startExchange(const ApAutoConfInfo& msg, AutoConfCause cause) {
         exchanges.pop_back();
         return kFailure;
     }
-    note(fresh, WifiExchange::kAsking);
+    fresh.refusal = refusal;
+    note(fresh, WifiExchange::kAsking, refusal);
     const int result = sendM1(fresh);
     return result == kOk && fresh.isRenew ? int{PLATFORM_RENEW_STARTED} : result;
 }
@@ -201,7 +205,8 @@ int takeM2(const ApAutoConfWsc& msg) {
     WscAnswer answer;
     const WscRefusal why = readM2(found->session, frame, answer);
     if (!why.empty()) {
-        found->refusal = why;
+        found->refusal = "its M2 was refused: " + why;
+        note(*found, WifiExchange::kAsking, found->refusal);
         return refuse(msg.alMac, why);
     }
     found->accepted.emplace_back(frame.begin(), frame.end());

@@ -121,6 +121,10 @@ int answerM1(const ApAutoConfWsc& msg) {
     Answer answer{alMac, {}, {}};
     if (const WscRefusal why = readM1(answer.session, frame); !why.empty())
         return fail(msg, nullptr, why);
+    const auto hasNonce = [&answer](const Answer& each) {
+        return each.session.nonce == answer.session.nonce;
+    };
+    if (std::ranges::any_of(answers, hasNonce)) return refuse(msg, "its nonce is repeated");
     const auto isOpen = [&answer](const Answer& each) {
         return each.alMac == answer.alMac && each.session.band == answer.session.band;
     };

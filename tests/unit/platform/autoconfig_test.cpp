@@ -118,6 +118,7 @@ NETWORK_TEST(Registrar, AnswersEachM1WithTheNetworksOfItsBand) {
     EXPECT_EQ(takeFrames(), answers);
     EXPECT_EQ(deliver(second.m1.view()), 16);
     EXPECT_EQ(deliver(answers[0]), 16) << "an M2";
+    EXPECT_EQ(deliver(first.m1.view(), {2, 0, 0, 0, 0, 8}), 16) << "replayed by another device";
     wait(1);
 
     // A device without SAE.
@@ -139,7 +140,7 @@ NETWORK_TEST(Registrar, AnswersEachM1WithTheNetworksOfItsBand) {
 
     int answered = 0;
     for (uint8_t i = 0; i < 20; i++) {
-        answered += deliver(guest.m1.view(), {2, 0, 0, 0, 1, i}) == 0 ? 1 : 0;
+        answered += deliver(m1For(33).m1.view(), {2, 0, 0, 0, 1, i}) == 0 ? 1 : 0;
     }
     EXPECT_EQ(answered, 14) << "two others were just answered";
     folder.platformConf("APPROVED = 02:00:00:00:00:09\n");
@@ -190,6 +191,10 @@ NETWORK_TEST(Enrollee, SearchesAndAsksUntilItHasItsNetworks) {
     EXPECT_EQ(wait(62), "2;6;14;30;") << "then it gives up";
     const auto m1s = takeFrames();
     EXPECT_EQ(m1s, std::vector<Frame>(5, m1s[0]));
+    const auto isReported = [&](const std::string& text) {
+        return folder.read("run/wifi.json").find(text) != std::string::npos;
+    };
+    EXPECT_TRUE(isReported("\"failed\"") && isReported("\"it has not answered\""));
 
     WscRegistrar peer;
     const auto answered = [&](WscPlace place, std::string_view ssid) {
@@ -235,6 +240,11 @@ NETWORK_TEST(Enrollee, SearchesAndAsksUntilItHasItsNetworks) {
     EXPECT_EQ(notifyApAutoConfRenewMsgReceived(&info), PLATFORM_RENEW_STARTED);
     EXPECT_EQ(readM1(peer, takeFrames().at(0)), "");
     EXPECT_EQ(prepareM2(peer), "");
+    Frame forged = *parseHex(hexText(answered({0, 2}, "one").view()));
+    forged.back() ^= 1;
+    EXPECT_EQ(deliver(forged), 16);
+    wait(1);
+    EXPECT_TRUE(isReported("\"its M2 was refused: its authenticator is wrong\""));
     EXPECT_EQ(deliver(answered({0, 2}, "one").view()), 0);
     EXPECT_EQ(sent, "");
     EXPECT_EQ(deliver(answered({1, 2}, "two").view()), 0);
@@ -245,6 +255,8 @@ NETWORK_TEST(Enrollee, SearchesAndAsksUntilItHasItsNetworks) {
     EXPECT_EQ(deliver(answered({0, 0}, "").view()), 0);
     EXPECT_EQ(sent, "6 02:00:00:00:00:07 33;") << "the band has no network";
     EXPECT_EQ(networks(), "");
+    wait(1);
+    EXPECT_TRUE(isReported("\"the band has no network\"") && !isReported("12345678"));
     folder.hook("autoconf-renew", "exit 5");
     EXPECT_EQ(notifyApAutoConfRenewMsgReceived(&info), 5) << "the hook does it";
 }
