@@ -540,11 +540,12 @@ VM1905_API int vm1905_get_wps(vm1905_client* client);
  * this many seconds, the earlier one returns. 0 for no trial. (163) */
 VM1905_API int vm1905_set_wps_timeout(vm1905_client* client, int32_t seconds);
 
-/* Sets the WPS configuration of one band: "0", "1", "32", "33", or "All". (189) */
+/* Sets the WPS configuration of one band: "0", "1", "3", "32", "33", or "All". (189) */
 VM1905_API int vm1905_set_wps_by_band(vm1905_client* client, const char* band, int32_t send_search,
                                       int32_t send_response);
 
-/* Send an AP auto-configuration renew or search message for a band: 0, 1, 32 or 33. (141, 169) */
+/* Send an AP auto-configuration renew or search message for a band: 0, 1, 3, 32 or 33. (141, 169)
+ */
 VM1905_API int vm1905_send_wps_renew(vm1905_client* client, uint8_t band);
 VM1905_API int vm1905_send_wps_search(vm1905_client* client, uint8_t band);
 

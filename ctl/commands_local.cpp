@@ -55,7 +55,7 @@ struct Item {
 };
 
 constexpr Argument kFlag{"0|1", 0, 1};
-const Words kBandTexts{{"All", 0}, {"0", 0}, {"1", 0}, {"32", 0}, {"33", 0}};
+const Words kBandTexts{{"All", 0}, {"0", 0}, {"1", 0}, {"3", 0}, {"32", 0}, {"33", 0}};
 
 template <uint8_t Option>
 int setOption(vm1905_client* client, const Values& v) {
@@ -82,7 +82,7 @@ constexpr Item kItems[] = {
          return vm1905_set_wps(client, v.numbers[0], v.numbers[1], v.numbers[2]);
      }},
     {"wps-band",
-     {{{"All|0|1|32|33", 0, 16, true, &kBandTexts}, {"SEARCH"}, {"RESPONSE"}}},
+     {{{"All|0|1|3|32|33", 0, 16, true, &kBandTexts}, {"SEARCH"}, {"RESPONSE"}}},
      [](vm1905_client* client, const Values& v) {
          return vm1905_set_wps_by_band(client, v.texts[0].c_str(), v.numbers[1], v.numbers[2]);
      }},
@@ -160,8 +160,8 @@ Report set(Session& session, const Setting& setting) {
 
 // ---- Others
 
-const Words kBands{{"main24", 0}, {"main5", 1}, {"guest24", 32}, {"guest5", 33},
-                   {"0", 0},      {"1", 1},     {"32", 32},      {"33", 33}};
+const Words kBands{{"main24", 0}, {"main5", 1}, {"main6", 3}, {"guest24", 32}, {"guest5", 33},
+                   {"0", 0},      {"1", 1},     {"3", 3},     {"32", 32},      {"33", 33}};
 
 template <int (*Call)(vm1905_client*, uint8_t)>
 Report ofBand(Session& session, const Number& band) {
@@ -258,7 +258,7 @@ void addLocalCommands(CLI::App& app, Choice& choice) {
           std::tuple{"search", "send a search for a band", &ofBand<vm1905_send_wps_search>}}) {
         const auto [command, band] = addCommand<Number>(wps, choice, name, text, act);
         addWord(*command, choice, "BAND", band->value,
-                "main24, main5, guest24, guest5, or its number", kBands)
+                "main24, main5, main6, guest24, guest5, or its number", kBands)
             ->required()
             ->type_name("BAND");
     }

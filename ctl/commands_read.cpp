@@ -47,6 +47,20 @@ void addReadCommands(CLI::App& app, Choice& choice) {
     }
     addRead(app, choice, "links",
             "which device hears which neighbor on which interface, and how well", showLinks);
+    {
+        auto withSecrets = std::make_shared<bool>(false);
+        CLI::App* const command =
+            app.add_subcommand("wifi",
+                               "Wi-Fi networks, radios, and which device has which networks")
+                ->fallthrough();
+        command->add_flag("--secrets", *withSecrets, "show the keys of the networks");
+        command->callback([&choice, withSecrets] {
+            choice.read = [withSecrets](Session& session) {
+                return showWifi(session, *withSecrets);
+            };
+        });
+    }
+    addRead(app, choice, "stations", "Wi-Fi stations of all devices", showStations);
     addRead(app, choice, "changes", "neighbors that came or went", showChanges);
     addRead(app, choice, "forwarding-rules", "forwarding rules", showForwardingRules);
     addRead(app, choice, "security", "the security setting of this device", showSecurity);

@@ -85,16 +85,6 @@ std::string withTextsEscaped(std::string_view text) {
     return out;
 }
 
-// Drops what is nested deeper than any part of the daemon's file. Copying and printing recurse, so
-// a deep file would exhaust the stack.
-Json parseJson(std::string_view text) {
-    constexpr int kMaxDepth = 32;
-    const auto isKept = [](int depth, Json::parse_event_t, const Json&) {
-        return depth < kMaxDepth;
-    };
-    return Json::parse(text, isKept, false);
-}
-
 std::string textAt(const Json& object, const char* member) {
     const auto found = object.find(member);
     if (found == object.end()) return {};
@@ -171,9 +161,20 @@ bool isDaemon(uid_t user) {
            (info.shm_perm.uid == user || info.shm_perm.cuid == user);
 }
 
-// Reads the file. Returns what is wrong with it, empty if nothing is. Others may write to the usual
-// folder: their files are not believed, and a FIFO does not block.
-std::string readText(const std::string& path, std::string& text) {
+}  // namespace
+
+// Drops what is nested deeper than any part of the daemon's file. Copying and printing recurse, so
+// a deep file would exhaust the stack.
+Json parseJson(std::string_view text) {
+    constexpr int kMaxDepth = 32;
+    const auto isKept = [](int depth, Json::parse_event_t, const Json&) {
+        return depth < kMaxDepth;
+    };
+    return Json::parse(text, isKept, false);
+}
+
+// Others may write to the usual folder: a FIFO does not block.
+std::string readDaemonFile(const std::string& path, std::string& text) {
     const int fd = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC);
     if (fd < 0 && errno != ELOOP) return std::string("can't be read: ") + std::strerror(errno);
     struct stat info {};
@@ -195,8 +196,6 @@ std::string readText(const std::string& path, std::string& text) {
     close(fd);
     return n < 0 ? std::string("can't be read: ") + std::strerror(errno) : "";
 }
-
-}  // namespace
 
 std::string ModelDevice::text(const char* member) const {
     std::string text = members.is_object() ? textAt(members, member) : "";
@@ -253,7 +252,7 @@ DataModel parseDataModel(std::string_view text) {
 
 DataModel readDataModel(const std::string& path) {
     std::string text;
-    std::string trouble = readText(path, text);
+    std::string trouble = readDaemonFile(path, text);
     DataModel model = trouble.empty() ? parseDataModel(text) : DataModel{};
     if (trouble.empty()) trouble = model.trouble;
     if (!trouble.empty()) model.trouble = path + " " + trouble;

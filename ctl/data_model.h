@@ -55,3 +55,9 @@ DataModel readDataModel(const std::string& path);
 
 // The same for the text of a file.
 DataModel parseDataModel(std::string_view text);
+
+// Reads a file of the daemon. Returns what is wrong with it, empty if nothing is. A file of another
+// user than root, the daemon's and this one is not believed.
+std::string readDaemonFile(const std::string& path, std::string& text);
+// What a text in JSON has up to the usual depth; discarded if it is not JSON.
+Json parseJson(std::string_view text);

@@ -282,6 +282,14 @@ std::string mediaName(uint16_t mediaType) {
     }
 }
 
+uint16_t mediaTypeOf(const std::string& name) {
+    constexpr uint16_t kUnknown = 0xFFFF, kLast = 0x0300;
+    for (uint16_t type = 0; !name.empty() && type <= kLast; type++) {
+        if (mediaName(type) == name) return type;
+    }
+    return kUnknown;
+}
+
 Device readOwnDevice(vm1905_client* client, const DataModel& model, const vm1905_al& al,
                      const std::string& ownName) {
     Device own;

@@ -74,6 +74,8 @@ struct Mesh {
 // The name of an interface, else its MAC; empty for the zero MAC.
 std::string portName(const Device& device, const Mac& intf);
 std::string mediaName(uint16_t mediaType);
+// The type with this name; 0xFFFF if there is none.
+uint16_t mediaTypeOf(const std::string& name);
 
 // Reads the whole mesh from the daemon. The model must outlive the result. Throws Failure.
 Mesh readMesh(vm1905_client* client, const DataModel& model, const std::string& ownName);

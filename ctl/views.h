@@ -14,6 +14,9 @@ Report showDevice(Session& session, const std::string& device);
 // root: the device at the top, empty for this one.
 Report showTopology(Session& session, const std::string& root, bool withHosts);
 Report showLinks(Session& session);
+// The networks, radios, and what the devices have received. Keys only with secrets.
+Report showWifi(Session& session, bool withSecrets);
+Report showStations(Session& session);
 Report showChanges(Session& session);
 Report showForwardingRules(Session& session);
 Report showSecurity(Session& session);

@@ -62,6 +62,12 @@ int sendSecurityCtrlMsg(const uint8_t*, uint8_t type, uint16_t len, const uint8_
 uint32_t getUnsyncedEnrollees(uint8_t, uint8_t*, uint32_t) {
     return 0;
 }
+int loadState(const char*, char*, uint32_t) {
+    return 16;
+}
+int saveState(const char*, const char*) {
+    return 16;
+}
 int checkEXdeviceFWVersion(int32_t) {
     return 16;
 }

@@ -53,6 +53,10 @@ class Crypto {
         return false;
     }
     virtual std::unique_ptr<Sha256> sha256() const { return nullptr; }
+    [[nodiscard]] virtual bool pbkdf2Sha256(Bytes /*text*/, Bytes /*salt*/, int /*rounds*/,
+                                            std::span<uint8_t, kSha256Size> /*out*/) const {
+        return false;
+    }
     // With that private key, or a random one if it is empty.
     virtual std::unique_ptr<DhKey> dhKey(Bytes /*privateKey*/ = {}) const { return nullptr; }
     // AES-128-CBC with padding. Returns the size of the result. The output has room for the input

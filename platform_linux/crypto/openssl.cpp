@@ -163,6 +163,14 @@ class Openssl final : public Crypto {
         return made;
     }
 
+    bool pbkdf2Sha256(Bytes text, Bytes salt, int rounds,
+                      std::span<uint8_t, kSha256Size> out) const override {
+        return PKCS5_PBKDF2_HMAC(reinterpret_cast<const char*>(text.data()),
+                                 static_cast<int>(text.size()), salt.data(),
+                                 static_cast<int>(salt.size()), rounds, EVP_sha256(), kSha256Size,
+                                 out.data()) == 1;
+    }
+
     std::unique_ptr<DhKey> dhKey(Bytes privateKey) const override {
         Key key = privateKey.empty() ? randomDh() : privateDh(privateKey);
         return key ? std::make_unique<OpensslDhKey>(std::move(key)) : nullptr;

@@ -1,11 +1,13 @@
 #include "hostapd/control.h"
 
 #include <poll.h>
+#include <signal.h>
 #include <sys/socket.h>
 #include <unistd.h>
 #include <wpa_ctrl.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 
@@ -21,6 +23,18 @@ using std::chrono::milliseconds;
 
 // The answers are shorter. One that is longer is cut.
 constexpr size_t kMostAnswer = 8192;
+
+// hostapd sends them unasked, after a level in angle brackets.
+bool isEvent(std::string_view message) {
+    return message.starts_with('<');
+}
+
+// The end of a process that still runs.
+bool isInUse(const std::string& name) {
+    int pid = 0;
+    return sscanf(name.c_str(), "wpa_ctrl_%d-", &pid) == 1 && pid > 0 &&
+           (kill(pid, 0) == 0 || errno != ESRCH);
+}
 
 // The first words of a command. What follows may be a key.
 std::string_view nameOf(std::string_view command) {
@@ -73,8 +87,20 @@ std::optional<std::string> HostapdControl::exchange(std::string_view command, mi
             return {};
         }
         answer.resize(static_cast<size_t>(size));
-        return answer;
+        if (!isEvent(answer)) return answer;
     }
+}
+
+std::optional<std::string> HostapdControl::event() {
+    std::string message(kMostAnswer, '\0');
+    const ssize_t size = recv(fd(), message.data(), message.size(), MSG_DONTWAIT);
+    if (size < 0) return {};
+    message.resize(static_cast<size_t>(size));
+    return message;
+}
+
+int HostapdControl::fd() const {
+    return wpa_ctrl_get_fd(ctrl_);
 }
 
 std::optional<std::string> HostapdControl::ask(std::string_view command, milliseconds limit) {
@@ -105,8 +131,7 @@ void removeOldEnds() {
     std::error_code error;
     for (std::filesystem::directory_iterator entry(ownFolder(), error), end; !error && entry != end;
          entry.increment(error)) {
-        if (entry->path().filename().string().starts_with("wpa_ctrl_")) {
-            (void)unlink(entry->path().c_str());
-        }
+        const std::string name = entry->path().filename();
+        if (name.starts_with("wpa_ctrl_") && !isInUse(name)) (void)unlink(entry->path().c_str());
     }
 }

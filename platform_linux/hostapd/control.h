@@ -36,6 +36,10 @@ class HostapdControl {
     // A command that is answered with "OK".
     bool order(std::string_view command, std::chrono::milliseconds limit = kLimit);
     bool set(std::string_view name, std::string_view value);
+    // After the order ATTACH: the next event; none if hostapd has ended.
+    std::optional<std::string> event();
+    // Readable when there is an event.
+    int fd() const;
     // Logs that the command has failed.
     void fail(std::string_view command, std::string_view why);
 
@@ -47,5 +51,5 @@ class HostapdControl {
     wpa_ctrl* ctrl_ = nullptr;
 };
 
-// Removes what killed processes have left of their ends. Nobody else may be connected.
+// Removes what killed processes have left of their ends.
 void removeOldEnds();

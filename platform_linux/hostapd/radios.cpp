@@ -27,7 +27,8 @@ std::optional<std::vector<HostapdBss>> sockets() {
             if (errno == EACCES) return std::nullopt;
             continue;
         }
-        if (!S_ISSOCK(info.st_mode)) continue;
+        // The socket "global" is that of no interface.
+        if (!S_ISSOCK(info.st_mode) || entry->path().filename() == "global") continue;
         found.push_back({entry->path().filename(),
                          std::to_string(info.st_ino) + "." + std::to_string(info.st_ctim.tv_sec) +
                              "." + std::to_string(info.st_ctim.tv_nsec),

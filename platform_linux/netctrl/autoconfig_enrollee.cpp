@@ -13,6 +13,7 @@
 #include "netctrl/autoconfig_networks.h"
 #include "netctrl/notices.h"
 #include "netctrl/watch.h"
+#include "netctrl/wifi_report.h"
 #include "wsc/exchange.h"
 
 namespace {
@@ -24,13 +25,19 @@ constexpr unsigned kMaxSends = 5;
 constexpr unsigned kFirstSearchGap = 5;
 constexpr unsigned kLongestSearchGap = 320;
 constexpr size_t kMaxExchanges = 16;
+// For so many seconds after its end, an exchange takes the copies that come by another cable.
+constexpr unsigned kCopySeconds = 5;
 
 struct Exchange {
     MacAddr registrar;  // its AL MAC
     WscEnrollee session;
+    bool isRenew = false;  // the Registrar waits for an acknowledgement
+    bool isDone = false;
     unsigned sends = 0;
-    unsigned wait = 0;  // seconds until the M1 is sent again
-    std::vector<std::optional<WifiNetwork>> networks;
+    unsigned wait = 0;  // seconds until the M1 is sent again, or after the end until it is dropped
+    std::vector<std::optional<WifiNetwork>> networks{};
+    std::vector<std::vector<uint8_t>> accepted{};  // the M2 so far
+    std::string refusal{};                         // why the last M2 was refused, if one was
 
     std::string bandName() const { return std::string(session.band->name); }
 };
@@ -48,6 +55,10 @@ struct {
 
 Search& searchOf(const WifiBand& band) {
     return enrollee.searches[static_cast<size_t>(&band - kWifiBandTable)];
+}
+
+void note(const Exchange& exchange, WifiExchange state, const std::string& reason = {}) {
+    noteExchange(exchange.registrar, exchange.session.band, state, reason);
 }
 
 int refuse(const uint8_t* alMac, const WscRefusal& why) {
@@ -73,11 +84,24 @@ bool takeAnswer(Exchange& exchange, const WscAnswer& answer) {
     return std::ranges::all_of(networks, [](const auto& each) { return each.has_value(); });
 }
 
-void finish(const Exchange& exchange, const char* updateTime) {
+void finish(Exchange& exchange, const char* updateTime) {
     ReceivedNetworks received{exchange.session.band, updateTime, {}};
     for (const auto& network : exchange.networks) received.networks.push_back(*network);
     searchOf(*received.band).isDone = true;
+    exchange.isDone = true;
+    exchange.refusal.clear();
+    exchange.wait = kCopySeconds;
+    exchange.networks.clear();
+    exchange.session.key.reset();
+    note(exchange, WifiExchange::kConfigured,
+         received.networks.empty() ? "the band has no network" : "");
+    noteReceived(received);
     applyNetworks(received);
+    if (!exchange.isRenew) return;
+    ApAutoConfAckReq arrived{};
+    exchange.registrar.copyTo(arrived.alMac);
+    arrived.freqBand = received.band->number;
+    (void)requestService(SERV_REQ_AP_AUTOCONF_ACK, &arrived);
 }
 
 bool sendsSearches(const WifiBand& band) {
@@ -105,15 +129,18 @@ void tickSearch(const WifiBand& band) {
     search.gap = std::min(2 * search.gap, kLongestSearchGap);
 }
 
-// True if it has ended without an answer.
+// True if it is to be dropped.
 bool tickExchange(Exchange& exchange) {
     if (--exchange.wait > 0) return false;
+    if (exchange.isDone) return true;
     if (exchange.sends < kMaxSends) {
         (void)sendM1(exchange);
         return false;
     }
     LOG_LINE(2, "autoconf: %s has not given the networks of band %s",
              macText(exchange.registrar).c_str(), exchange.bandName().c_str());
+    note(exchange, WifiExchange::kFailed,
+         exchange.refusal.empty() ? "it has not answered" : exchange.refusal);
     return true;
 }
 
@@ -136,8 +163,11 @@ int startExchange(const ApAutoConfInfo& msg, AutoConfCause cause) {
     const auto found = std::ranges::find_if(exchanges, [&](const Exchange& each) {
         return each.registrar == MacAddr(msg.alMac) && each.session.band == band;
     });
+    std::string refusal;
     if (found != exchanges.end()) {
         if (cause == AutoConfCause::kResponse) return kOk;
+        // The Registrar repeats its renew, so that the exchange may never come to its end.
+        refusal = found->refusal;
         exchanges.erase(found);
     }
     if (exchanges.size() >= kMaxExchanges) {
@@ -148,12 +178,16 @@ int startExchange(const ApAutoConfInfo& msg, AutoConfCause cause) {
     (void)getHostname(name);
     Exchange& fresh = exchanges.emplace_back();
     fresh.registrar = MacAddr(msg.alMac);
+    fresh.isRenew = cause == AutoConfCause::kRenew;
     if (!startWsc(fresh.session, *band, {reportedAlMac().value_or(MacAddr{}), name})) {
         LOG_LINE(1, "autoconf: no M1 can be made");
         exchanges.pop_back();
         return kFailure;
     }
-    return sendM1(fresh);
+    fresh.refusal = refusal;
+    note(fresh, WifiExchange::kAsking, refusal);
+    const int result = sendM1(fresh);
+    return result == kOk && fresh.isRenew ? int{PLATFORM_RENEW_STARTED} : result;
 }
 
 int takeM2(const ApAutoConfWsc& msg) {
@@ -165,17 +199,23 @@ int takeM2(const ApAutoConfWsc& msg) {
     if (found == enrollee.exchanges.end() || found->registrar != MacAddr(msg.alMac)) {
         return refuse(msg.alMac, "no exchange with it has this nonce");
     }
+    const auto isSame = [frame](const auto& each) { return std::ranges::equal(each, frame); };
+    if (std::ranges::any_of(found->accepted, isSame)) return kOk;
+    if (found->isDone) return refuse(msg.alMac, "the exchange with it has ended");
     WscAnswer answer;
     const WscRefusal why = readM2(found->session, frame, answer);
-    if (!why.empty()) return refuse(msg.alMac, why);
-    if (takeAnswer(*found, answer)) {
-        finish(*found, msg.updateTime);
-        enrollee.exchanges.erase(found);
+    if (!why.empty()) {
+        found->refusal = "its M2 was refused: " + why;
+        note(*found, WifiExchange::kAsking, found->refusal);
+        return refuse(msg.alMac, why);
     }
+    found->accepted.emplace_back(frame.begin(), frame.end());
+    if (takeAnswer(*found, answer)) finish(*found, msg.updateTime);
     return kOk;
 }
 
 void tickEnrollee() {
+    if (!enrollee.exchanges.empty() && !asksItself()) enrollee.exchanges.clear();
     enrollee.exchanges.remove_if(tickExchange);
     for (const WifiBand& band : kWifiBandTable) tickSearch(band);
 }

@@ -1,7 +1,8 @@
 // AP auto-configuration and push button messages. The daemon transports them. A Registrar with
-// wifi.conf and an Enrollee without hooks exchange M1 and M2 themselves. For the others, and for
-// push buttons, the product's hooks decide what the messages mean for the radios. A hook answers
-// with a WSC frame by printing it in hexadecimal.
+// wifi.conf and an Enrollee without hooks exchange M1 and M2 themselves, and without the hook
+// push-button the access points of hostapd follow push buttons. Otherwise the product's hooks
+// decide what the messages mean for the radios. A hook answers with a WSC frame by printing it in
+// hexadecimal.
 #include <algorithm>
 #include <memory>
 #include <vector>
@@ -14,6 +15,7 @@
 #include "netctrl/autoconfig_enrollee.h"
 #include "netctrl/autoconfig_registrar.h"
 #include "netctrl/notices.h"
+#include "netctrl/push_button.h"
 #include "netctrl/renew.h"
 #include "netctrl/watch.h"
 #include "platform/exports.h"
@@ -49,6 +51,8 @@ int runAutoConfHook(const std::string& name, const std::vector<std::string>& arg
     return result != 0 ? result : *sent;
 }
 
+constexpr const char* kPushButtonHook = "push-button";
+constexpr const char* kJoinHook = "push-button-join";
 constexpr uint32_t kMaxRenewed = 256;  // devices to which a renew is repeated at a time
 
 ApAutoConfRenewReq renewOf(uint8_t band) {
@@ -129,17 +133,21 @@ int notifyApAutoConfWscMsgReceived(const ApAutoConfWsc* msg) {
 
 int notifyPBEventMsgReceived(const PbEvent* msg) {
     if (msg == nullptr || (msg->mediaTypes == nullptr && msg->mediaTypeNum != 0)) return kFailure;
+    if (!hasHook(kPushButtonHook)) return pressPushButtons({MacAddr(msg->alMac), msg->msgId});
     std::vector<std::string> args{macText(msg->alMac), std::to_string(msg->msgId)};
     for (uint8_t i = 0; i < msg->mediaTypeNum; i++) {
         args.push_back(std::to_string(msg->mediaTypes[i].mediaType));
     }
-    return runHook("push-button", args);
+    return runHook(kPushButtonHook, args);
 }
 
 int notifyPBJoinMsgReceived(const PbJoin* msg) {
     if (msg == nullptr) return kFailure;
-    return runHook("push-button-join", {macText(msg->alMac), std::to_string(msg->msgId),
-                                        macText(msg->txIntfMac), macText(msg->newDevIntfMac)});
+    LOG_LINE(3, "push button: %s has joined at the interface %s",
+             macText(msg->newDevIntfMac).c_str(), macText(msg->txIntfMac).c_str());
+    if (!hasHook(kJoinHook)) return kOk;
+    return runHook(kJoinHook, {macText(msg->alMac), std::to_string(msg->msgId),
+                               macText(msg->txIntfMac), macText(msg->newDevIntfMac)});
 }
 
 int sendWPSSearch(uint8_t band) {
@@ -173,5 +181,10 @@ int sendPBEvent() {
     PbEventReq request{};
     request.mediaTypeNum = static_cast<uint8_t>(types.size());
     request.mediaTypes = types.data();
-    return requestService(SERV_REQ_PB_EVENT, &request);
+    const int result = requestService(SERV_REQ_PB_EVENT, &request);
+    // The button works even if no message can be sent.
+    if (!hasHook(kPushButtonHook)) {
+        (void)pressPushButtons({reportedAlMac().value_or(MacAddr{}), request.msgId});
+    }
+    return result;
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <list>
+#include <set>
 #include <vector>
 
 #include "base/result.h"
@@ -10,6 +11,8 @@
 #include "netctrl/notices.h"
 #include "netctrl/watch.h"
 #include "netctrl/wifi_file.h"
+#include "netctrl/wifi_given.h"
+#include "netctrl/wifi_report.h"
 #include "wsc/exchange.h"
 
 namespace {
@@ -24,17 +27,30 @@ struct Answer {
     WscRegistrar session;
     std::vector<WscFrame> frames;
     unsigned age = 0;
+    bool isFresh = true;  // sent since the last tick
 };
 
-std::list<Answer> answers;
+struct {
+    std::list<Answer> answers;
+    std::set<uint8_t> renews;  // bands of which a renew must be sent
+    bool isCompared = false;   // with what was given before the start
+    bool isStored = true;      // what is given now
+} registrar;
 
 int refuse(const ApAutoConfWsc& msg, const WscRefusal& why) {
     LOG_LINE(2, "autoconf: M1 of %s is refused: %s", macText(msg.alMac).c_str(), why.c_str());
     return kFailure;
 }
 
-int sendAnswer(const ApAutoConfWsc& msg, const Answer& answer) {
+// The same for reasons that the owner should see.
+int fail(const ApAutoConfWsc& msg, const WifiBand* band, const WscRefusal& why) {
+    noteExchange(MacAddr(msg.alMac), band, WifiExchange::kFailed, why);
+    return refuse(msg, why);
+}
+
+int sendAnswer(const ApAutoConfWsc& msg, Answer& answer) {
     int result = kOk;
+    answer.isFresh = true;
     for (const WscFrame& frame : answer.frames) {
         ApAutoConfWscReq request{};
         MacAddr(msg.srcMac).copyTo(request.dstMac);
@@ -93,14 +109,22 @@ int answerM1(const ApAutoConfWsc& msg) {
     const Bytes frame(msg.frame, msg.frameLen);
     const MacAddr alMac(msg.alMac);
     if (wscMessageOf(frame) != WscMessage::kM1) return refuse(msg, "it is no M1");
-    if (checkMACisApprove(msg.alMac, "") != 0) return refuse(msg, "the device is not admitted");
-    for (const Answer& each : answers) {
+    if (checkMACisApprove(msg.alMac, "") != 0)
+        return fail(msg, nullptr, "the device is not admitted");
+    auto& answers = registrar.answers;
+    for (Answer& each : answers) {
         if (each.alMac == alMac && std::ranges::equal(each.session.m1.view(), frame)) {
-            return sendAnswer(msg, each);
+            // A copy that comes by another cable; the Enrollee repeats its M1 later.
+            return each.isFresh ? int{kOk} : sendAnswer(msg, each);
         }
     }
     Answer answer{alMac, {}, {}};
-    if (const WscRefusal why = readM1(answer.session, frame); !why.empty()) return refuse(msg, why);
+    if (const WscRefusal why = readM1(answer.session, frame); !why.empty())
+        return fail(msg, nullptr, why);
+    const auto hasNonce = [&answer](const Answer& each) {
+        return each.session.nonce == answer.session.nonce;
+    };
+    if (std::ranges::any_of(answers, hasNonce)) return refuse(msg, "its nonce is repeated");
     const auto isOpen = [&answer](const Answer& each) {
         return each.alMac == answer.alMac && each.session.band == answer.session.band;
     };
@@ -108,21 +132,46 @@ int answerM1(const ApAutoConfWsc& msg) {
     if (answers.size() >= kMaxAnswers) return refuse(msg, "too many came in a short time");
     // Also if it is refused now, so that nobody can keep this device busy.
     Answer& kept = answers.emplace_back(std::move(answer));
-    if (const WscRefusal why = prepare(kept); !why.empty()) return refuse(msg, why);
+    if (const WscRefusal why = prepare(kept); !why.empty()) {
+        return fail(msg, kept.session.band, why);
+    }
+    noteExchange(alMac, kept.session.band, WifiExchange::kGiven);
     LOG_LINE(3, "autoconf: %s gets %zu M2 for band %s", macText(alMac).c_str(), kept.frames.size(),
              std::string(kept.session.band->name).c_str());
     return sendAnswer(msg, kept);
 }
 
 void tickRegistrar() {
-    answers.remove_if([](Answer& each) { return ++each.age >= kAnswerSeconds; });
+    registrar.answers.remove_if([](Answer& each) {
+        each.isFresh = false;
+        return ++each.age >= kAnswerSeconds;
+    });
     for (const uint8_t number : takeWifiChanges()) {
-        answers.remove_if(
+        registrar.answers.remove_if(
             [number](const Answer& each) { return each.session.band->number == number; });
-        if (answersItself()) (void)sendWPSRenew(number);
+        registrar.renews.insert(number);
+    }
+    if (!answersItself()) {
+        registrar.renews.clear();
+        return;
+    }
+    if (!registrar.isCompared && configuredNetworks(0)) {
+        registrar.isCompared = true;
+        noteWifiFileChange();
+        registrar.isStored = false;
+        registrar.renews.merge(changedSinceStored());
+    }
+    if (!registrar.renews.empty()) {
+        registrar.isStored = false;
+        noteWifiFileChange();
+    }
+    std::erase_if(registrar.renews, [](uint8_t number) { return sendWPSRenew(number) == kOk; });
+    if (!registrar.isStored && registrar.renews.empty()) {
+        registrar.isStored = true;
+        storeGiven();
     }
 }
 
 void dropRegistrar() {
-    answers.clear();
+    registrar = {};
 }

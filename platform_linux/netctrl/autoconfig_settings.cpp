@@ -15,6 +15,8 @@
 #include "netctrl/lifecycle.h"
 #include "netctrl/notices.h"
 #include "netctrl/renew.h"
+#include "netctrl/wifi_report.h"
+#include "wsc/network.h"
 
 namespace {
 
@@ -37,7 +39,7 @@ struct Trial {
 
 struct {
     WpsConfig config{};
-    std::array<Band, 4> bands{{{0, {}}, {1, {}}, {32, {}}, {33, {}}}};
+    std::array<Band, 5> bands{{{0, {}}, {1, {}}, {kBand6GHz, {}}, {32, {}}, {33, {}}}};
     uint8_t reload = 0;
     uint8_t autoconfig = 0;
     bool approveAll = false;
@@ -160,7 +162,12 @@ int getWPSSyncListByBand(WpsSyncRecord* record) {
 }
 
 int setAPautoconfigFlag(const uint8_t* alMac, uint8_t band) {
-    if (wps.renewUntil) return kOk;
+    if (wps.renewUntil) {
+        if (const WifiBand* known = wifiBandOf(band)) {
+            noteExchange(MacAddr(alMac), known, WifiExchange::kAcknowledged);
+        }
+        return kOk;
+    }
     LOG_LINE(3, "%s acknowledged band %d, but no renew waits for it", macText(alMac).c_str(), band);
     return kFailure;
 }

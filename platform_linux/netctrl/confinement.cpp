@@ -52,7 +52,7 @@ void nameUnsafeHooks() {
 
 int prepareConfinement(uint32_t user, uint32_t group) {
     reloadConf();
-    readWifiFile();
+    openWifiFile();
     if (user != 0) {
         const std::string log(conf().value("LOG_FILE"));
         if (!log.empty() && !log.starts_with("/tmp/")) {

@@ -14,6 +14,7 @@
 #include "common/text.h"
 #include "hostapd/stations.h"
 #include "netctrl/watch.h"
+#include "netctrl/wifi_report.h"
 #include "netctrl/wireless.h"
 
 namespace {
@@ -93,12 +94,15 @@ int askForStations(std::vector<WifiStation>& stations) {
 }
 
 // The stations of all access points and mesh points.
-std::vector<WifiStation> stationsOfRadios() {
+std::vector<OwnStation> stationsOfRadios() {
     Arguments names;
     for (const Intf& intf : reported().intfs) {
         if (intf.hasStations) names.push_back(intf.name);
     }
-    std::vector<WifiStation> stations = parseStations(stationsOfHostapd(names));
+    std::vector<OwnStation> stations;
+    for (const WifiStation& station : parseStations(stationsOfHostapd(names))) {
+        stations.push_back({"", station});
+    }
     using Clock = std::chrono::steady_clock;
     const auto until = Clock::now() + kRadioLimit;
     for (const Intf& intf : reported().intfs) {
@@ -109,7 +113,7 @@ std::vector<WifiStation> stationsOfRadios() {
         for (WifiStation& station : radios->stations(intf.index)) {
             station.mediaType = intf.mediaType;
             copyText(station.connType, connType);
-            if (stations.size() < kMaxStations) stations.push_back(station);
+            if (stations.size() < kMaxStations) stations.push_back({intf.name, station});
         }
     }
     return stations;
@@ -120,14 +124,17 @@ std::vector<WifiStation> stationsOfRadios() {
 int getWIFIConfig(WifiStationList* list) {
     if (list == nullptr) return kFailure;
     *list = {};
-    std::vector<WifiStation> stations;
+    std::vector<OwnStation> stations;
     if (hasHook(kHook)) {
-        if (const int result = askForStations(stations)) return result;
+        std::vector<WifiStation> told;
+        if (const int result = askForStations(told)) return result;
+        for (const WifiStation& station : told) stations.push_back({"", station});
     } else {
         stations = stationsOfRadios();
     }
+    noteStations(stations);
     WifiStation** tail = &list->head;
-    for (const WifiStation& station : stations) {
+    for (const auto& [ifname, station] : stations) {
         *tail = static_cast<WifiStation*>(malloc(sizeof station));
         if (*tail == nullptr) break;
         **tail = station;

@@ -16,8 +16,10 @@
 #include "netctrl/firmware_upgrade.h"
 #include "netctrl/isolate.h"
 #include "netctrl/notices.h"
+#include "netctrl/push_button.h"
 #include "netctrl/watch.h"
 #include "netctrl/wifi_file.h"
+#include "netctrl/wifi_report.h"
 
 namespace {
 
@@ -43,6 +45,7 @@ void tickSecond() {
     workOnUpgrade();
     tickRegistrar();
     tickEnrollee();
+    publishWifi();
 }
 
 int initNetCtrl() {
@@ -85,6 +88,8 @@ int destroyNetCtrl() {
     dropNetworks();
     dropHostapd();
     dropHostapdStations();
+    dropPushButtons();
+    dropWifiReport();
     closeWifiFile();
     endAllJobs();
     forgetHooks();

@@ -10,6 +10,8 @@
 #include "netctrl/firmware_install.h"
 #include "netctrl/firmware_server.h"
 #include "netctrl/isolate.h"
+#include "netctrl/push_button.h"
+#include "netctrl/wifi_file.h"
 
 namespace {
 
@@ -71,7 +73,9 @@ constexpr auto kPrograms = std::to_array<Program>({
     {"adopt images", "", seconds(2), runAdopt},
     {"nft (isolate)", "", seconds(2), runIsolate},
     {"nft (remove)", "", seconds(2), runRemoveIsolation},
+    {"push button", "", seconds(130), runPushButtons},
     {"restart", "", seconds(2), runRestart},
+    {"wifi.conf", "", seconds(2), runWifiFile},
 });
 
 }  // namespace

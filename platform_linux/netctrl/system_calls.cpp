@@ -148,6 +148,7 @@ constexpr const char* kDaemon[] = {
     "dup",
     "pipe",
     "pipe2",
+    "memfd_create",
     "shmdt",
     "shmctl",
     // Sockets

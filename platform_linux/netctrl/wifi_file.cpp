@@ -1,17 +1,23 @@
 #include "netctrl/wifi_file.h"
 
+#include <fcntl.h>
 #include <sys/inotify.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <map>
+#include <memory>
 #include <utility>
 
 #include "base/fd.h"
-#include "common/files.h"
+#include "base/result.h"
 #include "common/helper.h"
+#include "common/job.h"
 #include "common/log.h"
 #include "common/secret.h"
 
@@ -19,17 +25,34 @@ namespace {
 
 constexpr size_t kMaxFile = size_t{64} * 1024;
 constexpr int kMaxComplaints = 8;
+constexpr const char* kProgram = "wifi.conf";
+constexpr int kMissing = 2;  // what the program returns if there is no file
 
 struct {
     bool exists = false;
+    bool isStale = false;  // it has changed since it was read
     std::optional<WifiConf> conf;
     time_t changed = 0;
+    std::set<uint8_t> changedBands{};
     Fd watch;
 } file;
 
 std::filesystem::path filePath() {
     const char* given = secure_getenv("VM1905_WIFI_CONF");
     return given != nullptr ? given : "/etc/vm1905/wifi.conf";
+}
+
+// A device or a FIFO under this name must not block.
+Fd openFile() {
+    return Fd(open(filePath().c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+}
+
+// At most one byte more than is allowed, so that a file that is too long can be told.
+std::string textOf(const Fd& source) {
+    std::string text(kMaxFile + 1, '\0');
+    const ssize_t size = pread(source.get(), text.data(), text.size(), 0);
+    text.resize(size > 0 ? static_cast<size_t>(size) : 0);
+    return text;
 }
 
 std::optional<WifiConf> parseAndLog(std::string_view text) {
@@ -40,6 +63,71 @@ std::optional<WifiConf> parseAndLog(std::string_view text) {
     auto conf = parseWifiConf(text, complain);
     if (num > kMaxComplaints) LOG_LINE(1, "wifi.conf: %d more errors", num - kMaxComplaints);
     return conf;
+}
+
+// Replaces the networks, and notes the bands that are different then.
+void replaceNetworks(std::optional<WifiConf> conf) {
+    const auto networks = [](uint8_t band) {
+        return configuredNetworks(band).value_or(WifiConf{});
+    };
+    std::map<uint8_t, WifiConf> before;
+    for (const WifiBand& band : kWifiBandTable) before[band.number] = networks(band.number);
+    file.conf = std::move(conf);
+    for (const auto& [band, had] : before) {
+        if (file.conf && networks(band) != had) file.changedBands.insert(band);
+    }
+}
+
+void take(const Fd& source, time_t changed) {
+    file.exists = true;
+    std::string text = textOf(source);
+    auto conf = text.size() <= kMaxFile ? parseAndLog(text) : std::nullopt;
+    eraseSecret(text);
+    if (!conf) {
+        LOG_LINE(1, "wifi.conf has errors or is too long; %s",
+                 file.conf ? "the networks remain as they were" : "no device gets a network");
+        return;
+    }
+    replaceNetworks(std::move(conf));
+    file.changed = changed;
+    LOG_LINE(3, "wifi.conf: %zu networks", file.conf->size());
+}
+
+void forget() {
+    file.exists = false;
+    replaceNetworks(std::nullopt);
+}
+
+// Has the helper copy the file, which this process may not read.
+void readAsRoot() {
+    const auto copy = std::make_shared<Fd>(memfd_create(kProgram, MFD_CLOEXEC));
+    const auto done = [copy](int status, const std::string&) {
+        struct stat info {};
+        if (status == kMissing) {
+            forget();
+        } else if (status == kOk && fstat(copy->get(), &info) == 0) {
+            take(*copy, info.st_mtime);
+        } else {
+            LOG_LINE(1, "wifi.conf cannot be read");
+        }
+    };
+    if (*copy && startJob(kProgram, {}, {.file = copy->get()}, done) != 0) return;
+    LOG_LINE(1, "wifi.conf cannot be read any more: changes need a restart of the daemon");
+}
+
+void readWifiFile() {
+    const Fd source = openFile();
+    struct stat info {};
+    if (source && fstat(source.get(), &info) == 0) {
+        take(source, info.st_mtime);
+    } else if (errno == ENOENT) {
+        forget();
+    } else if (isConfined()) {
+        readAsRoot();
+    } else {
+        file.exists = true;
+        LOG_LINE(1, "wifi.conf cannot be read: %s", strerror(errno));
+    }
 }
 
 // Whether one of the kernel's reports concerns the file.
@@ -64,37 +152,15 @@ bool hasChanged() {
 
 }  // namespace
 
-void readWifiFile() {
-    const std::filesystem::path path = filePath();
-    struct stat info {};
-    file.exists = stat(path.c_str(), &info) == 0;
-    if (!file.exists) {
-        file.conf.reset();
-        return;
-    }
-    if (access(path.c_str(), R_OK) != 0) {
-        LOG_LINE(1, "wifi.conf cannot be read: %s", strerror(errno));
-        return;
-    }
-    std::string text = readFile(path, kMaxFile + 1);
-    auto conf = text.size() <= kMaxFile ? parseAndLog(text) : std::nullopt;
-    eraseSecret(text);
-    if (!conf) {
-        LOG_LINE(1, "wifi.conf has errors or is too long; %s",
-                 file.conf ? "the networks remain as they were" : "no device gets a network");
-        return;
-    }
-    file.conf = std::move(conf);
-    file.changed = info.st_mtime;
-    LOG_LINE(3, "wifi.conf: %zu networks", file.conf->size());
-}
-
 void openWifiFile() {
-    if (!isConfined()) readWifiFile();
+    if (file.watch) return;
     // The folder, because editors replace the file.
     file.watch = Fd(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
     constexpr uint32_t kEvents = IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE;
     (void)inotify_add_watch(file.watch.get(), filePath().parent_path().c_str(), kEvents);
+    readWifiFile();
+    // What is there at the start is no change.
+    file.changedBands.clear();
 }
 
 void closeWifiFile() {
@@ -113,6 +179,14 @@ std::optional<std::vector<ConfiguredNetwork>> configuredNetworks(uint8_t band) {
     return networks;
 }
 
+WifiConf allConfiguredNetworks() {
+    return file.conf.value_or(WifiConf{});
+}
+
+std::string wifiFilePath() {
+    return filePath();
+}
+
 std::string wifiTimeText(time_t time) {
     char text[24];
     (void)snprintf(text, sizeof text, "%010lld", static_cast<long long>(time));
@@ -123,22 +197,23 @@ std::string wifiFileTime() {
     return wifiTimeText(file.changed);
 }
 
-std::vector<uint8_t> takeWifiChanges() {
-    std::vector<uint8_t> bands;
-    if (!hasChanged()) return bands;
-    const auto networks = [] {
-        std::vector<std::vector<ConfiguredNetwork>> all;
-        for (const WifiBand& band : kWifiBandTable) {
-            all.push_back(
-                configuredNetworks(band.number).value_or(std::vector<ConfiguredNetwork>{}));
-        }
-        return all;
-    };
-    const auto before = networks();
-    readWifiFile();
-    const auto now = networks();
-    for (size_t i = 0; hasWifiFile() && i < now.size(); i++) {
-        if (now[i] != before[i]) bands.push_back(kWifiBandTable[i].number);
+std::set<uint8_t> takeWifiChanges() {
+    if (hasChanged()) file.isStale = true;
+    if (file.isStale && !isJobRunning(kProgram)) {
+        file.isStale = false;
+        readWifiFile();
     }
-    return bands;
+    return std::exchange(file.changedBands, {});
+}
+
+int runWifiFile(const Arguments& /*args*/) {
+    const Fd source = openFile();
+    struct stat info {};
+    if (!source || fstat(source.get(), &info) != 0) return errno == ENOENT ? kMissing : kFailure;
+    const std::string text = textOf(source);
+    const timespec times[] = {info.st_mtim, info.st_mtim};
+    const bool isCopied =
+        write(kWorkFile, text.data(), text.size()) == static_cast<ssize_t>(text.size()) &&
+        futimens(kWorkFile, times) == 0;
+    return isCopied ? int{kOk} : kFailure;
 }

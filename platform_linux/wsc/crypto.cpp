@@ -45,6 +45,11 @@ bool fillRandom(std::span<uint8_t> out) {
     return getrandom(out.data(), out.size(), 0) == static_cast<ssize_t>(out.size());
 }
 
+bool slowDigest(Bytes text, Bytes salt, std::span<uint8_t, kSha256Size> out) {
+    constexpr int kRounds = 1000;
+    return crypto().pbkdf2Sha256(text, salt, kRounds, out);
+}
+
 bool deriveKeys(const DhSecret& secret, const WscNonce& enrollee, const MacAddr& mac,
                 const WscNonce& registrar, WscKeys& out) {
     Digest kdk{};

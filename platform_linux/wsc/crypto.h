@@ -34,6 +34,9 @@ struct WscKeys {
 // Random bytes.
 [[nodiscard]] bool fillRandom(std::span<uint8_t> out);
 
+// A digest of a text from which its secrets can hardly be guessed.
+[[nodiscard]] bool slowDigest(Bytes text, Bytes salt, std::span<uint8_t, kSha256Size> out);
+
 // The keys of the exchange with these nonces. The MAC address is the one in the M1.
 [[nodiscard]] bool deriveKeys(const DhSecret& secret, const WscNonce& enrollee, const MacAddr& mac,
                               const WscNonce& registrar, WscKeys& out);

@@ -178,6 +178,10 @@ std::optional<WifiConf> parseWifiConf(std::string_view text, const WifiComplaint
     return parser.finish();
 }
 
+std::string_view authenticationName(uint16_t types) {
+    return std::ranges::find(kAuthentications, types, &Authentication::types)->name;
+}
+
 std::string writeWifiConf(const WifiConf& conf) {
     std::string text;
     // A growing text would leave copies of the keys behind.
@@ -185,10 +189,10 @@ std::string writeWifiConf(const WifiConf& conf) {
     for (const ConfiguredNetwork& each : conf) {
         text += "[" + each.name + "]\nBAND =";
         for (const uint8_t band : each.bands) text.append(" ").append(wifiBandOf(band)->name);
-        const auto* auth =
-            std::ranges::find(kAuthentications, each.network.auth, &Authentication::types);
         text += "\nSSID_HEX = " + hexText(each.network.ssid.view());
-        text.append("\nAUTHENTICATION = ").append(auth->name).append("\n");
+        text.append("\nAUTHENTICATION = ")
+            .append(authenticationName(each.network.auth))
+            .append("\n");
         if (!each.network.key.empty()) {
             text.append("KEY = \"").append(each.network.key.text()).append("\"\n");
         }

@@ -25,5 +25,8 @@ using WifiComplaint = std::function<void(int line, const std::string& text)>;
 // The networks in such a file, in their order. None if there is any complaint.
 std::optional<WifiConf> parseWifiConf(std::string_view text, const WifiComplaint& complain);
 
+// The authentication types as such a file names them.
+std::string_view authenticationName(uint16_t types);
+
 // The text of such a file. The networks must be ones that parseWifiConf or readSettings accepts.
 std::string writeWifiConf(const WifiConf& conf);

@@ -213,10 +213,10 @@ struct DeviceInfo {
 inline constexpr size_t kApAutoConfTimes = 12;
 using ApAutoConfTimes = std::array<Text<32>, kApAutoConfTimes>;
 
-// State of the AP auto-configuration of a remote device, by band (kWifiBands).
+// State of the AP auto-configuration of a remote device, by band (kRenewBands).
 struct ApAutoConfState {
     std::array<std::array<uint8_t, 2>, 4> counters{};
-    std::array<uint8_t, 4> syncFlags{};
+    std::array<uint8_t, 5> syncFlags{};
     ApAutoConfTimes times;
 };
 

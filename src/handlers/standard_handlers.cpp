@@ -46,17 +46,6 @@ int handled(int platformResult, const char* failure, const char* handler = __bui
     return kFailure;
 }
 
-// An Enrollee informs its Registrar that it has taken over the configuration of the band. The renew
-// succeeds even if that message cannot be sent.
-int acknowledgeRenew(const ApAutoConfInfo& msg) {
-    const AlTable* al = getAlTable();
-    if (al != nullptr && al->role() == PLATFORM_ENROLLEE) {
-        (void)sendVendMsg(MacAddr(msg.alMac), VEND_MSG_TYPE_APAUTOCONFIG_ACK,
-                          OptionPayload{al->alMac, msg.freqBand});
-    }
-    return kOk;
-}
-
 // True if a Registrar has sent the message to which this device does not keep. With the key of the
 // mesh, only devices that have it count as Registrars.
 bool isFromOtherRegistrar(const ApAutoConfInfo& msg) {
@@ -157,9 +146,20 @@ int handleApAutoConfWscMsg(const ApAutoConfWsc& msg) {
 
 int handleApAutoConfRenewMsg(const ApAutoConfInfo& msg) {
     if (isFromOtherRegistrar(msg)) return kOk;
-    const int result = handled(notifyApAutoConfRenewMsgReceived(&msg),
-                               "fail to handle the 1905.1 AP-autoconfiguration renew message\r\n");
-    return result == kOk ? acknowledgeRenew(msg) : result;
+    const int answer = notifyApAutoConfRenewMsgReceived(&msg);
+    if (answer == PLATFORM_RENEW_STARTED) return kOk;
+    const int result =
+        handled(answer, "fail to handle the 1905.1 AP-autoconfiguration renew message\r\n");
+    return result == kOk ? acknowledgeRenew(MacAddr(msg.alMac), msg.freqBand) : result;
+}
+
+int acknowledgeRenew(const MacAddr& registrar, uint8_t band) {
+    const AlTable* al = getAlTable();
+    if (al != nullptr && al->role() == PLATFORM_ENROLLEE) {
+        (void)sendVendMsg(registrar, VEND_MSG_TYPE_APAUTOCONFIG_ACK,
+                          OptionPayload{al->alMac, band});
+    }
+    return kOk;
 }
 
 int handlePBEventNtfMsg(const PbEvent& msg) {

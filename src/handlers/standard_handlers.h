@@ -37,8 +37,11 @@ int handleMetricRespMsg();
 int handleApAutoConfSrchMsg(const ApAutoConfSrch& msg);
 int handleApAutoConfRespMsg(const ApAutoConfInfo& msg);
 int handleApAutoConfWscMsg(const ApAutoConfWsc& msg);
-// An Enrollee also acknowledges the renew to its Registrar.
+// An Enrollee also acknowledges the renew to its Registrar, unless the library does so later.
 int handleApAutoConfRenewMsg(const ApAutoConfInfo& msg);
+// If this device is an Enrollee, informs the Registrar that it has taken over the configuration of
+// the band. kOk even if that message cannot be sent.
+int acknowledgeRenew(const MacAddr& registrar, uint8_t band);
 int handlePBEventNtfMsg(const PbEvent& msg);
 int handlePBJoinNtfMsg(const PbJoin& msg);
 

@@ -1,5 +1,4 @@
-// The counters of the key of the mesh, which outlive a restart. They are kept in the folder "state"
-// of the configuration folder, which only the daemon may enter.
+// The counters of the key of the mesh, which outlive a restart.
 #pragma once
 
 #include <compare>

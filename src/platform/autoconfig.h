@@ -2,7 +2,8 @@
  *
  * Unless a function states otherwise, it returns 0 on success and 16 or another code on failure. It
  * must not block. MAC addresses are 6 bytes in wire order, numbers are in host byte order. Bands
- * are 0 and 1 for the main networks at 2.4 and 5 GHz, 32 and 33 for the guest networks. */
+ * are 0, 1 and 3 for the main networks at 2.4, 5 and 6 GHz, 32 and 33 for the guest networks at 2.4
+ * and 5 GHz. */
 #ifndef VM1905_PLATFORM_AUTOCONFIG_H
 #define VM1905_PLATFORM_AUTOCONFIG_H
 
@@ -76,9 +77,13 @@ int notifyApAutoConfRespMsgReceived(const ApAutoConfInfo* msg);
 /* WSC frame: an answer, if there is one, goes to srcMac by SERV_REQ_AP_AUTOCONF_WSC. */
 int notifyApAutoConfWscMsgReceived(const ApAutoConfWsc* msg);
 /* Renew: the networks of the band must be configured again. If an Enrollee returns 0, the daemon
- * acknowledges the renew to the sender. */
+ * acknowledges the renew to the sender. A library that has only asked for the settings returns
+ * PLATFORM_RENEW_STARTED and requests the acknowledgement by SERV_REQ_AP_AUTOCONF_ACK when they
+ * have arrived. */
+enum { PLATFORM_RENEW_STARTED = 256 };
 int notifyApAutoConfRenewMsgReceived(const ApAutoConfInfo* msg);
-/* Push-button event: the button of another device was pressed. */
+/* Push-button event: the button of another device was pressed. The library lets devices join; once
+ * one has, it sends SERV_REQ_PB_JOIN with alMac and msgId of the event. */
 int notifyPBEventMsgReceived(const PbEvent* msg);
 /* Push-button join: a device has joined the mesh by push button. */
 int notifyPBJoinMsgReceived(const PbJoin* msg);
@@ -106,7 +111,7 @@ int getWPSConfig(WpsConfig* config);
 int setWPSConfigChangetimeout(int32_t deviceType, int32_t sendSearch, int32_t sendResponse,
                               int32_t timeout);
 
-/* Sets the values of one band, or of all. band is "All" or the decimal code 0, 1, 32 or 33. */
+/* Sets the values of one band, or of all. band is "All" or the decimal code 0, 1, 3, 32 or 33. */
 int setWPSConfByBand(const char* band, int32_t sendSearch, int32_t sendResponse);
 
 typedef struct WpsBandConfig {
@@ -114,7 +119,7 @@ typedef struct WpsBandConfig {
     uint8_t sendResponse;
 } WpsBandConfig;
 
-/* Returns the values of the band 0, 1, 32 or 33. */
+/* Returns the values of the band 0, 1, 3, 32 or 33. */
 int getWPSConfByBand(uint8_t band, WpsBandConfig* config);
 
 /* An entry of the Wi-Fi sync list, 9 bytes without padding. The list holds the devices that a
@@ -136,7 +141,7 @@ int getWPSSyncListByBand(WpsSyncRecord* record);
 int getAPautoconfig(uint8_t* setting);
 int setAPautoconfig(uint8_t setting);
 /* The device with this AL MAC has acknowledged that it applied the configuration of a band (0, 1,
- * 32 or 33). A failure, for example if no renew waits for it, is only logged. */
+ * 3, 32 or 33). A failure, for example if no renew waits for it, is only logged. */
 int setAPautoconfigFlag(const uint8_t* alMac, uint8_t band);
 
 /* The Wi-Fi reload flag. A client or the command line sets it together with the role. getWiFiReload
@@ -206,6 +211,11 @@ typedef struct ApAutoConfRenewReq {
     uint8_t reserved2[4];
     uint32_t unicast; /* at byte 16: non-zero sends to dstMac only, zero to all */
 } ApAutoConfRenewReq;
+
+typedef struct ApAutoConfAckReq {
+    uint8_t alMac[PLATFORM_MAC_LEN]; /* of the Registrar that sent the renew */
+    uint8_t freqBand;                /* band */
+} ApAutoConfAckReq;
 
 typedef struct PbEventReq {
     uint16_t msgId;       /* receives the message id of the event */

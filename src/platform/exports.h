@@ -41,9 +41,16 @@ int removeallFWupgradelist(void);
  * is not a neighbor or the message cannot be sent. */
 int sendSecurityCtrlMsg(const uint8_t* alMac, uint8_t type, uint16_t len, const uint8_t* data);
 
-/* The Enrollees whose flag of the band (0, 1, 32 or 33) is 0: they have not acknowledged the last
- * renew. Stores at most max AL MAC addresses of 6 bytes at macs. Returns their number. */
+/* The Enrollees whose flag of the band (0, 1, 3, 32 or 33) is 0: they have not acknowledged the
+ * last renew. Stores at most max AL MAC addresses of 6 bytes at macs. Returns their number. */
 uint32_t getUnsyncedEnrollees(uint8_t band, uint8_t* macs, uint32_t max);
+
+/* A text that outlives a restart of the daemon, in a file that only the daemon can read. name is a
+ * plain file name. Both return 0, or 16 on failure. loadState fails if there is no such text or it
+ * has size bytes or more; it stores a NUL at the end. saveState has written the text to the disk
+ * when it returns. */
+int loadState(const char* name, char* text, uint32_t size);
+int saveState(const char* name, const char* text);
 
 /* Writes out the file systems and restarts this device at once. Returns 16 if the kernel refuses.
  * On success it returns only in a PID namespace, where the kernel then ends the processes. */

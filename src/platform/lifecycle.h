@@ -114,7 +114,8 @@ enum {
     SERV_REQ_AP_AUTOCONF_WSC = 2,    /* ApAutoConfWscReq */
     SERV_REQ_AP_AUTOCONF_RENEW = 3,  /* ApAutoConfRenewReq */
     SERV_REQ_PB_EVENT = 4,           /* PbEventReq; receives the message id */
-    SERV_REQ_PB_JOIN = 5             /* PbJoinReq */
+    SERV_REQ_PB_JOIN = 5,            /* PbJoinReq */
+    SERV_REQ_AP_AUTOCONF_ACK = 6     /* ApAutoConfAckReq */
 };
 
 /* The daemon's callback for service requests. *retCode becomes 0 or the failure code of the send.

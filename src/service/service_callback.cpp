@@ -11,6 +11,7 @@
 #include "db/database.h"
 #include "db/device_table.h"
 #include "db/wifi_bands.h"
+#include "handlers/standard_handlers.h"
 #include "net/transmitter.h"
 #include "net/vend_sender.h"
 #include "platform/autoconfig.h"
@@ -112,6 +113,10 @@ int send(uint32_t servId, void* info) {
             return sendEvent(*static_cast<PbEventReq*>(info));
         case SERV_REQ_PB_JOIN:
             return sendJoin(*static_cast<const PbJoinReq*>(info));
+        case SERV_REQ_AP_AUTOCONF_ACK: {
+            const auto& ack = *static_cast<const ApAutoConfAckReq*>(info);
+            return acknowledgeRenew(MacAddr(ack.alMac), ack.freqBand);
+        }
         default:
             LOG(2, "Service request (ID = %d) isn't supported\r\n", static_cast<int>(servId));
             return kFailure;

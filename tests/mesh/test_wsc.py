@@ -1,14 +1,14 @@
-"""The networks of the Registrar's wifi.conf reach an Enrollee, and devices of other makes."""
+"""The networks of the Registrar's wifi.conf reach an Enrollee, and devices of other makes. A push
+button reaches the access points of both."""
 
 import json
 import struct
 
 import pytest
 from frames import MULTICAST
-from lab import Lab, al_mac, port_mac, wait_until
+from lab import Lab, Program, al_mac, port_mac, wait_until
 from neighbor import Neighbor, raw, tlv
-from wsc_enrollee import Enrollee
-from wsc_registrar import answer
+from wsc_peer import Enrollee, answer
 
 SEARCH, RESPONSE, WSC, RENEW = 7, 8, 9, 10
 BAND_5, ACKNOWLEDGED = b"\1", 31
@@ -35,7 +35,11 @@ def lab():
 
 
 def configure(lab, text):
-    lab.run("dev1", "sh", "-c", "cat > /etc/vm1905/wifi.conf", input=text)
+    lab.run("dev1", "sh", "-c", "umask 077; cat > /etc/vm1905/wifi.conf", input=text)
+
+
+def wifi(lab, device, *options):
+    return json.loads(lab.run(device, "vm1905ctl", "--json", "wifi", *options))
 
 
 def received(lab, band):
@@ -65,6 +69,17 @@ def test_an_enrollee_gets_the_networks_and_their_changes(lab):
 
     lab.until(synchronized, "the Registrar shows when its networks were configured", gain=5)
 
+    shown = wifi(lab, "dev1")
+    assert [(n["name"], n["bands"], n["ssid"]) for n in shown["networks"]] == [
+        ("home", ["2.4", "5"], "home"), ("mesh", ["5"], "mesh")]
+    assert "changed key" not in json.dumps(shown)
+    assert wifi(lab, "dev1", "--secrets")["networks"][1]["key"] == "changed key"
+    row = next(row for row in shown["devices"] if (row["device"], row["band"]) == ("dev2", "5"))
+    assert row["state"] == "acknowledged" and row["version"] > 0
+    networks = wifi(lab, "dev2", "--secrets")["networks"]
+    assert [(n["bands"], n["key"]) for n in networks] == [
+        (["2.4"], "12345678"), (["5"], "12345678"), (["5"], "changed key")]
+
 
 def test_an_enrollee_of_another_make_understands_the_answers(lab):
     with Neighbor(lab, "dev2", "eth0") as other:
@@ -73,7 +88,7 @@ def test_an_enrollee_of_another_make_understands_the_answers(lab):
         other.send(MULTICAST, SEARCH, tlv(1, raw(other.al)) + tlv(13, b"\0") + tlv(14, BAND_5))
         wait_until(lambda: any(frame.type == RESPONSE for frame in list(other.heard)), 10,
                    "the Registrar answers the search")
-        enrollee = Enrollee(raw(other.al), b"\2", auth=0x61)
+        enrollee = Enrollee(raw(other.al), b"\2", b"\0\x61")
         other.send(target, WSC, tlv(1, raw(other.al)) + tlv(17, enrollee.m1))
 
         def networks():
@@ -120,3 +135,34 @@ def test_a_registrar_of_another_make_is_understood(lab):
         for flaw in ("its authenticator", "the key wrap authenticator"):
             assert f"is refused: {flaw} is wrong" in lab.log("dev2")
         assert any(frame.vendor == ACKNOWLEDGED for frame in other.heard)
+        assert ("5", "configured") in {(row["band"], row["state"])
+                                       for row in wifi(lab, "dev2")["devices"]}
+
+
+# In place of hostapd: prints the commands, and lets a station join at once if it has one.
+HOSTAPD = r"""
+import os, socket, sys, threading
+threading.Thread(target=lambda: (sys.stdin.read(), os._exit(0))).start()
+os.makedirs("/var/run/hostapd", exist_ok=True)
+control = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+control.bind("/var/run/hostapd/eth0")
+print("ready", flush=True)
+while True:
+    command, peer = control.recvfrom(100)
+    print(command.decode(), flush=True)
+    control.sendto(b"OK\n", peer)
+    if command == b"WPS_PBC" and sys.argv[1:]:
+        control.sendto(b"<3>WPS-REG-SUCCESS " + sys.argv[1].encode() + b" uuid", peer)
+"""
+
+
+def test_a_push_button_starts_wps_everywhere_and_tells_who_joined(lab):
+    station = "02:57:a0:00:00:33"
+    with Program(lab, "dev1", "python3", "-c", HOSTAPD) as own, \
+            Program(lab, "dev2", "python3", "-c", HOSTAPD, station) as other:
+        assert own.hear() == other.hear() == "ready"
+        lab.run("dev1", "vm1905ctl", "wps", "push-button")
+        for hostapd in (own, other):
+            assert (hostapd.hear(), hostapd.hear()) == ("ATTACH", "WPS_PBC")
+        joined = f"{station} has joined at the interface {port_mac(2, 0)}"
+        lab.until(lambda: joined in lab.log("dev1"), "dev1 knows who joined")

@@ -169,23 +169,23 @@ TEST_F(Features, ARenewIsAcknowledgedAnew) {
     const auto& flags = dev(kPeer).apAutoConf.syncFlags;
     const auto& others = dev(kOther).apAutoConf.syncFlags;
     for (const Peer& who : {kPeer, kOther})
-        for (const uint8_t band : Frame{1, 33})
+        for (const uint8_t band : Frame{1, 3, 33})
             (void)tell(who, band, kRenewAck, bytesOf(who.al) + Frame{band});
-    using Flags = std::array<uint8_t, 4>;
-    EXPECT_EQ(flags, (Flags{0, 1, 0, 1}));
+    using Flags = std::array<uint8_t, 5>;
+    EXPECT_EQ(flags, (Flags{0, 1, 0, 1, 1})) << "the last one is 6 GHz";
     ApAutoConfRenewReq renew{};
     renew.freqBand = 33;
     uint32_t result = 1;
     servReqCallback(SERV_REQ_AP_AUTOCONF_RENEW, &renew, &result);
     EXPECT_EQ(result, 0U);
-    EXPECT_EQ(flags, (Flags{0, 1, 0, 0}));
-    EXPECT_EQ(others, (Flags{0, 1, 0, 0}));
+    EXPECT_EQ(flags, (Flags{0, 1, 0, 0, 1}));
+    EXPECT_EQ(others, (Flags{0, 1, 0, 0, 1}));
     renew.freqBand = 1;
     renew.unicast = 1;
     kOther.intf.copyTo(renew.dstMac);
     servReqCallback(SERV_REQ_AP_AUTOCONF_RENEW, &renew, &result);
-    EXPECT_EQ(flags, (Flags{0, 1, 0, 0}));
-    EXPECT_EQ(others, (Flags{0, 0, 0, 0}));
+    EXPECT_EQ(flags, (Flags{0, 1, 0, 0, 1}));
+    EXPECT_EQ(others, (Flags{0, 0, 0, 0, 1}));
     std::array<uint8_t, 12> macs{};
     EXPECT_EQ(getUnsyncedEnrollees(33, macs.data(), 1), 1U) << "of two";
     EXPECT_EQ(getUnsyncedEnrollees(1, macs.data(), 2), 1U);
@@ -204,6 +204,13 @@ TEST_F(Features, AnEnrolleeAcknowledgesARenew) {
     EXPECT_EQ(answerToRenew(91), "") << "a Registrar";
     getAlTable()->wpsConfig[0] = 1;
     EXPECT_EQ(answerToRenew(92), "31:02190500000121 ");
+    fakePlatform().results["notifyApAutoConfRenewMsgReceived"] = PLATFORM_RENEW_STARTED;
+    EXPECT_EQ(answerToRenew(94), "") << "the settings have not arrived";
+    ApAutoConfAckReq arrived{};
+    kPeer.al.copyTo(arrived.alMac);
+    arrived.freqBand = 3;
+    servReqCallback(SERV_REQ_AP_AUTOCONF_ACK, &arrived, nullptr);
+    EXPECT_EQ(orders(), "31:02190500000103 ");
     fakePlatform().fail.insert("notifyApAutoConfRenewMsgReceived");
     EXPECT_EQ(answerToRenew(93), "") << "the platform refuses";
 }

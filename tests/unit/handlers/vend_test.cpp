@@ -368,7 +368,7 @@ TEST_F(Vendor, AnswersFillTheRecordOfTheirSender) {
     (void)ask(38, bytesOf(kPeer.al) + hex("05"));
     EXPECT_EQ(dev().firmwareState, 5);
     (void)ask(31, bytesOf(kPeer.al) + hex("20"));
-    EXPECT_EQ(dev().apAutoConf.syncFlags, (std::array<uint8_t, 4>{0, 0, 1, 0}));
+    EXPECT_EQ(dev().apAutoConf.syncFlags, (std::array<uint8_t, 5>{0, 0, 1, 0, 0}));
     // Nothing is stored of a device whose topology is still unknown.
     (void)Device::tell({peer(9).al, kPeer.intf}, 5, 1, bytesOf(kPeer.al) + Frame(1));
     EXPECT_EQ(getNetTopolTable()->ieee1905DevNum(), 1);

@@ -26,6 +26,9 @@ void record(uint32_t servId, void* info, uint32_t* retCode) {
         sent += macText(request.dstMac) + " " + request.updateTime;
     } else if (servId == SERV_REQ_AP_AUTOCONF_RENEW) {
         sent += std::to_string(static_cast<ApAutoConfRenewReq*>(info)->freqBand);
+    } else if (servId == SERV_REQ_AP_AUTOCONF_ACK) {
+        const auto& ack = *static_cast<ApAutoConfAckReq*>(info);
+        sent += macText(ack.alMac) + " " + std::to_string(ack.freqBand);
     } else {
         sent += std::to_string(static_cast<ApAutoConfSrch*>(info)->freqBand);
     }
@@ -107,12 +110,15 @@ NETWORK_TEST(Registrar, AnswersEachM1WithTheNetworksOfItsBand) {
     EXPECT_EQ(sent, "2 02:00:00:00:00:07 " + time + ";2 02:00:00:00:00:07 " + time + ";");
     const auto answers = takeFrames();
     EXPECT_EQ(networksIn(first, answers), "home 96/2;mesh 64/2;");
-    // A copy gets the same answer, another M1 must wait for five seconds.
+    EXPECT_EQ(deliver(first.m1.view()), 0);
+    EXPECT_EQ(sent, "") << "the M1 has also come by another cable";
+    // A repeated M1 gets the same answer, another one must wait for five seconds.
     wait(4);
     EXPECT_EQ(deliver(first.m1.view()), 0);
     EXPECT_EQ(takeFrames(), answers);
     EXPECT_EQ(deliver(second.m1.view()), 16);
     EXPECT_EQ(deliver(answers[0]), 16) << "an M2";
+    EXPECT_EQ(deliver(first.m1.view(), {2, 0, 0, 0, 0, 8}), 16) << "replayed by another device";
     wait(1);
 
     // A device without SAE.
@@ -134,7 +140,7 @@ NETWORK_TEST(Registrar, AnswersEachM1WithTheNetworksOfItsBand) {
 
     int answered = 0;
     for (uint8_t i = 0; i < 20; i++) {
-        answered += deliver(guest.m1.view(), {2, 0, 0, 0, 1, i}) == 0 ? 1 : 0;
+        answered += deliver(m1For(33).m1.view(), {2, 0, 0, 0, 1, i}) == 0 ? 1 : 0;
     }
     EXPECT_EQ(answered, 14) << "two others were just answered";
     folder.platformConf("APPROVED = 02:00:00:00:00:09\n");
@@ -142,9 +148,33 @@ NETWORK_TEST(Registrar, AnswersEachM1WithTheNetworksOfItsBand) {
     EXPECT_EQ(deliver(first.m1.view()), 16) << "not admitted";
 }
 
+NETWORK_TEST(Registrar, RenewsWhatChangedWhileItWasOff) {
+    const ScratchFolder folder;
+    setenv("VM1905_WIFI_CONF", folder.path("wifi.conf").c_str(), 1);
+    const auto start = [&](const std::string& key) {
+        folder.write("wifi.conf", "[a]\nBAND = 5\nSSID = home\nAUTHENTICATION = wpa3-sae\nKEY = " +
+                                      key + "\n[b]\nBAND = 2.4\nSSID = b\nAUTHENTICATION = open\n");
+        sent.clear();
+        Listener daemon;
+        EXPECT_EQ(setServReqCallbackFunc(record), 0);
+        wait(2);
+        return sent;
+    };
+    EXPECT_EQ(start("12345678"), "") << "it has given nothing yet";
+    EXPECT_EQ(start("12345678"), "");
+    EXPECT_EQ(start("another key"), "3 1;");
+    EXPECT_EQ(start("another key"), "");
+    for (const auto& [name, text] : stored()) {
+        for (const char* secret : {"home", "686f6d65", "another", "key"}) {
+            EXPECT_EQ(text.find(secret), text.npos) << name;
+        }
+    }
+}
+
 NETWORK_TEST(Enrollee, SearchesAndAsksUntilItHasItsNetworks) {
     const ScratchFolder folder;
-    folder.hook("autoconf-networks", "cp $VM1905_RUN/wifi-$1.conf $VM1905_RUN/seen");
+    folder.hook("autoconf-networks",
+                "cp $VM1905_RUN/wifi-$1.conf $VM1905_RUN/seen; echo >> $VM1905_RUN/runs");
     Listener daemon;
     EXPECT_EQ(setServReqCallbackFunc(record), 0);
     EXPECT_EQ(setWPSConfig(1, 0, 0), 0);
@@ -161,6 +191,10 @@ NETWORK_TEST(Enrollee, SearchesAndAsksUntilItHasItsNetworks) {
     EXPECT_EQ(wait(62), "2;6;14;30;") << "then it gives up";
     const auto m1s = takeFrames();
     EXPECT_EQ(m1s, std::vector<Frame>(5, m1s[0]));
+    const auto isReported = [&](const std::string& text) {
+        return folder.read("run/wifi.json").find(text) != std::string::npos;
+    };
+    EXPECT_TRUE(isReported("\"failed\"") && isReported("\"it has not answered\""));
 
     WscRegistrar peer;
     const auto answered = [&](WscPlace place, std::string_view ssid) {
@@ -180,21 +214,49 @@ NETWORK_TEST(Enrollee, SearchesAndAsksUntilItHasItsNetworks) {
     EXPECT_EQ(deliver(two.view()), 0);
     const auto networks = [&] { return folder.read("run/wifi-33.conf"); };
     EXPECT_EQ(networks(), "") << "one is missing";
+    EXPECT_EQ(deliver(two.view()), 0) << "a copy";
     EXPECT_EQ(deliver(one.view(), kPeer.alMac, "1700000000"), 0);
-    EXPECT_EQ(deliver(one.view()), 16) << "the exchange has ended";
+    EXPECT_EQ(sent, "") << "no renew is acknowledged";
+    // What comes by another cable.
+    EXPECT_EQ(deliver(one.view()), 0);
+    EXPECT_EQ(notifyApAutoConfRespMsgReceived(&info), 0);
+    EXPECT_EQ(sent, "");
+    EXPECT_EQ(deliver(answered({1, 2}, "other").view()), 16) << "the exchange has ended";
     EXPECT_LT(networks().find("6f6e65"), networks().find("SSID_HEX = 74776f"));
     struct stat file {};
     EXPECT_EQ(stat(folder.path("run/wifi-33.conf").c_str(), &file), 0);
     EXPECT_EQ(file.st_mode & 0777, 0600U);
     EXPECT_TRUE(becomes([&] { return (collectJobs(), folder.read("run/seen") == networks()); }));
     EXPECT_EQ(configuredAt(3), "1700000000");
+    EXPECT_EQ(folder.read("run/runs"), "\n");
     EXPECT_EQ(wait(400), "") << "nothing to search for";
+    EXPECT_EQ(deliver(one.view()), 16) << "a replay";
 
-    EXPECT_EQ(notifyApAutoConfRenewMsgReceived(&info), 0);
+    // A renew is acknowledged when all networks have arrived.
+    EXPECT_EQ(notifyApAutoConfRenewMsgReceived(&info), PLATFORM_RENEW_STARTED);
+    EXPECT_EQ(wait(62), "2;6;14;30;");
+    EXPECT_EQ(sent.find("6 "), sent.npos) << "nothing has arrived";
+    (void)takeFrames();
+    EXPECT_EQ(notifyApAutoConfRenewMsgReceived(&info), PLATFORM_RENEW_STARTED);
+    EXPECT_EQ(readM1(peer, takeFrames().at(0)), "");
+    EXPECT_EQ(prepareM2(peer), "");
+    Frame forged = *parseHex(hexText(answered({0, 2}, "one").view()));
+    forged.back() ^= 1;
+    EXPECT_EQ(deliver(forged), 16);
+    wait(1);
+    EXPECT_TRUE(isReported("\"its M2 was refused: its authenticator is wrong\""));
+    EXPECT_EQ(deliver(answered({0, 2}, "one").view()), 0);
+    EXPECT_EQ(sent, "");
+    EXPECT_EQ(deliver(answered({1, 2}, "two").view()), 0);
+    EXPECT_EQ(sent, "6 02:00:00:00:00:07 33;");
+    EXPECT_EQ(notifyApAutoConfRenewMsgReceived(&info), PLATFORM_RENEW_STARTED);
     EXPECT_EQ(readM1(peer, takeFrames().at(0)), "");
     EXPECT_EQ(prepareM2(peer), "");
     EXPECT_EQ(deliver(answered({0, 0}, "").view()), 0);
+    EXPECT_EQ(sent, "6 02:00:00:00:00:07 33;") << "the band has no network";
     EXPECT_EQ(networks(), "");
+    wait(1);
+    EXPECT_TRUE(isReported("\"the band has no network\"") && !isReported("12345678"));
     folder.hook("autoconf-renew", "exit 5");
     EXPECT_EQ(notifyApAutoConfRenewMsgReceived(&info), 5) << "the hook does it";
 }

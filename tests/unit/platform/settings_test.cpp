@@ -44,6 +44,18 @@ int sendSecurityCtrlMsg(const uint8_t* alMac, uint8_t type, uint16_t len, const 
     return 0;
 }
 
+int loadState(const char* name, char* text, uint32_t size) {
+    const auto found = stored().find(name);
+    if (found == stored().end()) return 16;
+    copyText(text, size, found->second);
+    return 0;
+}
+
+int saveState(const char* name, const char* text) {
+    stored()[name] = text;
+    return 0;
+}
+
 uint32_t getUnsyncedEnrollees(uint8_t band, uint8_t* macs, uint32_t max) {
     const auto& all = unsynced[band];
     for (uint32_t i = 0; i < all.size() && i < max; i++) all[i].copyTo(macs + size_t{6} * i);
@@ -65,7 +77,10 @@ NETWORK_TEST(Settings, AreReturnedAndChangesReportedOnce) {
     EXPECT_EQ(setWPSConfig(2, 0, 0), 16);
     EXPECT_EQ(values(), lowBytes);
     EXPECT_EQ(setWPSConfByBand("All", 1, 2), 0);
-    EXPECT_EQ(daemon.next(), "wps");
+    WpsBandConfig sixGHz{};
+    EXPECT_EQ(setWPSConfByBand("3", 4, 5), 0);
+    EXPECT_EQ(getWPSConfByBand(3, &sixGHz), 0);
+    EXPECT_EQ(sixGHz.sendSearch * 10 + sixGHz.sendResponse, 45);
     for (const char* bad : {"2", "all", "0 "}) {
         EXPECT_EQ(setWPSConfByBand(bad, 0, 0), 16) << bad;
     }

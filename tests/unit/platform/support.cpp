@@ -73,6 +73,11 @@ void ScratchFolder::platformConf(const std::string& text) const {
     reloadConf();
 }
 
+std::map<std::string, std::string>& stored() {
+    static std::map<std::string, std::string> texts;
+    return texts;
+}
+
 std::string macsText(const uint8_t* packed, size_t count) {
     std::string text;
     for (size_t i = 0; i < count; i++) text += " " + macText(packed + 6 * i);

@@ -45,6 +45,9 @@ void inOwnNetwork(void (*body)());
     }                              \
     static void suite##name()
 
+// The texts of saveState, by their names.
+std::map<std::string, std::string>& stored();
+
 // Runs a shell command and returns what it printed; a failure fails the test.
 std::string run(const std::string& command);
 // The same for ip with each of these arguments, separated by semicolons.

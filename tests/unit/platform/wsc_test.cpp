@@ -1,4 +1,6 @@
 // The messages and keys of Wi-Fi Simple Configuration, and wifi.conf.
+#include "common/helper.h"
+#include "common/job.h"
 #include "netctrl/wifi_file.h"
 #include "support.h"
 #include "wsc/exchange.h"
@@ -205,19 +207,39 @@ TEST(WifiConf, IsReadAgainWhenItChanges) {
     };
     setenv("VM1905_WIFI_CONF", folder.path("wifi.conf").c_str(), 1);
     openWifiFile();
-    EXPECT_EQ(write(home), (std::vector<uint8_t>{0, 33}));
+    EXPECT_EQ(write(home), (std::set<uint8_t>{0, 33}));
     EXPECT_EQ(writeWifiConf(*configuredNetworks(33)),
               "[home]\nBAND = 2.4 guest-5\nSSID_HEX = 206120232062\nAUTHENTICATION = wpa2+wpa3\n"
               "KEY = \"correct horse\"\n");
     EXPECT_EQ(configuredNetworks(0)->front().network.protection(), FrameProtection::kOptional);
-    EXPECT_EQ(write(home + mesh), std::vector<uint8_t>{kBand6GHz});
-    EXPECT_EQ(write("["), std::vector<uint8_t>{}) << "a wrong file changes nothing";
+    EXPECT_EQ(write(home + mesh), std::set<uint8_t>{kBand6GHz});
+    EXPECT_EQ(write("["), std::set<uint8_t>{}) << "a wrong file changes nothing";
     EXPECT_EQ(writeWifiConf(*configuredNetworks(kBand6GHz)), mesh);
     EXPECT_EQ(configuredNetworks(kBand6GHz)->front().network.protection(),
               FrameProtection::kRequired);
     std::filesystem::remove(folder.path("wifi.conf"));
-    EXPECT_EQ(takeWifiChanges(), std::vector<uint8_t>{});
+    EXPECT_EQ(takeWifiChanges(), std::set<uint8_t>{});
     EXPECT_FALSE(hasWifiFile() || configuredNetworks(0));
     closeWifiFile();
     unsetenv("VM1905_WIFI_CONF");
+}
+
+NETWORK_TEST(WifiConf, ThatOnlyRootCanReadIsReadByTheHelper) {
+    const ScratchFolder folder;
+    const auto change = [&](const char* key) {
+        folder.write("new", std::string("[a]\nBAND=5\nSSID=x\nAUTHENTICATION=wpa2-psk\nKEY=") + key,
+                     0);
+        std::filesystem::rename(folder.path("new"), folder.path("wifi.conf"));
+    };
+    const auto changes = [] { return (collectJobs(), takeWifiChanges()); };
+    setenv("VM1905_WIFI_CONF", folder.path("wifi.conf").c_str(), 1);
+    change("12345678");
+    openWifiFile();
+    ASSERT_TRUE(startHelper(0, 0) && dropRights());
+    change("87654321");
+    EXPECT_TRUE(becomes([&] { return changes().contains(1); }));
+    EXPECT_EQ(configuredNetworks(1)->front().network.key.text(), "87654321");
+    EXPECT_EQ(wifiFileTime(), run("printf %010d $(stat -c %Y " + folder.path("wifi.conf") + ")"));
+    std::filesystem::remove(folder.path("wifi.conf"));
+    EXPECT_TRUE(becomes([&] { return (changes(), !hasWifiFile()); }));
 }

@@ -407,7 +407,7 @@ TEST_F(Service, StandardMessages) {
     EXPECT_EQ(sendSecurityCtrlMsg(kPeer.al.data(), 2, 1373, security.data()), kOk);
     EXPECT_EQ(sendSecurityCtrlMsg(kPeer.al.data(), 2, 1374, security.data()), kFailure);
     EXPECT_EQ(sendSecurityCtrlMsg(kStation.data(), 1, 2, security.data()), kFailure);
-    EXPECT_EQ(fakePlatform().raiseServReq(6, &event), 16U);
+    EXPECT_EQ(fakePlatform().raiseServReq(7, &event), 16U);
 }
 
 // The slots are open to every process of the device.
