@@ -213,8 +213,9 @@ TEST_F(JsonDataModel, RendersTheDevicesThatChanged) {
     // The numbers of the objects that were rendered.
     auto rendered = [before = std::vector<const char*>()]() mutable {
         std::string file, numbers;
-        renderDataModelFile([&](auto pieces) {
+        renderDataModelFile([&](const auto& pieces, std::string_view secret) {
             for (const auto& piece : pieces) file += piece;
+            file += secret;
         });
         EXPECT_EQ(file, renderJsonDataModel(getAlTable(), getNetTopolTable(), getSecurityTable()));
         const auto& blocks = stateOf<DataModelBlocks>().blocks;
