@@ -501,7 +501,11 @@
 
   function table(caption, heads, rows) {
     if (rows.length === 0) return '';
-    const made = element('table');
+    const frame = element('div', undefined, 'table');
+    frame.tabIndex = 0; // so that keys can scroll it
+    frame.setAttribute('role', 'group');
+    frame.setAttribute('aria-label', caption);
+    const made = frame.appendChild(element('table'));
     made.append(element('caption', caption));
     const head = made.createTHead().insertRow();
     for (const title of heads) head.appendChild(element('th', title)).scope = 'col';
@@ -510,7 +514,7 @@
       const row = body.insertRow();
       for (const cell of cells) row.insertCell().textContent = cell;
     }
-    return made;
+    return frame;
   }
 
   const portName = (device, mac) => device.ports.find((port) => port.mac === mac)?.name || mac;
@@ -676,7 +680,7 @@
       .linkDistance((link) => 95 + 12 * Math.sqrt(link.source.device.children.length)).linkStrength(0.9)
       .links(placed.filter((node) => node.parent).map((node) => ({ source: node.parent, target: node })));
     force.start();
-    for (let i = 0; i < 300; i++) force.tick();
+    for (let i = 0; i < (many ? 150 : 300); i++) force.tick();
     force.stop();
     spread(placed);
     for (const node of placed) spots.set(node.device.id, { x: node.x, y: node.y });

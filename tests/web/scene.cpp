@@ -1,7 +1,7 @@
 // A simulated mesh whose first device writes its JSON files into FOLDER/model, at most 31
 // characters, and the copies for a web server into FOLDER/data. Reads commands:
 //   device NAME PARENT PORT SIGNAL STATIONS   add a device. PARENT is - for the first one, PORT
-//                                             wire or radio, SIGNAL of the radio in percent
+//                                             wire, radio or hub, SIGNAL of the radio in percent
 //   run SECONDS, kill NAME, start NAME, password TEXT
 // and prints a line after each, when the files are up to date.
 #include <iostream>
@@ -24,6 +24,7 @@ struct Member {
     MacAddr mac;  // of the first interface; the others follow
     int wires = 0;
     std::optional<sim::Segment> cell{};  // of its access point
+    std::optional<sim::Segment> hub{};   // at its first port
 };
 
 MacAddr intfMac(const Member& member, int number) {
@@ -48,14 +49,14 @@ class Scene {
   public:
     explicit Scene(std::string folder) : folder_(std::move(folder)) {}
 
-    void add(const std::string& name, const std::string& parent, bool isRadio, int signal,
-             int stations) {
+    void add(const std::string& name, const std::string& parent, const std::string& port,
+             int signal, int stations) {
         const auto number = static_cast<uint8_t>(members_.size() + 1);
         const auto high = static_cast<uint8_t>((members_.size() + 1) >> 8);
-        sim::DeviceOptions options{.intfs = {"uplink"}, .forwards = true};
+        sim::DeviceOptions options{.intfs = {"uplink"}, .forwards = port != "hub"};
         for (int i = 1; i < kWires; i++) options.intfs.push_back("lan" + std::to_string(i));
         options.intfs.insert(options.intfs.end(), {"radio", "backhaul"});
-        const bool isFirst = members_.empty();
+        const bool isFirst = members_.empty(), isRadio = port == "radio";
         if (isFirst) {
             options.options =
                 "WEB_FOLDER = " + folder_ + "/data\nDATA_MODEL_FOLDER = " + folder_ + "/model\n";
@@ -79,13 +80,16 @@ class Scene {
             }
         };
         Member added{mesh_.addDevice(name, options), {0x02, 0x19, 0x05, high, number, 1}};
-        if (!isFirst) connect(added, members_.at(parent), isRadio, signal);
+        if (!isFirst) connect(added, members_.at(parent), port, signal);
         members_.emplace(name, added);
         if (isFirst) first_ = added.device;
-        mesh_.run();
-        (void)mesh_.in(added.device, updateWPSConfig);  // the role
+        afterStart_.push_back([=, this] { (void)mesh_.in(added.device, updateWPSConfig); });
     }
-    void run(int seconds) { mesh_.run(seconds); }
+    void run(int seconds) {
+        mesh_.run();
+        for (const auto& act : std::exchange(afterStart_, {})) act();
+        mesh_.run(seconds);
+    }
     void kill(const std::string& name) { mesh_.kill(members_.at(name).device); }
     void start(const std::string& name) {
         mesh_.start(members_.at(name).device);
@@ -103,17 +107,22 @@ class Scene {
     }
 
   private:
-    void connect(const Member& added, Member& parent, bool isRadio, int signal) {
-        if (!isRadio) {
-            parent.wires++;
-            mesh_.cable(parent.device, "lan" + std::to_string(parent.wires), added.device,
-                        "uplink");
+    void connect(const Member& added, Member& parent, const std::string& port, int signal) {
+        if (port == "hub") {
+            if (!parent.hub) parent.hub = mesh_.segment({{parent.device, "lan1"}});
+            mesh_.attach(*parent.hub, {added.device, "uplink"});
+            return;
+        }
+        if (port == "wire") {
+            const std::string next = "lan" + std::to_string(++parent.wires);
+            mesh_.cable(parent.device, next, added.device, "uplink");
             return;
         }
         if (!parent.cell) parent.cell = mesh_.segment({{parent.device, "radio"}});
         mesh_.attach(*parent.cell, {added.device, "backhaul"});
-        mesh_.in(parent.device, [&] {
-            fakePlatform().stations.push_back(station(intfMac(added, kWires + 1), signal));
+        const WifiStation child = station(intfMac(added, kWires + 1), signal);
+        afterStart_.push_back([this, device = parent.device, child] {
+            mesh_.in(device, [&] { fakePlatform().stations.push_back(child); });
         });
     }
 
@@ -121,6 +130,7 @@ class Scene {
     sim::Mesh mesh_;
     std::map<std::string, Member> members_;
     sim::Device first_{};
+    std::vector<std::function<void()>> afterStart_;
 };
 
 }  // namespace
@@ -137,7 +147,7 @@ int main(int argc, char** argv) {
         int number = 0, stations = 0;
         words >> command;
         if (command == "device" && words >> name >> parent >> port >> number >> stations) {
-            scene.add(name, parent, port == "radio", number, stations);
+            scene.add(name, parent, port, number, stations);
         } else if (command == "run" && words >> number) {
             scene.run(number);
             scene.write();
