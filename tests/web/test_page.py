@@ -63,8 +63,9 @@ def scene():
         made = Scene(folder)
         for name, place in DEVICES.items():
             made("device", name, *place)
-        made("password", PHRASE)
         made("run", 20)
+        made("password", PHRASE)
+        made("run", 1)
         yield made
         made.process.stdin.close()
         made.process.wait(PATIENCE)
