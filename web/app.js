@@ -664,12 +664,10 @@
     const root = state.devices.values().next().value;
     const tree = d3.layout.tree().size([2 * Math.PI, 1]).children((node) => (node.children?.length > 0 ? node.children : null))
       .separation((a, b) => (a.parent === b.parent ? 1 : 2) / Math.max(1, a.depth));
-    // A line of devices runs along the longer side.
-    const start = svg.node().clientWidth > svg.node().clientHeight ? Math.PI : Math.PI / 2;
     const wrap = (device) => ({ device, children: device.children.map(wrap) });
     const placed = tree.nodes(wrap(root));
     for (const node of placed) {
-      const [angle, distance] = [node.x - start, 150 * node.depth];
+      const angle = node.x, distance = 150 * node.depth;
       node.x = distance * Math.cos(angle);
       node.y = distance * Math.sin(angle);
     }
@@ -682,6 +680,11 @@
     force.start();
     for (let i = 0; i < (many ? 150 : 300); i++) force.tick();
     force.stop();
+    // The longer extent along the longer side; labels are wide, so rather from left to right.
+    const extent = (axis) => d3.max(placed, (node) => node[axis]) - d3.min(placed, (node) => node[axis]);
+    if ((extent('x') >= extent('y')) !== (1.2 * svg.node().clientWidth >= svg.node().clientHeight)) {
+      for (const node of placed) [node.x, node.y] = [node.y, node.x];
+    }
     spread(placed);
     for (const node of placed) spots.set(node.device.id, { x: node.x, y: node.y });
   }
@@ -786,7 +789,7 @@
   // Moves the drawing if the device is outside.
   function reveal(id) {
     const { clientWidth: width, clientHeight: height } = svg.node();
-    const spot = spots.get(id), scale = Math.max(zoom.scale(), 0.6), [x, y] = zoom.translate();
+    const spot = spots.get(id), scale = Math.max(zoom.scale(), 0.45), [x, y] = zoom.translate();
     const seen = { x: spot.x * zoom.scale() + x, y: spot.y * zoom.scale() + y };
     if (scale === zoom.scale() && seen.x > 40 && seen.x < width - 40 && seen.y > 40 && seen.y < height - 80) return;
     moveTo(scale, [width / 2 - spot.x * scale, height / 2 - spot.y * scale]);
