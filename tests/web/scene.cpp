@@ -8,10 +8,12 @@
 #include <map>
 #include <sstream>
 
+#include "base/state.h"
+#include "controller/root_ap.h"
 #include "db/database.h"
+#include "db/options.h"
 #include "db/own_state.h"
 #include "publish/data_model_files.h"
-#include "publish/json_change_log.h"
 #include "publish/json_data_model.h"
 #include "sim/mesh.h"
 
@@ -53,20 +55,22 @@ class Scene {
              int signal, int stations) {
         const auto number = static_cast<uint8_t>(members_.size() + 1);
         const auto high = static_cast<uint8_t>((members_.size() + 1) >> 8);
-        sim::DeviceOptions options{.intfs = {"uplink"}, .forwards = port != "hub"};
-        for (int i = 1; i < kWires; i++) options.intfs.push_back("lan" + std::to_string(i));
-        options.intfs.insert(options.intfs.end(), {"radio", "backhaul"});
-        const bool isFirst = members_.empty(), isRadio = port == "radio";
-        if (isFirst) {
-            options.options =
-                "WEB_FOLDER = " + folder_ + "/data\nDATA_MODEL_FOLDER = " + folder_ + "/model\n";
+        const bool isOnHub = port == "hub";  // there are many of those, so they have few ports
+        sim::DeviceOptions options{.intfs = {"uplink", "lan1"}, .forwards = !isOnHub};
+        for (int i = 2; i < kWires && !isOnHub; i++) {
+            options.intfs.push_back("lan" + std::to_string(i));
         }
+        if (!isOnHub) options.intfs.insert(options.intfs.end(), {"radio", "backhaul"});
+        const bool isFirst = members_.empty(), isRadio = port == "radio";
+        options.options = "DATA_MODEL_FOLDER = /nonexistent\n";  // until write()
         const MacAddr peer = isRadio ? intfMac(members_.at(parent), kWires) : MacAddr{};
         options.prepare = [=] {
             FakePlatform& platform = fakePlatform();
             platform.wps.deviceType = isFirst ? 0 : 1;
+            stateOf<RootAp>().folder = "/nonexistent";
             platform.deviceIP = "192.0.2." + std::to_string(number);
             platform.deviceUptime = "4 days";
+            if (isOnHub) return;
             for (const size_t i : {kWires, kWires + 1}) {
                 platform.intfs[i].mediaType = 0x0105;
                 platform.intfs[i].mediaInfo.resize(10);
@@ -99,10 +103,13 @@ class Scene {
         mesh_.in(first_, [&] { getAlTable()->security.value.assign(text.begin(), text.end()); });
     }
     void write() {
-        mesh_.in(first_, [] {
+        mesh_.in(first_, [this] {
+            (void)setDataModelFolderOption((folder_ + "/model").c_str());
+            setWebFolderOption(folder_ + "/data");
             (void)writeJsonDataModel();
-            (void)writeJsonvm1905log();
             writeWaitingDataModelFiles();
+            (void)setDataModelFolderOption("/nonexistent");
+            setWebFolderOption("");
         });
     }
 
