@@ -62,12 +62,12 @@ class Scene {
         }
         if (!isOnHub) options.intfs.insert(options.intfs.end(), {"radio", "backhaul"});
         const bool isFirst = members_.empty(), isRadio = port == "radio";
-        options.options = "DATA_MODEL_FOLDER = /nonexistent\n";  // until write()
+        options.options = "DATA_MODEL_FOLDER = /dev/null\n";  // until write()
         const MacAddr peer = isRadio ? intfMac(members_.at(parent), kWires) : MacAddr{};
         options.prepare = [=] {
             FakePlatform& platform = fakePlatform();
             platform.wps.deviceType = isFirst ? 0 : 1;
-            stateOf<RootAp>().folder = "/nonexistent";
+            stateOf<RootAp>().folder = "/dev/null";
             platform.deviceIP = "192.0.2." + std::to_string(number);
             platform.deviceUptime = "4 days";
             if (isOnHub) return;
@@ -108,7 +108,7 @@ class Scene {
             setWebFolderOption(folder_ + "/data");
             (void)writeJsonDataModel();
             writeWaitingDataModelFiles();
-            (void)setDataModelFolderOption("/nonexistent");
+            (void)setDataModelFolderOption("/dev/null");
             setWebFolderOption("");
         });
     }

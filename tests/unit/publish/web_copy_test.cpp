@@ -111,7 +111,7 @@ TEST_F(WebCopy, BelongsToTheGroup) {
         fs::permissions(folder(), fs::perms{0755});
         ASSERT_EQ(make(user), "") << "a first time, and for another user";
         EXPECT_FALSE(fs::exists(web("/vm1905.json"))) << "that of the daemon before";
-        setDataModelFolderOption("/nonexistent");
+        setDataModelFolderOption("/dev/null");
         ASSERT_EQ(seteuid(user), 0);
         EXPECT_EQ(writeJsonDataModel(), kOk);
         writeWebChangeLog();
