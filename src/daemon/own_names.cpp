@@ -20,6 +20,7 @@
 #include "handlers/result_file.h"
 #include "orders/slots.h"
 #include "platform/lifecycle.h"
+#include "publish/web_copy.h"
 #include "service/wake_fifo.h"
 
 // The platform library may lack it.
@@ -105,6 +106,7 @@ void claimFiles(const Owner& owner) {
     for (const char* name : {"/vm1905.json", "/vm1905_APautoconfig.json", "/vm1905_log.json"}) {
         claimFile(model + name, owner, getDataModelModeOption(), logClaim);
     }
+    makeWebFolder(owner, logClaim);
     for (const char* name : {"/ROOTAP_MESH_MAC", "/rootap_ip"}) {
         claimFile(stateOf<RootAp>().folder + name, owner, {}, logClaim);
     }

@@ -116,19 +116,25 @@ std::optional<mode_t> modeOf(const char* key, const char* value) {
     return {};
 }
 
-void storeChannelGroup(const char* value) {
+// The group of this name or number. Empty for an empty value, and for one that is no group, which
+// the log names.
+std::optional<gid_t> groupOf(const char* key, const char* value) {
     constexpr auto kNone = static_cast<gid_t>(-1);
-    config().channelGroup.reset();
-    if (*value == '\0') return;
+    if (*value == '\0') return {};
     const group* const named = getgrnam(value);
     const gid_t found =
         named != nullptr ? named->gr_gid : wholeNumber<gid_t>(value, 10).value_or(kNone);
-    if (found != kNone) {
-        config().channelGroup = found;
-    } else {
-        LOG(1, "CHANNEL_GROUP: there is no group \"%s\", the default is used\r\n",
-            plainText(value).c_str());
-    }
+    if (found != kNone) return found;
+    LOG(1, "%s: there is no group \"%s\", the default is used\r\n", key, plainText(value).c_str());
+    return {};
+}
+
+void storeChannelGroup(const char* value) {
+    config().channelGroup = groupOf("CHANNEL_GROUP", value);
+}
+
+void storeWebGroup(const char* value) {
+    config().webGroup = groupOf("WEB_GROUP", value);
 }
 
 void storeChannelMode(const char* value) {
@@ -169,6 +175,8 @@ constexpr Key kConfigKeys[] = {
     {"CHANNEL_GROUP", "", storeChannelGroup},
     {"CHANNEL_MODE", "0666", storeChannelMode},
     {"DATA_MODEL_MODE", "", storeDataModelMode},
+    {"WEB_FOLDER", "", storeText<&SysConfig::webFolder>},
+    {"WEB_GROUP", "", storeWebGroup},
     {"CONFINE", "0", storeConfine},
     {"RUN_AS", "", storeText<&SysConfig::runAs>},
 };
@@ -402,6 +410,18 @@ mode_t getChannelModeOption() {
 
 std::optional<mode_t> getDataModelModeOption() {
     return config().dataModelMode;
+}
+
+const char* getWebFolderOption() {
+    return config().webFolder.c_str();
+}
+
+void setWebFolderOption(std::string_view folder) {
+    config().webFolder = folder;
+}
+
+std::optional<gid_t> getWebGroupOption() {
+    return config().webGroup;
 }
 
 std::optional<bool> getConfineOption() {

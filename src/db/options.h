@@ -64,6 +64,11 @@ std::optional<gid_t> getChannelGroupOption();
 mode_t getChannelModeOption();
 // The mode of the files in the data-model folder, if one is given.
 std::optional<mode_t> getDataModelModeOption();
+// The folder of the copies for a web server (WEB_FOLDER), empty if there are to be none, and the
+// group that may read them (WEB_GROUP), if one is given.
+const char* getWebFolderOption();
+void setWebFolderOption(std::string_view folder);
+std::optional<gid_t> getWebGroupOption();
 
 // The release, printed at start-up.
 inline constexpr const char* kReleaseVersionGit = "WIFISYS_RTK_9.2";

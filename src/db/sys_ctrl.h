@@ -45,6 +45,8 @@ struct SysConfig {
     std::optional<gid_t> channelGroup{};
     mode_t channelMode = 0666;
     std::optional<mode_t> dataModelMode{};
+    Text<128> webFolder{};  // empty: no copies of the JSON files
+    std::optional<gid_t> webGroup{};
     std::optional<bool> confine = false;  // empty: the file has neither 0 nor 1
     Text<64> runAs{};                     // a user; empty: the one that started the daemon
 };

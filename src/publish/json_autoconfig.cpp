@@ -81,7 +81,7 @@ std::string renderJsonAPautoconfig(const AlTable* al, const TopolTable* topol) {
 int writeJsonAPautoconfig() {
     writeDataModelFile("vm1905_APautoconfig.json", [](const WritePieces& write) {
         const std::string text = renderJsonAPautoconfig(getAlTable(), getNetTopolTable());
-        write(std::array{std::string_view(text)});
+        write(std::array{std::string_view(text)}, {});
     });
     return kOk;
 }

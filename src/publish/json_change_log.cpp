@@ -6,12 +6,14 @@
 #include "base/clock.h"
 #include "base/result.h"
 #include "db/database.h"
+#include "db/options.h"
 #include "publish/data_model_files.h"
 #include "publish/json_writer.h"
 #include "publish/labels.h"
 
 namespace {
 
+constexpr std::string_view kName = "vm1905_log.json";
 constexpr size_t kEntrySize = 300;
 
 void writeEntry(JsonWriter& out, const ChangeLogEntry& entry, size_t number) {
@@ -29,6 +31,11 @@ void writeEntry(JsonWriter& out, const ChangeLogEntry& entry, size_t number) {
     out.text("NeighborType", changeNbrTypeLabel(entry.nbrType));
     out.mac("NeighborId", entry.nbrMac);
     out.end();
+}
+
+void renderFile(const WritePieces& write) {
+    const std::string text = renderJsonvm1905log(getNetTopolTable());
+    write(std::array{std::string_view(text)}, {});
 }
 
 }  // namespace
@@ -49,9 +56,10 @@ std::string renderJsonvm1905log(const TopolTable* topol) {
 }
 
 int writeJsonvm1905log() {
-    writeDataModelFile("vm1905_log.json", [](const WritePieces& write) {
-        const std::string text = renderJsonvm1905log(getNetTopolTable());
-        write(std::array{std::string_view(text)});
-    });
+    writeDataModelFile(kName, renderFile);
     return kOk;
+}
+
+void writeWebChangeLog() {
+    if (*getWebFolderOption() != '\0') writeDataModelFile(kName, renderFile, true);
 }

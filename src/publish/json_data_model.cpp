@@ -13,6 +13,7 @@
 #include "db/registrars.h"
 #include "platform/autoconfig.h"
 #include "publish/json_autoconfig.h"
+#include "publish/json_change_log.h"
 #include "publish/json_device_info.h"
 #include "publish/json_writer.h"
 #include "publish/labels.h"
@@ -151,20 +152,26 @@ void writeSecurity(JsonWriter& out, const SecurityTable& security) {
     out.end();
 }
 
-// Returns the text without the objects of the remote devices, which belong at blocksAt.
-std::string renderAround(DataModelBlocks& cache, size_t& blocksAt, const AlTable* al,
-                         const TopolTable* topol, const SecurityTable* security) {
+// Returns the text without the objects of the remote devices, which belong at blocksAt. The pass
+// phrase is behind secretAt.
+std::string renderAround(DataModelBlocks& cache, size_t& blocksAt, size_t& secretAt,
+                         const AlTable* al, const TopolTable* topol,
+                         const SecurityTable* security) {
     JsonWriter out(kExpectedSize);
     out.begin();
     out.beginObject("Device");
     out.beginObject("X_5E1F09_IEEE1905");
-    if (al == nullptr) return out.append("\n").take();
+    if (al == nullptr) {
+        secretAt = out.append("\n").size();
+        return out.take();
+    }
 
     out.beginObject("AL");
     writeAlMembers(out, *al);
     writeOwnIntfs(out, *al);
     if (topol != nullptr) writeTopology(out, cache, blocksAt, *al, *topol);
     // Meant: without the security object the closing braces are missing too.
+    secretAt = out.size();
     if (security == nullptr) return out.take();
     writeSecurity(out, *security);
     for (int open = 0; open < 4; open++) out.end();
@@ -174,16 +181,16 @@ std::string renderAround(DataModelBlocks& cache, size_t& blocksAt, const AlTable
 void render(DataModelBlocks& cache, const AlTable* al, const TopolTable* topol,
             const SecurityTable* security, const WritePieces& write) {
     if (al == nullptr || topol == nullptr) cache = {};
-    size_t blocksAt = 0;
-    const std::string text = renderAround(cache, blocksAt, al, topol, security);
+    size_t blocksAt = 0, secretAt = 0;
+    const std::string text = renderAround(cache, blocksAt, secretAt, al, topol, security);
     const std::string_view around(text);
     std::vector<std::string_view> pieces{around.substr(0, blocksAt)};
     for (const auto& block : cache.blocks) {
         pieces.emplace_back(block.description);
         pieces.emplace_back(block.lists);
     }
-    pieces.push_back(around.substr(blocksAt));
-    write(pieces);
+    pieces.push_back(around.substr(blocksAt, secretAt - blocksAt));
+    write(pieces, around.substr(secretAt));
     forgetExcess(cache.blocks);
 }
 
@@ -193,8 +200,9 @@ std::string renderJsonDataModel(const AlTable* al, const TopolTable* topol,
                                 const SecurityTable* security) {
     DataModelBlocks none;
     std::string text;
-    render(none, al, topol, security, [&](std::span<const std::string_view> pieces) {
+    render(none, al, topol, security, [&](const auto& pieces, std::string_view secret) {
         for (const auto& piece : pieces) text += piece;
+        text += secret;
     });
     return text;
 }
@@ -207,5 +215,6 @@ void renderDataModelFile(const WritePieces& write) {
 
 int writeJsonDataModel() {
     writeDataModelFile("vm1905.json", renderDataModelFile);
+    writeWebChangeLog();
     return writeJsonAPautoconfig();
 }

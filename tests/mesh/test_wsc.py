@@ -108,6 +108,36 @@ def wsc_of(frame):
     return frame.tlvs[12:12 + length]
 
 
+# In place of hostapd: prints the commands, and lets a station join at once if it has one.
+HOSTAPD = r"""
+import os, socket, sys, threading
+threading.Thread(target=lambda: (sys.stdin.read(), os._exit(0))).start()
+os.makedirs("/var/run/hostapd", exist_ok=True)
+control = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+control.bind("/var/run/hostapd/eth0")
+print("ready", flush=True)
+while True:
+    command, peer = control.recvfrom(100)
+    print(command.decode(), flush=True)
+    control.sendto(b"OK\n", peer)
+    if command == b"WPS_PBC" and sys.argv[1:]:
+        control.sendto(b"<3>WPS-REG-SUCCESS " + sys.argv[1].encode() + b" uuid", peer)
+"""
+
+
+def test_a_push_button_starts_wps_everywhere_and_tells_who_joined(lab):
+    station = "02:57:a0:00:00:33"
+    with Program(lab, "dev1", "python3", "-c", HOSTAPD) as own, \
+            Program(lab, "dev2", "python3", "-c", HOSTAPD, station) as other:
+        assert own.hear() == other.hear() == "ready"
+        lab.run("dev1", "vm1905ctl", "wps", "push-button")
+        for hostapd in (own, other):
+            assert (hostapd.hear(), hostapd.hear()) == ("ATTACH", "WPS_PBC")
+        joined = f"{station} has joined at the interface {port_mac(2, 0)}"
+        lab.until(lambda: joined in lab.log("dev1"), "dev1 knows who joined")
+
+
+# Stops the Registrar, so it is the last.
 def test_a_registrar_of_another_make_is_understood(lab):
     with Neighbor(lab, "dev1", "eth0", "02:57:a0:00:01:00", "02:57:a0:00:01:ff") as other:
         target, renew = port_mac(2, 0), tlv(1, raw(other.al)) + tlv(15, b"\0") + tlv(16, BAND_5)
@@ -137,32 +167,3 @@ def test_a_registrar_of_another_make_is_understood(lab):
         assert any(frame.vendor == ACKNOWLEDGED for frame in other.heard)
         assert ("5", "configured") in {(row["band"], row["state"])
                                        for row in wifi(lab, "dev2")["devices"]}
-
-
-# In place of hostapd: prints the commands, and lets a station join at once if it has one.
-HOSTAPD = r"""
-import os, socket, sys, threading
-threading.Thread(target=lambda: (sys.stdin.read(), os._exit(0))).start()
-os.makedirs("/var/run/hostapd", exist_ok=True)
-control = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
-control.bind("/var/run/hostapd/eth0")
-print("ready", flush=True)
-while True:
-    command, peer = control.recvfrom(100)
-    print(command.decode(), flush=True)
-    control.sendto(b"OK\n", peer)
-    if command == b"WPS_PBC" and sys.argv[1:]:
-        control.sendto(b"<3>WPS-REG-SUCCESS " + sys.argv[1].encode() + b" uuid", peer)
-"""
-
-
-def test_a_push_button_starts_wps_everywhere_and_tells_who_joined(lab):
-    station = "02:57:a0:00:00:33"
-    with Program(lab, "dev1", "python3", "-c", HOSTAPD) as own, \
-            Program(lab, "dev2", "python3", "-c", HOSTAPD, station) as other:
-        assert own.hear() == other.hear() == "ready"
-        lab.run("dev1", "vm1905ctl", "wps", "push-button")
-        for hostapd in (own, other):
-            assert (hostapd.hear(), hostapd.hear()) == ("ATTACH", "WPS_PBC")
-        joined = f"{station} has joined at the interface {port_mac(2, 0)}"
-        lab.until(lambda: joined in lab.log("dev1"), "dev1 knows who joined")

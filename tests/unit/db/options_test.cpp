@@ -92,16 +92,17 @@ TEST_F(Options, KeysOfTheMeshAreToldApart) {
 }
 
 TEST_F(Options, WrongGroupsAndModesAreNamed) {
-    // A value of all three keys, what becomes of it, and how many of them are named.
+    // A value of all keys, what becomes of it, and how many of them are named.
     const std::tuple<std::string, int, unsigned, size_t> cases[] = {
         {"", -1, 0666, 0},      {"root", 0, 0666, 2},  {"0660", 660, 0660, 0},
         {"0460", 460, 0666, 2}, {"670", 670, 0666, 2}, {"1666", 1666, 0666, 2},
-        {"66a", -1, 0666, 3},   {"-1", -1, 0666, 3},   {"4294967295", -1, 0666, 3}};
+        {"66a", -1, 0666, 4},   {"-1", -1, 0666, 4},   {"4294967295", -1, 0666, 4}};
     for (const auto& [value, group, mode, wrong] : cases) {
         write("vm1905.conf", "CHANNEL_GROUP = " + value + "\nCHANNEL_MODE = " + value +
-                                 "\nDATA_MODEL_MODE = " + value + "\n");
+                                 "\nDATA_MODEL_MODE = " + value + "\nWEB_GROUP = " + value + "\n");
         EXPECT_EQ(initSysConfig(), kOk);
         EXPECT_EQ(getChannelGroupOption().value_or(~0U), static_cast<gid_t>(group)) << value;
+        EXPECT_EQ(getWebGroupOption(), getChannelGroupOption());
         EXPECT_EQ(getChannelModeOption(), mode) << value;
         EXPECT_EQ(getDataModelModeOption().value_or(0666), mode) << value;
         EXPECT_EQ(occurrences(log_.text(), ", the default is used\r\n"), wrong) << value;

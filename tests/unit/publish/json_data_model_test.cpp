@@ -215,8 +215,9 @@ TEST_F(JsonDataModel, RendersTheDevicesThatChanged) {
     auto rendered = [before = Texts()]() mutable {
         std::string file;
         std::array<std::string, 2> numbers;
-        renderDataModelFile([&](auto pieces) {
+        renderDataModelFile([&](const auto& pieces, std::string_view secret) {
             for (const auto& piece : pieces) file += piece;
+            file += secret;
         });
         EXPECT_EQ(file, renderJsonDataModel(getAlTable(), getNetTopolTable(), getSecurityTable()));
         const auto& blocks = stateOf<DataModelBlocks>().blocks;
