@@ -21,7 +21,7 @@ TestDevice::TestDevice() {
     for (std::string* folder :
          {&std::get<MessageLog>(state).folder, &std::get<ResultFiles>(state).folder,
           &std::get<RootAp>(state).folder, &std::get<OwnNames>(state).folder}) {
-        *folder = "/nonexistent";
+        *folder = "/dev/null";  // in which nothing can be made
     }
 }
 
