@@ -170,6 +170,7 @@ constexpr Key kConfigKeys[] = {
     {"DATA_MODEL_MODE", "", storeDataModelMode},
     {"CONFINE", "0", storeConfine},
     {"RUN_AS", "", storeText<&SysConfig::runAs>},
+    {"EXCLUDE_DEFAULT_ROUTE", "0", storeNumber<&SysConfig::excludeDefaultRoute>},
 };
 
 constexpr Key kVersionKeys[] = {
@@ -409,6 +410,10 @@ std::optional<bool> getConfineOption() {
 
 const char* getRunAsOption() {
     return config().runAs.c_str();
+}
+
+bool getExcludeDefaultRouteOption() {
+    return config().excludeDefaultRoute == 1;
 }
 
 bool getReadLldpOption() {
