@@ -136,7 +136,7 @@ def test_a_hook_leaves_the_unit(machine):
 
 
 def test_a_killed_or_hanging_daemon_is_started_again_and_a_stop_is_orderly(machine):
-    machine.shell("mkdir -p /run/systemd/system/vm1905.service.d; printf '[Service]\\nWatchdogSec=4\\n'"
+    machine.shell("mkdir -p /run/systemd/system/vm1905.service.d; printf '[Service]\\nWatchdogSec=4\\nTimeoutAbortSec=2\\n'"
                   "> /run/systemd/system/vm1905.service.d/a.conf; systemctl daemon-reload;"
                   "systemctl restart vm1905; sleep 6")
     assert machine.show("NRestarts") == "0", "the watchdog hears of it"
