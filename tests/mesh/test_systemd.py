@@ -122,8 +122,10 @@ def test_clients_outside_the_unit_read_the_files_and_the_slot(machine):
                        client).returncode != 0
 
 
-def test_a_restart_by_file_stays_the_same_service(machine):
+@pytest.mark.parametrize("confine", [0, 1])
+def test_a_restart_by_file_stays_the_same_service(machine, confine):
     machine.shell("mkdir -p /etc/default; echo VM1905_OPTIONS=-x 1 > /etc/default/vm1905;"
+                  f"sed -i 's/^CONFINE.*/CONFINE = {confine}/' /etc/vm1905/vm1905.conf;"
                   "systemctl restart vm1905")
     restart_by_file(machine)
     assert machine.shell(f"tr '\\0' ' ' < /proc/{machine.show('MainPID')}/cmdline") == \
