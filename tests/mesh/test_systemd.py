@@ -20,8 +20,10 @@ mount -t tmpfs none etc/systemd/system
 mkdir -p etc/vm1905/hooks etc/vm1905/root-hooks var/lib/vm1905 old
 cp usr/share/doc/*/examples/vm1905.conf usr/share/doc/*/examples/platform.conf etc/vm1905
 chroot . useradd --system --user-group vm1905
-printf '#!/bin/sh\\necho "$(id -u) $# $2"\\n' > etc/vm1905/root-hooks/flash
-chmod +x etc/vm1905/root-hooks/flash
+hook() { printf '%s\\n' '#!/bin/sh' "$2" > etc/vm1905/$1; }
+hook hooks/stations 'exec /usr/libexec/vm1905/service ask flash "a b" "\\$(id)"'
+hook root-hooks/flash 'echo "$(id -u) $# $2" > /var/flashed'
+chmod +x etc/vm1905/*hooks/*
 printf '[Unit]\\nWants=vm1905.service vm1905-hook@flash.path\\n' > etc/systemd/system/test.target
 ip link add br-lan type bridge; ip link add eth0 type veth peer name far
 ip link set eth0 master br-lan; for i in lo br-lan eth0 far; do ip link set $i up; done
@@ -76,15 +78,14 @@ class Machine:
 def machine():
     if reason := cannot_run():
         pytest.skip(reason)
-    with tempfile.TemporaryDirectory() as folder, open(f"{folder}/log", "w+", encoding="utf-8") as log:
-        os.mkdir(f"{folder}/root")
-        command = ["unshare", "--fork", "--kill-child", "--pid", "--mount", "--net", "--ipc", "--uts",
-                   "--cgroup", "sh", "-ec", BOOT, "boot", f"{folder}/root", BUILD, SYSTEMD]
+    with tempfile.TemporaryDirectory() as folder, tempfile.TemporaryFile("w+") as log:
+        command = ["unshare", "--fork", "--kill-child", "--pid", "--mount", "--net", "--ipc",
+                   "--uts", "--cgroup", "sh", "-ec", BOOT, "boot", folder, BUILD, SYSTEMD]
         with subprocess.Popen(command, stdout=log, stderr=log, stdin=subprocess.DEVNULL) as boot:
             children = pathlib.Path(f"/proc/{boot.pid}/task/{boot.pid}/children")
             try:
                 for _ in range(300):
-                    pid = children.read_text(encoding="ascii").strip() if boot.poll() is None else ""
+                    pid = "" if boot.poll() is not None else children.read_text().strip()
                     made = Machine(pid)
                     if pid and made.run("systemctl", "is-active", "test.target").returncode == 0:
                         break
@@ -101,7 +102,7 @@ def restart_by_file(machine):
     wait_until(machine.is_up, 20, "the service is up")
     before = machine.show("MainPID")
     machine.shell("touch /tmp/vm1905_restart")
-    wait_until(lambda: machine.show("MainPID") != before and machine.is_up(), 20, "another is up")
+    wait_until(lambda: machine.show("MainPID") != before and machine.is_up(), 20, "a new one")
     assert machine.show("NRestarts") == "0" and machine.show("ActiveState") == "active"
     # The file is still there, but counts once.
     after = machine.show("MainPID")
@@ -115,11 +116,12 @@ def restart_by_file(machine):
 
 def test_clients_outside_the_unit_read_the_files_and_the_slot(machine):
     wait_until(machine.is_up, 20, "the service is up")
-    wait_until(lambda: machine.run("test", "-e", "/tmp/vm1905.json").returncode == 0, 20, "the file")
+    exists = ("test", "-e", "/tmp/vm1905.json")
+    wait_until(lambda: machine.run(*exists).returncode == 0, 20, "the file")
     client = "cat /tmp/vm1905.json > /dev/null; vm1905ctl status"
     assert "Registrar" in machine.shell(client, "vm1905")
-    assert machine.run("setpriv", "--reuid=nobody", "--clear-groups", "--regid=nogroup", "sh", "-ec",
-                       client).returncode != 0
+    assert machine.run("setpriv", "--reuid=nobody", "--clear-groups", "--regid=nogroup",
+                       "sh", "-ec", client).returncode != 0
 
 
 @pytest.mark.parametrize("confine", [0, 1])
@@ -133,14 +135,15 @@ def test_a_restart_by_file_stays_the_same_service(machine, confine):
 
 
 def test_a_hook_leaves_the_unit(machine):
-    done = machine.shell("/usr/libexec/vm1905/service ask flash 'a b' '$(id) \"'", "vm1905")
-    assert done == "0 2 $(id) \""
+    # The daemon asks for the stations every two seconds.
+    wait_until(lambda: machine.run("cat", "/var/flashed").stdout == "0 2 $(id)\n", 20, "the hook")
 
 
 def test_a_killed_or_hanging_daemon_is_started_again_and_a_stop_is_orderly(machine):
-    machine.shell("mkdir -p /run/systemd/system/vm1905.service.d; printf '[Service]\\nWatchdogSec=4\\nTimeoutAbortSec=2\\n'"
-                  "> /run/systemd/system/vm1905.service.d/a.conf; systemctl daemon-reload;"
-                  "systemctl restart vm1905; sleep 6")
+    machine.shell(r"""mkdir -p /run/systemd/system/vm1905.service.d
+        printf '[Service]\nWatchdogSec=4\nTimeoutAbortSec=2\n' \
+            > /run/systemd/system/vm1905.service.d/a.conf
+        systemctl daemon-reload; systemctl restart vm1905; sleep 6""")
     assert machine.show("NRestarts") == "0", "the watchdog hears of it"
     for number, signal in enumerate(("KILL", "STOP"), 1):
         machine.shell(f"kill -{signal} {machine.show('MainPID')}; echo left > /tmp/vm1905_stop")
