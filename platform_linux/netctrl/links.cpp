@@ -49,7 +49,9 @@ std::vector<int> outgoing(const RouteMessage& route) {
     nlattr* const hops = route.attr(RTA_MULTIPATH);
     if (hops == nullptr) return indexes;
     int left = nla_len(hops);
-    for (auto* hop = static_cast<rtnexthop*>(nla_data(hops)); RTNH_OK(hop, left);
+    constexpr int kSmallest = sizeof(rtnexthop);
+    for (auto* hop = static_cast<rtnexthop*>(nla_data(hops));
+         left >= kSmallest && RTNH_OK(hop, left);
          left -= RTNH_ALIGN(hop->rtnh_len), hop = RTNH_NEXT(hop)) {
         indexes.push_back(hop->rtnh_ifindex);
     }
@@ -75,9 +77,10 @@ bool markDefaultRoutes(uint8_t family, std::vector<Link>& links) {
     return socket && socket->request(RTM_GETROUTE, NLM_F_DUMP, bytesOf(ask), take);
 }
 
-bool isBridged(const Link& link, const std::vector<Link>& all) {
+// Whether the interface is outside every bridge and holds the default route.
+bool isUplink(const Link& link, const std::vector<Link>& all) {
     const Link* const master = linkByIndex(all, link.master);
-    return master != nullptr && master->kind == "bridge";
+    return link.holdsDefaultRoute && (master == nullptr || master->kind != "bridge");
 }
 
 }  // namespace
@@ -142,10 +145,6 @@ bool takesPart(const Link& link, const std::vector<Link>& all) {
     return std::none_of(all.begin(), all.end(), [&link](const Link& port) {
         return port.kind == "dsa" && port.lower == link.index;
     });
-}
-
-bool isUplink(const Link& link, const std::vector<Link>& all) {
-    return link.holdsDefaultRoute && !isBridged(link, all);
 }
 
 uint32_t pwrStateOf(const Link& link) {

@@ -29,12 +29,9 @@ std::optional<std::vector<Link>> readLinks();
 
 // Whether the interface takes part in IEEE 1905.1 traffic. Ethernet and Wi-Fi interfaces do, except
 // loopbacks, bridges, tunnels and the like, members of a bond (the bond does instead), the conduit
-// of a switch (its ports do instead), those in EXCLUDE of platform.conf, and isUplink(). INCLUDE
-// admits interfaces of other kinds, and uplinks.
+// of a switch (its ports do instead), those in EXCLUDE of platform.conf, and those outside every
+// bridge that hold the default route. INCLUDE admits these and interfaces of other kinds.
 bool takesPart(const Link& link, const std::vector<Link>& all);
-
-// Whether the interface is outside every bridge and holds the default route.
-bool isUplink(const Link& link, const std::vector<Link>& all);
 
 // EXCLUDE_DEFAULT_ROUTE of the daemon, given by setExcludeDefaultRoute.
 bool excludesDefaultRoute();
