@@ -38,7 +38,7 @@ void answerFrom(ByteReader& reader) {
 std::optional<NetlinkSocket> NetlinkSocket::open(int, std::chrono::milliseconds) {
     return NetlinkSocket(nullptr);
 }
-std::optional<NetlinkSocket> NetlinkSocket::openEvents() {
+std::optional<NetlinkSocket> NetlinkSocket::openEvents(bool) {
     return NetlinkSocket(nullptr);
 }
 bool NetlinkSocket::request(int, int, std::span<const uint8_t>, const OnMessage& take) {

@@ -151,8 +151,8 @@ void keepEnvironment() {
     std::vector<std::string> kept;
     for (char** entry = environ; *entry != nullptr; entry++) {
         const std::string_view text(*entry);
-        if (text.starts_with("PATH=") || text.starts_with("TZ=") || text.starts_with("VM1905_")) {
-            kept.emplace_back(text);
+        for (const char* name : {"PATH=", "TZ=", "VM1905_", "NOTIFY_SOCKET=", "WATCHDOG_USEC="}) {
+            if (text.starts_with(name)) kept.emplace_back(text);
         }
     }
     clearenv();

@@ -1,12 +1,15 @@
 #include "netctrl/confinement.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <filesystem>
 
 #include "api.h"
 #include "base/claimed_name.h"
+#include "base/fd.h"
 #include "base/result.h"
+#include "base/service_manager.h"
 #include "common/conf.h"
 #include "common/helper.h"
 #include "common/log.h"
@@ -71,7 +74,15 @@ int prepareConfinement(uint32_t user, uint32_t group) {
 
 int restartDaemon() {
     const auto number = programNumber("restart");
-    return number && startProgram({.program = *number, .out = STDOUT_FILENO}) != 0 ? kOk : kFailure;
+    int ends[2];
+    if (!number || pipe2(ends, O_CLOEXEC) != 0) return kFailure;
+    const Fd reader(ends[0]);
+    Fd writer(ends[1]);
+    const Launch launch{.program = *number, .out = STDOUT_FILENO, .file = writer.get()};
+    if (startProgram(launch) == 0) return kFailure;
+    writer = Fd();
+    awaitNextDaemon(reader.get());
+    return kOk;
 }
 
 int runAdopt(const Arguments& /*args*/) {
@@ -80,7 +91,7 @@ int runAdopt(const Arguments& /*args*/) {
 }
 
 int runRestart(const Arguments& /*args*/) {
-    constexpr const char* kDaemon = "/usr/sbin/vm1905";
-    execl(kDaemon, kDaemon, "restart", nullptr);
+    (void)fcntl(kWorkFile, F_SETFD, FD_CLOEXEC);
+    becomeNextDaemon();
     return kFailure;
 }

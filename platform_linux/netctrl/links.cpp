@@ -38,7 +38,64 @@ Link linkOf(const LinkMessage& message) {
     return link;
 }
 
+using RouteMessage = NlMessage<rtmsg, RTA_MAX>;
+
+bool excludeDefaultRoute = false;
+
+// The interfaces of a default route; it may have several next hops.
+std::vector<int> outgoing(const RouteMessage& route) {
+    std::vector<int> indexes;
+    if (const auto index = route.u32(RTA_OIF)) indexes.push_back(static_cast<int>(*index));
+    nlattr* const hops = route.attr(RTA_MULTIPATH);
+    if (hops == nullptr) return indexes;
+    int left = nla_len(hops);
+    constexpr int kSmallest = sizeof(rtnexthop);
+    for (auto* hop = static_cast<rtnexthop*>(nla_data(hops));
+         left >= kSmallest && RTNH_OK(hop, left);
+         left -= RTNH_ALIGN(hop->rtnh_len), hop = RTNH_NEXT(hop)) {
+        indexes.push_back(hop->rtnh_ifindex);
+    }
+    return indexes;
+}
+
+bool isDefaultRoute(const RouteMessage& route) {
+    return route.ok() && route.header().rtm_dst_len == 0 &&
+           route.header().rtm_type == RTN_UNICAST && route.header().rtm_table == RT_TABLE_MAIN;
+}
+
+bool markDefaultRoutes(uint8_t family, std::vector<Link>& links) {
+    rtmsg ask{};
+    ask.rtm_family = family;
+    const auto take = [&links](nlmsghdr* message) {
+        const RouteMessage route(message);
+        if (!isDefaultRoute(route)) return;
+        for (const int index : outgoing(route)) {
+            for (Link& link : links) link.holdsDefaultRoute |= link.index == index;
+        }
+    };
+    auto socket = NetlinkSocket::open(NETLINK_ROUTE);
+    return socket && socket->request(RTM_GETROUTE, NLM_F_DUMP, bytesOf(ask), take);
+}
+
+// Whether the interface is outside every bridge and holds the default route.
+bool isUplink(const Link& link, const std::vector<Link>& all) {
+    const Link* const master = linkByIndex(all, link.master);
+    return link.holdsDefaultRoute && (master == nullptr || master->kind != "bridge");
+}
+
 }  // namespace
+
+void setExcludeDefaultRoute(int exclude) {
+    excludeDefaultRoute = exclude != 0;
+}
+
+bool excludesDefaultRoute() {
+    return excludeDefaultRoute;
+}
+
+bool isAboutDefaultRoute(nlmsghdr* message) {
+    return isDefaultRoute(RouteMessage(message));
+}
 
 std::optional<std::vector<Link>> readLinks() {
     struct {
@@ -60,6 +117,10 @@ std::optional<std::vector<Link>> readLinks() {
     if (!socket || !socket->request(RTM_GETLINK, NLM_F_DUMP, bytesOf(ask), take)) return {};
     std::sort(links.begin(), links.end(),
               [](const Link& a, const Link& b) { return a.index < b.index; });
+    if (excludeDefaultRoute &&
+        (!markDefaultRoutes(AF_INET, links) || !markDefaultRoutes(AF_INET6, links))) {
+        return {};
+    }
     return links;
 }
 
@@ -75,7 +136,9 @@ bool takesPart(const Link& link, const std::vector<Link>& all) {
         return false;
     }
     if (conf().matches("INCLUDE", link.name)) return true;
-    if (std::find(kKinds.begin(), kKinds.end(), link.kind) == kKinds.end()) return false;
+    if (std::find(kKinds.begin(), kKinds.end(), link.kind) == kKinds.end() || isUplink(link, all)) {
+        return false;
+    }
 
     const Link* master = linkByIndex(all, link.master);
     if (master != nullptr && (master->kind == "bond" || master->kind == "team")) return false;

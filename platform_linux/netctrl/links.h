@@ -1,6 +1,8 @@
 // The kernel's network interfaces, and which of them take part in IEEE 1905.1 traffic.
 #pragma once
 
+#include <linux/netlink.h>
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -19,6 +21,7 @@ struct Link {
     uint8_t operState = 0;  // IF_OPER_...
     int master = 0;         // index of the bridge, bond or other interface that owns it, else 0
     int lower = 0;          // index of the interface it is built on, else 0
+    bool holdsDefaultRoute = false;  // of the main table; only with EXCLUDE_DEFAULT_ROUTE
 };
 
 // All interfaces in the order of their index; none if the kernel does not answer in full.
@@ -26,9 +29,15 @@ std::optional<std::vector<Link>> readLinks();
 
 // Whether the interface takes part in IEEE 1905.1 traffic. Ethernet and Wi-Fi interfaces do, except
 // loopbacks, bridges, tunnels and the like, members of a bond (the bond does instead), the conduit
-// of a switch (its ports do instead) and those in EXCLUDE of platform.conf. INCLUDE admits
-// interfaces of other kinds.
+// of a switch (its ports do instead), those in EXCLUDE of platform.conf, and those outside every
+// bridge that hold the default route. INCLUDE admits these and interfaces of other kinds.
 bool takesPart(const Link& link, const std::vector<Link>& all);
+
+// EXCLUDE_DEFAULT_ROUTE of the daemon, given by setExcludeDefaultRoute.
+bool excludesDefaultRoute();
+
+// Whether this notification is about a default route.
+bool isAboutDefaultRoute(nlmsghdr* message);
 
 // nullptr if there is no such interface.
 const Link* linkByIndex(const std::vector<Link>& links, int index);

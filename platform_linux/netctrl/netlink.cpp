@@ -34,13 +34,16 @@ std::optional<NetlinkSocket> NetlinkSocket::open(int protocol, std::chrono::mill
     return socket;
 }
 
-std::optional<NetlinkSocket> NetlinkSocket::openEvents() {
+std::optional<NetlinkSocket> NetlinkSocket::openEvents(bool withRoutes) {
     std::optional<NetlinkSocket> socket = open(NETLINK_ROUTE);
     if (!socket) return std::nullopt;
     nl_sock* sock = socket->sock_.get();
     nl_socket_disable_seq_check(sock);
-    const int error = nl_socket_add_memberships(sock, RTNLGRP_LINK, RTNLGRP_NEIGH,
-                                                RTNLGRP_IPV4_IFADDR, RTNLGRP_IPV6_IFADDR, 0);
+    int error = nl_socket_add_memberships(sock, RTNLGRP_LINK, RTNLGRP_NEIGH, RTNLGRP_IPV4_IFADDR,
+                                          RTNLGRP_IPV6_IFADDR, 0);
+    if (withRoutes && error >= 0) {
+        error = nl_socket_add_memberships(sock, RTNLGRP_IPV4_ROUTE, RTNLGRP_IPV6_ROUTE, 0);
+    }
     if (error < 0 || nl_socket_set_nonblocking(sock) < 0) {
         LOG_LINE(1, "can't watch the network interfaces: %s", nl_geterror(error));
         return std::nullopt;

@@ -68,9 +68,9 @@ class NetlinkSocket {
     // A socket for requests of this protocol (NETLINK_...); none on failure.
     static std::optional<NetlinkSocket> open(
         int protocol, std::chrono::milliseconds limit = std::chrono::seconds(1));
-    // A non-blocking socket for notifications about links, neighbors and addresses; none on
-    // failure.
-    static std::optional<NetlinkSocket> openEvents();
+    // A non-blocking socket for notifications about links, neighbors, addresses and, if wanted,
+    // routes; none on failure.
+    static std::optional<NetlinkSocket> openEvents(bool withRoutes);
 
     // Sends a request, whose payload starts with a fixed header, and calls take() for each answer.
     // False on failure, including a table that changed during a dump.

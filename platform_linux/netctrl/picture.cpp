@@ -86,6 +86,21 @@ bool readNeighbors(uint8_t family, Picture& picture) {
     return socket->request(RTM_GETNEIGH, NLM_F_DUMP, bytesOf(ask), take);
 }
 
+// Each change of what EXCLUDE_DEFAULT_ROUTE excludes.
+void logUplinks(const Picture& previous, const Picture& now) {
+    const auto contains = [](const std::vector<std::string>& names, const std::string& name) {
+        return std::find(names.begin(), names.end(), name) != names.end();
+    };
+    for (const std::string& name : now.uplinks) {
+        if (contains(previous.uplinks, name)) continue;
+        LOG_LINE(1, "%s takes no part: it holds the default route", name.c_str());
+    }
+    for (const std::string& name : previous.uplinks) {
+        if (contains(now.uplinks, name) || now.byName(name) == nullptr) continue;
+        LOG_LINE(1, "%s takes part: it no longer holds the default route", name.c_str());
+    }
+}
+
 }  // namespace
 
 const Intf* Picture::byIndex(int index) const {
@@ -108,7 +123,12 @@ std::optional<Picture> takePicture(const Picture& previous) {
     for (const Link& link : *links) {
         if (!link.mac.isZero()) picture.ownMacs.push_back(link.mac);
         if (link.kind == "bridge") picture.bridges.push_back({link.index, link.mac});
-        if (!takesPart(link, *links)) continue;
+        if (!takesPart(link, *links)) {
+            Link other = link;
+            other.holdsDefaultRoute = false;
+            if (takesPart(other, *links)) picture.uplinks.push_back(link.name);
+            continue;
+        }
         if (picture.intfs.size() == kMaxIntfs) {
             LOG_LINE(2, "more than %zu interfaces; %s is ignored", kMaxIntfs, link.name.c_str());
             continue;
@@ -125,6 +145,7 @@ std::optional<Picture> takePicture(const Picture& previous) {
         picture.intfs.push_back(std::move(intf));
     }
     if (!takeNeighbors(picture)) return std::nullopt;
+    logUplinks(previous, picture);
     return picture;
 }
 

@@ -36,6 +36,8 @@ struct Picture {
     std::vector<Intf> intfs;       // in the order of their index
     std::vector<Bridge> bridges;   // likewise
     std::vector<MacAddr> ownMacs;  // of all interfaces of the device
+    // The interfaces that take no part only because they hold the default route.
+    std::vector<std::string> uplinks;
 
     const Intf* byIndex(int index) const;
     const Intf* byName(std::string_view name) const;

@@ -12,6 +12,7 @@
 #include "common/conf.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "netctrl/links.h"
 #include "netctrl/netlink.h"
 #include "netctrl/records.h"
 
@@ -51,6 +52,10 @@ void noteNotification(nlmsghdr* message) {
         case RTM_DELADDR:
             watch.addressesChanged = true;
             break;
+        case RTM_NEWROUTE:
+        case RTM_DELROUTE:
+            watch.linksChanged |= isAboutDefaultRoute(message);
+            break;
         default:
             break;
     }
@@ -64,7 +69,7 @@ bool listen() {
     }
     if (watch.events) return true;
     watch.linksChanged = watch.addressesChanged = true;
-    watch.events = NetlinkSocket::openEvents();
+    watch.events = NetlinkSocket::openEvents(excludesDefaultRoute());
     return watch.events.has_value();
 }
 
@@ -114,6 +119,7 @@ class Reporter {
         reportAdded();
         watch.reported.bridges = now_.bridges;
         watch.reported.ownMacs = now_.ownMacs;
+        watch.reported.uplinks = now_.uplinks;
         for (const Intf& intf : now_.intfs) {
             reportMac(intf);
             reportMedia(intf);
@@ -269,7 +275,7 @@ std::optional<Picture> takePresent() {
 
 bool openWatch() {
     closeWatch();
-    watch.events = NetlinkSocket::openEvents();
+    watch.events = NetlinkSocket::openEvents(excludesDefaultRoute());
     return watch.events && resetReported();
 }
 

@@ -59,7 +59,7 @@ std::vector<std::string> someEntries(int folder) {
 // Nobody can take it before we do.
 std::string randomName() {
     uint64_t number = 0;
-    (void)getrandom(&number, sizeof number, 0);
+    (void)!getrandom(&number, sizeof number, 0);
     return ".vm1905_" + std::to_string(number);
 }
 
@@ -75,7 +75,7 @@ class Removal {
         top_ = Fd(openat(parent_, name_, kFolderFlags));
         if (!top_) return errno;
         // So that its owner adds no further names; without the rights for it, nothing is removed.
-        (void)fchown(top_.get(), geteuid(), getegid());
+        (void)!fchown(top_.get(), geteuid(), getegid());
         (void)fchmod(top_.get(), 0700);
         const int error = empty(top_.get());
         if (error != 0) return error;

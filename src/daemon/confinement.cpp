@@ -4,18 +4,22 @@
 #include <grp.h>
 #include <linux/capability.h>
 #include <pwd.h>
+#include <signal.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include "base/claimed_name.h"
+#include "base/fd.h"
 #include "base/log.h"
 #include "base/result.h"
+#include "base/service_manager.h"
 #include "base/shell.h"
 #include "base/state.h"
 #include "daemon/control_files.h"
@@ -91,6 +95,23 @@ void limitBoundingSet(uint64_t kept) {
     for (int capability = 0; prctl(PR_CAPBSET_READ, capability, 0, 0, 0) >= 0; capability++) {
         if ((kept & bit(capability)) == 0) (void)prctl(PR_CAPBSET_DROP, capability, 0, 0, 0);
     }
+}
+
+// Not through the shell: the service manager must know the process before this one ends.
+int startAsMainProcess() {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) return kFailure;
+    const Fd reader(ends[0]);
+    Fd writer(ends[1]);
+    const pid_t child = fork();
+    if (child == 0) {
+        (void)signal(SIGPIPE, SIG_DFL);
+        becomeNextDaemon();
+        _exit(EXIT_FAILURE);
+    }
+    writer = Fd();
+    if (child > 0) awaitNextDaemon(reader.get());
+    return child > 0 ? kOk : kFailure;
 }
 
 }  // namespace
@@ -173,7 +194,10 @@ int closeConfinement() {
 }
 
 int startNextDaemon() {
-    if (getConfineOption() != true) return runShell("%s restart &", "/usr/sbin/vm1905");
+    if (getConfineOption() != true) {
+        return hasServiceManager() ? startAsMainProcess()
+                                   : runShell("%s restart &", "/usr/sbin/vm1905");
+    }
     if (restartDaemon() == kOk) return kOk;
     LOG_PUTS(1, "can't start the next daemon\r");
     return kFailure;

@@ -10,6 +10,7 @@
 #include "base/log.h"
 #include "base/public_file.h"
 #include "base/result.h"
+#include "base/service_manager.h"
 #include "base/state.h"
 #include "db/data_manager.h"
 #include "db/options.h"
@@ -73,7 +74,18 @@ int stop(const std::string& path) {
     return kOk;
 }
 
+// Whether this file has already led to the restart that started this daemon. A daemon without
+// rights cannot remove it.
+bool isLeftOver(const std::string& path) {
+    struct stat info {};
+    if (!hasServiceManager() || stat(path.c_str(), &info) != 0) return false;
+    const std::pair<time_t, long> touched{info.st_mtim.tv_sec, info.st_mtim.tv_nsec};
+    if (!module().hasLooked) module().leftOver = touched;
+    return touched == module().leftOver;
+}
+
 int restart(const std::string& path) {
+    if (isLeftOver(path)) return kOk;
     module().g_restart_flag = 1;
     return stop(path);
 }

@@ -4,8 +4,10 @@
 #include <unistd.h>
 
 #include <ctime>
+#include <optional>
 #include <set>
 #include <string>
+#include <utility>
 
 struct ControlFiles {
     std::string folder = "/tmp";
@@ -14,6 +16,8 @@ struct ControlFiles {
     bool hasLooked = false;  // a file that is found later was made while the daemon runs
     // The names of the files that are there, but are not obeyed.
     std::set<std::string> ignored{};
+    // When a vm1905_restart from before the start was last touched.
+    std::optional<std::pair<time_t, long>> leftOver{};
     // The time stamp of the folder when it last held no control file, zero if unknown. While it
     // stays the same there is nothing to look for, which would cost more than the rest of an idle
     // pass.

@@ -28,6 +28,9 @@
 #include "publish/data_model_files.h"
 #include "service/service_monitor.h"
 
+// The platform library may lack it.
+extern "C" decltype(setExcludeDefaultRoute) setExcludeDefaultRoute __attribute__((weak));
+
 namespace {
 
 // Opens closed standard streams. Otherwise a socket or a file of the daemon would get the number of
@@ -82,11 +85,23 @@ struct Init {
     const char* failure;
 };
 
+// An uplink that takes part although it must not would show the mesh to the provider.
+int initExclusion() {
+    if (!getExcludeDefaultRouteOption()) return kOk;
+    if (setExcludeDefaultRoute != nullptr) {
+        setExcludeDefaultRoute(1);
+        return kOk;
+    }
+    LOG_PUTS(1, "EXCLUDE_DEFAULT_ROUTE is set, but the platform library cannot exclude by route\r");
+    return kFailure;
+}
+
 constexpr Init kInits[] = {
     {initConfinement, "failed to initialize the confinement\r"},
     {claimNamesForUser, "failed to claim the names of files and segments\r"},
     {initMessageIntegrity, "failed to initialize the key of the mesh\r"},
     {giveUpRights, "failed to give up rights\r"},
+    {initExclusion, "failed to exclude the default route\r"},
     {initNetCtrl, "failed to initialize network controller\r"},
     {initDataManager, "failed to initialize data manager\r"},
     {initMessageMonitor, "failed to initialize message monitor\r"},

@@ -1,10 +1,15 @@
 #include "daemon/main_loop.h"
 
 #include <malloc.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string>
 
 #include "base/clock.h"
 #include "base/log.h"
 #include "base/result.h"
+#include "base/service_manager.h"
 #include "controller/alarm.h"
 #include "controller/announcements.h"
 #include "controller/controller_loop.h"
@@ -99,17 +104,23 @@ int runPass() {
 
 int runStateMachine() {
     if (startControllers() != kOk) return kFailure;
+    // A daemon that restarted itself is not the process that the service manager started.
+    notifyServiceManager("READY=1\nMAINPID=" + std::to_string(getpid()));
     return runMainLoop() == kOk ? kOk : kFailure;
 }
 
 int runMainLoop() {
+    const bool isWatched = secure_getenv("WATCHDOG_USEC") != nullptr;
     Seconds lastLook = 0, lastReturn = now();
     int result = kOk;
     while (result == kOk && getSysState() == kRunning) {
         // Only once a second, as often as an idle loop runs: looking costs more than handling a
         // frame.
         const Seconds time = now();
-        if (time != lastLook) (void)checkScriptCmd();
+        if (time != lastLook) {
+            (void)checkScriptCmd();
+            if (isWatched) notifyServiceManager("WATCHDOG=1");
+        }
         lastLook = time;
         if (time - lastReturn >= kMemoryPeriod) {
             giveBackMemory();

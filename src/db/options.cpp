@@ -179,6 +179,7 @@ constexpr Key kConfigKeys[] = {
     {"WEB_GROUP", "", storeWebGroup},
     {"CONFINE", "0", storeConfine},
     {"RUN_AS", "", storeText<&SysConfig::runAs>},
+    {"EXCLUDE_DEFAULT_ROUTE", "0", storeNumber<&SysConfig::excludeDefaultRoute>},
 };
 
 constexpr Key kVersionKeys[] = {
@@ -430,6 +431,10 @@ std::optional<bool> getConfineOption() {
 
 const char* getRunAsOption() {
     return config().runAs.c_str();
+}
+
+bool getExcludeDefaultRouteOption() {
+    return config().excludeDefaultRoute == 1;
 }
 
 bool getReadLldpOption() {

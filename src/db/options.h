@@ -46,6 +46,8 @@ int setLogIndexOption(uint8_t index);  // always kOk
 const OrdersFrom& getOrdersFromOption();
 // True if only control files of root and the daemon's user count (CONTROL_FILES_FROM).
 bool getControlFilesOfOwnerOption();
+// True if an interface that holds the default route takes no part (EXCLUDE_DEFAULT_ROUTE).
+bool getExcludeDefaultRouteOption();
 // True if LLDP frames of neighbors are read, which standard mode includes.
 bool getReadLldpOption();
 // True in standard mode (STANDARD_1905).

@@ -49,6 +49,7 @@ struct SysConfig {
     std::optional<gid_t> webGroup{};
     std::optional<bool> confine = false;  // empty: the file has neither 0 nor 1
     Text<64> runAs{};                     // a user; empty: the one that started the daemon
+    uint32_t excludeDefaultRoute = 0;
 };
 
 struct SysIdentity {

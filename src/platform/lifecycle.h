@@ -11,14 +11,19 @@ extern "C" {
 #endif
 
 /* Prepares the library. Only the identity functions (descriptions.h), outputlogData,
- * setNetCtrlDebugLevel and claimPlatformFiles may be called before. 0 on success, else the daemon
- * exits. */
+ * setNetCtrlDebugLevel, claimPlatformFiles and setExcludeDefaultRoute may be called before. 0 on
+ * success, else the daemon exits. */
 int initNetCtrl(void);
 
 /* Removes what other users have put under the names of the library's files, and makes them anew for
  * the user and group that the daemon will run as. Called once, before initNetCtrl. Optional: a
  * library may lack it. */
 void claimPlatformFiles(uint32_t user, uint32_t group);
+
+/* Not 0: an interface outside every bridge takes no part while it holds the default route
+ * (EXCLUDE_DEFAULT_ROUTE of vm1905.conf). Called before initNetCtrl, only if the key is set.
+ * Optional: with a library that lacks it, the daemon refuses to start if the key is set. */
+void setExcludeDefaultRoute(int exclude);
 
 /* Starts the library; the daemon's records and ports exist by now. 0 on success. */
 int startNetCtrl(void);

@@ -54,6 +54,21 @@ def test_a_new_interface_is_taken_in_and_a_removed_one_dropped(lab):
     assert lab.device("dev1")["daemons"] == [daemon], "without a restart"
 
 
+def test_an_interface_with_the_default_route_takes_no_part(lab):
+    lab.shell("dev1", "echo EXCLUDE_DEFAULT_ROUTE = 1 >> /etc/vm1905/vm1905.conf")
+    lab.restart("dev1")
+    lab.shell("dev1", f"""ip link add eth7 address {NEW} type veth peer name eth8 address {OLD}
+        ip link set eth7 up; ip link set eth8 up; ip address add 192.0.2.1/24 dev eth7""")
+    lab.until(lambda: {"eth7", "eth8"} <= set(own(lab, "dev1")), "the new ones are listed")
+    lab.shell("dev1", "ip route replace default via 192.0.2.2")
+    lab.until(lambda: "eth7" not in own(lab, "dev1"), "the uplink is gone")
+    assert "eth7 takes no part: it holds the default route" in lab.log("dev1")
+    lab.shell("dev1", "ip route del default")
+    lab.until(lambda: "eth7" in own(lab, "dev1"), "it is back")
+    lab.shell("dev1", "ip link del eth7")
+    lab.complete()
+
+
 def links(lab, device):
     """Whom each other device hears, and on which interface, as this device sees it."""
     return {mac: [(entry["LocalInterface"], entry["NeighborDeviceId"])

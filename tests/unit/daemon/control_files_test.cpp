@@ -1,10 +1,14 @@
 #include "daemon/control_files.h"
 
 #include <fcntl.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 
 #include <fstream>
 
+#include "base/fd.h"
+#include "base/service_manager.h"
 #include "base/state.h"
 #include "db/sys_ctrl.h"
 #include "support/device.h"
@@ -57,6 +61,27 @@ TEST_F(ControlFile, OfOthersAreIgnoredIfOnlyTheOwnersCount) {
         EXPECT_EQ(look(), "3 off") << "an own file";
         EXPECT_EQ(occurrences(log.text(), stop + " is left over"), start.empty() ? 0U : 1U);
     }
+}
+
+TEST_F(ControlFile, ThatRestartsCountsOnceUnderAServiceManager) {
+    const std::string restart = folder() + "/vm1905_restart";
+    std::ofstream(restart) << "";
+    sockaddr_un name{AF_UNIX, {}};
+    const int length = snprintf(name.sun_path, sizeof name.sun_path, "%s/notify", folder().c_str());
+    const Fd manager(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    ASSERT_EQ(bind(manager.get(), reinterpret_cast<sockaddr*>(&name), sizeof name), 0) << length;
+    setenv("NOTIFY_SOCKET", name.sun_path, 1);
+    for (int i = 0; i < 3; i++) EXPECT_EQ(look(), "3 on") << "it has led to this start";
+    const timespec earlier[2] = {};
+    ASSERT_EQ(utimensat(AT_FDCWD, restart.c_str(), earlier, 0), 0);
+    EXPECT_EQ(look(), "3 off") << "touched again";
+    notifyServiceManager("WATCHDOG=1");
+    unsetenv("NOTIFY_SOCKET");
+    notifyServiceManager("READY=1");
+    char text[32] = {};
+    EXPECT_EQ(recv(manager.get(), text, sizeof text, MSG_DONTWAIT), 10);
+    EXPECT_STREQ(text, "WATCHDOG=1");
+    EXPECT_EQ(recv(manager.get(), text, sizeof text, MSG_DONTWAIT), -1);
 }
 
 }  // namespace

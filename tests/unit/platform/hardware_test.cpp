@@ -14,7 +14,7 @@ TEST(Links, TakePartByTheirKind) {
     const ScratchFolder folder("EXCLUDE = eth7 tap1\nINCLUDE = tap*\n");
     // index, name, kind, Ethernet, MAC, flags, state, master, lower
     const MacAddr mac(2, 0, 0, 0, 0, 1);
-    const std::vector<Link> links = {
+    std::vector<Link> links = {
         {1, "eth0", "", true, mac, 0, 0, 0, 0},  // the conduit of lan1
         {2, "lan1", "dsa", true, mac, 0, 0, 8, 1},
         {3, "eth1", "", true, mac, 0, 0, 4, 0},
@@ -32,11 +32,18 @@ TEST(Links, TakePartByTheirKind) {
         {15, "mon0", "", false, mac, 0, 0, 0, 0},
         {16, "late0", "", true, {}, 0, 0, 0, 0},
     };
-    std::string participants;
-    for (const Link& link : links) {
-        if (takesPart(link, links)) participants += link.name + " ";
-    }
-    EXPECT_EQ(participants, "lan1 bond0 eth2 eth2.5 tap0 wlan0 ");
+    const auto participants = [&] {
+        std::string names;
+        for (const Link& link : links) {
+            if (takesPart(link, links)) names += link.name + " ";
+        }
+        return names;
+    };
+    EXPECT_EQ(participants(), "lan1 bond0 eth2 eth2.5 tap0 wlan0 ");
+    // Those in a bridge and those in INCLUDE stay.
+    for (Link& link : links) link.holdsDefaultRoute = true;
+    links[8].master = 0;
+    EXPECT_EQ(participants(), "lan1 bond0 eth2 eth2.5 tap0 ");
 }
 
 namespace {

@@ -58,6 +58,25 @@ NETWORK_TEST(Network, InterfacesComeAndGo) {
     EXPECT_EQ(daemon.after("link del uplink"), "removed uplink");
 }
 
+NETWORK_TEST(Network, InterfacesWithTheDefaultRouteLeave) {
+    const ScratchFolder folder("EXCLUDE = far-*\n");
+    cable("v0");
+    cable("v1");
+    ip("address add 192.0.2.1/24 dev v0; route add default via 192.0.2.2; link add br0 type "
+       "bridge");
+    setExcludeDefaultRoute(1);
+    Listener daemon;
+    EXPECT_EQ(alMac(), kV1);
+    EXPECT_EQ(daemon.after("route add 198.51.100.0/24 dev v1; route add default dev v1 table 7"),
+              "");
+    EXPECT_EQ(daemon.after("-6 route add default dev v1"), "removed v1");
+    EXPECT_EQ(daemon.after("route del default"), "added v0");
+    EXPECT_EQ(
+        daemon.after("route add default nexthop via 192.0.2.2 dev v0 nexthop via 192.0.2.3 dev v0"),
+        "removed v0");
+    EXPECT_EQ(daemon.after("link set v1 master br0"), "added v1, bridges");
+}
+
 NETWORK_TEST(Network, PowerAndStatusFollowTheLink) {
     const ScratchFolder folder("EXCLUDE = far-*\nMEDIA_TYPE.v1 = 0x0105\n");
     cable("v0");
