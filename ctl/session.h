@@ -53,7 +53,7 @@ class Session {
     Mac otherDeviceOrAll(const std::string& given);
     // How messages call it: by its name, else its MAC; "all devices" for the all-zero address.
     std::string called(const Mac& alMac);
-    // The name of an interface of a device, else its MAC; empty if intf is the AL MAC.
+    // The name of an interface of a device, else its MAC.
     std::string portOf(const Mac& alMac, const Mac& intf);
 
     // Says what the next call waits for, for the progress line.

@@ -54,6 +54,13 @@ int vm1905_get_mesh_key(vm1905_client*, vm1905_mesh_key* key) {
     *key = {};
     return VM1905_OK;
 }
+int vm1905_get_identity(vm1905_client*, vm1905_identity* identity) {
+    *identity = {};
+    return VM1905_OK;
+}
+int vm1905_get_dev_silence(vm1905_client*, uint8_t, vm1905_dev_silence*) {
+    return VM1905_EMPTY;
+}
 int vm1905_get_option(vm1905_client*, uint8_t, uint8_t* value) {
     *value = 1;
     return VM1905_OK;
@@ -119,10 +126,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     options.dataModel = path;
     Session session(options, "vm1905ctl");
     require(session.model().trouble.empty());
-    for (Report (*show)(Session&) : {showStatus, showInterfaces, showDevices, showLinks}) {
+    for (Report (*show)(Session&) : {showStatus, showInterfaces, showDevices}) {
         printAll(show(session));
     }
-    printAll(showTopology(session, "", true));
+    printAll(showLinks(session, ""));
+    for (const Drawing drawing : {Drawing::kTree, Drawing::kDot, Drawing::kMermaid}) {
+        printAll(showTopology(session, "", true, drawing));
+    }
     std::vector<std::string> names{"self"};
     for (const ModelDevice& device : model.devices) names.push_back(device.text("Hostname"));
     for (const std::string& name : names) {
