@@ -6,12 +6,12 @@
 #include <ctime>
 #include <fstream>
 #include <iterator>
-#include <map>
 #include <sstream>
 
 #include "cli.h"
 #include "completion.h"
 #include "failure.h"
+#include "support/played_daemon.h"
 #include "terminal.h"
 
 namespace {
@@ -20,128 +20,52 @@ Mac mac(int device, int port = 0xff) {
     return vm1905_mac{{2, 0, 0, 0, static_cast<uint8_t>(device), static_cast<uint8_t>(port)}};
 }
 
-struct Daemon {
-    vm1905_al al{mac(1), 0, 0, 0, 0};
-    std::vector<vm1905_log_entry> log{};
-    std::vector<vm1905_intf> intfs{};
-    std::vector<vm1905_dev> devs{};
-    std::vector<vm1905_dev_silence> silences{};
-    std::map<Mac, std::vector<vm1905_1905_nbrs>> nbrs{};
-} daemon_;
-
-template <typename List, typename Entry>
-int answer(const List& list, size_t index, Entry* entry) {
-    if (index >= list.size()) return VM1905_BAD_INDEX;
-    *entry = list[index];
-    return VM1905_OK;
-}
-
-}  // namespace
-
-int vm1905_open(vm1905_client** client) {
-    *client = nullptr;
-    return VM1905_OK;
-}
-int vm1905_get_al(vm1905_client*, vm1905_al* al) {
-    *al = daemon_.al;
-    return VM1905_OK;
-}
-int vm1905_get_topology(vm1905_client*, vm1905_topology* topology) {
-    *topology = {1, 1, 0, 0, 0};
-    return VM1905_OK;
-}
-int vm1905_get_mesh_key(vm1905_client*, vm1905_mesh_key* key) {
-    *key = {};
-    return VM1905_OK;
-}
-int vm1905_get_identity(vm1905_client*, vm1905_identity* identity) {
-    *identity = {"02:00:00:00:01:0a", "7.1"};
-    return VM1905_OK;
-}
-int vm1905_get_intf(vm1905_client*, uint8_t index, vm1905_intf* intf) {
-    return answer(daemon_.intfs, index, intf) == VM1905_OK ? VM1905_OK : VM1905_FAILED;
-}
-int vm1905_get_link_num(vm1905_client*, const vm1905_mac*, uint16_t, uint16_t*) {
-    return VM1905_FAILED;
-}
-int vm1905_get_dev(vm1905_client*, uint8_t index, vm1905_dev* dev) {
-    return answer(daemon_.devs, index, dev);
-}
-int vm1905_get_dev_silence(vm1905_client*, uint8_t index, vm1905_dev_silence* silence) {
-    return answer(daemon_.silences, index, silence);
-}
-int vm1905_get_dev_intf(vm1905_client*, const vm1905_mac* alMac, uint8_t index,
-                        vm1905_dev_intf* intf) {
-    *intf = {mac(Mac(*alMac).b[4], index), 1, 0, {}, 0};
-    return index < 2 ? VM1905_OK : VM1905_BAD_INDEX;
-}
-int vm1905_get_dev_1905_nbrs(vm1905_client*, const vm1905_mac* alMac, uint8_t index,
-                             vm1905_1905_nbrs* nbrs) {
-    return answer(daemon_.nbrs[*alMac], index, nbrs);
-}
-int vm1905_get_dev_non1905_nbrs(vm1905_client*, const vm1905_mac*, uint8_t, vm1905_non1905_nbrs*) {
-    return VM1905_EMPTY;
-}
-int vm1905_get_dev_tuple(vm1905_client*, const vm1905_mac*, uint8_t, vm1905_tuple*) {
-    return VM1905_EMPTY;
-}
-int vm1905_get_log_entry(vm1905_client*, uint8_t index, vm1905_log_entry* entry) {
-    return answer(daemon_.log, index, entry);
-}
-int vm1905_send_discovery(vm1905_client*) {
-    return VM1905_OK;
-}
-
-namespace {
-
 class Views : public testing::Test {
   protected:
     Views() {
         setenv("TZ", "UTC", 1);
-        daemon_ = {};
+        playedDaemon = {};
         publish(Json::object());
     }
     ~Views() override { std::remove(path_.c_str()); }
 
-    // A line of three devices: attic and cellar behind eth1 of this device, which is down.
-    void makeLine() {
-        publish({{"2", "attic"}, {"3", "the cellar of the house"}});
-        daemon_.intfs = {{mac(1), 0, 5, 1, 0}, {mac(1, 1), 5, 5, 1, 0}};
-        daemon_.al.intf_num = 2;
-        for (const int device : {2, 3}) {
-            daemon_.devs.push_back({mac(device), 0, 2, 0, 1, 0});
-            daemon_.silences.push_back({mac(device), 1, device == 2 ? 7U : 100U});
-        }
-        daemon_.nbrs[mac(2)] = {{mac(2, 0), 1, {{mac(1), 0}}}, {mac(2, 1), 1, {{mac(3), 1}}}};
-        daemon_.nbrs[mac(3)] = {{mac(3, 0), 1, {{mac(2), 0}}}};
-    }
-
-    // Writes the data model: devices 2 and 3 with the names that are given.
+    // Writes the data model of a line: this device and those with these names, from 2 on. Each
+    // hears the one before on lan0, which ends on eth1 or lan1 there, and the next one on lan1.
     void publish(const Json& names) {
+        const auto intf = [](const char* name, int device, int port) {
+            return Json{{"InterfaceName", name}, {"InterfaceId", mac(device, port).text()}};
+        };
         Json al{{"IEEE1905Id", mac(1).text()},
-                {"Interface.1", {{"InterfaceName", "eth0"}, {"InterfaceId", mac(1).text()}}},
-                {"Interface.2", {{"InterfaceName", "eth1"}, {"InterfaceId", mac(1, 1).text()}}},
+                {"Interface.1", intf("eth0", 1, 0xff)},
+                {"Interface.2", intf("eth1", 1, 1)},
                 {"NetworkTopology", Json::object()}};
         for (const auto& [device, name] : names.items()) {
             const int number = std::stoi(device);
-            al["NetworkTopology"]["IEEE1905Device." + device] = {
-                {"IEEE1905Id", mac(number).text()},
-                {"Hostname", name},
-                {"Interface.1",
-                 {{"InterfaceName", "lan0"}, {"InterfaceId", mac(number, 0).text()}}},
-                {"Interface.2",
-                 {{"InterfaceName", "lan1"}, {"InterfaceId", mac(number, 1).text()}}},
-                // The first one is heard by this device.
-                {"IEEE1905Neighbor.1",
-                 {{"LocalInterface", "Interface.1"},
-                  {"NeighborDeviceId", mac(number - 1).text()},
-                  {"NeighborInterfaceId", mac(number - 1, 1).text()}}}};
+            Json& out = al["NetworkTopology"]["IEEE1905Device." + device];
+            out = {{"IEEE1905Id", mac(number).text()},
+                   {"Hostname", name},
+                   {"Interface.1", intf("lan0", number, 0)},
+                   {"Interface.2", intf("lan1", number, 1)}};
+            for (const int step : {-1, 1}) {
+                if (step > 0 && !names.contains(std::to_string(number + 1))) continue;
+                out[step < 0 ? "IEEE1905Neighbor.1" : "IEEE1905Neighbor.2"] = {
+                    {"LocalInterface", step < 0 ? "Interface.1" : "Interface.2"},
+                    {"NeighborDeviceId", mac(number + step).text()},
+                    {"NeighborInterfaceId", mac(number + step, step < 0 ? 1 : 0).text()}};
+            }
         }
         std::ofstream(path_) << Json{{"Device", {{"X_5E1F09_IEEE1905", {{"AL", al}}}}}};
+        model_ = readDataModel(path_);
+        playedDaemon.known = &model_;
+    }
+    void makeLine() {
+        publish({{"2", "attic"}, {"3", "the cellar of the house"}});
+        playedDaemon.downIntf = mac(1, 1);
+        playedDaemon.silence = {7, 100};
     }
     static void log(uint32_t time, bool isLost, int neighbor, bool isHost = false,
                     const Mac& port = mac(1), int reporter = 1) {
-        daemon_.log.push_back(
+        playedDaemon.log.push_back(
             {time, isLost, mac(reporter), port, static_cast<uint8_t>(isHost), mac(neighbor)});
     }
 
@@ -176,6 +100,7 @@ class Views : public testing::Test {
         return out;
     }
 
+    DataModel model_;
     const std::string path_ = testing::TempDir() + "views_test.json";
 };
 
@@ -220,7 +145,7 @@ TEST_F(Views, FollowPrintsEachChangeOnceWithTheNameItHad) {
     const std::string line = "1970-01-01 00:00:01 new attic device me eth0\n";
     EXPECT_EQ(bare(news()), "TIME EVENT NEIGHBOR KIND SEEN BY ON\n" + line + line);
     EXPECT_EQ(news(), "");
-    daemon_.log[0] = {2, 1, mac(1), mac(1), 0, mac(2)};  // in place of the oldest
+    playedDaemon.log[0] = {2, 1, mac(1), mac(1), 0, mac(2)};  // in place of the oldest
     publish(Json::object());
     EXPECT_EQ(bare(news()), "1970-01-01 00:00:02 lost attic device me -\n");
     // A device that has just come has not told its name yet; what follows it has to wait, too.
@@ -282,7 +207,7 @@ TEST_F(Views, DrawGraphs) {
 
 TEST_F(Views, DiscoverFailsIfTheDaemonHasNoPort) {
     EXPECT_EQ(shown("discover"), "done: discover\n");
-    daemon_.al.no_port = 1;
+    playedDaemon.hasNoPort = true;
     EXPECT_NE(shown("discover").find("no port open"), std::string::npos);
 }
 
