@@ -135,7 +135,7 @@ class Follower {
     }
 
   private:
-    static constexpr std::time_t kNameWait = 5;  // seconds until a new device has told its name
+    static constexpr std::time_t kNameWait = 5;  // seconds for a new device to report its name
 
     using Key = std::tuple<uint32_t, uint8_t, Mac, Mac, uint8_t, Mac>;
     static Key keyOf(const vm1905_log_entry& e) {

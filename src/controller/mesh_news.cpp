@@ -155,13 +155,16 @@ void notePlaces(Seconds time) {
 }
 
 void logDepartures(Seconds time) {
-    std::erase_if(news().devices, [time](const auto& entry) {
-        if (entry.second.seen == time) return false;
-        if (entry.second.hasJoined) {
-            LOG(2, "%s has left\r\n", deviceText(entry.first, entry.second).c_str());
+    auto& devices = news().devices;
+    for (auto it = devices.begin(); it != devices.end();) {
+        const auto& [alMac, known] = *it;
+        if (known.seen == time) {
+            ++it;
+            continue;
         }
-        return true;
-    });
+        if (known.hasJoined) LOG(2, "%s has left\r\n", deviceText(alMac, known).c_str());
+        it = devices.erase(it);
+    }
 }
 
 }  // namespace

@@ -148,7 +148,7 @@ TEST_F(Views, FollowPrintsEachChangeOnceWithTheNameItHad) {
     playedDaemon.log[0] = {2, 1, mac(1), mac(1), 0, mac(2)};  // in place of the oldest
     publish(Json::object());
     EXPECT_EQ(bare(news()), "1970-01-01 00:00:02 lost attic device me -\n");
-    // A device that has just come has not told its name yet; what follows it has to wait, too.
+    // A device that has just come has not reported its name yet; what follows it waits, too.
     log(static_cast<uint32_t>(std::time(nullptr)), false, 3);
     log(static_cast<uint32_t>(std::time(nullptr)), false, 8, true);
     EXPECT_EQ(news(), "");
