@@ -52,6 +52,10 @@ void decodeResults(Answer& answer, vm1905_pwr_results& out) {
 
 extern "C" {
 
+int vm1905_ping(vm1905_client* client, const vm1905_mac* target) {
+    return sendTo(client, target, kServPing);
+}
+
 int vm1905_reboot(vm1905_client* client, const vm1905_mac* target) {
     return sendTo(client, target, kServReboot);
 }

@@ -56,6 +56,15 @@ int vm1905_get_mesh_key(vm1905_client* client, vm1905_mesh_key* key) {
                         });
 }
 
+int vm1905_get_identity(vm1905_client* client, vm1905_identity* identity) {
+    return askForRecord(
+        client, Request(kServGetOwnDev), identity, [](Answer& answer, vm1905_identity& out) {
+            out = {};
+            answer.bytes(resp::kAlLanMac.at, out.lan_mac, resp::kAlLanMac.width);
+            answer.bytes(resp::kAlFirmware.at, out.firmware, resp::kAlFirmware.width);
+        });
+}
+
 int vm1905_get_intf(vm1905_client* client, uint8_t index, vm1905_intf* intf) {
     return askForRecord(client, byIndex(kServGetIntf, index), intf,
                         [](Answer& answer, vm1905_intf& out) {
@@ -182,6 +191,16 @@ int vm1905_get_dev_key(vm1905_client* client, uint8_t index, vm1905_dev_key* key
                         [](Answer& answer, vm1905_dev_key& out) {
                             answer.mac(resp::kDevAlMac, out.al_mac);
                             answer.number(resp::kDevMeshKey, out.state);
+                        });
+}
+
+int vm1905_get_dev_silence(vm1905_client* client, uint8_t index, vm1905_dev_silence* silence) {
+    return askForRecord(client, byIndex(kServGetDev, index), silence,
+                        [](Answer& answer, vm1905_dev_silence& out) {
+                            answer.mac(resp::kDevAlMac, out.al_mac);
+                            answer.number(resp::kDevSilence, out.seconds);
+                            out.is_known = out.seconds != 0;
+                            if (out.is_known) out.seconds--;
                         });
 }
 

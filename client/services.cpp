@@ -17,7 +17,7 @@ constexpr uint16_t kReads[] = {kServGetOwnDev,         kServGetIntf,        kSer
 constexpr uint16_t kForNeighbors[] = {
     kServReboot,         kServIntfPwrCtrl,  kServWpsCtrl,         kServAPSteering, kServFWCtrl,
     kServResetToDefault, kServSendCommand,  kServLEDCtrl,         kServSendBcnRpt, kServGetBcnRpt,
-    kServSendBTM,        kServAddBlacklist, kServRemoveBlacklist, kServSystemCtrl};
+    kServSendBTM,        kServAddBlacklist, kServRemoveBlacklist, kServSystemCtrl, kServPing};
 constexpr uint16_t kToOneOrAll[] = {kServLEDCtrl, kServSystemCtrl};
 
 }  // namespace

@@ -212,6 +212,14 @@ typedef struct vm1905_mesh_key {
 /* Reads whether orders need the key of the mesh. Codes: VM1905_NO_TABLE. (0) */
 VM1905_API int vm1905_get_mesh_key(vm1905_client* client, vm1905_mesh_key* key);
 
+typedef struct vm1905_identity {
+    char lan_mac[19]; /* both as zero-terminated texts, empty if unknown */
+    char firmware[129];
+} vm1905_identity;
+
+/* Reads what this device reports of itself to others. Codes: VM1905_NO_TABLE. (0) */
+VM1905_API int vm1905_get_identity(vm1905_client* client, vm1905_identity* identity);
+
 /* Reads an own interface. The only code is VM1905_FAILED, which also marks the end of the table.
  * Takes about 20 ms. (2) */
 VM1905_API int vm1905_get_intf(vm1905_client* client, uint8_t index, vm1905_intf* intf);
@@ -361,6 +369,17 @@ typedef struct vm1905_dev_key {
  * Codes: VM1905_NO_TABLE, VM1905_BAD_INDEX, VM1905_EMPTY. (34) */
 VM1905_API int vm1905_get_dev_key(vm1905_client* client, uint8_t index, vm1905_dev_key* key);
 
+typedef struct vm1905_dev_silence {
+    vm1905_mac al_mac;
+    uint8_t is_known; /* 0 if it is not heard itself, or by a daemon that does not say */
+    uint32_t seconds; /* since its last topology discovery; devices send one each minute */
+} vm1905_dev_silence;
+
+/* Reads when another device was last heard.
+ * Codes: VM1905_NO_TABLE, VM1905_BAD_INDEX, VM1905_EMPTY. (34) */
+VM1905_API int vm1905_get_dev_silence(vm1905_client* client, uint8_t index,
+                                      vm1905_dev_silence* silence);
+
 /* Read one interface, the neighbors on one interface, or one bridge of the device with this AL MAC.
  * Codes: VM1905_NO_TABLE, VM1905_BAD_INDEX, VM1905_EMPTY, VM1905_NO_DEVICE. (36, 38, 40, 42) */
 VM1905_API int vm1905_get_dev_intf(vm1905_client* client, const vm1905_mac* al_mac, uint8_t index,
@@ -393,6 +412,9 @@ VM1905_API int vm1905_send_raw(vm1905_client* client, uint16_t type, const vm190
 
 /* target is the neighbor's AL MAC. All of these return VM1905_NO_NEIGHBOR, VM1905_NO_TOPOLOGY, the
  * code that the neighbor answers, or VM1905_TIMEOUT if it does not answer. */
+
+/* Sends a topology query to the neighbor and returns when its response has arrived. (218) */
+VM1905_API int vm1905_ping(vm1905_client* client, const vm1905_mac* target);
 
 /* Reboots the neighbor. (134) */
 VM1905_API int vm1905_reboot(vm1905_client* client, const vm1905_mac* target);

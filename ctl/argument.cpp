@@ -1,5 +1,7 @@
 #include "argument.h"
 
+#include <strings.h>
+
 #include <algorithm>
 #include <charconv>
 
@@ -19,6 +21,17 @@ CLI::Option* take(CLI::Option* option, std::function<void(std::string&)> convert
 
 std::string given(const std::string& text) {
     return text.empty() ? "an empty text" : text;
+}
+
+Words::const_iterator find(const Words& words, const std::string& text) {
+    return std::ranges::find_if(
+        words, [&](const auto& word) { return strcasecmp(word.first.c_str(), text.c_str()) == 0; });
+}
+
+std::string listOf(const Words& words) {
+    std::string list;
+    for (const auto& [word, number] : words) list += (list.empty() ? "" : ", ") + word;
+    return list;
 }
 
 std::string shown(double number) {
@@ -42,11 +55,20 @@ int64_t numberArgument(const std::string& text, int64_t min, int64_t max, const 
 }
 
 int wordArgument(const std::string& text, const Words& words, const std::string& what) {
-    const auto found = std::ranges::find(words, text, &Words::value_type::first);
+    const auto found = find(words, text);
     if (found != words.end()) return found->second;
-    std::string list;
-    for (const auto& [word, number] : words) list += (list.empty() ? "" : ", ") + word;
-    throw Failure{kUsage, what + ": " + given(text) + " is not one of " + list};
+    throw Failure{kUsage, what + ": " + given(text) + " is not one of " + listOf(words)};
+}
+
+int wordOrNumber(const std::string& text, const Words& words, int64_t min, int64_t max,
+                 const std::string& what) {
+    const auto found = find(words, text);
+    if (found != words.end()) return found->second;
+    try {
+        return static_cast<int>(numberArgument(text, min, max, what));
+    } catch (const Failure& failure) {
+        throw Failure{kUsage, failure.text, "or one of " + listOf(words)};
+    }
 }
 
 const std::string& textArgument(const std::string& text, size_t max, const std::string& what) {

@@ -14,7 +14,11 @@ using Words = std::vector<std::pair<std::string, int>>;
 
 // A decimal number, or a hexadecimal one after 0x.
 int64_t numberArgument(const std::string& text, int64_t min, int64_t max, const std::string& what);
+// One of the words, in any case.
 int wordArgument(const std::string& text, const Words& words, const std::string& what);
+// The same, or a number.
+int wordOrNumber(const std::string& text, const Words& words, int64_t min, int64_t max,
+                 const std::string& what);
 // The text itself, if it has no more than max bytes.
 const std::string& textArgument(const std::string& text, size_t max, const std::string& what);
 Mac macArgument(const std::string& text, const std::string& what);

@@ -113,6 +113,12 @@ void addInterval(CLI::App& command, Choice& choice) {
         ->type_name("SECONDS");
 }
 
+Report readSelected(const Choice& choice, Session& session) {
+    Report report = choice.isFollow ? choice.follow(session) : choice.read(session);
+    select(report, choice.selection);
+    return report;
+}
+
 std::unique_ptr<CLI::App> makeCommandLine(Choice& choice) {
     auto app = std::make_unique<CLI::App>("Shows and manages an IEEE 1905.1 mesh.", "vm1905ctl");
     app->require_subcommand(1);
@@ -135,7 +141,7 @@ std::unique_ptr<CLI::App> makeCommandLine(Choice& choice) {
             if (command->get_group() == "Subcommands") command->group(name);
         }
     };
-    group("Reading");
+    group(kReadingGroup);
     addLocalCommands(*app, choice);
     group("This device");
     addDeviceCommands(*app, choice);

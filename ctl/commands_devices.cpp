@@ -1,5 +1,7 @@
 // The commands that give orders to other devices.
 #include <algorithm>
+#include <chrono>
+#include <cstdio>
 
 #include "commands.h"
 #include "failure.h"
@@ -24,6 +26,38 @@ Report reboot(Session& session, const Target& target) {
     const Mac mac = knownDevice(session, target.device);
     confirm(session, "reboot " + session.called(mac) + "?");
     return giveOrder(session, kServReboot, mac, vm1905_reboot);
+}
+
+struct RoundTrip {
+    std::string called;
+    Mac mac;
+    double milliseconds = 0;
+};
+
+constexpr Column<RoundTrip> kRoundTrip[] = {
+    {"text", "",
+     [](const RoundTrip& r) {
+         char time[32];
+         std::snprintf(time, sizeof time, "%.1f ms", r.milliseconds);
+         return Json(r.called + " has answered in " + time);
+     }},
+    {"device", "", [](const RoundTrip& r) { return Json(r.mac.text()); }, Unit::kNone, kHidden},
+    {"milliseconds", "", [](const RoundTrip& r) { return Json(r.milliseconds); }, Unit::kNone,
+     kHidden},
+};
+
+Report ping(Session& session, const Target& target) {
+    using Clock = std::chrono::steady_clock;
+    RoundTrip trip;
+    trip.mac = session.otherDevice(target.device);
+    trip.called = session.called(trip.mac);
+    carryOut(session, kServPing, trip.mac, [&](auto* client, auto* mac) {
+        const auto begin = Clock::now();
+        const int result = vm1905_ping(client, mac);
+        trip.milliseconds = std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
+        return result;
+    });
+    return {{recordOf("", "", kRoundTrip, trip)}};
 }
 
 Report reset(Session& session, const Target& target) {
@@ -138,10 +172,21 @@ Report systemControl(Session& session, const Numbered& order) {
         [&](auto* client, auto* mac) { return vm1905_system_ctrl(client, mac, order.value); });
 }
 
-Report wpsControl(Session& session, const Numbered& order) {
+const Words kWpsActions{{"autoconfig", 1}, {"search", 2}, {"response", 4}};
+
+struct WpsControl {
+    std::string device;
+    std::vector<std::string> actions;
+};
+
+Report wpsControl(Session& session, const WpsControl& order) {
+    int bits = 0;
+    for (const std::string& action : order.actions) {
+        bits |= wordOrNumber(action, kWpsActions, 0, 255, "OPTION");
+    }
     return giveOrder(session, kServWpsCtrl, session.otherDevice(order.device),
                      [&](auto* client, auto* mac) {
-                         return vm1905_wps_ctrl(client, mac, static_cast<uint8_t>(order.value));
+                         return vm1905_wps_ctrl(client, mac, static_cast<uint8_t>(bits));
                      });
 }
 
@@ -441,6 +486,11 @@ void addSentOrders(CLI::App& app, Choice& choice) {
 }  // namespace
 
 void addDeviceCommands(CLI::App& app, Choice& choice) {
+    {
+        const auto [command, target] = addCommand<Target>(
+            app, choice, "ping", "how long a device takes to answer a topology query", ping);
+        addDevice(*command, target->device);
+    }
     for (const auto& [name, text, act] :
          {std::tuple{"reboot", "reboot a device; asks first", &reboot},
           std::tuple{"reset", "reset a device to its factory settings; asks first", &reset}}) {
@@ -492,10 +542,14 @@ void addDeviceCommands(CLI::App& app, Choice& choice) {
     addSentOrders(app, choice);
     CLI::App* const wps = app.get_subcommand("wps");
     const auto [control, order] =
-        addCommand<Numbered>(*wps, choice, "control", "WPS control of a device", wpsControl);
+        addCommand<WpsControl>(*wps, choice, "control", "WPS control of a device", wpsControl);
     addDevice(*control, order->device);
-    addNumber(*control, order->value, "OPTION",
-              "bits: 1 AP auto-configuration, 2 send search, 4 send response", 255);
+    const auto* const actions =
+        control->add_option("OPTION", order->actions, "autoconfig, search, response, with commas")
+            ->required()
+            ->delimiter(',')
+            ->type_name("OPTION");
+    for (const auto& [word, bit] : kWpsActions) choice.words[actions].push_back(word);
     CLI::App* const sync = app.get_subcommand("wifi-sync");
     for (const auto& [name, text, act] :
          {std::tuple{"search", "ask a Registrar for its Wi-Fi state", &wifiSearch},

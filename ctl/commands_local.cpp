@@ -27,6 +27,15 @@ Report plain(Session& session, const Nothing&) {
     return doHere(session, "", Call);
 }
 
+// A daemon without a port answers that it has sent what nobody can hear.
+Report discover(Session& session, const Nothing&) {
+    if (session.ownRecord().no_port != 0) {
+        throw Failure{kRefused, "discover: the daemon has no port open, so no device can hear it",
+                      "its log says why; to open the ports again: vm1905ctl reopen-ports"};
+    }
+    return plain<vm1905_send_discovery>(session, {});
+}
+
 // ---- set
 
 struct Setting {
@@ -44,7 +53,7 @@ struct Argument {
     const char* name;  // nullptr if the item takes no more
     int64_t min = INT32_MIN, max = INT32_MAX;
     bool isText = false;
-    const Words* words = nullptr;  // the texts that are allowed; nullptr for any
+    const Words* words = nullptr;  // for numbers; the only values if max is below min
 };
 
 struct Item {
@@ -54,8 +63,17 @@ struct Item {
     bool isStored = false;  // as for doHere
 };
 
-constexpr Argument kFlag{"0|1", 0, 1};
-const Words kBandTexts{{"All", 0}, {"0", 0}, {"1", 0}, {"3", 0}, {"32", 0}, {"33", 0}};
+const Words kYesNo{{"no", 0}, {"yes", 1}};
+const Words kRoles{{"Registrar", 0}, {"Enrollee", 1}};
+constexpr int kAllBands = -1;
+const Words kBandsOrAll{{"all", kAllBands}, {"main24", 0},  {"main5", 1}, {"main6", 3},
+                        {"guest24", 32},    {"guest5", 33}, {"0", 0},     {"1", 1},
+                        {"3", 3},           {"32", 32},     {"33", 33}};
+constexpr Argument kFlag{"yes|no", 0, 1, false, &kYesNo};
+constexpr Argument kRole{"Registrar|Enrollee", 0, 1, false, &kRoles};
+// Any number, though only two have a meaning.
+constexpr Argument kSearch{"SEARCH", INT32_MIN, INT32_MAX, false, &kYesNo};
+constexpr Argument kResponse{"RESPONSE", INT32_MIN, INT32_MAX, false, &kYesNo};
 
 template <uint8_t Option>
 int setOption(vm1905_client* client, const Values& v) {
@@ -77,14 +95,16 @@ constexpr Item kItems[] = {
          return vm1905_set_approve(client, v.numbers[0]);
      }},
     {"wps",
-     {{{"TYPE", 0, 1}, {"SEARCH"}, {"RESPONSE"}}},
+     {{kRole, kSearch, kResponse}},
      [](vm1905_client* client, const Values& v) {
          return vm1905_set_wps(client, v.numbers[0], v.numbers[1], v.numbers[2]);
      }},
     {"wps-band",
-     {{{"All|0|1|3|32|33", 0, 16, true, &kBandTexts}, {"SEARCH"}, {"RESPONSE"}}},
+     {{{"BAND", 0, -1, false, &kBandsOrAll}, kSearch, kResponse}},
      [](vm1905_client* client, const Values& v) {
-         return vm1905_set_wps_by_band(client, v.texts[0].c_str(), v.numbers[1], v.numbers[2]);
+         const int band = v.numbers[0];
+         const std::string text = band == kAllBands ? "All" : std::to_string(band);
+         return vm1905_set_wps_by_band(client, text.c_str(), v.numbers[1], v.numbers[2]);
      }},
     {"wps-timeout",
      {{{"SECONDS", 0}}},
@@ -92,7 +112,7 @@ constexpr Item kItems[] = {
          return vm1905_set_wps_timeout(client, v.numbers[0]);
      }},
     {"wifi-reload",
-     {{{"TYPE"}, kFlag}},
+     {{{"Registrar|Enrollee", INT32_MIN, INT32_MAX, false, &kRoles}, kFlag}},
      [](vm1905_client* client, const Values& v) {
          return vm1905_set_wifi_reload(client, v.numbers[0], v.numbers[1]);
      }},
@@ -138,7 +158,10 @@ Values valuesOf(const Item& item, const std::vector<std::string>& given) {
         const auto& [name, min, max, isText, words] = item.arguments[i];
         if (isText) {
             values.texts[i] = textArgument(given[i], static_cast<size_t>(max), name);
-            if (words != nullptr) values.numbers[i] = wordArgument(given[i], *words, item.name);
+        } else if (words != nullptr && max < min) {
+            values.numbers[i] = wordArgument(given[i], *words, item.name);
+        } else if (words != nullptr) {
+            values.numbers[i] = wordOrNumber(given[i], *words, min, max, item.name);
         } else {
             values.numbers[i] = static_cast<int>(numberArgument(given[i], min, max, item.name));
         }
@@ -170,7 +193,10 @@ Report ofBand(Session& session, const Number& band) {
     });
 }
 
-const Words kLevels{{"0", 0}, {"1", 1}, {"2", 2}, {"3", 3}, {"4", 4}, {"5", 5}, {"tables", 6}};
+const Words kLevels{{"critical", 0},  {"errors", 1},  {"warnings", 2}, {"information", 3},
+                    {"debugging", 4}, {"verbose", 5}, {"tables", 6},   {"0", 0},
+                    {"1", 1},         {"2", 2},       {"3", 3},        {"4", 4},
+                    {"5", 5}};
 
 Report debugLevel(Session& session, const Number& level) {
     return doHere(session, wordFor(kLevels, level.value), [&](vm1905_client* client) {
@@ -266,14 +292,16 @@ void addLocalCommands(CLI::App& app, Choice& choice) {
                         plain<vm1905_push_button>);
     addCommand<Nothing>(wps, choice, "get", "does nothing", plain<vm1905_get_wps>);
     addCommand<Nothing>(app, choice, "discover", "send a topology and a vendor discovery now",
-                        plain<vm1905_send_discovery>);
+                        discover);
     addCommand<Nothing>(app, choice, "reopen-ports", "close and reopen all ports of the daemon",
                         plain<vm1905_reopen_ports>);
     {
         const auto [command, level] = addCommand<Number>(
             app, choice, "debug-level", "set how much the daemon logs", debugLevel);
         addWord(*command, choice, "LEVEL", level->value,
-                "0 to 5; tables: print ports and topology once", kLevels)
+                "0 critical, 1 errors, 2 warnings and news, 3 information, 4 debugging, 5 verbose; "
+                "tables: print ports and topology once",
+                kLevels)
             ->required()
             ->type_name("LEVEL");
     }

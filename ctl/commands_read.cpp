@@ -13,12 +13,32 @@ CLI::App* addRead(CLI::App& app, Choice& choice, const char* name, const char* t
     return command;
 }
 
+// Adds the options of a command that shows a list.
+CLI::App* addSelection(CLI::App* command, Choice& choice) {
+    Selection& selection = choice.selection;
+    command
+        ->add_option("--columns", selection.columns,
+                     "show these columns: keys of --json, with commas")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->type_name("KEYS");
+    command
+        ->add_option("--filter", selection.filters,
+                     "only rows with KEY=VALUE, KEY!=VALUE, KEY<VALUE or KEY>VALUE; repeatable")
+        ->allow_extra_args(false)
+        ->type_name("CONDITION");
+    command->add_option("--sort", selection.sort, "sort by this column; -KEY: the other way round")
+        ->type_name("KEY");
+    return command;
+}
+
 }  // namespace
 
 void addReadCommands(CLI::App& app, Choice& choice) {
     addRead(app, choice, "status", "this device and its daemon", showStatus);
-    addRead(app, choice, "interfaces", "interfaces of this device", showInterfaces);
-    addRead(app, choice, "devices", "all devices of the mesh", showDevices);
+    addSelection(addRead(app, choice, "interfaces", "interfaces of this device", showInterfaces),
+                 choice);
+    addSelection(addRead(app, choice, "devices", "all devices of the mesh", showDevices), choice);
     {
         auto device = std::make_shared<std::string>();
         CLI::App* const command =
@@ -31,22 +51,44 @@ void addReadCommands(CLI::App& app, Choice& choice) {
         });
     }
     {
-        auto root = std::make_shared<std::string>();
-        auto withHosts = std::make_shared<bool>(false);
+        struct Tree {
+            std::string root;
+            bool withHosts = false, isDot = false, isMermaid = false;
+        };
+        auto tree = std::make_shared<Tree>();
         CLI::App* const command =
             app.add_subcommand("topology", "the mesh as a tree")->fallthrough();
-        command->add_option("--root", *root, "the device at the top (default: this one)")
+        command->add_option("--root", tree->root, "the device at the top (default: this one)")
             ->type_name(kDeviceArgument);
-        command->add_flag("--hosts", *withHosts,
+        command->add_flag("--hosts", tree->withHosts,
                           "include hosts and stations that are not IEEE 1905.1 devices");
-        command->callback([&choice, root, withHosts] {
-            choice.read = [root, withHosts](Session& session) {
-                return showTopology(session, *root, *withHosts);
+        CLI::Option* const dot =
+            command->add_flag("--dot", tree->isDot, "draw it in the language of Graphviz");
+        command->add_flag("--mermaid", tree->isMermaid, "draw it in the language of Mermaid")
+            ->excludes(dot);
+        addSelection(command, choice);
+        command->callback([&choice, tree] {
+            choice.read = [tree](Session& session) {
+                return showTopology(session, tree->root, tree->withHosts,
+                                    tree->isDot       ? Drawing::kDot
+                                    : tree->isMermaid ? Drawing::kMermaid
+                                                      : Drawing::kTree);
             };
         });
     }
-    addRead(app, choice, "links",
-            "which device hears which neighbor on which interface, and how well", showLinks);
+    {
+        auto device = std::make_shared<std::string>();
+        CLI::App* const command =
+            app.add_subcommand("links",
+                               "which device hears which neighbor on which interface, and how well")
+                ->fallthrough();
+        command->add_option("DEVICE", *device, "whose links (default: of all)")
+            ->type_name(kDeviceOrSelfArgument);
+        addSelection(command, choice);
+        command->callback([&choice, device] {
+            choice.read = [device](Session& session) { return showLinks(session, *device); };
+        });
+    }
     {
         auto withSecrets = std::make_shared<bool>(false);
         CLI::App* const command =
@@ -60,9 +102,20 @@ void addReadCommands(CLI::App& app, Choice& choice) {
             };
         });
     }
-    addRead(app, choice, "stations", "Wi-Fi stations of all devices", showStations);
-    addRead(app, choice, "changes", "neighbors that came or went", showChanges);
-    addRead(app, choice, "forwarding-rules", "forwarding rules", showForwardingRules);
+    addSelection(addRead(app, choice, "stations", "Wi-Fi stations of all devices", showStations),
+                 choice);
+    {
+        CLI::App* const command =
+            app.add_subcommand("changes", "neighbors that came or went")->fallthrough();
+        command->add_flag("--follow", choice.isFollow, "go on with each change as it happens");
+        addSelection(command, choice);
+        command->callback([&choice] {
+            choice.read = showChanges;
+            choice.follow = changeFollower();
+        });
+    }
+    addSelection(addRead(app, choice, "forwarding-rules", "forwarding rules", showForwardingRules),
+                 choice);
     addRead(app, choice, "security", "the security setting of this device", showSecurity);
     auto item = std::make_shared<std::pair<std::string, std::string>>();
     CLI::App* const get =

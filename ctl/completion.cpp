@@ -127,8 +127,10 @@ void printCompletions(const std::vector<std::string>& words) {
         for (; app != nullptr; app = app->get_parent()) printOptions(*app);
         return;
     }
+    const bool isWatched = watch != nullptr && app == root.get();
     for (const auto* command : app->get_subcommands([](const CLI::App*) { return true; })) {
-        print(command->get_name());
+        const bool canBeWatched = command != watch && command->get_group() == kReadingGroup;
+        if (!isWatched || canBeWatched) print(command->get_name());
     }
     const auto positionals =
         app->get_options([](const CLI::Option* option) { return option->get_positional(); });

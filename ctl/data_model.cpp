@@ -213,20 +213,24 @@ const ModelDevice* DataModel::find(const Mac& alMac) const {
     return found == devices.end() ? nullptr : &*found;
 }
 
-std::string dataModelPath(const std::string& configuration) {
-    std::string folder = "/tmp";
+std::string configured(std::string_view key, const std::string& configuration) {
+    std::string found;
     std::ifstream file(configuration);
     for (std::string line; std::getline(file, line);) {
         const size_t begin = line.find_first_not_of(" \t");
-        constexpr std::string_view kKey = "DATA_MODEL_FOLDER";
-        if (begin == std::string::npos || line.compare(begin, kKey.size(), kKey) != 0) continue;
-        size_t value = begin + kKey.size();
+        if (begin == std::string::npos || line.compare(begin, key.size(), key) != 0) continue;
+        size_t value = begin + key.size();
         if (value < line.size() && !isBlank(line[value]) && line[value] != '=') continue;
         value = line.find_first_not_of(" \t=", value);
         if (value == std::string::npos) continue;
-        folder = line.substr(value, line.find_first_of(" \t;\r", value) - value);
+        found = line.substr(value, line.find_first_of(" \t;\r", value) - value);
     }
-    return folder + "/vm1905.json";
+    return found;
+}
+
+std::string dataModelPath(const std::string& configuration) {
+    const std::string folder = configured("DATA_MODEL_FOLDER", configuration);
+    return (folder.empty() ? "/tmp" : folder) + "/vm1905.json";
 }
 
 DataModel parseDataModel(std::string_view text) {

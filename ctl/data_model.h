@@ -47,6 +47,10 @@ struct DataModel {
     const ModelDevice* find(const Mac& alMac) const;
 };
 
+// The value of a key in the daemon's configuration file; empty if it is missing.
+std::string configured(std::string_view key,
+                       const std::string& configuration = "/etc/vm1905/vm1905.conf");
+
 // The path to which the daemon with this configuration file writes it.
 std::string dataModelPath(const std::string& configuration = "/etc/vm1905/vm1905.conf");
 

@@ -79,7 +79,8 @@ const char* adviceFor(int result, Asked asked) {
 void throwFailure(int result, const std::string& what, Asked asked) {
     const int error = errno;
     std::string text = (what.empty() ? "" : what + ": ") + vm1905_strerror(result);
-    if (result > 0) text += " (code " + std::to_string(result) + ")";
+    const std::string code = "code " + std::to_string(result);
+    if (result > 0 && !text.ends_with(code)) text += " (" + code + ")";
     if (result == VM1905_SYSTEM) text += std::string(": ") + std::strerror(error);
     throw Failure{statusOf(result), text, adviceFor(result, asked), result};
 }

@@ -21,9 +21,9 @@ int run(const std::vector<std::string>& arguments) {
         const auto app = makeCommandLine(choice);
         parse(*app, choice, arguments);
         if (!choice.text.empty()) return put(choice.text) ? kDone : kRefused;
-        if (choice.isWatch) return watch(choice);
+        if (choice.isWatch || choice.isFollow) return watch(choice);
         Session session(choice.options, choice.command);
-        const Report report = (choice.read ? choice.read : choice.act)(session);
+        const Report report = choice.read ? readSelected(choice, session) : choice.act(session);
         std::string out;
         report.print(choice.options.format, out);
         return put(out) ? report.status : kRefused;

@@ -1,6 +1,14 @@
 #include "mesh.h"
 
+#include <arpa/inet.h>
+#include <ifaddrs.h>
+
 #include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <system_error>
 
 #include "failure.h"
 #include "table.h"
@@ -109,6 +117,62 @@ void readNeighbors(vm1905_client* client, Device& device) {
             return endIfGone(vm1905_get_dev_tuple(client, &alMac, index, &tuple));
         },
         [&] { device.bridges.emplace_back(tuple.macs, tuple.macs + tuple.num); });
+}
+
+// The bridge that an own interface is in; empty if in none.
+std::string bridgeOf(const std::string& name) {
+    const bool isName = !name.empty() && name.find('/') == std::string::npos;
+    std::error_code error;
+    const auto link =
+        isName ? std::filesystem::read_symlink("/sys/class/net/" + name + "/brport/bridge", error)
+               : std::filesystem::path();
+    return link.filename().string();
+}
+
+// The IPv4 address of this device: that of its bridge, else of an interface.
+std::string ownIp(const Device& own) {
+    ifaddrs* all = nullptr;
+    if (getifaddrs(&all) != 0) return {};
+    const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owner(all, freeifaddrs);
+    const auto addressOf = [&](const std::string& name) -> std::string {
+        for (const ifaddrs* entry = all; entry != nullptr; entry = entry->ifa_next) {
+            if (name.empty() || name != entry->ifa_name || entry->ifa_addr == nullptr ||
+                entry->ifa_addr->sa_family != AF_INET) {
+                continue;
+            }
+            sockaddr_in address{};
+            std::memcpy(&address, entry->ifa_addr, sizeof address);
+            char text[INET_ADDRSTRLEN] = "";
+            return inet_ntop(AF_INET, &address.sin_addr, text, sizeof text) == nullptr ? "" : text;
+        }
+        return {};
+    };
+    for (const auto member : {&Interface::bridge, &Interface::name}) {
+        for (const Interface& intf : own.interfaces) {
+            if (std::string ip = addressOf(intf.*member); !ip.empty()) return ip;
+        }
+    }
+    return {};
+}
+
+void addOwnBridges(Device& own) {
+    std::map<std::string, std::vector<Mac>> bridges;
+    for (const Interface& intf : own.interfaces) {
+        if (!intf.bridge.empty()) bridges[intf.bridge].push_back(intf.mac);
+    }
+    for (auto& [name, macs] : bridges) own.bridges.push_back(std::move(macs));
+}
+
+// Adds when each device was last heard.
+void readSilence(vm1905_client* client, Mesh& mesh) {
+    vm1905_dev_silence answer;
+    walkTable(
+        "devices",
+        [&](uint8_t index) { return endIfGone(vm1905_get_dev_silence(client, index, &answer)); },
+        [&] {
+            const auto device = std::ranges::find(mesh.devices, Mac(answer.al_mac), &Device::alMac);
+            if (device != mesh.devices.end() && answer.is_known) device->silence = answer.seconds;
+        });
 }
 
 // Adds who sends with the key of the mesh.
@@ -306,8 +370,16 @@ Device readOwnDevice(vm1905_client* client, const DataModel& model, const vm1905
         intf.power = answer.pwr_state;
         intf.status = answer.status;
         intf.age = answer.age;
+        intf.bridge = bridgeOf(intf.name);
         own.interfaces.push_back(std::move(intf));
     }
+    vm1905_identity identity{};
+    check(vm1905_get_identity(client, &identity), "this device");
+    own.ip = ownIp(own);
+    own.firmware = identity.firmware;
+    const auto lanMac = parseMac(identity.lan_mac);
+    if (lanMac && !lanMac->isZero()) own.lanMac = lanMac->text();
+    addOwnBridges(own);
     return own;
 }
 
@@ -335,10 +407,16 @@ Mesh readMesh(vm1905_client* client, const DataModel& model, const std::string& 
             Device device;
             device.alMac = answer.al_mac;
             device.model = model.find(device.alMac);
-            if (device.model != nullptr) device.name = device.model->text("Hostname");
+            if (device.model != nullptr) {
+                device.name = device.model->text("Hostname");
+                device.ip = device.model->text("DeviceIP");
+                device.firmware = device.model->text("FirmwareVersion");
+                device.lanMac = device.model->text("DeviceLANMac");
+            }
             mesh.devices.push_back(std::move(device));
         });
     readKeys(client, mesh);
+    readSilence(client, mesh);
     for (Device& device : mesh.devices) {
         if (device.isOwn) continue;
         readInterfaces(client, device);

@@ -20,8 +20,10 @@ struct Interface {
     std::optional<uint8_t> power;   // 0 on, 1 power save, 2 off, 3 unsupported
     std::optional<uint8_t> status;  // own interfaces only
     uint32_t age = 0;               // own interfaces only: seconds since the last change
+    std::string bridge{};           // own interfaces only; empty: in none
 
     bool isWifi() const { return mediaType >> 8 == 1; }
+    bool isDown() const { return (status && *status != 0) || power == 2; }
 };
 
 // A device or host that a device hears on one of its interfaces.
@@ -47,6 +49,8 @@ struct Device {
     std::vector<Interface> interfaces;
     std::vector<Heard> heard;
     std::vector<std::vector<Mac>> bridges;
+    std::optional<uint32_t> silence{};       // seconds since it was last heard
+    std::string ip{}, firmware{}, lanMac{};  // empty: unknown
 
     std::string called() const { return name.empty() ? alMac.text() : name; }
     const Interface* intf(const Mac& mac) const;

@@ -38,12 +38,9 @@ std::string quoted(const std::string& text) {
     return out + "'";
 }
 
-bool isShown(const Section& section, size_t column) {
-    if (section.headings[column].traits & kHidden) return false;
-    // Lists omit empty columns.
-    return !section.isList || std::ranges::any_of(section.rows, [&](const auto& row) {
-        return !row[column].is_null();
-    });
+bool isEmpty(const Section& section, size_t column) {
+    return std::ranges::all_of(section.rows,
+                               [&](const auto& row) { return row[column].is_null(); });
 }
 
 // A record as lines of "Heading   value".
@@ -66,18 +63,40 @@ void printRecord(const Section& section, std::string& out) {
     }
 }
 
-void printTable(const Section& section, std::string& out) {
-    struct Cells {
-        std::string heading;
-        std::vector<std::string> values;
-        size_t widest;
-    };
+struct Cells {
+    std::string heading;
+    std::vector<std::string> values;
+    size_t widest;
+    bool isSpare;
+    std::vector<bool> isBad{};  // by row
+};
+
+bool isFitting(const std::vector<Cells>& columns, size_t limit) {
+    size_t total = 0;
+    for (const Cells& cells : columns) total += cells.widest + 2;
+    return total <= limit + 2;
+}
+
+bool isBad(const Json& value, Unit unit) {
+    constexpr int64_t kMissed = 65, kWeak = 15;  // seconds, dB
+    if (unit == Unit::kState) return value.is_string() && value != "up";
+    if (!value.is_number()) return false;
+    return (unit == Unit::kSilence && value > kMissed) || (unit == Unit::kDecibel && value < kWeak);
+}
+
+// before: the widths so far of a list that is printed row by row; nullptr for a whole list, which
+// omits empty columns.
+void printTable(const Section& section, std::string& out, Widths* before = nullptr) {
     std::vector<Cells> columns;
     for (size_t i = 0; i < section.headings.size(); i++) {
-        if (!isShown(section, i)) continue;
-        Cells cells{section.headings[i].heading, {}, width(section.headings[i].heading)};
+        if (section.headings[i].traits & kHidden) continue;
+        const bool isKept = before != nullptr || (section.headings[i].traits & kWanted) != 0;
+        if (!isKept && isEmpty(section, i)) continue;
+        const Heading& heading = section.headings[i];
+        Cells cells{heading.heading, {}, width(heading.heading), (heading.traits & kSpare) != 0};
         for (size_t row = 0; row < section.rows.size(); row++) {
-            std::string value = textOf(section.rows[row][i], section.headings[i].unit);
+            std::string value = textOf(section.rows[row][i], heading.unit);
+            cells.isBad.push_back(isBad(section.rows[row][i], heading.unit));
             const bool hasBranch = columns.empty() && row < section.branches.size();
             // In a tree an empty cell is easier to read.
             if (value.empty() && section.branches.empty()) value = "-";
@@ -86,19 +105,42 @@ void printTable(const Section& section, std::string& out) {
         }
         columns.push_back(std::move(cells));
     }
-    const auto line = [&](auto&& cellOf, bool isHeading) {
-        std::string text;
+    const auto line = [&](auto&& cellOf, auto&& colorOf) {
+        std::string text, gap;
         for (const Cells& cells : columns) {
             const std::string& cell = cellOf(cells);
-            text += cell;
-            text.append(cells.widest - width(cell) + 2, ' ');
+            if (!cell.empty()) text += gap + colorOf(cells, cell);
+            if (!cell.empty()) gap.clear();
+            gap.append(cells.widest - width(cell) + 2, ' ');
         }
-        text.erase(text.find_last_not_of(' ') + 1);
-        out += (isHeading ? colored(Color::kHeading, text, 1) : text) + "\n";
+        out += text + "\n";
     };
-    line([](const Cells& cells) -> const std::string& { return cells.heading; }, true);
+    const bool isContinued = before != nullptr && !before->empty();
+    if (before != nullptr) {
+        before->resize(columns.size());
+        for (size_t i = 0; i < columns.size(); i++) {
+            size_t& widest = (*before)[i];
+            widest = columns[i].widest = std::max(columns[i].widest, widest);
+        }
+    }
+    const size_t limit = terminalColumns();
+    while (before == nullptr && !isFitting(columns, limit)) {
+        const auto spare = std::find_if(columns.rbegin(), columns.rend(),
+                                        [](const Cells& cells) { return cells.isSpare; });
+        if (spare == columns.rend()) break;
+        columns.erase(std::next(spare).base());
+    }
+    if (!isContinued) {
+        line([](const Cells& cells) -> const std::string& { return cells.heading; },
+             [](const Cells&, const std::string& text) {
+                 return colored(Color::kHeading, text, 1);
+             });
+    }
     for (size_t row = 0; row < section.rows.size(); row++) {
-        line([&](const Cells& cells) -> const std::string& { return cells.values[row]; }, false);
+        line([&](const Cells& cells) -> const std::string& { return cells.values[row]; },
+             [&](const Cells& cells, const std::string& text) {
+                 return cells.isBad[row] ? colored(Color::kTrouble, text, 1) : text;
+             });
     }
 }
 
@@ -151,6 +193,7 @@ std::string textOf(const Json& value, Unit unit) {
         return out;
     }
     if (value.is_number_integer()) {
+        if (unit == Unit::kSilence) return durationOf(value.get<int64_t>()) + " ago";
         if (unit == Unit::kSeconds) return durationOf(value.get<int64_t>());
         if (unit == Unit::kTime) return localTime(value.get<int64_t>());
     }
@@ -202,6 +245,10 @@ void Report::print(Format format, std::string& out) const {
         printKeyValue(json(), "", out);
         return;
     }
+    if (!drawing.empty()) {
+        out += drawing;
+        return;
+    }
     for (const Section& section : sections) {
         if (!out.empty()) out += "\n";
         if (!section.title.empty()) out += section.title + "\n";
@@ -212,5 +259,15 @@ void Report::print(Format format, std::string& out) const {
         } else {
             printTable(section, out);
         }
+    }
+}
+
+void Report::printRows(Format format, Widths& widths, std::string& out) const {
+    if (sections[0].rows.empty()) return;
+    if (format == Format::kText) return printTable(sections[0], out, &widths);
+    for (const Json& row : sectionJson(sections[0], false)) {
+        if (format == Format::kJson) out += dumped(row, -1);
+        if (format == Format::kKeyValue) printKeyValue(row, "", out);
+        out += "\n";
     }
 }

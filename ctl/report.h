@@ -17,13 +17,17 @@ enum class Unit {
     kTime,     // seconds since the epoch, as local time
     kMbps,
     kPercent,
-    kDecibel,
+    kDecibel,  // above the noise
+    kSilence,  // seconds, as a duration before now; stale if a discovery was missed
+    kState,    // "up", or what is wrong
 };
 
 enum Traits : unsigned {
     kPlain = 0,
     kHidden = 1,    // not in the text format
     kRestless = 2,  // changes all the time, so watch does not show it as a change
+    kWanted = 8,    // shown even if it is empty
+    kSpare = 4,     // left out of a text that would be wider than the terminal, the last one first
 };
 
 // A member of the records of a section. value returns null if it is unknown.
@@ -52,11 +56,18 @@ struct Section {
     std::string ifEmpty{};                // what the text format shows for an empty list
 };
 
+// How wide the columns of a list were that is printed row by row; empty before the first row.
+using Widths = std::vector<size_t>;
+
 struct Report {
     std::vector<Section> sections;
-    int status = 0;  // exit status of the command
+    int status = 0;         // exit status of the command
+    std::string drawing{};  // what the text format shows in place of the sections; may be empty
 
     void print(Format format, std::string& out) const;
+    // Prints the first section, a list, as part of a longer one: each row is a line of text or of
+    // JSON. The headings stand above the first row.
+    void printRows(Format format, Widths& widths, std::string& out) const;
     Json json() const;
     // Changes if and only if something other than kRestless columns changes.
     std::string fingerprint() const;
@@ -94,6 +105,17 @@ Section recordOf(std::string key, std::string title, const Column<T> (&columns)[
     section.rows.push_back(rowOf(columns, record));
     return section;
 }
+
+// Which rows and columns of a list are shown, and in which order.
+struct Selection {
+    std::vector<std::string> columns{};  // keys; empty: as the view has them
+    std::vector<std::string>
+        filters{};       // KEY=VALUE, KEY!=VALUE, KEY<VALUE or KEY>VALUE; all must hold
+    std::string sort{};  // a key, with - before it for the other order; may be empty
+};
+
+// Applies the selection to the first list of the report. Throws Failure if there is no such column.
+void select(Report& report, const Selection& selection);
 
 // A value as one line of text.
 std::string textOf(const Json& value, Unit unit);

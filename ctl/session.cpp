@@ -60,7 +60,14 @@ std::string Session::ownName() const {
 
 Mesh Session::mesh() {
     vm1905_client* const channel = client();
-    return readMesh(channel, model(), ownName());
+    Mesh mesh = readMesh(channel, model(), ownName());
+    // Without LLDP the daemon takes every neighbor to be behind a bridge.
+    if (configured("READ_LLDP") != "1") {
+        for (Device& device : mesh.devices) {
+            for (Heard& heard : device.heard) heard.bridge.reset();
+        }
+    }
+    return mesh;
 }
 
 Device Session::ownDevice() {
@@ -145,10 +152,8 @@ std::string Session::otherRegistrar() {
 }
 
 std::string Session::portOf(const Mac& alMac, const Mac& intf) {
-    if (intf == alMac) return {};
     const ModelDevice* const device = model().find(alMac);
-    if (device == nullptr) return intf.text();
-    const ModelInterface* const known = device->intf(intf);
+    const ModelInterface* const known = device == nullptr ? nullptr : device->intf(intf);
     return known == nullptr || known->name.empty() ? intf.text() : known->name;
 }
 

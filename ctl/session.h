@@ -55,7 +55,7 @@ class Session {
     std::string called(const Mac& alMac);
     // The second Registrar that this device hears, by its name and AL MAC; empty if there is none.
     std::string otherRegistrar();
-    // The name of an interface of a device, else its MAC; empty if intf is the AL MAC.
+    // The name of an interface of a device, else its MAC.
     std::string portOf(const Mac& alMac, const Mac& intf);
 
     // Says what the next call waits for, for the progress line.

@@ -112,6 +112,12 @@ std::string cutToTerminal(std::string_view text) {
     return isKnown && size.ws_col > 0 ? cutTo(text, size.ws_row, size.ws_col) : std::string(text);
 }
 
+size_t terminalColumns() {
+    winsize size{};
+    const bool isKnown = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return isKnown ? size.ws_col : 80;
+}
+
 bool isTerminal(int stream) {
     return isatty(stream) == 1;
 }

@@ -26,6 +26,9 @@ std::string cutTo(std::string_view text, size_t rows, size_t columns);
 // The same for the current size of the terminal on standard output.
 std::string cutToTerminal(std::string_view text);
 
+// The width of the terminal on standard output; 80 if that is no terminal.
+size_t terminalColumns();
+
 // A line on standard error that shows how long a call has taken so far; only on a terminal.
 class Progress {
   public:

@@ -1,6 +1,7 @@
 // The views: what each reading command shows, as a report. All throw Failure.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -11,13 +12,17 @@ Report showStatus(Session& session);
 Report showInterfaces(Session& session);
 Report showDevices(Session& session);
 Report showDevice(Session& session, const std::string& device);
+enum class Drawing { kTree, kDot, kMermaid };
 // root: the device at the top, empty for this one.
-Report showTopology(Session& session, const std::string& root, bool withHosts);
-Report showLinks(Session& session);
+Report showTopology(Session& session, const std::string& root, bool withHosts, Drawing drawing);
+// device: whose links; empty for all.
+Report showLinks(Session& session, const std::string& device);
 // The networks, radios, and what the devices have received. Keys only with secrets.
 Report showWifi(Session& session, bool withSecrets);
 Report showStations(Session& session);
 Report showChanges(Session& session);
+// For Choice::follow. Names that it has read once stay known.
+std::function<Report(Session&)> changeFollower();
 Report showForwardingRules(Session& session);
 Report showSecurity(Session& session);
 // One value of this device; of some items, of another device or of an own interface.

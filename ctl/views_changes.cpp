@@ -1,5 +1,12 @@
 // The view of the change log.
 #include <algorithm>
+#include <ctime>
+#include <deque>
+#include <map>
+#include <memory>
+#include <set>
+#include <tuple>
+#include <utility>
 
 #include "table.h"
 #include "views.h"
@@ -35,11 +42,21 @@ constexpr Column<Change> kChanges[] = {
 
 bool areOfOnePair(const Change& a, const Change& b) {
     return Mac(a.entry.neighbor_mac) == Mac(b.entry.neighbor_mac) &&
+           a.entry.neighbor_type == b.entry.neighbor_type &&
            Mac(a.entry.al_mac) == Mac(b.entry.al_mac);
 }
 
 bool areSame(const Change& a, const Change& b) {
     return a.entry.event == b.entry.event && Mac(a.entry.intf_mac) == Mac(b.entry.intf_mac);
+}
+
+// The port of the reporter; empty if it is unknown. The daemon gives its AL MAC in place of the
+// port on which it lost a device.
+std::string portOf(Session& session, const vm1905_log_entry& entry) {
+    const bool isLostDevice = entry.event == 1 && entry.neighbor_type == 0;
+    const bool isPlaceholder = isLostDevice && Mac(entry.al_mac) == Mac(entry.intf_mac) &&
+                               Mac(entry.al_mac) == Mac(session.ownRecord().al_mac);
+    return isPlaceholder ? "" : session.portOf(entry.al_mac, entry.intf_mac);
 }
 
 // For people: repeated news of the same neighbor are one line.
@@ -74,24 +91,95 @@ Section foldedChanges(const std::vector<Change>& changes) {
     return section;
 }
 
+std::vector<vm1905_log_entry> readLog(Session& session) {
+    std::vector<vm1905_log_entry> log;
+    vm1905_log_entry entry{};
+    walkTable(
+        "the change log",
+        [&](uint8_t index) { return vm1905_get_log_entry(session.client(), index, &entry); },
+        [&] { log.push_back(entry); });
+    // The log is a ring.
+    std::ranges::stable_sort(log, {}, &vm1905_log_entry::time);
+    return log;
+}
+
+Change changeOf(Session& session, const vm1905_log_entry& entry) {
+    return {entry, session.called(entry.al_mac), session.called(entry.neighbor_mac),
+            portOf(session, entry)};
+}
+
+Section changesOf(const std::vector<Change>& changes) {
+    return listOf("changes", "", kChanges, changes, "no neighbor has come or gone");
+}
+
+class Follower {
+  public:
+    Report news(Session& session) {
+        takeNew(readLog(session));
+        for (const ModelDevice& device : session.model().devices) {
+            if (std::string name = device.text("Hostname"); !name.empty()) {
+                names_[device.alMac] = std::move(name);
+            }
+        }
+        std::vector<Change> changes;
+        for (; !waiting_.empty() && isReady(waiting_.front()); waiting_.pop_front()) {
+            Change change = changeOf(session, waiting_.front());
+            for (const auto& [name, mac] : {std::pair(&change.neighbor, change.entry.neighbor_mac),
+                                            std::pair(&change.reporter, change.entry.al_mac)}) {
+                if (const auto known = names_.find(mac); known != names_.end())
+                    *name = known->second;
+            }
+            changes.push_back(std::move(change));
+        }
+        return {{changesOf(changes)}};
+    }
+
+  private:
+    static constexpr std::time_t kNameWait = 5;  // seconds for a new device to report its name
+
+    using Key = std::tuple<uint32_t, uint8_t, Mac, Mac, uint8_t, Mac>;
+    static Key keyOf(const vm1905_log_entry& e) {
+        return {e.time, e.event, e.al_mac, e.intf_mac, e.neighbor_type, e.neighbor_mac};
+    }
+
+    // An entry has no number, and the same may be there twice.
+    void takeNew(const std::vector<vm1905_log_entry>& log) {
+        std::multiset<Key> before = std::exchange(known_, {});
+        for (const vm1905_log_entry& entry : log) {
+            const Key key = keyOf(entry);
+            known_.insert(key);
+            const auto found = before.find(key);
+            if (found == before.end()) {
+                waiting_.push_back(entry);
+            } else {
+                before.erase(found);
+            }
+        }
+    }
+
+    bool isReady(const vm1905_log_entry& entry) const {
+        const bool isNewDevice = entry.event == 0 && entry.neighbor_type == 0;
+        if (!isNewDevice || names_.contains(entry.neighbor_mac)) return true;
+        const std::time_t age = std::time(nullptr) - static_cast<std::time_t>(entry.time);
+        return age < 0 || age >= kNameWait;
+    }
+
+    std::multiset<Key> known_;              // the log as it was last read
+    std::deque<vm1905_log_entry> waiting_;  // new ones, the first of which still has no name
+    std::map<Mac, std::string> names_;      // also of devices that are lost
+};
+
 }  // namespace
 
 Report showChanges(Session& session) {
     std::vector<Change> changes;
-    Change change{};
-    walkTable(
-        "the change log",
-        [&](uint8_t index) { return vm1905_get_log_entry(session.client(), index, &change.entry); },
-        [&] {
-            change.neighbor = session.called(change.entry.neighbor_mac);
-            change.reporter = session.called(change.entry.al_mac);
-            change.port = session.portOf(change.entry.al_mac, change.entry.intf_mac);
-            changes.push_back(change);
-        });
-    // The log is a ring.
-    std::ranges::stable_sort(changes, {}, [](const Change& c) { return c.entry.time; });
+    for (const auto& entry : readLog(session)) changes.push_back(changeOf(session, entry));
     const bool isText = session.options().format == Format::kText;
-    return {{isText && !changes.empty()
-                 ? foldedChanges(changes)
-                 : listOf("changes", "", kChanges, changes, "no neighbor has come or gone")}};
+    return {{isText && !changes.empty() ? foldedChanges(changes) : changesOf(changes)}};
+}
+
+std::function<Report(Session&)> changeFollower() {
+    return [follower = std::make_shared<Follower>()](Session& session) {
+        return follower->news(session);
+    };
 }

@@ -1,4 +1,5 @@
 // The view of links.
+#include "failure.h"
 #include "views.h"
 #include "words.h"
 
@@ -59,6 +60,13 @@ constexpr Column<Neighbor> kLinks[] = {
      }},
     {"kind", "KIND", [](const Neighbor& n) { return Json(n.heard->isDevice ? "device" : "host"); }},
     {"media", "MEDIUM", mediaOf},
+    {"state", "STATE",
+     [](const Neighbor& n) { return troubleOf(n.device->intf(n.heard->localIntf)); }, Unit::kState},
+    {"silence", "LAST HEARD",
+     [](const Neighbor& n) {
+         return n.device->isOwn && n.other() != nullptr ? known(n.other()->silence) : Json();
+     },
+     Unit::kSilence, kRestless},
     {"rate", "RATE", rateOf, Unit::kMbps},
     {"throughput", "THROUGHPUT",
      [](const Neighbor& n) {
@@ -110,7 +118,10 @@ Section linksOf(const std::string& title, const Mesh& mesh, const Device* device
     return listOf("links", title, kLinks, all, "no links are known");
 }
 
-Report showLinks(Session& session) {
+Report showLinks(Session& session, const std::string& given) {
+    const Mac alMac = given.empty() ? Mac{} : session.device(given);
     const Mesh mesh = session.mesh();
-    return {{linksOf("", mesh, nullptr)}};
+    const Device* const device = given.empty() ? nullptr : mesh.find(alMac);
+    if (!given.empty() && device == nullptr) check(VM1905_NO_DEVICE, alMac.text());
+    return {{linksOf("", mesh, device)}};
 }

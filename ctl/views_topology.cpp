@@ -1,4 +1,7 @@
 // The view of the mesh as a tree.
+#include <algorithm>
+#include <cstring>
+
 #include "failure.h"
 #include "tree.h"
 #include "views.h"
@@ -67,6 +70,13 @@ Json note(const Row& row) {
     return known(out);
 }
 
+Json stateOf(const Row& row) {
+    const Json parents = troubleOf(row.parentIntf());
+    return !parents.is_null() || row.place.isHost
+               ? parents
+               : troubleOf(row.place.device->intf(row.place.port));
+}
+
 template <typename Figure>
 Json wifiOr(const Row& row, Figure WifiLink::*figure, Json (*metric)(const vm1905_link&)) {
     if (row.wifi() != nullptr) return (*row.wifi()).*figure;
@@ -75,16 +85,17 @@ Json wifiOr(const Row& row, Figure WifiLink::*figure, Json (*metric)(const vm190
 
 constexpr Column<Row> kRows[] = {
     {"name", "DEVICE", nameOf},
-    {"mac", "AL MAC", [](const Row& r) { return Json(r.place.mac.text()); }},
+    {"mac", "", [](const Row& r) { return Json(r.place.mac.text()); }, Unit::kNone, kHidden},
     {"kind", "", [](const Row& r) { return Json(r.place.isHost ? "host" : "device"); }, Unit::kNone,
      kHidden},
     {"role", "ROLE",
-     [](const Row& r) { return r.place.isHost ? Json() : roleOf(r.place.device->model); }},
+     [](const Row& r) { return r.place.isHost ? Json() : roleOf(r.place.device->model); },
+     Unit::kNone, kSpare},
     {"parent", "", [](const Row& r) { return r.parent ? Json(r.parent->alMac.text()) : Json(); },
      Unit::kNone, kHidden},
     {"depth", "", [](const Row& r) { return Json(r.place.depth); }, Unit::kNone, kHidden},
     {"certain", "", [](const Row& r) { return Json(r.place.isCertain); }, Unit::kNone, kHidden},
-    {"ports", "PORTS", ports},
+    {"ports", "PORTS", ports, Unit::kNone, kSpare},
     {"parent_port", "",
      [](const Row& r) {
          return r.parent == nullptr ? Json() : known(portName(*r.parent, r.place.parentPort));
@@ -95,26 +106,31 @@ constexpr Column<Row> kRows[] = {
          return r.place.isHost ? Json() : known(portName(*r.place.device, r.place.port));
      },
      Unit::kNone, kHidden},
-    {"media", "MEDIUM", media},
+    {"silence", "HEARD",
+     [](const Row& r) { return r.place.isHost ? Json() : known(r.place.device->silence); },
+     Unit::kSilence, kRestless | kSpare},
+    {"state", "STATE", stateOf, Unit::kState},
     {"rate", "RATE",
      [](const Row& r) {
          return wifiOr(r, &WifiLink::rate, [](const vm1905_link& l) { return Json(l.phy_rate); });
      },
-     Unit::kMbps},
-    {"availability", "FREE",
-     [](const Row& r) { return r.metric() ? Json(r.metric()->availability) : Json(); },
-     Unit::kPercent, kRestless},
+     Unit::kMbps, kSpare},
     {"rssi", "RSSI",
      [](const Row& r) {
          return r.isWifi()
                     ? wifiOr(r, &WifiLink::rssi, [](const vm1905_link& l) { return Json(l.rssi); })
                     : Json();
      },
-     Unit::kDecibel, kRestless},
+     Unit::kDecibel, kRestless | kSpare},
+    {"availability", "FREE",
+     [](const Row& r) { return r.metric() ? Json(r.metric()->availability) : Json(); },
+     Unit::kPercent, kRestless | kSpare},
+    {"media", "MEDIUM", media, Unit::kNone, kSpare},
     {"signal", "SIGNAL", [](const Row& r) { return r.wifi() ? Json(r.wifi()->signal) : Json(); },
-     Unit::kNone, kRestless},
+     Unit::kNone, kRestless | kSpare},
     {"connection", "CONNECTION",
-     [](const Row& r) { return r.wifi() ? known(r.wifi()->connType) : Json(); }},
+     [](const Row& r) { return r.wifi() ? known(r.wifi()->connType) : Json(); }, Unit::kNone,
+     kSpare},
     {"also_linked", "",
      [](const Row& r) {
          Json out = Json::array();
@@ -125,9 +141,51 @@ constexpr Column<Row> kRows[] = {
     {"note", "", note},
 };
 
+std::string quoted(std::string text, const char* quote) {
+    for (size_t at = 0; (at = text.find('"', at)) != std::string::npos; at += std::strlen(quote)) {
+        text.replace(at, 1, quote);
+    }
+    return "\"" + text + "\"";
+}
+
+// The rows as a graph in the language of a program that draws it.
+std::string drawn(const std::vector<Row>& rows, Drawing drawing) {
+    const bool isDot = drawing == Drawing::kDot;
+    const auto text = [&](const Json& value) {
+        return quoted(textOf(value, Unit::kNone), isDot ? "\\\"" : "#quot;");
+    };
+    const auto node = [](size_t number) { return "n" + std::to_string(number); };
+    const auto numberOf = [&](const Device* device) {
+        const auto row = std::ranges::find_if(rows, [&](const Row& other) {
+            return other.place.device == device && !other.place.isHost;
+        });
+        return static_cast<size_t>(row - rows.begin());
+    };
+    std::string out = isDot ? "graph mesh {\n" : "graph TD\n";
+    for (size_t i = 0; i < rows.size(); i++) {
+        const std::string name = text(nameOf(rows[i]));
+        out += "  " + node(i) + (isDot ? " [label=" + name + "];\n" : "[" + name + "]\n");
+    }
+    const auto link = [&](size_t from, size_t to, const Json& label, bool isCertain) {
+        if (isDot) {
+            out += "  " + node(from) + " -- " + node(to) + " [label=" + text(label) +
+                   (isCertain ? "];\n" : ", style=dashed];\n");
+        } else {
+            out += "  " + node(from) + (isCertain ? " ---|" : " -.-|") + text(label) + "| " +
+                   node(to) + "\n";
+        }
+    };
+    for (size_t i = 0; i < rows.size(); i++) {
+        const Row& row = rows[i];
+        if (row.parent != nullptr) link(numberOf(row.parent), i, ports(row), row.place.isCertain);
+        for (const Device* device : row.place.alsoLinked) link(numberOf(device), i, " ", true);
+    }
+    return out + (isDot ? "}\n" : "");
+}
+
 }  // namespace
 
-Report showTopology(Session& session, const std::string& root, bool withHosts) {
+Report showTopology(Session& session, const std::string& root, bool withHosts, Drawing drawing) {
     const Mac top = root.empty() ? Mac{} : session.device(root);
     Mesh mesh = session.mesh();
     mesh.addStrangers();
@@ -142,5 +200,7 @@ Report showTopology(Session& session, const std::string& root, bool withHosts) {
     }
     Section section = listOf("topology", "", kRows, rows, "no devices");
     section.branches = branchesOf(places, hasUnicode());
-    return {{section}};
+    Report report{{section}};
+    if (drawing != Drawing::kTree) report.drawing = drawn(rows, drawing);
+    return report;
 }

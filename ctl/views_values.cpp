@@ -60,6 +60,11 @@ constexpr Item kItems[] = {
      [](Session& session, const std::string& of) {
          return option(session, of, VM1905_OPTION_INTF_PWR);
      }},
+    {"approve", Of::kSelf,
+     [](Session& session, const std::string&) {
+         const std::string flag = session.model().own.text("Approveflag");
+         return flag.empty() ? Json() : Json(flag != "0");
+     }},
     {"al-mac", Of::kSelf,
      [](Session& session, const std::string&) {
          return Json(Mac(session.ownRecord().al_mac).text());

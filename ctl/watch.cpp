@@ -53,6 +53,16 @@ std::string now() {
     return text;
 }
 
+// When the report was made, for programs; texts have it above them.
+void stamp(Report& report) {
+    report.sections.insert(report.sections.begin(),
+                           Section{"",
+                                   "",
+                                   false,
+                                   {{"time", "", Unit::kTime, kHidden | kRestless}},
+                                   {{Json(std::time(nullptr))}}});
+}
+
 class Screen {
   public:
     bool isNews(const std::string& fingerprint) const { return fingerprint != shown_; }
@@ -67,6 +77,12 @@ class Screen {
         }
         if (!hasNews) return true;
         return put((format == Format::kText ? now() + "\n" : "") + text + "\n");
+    }
+
+    // Prints the text below all before it. False if the output cannot be written.
+    [[nodiscard]] bool add(const std::string& text, const std::string& fingerprint) {
+        shown_ = fingerprint;
+        return text.empty() || put(text);
     }
 
   private:
@@ -89,7 +105,8 @@ class Screen {
 }  // namespace
 
 int watch(const Choice& outer) {
-    Choice inner = innerChoice(outer);
+    Choice inner = outer.isWatch ? innerChoice(outer) : outer;
+    inner.isFollow = inner.follow != nullptr;
     if (!inner.text.empty()) return put(inner.text) ? kDone : kRefused;
     sigset_t ending;
     sigemptyset(&ending);
@@ -100,25 +117,37 @@ int watch(const Choice& outer) {
     const Format format = inner.options.format;
     Session session(inner.options, inner.command, ended);
     Screen screen;
+    Widths widths;
     for (bool isFirst = true;; isFirst = false) {
         std::string text, fingerprint;
         try {
-            const Report report = inner.read(session);
-            report.print(format, text);
-            fingerprint = report.fingerprint();
+            Report report = readSelected(inner, session);
+            if (inner.isFollow) {
+                report.printRows(format, widths, text);
+            } else {
+                fingerprint = report.fingerprint();
+                if (format != Format::kText) stamp(report);
+                report.print(format, text);
+            }
         } catch (const Failure& failure) {
             if (failure.result == VM1905_CANCELLED) return kDone;
             if (isFirst) throw;
             const bool isText = format == Format::kText;
             fingerprint = failure.text;
-            if (isText && isTerminal(STDOUT_FILENO)) {
+            if (isText && isTerminal(STDOUT_FILENO) && !inner.isFollow) {
                 text = "vm1905ctl: " + escaped(failure.text) + "\n";
             } else {
                 if (screen.isNews(fingerprint)) printFailure(failure);
-                if (!isText) reportOf(failure).print(format, text);
+                if (!isText && !inner.isFollow) {
+                    Report report = reportOf(failure);
+                    stamp(report);
+                    report.print(format, text);
+                }
             }
         }
-        if (!screen.show(text, fingerprint, format)) return kRefused;
+        const bool isPut =
+            inner.isFollow ? screen.add(text, fingerprint) : screen.show(text, fingerprint, format);
+        if (!isPut) return kRefused;
         session.forgetModel();
         // The output is polled, too: without news, nothing else shows that its reader has gone.
         pollfd waiting[] = {{ended, POLLIN, 0}, {STDOUT_FILENO, 0, 0}};

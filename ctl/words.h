@@ -21,13 +21,17 @@ Json known(const std::optional<T>& value) {
 }
 
 inline Json powerWord(const std::optional<uint8_t>& state) {
-    return state ? wordOf({"on", "power save", "off", "unsupported"}, *state) : Json();
+    return state ? wordOf({"on", "save", "off", "unsupported"}, *state) : Json();
 }
 
 // Of this device and of its interfaces.
 inline Json statusWord(uint8_t status) {
     return wordOf({"up", "down", nullptr, "dormant", "not present", "lower layer down", "error"},
                   status);
+}
+// Of an interface that others use: empty if nothing is wrong with it.
+inline Json troubleOf(const Interface* intf) {
+    return intf != nullptr && intf->isDown() ? Json("port down") : Json();
 }
 inline Json topologyWord(uint8_t status) {
     return wordOf({"incomplete", "available", "misconfigured"}, status);

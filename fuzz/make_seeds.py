@@ -300,7 +300,7 @@ def slot_seeds():
                                            *range(163, 173), 181, 183, 185, 191, 212, 216)}
     local |= {177: b"\0" * 9 + b"Busy", 189: b"All".ljust(17, b"\0") + word * 2,
               200: PEER_MAC + b"\0" + struct.pack("=H", 2) + AL + END}
-    orders = {n: PEER_AL + b"\0" * 3 + word for n in (134, 143, 145, 149, 161, 214)}
+    orders = {n: PEER_AL + b"\0" * 3 + word for n in (134, 143, 145, 149, 161, 214, 218)}
     orders |= {136: PEER_AL + (b"\1" + wired[:6] + wired[7:9]).ljust(241, b"\0") + b"\2",
                147: PEER_AL + b"\6\1\0ftp://192.0.2.1/fw", 159: PEER_AL + b"\0\0\x002 x",
                179: PEER_AL + b"\1\2\0" + word * 2 + STATION + b"http://x",

@@ -28,6 +28,8 @@ BOOT_PAUSE = 1.0  # seconds between a reboot and the next start, so that the nei
 START_LIMIT = 20.0  # seconds for a device to start its daemon
 SETTLE_LIMIT = 20.0  # seconds for a spanning tree to settle
 PRIVATE_FOLDERS = ("/tmp", "/run")
+WAKE_FIFO = "/tmp/vm1905_wake"  # the daemon makes it once it can serve
+FIRST_LOOK = 5.0  # seconds for a daemon to serve or to end
 # Name, band and channel of the BSSs with --wifi.
 RADIOS = (("wlan0", "2.4", "hw_mode=g\nchannel=6"), ("wlan1", "5", "hw_mode=a\nchannel=36"))
 # Without a driver it needs no interface. With WPS it shows its key on the control socket.
@@ -80,6 +82,11 @@ class Device:
         self.boots = 0
         self.due = None  # when a rebooting device starts again
         self.ending = None  # how the last daemon, or the device itself, ended
+
+    def last_words(self):
+        with open(self.log, encoding="utf-8", errors="replace") as file:
+            said = [line.strip() for line in file if not line.startswith("---")]
+        return said[-1] if said else "nothing"
 
     def note(self, text):
         with open(self.log, "a", encoding="utf-8") as file:
@@ -148,23 +155,33 @@ def device_init(device, plan, log, status):
                               stdin=subprocess.DEVNULL, stdout=log, stderr=log,
                               env=plan["environment"], start_new_session=True)
     os.close(log)
-    report(started=daemon.pid)
-    # Blocked, the signal stays pending, so no dead child is missed between two looks.
-    signal.pthread_sigmask(signal.SIG_BLOCK, {signal.SIGCHLD})
-    while True:
+
+    def reap():
         while True:
             try:
                 ended = os.waitid(os.P_ALL, 0, os.WEXITED | os.WNOHANG | os.WNOWAIT)
             except ChildProcessError:
-                break
+                return
             if ended is None:
-                break
+                return
             with open(f"/proc/{ended.si_pid}/comm", encoding="utf-8", errors="replace") as file:
                 name = file.read().strip()
             _, code = os.waitpid(ended.si_pid, 0)
             # A daemon that restarted itself is a child of this process, too.
             if name == "vm1905" or ended.si_pid == daemon.pid:
                 report(ended=describe(code))
+
+    limit = time.monotonic() + FIRST_LOOK
+    while not os.path.exists(WAKE_FIFO) and time.monotonic() < limit:
+        time.sleep(0.01)
+        reap()
+        if not os.path.exists(f"/proc/{daemon.pid}"):
+            break
+    report(started=daemon.pid)
+    # Blocked, the signal stays pending, so no dead child is missed between two looks.
+    signal.pthread_sigmask(signal.SIG_BLOCK, {signal.SIGCHLD})
+    while True:
+        reap()
         signal.sigwait({signal.SIGCHLD})
 
 
@@ -561,7 +578,11 @@ def main():
             keeper.wait_for_tree()
         for device in keeper.devices.values():
             keeper.power_on(device)
-            say(say=f"{device.name} started, AL MAC {device.mac}")
+            state = f": {device.ending}" if device.ending else f" started, AL MAC {device.mac}"
+            say(say=device.name + state)
+        if all(device.ending for device in keeper.devices.values()):
+            raise RuntimeError("every daemon has ended; "
+                               f"{device.name}'s said: {device.last_words()}")
         say(ready=True)
         os.close(progress)
     except BaseException as error:

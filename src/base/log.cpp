@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <ctime>
 #include <span>
 #include <string>
 
@@ -16,6 +17,8 @@
 uint8_t DEBUGLEVEL = 3;
 
 namespace {
+
+bool timeIsIso = false;
 
 constexpr size_t kMostOutput = 2047;
 
@@ -29,6 +32,19 @@ std::string_view formatted(Buffer& text, const char* format, va_list args) {
     return cleanLine(std::span(text).first(std::min(size, text.size() - 1)));
 }
 
+// Needs no memory, as above.
+void printTime() {
+    const std::time_t time = wallClock();
+    std::tm local{};
+    char text[40];
+    if (timeIsIso && localtime_r(&time, &local) != nullptr &&
+        std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S%z", &local) > 0) {
+        fputs(text, stdout);
+    } else {
+        printf("%ld", static_cast<long>(time));
+    }
+}
+
 }  // namespace
 
 void logLine(int level, const char* function, int line, const char* format, ...) {
@@ -38,8 +54,9 @@ void logLine(int level, const char* function, int line, const char* format, ...)
     va_start(args, format);
     const std::string_view message = formatted(text, format, args);
     va_end(args);
-    printf("[vm1905] [TM=%ld/LVL=%d] - %s(%d): ", static_cast<long>(wallClock()), level, function,
-           line);
+    fputs("[vm1905] [TM=", stdout);
+    printTime();
+    printf("/LVL=%d] - %s(%d): ", level, function, line);
     fwrite(message.data(), 1, message.size(), stdout);
     fflush(stdout);
     errno = error;
@@ -50,6 +67,10 @@ int setDebugLevel(uint8_t level) {
     DEBUGLEVEL = level;
     (void)setNetCtrlDebugLevel(level);
     return kOk;
+}
+
+void setLogTimeIso(bool isIso) {
+    timeIsIso = isIso;
 }
 
 uint8_t getDebugLevel() {

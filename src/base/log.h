@@ -20,6 +20,9 @@
 void logLine(int level, const char* function, int line, const char* format, ...)
     __attribute__((format(printf, 4, 5)));
 
+// Whether the time in the prefix is ISO 8601 in local time; else seconds since the epoch.
+void setLogTimeIso(bool isIso);
+
 // Sets the running level, also in the platform library. kOk.
 int setDebugLevel(uint8_t level);
 // The running level.

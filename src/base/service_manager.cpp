@@ -35,7 +35,8 @@ void becomeNextDaemon() {
     if (hasServiceManager()) {
         const char* const options = secure_getenv("VM1905_OPTIONS");
         constexpr const char* kBlanks = " \t\n";
-        for (const char* at = options != nullptr ? options : ""; *(at += strspn(at, kBlanks)) != 0;) {
+        for (const char* at = options != nullptr ? options : "";
+             *(at += strspn(at, kBlanks)) != 0;) {
             const size_t length = strcspn(at, kBlanks);
             words.emplace_back(at, length);
             at += length;

@@ -5,6 +5,7 @@
 #include "base/log.h"
 #include "base/result.h"
 #include "base/state.h"
+#include "controller/mesh_news.h"
 #include "controller/own_checks.h"
 #include "controller/root_ap.h"
 #include "controller/wifi_client_report.h"
@@ -97,6 +98,7 @@ constexpr Check kChecks[] = {
      checkEthernetPortState},
     {"checkDeviceSettings", &S::Time_CHECKDEVICESETTINGS, kCheckDeviceSettings, nullptr,
      checkDeviceSettings},
+    {"logMeshNews", &S::Time_MESHNEWS, kCheckMeshNews, nullptr, logMeshNews},
 };
 
 consteval bool checksAreInOrder() {

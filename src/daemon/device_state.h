@@ -7,6 +7,7 @@
 #include "base/file_trouble.h"
 #include "controller/announcements.h"
 #include "controller/controller_loop.h"
+#include "controller/mesh_news.h"
 #include "controller/root_ap.h"
 #include "daemon/confinement.h"
 #include "daemon/control_files.h"
@@ -55,7 +56,7 @@ using ModuleStates = std::tuple<                                                
     VendQueries, ControlLists, FWupgradeList, Schedule, PendingRequests,        // orders
     SlotsState, SpeedTestState, WifiSyncState,                                  //
     AnswerMemory, MessageLog, OrderRefusals, ResultFiles,                       // handlers
-    Announcements, ControllerLoop, RootAp,                                      // controller
+    Announcements, ControllerLoop, RootAp, MeshNews,                            // controller
     ServiceMonitor, WakeFifo, IntfRequest,                                      // service
     MessageMonitor, Receiver, MessageDispatch, ControlFiles,                    // daemon
     OwnNames, Confinement>;

@@ -16,6 +16,7 @@
 #include "net/relay_limit.h"
 #include "net/transmitter.h"
 #include "net/work_limit.h"
+#include "orders/answer_writers.h"
 #include "wire/standard_tlv.h"
 #include "wire/vend_tlv.h"
 
@@ -171,19 +172,21 @@ DevTopol& emptyResp() {
     return dev;
 }
 
-int finishTopolResp(const Port& port, const MacAddr& srcMac, const DevTopol& dev) {
+int finishTopolResp(const Port& port, const MacAddr& srcMac, uint16_t msgId, const DevTopol& dev) {
     if (dev.alMac.isZero()) {
         LOG_PUTS(2, "topology response without AL MAC\r");
         return kFailure;
     }
     if (isLoop(dev.alMac)) return kFailure;
+    // First, as the client measures the time.
+    (void)answerClient(kServPing, msgId, kOk);
     return handleTopolRespMsg(port.mac, port.mediaType, srcMac, dev);
 }
 
 int parseTopolResp(const Received& msg) {
     TopolResp resp{msg.port.ifIndex, emptyResp()};
     if (!parseArea(msg.area, resp, kTopolRespTlvs)) return kFailure;
-    return finishTopolResp(msg.port, msg.hdr.srcMac, resp.dev);
+    return finishTopolResp(msg.port, msg.hdr.srcMac, msg.hdr.msgId, resp.dev);
 }
 
 int parseTopolRespFragTlvs(const Port& port, const FragCmdu& cmdu) {
@@ -192,7 +195,7 @@ int parseTopolRespFragTlvs(const Port& port, const FragCmdu& cmdu) {
     for (const auto& fragment : cmdu.fragments) {
         if (!parseArea(fragment, resp, kTopolRespTlvs, needsEnd(cmdu, fragment))) return kFailure;
     }
-    return finishTopolResp(port, cmdu.srcMac, resp.dev);
+    return finishTopolResp(port, cmdu.srcMac, cmdu.msgId, resp.dev);
 }
 
 int parseVendSpec(const Received& msg) {

@@ -141,6 +141,11 @@ void storeChannelMode(const char* value) {
     config().channelMode = modeOf("CHANNEL_MODE", value).value_or(SysConfig{}.channelMode);
 }
 
+void storeLogTime(const char* value) {
+    config().logTimeIsIso = std::string_view(value) == "iso";
+    setLogTimeIso(config().logTimeIsIso);
+}
+
 void storeDataModelMode(const char* value) {
     config().dataModelMode = *value == '\0' ? std::nullopt : modeOf("DATA_MODEL_MODE", value);
 }
@@ -161,6 +166,7 @@ constexpr Key kConfigKeys[] = {
     {"ENABLE_LOG", "0", storeNumber<&SysConfig::enableLog>},
     {"LOG_FOLDER", "/etc/vm1905", storeText<&SysConfig::logFolder>},
     {"LOG_INDEX", "0", storeNumber<&SysConfig::logIndex>},
+    {"LOG_TIME", "", storeLogTime},
     {"READ_LLDP", "0", storeNumber<&SysConfig::readLldp>},
     {"STANDARD_1905", "0", storeNumber<&SysConfig::standard1905>},
     {"ENABLE_RESET_FROM_NBR", "1", storeNumber<&SysConfig::enableResetFromNbr>},

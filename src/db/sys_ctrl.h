@@ -31,6 +31,7 @@ struct SysConfig {
     uint32_t enableLog = 0;
     Text<32> logFolder{std::string_view("/etc/vm1905")};
     uint8_t logIndex = 0;
+    bool logTimeIsIso = false;
     uint32_t readLldp = 0;
     uint32_t standard1905 = 0;
     uint32_t enableResetFromNbr = 1;

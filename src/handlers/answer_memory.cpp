@@ -42,7 +42,7 @@ bool repeatAnswers(const VendContext& context) {
                message.type == context.msg.vendMsgType;
     });
     if (it == messages().end()) return false;
-    LOG(3, "a copy of message %d from (" MAC_FMT ") is answered as before\r\n", context.msgId,
+    LOG(4, "a copy of message %d from (" MAC_FMT ") is answered as before\r\n", context.msgId,
         MAC_ARGS(context.msg.alMac));
     for (const VendMsg& answer : it->answers) {
         (void)sendVendRespMsg(context.srcMac, context.msgId, answer);

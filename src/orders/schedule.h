@@ -41,6 +41,7 @@ struct ScheduleSettings {
     int32_t Time_CHECKLOCALFWEXIST = 20;  // 0: never
     int32_t Time_EthernetPortState = 30;
     int32_t Time_CHECKDEVICESETTINGS = 30;
+    int32_t Time_MESHNEWS = 5;
     int32_t Time_POWERSTATE = 30;
     int32_t Timeout_POWERSTATE = 3;
     int32_t Time_DEVICEINFO = 30;
@@ -85,6 +86,7 @@ enum CheckId : uint8_t {
     kCheckLocalFW,
     kCheckEthernetPortState,
     kCheckDeviceSettings,
+    kCheckMeshNews,
     kCheckNum
 };
 

@@ -72,6 +72,7 @@ enum ServId : uint16_t {
     kServWifiSyncAll = 212,
     kServSystemCtrl = 214,
     kServUpdateExtenderConf = 216,
+    kServPing = 218,
 
     kServRetCode = 254,  // an answer that is only a return code
     kServNone = 255,     // in a slot after initialization

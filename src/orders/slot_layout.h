@@ -109,6 +109,8 @@ inline constexpr Field kAlIntfNum{20, 1};
 inline constexpr Field kAlNoPort{21, 1};   // 1: no port is open
 inline constexpr Field kAlMeshKey{22, 1};  // 1: in use, 2: in use, but no order can be signed
 inline constexpr Field kAlRefused{24, 4};  // messages refused for want of a right MIC
+inline constexpr Field kAlLanMac{28, 18};  // as a text
+inline constexpr Field kAlFirmware{46, 128};
 // 3
 inline constexpr Field kIntfMac{7, 6};
 inline constexpr Field kIntfStatus{13, 1};
@@ -163,6 +165,7 @@ inline constexpr Field kDevNon1905Num{15, 1};
 inline constexpr Field kDev1905Num{16, 1};
 inline constexpr Field kDevTupleNum{17, 1};
 inline constexpr Field kDevMeshKey{18, 1};  // if in use: 1 not heard with the key, 2 heard with it
+inline constexpr Field kDevSilence{20, 4};  // seconds since its last discovery + 1; 0 unknown
 // 37
 inline constexpr Field kDevIntfMac{7, 6};
 inline constexpr Field kDevMediaType{13, 1};

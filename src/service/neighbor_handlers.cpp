@@ -7,6 +7,7 @@
 #include "base/result.h"
 #include "controller/announcements.h"
 #include "db/database.h"
+#include "net/transmitter.h"
 #include "net/vend_sender.h"
 #include "orders/control_lists.h"
 #include "orders/pending_requests.h"
@@ -15,6 +16,7 @@
 #include "orders/speed_test.h"
 #include "orders/wifi_sync.h"
 #include "platform/device.h"
+#include "wire/frame.h"
 #include "wire/sync_text.h"
 #include "wire/vend_payloads.h"
 
@@ -131,6 +133,16 @@ int sendNetworkCtrl(const MacAddr& target, uint16_t option, std::string_view com
 }
 
 }  // namespace
+
+int handlePingServReq(const ServReq& request, uint16_t /*answer*/) {
+    const MacAddr target = request.mac(req::kTarget);
+    const int code = checkTarget(target);
+    if (code != kOk) return respRetCode(request.pid(), request.servId(), code);
+    markRequestIdle();
+    uint16_t msgId = 0;
+    if (requestSend1905UcastMsg(target, kMsgTopolQuery, {}, &msgId) != kOk) return kFailure;
+    return registerServReq(request.pid(), request.servId(), msgId);
+}
 
 int handleRebootNbrServReq(const ServReq& request, uint16_t /*answer*/) {
     const MacAddr target = request.mac(req::kTarget);

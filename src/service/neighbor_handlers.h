@@ -8,6 +8,7 @@ class ServReq;
 // Orders to one device, which answers them: the client waits for that answer
 // (orders/answer_writers.h). A client that names an unknown device is told so at once. kOk, or
 // kFailure without an answer if the order cannot be sent.
+int handlePingServReq(const ServReq& request, uint16_t answer);
 int handleRebootNbrServReq(const ServReq& request, uint16_t answer);
 int handleCtrlNbrIntfPwrServReq(const ServReq& request, uint16_t answer);
 int handleWPSSETCONFNBRServReq(const ServReq& request, uint16_t answer);

@@ -31,6 +31,10 @@ int checkIndex(size_t index, size_t count) {
     return index < count ? kOk : kIndexOutOfRange;
 }
 
+Bytes bytesOf(std::string_view text) {
+    return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
+}
+
 uint32_t ageOf(Seconds stamp) {
     return static_cast<uint32_t>(now() - stamp);
 }
@@ -95,6 +99,8 @@ int respGet1905DevServReq(const ServReq& request, uint16_t answer) {
                                   : meshKeyCanSign() ? 1
                                                      : 2)
         .number(resp::kAlRefused, refusedMessages())
+        .bytes(resp::kAlLanMac.at, bytesOf(al->lanMac.view()))
+        .bytes(resp::kAlFirmware.at, bytesOf(al->firmwareVersion.view()))
         .answer();
 }
 
@@ -209,6 +215,7 @@ int respGetTopol1905DevServReq(const ServReq& request, uint16_t answer) {
     const int code = checkIndex(index, topol->devs.size());
     if (code != kOk) return refuse(request, code);
     const auto& dev = *std::next(topol->devs.begin(), static_cast<std::ptrdiff_t>(index));
+    const NbrDev* nbr = findNbrDev(dev.alMac);
     return answerTo(request, answer)
         .mac(resp::kDevAlMac, dev.alMac)
         .number(resp::kDevStatus, dev.status)
@@ -219,6 +226,7 @@ int respGetTopol1905DevServReq(const ServReq& request, uint16_t answer) {
         .number(resp::kDevMeshKey, !meshKeyIsUsed()           ? 0
                                    : speaksWithKey(dev.alMac) ? 2
                                                               : 1)
+        .number(resp::kDevSilence, nbr == nullptr ? 0 : ageOf(nbr->lastSeen) + 1)
         .answer();
 }
 

@@ -86,6 +86,7 @@ constexpr Service kServices[] = {
     {kServWifiSyncAll, handleSendWIFISyncAllReq, answerId(kServWifiSyncAll)},
     {kServSystemCtrl, handleSystemCtrlReq, answerId(kServSystemCtrl)},
     {kServUpdateExtenderConf, handleUpdateExtenderConifgReq, answerId(kServUpdateExtenderConf)},
+    {kServPing, handlePingServReq, answerId(kServPing)},
 };
 // clang-format on
 static_assert(std::ranges::adjacent_find(kServices, std::ranges::greater_equal{},

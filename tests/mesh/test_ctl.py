@@ -69,7 +69,7 @@ def test_every_device_sees_the_cables_of_the_lab(lab):
                 if row["parent"]) == sorted(chain), f"{asked} sees {root} on top")
     drawn = ctl(lab, "topology").stdout.splitlines()
     assert [line.split()[:2] for line in drawn[1:]] == [
-        ["dev1", al_mac(1)], ["`--", "dev2"], ["`--", "dev3"]]
+        ["dev1", "Registrar"], ["`--", "dev2"], ["`--", "dev3"]]
 
 
 def test_records_are_those_of_the_lab(lab):
@@ -104,8 +104,13 @@ def test_an_order_is_answered_by_the_device(lab):
     assert ctl(lab, "power", "dev2", "on", "eth1").stdout.split()[-3:] == ["eth1", "0", "done"]
 
 
+def test_a_ping_is_answered(lab):
+    answered = show(lab, "ping", "dev3")
+    assert answered["device"] == al_mac(3) and 0 < answered["milliseconds"] < 3000
+
+
 def test_options_are_set_and_read(lab):
-    assert ctl(lab, "set", "allow-power", "0").returncode == DONE
+    assert ctl(lab, "set", "allow-power", "no").returncode == DONE
     assert ctl(lab, "get", "allow-power").stdout == "no\n"
     assert ctl(lab, "set", "allow-power", "0").stdout == "unchanged: set allow-power\n"
     asked = ("get", "allow-power", "dev1")
@@ -189,17 +194,24 @@ def test_watch_prints_what_changes_and_ends(lab):
     assert watching.stdout.read() == "\n"
 
 
+def test_changes_are_followed_line_by_line(lab):
+    watching = lab.start("exec", "dev1", "--", "vm1905ctl", "changes", "--follow", "--json")
+    assert json.loads(watching.stdout.readline())["reporter"] == "dev1"
+    lab.shell("dev1", "kill -INT $(pidof vm1905ctl)")
+    assert watching.wait(10) == DONE
+
+
 def test_watch_ends_while_the_daemon_is_silent(lab):
     # One times out, the other still waits when it is ended.
     watching = [lab.start("exec", "dev1", "--", "vm1905ctl", "watch", "--json", "--interval", "0.3",
                           "--timeout", seconds, "get", "al-mac", stderr=subprocess.DEVNULL)
                 for seconds in ("1", "60")]
     for one in watching:
-        printed = "".join(one.stdout.readline() for _ in range(4))
-        assert json.loads(printed) == {"al_mac": al_mac(1)}
+        printed = json.loads("".join(one.stdout.readline() for _ in range(5)))
+        assert printed["al_mac"] == al_mac(1) and abs(printed["time"] - time.time()) < 60
     lab.shell("dev1", "kill -STOP $(pidof vm1905)")
     try:
-        printed = "".join(watching[0].stdout.readline() for _ in range(5))
+        printed = "".join(watching[0].stdout.readline() for _ in range(6))
         # Silent, or the other one holds the channel.
         assert json.loads(printed)["result"] in (-3, -4)
         lab.shell("dev1", "kill -TERM $(pidof vm1905ctl)")

@@ -80,6 +80,14 @@ def test_a_daemon_that_ends_shows_in_status_and_log(line):
     assert not device["daemons"] and device["ending"] in line("log", "dev2")
 
 
+def test_up_fails_if_no_daemon_runs():
+    lab = Lab("line", "2", "--conf=CONFINE = maybe")
+    done = lab.attempt("up", *lab.arguments)
+    assert done.returncode != 0 and "dev1: daemon exited with status 1" in done.stdout
+    assert "every daemon has ended" in done.stderr and "confinement" in done.stderr, done.stderr
+    assert "nothing to take down" in lab("down")
+
+
 def end_keeper(lab):
     """It is the parent of every device's init."""
     with open(f"/proc/{inits(lab)['dev1']}/status", encoding="utf-8") as file:

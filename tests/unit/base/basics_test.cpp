@@ -16,6 +16,7 @@
 #include "support/fake_platform.h"
 #include "support/frames.h"
 #include "support/log_capture.h"
+#include "support/test_clock.h"
 
 namespace {
 int64_t wallClockStep = 0;  // seconds by which the wall clock was set
@@ -68,6 +69,21 @@ TEST(Text, OfOthersIsCleanedBeforeItIsWritten) {
     EXPECT_NE(log.finish().find("): (\"" + line + "\")\r\n"), std::string::npos);
     Outputlog("%s", hostile.c_str());
     EXPECT_EQ(fakePlatform().calls.back(), "outputlogData " + line);
+}
+
+TEST(Log, HasTheTimeInTheFormatThatIsChosen) {
+    setTestTime(86'400);
+    setenv("TZ", "UTC-1", 1);
+    LogCapture log;
+    LOG(1, "a\r\n");
+    setLogTimeIso(true);
+    LOG(1, "b\r\n");
+    setLogTimeIso(false);
+    const std::string text = log.finish();
+    EXPECT_NE(text.find("[vm1905] [TM=86400/LVL=1] - TestBody("), std::string::npos) << text;
+    EXPECT_NE(text.find("[vm1905] [TM=1970-01-02T01:00:00+0100/LVL=1] - "), std::string::npos);
+    useSystemClock();
+    unsetenv("TZ");
 }
 
 TEST(PublicFile, RemovesByTheBeginningAndFollowsNoLink) {

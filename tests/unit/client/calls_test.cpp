@@ -164,6 +164,7 @@ TEST(Calls, ReadRecords) {
     } rows[] = {
         // clang-format off
         {0, "", kM + "01 0000 04030201 05", reading(vm1905_get_al)},
+        {0, "", zeros(21) + hexText("02:00:00:00:00:01") + "00" + hexText("7.1"), reading(vm1905_get_identity)},
         {4, kM + "00 0501", "aabbcc 01" + zeros(620) + "07", reading(vm1905_get_intf_vend_prop, &kMac, 0x105)},
         {6, kM + "00 0501", "02", reading(vm1905_get_intf_pwr, &kMac, 0x105)},
         {10, kM + "00 0501", "00 0201", reading(vm1905_get_link_num, &kMac, 0x105)},
@@ -211,6 +212,13 @@ TEST(Calls, ReadRecords) {
     uint8_t num = 0;
     EXPECT_EQ(vm1905_get_fwd_rule_num(&client, &num), 0);
     EXPECT_EQ(num, 3) << "in place of a code";
+    for (const auto& [field, seconds] : {std::pair{"00", 0U}, {"01", 0U}, {"08", 7U}}) {
+        vm1905_dev_silence silence;
+        answerWith(35, kM + zeros(7) + field);
+        EXPECT_EQ(vm1905_get_dev_silence(&client, 0, &silence), 0);
+        EXPECT_EQ(silence.seconds, seconds);
+        EXPECT_EQ(silence.is_known, field != std::string("00"));
+    }
     answerWith(137, "");
     EXPECT_EQ(vm1905_set_dev_intf_pwr(&client, &kMac, kIntfs, 30, 3, nullptr), 0);
 }
@@ -267,6 +275,7 @@ TEST(Calls, GiveOrders) {
         {212, "", vm1905_wifi_sync_all},
         {214, kM + "000000 05", order(vm1905_system_ctrl, &kMac, 5)},
         {216, "", vm1905_update_extenders},
+        {218, kM, order(vm1905_ping, &kMac)},
         // clang-format on
     };
     vm1905_client client;

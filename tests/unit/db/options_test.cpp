@@ -85,6 +85,17 @@ TEST_F(Options, AMisspeltWordIsNoPermission) {
     }
 }
 
+TEST_F(Options, LogTimeIsReadBesideTheOtherKeysOfTheLog) {
+    for (const auto& [line, isIso] :
+         {std::pair{"LOG_TIME = iso", true}, {"LOG_TIME = is", false}}) {
+        write("vm1905.conf", std::string("ENABLE_LOG = 1\n") + line + "\nLOG_INDEX = 3\n");
+        EXPECT_EQ(initSysConfig(), kOk);
+        EXPECT_EQ(options(), "3 1 256 1 1 /tmp 1 /etc/vm1905 3");
+        EXPECT_EQ(getSysCtrl().config.logTimeIsIso, isIso);
+    }
+    setLogTimeIso(false);
+}
+
 TEST_F(Options, KeysOfTheMeshAreToldApart) {
     write("vm1905.conf", "MESH_KEY_NEXT=/next\nMESH_KEY = /key\n");
     EXPECT_EQ(initSysConfig(), kOk);

@@ -72,13 +72,14 @@ TEST_F(Service, Records) {
     getAlTable()->fwdRules = {{.ruleId = 7}, {.ruleId = 8}};
     advance(5);
 
+    const Text lan = print(zeros(6)) + "30303a30303a30303a30303a30303a3030";
     const Text eth0 = kE0 + "00 0100", linkTo = print(bytesOf(kPeer.intf)) + kE0;
     const struct {
         unsigned service;
         Text request, record;
     } records[] = {
         // clang-format off
-        {0, "", kOwn + "000000 05000000 02"},
+        {0, "", kOwn + "000000 05000000 02 00" + lan},
         {4, eth0, "aabbcc" + print(Frame(626, 0x77))},
         {6, eth0, ""},
         {10, eth0, "00 0100"},
@@ -113,7 +114,7 @@ TEST_F(Service, Records) {
     for (const uint8_t id : hex("1e 22")) EXPECT_EQ(ask(id), code(id, 81));
     EXPECT_EQ(orders() + calls(), "");
     (void)destroyIntfPorts();
-    EXPECT_EQ(ask(0), data(0, kOwn + "000000 05000000 02 01")) << "no port is open";
+    EXPECT_EQ(ask(0), data(0, kOwn + "000000 05000000 02 01" + lan)) << "no port is open";
     (void)destroyDataManager();
     for (const uint8_t id : hex("00 04 0a 1c 1e 22 24 2c")) EXPECT_EQ(ask(id), code(id, 17));
 }
@@ -358,6 +359,21 @@ TEST_F(Service, OrdersToOtherDevices) {
     EXPECT_EQ(orders(), "4:" + kTo + " ") << "repeated";
     EXPECT_EQ(ask(136, kAl + Frame(249 - 6, 0xFF)), "");
     EXPECT_EQ(orders().substr(0, 16), "6:" + kTo + "1e") << "at most 30 interfaces";
+}
+
+TEST_F(Service, PingIsAnsweredByTheTopologyResponse) {
+    startWithPeer();
+    getNetTopolTable()->status = 1;
+    EXPECT_EQ(ask(218, kNobody), code(218, 7));
+    EXPECT_EQ(ask(218, kTo), "");
+    const Sent query = sent("eth0").at(0);
+    EXPECT_EQ(query.type, kMsgTopolQuery);
+    EXPECT_EQ(receive("eth0", response(kPeer, query.id + 1)), kFailure);
+    EXPECT_EQ(takeAnswer(), "");
+    EXPECT_EQ(receive("eth0", response(kPeer, query.id)), kOk);
+    EXPECT_EQ(takeAnswer(), data(218, ""));
+    advance(7);
+    EXPECT_EQ(ask(34, "00").substr(0, 48), data(34, kTo + "00 01 00 00 00 00 00 08").substr(0, 48));
 }
 
 // Messages that clients have built, and those that the platform library requests.
