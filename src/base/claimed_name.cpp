@@ -227,7 +227,7 @@ bool handOverFolder(const std::string& folder, const Owner& owner) {
         const Fd fd(
             openat(opened.get(), name.c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC));
         if (fd && fstat(fd.get(), &info) == 0 && S_ISREG(info.st_mode) && info.st_nlink == 1) {
-            (void)fchown(fd.get(), owner.user, static_cast<gid_t>(-1));
+            (void)!fchown(fd.get(), owner.user, static_cast<gid_t>(-1));
         }
     }
     return fchown(opened.get(), owner.user, owner.group) == 0;

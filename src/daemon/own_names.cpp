@@ -93,7 +93,7 @@ pid_t takeLock(const Owner& owner) {
         makeOwnFolder(owner);
         module().lock = openLock(O_CREAT, owner);
         if (!module().lock) return 0;
-        (void)fchown(module().lock.get(), owner.user, owner.group);
+        (void)!fchown(module().lock.get(), owner.user, owner.group);
         struct flock lock = lockOfNamespace();
         if (fcntl(module().lock.get(), F_SETLK, &lock) == 0) return 0;
         if (errno != EAGAIN && errno != EACCES) return 0;
