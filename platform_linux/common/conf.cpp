@@ -13,7 +13,7 @@ bool isYesNo(std::string_view value) {
 
 bool areMacs(std::string_view value) {
     bool all = true;
-    forEachWord(value, [&](std::string_view word) { all = all && parseMac(word).has_value(); });
+    forEachWord(value, [&](std::string_view word) { all = all && macFromText(word).has_value(); });
     return all;
 }
 
@@ -25,7 +25,7 @@ bool isBand(std::string_view value) {
 constexpr ConfType kText{"text", [](std::string_view) { return true; }};
 constexpr ConfType kYesNo{"yes or no", isYesNo};
 constexpr ConfType kMac{"a MAC address",
-                        [](std::string_view value) { return parseMac(value).has_value(); }};
+                        [](std::string_view value) { return macFromText(value).has_value(); }};
 constexpr ConfType kMacs{"MAC addresses", areMacs};
 constexpr ConfType kMediaType{"0 to 0xffff", [](std::string_view value) {
                                   return parseNumber(value).value_or(~0U) <= 0xFFFF;

@@ -104,9 +104,9 @@ TEST(PlatformConf, MayBeAnyFile) {
 }
 
 TEST(PlatformText, AddressesNumbersAndHexDigits) {
-    EXPECT_EQ(parseMac("02:00:5e:AA:bb:0c"), MacAddr(2, 0, 0x5E, 0xAA, 0xBB, 0x0C));
+    EXPECT_EQ(macFromText("02:00:5e:AA:bb:0c"), MacAddr(2, 0, 0x5E, 0xAA, 0xBB, 0x0C));
     for (const char* bad : {"", "02:00:5e:aa:bb:0g", "02:00:5e:aa:bb:0c:", "02.00.5e.aa.bb.0c"}) {
-        EXPECT_FALSE(parseMac(bad)) << bad;
+        EXPECT_FALSE(macFromText(bad)) << bad;
     }
     EXPECT_EQ(parseNumber("0x0105"), 0x105U);
     EXPECT_EQ(parseNumber("4294967295"), 0xFFFFFFFFU);
