@@ -117,6 +117,20 @@ void addReadCommands(CLI::App& app, Choice& choice) {
     addSelection(addRead(app, choice, "forwarding-rules", "forwarding rules", showForwardingRules),
                  choice);
     addRead(app, choice, "security", "the security setting of this device", showSecurity);
+    addRead(app, choice, "doctor", "what is wrong with this device, and what to do about it",
+            showDoctor)
+        ->footer("\nExit status: 0 fine, 1 warnings, 2 broken.");
+    {
+        auto files = std::make_shared<std::vector<std::string>>();
+        CLI::App* const command =
+            app.add_subcommand("check-config", "wrong lines of the configuration files")
+                ->fallthrough();
+        command->add_option("FILE", *files, "files to check (default: those of this device)")
+            ->type_name("FILE");
+        command->callback([&choice, files] {
+            choice.read = [files](Session& session) { return showConfigTrouble(session, *files); };
+        });
+    }
     auto item = std::make_shared<std::pair<std::string, std::string>>();
     CLI::App* const get =
         app.add_subcommand("get", "one value of this device or of another")->fallthrough();

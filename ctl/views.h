@@ -25,6 +25,10 @@ Report showChanges(Session& session);
 std::function<Report(Session&)> changeFollower();
 Report showForwardingRules(Session& session);
 Report showSecurity(Session& session);
+// What is wrong with this device. The status is 0 fine, 1 warnings, 2 broken.
+Report showDoctor(Session& session);
+// What is wrong in the configuration files, see checkConfig. The status is 1 if anything is.
+Report showConfigTrouble(Session& session, const std::vector<std::string>& files);
 // One value of this device; of some items, of another device or of an own interface.
 Report showItem(Session& session, const std::string& item, const std::string& of);
 

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <set>
 
+#include "daemon_process.h"
 #include "failure.h"
 #include "views.h"
 #include "words.h"
@@ -17,6 +18,9 @@ struct Status {
     unsigned changes;
     std::optional<bool> mayReboot, maySetPower;
     std::string otherRegistrar;
+    pid_t pid;
+    std::optional<int64_t> uptime;
+    std::optional<size_t> ports;
 };
 
 // Only shown in standard mode.
@@ -30,6 +34,11 @@ constexpr Column<Status> kStatus[] = {
      [](const Status& s) {
          return Json(s.al.no_port != 0 ? "running, but no port is open" : "running");
      }},
+    {"version", "Version",
+     [](const Status& s) { return s.model ? known(s.model->text("ReleaseVersion")) : Json(); }},
+    {"pid", "Process", [](const Status& s) { return s.pid > 0 ? Json(s.pid) : Json(); }},
+    {"uptime", "Running for", [](const Status& s) { return known(s.uptime); }, Unit::kSeconds,
+     kRestless},
     {"name", "Name", [](const Status& s) { return known(s.name); }},
     {"al_mac", "AL MAC", [](const Status& s) { return Json(Mac(s.al.al_mac).text()); }},
     {"role", "Role", [](const Status& s) { return roleOf(s.model); }},
@@ -37,6 +46,7 @@ constexpr Column<Status> kStatus[] = {
     {"age", "Last change", [](const Status& s) { return Json(s.al.age); }, Unit::kSeconds,
      kRestless},
     {"interfaces", "Interfaces", [](const Status& s) { return Json(s.al.intf_num); }},
+    {"ports", "Open ports", [](const Status& s) { return known(s.ports); }},
     {"topology_enabled", "Topology on",
      [](const Status& s) { return Json(s.topology.enable != 0); }},
     {"topology", "Topology", [](const Status& s) { return topologyWord(s.topology.status); }},
@@ -215,6 +225,15 @@ Report showStatus(Session& session) {
     status.name = session.ownName();
     status.model = session.model().find(status.al.al_mac);
     status.otherRegistrar = session.otherRegistrar();
+    if (const auto daemons = daemonProcesses(); !daemons.empty()) {
+        status.pid = daemons[0];
+        status.uptime = uptimeOf(status.pid);
+    }
+    if (status.model != nullptr) {
+        std::vector<std::string> names;
+        for (const ModelInterface& intf : status.model->interfaces) names.push_back(intf.name);
+        status.ports = openPorts(names);
+    }
     const auto read = [&](uint8_t item, std::optional<bool>& value) {
         check(readOption(session.client(), nullptr, item, value), "an option");
     };

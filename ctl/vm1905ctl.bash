@@ -2,7 +2,7 @@
 _vm1905ctl() {
   local line
   COMPREPLY=()
-  if [[ ${COMP_WORDS[COMP_CWORD - 1]} == --data-model ]]; then
+  if [[ ${COMP_WORDS[COMP_CWORD - 1]} == --data-model || " ${COMP_WORDS[*]:0:COMP_CWORD} " == *" check-config "* ]]; then
     compopt -o default # a file
     return
   fi

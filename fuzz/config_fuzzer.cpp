@@ -28,7 +28,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         const std::string_view value = conf().value(key);
         require(value.empty() || conf().has(key));
         require(value.find('\n') == value.npos);
-        (void)parseMac(value);
+        (void)macFromText(value);
         (void)parseNumber(value);
         (void)conf().matches(key, "eth0");
     }

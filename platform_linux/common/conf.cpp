@@ -1,58 +1,79 @@
 #include "common/conf.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdlib>
-#include <optional>
+#include <iterator>
 
-#include "common/files.h"
-#include "common/log.h"
 #include "common/text.h"
 
 namespace {
 
-// Far above any sensible file; the rest is ignored.
-constexpr size_t kMaxFile = size_t{64} * 1024;
-// Complaints about single lines: a wrong file must not flood the log.
-constexpr int kMaxComplaints = 8;
+bool isYesNo(std::string_view value) {
+    return value == "yes" || value == "no";
+}
 
-constexpr std::array<std::string_view, 32> kKeys = {"AL_MAC",
-                                                    "APPROVED",
-                                                    "BACKHAUL",
-                                                    "BUILD_NUMBER",
-                                                    "CONFIGURED",
-                                                    "COUNTRY_CODE",
-                                                    "DAISYCHAIN",
-                                                    "DEVICE_MODE",
-                                                    "DNSMASQ_PID_FILE",
-                                                    "EXCLUDE",
-                                                    "FIRMWARE_DOWNGRADE",
-                                                    "FIRMWARE_DOWNLOAD",
-                                                    "FIRMWARE_FOLDER",
-                                                    "FIRMWARE_HOSTS",
-                                                    "FIRMWARE_KEYS",
-                                                    "FIRMWARE_MODEL",
-                                                    "FIRMWARE_UNSIGNED",
-                                                    "FIRMWARE_URL",
-                                                    "FIRMWARE_VERSION",
-                                                    "FORWARD_1905",
-                                                    "HOSTAPD_FOLDER",
-                                                    "HOSTNAME",
-                                                    "INCLUDE",
-                                                    "LAN_MAC",
-                                                    "LOG_FILE",
-                                                    "MEDIA_TYPE.",
-                                                    "SECURITY_KEY",
-                                                    "SECURITY_MODE",
-                                                    "WIFI_BAND.",
-                                                    "WIFI_COUNTRY_CODE",
-                                                    "WIFI_ROLE.",
-                                                    "WIFI_SETTINGS_FILE"};
+bool areMacs(std::string_view value) {
+    bool all = true;
+    forEachWord(value, [&](std::string_view word) { all = all && macFromText(word).has_value(); });
+    return all;
+}
 
-bool isKnown(std::string_view key) {
-    return std::any_of(kKeys.begin(), kKeys.end(), [key](std::string_view known) {
-        return known.ends_with('.') ? key.starts_with(known) : key == known;
+bool isBand(std::string_view value) {
+    constexpr std::string_view kBands[] = {"2.4", "5", "6", "guest-2.4", "guest-5", "none"};
+    return std::ranges::find(kBands, value) != std::end(kBands);
+}
+
+constexpr ConfType kText{"text", [](std::string_view) { return true; }};
+constexpr ConfType kYesNo{"yes or no", isYesNo};
+constexpr ConfType kMac{"a MAC address",
+                        [](std::string_view value) { return macFromText(value).has_value(); }};
+constexpr ConfType kMacs{"MAC addresses", areMacs};
+constexpr ConfType kMediaType{"0 to 0xffff", [](std::string_view value) {
+                                  return parseNumber(value).value_or(~0U) <= 0xFFFF;
+                              }};
+constexpr ConfType kSecurityMode{
+    "0 to 2", [](std::string_view value) { return parseNumber(value).value_or(~0U) <= 2; }};
+constexpr ConfType kBand{"2.4, 5, 6, guest-2.4, guest-5 or none", isBand};
+
+constexpr PlatformKey kKeys[] = {
+    {"AL_MAC", kMac},
+    {"APPROVED", kMacs},
+    {"BACKHAUL", kText},
+    {"BUILD_NUMBER", kText},
+    {"CONFIGURED", kYesNo},
+    {"COUNTRY_CODE", kText},
+    {"DAISYCHAIN", kText},
+    {"DEVICE_MODE", kText},
+    {"DNSMASQ_PID_FILE", kText},
+    {"EXCLUDE", kText},
+    {"FIRMWARE_DOWNGRADE", kYesNo},
+    {"FIRMWARE_DOWNLOAD", kText},
+    {"FIRMWARE_FOLDER", kText},
+    {"FIRMWARE_HOSTS", kText},
+    {"FIRMWARE_KEYS", kText},
+    {"FIRMWARE_MODEL", kText},
+    {"FIRMWARE_UNSIGNED", kYesNo},
+    {"FIRMWARE_URL", kText},
+    {"FIRMWARE_VERSION", kText},
+    {"FORWARD_1905", kYesNo},
+    {"HOSTAPD_FOLDER", kText},
+    {"HOSTNAME", kText},
+    {"INCLUDE", kText},
+    {"LAN_MAC", kMac},
+    {"LOG_FILE", kText},
+    {"MEDIA_TYPE.", kMediaType},
+    {"SECURITY_KEY", kText},
+    {"SECURITY_MODE", kSecurityMode},
+    {"WIFI_BAND.", kBand},
+    {"WIFI_COUNTRY_CODE", kText},
+    {"WIFI_ROLE.", kText},
+    {"WIFI_SETTINGS_FILE", kText},
+};
+
+const PlatformKey* keyNamed(std::string_view name) {
+    const auto* const found = std::ranges::find_if(kKeys, [name](const PlatformKey& key) {
+        return key.name.ends_with('.') ? name.starts_with(key.name) : name == key.name;
     });
+    return found != std::end(kKeys) ? found : nullptr;
 }
 
 // Keys are logged, so they must be harmless text.
@@ -63,51 +84,34 @@ bool isKey(std::string_view text) {
     });
 }
 
-struct {
-    std::optional<Conf> conf;
-} loaded;
-
-void load(Complaints complaints) {
-    const char* given = secure_getenv("VM1905_PLATFORM_CONF");
-    const char* path = given != nullptr ? given : "/etc/vm1905/platform.conf";
-    std::string text = readFile(path, kMaxFile + 1);
-    if (text.size() > kMaxFile) {
-        text.resize(kMaxFile);
-        if (complaints == Complaints::kLog) {
-            LOG_LINE(2, "%s is longer than %zu bytes; the rest is ignored", path, kMaxFile);
-        }
-    }
-    Conf fresh;
-    fresh.parse(text, complaints);
-    loaded.conf = std::move(fresh);
-}
-
 }  // namespace
 
-void Conf::parse(std::string_view text, Complaints complaints) {
-    int bad = 0;
-    const auto mayComplain = [&] {
-        return complaints == Complaints::kLog && bad++ < kMaxComplaints;
-    };
+std::span<const PlatformKey> platformKeys() {
+    return kKeys;
+}
+
+void Conf::parse(std::string_view text, const ConfComplaint& complain) {
     for (int number = 1; !text.empty(); number++) {
         const std::string_view line = takeLine(text);
         if (line.empty() || line.starts_with('#')) continue;
 
         const auto entry = parseKeyValue(line);
         if (!entry || !isKey(entry->key) || line.find('\0') != line.npos) {
-            if (mayComplain()) LOG_LINE(2, "platform.conf: line %d is not KEY = value", number);
+            complain(number, "not KEY = value");
             continue;
         }
-        const std::string key(entry->key);
-        if (!isKnown(key)) {
-            if (mayComplain()) LOG_LINE(2, "platform.conf: unknown key %s", key.c_str());
+        const std::string name(entry->key);
+        const PlatformKey* const key = keyNamed(name);
+        if (key == nullptr) {
+            complain(number, "unknown key " + name);
             continue;
         }
-        std::erase_if(entries_, [&key](const auto& known) { return known.first == key; });
-        entries_.emplace_back(key, unquoted(entry->value));
-    }
-    if (bad > kMaxComplaints) {
-        LOG_LINE(2, "platform.conf: %d more such lines", bad - kMaxComplaints);
+        const std::string_view value = unquoted(entry->value);
+        if (!value.empty() && !key->type.accepts(value)) {
+            complain(number, wrongValue(name, key->type, value));
+        }
+        std::erase_if(entries_, [&name](const auto& known) { return known.first == name; });
+        entries_.emplace_back(name, value);
     }
 }
 
@@ -125,13 +129,4 @@ bool Conf::has(std::string_view key) const {
 
 bool Conf::matches(std::string_view key, const std::string& name) const {
     return matchesAny(value(key), name);
-}
-
-const Conf& conf() {
-    if (!loaded.conf) load(Complaints::kDrop);
-    return *loaded.conf;
-}
-
-void reloadConf() {
-    load(Complaints::kLog);
 }

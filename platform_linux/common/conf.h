@@ -1,19 +1,28 @@
 // platform.conf: what the owner of the device decides about the platform library.
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-enum class Complaints { kLog, kDrop };
+#include "base/conf_check.h"
+
+struct PlatformKey {
+    std::string_view name;  // if it ends with '.', the name of an interface follows
+    ConfType type;
+};
+
+// All keys.
+std::span<const PlatformKey> platformKeys();
 
 class Conf {
   public:
     // Takes "KEY = value" lines; of equal keys the last one counts. '#' starts a comment at the
     // start of a line or after a blank; a value in double quotes is taken literally. Any bytes are
-    // safe: other lines and unknown keys are skipped and named in the log.
-    void parse(std::string_view text, Complaints complaints = Complaints::kLog);
+    // safe: other lines and unknown keys are named and skipped, wrong values named and kept.
+    void parse(std::string_view text, const ConfComplaint& complain);
 
     // The value, empty if the key is absent.
     std::string_view value(std::string_view key) const;

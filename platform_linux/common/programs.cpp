@@ -31,7 +31,7 @@ bool isOfKind(char kind, const std::string& text, bool strict) {
     if (text.size() > kMostArgument || text.find('\0') != text.npos) return false;
     switch (kind) {
         case 'm':
-            return text.size() == 17 && parseMac(text);
+            return text.size() == 17 && macFromText(text);
         case 'n':
             return isNumber(text);
         case 'x':

@@ -12,7 +12,7 @@ std::string macText(const uint8_t* mac) {
     return macText(mac != nullptr ? MacAddr(mac) : MacAddr{});
 }
 
-std::optional<MacAddr> parseMac(std::string_view text) {
+std::optional<MacAddr> macFromText(std::string_view text) {
     if (text.size() != 17) return std::nullopt;
     MacAddr mac;
     for (size_t i = 0; i < mac.b.size(); i++) {

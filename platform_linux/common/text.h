@@ -14,7 +14,7 @@
 // "aa:bb:cc:dd:ee:ff" of 6 bytes; all zero for a null address.
 std::string macText(const uint8_t* mac);
 // The address in such a text ('-' may separate, too); none for anything else.
-std::optional<MacAddr> parseMac(std::string_view text);
+std::optional<MacAddr> macFromText(std::string_view text);
 
 // Two lower-case digits per byte.
 std::string hexText(std::span<const uint8_t> bytes);

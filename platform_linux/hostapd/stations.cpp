@@ -69,7 +69,7 @@ bool addStations(const HostapdBss& bss, const HostapdLog& log, std::string& line
     for (size_t i = 0; answer && !answer->empty() && i < kMostStations; i++) {
         const std::string mac = answer->substr(0, answer->find('\n'));
         const HostapdValues shown(*answer);
-        if (!parseMac(mac)) break;
+        if (!macFromText(mac)) break;
         // Others have not associated yet.
         if (shown.value("flags").find("[ASSOC]") != std::string_view::npos) {
             lines += lineOf(bss, frequency, mac, shown);

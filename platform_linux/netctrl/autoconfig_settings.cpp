@@ -228,7 +228,7 @@ int checkMACisApprove(const uint8_t* alMac, const char* /*hostname*/) {
     if (wps.approveAll || !conf().has("APPROVED")) return kOk;
     bool listed = false;
     forEachWord(conf().value("APPROVED"), [&](std::string_view word) {
-        listed = listed || parseMac(word) == MacAddr(alMac);
+        listed = listed || macFromText(word) == MacAddr(alMac);
     });
     if (!listed) {
         LOG_LINE(3, "device %s is not in APPROVED of platform.conf", macText(alMac).c_str());

@@ -64,7 +64,7 @@ int getDeviceMode(char text[32]) {
 
 int getDeviceLANMac(uint8_t mac[PLATFORM_MAC_LEN]) {
     if (mac == nullptr) return kFailure;
-    std::optional<MacAddr> found = parseMac(conf().value("LAN_MAC"));
+    std::optional<MacAddr> found = macFromText(conf().value("LAN_MAC"));
     // The daemon asks before it starts the library, so there is no picture yet.
     if (!found) {
         const std::optional<Picture> picture = takePicture({});

@@ -57,7 +57,7 @@ int SecurityCtrl_cleanDataToList() {
             std::string_view lines = output;
             while (result == 0 && !lines.empty()) {
                 const std::string_view line = takeLine(lines);
-                const auto to = parseMac(line.substr(0, line.find(' ')));
+                const auto to = macFromText(line.substr(0, line.find(' ')));
                 if (to) {
                     sendPrinted(kStart, *to, kM1, line.substr(line.find(' ') + 1));
                 } else if (!line.empty()) {

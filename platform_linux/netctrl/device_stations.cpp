@@ -55,7 +55,7 @@ std::optional<WifiStation> stationIn(std::string_view line) {
     const auto fields = splitLine(line);
     if (!fields) return {};
     const auto& [macField, type, rateField, rssiField, levelField, tx, rx, connType] = *fields;
-    const auto mac = parseMac(macField);
+    const auto mac = macFromText(macField);
     const auto mediaType = parseNumber(type);
     const auto rate = figure(rateField), rssi = figure(rssiField), level = figure(levelField);
     if (!mac || !mediaType || !rate || !rssi || !level) return {};

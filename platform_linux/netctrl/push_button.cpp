@@ -68,7 +68,7 @@ std::optional<MacAddr> joinedAt(const AccessPoint& accessPoint, pollfd& waiting)
     if (!event) waiting.fd = -1;
     const size_t at = event ? event->find(kJoined) : std::string::npos;
     if (at == std::string::npos) return {};
-    return parseMac(std::string_view(*event).substr(at + kJoined.size(), 17));
+    return macFromText(std::string_view(*event).substr(at + kJoined.size(), 17));
 }
 
 // ---- In the daemon
@@ -76,7 +76,7 @@ std::optional<MacAddr> joinedAt(const AccessPoint& accessPoint, pollfd& waiting)
 void tellWhoJoined(const std::string& output) {
     const size_t blank = output.find(' ');
     const std::string ifname = output.substr(0, blank);
-    const auto station = parseMac(
+    const auto station = macFromText(
         trim(std::string_view(output).substr(blank != output.npos ? blank : output.size())));
     const Intf* const intf = reported().byName(ifname);
     if (!station || intf == nullptr) {

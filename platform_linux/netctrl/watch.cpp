@@ -79,7 +79,7 @@ bool bears(const Picture& picture, const MacAddr& mac) {
 }
 
 std::optional<MacAddr> chooseAlMac(const Picture& picture) {
-    if (const auto given = parseMac(conf().value("AL_MAC"))) return given;
+    if (const auto given = macFromText(conf().value("AL_MAC"))) return given;
     if (watch.alMac && bears(picture, *watch.alMac)) return watch.alMac;
     return alMacOf(picture);
 }

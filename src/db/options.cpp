@@ -1,18 +1,17 @@
 #include "db/options.h"
 
-#include <grp.h>
-
 #include <algorithm>
-#include <charconv>
 #include <cstdio>
-#include <cstdlib>
+#include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "base/log.h"
 #include "base/result.h"
 #include "base/store.h"
 #include "db/change_log.h"
+#include "db/conf_file.h"
 #include "db/data_manager.h"
 #include "db/data_model_update.h"
 #include "db/sys_ctrl.h"
@@ -22,7 +21,6 @@ namespace {
 
 constexpr const char* kReleaseVersion = "7879";
 constexpr uint16_t kMaxChangeLog = 256;
-constexpr int kLineLength = 128;
 
 SysConfig& config() {
     return getSysCtrl().config;
@@ -31,174 +29,6 @@ SysIdentity& identity() {
     return getSysCtrl().identity;
 }
 
-// A key of a configuration file.
-struct Key {
-    const char* name;
-    const char* fallback;  // the value if the file has none
-    void (*store)(const char* value);
-};
-
-template <auto Member>
-void storeNumber(const char* value) {
-    auto& field = config().*Member;
-    field = static_cast<std::remove_reference_t<decltype(field)>>(atoi(value));
-}
-
-void storeDebugLevel(const char* value) {
-    storeNumber<&SysConfig::debugLevel>(value);
-    setDebugLevel(config().debugLevel);
-}
-
-template <auto Member>
-void storeText(const char* value) {
-    config().*Member = value;
-}
-
-template <auto Member>
-void storeVersion(const char* value) {
-    identity().*Member = value;
-}
-
-// The first token at or behind pos, empty if there is none. pos moves behind its separator.
-std::string_view nextToken(std::string_view line, size_t& pos, const char* separators) {
-    const size_t begin = line.find_first_not_of(separators, pos);
-    if (begin == line.npos) {
-        pos = line.size();
-        return {};
-    }
-    const size_t end = std::min(line.find_first_of(separators, begin), line.size());
-    pos = std::min(end + 1, line.size());
-    return line.substr(begin, end - begin);
-}
-
-// "any", "registrar", or a list of AL MACs. A misspelt word is no AL MAC, so it admits nobody.
-void storeOrdersFrom(const char* value) {
-    OrdersFrom& from = config().ordersFrom;
-    const std::string_view text(value);
-    from = {text == "any"         ? OrdersFrom::kAny
-            : text == "registrar" ? OrdersFrom::kRegistrar
-                                  : OrdersFrom::kListed};
-    if (from.who != OrdersFrom::kListed) return;
-    for (size_t pos = 0; pos < text.size();) {
-        const std::string word(nextToken(text, pos, ","));
-        MacAddr mac;
-        int length = 0;
-        if (sscanf(word.c_str(), "%hhx:%hhx:%hhx:%hhx:%hhx:%hhx%n", &mac.b[0], &mac.b[1], &mac.b[2],
-                   &mac.b[3], &mac.b[4], &mac.b[5], &length) == 6 &&
-            length == static_cast<int>(word.size())) {
-            from.listed.push_back(mac);
-        } else {
-            LOG(1, "ORDERS_FROM: \"%s\" is not an AL MAC\r\n", plainText(word).c_str());
-        }
-    }
-}
-
-// "any" or "owner", which also a misspelt word means.
-void storeControlFilesFrom(const char* value) {
-    config().controlFilesOfOwner = std::string_view(value) != "any";
-}
-
-// The whole value as a number of this base.
-template <typename Number>
-std::optional<Number> wholeNumber(std::string_view text, int base) {
-    Number number = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, number, base);
-    return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
-}
-
-// The owner keeps his rights, because the daemon itself needs them.
-std::optional<mode_t> modeOf(const char* key, const char* value) {
-    const auto mode = wholeNumber<mode_t>(value, 8);
-    if (mode && (*mode & 0600) == 0600 && (*mode & ~0666U) == 0) return mode;
-    LOG(1, "%s: \"%s\" is no mode between 0600 and 0666, the default is used\r\n", key,
-        plainText(value).c_str());
-    return {};
-}
-
-// The group of this name or number. Empty for an empty value, and for one that is no group, which
-// the log names.
-std::optional<gid_t> groupOf(const char* key, const char* value) {
-    constexpr auto kNone = static_cast<gid_t>(-1);
-    if (*value == '\0') return {};
-    const group* const named = getgrnam(value);
-    const gid_t found =
-        named != nullptr ? named->gr_gid : wholeNumber<gid_t>(value, 10).value_or(kNone);
-    if (found != kNone) return found;
-    LOG(1, "%s: there is no group \"%s\", the default is used\r\n", key, plainText(value).c_str());
-    return {};
-}
-
-void storeChannelGroup(const char* value) {
-    config().channelGroup = groupOf("CHANNEL_GROUP", value);
-}
-
-void storeWebGroup(const char* value) {
-    config().webGroup = groupOf("WEB_GROUP", value);
-}
-
-void storeChannelMode(const char* value) {
-    config().channelMode = modeOf("CHANNEL_MODE", value).value_or(SysConfig{}.channelMode);
-}
-
-void storeLogTime(const char* value) {
-    config().logTimeIsIso = std::string_view(value) == "iso";
-    setLogTimeIso(config().logTimeIsIso);
-}
-
-void storeDataModelMode(const char* value) {
-    config().dataModelMode = *value == '\0' ? std::nullopt : modeOf("DATA_MODEL_MODE", value);
-}
-
-void storeConfine(const char* value) {
-    const auto number = wholeNumber<unsigned>(value, 10);
-    config().confine = number && *number <= 1 ? std::optional(*number == 1) : std::nullopt;
-}
-
-// A line sets the first key of the list that occurs anywhere in it, so the order matters.
-constexpr Key kConfigKeys[] = {
-    {"DEBUG_LEVEL", "3", storeDebugLevel},
-    {"ENABLE_NET_TOPOL", "1", storeNumber<&SysConfig::enableNetTopol>},
-    {"MAX_CHANGE_LOG_ENTRIES", "256", storeNumber<&SysConfig::maxChangeLogEntries>},
-    {"ENABLE_REBOOT_FROM_NBR", "1", storeNumber<&SysConfig::enableRebootFromNbr>},
-    {"ENABLE_INTF_PWR_CTRL_FROM_NBR", "1", storeNumber<&SysConfig::enableIntfPwrCtrlFromNbr>},
-    {"DATA_MODEL_FOLDER", "/tmp", storeText<&SysConfig::dataModelFolder>},
-    {"ENABLE_LOG", "0", storeNumber<&SysConfig::enableLog>},
-    {"LOG_FOLDER", "/etc/vm1905", storeText<&SysConfig::logFolder>},
-    {"LOG_INDEX", "0", storeNumber<&SysConfig::logIndex>},
-    {"LOG_TIME", "", storeLogTime},
-    {"READ_LLDP", "0", storeNumber<&SysConfig::readLldp>},
-    {"STANDARD_1905", "0", storeNumber<&SysConfig::standard1905>},
-    {"ENABLE_RESET_FROM_NBR", "1", storeNumber<&SysConfig::enableResetFromNbr>},
-    {"ENABLE_FIRMWARE_FROM_NBR", "1", storeNumber<&SysConfig::enableFirmwareFromNbr>},
-    {"ENABLE_NETWORK_FROM_NBR", "1", storeNumber<&SysConfig::enableNetworkFromNbr>},
-    {"ENABLE_SYSTEM_FROM_NBR", "1", storeNumber<&SysConfig::enableSystemFromNbr>},
-    {"ENABLE_WIFI_FROM_NBR", "1", storeNumber<&SysConfig::enableWifiFromNbr>},
-    {"ORDERS_FROM", "any", storeOrdersFrom},
-    {"CONTROL_FILES_FROM", "any", storeControlFilesFrom},
-    {"MESH_KEY_NEXT", "", storeText<&SysConfig::meshKeyNext>},
-    {"MESH_KEY", "", storeText<&SysConfig::meshKey>},
-    {"CHANNEL_GROUP", "", storeChannelGroup},
-    {"CHANNEL_MODE", "0666", storeChannelMode},
-    {"DATA_MODEL_MODE", "", storeDataModelMode},
-    {"WEB_FOLDER", "", storeText<&SysConfig::webFolder>},
-    {"WEB_GROUP", "", storeWebGroup},
-    {"CONFINE", "0", storeConfine},
-    {"RUN_AS", "", storeText<&SysConfig::runAs>},
-    {"EXCLUDE_DEFAULT_ROUTE", "0", storeNumber<&SysConfig::excludeDefaultRoute>},
-};
-
-constexpr Key kVersionKeys[] = {
-    {"AppVersion", "1.0", storeVersion<&SysIdentity::appVersion>},
-    {"L2DeviveCtrl", "0", storeVersion<&SysIdentity::l2DeviveCtrlVersion>},
-    {"WiFiAutoCfg", "0", storeVersion<&SysIdentity::wifiAutoCfgVersion>},
-    {"WiFiOnOff", "0", storeVersion<&SysIdentity::wifiOnOffVersion>},
-    {"FwUpgrade", "0", storeVersion<&SysIdentity::fwUpgradeVersion>},
-    {"LEDOnOff", "0", storeVersion<&SysIdentity::ledOnOffVersion>},
-    {"DSI", "0", storeVersion<&SysIdentity::dsiVersion>},
-    {"vm1905Version", "0", storeVersion<&SysIdentity::vm1905Version>},
-};
-
 using File = std::unique_ptr<FILE, decltype(&fclose)>;
 
 File openConfFile(const char* name) {
@@ -206,28 +36,6 @@ File openConfFile(const char* name) {
     File file(fopen(path.c_str(), "re"), fclose);
     if (!file) LOG(2, "can't open file: %s\r\n", path.c_str());
     return file;
-}
-
-template <size_t N>
-void readKeys(FILE* file, const Key (&keys)[N]) {
-    bool seen[N] = {};
-    char buffer[kLineLength];
-    while (fgets(buffer, sizeof buffer, file) != nullptr) {
-        const std::string_view line(buffer);
-        if (line.starts_with('\r') || line.starts_with('#')) continue;
-        for (size_t i = 0; i < N; i++) {
-            if (line.find(keys[i].name) == line.npos) continue;
-            size_t pos = 0;
-            (void)nextToken(line, pos, "= ;\n");
-            const std::string value(nextToken(line, pos, "= ;\r\n"));
-            keys[i].store(value.empty() ? keys[i].fallback : value.c_str());
-            seen[i] = true;
-            break;
-        }
-    }
-    for (size_t i = 0; i < N; i++) {
-        if (!seen[i]) keys[i].store(keys[i].fallback);
-    }
 }
 
 // Fills a text from a platform function, cleaned; the text is empty if that fails.
@@ -256,7 +64,15 @@ int initSysConfig() {
     setDebugLevel(3);
     const File file = openConfFile("vm1905.conf");
     if (!file) return kFailure;
-    readKeys(file.get(), kConfigKeys);
+    std::vector<std::string> complaints;
+    {
+        FewComplaints few("vm1905.conf",
+                          [&](const std::string& line) { complaints.push_back(line); });
+        readConfigFile(file.get(), getSysCtrl(), std::ref(few));
+    }
+    for (const std::string& line : complaints) LOG(1, "%s\r\n", line.c_str());
+    setDebugLevel(config().debugLevel);
+    setLogTimeIso(config().logTimeIsIso);
 
     SysIdentity& id = identity();
     fetch(getFirmwareVersion, id.firmwareVersion);
@@ -291,7 +107,7 @@ int initVersion() {
     setDebugLevel(3);
     const File file = openConfFile("vm1905_Version");
     if (!file) return kFailure;
-    readKeys(file.get(), kVersionKeys);
+    readVersionFile(file.get(), getSysCtrl());
     const SysIdentity& id = identity();
     LOG(4,
         "Velmar IEEE 1905.1 Version:Version_app = %s, L2DeviveCtrl = %s, WiFiAutoCfg = %s, "

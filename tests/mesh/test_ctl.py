@@ -91,6 +91,50 @@ def test_records_are_those_of_the_lab(lab):
     assert "name=dev2" in lines and f"interfaces.1.mac={port_mac(2, 1)}" in lines
 
 
+def findings(lab, status, *arguments):
+    """What the doctor has found: name of the check -> state, finding, remedy."""
+    done = ctl(lab, "--json", "doctor", *arguments)
+    assert done.returncode == status, done.stdout + done.stderr
+    return {row["check"]: (row["state"], row["finding"], row["remedy"])
+            for row in json.loads(done.stdout)["checks"] if row["state"] != "fine"}
+
+
+def test_the_doctor_finds_what_is_wrong(lab):
+    status = show(lab, "status")
+    assert status["version"] and status["ports"] == 1 and status["uptime"] < 3600
+    assert lab.run("dev1", "cat", f"/proc/{status['pid']}/comm") == "vm1905\n"
+    lab.until(lambda: ctl(lab, "doctor").returncode == 0, "it is well")
+    wrong = {  # what is done to the device, undone, and found
+        "echo FORWARD_1905 = maybe > /etc/vm1905/platform.conf":
+            ("rm /etc/vm1905/platform.conf", 1, "configuration", "platform.conf:1: FORWARD_1905"),
+        "touch /tmp/vm1905_debug":
+            ("rm /tmp/vm1905_debug", 1, "control files", "/tmp/vm1905_debug is left over"),
+        "ip link set eth0 down": ("ip link set eth0 up", 1, "links", "no interface"),
+        "cp $(command -v sleep) /tmp/vm1905; /tmp/vm1905 60 > /dev/null 2>&1 & echo $! > /tmp/pid":
+            ("kill $(cat /tmp/pid)", 2, "second daemon", f"beside process {status['pid']}"),
+    }
+    for script, (undo, expected, check, text) in wrong.items():
+        lab.shell("dev1", script)
+        lab.until(lambda: ctl(lab, "doctor").returncode == expected, script)
+        state, finding, remedy = findings(lab, expected)[check]
+        assert state == ("warning", "broken")[expected - 1] and text in finding and remedy
+        lab.shell("dev1", undo)
+    lab.until(lambda: ctl(lab, "doctor").returncode == 0, "it is well again")
+    for old, new, check, text in (
+            ('"Registrar",', f'"Registrar",\n"OtherRegistrar": "{al_mac(2)}",', "Registrars", "dev2"),
+            ('"Registrar",', '"Registrar",\n"StandardMode": true,', "standard mode", ""),
+            (al_mac(1), al_mac(9), "data model", "earlier daemon"),
+            ('"NetworkTopology"', '"None"', "data model", "has 0 other devices, the daemon 2")):
+        planted = lab.model_text("dev1").replace(old, new, 1)
+        planted = planted.replace('"Enrollee",', '"Enrollee",\n"StandardMode": false,')
+        lab.run("dev1", "tee", "/tmp/other.json", input=planted, encoding="utf-8")
+        found = findings(lab, 1, "--data-model", "/tmp/other.json")
+        assert list(found) == [check] and text in found[check][1]
+    done = ctl(lab, "check-config", "/etc/vm1905/vm1905.conf", "/etc/vm1905/wifi.none")
+    assert (done.returncode, done.stdout) == (
+        REFUSED, "/etc/vm1905/wifi.none: cannot be read: No such file or directory\n")
+
+
 def test_an_order_is_answered_by_the_device(lab):
     assert ctl(lab, "led", "dev2", "7").stdout == "done: led, dev2\n"
     lab.until(lambda: show(lab, "device", al_mac(2))["led_status"] == "blue", "its LED state")
@@ -269,3 +313,4 @@ def test_a_silent_device_and_a_killed_daemon(lab):
     assert dying.returncode == NO_DAEMON and dying.stderr.startswith("vm1905ctl: ")
     gone = ctl(lab, "topology", "--json")
     assert gone.returncode == NO_DAEMON and json.loads(gone.stdout)["result"] == -1
+    assert "not running" in findings(lab, 2)["daemon"][1]

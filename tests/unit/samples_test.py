@@ -13,7 +13,7 @@ def table(file, name):
     return re.findall(r'"([A-Z][A-Z0-9_]*\.?)"', rows)
 
 
-for sample, file, name in (("vm1905.conf.in", "src/db/options.cpp", "kConfigKeys"),
+for sample, file, name in (("vm1905.conf.in", "src/db/conf_file.cpp", "kConfigKeys"),
                            ("platform.conf", "platform_linux/common/conf.cpp", "kKeys")):
     lines = (ROOT / "packaging/conf" / sample).read_text(encoding="utf-8").splitlines()
     keys = re.findall(r"^#?([A-Z][A-Z0-9_]+\.?)\w* =", "\n".join(lines), re.M)

@@ -2,11 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <cctype>
+#include <filesystem>
+#include <fstream>
 #include <iterator>
 #include <sstream>
 
 #include "argument.h"
 #include "cli.h"
+#include "config_check.h"
 #include "data_model.h"
 #include "failure.h"
 #include "mac.h"
@@ -274,6 +277,29 @@ TEST(Usage, IsCheckedBeforeAnythingIsAsked) {
     }
     EXPECT_EQ(numberArgument("010", 0, 255, ""), 10);
     EXPECT_EQ(numberArgument("0x10", 0, 255, ""), 16);
+}
+
+TEST(CheckConfig, NamesTheFileAndTheLine) {
+    std::string folder = "/tmp/ctl_test.XXXXXX";
+    ASSERT_NE(mkdtemp(folder.data()), nullptr);
+    std::ofstream(folder + "/vm1905.conf") << "DEBUG_LEVEL=4\nENABLE_LOG = yes\n";
+    std::ofstream(folder + "/platform.conf.new") << "FORWARD_1905 = maybe\nAL_MAC = zz:zz\n";
+    std::ofstream(folder + "/wifi.conf") << "[home]\nBAND = 7\nSSID = x\nAUTHENTICATION = open\n";
+    std::string all;
+    for (const char* name :
+         {"/vm1905.conf", "/platform.conf.new", "/wifi.conf", "/vm1905.missing"}) {
+        for (const auto& trouble : checkConfig({folder + name})) {
+            all += trouble.all().substr(folder.size()) + "\n";
+        }
+    }
+    EXPECT_EQ(all,
+              "/vm1905.conf:2: ENABLE_LOG must be 0 or 1, not \"yes\"\n"
+              "/platform.conf.new:1: FORWARD_1905 must be yes or no, not \"maybe\"\n"
+              "/platform.conf.new:2: AL_MAC must be a MAC address, not \"zz:zz\"\n"
+              "/wifi.conf:2: BAND is a list of 2.4, 5, 6, guest-2.4 and guest-5\n"
+              "/vm1905.missing: cannot be read: No such file or directory\n");
+    EXPECT_THROW((void)checkConfig({folder + "/else.conf"}), Failure);
+    std::filesystem::remove_all(folder);
 }
 
 }  // namespace

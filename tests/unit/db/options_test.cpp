@@ -1,7 +1,9 @@
 #include "db/options.h"
 
 #include <fstream>
+#include <set>
 
+#include "db/conf_file.h"
 #include "db/exported_accessors.h"
 #include "db/sys_ctrl.h"
 #include "support/device.h"
@@ -102,7 +104,7 @@ TEST_F(Options, KeysOfTheMeshAreToldApart) {
     EXPECT_EQ(getMeshKeyOption() + std::string(getMeshKeyNextOption()), "/key/next");
 }
 
-TEST_F(Options, WrongGroupsAndModesAreNamed) {
+TEST_F(Options, WrongGroupsAndModesHaveTheirDefaults) {
     // A value of all keys, what becomes of it, and how many of them are named.
     const std::tuple<std::string, int, unsigned, size_t> cases[] = {
         {"", -1, 0666, 0},      {"root", 0, 0666, 2},  {"0660", 660, 0660, 0},
@@ -116,8 +118,67 @@ TEST_F(Options, WrongGroupsAndModesAreNamed) {
         EXPECT_EQ(getWebGroupOption(), getChannelGroupOption());
         EXPECT_EQ(getChannelModeOption(), mode) << value;
         EXPECT_EQ(getDataModelModeOption().value_or(0666), mode) << value;
-        EXPECT_EQ(occurrences(log_.text(), ", the default is used\r\n"), wrong) << value;
+        EXPECT_EQ(occurrences(log_.text(), ", not \"" + value + "\"\r\n"), wrong) << value;
     }
+}
+
+TEST_F(Options, WrongLinesAreNamed) {
+    const std::string xs(120, 'x');
+    // A line, and the complaint about it; the third line of a file.
+    const std::pair<std::string, std::string> cases[] = {
+        {"DEBUG_LEVEL=banana", "DEBUG_LEVEL must be 0 to 5, not \"banana\""},
+        {"DEBUG_LEVEL=-0", "DEBUG_LEVEL must be 0 to 5, not \"-0\""},
+        {"MAX_CHANGE_LOG_ENTRIES = -5", "MAX_CHANGE_LOG_ENTRIES must be 1 to 256, not \"-5\""},
+        {"DATA_MODEL_FOLDER=/" + xs.substr(0, 31),
+         "DATA_MODEL_FOLDER must be a folder of at most 31 characters, not \"/" + xs.substr(0, 31) +
+             "\""},
+        {"ORDERS_FROM = 02:00:00:00:00:01,zz:zz",
+         "ORDERS_FROM must be any, registrar or AL MACs, not \"02:00:00:00:00:01,zz:zz\""},
+        {"CONFINE=\x1b[1m", "CONFINE must be 0 or 1, not \"[1m\""},
+        {"COLOR = red", "unknown key COLOR"},
+        {"MY_LOG_INDEX=1", "MY_LOG_INDEX is taken for LOG_INDEX"},
+        {"LOG_INDEX=1 # not DEBUG_LEVEL", "LOG_INDEX is taken for DEBUG_LEVEL"},
+        {"  #LOG_INDEX=1", "#LOG_INDEX is taken for LOG_INDEX"},
+        {xs + "LOG_INDEX=1", "longer than 127 characters, the rest counts as a line"},
+        {"#" + xs + "...... ENABLE_LOG=1", "longer than 127 characters, the rest counts as a line"},
+        // These are right.
+        {"LOG_INDEX = 2; # note", ""},
+        {"\tENABLE_LOG\t=\t1\r", ""},
+        {"LOG_FOLDER=", ""},
+        {"  # a note", ""},
+        {"#" + xs + xs, ""},
+        {" \t\r", ""},
+    };
+    for (const auto& [line, complaint] : cases) {
+        write("vm1905.conf", "# first\nDEBUG_LEVEL = 0\n" + line + "\n");
+        EXPECT_EQ(initSysConfig(), kOk);
+        const std::string log = log_.text();
+        EXPECT_EQ(occurrences(log, "vm1905.conf: line "), complaint.empty() ? 0U : 1U) << line;
+        EXPECT_EQ(occurrences(log, "vm1905.conf: line 3: " + complaint + "\r\n"),
+                  complaint.empty() ? 0U : 1U)
+            << line;
+    }
+    std::string many;
+    for (int i = 0; i < 20; i++) many += "COLOR = red\n";
+    write("vm1905.conf", many);
+    EXPECT_EQ(initSysConfig(), kOk);
+    const std::string log = log_.text();
+    EXPECT_EQ(occurrences(log, "unknown key"), 8U);
+    EXPECT_EQ(occurrences(log, "vm1905.conf: 12 more such lines\r\n"), 1U);
+}
+
+TEST_F(Options, TheManualHasTheKeys) {
+    std::ifstream page(VM1905_MAN "/vm1905.8");
+    std::multiset<std::string> inPage, inTable;
+    for (std::string line; std::getline(page, line);) {
+        if (line.starts_with(".BR ") && line.find("; default: ") != line.npos) inPage.insert(line);
+    }
+    for (const ConfKey& key : configKeys()) {
+        const std::string fallback = *key.fallback == '\0' ? "none" : key.fallback;
+        inTable.insert(std::string(".BR ") + key.name + " \" (" + key.type.text +
+                       "; default: " + fallback + ")\"");
+    }
+    EXPECT_EQ(inPage, inTable);
 }
 
 TEST_F(Options, MissingFileChangesNothing) {

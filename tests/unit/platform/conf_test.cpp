@@ -1,5 +1,8 @@
 // platform.conf: which files it understands, and that no file does harm.
+#include <fstream>
+#include <map>
 #include <random>
+#include <set>
 
 #include "support.h"
 
@@ -9,7 +12,8 @@ TEST(PlatformConf, HasKeysValuesAndComments) {
         "# a comment\nHOSTNAME=attic\r\n  DEVICE_MODE =  bridge mode # not this\n"
         "SECURITY_KEY = \"pass # phrase \"\nBUILD_NUMBER = 1\nBUILD_NUMBER = a#2\nLAN_MAC =\n"
         "EXCLUDE = eth9, wlan?-guest\nUNKNOWN = 1\nno key at all\n"
-        "MEDIA_TYPE.wlan0 = last line without an end");
+        "MEDIA_TYPE.wlan0 = last line without an end",
+        [](int, const std::string&) {});
     const std::pair<const char*, const char*> table[] = {
         {"HOSTNAME", "attic"},   {"DEVICE_MODE", "bridge mode"},
         {"LAN_MAC", ""},         {"SECURITY_KEY", "pass # phrase "},
@@ -24,15 +28,65 @@ TEST(PlatformConf, HasKeysValuesAndComments) {
     EXPECT_FALSE(conf.matches("EXCLUDE", "eth91") || conf.matches("INCLUDE", "eth9"));
 }
 
-TEST(PlatformConf, NamesUnknownKeysButDoesNotFloodTheLog) {
-    std::string text = "COLOR = red\n";
+TEST(PlatformConf, WrongLinesAreNamed) {
+    // A line, and the complaint about it; the second line of a file.
+    const std::pair<const char*, const char*> cases[] = {
+        {"COLOR = red", "unknown key COLOR"},
+        {"EXCLUDE", "not KEY = value"},
+        {"AL_MAC = zz:zz", "AL_MAC must be a MAC address, not \"zz:zz\""},
+        {"APPROVED = 02:00:00:00:00:01, all",
+         "APPROVED must be MAC addresses, not \"02:00:00:00:00:01, all\""},
+        {"FORWARD_1905 = \"maybe\"", "FORWARD_1905 must be yes or no, not \"maybe\""},
+        {"SECURITY_MODE = 3", "SECURITY_MODE must be 0 to 2, not \"3\""},
+        {"WIFI_BAND.wlan0 = 60",
+         "WIFI_BAND.wlan0 must be 2.4, 5, 6, guest-2.4, guest-5 or none, "
+         "not \"60\""},
+        {"MEDIA_TYPE.wlan0 = 0x0105 # right", nullptr},
+        {"AL_MAC =", nullptr},
+    };
+    const ScratchFolder folder;
+    for (const auto& [line, complaint] : cases) {
+        testing::internal::CaptureStdout();
+        folder.platformConf("HOSTNAME = attic\n" + std::string(line));
+        const std::string log = testing::internal::GetCapturedStdout();
+        const std::string expected =
+            complaint == nullptr
+                ? ""
+                : std::string("[vmNetCtrl] platform.conf: line 2: ") + complaint + "\r\n";
+        EXPECT_EQ(log, expected);
+    }
+}
+
+TEST(PlatformConf, TheDocumentHasTheKeys) {
+    std::ifstream page(DOCS "/platform.md");
+    std::set<std::string> inPage, inTable;
+    std::map<std::string, std::string> rows;
+    bool isTable = false;
+    for (std::string line; std::getline(page, line);) {
+        if (line.starts_with("#")) isTable = line == "## platform.conf";
+        if (!isTable || !line.starts_with("| `")) continue;
+        const std::string name = line.substr(3, line.find('`', 3) - 3);
+        inPage.insert(name);
+        std::erase(line, '`');
+        rows[name] = line;
+    }
+    for (const PlatformKey& key : platformKeys()) {
+        const std::string name(key.name), type(key.type.text);
+        inTable.insert(name);
+        EXPECT_TRUE(type == "text" || rows[name].find(type) != std::string::npos) << name;
+    }
+    EXPECT_EQ(inPage, inTable);
+}
+
+TEST(PlatformConf, DoesNotFloodTheLog) {
+    std::string text;
     std::mt19937 random(1);
     for (int i = 0; i < 60000; i++) text += static_cast<char>(random());
+    const ScratchFolder folder;
     testing::internal::CaptureStdout();
-    Conf().parse(text);
+    folder.platformConf(text);
     const std::string log = testing::internal::GetCapturedStdout();
-    EXPECT_NE(log.find("[vmNetCtrl] platform.conf: unknown key COLOR\r\n"), log.npos);
-    EXPECT_LE(std::count(log.begin(), log.end(), '\n'), 9);
+    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 9);
 }
 
 TEST(PlatformConf, MayBeAnyFile) {
@@ -50,9 +104,9 @@ TEST(PlatformConf, MayBeAnyFile) {
 }
 
 TEST(PlatformText, AddressesNumbersAndHexDigits) {
-    EXPECT_EQ(parseMac("02:00:5e:AA:bb:0c"), MacAddr(2, 0, 0x5E, 0xAA, 0xBB, 0x0C));
+    EXPECT_EQ(macFromText("02:00:5e:AA:bb:0c"), MacAddr(2, 0, 0x5E, 0xAA, 0xBB, 0x0C));
     for (const char* bad : {"", "02:00:5e:aa:bb:0g", "02:00:5e:aa:bb:0c:", "02.00.5e.aa.bb.0c"}) {
-        EXPECT_FALSE(parseMac(bad)) << bad;
+        EXPECT_FALSE(macFromText(bad)) << bad;
     }
     EXPECT_EQ(parseNumber("0x0105"), 0x105U);
     EXPECT_EQ(parseNumber("4294967295"), 0xFFFFFFFFU);

@@ -89,7 +89,7 @@ NETWORK_TEST(Network, PowerAndStatusFollowTheLink) {
     EXPECT_TRUE(daemon.statusBecomes("v0", PLATFORM_OPER_LOWER_LAYER_DOWN));
     EXPECT_EQ(daemon.events, "");
 
-    const MacAddr mac = *parseMac(kV0);
+    const MacAddr mac = *macFromText(kV0);
     const uint8_t* const v0 = mac.data();
     EXPECT_EQ(setIntfPwrStateById(v0, kGigabit, PLATFORM_PWR_OFF), 0);
     EXPECT_EQ(setIntfPwrStateById(v0, kGigabit, PLATFORM_PWR_SAVE), 2);

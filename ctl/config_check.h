@@ -1,0 +1,17 @@
+// What is wrong in the configuration files.
+#pragma once
+
+#include <string>
+#include <vector>
+
+struct ConfigTrouble {
+    std::string file;
+    int line;  // 0: the whole file
+    std::string text;
+
+    std::string all() const;  // "file:line: text"
+};
+
+// Of these files, whose names begin with vm1905, platform or wifi; if none is given, of the files
+// of this device. Throws Failure for other names.
+std::vector<ConfigTrouble> checkConfig(const std::vector<std::string>& files);

@@ -1,0 +1,118 @@
+#include "daemon_process.h"
+
+#include <fcntl.h>
+#include <net/if.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <charconv>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+#include "base/own_folder.h"
+
+namespace {
+
+// The process that has the lock of this IPC namespace; 0 if there is none, or none can be seen.
+pid_t lockOwner() {
+    const std::string path = ownFolder() + "/daemon.lock";
+    const int fd = open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) return 0;
+    struct stat space {};
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    lock.l_len = 1;
+    const bool isKnown = stat("/proc/self/ns/ipc", &space) == 0 &&
+                         (lock.l_start = static_cast<off_t>(space.st_ino)) != 0 &&
+                         fcntl(fd, F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
+    close(fd);
+    return isKnown ? lock.l_pid : 0;
+}
+
+bool isDaemon(pid_t pid) {
+    // A process of another PID namespace has one more number there.
+    std::istringstream numbers(processStatus(pid, "NSpid"));
+    const auto count = std::distance(std::istream_iterator<std::string>(numbers),
+                                     std::istream_iterator<std::string>());
+    return processStatus(pid, "Name") == "vm1905" && count <= 1;
+}
+
+}  // namespace
+
+std::string processStatus(pid_t pid, const std::string& key) {
+    std::ifstream file("/proc/" + std::to_string(pid) + "/status");
+    for (std::string line; std::getline(file, line);) {
+        if (!line.starts_with(key + ":")) continue;
+        const size_t value = line.find_first_not_of(" \t", key.size() + 1);
+        return value == std::string::npos ? "" : line.substr(value);
+    }
+    return {};
+}
+
+std::vector<pid_t> daemonProcesses() {
+    std::vector<pid_t> found;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc", error)) {
+        const std::string name = entry.path().filename();
+        pid_t pid = 0;
+        const auto [end, failure] = std::from_chars(name.data(), name.data() + name.size(), pid);
+        if (failure == std::errc() && end == name.data() + name.size() && isDaemon(pid)) {
+            found.push_back(pid);
+        }
+    }
+    // A child that has not yet become another program has the name of its parent.
+    const std::vector<pid_t> all = found;
+    std::erase_if(found, [&](pid_t pid) {
+        return std::ranges::any_of(all, [parent = processStatus(pid, "PPid")](pid_t other) {
+            return parent == std::to_string(other);
+        });
+    });
+    const pid_t owner = lockOwner();
+    if (owner > 0) {
+        std::erase(found, owner);
+        found.insert(found.begin(), owner);
+    }
+    return found;
+}
+
+std::optional<int64_t> uptimeOf(pid_t pid) {
+    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
+    std::string text;
+    std::getline(file, text);
+    // The name of the program may have blanks. The start is the 20th number behind it.
+    const size_t name = text.rfind(')');
+    if (name == std::string::npos) return std::nullopt;
+    std::istringstream rest(text.substr(name + 1));
+    std::string skipped;
+    for (int i = 0; i < 19; i++) rest >> skipped;
+    double ticks = 0, sinceBoot = 0;
+    if (!(rest >> ticks) || !(std::ifstream("/proc/uptime") >> sinceBoot)) return std::nullopt;
+    const double started = ticks / static_cast<double>(sysconf(_SC_CLK_TCK));
+    return static_cast<int64_t>(std::max(0.0, sinceBoot - started));
+}
+
+std::set<unsigned> interfacesWithSocket() {
+    std::set<unsigned> indexes;
+    std::ifstream file("/proc/net/packet");
+    for (std::string line; std::getline(file, line);) {
+        std::istringstream fields(line);
+        std::string address, users, type, protocol;
+        unsigned index = 0;
+        fields >> address >> users >> type >> protocol >> index;
+        // On the ports of a bridge the daemon receives all protocols and filters.
+        if (protocol == "893a" || protocol == "0003") indexes.insert(index);
+    }
+    return indexes;
+}
+
+size_t openPorts(const std::vector<std::string>& names) {
+    const auto open = interfacesWithSocket();
+    return static_cast<size_t>(std::ranges::count_if(names, [&](const std::string& name) {
+        const unsigned index = if_nametoindex(name.c_str());
+        return index != 0 && open.contains(index);
+    }));
+}

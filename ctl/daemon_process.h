@@ -1,0 +1,22 @@
+// The processes of daemons, as the kernel shows them to every user.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+// The daemons of this PID namespace. The first one has the lock, if this user may see who has it.
+std::vector<pid_t> daemonProcesses();
+// Seconds since the process was started.
+std::optional<int64_t> uptimeOf(pid_t pid);
+// A line of /proc/PID/status, such as CapEff; empty if it is unknown.
+std::string processStatus(pid_t pid, const std::string& key);
+
+// The indexes of the interfaces on which a socket receives IEEE 1905.1 messages.
+std::set<unsigned> interfacesWithSocket();
+// How many of these interfaces have one.
+size_t openPorts(const std::vector<std::string>& names);
