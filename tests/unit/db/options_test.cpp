@@ -168,7 +168,7 @@ TEST_F(Options, WrongLinesAreNamed) {
 }
 
 TEST_F(Options, TheManualHasTheKeys) {
-    std::ifstream page(VM1905_MAN "/vm1905.8");
+    std::ifstream page(VM1905_MAN "/vm1905.conf.5");
     std::multiset<std::string> inPage, inTable;
     for (std::string line; std::getline(page, line);) {
         if (line.starts_with(".BR ") && line.find("; default: ") != line.npos) inPage.insert(line);
