@@ -19,30 +19,31 @@ using Port = MeshNews::Port;
 using Known = MeshNews::Known;
 
 constexpr Seconds kSettleTime = 10;  // after which a new device or place is news
-constexpr size_t kMostPlaced = 64;  // in a larger mesh moves are not logged: they take long to find
+constexpr size_t kMostLinks =
+    1024;  // with more of them moves are not logged: they take long to find
 constexpr uint8_t kNoRole = 255;
 
 MeshNews& news() {
     return stateOf<MeshNews>();
 }
 
-// Which devices are heard on which ports.
+// Which known devices are heard on which ports.
 class Hearing {
   public:
     Hearing() {
         for (const auto& intf : getIntfTable()) {
             for (const auto& nbr : intf.nbrs) {
-                if (nbr.is1905) heard_[{*getAlMac(), intf.mac}].insert(nbr.nbrAlMac);
+                if (nbr.is1905) add({*getAlMac(), intf.mac}, nbr.nbrAlMac);
             }
         }
         for (const auto& dev : getIeee1905DevTables()) {
             for (const auto& list : dev.ieee1905Lists) {
-                for (const auto& nbr : list.nbrs) {
-                    heard_[{dev.alMac, list.localIntfMac}].insert(nbr.alMac);
-                }
+                for (const auto& nbr : list.nbrs) add({dev.alMac, list.localIntfMac}, nbr.alMac);
             }
         }
     }
+    // False if there are too many links to find the places.
+    bool isSmall() const { return links_ <= kMostLinks; }
 
     // Where each device is connected: a port of its neighbor on the shortest way to this device.
     // A device stays on its port as long as that is on such a way.
@@ -68,6 +69,12 @@ class Hearing {
     }
 
   private:
+    // Anybody can claim to hear any number of devices.
+    void add(const Port& port, const MacAddr& heard) {
+        if (!isSmall() || (!news().devices.contains(heard) && !isOwnAlMac(heard))) return;
+        if (heard_[port].insert(heard).second) links_++;
+    }
+
     template <typename Act>
     void forPortsOf(const MacAddr& device, Act&& act) const {
         for (auto it = heard_.lower_bound({device, {}});
@@ -93,6 +100,7 @@ class Hearing {
     }
 
     std::map<Port, std::set<MacAddr>> heard_;
+    size_t links_ = 0;
 };
 
 // "port eth1 of attic"
@@ -145,8 +153,9 @@ void logMove(const MacAddr& alMac, Known& known) {
 void notePlaces(Seconds time) {
     if (news().revision == topologyRevision()) return;
     news().revision = topologyRevision();
-    if (getIeee1905DevTables().size() > kMostPlaced) return;
-    for (const auto& [alMac, port] : Hearing().places()) {
+    const Hearing hearing;
+    if (!hearing.isSmall()) return;
+    for (const auto& [alMac, port] : hearing.places()) {
         const auto known = news().devices.find(alMac);
         if (known == news().devices.end() || known->second.nextPort == port) continue;
         known->second.nextPort = port;
