@@ -2,14 +2,27 @@
 
 #include <dlfcn.h>
 
+#include <string>
+
 #include "common/log.h"
 
 namespace {
 
+constexpr const char* kModule = "libvmCrypto.so";
+
+// The module beside the file that has this function.
+std::string besideThis() {
+    Dl_info own{};
+    const std::string path =
+        dladdr(reinterpret_cast<void*>(crypto), &own) != 0 ? own.dli_fname : "";
+    return path.substr(0, path.rfind('/') + 1) + kModule;
+}
+
 const Crypto* load() {
     static const Crypto kNone;
     // Never closed: libcrypto does not support that.
-    void* const module = dlopen("libvmCrypto.so", RTLD_NOW | RTLD_LOCAL);
+    void* module = dlopen(besideThis().c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (module == nullptr) module = dlopen(kModule, RTLD_NOW | RTLD_LOCAL);
     const auto entry =
         module != nullptr ? reinterpret_cast<CryptoEntry>(dlsym(module, kCryptoEntry)) : nullptr;
     if (entry != nullptr) return entry();
