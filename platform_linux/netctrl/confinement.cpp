@@ -13,6 +13,7 @@
 #include "common/conf.h"
 #include "common/helper.h"
 #include "common/log.h"
+#include "crypto/crypto.h"
 #include "netctrl/firmware_offer.h"
 #include "netctrl/firmware_trust.h"
 #include "netctrl/wifi_file.h"
@@ -67,6 +68,7 @@ int prepareConfinement(uint32_t user, uint32_t group) {
             }
         }
         handOverImages({user, group});
+        (void)crypto();  // later its module may be out of reach
     }
     nameUnsafeHooks();
     return startHelper(user, group) ? kOk : kFailure;
