@@ -17,7 +17,6 @@ import pytest
 from selenium import webdriver
 from selenium.webdriver.chrome.options import Options
 from selenium.webdriver.chrome.service import Service
-from selenium.webdriver.common import utils
 from selenium.webdriver.common.keys import Keys
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
@@ -80,17 +79,6 @@ def server(scene):
         made.shutdown()
 
 
-class Driver(Service):
-    """Reached by its address, because a bare system may not know the name localhost."""
-
-    @property
-    def service_url(self):
-        return f"http://127.0.0.1:{self.port}"
-
-    def is_connectable(self):
-        return utils.is_connectable(self.port, "127.0.0.1")
-
-
 @pytest.fixture(scope="module")
 def page(server):
     options = Options()
@@ -99,7 +87,7 @@ def page(server):
                    "--no-first-run", "--window-size=1400,900"):
         options.add_argument(option)
     options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
-    driver = webdriver.Chrome(service=Driver(shutil.which("chromedriver")), options=options)
+    driver = webdriver.Chrome(service=Service(shutil.which("chromedriver")), options=options)
     try:
         driver.get(f"http://127.0.0.1:{server.server_port}/?poll=0.2&keep=3")
         until(lambda: len(nodes(driver)) == len(DEVICES), "the mesh is drawn")
