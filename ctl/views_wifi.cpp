@@ -194,22 +194,26 @@ constexpr Column<Settings> kSettings[] = {
 };
 
 // The times that a device reports, by band.
-constexpr std::pair<const char*, const char*> kVersions[] = {{"2.4", "Main24G_time"},
-                                                             {"5", "Main5G_time"},
-                                                             {"guest-2.4", "Guest24G_time"},
-                                                             {"guest-5", "Guest5G_time"}};
+struct BandTime {
+    const char* band;
+    const char* member;
+};
+constexpr BandTime kVersions[] = {{"2.4", "Main24G_time"},
+                                  {"5", "Main5G_time"},
+                                  {"guest-2.4", "Guest24G_time"},
+                                  {"guest-5", "Guest5G_time"}};
 
 void addVersions(Session& session, std::vector<Settings>& all, const Json& device) {
     const Mac alMac = parseMac(textAt(device, "IEEE1905Id")).value_or(Mac{});
-    for (const auto& [band, member] : kVersions) {
-        const std::string text = textAt(device, member);
+    for (const BandTime& time : kVersions) {
+        const std::string text = textAt(device, time.member);
         if (text.empty() || textAt(device, "DeviceType") == "Registrar") continue;
         const bool isNumber = text.find_first_not_of("0123456789") == std::string::npos;
         const Json version = isNumber ? Json(std::strtoll(text.c_str(), nullptr, 10)) : Json(text);
         auto row = std::ranges::find_if(
-            all, [&](const Settings& s) { return s.alMac == alMac && s.band == band; });
+            all, [&](const Settings& s) { return s.alMac == alMac && s.band == time.band; });
         if (row == all.end()) {
-            all.push_back({session.called(alMac), alMac, band, {}, {}, {}, {}});
+            all.push_back({session.called(alMac), alMac, time.band, {}, {}, {}, {}});
             row = all.end() - 1;
         }
         row->version = version;

@@ -1,6 +1,8 @@
 // A MAC address as a value that can be compared, hashed and printed.
 #pragma once
 
+#include <endian.h>
+
 #include <array>
 #include <compare>
 #include <cstdint>
@@ -19,13 +21,20 @@ struct MacAddr {
     explicit MacAddr(const uint8_t* bytes) { std::memcpy(b.data(), bytes, b.size()); }
 
     // The address as a number. Searches through the tables compare numbers, which is faster than
-    // comparing bytes.
-    constexpr uint64_t number() const {
-        return uint64_t{b[0]} << 40 | uint64_t{b[1]} << 32 | uint64_t{b[2]} << 24 |
-               uint64_t{b[3]} << 16 | uint64_t{b[4]} << 8 | b[5];
+    // comparing bytes; a build for size would otherwise call these functions for each entry.
+    [[gnu::always_inline]] uint64_t number() const {
+        uint32_t high;
+        uint16_t low;
+        std::memcpy(&high, b.data(), sizeof high);
+        std::memcpy(&low, b.data() + sizeof high, sizeof low);
+        return uint64_t{be32toh(high)} << 16 | be16toh(low);
     }
-    constexpr bool operator==(const MacAddr& other) const { return number() == other.number(); }
-    constexpr auto operator<=>(const MacAddr& other) const { return number() <=> other.number(); }
+    [[gnu::always_inline]] bool operator==(const MacAddr& other) const {
+        return number() == other.number();
+    }
+    [[gnu::always_inline]] auto operator<=>(const MacAddr& other) const {
+        return number() <=> other.number();
+    }
     bool isZero() const { return *this == MacAddr{}; }
     const uint8_t* data() const { return b.data(); }
     // Writes 6 bytes in wire order.

@@ -223,12 +223,11 @@ Outcome sendToNeighbor(const MacAddr& dstMac, uint16_t msgType, uint16_t msgId, 
     for (auto& port : getIntfPorts()) {
         const IntfTable* intf = intfOf(port);
         if (intf == nullptr) continue;
-        const bool byAlMac = isHeardAlMac(*intf, dstMac);
         TlvArea& tlvs = message.forPort(port);
         if (message.failed()) return {.built = false, .left = outcome.left};
         for (const auto& nbr : intf->nbrs) {
             if (!nbr.isNamedBy(dstMac) || !portIsUsable(port)) continue;
-            if (byAlMac && nbr.nbrAlMac.isZero()) continue;
+            if (nbr.nbrAlMac.isZero() && isHeardAlMac(*intf, dstMac)) continue;
             sendOn(port, nbr.nbrIntfMac, msgType, msgId,
                    message.traits().expectsResponse ? queries : nullptr, tlvs, message.counter(),
                    outcome);

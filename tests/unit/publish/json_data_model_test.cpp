@@ -209,7 +209,7 @@ TEST_F(JsonDataModel, RendersTheDevicesThatChanged) {
         dev.non1905Lists = {{intfMac(number, 0), {hostMac(number)}}};
         return dev;
     };
-    const auto hear = [&](DevTopol dev) { (void)updateIeee1905DevTable(kEth0, 1, std::move(dev)); };
+    const auto hear = [&](const DevTopol& dev) { (void)updateIeee1905DevTable(kEth0, 1, dev); };
     // The numbers of the objects of which each half was rendered.
     using Texts = std::vector<std::array<const char*, 2>>;
     auto rendered = [before = Texts()]() mutable {
