@@ -132,14 +132,14 @@ int orderBar(const MacAddr& station, bool bar) {
                  kMostBarred);
         return kFailure;
     }
-    return start({(bar ? "bar " : "admit ") + macText(station),
-                  [station, bar](WantedSettings& all) {
-                      if (bar) {
-                          all.barred.insert(station);
-                      } else {
-                          all.barred.erase(station);
-                      }
-                  }});
+    return start(
+        {(bar ? "bar " : "admit ") + macText(station), [station, bar](WantedSettings& all) {
+             if (bar) {
+                 all.barred.insert(station);
+             } else {
+                 all.barred.erase(station);
+             }
+         }});
 }
 
 int orderTransition(const BtmReq& req) {

@@ -56,9 +56,8 @@ std::string switchCommand(const std::string& band, const WifiChannel& to,
                    " center_freq1=" + std::to_string(frequencyOfChannel(band, to.center));
     }
     command += " bandwidth=" + std::to_string(to.width);
-    for (const auto& [name, word] : {std::pair{"ieee80211n", " ht"},
-                                     {"ieee80211ac", " vht"},
-                                     {"ieee80211ax", " he"}}) {
+    for (const auto& [name, word] :
+         {std::pair{"ieee80211n", " ht"}, {"ieee80211ac", " vht"}, {"ieee80211ax", " he"}}) {
         if (isSet(status, name)) command += word;
     }
     return command;
@@ -172,8 +171,7 @@ bool setRadioChannel(HostapdRadio& radio, uint32_t number) {
     return false;
 }
 
-bool setRadioCountry(HostapdRadio& radio, const std::string& code,
-                     const std::string& former) {
+bool setRadioCountry(HostapdRadio& radio, const std::string& code, const std::string& former) {
     HostapdControl& control = *radio.control;
     if (radio.country == code) return true;
     if (!control.set("country_code", code)) return false;

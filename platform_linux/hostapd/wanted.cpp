@@ -14,8 +14,8 @@ bool isRadioText(std::string_view text, IsValue isValue) {
         const auto pair = parseKeyValue(word);
         const auto* band = pair ? std::ranges::find(kWifiBandTable, pair->key, &WifiBand::name)
                                 : std::end(kWifiBandTable);
-        good = good && band != std::end(kWifiBandTable) && band->number < 32 &&
-               isValue(pair->value);
+        good =
+            good && band != std::end(kWifiBandTable) && band->number < 32 && isValue(pair->value);
     });
     return good;
 }
@@ -29,7 +29,8 @@ bool isCountryCode(std::string_view text) {
 }
 
 bool isStateText(std::string_view text) {
-    return isRadioText(text, [](std::string_view value) { return value == "on" || value == "off"; });
+    return isRadioText(text,
+                       [](std::string_view value) { return value == "on" || value == "off"; });
 }
 
 bool isChannelText(std::string_view text) {

@@ -9,12 +9,12 @@
 
 #include "base/mac_addr.h"
 
-// A setting of several radios is a text of words BAND=VALUE ("2.4=6 5=36 5=149"). The n-th word of a
-// band is for the n-th radio of that band.
+// A setting of several radios is a text of words BAND=VALUE ("2.4=6 5=36 5=149"). The n-th word of
+// a band is for the n-th radio of that band.
 struct WantedSettings {
-    std::string country;      // two letters or digits
-    std::string state;        // words with the value "on" or "off"
-    std::string channels;     // words with the number of a channel; 0: as it is
+    std::string country;       // two letters or digits
+    std::string state;         // words with the value "on" or "off"
+    std::string channels;      // words with the number of a channel; 0: as it is
     std::set<MacAddr> barred;  // stations
 
     bool empty() const { return *this == WantedSettings{}; }

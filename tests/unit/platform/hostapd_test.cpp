@@ -128,25 +128,24 @@ TEST_F(HostapdTest, ABssGetsEveryKindOfNetwork) {
         EXPECT_TRUE(set(what)) << lines;
         return bss.heard();
     };
-    const std::string end = "STATUS;RELOAD;GET_CONFIG;", psk(64, 'a');
+    using Text = const std::string;
+    const auto shown = [](Text& ssid, Text& suites) {
+        return "ssid=" + ssid + "\nwpa=2\nkey_mgmt=" + suites + "\nrsn_pairwise_cipher=CCMP\n";
+    };
+    const auto sets = [](Text& key, Text& suites, Text& protection, Text& ssid) {
+        return key + ";SET wpa 2;SET wpa_key_mgmt " + suites +
+               ";SET rsn_pairwise CCMP;SET ieee80211w " + protection + ";SET ssid2 " + ssid +
+               ";STATUS;RELOAD;GET_CONFIG;";
+    };
+    const std::string psk(64, 'a');
     EXPECT_EQ(given(network("a\xff\"", kAuthWpa2Psk | kAuthSae, " key of 9"),
-                    "ssid=a\\xff\\\"\nwpa=2\nkey_mgmt=WPA-PSK SAE\nrsn_pairwise_cipher=CCMP\n"
-                    "passphrase= key of 9\n"),
-              "SET wpa_passphrase  key of 9;SET sae_password  key of 9;SET wpa 2;"
-              "SET wpa_key_mgmt WPA-PSK SAE;SET rsn_pairwise CCMP;SET ieee80211w 1;"
-              "SET ssid2 61ff22;" +
-                  end);
-    EXPECT_EQ(given(network("b", kAuthSae, "12345678"),
-                    "ssid=b\nwpa=2\nkey_mgmt=SAE\nrsn_pairwise_cipher=CCMP\n"),
-              "SET wpa_passphrase 12345678;SET sae_password 12345678;SET wpa 2;"
-              "SET wpa_key_mgmt SAE;SET rsn_pairwise CCMP;SET ieee80211w 2;SET ssid2 62;" +
-                  end);
-    EXPECT_EQ(given(network("c", kAuthWpa2Psk, psk),
-                    "ssid=c\nwpa=2\nkey_mgmt=WPA-PSK\nrsn_pairwise_cipher=CCMP\n"),
-              "SET wpa_psk " + psk +
-                  ";SET wpa 2;SET wpa_key_mgmt WPA-PSK;SET rsn_pairwise CCMP;"
-                  "SET ieee80211w 0;SET ssid2 63;" +
-                  end);
+                    shown("a\\xff\\\"", "WPA-PSK SAE") + "passphrase= key of 9\n"),
+              sets("SET wpa_passphrase  key of 9;SET sae_password  key of 9", "WPA-PSK SAE", "1",
+                   "61ff22"));
+    EXPECT_EQ(given(network("b", kAuthSae, "12345678"), shown("b", "SAE")),
+              sets("SET wpa_passphrase 12345678;SET sae_password 12345678", "SAE", "2", "62"));
+    EXPECT_EQ(given(network("c", kAuthWpa2Psk, psk), shown("c", "WPA-PSK")),
+              sets("SET wpa_psk " + psk, "WPA-PSK", "0", "63"));
     bss.answer("STATUS", "state=DISABLED\n");
     EXPECT_EQ(given(network("d", kAuthOpen), "ssid=d\n"),
               "SET wpa 0;SET ieee80211w 0;SET ssid2 64;STATUS;ENABLE;GET_CONFIG;");
@@ -323,7 +322,10 @@ NETWORK_TEST(Hostapd, DoesWhatThereIsNoHookFor) {
     std::optional<Bss> w(std::in_place, folder, "w");
     const auto heard = [&](int looks = 0) {
         while (looks-- > 0) EXPECT_EQ(runNetCtrl(), 0);
-        EXPECT_TRUE(becomes([] { return tickSecond(), !isJobRunning("hostapd orders"); }));
+        EXPECT_TRUE(becomes([] {
+            tickSecond();
+            return !isJobRunning("hostapd orders") && !isJobRunning("hostapd radios");
+        }));
         return w->heard();
     };
     const std::string status = "state=ENABLED\nchannel=36\nfreq=5180\n";
@@ -360,11 +362,14 @@ NETWORK_TEST(Hostapd, DoesWhatThereIsNoHookFor) {
     EXPECT_EQ(heard(), "STATUS;DENY_ACL DEL_MAC " + sta + ";");
     EXPECT_NE(stored()["wifi_orders"].find(sta), std::string::npos) << "it is still barred";
     for (const char* hook : {"blacklist-add", "wifi-channel-get", "btm-request"}) {
-        folder.hook(hook, "exit 5");
+        folder.hook(hook, "touch $0.seen; echo text");
     }
-    char data[PLATFORM_SYNC_DATA_LEN];
     const BtmReq move{};
-    EXPECT_EQ(addToBlacklist(station) + getWIFIChannelSync(data) + sendBTMReq(&move), 15);
+    EXPECT_EQ(addToBlacklist(station) + sendBTMReq(&move), 0);
+    EXPECT_TRUE(shows(getWIFIChannelSync, "text") && becomes([&] {
+                    return std::filesystem::exists(folder.path("blacklist-add.seen")) &&
+                           std::filesystem::exists(folder.path("btm-request.seen"));
+                }));
     EXPECT_EQ(heard(), "") << "the hooks win";
 }
 
@@ -406,10 +411,21 @@ NETWORK_TEST(Hostapd, OnlyWhatHasChangedIsSetAgain) {
     EXPECT_TRUE(becomes([] { return tickSecond(), !isJobRunning("hostapd stations"); }));
     (void)heard();
 
+    w->answer("DISABLE", "OK\n", "state=DISABLED\n");
+    const uint8_t al[6] = {2, 0, 0, 0, 0, 1};
+    EXPECT_EQ(parseWIFIStateSyncdata(al, "2.4=off"), 0);
+    EXPECT_TRUE(becomes([] { return tickSecond(), !isJobRunning("hostapd orders"); }));
+    (void)heard();
+    w->answer("GET_CONFIG", "ssid=b\n");
+    applyNetworks({wifiBandOf(0), "", {network("b", kAuthOpen)}});
+    EXPECT_EQ(heard(),
+              "SET wpa 0;SET ieee80211w 0;SET ssid2 62;STATUS;GET_CONFIG;STATUS;/GET_CONFIG;")
+        << "it stays off";
+
     folder.hook("autoconf-networks", "touch " + folder.path("seen"));
     applyNetworks({wifiBandOf(0), "", {}});
     x.emplace(folder, "x");
-    EXPECT_EQ(heard(2), "/") << "the hook wins";
+    EXPECT_EQ(heard(2).find("SET"), std::string::npos) << "the hook wins";
     EXPECT_TRUE(becomes([&] { return std::filesystem::exists(folder.path("seen")); }));
 }
 
