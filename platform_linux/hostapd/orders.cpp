@@ -52,7 +52,7 @@ WantedSettings& wanted() {
     return *orders.wanted;
 }
 
-// Settings that a hook makes are none of hostapd's.
+// Without the settings for which the product has hooks.
 WantedSettings withoutHooks(WantedSettings all) {
     if (hasHook("wifi-country-code")) all.country.clear();
     if (hasHook("wifi-state-set")) all.state.clear();

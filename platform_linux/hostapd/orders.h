@@ -1,6 +1,6 @@
 // Orders of the mesh for the Wi-Fi of this device that hostapd carries out if the product has no
 // hook for them. The settings are kept over a restart, and set again in a hostapd that has been
-// restarted. Programs of the table talk to hostapd: an order that takes longer than a hook may take
+// restarted. Separate programs talk to hostapd, so an order that takes longer than a hook may take
 // counts as accepted, and its failure is logged.
 #pragma once
 

@@ -69,8 +69,7 @@ bool applyCountry(HostapdRadio& radio, const std::string& code, AppliedOrders& a
     return true;
 }
 
-// A radio that is to be off is switched off first and one that is to be on last, so that the
-// others settings need no restart.
+// Switches a radio off first and on last, so that the other settings need no restart of it.
 bool applyToRadio(HostapdRadio& radio, const Orders& orders, AppliedOrders& applied) {
     const bool isNew = std::ranges::any_of(
         radio.bss, [&orders](const HostapdBss& bss) { return orders.isNew(bss); });
