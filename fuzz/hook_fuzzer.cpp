@@ -59,30 +59,6 @@ int sendSecurityCtrlMsg(const uint8_t*, uint8_t type, uint16_t len, const uint8_
     require((type == 1 || type == 2) && len > 0 && data != nullptr);
     return 0;
 }
-uint32_t getUnsyncedEnrollees(uint8_t, uint8_t*, uint32_t) {
-    return 0;
-}
-int loadState(const char*, char*, uint32_t) {
-    return 16;
-}
-int saveState(const char*, const char*) {
-    return 16;
-}
-int checkEXdeviceFWVersion(int32_t) {
-    return 16;
-}
-int checkEXdeviceFWStateIsReady() {
-    return 16;
-}
-int sendEXdeviceReboot() {
-    return 16;
-}
-int removeallFWupgradelist() {
-    return 0;
-}
-int rebootSystem() {
-    return 16;
-}
 
 namespace {
 

@@ -74,6 +74,16 @@ int give(Answer& answer, std::string& output) {
     return answer.status;
 }
 
+// A work of the library reports by its output.
+bool isWork(const std::string& name) {
+    const auto number = programNumber(name);
+    return number && programs()[*number].work != nullptr;
+}
+
+std::string jobName(const std::string& name) {
+    return isWork(name) ? name : "hook " + name;
+}
+
 }  // namespace
 
 bool hasHook(const std::string& name) {
@@ -84,18 +94,21 @@ bool hasHook(const std::string& name) {
 JobId startHook(const std::string& name, const Arguments& args, JobOptions options, JobDone done,
                 uint8_t okLevel) {
     collectJobs();
-    options.name = "hook " + name;
+    options.name = jobName(name);
     if (!hasHook(name)) {
         LOG_LINE(2, "no hook for this action: provide an executable %s", hookFile(name).c_str());
         return 0;
     }
     if (isJobRunning(options.name)) {
-        LOG_LINE(2, "hook %s is still running, refuse to run it again", name.c_str());
+        LOG_LINE(2, "%s is still running, refuse to run it again", options.name.c_str());
         return 0;
     }
     return startJob(name, args, std::move(options),
                     [name, okLevel, done = std::move(done)](int status, const std::string& output) {
-                        LOG_LINE(status == 0 ? okLevel : 2, "hook %s: %d", name.c_str(), status);
+                        if (!isWork(name)) {
+                            LOG_LINE(status == 0 ? okLevel : 2, "hook %s: %d", name.c_str(),
+                                     status);
+                        }
                         if (done) done(status, output);
                     });
 }
@@ -112,7 +125,7 @@ int askHook(const std::string& name, const Arguments& args, std::string& output,
     collectJobs();
     Answer* last = findAnswer(name, args);
     const bool fresh = last != nullptr && !last->read && Clock::now() - last->at < kLateLimit;
-    if (fresh || (last != nullptr && isJobRunning("hook " + name))) return give(*last, output);
+    if (fresh || (last != nullptr && isJobRunning(jobName(name)))) return give(*last, output);
     // Questions come every few seconds, so only a failure is worth a line.
     const JobId id = startHook(
         name, args, {.maxOutput = maxOutput},

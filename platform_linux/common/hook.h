@@ -3,6 +3,9 @@
 // The library waits 75 ms per 250 ms for all hooks together. After that they go on in the
 // background until the limit in the table of programs. While a hook is running, it cannot be
 // started again: 16.
+//
+// The functions also take a program of the library's own (common/programs.h), which is always there
+// and logs for itself.
 #pragma once
 
 #include <string>

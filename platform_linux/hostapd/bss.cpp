@@ -7,8 +7,7 @@
 
 namespace {
 
-// Drivers take long to start a radio.
-constexpr std::chrono::milliseconds kRestartLimit{5000};
+constexpr auto kRestartLimit = HostapdControl::kRestartLimit;
 
 struct Security {
     std::string_view keyManagement, protection;
@@ -114,12 +113,13 @@ std::optional<bool> runsNetwork(HostapdControl& control, const WifiNetwork& netw
            config.mayBe(isPsk(network) ? "psk" : "passphrase", network.key.text());
 }
 
-bool setBss(HostapdControl& control, const WifiNetwork& network) {
+bool setBss(HostapdControl& control, const WifiNetwork& network, bool staysOff) {
     if (!setAll(control, network)) return false;
     const auto status = control.ask("STATUS");
     if (!status) return false;
     const bool isOff = HostapdValues(*status).value("state") == "DISABLED";
-    if (!control.order(isOff ? "ENABLE" : "RELOAD", kRestartLimit)) return false;
+    const bool isDone = isOff && staysOff;
+    if (!isDone && !control.order(isOff ? "ENABLE" : "RELOAD", kRestartLimit)) return false;
     const auto runs = runsNetwork(control, network);
     if (runs == false) control.fail("GET_CONFIG", "it shows other settings than were set");
     return runs == true;

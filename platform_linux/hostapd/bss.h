@@ -30,8 +30,9 @@ class HostapdValues {
 std::string ssidText(Bytes ssid);
 
 // Gives the network to the BSS, which is restarted with it, and compares what it runs then. The
-// stations of its radio are disconnected. A failure is logged.
-bool setBss(HostapdControl& control, const WifiNetwork& network);
+// stations of its radio are disconnected. If the radio is off, it is switched on unless staysOff. A
+// failure is logged.
+bool setBss(HostapdControl& control, const WifiNetwork& network, bool staysOff = false);
 // Whether the BSS runs the network, as far as hostapd shows it. None if it does not answer.
 std::optional<bool> runsNetwork(HostapdControl& control, const WifiNetwork& network);
 

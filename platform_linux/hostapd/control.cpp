@@ -6,6 +6,7 @@
 #include <unistd.h>
 #include <wpa_ctrl.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -13,6 +14,7 @@
 
 #include "base/own_folder.h"
 #include "common/conf.h"
+#include "common/log.h"
 #include "common/secret.h"
 #include "common/text.h"
 
@@ -36,10 +38,9 @@ bool isInUse(const std::string& name) {
            (kill(pid, 0) == 0 || errno != ESRCH);
 }
 
-// The first words of a command. What follows may be a key.
+// What follows the name of a SET may be a key.
 std::string_view nameOf(std::string_view command) {
-    const size_t words = command.starts_with("SET ") ? 4 : 0;
-    return command.substr(0, command.find(' ', words));
+    return command.starts_with("SET ") ? command.substr(0, command.find(' ', 4)) : command;
 }
 
 }  // namespace
@@ -49,8 +50,21 @@ std::string hostapdFolder() {
     return given.empty() ? "/var/run/hostapd" : std::string(given);
 }
 
-HostapdControl::HostapdControl(std::string ifname, const HostapdLog& log)
-    : ifname_(std::move(ifname)), log_(log) {
+HostapdLog logInto(std::string& text) {
+    return [&text](int level, const std::string& line) {
+        text += std::to_string(level) + " " + line + "\n";
+    };
+}
+
+void logHostapdLines(std::string_view text) {
+    while (!text.empty()) {
+        const std::string line(takeLine(text));
+        if (line.size() > 2) LOG_LINE(line[0] - '0', "%s", line.c_str() + 2);
+    }
+}
+
+HostapdControl::HostapdControl(std::string ifname, HostapdLog log)
+    : ifname_(std::move(ifname)), log_(std::move(log)) {
     ctrl_ = wpa_ctrl_open2((hostapdFolder() + "/" + ifname_).c_str(), ownFolder().c_str());
     if (ctrl_ == nullptr) fail("connection", strerror(errno));
 }
@@ -65,7 +79,7 @@ void HostapdControl::fail(std::string_view command, std::string_view why) {
 }
 
 // wpa_ctrl_request() would wait for ten seconds.
-std::optional<std::string> HostapdControl::exchange(std::string_view command, milliseconds limit) {
+std::optional<std::string> HostapdControl::reply(std::string_view command, milliseconds limit) {
     if (ctrl_ == nullptr) return {};
     const int fd = wpa_ctrl_get_fd(ctrl_);
     if (send(fd, command.data(), command.size(), MSG_NOSIGNAL) < 0) {
@@ -94,8 +108,8 @@ std::optional<std::string> HostapdControl::exchange(std::string_view command, mi
 std::optional<std::string> HostapdControl::event() {
     std::string message(kMostAnswer, '\0');
     const ssize_t size = recv(fd(), message.data(), message.size(), MSG_DONTWAIT);
-    if (size < 0) return {};
-    message.resize(static_cast<size_t>(size));
+    if (size < 0 && errno != EINTR && errno != EAGAIN && errno != ENOBUFS) return {};
+    message.resize(static_cast<size_t>(std::max<ssize_t>(size, 0)));
     return message;
 }
 
@@ -104,7 +118,7 @@ int HostapdControl::fd() const {
 }
 
 std::optional<std::string> HostapdControl::ask(std::string_view command, milliseconds limit) {
-    auto answer = exchange(command, limit);
+    auto answer = reply(command, limit);
     if (answer && (answer->starts_with("FAIL") || answer->starts_with("UNKNOWN COMMAND"))) {
         fail(command, *answer);
         return {};
@@ -113,7 +127,7 @@ std::optional<std::string> HostapdControl::ask(std::string_view command, millise
 }
 
 bool HostapdControl::order(std::string_view command, milliseconds limit) {
-    const auto answer = exchange(command, limit);
+    const auto answer = reply(command, limit);
     if (answer && !answer->starts_with("OK")) fail(command, *answer);
     return answer && answer->starts_with("OK");
 }

@@ -1,17 +1,16 @@
 #include "hostapd/work.h"
 
 #include <algorithm>
-#include <sstream>
 
 #include "base/own_folder.h"
 #include "base/result.h"
-#include "common/files.h"
 #include "common/hook.h"
 #include "common/job.h"
 #include "common/log.h"
 #include "common/secret.h"
 #include "common/text.h"
 #include "crypto/crypto.h"
+#include "hostapd/applied.h"
 #include "hostapd/bss.h"
 #include "hostapd/radios.h"
 #include "netctrl/autoconfig_enrollee.h"
@@ -31,38 +30,8 @@ struct {
     std::string lastOutput;  // the lines of the last run that did something
 } watch;
 
-// What a BSS has got; in the daemon's own folder, so that a restart of the daemon alone disconnects
-// no station.
-struct Applied {
-    std::string ifname, stamp, digest;
-    unsigned rfBand = 0;
-};
-
-std::string appliedFile() {
-    return ownFolder() + "/hostapd";
-}
-
-std::vector<Applied> readApplied() {
-    std::vector<Applied> all;
-    std::istringstream text(readFile(appliedFile(), 8192, Links::kRefuse));
-    for (Applied each; text >> each.ifname >> each.stamp >> each.digest >> each.rfBand;) {
-        all.push_back(each);
-    }
-    return all;
-}
-
-bool writeApplied(const std::vector<Applied>& all) {
-    std::ostringstream text;
-    for (const Applied& each : all) {
-        text << each.ifname << ' ' << each.stamp << ' ' << each.digest << ' ' << each.rfBand
-             << '\n';
-    }
-    return writeSecretFile(appliedFile(), text.str());
-}
-
-// No hexadecimal text for a BSS without a network.
 std::string digestOf(const WifiNetwork* network) {
-    if (network == nullptr) return "none";
+    if (network == nullptr) return std::string(kNoNetwork);
     std::string text = writeWifiConf({{"n", {0}, *network}});
     std::array<uint8_t, kSha256Size> digest;
     const auto sha256 = crypto().sha256();
@@ -74,7 +43,7 @@ std::string digestOf(const WifiNetwork* network) {
 enum class Result { kFailed, kAsBefore, kSet };
 
 // isNew: the BSS may not have got this yet.
-Result apply(const BssPlan& plan, bool isNew, const HostapdLog& log) {
+Result apply(const BssPlan& plan, bool isNew, bool isOff, const HostapdLog& log) {
     const std::string& ifname = plan.bss->ifname;
     if (plan.network == nullptr && !isNew) return Result::kAsBefore;
     HostapdControl control(ifname, log);
@@ -88,7 +57,7 @@ Result apply(const BssPlan& plan, bool isNew, const HostapdLog& log) {
         const auto runs = runsNetwork(control, *plan.network);
         if (runs != false) return runs ? Result::kAsBefore : Result::kFailed;
     }
-    if (!setBss(control, *plan.network)) return Result::kFailed;
+    if (!setBss(control, *plan.network, isOff)) return Result::kFailed;
     log(3, "hostapd: " + ifname + " runs " + ssidText(plan.network->ssid.view()) + " on channel " +
                channelOf(control));
     return Result::kSet;
@@ -100,10 +69,16 @@ bool applyAll(const HostapdLog& log) {
     if (!good) log(1, "hostapd: " + settingsFile() + " has errors or cannot be written");
     if (bands.empty()) return good;
 
-    const std::vector<Applied> before = readApplied();
+    const auto before = readAppliedNetworks();
     const auto appliedTo = [&before](const std::string& ifname) {
-        const auto found = std::ranges::find(before, ifname, &Applied::ifname);
-        return found != before.end() ? *found : Applied{};
+        const auto found = std::ranges::find(before, ifname, &AppliedNetwork::ifname);
+        return found != before.end() ? *found : AppliedNetwork{};
+    };
+    const auto orders = readAppliedOrders();
+    const auto isOff = [&orders](const HostapdBss& bss) {
+        return std::ranges::any_of(orders, [&bss](const AppliedOrders& each) {
+            return each.ifname == bss.ifname && each.stamp == bss.stamp && each.isOff;
+        });
     };
     removeOldEnds();
     std::vector<HostapdBss> all = listBss();
@@ -112,15 +87,16 @@ bool applyAll(const HostapdLog& log) {
         // A radio that is off has no channel.
         if (bss.rfBand == 0) bss.rfBand = static_cast<uint8_t>(appliedTo(bss.ifname).rfBand);
     }
-    std::vector<Applied> after;
+    std::vector<AppliedNetwork> after;
     bool isAnySet = false;
     for (const BssPlan& plan : planBss(all, bands, log)) {
-        const Applied old = appliedTo(plan.bss->ifname);
-        Applied now{plan.bss->ifname, plan.bss->stamp, digestOf(plan.network), plan.bss->rfBand};
+        const AppliedNetwork old = appliedTo(plan.bss->ifname);
+        AppliedNetwork now{plan.bss->ifname, plan.bss->stamp, digestOf(plan.network),
+                           plan.bss->rfBand};
         // A BSS without a network comes last. A restart of its radio has switched it on again.
         const bool isNew = old.stamp != now.stamp || old.digest != now.digest ||
                            (plan.network == nullptr && isAnySet);
-        const Result result = apply(plan, isNew, log);
+        const Result result = apply(plan, isNew, isOff(*plan.bss), log);
         if (result == Result::kFailed) {
             good = false;
             now.digest = "failed";
@@ -128,8 +104,8 @@ bool applyAll(const HostapdLog& log) {
         isAnySet = isAnySet || result == Result::kSet;
         after.push_back(now);
     }
-    if (!all.empty() && !writeApplied(after)) {
-        log(1, "hostapd: " + appliedFile() + " cannot be written");
+    if (!all.empty() && !writeAppliedNetworks(after)) {
+        log(1, "hostapd: " + ownFolder() + "/hostapd cannot be written");
     }
     return good;
 }
@@ -143,11 +119,7 @@ void finish(int status, const std::string& output) {
     // What fails again and again is logged once.
     const bool isNews = watch.lastOutput != text;
     if (!output.empty()) watch.lastOutput = text;
-    while (isNews && text.size() > 2) {
-        const int level = text[0] - '0';
-        const std::string line(takeLine(text).substr(2));
-        LOG_LINE(level, "%s", line.c_str());
-    }
+    if (isNews) logHostapdLines(text);
     if (watch.changed) start("");
 }
 
@@ -164,6 +136,10 @@ void start(const std::string& seen) {
 void giveToHostapd() {
     watch.changed = true;
     start("");
+}
+
+void checkHostapd() {
+    if (asksItself() && !hasHook(kHook)) giveToHostapd();
 }
 
 void watchHostapd() {
@@ -183,11 +159,9 @@ void dropHostapd() {
 int runHostapd(const Arguments& args) {
     const std::string stamp = hostapdStamp().value_or("");
     if (!args[0].empty() && args[0] == stamp) return kOk;
+    const Fd lock = lockHostapd();
     std::string lines;
-    const HostapdLog log = [&lines](int level, const std::string& line) {
-        lines += std::to_string(level) + " " + line + "\n";
-    };
-    const bool good = applyAll(log);
+    const bool good = applyAll(logInto(lines));
     const std::string output = stamp + "\n" + lines;
     const ssize_t size = write(STDOUT_FILENO, output.data(), output.size());
     return good && size == static_cast<ssize_t>(output.size()) ? kOk : kFailure;

@@ -7,6 +7,8 @@
 
 // Call when networks of a band have arrived in wifi-NUMBER.conf.
 void giveToHostapd();
+// Call when orders may have changed what a BSS runs: gives them again to one that has others.
+void checkHostapd();
 // Call every few seconds: gives them again to a hostapd that has been restarted.
 void watchHostapd();
 void dropHostapd();

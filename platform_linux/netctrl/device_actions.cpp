@@ -1,5 +1,5 @@
-// Actions that only the product can carry out. Each is a hook; docs/platform.md lists their
-// arguments and results.
+// Actions that only the product can carry out. Each is a hook, without which hostapd carries out
+// some; docs/platform.md lists their arguments and results.
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -7,9 +7,39 @@
 #include "api.h"
 #include "base/result.h"
 #include "common/hook.h"
+#include "common/log.h"
 #include "common/text.h"
+#include "hostapd/orders.h"
+#include "hostapd/wanted.h"
 #include "netctrl/notices.h"
 #include "netctrl/state.h"
+
+namespace {
+
+// A setting of all radios of hostapd, for those of an Enrollee.
+int textOfRadios(const char* hook, std::string (*valueOf)(const RadioReport&), char* data) {
+    if (!doesHostapd(hook)) return askIfThere(hook, {}, data, PLATFORM_SYNC_DATA_LEN);
+    std::string text;
+    for (const RadioReport& radio : hostapdRadios()) {
+        text += (text.empty() ? "" : " ") + radio.band + "=" + valueOf(radio);
+    }
+    return text.empty() ? kFailure : answerText(data, PLATFORM_SYNC_DATA_LEN, text);
+}
+
+// A hook may send other texts, which are those of a product.
+int takeText(const char* hook, bool isOurs, int (*order)(const std::string& text),
+             const uint8_t* alMac, const char* text) {
+    if (isOurs && doesHostapd(hook)) return order(text);
+    return runHook(hook, {macText(alMac), orEmpty(text)});
+}
+
+int takeResult(const char* hook, const uint8_t* alMac, const char* result) {
+    if (!doesHostapd(hook)) return runHook(hook, {macText(alMac), orEmpty(result)});
+    LOG_LINE(3, "%s of %s: %s", hook, macText(alMac).c_str(), plainText(orEmpty(result)).c_str());
+    return kOk;
+}
+
+}  // namespace
 
 int resetToDefault() {
     return runHook("reset-to-default");
@@ -34,6 +64,9 @@ int setNetworkCtrl(uint16_t networkOption, const char* command) {
 
 int setWIFICountryCode(const char* countryCode) {
     const std::string code = orEmpty(countryCode);
+    if (doesHostapd("wifi-country-code")) {
+        return orderCountry(code, [code] { keepWifiCountryCode(code); });
+    }
     return runHook("wifi-country-code", {code}, [code](int result, const std::string&) {
         if (result == 0) keepWifiCountryCode(code);
     });
@@ -48,19 +81,25 @@ int getNewFWdate(char text[PLATFORM_FW_TEXT_LEN]) {
 }
 
 int getWIFIStateSync(char data[PLATFORM_SYNC_DATA_LEN]) {
-    return askIfThere("wifi-state-get", {}, data, PLATFORM_SYNC_DATA_LEN);
+    return textOfRadios(
+        "wifi-state-get",
+        [](const RadioReport& radio) { return std::string(radio.isOn ? "on" : "off"); }, data);
 }
 
 int getWIFIChannelSync(char data[PLATFORM_SYNC_DATA_LEN]) {
-    return askIfThere("wifi-channel-get", {}, data, PLATFORM_SYNC_DATA_LEN);
+    // 0 for a radio that is off: the others leave theirs as it is.
+    return textOfRadios(
+        "wifi-channel-get",
+        [](const RadioReport& radio) { return std::to_string(radio.isOn ? radio.channel : 0); },
+        data);
 }
 
 int parseWIFIStateSyncdata(const uint8_t* alMac, const char* data) {
-    return runHook("wifi-state-set", {macText(alMac), orEmpty(data)});
+    return takeText("wifi-state-set", isStateText(orEmpty(data)), orderRadioState, alMac, data);
 }
 
 int parseWIFIChannelSyncData(const uint8_t* alMac, const char* data) {
-    return runHook("wifi-channel-set", {macText(alMac), orEmpty(data)});
+    return takeText("wifi-channel-set", isChannelText(orEmpty(data)), orderChannels, alMac, data);
 }
 
 int getExtenderConfig(char data[PLATFORM_SYNC_DATA_LEN]) {
@@ -72,11 +111,11 @@ int setExtenderConfig(const uint8_t* alMac, const char* data) {
 }
 
 int setWIFIStateSyncList(const uint8_t* alMac, const char* result) {
-    return runHook("wifi-state-result", {macText(alMac), orEmpty(result)});
+    return takeResult("wifi-state-result", alMac, result);
 }
 
 int setWIFIChannelSyncList(const uint8_t* alMac, const char* result) {
-    return runHook("wifi-channel-result", {macText(alMac), orEmpty(result)});
+    return takeResult("wifi-channel-result", alMac, result);
 }
 
 int getResponseLogFile(const uint8_t* alMac, LogFileRef* file) {
@@ -126,6 +165,7 @@ int getBcnRptReq(BcnRpt* report) {
 
 int sendBTMReq(const BtmReq* req) {
     if (req == nullptr) return kFailure;
+    if (doesHostapd("btm-request")) return orderTransition(*req);
     return runHook("btm-request",
                    {macText(req->staMac), macText(req->bssid), std::to_string(req->operatingClass),
                     std::to_string(req->channel), std::to_string(req->disassocImminent),
@@ -133,9 +173,11 @@ int sendBTMReq(const BtmReq* req) {
 }
 
 int addToBlacklist(const uint8_t* staMac) {
+    if (doesHostapd("blacklist-add")) return orderBar(MacAddr(staMac), true);
     return runHook("blacklist-add", {macText(staMac)});
 }
 
 int delFromBlacklist(const uint8_t* staMac) {
+    if (doesHostapd("blacklist-remove")) return orderBar(MacAddr(staMac), false);
     return runHook("blacklist-remove", {macText(staMac)});
 }

@@ -7,6 +7,7 @@
 #include "common/helper.h"
 #include "common/hook.h"
 #include "common/log.h"
+#include "hostapd/orders.h"
 #include "hostapd/stations.h"
 #include "hostapd/work.h"
 #include "netctrl/autoconfig_enrollee.h"
@@ -75,6 +76,7 @@ int runNetCtrl() {
     reportNotices(callbacks.netStatus);
     if (callbacks.netStatus != nullptr) directUpgrade();
     watchHostapd();
+    watchHostapdOrders();
     return result;
 }
 
@@ -87,6 +89,7 @@ int destroyNetCtrl() {
     dropEnrollee();
     dropNetworks();
     dropHostapd();
+    dropHostapdOrders();
     dropHostapdStations();
     dropPushButtons();
     dropWifiReport();

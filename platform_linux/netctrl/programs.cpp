@@ -3,6 +3,7 @@
 
 #include <array>
 
+#include "hostapd/orders.h"
 #include "hostapd/stations.h"
 #include "hostapd/work.h"
 #include "netctrl/confinement.h"
@@ -69,6 +70,9 @@ constexpr auto kPrograms = std::to_array<Program>({
     {"firmware download", "wnn", kDownloadLimit, runDownload},
     {"firmware server", "af*", kServerLife, runServer},
     {"hostapd", "t", minutes(1), runHostapd},
+    {"hostapd btm", "mmnnnn", seconds(5), runHostapdTransition},
+    {"hostapd orders", "tt", minutes(1), runHostapdOrders},
+    {"hostapd radios", "", seconds(5), runHostapdRadios},
     {"hostapd stations", "f*", seconds(5), runHostapdStations},
     {"adopt images", "", seconds(2), runAdopt},
     {"nft (isolate)", "", seconds(2), runIsolate},

@@ -50,10 +50,9 @@ void logLineAt(int level, const std::string& line) {
 }
 
 std::vector<AccessPoint> startPushButtons() {
-    static const HostapdLog kLog = logLineAt;
     std::vector<AccessPoint> started;
     for (const HostapdBss& bss : listBss()) {
-        auto control = std::make_unique<HostapdControl>(bss.ifname, kLog);
+        auto control = std::make_unique<HostapdControl>(bss.ifname, logLineAt);
         if (control->order("ATTACH") && control->order("WPS_PBC")) {
             started.push_back({bss.ifname, std::move(control)});
         }

@@ -21,6 +21,8 @@
 #include "common/conf.h"
 #include "common/files.h"
 #include "common/text.h"
+#include "hostapd/orders.h"
+#include "hostapd/radios.h"
 #include "netctrl/ethtool.h"
 #include "netctrl/netlink.h"
 #include "netctrl/watch.h"
@@ -207,6 +209,12 @@ std::string_view onlyMediumUp() {
     return ethernet ? "Ethernet" : "WiFi";
 }
 
+// Whether nl80211 does not know the access point.
+bool isUnreported(const std::string& ifname) {
+    const Intf* const intf = reported().byName(ifname);
+    return intf == nullptr || !intf->hasStations;
+}
+
 }  // namespace
 
 void keepLedState(std::string_view status, std::string_view brightness) {
@@ -311,13 +319,23 @@ int getCountryCode(char text[16]) {
 
 int getWIFICountryCode(char text[16]) {
     if (kept.wifiCountryCode) return answerText(text, 16, *kept.wifiCountryCode);
-    return answerText(text, 16, conf().value("WIFI_COUNTRY_CODE"));
+    std::string code = orderedCountry();
+    if (code.empty()) code = conf().value("WIFI_COUNTRY_CODE");
+    if (code.empty() && doesHostapd("wifi-country-code")) {
+        for (const RadioReport& radio : hostapdRadios()) code = radio.country;
+    }
+    return answerText(text, 16, code);
 }
 
 int getWIFIChannelInfo(WifiChannels* channels) {
     if (channels == nullptr) return kFailure;
     std::vector<uint32_t> frequencies;
     for (const Intf& intf : reported().intfs) frequencies.push_back(intf.frequency);
+    if (std::ranges::any_of(listBss(), isUnreported, &HostapdBss::ifname)) {
+        for (const RadioReport& radio : hostapdRadios()) {
+            if (radio.isOn && isUnreported(radio.ifname)) frequencies.push_back(radio.frequency);
+        }
+    }
     *channels = channelsOf(std::move(frequencies));
     return kOk;
 }

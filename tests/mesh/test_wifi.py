@@ -5,6 +5,7 @@ from lab import Lab, wait_until
 
 ENROLLEES = ("dev2", "dev3")
 RADIOS = ("wlan0", "wlan1")
+STATION = "02:57:a0:00:00:05"
 FIRST = [("Lab", "lab of vm1905", "WPA-PSK"), ("Lab 5 GHz", "lab of vm1905", "WPA-PSK SAE")]
 CHANGED = [("Changed", "another key", "WPA-PSK"), ("Lab 5 GHz", "another key", "WPA-PSK SAE")]
 
@@ -42,10 +43,14 @@ def test_changes_arrive(lab):
     all_run(lab, CHANGED, 10, "the new name and key")
 
 
-def test_a_restarted_hostapd_gets_them_again(lab):
+def test_a_restarted_hostapd_gets_all_again(lab):
+    lab("wait")
+    lab.run("dev1", "vm1905ctl", "blacklist", "add", "dev2", STATION)
     lab.shell("dev2", "kill -KILL $(cat /run/wlan0.pid); rm -f /var/run/hostapd/wlan0; "
                       "hostapd -B -P /run/wlan0.pid /etc/vm1905/wlan0.conf")
     all_run(lab, CHANGED, 15, "both networks", ["dev2"])
+    wait_until(lambda: all(STATION in lab.shell("dev2", f"hostapd_cli -i {radio} raw 'DENY_ACL SHOW'")
+                           for radio in RADIOS), 15, "the barred station")
 
 
 def test_a_restarted_enrollee_has_them_without_the_registrar(lab):
