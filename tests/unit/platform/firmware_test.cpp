@@ -399,9 +399,10 @@ NETWORK_TEST(Upgrade, ARegistrarServesWhatItHasVerifiedAndNothingElse) {
 
 NETWORK_TEST(Upgrade, AnInstallationOutlivesTheDaemon) {
     Upgraded device;
-    device.folder.hook("firmware-install",
-                       "echo; until [ -e \"$0.go\" ]; do sleep 0.02; done; echo; "
-                       "cat \"$1\" >\"$0.got\"");
+    device.folder.hook(
+        "firmware-install",
+        "echo; until [ -e \"$0.go\" ] || [ ! -e \"$0\" ]; do sleep 0.02; done; echo; "
+        "cat \"$1\" >\"$0.got\"");
     device.announce();
     FwCtrl order{6, 1, "http://192.0.2.2:8905/fw.bin", {}};
     // Only the daemon may be able to block installations.
@@ -500,7 +501,9 @@ NETWORK_TEST(Upgrade, TheHelperServesImagesAndRunsNothing) {
 
 TEST(Upgrade, TheServerFollowsTheLastOrder) {
     const ScratchFolder folder;
-    folder.hook("ftp-server", "until [ -e \"$0.go\" ]; do sleep 0.02; done; echo $1 >>\"$0.got\"");
+    folder.hook(
+        "ftp-server",
+        "until [ -e \"$0.go\" ] || [ ! -e \"$0\" ]; do sleep 0.02; done; echo $1 >>\"$0.got\"");
     const auto hasRun = [&folder](const std::string& args) {
         return becomes([&] {
             collectJobs();
