@@ -7,6 +7,7 @@
 #include <atomic>
 #include <bit>
 #include <cstdlib>
+#include <cstring>
 #include <span>
 
 #include "fuzz_device.h"
@@ -31,6 +32,12 @@ std::array<uint8_t, sizeof(pid_t)> ownPid() {
     return std::bit_cast<std::array<uint8_t, sizeof(pid_t)>>(getpid());
 }
 
+unsigned servId(const uint8_t* slot) {
+    uint16_t id = 0;
+    std::memcpy(&id, slot + slots::kServId.at, sizeof id);
+    return id;
+}
+
 uint8_t takeFlag(uint8_t* slot, uint8_t next) {
     return std::atomic_ref(slot[slots::kFlag.at]).exchange(next);
 }
@@ -48,14 +55,14 @@ void post(Bytes bytes, uint8_t options) {
     takeSent(true);
     if (runServiceMonitor() != 0) abort();
     const bool waits = slot[slots::kFlag.at] != slots::kIdle;
-    if (waits && slot[slots::kServId.at] != kGetIntf) abort();
+    if (waits && servId(slot) != kGetIntf) abort();
     // Otherwise the next request overwrites it.
     if (waits && (options & kMarksIdle) != 0) {
         (void)takeFlag(slot, slots::kIdle);
         if (runServiceMonitor() != 0 || slot[slots::kFlag.at] != slots::kIdle) abort();
     }
     // Messages that a client has built itself are sent unchecked.
-    takeSent(slot[slots::kServId.at] != kRawSend);
+    takeSent(servId(slot) != kRawSend);
     if ((options & kLeaves) == 0) (void)takeFlag(getServRespShm(), slots::kIdle);
 }
 
@@ -67,7 +74,7 @@ void step(Bytes bytes, uint8_t options) {
 void stop() {
     post({}, kOwnPid | kLeaves);  // service 0
     const uint8_t* const answer = getServRespShm();
-    if (answer[slots::kFlag.at] != slots::kFull || answer[slots::kServId.at] != 1 ||
+    if (answer[slots::kFlag.at] != slots::kFull || servId(answer) != 1 ||
         !std::ranges::equal(ownPid(), std::span(answer, sizeof(pid_t)))) {
         abort();
     }

@@ -15,6 +15,10 @@
 #include "base/fd.h"
 #include "base/public_file.h"
 
+#ifndef STATX_ATTR_MOUNT_ROOT  // musl has statx, but not this bit of the kernel
+#define STATX_ATTR_MOUNT_ROOT 0x2000
+#endif
+
 namespace {
 
 constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;

@@ -134,13 +134,14 @@ std::optional<Trust> note(CounterWindow& window, uint64_t counter) {
     window.isHeard = true;
     if (counter > window.highest) {
         const uint64_t step = counter - window.highest;
-        window.seen <<= std::min<uint64_t>(step, window.seen.size());
+        window.seen <<= static_cast<size_t>(std::min<uint64_t>(step, window.seen.size()));
         window.highest = counter;
     }
     const uint64_t behind = window.highest - counter;
     if (behind > kCounterWindow) return std::nullopt;
-    const bool isSeen = window.seen.test(behind);
-    window.seen.set(behind);
+    const auto index = static_cast<size_t>(behind);
+    const bool isSeen = window.seen.test(index);
+    window.seen.set(index);
     return isSeen ? Trust::kCopy : Trust::kFresh;
 }
 
@@ -257,7 +258,7 @@ void forgetCounter(const Proof& proof) {
     if (proof.trust == Trust::kUnchecked) return;
     CounterWindow& window = module().senders[proof.sender];
     if (window.highest - proof.counter <= kCounterWindow) {
-        window.seen.reset(window.highest - proof.counter);
+        window.seen.reset(static_cast<size_t>(window.highest - proof.counter));
     }
 }
 

@@ -1,6 +1,9 @@
 // Bytes on the wire, independent of the builders of the daemon.
 #pragma once
 
+#include <algorithm>
+#include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <string>
@@ -15,16 +18,27 @@ using Frame = std::vector<uint8_t>;
 
 inline constexpr std::string_view kHexDigits = "0123456789abcdef";
 
-// The bytes of "01 a0 ff" or "01a0ff"; all other characters are separators.
+// The bytes of "01 a0 ff" or "01a0ff"; all other characters are separators. "=0105" is a number in
+// the byte order of the machine.
 inline Frame hex(std::string_view text) {
     Frame out;
     size_t high = kHexDigits.npos;
+    size_t number = kHexDigits.npos;  // where it begins
+    const auto endNumber = [&] {
+        if (number != kHexDigits.npos && std::endian::native == std::endian::little) {
+            std::reverse(out.begin() + static_cast<ptrdiff_t>(number), out.end());
+        }
+        number = kHexDigits.npos;
+    };
     for (const char c : text) {
         const size_t digit = kHexDigits.find(c);
         const bool isPair = high != kHexDigits.npos && digit != kHexDigits.npos;
+        if (digit == kHexDigits.npos) endNumber();
+        if (c == '=') number = out.size();
         if (isPair) out.push_back(static_cast<uint8_t>(high * 16 + digit));
         high = isPair ? kHexDigits.npos : digit;
     }
+    endNumber();
     return out;
 }
 inline std::string print(const Frame& bytes) {

@@ -6,18 +6,22 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
+#include <bit>
 #include <string>
 
 #include "orders/slots.h"
 #include "support/frames.h"
 
-// Numbers as clients write them, in the byte order of the (little-endian) machine.
-inline Frame num16(unsigned value) {
-    return {static_cast<uint8_t>(value), static_cast<uint8_t>(value >> 8)};
+// Numbers as clients write them, in the byte order of the machine.
+template <typename Number>
+Frame hostOrder(Number value) {
+    const auto bytes = std::bit_cast<std::array<uint8_t, sizeof value>>(value);
+    return {bytes.begin(), bytes.end()};
 }
-inline Frame num32(unsigned value) {
-    return num16(value) + num16(value >> 16);
+inline Frame num16(unsigned value) {
+    return hostOrder(static_cast<uint16_t>(value));
 }
 inline Frame zeros(size_t n) {
     return Frame(n, 0);
@@ -37,7 +41,7 @@ inline std::atomic_ref<uint8_t> flagOf(uint8_t* slot) {
 }
 inline void postRequest(unsigned servId, const Frame& payload, int pid = getpid()) {
     uint8_t* const slot = getServReqShm();
-    const Frame head = num32(static_cast<unsigned>(pid)) + num16(servId);
+    const Frame head = hostOrder(pid) + num16(servId);
     std::copy(head.begin(), head.end(), slot);
     std::fill(slot + 7, slot + 256, uint8_t{0});
     std::copy(payload.begin(), payload.end(), slot + 7);
@@ -47,7 +51,7 @@ inline void postRequest(unsigned servId, const Frame& payload, int pid = getpid(
 inline std::string takeAnswer() {
     uint8_t* const slot = getServRespShm();
     if (flagOf(slot) != 0) return "";
-    EXPECT_EQ(Frame(slot, slot + 4), num32(static_cast<unsigned>(getpid())));
+    EXPECT_EQ(Frame(slot, slot + 4), hostOrder(getpid()));
     flagOf(slot) = 1;
     unsigned servId = 0;
     while (Frame(slot + 4, slot + 6) != num16(servId)) servId++;

@@ -15,7 +15,8 @@
 
 namespace {
 
-using Hex = std::string;  // hexadecimal; in the tables with blanks between the fields
+using Hex =
+    std::string;  // hexadecimal; in the tables with blanks between the fields, and = before numbers
 using Client = vm1905_client*;
 
 constexpr vm1905_mac kMac{{0x02, 0x11, 0x22, 0x33, 0x44, 0x55}};
@@ -32,9 +33,9 @@ Hex hexText(const std::string& text) {
 Hex zeros(size_t n) {
     return Hex(2 * n, '0');
 }
-// Without blanks and trailing zeros.
-Hex trimmed(Hex bytes) {
-    std::erase(bytes, ' ');
+// Without trailing zeros.
+Hex trimmed(const Hex& text) {
+    Hex bytes = print(hex(text));
     while (bytes.ends_with("00")) bytes.resize(bytes.size() - 2);
     return bytes;
 }
@@ -163,24 +164,24 @@ TEST(Calls, ReadRecords) {
         Hex senseless{};  // an answer with a count beyond its bound
     } rows[] = {
         // clang-format off
-        {0, "", kM + "01 0000 04030201 05", reading(vm1905_get_al)},
+        {0, "", kM + "01 0000 =01020304 05", reading(vm1905_get_al)},
         {0, "", zeros(21) + hexText("02:00:00:00:00:01") + "00" + hexText("7.1"), reading(vm1905_get_identity)},
-        {4, kM + "00 0501", "aabbcc 01" + zeros(620) + "07", reading(vm1905_get_intf_vend_prop, &kMac, 0x105)},
-        {6, kM + "00 0501", "02", reading(vm1905_get_intf_pwr, &kMac, 0x105)},
-        {10, kM + "00 0501", "00 0201", reading(vm1905_get_link_num, &kMac, 0x105)},
-        {12, kM + "00 0501 04", kO + kM + "01 11121314 21222324 31323334 41424344 5152 6162 7172 08", reading(vm1905_get_link, &kMac, 0x105, 4)},
-        {20, "04", "00 0201 1e" + zeros(174) + kM + kO + "01" + zeros(18) + "07", reading(vm1905_get_fwd_rule, 4), "00 0201 1f"},
-        {28, "", "00 04030201 02 03 04 05", reading(vm1905_get_topology)},
-        {30, "ff", "00 04030201 01" + kM + kO + "02" + kM, reading(vm1905_get_log_entry, 255)},
+        {4, kM + "00 =0105", "aabbcc 01" + zeros(620) + "=0007", reading(vm1905_get_intf_vend_prop, &kMac, 0x105)},
+        {6, kM + "00 =0105", "02", reading(vm1905_get_intf_pwr, &kMac, 0x105)},
+        {10, kM + "00 =0105", "00 =0102", reading(vm1905_get_link_num, &kMac, 0x105)},
+        {12, kM + "00 =0105 04", kO + kM + "01 =14131211 =24232221 =34333231 =44434241 =5251 =6261 =7271 08", reading(vm1905_get_link, &kMac, 0x105, 4)},
+        {20, "04", "00 =0102 1e" + zeros(174) + kM + kO + "01" + zeros(18) + "07", reading(vm1905_get_fwd_rule, 4), "00 =0102 1f"},
+        {28, "", "00 =01020304 02 03 04 05", reading(vm1905_get_topology)},
+        {30, "ff", "00 =01020304 01" + kM + kO + "02" + kM, reading(vm1905_get_log_entry, 255)},
         {34, "04", kM + "01 02 03 04 05", reading(vm1905_get_dev, 4)},
         {36, kM + "04", kO + "05 ff" + zeros(254) + "09" + zeros(360) + "02", reading(vm1905_get_dev_intf, &kMac, 4)},
         {38, kM + "04", kO + "67" + zeros(612) + kM, reading(vm1905_get_dev_non1905_nbrs, &kMac, 4), kO + "68"},
         {40, kM + "04", kO + "58" + zeros(609) + kM + "01", reading(vm1905_get_dev_1905_nbrs, &kMac, 4), kO + "59"},
         {42, kM + "04", "68" + zeros(618) + kM, reading(vm1905_get_dev_tuple, &kMac, 4), "69"},
-        {44, "", "01 6e02" + zeros(621) + "07", reading(vm1905_get_security), "01 6f02"},
+        {44, "", "01 =026e " + zeros(621) + "07", reading(vm1905_get_security), "01 =026f"},
         {128, "01", "c8", reading(vm1905_get_option, 1)},
-        {136, kM + "02" + kM + "0501" + kO + "0100" + zeros(224) + "03", "02" + kM + "0501 10 00" + kO + "0100 07", reading(vm1905_set_dev_intf_pwr, &kMac, kIntfs, 2, 3), "1f"},
-        {204, kM + kM + kO + "5124 02 6400" + hexText("home"), "00" + kO + "5802" + zeros(599) + "07", reading(vm1905_get_beacon, &kMac, &kBeacon), "00" + kO + "5902"},
+        {136, kM + "02" + kM + "=0105 " + kO + "=0001 " + zeros(224) + "03", "02" + kM + "=0105 10 00" + kO + "=0001 07", reading(vm1905_set_dev_intf_pwr, &kMac, kIntfs, 2, 3), "1f"},
+        {204, kM + kM + kO + "5124 02 =0064 " + hexText("home"), "00" + kO + "=0258 " + zeros(599) + "07", reading(vm1905_get_beacon, &kMac, &kBeacon), "00" + kO + "=0259"},
         // clang-format on
     };
     vm1905_client client;
@@ -212,12 +213,13 @@ TEST(Calls, ReadRecords) {
     uint8_t num = 0;
     EXPECT_EQ(vm1905_get_fwd_rule_num(&client, &num), 0);
     EXPECT_EQ(num, 3) << "in place of a code";
-    for (const auto& [field, seconds] : {std::pair{"00", 0U}, {"01", 0U}, {"08", 7U}}) {
+    for (const auto& [field, seconds] :
+         {std::pair{"=00000000", 0U}, {"=00000001", 0U}, {"=00000008", 7U}}) {
         vm1905_dev_silence silence;
         answerWith(35, kM + zeros(7) + field);
         EXPECT_EQ(vm1905_get_dev_silence(&client, 0, &silence), 0);
         EXPECT_EQ(silence.seconds, seconds);
-        EXPECT_EQ(silence.is_known, field != std::string("00"));
+        EXPECT_EQ(silence.is_known, field != std::string("=00000000"));
     }
     answerWith(137, "");
     EXPECT_EQ(vm1905_set_dev_intf_pwr(&client, &kMac, kIntfs, 30, 3, nullptr), 0);
@@ -231,49 +233,49 @@ TEST(Calls, GiveOrders) {
         std::function<int(Client)> call;
     } rows[] = {
         // clang-format off
-        {8, kM + "00 0501 02", order(vm1905_set_intf_pwr, &kMac, 0x105, 2)},
+        {8, kM + "00 =0105 02", order(vm1905_set_intf_pwr, &kMac, 0x105, 2)},
         {22, "0102", order(vm1905_add_fwd_rule, "\1\2", 2)},
         {24, "0102", order(vm1905_modify_fwd_rule, "\1\2", 2)},
-        {26, "00 0201", order(vm1905_remove_fwd_rule, 0x102)},
+        {26, "00 =0102", order(vm1905_remove_fwd_rule, 0x102)},
         {32, "20", order(vm1905_set_log_max, 32)},
         {46, "0102", order(vm1905_set_security, "\1\2", 2)},
         {130, "01 c8", order(vm1905_set_option, 1, 200)},
         {134, kM, order(vm1905_reboot, &kMac)},
-        {138, "00 01000000 feffffff 03000000", order(vm1905_set_wps, 1, -2, 3)},
+        {138, "00 =00000001 =fffffffe =00000003", order(vm1905_set_wps, 1, -2, 3)},
         {140, "", vm1905_get_wps},
         {141, zeros(6) + "21", order(vm1905_send_wps_renew, 33)},
-        {143, kM + "000000 05", order(vm1905_wps_ctrl, &kMac, 5)},
-        {145, kM + "000000 05", order(vm1905_ap_steering, &kMac, 5)},
+        {143, kM + "000000 =00000005", order(vm1905_wps_ctrl, &kMac, 5)},
+        {145, kM + "000000 =00000005", order(vm1905_ap_steering, &kMac, 5)},
         {147, kM + "01 02 00" + hexText(longest), order(vm1905_fw_ctrl, &kMac, 1, 2, longest.c_str())},
         {149, kM, order(vm1905_reset_to_default, &kMac)},
-        {151, "00 ffffffff", order(vm1905_set_fw_result, -1)},
+        {151, "00 =ffffffff", order(vm1905_set_fw_result, -1)},
         {153, "", vm1905_push_button},
         {155, "", vm1905_reopen_ports},
         {157, "", vm1905_write_log},
         {159, kM + "000000" + hexText("uptime"), order(vm1905_send_command, &kMac, "uptime")},
-        {161, kM + "000000 feffffff", order(vm1905_led_ctrl, &kMac, -2)},
-        {163, "00 3c", order(vm1905_set_wps_timeout, 60)},
-        {165, "00 01", order(vm1905_set_approve, 1)},
-        {167, "00 06", order(vm1905_set_debug_level, 6U)},
+        {161, kM + "000000 =fffffffe", order(vm1905_led_ctrl, &kMac, -2)},
+        {163, "00 =0000003c", order(vm1905_set_wps_timeout, 60)},
+        {165, "00 =00000001", order(vm1905_set_approve, 1)},
+        {167, "00 =00000006", order(vm1905_set_debug_level, 6U)},
         {169, zeros(6) + "21", order(vm1905_send_wps_search, 33)},
-        {171, "00 01000000 02", order(vm1905_set_wifi_reload, 1, 2)},
+        {171, "00 =00000001 =00000002", order(vm1905_set_wifi_reload, 1, 2)},
         {177, zeros(9) + hexText(longest), order(vm1905_set_fw_state, longest.c_str())},
-        {179, kM + "01 02 00 04030201 3c000000" + kM + hexText("ftp://a"), order(vm1905_speed_test_ctrl, &kMac, &kSpeedTest)},
+        {179, kM + "01 02 00 =01020304 =0000003c " + kM + hexText("ftp://a"), order(vm1905_speed_test_ctrl, &kMac, &kSpeedTest)},
         {181, kM, order(vm1905_wifi_state_search, &kMac)},
         {183, kM, order(vm1905_wifi_state_renew, &kMac)},
         {185, "", vm1905_send_discovery},
         {187, kM, order(vm1905_request_log_file, &kMac)},
-        {189, hexText("All") + zeros(14) + "01000000 02", order(vm1905_set_wps_by_band, "All", 1, 2)},
+        {189, hexText("All") + zeros(14) + "=00000001 =00000002", order(vm1905_set_wps_by_band, "All", 1, 2)},
         {191, "", vm1905_wifi_state_action},
-        {197, kM + "00 0201" + hexText("on"), order(vm1905_network_ctrl, &kMac, 0x102, "on")},
-        {200, kM + "00 0200 0f000101", order(vm1905_send_raw, 2, &kMac, "\x0f\0\1\1", 4)},
-        {200, zeros(7) + "0a", order(vm1905_send_raw, 10, nullptr, nullptr, 0)},
-        {202, kM + kM + kO + "5124 02 6400" + hexText("home"), order(vm1905_request_beacon, &kMac, &kBeacon)},
-        {206, kM + kM + kO + "5124 01 1e", order(vm1905_send_btm, &kMac, &kBtm)},
+        {197, kM + "00 =0102 " + hexText("on"), order(vm1905_network_ctrl, &kMac, 0x102, "on")},
+        {200, kM + "00 =0002 0f000101", order(vm1905_send_raw, 2, &kMac, "\x0f\0\1\1", 4)},
+        {200, zeros(7) + "=000a", order(vm1905_send_raw, 10, nullptr, nullptr, 0)},
+        {202, kM + kM + kO + "5124 02 =0064 " + hexText("home"), order(vm1905_request_beacon, &kMac, &kBeacon)},
+        {206, kM + kM + kO + "5124 01 =001e", order(vm1905_send_btm, &kMac, &kBtm)},
         {208, kM + kO, order(vm1905_add_blacklist, &kMac, &kOther)},
         {210, kM + kO, order(vm1905_remove_blacklist, &kMac, &kOther)},
         {212, "", vm1905_wifi_sync_all},
-        {214, kM + "000000 05", order(vm1905_system_ctrl, &kMac, 5)},
+        {214, kM + "000000 =00000005", order(vm1905_system_ctrl, &kMac, 5)},
         {216, "", vm1905_update_extenders},
         {218, kM, order(vm1905_ping, &kMac)},
         // clang-format on

@@ -1,5 +1,6 @@
 // The service channel through its real slots: a client posts a request, the monitor runs, the
-// client reads the answer. In the tables, payloads are hexadecimal and numbers little-endian.
+// client reads the answer. In the tables, payloads are hexadecimal, and numbers of the slots
+// have =.
 #include <signal.h>
 #include <sys/wait.h>
 
@@ -73,26 +74,26 @@ TEST_F(Service, Records) {
     advance(5);
 
     const Text lan = print(zeros(6)) + "30303a30303a30303a30303a30303a3030";
-    const Text eth0 = kE0 + "00 0100", linkTo = print(bytesOf(kPeer.intf)) + kE0;
+    const Text eth0 = kE0 + "00 =0001 ", linkTo = print(bytesOf(kPeer.intf)) + kE0;
     const struct {
         unsigned service;
         Text request, record;
     } records[] = {
         // clang-format off
-        {0, "", kOwn + "000000 05000000 02 00" + lan},
+        {0, "", kOwn + "000000 =00000005 02 00" + lan},
         {4, eth0, "aabbcc" + print(Frame(626, 0x77))},
         {6, eth0, ""},
-        {10, eth0, "00 0100"},
-        {12, eth0, linkTo + "00 01000000 02000000 03000000 04000000 e803 5a00 2003 07"},
-        {20, "01", "00 0800"},
-        {28, "", "00 01000000 01 64 01 01"},
-        {30, "00", "00 00f15365 01" + kTo + kE1 + "01" + kNobody},
+        {10, eth0, "00 =0001"},
+        {12, eth0, linkTo + "00 =00000001 =00000002 =00000003 =00000004 =03e8 =005a =0320 07"},
+        {20, "01", "00 =0008"},
+        {28, "", "00 =00000001 01 64 01 01"},
+        {30, "00", "00 =6553f100 01" + kTo + kE1 + "01" + kNobody},
         {34, "00", kTo + "09 02 02 01 01"},
         {36, kTo + "01", kE1 + "05 02 0506" + print(zeros(613)) + "02"},
         {38, kTo, kE1 + "02" + kNobody + kE0},
         {40, kTo, kE1 + "01" + kOwn + "01"},
         {42, kTo, "02" + kE0 + kE1},
-        {44, "", "01 0300 010203"},
+        {44, "", "01 =0003 010203"},
         {128, "01", "01"},
         {132, kTo, "01"},
         // clang-format on
@@ -114,7 +115,7 @@ TEST_F(Service, Records) {
     for (const uint8_t id : hex("1e 22")) EXPECT_EQ(ask(id), code(id, 81));
     EXPECT_EQ(orders() + calls(), "");
     (void)destroyIntfPorts();
-    EXPECT_EQ(ask(0), data(0, kOwn + "000000 05000000 02 01" + lan)) << "no port is open";
+    EXPECT_EQ(ask(0), data(0, kOwn + "000000 =00000005 02 01" + lan)) << "no port is open";
     (void)destroyDataManager();
     for (const uint8_t id : hex("00 04 0a 1c 1e 22 24 2c")) EXPECT_EQ(ask(id), code(id, 17));
 }
@@ -217,41 +218,41 @@ TEST_F(Service, ActionsAndMessages) {
         Text request, answer, sent{}, calls{};
     } rows[] = {
         // clang-format off
-        {8, kE1 + "00 0100 02", "9:", "", "setIntfPwrStateById 02:19:05:00:01:01 1 2; "},
+        {8, kE1 + "00 =0001 02", "9:", "", "setIntfPwrStateById 02:19:05:00:01:01 1 2; "},
         {32, "00", "33:22"},
         {32, "32", "33:"},
         {130, "02 01", "131:20"},
         {130, "00 c8", "131:"},
         {128, "00", "129:c8"},
-        {138, "00 01000000 00000000 01000000", done, "", "setWPSConfig 1 0 1; "},
-        {163, "00 3c000000", done, "", "setWPSConfigChangetimeout 1 0 1 60; "},
+        {138, "00 =00000001 =00000000 =00000001", done, "", "setWPSConfig 1 0 1; "},
+        {163, "00 =0000003c", done, "", "setWPSConfigChangetimeout 1 0 1 60; "},
         {140, "", ""},
         {141, kAll + "21", done, "", "sendWPSRenew 33; "},
         {169, kAll + "01", done, "", "sendWPSSearch 1; "},
-        {151, "00 01000000", done, "", "setFWresult 1; "},
+        {151, "00 =00000001", done, "", "setFWresult 1; "},
         {153, "", done, "", "sendPBEvent; "},
         {155, "", done},
         {157, "", done},
-        {165, "00 01000000", done, "", "setApproveFlag_flag 1; "},
-        {167, "00 02000000", done, "", "setNetCtrlDebugLevel 2; "},
-        {171, "00 01000000 01000000", done, "", "setWiFiReloadFlag 1 1; "},
+        {165, "00 =00000001", done, "", "setApproveFlag_flag 1; "},
+        {167, "00 =00000002", done, "", "setNetCtrlDebugLevel 2; "},
+        {171, "00 =00000001 =00000001", done, "", "setWiFiReloadFlag 1 1; "},
         {177, "00" + print(zeros(8)) + "42757379", done, "", "setFWState Busy; "},
-        {189, "416c6c" + print(zeros(14)) + "01000000", done, "", "setWPSConfByBand All 1 0; "},
+        {189, "416c6c" + print(zeros(14)) + "=00000001", done, "", "setWPSConfByBand All 1 0; "},
         {191, "", code(192, 16)},
         {212, "", done, "", "wifi_flag_init; sendWPSSearch 0; sendWPSSearch 1; "
                             "sendWPSSearch 32; sendWPSSearch 33; "},
-        {161, kAll + "000000 02010000", "", "34:00000000000002 ",
+        {161, kAll + "000000 =00000102", "", "34:00000000000002 ",
          "outputlogData [LEDCtrl] send LED (258) to multicast; "},
-        {214, kAll + "000000 03000000", "", "75:00000000000003 ",
+        {214, kAll + "000000 =00000003", "", "75:00000000000003 ",
          "outputlogData [SystemCtrl] send System (3) to multicast; "},
-        {179, kTo + "01 02 00 01000000 3c000000" + kNobody + "75", done,
+        {179, kTo + "01 02 00 =00000001 =0000003c " + kNobody + "75", done,
          "10:0102000175000000010000003c" + kNobody + " ", "setSpeedTestSendCtrlflag 0; "},
         {179, kAll, done, "12:" + print(zeros(18)) + " ", "setSpeedTestSendCtrlflag 0; "},
         {181, kTo, done, "13:" + kOwn + " "},
         {183, kAll, done, "14:" + kOwn + "000473796e63 "},
         {187, kTo, done, "28:" + kTo + " "},
         {187, kNobody, code(188, 16)},
-        {197, kTo + "00 0201 6c73", done, "49:" + kTo + "010200026c73 "},
+        {197, kTo + "00 =0102 6c73", done, "49:" + kTo + "010200026c73 "},
         {185, "", done, "45:" + kOwn + kE0 + " "},
         {216, "", done, "56:" + kOwn + "0000 "},
         // clang-format on
@@ -275,31 +276,31 @@ TEST_F(Service, ActionsAndMessages) {
     EXPECT_EQ(ask(169), code(170, 0xF4)) << "the low 8 bits";
     EXPECT_EQ(ask(177), code(178, 0xFF));
     LogCapture shown(2);
-    EXPECT_EQ(ask(167, "00 06000000"), code(168, 0));
+    EXPECT_EQ(ask(167, "00 =00000006"), code(168, 0));
     EXPECT_NE(shown.finish().find("ports:"), Text::npos);
     EXPECT_EQ(DEBUGLEVEL, 2);
 }
 
 TEST_F(Service, ForwardingRules) {
     start();
-    const Text match = kE0 + "01" + kE1 + "01 0008 01 0200 01 0300 00 0400 01";
+    const Text match = kE0 + "01" + kE1 + "01 =0800 01 =0002 01 =0003 00 =0004 01";
     const auto rule = [&](const Text& id, const Frame& macs) {
-        Frame all = hex("00" + id) + Frame{static_cast<uint8_t>(macs.size() / 6)} + macs;
+        Frame all = hex("00 =" + id) + Frame{static_cast<uint8_t>(macs.size() / 6)} + macs;
         all.resize(191 - 7);
         return all + hex(match);
     };
     const Frame e0 = bytesOf(kEth0), both = e0 + bytesOf(kEth1);
-    for (const Text id : {"0000", "0900", "0000"}) EXPECT_EQ(ask(22, rule(id, both)), code(22, 0));
-    EXPECT_EQ(ask(22, rule("0900", both)), code(22, 16)) << "there is one";
+    for (const Text id : {"0000", "0009", "0000"}) EXPECT_EQ(ask(22, rule(id, both)), code(22, 0));
+    EXPECT_EQ(ask(22, rule("0009", both)), code(22, 16)) << "there is one";
     EXPECT_EQ(ask(22, rule("0000", Frame(size_t{31} * 6))), code(22, 16))
         << "more than the answer holds";
-    EXPECT_EQ(ask(24, rule("0900", e0)), "25:");
-    EXPECT_EQ(ask(24, rule("0700", e0)), "25:10");
-    EXPECT_EQ(ask(26, "00 0700"), "27:10");
-    EXPECT_EQ(ask(20, "00"), answer(21, rule("0100", both))) << "the daemon chose the identifier";
-    EXPECT_EQ(ask(20, "01"), answer(21, rule("0900", e0)));
-    EXPECT_EQ(ask(26, "00 0100"), "27:");
-    EXPECT_EQ(ask(20, "01"), answer(21, rule("0200", both)));
+    EXPECT_EQ(ask(24, rule("0009", e0)), "25:");
+    EXPECT_EQ(ask(24, rule("0007", e0)), "25:10");
+    EXPECT_EQ(ask(26, "00 =0007"), "27:10");
+    EXPECT_EQ(ask(20, "00"), answer(21, rule("0001", both))) << "the daemon chose the identifier";
+    EXPECT_EQ(ask(20, "01"), answer(21, rule("0009", e0)));
+    EXPECT_EQ(ask(26, "00 =0001"), "27:");
+    EXPECT_EQ(ask(20, "01"), answer(21, rule("0002", both)));
     while (ask(22, rule("0000", {})) == code(22, 0)) {
     }
     EXPECT_EQ(ask(18), code(18, 255)) << "as many as the answers can count";
@@ -309,7 +310,8 @@ TEST_F(Service, OrdersToOtherDevices) {
     startWithPeer();
     for (unsigned n = 0; n < 255; n++)  // a flood does not cut it off
         getNbrDevTable().push_back({.alMac = peer(1000 + n).al, .lastSeen = now()});
-    const Text bss = kNobody + kE0 + "51 06 01 6400", bssSent = kTo + kNobody + kE0 + "5106010064";
+    const Text bss = kNobody + kE0 + "51 06 01 =0064 ",
+               bssSent = kTo + kNobody + kE0 + "5106010064";
     const struct {
         uint8_t service;
         Text request;   // after the address
@@ -319,21 +321,21 @@ TEST_F(Service, OrdersToOtherDevices) {
     } rows[] = {
         // clang-format off
         {134, "", "4:" + kTo, "05 03"},
-        {136, "01" + kE0 + "0501" + print(zeros(232)) + "02", "6:" + kTo + "01" + kE0 + "010502",
-         "07 01" + kE0 + "0105 10", "01" + kE0 + "0501 10"},
-        {143, "000000 05", "16:" + kTo + "05", "11 03"},
-        {145, "000000 05", "18:" + kTo + "05", "13 03"},
+        {136, "01" + kE0 + "=0105 " + print(zeros(232)) + "02", "6:" + kTo + "01" + kE0 + "010502",
+         "07 01" + kE0 + "0105 10", "01" + kE0 + "=0105 10"},
+        {143, "000000 =00000005", "16:" + kTo + "05", "11 03"},
+        {145, "000000 =00000005", "18:" + kTo + "05", "13 03"},
         {147, "06 01 00 752f", "20:06000301752f", "15 03"},
         {149, "", "22:" + kTo, "17 03"},
         {159, "000000 3220", "25:000200023220", "20 03"},
-        {161, "000000 05", "33:" + kTo + "05", "23 03"},
+        {161, "000000 =00000005", "33:" + kTo + "05", "23 03"},
         {202, bss + "41", "64:" + bssSent + "000141", "41 00 03" + kAll + "0000"},
         {204, bss, "66:" + bssSent + "0000", "43 01 00" + kNobody + "0002 0a0b",
-         "00" + kNobody + "0200 0a0b"},
+         "00" + kNobody + "=0002 0a0b"},
         {206, bss, "68:" + bssSent, "45 03"},
         {208, kNobody, "70:" + kTo + "00" + kNobody, "47 00 03"},
         {210, kNobody, "70:" + kTo + "01" + kNobody, "47 01 03"},
-        {214, "000000 05", "74:" + kTo + "05", "4c 03"},
+        {214, "000000 =00000005", "74:" + kTo + "05", "4c 03"},
         // clang-format on
     };
     for (const auto& row : rows) {
@@ -373,7 +375,8 @@ TEST_F(Service, PingIsAnsweredByTheTopologyResponse) {
     EXPECT_EQ(receive("eth0", response(kPeer, query.id)), kOk);
     EXPECT_EQ(takeAnswer(), data(218, ""));
     advance(7);
-    EXPECT_EQ(ask(34, "00").substr(0, 48), data(34, kTo + "00 01 00 00 00 00 00 08").substr(0, 48));
+    EXPECT_EQ(ask(34, "00").substr(0, 48),
+              data(34, kTo + "00 01 00 00 00 00 00 =00000008").substr(0, 48));
 }
 
 // Messages that clients have built, and those that the platform library requests.

@@ -1,0 +1,21 @@
+# Builds for another processor with the cross compiler of Debian, against a folder with the libraries
+# of that processor, and runs the programs with qemu. scripts/cross makes the folder and gives:
+#   CROSS_TRIPLET     such as s390x-linux-gnu
+#   CROSS_SYSROOT     the folder
+#   CROSS_PROCESSOR   as qemu names it, such as s390x
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES CROSS_TRIPLET CROSS_SYSROOT CROSS_PROCESSOR)
+
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR ${CROSS_PROCESSOR})
+set(CMAKE_LIBRARY_ARCHITECTURE ${CROSS_TRIPLET})
+set(CMAKE_C_COMPILER ${CROSS_TRIPLET}-gcc)
+set(CMAKE_CXX_COMPILER ${CROSS_TRIPLET}-g++)
+set(CMAKE_SYSROOT ${CROSS_SYSROOT})
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-${CROSS_PROCESSOR};-L;${CROSS_SYSROOT})
+
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(ENV{PKG_CONFIG_SYSROOT_DIR} ${CROSS_SYSROOT})
+set(ENV{PKG_CONFIG_LIBDIR} ${CROSS_SYSROOT}/usr/lib/${CROSS_TRIPLET}/pkgconfig:${CROSS_SYSROOT}/usr/share/pkgconfig)
