@@ -62,7 +62,8 @@ std::optional<std::string> waitFor(Session& session, const File& file, double li
     return text;
 }
 
-constexpr Column<std::string> kLine[] = {{"line", "", [](const std::string& l) { return Json(l); }}};
+constexpr Column<std::string> kLine[] = {
+    {"line", "", [](const std::string& l) { return Json(l); }}};
 
 }  // namespace
 

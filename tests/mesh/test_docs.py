@@ -36,8 +36,10 @@ def blocks():
 def lab():
     with Lab("line", "2") as made:
         made.shell("dev2", """echo 'HOSTNAME = attic' > /etc/vm1905/platform.conf
-            mkdir /etc/vm1905/hooks; printf '#!/bin/sh\\necho "$1"' > /etc/vm1905/hooks/led
-            chmod +x /etc/vm1905/hooks/led""")
+            mkdir /etc/vm1905/hooks; cd /etc/vm1905/hooks; printf '#!/bin/sh\\necho "$1"' > led
+            printf '#!/bin/sh\\necho log; echo ftp://192.0.2.2' > log-file-publish; chmod +x *""")
+        made.shell("dev1", """mkdir /etc/vm1905/hooks; cd /etc/vm1905/hooks
+            printf '#!/bin/sh\\necho hello > "/tmp/vm1905/$3"' > log-file-fetch; chmod +x *""")
         made.restart("dev2")
         made.complete()
         made.until(lambda: '"attic"' in made.model_text("dev1"), "the name is known")
