@@ -118,7 +118,8 @@ control.bind("/var/run/hostapd/eth0")
 print("ready", flush=True)
 while True:
     command, peer = control.recvfrom(100)
-    print(command.decode(), flush=True)
+    if not command.startswith(b"ST"):  # STATUS and STA-FIRST are asked on a schedule
+        print(command.decode(), flush=True)
     control.sendto(b"OK\n", peer)
     if command == b"WPS_PBC" and sys.argv[1:]:
         control.sendto(b"<3>WPS-REG-SUCCESS " + sys.argv[1].encode() + b" uuid", peer)
