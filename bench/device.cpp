@@ -182,7 +182,7 @@ void RemoteDevices::store(unsigned number) {
     topol.alMac = nbrAlMac(1000 + number);
     topol.intfs.front().mediaType = medium_[number];
     const auto& own = getIntfTable().front();
-    if (updateIeee1905DevTable(own.mac, own.mediaType, std::move(topol)) != kOk) abort();
+    if (updateIeee1905DevTable(own.mac, own.mediaType, topol) != kOk) abort();
 }
 
 DataModelFolder::DataModelFolder() {

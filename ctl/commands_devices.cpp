@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "commands.h"
+#include "device_log.h"
 #include "failure.h"
 #include "hex.h"
 #include "orders.h"
@@ -336,6 +337,10 @@ Report requestLogFile(Session& session, const Target& target) {
                      vm1905_request_log_file);
 }
 
+Report showLog(Session& session, const Target& target) {
+    return fetchLog(session, target.device);
+}
+
 Report wifiSearch(Session& session, const Target& target) {
     return giveOrder(session, kServWifiStateSearch, session.otherDeviceOrAll(target.device),
                      vm1905_wifi_state_search);
@@ -489,6 +494,11 @@ void addDeviceCommands(CLI::App& app, Choice& choice) {
     {
         const auto [command, target] = addCommand<Target>(
             app, choice, "ping", "how long a device takes to answer a topology query", ping);
+        addDevice(*command, target->device);
+    }
+    {
+        const auto [command, target] =
+            addCommand<Target>(app, choice, "log", "fetch and show the log of a device", showLog);
         addDevice(*command, target->device);
     }
     for (const auto& [name, text, act] :

@@ -98,6 +98,25 @@ size_t neighborsOf(const Device& device, bool devices) {
     return macs.size();
 }
 
+Json reportedBy(const Device& device, const char* name) {
+    if (device.model == nullptr || !device.model->members.is_object()) return {};
+    const auto found = device.model->members.find(name);
+    if (found == device.model->members.end()) return {};
+    const bool isEmpty = (found->is_string() && (*found == "" || *found == "Unknown")) ||
+                         (found->is_array() && found->empty());
+    return isEmpty ? Json() : *found;
+}
+
+// In seconds; the text of the device if it is no number.
+Json uptimeReported(const Device& device) {
+    const Json value = reportedBy(device, "DeviceUptime");
+    if (!value.is_string()) return value;
+    const auto text = value.get<std::string>();
+    const bool isNumber =
+        text.size() < 12 && text.find_first_not_of("0123456789") == std::string::npos;
+    return isNumber ? Json(std::stoll(text)) : value;
+}
+
 constexpr Column<Device> kDevices[] = {
     {"name", "NAME", [](const Device& d) { return known(d.name); }},
     {"al_mac", "AL MAC", [](const Device& d) { return Json(d.alMac.text()); }},
@@ -108,6 +127,8 @@ constexpr Column<Device> kDevices[] = {
     {"lan_mac", "", [](const Device& d) { return known(d.lanMac); }, Unit::kNone, kHidden},
     {"silence", "LAST HEARD", [](const Device& d) { return known(d.silence); }, Unit::kSilence,
      kRestless},
+    {"uptime", "UPTIME", [](const Device& d) { return uptimeReported(d); }, Unit::kSeconds,
+     kHidden | kRestless},
     {"backhaul", "BACKHAUL", [](const Device& d) { return member(d, "Backhaultype"); }},
     {"mesh_key", "KEY", [](const Device& d) { return known(d.hasKey); }},
     {"standard_mode", "STANDARD",
@@ -159,15 +180,6 @@ constexpr Column<Device> kDeviceHead[] = {
      kHidden},
 };
 
-Json reportedBy(const Device& device, const char* name) {
-    if (device.model == nullptr || !device.model->members.is_object()) return {};
-    const auto found = device.model->members.find(name);
-    if (found == device.model->members.end()) return {};
-    const bool isEmpty = (found->is_string() && (*found == "" || *found == "Unknown")) ||
-                         (found->is_array() && found->empty());
-    return isEmpty ? Json() : *found;
-}
-
 Section deviceSection(Session& session, const Device& device) {
     Section section = recordOf("", "", kDeviceHead, device);
     const auto add = [&](const char* key, const char* heading, Json value, Unit unit = Unit::kNone,
@@ -176,14 +188,8 @@ Section deviceSection(Session& session, const Device& device) {
         section.rows[0].push_back(std::move(value));
     };
     for (const auto& item : kReported) {
-        Json value = reportedBy(device, item.member);
         const bool isUptime = std::string_view(item.key) == "uptime";
-        if (isUptime && value.is_string()) {
-            const auto text = value.get<std::string>();
-            if (text.size() < 12 && text.find_first_not_of("0123456789") == std::string::npos) {
-                value = std::stoll(text);
-            }
-        }
+        Json value = isUptime ? uptimeReported(device) : reportedBy(device, item.member);
         if (std::string_view(item.key) == "authorized" && !value.is_null())
             value = value == "0";  // the result code of the check
         add(item.key, item.heading, std::move(value), isUptime ? Unit::kSeconds : Unit::kNone,

@@ -128,10 +128,14 @@ int getResponseLogFile(const uint8_t* alMac, LogFileRef* file) {
     return result == 0 && file->fileName[0] == '\0' ? kFailure : result;
 }
 
-// Both texts come from the network.
 int DownloadLogFile(const char* fileName, const char* ftpUrl) {
+    return DownloadLogFileAs(fileName, ftpUrl, "");
+}
+
+// The name and the URL come from the network.
+int DownloadLogFileAs(const char* fileName, const char* ftpUrl, const char* target) {
     if (!isPlainName(orEmpty(fileName)) || orEmpty(ftpUrl)[0] == '-') return kFailure;
-    return runHook("log-file-fetch", {orEmpty(fileName), orEmpty(ftpUrl)});
+    return runHook("log-file-fetch", {orEmpty(fileName), orEmpty(ftpUrl), orEmpty(target)});
 }
 
 int getAckDownloadLogFile(const uint8_t* alMac, int32_t result) {

@@ -42,7 +42,7 @@ constexpr auto kPrograms = std::to_array<Program>({
     {"firmware-install", "pf", kInstallLimit},
     {"ftp-server", "n"},
     {"led", "n"},
-    {"log-file-fetch", "fw", kTransfer},
+    {"log-file-fetch", "fwf", kTransfer},
     {"log-file-fetched", "mn"},
     {"log-file-publish", "m"},
     {"network", "nt", kSlow},

@@ -7,10 +7,14 @@
 #include "base/result.h"
 #include "db/database.h"
 #include "handlers/answer_memory.h"
+#include "handlers/result_file.h"
 #include "orders/control_lists.h"
 #include "orders/speed_test.h"
 #include "platform/device.h"
 #include "wire/vend_payloads.h"
+
+// A product's library may be older.
+extern "C" decltype(DownloadLogFileAs) DownloadLogFileAs __attribute__((weak));
 
 namespace {
 
@@ -23,6 +27,16 @@ int resultOf(int platformResult) {
 
 int acknowledge(const VendContext& context, VendMsgType type, int retCode) {
     return sendAnswer(context, type, OptionPayload{*getAlMac(), resultByte(retCode)});
+}
+
+// vm1905ctl reads both files.
+int fetchLogFile(const MacAddr& sender, const LogFileResp& file) {
+    const char *name = file.fileName.c_str(), *url = file.ftpUrl.c_str();
+    const std::string place = plainText(file.fileName) + "\n" + plainText(file.ftpUrl);
+    if (writeResultFile("LogPlace", sender, place) != kOk || DownloadLogFileAs == nullptr) {
+        return DownloadLogFile(name, url);
+    }
+    return DownloadLogFileAs(name, url, resultFileName("Log", sender).c_str());
 }
 
 }  // namespace
@@ -71,7 +85,7 @@ int handleResponseLogFileReqMsg(const VendContext& context, const LogFileResp& f
         static_cast<int>(file.fileName.size()), plainText(file.fileName).c_str(),
         static_cast<int>(file.ftpUrl.size()), plainText(file.ftpUrl).c_str());
     return acknowledge(context, VEND_MSG_TYPE_REQUESTLOGFILE_ACK,
-                       DownloadLogFile(file.fileName.c_str(), file.ftpUrl.c_str()));
+                       fetchLogFile(context.msg.alMac, file));
 }
 
 int handleAckLogFileReqMsg(const VendContext& context, const OptionPayload& answer) {

@@ -35,6 +35,12 @@ const char* resultText(int result) {
     return result == 0 ? "success" : "fail";
 }
 
+std::string resultFileName(const char* order, const MacAddr& sender) {
+    char name[48];
+    snprintf(name, sizeof name, "vm1905%s_%02x%02x%02x%02x%02x%02x", order, MAC_ARGS(sender));
+    return name;
+}
+
 int writeResultFile(const char* order, const MacAddr& sender, std::string_view text) {
     if (!isAccepted(text) || !mayLeaveResult(sender)) {
         LOG(2, "refuse the result text of " MAC_FMT "\n", MAC_ARGS(sender));
@@ -42,8 +48,6 @@ int writeResultFile(const char* order, const MacAddr& sender, std::string_view t
     }
     const std::string& folder = stateOf<ResultFiles>().folder;
     if (noteFileTrouble(folder, makePublicFolder(folder)) != kOk) return kFailure;
-    char name[48];
-    snprintf(name, sizeof name, "/vm1905%s_%02x%02x%02x%02x%02x%02x", order, MAC_ARGS(sender));
-    return noteFileTrouble(folder + name,
-                           replacePublicFile(folder + name, std::string(text) + "\n"));
+    const std::string path = folder + "/" + resultFileName(order, sender);
+    return noteFileTrouble(path, replacePublicFile(path, std::string(text) + "\n"));
 }

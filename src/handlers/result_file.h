@@ -16,7 +16,10 @@ struct ResultFiles {
 // The words in these files: "success" for 0, else "fail".
 const char* resultText(int result);
 
-// Writes the result text of the device, and a line feed, to /tmp/vm1905/vm1905<order>_<AL MAC>.
+// vm1905<order>_<AL MAC>: the name of such a file.
+std::string resultFileName(const char* order, const MacAddr& sender);
+
+// Writes the result text of the device, and a line feed, to its file.
 // kOk, or kFailure if the text has a backslash or a NUL or looks like an option of echo, if the
 // device is not in the device table or 256 others have left files already, or if writing fails.
 int writeResultFile(const char* order, const MacAddr& sender, std::string_view text);

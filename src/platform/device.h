@@ -214,6 +214,9 @@ int getResponseLogFile(const uint8_t* alMac, LogFileRef* file);
 
 /* Fetches the log file that another device has published. */
 int DownloadLogFile(const char* fileName, const char* ftpUrl);
+/* The same, and puts it into /tmp/vm1905 under the name `target`, as a whole. If this function is
+ * missing, the other one is called, and vm1905ctl shows only where the device has published it. */
+int DownloadLogFileAs(const char* fileName, const char* ftpUrl, const char* target);
 
 /* The device with this AL MAC has fetched our log file (result 0) or has failed to. */
 int getAckDownloadLogFile(const uint8_t* alMac, int32_t result);

@@ -49,6 +49,22 @@ def test_channels_are_handed_out_until_acknowledged(lab):
     assert calls(lab, "dev2", "wifi-channel-set") == [f"{al_mac(1)} 6 36"]
 
 
+def test_a_log_file_is_fetched_and_shown(lab):
+    def log():
+        done = lab.attempt("exec", "dev1", "--", "vm1905ctl", "--timeout", "3", "log", "dev2")
+        return done.returncode, done.stdout + done.stderr
+
+    status, text = log()
+    assert status == 4 and "dev2 has not answered" in text
+    lab.shell("dev2", hooks(log_file_publish="echo messages; echo ftp://192.0.2.2/x"))
+    status, text = log()
+    assert status == 1 and "ftp://192.0.2.2/x" in text and "log-file-fetch" in text
+    lab.shell("dev1", hooks(log_file_fetch="""[ "$1 $2" = "messages ftp://192.0.2.2/x" ] || exit 1
+        printf 'one\\33[2J\\ntwo' >/tmp/vm1905/new; mv -T /tmp/vm1905/new "/tmp/vm1905/$3\""""))
+    for _ in range(2):
+        assert log() == (0, "one\\x1b[2J\ntwo\n")
+
+
 def test_a_speed_test_sends_its_figures_to_the_device_that_ordered_it(lab, stranger):
     order = b"\1\2" + text("http://192.0.2.9/") + struct.pack(">II", 0, 60) + raw(stranger.mac)
     kind, payload = stranger.ask(TARGET, START, order)

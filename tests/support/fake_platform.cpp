@@ -329,6 +329,8 @@ int getResponseLogFile(const uint8_t* alMac, LogFileRef* file) {
     return act("getResponseLogFile", alMac);
 }
 ACTS(DownloadLogFile, (const char* fileName, const char* ftpUrl), fileName, ftpUrl)
+ACTS(DownloadLogFileAs, (const char* fileName, const char* ftpUrl, const char* target), fileName,
+     ftpUrl, target)
 ACTS(getAckDownloadLogFile, (const uint8_t* alMac, int32_t result), alMac, result)
 
 ACTS(setAPSteering, (int32_t option), option)

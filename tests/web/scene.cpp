@@ -19,7 +19,7 @@
 
 namespace {
 
-constexpr int kWires = 6;
+constexpr size_t kWires = 6;
 
 struct Member {
     sim::Device device;
@@ -57,7 +57,7 @@ class Scene {
         const auto high = static_cast<uint8_t>((members_.size() + 1) >> 8);
         const bool isOnHub = port == "hub";  // there are many of those, so they have few ports
         sim::DeviceOptions options{.intfs = {"uplink", "lan1"}, .forwards = !isOnHub};
-        for (int i = 2; i < kWires && !isOnHub; i++) {
+        for (size_t i = 2; i < kWires && !isOnHub; i++) {
             options.intfs.push_back("lan" + std::to_string(i));
         }
         if (!isOnHub) options.intfs.insert(options.intfs.end(), {"radio", "backhaul"});

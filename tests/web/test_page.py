@@ -229,6 +229,9 @@ def fetch(port, path):
 
 
 def check_server(port, folder):
+    check_files = ROOT / "tests/support/schema.py"
+    subprocess.run([check_files, folder / "model"], check=True)
+    subprocess.run([check_files, "--copies", folder / "data"], check=True)
     assert PHRASE in (folder / "model/vm1905.json").read_text(encoding="utf-8")
     for name in ("", "index.html", "app.js", "style.css", "icon.svg", "d3.min.js",
                  *(f"data/{copy}" for copy in web.COPIES)):

@@ -8,10 +8,15 @@ import pathlib
 import signal
 import struct
 import subprocess
+import sys
 import tempfile
 import time
 
 ROOT = pathlib.Path(__file__).resolve().parents[3]
+sys.path.insert(0, str(ROOT / "tests/support"))
+
+import schema
+
 MESH = str(ROOT / "lab" / "mesh")
 COMMAND_LIMIT = 90  # seconds for one lab/mesh command
 
@@ -65,8 +70,21 @@ class Mesh:
         self("up", *self.arguments)
         return self
 
-    def __exit__(self, *_):
-        self("down")
+    def __exit__(self, problem, *_):
+        try:
+            if problem is None:
+                self.check_files()
+        finally:
+            self("down")
+
+    def check_files(self):
+        """What the daemons have published fits docs/data-model.schema.json."""
+        if self.attempt("status").returncode != 0:
+            return  # the test has ended the lab
+        for name, device in self.status()["devices"].items():
+            folder = pathlib.Path(f"/proc/{device['init']}/root/tmp")
+            for path in (folder.glob("vm1905*.json") if device["init"] else ()):
+                schema.check(json.loads(path.read_text(encoding="utf-8")), path.name, f"{name}: ")
 
     @property
     def folder(self):
@@ -120,7 +138,9 @@ class Mesh:
         """The parsed data model; empty if there is none."""
         for _ in range(5):
             with contextlib.suppress(ValueError):
-                return json.loads(self.model_text(device))
+                content = json.loads(self.model_text(device))
+                schema.check(content, "vm1905.json", f"{device}: ")
+                return content
             time.sleep(0.02)  # it may be half-written
         return {}
 

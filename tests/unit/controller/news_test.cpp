@@ -37,7 +37,7 @@ class News : public Device {
         }
         for (auto& [device, topol] : topols) {
             topol.alMac = alMac(device);
-            for (const size_t port : {0, 1})
+            for (const size_t port : {0U, 1U})
                 topol.intfs.push_back({intfOf(device, port), 0, {}, 0, {}});
             EXPECT_EQ(updateIeee1905DevTable(kEth0, kMedia, topol), kOk);
             dev({alMac(device), {}}).hostname = "dev" + std::string(1, device);

@@ -207,7 +207,7 @@ TEST_F(MeshKeyTest, ReplaysAreRefused) {
         EXPECT_TRUE(obeys(order(kStart + n))) << n;
     }
     advance(6);
-    for (const unsigned n : {201, 202, 203, 264}) EXPECT_EQ(obeys(order(kStart + n)), n == 201);
+    for (const unsigned n : {201U, 202U, 203U, 264U}) EXPECT_EQ(obeys(order(kStart + n)), n == 201);
     EXPECT_TRUE(obeys(order(kStart + 400)));
     EXPECT_FALSE(obeys(order(kStart + 335)));
     EXPECT_TRUE(obeys(order(kStart + 336)));
@@ -225,7 +225,7 @@ TEST_F(MeshKeyTest, ReplaysAreRefused) {
     }
 
     restart();
-    for (const unsigned n : {336, 399, 400}) EXPECT_FALSE(obeys(order(kStart + n))) << n;
+    for (const unsigned n : {336U, 399U, 400U}) EXPECT_FALSE(obeys(order(kStart + n))) << n;
     EXPECT_FALSE(speaksWithKey(kPeer.al));
     EXPECT_TRUE(obeys(order(kStart + 401)));
     EXPECT_TRUE(obeys(order(kStart, kKey, kOther))) << "another sender";

@@ -81,7 +81,7 @@ TEST_F(Vendor, ACopyIsAnsweredAsBeforeAndNotObeyed) {
         fakePlatform().results.clear();
         const unsigned id = ++id_;
         const Effects first = count(kPeer, id, type, payload);
-        for (const char* busy : {"parseWIFIStateSyncdata", "setAPSteering", "DownloadLogFile"})
+        for (const char* busy : {"parseWIFIStateSyncdata", "setAPSteering", "DownloadLogFileAs"})
             fakePlatform().results[busy] = 16;
         const Effects copy{first.first, "0"};
         EXPECT_EQ(count(again, id, type, payload), copy);
@@ -136,7 +136,8 @@ TEST_F(Vendor, RequestsReachThePlatformAndTheirResultIsAnswered) {
     const std::string own = print(kOwn);
     fakePlatform().wifiStateSync = "state";
     fakePlatform().wifiChannelSync = "channels";
-    fakePlatform().results = {{"setSystemvalue", 5}, {"DownloadLogFile", 16}};
+    fakePlatform().results = {{"setSystemvalue", 5}, {"DownloadLogFileAs", 16}};
+    stateOf<ResultFiles>().folder = folder() + "/vm1905";
     fakePlatform().beaconReports = {{kStation, {1, 2, 3}}};
     dev().role = PLATFORM_REGISTRAR;
     const std::string success = print(textBytes("success"));
@@ -161,7 +162,8 @@ TEST_F(Vendor, RequestsReachThePlatformAndTheirResultIsAnswered) {
          "FWCtrl 6 1 url f"},
         {28, kOwn, 0, "29:" + own + "00076c6f672e74677a0010" + "6674703a2f2f3139322e302e322e312f",
          "getResponseLogFile"},
-        {29, mac + textBytes("a") + textBytes("b"), 0, "30:" + own + "10", "DownloadLogFile a b"},
+        {29, mac + textBytes("a") + textBytes("b"), 0, "30:" + own + "10",
+         "DownloadLogFileAs a b vm1905Log_02ee00000001"},
         {33, kOwn + hex("09"), 0, "35:00",
          "outputlogData [LEDCtrl] get LED (9) from (02:ee:00:00:00:01); setLEDvalue 9"},
         {34, kOwn + hex("09"), 0, "35:00", "setLEDvalue 9"},

@@ -124,7 +124,7 @@ NETWORK_TEST(Registrar, AnswersEachM1WithTheNetworksOfItsBand) {
     // A device without SAE.
     Frame simple = *parseHex(hexText(second.m1.view()));
     const Frame offer{0x10, 0x04, 0x00, 0x02, 0x00, 0x61};
-    std::ranges::search(simple, offer).begin()[5] = 0x21;
+    std::search(simple.begin(), simple.end(), offer.begin(), offer.end())[5] = 0x21;
     EXPECT_EQ(deliver(simple), 0);
     EXPECT_TRUE(second.m1.assign(simple));
     EXPECT_EQ(networksIn(second, takeFrames()), "home 32/1;");

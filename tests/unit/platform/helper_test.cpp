@@ -143,7 +143,7 @@ TEST(Helper, RunsOnlyHooksThatOnlyRootCanChange) {
     if (!kIsRoot) GTEST_SKIP() << "needs a second user";
     const ScratchFolder folder;
     const std::string hook = folder.path("led");
-    const auto start = [&hook] {
+    const auto start = [] {
         Attacker attacker;
         const bool known =
             attacker.ask({HelperRequest::kCanStart, numberOf("led"), 0, 0, 0, 0}) == 0;
