@@ -64,8 +64,8 @@ TEST_F(Transmitter, FragmentsEndBetweenTlvs) {
     getSysCtrl().config.standard1905 = 1;
     EXPECT_EQ(sendTlvs({700, 773}), kOk);
     const auto all = sent("eth0");
-    EXPECT_EQ(std::pair(all.at(0).frame.size(), all.at(1).frame.size()),
-              std::pair<size_t, size_t>(722, 798));
+    EXPECT_EQ(all.at(0).frame.size(), 722U);
+    EXPECT_EQ(all.at(1).frame.size(), 798U);
 }
 
 TEST_F(Transmitter, RefusesWhatCannotBeSent) {
