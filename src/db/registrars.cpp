@@ -29,10 +29,11 @@ bool isEnrollee(const MacAddr& alMac) {
     });
 }
 
-void searchAgain(const AlTable& al) {
-    for (size_t i = 0; i < kWifiBands.size(); i++) {
-        const bool sendsSearches = al.wpsBandConfig[i][0] != 0;
-        if (sendsSearches) (void)sendWPSSearch(kWifiBands[i]);
+void searchAgain() {
+    for (const uint8_t band : kRenewBands) {
+        WpsBandConfig config{};
+        const bool sendsSearches = getWPSConfByBand(band, &config) == 0 && config.sendSearch != 0;
+        if (sendsSearches) (void)sendWPSSearch(band);
     }
 }
 
@@ -45,12 +46,12 @@ void reportChange(const AlTable& al, const RegistrarPair& before, const Registra
         LOG(1, "there are two Registrars: (" MAC_FMT ") and (" MAC_FMT ")\r\n",
             MAC_ARGS(after.kept), MAC_ARGS(after.other));
     }
-    const bool isReplaced = !before.other.isZero() && !after.kept.isZero() &&
-                            before.kept != al.alMac && !isHeard(before.kept);
-    if (!isReplaced || al.role() != PLATFORM_ENROLLEE) return;
+    if (al.role() != PLATFORM_ENROLLEE || after.kept.isZero() || after.kept == before.kept) return;
+    // Until the first one is heard, the platform library searches anyway.
+    if (!std::exchange(stateOf<Registrars>().hasKept, true)) return;
     LOG(1, "this device takes its configuration from Registrar (" MAC_FMT ") from now on\r\n",
         MAC_ARGS(after.kept));
-    searchAgain(al);
+    searchAgain();
 }
 
 }  // namespace
@@ -60,9 +61,11 @@ void noteRegistrar(const MacAddr& alMac) {
     const auto known = std::ranges::find(heard(), alMac, &Registrars::Heard::alMac);
     if (known != heard().end()) {
         known->time = now();
-    } else if (heard().size() < kMostRegistrars) {
-        heard().push_back({alMac, now()});
+        return;
     }
+    // One that is not noted would not count as another Registrar, and would be obeyed.
+    if (heard().size() == kMostRegistrars) heard().pop_back();
+    heard().push_back({alMac, now()});
 }
 
 bool isOtherRegistrar(const MacAddr& alMac) {

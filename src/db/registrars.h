@@ -21,10 +21,11 @@ struct Registrars {
     };
     std::vector<Heard> heard;  // other devices, the one that was heard first at the front
     RegistrarPair reported;    // in the log
+    bool hasKept = false;      // this device, as an Enrollee, has kept to one
     Seconds lastCheck = 0;
 };
 
-// Notes that a device acts as a Registrar.
+// Notes that a device acts as a Registrar. If the list is full, the last entry makes room.
 void noteRegistrar(const MacAddr& alMac);
 
 // True if this device is an Enrollee and keeps to another Registrar than this one.
@@ -35,5 +36,6 @@ void noteRegistrar(const MacAddr& alMac);
 
 // Forgets Registrars that have become Enrollees or were silent for 130 seconds, and logs when a
 // second one appears or one of two goes. An Enrollee that has lost the one it kept to searches for
-// the configuration of the next. Looks at most once a second.
+// the networks of the next, or of the same one when that is heard again. Looks at most once a
+// second.
 void checkRegistrars();

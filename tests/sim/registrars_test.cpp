@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "db/own_state.h"
+#include "handlers/standard_handlers.h"
 #include "sim/mesh.h"
 #include "sim/picture.h"
 #include "support/log_capture.h"
@@ -15,7 +16,7 @@ TEST(TwoRegistrars, AnEnrolleeKeepsToTheFirstUntilThatIsGone) {
     const Device enrollee =
         mesh.addDevice("enrollee", {.prepare = [&] {
                            fakePlatform().wps.deviceType = PLATFORM_ENROLLEE;
-                           fakePlatform().wpsBands[0].sendSearch = 1;
+                           fakePlatform().wpsBands[3].sendSearch = 1;
                            fakePlatform().onAction = [&] {
                                renews += fakePlatform().called("notifyApAutoConfRenewMsg");
                                searches += fakePlatform().called("sendWPSSearch");
@@ -53,6 +54,18 @@ TEST(TwoRegistrars, AnEnrolleeKeepsToTheFirstUntilThatIsGone) {
     EXPECT_EQ(renew(second), 1);
     EXPECT_FALSE(alOf(mesh.json(enrollee)).contains("OtherRegistrar"));
     EXPECT_EQ(occurrences(log.finish(), "Registrar (" + mesh.alMac(first) + ") is gone"), 2U);
+    for (uint8_t i = 1; i <= 20; i++) {
+        const ApAutoConfInfo claim{PLATFORM_REGISTRAR, 0, {2, 0, 0, 0, 0, i}, 1};
+        mesh.in(enrollee, [&] { return handleApAutoConfRenewMsg(claim); });
+    }
+    EXPECT_EQ(renews, 0) << "more than the list holds";
+    mesh.run(140);
+    mesh.kill(second);
+    mesh.run(300);
+    EXPECT_EQ(searches, 1);
+    mesh.start(second);
+    mesh.run(70);
+    EXPECT_EQ(searches, 2) << "the mesh had none in between";
 }
 
 }  // namespace
