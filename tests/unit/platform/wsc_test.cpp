@@ -82,14 +82,21 @@ TEST(Wsc, AnEnrolleeGetsTheNetworksOfItsBand) {
     const WifiNetwork home =
         network(std::string("a\0\n\xff", 4), kAuthWpa2Psk | kAuthSae, "12345678");
     const WifiNetwork open = network("guests", kAuthOpen, "");
+    const WifiNetwork sae = network("sae", kAuthSae, "12345678");
     for (const WifiBand& band : kWifiBandTable) {
         Exchange e(band.number);
         EXPECT_EQ(e.registrar.band, &band);
-        EXPECT_EQ(e.read(e.m2(home, {0, 2}).view()), "");
-        EXPECT_EQ(e.answer.network, home);
-        EXPECT_EQ(e.read(e.m2(open, {1, 2}).view()), "");
-        EXPECT_EQ(e.answer.network, open);
+        const bool isSae = band.number == kBand6GHz;
+        EXPECT_EQ(e.read(e.m2(sae, {0, 2}).view()), "");
+        EXPECT_EQ(e.answer.network, sae);
+        for (const WifiNetwork& other : {home, open}) {
+            EXPECT_EQ(e.read(e.m2(other, {1, 2}).view()).empty(), !isSae);
+            EXPECT_TRUE(isSae || e.answer.network == other);
+        }
         EXPECT_EQ(e.answer.place.index * 10 + e.answer.place.count, 12);
+        e.registrar.countsM2 = false;
+        EXPECT_EQ(e.read(e.m2(sae).view()).empty(), band.number < 32);
+        e.registrar.countsM2 = true;
         EXPECT_EQ(e.read(e.m2({}, {0, 0}).view()), "");
         EXPECT_EQ(e.answer.place.count, 0);
     }
