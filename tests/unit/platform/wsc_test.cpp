@@ -224,6 +224,11 @@ TEST(WifiConf, IsReadAgainWhenItChanges) {
     EXPECT_EQ(writeWifiConf(*configuredNetworks(kBand6GHz)), mesh);
     EXPECT_EQ(configuredNetworks(kBand6GHz)->front().network.protection(),
               FrameProtection::kRequired);
+    EXPECT_EQ(write(" \n"), std::set<uint8_t>{}) << "an empty one";
+    std::filesystem::remove(folder.path("wifi.conf"));
+    mkdir(folder.path("wifi.conf").c_str(), 0755);
+    EXPECT_EQ(takeWifiChanges(), std::set<uint8_t>{}) << "no regular file";
+    EXPECT_TRUE(hasWifiFile() && configuredNetworks(kBand6GHz)->size() == 1);
     std::filesystem::remove(folder.path("wifi.conf"));
     EXPECT_EQ(takeWifiChanges(), std::set<uint8_t>{});
     EXPECT_FALSE(hasWifiFile() || configuredNetworks(0));
@@ -249,4 +254,15 @@ NETWORK_TEST(WifiConf, ThatOnlyRootCanReadIsReadByTheHelper) {
     EXPECT_EQ(wifiFileTime(), run("printf %010d $(stat -c %Y " + folder.path("wifi.conf") + ")"));
     std::filesystem::remove(folder.path("wifi.conf"));
     EXPECT_TRUE(becomes([&] { return (changes(), !hasWifiFile()); }));
+}
+
+NETWORK_TEST(WifiConf, ThatNobodyCanReadIsThere) {
+    const ScratchFolder folder;
+    folder.write("wifi.conf", "", 0);
+    setenv("VM1905_WIFI_CONF", folder.path("wifi.conf").c_str(), 1);
+    (void)!chown(folder.path().c_str(), 65534, 65534);
+    ASSERT_TRUE(dropRights() && startHelper(0, 0));
+    openWifiFile();
+    EXPECT_TRUE(becomes([] { return (collectJobs(), !isJobRunning("wifi.conf")); }));
+    EXPECT_TRUE(hasWifiFile());
 }
