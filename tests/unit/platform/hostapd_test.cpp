@@ -406,8 +406,17 @@ NETWORK_TEST(Hostapd, OnlyWhatHasChangedIsSetAgain) {
     x->answer("STA-FIRST", "");
     EXPECT_EQ(stationsOfHostapd({}), "");
     EXPECT_TRUE(becomes([] { return tickSecond(), !isJobRunning("hostapd stations"); }));
-    EXPECT_EQ(stationsOfHostapd({"x"}),
-              "02:00:00:00:00:05,259,866,50,100,866.7 Mb/s,54.0 Mb/s,Main_2G\n");
+    {
+        const Fd dead(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+        sockaddr_un address{AF_UNIX, {}};
+        copyText(address.sun_path, folder.path("a"));
+        bind(dead.get(), reinterpret_cast<sockaddr*>(&address), sizeof address);
+    }
+    const std::string station = "02:00:00:00:00:05,259,866,50,100,866.7 Mb/s,54.0 Mb/s,Main_2G\n";
+    EXPECT_EQ(stationsOfHostapd({"x"}), station);
+    EXPECT_TRUE(becomes([] { return tickSecond(), !isJobRunning("hostapd stations"); }));
+    EXPECT_EQ(stationsOfHostapd({"x"}), station) << "although another socket is dead";
+    unlink(folder.path("a").c_str());
     EXPECT_TRUE(becomes([] { return tickSecond(), !isJobRunning("hostapd stations"); }));
     (void)heard();
 
