@@ -8,10 +8,11 @@
 #include "hostapd/work.h"
 #include "netctrl/push_button.h"
 
-void giveToHostapd() {
+void giveToHostapd(uint8_t /*band*/, const NetworksTried& tried) {
     LOG_LINE(1,
              "the networks need the hook autoconf-networks: this library was built without "
              "hostapd");
+    if (tried) tried("");
 }
 
 std::vector<HostapdBss> listBss() {

@@ -80,7 +80,7 @@ std::vector<BssPlan> planBss(const std::vector<HostapdBss>& all, const BandNetwo
             const auto free = std::ranges::find_if(
                 all, [&](const HostapdBss& bss) { return serves(bss) && !isTaken(bss); });
             if (free != all.end()) {
-                plan.push_back({&*free, &network});
+                plan.push_back({&*free, &network, &band});
             } else if (!all.empty()) {
                 // Many devices have no radio for all bands of the mesh.
                 log(std::ranges::any_of(all, serves) ? 1 : 3,

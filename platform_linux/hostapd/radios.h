@@ -32,7 +32,8 @@ uint8_t radioBandOf(const std::string& ifname);
 
 struct BssPlan {
     const HostapdBss* bss;
-    const WifiNetwork* network;  // nullptr: the BSS is to be disabled
+    const WifiNetwork* network;      // nullptr: disable the BSS
+    const WifiBand* band = nullptr;  // of the network
 };
 // Gives each network the first free BSS of its band, main networks before guest networks. A BSS
 // that is left over is disabled if all bands it can have are configured, and else left alone. A

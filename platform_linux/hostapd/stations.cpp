@@ -59,11 +59,11 @@ std::string lineOf(const HostapdBss& bss, uint32_t frequency, std::string_view m
     return line + "\n";
 }
 
-// False after a failure.
-bool addStations(const HostapdBss& bss, const HostapdLog& log, std::string& lines) {
+// After a failure, the lines have those that were read before it.
+void addStations(const HostapdBss& bss, const HostapdLog& log, std::string& lines) {
     HostapdControl control(bss.ifname, log);
     const auto status = control.isOpen() ? control.ask("STATUS") : std::nullopt;
-    if (!status) return false;
+    if (!status) return;
     const uint32_t frequency = frequencyOf(bss, HostapdValues(*status));
     auto answer = control.ask("STA-FIRST");
     for (size_t i = 0; answer && !answer->empty() && i < kMostStations; i++) {
@@ -76,7 +76,24 @@ bool addStations(const HostapdBss& bss, const HostapdLog& log, std::string& line
         }
         answer = control.ask("STA-NEXT " + mac);
     }
-    return answer.has_value();
+}
+
+// Lines that begin with '!' are failures. One that lasts is logged once.
+void takeOutput(int status, std::string_view output) {
+    std::string failure = status != 0 ? "hostapd: the stations cannot be read" : "";
+    known.answer.clear();
+    while (!output.empty()) {
+        const std::string_view line = takeLine(output);
+        std::string& text = line.starts_with('!') ? failure : known.answer;
+        text.append(line).append("\n");
+    }
+    if (failure != known.failure) {
+        for (std::string_view rest = failure; !rest.empty();) {
+            const std::string_view line = takeLine(rest);
+            LOG_LINE(1, "%s", std::string(line.substr(line.starts_with('!') ? 1 : 0)).c_str());
+        }
+    }
+    known.failure = failure;
 }
 
 }  // namespace
@@ -88,13 +105,7 @@ std::string stationsOfHostapd(const Arguments& except) {
         known = {};
     } else if (!isJobRunning(kProgram)) {
         (void)startJob(kProgram, except, {.maxOutput = kMostOutput},
-                       [](int status, const std::string& output) {
-                           if (status != 0 && output != known.failure) {
-                               LOG_LINE(1, "%s", output.c_str());
-                           }
-                           known.failure = status != 0 ? output : "";
-                           known.answer = status != 0 ? "" : output;
-                       });
+                       [](int status, const std::string& output) { takeOutput(status, output); });
     }
     return known.answer;
 }
@@ -104,12 +115,10 @@ void dropHostapdStations() {
 }
 
 int runHostapdStations(const Arguments& except) {
-    std::string lines, failure;
-    const HostapdLog log = [&failure](int, const std::string& line) { failure = line; };
+    std::string lines;
+    const HostapdLog log = [&lines](int, const std::string& line) { lines += "!" + line + "\n"; };
     for (const HostapdBss& bss : listBss()) {
-        if (isLeftOut(bss, except) || addStations(bss, log, lines)) continue;
-        (void)!write(STDOUT_FILENO, failure.data(), failure.size());
-        return kFailure;
+        if (!isLeftOut(bss, except)) addStations(bss, log, lines);
     }
     const ssize_t size = write(STDOUT_FILENO, lines.data(), lines.size());
     return size == static_cast<ssize_t>(lines.size()) ? kOk : kFailure;

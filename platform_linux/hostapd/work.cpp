@@ -1,6 +1,7 @@
 #include "hostapd/work.h"
 
 #include <algorithm>
+#include <map>
 
 #include "base/own_folder.h"
 #include "base/result.h"
@@ -20,6 +21,7 @@ namespace {
 
 constexpr const char* kProgram = "hostapd";
 constexpr const char* kHook = "autoconf-networks";
+constexpr char kFailedBand = '!';      // begins a line "!BAND REASON" of the program
 constexpr unsigned kCheckPeriod = 12;  // looks, of five seconds each, until hostapd is asked again
 
 struct {
@@ -28,6 +30,7 @@ struct {
     unsigned looks = 0;      // since hostapd was asked
     unsigned failures = 0;   // in a row
     std::string lastOutput;  // the lines of the last run that did something
+    std::map<uint8_t, NetworksTried> waiting;  // bands that have not been set yet
 } watch;
 
 std::string digestOf(const WifiNetwork* network) {
@@ -63,11 +66,27 @@ Result apply(const BssPlan& plan, bool isNew, bool isOff, const HostapdLog& log)
     return Result::kSet;
 }
 
-bool applyAll(const HostapdLog& log) {
+// Which bands a BSS has failed for, and why.
+using Failures = std::map<uint8_t, std::string>;
+
+void addFailure(Failures& failures, const BssPlan& plan, const std::string& why) {
+    for (const WifiBand& band : kWifiBandTable) {
+        if (plan.band != nullptr ? plan.band == &band : plan.bss->serves(band))
+            failures[band.number] = why;
+    }
+}
+
+// False after a failure of all bands.
+bool applyAll(const HostapdLog& log, Failures& failures) {
     BandNetworks bands;
-    bool good = updateSettings(bands);
+    const bool good = updateSettings(bands);
     if (!good) log(1, "hostapd: " + settingsFile() + " has errors or cannot be written");
     if (bands.empty()) return good;
+    if (!hostapdStamp()) {
+        log(1, "hostapd: " + hostapdFolder() +
+                   " cannot be read: set ctrl_interface_group=vm1905 in hostapd.conf");
+        return false;
+    }
 
     const auto before = readAppliedNetworks();
     const auto appliedTo = [&before](const std::string& ifname) {
@@ -89,6 +108,15 @@ bool applyAll(const HostapdLog& log) {
     }
     std::vector<AppliedNetwork> after;
     bool isAnySet = false;
+    if (all.empty()) {
+        log(1, "the networks are set on no radio: hostapd has no control socket in " +
+                   hostapdFolder() + ", and there is no hook " + kHook);
+    }
+    std::string last;
+    const HostapdLog logAndKeep = [&](int level, const std::string& line) {
+        last = line;
+        log(level, line);
+    };
     for (const BssPlan& plan : planBss(all, bands, log)) {
         const AppliedNetwork old = appliedTo(plan.bss->ifname);
         AppliedNetwork now{plan.bss->ifname, plan.bss->stamp, digestOf(plan.network),
@@ -96,9 +124,10 @@ bool applyAll(const HostapdLog& log) {
         // A BSS without a network comes last. A restart of its radio has switched it on again.
         const bool isNew = old.stamp != now.stamp || old.digest != now.digest ||
                            (plan.network == nullptr && isAnySet);
-        const Result result = apply(plan, isNew, isOff(*plan.bss), log);
+        last = "hostapd: " + plan.bss->ifname + " failed";
+        const Result result = apply(plan, isNew, isOff(*plan.bss), logAndKeep);
         if (result == Result::kFailed) {
-            good = false;
+            addFailure(failures, plan, last);
             now.digest = "failed";
         }
         isAnySet = isAnySet || result == Result::kSet;
@@ -112,6 +141,29 @@ bool applyAll(const HostapdLog& log) {
 
 void start(const std::string& seen);
 
+// Passes on how the last run ended. Lines of bands, before those for the log, name the failed ones.
+void report(int status, std::string_view& text) {
+    Failures failures;
+    while (text.starts_with(kFailedBand)) {
+        const std::string_view line = takeLine(text).substr(1);
+        const size_t space = line.find(' ');
+        const auto band = static_cast<uint8_t>(parseNumber(line.substr(0, space)).value_or(0));
+        failures[band] = line.substr(space + 1);
+    }
+    std::string trouble;
+    if (status != 0 && failures.empty()) trouble = "hostapd: " + std::to_string(status);
+    for (std::string_view rest = text; !rest.empty();) {
+        const std::string_view line = takeLine(rest);
+        if (!trouble.empty() && line.starts_with("1 ")) trouble = line.substr(2);
+    }
+    for (const auto& [band, tried] : std::map(watch.waiting)) {
+        const auto found = failures.find(band);
+        const std::string& why = found != failures.end() ? found->second : trouble;
+        if (why.empty()) watch.waiting.erase(band);
+        if (tried) tried(why);
+    }
+}
+
 void finish(int status, const std::string& output) {
     if (status != 0 || !output.empty()) watch.failures = status != 0 ? watch.failures + 1 : 0;
     std::string_view text = output;
@@ -119,6 +171,12 @@ void finish(int status, const std::string& output) {
     // What fails again and again is logged once.
     const bool isNews = watch.lastOutput != text;
     if (!output.empty()) watch.lastOutput = text;
+    // Other networks may have arrived after the start. A run that had nothing to do prints nothing.
+    if (watch.changed) {
+        while (text.starts_with(kFailedBand)) takeLine(text);
+    } else if (status != 0 || !output.empty()) {
+        report(status, text);
+    }
     if (isNews) logHostapdLines(text);
     if (watch.changed) start("");
 }
@@ -133,13 +191,16 @@ void start(const std::string& seen) {
 
 }  // namespace
 
-void giveToHostapd() {
+void giveToHostapd(uint8_t band, const NetworksTried& tried) {
+    watch.waiting[band] = tried;
     watch.changed = true;
     start("");
 }
 
 void checkHostapd() {
-    if (asksItself() && !hasHook(kHook)) giveToHostapd();
+    if (!asksItself() || hasHook(kHook)) return;
+    watch.changed = true;
+    start("");
 }
 
 void watchHostapd() {
@@ -161,8 +222,13 @@ int runHostapd(const Arguments& args) {
     if (!args[0].empty() && args[0] == stamp) return kOk;
     const Fd lock = lockHostapd();
     std::string lines;
-    const bool good = applyAll(logInto(lines));
-    const std::string output = stamp + "\n" + lines;
+    Failures failures;
+    const bool good = applyAll(logInto(lines), failures) && failures.empty();
+    std::string output = stamp + "\n";
+    for (const auto& [band, why] : failures) {
+        output.append(1, kFailedBand).append(std::to_string(band) + " " + why + "\n");
+    }
+    output += lines;
     const ssize_t size = write(STDOUT_FILENO, output.data(), output.size());
     return good && size == static_cast<ssize_t>(output.size()) ? kOk : kFailure;
 }

@@ -4,9 +4,11 @@
 #pragma once
 
 #include "common/programs.h"
+#include "netctrl/autoconfig_networks.h"
 
-// Call when networks of a band have arrived in wifi-NUMBER.conf.
-void giveToHostapd();
+// Call when networks of a band have arrived in wifi-NUMBER.conf. tried gets the result of each
+// attempt until one succeeds.
+void giveToHostapd(uint8_t band, const NetworksTried& tried);
 // Call when orders may have changed what a BSS runs: gives them again to one that has others.
 void checkHostapd();
 // Call every few seconds: gives them again to a hostapd that has been restarted.

@@ -84,24 +84,31 @@ bool takeAnswer(Exchange& exchange, const WscAnswer& answer) {
     return std::ranges::all_of(networks, [](const auto& each) { return each.has_value(); });
 }
 
+void acknowledge(const MacAddr& registrar, const WifiBand& band) {
+    ApAutoConfAckReq arrived{};
+    registrar.copyTo(arrived.alMac);
+    arrived.freqBand = band.number;
+    (void)requestService(SERV_REQ_AP_AUTOCONF_ACK, &arrived);
+}
+
 void finish(Exchange& exchange, const char* updateTime) {
     ReceivedNetworks received{exchange.session.band, updateTime, {}};
     for (const auto& network : exchange.networks) received.networks.push_back(*network);
-    searchOf(*received.band).isDone = true;
     exchange.isDone = true;
     exchange.refusal.clear();
     exchange.wait = kCopySeconds;
     exchange.networks.clear();
     exchange.session.key.reset();
-    note(exchange, WifiExchange::kConfigured,
-         received.networks.empty() ? "the band has no network" : "");
     noteReceived(received);
-    applyNetworks(received);
-    if (!exchange.isRenew) return;
-    ApAutoConfAckReq arrived{};
-    exchange.registrar.copyTo(arrived.alMac);
-    arrived.freqBand = received.band->number;
-    (void)requestService(SERV_REQ_AP_AUTOCONF_ACK, &arrived);
+    const char* remark = received.networks.empty() ? "the band has no network" : "";
+    searchOf(*received.band).isDone =
+        applyNetworks(received, [registrar = exchange.registrar, band = received.band, remark,
+                                 isRenew = exchange.isRenew](const std::string& trouble) {
+            const bool good = trouble.empty();
+            noteExchange(registrar, band, good ? WifiExchange::kConfigured : WifiExchange::kFailed,
+                         good ? remark : trouble);
+            if (good && isRenew) acknowledge(registrar, *band);
+        });
 }
 
 bool sendsSearches(const WifiBand& band) {
@@ -214,8 +221,16 @@ int takeM2(const ApAutoConfWsc& msg) {
     return kOk;
 }
 
+void reopenSearch(const WifiBand& band) {
+    if (searchOf(band).isDone) searchOf(band) = {kFirstSearchGap - 1, 2 * kFirstSearchGap, false};
+}
+
 void tickEnrollee() {
-    if (!enrollee.exchanges.empty() && !asksItself()) enrollee.exchanges.clear();
+    if (asksItself()) {
+        tickNetworks();
+    } else {
+        enrollee.exchanges.clear();
+    }
     enrollee.exchanges.remove_if(tickExchange);
     for (const WifiBand& band : kWifiBandTable) tickSearch(band);
 }

@@ -151,6 +151,7 @@ int notifyPBJoinMsgReceived(const PbJoin* msg) {
 }
 
 int sendWPSSearch(uint8_t band) {
+    if (const WifiBand* known = wifiBandOf(band)) reopenSearch(*known);
     ApAutoConfSrch request{};
     request.searchedRole = PLATFORM_REGISTRAR;
     request.freqBand = band;

@@ -1,5 +1,6 @@
 #include "netctrl/autoconfig_networks.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
 #include <map>
@@ -17,11 +18,24 @@
 
 namespace {
 
+constexpr const char* kHook = "autoconf-networks";
+constexpr unsigned kHookGap = 30;  // seconds until a hook that failed is run again
+constexpr unsigned kMaxHooks = 5;  // attempts for the same networks
+
+// A band whose networks the hook has yet to set.
+struct Band {
+    NetworksTried tried;
+    unsigned wait = 0;
+    unsigned attempts = 0;
+    bool isRunning = false;  // with these networks
+};
+
 struct {
     std::map<uint8_t, std::string> times;  // by number of the band
+    std::map<uint8_t, Band> bands;         // by number
 } received;
 
-constexpr const char* kHook = "autoconf-networks";
+void runNextHook();
 
 // When the networks of a band were last configured: the Registrar's text on an Enrollee, the time
 // of its own file on a Registrar. Empty if never.
@@ -36,9 +50,52 @@ std::string timeOf(const WifiBand& band) {
     return found != received.times.end() ? found->second : "";
 }
 
+void finishHook(uint8_t number, int status) {
+    const auto found = received.bands.find(number);
+    // Other networks may have arrived meanwhile.
+    if (found != received.bands.end() && found->second.isRunning) {
+        Band& band = found->second;
+        band.isRunning = false;
+        band.wait = kHookGap;
+        const NetworksTried tried = band.tried;
+        const bool isLast = status == 0 || ++band.attempts == kMaxHooks;
+        if (isLast) received.bands.erase(found);
+        std::string trouble;
+        if (status != 0) {
+            trouble = "the hook autoconf-networks failed: " + std::to_string(status);
+            LOG_LINE(1, "band %s: %s%s", std::string(wifiBandOf(number)->name).c_str(),
+                     trouble.c_str(), isLast ? "; it is not tried again" : "");
+        }
+        if (tried) tried(trouble);
+    }
+    runNextHook();
+}
+
+// The hook sets one band at a time.
+void runNextHook() {
+    const auto next = std::ranges::find_if(received.bands, [](const auto& each) {
+        return !each.second.isRunning && each.second.wait == 0;
+    });
+    if (next == received.bands.end() || isJobRunning(std::string("hook ") + kHook)) return;
+    const uint8_t number = next->first;
+    next->second.isRunning = true;
+    const auto done = [number](int status, const std::string&) { finishHook(number, status); };
+    if (startHook(kHook, {std::to_string(number)}, {}, done) == 0) finishHook(number, kFailure);
+}
+
+// Whether these networks, already in the file, are being set.
+bool isBeingSet(uint8_t number, const std::string& path, std::string_view text) {
+    const auto found = received.bands.find(number);
+    if (found == received.bands.end() || !found->second.isRunning) return false;
+    std::string kept = readFile(path, text.size() + 1, Links::kRefuse);
+    const bool isSame = kept == text;
+    eraseSecret(kept);
+    return isSame;
+}
+
 }  // namespace
 
-void applyNetworks(const ReceivedNetworks& given) {
+bool applyNetworks(const ReceivedNetworks& given, const NetworksTried& tried) {
     const WifiBand& band = *given.band;
     WifiConf conf;
     for (const WifiNetwork& network : given.networks) {
@@ -47,19 +104,33 @@ void applyNetworks(const ReceivedNetworks& given) {
     std::string text = writeWifiConf(conf);
     const std::string number = std::to_string(band.number);
     const std::string path = ownFolder() + "/wifi-" + number + ".conf";
-    if (!makeOwnFolder() || !writeSecretFile(path, text)) {
-        LOG_LINE(1, "the networks of this device cannot be written to %s", path.c_str());
-    }
+    const bool isRunning = isBeingSet(band.number, path, text);
+    const bool isWritten = makeOwnFolder() && writeSecretFile(path, text);
     eraseSecret(text);
+    if (!isWritten) {
+        LOG_LINE(1, "the networks of this device cannot be written to %s", path.c_str());
+        if (tried) tried(path + " cannot be written");
+        return false;
+    }
     LOG_LINE(3, "autoconf: this device has %zu networks on band %s", given.networks.size(),
              std::string(band.name).c_str());
     received.times[band.number] =
         given.updateTime.empty() ? wifiTimeText(time(nullptr)) : given.updateTime;
     if (hasHook(kHook)) {
-        (void)runHook(kHook, {number});
+        received.bands[band.number] = {tried, 0, 0, isRunning};
+        runNextHook();
     } else {
-        giveToHostapd();
+        received.bands.erase(band.number);
+        giveToHostapd(band.number, tried);
     }
+    return true;
+}
+
+void tickNetworks() {
+    for (auto& [number, band] : received.bands) {
+        if (band.wait > 0) band.wait--;
+    }
+    runNextHook();
 }
 
 void dropNetworks() {

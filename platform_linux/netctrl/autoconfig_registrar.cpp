@@ -144,7 +144,8 @@ int answerM1(const ApAutoConfWsc& msg) {
 void tickRegistrar() {
     registrar.answers.remove_if([](Answer& each) {
         each.isFresh = false;
-        return ++each.age >= kAnswerSeconds;
+        // The first second is not a whole one.
+        return ++each.age > kAnswerSeconds;
     });
     for (const uint8_t number : takeWifiChanges()) {
         registrar.answers.remove_if(

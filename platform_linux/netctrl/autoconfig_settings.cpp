@@ -22,8 +22,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// A renew ends after this time at the latest.
-constexpr std::chrono::seconds kRenewLimit{120};
+// A renew ends after this time at the latest. An Enrollee that has not heard the Registrar for 130
+// seconds searches again, so the two leave no gap.
+constexpr std::chrono::seconds kRenewLimit{150};
 constexpr unsigned kRepeatPeriod = 10;  // seconds between two repetitions of a renew
 
 struct Band {

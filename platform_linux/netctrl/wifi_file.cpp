@@ -20,13 +20,13 @@
 #include "common/job.h"
 #include "common/log.h"
 #include "common/secret.h"
+#include "common/text.h"
 
 namespace {
 
 constexpr size_t kMaxFile = size_t{64} * 1024;
 constexpr int kMaxComplaints = 8;
 constexpr const char* kProgram = "wifi.conf";
-constexpr int kMissing = 2;  // what the program returns if there is no file
 
 struct {
     bool exists = false;
@@ -47,12 +47,23 @@ Fd openFile() {
     return Fd(open(filePath().c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
 }
 
-// At most one byte more than is allowed, so that a file that is too long can be told.
-std::string textOf(const Fd& source) {
-    std::string text(kMaxFile + 1, '\0');
+// At most one byte more than is allowed, so that a file that is too long is noticed. An errno if it
+// cannot be read, EINVAL if it is not a regular file.
+int readText(const Fd& source, std::string& text, struct stat& info) {
+    if (!source || fstat(source.get(), &info) != 0) return errno;
+    if (!S_ISREG(info.st_mode)) return EINVAL;
+    text.resize(kMaxFile + 1);
     const ssize_t size = pread(source.get(), text.data(), text.size(), 0);
     text.resize(size > 0 ? static_cast<size_t>(size) : 0);
-    return text;
+    return size < 0 ? errno : 0;
+}
+
+// It exists, and the networks remain.
+void complain(int error) {
+    file.exists = true;
+    LOG_LINE(1, "wifi.conf cannot be read: %s%s",
+             error == EINVAL ? "it is not a regular file" : strerror(error),
+             error == EACCES ? "; it must belong to the user of the daemon (vm1905)" : "");
 }
 
 std::optional<WifiConf> parseAndLog(std::string_view text) {
@@ -78,13 +89,14 @@ void replaceNetworks(std::optional<WifiConf> conf) {
     }
 }
 
-void take(const Fd& source, time_t changed) {
+// Takes the text and erases it. An empty file is what a full disk or a power failure leaves.
+void take(std::string& text, time_t changed) {
     file.exists = true;
-    std::string text = textOf(source);
-    auto conf = text.size() <= kMaxFile ? parseAndLog(text) : std::nullopt;
+    const bool isUsable = text.size() <= kMaxFile && !trim(text).empty();
+    auto conf = isUsable ? parseAndLog(text) : std::nullopt;
     eraseSecret(text);
     if (!conf) {
-        LOG_LINE(1, "wifi.conf has errors or is too long; %s",
+        LOG_LINE(1, "wifi.conf has errors, is empty or too long; %s",
                  file.conf ? "the networks remain as they were" : "no device gets a network");
         return;
     }
@@ -103,14 +115,17 @@ void readAsRoot() {
     const auto copy = std::make_shared<Fd>(memfd_create(kProgram, MFD_CLOEXEC));
     const auto done = [copy](int status, const std::string&) {
         struct stat info {};
-        if (status == kMissing) {
+        std::string text;
+        const int error = status == kOk ? readText(*copy, text, info) : status;
+        if (error == ENOENT) {
             forget();
-        } else if (status == kOk && fstat(copy->get(), &info) == 0) {
-            take(*copy, info.st_mtime);
+        } else if (error != 0) {
+            complain(error);
         } else {
-            LOG_LINE(1, "wifi.conf cannot be read");
+            take(text, info.st_mtime);
         }
     };
+    file.exists = true;
     if (*copy && startJob(kProgram, {}, {.file = copy->get()}, done) != 0) return;
     LOG_LINE(1, "wifi.conf cannot be read any more: changes need a restart of the daemon");
 }
@@ -118,15 +133,16 @@ void readAsRoot() {
 void readWifiFile() {
     const Fd source = openFile();
     struct stat info {};
-    if (source && fstat(source.get(), &info) == 0) {
-        take(source, info.st_mtime);
-    } else if (errno == ENOENT) {
+    std::string text;
+    const int error = source ? readText(source, text, info) : errno;
+    if (error == 0) {
+        take(text, info.st_mtime);
+    } else if (error == ENOENT) {
         forget();
-    } else if (isConfined()) {
+    } else if (error == EACCES && isConfined()) {
         readAsRoot();
     } else {
-        file.exists = true;
-        LOG_LINE(1, "wifi.conf cannot be read: %s", strerror(errno));
+        complain(error);
     }
 }
 
@@ -209,8 +225,8 @@ std::set<uint8_t> takeWifiChanges() {
 int runWifiFile(const Arguments& /*args*/) {
     const Fd source = openFile();
     struct stat info {};
-    if (!source || fstat(source.get(), &info) != 0) return errno == ENOENT ? kMissing : kFailure;
-    const std::string text = textOf(source);
+    std::string text;
+    if (const int error = source ? readText(source, text, info) : errno; error != 0) return error;
     const timespec times[] = {info.st_mtim, info.st_mtim};
     const bool isCopied =
         write(kWorkFile, text.data(), text.size()) == static_cast<ssize_t>(text.size()) &&

@@ -33,5 +33,6 @@ std::string wifiFileTime();
 // bands whose networks are different since the last call.
 std::set<uint8_t> takeWifiChanges();
 
-// The work of the program "wifi.conf": copies the file and its time to kWorkFile.
+// The work of the program "wifi.conf": copies the file and its time to kWorkFile. Returns an errno
+// if it cannot read the file.
 int runWifiFile(const Arguments& args);

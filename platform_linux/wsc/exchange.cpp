@@ -241,8 +241,14 @@ WscRefusal readM2(WscEnrollee& session, Bytes frame, WscAnswer& answer) {
         if (answer.place.count > kMaxBandNetworks || answer.place.index >= answer.place.count) {
             return "it counts its networks wrongly";
         }
+    } else if (session.band != bandWith(session.band->rfBand)) {
+        return "it has the networks of the main band";
     }
-    return openSettings(keys, encrypted, answer.network);
+    WscRefusal why = openSettings(keys, encrypted, answer.network);
+    if (why.empty() && session.band->number == kBand6GHz && answer.network.auth != kAuthSae) {
+        return "its network is not for 6 GHz, which takes only SAE";
+    }
+    return why;
 }
 
 WscRefusal readSettings(Bytes settings, WifiNetwork& network) {

@@ -70,7 +70,7 @@ with tempfile.TemporaryDirectory() as folder:
     for path in leftover:
         path.touch()
     status, printed, daemon, platform = device.start(shipped)
-    check(status == 0 and "command /usr/libexec/vm1905/vm1905 -x 0 -d 2\n" in printed and
+    check(status == 0 and "command /usr/libexec/vm1905/vm1905 -x 0 -z 1 -d 2\n" in printed and
           "respawn" in printed and "stdout 1" in printed, "shipped configuration:", printed)
     check(not any(path.exists() for path in leftover), "control files are left over")
     check(daemon == settings(samples[0]) | {"RUN_AS": "vm1905"} and
@@ -95,7 +95,7 @@ with tempfile.TemporaryDirectory() as folder:
             else:
                 config += f" option {name} '{value}'\n"
     status, printed, *made = device.start(config + interfaces)
-    check(status == 0 and "-x 1 -d 2\n" in printed, printed)
+    check(status == 0 and "-x 1 -y 1 -d 2\n" in printed, printed)
     check(made == expected, "differ:", *(a.items() ^ b.items() for a, b in zip(made, expected)))
     paths = [device.root / "etc/vm1905" / name for name in ("vm1905.conf", "platform.conf")]
     subprocess.run([*CTL, "check-config", *paths], check=True)

@@ -23,7 +23,11 @@ int64_t wallClockStep = 0;  // seconds by which the wall clock was set
 }
 
 extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
+#ifdef SYS_clock_gettime64  // where the other one has times of 32 bits
+    const long result = syscall(SYS_clock_gettime64, clock, time);
+#else
     const long result = syscall(SYS_clock_gettime, clock, time);
+#endif
     if (clock == CLOCK_REALTIME) time->tv_sec += wallClockStep;
     return static_cast<int>(result);
 }

@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "base/fd.h"
+#include "common/helper.h"
 #include "common/job.h"
 #include "hostapd/bss.h"
 #include "hostapd/channel.h"
@@ -183,7 +184,7 @@ TEST_F(HostapdTest, WhatFailsIsLoggedWithoutTheKey) {
 TEST_F(HostapdTest, NetworksOfABandGoToItsBss) {
     const auto plan = [this](const std::vector<HostapdBss>& all, const BandNetworks& bands) {
         std::string text;
-        for (const auto& [bss, given] : planBss(all, bands, note)) {
+        for (const auto& [bss, given, band] : planBss(all, bands, note)) {
             text +=
                 bss->ifname + "=" + (given != nullptr ? std::string(given->ssid.text()) : "") + " ";
         }
@@ -406,8 +407,17 @@ NETWORK_TEST(Hostapd, OnlyWhatHasChangedIsSetAgain) {
     x->answer("STA-FIRST", "");
     EXPECT_EQ(stationsOfHostapd({}), "");
     EXPECT_TRUE(becomes([] { return tickSecond(), !isJobRunning("hostapd stations"); }));
-    EXPECT_EQ(stationsOfHostapd({"x"}),
-              "02:00:00:00:00:05,259,866,50,100,866.7 Mb/s,54.0 Mb/s,Main_2G\n");
+    {
+        const Fd dead(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+        sockaddr_un address{AF_UNIX, {}};
+        copyText(address.sun_path, folder.path("a"));
+        bind(dead.get(), reinterpret_cast<sockaddr*>(&address), sizeof address);
+    }
+    const std::string station = "02:00:00:00:00:05,259,866,50,100,866.7 Mb/s,54.0 Mb/s,Main_2G\n";
+    EXPECT_EQ(stationsOfHostapd({"x"}), station);
+    EXPECT_TRUE(becomes([] { return tickSecond(), !isJobRunning("hostapd stations"); }));
+    EXPECT_EQ(stationsOfHostapd({"x"}), station) << "although another socket is dead";
+    unlink(folder.path("a").c_str());
     EXPECT_TRUE(becomes([] { return tickSecond(), !isJobRunning("hostapd stations"); }));
     (void)heard();
 
@@ -427,6 +437,50 @@ NETWORK_TEST(Hostapd, OnlyWhatHasChangedIsSetAgain) {
     x.emplace(folder, "x");
     EXPECT_EQ(heard(2).find("SET"), std::string::npos) << "the hook wins";
     EXPECT_TRUE(becomes([&] { return std::filesystem::exists(folder.path("seen")); }));
+}
+
+NETWORK_TEST(Hostapd, SaysWhichBandHasFailed) {
+    const ScratchFolder folder;
+    mkdir(folder.path("run").c_str(), 0755);
+    const std::string bands = "WIFI_BAND.w = 2.4\nWIFI_BAND.x = 5\n";
+    configure(folder, bands);
+    std::optional<Bss> w(std::in_place, folder, "w"), x(std::in_place, folder, "x");
+    const Listener daemon;
+    EXPECT_EQ(setWPSConfig(PLATFORM_ENROLLEE, 0, 0), 0);
+    std::string tried;
+    const auto give = [&](uint8_t band) {
+        applyNetworks({wifiBandOf(band), "", {network("a", kAuthOpen)}},
+                      [&tried, band](const std::string& trouble) {
+                          tried += std::to_string(band) + " " + trouble + ";";
+                      });
+    };
+    const auto result = [&tried] {
+        EXPECT_TRUE(becomes([] { return tickSecond(), !isJobRunning("hostapd"); }));
+        return std::exchange(tried, "");
+    };
+    x->answer("RELOAD", "FAIL\n");
+    give(0);
+    give(1);
+    EXPECT_EQ(result(), "0 ;1 hostapd: x: RELOAD failed: FAIL;");
+    x->answer("RELOAD", "OK\n");
+    EXPECT_TRUE(becomes([&] { return runNetCtrl() == 0 && !tried.empty(); }));
+    EXPECT_EQ(result(), "1 ;");
+    w.reset();
+    x.reset();
+    give(0);
+    EXPECT_EQ(result(), "0 ;") << "a device without a radio";
+    const std::string closed = folder.path("closed");
+    mkdir(closed.c_str(), 0);
+    folder.platformConf("HOSTAPD_FOLDER = " + closed +
+                        "\nWIFI_SETTINGS_FILE = " + folder.path("received.conf") + "\n" + bands);
+    for (const std::string& path : {folder.path(), folder.path("run"), closed}) {
+        (void)!chown(path.c_str(), 65534, 65534);
+    }
+    ASSERT_TRUE(dropRights());
+    give(0);
+    EXPECT_EQ(result(), "0 hostapd: " + closed +
+                            " cannot be read: set ctrl_interface_group=vm1905 in hostapd.conf;");
+    chmod(closed.c_str(), 0700);
 }
 
 TEST_F(HostapdTest, TheHookForOpenWrtSetsItsAccessPoints) {

@@ -82,14 +82,21 @@ TEST(Wsc, AnEnrolleeGetsTheNetworksOfItsBand) {
     const WifiNetwork home =
         network(std::string("a\0\n\xff", 4), kAuthWpa2Psk | kAuthSae, "12345678");
     const WifiNetwork open = network("guests", kAuthOpen, "");
+    const WifiNetwork sae = network("sae", kAuthSae, "12345678");
     for (const WifiBand& band : kWifiBandTable) {
         Exchange e(band.number);
         EXPECT_EQ(e.registrar.band, &band);
-        EXPECT_EQ(e.read(e.m2(home, {0, 2}).view()), "");
-        EXPECT_EQ(e.answer.network, home);
-        EXPECT_EQ(e.read(e.m2(open, {1, 2}).view()), "");
-        EXPECT_EQ(e.answer.network, open);
+        const bool isSae = band.number == kBand6GHz;
+        EXPECT_EQ(e.read(e.m2(sae, {0, 2}).view()), "");
+        EXPECT_EQ(e.answer.network, sae);
+        for (const WifiNetwork& other : {home, open}) {
+            EXPECT_EQ(e.read(e.m2(other, {1, 2}).view()).empty(), !isSae);
+            EXPECT_TRUE(isSae || e.answer.network == other);
+        }
         EXPECT_EQ(e.answer.place.index * 10 + e.answer.place.count, 12);
+        e.registrar.countsM2 = false;
+        EXPECT_EQ(e.read(e.m2(sae).view()).empty(), band.number < 32);
+        e.registrar.countsM2 = true;
         EXPECT_EQ(e.read(e.m2({}, {0, 0}).view()), "");
         EXPECT_EQ(e.answer.place.count, 0);
     }
@@ -217,6 +224,11 @@ TEST(WifiConf, IsReadAgainWhenItChanges) {
     EXPECT_EQ(writeWifiConf(*configuredNetworks(kBand6GHz)), mesh);
     EXPECT_EQ(configuredNetworks(kBand6GHz)->front().network.protection(),
               FrameProtection::kRequired);
+    EXPECT_EQ(write(" \n"), std::set<uint8_t>{}) << "an empty one";
+    std::filesystem::remove(folder.path("wifi.conf"));
+    mkdir(folder.path("wifi.conf").c_str(), 0755);
+    EXPECT_EQ(takeWifiChanges(), std::set<uint8_t>{}) << "no regular file";
+    EXPECT_TRUE(hasWifiFile() && configuredNetworks(kBand6GHz)->size() == 1);
     std::filesystem::remove(folder.path("wifi.conf"));
     EXPECT_EQ(takeWifiChanges(), std::set<uint8_t>{});
     EXPECT_FALSE(hasWifiFile() || configuredNetworks(0));
@@ -242,4 +254,15 @@ NETWORK_TEST(WifiConf, ThatOnlyRootCanReadIsReadByTheHelper) {
     EXPECT_EQ(wifiFileTime(), run("printf %010d $(stat -c %Y " + folder.path("wifi.conf") + ")"));
     std::filesystem::remove(folder.path("wifi.conf"));
     EXPECT_TRUE(becomes([&] { return (changes(), !hasWifiFile()); }));
+}
+
+NETWORK_TEST(WifiConf, ThatNobodyCanReadIsThere) {
+    const ScratchFolder folder;
+    folder.write("wifi.conf", "", 0);
+    setenv("VM1905_WIFI_CONF", folder.path("wifi.conf").c_str(), 1);
+    (void)!chown(folder.path().c_str(), 65534, 65534);
+    ASSERT_TRUE(dropRights() && startHelper(0, 0));
+    openWifiFile();
+    EXPECT_TRUE(becomes([] { return (collectJobs(), !isJobRunning("wifi.conf")); }));
+    EXPECT_TRUE(hasWifiFile());
 }
