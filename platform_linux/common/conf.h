@@ -37,4 +37,5 @@ class Conf {
 // The configuration of this device: /etc/vm1905/platform.conf, or the file named by the environment
 // variable VM1905_PLATFORM_CONF. Read on first use, silently, and by reloadConf().
 const Conf& conf();
-void reloadConf();
+// False if there is a file that cannot be opened; the log says why.
+bool reloadConf();

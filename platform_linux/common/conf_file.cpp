@@ -1,5 +1,9 @@
 // The configuration of this device: which file it is, and what the log says about it.
+#include <fcntl.h>
+
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <optional>
 
@@ -18,10 +22,18 @@ struct {
     std::optional<Conf> conf;
 } loaded;
 
-void load(Complaints complaints) {
+bool load(Complaints complaints) {
     const char* given = secure_getenv("VM1905_PLATFORM_CONF");
     const char* path = given != nullptr ? given : "/etc/vm1905/platform.conf";
-    std::string text = readFile(path, kMaxFile + 1);
+    const Fd file(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const bool isRefused = !file && errno != ENOENT;
+    if (isRefused && complaints == Complaints::kLog) {
+        LOG_LINE(1,
+                 "can't open %s: %s. The daemon's user must be able to read it; under "
+                 "vm1905.service: chown root:vm1905, chmod 0640",
+                 path, strerror(errno));
+    }
+    std::string text = file ? readFile(file, kMaxFile + 1) : "";
     if (text.size() > kMaxFile) {
         text.resize(kMaxFile);
         if (complaints == Complaints::kLog) {
@@ -37,15 +49,16 @@ void load(Complaints complaints) {
         fresh.parse(text, [](int, const std::string&) {});
     }
     loaded.conf = std::move(fresh);
+    return !isRefused;
 }
 
 }  // namespace
 
 const Conf& conf() {
-    if (!loaded.conf) load(Complaints::kDrop);
+    if (!loaded.conf) (void)load(Complaints::kDrop);
     return *loaded.conf;
 }
 
-void reloadConf() {
-    load(Complaints::kLog);
+bool reloadConf() {
+    return load(Complaints::kLog);
 }

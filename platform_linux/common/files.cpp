@@ -20,7 +20,10 @@ bool isPublic(const std::string& path) {
 std::string readFile(const std::string& path, size_t most, Links links) {
     const int noFollow = links == Links::kRefuse ? O_NOFOLLOW : 0;
     const Fd file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | noFollow));
-    if (!file) return {};
+    return file ? readFile(file, most) : "";
+}
+
+std::string readFile(const Fd& file, size_t most) {
     std::string text(most, '\0');
     size_t size = 0;
     while (size < most) {

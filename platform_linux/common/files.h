@@ -15,6 +15,8 @@ enum class Links { kFollow, kRefuse };
 // The first bytes of a file, at most as many as given; empty if it cannot be read. A FIFO does not
 // block. kRefuse: a symbolic link cannot be read.
 std::string readFile(const std::string& path, size_t most, Links links = Links::kFollow);
+// The same for an open file.
+std::string readFile(const Fd& file, size_t most);
 
 // Makes the daemon's own folder (base/own_folder.h) if it is missing. False if it is not a folder
 // of root or the daemon's user to which only they can write.

@@ -55,7 +55,7 @@ void nameUnsafeHooks() {
 }  // namespace
 
 int prepareConfinement(uint32_t user, uint32_t group) {
-    reloadConf();
+    if (!reloadConf()) return kFailure;
     openWifiFile();
     if (user != 0) {
         const std::string log(conf().value("LOG_FILE"));

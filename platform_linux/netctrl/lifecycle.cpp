@@ -51,7 +51,7 @@ void tickSecond() {
 
 int initNetCtrl() {
     // A confined daemon may not be able to read it any more.
-    if (!isConfined()) reloadConf();
+    if (!isConfined() && !reloadConf()) return kFailure;
     openWifiFile();
     startUpgrade();
     return openWatch() ? kOk : kFailure;

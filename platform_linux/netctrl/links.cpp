@@ -69,9 +69,7 @@ bool markDefaultRoutes(uint8_t family, std::vector<Link>& links) {
     const auto take = [&links](nlmsghdr* message) {
         const RouteMessage route(message);
         if (!isDefaultRoute(route)) return;
-        for (const int index : outgoing(route)) {
-            for (Link& link : links) link.holdsDefaultRoute |= link.index == index;
-        }
+        for (const int index : outgoing(route)) markUplink(index, links);
     };
     auto socket = NetlinkSocket::open(NETLINK_ROUTE);
     return socket && socket->request(RTM_GETROUTE, NLM_F_DUMP, bytesOf(ask), take);
@@ -128,6 +126,15 @@ const Link* linkByIndex(const std::vector<Link>& links, int index) {
     const auto found = std::find_if(links.begin(), links.end(),
                                     [index](const Link& link) { return link.index == index; });
     return found != links.end() ? &*found : nullptr;
+}
+
+void markUplink(int index, std::vector<Link>& links) {
+    for (Link& link : links) {
+        // One that is marked has marked those below, so a loop of lower links ends.
+        if (link.index != index || link.holdsDefaultRoute) continue;
+        link.holdsDefaultRoute = true;
+        if (link.kind == "vlan") markUplink(link.lower, links);
+    }
 }
 
 bool takesPart(const Link& link, const std::vector<Link>& all) {

@@ -33,6 +33,10 @@ std::optional<std::vector<Link>> readLinks();
 // bridge that hold the default route. INCLUDE admits these and interfaces of other kinds.
 bool takesPart(const Link& link, const std::vector<Link>& all);
 
+// Notes that the interface holds the default route. So does the cable that carries it, if it is a
+// VLAN.
+void markUplink(int index, std::vector<Link>& links);
+
 // EXCLUDE_DEFAULT_ROUTE of the daemon, given by setExcludeDefaultRoute.
 bool excludesDefaultRoute();
 

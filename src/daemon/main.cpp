@@ -10,6 +10,7 @@
 
 #include "base/log.h"
 #include "base/result.h"
+#include "base/service_manager.h"
 #include "controller/firmware_upgrade.h"
 #include "daemon/command_line.h"
 #include "daemon/confinement.h"
@@ -152,7 +153,10 @@ int main(int argc, char** argv) {
     installUpcalls();
     setDeviceModelType(line.modelName);
     setConfFolder(line.confFolder);
-    if (initSysConfig() != kOk) {
+    const int configured = initSysConfig();
+    // With the defaults it would obey strangers and use interfaces that the owner has excluded.
+    if (configured == kInvalidState) return EXIT_FAILURE;
+    if (configured != kOk) {
         LOG_PUTS(2, "failed to initialize system configuration\r");
         setDefSysConfig();
         setDebugLevel(getDebugLevelOption());
@@ -166,7 +170,7 @@ int main(int argc, char** argv) {
     }
     applySwitches(line);
     updateFWUpgradeStatus(0, 0);
-    (void)runStateMachine();
+    const bool hasFailed = runStateMachine() != kOk && getSysState() != kStopped;
 
     writeWaitingDataModelFiles();
     writeWaitingMsgLog();
@@ -178,5 +182,6 @@ int main(int argc, char** argv) {
         LOG_PUTS(3, "IEEE1905 restart ...\r");
         (void)startNextDaemon();
     }
-    return EXIT_SUCCESS;
+    // A service manager starts the daemon again only after a failure.
+    return hasFailed && hasServiceManager() ? EXIT_FAILURE : EXIT_SUCCESS;
 }

@@ -1,7 +1,9 @@
 #include "db/options.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <functional>
 #include <memory>
 #include <string>
@@ -31,10 +33,18 @@ SysIdentity& identity() {
 
 using File = std::unique_ptr<FILE, decltype(&fclose)>;
 
-File openConfFile(const char* name) {
+// error: why it cannot be opened.
+File openConfFile(const char* name, int& error) {
     const std::string path = std::string(getSysCtrl().g_conf_folder.view()) + "/" + name;
     File file(fopen(path.c_str(), "re"), fclose);
-    if (!file) LOG(2, "can't open file: %s\r\n", path.c_str());
+    error = errno;
+    if (!file && error == ENOENT) LOG(2, "can't open file: %s\r\n", path.c_str());
+    if (!file && error != ENOENT) {
+        LOG(1,
+            "can't open %s: %s. The daemon's user must be able to read it; under vm1905.service: "
+            "chown root:vm1905, chmod 0640\r\n",
+            path.c_str(), strerror(error));
+    }
     return file;
 }
 
@@ -62,8 +72,9 @@ void setConfFolder(std::string_view folder) {
 
 int initSysConfig() {
     setDebugLevel(3);
-    const File file = openConfFile("vm1905.conf");
-    if (!file) return kFailure;
+    int error = 0;
+    const File file = openConfFile("vm1905.conf", error);
+    if (!file) return error == ENOENT ? kFailure : kInvalidState;
     std::vector<std::string> complaints;
     {
         FewComplaints few("vm1905.conf",
@@ -105,7 +116,8 @@ int initVersion() {
     // Meant: after start-up the running level is 3, whatever DEBUG_LEVEL says, until something sets
     // it again. The option keeps the value of the file.
     setDebugLevel(3);
-    const File file = openConfFile("vm1905_Version");
+    int error = 0;
+    const File file = openConfFile("vm1905_Version", error);
     if (!file) return kFailure;
     readVersionFile(file.get(), getSysCtrl());
     const SysIdentity& id = identity();

@@ -17,8 +17,8 @@
 // Sets the folder of the configuration files, cut to 31 characters.
 void setConfFolder(std::string_view folder);
 
-// Reads both files and the identity of the device from the platform. kOk, or kFailure if
-// "vm1905.conf" cannot be opened; nothing else is read in that case.
+// Reads both files and the identity of the device from the platform. kFailure if "vm1905.conf" does
+// not exist, kInvalidState if it cannot be opened; nothing else is read in these cases.
 [[nodiscard]] int initSysConfig();
 // Reads "vm1905_Version". kOk, or kFailure if it cannot be opened.
 int initVersion();

@@ -79,7 +79,7 @@ int notifyApAutoConfWscMsgReceived(const ApAutoConfWsc* msg);
 /* Renew: the networks of the band must be configured again. If an Enrollee returns 0, the daemon
  * acknowledges the renew to the sender. A library that has only asked for the settings returns
  * PLATFORM_RENEW_STARTED and requests the acknowledgement by SERV_REQ_AP_AUTOCONF_ACK when they
- * have arrived. */
+ * are set. */
 enum { PLATFORM_RENEW_STARTED = 256 };
 int notifyApAutoConfRenewMsgReceived(const ApAutoConfInfo* msg);
 /* Push-button event: the button of another device was pressed. The library lets devices join; once

@@ -153,6 +153,25 @@ def test_a_killed_or_hanging_daemon_is_started_again_and_a_stop_is_orderly(machi
     assert machine.shell("ipcs -m | grep -c 0x || :; ls /tmp | grep -E 'stop|wake' || :") == "0"
 
 
+def test_files_of_root_and_of_strangers(machine):
+    machine.shell("""printf 'WEB_FOLDER = /run/vm1905-web\\nWEB_GROUP = www-data\\n' \\
+            >> /etc/vm1905/vm1905.conf
+        sed -i 's/^#*CONTROL_FILES_FROM.*/CONTROL_FILES_FROM = owner/' /etc/vm1905/vm1905.conf
+        chmod 600 /etc/vm1905/platform.conf; systemctl restart vm1905""")
+    wait_until(machine.is_up, 20, "the service reads platform.conf")
+    copy = ("stat", "-c", "%U %G %a", "/run/vm1905-web/vm1905.json")
+    wait_until(lambda: machine.run(*copy).stdout == "vm1905 www-data 640\n", 20, "the copy")
+    machine.shell("touch /tmp/vm1905_stop")
+    wait_until(lambda: machine.show("ActiveState") != "active", 20, "the end")
+    wait_until(lambda: machine.show("ActiveState") == "inactive", 20, "no new start")
+    machine.shell("systemctl start vm1905")
+    wait_until(machine.is_up, 20, "the next start")
+    machine.run("setpriv", "--reuid=nobody", "--clear-groups", "touch", "/tmp/vm1905_stop")
+    machine.shell("systemctl stop vm1905")
+    assert machine.show("Result") == "success"
+    assert machine.shell("ipcs -m | grep -c 0x || :") == "0", "an orderly end, not a signal"
+
+
 def test_run_as_keeps_the_helper_root_over_a_restart(machine):
     machine.shell("""mkdir -p /run/systemd/system/vm1905.service.d
         cp /usr/share/doc/*/examples/run-as.conf /run/systemd/system/vm1905.service.d

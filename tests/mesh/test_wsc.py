@@ -165,6 +165,7 @@ def test_a_registrar_of_another_make_is_understood(lab):
         wait_until(lambda: received(lab, 1) == [network], 10, "its network")
         for flaw in ("its authenticator", "the key wrap authenticator"):
             assert f"is refused: {flaw} is wrong" in lab.log("dev2")
-        assert any(frame.vendor == ACKNOWLEDGED for frame in other.heard)
+        wait_until(lambda: any(frame.vendor == ACKNOWLEDGED for frame in list(other.heard)), 10,
+                   "the acknowledgement")
         assert ("5", "configured") in {(row["band"], row["state"])
                                        for row in wifi(lab, "dev2")["devices"]}

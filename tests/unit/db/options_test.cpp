@@ -1,5 +1,6 @@
 #include "db/options.h"
 
+#include <filesystem>
 #include <fstream>
 #include <set>
 
@@ -187,6 +188,8 @@ TEST_F(Options, MissingFileChangesNothing) {
     EXPECT_EQ(occurrences(log_.text(), "can't open file: " + folder() + "/vm1905.conf\r\n"), 1U);
     EXPECT_EQ(setDefSysConfig(), kOk);
     EXPECT_EQ(options(), kDefaults);
+    std::filesystem::create_symlink("vm1905.conf", folder() + "/vm1905.conf");
+    EXPECT_EQ(initSysConfig(), kInvalidState) << "it is there, but cannot be opened";
 }
 
 TEST_F(Options, IdentityVersionsAndRunningLevel) {

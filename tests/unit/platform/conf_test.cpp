@@ -3,6 +3,7 @@
 #include <random>
 #include <set>
 
+#include "api.h"
 #include "support.h"
 
 TEST(PlatformConf, HasKeysValuesAndComments) {
@@ -89,9 +90,13 @@ TEST(PlatformConf, MayBeAnyFile) {
     EXPECT_EQ(conf().value("DEVICE_MODE"), "on");
     for (const char* path : {"/nonexistent/platform.conf", "/tmp"}) {
         setenv("VM1905_PLATFORM_CONF", path, 1);
-        reloadConf();
+        EXPECT_TRUE(reloadConf()) << path;
         EXPECT_FALSE(conf().has("DEVICE_MODE")) << path;
     }
+    const std::string loop = folder.path("loop");
+    ASSERT_EQ(symlink(loop.c_str(), loop.c_str()), 0);
+    setenv("VM1905_PLATFORM_CONF", loop.c_str(), 1);
+    EXPECT_NE(initNetCtrl(), 0) << "what it excludes must not take part";
 }
 
 TEST(PlatformText, AddressesNumbersAndHexDigits) {

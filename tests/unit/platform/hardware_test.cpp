@@ -44,6 +44,10 @@ TEST(Links, TakePartByTheirKind) {
     for (Link& link : links) link.holdsDefaultRoute = true;
     links[8].master = 0;
     EXPECT_EQ(participants(), "lan1 bond0 eth2 eth2.5 tap0 ");
+    for (Link& link : links) link.holdsDefaultRoute = false;
+    links[4].master = links[5].master = 0;
+    markUplink(6, links);
+    EXPECT_EQ(participants(), "lan1 bond0 tap0 wlan0 ") << "neither the VLAN nor its cable";
 }
 
 namespace {
