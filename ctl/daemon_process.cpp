@@ -13,6 +13,7 @@
 #include <sstream>
 
 #include "base/own_folder.h"
+#include "data_model.h"
 
 namespace {
 
@@ -93,6 +94,14 @@ std::optional<int64_t> uptimeOf(pid_t pid) {
     if (!(rest >> ticks) || !(std::ifstream("/proc/uptime") >> sinceBoot)) return std::nullopt;
     const double started = ticks / static_cast<double>(sysconf(_SC_CLK_TCK));
     return static_cast<int64_t>(std::max(0.0, sinceBoot - started));
+}
+
+std::string versionOf(pid_t pid) {
+    std::string text;
+    const std::string start = std::to_string(pid) + " ";
+    const bool isRead = readDaemonFile(ownFolder() + "/daemon.lock", text).empty();
+    if (!isRead || !text.starts_with(start)) return {};
+    return text.substr(start.size(), text.find('\n') - start.size());
 }
 
 std::set<unsigned> interfacesWithSocket() {

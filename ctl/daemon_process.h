@@ -13,6 +13,8 @@
 std::vector<pid_t> daemonProcesses();
 // Seconds since the process was started.
 std::optional<int64_t> uptimeOf(pid_t pid);
+// The version of the daemon in this process; empty if this user may not read its lock file.
+std::string versionOf(pid_t pid);
 // A line of /proc/PID/status, such as CapEff; empty if it is unknown.
 std::string processStatus(pid_t pid, const std::string& key);
 

@@ -43,8 +43,19 @@ constexpr std::time_t kYear2020 = 1'577'836'800;
 constexpr uint64_t kLeastMemory = 8192;  // kB
 
 Findings checkDaemon(Patient& patient) {
-    if (patient.trouble.status == kDone) return {};
-    return {{State::kBroken, patient.trouble.text, patient.trouble.advice}};
+    if (patient.trouble.status != kDone) {
+        return {{State::kBroken, patient.trouble.text, patient.trouble.advice}};
+    }
+    if (patient.daemons.empty()) return {};
+    const pid_t pid = patient.daemons[0];
+    const std::string version = versionOf(pid);
+    std::string text = (version.empty() ? "" : version + ", ") + "process " + std::to_string(pid);
+    if (const auto uptime = uptimeOf(pid)) {
+        text += ", running for " + textOf(Json(*uptime), Unit::kSeconds);
+    }
+    if (version.empty() || version == VM1905_VERSION) return {{State::kFine, text, ""}};
+    return {{State::kWarning, text + "; this vm1905ctl is " VM1905_VERSION,
+             "restart the daemon; it may be from before an upgrade"}};
 }
 
 Findings checkSecondDaemon(Patient& patient) {
