@@ -135,8 +135,9 @@ Findings checkBridges(Patient& patient) {
 
 Findings checkSockets(Patient& patient) {
     Findings found;
+    const pid_t pid = patient.daemons.empty() ? 0 : patient.daemons[0];
     for (const auto& [name, flags] : patient.flags) {
-        if ((flags & IFF_UP) == 0 || openPorts({name}) != 0) continue;
+        if ((flags & IFF_UP) == 0 || openPorts({name}, pid) != 0) continue;
         found.push_back(
             {State::kWarning, "no socket receives messages on " + name, "vm1905ctl reopen-ports"});
     }

@@ -235,7 +235,7 @@ Report showStatus(Session& session) {
     if (status.model != nullptr) {
         std::vector<std::string> names;
         for (const ModelInterface& intf : status.model->interfaces) names.push_back(intf.name);
-        status.ports = openPorts(names);
+        status.ports = openPorts(names, status.pid);
     }
     const auto read = [&](uint8_t item, std::optional<bool>& value) {
         check(readOption(session.client(), nullptr, item, value), "an option");

@@ -1,5 +1,10 @@
 // The parts of vm1905ctl that need no daemon: the tree, texts of other devices, arguments.
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <linux/if_packet.h>
+#include <net/if.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <cctype>
 #include <filesystem>
@@ -10,6 +15,7 @@
 #include "argument.h"
 #include "cli.h"
 #include "config_check.h"
+#include "daemon_process.h"
 #include "data_model.h"
 #include "failure.h"
 #include "mac.h"
@@ -277,6 +283,18 @@ TEST(Usage, IsCheckedBeforeAnythingIsAsked) {
     }
     EXPECT_EQ(numberArgument("010", 0, 255, ""), 10);
     EXPECT_EQ(numberArgument("0x10", 0, 255, ""), 16);
+}
+
+// Others may listen on the same interface.
+TEST(DaemonProcess, HasItsOwnSockets) {
+    const int port = socket(AF_PACKET, SOCK_RAW, htons(0x893A));
+    if (port < 0) GTEST_SKIP() << "needs root";
+    const sockaddr_ll lo{AF_PACKET, htons(0x893A), static_cast<int>(if_nametoindex("lo")), 0, 0, 0,
+                         {}};
+    ASSERT_EQ(bind(port, reinterpret_cast<const sockaddr*>(&lo), sizeof lo), 0);
+    EXPECT_EQ(openPorts({"lo"}, getpid()), 1U);
+    EXPECT_EQ(openPorts({"lo"}, getppid()), 0U);
+    close(port);
 }
 
 TEST(CheckConfig, NamesTheFileAndTheLine) {
