@@ -13,6 +13,7 @@
 #include "failure.h"
 #include "support/played_daemon.h"
 #include "terminal.h"
+#include "views.h"
 
 namespace {
 
@@ -132,6 +133,9 @@ TEST_F(Views, FollowPrintsEachChangeOnceWithTheNameItHad) {
     parse(*app, choice, {"changes"});
     choice.options.dataModel = path_;
     Session session(choice.options, "");
+    static double lead;
+    lead = 0;
+    choice.follow = changeFollower([] { return lead; });
     Widths widths;
     const auto news = [&](Format format = Format::kText) {
         std::string out;
@@ -145,6 +149,11 @@ TEST_F(Views, FollowPrintsEachChangeOnceWithTheNameItHad) {
     const std::string line = "1970-01-01 00:00:01 new attic device me eth0\n";
     EXPECT_EQ(bare(news()), "TIME EVENT NEIGHBOR KIND SEEN BY ON\n" + line + line);
     EXPECT_EQ(news(), "");
+    lead = 3600;  // the clock is set
+    for (auto& entry : playedDaemon.log) entry.time += 3601;
+    EXPECT_EQ(news(), "") << "the same entries";
+    lead = 0;
+    for (auto& entry : playedDaemon.log) entry.time -= 3601;
     playedDaemon.log[0] = {2, 1, mac(1), mac(1), 0, mac(2)};  // in place of the oldest
     publish(Json::object());
     EXPECT_EQ(bare(news()), "1970-01-01 00:00:02 lost attic device me -\n");
