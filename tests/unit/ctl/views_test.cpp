@@ -32,13 +32,14 @@ class Views : public testing::Test {
 
     // Writes the data model of a line: this device and those with these names, from 2 on. Each
     // hears the one before on lan0, which ends on eth1 or lan1 there, and the next one on lan1.
-    void publish(const Json& names) {
+    void publish(const Json& names, bool isStandard = false) {
         const auto intf = [](const char* name, int device, int port) {
             return Json{{"InterfaceName", name}, {"InterfaceId", mac(device, port).text()}};
         };
         Json al{{"IEEE1905Id", mac(1).text()},
                 {"Interface.1", intf("eth0", 1, 0xff)},
                 {"Interface.2", intf("eth1", 1, 1)},
+                {"StandardMode", isStandard},
                 {"NetworkTopology", Json::object()}};
         for (const auto& [device, name] : names.items()) {
             const int number = std::stoi(device);
@@ -180,6 +181,8 @@ TEST_F(Views, ShowTheHealthOfTheMesh) {
     const Json links = Json::parse(shown("links attic --json"))["links"];
     EXPECT_EQ(links.size(), 2U) << "those of attic alone";
     EXPECT_TRUE(links[1]["bridge"].is_null()) << "not known without READ_LLDP";
+    publish({{"2", "attic"}}, true);
+    EXPECT_EQ(Json::parse(shown("links attic --json"))["links"][0]["bridge"], false);
 }
 
 TEST_F(Views, ShowTheRowsAndColumnsThatAreWanted) {
