@@ -260,7 +260,8 @@ Failure failureOf(const std::string& line) {
 TEST(Usage, IsCheckedBeforeAnythingIsAsked) {
     const std::pair<std::string, const char*> kCases[] = {
         {"led 00:00:00:00:00:00 1", "00:00:00:00:00:00 is not a device"},
-        {"set allow-reboot 5", "5 is not a number from 0 to 1; or one of no, yes"},
+        {"set allow-reboot 5", "5 is not a number from 0 to 1; or one of no, yes, false, true"},
+        {"set change-log-max 256", "255 is the most that can be set"},
         {"set wps 0 1", "Registrar|Enrollee SEARCH RESPONSE"},
         {"set wps-band 2 1 1", "all, main24, main5, main6, guest24, guest5, 0, 1, 3, 32, 33"},
         {"status --timeout nan", "nan is not a number"},
