@@ -181,6 +181,18 @@ TEST(Report, KeyValueLinesAreSafeInAShell) {
     EXPECT_EQ(out, "a.b.0=x\na.b.1='y z'\na.c=\nevil='$(reboot)'\\''; `id`\\x0ab=1'\nn=7\n");
 }
 
+TEST(Report, ShortensAListToTheWidth) {
+    constexpr Column<std::string> kColumns[] = {
+        {"list", "", [](const std::string& list) { return Json(list); }, Unit::kNone, kShort},
+        {"end", "", [](const std::string&) { return Json("end"); }}};
+    const std::string name(27, 'n'), two = "with " + name + ", " + name;
+    const std::vector<std::string> lists{two, two + ", " + name, two + ", a, b"};
+    std::string out;
+    Report{{listOf("", "", kColumns, lists, "")}}.print(Format::kText, out);
+    EXPECT_EQ(out.substr(out.find('w')),
+              two + "        end\n" + two + " +1     end\n" + two + ", a, b  end\n");
+}
+
 TEST(Mac, IsReadInAnyUsualSpelling) {
     for (const char* text : {"02:00:5E:10:00:01", "02-00-5e-10-00-01", "02.00.5e.10.00.01",
                              "0200.5e10.0001", "02005e100001"}) {
@@ -266,6 +278,8 @@ TEST(Usage, IsCheckedBeforeAnythingIsAsked) {
         {"set wps-band 2 1 1", "all, main24, main5, main6, guest24, guest5, 0, 1, 3, 32, 33"},
         {"status --timeout nan", "nan is not a number"},
         {"status --json --keyvalue", "excludes"},
+        {"topology --mermaid --filter own=no", "excludes"},
+        {"topology --sort name --dot", "excludes"},
         {"power dev2 sideways", "on, save, off"},
         {"wps foo", "no command wps foo; its commands: renew"},
         {"wps", "needs a command; its commands: renew"},

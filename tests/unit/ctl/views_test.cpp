@@ -200,18 +200,18 @@ TEST_F(Views, ShowTheRowsAndColumnsThatAreWanted) {
 
 TEST_F(Views, DrawGraphs) {
     makeLine();
-    publish({{"2", "at\"tic"}, {"3", "cellar"}});
+    publish({{"2", "at\"tic"}, {"3", "<b>&#1"}});
     const std::string own = Session({}, "").ownName();
     EXPECT_EQ(shown("topology --dot"), "graph mesh {\n  n0 [label=\"" + own + R"("];
   n1 [label="at\"tic"];
-  n2 [label="cellar"];
+  n2 [label="<b>&#1"];
   n0 -- n1 [label="eth1 - lan0"];
   n1 -- n2 [label="lan1 - lan0"];
 }
 )");
     EXPECT_EQ(shown("topology --mermaid"), "graph TD\n  n0[\"" + own + R"("]
   n1["at#quot;tic"]
-  n2["cellar"]
+  n2["#lt;b#gt;#amp;#35;1"]
   n0 ---|"eth1 - lan0"| n1
   n1 ---|"lan1 - lan0"| n2
 )");
