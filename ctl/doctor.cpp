@@ -147,13 +147,7 @@ Findings checkSockets(Patient& patient) {
 Findings checkModel(Patient& patient) {
     const std::string remedy = "the log of the daemon says why; see DATA_MODEL_FOLDER";
     if (!patient.model.trouble.empty()) return {{State::kWarning, patient.model.trouble, remedy}};
-    struct stat info {};
-    (void)stat(patient.modelPath.c_str(), &info);
-    const auto uptime = patient.daemons.empty() ? std::nullopt : uptimeOf(patient.daemons[0]);
-    // A time before 2020 says only that the clock was wrong.
-    const bool isOlder =
-        uptime && info.st_mtime >= kYear2020 && info.st_mtime < std::time(nullptr) - *uptime - 2;
-    if (isOlder || patient.model.own.alMac != Mac(patient.al.al_mac)) {
+    if (patient.model.own.alMac != Mac(patient.al.al_mac)) {
         return {{State::kWarning, patient.modelPath + " is that of an earlier daemon", remedy}};
     }
     const auto isCurrent = [&] {
@@ -190,8 +184,14 @@ Findings checkControlFiles(Patient& /*patient*/) {
 }
 
 Findings checkConfiguration(Patient& /*patient*/) {
-    const auto troubles = checkConfig({});
-    if (troubles.empty()) return {};
+    auto troubles = checkConfig({});
+    Findings unread;
+    for (const ConfigTrouble& trouble : troubles) {
+        if (!trouble.isForbidden) continue;
+        unread.push_back({State::kFine, trouble.file + " is not readable for this user", ""});
+    }
+    std::erase_if(troubles, [](const ConfigTrouble& trouble) { return trouble.isForbidden; });
+    if (troubles.empty()) return unread;
     const std::string more =
         troubles.size() > 1 ? " (and " + std::to_string(troubles.size() - 1) + " more)" : "";
     return {{State::kWarning, troubles[0].all() + more, "vm1905ctl check-config"}};

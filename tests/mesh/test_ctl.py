@@ -134,6 +134,12 @@ def test_the_doctor_finds_what_is_wrong(lab):
         lab.run("dev1", "tee", "/tmp/other.json", input=planted, encoding="utf-8")
         found = findings(lab, 1, "--data-model", "/tmp/other.json")
         assert list(found) == [check] and text in found[check][1]
+    lab.shell("dev1", "chmod 600 /etc/vm1905/vm1905.conf")
+    done = lab.attempt("exec", "dev1", "--", "setpriv", "--reuid=65534", "--clear-groups", "vm1905ctl",
+                       "--json", "doctor")
+    assert ["fine", "/etc/vm1905/vm1905.conf is not readable for this user", None] in [
+        list(row.values())[1:] for row in json.loads(done.stdout)["checks"]], done.stdout
+    lab.shell("dev1", "chmod 644 /etc/vm1905/vm1905.conf")
     done = ctl(lab, "check-config", "/etc/vm1905/vm1905.conf", "/etc/vm1905/wifi.none")
     assert (done.returncode, done.stdout) == (
         REFUSED, "/etc/vm1905/wifi.none: cannot be read: No such file or directory\n")

@@ -320,7 +320,7 @@ TEST(CheckConfig, NamesTheFileAndTheLine) {
     std::ofstream(folder + "/wifi.conf") << "[home]\nBAND = 7\nSSID = x\nAUTHENTICATION = open\n";
     std::string all;
     for (const char* name :
-         {"/vm1905.conf", "/platform.conf.new", "/wifi.conf", "/vm1905.missing"}) {
+         {"/vm1905.conf", "/platform.conf.new", "/wifi.conf", "/vm1905.conf.missing"}) {
         for (const auto& trouble : checkConfig({folder + name})) {
             all += trouble.all().substr(folder.size()) + "\n";
         }
@@ -330,8 +330,10 @@ TEST(CheckConfig, NamesTheFileAndTheLine) {
               "/platform.conf.new:1: FORWARD_1905 must be yes or no, not \"maybe\"\n"
               "/platform.conf.new:2: AL_MAC must be a MAC address, not \"zz:zz\"\n"
               "/wifi.conf:2: BAND is a list of 2.4, 5, 6, guest-2.4 and guest-5\n"
-              "/vm1905.missing: cannot be read: No such file or directory\n");
-    EXPECT_THROW((void)checkConfig({folder + "/else.conf"}), Failure);
+              "/vm1905.conf.missing: cannot be read: No such file or directory\n");
+    for (const char* other : {"/else.conf", "/vm1905_Version"}) {
+        EXPECT_THROW((void)checkConfig({folder + other}), Failure) << other;
+    }
     std::filesystem::remove_all(folder);
 }
 
