@@ -42,7 +42,8 @@ std::string shown(double number) {
 
 }  // namespace
 
-int64_t numberArgument(const std::string& text, int64_t min, int64_t max, const std::string& what) {
+int64_t numberArgument(const std::string& text, int64_t min, int64_t max, const std::string& what,
+                       const std::string& advice) {
     const bool isHex = text.starts_with("0x") || text.starts_with("0X");
     const char* const begin = text.data() + (isHex ? 2 : 0);
     const char* const end = text.data() + text.size();
@@ -50,8 +51,10 @@ int64_t numberArgument(const std::string& text, int64_t min, int64_t max, const 
     const auto [rest, error] = std::from_chars(begin, end, value, isHex ? 16 : 10);
     const bool isNumber = error == std::errc{} && rest == end && !(isHex && *begin == '-');
     if (isNumber && value >= min && value <= max) return value;
-    throw Failure{kUsage, what + ": " + given(text) + " is not a number from " +
-                              std::to_string(min) + " to " + std::to_string(max)};
+    throw Failure{kUsage,
+                  what + ": " + given(text) + " is not a number from " + std::to_string(min) +
+                      " to " + std::to_string(max),
+                  advice};
 }
 
 int wordArgument(const std::string& text, const Words& words, const std::string& what) {

@@ -13,7 +13,8 @@
 using Words = std::vector<std::pair<std::string, int>>;
 
 // A decimal number, or a hexadecimal one after 0x.
-int64_t numberArgument(const std::string& text, int64_t min, int64_t max, const std::string& what);
+int64_t numberArgument(const std::string& text, int64_t min, int64_t max, const std::string& what,
+                       const std::string& advice = "");
 // One of the words, in any case.
 int wordArgument(const std::string& text, const Words& words, const std::string& what);
 // The same, or a number.

@@ -54,6 +54,7 @@ struct Argument {
     int64_t min = INT32_MIN, max = INT32_MAX;
     bool isText = false;
     const Words* words = nullptr;  // for numbers; the only values if max is below min
+    const char* advice = "";       // after a wrong number
 };
 
 struct Item {
@@ -63,7 +64,7 @@ struct Item {
     bool isStored = false;  // as for doHere
 };
 
-const Words kYesNo{{"no", 0}, {"yes", 1}};
+const Words kYesNo{{"no", 0}, {"yes", 1}, {"false", 0}, {"true", 1}};
 const Words kRoles{{"Registrar", 0}, {"Enrollee", 1}};
 constexpr int kAllBands = -1;
 const Words kBandsOrAll{{"all", kAllBands}, {"main24", 0},  {"main5", 1}, {"main6", 3},
@@ -75,6 +76,9 @@ constexpr Argument kRole{"Registrar|Enrollee", 0, 1, false, &kRoles};
 constexpr Argument kSearch{"SEARCH", INT32_MIN, INT32_MAX, false, &kYesNo};
 constexpr Argument kResponse{"RESPONSE", INT32_MIN, INT32_MAX, false, &kYesNo};
 
+constexpr const char* kLogAdvice =
+    "255 is the most that can be set; for 256, the default: MAX_CHANGE_LOG_ENTRIES in vm1905.conf";
+
 template <uint8_t Option>
 int setOption(vm1905_client* client, const Values& v) {
     return vm1905_set_option(client, Option, static_cast<uint8_t>(v.numbers[0]));
@@ -84,7 +88,7 @@ constexpr Item kItems[] = {
     {"allow-reboot", {{kFlag}}, setOption<VM1905_OPTION_REBOOT>, true},
     {"allow-power", {{kFlag}}, setOption<VM1905_OPTION_INTF_PWR>, true},
     {"change-log-max",
-     {{{"1-255", 1, 255}}},
+     {{{"1-255", 1, 255, false, nullptr, kLogAdvice}}},
      [](vm1905_client* client, const Values& v) {
          return vm1905_set_log_max(client, static_cast<uint8_t>(v.numbers[0]));
      },
@@ -155,7 +159,7 @@ Values valuesOf(const Item& item, const std::vector<std::string>& given) {
         throw Failure{kUsage, usage};
     }
     for (size_t i = 0; i < count; i++) {
-        const auto& [name, min, max, isText, words] = item.arguments[i];
+        const auto& [name, min, max, isText, words, advice] = item.arguments[i];
         if (isText) {
             values.texts[i] = textArgument(given[i], static_cast<size_t>(max), name);
         } else if (words != nullptr && max < min) {
@@ -163,7 +167,8 @@ Values valuesOf(const Item& item, const std::vector<std::string>& given) {
         } else if (words != nullptr) {
             values.numbers[i] = wordOrNumber(given[i], *words, min, max, item.name);
         } else {
-            values.numbers[i] = static_cast<int>(numberArgument(given[i], min, max, item.name));
+            values.numbers[i] =
+                static_cast<int>(numberArgument(given[i], min, max, item.name, advice));
         }
     }
     return values;

@@ -64,9 +64,14 @@ void addReadCommands(CLI::App& app, Choice& choice) {
                           "include hosts and stations that are not IEEE 1905.1 devices");
         CLI::Option* const dot =
             command->add_flag("--dot", tree->isDot, "draw it in the language of Graphviz");
-        command->add_flag("--mermaid", tree->isMermaid, "draw it in the language of Mermaid")
-            ->excludes(dot);
+        CLI::Option* const mermaid =
+            command->add_flag("--mermaid", tree->isMermaid, "draw it in the language of Mermaid")
+                ->excludes(dot);
         addSelection(command, choice);
+        // A graph shows all devices, in any order.
+        for (const char* rows : {"--filter", "--sort"}) {
+            command->get_option(rows)->excludes(dot)->excludes(mermaid);
+        }
         command->callback([&choice, tree] {
             choice.read = [tree](Session& session) {
                 return showTopology(session, tree->root, tree->withHosts,

@@ -34,6 +34,7 @@ std::string contentOf(FILE* file, const ConfComplaint& complain) {
 
 struct ConfigFile {
     std::string_view beginning;  // of its name
+    std::string_view part;       // somewhere in its name
     const char* path;
     const char* variable;  // of the environment, with another path
     bool isOptional;
@@ -41,12 +42,12 @@ struct ConfigFile {
 };
 
 constexpr ConfigFile kFiles[] = {
-    {"vm1905", "/etc/vm1905/vm1905.conf", nullptr, false, checkConfigFile},
-    {"platform", "/etc/vm1905/platform.conf", "VM1905_PLATFORM_CONF", true,
+    {"vm1905", ".conf", "/etc/vm1905/vm1905.conf", nullptr, false, checkConfigFile},
+    {"platform", "", "/etc/vm1905/platform.conf", "VM1905_PLATFORM_CONF", true,
      [](FILE* file, const ConfComplaint& complain) {
          Conf().parse(contentOf(file, complain), complain);
      }},
-    {"wifi", "/etc/vm1905/wifi.conf", "VM1905_WIFI_CONF", true,
+    {"wifi", "", "/etc/vm1905/wifi.conf", "VM1905_WIFI_CONF", true,
      [](FILE* file, const ConfComplaint& complain) {
          (void)parseWifiConf(contentOf(file, complain), complain);
      }},
@@ -55,7 +56,7 @@ constexpr ConfigFile kFiles[] = {
 void checkFile(const ConfigFile& kind, const std::string& path, bool mayBeMissing,
                std::vector<ConfigTrouble>& out) {
     const auto complain = [&](int line, const std::string& text) {
-        out.push_back({path, line, text});
+        out.push_back({path, line, text, false});
     };
     // O_NONBLOCK: a FIFO of that name must not stop the check.
     const int fd = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
@@ -63,7 +64,9 @@ void checkFile(const ConfigFile& kind, const std::string& path, bool mayBeMissin
     if (file != nullptr) kind.check(file.get(), complain);
     const bool isRead = file != nullptr && ferror(file.get()) == 0;
     if (!isRead && !(mayBeMissing && errno == ENOENT)) {
-        complain(0, std::string("cannot be read: ") + std::strerror(errno));
+        const int error = errno;
+        out.push_back(
+            {path, 0, std::string("cannot be read: ") + std::strerror(error), error == EACCES});
     }
 }
 
@@ -77,11 +80,12 @@ std::vector<ConfigTrouble> checkConfig(const std::vector<std::string>& files) {
     std::vector<ConfigTrouble> out;
     for (const std::string& path : files) {
         const std::string name = path.substr(path.rfind('/') + 1);
-        const auto* const kind = std::ranges::find_if(
-            kFiles, [&](const ConfigFile& known) { return name.starts_with(known.beginning); });
+        const auto* const kind = std::ranges::find_if(kFiles, [&](const ConfigFile& known) {
+            return name.starts_with(known.beginning) && name.find(known.part) != name.npos;
+        });
         if (kind == std::end(kFiles)) {
-            throw Failure{kUsage, "it is not known how to check " + path,
-                          "the name of the file must begin with vm1905, platform or wifi"};
+            throw Failure{kUsage, path + " is no configuration file by its name",
+                          "names are vm1905*.conf*, platform* and wifi*"};
         }
         checkFile(*kind, path, false, out);
     }

@@ -8,10 +8,11 @@ struct ConfigTrouble {
     std::string file;
     int line;  // 0: the whole file
     std::string text;
+    bool isForbidden = false;  // this user may not read the file
 
     std::string all() const;  // "file:line: text"
 };
 
-// Of these files, whose names begin with vm1905, platform or wifi; if none is given, of the files
-// of this device. Throws Failure for other names.
+// Of these files, with names like vm1905*.conf*, platform* and wifi*; if none is given, of the
+// files of this device. Throws Failure for other names.
 std::vector<ConfigTrouble> checkConfig(const std::vector<std::string>& files);

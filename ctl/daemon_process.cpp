@@ -10,9 +10,11 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <set>
 #include <sstream>
 
 #include "base/own_folder.h"
+#include "data_model.h"
 
 namespace {
 
@@ -39,6 +41,37 @@ bool isDaemon(pid_t pid) {
     const auto count = std::distance(std::istream_iterator<std::string>(numbers),
                                      std::istream_iterator<std::string>());
     return processStatus(pid, "Name") == "vm1905" && count <= 1;
+}
+
+// The inodes of its sockets; std::nullopt if this user may not see them.
+std::optional<std::set<std::string>> socketsOf(pid_t pid) {
+    std::error_code error;
+    std::filesystem::directory_iterator files("/proc/" + std::to_string(pid) + "/fd", error);
+    if (error) return std::nullopt;
+    std::set<std::string> inodes;
+    for (const auto& file : files) {
+        const std::string target = std::filesystem::read_symlink(file.path(), error);
+        if (target.starts_with("socket:[")) inodes.insert(target.substr(8, target.size() - 9));
+    }
+    return inodes;
+}
+
+// The indexes of the interfaces on which such a socket receives.
+std::set<unsigned> interfacesWithSocket(pid_t pid) {
+    const auto sockets = socketsOf(pid);
+    std::set<unsigned> indexes;
+    std::ifstream file("/proc/net/packet");
+    for (std::string line; std::getline(file, line);) {
+        std::istringstream fields(line);
+        std::string address, users, type, protocol, running, memory, user, inode;
+        unsigned index = 0;
+        fields >> address >> users >> type >> protocol >> index >> running >> memory >> user >>
+            inode;
+        if (sockets && !sockets->contains(inode)) continue;
+        // On the ports of a bridge the daemon receives all protocols and filters.
+        if (protocol == "893a" || protocol == "0003") indexes.insert(index);
+    }
+    return indexes;
 }
 
 }  // namespace
@@ -95,22 +128,16 @@ std::optional<int64_t> uptimeOf(pid_t pid) {
     return static_cast<int64_t>(std::max(0.0, sinceBoot - started));
 }
 
-std::set<unsigned> interfacesWithSocket() {
-    std::set<unsigned> indexes;
-    std::ifstream file("/proc/net/packet");
-    for (std::string line; std::getline(file, line);) {
-        std::istringstream fields(line);
-        std::string address, users, type, protocol;
-        unsigned index = 0;
-        fields >> address >> users >> type >> protocol >> index;
-        // On the ports of a bridge the daemon receives all protocols and filters.
-        if (protocol == "893a" || protocol == "0003") indexes.insert(index);
-    }
-    return indexes;
+std::string versionOf(pid_t pid) {
+    std::string text;
+    const std::string start = std::to_string(pid) + " ";
+    const bool isRead = readDaemonFile(ownFolder() + "/daemon.lock", text).empty();
+    if (!isRead || !text.starts_with(start)) return {};
+    return text.substr(start.size(), text.find('\n') - start.size());
 }
 
-size_t openPorts(const std::vector<std::string>& names) {
-    const auto open = interfacesWithSocket();
+size_t openPorts(const std::vector<std::string>& names, pid_t pid) {
+    const auto open = interfacesWithSocket(pid);
     return static_cast<size_t>(std::ranges::count_if(names, [&](const std::string& name) {
         const unsigned index = if_nametoindex(name.c_str());
         return index != 0 && open.contains(index);

@@ -5,7 +5,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -13,10 +12,11 @@
 std::vector<pid_t> daemonProcesses();
 // Seconds since the process was started.
 std::optional<int64_t> uptimeOf(pid_t pid);
+// The version of the daemon in this process; empty if this user may not read its lock file.
+std::string versionOf(pid_t pid);
 // A line of /proc/PID/status, such as CapEff; empty if it is unknown.
 std::string processStatus(pid_t pid, const std::string& key);
 
-// The indexes of the interfaces on which a socket receives IEEE 1905.1 messages.
-std::set<unsigned> interfacesWithSocket();
-// How many of these interfaces have one.
-size_t openPorts(const std::vector<std::string>& names);
+// On how many of these interfaces a socket of the process receives IEEE 1905.1 messages; a socket
+// of any process, if this user may not see those of that one.
+size_t openPorts(const std::vector<std::string>& names, pid_t pid);

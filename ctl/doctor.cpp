@@ -43,8 +43,19 @@ constexpr std::time_t kYear2020 = 1'577'836'800;
 constexpr uint64_t kLeastMemory = 8192;  // kB
 
 Findings checkDaemon(Patient& patient) {
-    if (patient.trouble.status == kDone) return {};
-    return {{State::kBroken, patient.trouble.text, patient.trouble.advice}};
+    if (patient.trouble.status != kDone) {
+        return {{State::kBroken, patient.trouble.text, patient.trouble.advice}};
+    }
+    if (patient.daemons.empty()) return {};
+    const pid_t pid = patient.daemons[0];
+    const std::string version = versionOf(pid);
+    std::string text = (version.empty() ? "" : version + ", ") + "process " + std::to_string(pid);
+    if (const auto uptime = uptimeOf(pid)) {
+        text += ", running for " + textOf(Json(*uptime), Unit::kSeconds);
+    }
+    if (version.empty() || version == VM1905_VERSION) return {{State::kFine, text, ""}};
+    return {{State::kWarning, text + "; this vm1905ctl is " VM1905_VERSION,
+             "restart the daemon; it may be from before an upgrade"}};
 }
 
 Findings checkSecondDaemon(Patient& patient) {
@@ -124,8 +135,9 @@ Findings checkBridges(Patient& patient) {
 
 Findings checkSockets(Patient& patient) {
     Findings found;
+    const pid_t pid = patient.daemons.empty() ? 0 : patient.daemons[0];
     for (const auto& [name, flags] : patient.flags) {
-        if ((flags & IFF_UP) == 0 || openPorts({name}) != 0) continue;
+        if ((flags & IFF_UP) == 0 || openPorts({name}, pid) != 0) continue;
         found.push_back(
             {State::kWarning, "no socket receives messages on " + name, "vm1905ctl reopen-ports"});
     }
@@ -135,13 +147,7 @@ Findings checkSockets(Patient& patient) {
 Findings checkModel(Patient& patient) {
     const std::string remedy = "the log of the daemon says why; see DATA_MODEL_FOLDER";
     if (!patient.model.trouble.empty()) return {{State::kWarning, patient.model.trouble, remedy}};
-    struct stat info {};
-    (void)stat(patient.modelPath.c_str(), &info);
-    const auto uptime = patient.daemons.empty() ? std::nullopt : uptimeOf(patient.daemons[0]);
-    // A time before 2020 says only that the clock was wrong.
-    const bool isOlder =
-        uptime && info.st_mtime >= kYear2020 && info.st_mtime < std::time(nullptr) - *uptime - 2;
-    if (isOlder || patient.model.own.alMac != Mac(patient.al.al_mac)) {
+    if (patient.model.own.alMac != Mac(patient.al.al_mac)) {
         return {{State::kWarning, patient.modelPath + " is that of an earlier daemon", remedy}};
     }
     const auto isCurrent = [&] {
@@ -178,8 +184,14 @@ Findings checkControlFiles(Patient& /*patient*/) {
 }
 
 Findings checkConfiguration(Patient& /*patient*/) {
-    const auto troubles = checkConfig({});
-    if (troubles.empty()) return {};
+    auto troubles = checkConfig({});
+    Findings unread;
+    for (const ConfigTrouble& trouble : troubles) {
+        if (!trouble.isForbidden) continue;
+        unread.push_back({State::kFine, trouble.file + " is not readable for this user", ""});
+    }
+    std::erase_if(troubles, [](const ConfigTrouble& trouble) { return trouble.isForbidden; });
+    if (troubles.empty()) return unread;
     const std::string more =
         troubles.size() > 1 ? " (and " + std::to_string(troubles.size() - 1) + " more)" : "";
     return {{State::kWarning, troubles[0].all() + more, "vm1905ctl check-config"}};

@@ -67,9 +67,21 @@ struct Cells {
     std::string heading;
     std::vector<std::string> values;
     size_t widest;
-    bool isSpare;
+    bool isSpare, isShort;
     std::vector<bool> isBad{};  // by row
 };
+
+// As much of the list at the end of a text as fits: "with a +2" for "with a, b, c".
+std::string shortened(const std::string& text, size_t room) {
+    std::string out = text;
+    size_t end = text.size();
+    for (size_t left = 1; width(out) > room; left++) {
+        end = text.rfind(", ", end - 1);
+        if (end == std::string::npos || end == 0) break;
+        out = text.substr(0, end) + " +" + std::to_string(left);
+    }
+    return out;
+}
 
 bool isFitting(const std::vector<Cells>& columns, size_t limit) {
     size_t total = 0;
@@ -93,7 +105,11 @@ void printTable(const Section& section, std::string& out, Widths* before = nullp
         const bool isKept = before != nullptr || (section.headings[i].traits & kWanted) != 0;
         if (!isKept && isEmpty(section, i)) continue;
         const Heading& heading = section.headings[i];
-        Cells cells{heading.heading, {}, width(heading.heading), (heading.traits & kSpare) != 0};
+        Cells cells{heading.heading,
+                    {},
+                    width(heading.heading),
+                    (heading.traits & kSpare) != 0,
+                    (heading.traits & kShort) != 0};
         for (size_t row = 0; row < section.rows.size(); row++) {
             std::string value = textOf(section.rows[row][i], heading.unit);
             cells.isBad.push_back(isBad(section.rows[row][i], heading.unit));
@@ -101,7 +117,11 @@ void printTable(const Section& section, std::string& out, Widths* before = nullp
             // In a tree an empty cell is easier to read.
             if (value.empty() && section.branches.empty()) value = "-";
             cells.values.push_back(hasBranch ? section.branches[row] + value : value);
-            cells.widest = std::max(cells.widest, width(cells.values.back()));
+            // Of what can be shortened, as little is shown as there must be, until the room is
+            // known.
+            const std::string& shown = cells.values.back();
+            cells.widest =
+                std::max(cells.widest, width(cells.isShort ? shortened(shown, 0) : shown));
         }
         columns.push_back(std::move(cells));
     }
@@ -129,6 +149,16 @@ void printTable(const Section& section, std::string& out, Widths* before = nullp
                                         [](const Cells& cells) { return cells.isSpare; });
         if (spare == columns.rend()) break;
         columns.erase(std::next(spare).base());
+    }
+    for (Cells& cells : columns) {
+        if (!cells.isShort) continue;
+        size_t others = 0;
+        for (const Cells& other : columns) others += &other == &cells ? 0 : other.widest + 2;
+        const size_t room = std::max(cells.widest, limit - std::min(limit, others));
+        for (std::string& value : cells.values) {
+            value = shortened(value, room);
+            cells.widest = std::max(cells.widest, width(value));
+        }
     }
     if (!isContinued) {
         line([](const Cells& cells) -> const std::string& { return cells.heading; },

@@ -27,6 +27,7 @@ enum Traits : unsigned {
     kHidden = 1,    // not in the text format
     kRestless = 2,  // changes all the time, so watch does not show it as a change
     kWanted = 8,    // shown even if it is empty
+    kShort = 16,    // texts end in a list, of which only as much is shown as fits
     kSpare = 4,     // left out of a text that would be wider than the terminal, the last one first
 };
 

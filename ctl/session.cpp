@@ -61,8 +61,9 @@ std::string Session::ownName() const {
 Mesh Session::mesh() {
     vm1905_client* const channel = client();
     Mesh mesh = readMesh(channel, model(), ownName());
-    // Without LLDP the daemon takes every neighbor to be behind a bridge.
-    if (configured("READ_LLDP") != "1") {
+    // Without LLDP, which standard mode always reads, the daemon takes every neighbor to be behind
+    // a bridge.
+    if (configured("READ_LLDP") != "1" && model().own.text("StandardMode") != "true") {
         for (Device& device : mesh.devices) {
             for (Heard& heard : device.heard) heard.bridge.reset();
         }

@@ -21,8 +21,10 @@ Report showLinks(Session& session, const std::string& device);
 Report showWifi(Session& session, bool withSecrets);
 Report showStations(Session& session);
 Report showChanges(Session& session);
-// For Choice::follow. Names that it has read once stay known.
-std::function<Report(Session&)> changeFollower();
+// By how many seconds the wall clock is ahead of the time since boot.
+double wallClockLead();
+// For Choice::follow. Names that it has read once stay known, and so do changes if the clock steps.
+std::function<Report(Session&)> changeFollower(double (*lead)() = wallClockLead);
 Report showForwardingRules(Session& session);
 Report showSecurity(Session& session);
 // What is wrong with this device. The status is 0 fine, 1 warnings, 2 broken.

@@ -1,10 +1,10 @@
 // The view of the change log.
 #include <algorithm>
+#include <cmath>
 #include <ctime>
 #include <deque>
 #include <map>
 #include <memory>
-#include <set>
 #include <tuple>
 #include <utility>
 
@@ -114,6 +114,8 @@ Section changesOf(const std::vector<Change>& changes) {
 
 class Follower {
   public:
+    explicit Follower(double (*lead)()) : lead_(lead) {}
+
     Report news(Session& session) {
         takeNew(readLog(session));
         for (const ModelDevice& device : session.model().devices) {
@@ -137,18 +139,27 @@ class Follower {
   private:
     static constexpr std::time_t kNameWait = 5;  // seconds for a new device to report its name
 
-    using Key = std::tuple<uint32_t, uint8_t, Mac, Mac, uint8_t, Mac>;
-    static Key keyOf(const vm1905_log_entry& e) {
-        return {e.time, e.event, e.al_mac, e.intf_mac, e.neighbor_type, e.neighbor_mac};
+    struct Known {
+        vm1905_log_entry entry;
+        double sinceBoot;
+    };
+    // The daemon converts times to the wall clock as it is set when asked, and rounds.
+    static bool areOne(const Known& a, const Known& b) {
+        const auto kind = [](const vm1905_log_entry& e) {
+            return std::tuple<uint8_t, Mac, Mac, uint8_t, Mac>{e.event, e.al_mac, e.intf_mac,
+                                                               e.neighbor_type, e.neighbor_mac};
+        };
+        return kind(a.entry) == kind(b.entry) && std::abs(a.sinceBoot - b.sinceBoot) < 1.5;
     }
 
     // An entry has no number, and the same may be there twice.
     void takeNew(const std::vector<vm1905_log_entry>& log) {
-        std::multiset<Key> before = std::exchange(known_, {});
+        const double lead = lead_();
+        std::vector<Known> before = std::exchange(known_, {});
         for (const vm1905_log_entry& entry : log) {
-            const Key key = keyOf(entry);
-            known_.insert(key);
-            const auto found = before.find(key);
+            const Known& now = known_.emplace_back(Known{entry, entry.time - lead});
+            const auto found =
+                std::ranges::find_if(before, [&](const Known& old) { return areOne(old, now); });
             if (found == before.end()) {
                 waiting_.push_back(entry);
             } else {
@@ -164,7 +175,8 @@ class Follower {
         return age < 0 || age >= kNameWait;
     }
 
-    std::multiset<Key> known_;              // the log as it was last read
+    double (*lead_)();
+    std::vector<Known> known_;              // the log as it was last read
     std::deque<vm1905_log_entry> waiting_;  // new ones, the first of which still has no name
     std::map<Mac, std::string> names_;      // also of devices that are lost
 };
@@ -178,8 +190,17 @@ Report showChanges(Session& session) {
     return {{isText && !changes.empty() ? foldedChanges(changes) : changesOf(changes)}};
 }
 
-std::function<Report(Session&)> changeFollower() {
-    return [follower = std::make_shared<Follower>()](Session& session) {
+double wallClockLead() {
+    const auto seconds = [](clockid_t clock) {
+        timespec t{};
+        clock_gettime(clock, &t);
+        return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) / 1e9;
+    };
+    return seconds(CLOCK_REALTIME) - seconds(CLOCK_BOOTTIME);
+}
+
+std::function<Report(Session&)> changeFollower(double (*lead)()) {
+    return [follower = std::make_shared<Follower>(lead)](Session& session) {
         return follower->news(session);
     };
 }

@@ -19,6 +19,7 @@ struct Status {
     std::optional<bool> mayReboot, maySetPower;
     std::string otherRegistrar;
     pid_t pid;
+    std::string version;
     std::optional<int64_t> uptime;
     std::optional<size_t> ports;
 };
@@ -34,7 +35,8 @@ constexpr Column<Status> kStatus[] = {
      [](const Status& s) {
          return Json(s.al.no_port != 0 ? "running, but no port is open" : "running");
      }},
-    {"version", "Version",
+    {"version", "Version", [](const Status& s) { return known(s.version); }},
+    {"release", "Release",
      [](const Status& s) { return s.model ? known(s.model->text("ReleaseVersion")) : Json(); }},
     {"pid", "Process", [](const Status& s) { return s.pid > 0 ? Json(s.pid) : Json(); }},
     {"uptime", "Running for", [](const Status& s) { return known(s.uptime); }, Unit::kSeconds,
@@ -233,12 +235,13 @@ Report showStatus(Session& session) {
     status.otherRegistrar = session.otherRegistrar();
     if (const auto daemons = daemonProcesses(); !daemons.empty()) {
         status.pid = daemons[0];
+        status.version = versionOf(status.pid);
         status.uptime = uptimeOf(status.pid);
     }
     if (status.model != nullptr) {
         std::vector<std::string> names;
         for (const ModelInterface& intf : status.model->interfaces) names.push_back(intf.name);
-        status.ports = openPorts(names);
+        status.ports = openPorts(names, status.pid);
     }
     const auto read = [&](uint8_t item, std::optional<bool>& value) {
         check(readOption(session.client(), nullptr, item, value), "an option");

@@ -1,6 +1,6 @@
 // The view of the mesh as a tree.
 #include <algorithm>
-#include <cstring>
+#include <string_view>
 
 #include "failure.h"
 #include "tree.h"
@@ -66,7 +66,11 @@ Json note(const Row& row) {
     if (row.place.device->isStranger) add("not heard by this device");
     if (row.parent == nullptr && row.place.depth > 0) add("position unknown");
     if (row.parent != nullptr && !row.place.isCertain) add("somewhere behind its parent");
-    for (const Device* device : row.place.alsoLinked) add("also linked to " + device->called());
+    std::string others;
+    for (const Device* device : row.place.alsoLinked) {
+        others += (others.empty() ? "" : ", ") + device->called();
+    }
+    if (!others.empty()) add("also linked to " + others);
     return known(out);
 }
 
@@ -138,22 +142,29 @@ constexpr Column<Row> kRows[] = {
          return out;
      },
      Unit::kNone, kHidden},
-    {"note", "", note},
+    {"note", "", note, Unit::kNone, kShort},
 };
 
-std::string quoted(std::string text, const char* quote) {
-    for (size_t at = 0; (at = text.find('"', at)) != std::string::npos; at += std::strlen(quote)) {
-        text.replace(at, 1, quote);
+std::string quoted(const std::string& text, bool isDot) {
+    std::string out;
+    for (const char c : text) {
+        const auto entity = std::string_view("\"<>&#").find(c);
+        if (isDot) {
+            out += c == '"' ? "\\\"" : std::string(1, c);
+        } else if (entity != std::string_view::npos) {
+            constexpr const char* kEntities[] = {"#quot;", "#lt;", "#gt;", "#amp;", "#35;"};
+            out += kEntities[entity];
+        } else {
+            out += c;
+        }
     }
-    return "\"" + text + "\"";
+    return "\"" + out + "\"";
 }
 
 // The rows as a graph in the language of a program that draws it.
 std::string drawn(const std::vector<Row>& rows, Drawing drawing) {
     const bool isDot = drawing == Drawing::kDot;
-    const auto text = [&](const Json& value) {
-        return quoted(textOf(value, Unit::kNone), isDot ? "\\\"" : "#quot;");
-    };
+    const auto text = [&](const Json& value) { return quoted(textOf(value, Unit::kNone), isDot); };
     const auto node = [](size_t number) { return "n" + std::to_string(number); };
     const auto numberOf = [&](const Device* device) {
         const auto row = std::ranges::find_if(rows, [&](const Row& other) {

@@ -85,6 +85,14 @@ void makeOwnFolder(const Owner& owner) {
     }
 }
 
+// Says in the lock file which version runs in this process, for vm1905ctl. No other user may read
+// the file, because who can open it can also lock it.
+void writeVersion() {
+    const int file = module().lock.get();
+    const std::string line = std::to_string(getpid()) + " " VM1905_VERSION "\n";
+    if (ftruncate(file, 0) == 0) (void)!pwrite(file, line.data(), line.size(), 0);
+}
+
 // Takes the lock. 0, or the other daemon that has it or took it at the same moment. After the lock
 // is taken, nothing in this process may open the file, because closing it would release the lock.
 pid_t takeLock(const Owner& owner) {
@@ -95,7 +103,10 @@ pid_t takeLock(const Owner& owner) {
         if (!module().lock) return 0;
         (void)!fchown(module().lock.get(), owner.user, owner.group);
         struct flock lock = lockOfNamespace();
-        if (fcntl(module().lock.get(), F_SETLK, &lock) == 0) return 0;
+        if (fcntl(module().lock.get(), F_SETLK, &lock) == 0) {
+            writeVersion();
+            return 0;
+        }
         if (errno != EAGAIN && errno != EACCES) return 0;
     }
 }

@@ -101,12 +101,16 @@ def findings(lab, status, *arguments):
 
 def test_the_doctor_finds_what_is_wrong(lab):
     status = show(lab, "status")
-    assert status["version"] and status["ports"] == 1 and status["uptime"] < 3600
+    assert ctl(lab, "--version").stdout == f"vm1905ctl {status['version']}\n"
+    assert status["release"] and status["ports"] == 1 and status["uptime"] < 3600
     assert lab.run("dev1", "cat", f"/proc/{status['pid']}/comm") == "vm1905\n"
     lab.until(lambda: ctl(lab, "doctor").returncode == 0, "it is well")
     wrong = {  # what is done to the device, undone, and found
         "echo FORWARD_1905 = maybe > /etc/vm1905/platform.conf":
             ("rm /etc/vm1905/platform.conf", 1, "configuration", "platform.conf:1: FORWARD_1905"),
+        f"echo {status['pid']} 0.0.1 > /var/run/vm1905/daemon.lock":
+            (f"echo {status['pid']} {status['version']} > /var/run/vm1905/daemon.lock", 1, "daemon",
+             f"0.0.1, process {status['pid']}, running for"),
         "touch /tmp/vm1905_debug":
             ("rm /tmp/vm1905_debug", 1, "control files", "/tmp/vm1905_debug is left over"),
         "ip link set eth0 down": ("ip link set eth0 up", 1, "links", "no interface"),
@@ -130,6 +134,12 @@ def test_the_doctor_finds_what_is_wrong(lab):
         lab.run("dev1", "tee", "/tmp/other.json", input=planted, encoding="utf-8")
         found = findings(lab, 1, "--data-model", "/tmp/other.json")
         assert list(found) == [check] and text in found[check][1]
+    lab.shell("dev1", "chmod 600 /etc/vm1905/vm1905.conf")
+    done = lab.attempt("exec", "dev1", "--", "setpriv", "--reuid=65534", "--clear-groups", "vm1905ctl",
+                       "--json", "doctor")
+    assert ["fine", "/etc/vm1905/vm1905.conf is not readable for this user", None] in [
+        list(row.values())[1:] for row in json.loads(done.stdout)["checks"]], done.stdout
+    lab.shell("dev1", "chmod 644 /etc/vm1905/vm1905.conf")
     done = ctl(lab, "check-config", "/etc/vm1905/vm1905.conf", "/etc/vm1905/wifi.none")
     assert (done.returncode, done.stdout) == (
         REFUSED, "/etc/vm1905/wifi.none: cannot be read: No such file or directory\n")

@@ -1,5 +1,10 @@
 // The parts of vm1905ctl that need no daemon: the tree, texts of other devices, arguments.
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <linux/if_packet.h>
+#include <net/if.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <cctype>
 #include <filesystem>
@@ -10,6 +15,7 @@
 #include "argument.h"
 #include "cli.h"
 #include "config_check.h"
+#include "daemon_process.h"
 #include "data_model.h"
 #include "failure.h"
 #include "mac.h"
@@ -175,6 +181,18 @@ TEST(Report, KeyValueLinesAreSafeInAShell) {
     EXPECT_EQ(out, "a.b.0=x\na.b.1='y z'\na.c=\nevil='$(reboot)'\\''; `id`\\x0ab=1'\nn=7\n");
 }
 
+TEST(Report, ShortensAListToTheWidth) {
+    constexpr Column<std::string> kColumns[] = {
+        {"list", "", [](const std::string& list) { return Json(list); }, Unit::kNone, kShort},
+        {"end", "", [](const std::string&) { return Json("end"); }}};
+    const std::string name(27, 'n'), two = "with " + name + ", " + name;
+    const std::vector<std::string> lists{two, two + ", " + name, two + ", a, b"};
+    std::string out;
+    Report{{listOf("", "", kColumns, lists, "")}}.print(Format::kText, out);
+    EXPECT_EQ(out.substr(out.find('w')),
+              two + "        end\n" + two + " +1     end\n" + two + ", a, b  end\n");
+}
+
 TEST(Mac, IsReadInAnyUsualSpelling) {
     for (const char* text : {"02:00:5E:10:00:01", "02-00-5e-10-00-01", "02.00.5e.10.00.01",
                              "0200.5e10.0001", "02005e100001"}) {
@@ -254,11 +272,14 @@ Failure failureOf(const std::string& line) {
 TEST(Usage, IsCheckedBeforeAnythingIsAsked) {
     const std::pair<std::string, const char*> kCases[] = {
         {"led 00:00:00:00:00:00 1", "00:00:00:00:00:00 is not a device"},
-        {"set allow-reboot 5", "5 is not a number from 0 to 1; or one of no, yes"},
+        {"set allow-reboot 5", "5 is not a number from 0 to 1; or one of no, yes, false, true"},
+        {"set change-log-max 256", "255 is the most that can be set"},
         {"set wps 0 1", "Registrar|Enrollee SEARCH RESPONSE"},
         {"set wps-band 2 1 1", "all, main24, main5, main6, guest24, guest5, 0, 1, 3, 32, 33"},
         {"status --timeout nan", "nan is not a number"},
         {"status --json --keyvalue", "excludes"},
+        {"topology --mermaid --filter own=no", "excludes"},
+        {"topology --sort name --dot", "excludes"},
         {"power dev2 sideways", "on, save, off"},
         {"wps foo", "no command wps foo; its commands: renew"},
         {"wps", "needs a command; its commands: renew"},
@@ -279,6 +300,18 @@ TEST(Usage, IsCheckedBeforeAnythingIsAsked) {
     EXPECT_EQ(numberArgument("0x10", 0, 255, ""), 16);
 }
 
+// Others may listen on the same interface.
+TEST(DaemonProcess, HasItsOwnSockets) {
+    const int port = socket(AF_PACKET, SOCK_RAW, htons(0x893A));
+    if (port < 0) GTEST_SKIP() << "needs root";
+    const sockaddr_ll lo{AF_PACKET, htons(0x893A), static_cast<int>(if_nametoindex("lo")), 0, 0, 0,
+                         {}};
+    ASSERT_EQ(bind(port, reinterpret_cast<const sockaddr*>(&lo), sizeof lo), 0);
+    EXPECT_EQ(openPorts({"lo"}, getpid()), 1U);
+    EXPECT_EQ(openPorts({"lo"}, getppid()), 0U);
+    close(port);
+}
+
 TEST(CheckConfig, NamesTheFileAndTheLine) {
     std::string folder = "/tmp/ctl_test.XXXXXX";
     ASSERT_NE(mkdtemp(folder.data()), nullptr);
@@ -287,7 +320,7 @@ TEST(CheckConfig, NamesTheFileAndTheLine) {
     std::ofstream(folder + "/wifi.conf") << "[home]\nBAND = 7\nSSID = x\nAUTHENTICATION = open\n";
     std::string all;
     for (const char* name :
-         {"/vm1905.conf", "/platform.conf.new", "/wifi.conf", "/vm1905.missing"}) {
+         {"/vm1905.conf", "/platform.conf.new", "/wifi.conf", "/vm1905.conf.missing"}) {
         for (const auto& trouble : checkConfig({folder + name})) {
             all += trouble.all().substr(folder.size()) + "\n";
         }
@@ -297,8 +330,10 @@ TEST(CheckConfig, NamesTheFileAndTheLine) {
               "/platform.conf.new:1: FORWARD_1905 must be yes or no, not \"maybe\"\n"
               "/platform.conf.new:2: AL_MAC must be a MAC address, not \"zz:zz\"\n"
               "/wifi.conf:2: BAND is a list of 2.4, 5, 6, guest-2.4 and guest-5\n"
-              "/vm1905.missing: cannot be read: No such file or directory\n");
-    EXPECT_THROW((void)checkConfig({folder + "/else.conf"}), Failure);
+              "/vm1905.conf.missing: cannot be read: No such file or directory\n");
+    for (const char* other : {"/else.conf", "/vm1905_Version"}) {
+        EXPECT_THROW((void)checkConfig({folder + other}), Failure) << other;
+    }
     std::filesystem::remove_all(folder);
 }
 

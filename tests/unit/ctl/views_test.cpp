@@ -13,6 +13,7 @@
 #include "failure.h"
 #include "support/played_daemon.h"
 #include "terminal.h"
+#include "views.h"
 
 namespace {
 
@@ -31,13 +32,14 @@ class Views : public testing::Test {
 
     // Writes the data model of a line: this device and those with these names, from 2 on. Each
     // hears the one before on lan0, which ends on eth1 or lan1 there, and the next one on lan1.
-    void publish(const Json& names) {
+    void publish(const Json& names, bool isStandard = false) {
         const auto intf = [](const char* name, int device, int port) {
             return Json{{"InterfaceName", name}, {"InterfaceId", mac(device, port).text()}};
         };
         Json al{{"IEEE1905Id", mac(1).text()},
                 {"Interface.1", intf("eth0", 1, 0xff)},
                 {"Interface.2", intf("eth1", 1, 1)},
+                {"StandardMode", isStandard},
                 {"NetworkTopology", Json::object()}};
         for (const auto& [device, name] : names.items()) {
             const int number = std::stoi(device);
@@ -132,6 +134,9 @@ TEST_F(Views, FollowPrintsEachChangeOnceWithTheNameItHad) {
     parse(*app, choice, {"changes"});
     choice.options.dataModel = path_;
     Session session(choice.options, "");
+    static double lead;
+    lead = 0;
+    choice.follow = changeFollower([] { return lead; });
     Widths widths;
     const auto news = [&](Format format = Format::kText) {
         std::string out;
@@ -145,6 +150,11 @@ TEST_F(Views, FollowPrintsEachChangeOnceWithTheNameItHad) {
     const std::string line = "1970-01-01 00:00:01 new attic device me eth0\n";
     EXPECT_EQ(bare(news()), "TIME EVENT NEIGHBOR KIND SEEN BY ON\n" + line + line);
     EXPECT_EQ(news(), "");
+    lead = 3600;  // the clock is set
+    for (auto& entry : playedDaemon.log) entry.time += 3601;
+    EXPECT_EQ(news(), "") << "the same entries";
+    lead = 0;
+    for (auto& entry : playedDaemon.log) entry.time -= 3601;
     playedDaemon.log[0] = {2, 1, mac(1), mac(1), 0, mac(2)};  // in place of the oldest
     publish(Json::object());
     EXPECT_EQ(bare(news()), "1970-01-01 00:00:02 lost attic device me -\n");
@@ -171,6 +181,8 @@ TEST_F(Views, ShowTheHealthOfTheMesh) {
     const Json links = Json::parse(shown("links attic --json"))["links"];
     EXPECT_EQ(links.size(), 2U) << "those of attic alone";
     EXPECT_TRUE(links[1]["bridge"].is_null()) << "not known without READ_LLDP";
+    publish({{"2", "attic"}}, true);
+    EXPECT_EQ(Json::parse(shown("links attic --json"))["links"][0]["bridge"], false);
 }
 
 TEST_F(Views, ShowTheRowsAndColumnsThatAreWanted) {
@@ -188,18 +200,18 @@ TEST_F(Views, ShowTheRowsAndColumnsThatAreWanted) {
 
 TEST_F(Views, DrawGraphs) {
     makeLine();
-    publish({{"2", "at\"tic"}, {"3", "cellar"}});
+    publish({{"2", "at\"tic"}, {"3", "<b>&#1"}});
     const std::string own = Session({}, "").ownName();
     EXPECT_EQ(shown("topology --dot"), "graph mesh {\n  n0 [label=\"" + own + R"("];
   n1 [label="at\"tic"];
-  n2 [label="cellar"];
+  n2 [label="<b>&#1"];
   n0 -- n1 [label="eth1 - lan0"];
   n1 -- n2 [label="lan1 - lan0"];
 }
 )");
     EXPECT_EQ(shown("topology --mermaid"), "graph TD\n  n0[\"" + own + R"("]
   n1["at#quot;tic"]
-  n2["cellar"]
+  n2["#lt;b#gt;#amp;#35;1"]
   n0 ---|"eth1 - lan0"| n1
   n1 ---|"lan1 - lan0"| n2
 )");
