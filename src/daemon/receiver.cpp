@@ -99,10 +99,12 @@ void noteResponder(Bytes area) {
 }
 
 int handleMessage(Port& port, const FrameHdr& hdr, Bytes area) {
-    // No device of this family divides vendor messages.
+    // No device of this family divides vendor messages or multicasts.
     const bool isDivided = !hdr.lastFragment || hdr.fragId > 0;
-    const bool isUnknown = hdr.msgType >= kMsgTypeNum || (hdr.msgType == kMsgVendSpec && isDivided);
-    if (isUnknown && getStandardOption()) return relayUnread(port, hdr, area);
+    const bool isUnread =
+        hdr.msgType >= kMsgTypeNum ||
+        (isDivided && (hdr.msgType == kMsgVendSpec || hdr.dstMac == k1905Multicast));
+    if (isUnread && getStandardOption()) return relayUnread(port, hdr, area);
     if (hdr.msgType == kMsgTopolResp) noteResponder(area);
     if (!hdr.lastFragment) return storeFragment(port, hdr, area);
     if (hdr.fragId > 0) return handleLastFragment(port, hdr, area);

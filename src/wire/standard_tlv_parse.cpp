@@ -84,8 +84,10 @@ size_t readLldpMacTlv(MacAddr& out, Bytes bytes, int type, uint8_t subtype, cons
         out = mac;
         return tlv.position();
     }
-    if (DEBUGLEVEL >= 2) {
-        logLine(2, parser, line, failure, tlv.type, tlv.length, found);
+    // Ordinary switches send other subtypes.
+    const int level = tlv.ok() && tlv.type == type && found != subtype ? 4 : 2;
+    if (DEBUGLEVEL >= level) {
+        logLine(level, parser, line, failure, tlv.type, tlv.length, found);
     }
     return 0;
 }

@@ -149,6 +149,8 @@ TEST_F(Receiver, StandardModeRelaysOnceWhatItDoesNotKnow) {
             relays(kMsgApAutoConfSrch, hex(kMessages[7].tlvs) + endOfMsg(), flags, k1905Multicast),
             flags == kBoth ? 1U : 0U);
     }
+    (void)initMessageTransmitter();
+    EXPECT_EQ(relays(kMsgApAutoConfSrch, hex(kAl), kRelay, k1905Multicast), 1U) << "divided";
     EXPECT_EQ(log.finish(), "");
 }
 
