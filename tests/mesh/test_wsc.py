@@ -5,13 +5,19 @@ import json
 import struct
 
 import pytest
-from frames import MULTICAST
+from frames import MULTICAST, WARNING, decode, messages
 from lab import Lab, Program, al_mac, port_mac, wait_until
 from neighbor import Neighbor, raw, tlv
 from wsc_peer import Enrollee, answer
 
 SEARCH, RESPONSE, WSC, RENEW = 7, 8, 9, 10
 BAND_5, ACKNOWLEDGED = b"\1", 31
+ATTRIBUTES = {
+    "0x04": {"wps.enrollee_nonce", "wps.public_key", "wps.uuid_e", "wps.mac_address",
+             "wps.authentication_type_flags", "wps.encryption_type_flags", "wps.rf_bands"},
+    "0x05": {"wps.enrollee_nonce", "wps.registrar_nonce", "wps.public_key", "wps.uuid_r",
+             "wps.encrypted_settings", "wps.authenticator"},
+}
 MAIN = """[home]
 BAND = 2.4 5
 SSID = home
@@ -29,9 +35,10 @@ KEY = "87654321"
 @pytest.fixture(scope="module")
 def lab():
     with Lab("line", "2", "--args", "dev1=-x 0 -z 1", "--args", "dev2=-x 1 -y 1") as made:
-        configure(made, MAIN + MESH)
-        made.complete()
-        yield made
+        with made.capture("dev1", "dev2") as made.cable:
+            configure(made, MAIN + MESH)
+            made.complete()
+            yield made
 
 
 def configure(lab, text):
@@ -79,6 +86,13 @@ def test_an_enrollee_gets_the_networks_and_their_changes(lab):
     networks = wifi(lab, "dev2", "--secrets")["networks"]
     assert [(n["bands"], n["key"]) for n in networks] == [
         (["2.4"], "12345678"), (["5"], "12345678"), (["5"], "changed key")]
+
+    exchanged = messages(decode(lab.cable.data), WSC)
+    assert {frame.get("wps.message_type") for frame in exchanged} == {"0x04", "0x05"}
+    for frame in exchanged:
+        named = {field.get("name") for field in frame.packet.iter("field")}
+        assert ATTRIBUTES[frame.get("wps.message_type")] <= named
+        assert frame.severity < WARNING and not frame.malformed, frame
 
 
 def test_an_enrollee_of_another_make_understands_the_answers(lab):
