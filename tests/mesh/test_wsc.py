@@ -122,25 +122,30 @@ def wsc_of(frame):
     return frame.tlvs[12:12 + length]
 
 
-# In place of hostapd: prints the commands, and lets a station join at once if it has one.
+# In place of hostapd: prints the commands, and lets a station join at once if it has one, which is then
+# connected.
 HOSTAPD = r"""
 import os, socket, sys, threading
 threading.Thread(target=lambda: (sys.stdin.read(), os._exit(0))).start()
 os.makedirs("/var/run/hostapd", exist_ok=True)
 control = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
 control.bind("/var/run/hostapd/eth0")
+station = "".join(sys.argv[1:]).encode()
+shown = station + b"\nflags=[AUTH][ASSOC]\nsignal=-45\ntx_rate_info=8667\nrx_rate_info=540\n"
+answers = {b"STATUS": b"state=ENABLED\nfreq=5180\nchannel=36\n", b"STA-NEXT " + station: b"",
+           b"STA-FIRST": shown if station else b""}
 print("ready", flush=True)
 while True:
     command, peer = control.recvfrom(100)
     if not command.startswith(b"STA"):  # the daemon asks for its radios and stations, too
         print(command.decode(), flush=True)
-    control.sendto(b"OK\n", peer)
-    if command == b"WPS_PBC" and sys.argv[1:]:
-        control.sendto(b"<3>WPS-REG-SUCCESS " + sys.argv[1].encode() + b" uuid", peer)
+    control.sendto(answers.get(command, b"OK\n"), peer)
+    if command == b"WPS_PBC" and station:
+        control.sendto(b"<3>WPS-REG-SUCCESS " + station + b" uuid", peer)
 """
 
 
-def test_a_push_button_starts_wps_everywhere_and_tells_who_joined(lab):
+def test_a_push_button_starts_wps_everywhere_and_the_mesh_shows_who_joined(lab):
     station = "02:57:a0:00:00:33"
     with Program(lab, "dev1", "python3", "-c", HOSTAPD) as own, \
             Program(lab, "dev2", "python3", "-c", HOSTAPD, station) as other:
@@ -150,6 +155,14 @@ def test_a_push_button_starts_wps_everywhere_and_tells_who_joined(lab):
             assert (hostapd.hear(), hostapd.hear()) == ("ATTACH", "WPS_PBC")
         joined = f"{station} has joined at the interface {port_mac(2, 0)}"
         lab.until(lambda: joined in lab.log("dev1"), "dev1 knows who joined")
+
+        lab.shell("dev2", f"bridge fdb add {station} dev eth0 master static")  # as its frames would
+
+        def connected():
+            rows = json.loads(lab.run("dev1", "vm1905ctl", "--json", "stations"))["stations"]
+            return [(row["device"], row["signal"]) for row in rows if row["mac"] == station]
+
+        lab.until(lambda: connected() == [("dev2", 100)], "dev1 shows the station")
 
 
 # Stops the Registrar, so it is the last.
