@@ -143,33 +143,67 @@ Section networksOf(const Json& wifi, bool withSecrets) {
 // ---- Radios
 
 struct Radio {
-    const Device* device;
-    const Interface* intf;
+    std::string device;
+    Mac alMac;
+    Json port, mac, band, state, channel, ssid, media;
 };
-
-Json channelOf(const Radio& radio) {
-    const std::string band = bandOf(radio.intf->mediaType);
-    if (radio.device->model == nullptr || (band != "2.4" && band != "5")) return {};
-    return known(radio.device->model->text(band == "5" ? "WIFI5GChannel" : "WIFI24GChannel"));
-}
 
 constexpr Column<Radio> kRadios[] = {
-    {"device", "DEVICE", [](const Radio& r) { return known(r.device->called()); }},
-    {"al_mac", "", [](const Radio& r) { return Json(r.device->alMac.text()); }, Unit::kNone,
-     kHidden},
-    {"port", "PORT", [](const Radio& r) { return known(portName(*r.device, r.intf->mac)); }},
-    {"mac", "MAC", [](const Radio& r) { return Json(r.intf->mac.text()); }},
-    {"band", "BAND", [](const Radio& r) { return known(bandOf(r.intf->mediaType)); }},
-    {"channel", "CHANNEL", channelOf},
-    {"media", "MEDIUM", [](const Radio& r) { return known(r.intf->media); }},
+    {"device", "DEVICE", [](const Radio& r) { return known(r.device); }},
+    {"al_mac", "", [](const Radio& r) { return Json(r.alMac.text()); }, Unit::kNone, kHidden},
+    {"port", "PORT", [](const Radio& r) { return r.port; }},
+    {"mac", "MAC", [](const Radio& r) { return r.mac; }},
+    {"band", "BAND", [](const Radio& r) { return r.band; }},
+    {"state", "STATE", [](const Radio& r) { return r.state; }},
+    {"channel", "CHANNEL", [](const Radio& r) { return r.channel; }},
+    {"ssid", "SSID", [](const Radio& r) { return r.ssid; }},
+    {"media", "MEDIUM", [](const Radio& r) { return r.media; }},
 };
 
-std::vector<Radio> radiosOf(const Mesh& mesh) {
+// Only with one radio of the band is it clear whose channel a device reports. 6 GHz looks like 5
+// GHz.
+Json channelOf(const Device& device, const std::string& band) {
+    const auto isOther = [&band](const Interface& intf) {
+        return intf.isWifi() && bandOf(intf.mediaType) == band;
+    };
+    const bool isClear = std::ranges::count_if(device.interfaces, isOther) == 1;
+    if (device.model == nullptr || !isClear || (band != "2.4" && band != "5")) return {};
+    return known(device.model->text(band == "5" ? "WIFI5GChannel" : "WIFI24GChannel"));
+}
+
+// Those that are interfaces of the mesh, and those of this device that hostapd runs.
+std::vector<Radio> radiosOf(Session& session, const Json& wifi) {
     std::vector<Radio> radios;
+    const Mesh mesh = session.mesh();
     for (const Device& device : mesh.devices) {
         for (const Interface& intf : device.interfaces) {
-            if (intf.isWifi()) radios.push_back({&device, &intf});
+            if (!intf.isWifi()) continue;
+            const std::string band = bandOf(intf.mediaType);
+            radios.push_back({device.called(),
+                              device.alMac,
+                              known(portName(device, intf.mac)),
+                              intf.mac.text(),
+                              known(band),
+                              {},
+                              channelOf(device, band),
+                              {},
+                              known(intf.media)});
         }
+    }
+    const Mac own = session.ownRecord().al_mac;
+    for (const Json& each : at(wifi, "radios")) {
+        auto row = std::ranges::find_if(radios, [&](const Radio& radio) {
+            return radio.alMac == own && radio.port == at(each, "interface");
+        });
+        if (row == radios.end()) {
+            radios.push_back(
+                {session.ownName(), own, at(each, "interface"), {}, {}, {}, {}, {}, {}});
+            row = radios.end() - 1;
+        }
+        row->band = at(each, "band");
+        row->state = at(each, "on") == true ? "on" : "off";
+        row->channel = at(each, "channel") == 0 ? Json() : at(each, "channel");
+        row->ssid = known(textAt(each, "ssid"));
     }
     return radios;
 }
@@ -278,10 +312,9 @@ int64_t numberAt(const Json& object, const char* member) {
 }  // namespace
 
 Report showWifi(Session& session, bool withSecrets) {
-    const Mesh mesh = session.mesh();
     const Json wifi = readWifi();
     return {{networksOf(wifi, withSecrets),
-             listOf("radios", "Radios", kRadios, radiosOf(mesh), "none"),
+             listOf("radios", "Radios", kRadios, radiosOf(session, wifi), "none"),
              listOf("devices", "Devices", kSettings, settingsOf(session, wifi),
                     "no device has asked for its networks")}};
 }

@@ -31,6 +31,11 @@ std::string stationsOfHostapd(const Arguments& /*except*/) {
     return {};
 }
 
+const std::vector<ShownBss>& bssOfHostapd() {
+    static const std::vector<ShownBss> none;
+    return none;
+}
+
 void dropHostapdStations() {}
 
 int runHostapdStations(const Arguments& /*except*/) {

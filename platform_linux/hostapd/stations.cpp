@@ -1,6 +1,7 @@
 #include "hostapd/stations.h"
 
 #include <algorithm>
+#include <sstream>
 
 #include "base/result.h"
 #include "common/conf.h"
@@ -8,6 +9,7 @@
 #include "common/log.h"
 #include "common/text.h"
 #include "hostapd/bss.h"
+#include "hostapd/channel.h"
 #include "hostapd/radios.h"
 #include "netctrl/wireless.h"
 
@@ -17,8 +19,11 @@ constexpr const char* kProgram = "hostapd stations";
 constexpr size_t kMostOutput = size_t{64} * 1024;
 constexpr size_t kMostStations = 1024;
 
+constexpr char kBssMark = '#';
+
 struct {
     std::string answer;
+    std::vector<ShownBss> bss;
     std::string failure;  // of the last answer
 } known;
 
@@ -64,7 +69,12 @@ void addStations(const HostapdBss& bss, const HostapdLog& log, std::string& line
     HostapdControl control(bss.ifname, log);
     const auto status = control.isOpen() ? control.ask("STATUS") : std::nullopt;
     if (!status) return;
-    const uint32_t frequency = frequencyOf(bss, HostapdValues(*status));
+    const HostapdValues values(*status);
+    const uint32_t frequency = frequencyOf(bss, values);
+    const uint32_t channel = parseNumber(values.value("channel")).value_or(0);
+    lines += kBssMark + bss.ifname + " " + std::string(bandOfFrequency(frequency)) +
+             (values.value("state") == "DISABLED" ? " 0 " : " 1 ") + std::to_string(channel) + " " +
+             std::string(values.value("ssid[0]")) + "\n";
     auto answer = control.ask("STA-FIRST");
     for (size_t i = 0; answer && !answer->empty() && i < kMostStations; i++) {
         const std::string mac = answer->substr(0, answer->find('\n'));
@@ -78,12 +88,26 @@ void addStations(const HostapdBss& bss, const HostapdLog& log, std::string& line
     }
 }
 
+ShownBss bssIn(std::string_view line) {
+    ShownBss bss;
+    std::istringstream words{std::string(line)};
+    words >> bss.ifname >> bss.band >> bss.isOn >> bss.channel;
+    words.ignore();
+    std::getline(words, bss.ssid);
+    return bss;
+}
+
 // Lines that begin with '!' are failures. One that lasts is logged once.
 void takeOutput(int status, std::string_view output) {
     std::string failure = status != 0 ? "hostapd: the stations cannot be read" : "";
     known.answer.clear();
+    known.bss.clear();
     while (!output.empty()) {
         const std::string_view line = takeLine(output);
+        if (line.starts_with(kBssMark)) {
+            known.bss.push_back(bssIn(line.substr(1)));
+            continue;
+        }
         std::string& text = line.starts_with('!') ? failure : known.answer;
         text.append(line).append("\n");
     }
@@ -108,6 +132,10 @@ std::string stationsOfHostapd(const Arguments& except) {
                        [](int status, const std::string& output) { takeOutput(status, output); });
     }
     return known.answer;
+}
+
+const std::vector<ShownBss>& bssOfHostapd() {
+    return known.bss;
 }
 
 void dropHostapdStations() {

@@ -8,6 +8,13 @@
 // The last answer, in the format of the hook `stations`. Asks all BSSs but those of the given
 // interfaces, for the next call.
 std::string stationsOfHostapd(const Arguments& except);
+// The access points of which it asks, as they were then.
+struct ShownBss {
+    std::string ifname, band, ssid;
+    bool isOn = false;
+    uint32_t channel = 0;
+};
+const std::vector<ShownBss>& bssOfHostapd();
 void dropHostapdStations();
 
 // The work of the program "hostapd stations": prints these lines, or the line for the log if

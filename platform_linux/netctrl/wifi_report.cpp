@@ -13,6 +13,7 @@
 #include "common/files.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "hostapd/stations.h"
 #include "netctrl/wifi_file.h"
 
 namespace {
@@ -36,6 +37,7 @@ struct {
     std::vector<Entry> exchanges;            // the last one at the end
     std::map<uint8_t, WifiConf> received{};  // without keys
     std::vector<OwnStation> stations{};
+    std::vector<std::string> radios{};
     bool isChanged = false;
     bool haveStationsChanged = false;
     unsigned age = 0;  // seconds since the file was written
@@ -112,6 +114,13 @@ std::string stationObject(const OwnStation& each) {
            ", \"rx\": " + text(s.rx) + ", \"connection\": " + text(s.connType);
 }
 
+std::string radioObject(const ShownBss& each) {
+    return "\"interface\": " + quoted(each.ifname) + ", \"band\": " + quoted(each.band) +
+           ", \"on\": " + (each.isOn ? "true" : "false") +
+           ", \"channel\": " + std::to_string(each.channel) +
+           ", \"ssid\": " + quoted(plainText(each.ssid));
+}
+
 template <typename List, typename Object>
 std::vector<std::string> objectsOf(const List& list, Object object) {
     std::vector<std::string> made;
@@ -126,6 +135,7 @@ void writeReport() {
     std::string text =
         std::string("{\n\"role\": \"") + (isRegistrar ? "Registrar" : "Enrollee") + "\"";
     addList(text, "networks", networkObjects(isRegistrar));
+    addList(text, "radios", report.radios);
     addList(text, "exchanges", objectsOf(report.exchanges, exchangeObject));
     addList(text, "stations", objectsOf(report.stations, stationObject));
     text += "\n}\n";
@@ -173,6 +183,10 @@ void noteStations(std::vector<OwnStation> stations) {
 }
 
 void publishWifi() {
+    if (auto radios = objectsOf(bssOfHostapd(), radioObject); radios != report.radios) {
+        report.radios = std::move(radios);
+        report.isChanged = true;
+    }
     report.age++;
     if (!report.isChanged && (!report.haveStationsChanged || report.age < kStationSeconds)) return;
     report.isChanged = report.haveStationsChanged = false;

@@ -1,5 +1,5 @@
-// wifi.json in the daemon's own folder: the Wi-Fi networks of this device, how its exchanges with
-// other devices went, and its own stations. It has no keys.
+// wifi.json in the daemon's own folder: the Wi-Fi networks of this device, its radios that hostapd
+// runs, how its exchanges with other devices went, and its own stations. It has no keys.
 #pragma once
 
 #include <string>

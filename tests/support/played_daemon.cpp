@@ -56,7 +56,7 @@ int vm1905_get_identity(vm1905_client*, vm1905_identity* identity) {
 }
 int vm1905_get_dev_silence(vm1905_client*, uint8_t index, vm1905_dev_silence* silence) {
     const auto* entry = entryAt(playedDaemon.silence, index);
-    if (entry == nullptr) return VM1905_BAD_INDEX;
+    if (entry == nullptr || index >= known().devices.size()) return VM1905_BAD_INDEX;
     *silence = {known().devices[index].alMac, 1, *entry};
     return VM1905_OK;
 }
