@@ -7,7 +7,7 @@ namespace {
 
 struct MediaTypeLabel {
     uint32_t code;
-    const char* label;
+    std::string_view label;
 };
 
 constexpr std::array<MediaTypeLabel, 14> kLabels{{
@@ -34,7 +34,7 @@ static_assert(std::is_sorted(kLabels.begin(), kLabels.end(), byCode));
 
 }  // namespace
 
-const char* mediaTypeLabel(uint32_t mediaType) {
+std::string_view mediaTypeLabel(uint32_t mediaType) {
     const auto it =
         std::lower_bound(kLabels.begin(), kLabels.end(), MediaTypeLabel{mediaType, ""}, byCode);
     return it != kLabels.end() && it->code == mediaType ? it->label : "Unknown";

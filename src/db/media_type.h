@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 // The label of a media-type code, "Unknown" for an unknown code.
-const char* mediaTypeLabel(uint32_t mediaType);
+std::string_view mediaTypeLabel(uint32_t mediaType);

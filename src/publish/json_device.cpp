@@ -169,11 +169,16 @@ Hearings::Hearings(const AlTable& al, const TopolTable& topol) {
     }
 }
 
+size_t Hearings::numberOf(const MacAddr& alMac) const {
+    const auto number = numbers_.find(alMac);
+    return number != numbers_.end() ? number->second : kUnknown;
+}
+
 void Hearings::add(const MacAddr& heard, const Hearing& hearing) {
-    const auto number = numbers_.find(heard);
-    if (number == numbers_.end()) return;
+    const size_t number = numberOf(heard);
+    if (number == kUnknown) return;
     // A list may name a device many times.
-    auto& all = of_[number->second];
+    auto& all = of_[number];
     const auto isSame = [&](const Hearing& other) {
         return other.heardIntf == hearing.heardIntf && other.intf.mac == hearing.intf.mac;
     };
@@ -182,16 +187,13 @@ void Hearings::add(const MacAddr& heard, const Hearing& hearing) {
     all.push_back(hearing);
 }
 
-LinkEnd Hearings::intfOf(const MacAddr& by, const MacAddr& heard, const LinkEnd& on,
-                         size_t nth) const {
-    const auto byNumber = numbers_.find(by), heardNumber = numbers_.find(heard);
-    if (byNumber == numbers_.end() || heardNumber == numbers_.end()) return {};
+LinkEnd Hearings::intfOf(size_t by, size_t heard, const LinkEnd& on, size_t nth) const {
     LinkEnd best;
     int bestFit = -1;
     size_t equals = 0;
-    const auto& hearings = of_[heardNumber->second];
-    auto it = std::ranges::lower_bound(hearings, byNumber->second, {}, &Hearing::by);
-    for (; it != hearings.end() && it->by == byNumber->second; ++it) {
+    const auto& hearings = of_[heard];
+    auto it = std::ranges::lower_bound(hearings, by, {}, &Hearing::by);
+    for (; it != hearings.end() && it->by == by; ++it) {
         const int fit =
             (it->heardIntf == on.mac ? 2 : 0) + (it->intf.mediaType == on.mediaType ? 1 : 0);
         if (fit < bestFit) continue;
@@ -233,11 +235,24 @@ int checkIeee1905NbrIsWIFI(JsonWriter& out, FreeClients& clients, const Ieee1905
 std::vector<LinkEnd> Hearings::farEndsOf(const Ieee1905DevTable& dev) const {
     std::vector<LinkEnd> ends;
     ends.reserve(dev.ieee1905NbrNum());
+    struct Links {
+        size_t list = 0;  // number of the last list that names the device
+        size_t count = 0;
+    };
+    std::vector<Links> links(of_.size());  // so far, by device
+    const size_t number = numberOf(dev.alMac);
+    size_t listNumber = 0;
     for (const auto& list : dev.ieee1905Lists) {
         const LinkEnd local = findLocalIntf(dev, list.localIntfMac).end;
-        std::unordered_map<MacAddr, size_t> links;  // so far, by device
+        listNumber++;
         for (const auto& nbr : list.nbrs) {
-            ends.push_back(intfOf(nbr.alMac, dev.alMac, local, links[nbr.alMac]++));
+            const size_t by = numberOf(nbr.alMac);
+            if (by == kUnknown) {
+                ends.emplace_back();
+                continue;
+            }
+            if (links[by].list != listNumber) links[by] = {listNumber, 0};
+            ends.push_back(intfOf(by, number, local, links[by].count++));
         }
     }
     return ends;

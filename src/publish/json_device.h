@@ -25,12 +25,6 @@ struct LinkEnd {
 class Hearings {
   public:
     Hearings(const AlTable& al, const TopolTable& topol);
-    // The interface on which one device (by) hears another (heard). If there are several, then the
-    // one on which it hears this interface of the other (on), which only this device knows of its
-    // own, else one with the same media type. Of several that fit equally, as those of two cables
-    // do, the nth (from 0), so that each link gets its own. A zero MAC and no media type if the
-    // device is unknown or does not hear the other.
-    LinkEnd intfOf(const MacAddr& by, const MacAddr& heard, const LinkEnd& on, size_t nth) const;
     // The far ends of the device's links, one for each of its 1905 neighbors in their order.
     std::vector<LinkEnd> farEndsOf(const Ieee1905DevTable& dev) const;
 
@@ -41,7 +35,16 @@ class Hearings {
         LinkEnd intf;
     };
     static constexpr size_t kMostIntfs = 255;
+    static constexpr size_t kUnknown = SIZE_MAX;
+    // The number of the device, kUnknown if it is not in the database.
+    size_t numberOf(const MacAddr& alMac) const;
     void add(const MacAddr& heard, const Hearing& hearing);
+    // The interface on which one device (by) hears another (heard). If there are several, then the
+    // one on which it hears this interface of the other (on), which only this device knows of its
+    // own, else one with the same media type. Of several that fit equally, as those of two cables
+    // do, the nth (from 0), so that each link gets its own. A zero MAC and no media type if the
+    // device does not hear the other.
+    LinkEnd intfOf(size_t by, size_t heard, const LinkEnd& on, size_t nth) const;
 
     std::unordered_map<MacAddr, size_t> numbers_;  // of all devices, this one first
     // By the number of the device that is heard, in the order of those that hear it; each of them

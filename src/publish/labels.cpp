@@ -11,16 +11,16 @@ namespace {
 
 // The label at this index, other if there is none.
 template <size_t N>
-const char* labelOf(const std::array<const char*, N>& labels, uint32_t number,
-                    const char* other = "Unknown") {
-    return number < N && labels[number] != nullptr ? labels[number] : other;
+std::string_view labelOf(const std::array<std::string_view, N>& labels, uint32_t number,
+                         std::string_view other = "Unknown") {
+    return number < N && !labels[number].empty() ? labels[number] : other;
 }
 
 bool isAnyOf(std::string_view text, const std::array<std::string_view, 3>& list) {
     return std::find(list.begin(), list.end(), text) != list.end();
 }
 
-const char* highBandLabel(uint32_t mediaType) {
+std::string_view highBandLabel(uint32_t mediaType) {
     switch (mediaType) {
         case 0x0102:
             return "IEEE 802.11a(IEEE 802.11a (5GHz_H))";
@@ -34,21 +34,22 @@ const char* highBandLabel(uint32_t mediaType) {
 }
 
 bool isHighBand(std::string_view connType) {
-    return isAnyOf(connType, {"Main_5GH", "Guest_5GH", "Mesh_5G"});
+    static constexpr std::array<std::string_view, 3> kConnTypes{"Main_5GH", "Guest_5GH", "Mesh_5G"};
+    return isAnyOf(connType, kConnTypes);
 }
 
 }  // namespace
 
-const char* alStatusLabel(uint32_t status) {
+std::string_view alStatusLabel(uint32_t status) {
     // Meant: "UP", not "Up".
-    static constexpr std::array<const char*, 7> kLabels{
-        "UP", "Down", nullptr, "Dormant", "NotPresent", "LowerLayerDown", "Error"};
+    static constexpr std::array<std::string_view, 7> kLabels{
+        "UP", "Down", "", "Dormant", "NotPresent", "LowerLayerDown", "Error"};
     return labelOf(kLabels, status);
 }
 
-const char* firmwareStateLabel(uint32_t state) {
-    static constexpr std::array<const char*, 6> kLabels{"Failed",  "Idle",       "Busy",
-                                                        "Upgrade", "Upgrade_EX", "Reboot"};
+std::string_view firmwareStateLabel(uint32_t state) {
+    static constexpr std::array<std::string_view, 6> kLabels{"Failed",  "Idle",       "Busy",
+                                                             "Upgrade", "Upgrade_EX", "Reboot"};
     return labelOf(kLabels, state);
 }
 
@@ -56,51 +57,52 @@ const char* roleLabel(uint8_t role) {
     return role == PLATFORM_REGISTRAR ? "Registrar" : "Enrollee";
 }
 
-const char* configureLabel(uint32_t configure) {
-    static constexpr std::array<const char*, 3> kLabels{nullptr, "Configure", "Not_configure"};
+std::string_view configureLabel(uint32_t configure) {
+    static constexpr std::array<std::string_view, 3> kLabels{"", "Configure", "Not_configure"};
     return labelOf(kLabels, configure);
 }
 
-const char* pwrStateLabel(uint32_t state) {
+std::string_view pwrStateLabel(uint32_t state) {
     // Meant: "Unspported".
-    static constexpr std::array<const char*, 4> kLabels{"On", "Power_Save", "Off", "Unspported"};
+    static constexpr std::array<std::string_view, 4> kLabels{"On", "Power_Save", "Off",
+                                                             "Unspported"};
     return labelOf(kLabels, state);
 }
 
-const char* topolStatusLabel(uint32_t status) {
-    static constexpr std::array<const char*, 3> kLabels{"Incomplete", "Available",
-                                                        "Error_Misconfigured"};
+std::string_view topolStatusLabel(uint32_t status) {
+    static constexpr std::array<std::string_view, 3> kLabels{"Incomplete", "Available",
+                                                             "Error_Misconfigured"};
     return labelOf(kLabels, status);
 }
 
-const char* setupMethodLabel(uint32_t mode) {
-    static constexpr std::array<const char*, 3> kLabels{"UCPK", "PBC", "NFCNK"};
+std::string_view setupMethodLabel(uint32_t mode) {
+    static constexpr std::array<std::string_view, 3> kLabels{"UCPK", "PBC", "NFCNK"};
     return labelOf(kLabels, mode);
 }
 
-const char* changeEventLabel(uint32_t event) {
-    static constexpr std::array<const char*, 2> kLabels{"NewNeighbor", "LostNeighbor"};
+std::string_view changeEventLabel(uint32_t event) {
+    static constexpr std::array<std::string_view, 2> kLabels{"NewNeighbor", "LostNeighbor"};
     return labelOf(kLabels, event, "");
 }
 
-const char* changeNbrTypeLabel(uint32_t type) {
-    static constexpr std::array<const char*, 2> kLabels{"IEEE1905", "Non-IEEE1905"};
+std::string_view changeNbrTypeLabel(uint32_t type) {
+    static constexpr std::array<std::string_view, 2> kLabels{"IEEE1905", "Non-IEEE1905"};
     return labelOf(kLabels, type);
 }
 
-const char* intfMediaLabel(uint32_t mediaType, std::string_view intfName) {
-    const bool high = isAnyOf(intfName, {"wlan1", "wlan1-va0", "wlan1-msh0"});
-    return high ? highBandLabel(mediaType) : mediaTypeLabel(mediaType);
+std::string_view intfMediaLabel(uint32_t mediaType, std::string_view intfName) {
+    static constexpr std::array<std::string_view, 3> kHigh{"wlan1", "wlan1-va0", "wlan1-msh0"};
+    return isAnyOf(intfName, kHigh) ? highBandLabel(mediaType) : mediaTypeLabel(mediaType);
 }
 
-const char* non1905NbrMediaLabel(uint32_t mediaType, std::string_view connType) {
+std::string_view non1905NbrMediaLabel(uint32_t mediaType, std::string_view connType) {
     if (!isHighBand(connType)) return mediaTypeLabel(mediaType);
     // Meant: no blank before the inner parenthesis, here alone.
     if (mediaType == 0x0104) return "IEEE 802.11n 5.0(IEEE 802.11n(5GHz_H))";
     return highBandLabel(mediaType);
 }
 
-const char* ieee1905NbrMediaLabel(uint32_t mediaType, std::string_view connType) {
+std::string_view ieee1905NbrMediaLabel(uint32_t mediaType, std::string_view connType) {
     if (!isHighBand(connType)) return mediaTypeLabel(mediaType);
     // Meant: "802.11a" outside and "802.11ac" inside, here alone.
     if (mediaType == 0x0105) return "IEEE 802.11a(IEEE 802.11ac (5GHz_H))";

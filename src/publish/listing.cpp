@@ -1,6 +1,7 @@
 #include "publish/listing.h"
 
 #include <cstdio>
+#include <string>
 
 #include "db/database.h"
 #include "db/media_type.h"
@@ -11,7 +12,7 @@ void showportinfo() {
     for (const auto& port : getIntfPorts()) {
         printf("  %-15s index %3d  %s  " MAC_FMT "  mtu %u  %s\n", plainText(port.name).c_str(),
                port.ifIndex, port.isDown ? "down" : "up  ", MAC_ARGS(port.mac), port.mtu,
-               mediaTypeLabel(port.mediaType));
+               std::string(mediaTypeLabel(port.mediaType)).c_str());
     }
     fflush(stdout);
 }

@@ -261,12 +261,12 @@ TEST_F(JsonDataModel, RendersTheDevicesThatChanged) {
 TEST(Labels, OthersArePlainOrUnknown) {
     for (const char* other : {"", "wlan1-va1", "Mesh_5GH"}) {
         for (const auto label : {intfMediaLabel, non1905NbrMediaLabel, ieee1905NbrMediaLabel})
-            EXPECT_STREQ(label(258, other), "IEEE 802.11a(IEEE 802.11a (5GHz))");
+            EXPECT_EQ(label(258, other), "IEEE 802.11a(IEEE 802.11a (5GHz))");
     }
-    EXPECT_STREQ(intfMediaLabel(2, "eth0"), "Unknown");
-    EXPECT_STREQ(pwrStateLabel(7), "Unknown");
-    EXPECT_STREQ(alStatusLabel(2), "Unknown");  // a gap
-    EXPECT_STREQ(changeEventLabel(2), "");
+    EXPECT_EQ(intfMediaLabel(2, "eth0"), "Unknown");
+    EXPECT_EQ(pwrStateLabel(7), "Unknown");
+    EXPECT_EQ(alStatusLabel(2), "Unknown");  // a gap
+    EXPECT_EQ(changeEventLabel(2), "");
 }
 
 }  // namespace
