@@ -200,17 +200,21 @@ Report steer(Session& session, const Numbered& order) {
 
 // ---- Firmware, commands, network
 
+// Those that the platform library obeys by itself.
+const Words kFirmwareOptions{{"fetch", 6}, {"reset", 0}};
+
 struct Firmware {
-    std::string device;
-    int option = 0, topologyOption = 0;
+    std::string device, option;
+    int topologyOption = 0;
     std::string url;
 };
 
 Report firmware(Session& session, const Firmware& order) {
     const std::string& url = textArgument(order.url, kMaxText, "URL");
+    const int option = wordOrNumber(order.option, kFirmwareOptions, 0, 255, "OPTION");
     return giveOrder(
         session, kServFWCtrl, session.otherDevice(order.device), [&](auto* client, auto* mac) {
-            return vm1905_fw_ctrl(client, mac, static_cast<uint8_t>(order.option),
+            return vm1905_fw_ctrl(client, mac, static_cast<uint8_t>(option),
                                   static_cast<uint8_t>(order.topologyOption), url.c_str());
         });
 }
@@ -535,7 +539,11 @@ void addDeviceCommands(CLI::App& app, Choice& choice) {
         const auto [command, order] =
             addCommand<Firmware>(app, choice, "firmware", "firmware order to a device", firmware);
         addDevice(*command, order->device);
-        addNumber(*command, order->option, "OPTION", "the product defines the numbers", 255);
+        const auto* const option =
+            command->add_option("OPTION", order->option, "fetch, reset or a number of the product")
+                ->required()
+                ->type_name("OPTION");
+        for (const auto& [word, number] : kFirmwareOptions) choice.words[option].push_back(word);
         takeNumber(command->add_option("--topology-option", order->topologyOption,
                                        "the product defines the numbers"),
                    0, 255)

@@ -260,5 +260,14 @@ DataModel readDataModel(const std::string& path) {
     DataModel model = trouble.empty() ? parseDataModel(text) : DataModel{};
     if (trouble.empty()) trouble = model.trouble;
     if (!trouble.empty()) model.trouble = path + " " + trouble;
+    // There is none until a device has left.
+    const std::string lost = path.substr(0, path.rfind('/') + 1) + "vm1905_lost.json";
+    if (!readDaemonFile(lost, text).empty()) return model;
+    const Json names = parseJson(text);
+    if (!names.is_object()) return model;
+    for (const auto& [mac, name] : names.items()) {
+        const auto alMac = parseMac(mac);
+        if (alMac && name.is_string()) model.lost[*alMac] = name;
+    }
     return model;
 }

@@ -2,6 +2,7 @@
 // Wi-Fi side of links.
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -42,7 +43,8 @@ struct ModelDevice {
 struct DataModel {
     ModelDevice own;
     std::vector<ModelDevice> devices;
-    std::string trouble;  // why it could not be read; empty if it was
+    std::map<Mac, std::string> lost;  // names of devices that have left, from vm1905_lost.json
+    std::string trouble;              // why it could not be read; empty if it was
 
     const ModelDevice* find(const Mac& alMac) const;
 };
@@ -54,7 +56,8 @@ std::string configured(std::string_view key,
 // The path to which the daemon with this configuration file writes it.
 std::string dataModelPath(const std::string& configuration = "/etc/vm1905/vm1905.conf");
 
-// Never throws: if the file cannot be read, the model is empty and trouble says why.
+// Reads the names of lost devices from the same folder, too. Never throws: if the file cannot be
+// read, the model is empty and trouble says why.
 DataModel readDataModel(const std::string& path);
 
 // The same for the text of a file.

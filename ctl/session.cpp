@@ -142,7 +142,9 @@ std::string Session::called(const Mac& alMac) {
     const ModelDevice* const device = model().find(alMac);
     const bool isOwn = device == &model().own;
     const std::string name = device == nullptr ? "" : isOwn ? ownName() : device->text("Hostname");
-    return name.empty() ? alMac.text() : name;
+    if (!name.empty()) return name;
+    const auto lost = model().lost.find(alMac);
+    return lost != model().lost.end() ? lost->second : alMac.text();
 }
 
 std::string Session::otherRegistrar() {

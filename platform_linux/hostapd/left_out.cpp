@@ -27,7 +27,7 @@ int runHostapd(const Arguments& /*args*/) {
     return kFailure;
 }
 
-std::string stationsOfHostapd(const Arguments& /*except*/) {
+std::vector<BssStations> stationsOfHostapd(const Arguments& /*except*/) {
     return {};
 }
 

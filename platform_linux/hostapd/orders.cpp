@@ -171,8 +171,9 @@ std::string orderedCountry() {
 }
 
 void watchHostapdOrders() {
+    if (wanted().empty() || isJobRunning(kProgram)) return;
     const auto stamp = hostapdStamp();  // none: only the program may look
-    if (wanted().empty() || isJobRunning(kProgram) || stamp == "") return;
+    if (stamp == "") return;
     const bool isRetry = orders.failed && ++orders.looks % kRetryPeriod == 0;
     if (!stamp || *stamp != orders.seen || isRetry) (void)start({""});
 }

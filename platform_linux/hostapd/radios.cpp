@@ -2,6 +2,7 @@
 
 #include <net/if.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
@@ -20,6 +21,8 @@ std::optional<std::vector<HostapdBss>> sockets() {
     std::vector<HostapdBss> found;
     std::error_code error;
     const std::string folder = hostapdFolder();
+    // Most devices have none, and it is looked at every few seconds.
+    if (access(folder.c_str(), F_OK) != 0 && errno == ENOENT) return found;
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
          entry.increment(error)) {
         struct stat info {};

@@ -3,10 +3,10 @@
 #include <sys/stat.h>
 
 #include "base/own_folder.h"
-#include "common/conf.h"
 #include "common/files.h"
 #include "common/secret.h"
 #include "common/text.h"
+#include "netctrl/autoconfig_networks.h"
 #include "wsc/wifi_conf.h"
 
 namespace {
@@ -26,11 +26,6 @@ std::optional<WifiConf> parseNetworks(std::string_view text) {
 }
 
 }  // namespace
-
-std::string settingsFile() {
-    const std::string_view given = conf().value("WIFI_SETTINGS_FILE");
-    return given.empty() ? "/etc/vm1905/wifi-received.conf" : std::string(given);
-}
 
 std::string writeSettings(const BandNetworks& bands) {
     WifiConf all;

@@ -13,14 +13,11 @@
 // configured.
 using BandNetworks = std::map<uint8_t, std::vector<WifiNetwork>>;
 
-// WIFI_SETTINGS_FILE of platform.conf, else /etc/vm1905/wifi-received.conf.
-std::string settingsFile();
-
 // The text of such a file: that of a wifi.conf after a line that names the bands.
 std::string writeSettings(const BandNetworks& bands);
 // None if it is no such text.
 std::optional<BandNetworks> parseSettings(std::string_view text);
 
-// The networks in the file, replaced by those in wifi-NUMBER.conf in the daemon's own folder, which
-// are newer. Writes the file if they differ. False if that fails or the file was wrong.
+// The networks in settingsFile(), replaced by those in wifi-NUMBER.conf in the daemon's own folder,
+// which are newer. Writes the file if they differ. False if that fails or the file was wrong.
 bool updateSettings(BandNetworks& bands);

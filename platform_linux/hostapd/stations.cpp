@@ -22,7 +22,7 @@ constexpr size_t kMostStations = 1024;
 constexpr char kBssMark = '#';
 
 struct {
-    std::string answer;
+    std::vector<BssStations> stations;
     std::vector<ShownBss> bss;
     std::string failure;  // of the last answer
 } known;
@@ -100,16 +100,18 @@ ShownBss bssIn(std::string_view line) {
 // Lines that begin with '!' are failures. One that lasts is logged once.
 void takeOutput(int status, std::string_view output) {
     std::string failure = status != 0 ? "hostapd: the stations cannot be read" : "";
-    known.answer.clear();
+    known.stations.clear();
     known.bss.clear();
     while (!output.empty()) {
         const std::string_view line = takeLine(output);
         if (line.starts_with(kBssMark)) {
             known.bss.push_back(bssIn(line.substr(1)));
-            continue;
+            known.stations.push_back({known.bss.back().ifname, {}});
+        } else if (line.starts_with('!')) {
+            failure.append(line).append("\n");
+        } else if (!known.stations.empty()) {
+            known.stations.back().lines.append(line).append("\n");
         }
-        std::string& text = line.starts_with('!') ? failure : known.answer;
-        text.append(line).append("\n");
     }
     if (failure != known.failure) {
         for (std::string_view rest = failure; !rest.empty();) {
@@ -122,16 +124,16 @@ void takeOutput(int status, std::string_view output) {
 
 }  // namespace
 
-std::string stationsOfHostapd(const Arguments& except) {
+std::vector<BssStations> stationsOfHostapd(const Arguments& except) {
     const auto isExcepted = [&except](const HostapdBss& bss) { return isLeftOut(bss, except); };
-    // Without a stamp, only the program may look.
-    if (hostapdStamp() && std::ranges::all_of(listBss(), isExcepted)) {
+    const auto stamp = hostapdStamp();  // none: only the program may look
+    if (stamp && (stamp->empty() || std::ranges::all_of(listBss(), isExcepted))) {
         known = {};
     } else if (!isJobRunning(kProgram)) {
         (void)startJob(kProgram, except, {.maxOutput = kMostOutput},
                        [](int status, const std::string& output) { takeOutput(status, output); });
     }
-    return known.answer;
+    return known.stations;
 }
 
 const std::vector<ShownBss>& bssOfHostapd() {

@@ -2,12 +2,17 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "common/programs.h"
 
-// The last answer, in the format of the hook `stations`. Asks all BSSs but those of the given
-// interfaces, for the next call.
-std::string stationsOfHostapd(const Arguments& except);
+struct BssStations {
+    std::string ifname;
+    std::string lines;  // in the format of the hook `stations`
+};
+
+// The last answer. Asks all BSSs but those of the given interfaces, for the next call.
+std::vector<BssStations> stationsOfHostapd(const Arguments& except);
 // The access points of which it asks, as they were then.
 struct ShownBss {
     std::string ifname, band, ssid;

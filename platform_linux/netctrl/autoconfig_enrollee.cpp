@@ -99,7 +99,6 @@ void finish(Exchange& exchange, const char* updateTime) {
     exchange.wait = kCopySeconds;
     exchange.networks.clear();
     exchange.session.key.reset();
-    noteReceived(received);
     const char* remark = received.networks.empty() ? "the band has no network" : "";
     searchOf(*received.band).isDone =
         applyNetworks(received, [registrar = exchange.registrar, band = received.band, remark,
@@ -112,21 +111,19 @@ void finish(Exchange& exchange, const char* updateTime) {
 }
 
 bool sendsSearches(const WifiBand& band) {
-    WpsConfig config{};
-    WpsBandConfig own{};
-    (void)getWPSConfig(&config);
-    return (getWPSConfByBand(band.number, &own) == kOk ? own.sendSearch : config.sendSearch) != 0;
+    WpsBandConfig config{};
+    return getWPSConfByBand(band.number, &config) == kOk && config.sendSearch != 0;
+}
+
+bool mustSearch(const WifiBand& band) {
+    return sendsSearches(band) && !searchOf(band).isDone;
 }
 
 void tickSearch(const WifiBand& band) {
     Search& search = searchOf(band);
-    if (!sendsSearches(band) || !asksItself()) {
-        search = {};
-        return;
-    }
     const bool isOpen = std::ranges::any_of(
         enrollee.exchanges, [&band](const Exchange& each) { return each.session.band == &band; });
-    if (search.isDone || isOpen) return;
+    if (isOpen) return;
     if (search.wait > 0) {
         search.wait--;
         return;
@@ -226,13 +223,21 @@ void reopenSearch(const WifiBand& band) {
 }
 
 void tickEnrollee() {
-    if (asksItself()) {
-        tickNetworks();
-    } else {
+    tickNetworks();
+    for (const WifiBand& band : kWifiBandTable) {
+        if (!sendsSearches(band)) searchOf(band) = {};
+    }
+    // Most of the time there is nothing to do, and no need to look for hooks.
+    if (enrollee.exchanges.empty() && std::ranges::none_of(kWifiBandTable, mustSearch)) return;
+    if (!asksItself()) {
         enrollee.exchanges.clear();
+        enrollee.searches = {};
+        return;
     }
     enrollee.exchanges.remove_if(tickExchange);
-    for (const WifiBand& band : kWifiBandTable) tickSearch(band);
+    for (const WifiBand& band : kWifiBandTable) {
+        if (mustSearch(band)) tickSearch(band);
+    }
 }
 
 void dropEnrollee() {

@@ -8,6 +8,7 @@
 #include "api.h"
 #include "base/own_folder.h"
 #include "base/result.h"
+#include "common/conf.h"
 #include "common/files.h"
 #include "common/hook.h"
 #include "common/log.h"
@@ -15,11 +16,13 @@
 #include "common/text.h"
 #include "hostapd/work.h"
 #include "netctrl/wifi_file.h"
+#include "netctrl/wifi_report.h"
 
 namespace {
 
 constexpr const char* kHook = "autoconf-networks";
 constexpr unsigned kHookGap = 30;  // seconds until a hook that failed is run again
+constexpr size_t kMostText = size_t{64} * 1024;
 constexpr unsigned kMaxHooks = 5;  // attempts for the same networks
 
 // A band whose networks the hook has yet to set.
@@ -36,6 +39,10 @@ struct {
 } received;
 
 void runNextHook();
+
+std::string networksFile(const WifiBand& band) {
+    return ownFolder() + "/wifi-" + std::to_string(band.number) + ".conf";
+}
 
 // When the networks of a band were last configured: the Registrar's text on an Enrollee, the time
 // of its own file on a Registrar. Empty if never.
@@ -93,6 +100,17 @@ bool isBeingSet(uint8_t number, const std::string& path, std::string_view text) 
     return isSame;
 }
 
+void recallFile(const std::string& path) {
+    std::string text = readFile(path, kMostText, Links::kRefuse);
+    const auto conf = parseWifiConf(text, [](int, const std::string&) {});
+    eraseSecret(text);
+    for (const WifiBand& band : kWifiBandTable) {
+        WifiConf networks = conf.value_or(WifiConf{});
+        std::erase_if(networks, [&band](const auto& each) { return !each.isOn(band.number); });
+        if (!networks.empty()) noteReceived(band, path, networks);
+    }
+}
+
 }  // namespace
 
 bool applyNetworks(const ReceivedNetworks& given, const NetworksTried& tried) {
@@ -102,8 +120,7 @@ bool applyNetworks(const ReceivedNetworks& given, const NetworksTried& tried) {
         conf.push_back({"network-" + std::to_string(conf.size() + 1), {band.number}, network});
     }
     std::string text = writeWifiConf(conf);
-    const std::string number = std::to_string(band.number);
-    const std::string path = ownFolder() + "/wifi-" + number + ".conf";
+    const std::string path = networksFile(band);
     const bool isRunning = isBeingSet(band.number, path, text);
     const bool isWritten = makeOwnFolder() && writeSecretFile(path, text);
     eraseSecret(text);
@@ -112,6 +129,7 @@ bool applyNetworks(const ReceivedNetworks& given, const NetworksTried& tried) {
         if (tried) tried(path + " cannot be written");
         return false;
     }
+    noteReceived(band, path, conf);
     LOG_LINE(3, "autoconf: this device has %zu networks on band %s", given.networks.size(),
              std::string(band.name).c_str());
     received.times[band.number] =
@@ -124,6 +142,17 @@ bool applyNetworks(const ReceivedNetworks& given, const NetworksTried& tried) {
         giveToHostapd(band.number, tried);
     }
     return true;
+}
+
+std::string settingsFile() {
+    const std::string_view given = conf().value("WIFI_SETTINGS_FILE");
+    return given.empty() ? "/etc/vm1905/wifi-received.conf" : std::string(given);
+}
+
+void recallNetworks() {
+    recallFile(settingsFile());
+    // These are newer.
+    for (const WifiBand& band : kWifiBandTable) recallFile(networksFile(band));
 }
 
 void tickNetworks() {

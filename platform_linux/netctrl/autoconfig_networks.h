@@ -23,6 +23,13 @@ using NetworksTried = std::function<void(const std::string& trouble)>;
 // once, and for the last time.
 bool applyNetworks(const ReceivedNetworks& received, const NetworksTried& tried = {});
 
+// WIFI_SETTINGS_FILE of platform.conf, else /etc/vm1905/wifi-received.conf: there the networks that
+// hostapd got survive a restart of the device. It is a wifi.conf, and belongs to root.
+std::string settingsFile();
+
+// Shows what this device received before it was restarted (wifi_report.h).
+void recallNetworks();
+
 // Call once a second: runs the hook for the bands that wait for it.
 void tickNetworks();
 

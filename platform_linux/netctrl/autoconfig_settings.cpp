@@ -32,15 +32,18 @@ struct Band {
     WpsBandConfig config;
 };
 
+using Bands = std::array<Band, 5>;
+
 // New values of the device mode that must be confirmed in time.
 struct Trial {
     WpsConfig before;
+    Bands bandsBefore;
     Clock::time_point until;
 };
 
 struct {
     WpsConfig config{};
-    std::array<Band, 5> bands{{{0, {}}, {1, {}}, {kBand6GHz, {}}, {32, {}}, {33, {}}}};
+    Bands bands{{{0, {}}, {1, {}}, {kBand6GHz, {}}, {32, {}}, {33, {}}}};
     uint8_t reload = 0;
     uint8_t autoconfig = 0;
     bool approveAll = false;
@@ -73,7 +76,15 @@ Band* bandOf(uint32_t code) {
 int setWPSConfig(int32_t deviceType, int32_t sendSearch, int32_t sendResponse) {
     if (deviceType != PLATFORM_REGISTRAR && deviceType != PLATFORM_ENROLLEE) return kFailure;
     wps.trial.reset();
-    change(wps.config, WpsConfig{low8(deviceType), low8(sendSearch), low8(sendResponse)});
+    const WpsConfig config{low8(deviceType), low8(sendSearch), low8(sendResponse)};
+    // A value that changes holds for every band, until the band gets its own again.
+    for (Band& each : wps.bands) {
+        WpsBandConfig own = each.config;
+        if (config.sendSearch != wps.config.sendSearch) own.sendSearch = config.sendSearch;
+        if (config.sendResponse != wps.config.sendResponse) own.sendResponse = config.sendResponse;
+        change(each.config, own);
+    }
+    change(wps.config, config);
     return kOk;
 }
 
@@ -87,9 +98,10 @@ int setWPSConfigChangetimeout(int32_t deviceType, int32_t sendSearch, int32_t se
                               int32_t timeout) {
     // A trial within a trial falls back to the values from before the first one.
     const WpsConfig before = wps.trial ? wps.trial->before : wps.config;
+    const Bands bandsBefore = wps.trial ? wps.trial->bandsBefore : wps.bands;
     const int result = timeout < 0 ? kFailure : setWPSConfig(deviceType, sendSearch, sendResponse);
     if (result == kOk && timeout > 0) {
-        wps.trial = Trial{before, Clock::now() + std::chrono::seconds(timeout)};
+        wps.trial = Trial{before, bandsBefore, Clock::now() + std::chrono::seconds(timeout)};
     }
     return result;
 }
@@ -102,6 +114,9 @@ int check_ChangeDeviceMode_timeout() {
     if (!wps.trial || Clock::now() < wps.trial->until) return kOk;
     LOG_LINE(2, "the new device mode was not confirmed in time; the former one is restored");
     change(wps.config, wps.trial->before);
+    for (size_t i = 0; i < wps.bands.size(); i++) {
+        change(wps.bands[i].config, wps.trial->bandsBefore[i].config);
+    }
     wps.trial.reset();
     return kOk;
 }

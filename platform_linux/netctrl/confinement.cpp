@@ -14,6 +14,7 @@
 #include "common/helper.h"
 #include "common/log.h"
 #include "crypto/crypto.h"
+#include "netctrl/autoconfig_networks.h"
 #include "netctrl/firmware_offer.h"
 #include "netctrl/firmware_trust.h"
 #include "netctrl/wifi_file.h"
@@ -57,6 +58,7 @@ void nameUnsafeHooks() {
 int prepareConfinement(uint32_t user, uint32_t group) {
     if (!reloadConf()) return kFailure;
     openWifiFile();
+    recallNetworks();
     if (user != 0) {
         const std::string log(conf().value("LOG_FILE"));
         if (!log.empty() && !log.starts_with("/tmp/")) {

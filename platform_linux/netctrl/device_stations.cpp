@@ -100,8 +100,10 @@ std::vector<OwnStation> stationsOfRadios() {
         if (intf.hasStations) names.push_back(intf.name);
     }
     std::vector<OwnStation> stations;
-    for (const WifiStation& station : parseStations(stationsOfHostapd(names))) {
-        stations.push_back({"", station});
+    for (const auto& [ifname, lines] : stationsOfHostapd(names)) {
+        for (const WifiStation& station : parseStations(lines)) {
+            if (stations.size() < kMaxStations) stations.push_back({ifname, station});
+        }
     }
     using Clock = std::chrono::steady_clock;
     const auto until = Clock::now() + kRadioLimit;

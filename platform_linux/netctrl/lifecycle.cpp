@@ -53,6 +53,7 @@ int initNetCtrl() {
     // A confined daemon may not be able to read it any more.
     if (!isConfined() && !reloadConf()) return kFailure;
     openWifiFile();
+    recallNetworks();
     startUpgrade();
     return openWatch() ? kOk : kFailure;
 }

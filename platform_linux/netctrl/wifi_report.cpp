@@ -33,9 +33,14 @@ struct Entry {
     time_t since;
 };
 
+struct Received {
+    std::string file;
+    WifiConf networks;  // without keys
+};
+
 struct {
     std::vector<Entry> exchanges;            // the last one at the end
-    std::map<uint8_t, WifiConf> received{};  // without keys
+    std::map<uint8_t, Received> received{};  // by number of the band
     std::vector<OwnStation> stations{};
     std::vector<std::string> radios{};
     bool isChanged = false;
@@ -90,9 +95,10 @@ std::vector<std::string> networkObjects(bool isRegistrar) {
         }
         return made;
     }
-    for (const auto& [number, networks] : report.received) {
-        const std::string file = ownFolder() + "/wifi-" + std::to_string(number) + ".conf";
-        for (const auto& each : networks) made.push_back(networkObject(each, file));
+    for (const auto& [number, received] : report.received) {
+        for (const auto& each : received.networks) {
+            made.push_back(networkObject(each, received.file));
+        }
     }
     return made;
 }
@@ -159,14 +165,11 @@ void noteExchange(const MacAddr& alMac, const WifiBand* band, WifiExchange state
     report.isChanged = true;
 }
 
-void noteReceived(const ReceivedNetworks& received) {
-    WifiConf& networks = report.received[received.band->number];
-    networks.clear();
-    for (const WifiNetwork& each : received.networks) {
-        // The names are those in the file of applyNetworks.
-        networks.push_back({"network-" + std::to_string(networks.size() + 1),
-                            {received.band->number},
-                            {each.ssid, each.auth, {}}});
+void noteReceived(const WifiBand& band, const std::string& file, const WifiConf& networks) {
+    Received& received = report.received[band.number] = {file, {}};
+    for (const ConfiguredNetwork& each : networks) {
+        received.networks.push_back(
+            {each.name, {band.number}, {each.network.ssid, each.network.auth, {}}});
     }
     report.isChanged = true;
 }

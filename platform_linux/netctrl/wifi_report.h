@@ -7,7 +7,7 @@
 
 #include "api.h"
 #include "base/mac_addr.h"
-#include "netctrl/autoconfig_networks.h"
+#include "wsc/wifi_conf.h"
 
 enum class WifiExchange {
     kAsking,        // an Enrollee waits for the M2
@@ -20,8 +20,8 @@ enum class WifiExchange {
 // How the last exchange with the device with this AL MAC went. band is nullptr if it is unknown.
 void noteExchange(const MacAddr& alMac, const WifiBand* band, WifiExchange state,
                   const std::string& reason = {});
-// The networks that an Enrollee has received for a band.
-void noteReceived(const ReceivedNetworks& received);
+// The networks that an Enrollee has received for a band, and the file that has them.
+void noteReceived(const WifiBand& band, const std::string& file, const WifiConf& networks);
 // The networks of a Registrar have changed.
 void noteWifiFileChange();
 // The stations of the access points of this device.

@@ -1,9 +1,11 @@
 #include "controller/mesh_news.h"
 
 #include <algorithm>
+#include <array>
 #include <deque>
 #include <set>
 #include <string>
+#include <string_view>
 
 #include "base/log.h"
 #include "base/result.h"
@@ -11,6 +13,8 @@
 #include "base/text.h"
 #include "db/database.h"
 #include "db/device_table.h"
+#include "publish/data_model_files.h"
+#include "publish/json_writer.h"
 #include "publish/labels.h"
 
 namespace {
@@ -22,6 +26,7 @@ constexpr Seconds kSettleTime = 10;  // after which a new device or place is new
 constexpr size_t kMostLinks =
     1024;  // with more of them moves are not logged: they take long to find
 constexpr uint8_t kNoRole = 255;
+constexpr size_t kMostLost = 64;
 
 MeshNews& news() {
     return stateOf<MeshNews>();
@@ -163,6 +168,24 @@ void notePlaces(Seconds time) {
     }
 }
 
+void renderLost(const WritePieces& write) {
+    JsonWriter out(0);
+    out.begin();
+    for (const auto& [alMac, name] : news().lost) out.text(macText(alMac), name);
+    out.end();
+    const std::string text = out.append("\n").take();
+    write(std::array{std::string_view(text)}, "");
+}
+
+void rememberName(const MacAddr& alMac, const std::string& name) {
+    if (name.empty()) return;
+    auto& lost = news().lost;
+    std::erase_if(lost, [&alMac](const auto& other) { return other.alMac == alMac; });
+    lost.push_back({alMac, name});
+    if (lost.size() > kMostLost) lost.pop_front();
+    writeDataModelFile("vm1905_lost.json", renderLost);
+}
+
 void logDepartures(Seconds time) {
     auto& devices = news().devices;
     for (auto it = devices.begin(); it != devices.end();) {
@@ -172,6 +195,7 @@ void logDepartures(Seconds time) {
             continue;
         }
         if (known.hasJoined) LOG(2, "%s has left\r\n", deviceText(alMac, known).c_str());
+        rememberName(alMac, known.name);
         it = devices.erase(it);
     }
 }

@@ -4,6 +4,7 @@
 
 #include <compare>
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <string>
 
@@ -26,10 +27,17 @@ struct MeshNews {
         Seconds since = 0, seen = 0;  // of the device: when it came, and the last pass that saw it
         bool hasJoined = false;       // was logged
     };
+    // A device that has left, and the name that it had.
+    struct Lost {
+        MacAddr alMac;
+        std::string name;
+    };
     std::map<MacAddr, Known> devices;
+    std::deque<Lost> lost;  // the last one at the end
     uint64_t revision = 0;  // of the tables (topologyRevision) from which the ports were derived
 };
 
 // Compares the mesh with what has been logged, and logs what is new. A device has some seconds to
-// describe itself, and a place some to last. kOk.
+// describe itself, and a place some to last. When a device has left, writes "vm1905_lost.json": who
+// reads the change log finds there the names of devices that the data model has no more. kOk.
 int logMeshNews();

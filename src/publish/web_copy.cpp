@@ -213,7 +213,7 @@ std::string webCopyOf(std::span<const std::string_view> pieces) {
 
 void writeWebCopy(std::string_view name, std::span<const std::string_view> pieces) {
     std::string path = getWebFolderOption();
-    if (path.empty()) return;
+    if (path.empty() || std::ranges::find(kNames, name) == kNames.end()) return;
     path.append("/").append(name);
     (void)noteFileTrouble(path, replacePublicFile(path, webCopyOf(pieces), kFileMode));
 }

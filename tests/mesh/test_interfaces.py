@@ -125,6 +125,8 @@ def test_a_lost_neighbor_is_forgotten_and_found_again(lab):
                   f"{device} knows {known or 'nobody'} only")
     for device, mac in (("dev1", al_mac(3)), ("dev2", al_mac(3)), ("dev3", al_mac(2))):
         assert f"neihbor device ({mac}) disconnected" in lab.log(device), device
+    lab.until(lambda: "  dev3  " in lab.run("dev1", "vm1905ctl", "changes", "--filter", "event=lost"),
+              "the lost device has its name")
     # The port of dev1 stayed up: only silence shows that dev3 is gone.
     assert "remove a neighbor interface (02:00:00:00:03:00)" in lab.log("dev1")
     lab("join", "dev2", "dev3")

@@ -58,6 +58,8 @@ def test_a_restarted_enrollee_has_them_without_the_registrar(lab):
     lab("start", "dev3")
     all_run(lab, CHANGED, 20, "the networks that dev3 has kept", ["dev3"])
     assert "another key" not in lab.log("dev3")
+    shown = lab.run("dev3", "vm1905ctl", "wifi", "--secrets")
+    assert all(text in shown for text in ("Changed", "Lab 5 GHz", "another key")), shown
     assert lab.shell("dev3", "ls /var/run/vm1905").count("wpa_ctrl") == 0
 
 

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
@@ -84,6 +86,12 @@ class Device : public testing::Test {
         freshDevice();
         std::filesystem::remove_all(folder_);
         useSystemClock();
+    }
+
+    // What a file of the data-model folder contains.
+    std::string fileText(const std::string& name) const {
+        std::ifstream file(folder_ + "/" + name);
+        return {std::istreambuf_iterator<char>(file), {}};
     }
 
     // Starts the device on the interfaces of the scripted platform, and drops what it sends.

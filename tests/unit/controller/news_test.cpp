@@ -87,6 +87,7 @@ TEST_F(News, AreWhoComesGoesMovesAndChangesItsRole) {
     EXPECT_EQ(logged(), "dev2 now has the role Registrar; ");
     (void)removeIeee1905DevTable({6, 0, 0, 0, 3, 0xff});
     EXPECT_EQ(logged(), "dev3 has left; ");
+    EXPECT_EQ(fileText("vm1905_lost.json"), "{\n\t\"06:00:00:00:03:ff\": \"dev3\"\n}\n");
 }
 
 TEST_F(News, AreNoneOfARingOrOfABriefChange) {

@@ -6,6 +6,7 @@
 
 #include "common/hook.h"
 #include "netctrl/autoconfig_networks.h"
+#include "netctrl/wifi_report.h"
 #include "support.h"
 #include "wsc/exchange.h"
 
@@ -230,6 +231,10 @@ NETWORK_TEST(Enrollee, SearchesAndAsksUntilItHasItsNetworks) {
     EXPECT_TRUE(becomes([&] { return (collectJobs(), folder.read("run/seen") == networks()); }));
     EXPECT_EQ(configuredAt(3), "1700000000");
     EXPECT_TRUE(becomes([&] { return folder.read("run/runs") == "\n"; }));
+    dropWifiReport();
+    recallNetworks();
+    wait(1);
+    EXPECT_TRUE(isReported("\"6f6e65\"") && isReported("/wifi-33.conf\"")) << "after a restart";
     EXPECT_EQ(wait(400), "") << "nothing to search for";
     EXPECT_EQ(sendWPSSearch(33), 0);
     EXPECT_EQ(wait(5), "5;") << "what the daemon requests is repeated until it is answered";

@@ -70,28 +70,37 @@ NETWORK_TEST(Settings, AreReturnedAndChangesReportedOnce) {
         return std::vector<int>{config.deviceType, config.sendSearch, config.sendResponse};
     };
     const std::vector<int> lowBytes{1, 300 & 0xFF, 0xFF};
+    const auto ofBand = [](uint8_t band) {
+        WpsBandConfig config{};
+        EXPECT_EQ(getWPSConfByBand(band, &config), 0);
+        return std::vector<int>{config.sendSearch, config.sendResponse};
+    };
     for (const char* events : {"wps", ""}) {
         EXPECT_EQ(setWPSConfig(1, 300, -1), 0);
         EXPECT_EQ(daemon.next(), events);
     }
+    EXPECT_EQ(ofBand(33), std::vector<int>({300 & 0xFF, 0xFF}))
+        << "new values are those of all bands";
     EXPECT_EQ(setWPSConfig(2, 0, 0), 16);
     EXPECT_EQ(values(), lowBytes);
     EXPECT_EQ(setWPSConfByBand("All", 1, 2), 0);
-    WpsBandConfig sixGHz{};
     EXPECT_EQ(setWPSConfByBand("3", 4, 5), 0);
-    EXPECT_EQ(getWPSConfByBand(3, &sixGHz), 0);
-    EXPECT_EQ(sixGHz.sendSearch * 10 + sixGHz.sendResponse, 45);
+    EXPECT_EQ(setWPSConfig(1, 300, -1), 0);
+    const std::vector<int> sixGHz{4, 5};
+    EXPECT_EQ(ofBand(3), sixGHz) << "nothing has changed";
     for (const char* bad : {"2", "all", "0 "}) {
         EXPECT_EQ(setWPSConfByBand(bad, 0, 0), 16) << bad;
     }
 
     // The former device mode returns after a trial unless the new one is confirmed.
     EXPECT_EQ(setWPSConfigChangetimeout(0, 0, 0, 1), 0);
+    EXPECT_EQ(ofBand(3), std::vector<int>({0, 0}));
     EXPECT_TRUE(becomes([] {
         EXPECT_EQ(check_ChangeDeviceMode_timeout(), 0);
         return getChangetomeout_flag() == 0;
     }));
     EXPECT_EQ(values(), lowBytes);
+    EXPECT_EQ(ofBand(3), sixGHz);
     EXPECT_EQ(setWPSConfigChangetimeout(0, 0, 0, 1000), 0);
     EXPECT_EQ(check_ChangeDeviceMode_timeout(), 0);
     EXPECT_EQ(getChangetomeout_flag(), 1);

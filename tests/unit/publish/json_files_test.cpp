@@ -73,10 +73,6 @@ class DataModelFiles : public Device {
         ASSERT_EQ(initDataManager(), kOk);
     }
     std::string path(const char* name) const { return folder() + "/" + name; }
-    std::string read(const char* name) const {
-        std::ifstream file(path(name));
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
 };
 
 TEST_F(DataModelFiles, AreReplacedWhole) {
@@ -92,11 +88,11 @@ TEST_F(DataModelFiles, AreReplacedWhole) {
         << "a reader finds the old file or the new one, not an empty or mixed one";
     EXPECT_EQ(std::filesystem::status(path("vm1905.json")).permissions(),
               std::filesystem::perms{0604});
-    EXPECT_EQ(read("vm1905.json"),
+    EXPECT_EQ(fileText("vm1905.json"),
               renderJsonDataModel(getAlTable(), getNetTopolTable(), getSecurityTable()));
-    EXPECT_EQ(read("vm1905_APautoconfig.json"),
+    EXPECT_EQ(fileText("vm1905_APautoconfig.json"),
               renderJsonAPautoconfig(getAlTable(), getNetTopolTable()));
-    EXPECT_EQ(read("vm1905_log.json"), renderJsonvm1905log(getNetTopolTable()));
+    EXPECT_EQ(fileText("vm1905_log.json"), renderJsonvm1905log(getNetTopolTable()));
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder()), {}), 3);
     std::ofstream(folder() + "/vm1905.conf")
         << "DATA_MODEL_MODE = 640\nDATA_MODEL_FOLDER = " + folder();
@@ -118,7 +114,7 @@ TEST_F(DataModelFiles, WhatIsNotOursIsLeftAlone) {
             const fs::path written = place + "/vm1905_log.json";
             const fs::file_type type = fs::symlink_status(written).type();
             const bool isFile = type == fs::file_type::regular;
-            return std::pair(type, read("precious") + (isFile ? read("vm1905_log.json") : ""));
+            return std::pair(type, fileText("precious") + (isFile ? fileText("vm1905_log.json") : ""));
         };
         const auto before = content();
         (void)setDataModelFolderOption(place.c_str());
@@ -167,7 +163,7 @@ TEST_F(DataModelFiles, TakeATenthOfTheTime) {
         (void)writeJsonvm1905log();
     };
     const auto shows = [&](const char* maximum) {
-        return read("vm1905_log.json").find(maximum) != std::string::npos;
+        return fileText("vm1905_log.json").find(maximum) != std::string::npos;
     };
     setClockSource([] { return test_clock::time++; });
     request(7);
