@@ -1,6 +1,7 @@
 #include "publish/json_autoconfig.h"
 
 #include <array>
+#include <string_view>
 
 #include "base/result.h"
 #include "db/database.h"
@@ -15,14 +16,15 @@ namespace {
 constexpr size_t kColumn = 19;
 
 // In the order of ApAutoConfTimes.
-constexpr std::array<const char*, kApAutoConfTimes> kTimeKeys{
+constexpr std::array<std::string_view, kApAutoConfTimes> kTimeKeys{
     "Main24G_time",      "Main5G_time",       "Guest24G_time",      "Guest5G_time",
     "Visitor24G_time",   "Visitor5G_time",    "Backhaul24GAP_time", "Backhaul24GST_time",
     "Backhaul5GAP_time", "Backhaul5GST_time", "Backhaul5G2AP_time", "Backhaul5G2ST_time"};
 
 void writeOwnState(JsonWriter& out, const AlTable& al) {
     // Meant: the key of the guest network on 5 GHz is "Guest4G" here.
-    static constexpr std::array<const char*, 4> kKeys{"Main24G", "Main5G", "Guest24G", "Guest4G"};
+    static constexpr std::array<std::string_view, 4> kKeys{"Main24G", "Main5G", "Guest24G",
+                                                           "Guest4G"};
     for (size_t i = 0; i < kKeys.size(); i++) out.numbers(kKeys[i], al.wpsBandConfig[i], kColumn);
     for (size_t i = 0; i < kApAutoConfTimes; i++) {
         out.text(kTimeKeys[i], al.apAutoConfTimes[i], kColumn);
@@ -40,7 +42,7 @@ void writeDeviceState(JsonWriter& out, const Ieee1905DevTable& dev, size_t numbe
         }
         out.numbers("AP-autoconfig_Sync", flags);
     }
-    static constexpr std::array<const char*, 4> kKeys{
+    static constexpr std::array<std::string_view, 4> kKeys{
         "AP-autoconfig_Main24G", "AP-autoconfig_Main5G", "AP-autoconfig_Guest24G",
         "AP-autoconfig_Guest5G"};
     for (size_t i = 0; i < kKeys.size(); i++) out.numbers(kKeys[i], dev.apAutoConf.counters[i]);
