@@ -262,8 +262,9 @@ DataModel readDataModel(const std::string& path) {
     if (!trouble.empty()) model.trouble = path + " " + trouble;
     // There is none until a device has left.
     const std::string lost = path.substr(0, path.rfind('/') + 1) + "vm1905_lost.json";
-    if (!readDaemonFile(lost, text).empty()) return model;
-    const Json names = parseJson(text);
+    std::string lostText;
+    if (!readDaemonFile(lost, lostText).empty()) return model;
+    const Json names = parseJson(lostText);
     if (!names.is_object()) return model;
     for (const auto& [mac, name] : names.items()) {
         const auto alMac = parseMac(mac);
