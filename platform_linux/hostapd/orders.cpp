@@ -90,10 +90,12 @@ int start(const Order& order) {
     WantedSettings next = wanted();
     order.change(next);
     orders.seen = hostapdStamp().value_or("");
-    return runHook(kProgram, {order.what, writeWanted(withoutHooks(next))},
-                   [order, next](int status, const std::string& output) {
-                       finish(order, next, status, output);
-                   });
+    const int result = runHook(kProgram, {order.what, writeWanted(withoutHooks(next))},
+                               [order, next](int status, const std::string& output) {
+                                   finish(order, next, status, output);
+                               });
+    if (result != kOk) orders.failed = true;
+    return result;
 }
 
 }  // namespace

@@ -96,6 +96,22 @@ bool comesTo(HostapdControl& control, uint32_t number, uint32_t frequency) {
     return false;
 }
 
+// The status after a start of the radio; none if it is off. hostapd may find only after its answer
+// that it cannot start it.
+std::optional<std::string> statusWhenOn(HostapdControl& control) {
+    for (unsigned look = 0;; look++) {
+        auto text = control.ask("STATUS");
+        if (!text) return {};
+        const std::string_view state = HostapdValues(*text).value("state");
+        if (state == "DISABLED") {
+            control.fail("ENABLE", "the radio has not started");
+            return {};
+        }
+        if (state != "COUNTRY_UPDATE" || look == kSwitchLooks) return text;
+        std::this_thread::sleep_for(kLookPause);
+    }
+}
+
 }  // namespace
 
 std::vector<HostapdRadio> listRadios(const HostapdLog& log, bool& good) {
@@ -176,9 +192,7 @@ bool setRadioCountry(HostapdRadio& radio, const std::string& code, const std::st
     if (radio.country == code) return true;
     if (!control.set("country_code", code)) return false;
     if (!radio.isOn) return true;
-    if (restart(control)) {
-        const auto text = control.ask("STATUS");
-        if (!text) return false;
+    if (const auto text = restart(control) ? statusWhenOn(control) : std::nullopt) {
         if (HostapdValues(*text).mayBe("country_code", code)) return true;
         control.fail("STATUS", "it shows another country code than was set");
         return false;

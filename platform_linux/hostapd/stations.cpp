@@ -84,7 +84,9 @@ void addStations(const HostapdBss& bss, const HostapdLog& log, std::string& line
         if (shown.value("flags").find("[ASSOC]") != std::string_view::npos) {
             lines += lineOf(bss, frequency, mac, shown);
         }
-        answer = control.ask("STA-NEXT " + mac);
+        // Refused if the station has left meanwhile.
+        answer = control.reply("STA-NEXT " + mac);
+        if (answer && answer->starts_with("FAIL")) break;
     }
 }
 

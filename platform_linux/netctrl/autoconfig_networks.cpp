@@ -132,14 +132,19 @@ bool applyNetworks(const ReceivedNetworks& given, const NetworksTried& tried) {
     noteReceived(band, path, conf);
     LOG_LINE(3, "autoconf: this device has %zu networks on band %s", given.networks.size(),
              std::string(band.name).c_str());
-    received.times[band.number] =
-        given.updateTime.empty() ? wifiTimeText(time(nullptr)) : given.updateTime;
+    const NetworksTried done = [tried, number = band.number,
+                                time = given.updateTime.empty()
+                                           ? wifiTimeText(time(nullptr))
+                                           : given.updateTime](const std::string& trouble) {
+        if (trouble.empty()) received.times[number] = time;
+        if (tried) tried(trouble);
+    };
     if (hasHook(kHook)) {
-        received.bands[band.number] = {tried, 0, 0, isRunning};
+        received.bands[band.number] = {done, 0, 0, isRunning};
         runNextHook();
     } else {
         received.bands.erase(band.number);
-        giveToHostapd(band.number, tried);
+        giveToHostapd(band.number, done);
     }
     return true;
 }

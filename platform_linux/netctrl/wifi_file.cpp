@@ -172,8 +172,13 @@ void openWifiFile() {
     if (file.watch) return;
     // The folder, because editors replace the file.
     file.watch = Fd(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
-    constexpr uint32_t kEvents = IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE;
-    (void)inotify_add_watch(file.watch.get(), filePath().parent_path().c_str(), kEvents);
+    constexpr uint32_t kEvents =
+        IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_ATTRIB;
+    const std::string folder = filePath().parent_path();
+    if (inotify_add_watch(file.watch.get(), folder.c_str(), kEvents) < 0) {
+        LOG_LINE(2, "changes of wifi.conf will not be noticed: %s: %s", folder.c_str(),
+                 strerror(errno));
+    }
     readWifiFile();
     // What is there at the start is no change.
     file.changedBands.clear();

@@ -114,7 +114,8 @@ TEST_F(DataModelFiles, WhatIsNotOursIsLeftAlone) {
             const fs::path written = place + "/vm1905_log.json";
             const fs::file_type type = fs::symlink_status(written).type();
             const bool isFile = type == fs::file_type::regular;
-            return std::pair(type, fileText("precious") + (isFile ? fileText("vm1905_log.json") : ""));
+            return std::pair(type,
+                             fileText("precious") + (isFile ? fileText("vm1905_log.json") : ""));
         };
         const auto before = content();
         (void)setDataModelFolderOption(place.c_str());
