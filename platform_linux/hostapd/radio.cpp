@@ -102,7 +102,8 @@ std::optional<std::string> statusWhenOn(HostapdControl& control) {
     for (unsigned look = 0;; look++) {
         auto text = control.ask("STATUS");
         if (!text) return {};
-        const std::string_view state = HostapdValues(*text).value("state");
+        const HostapdValues status(*text);
+        const std::string_view state = status.value("state");
         if (state == "DISABLED") {
             control.fail("ENABLE", "the radio has not started");
             return {};

@@ -278,6 +278,11 @@ TEST_F(HostapdTest, OrdersBecomeCommands) {
     EXPECT_EQ(orders("country", "country DE"),
               "16 1 hostapd: w: STATUS failed: it shows another country code than was set\n"
               "STATUS;SET country_code DE;DISABLE;ENABLE;STATUS;");
+    bss.answer("ENABLE", "OK\n", off);
+    EXPECT_EQ(orders("country", "country DE"),
+              "16 1 hostapd: w: ENABLE failed: the radio has not started\n"
+              "STATUS;SET country_code DE;DISABLE;ENABLE;STATUS;SET country_code US;STATUS;ENABLE;");
+    bss.answer("STATUS", on("channel=36\nfreq=5180\ncountry_code=US"));
     bss.answer("SET country_code", "FAIL\n");
     EXPECT_EQ(orders("country", "country DE"),
               "16 1 hostapd: w: SET country_code failed: FAIL\nSTATUS;SET country_code DE;");
@@ -473,10 +478,14 @@ NETWORK_TEST(Hostapd, SaysWhichBandHasFailed) {
     x->answer("RELOAD", "OK\n");
     EXPECT_TRUE(becomes([&] { return runNetCtrl() == 0 && !tried.empty(); }));
     EXPECT_EQ(result(), "1 ;");
+    configure(folder, "WIFI_BAND.w = 2.4\n");
+    give(1);
+    EXPECT_EQ(result(), "1 hostapd: the band of x is unknown: set WIFI_BAND.x in platform.conf;");
+    configure(folder, bands);
     w.reset();
     x.reset();
     give(0);
-    EXPECT_EQ(result(), "0 ;") << "a device without a radio";
+    EXPECT_EQ(result(), "0 ;1 ;") << "a device without a radio";
     const std::string closed = folder.path("closed");
     mkdir(closed.c_str(), 0);
     folder.platformConf("HOSTAPD_FOLDER = " + closed +
