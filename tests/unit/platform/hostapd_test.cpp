@@ -279,9 +279,10 @@ TEST_F(HostapdTest, OrdersBecomeCommands) {
               "16 1 hostapd: w: STATUS failed: it shows another country code than was set\n"
               "STATUS;SET country_code DE;DISABLE;ENABLE;STATUS;");
     bss.answer("ENABLE", "OK\n", off);
-    EXPECT_EQ(orders("country", "country DE"),
-              "16 1 hostapd: w: ENABLE failed: the radio has not started\n"
-              "STATUS;SET country_code DE;DISABLE;ENABLE;STATUS;SET country_code US;STATUS;ENABLE;");
+    EXPECT_EQ(
+        orders("country", "country DE"),
+        "16 1 hostapd: w: ENABLE failed: the radio has not started\n"
+        "STATUS;SET country_code DE;DISABLE;ENABLE;STATUS;SET country_code US;STATUS;ENABLE;");
     bss.answer("STATUS", on("channel=36\nfreq=5180\ncountry_code=US"));
     bss.answer("SET country_code", "FAIL\n");
     EXPECT_EQ(orders("country", "country DE"),
