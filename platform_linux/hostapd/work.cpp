@@ -76,26 +76,6 @@ void addFailure(Failures& failures, const BssPlan& plan, const std::string& why)
     }
 }
 
-// Networks that only a BSS of an unknown band could have are a failure, since nobody else notices.
-void noteUnknownBand(const std::vector<HostapdBss>& all, const BandNetworks& bands,
-                     const HostapdLog& log, Failures& failures) {
-    const auto isUnknown = [](const HostapdBss& bss) {
-        return bss.band.empty() && bss.rfBand == 0;
-    };
-    const auto unknown = std::ranges::find_if(all, isUnknown);
-    if (unknown == all.end()) return;
-    const std::string why = "hostapd: the band of " + unknown->ifname +
-                            " is unknown: set WIFI_BAND." + unknown->ifname + " in platform.conf";
-    const size_t before = failures.size();
-    for (const auto& [number, networks] : bands) {
-        const auto serves = [&band = *wifiBandOf(number)](const HostapdBss& bss) {
-            return bss.serves(band);
-        };
-        if (!networks.empty() && std::ranges::none_of(all, serves)) failures[number] = why;
-    }
-    if (failures.size() != before) log(1, why);
-}
-
 // False after a failure of all bands.
 bool applyAll(const HostapdLog& log, Failures& failures) {
     BandNetworks bands;
@@ -132,7 +112,6 @@ bool applyAll(const HostapdLog& log, Failures& failures) {
         log(1, "the networks are set on no radio: hostapd has no control socket in " +
                    hostapdFolder() + ", and there is no hook " + kHook);
     }
-    noteUnknownBand(all, bands, log, failures);
     std::string last;
     const HostapdLog logAndKeep = [&](int level, const std::string& line) {
         last = line;

@@ -18,6 +18,7 @@
 #include "netctrl/push_button.h"
 #include "netctrl/renew.h"
 #include "netctrl/watch.h"
+#include "netctrl/wifi_report.h"
 #include "platform/exports.h"
 
 namespace {
@@ -125,6 +126,14 @@ int notifyApAutoConfWscMsgReceived(const ApAutoConfWsc* msg) {
     if (msg == nullptr || (msg->frame == nullptr && msg->frameLen != 0)) return kFailure;
     if (answersItself()) return answerM1(*msg);
     if (asksItself()) return takeM2(*msg);
+    WpsConfig config{};
+    (void)getWPSConfig(&config);
+    if (config.deviceType == PLATFORM_REGISTRAR && !hasHook("autoconf-wsc")) {
+        // An Enrollee asks again and again, so this is no failure for the log.
+        noteExchange(MacAddr(msg->alMac), nullptr, WifiExchange::kFailed,
+                     "there is no wifi.conf and no hook autoconf-wsc");
+        return kOk;
+    }
     return runAutoConfHook("autoconf-wsc",
                            {macText(msg->alMac), macText(msg->srcMac),
                             hexText({msg->frame, msg->frameLen}), msg->updateTime},

@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -46,9 +48,13 @@ bool isSame(const Mic& a, const Mic& b) {
 
 std::optional<MeshKey> readKey(const char* path) {
     const Fd file(open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (!file) {
+        LOG(1, "MESH_KEY: %s cannot be read: %s\r\n", path, strerror(errno));
+        return std::nullopt;
+    }
     struct stat info {};
     MeshKey key;
-    if (!file || fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode) ||
+    if (fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode) ||
         (info.st_uid != 0 && info.st_uid != geteuid()) || (info.st_mode & 077) != 0 ||
         info.st_size != static_cast<off_t>(key.bytes.size()) ||
         read(file.get(), key.bytes.data(), key.bytes.size()) !=
