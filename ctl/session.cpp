@@ -141,7 +141,7 @@ std::string Session::called(const Mac& alMac) {
     if (alMac.isZero()) return "all devices";
     const ModelDevice* const device = model().find(alMac);
     const bool isOwn = device == &model().own;
-    const std::string name = device == nullptr ? "" : isOwn ? ownName() : device->text("Hostname");
+    std::string name = device == nullptr ? "" : isOwn ? ownName() : device->text("Hostname");
     if (!name.empty()) return name;
     const auto lost = model().lost.find(alMac);
     return lost != model().lost.end() ? lost->second : alMac.text();

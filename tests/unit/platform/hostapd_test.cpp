@@ -424,7 +424,7 @@ NETWORK_TEST(Hostapd, OnlyWhatHasChangedIsSetAgain) {
         const Fd dead(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
         sockaddr_un address{AF_UNIX, {}};
         copyText(address.sun_path, folder.path("a"));
-        bind(dead.get(), reinterpret_cast<sockaddr*>(&address), sizeof address);
+        (void)bind(dead.get(), reinterpret_cast<sockaddr*>(&address), sizeof address);
     }
     const std::string station =
         "w: 02:00:00:00:00:05,259,866,50,100,866.7 Mb/s,54.0 Mb/s,Main_2G\n";
