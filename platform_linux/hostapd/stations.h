@@ -22,6 +22,6 @@ struct ShownBss {
 const std::vector<ShownBss>& bssOfHostapd();
 void dropHostapdStations();
 
-// The work of the program "hostapd stations": prints these lines, or the line for the log if
-// something has failed.
+// The work of the program "hostapd stations": prints these lines behind a line for each access
+// point, and what has failed.
 int runHostapdStations(const Arguments& except);

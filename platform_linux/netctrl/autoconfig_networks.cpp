@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <ctime>
+#include <iterator>
 #include <map>
 
 #include "api.h"
@@ -104,9 +105,11 @@ void recallFile(const std::string& path) {
     std::string text = readFile(path, kMostText, Links::kRefuse);
     const auto conf = parseWifiConf(text, [](int, const std::string&) {});
     eraseSecret(text);
+    if (!conf) return;
     for (const WifiBand& band : kWifiBandTable) {
-        WifiConf networks = conf.value_or(WifiConf{});
-        std::erase_if(networks, [&band](const auto& each) { return !each.isOn(band.number); });
+        WifiConf networks;
+        std::ranges::copy_if(*conf, std::back_inserter(networks),
+                             [&band](const auto& each) { return each.isOn(band.number); });
         if (!networks.empty()) noteReceived(band, path, networks);
     }
 }

@@ -63,7 +63,7 @@ void complain(int error) {
     file.exists = true;
     LOG_LINE(1, "wifi.conf cannot be read: %s%s",
              error == EINVAL ? "it is not a regular file" : strerror(error),
-             error == EACCES ? "; it must belong to the user of the daemon (vm1905)" : "");
+             error == EACCES ? "; the user of the daemon (vm1905) must be able to read it" : "");
 }
 
 std::optional<WifiConf> parseAndLog(std::string_view text) {

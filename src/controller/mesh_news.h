@@ -38,6 +38,6 @@ struct MeshNews {
 };
 
 // Compares the mesh with what has been logged, and logs what is new. A device has some seconds to
-// describe itself, and a place some to last. When a device has left, writes "vm1905_lost.json": who
-// reads the change log finds there the names of devices that the data model has no more. kOk.
+// describe itself, and a place some to last. When a device has left, writes "vm1905_lost.json",
+// which has the names of the devices of the change log that are no longer in the data model. kOk.
 int logMeshNews();
